@@ -1,0 +1,31 @@
+# sysconf_compile_options(TARGET): the language level, warnings, hardening and sanitizer that every
+# target of the project is built with. Nothing of it reaches a consumer's own targets.
+function(sysconf_compile_options target)
+  set_target_properties(
+    ${target}
+    PROPERTIES CXX_STANDARD 20
+               CXX_STANDARD_REQUIRED ON
+               CXX_EXTENSIONS OFF
+               CXX_VISIBILITY_PRESET hidden
+               VISIBILITY_INLINES_HIDDEN ON
+               POSITION_INDEPENDENT_CODE ON)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wconversion -Wshadow
+                                           $<$<BOOL:${SYSCONFREADER_WERROR}>:-Werror>)
+  if(SYSCONFREADER_SANITIZE STREQUAL "address")
+    set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all)
+  elseif(SYSCONFREADER_SANITIZE STREQUAL "thread")
+    set(sanitizers -fsanitize=thread)
+  elseif(SYSCONFREADER_SANITIZE)
+    message(FATAL_ERROR "SYSCONFREADER_SANITIZE is empty, address or thread")
+  endif()
+  if(sanitizers)
+    target_compile_options(${target} PRIVATE ${sanitizers} -fno-omit-frame-pointer)
+    target_link_options(${target} PRIVATE ${sanitizers})
+    return()
+  endif()
+  # Without a sanitizer every symbol must be found at link time, and the usual hardening applies.
+  target_compile_options(
+    ${target} PRIVATE -fstack-protector-strong -fcf-protection
+                      $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE$<SEMICOLON>-D_FORTIFY_SOURCE=2>)
+  target_link_options(${target} PRIVATE -Wl,-z,defs -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
+endfunction()
