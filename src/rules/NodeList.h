@@ -1,0 +1,54 @@
+#pragma once
+
+#include <json/value.h>
+
+#include <string>
+#include <string_view>
+
+/// Where a node list keeps its nodes and their addresses, and the one walk over the tags of
+/// address entries. Like every rule, these are functions of a JSON tree alone. A missing member
+/// reads as null; a value of the wrong type throws what jsoncpp throws.
+namespace Quarncommon::rules {
+
+inline constexpr std::string_view kServiceTag = "service";
+inline constexpr std::string_view kService2Tag = "service2";
+inline constexpr std::string_view kMaintenanceTag = "maintenance";
+
+/// The text with every byte lower-cased by `tolower`.
+std::string lowerCased(std::string text);
+
+/// The node entry of that id in a node list.
+const Json::Value& nodeEntry(const Json::Value& list, const std::string& nodeId);
+
+/// The address entries of a node entry.
+const Json::Value& addressEntries(const Json::Value& node);
+
+/// The role text of a node entry, "extAttr"."hostType".
+std::string hostType(const Json::Value& node);
+
+/// The tenancy of a node entry, "assignedToTenancy".
+std::string tenancy(const Json::Value& node);
+
+/// What a walk does after a tag.
+enum class Walk { OtherTags, NextEntry, Stop };
+
+/// Visits the tags of address entries in array order, lower-cased:
+/// `Walk visit(const Json::Value& entry, const std::string& tag)`.
+template <typename Visit>
+void forEachTag(const Json::Value& addresses, Visit visit) {
+    for (Json::ArrayIndex i = 0; i < addresses.size(); ++i) {
+        const Json::Value& entry = addresses[i];
+        const Json::Value& usage = entry["usage"];
+        for (Json::ArrayIndex j = 0; j < usage.size(); ++j) {
+            const Walk next = visit(entry, lowerCased(usage[j].asString()));
+            if (next == Walk::Stop) {
+                return;
+            }
+            if (next == Walk::NextEntry) {
+                break;
+            }
+        }
+    }
+}
+
+} // namespace Quarncommon::rules

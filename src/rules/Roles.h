@@ -1,0 +1,19 @@
+#pragma once
+
+#include <json/value.h>
+
+#include <string>
+
+namespace Quarncommon::rules {
+
+/// The address for traffic between the cluster's nodes: the "IP" of the first entry tagged
+/// `internalServiceTag`, else of the last one tagged "maintenance", else "".
+std::string internalServiceAddress(const Json::Value& addresses,
+                                   const std::string& internalServiceTag);
+
+/// Sets the ids of the master and the standby node among the nodes of `nodes` that are assigned to
+/// `tenancy`; an id without candidate is left alone. The greatest id by bytes wins a role.
+void findMasterAndStandby(const Json::Value& nodes, const std::string& tenancy,
+                          std::string& masterNodeId, std::string& standbyNodeId);
+
+} // namespace Quarncommon::rules

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <json/value.h>
+
+#include <optional>
+#include <string>
+
+/// Environment and files: everything that the library takes from outside is read here.
+namespace Quarncommon::config {
+
+/// A configuration file: the environment variable that leads to it and what follows its value.
+struct ConfigFile {
+    const char* variable;
+    const char* suffix;
+};
+
+inline constexpr ConfigFile kAppConfig{"APP_CONF_FILE", ""};
+inline constexpr ConfigFile kNodeList{"APP_ROOT", "/etc/sysconf/nodelist.json"};
+inline constexpr ConfigFile kManagerNodeList{"TOLM_ROOT", "/etc/sysconf/nodelists.json"};
+
+/// The variable whose value is the key of this process under "processes".
+inline constexpr const char* kInstanceIdVariable = "PROCESS_INSTANCE_ID";
+
+/// The value of an environment variable, "" when unset; read anew on each call.
+std::string environment(const char* variable);
+
+/// Where a file is: the variable's value with the suffix behind it, exactly as they stand.
+std::string pathOf(const ConfigFile& file);
+
+/// The same, but nothing when the variable is unset.
+std::optional<std::string> pathIfSet(const ConfigFile& file);
+
+/// Reads the whole regular file and parses it; tells whether `value` is now its tree. A file that
+/// cannot be opened or not be read to its end, a directory, pipe or device, a text that is not one
+/// valid JSON text, and whatever is thrown on the way count alike: false, `value` as it was.
+bool readJsonFile(const std::string& path, Json::Value& value);
+
+} // namespace Quarncommon::config

@@ -1,0 +1,84 @@
+#include "SysConfReader.h"
+
+#include "sysconfreader/Guards.h"
+
+namespace Quarncommon {
+
+namespace {
+
+using Databases = std::map<std::string, Json::Value>;
+
+/// The field of a connection entry, found without copying the database; null when the database is
+/// unknown. An index past the end reads like an entry without fields.
+const Json::Value* field(const Databases& databases, const std::string& name, unsigned int index,
+                         const char* key) {
+    const auto database = databases.find(name);
+    return database != databases.end() ? &database->second[index][key] : nullptr;
+}
+
+std::string text(const Json::Value* value) {
+    return value != nullptr ? value->asString() : "";
+}
+
+} // namespace
+
+int SysConfReader::getDBInfo(const std::string& name, Json::Value& info) {
+    const ReadGuard guard(m_pMutex);
+    const auto database = m_dbInfo.find(name);
+    if (database == m_dbInfo.end()) {
+        return -1;
+    }
+    info = database->second;
+    return 0;
+}
+
+int SysConfReader::getAllDBInfo(std::map<std::string, Json::Value>& all) {
+    const ReadGuard guard(m_pMutex);
+    Databases copy(m_dbInfo);
+    all.swap(copy);
+    return 0;
+}
+
+int SysConfReader::getDBAccessPort(const std::string& name, unsigned int index) {
+    const ReadGuard guard(m_pMutex);
+    const Json::Value* port = field(m_dbInfo, name, index, "accessPort");
+    return port != nullptr ? port->asInt() : -1;
+}
+
+std::string SysConfReader::getDBType(const std::string& name, unsigned int index) {
+    const ReadGuard guard(m_pMutex);
+    return text(field(m_dbInfo, name, index, "type"));
+}
+
+std::string SysConfReader::getDBUserName(const std::string& name, unsigned int index) {
+    const ReadGuard guard(m_pMutex);
+    return text(field(m_dbInfo, name, index, "user"));
+}
+
+std::string SysConfReader::getDBServiceName(const std::string& name, unsigned int index) {
+    const ReadGuard guard(m_pMutex);
+    return text(field(m_dbInfo, name, index, "serviceName"));
+}
+
+std::string SysConfReader::getDBPassword(const std::string& name, unsigned int index) {
+    const ReadGuard guard(m_pMutex);
+    return text(field(m_dbInfo, name, index, "passwd"));
+}
+
+std::string SysConfReader::getDBServerName(const std::string& name, unsigned int index) {
+    const ReadGuard guard(m_pMutex);
+    return text(field(m_dbInfo, name, index, "serverName"));
+}
+
+std::string SysConfReader::getDBAccessHost(const std::string& name, unsigned int index) {
+    const ReadGuard guard(m_pMutex);
+    return text(field(m_dbInfo, name, index, "accessHost"));
+}
+
+std::string SysConfReader::getDBLib(const std::string& name, unsigned int index) {
+    const ReadGuard guard(m_pMutex);
+    const Json::Value* extension = field(m_dbInfo, name, index, "instanceExt");
+    return text(extension != nullptr ? &(*extension)["lib"] : nullptr);
+}
+
+} // namespace Quarncommon

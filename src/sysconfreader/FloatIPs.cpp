@@ -1,0 +1,17 @@
+#include "SysConfReader.h"
+
+#include "rules/ManagerNodes.h"
+#include "sysconfreader/ManagerNodeList.h"
+
+namespace Quarncommon {
+
+// The tags come by value because the published signature has them so; nothing is kept of them.
+int SysConfReader::getAllFloatIP(
+    std::set<std::string> usages, // NOLINT(performance-unnecessary-value-param)
+    std::map<std::string, std::set<std::string>>& floatIPs) {
+    return askManagerNodeList(m_pMutex, [&](const Json::Value& list) {
+        rules::collectTaggedAddresses(list, usages, floatIPs);
+    });
+}
+
+} // namespace Quarncommon

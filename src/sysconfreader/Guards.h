@@ -1,0 +1,58 @@
+#pragma once
+
+#include <ace/Guard_T.h>
+#include <ace/RW_Thread_Mutex.h>
+
+#include <cerrno>
+#include <cxxabi.h>
+
+/// What keeps errors from where they must not go: out of a lock, out of an operation that never
+/// throws.
+namespace Quarncommon {
+
+/// A scoped lock that remembers whether it was acquired and is released only then. A failed
+/// acquisition is not an error: the scope runs without the lock, and when it ends the lock's error
+/// number is in `errno`, whatever the scope did to `errno` meanwhile. A failed release leaves its
+/// number there too.
+template <typename AceGuard>
+class ErrnoKeepingGuard : public AceGuard {
+public:
+    explicit ErrnoKeepingGuard(ACE_RW_Thread_Mutex& mutex)
+        : AceGuard(mutex), m_error(this->locked() ? 0 : errno) {}
+    ErrnoKeepingGuard(const ErrnoKeepingGuard&) = delete;
+    ErrnoKeepingGuard& operator=(const ErrnoKeepingGuard&) = delete;
+    ~ErrnoKeepingGuard() {
+        if (m_error != 0) {
+            errno = m_error;
+        }
+    }
+
+private:
+    int m_error;
+};
+
+using ReadGuard = ErrnoKeepingGuard<ACE_Read_Guard<ACE_RW_Thread_Mutex>>;
+using WriteGuard = ErrnoKeepingGuard<ACE_Write_Guard<ACE_RW_Thread_Mutex>>;
+
+/// A copy of what the mutex guards, made under its read side.
+template <typename Member>
+Member copyUnder(ACE_RW_Thread_Mutex& mutex, const Member& member) {
+    const ReadGuard guard(mutex);
+    return member;
+}
+
+/// Runs `step` and tells whether it came to its end; whatever it throws is dropped. Only the
+/// unwinding of a cancelled thread goes on: to drop that would end the process.
+template <typename Step>
+bool completes(Step&& step) {
+    try {
+        step();
+        return true;
+    } catch (abi::__forced_unwind&) {
+        throw;
+    } catch (...) {
+        return false;
+    }
+}
+
+} // namespace Quarncommon

@@ -1,0 +1,45 @@
+#include "rules/LocalIPByUsage.h"
+
+#include "SysConfReader.h"
+#include "rules/NodeList.h"
+#include "sysconfreader/ConfigFiles.h"
+#include "sysconfreader/Guards.h"
+
+namespace Quarncommon {
+
+std::string SysConfReader::getLocalIPByUsage(const std::string& usage) {
+    std::string address;
+    completes([&] {
+        const std::string tag = rules::lowerCased(usage);
+        const ReadGuard guard(m_pMutex);
+        Json::Value list;
+        if (!config::readJsonFile(config::pathOf(config::kNodeList), list)) {
+            return;
+        }
+        // A standby node is still maintained under its own address, whatever it stands in for.
+        const std::string& nodeId = tag == rules::kMaintenanceTag ? m_nodeId : m_floatNodeId;
+        address = rules::addressByTag(rules::addressEntries(rules::nodeEntry(list, nodeId)), tag);
+    });
+    return address;
+}
+
+std::string SysConfReader::getLocalMaintenanceIP() {
+    return getLocalIPByUsage(std::string(rules::kMaintenanceTag));
+}
+
+std::string SysConfReader::getLocalServiceIP() {
+    std::string address = getLocalIPByUsage(std::string(rules::kServiceTag));
+    if (address.empty()) {
+        completes([&] {
+            const ReadGuard guard(m_pMutex);
+            address = m_maintenanceIP;
+        });
+    }
+    return address;
+}
+
+std::string SysConfReader::getLocalService2IP() {
+    return getLocalIPByUsage(std::string(rules::kService2Tag));
+}
+
+} // namespace Quarncommon

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "sysconfreader/ConfigFiles.h"
+#include "sysconfreader/Guards.h"
+
+namespace Quarncommon {
+
+/// Puts a question to the manager node list, read afresh, under the read lock: 0 when it was put
+/// and came to its end, -1 when `TOLM_ROOT` is unset, the list does not parse or the question
+/// threw.
+template <typename Question>
+int askManagerNodeList(ACE_RW_Thread_Mutex& mutex, Question question) {
+    int result = -1;
+    completes([&] {
+        const ReadGuard guard(mutex);
+        const auto path = config::pathIfSet(config::kManagerNodeList);
+        Json::Value list;
+        if (path && config::readJsonFile(*path, list)) {
+            question(list);
+            result = 0;
+        }
+    });
+    return result;
+}
+
+} // namespace Quarncommon

@@ -1,0 +1,125 @@
+#include "SysConfReader.h"
+
+#include "SysConfReaderImpl.h"
+#include "rules/NodeList.h"
+#include "sysconfreader/ConfigFiles.h"
+#include "sysconfreader/Guards.h"
+#include "sysconfreader/UsageTags.h"
+
+#include <memory>
+#include <utility>
+
+namespace Quarncommon {
+
+// Built in this order when the library is loaded, before anything is read.
+const std::string kInternalServiceUsage = "internal_service";
+const std::string kSouthboundUsage = "southbound";
+const std::string kNorthboundUsage = "northbound";
+ACE_RW_Thread_Mutex SysConfReader::m_pMutex;
+
+std::atomic<SysConfReader*> SysConfReader::m_pInstance{nullptr};
+
+SysConfReader* SysConfReader::Instance() {
+    // Pairs with the store below: who sees the pointer sees the loaded members behind it.
+    if (SysConfReader* reader = m_pInstance.load(std::memory_order_acquire)) {
+        return reader;
+    }
+    const WriteGuard guard(m_pMutex);
+    if (SysConfReader* reader = m_pInstance.load(std::memory_order_acquire)) {
+        return reader;
+    }
+    struct Discard {
+        void operator()(SysConfReader* reader) const { delete reader; }
+    };
+    std::unique_ptr<SysConfReader, Discard> created(new SysConfReader);
+    created->init_i();
+    SysConfReader* published = nullptr;
+    if (m_pInstance.compare_exchange_strong(published, created.get(), std::memory_order_acq_rel)) {
+        return created.release();
+    }
+    // Only where the lock failed can another thread, or an event delivered from within the
+    // subscription, have come first; the instance created here is then discarded.
+    return published;
+}
+
+void SysConfReader::Destory() {
+    SysConfReaderImpl::Instance();
+    SysConfReaderImpl::Destory();
+    const WriteGuard guard(m_pMutex);
+    delete m_pInstance.exchange(nullptr);
+}
+
+void SysConfReader::Reload() {
+    const WriteGuard guard(m_pMutex);
+    reloadLocked();
+}
+
+void SysConfReader::reloadInstance() {
+    Instance();
+    const WriteGuard guard(m_pMutex);
+    // Destroyed by another thread since: whoever asks next loads what has changed.
+    if (SysConfReader* reader = m_pInstance.load(std::memory_order_acquire)) {
+        reader->reloadLocked();
+    }
+}
+
+void SysConfReader::reloadLocked() {
+    m_dbInfo.clear();
+    init_i();
+}
+
+void SysConfReader::init_i() {
+    SysConfReaderImpl::ensureSubscribed();
+    completes([this] { loadFiles(); });
+    completes([this] { publishIdentity(); });
+}
+
+// The order of the assignments is binding: a value of the wrong type throws and ends the load, with
+// every member before it new and every member after it old.
+void SysConfReader::loadFiles() {
+    const std::string appConfigPath = config::pathOf(config::kAppConfig);
+    const std::string instanceId = config::environment(config::kInstanceIdVariable);
+
+    Json::Value root;
+    if (config::readJsonFile(appConfigPath, root)) {
+        const Json::Value& tree = root;
+        const Json::Value& databases = tree["databases"];
+        for (const std::string& name : databases.getMemberNames()) {
+            m_dbInfo[name] = databases[name];
+        }
+
+        const Json::Value& process = tree["processes"][instanceId];
+        m_maintenanceIP = process["IR"]["ip"].asString();
+        m_localhostIP = process["local"]["ip"].asString();
+        m_wssIP = process["wss"]["ip"].asString();
+        m_wssPort = process["wss"]["port"].asInt();
+        m_localPort = process["local"]["port"].asInt();
+        m_corbaPort = process["CORBA"]["port"].asInt();
+        m_corbaSSLPort = process["CORBA_SSL"]["port"].asInt();
+        m_nodeId = process["nodeId"].asString();
+        m_floatNodeId = m_nodeId;
+    }
+
+    if (!config::readJsonFile(config::pathOf(config::kNodeList), root)) {
+        return;
+    }
+    m_hostType = rules::hostType(rules::nodeEntry(root, m_nodeId));
+    if (m_hostType == "standby") {
+        getSourceNodeId(m_floatNodeId);
+    }
+    // The role is the own node's, the tag that of the node whose addresses are answered.
+    m_hostTagName = rules::nodeEntry(root, m_floatNodeId)["extAttr"]["HOSTID"].asString();
+}
+
+void SysConfReader::publishIdentity() {
+    Identity loaded{m_floatNodeId, m_maintenanceIP};
+    const std::lock_guard<std::mutex> guard(m_identityMutex);
+    std::swap(m_identity, loaded);
+}
+
+SysConfReader::Identity SysConfReader::identity() {
+    const std::lock_guard<std::mutex> guard(m_identityMutex);
+    return m_identity;
+}
+
+} // namespace Quarncommon

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+
+namespace Quarncommon {
+
+/// The families of usage tags that SysConfReader asks for, built when the library is loaded.
+extern const std::string kInternalServiceUsage;
+extern const std::string kSouthboundUsage;
+extern const std::string kNorthboundUsage;
+
+} // namespace Quarncommon

@@ -1,0 +1,130 @@
+#include "sysconfreaderimpl/ChangeEvents.h"
+
+#include "SysConfReaderEvent.h"
+#include "SysConfReaderImpl.h"
+#include "sysconfreader/Guards.h"
+#include "sysconfreaderimpl/EventGate.h"
+
+#include <QuarnCommonUtils.h>
+
+#include <dlfcn.h>
+
+namespace Quarncommon {
+
+namespace {
+
+constexpr const char* kEventLibrary = "eventcbutil";
+
+constinit EventGate g_eventGate;
+
+bool switchedOff() {
+    return !QuarnCommonUtils::Quarngetenv("NO_EM_CLIENT").empty() ||
+           !QuarnCommonUtils::Quarngetenv("NO_EM_CLIENT_CONSUMER").empty();
+}
+
+template <typename EntryPoint>
+EntryPoint* entryPoint(void* library, const char* name) {
+    return reinterpret_cast<EntryPoint*>(::dlsym(library, name));
+}
+
+} // namespace
+
+std::string SysConfReaderImpl::GetDLLName(const std::string& name) const {
+    return "lib" + name + ".so";
+}
+
+void SysConfReaderImpl::ensureSubscribed() {
+    Instance();
+    const WriteGuard guard(m_pMutex);
+    // Destroyed by another thread since: there is nobody to subscribe for. Only the lock tells.
+    if (SysConfReaderImpl* reader = m_pInstance.load(std::memory_order_acquire)) {
+        reader->InitConsumer();
+    }
+}
+
+void SysConfReaderImpl::InitConsumer() {
+    if (m_consumerInited || switchedOff() || m_consumerInited.exchange(true)) {
+        return;
+    }
+    // Until the subscription stands, every way out leaves the next load free to try again, an
+    // exception of the event library included.
+    struct Attempt {
+        std::atomic<bool>& inited;
+        bool made;
+        ~Attempt() {
+            if (!made) {
+                inited = false;
+            }
+        }
+    } attempt{m_consumerInited, false};
+
+    void* library = ::dlopen(GetDLLName(kEventLibrary).c_str(), RTLD_LAZY | RTLD_GLOBAL);
+    if (library == nullptr) {
+        return;
+    }
+    auto* init = entryPoint<EventConsumerCBInitFunction>(library, "EventConsumerCBInit");
+    if (init == nullptr) {
+        ::dlclose(library);
+        return;
+    }
+    const EventConsumerCallback callback{&SysConfReaderEventProcessCB, this};
+    // The handle is never closed from here on: the event library's threads may run its code for as
+    // long as the process lives, and an exception of its own needs that code too.
+    attempt.made = init(kSysConfigEvent, "", &callback) >= 0;
+}
+
+void SysConfReaderImpl::endSubscription() {
+    if (!m_consumerInited || switchedOff()) {
+        return;
+    }
+    // A second reference to the library that is loaded already, given back below.
+    void* library = ::dlopen(GetDLLName(kEventLibrary).c_str(), RTLD_LAZY | RTLD_GLOBAL);
+    if (library == nullptr) {
+        return;
+    }
+    if (auto* fini = entryPoint<EventConsumerCBFiniFunction>(library, "EventConsumerCBFini")) {
+        fini();
+        m_consumerInited = false;
+    }
+    ::dlclose(library);
+}
+
+SysConfReaderImpl::~SysConfReaderImpl() {
+    endSubscription();
+}
+
+void SysConfReaderImpl::Destory() {
+    EventGate::Closure closed(g_eventGate);
+    const WriteGuard guard(m_pMutex);
+    delete m_pInstance.exchange(nullptr);
+    // Still under the lock: an instance that another thread creates next must miss no event.
+    closed.end();
+}
+
+void SysConfReaderImpl::applyChange(const void* subscriber) {
+    const EventGate::Delivery delivery(g_eventGate);
+    if (!delivery.admitted()) {
+        return;
+    }
+    SysConfReaderImpl* reader = nullptr;
+    {
+        // Waits for a first load to publish the instance that it has subscribed. The user data is
+        // only compared: it may belong to an instance that is long gone.
+        const ReadGuard guard(m_pMutex);
+        reader = m_pInstance.load(std::memory_order_acquire);
+    }
+    if (reader != nullptr && reader == subscriber) {
+        reader->Reload();
+    }
+}
+
+} // namespace Quarncommon
+
+int SysConfReaderEventProcessCB(const std::string& eventName, const std::string& /*second*/,
+                                const std::string& /*third*/, void* userData) {
+    using namespace Quarncommon;
+    if (eventName != kSysConfigEvent || userData == nullptr) {
+        return -1;
+    }
+    return completes([&] { SysConfReaderImpl::applyChange(userData); }) ? 0 : -1;
+}

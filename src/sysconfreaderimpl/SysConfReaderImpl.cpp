@@ -1,0 +1,160 @@
+#include "SysConfReaderImpl.h"
+
+#include "SysConfReader.h"
+#include "rules/NodeList.h"
+#include "rules/Roles.h"
+#include "sysconfreader/ConfigFiles.h"
+#include "sysconfreader/Guards.h"
+#include "sysconfreaderimpl/ChangeEvents.h"
+
+#include <memory>
+
+namespace Quarncommon {
+
+namespace {
+
+// The three families of usage tags, built when the library is loaded like those of SysConfReader;
+// this class reads only the first.
+const std::string kInternalServiceUsage = "internal_service";
+const std::string kSouthboundUsage = "southbound";
+const std::string kNorthboundUsage = "northbound";
+
+} // namespace
+
+const std::string kSysConfigEvent = "SysConfigEvent";
+ACE_RW_Thread_Mutex SysConfReaderImpl::m_pMutex;
+
+std::atomic<SysConfReaderImpl*> SysConfReaderImpl::m_pInstance{nullptr};
+
+SysConfReaderImpl* SysConfReaderImpl::Instance() {
+    // Pairs with the store below: who sees the pointer sees the loaded members behind it.
+    if (SysConfReaderImpl* reader = m_pInstance.load(std::memory_order_acquire)) {
+        return reader;
+    }
+    const WriteGuard guard(m_pMutex);
+    if (SysConfReaderImpl* reader = m_pInstance.load(std::memory_order_acquire)) {
+        return reader;
+    }
+    struct Discard {
+        void operator()(SysConfReaderImpl* reader) const { delete reader; }
+    };
+    std::unique_ptr<SysConfReaderImpl, Discard> created(new SysConfReaderImpl);
+    created->Init_i();
+    SysConfReaderImpl* published = nullptr;
+    if (m_pInstance.compare_exchange_strong(published, created.get(), std::memory_order_acq_rel)) {
+        return created.release();
+    }
+    // Only where the lock failed can another thread have come first. Its subscription must outlive
+    // the instance that is discarded here.
+    created->m_consumerInited = false;
+    return published;
+}
+
+std::string SysConfReaderImpl::currentAnswer(std::string SysConfReaderImpl::*answer) {
+    for (;;) {
+        Instance();
+        const ReadGuard guard(m_pMutex);
+        // Null when another thread has destroyed the instance in between: then once more.
+        if (const SysConfReaderImpl* reader = m_pInstance.load(std::memory_order_acquire)) {
+            return reader->*answer;
+        }
+    }
+}
+
+void SysConfReaderImpl::Reload() {
+    SysConfReader::reloadInstance();
+    const WriteGuard guard(m_pMutex);
+    Init_i();
+}
+
+void SysConfReaderImpl::Init_i() {
+    InitConsumer();
+    InitLocalNodeId();
+    InitLocalIp();
+    InitAssignedToTenancy();
+    InitMasterAndStandyNodeId();
+    InitMasterAndStandyIp();
+}
+
+// Each step below reads its own file and ends at the first error, keeping what it has not assigned.
+
+void SysConfReaderImpl::InitLocalNodeId() {
+    completes([this] {
+        const std::string instanceId = config::environment(config::kInstanceIdVariable);
+        Json::Value root;
+        if (config::readJsonFile(config::pathOf(config::kAppConfig), root)) {
+            const Json::Value& tree = root;
+            m_localNodeId = tree["processes"][instanceId]["nodeId"].asString();
+        }
+    });
+}
+
+void SysConfReaderImpl::InitLocalIp() {
+    completes([this] {
+        Json::Value list;
+        if (config::readJsonFile(GetNodeListFilePath(), list)) {
+            m_localInternalServiceIP =
+                GetInternalIp(rules::addressEntries(rules::nodeEntry(list, m_localNodeId)));
+        }
+    });
+}
+
+void SysConfReaderImpl::InitAssignedToTenancy() {
+    completes([this] {
+        Json::Value list;
+        if (config::readJsonFile(GetNodeListFilePath(), list)) {
+            m_productName = rules::tenancy(rules::nodeEntry(list, m_localNodeId));
+        }
+    });
+}
+
+void SysConfReaderImpl::InitMasterAndStandyNodeId() {
+    completes([this] {
+        Json::Value list;
+        if (config::readJsonFile(GetManagerNodeListFilePath(), list)) {
+            rules::findMasterAndStandby(list, m_productName, m_masterNodeId, m_standbyNodeId);
+        }
+    });
+}
+
+void SysConfReaderImpl::InitMasterAndStandyIp() {
+    completes([this] {
+        Json::Value list;
+        if (config::readJsonFile(GetManagerNodeListFilePath(), list)) {
+            m_masterInternalServiceIP =
+                GetInternalIp(rules::addressEntries(rules::nodeEntry(list, m_masterNodeId)));
+            m_standbyInternalServiceIP =
+                GetInternalIp(rules::addressEntries(rules::nodeEntry(list, m_standbyNodeId)));
+        }
+    });
+}
+
+std::string SysConfReaderImpl::GetInternalIp(const Json::Value& addresses) const {
+    return rules::internalServiceAddress(addresses, kInternalServiceUsage);
+}
+
+std::string SysConfReaderImpl::GetNodeListFilePath() const {
+    return config::pathOf(config::kNodeList);
+}
+
+std::string SysConfReaderImpl::GetManagerNodeListFilePath() const {
+    return config::pathOf(config::kManagerNodeList);
+}
+
+std::string SysConfReaderImpl::GetLocalInternalServiceIP() const {
+    return copyUnder(m_pMutex, m_localInternalServiceIP);
+}
+
+std::string SysConfReaderImpl::GetMasterInternalServiceIP() const {
+    return copyUnder(m_pMutex, m_masterInternalServiceIP);
+}
+
+std::string SysConfReaderImpl::GetStandbyInternalServiceIP() const {
+    return copyUnder(m_pMutex, m_standbyInternalServiceIP);
+}
+
+std::string SysConfReaderImpl::GetProductName() const {
+    return copyUnder(m_pMutex, m_productName);
+}
+
+} // namespace Quarncommon

@@ -1,0 +1,58 @@
+#include "SysConfReader_i.h"
+
+#include "SysConfReaderImpl.h"
+#include "sysconfreader/Guards.h"
+
+namespace Quarncommon {
+
+namespace {
+
+// Built when the library is loaded, as beside the other two singletons; not read here.
+const std::string kInternalServiceUsage = "internal_service";
+
+} // namespace
+
+ACE_RW_Thread_Mutex SysConfReader_i::m_pMutex;
+
+std::atomic<SysConfReader_i*> SysConfReader_i::m_pInstance{nullptr};
+
+SysConfReader_i* SysConfReader_i::Instance() {
+    if (SysConfReader_i* facade = m_pInstance.load(std::memory_order_acquire)) {
+        return facade;
+    }
+    const WriteGuard guard(m_pMutex);
+    SysConfReader_i* facade = m_pInstance.load(std::memory_order_acquire);
+    if (facade == nullptr) {
+        facade = new SysConfReader_i;
+        m_pInstance.store(facade, std::memory_order_release);
+    }
+    return facade;
+}
+
+void SysConfReader_i::Destory() {
+    const WriteGuard guard(m_pMutex);
+    delete m_pInstance.exchange(nullptr);
+}
+
+SysConfReader_i::~SysConfReader_i() {
+    SysConfReaderImpl::Instance();
+    SysConfReaderImpl::Destory();
+}
+
+std::string SysConfReader_i::GetLocalInternalServiceIP() const {
+    return SysConfReaderImpl::currentAnswer(&SysConfReaderImpl::m_localInternalServiceIP);
+}
+
+std::string SysConfReader_i::GetMasterInternalServiceIP() const {
+    return SysConfReaderImpl::currentAnswer(&SysConfReaderImpl::m_masterInternalServiceIP);
+}
+
+std::string SysConfReader_i::GetStandbyInternalServiceIP() const {
+    return SysConfReaderImpl::currentAnswer(&SysConfReaderImpl::m_standbyInternalServiceIP);
+}
+
+std::string SysConfReader_i::GetProductName() const {
+    return SysConfReaderImpl::currentAnswer(&SysConfReaderImpl::m_productName);
+}
+
+} // namespace Quarncommon
