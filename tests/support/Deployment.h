@@ -1,0 +1,37 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace support {
+
+/// Sets or, with null, unsets an environment variable of the test process.
+void setEnvironment(const char* variable, const char* value);
+
+/// Writes a file, making its folder if need be; replaces what was there in one step (rename).
+void writeFile(const std::filesystem::path& path, const std::string& text);
+
+/// The files and the environment of a process of a deployment, in the test's own directory. The
+/// environment is set by the constructor: instance id "p1", every path into the directory; no file
+/// exists until it is written.
+class Deployment {
+public:
+    Deployment();
+
+    Deployment& appConfig(const std::string& text);
+    Deployment& nodeList(const std::string& text);
+    Deployment& managerNodeList(const std::string& text);
+
+    std::filesystem::path appConfigPath() const { return m_root / "app.json"; }
+    std::filesystem::path appRoot() const { return m_root / "app"; }
+    std::filesystem::path managerRoot() const { return m_root / "tolm"; }
+    std::filesystem::path nodeListPath() const { return appRoot() / "etc/sysconf/nodelist.json"; }
+    std::filesystem::path managerNodeListPath() const {
+        return managerRoot() / "etc/sysconf/nodelists.json";
+    }
+
+private:
+    std::filesystem::path m_root;
+};
+
+} // namespace support

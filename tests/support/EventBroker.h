@@ -1,0 +1,33 @@
+#pragma once
+
+#include "SysConfReaderEvent.h"
+
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <string>
+
+namespace support {
+
+/// The state of the recording event library. It lives in the test executable, so that tests can
+/// set it before the library is loaded and read it whatever becomes of the library.
+struct EventBroker {
+    std::mutex mutex;
+    std::condition_variable idle;
+    int initResult = 0;
+    bool initThrows = false;
+    std::function<void()> initHook;
+    std::function<void()> finiHook;
+    int inits = 0;
+    int finis = 0;
+    std::string lastEventName;
+    std::string lastSecond = "unset";
+    bool subscribed = false;
+    EventConsumerCallback subscription{};
+    int delivering = 0;
+};
+
+} // namespace support
+
+/// How the recording library finds that state: exported by the test executable.
+extern "C" [[gnu::visibility("default")]] support::EventBroker* sysconfTestEventBroker();

@@ -1,0 +1,88 @@
+#include "support/EventLibrary.h"
+
+#include "support/EventBroker.h"
+#include "support/TestDirectory.h"
+
+#include <dlfcn.h>
+#include <filesystem>
+
+namespace {
+
+support::EventBroker& broker() {
+    return *sysconfTestEventBroker();
+}
+
+} // namespace
+
+support::EventBroker* sysconfTestEventBroker() {
+    static support::EventBroker broker;
+    return &broker;
+}
+
+namespace support {
+
+void installEventLibrary(const std::string& kind) {
+    const std::filesystem::path installed = testDirectory() / "libeventcbutil.so";
+    std::filesystem::remove(installed);
+    std::filesystem::create_symlink(std::filesystem::path(SYSCONF_TEST_EVENT_LIBRARIES) / kind /
+                                        "libeventcbutil.so",
+                                    installed);
+}
+
+bool eventLibraryLoaded() {
+    void* handle = ::dlopen("libeventcbutil.so", RTLD_LAZY | RTLD_NOLOAD);
+    if (handle == nullptr) {
+        return false;
+    }
+    ::dlclose(handle);
+    return true;
+}
+
+void setInitResult(int result) {
+    const std::lock_guard<std::mutex> guard(broker().mutex);
+    broker().initResult = result;
+}
+
+void setInitThrows(bool throws) {
+    const std::lock_guard<std::mutex> guard(broker().mutex);
+    broker().initThrows = throws;
+}
+
+void setInitHook(std::function<void()> hook) {
+    const std::lock_guard<std::mutex> guard(broker().mutex);
+    broker().initHook = std::move(hook);
+}
+
+void setFiniHook(std::function<void()> hook) {
+    const std::lock_guard<std::mutex> guard(broker().mutex);
+    broker().finiHook = std::move(hook);
+}
+
+EventLibraryCalls eventLibraryCalls() {
+    const std::lock_guard<std::mutex> guard(broker().mutex);
+    return {broker().inits, broker().finis, broker().lastEventName, broker().lastSecond};
+}
+
+bool subscribed() {
+    const std::lock_guard<std::mutex> guard(broker().mutex);
+    return broker().subscribed;
+}
+
+int deliver(const std::string& eventName) {
+    EventConsumerCallback subscription{};
+    {
+        const std::lock_guard<std::mutex> guard(broker().mutex);
+        if (!broker().subscribed) {
+            return -2;
+        }
+        subscription = broker().subscription;
+        ++broker().delivering;
+    }
+    const int answer = subscription.callback(eventName, "second", "third", subscription.userData);
+    const std::lock_guard<std::mutex> guard(broker().mutex);
+    --broker().delivering;
+    broker().idle.notify_all();
+    return answer;
+}
+
+} // namespace support

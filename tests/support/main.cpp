@@ -1,0 +1,70 @@
+// The main program of every test executable. It runs the tests in a process of their own, in a
+// fresh directory of their own, with an environment that holds nothing of the library's and with
+// that directory as the dynamic loader's search path, so that a test decides which event library
+// can be found. The directory is removed afterwards, however the tests end.
+
+#include "support/TestDirectory.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr const char* kReadersVariables[] = {"APP_CONF_FILE", "PROCESS_INSTANCE_ID",
+                                             "APP_ROOT",      "TOLM_ROOT",
+                                             "NO_EM_CLIENT",  "NO_EM_CLIENT_CONSUMER"};
+
+[[noreturn]] void becomeTestProcess(const std::string& directory, char** arguments) {
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    for (const char* variable : kReadersVariables) {
+        ::unsetenv(variable);
+    }
+    ::setenv(support::kTestDirectoryVariable, directory.c_str(), 1);
+    const char* searchPath = std::getenv("LD_LIBRARY_PATH");
+    ::setenv("LD_LIBRARY_PATH",
+             searchPath != nullptr ? (directory + ":" + searchPath).c_str() : directory.c_str(), 1);
+    ::execv("/proc/self/exe", arguments);
+    std::perror("execv");
+    std::_Exit(EXIT_FAILURE);
+}
+
+int runInDirectory(char** arguments) {
+    std::string directory = (std::filesystem::temp_directory_path() / "sysconf-XXXXXX").string();
+    if (::mkdtemp(directory.data()) == nullptr) {
+        std::perror("mkdtemp");
+        return EXIT_FAILURE;
+    }
+    const pid_t child = ::fork();
+    if (child == 0) {
+        becomeTestProcess(directory, arguments);
+    }
+    int status = 0;
+    const bool waited = child > 0 && ::waitpid(child, &status, 0) == child;
+    std::error_code ignored;
+    std::filesystem::remove_all(directory, ignored);
+    if (waited && WIFSIGNALED(status)) {
+        std::fprintf(stderr, "test process ended by signal %d\n", WTERMSIG(status));
+    }
+    return waited && WIFEXITED(status) ? WEXITSTATUS(status) : EXIT_FAILURE;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    ::testing::InitGoogleTest(&argc, argv);
+    if (GTEST_FLAG_GET(list_tests)) {
+        return RUN_ALL_TESTS();
+    }
+    if (std::getenv(support::kTestDirectoryVariable) == nullptr) {
+        return runInDirectory(argv);
+    }
+    return RUN_ALL_TESTS();
+}
