@@ -1,0 +1,47 @@
+#!/usr/bin/env bash
+# platform-switch.sh SOURCE BUILD TOOL: installs the bundled platform libraries to a prefix of their
+# own, builds the library and the tool against that prefix with SYSCONFREADER_PLATFORM=system, and
+# compares what both tools show of every sample.
+set -euo pipefail
+
+source=$1
+build=$2
+tool=$3
+cmake=${CMAKE:-cmake}
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+configure() {
+  "$cmake" -S "$source" -B "$work/build" -G Ninja -DSYSCONFREADER_PLATFORM=system \
+    -DSYSCONFREADER_BUILD_TESTS=OFF -DSYSCONFREADER_SANITIZE="${SANITIZE:-}" \
+    -DCMAKE_CXX_COMPILER="$CXX" -DCMAKE_CXX_COMPILER_LAUNCHER="${LAUNCHER:-}" "$@"
+}
+
+# Without the platform's libraries there is nothing to build against, and that is said.
+if configure >"$work/log" 2>&1; then
+  echo "configured without the platform's libraries" >&2
+  exit 1
+fi
+grep -F "libquarnjsonutil.so" "$work/log"
+
+"$cmake" --install "$build" --component platform --prefix "$work/prefix" >/dev/null
+rm -rf "$work/build"
+configure -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
+"$cmake" --build "$work/build" --parallel 2 >/dev/null
+
+# No stand-in was built: the only ones are those of the prefix.
+if find "$work/build" -name 'libquarn*' | grep .; then
+  echo "built a stand-in of the platform's libraries" >&2
+  exit 1
+fi
+
+shopt -s nullglob
+compared=0
+for env_file in "$source"/samples/*/*.env; do
+  diff <("$tool" --env-file "$env_file" show -o json) \
+    <(LD_LIBRARY_PATH=$work/prefix/lib:$work/prefix/lib/$(gcc -print-multiarch) \
+      "$work/build/tools/sysconfctl/sysconfctl" --env-file "$env_file" show -o json)
+  compared=$((compared + 1))
+done
+echo "compared $compared samples"
+[[ $compared -gt 0 ]]

@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# readme-example.sh SOURCE: builds README.md's example program as a project of its own, from the
+# code blocks as they stand, and runs it against a sample deployment.
+set -euo pipefail
+
+source=$1
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+# The first block of that language in README.md.
+block() {
+  awk -v fence="\`\`\`$1" '$0 == fence {inside = 1; next} inside && /^```$/ {exit} inside' \
+    "$source/README.md"
+}
+
+block cpp >"$work/main.cpp"
+block cmake >"$work/CMakeLists.txt"
+ln -s "$source" "$work/libsysconfreader"
+"${CMAKE:-cmake}" -S "$work" -B "$work/build" -G Ninja \
+  -DCMAKE_CXX_COMPILER="$CXX" -DCMAKE_CXX_COMPILER_LAUNCHER="${LAUNCHER:-}" \
+  -DSYSCONFREADER_SANITIZE="${SANITIZE:-}" \
+  -DCMAKE_CXX_FLAGS="${SANITIZE:+-fsanitize=$SANITIZE}" >/dev/null
+"${CMAKE:-cmake}" --build "$work/build" --parallel 2 >/dev/null
+
+sample=$source/samples/ha-pair
+output=$(
+  cd "$source"
+  # The env files name their paths relative to the project's root.
+  set -a
+  # shellcheck source=/dev/null
+  source "$sample/master.env"
+  set +a
+  "$work/build/where-am-i"
+)
+echo "$output"
+[[ $output == *"tenancy "* && $output == *"service address "* ]]
