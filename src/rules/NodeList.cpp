@@ -11,20 +11,4 @@ std::string lowerCased(std::string text) {
     return text;
 }
 
-const Json::Value& nodeEntry(const Json::Value& list, const std::string& nodeId) {
-    return list["nodeList"][nodeId];
-}
-
-const Json::Value& addressEntries(const Json::Value& node) {
-    return node["IPAddresses"];
-}
-
-std::string tenancy(const Json::Value& node) {
-    return node["assignedToTenancy"].asString();
-}
-
-std::string hostType(const Json::Value& node) {
-    return node["extAttr"]["hostType"].asString();
-}
-
 } // namespace Quarncommon::rules

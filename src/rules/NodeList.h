@@ -6,8 +6,11 @@
 #include <string_view>
 
 /// Where a node list keeps its nodes and their addresses, and the one walk over the tags of
-/// address entries. Like every rule, these are functions of a JSON tree alone. A missing member
-/// reads as null; a value of the wrong type throws what jsoncpp throws.
+/// address entries. Like every rule, these depend on a JSON text alone. A missing member reads as
+/// null; a value of the wrong type throws what jsoncpp throws.
+///
+/// Rules over a whole list take it as a `Node`: JsonTreeNode, or the platform's JsonDocument::Node,
+/// which answer the same questions. Values are built as late as a rule reads them.
 namespace Quarncommon::rules {
 
 inline constexpr std::string_view kServiceTag = "service";
@@ -18,16 +21,28 @@ inline constexpr std::string_view kMaintenanceTag = "maintenance";
 std::string lowerCased(std::string text);
 
 /// The node entry of that id in a node list.
-const Json::Value& nodeEntry(const Json::Value& list, const std::string& nodeId);
+template <typename Node>
+Node nodeEntry(const Node& list, const std::string& nodeId) {
+    return list["nodeList"][nodeId];
+}
 
-/// The address entries of a node entry.
-const Json::Value& addressEntries(const Json::Value& node);
+/// The address entries of a node entry, built.
+template <typename Node>
+decltype(auto) addressEntries(const Node& node) {
+    return node["IPAddresses"].value();
+}
 
-/// The role text of a node entry, "extAttr"."hostType".
-std::string hostType(const Json::Value& node);
+/// The role text of a node entry.
+template <typename Node>
+std::string hostType(const Node& node) {
+    return node["extAttr"]["hostType"].value().asString();
+}
 
-/// The tenancy of a node entry, "assignedToTenancy".
-std::string tenancy(const Json::Value& node);
+/// The tenancy of a node entry.
+template <typename Node>
+std::string tenancy(const Node& node) {
+    return node["assignedToTenancy"].value().asString();
+}
 
 /// What a walk does after a tag.
 enum class Walk { OtherTags, NextEntry, Stop };

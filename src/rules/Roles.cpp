@@ -23,21 +23,14 @@ std::string internalServiceAddress(const Json::Value& addresses,
     return found ? internal : fallback;
 }
 
-void findMasterAndStandby(const Json::Value& nodes, const std::string& tenancy,
-                          std::string& masterNodeId, std::string& standbyNodeId) {
-    for (const std::string& id : nodes.getMemberNames()) {
-        const Json::Value& node = nodes[id];
-        if (rules::tenancy(node) != tenancy) {
-            continue;
-        }
-        const std::string role = hostType(node);
-        const std::string domainType = node["extAttr"]["domain_node_type"].asString();
-        if (role == "master" && domainType == "ACCESS_Master") {
-            masterNodeId = id;
-        } else if (role == "standby" && domainType == "ACCESS_Backup") {
-            standbyNodeId = id;
-        }
+Role roleOf(const std::string& hostType, const std::string& domainNodeType) {
+    if (hostType == "master" && domainNodeType == "ACCESS_Master") {
+        return Role::Master;
     }
+    if (hostType == "standby" && domainNodeType == "ACCESS_Backup") {
+        return Role::Standby;
+    }
+    return Role::None;
 }
 
 } // namespace Quarncommon::rules

@@ -1,30 +1,21 @@
 #include "rules/SourceNodeId.h"
 
-#include "rules/NodeList.h"
-
 #include <algorithm>
 
 namespace Quarncommon::rules {
 
-void collectServiceAddresses(const Json::Value& list,
-                             std::map<std::string, std::string>& serviceAddresses) {
-    const Json::Value& nodes = list["nodeList"];
-    for (const std::string& id : nodes.getMemberNames()) {
-        const Json::Value& node = nodes[id];
-        if (hostType(node) == "standby") {
-            continue;
+void collectServiceAddress(const std::string& nodeId, const Json::Value& addresses,
+                           ServiceAddresses& output) {
+    forEachTag(addresses, [&](const Json::Value& entry, const std::string& tag) {
+        if (tag != kServiceTag) {
+            return Walk::OtherTags;
         }
-        forEachTag(addressEntries(node), [&](const Json::Value& entry, const std::string& tag) {
-            if (tag != kServiceTag) {
-                return Walk::OtherTags;
-            }
-            serviceAddresses[id] = entry["IP"].asString();
-            return Walk::NextEntry;
-        });
-    }
+        output[nodeId] = entry["IP"].asString();
+        return Walk::NextEntry;
+    });
 }
 
-const std::string* sourceNode(const std::map<std::string, std::string>& serviceAddresses,
+const std::string* sourceNode(const ServiceAddresses& serviceAddresses,
                               const std::list<std::string>& hostAddresses) {
     for (const auto& [id, address] : serviceAddresses) {
         if (std::find(hostAddresses.begin(), hostAddresses.end(), address) != hostAddresses.end()) {
