@@ -23,8 +23,9 @@ std::string internalServiceAddress(const Json::Value& addresses,
     return found ? internal : fallback;
 }
 
-void findMasterAndStandby(const Json::Value& nodes, const std::string& tenancy,
+void findMasterAndStandby(const Json::Value& list, const std::string& tenancy,
                           std::string& masterNodeId, std::string& standbyNodeId) {
+    const Json::Value& nodes = list["nodeList"];
     for (const std::string& id : nodes.getMemberNames()) {
         const Json::Value& node = nodes[id];
         if (rules::tenancy(node) != tenancy) {

@@ -11,9 +11,9 @@ namespace Quarncommon::rules {
 std::string internalServiceAddress(const Json::Value& addresses,
                                    const std::string& internalServiceTag);
 
-/// Sets the ids of the master and the standby node among the nodes of `nodes` that are assigned to
+/// Sets the ids of the master and the standby node among the list's nodes that are assigned to
 /// `tenancy`; an id without candidate is left alone. The greatest id by bytes wins a role.
-void findMasterAndStandby(const Json::Value& nodes, const std::string& tenancy,
+void findMasterAndStandby(const Json::Value& list, const std::string& tenancy,
                           std::string& masterNodeId, std::string& standbyNodeId);
 
 } // namespace Quarncommon::rules
