@@ -26,6 +26,6 @@ function(sysconf_compile_options target)
   # Without a sanitizer every symbol must be found at link time, and the usual hardening applies.
   target_compile_options(
     ${target} PRIVATE -fstack-protector-strong -fcf-protection
-                      $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE$<SEMICOLON>-D_FORTIFY_SOURCE=2>)
+                      $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE$<SEMICOLON>-D_FORTIFY_SOURCE=2>)
   target_link_options(${target} PRIVATE -Wl,-z,defs -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
 endfunction()

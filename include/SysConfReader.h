@@ -134,8 +134,8 @@ public:
     /// normally an array of connection entries, `index` counts from 0. Names are compared byte for
     /// byte. Read lock. An unknown name gives -1 or "". Inside a known database the answers are
     /// jsoncpp's: an index past the end, or a field that is absent or null, gives 0 or "".
-    /// @throws Json::Exception when the database is not an array, the entry not an object or the
-    ///         field not convertible to the answer's type.
+    /// @throws Json::Exception when the database is neither an array nor null, the entry neither an
+    ///         object nor null, or the field not convertible to the answer's type.
     /// @{
 
     /// Replaces `info` by the database's whole value, of whatever type it is, and answers 0.
@@ -297,8 +297,11 @@ private:
     /// write lock shows, if any is left.
     static void reloadInstance();
     void reloadLocked();
-    void loadFiles();
-    void publishIdentity();
+    void loadFiles(const std::string& appConfigPath, const std::string& instanceId);
+    /// The first getLocalNodeIPs, for the float node of that id.
+    static void collectNodeIPs(const std::string& nodeId, const std::string& usagePrefix,
+                               std::map<int, std::string>& indexedIPs, std::string& serviceIP,
+                               std::string& service2IP);
 
     std::map<std::string, Json::Value> m_dbInfo;
     std::string m_maintenanceIP;
@@ -313,21 +316,21 @@ private:
     std::string m_hostType;
     std::string m_floatNodeId;
 
-    /// The two loaded values that queries read without m_pMutex, as the last finished load left
-    /// them. A load replaces both at its end in one step, so that those queries neither wait for a
-    /// load nor see one half done.
+    /// The two loaded values that some queries read without m_pMutex. A load replaces both at its
+    /// end in one step, so that those queries neither wait for a load nor see one half done.
     struct Identity {
         std::string floatNodeId;
         std::string maintenanceIP;
     };
+    class [[gnu::visibility("hidden")]] IdentityUpdate;
     Identity identity();
-    /// Guards m_identity; held for the copy or the swap of two strings only, never while loading.
+    /// Guards m_floatNodeId and m_maintenanceIP for those who do not hold m_pMutex, and who changes
+    /// them holds both. Held for the copy or the swap of two strings only, never while loading.
     std::mutex m_identityMutex;
-    Identity m_identity;
 
     /// Null until an instance has been loaded completely.
     static std::atomic<SysConfReader*> m_pInstance;
-    /// Guards m_pInstance and every member of the instance but m_identity.
+    /// Guards m_pInstance and every member of the instance.
     static ACE_RW_Thread_Mutex m_pMutex;
 };
 

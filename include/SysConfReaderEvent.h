@@ -18,6 +18,8 @@
 /// that there is no subscription. EventConsumerCBFini ends the subscription; no callback may start
 /// after it has returned. It is called under the role reader's write lock, but never while a
 /// callback of ours is doing work, so an event library may wait in it for running callbacks.
+/// Neither entry point may call this library, nor wait for a callback that it has started itself:
+/// both are called in the middle of a load or of a destruction.
 
 /// What an event library calls: the event's name, two further texts, the user data of the
 /// subscription. Answers 0 for handled and -1 for refused.
@@ -42,7 +44,9 @@ using EventConsumerCBFiniFunction = void();
 /// @param second,third Not looked at.
 /// @param userData The role reader that made the subscription. Null is refused. One that has been
 ///        destroyed since, or is being destroyed right now, is never touched: the event is then
-///        dropped with answer 0, because whoever asks next loads the changed files anyway.
+///        dropped with answer 0, as one that comes after the end of the subscription. The next
+///        role reader loads the changed files; a SysConfReader that lives on keeps its last load
+///        until the next event or Reload().
 /// @return 0 when handled; -1 when refused, or when the reload ended with an exception (which is
 ///         kept from the event library's thread).
 ///

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,23 +17,33 @@ namespace Quarncommon::config {
 
 namespace {
 
+/// An open file. While it is open its thread is not cancelled: closing is a cancellation point, and
+/// to unwind from there would end the process.
 class Descriptor {
 public:
-    // Not to wait for a writer should the path be a pipe: callers hold locks while they read. It
-    // makes no difference to regular files, and nothing else is read.
-    explicit Descriptor(const std::string& path)
-        : m_descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)) {}
+    explicit Descriptor(const std::string& path) {
+        ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_cancelState);
+        // Without waiting, should the path be a pipe: callers hold locks while they read. Only a
+        // file that is leased to another process is waited for.
+        constexpr int kFlags = O_RDONLY | O_CLOEXEC | O_NOCTTY;
+        m_descriptor = ::open(path.c_str(), kFlags | O_NONBLOCK);
+        if (m_descriptor < 0 && errno == EWOULDBLOCK) {
+            m_descriptor = ::open(path.c_str(), kFlags);
+        }
+    }
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
     ~Descriptor() {
         if (m_descriptor >= 0) {
             ::close(m_descriptor);
         }
+        ::pthread_setcancelstate(m_cancelState, nullptr);
     }
     int get() const { return m_descriptor; }
 
 private:
-    int m_descriptor;
+    int m_cancelState = PTHREAD_CANCEL_ENABLE;
+    int m_descriptor = -1;
 };
 
 /// Reads from the start to the end. `size` is a hint only: files of /proc have none.

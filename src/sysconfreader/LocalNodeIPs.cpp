@@ -12,7 +12,14 @@ void SysConfReader::getLocalNodeIPs(const std::string& usagePrefix,
                                     std::map<int, std::string>& indexedIPs, std::string& serviceIP,
                                     std::string& service2IP) {
     completes([&] {
-        const std::string nodeId = identity().floatNodeId;
+        collectNodeIPs(identity().floatNodeId, usagePrefix, indexedIPs, serviceIP, service2IP);
+    });
+}
+
+void SysConfReader::collectNodeIPs(const std::string& nodeId, const std::string& usagePrefix,
+                                   std::map<int, std::string>& indexedIPs, std::string& serviceIP,
+                                   std::string& service2IP) {
+    completes([&] {
         Json::Value list;
         if (config::readJsonFile(config::pathOf(config::kNodeList), list)) {
             rules::collectByNumber(rules::addressEntries(rules::nodeEntry(list, nodeId)),

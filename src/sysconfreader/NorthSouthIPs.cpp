@@ -8,12 +8,13 @@
 namespace Quarncommon {
 
 std::string SysConfReader::getLocalNorthIP() {
+    // Both values of one load: one of them looked up later might be of the next.
+    const Identity loaded = identity();
     std::map<int, std::string> indexedIPs;
     std::string serviceIP;
     std::string service2IP;
-    getLocalNodeIPs(kNorthboundUsage, indexedIPs, serviceIP, service2IP);
-    return rules::northSlotList(std::move(indexedIPs), serviceIP, service2IP,
-                                identity().maintenanceIP);
+    collectNodeIPs(loaded.floatNodeId, kNorthboundUsage, indexedIPs, serviceIP, service2IP);
+    return rules::northSlotList(std::move(indexedIPs), serviceIP, service2IP, loaded.maintenanceIP);
 }
 
 // The answer that the second getLocalNodeIPs gives on an empty map, told without its thousand keys:

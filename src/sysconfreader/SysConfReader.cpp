@@ -7,7 +7,6 @@
 #include "sysconfreader/UsageTags.h"
 
 #include <memory>
-#include <utility>
 
 namespace Quarncommon {
 
@@ -70,15 +69,36 @@ void SysConfReader::reloadLocked() {
 
 void SysConfReader::init_i() {
     SysConfReaderImpl::ensureSubscribed();
-    completes([this] { loadFiles(); });
-    completes([this] { publishIdentity(); });
+    const std::string appConfigPath = config::pathOf(config::kAppConfig);
+    const std::string instanceId = config::environment(config::kInstanceIdVariable);
+    completes([&] { loadFiles(appConfigPath, instanceId); });
 }
+
+/// What a load makes of the two values that are read without the lock: it works on copies, which
+/// replace the members in one step when it ends, however it ends.
+class SysConfReader::IdentityUpdate {
+public:
+    explicit IdentityUpdate(SysConfReader& reader) : loaded(reader.identity()), m_reader(reader) {}
+    IdentityUpdate(const IdentityUpdate&) = delete;
+    IdentityUpdate& operator=(const IdentityUpdate&) = delete;
+    ~IdentityUpdate() {
+        const std::lock_guard<std::mutex> guard(m_reader.m_identityMutex);
+        m_reader.m_floatNodeId.swap(loaded.floatNodeId);
+        m_reader.m_maintenanceIP.swap(loaded.maintenanceIP);
+    }
+
+    Identity loaded;
+
+private:
+    SysConfReader& m_reader;
+};
 
 // The order of the assignments is binding: a value of the wrong type throws and ends the load, with
 // every member before it new and every member after it old.
-void SysConfReader::loadFiles() {
-    const std::string appConfigPath = config::pathOf(config::kAppConfig);
-    const std::string instanceId = config::environment(config::kInstanceIdVariable);
+void SysConfReader::loadFiles(const std::string& appConfigPath, const std::string& instanceId) {
+    IdentityUpdate identity(*this);
+    std::string& maintenanceIP = identity.loaded.maintenanceIP;
+    std::string& floatNodeId = identity.loaded.floatNodeId;
 
     Json::Value root;
     if (config::readJsonFile(appConfigPath, root)) {
@@ -89,7 +109,7 @@ void SysConfReader::loadFiles() {
         }
 
         const Json::Value& process = tree["processes"][instanceId];
-        m_maintenanceIP = process["IR"]["ip"].asString();
+        maintenanceIP = process["IR"]["ip"].asString();
         m_localhostIP = process["local"]["ip"].asString();
         m_wssIP = process["wss"]["ip"].asString();
         m_wssPort = process["wss"]["port"].asInt();
@@ -97,7 +117,7 @@ void SysConfReader::loadFiles() {
         m_corbaPort = process["CORBA"]["port"].asInt();
         m_corbaSSLPort = process["CORBA_SSL"]["port"].asInt();
         m_nodeId = process["nodeId"].asString();
-        m_floatNodeId = m_nodeId;
+        floatNodeId = m_nodeId;
     }
 
     if (!config::readJsonFile(config::pathOf(config::kNodeList), root)) {
@@ -105,21 +125,15 @@ void SysConfReader::loadFiles() {
     }
     m_hostType = rules::hostType(rules::nodeEntry(root, m_nodeId));
     if (m_hostType == "standby") {
-        getSourceNodeId(m_floatNodeId);
+        getSourceNodeId(floatNodeId);
     }
     // The role is the own node's, the tag that of the node whose addresses are answered.
-    m_hostTagName = rules::nodeEntry(root, m_floatNodeId)["extAttr"]["HOSTID"].asString();
-}
-
-void SysConfReader::publishIdentity() {
-    Identity loaded{m_floatNodeId, m_maintenanceIP};
-    const std::lock_guard<std::mutex> guard(m_identityMutex);
-    std::swap(m_identity, loaded);
+    m_hostTagName = rules::nodeEntry(root, floatNodeId)["extAttr"]["HOSTID"].asString();
 }
 
 SysConfReader::Identity SysConfReader::identity() {
     const std::lock_guard<std::mutex> guard(m_identityMutex);
-    return m_identity;
+    return {m_floatNodeId, m_maintenanceIP};
 }
 
 } // namespace Quarncommon

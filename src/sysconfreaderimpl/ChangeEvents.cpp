@@ -22,6 +22,14 @@ bool switchedOff() {
            !QuarnCommonUtils::Quarngetenv("NO_EM_CLIENT_CONSUMER").empty();
 }
 
+/// From static destruction on no event is applied. Registered after everything that the library
+/// builds at load time, and so run before any of that is destroyed.
+void turnEventsAwayAtExit() {
+    static const struct AtExit {
+        ~AtExit() { g_eventGate.close(); }
+    } atExit;
+}
+
 template <typename EntryPoint>
 EntryPoint* entryPoint(void* library, const char* name) {
     return reinterpret_cast<EntryPoint*>(::dlsym(library, name));
@@ -35,9 +43,13 @@ std::string SysConfReaderImpl::GetDLLName(const std::string& name) const {
 
 void SysConfReaderImpl::ensureSubscribed() {
     Instance();
-    const WriteGuard guard(m_pMutex);
-    // Destroyed by another thread since: there is nobody to subscribe for. Only the lock tells.
-    if (SysConfReaderImpl* reader = m_pInstance.load(std::memory_order_acquire)) {
+    // Behind the gate the instance cannot be destroyed. Its lock is not taken: the caller holds the
+    // main reader's, and no reload holds both. An instance that is being destroyed, or has been,
+    // needs no subscription.
+    const EventGate::Stay stay(g_eventGate);
+    SysConfReaderImpl* reader =
+        stay.admitted() ? m_pInstance.load(std::memory_order_acquire) : nullptr;
+    if (reader != nullptr) {
         reader->InitConsumer();
     }
 }
@@ -71,6 +83,7 @@ void SysConfReaderImpl::InitConsumer() {
     // The handle is never closed from here on: the event library's threads may run its code for as
     // long as the process lives, and an exception of its own needs that code too.
     attempt.made = init(kSysConfigEvent, "", &callback) >= 0;
+    turnEventsAwayAtExit();
 }
 
 void SysConfReaderImpl::endSubscription() {
@@ -102,8 +115,8 @@ void SysConfReaderImpl::Destory() {
 }
 
 void SysConfReaderImpl::applyChange(const void* subscriber) {
-    const EventGate::Delivery delivery(g_eventGate);
-    if (!delivery.admitted()) {
+    const EventGate::Stay stay(g_eventGate);
+    if (!stay.admitted()) {
         return;
     }
     SysConfReaderImpl* reader = nullptr;

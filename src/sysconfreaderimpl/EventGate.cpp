@@ -5,7 +5,7 @@ namespace Quarncommon {
 bool EventGate::enter() {
     unsigned int state = m_state.load();
     while (state < kClosure) {
-        if (m_state.compare_exchange_weak(state, state + kDelivery)) {
+        if (m_state.compare_exchange_weak(state, state + kStay)) {
             return true;
         }
     }
@@ -13,7 +13,7 @@ bool EventGate::enter() {
 }
 
 void EventGate::leave() {
-    m_state.fetch_sub(kDelivery);
+    m_state.fetch_sub(kStay);
     m_state.notify_all();
 }
 

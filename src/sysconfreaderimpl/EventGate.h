@@ -4,25 +4,28 @@
 
 namespace Quarncommon {
 
-/// Keeps the delivery of change events and the destruction of the role reader apart.
+/// Keeps the destruction of the role reader apart from those who use it without its lock: the
+/// delivery of change events, and the main reader's loader when it subscribes.
 ///
 /// Destruction ends the subscription while it holds the role reader's write lock, and the event
 /// library may wait there for a callback that is running, while that callback would wait for the
-/// lock. So destruction first closes the gate, which waits (with no lock held) until the deliveries
-/// inside have finished, and those that come to a closed gate turn back at once. Behind an open
-/// gate the role reader cannot be destroyed; so what a delivery has found alive stays alive until
-/// it leaves.
+/// lock. So destruction first closes the gate, which waits (with no lock held) until those inside
+/// have left, and who comes to a closed gate turns back at once. Behind an open gate the role
+/// reader cannot be destroyed; so what was found alive inside stays alive until one leaves.
 class EventGate {
 public:
     constexpr EventGate() = default;
 
-    /// A delivery's stay inside; check `admitted` first.
-    class Delivery {
+    /// Closes the gate for good.
+    void close();
+
+    /// A stay inside; check `admitted` first.
+    class Stay {
     public:
-        explicit Delivery(EventGate& gate) : m_gate(gate), m_admitted(gate.enter()) {}
-        Delivery(const Delivery&) = delete;
-        Delivery& operator=(const Delivery&) = delete;
-        ~Delivery() {
+        explicit Stay(EventGate& gate) : m_gate(gate), m_admitted(gate.enter()) {}
+        Stay(const Stay&) = delete;
+        Stay& operator=(const Stay&) = delete;
+        ~Stay() {
             if (m_admitted) {
                 m_gate.leave();
             }
@@ -54,13 +57,12 @@ public:
     };
 
 private:
-    // The low half of the state counts deliveries inside, the high half closures.
-    static constexpr unsigned int kDelivery = 1;
+    // The low half of the state counts those inside, the high half closures.
+    static constexpr unsigned int kStay = 1;
     static constexpr unsigned int kClosure = 1U << 16U;
 
     bool enter();
     void leave();
-    void close();
     void open();
 
     std::atomic<unsigned int> m_state{0};

@@ -35,8 +35,13 @@ SysConfReaderImpl* SysConfReaderImpl::Instance() {
     if (SysConfReaderImpl* reader = m_pInstance.load(std::memory_order_acquire)) {
         return reader;
     }
+    // An instance that was never published ends no subscription: the event library might wait for a
+    // callback that waits for the lock held here. Nor does an event for it do any harm.
     struct Discard {
-        void operator()(SysConfReaderImpl* reader) const { delete reader; }
+        void operator()(SysConfReaderImpl* reader) const {
+            reader->m_consumerInited = false;
+            delete reader;
+        }
     };
     std::unique_ptr<SysConfReaderImpl, Discard> created(new SysConfReaderImpl);
     created->Init_i();
@@ -44,9 +49,7 @@ SysConfReaderImpl* SysConfReaderImpl::Instance() {
     if (m_pInstance.compare_exchange_strong(published, created.get(), std::memory_order_acq_rel)) {
         return created.release();
     }
-    // Only where the lock failed can another thread have come first. Its subscription must outlive
-    // the instance that is discarded here.
-    created->m_consumerInited = false;
+    // Only where the lock failed can another thread have come first.
     return published;
 }
 

@@ -3,6 +3,7 @@
 # one as often as it is overloaded. Constructors, destructors are left out: whether they are emitted
 # is the compiler's choice.
 set -euo pipefail
+export LC_ALL=C
 
 library=$1
 list=$2
