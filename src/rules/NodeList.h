@@ -26,10 +26,10 @@ Node nodeEntry(const Node& list, const std::string& nodeId) {
     return list["nodeList"][nodeId];
 }
 
-/// The address entries of a node entry, built.
+/// The address entries of a node entry, built as far as rules read them.
 template <typename Node>
 decltype(auto) addressEntries(const Node& node) {
-    return node["IPAddresses"].value();
+    return node["IPAddresses"].value({"IP", "usage"});
 }
 
 /// The role text of a node entry.

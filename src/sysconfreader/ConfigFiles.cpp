@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
+#include <memory>
 #include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -46,30 +47,51 @@ private:
     int m_descriptor = -1;
 };
 
-/// Reads from the start to the end. `size` is a hint only: files of /proc have none.
-bool readOnce(int descriptor, std::size_t size, std::string& text) {
-    // One byte more than the file has, so that its end shows in the read that follows the last
-    // byte without growing the text.
-    constexpr std::size_t kSmallest = 4096;
-    text.resize(std::max(size + 1, kSmallest));
-    std::size_t length = 0;
-    for (;;) {
-        const ssize_t count = ::pread(descriptor, text.data() + length, text.size() - length,
-                                      static_cast<off_t>(length));
-        if (count == 0) {
-            text.resize(length);
-            return true;
-        }
-        if (count > 0) {
-            length += static_cast<std::size_t>(count);
-            if (length == text.size()) {
-                text.resize(2 * length);
+/// A file's bytes, with room behind them that a Document may look at. Unlike a string it is not
+/// filled with zeros before it is read into.
+class Text {
+public:
+    const char* data() const { return m_bytes.get(); }
+    std::size_t length() const { return m_length; }
+
+    /// Reads from the start to the end, `size` bytes by the look of it; files of /proc have 0. A
+    /// file that has just that many is known to have ended by its size, which the caller compares
+    /// once more; it saves the read that would find nothing.
+    bool readFrom(int descriptor, std::size_t size) {
+        m_length = 0;
+        reserve(std::max(size, kSmallest));
+        for (;;) {
+            const ssize_t count = ::pread(descriptor, m_bytes.get() + m_length,
+                                          m_capacity - m_length, static_cast<off_t>(m_length));
+            if (count < 0 && errno != EINTR) {
+                return false;
             }
-        } else if (errno != EINTR) {
-            return false;
+            m_length += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+            if (count == 0 || (size != 0 && m_length == size)) {
+                return true;
+            }
+            if (m_length == m_capacity) {
+                reserve(2 * m_capacity);
+            }
         }
     }
-}
+
+private:
+    static constexpr std::size_t kSmallest = 4096;
+
+    void reserve(std::size_t capacity) {
+        if (capacity > m_capacity) {
+            auto bytes = std::make_unique_for_overwrite<char[]>(capacity + Document::kPadding);
+            std::copy_n(m_bytes.get(), m_length, bytes.get());
+            m_bytes = std::move(bytes);
+            m_capacity = capacity;
+        }
+    }
+
+    std::unique_ptr<char[]> m_bytes;
+    std::size_t m_length = 0;
+    std::size_t m_capacity = 0;
+};
 
 bool sameTime(const timespec& a, const timespec& b) {
     return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
@@ -89,7 +111,7 @@ bool writtenLately(const struct stat& status) {
 /// Reads a text that stood in the file at one moment: a file that is rewritten in place while it
 /// is read would give the start of one text and the end of another. One that does not hold still
 /// for any of a few attempts counts as unreadable.
-bool readWhole(const std::string& path, std::string& text) {
+bool readWhole(const std::string& path, Text& text) {
     constexpr int kAttempts = 4;
     const Descriptor file(path);
     if (file.get() < 0) {
@@ -102,14 +124,16 @@ bool readWhole(const std::string& path, std::string& text) {
             return false;
         }
         const auto size = static_cast<std::size_t>(before.st_size);
-        if (!readOnce(file.get(), size, text) || ::fstat(file.get(), &after) != 0) {
+        if (!text.readFrom(file.get(), size) || ::fstat(file.get(), &after) != 0) {
             return false;
         }
         if (before.st_size != after.st_size || !sameTime(before.st_mtim, after.st_mtim)) {
             continue;
         }
-        std::string again;
-        if (!writtenLately(before) || (readOnce(file.get(), size, again) && again == text)) {
+        Text again;
+        if (!writtenLately(before) || (again.readFrom(file.get(), size) &&
+                                       std::equal(again.data(), again.data() + again.length(),
+                                                  text.data(), text.data() + text.length()))) {
             return true;
         }
     }
@@ -136,10 +160,26 @@ std::optional<std::string> pathIfSet(const ConfigFile& file) {
 bool readJsonFile(const std::string& path, Json::Value& value) {
     bool parsed = false;
     completes([&] {
-        std::string text;
-        parsed = readWhole(path, text) && JsonReader(false).parse(text, value);
+        Text text;
+        parsed = readWhole(path, text) &&
+                 JsonReader(false).parse(std::string(text.data(), text.length()), value);
     });
     return parsed;
 }
+
+bool readJsonFile(const std::string& path, Document& document) {
+    bool parsed = false;
+    completes([&] {
+        Text text;
+        parsed = readWhole(path, text) && document.read(text.data(), text.length());
+    });
+    return parsed;
+}
+
+#ifndef SYSCONFREADER_WITH_DOCUMENT
+bool Document::read(const char* text, std::size_t length) {
+    return JsonReader(false).parse(std::string(text, length), m_tree);
+}
+#endif
 
 } // namespace Quarncommon::config

@@ -1,6 +1,12 @@
 #pragma once
 
+#include "rules/JsonTree.h"
+
 #include <json/value.h>
+
+#ifdef SYSCONFREADER_WITH_DOCUMENT
+#include <JsonDocument.h>
+#endif
 
 #include <optional>
 #include <string>
@@ -34,5 +40,24 @@ std::optional<std::string> pathIfSet(const ConfigFile& file);
 /// cannot be opened or not be read to its end, a directory, pipe or device, a text that is not one
 /// valid JSON text, and whatever is thrown on the way count alike: false, `value` as it was.
 bool readJsonFile(const std::string& path, Json::Value& value);
+
+#ifdef SYSCONFREADER_WITH_DOCUMENT
+using Document = JsonDocument;
+#else
+/// Where the platform's JSON library has no form of reading that builds only what is asked for,
+/// the full tree is built and asked the same questions.
+class Document {
+public:
+    static constexpr std::size_t kPadding = 0;
+    bool read(const char* text, std::size_t length);
+    rules::JsonTreeNode root() const { return rules::JsonTreeNode(m_tree); }
+
+private:
+    Json::Value m_tree;
+};
+#endif
+
+/// The same for a file of which little is needed: `document` answers from it.
+bool readJsonFile(const std::string& path, Document& document);
 
 } // namespace Quarncommon::config

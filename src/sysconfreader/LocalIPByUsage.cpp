@@ -12,13 +12,14 @@ std::string SysConfReader::getLocalIPByUsage(const std::string& usage) {
     completes([&] {
         const std::string tag = rules::lowerCased(usage);
         const ReadGuard guard(m_pMutex);
-        Json::Value list;
+        config::Document list;
         if (!config::readJsonFile(config::pathOf(config::kNodeList), list)) {
             return;
         }
         // A standby node is still maintained under its own address, whatever it stands in for.
         const std::string& nodeId = tag == rules::kMaintenanceTag ? m_nodeId : m_floatNodeId;
-        address = rules::addressByTag(rules::addressEntries(rules::nodeEntry(list, nodeId)), tag);
+        address =
+            rules::addressByTag(rules::addressEntries(rules::nodeEntry(list.root(), nodeId)), tag);
     });
     return address;
 }

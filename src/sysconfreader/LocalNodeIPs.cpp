@@ -20,9 +20,9 @@ void SysConfReader::collectNodeIPs(const std::string& nodeId, const std::string&
                                    std::map<int, std::string>& indexedIPs, std::string& serviceIP,
                                    std::string& service2IP) {
     completes([&] {
-        Json::Value list;
+        config::Document list;
         if (config::readJsonFile(config::pathOf(config::kNodeList), list)) {
-            rules::collectByNumber(rules::addressEntries(rules::nodeEntry(list, nodeId)),
+            rules::collectByNumber(rules::addressEntries(rules::nodeEntry(list.root(), nodeId)),
                                    usagePrefix, indexedIPs, serviceIP, service2IP);
         }
     });

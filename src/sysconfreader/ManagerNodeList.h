@@ -14,9 +14,9 @@ int askManagerNodeList(ACE_RW_Thread_Mutex& mutex, Question question) {
     completes([&] {
         const ReadGuard guard(mutex);
         const auto path = config::pathIfSet(config::kManagerNodeList);
-        Json::Value list;
+        config::Document list;
         if (path && config::readJsonFile(*path, list)) {
-            question(list);
+            question(list.root());
             result = 0;
         }
     });

@@ -9,11 +9,11 @@
 namespace Quarncommon {
 
 void SysConfReader::getSourceNodeId(std::string& sourceNodeId) {
-    std::map<std::string, std::string> serviceAddresses;
+    rules::ServiceAddresses serviceAddresses;
     completes([&] {
-        Json::Value list;
+        config::Document list;
         if (config::readJsonFile(config::pathOf(config::kNodeList), list)) {
-            rules::collectServiceAddresses(list, serviceAddresses);
+            rules::collectServiceAddresses(list.root(), serviceAddresses);
         }
     });
     std::list<std::string> hostAddresses;

@@ -15,10 +15,10 @@ rules::TagWalk walkTags(const std::string& nodeId, Prepare prepare, SlotFor slot
     rules::TagWalk seen;
     const bool complete = completes([&] {
         prepare();
-        Json::Value list;
+        config::Document list;
         if (config::readJsonFile(config::pathOf(config::kNodeList), list)) {
-            rules::collectByTag(rules::addressEntries(rules::nodeEntry(list, nodeId)), slotFor,
-                                seen);
+            rules::collectByTag(rules::addressEntries(rules::nodeEntry(list.root(), nodeId)),
+                                slotFor, seen);
         }
     });
     if (!complete) {

@@ -120,15 +120,17 @@ void SysConfReader::loadFiles(const std::string& appConfigPath, const std::strin
         floatNodeId = m_nodeId;
     }
 
-    if (!config::readJsonFile(config::pathOf(config::kNodeList), root)) {
+    config::Document list;
+    if (!config::readJsonFile(config::pathOf(config::kNodeList), list)) {
         return;
     }
-    m_hostType = rules::hostType(rules::nodeEntry(root, m_nodeId));
+    m_hostType = rules::hostType(rules::nodeEntry(list.root(), m_nodeId));
     if (m_hostType == "standby") {
         getSourceNodeId(floatNodeId);
     }
     // The role is the own node's, the tag that of the node whose addresses are answered.
-    m_hostTagName = rules::nodeEntry(root, floatNodeId)["extAttr"]["HOSTID"].asString();
+    m_hostTagName =
+        rules::nodeEntry(list.root(), floatNodeId)["extAttr"]["HOSTID"].value().asString();
 }
 
 SysConfReader::Identity SysConfReader::identity() {

@@ -94,40 +94,41 @@ void SysConfReaderImpl::InitLocalNodeId() {
 
 void SysConfReaderImpl::InitLocalIp() {
     completes([this] {
-        Json::Value list;
+        config::Document list;
         if (config::readJsonFile(GetNodeListFilePath(), list)) {
             m_localInternalServiceIP =
-                GetInternalIp(rules::addressEntries(rules::nodeEntry(list, m_localNodeId)));
+                GetInternalIp(rules::addressEntries(rules::nodeEntry(list.root(), m_localNodeId)));
         }
     });
 }
 
 void SysConfReaderImpl::InitAssignedToTenancy() {
     completes([this] {
-        Json::Value list;
+        config::Document list;
         if (config::readJsonFile(GetNodeListFilePath(), list)) {
-            m_productName = rules::tenancy(rules::nodeEntry(list, m_localNodeId));
+            m_productName = rules::tenancy(rules::nodeEntry(list.root(), m_localNodeId));
         }
     });
 }
 
 void SysConfReaderImpl::InitMasterAndStandyNodeId() {
     completes([this] {
-        Json::Value list;
+        config::Document list;
         if (config::readJsonFile(GetManagerNodeListFilePath(), list)) {
-            rules::findMasterAndStandby(list, m_productName, m_masterNodeId, m_standbyNodeId);
+            rules::findMasterAndStandby(list.root(), m_productName, m_masterNodeId,
+                                        m_standbyNodeId);
         }
     });
 }
 
 void SysConfReaderImpl::InitMasterAndStandyIp() {
     completes([this] {
-        Json::Value list;
+        config::Document list;
         if (config::readJsonFile(GetManagerNodeListFilePath(), list)) {
             m_masterInternalServiceIP =
-                GetInternalIp(rules::addressEntries(rules::nodeEntry(list, m_masterNodeId)));
-            m_standbyInternalServiceIP =
-                GetInternalIp(rules::addressEntries(rules::nodeEntry(list, m_standbyNodeId)));
+                GetInternalIp(rules::addressEntries(rules::nodeEntry(list.root(), m_masterNodeId)));
+            m_standbyInternalServiceIP = GetInternalIp(
+                rules::addressEntries(rules::nodeEntry(list.root(), m_standbyNodeId)));
         }
     });
 }
