@@ -1,0 +1,122 @@
+#include "RespelledText.h"
+
+#include "Numbers.h"
+
+#include <array>
+#include <charconv>
+#include <cmath>
+
+namespace {
+
+constexpr std::string_view kDigits = "0123456789";
+constexpr std::string_view kNumberCharacters = "0123456789+-.eE";
+constexpr std::size_t kEscapeLength = 6; // \uXXXX
+
+/// Removes one leading character, if it is one of these.
+bool take(std::string_view& text, std::string_view characters) {
+    if (text.empty() || characters.find(text.front()) == std::string_view::npos) {
+        return false;
+    }
+    text.remove_prefix(1);
+    return true;
+}
+
+bool takeDigits(std::string_view& text) {
+    const std::size_t before = text.size();
+    while (take(text, kDigits)) {
+    }
+    return text.size() < before;
+}
+
+/// The grammar's "number", the whole of the text.
+bool isNumber(std::string_view text) {
+    take(text, "-");
+    if (!take(text, "0") && !takeDigits(text)) {
+        return false;
+    }
+    if (take(text, ".") && !takeDigits(text)) {
+        return false;
+    }
+    if (take(text, "eE")) {
+        take(text, "+-");
+        return takeDigits(text) && text.empty();
+    }
+    return text.empty();
+}
+
+/// The number in a form that keeps its value and, by its exponent, the type realValue.
+std::string shortForm(const std::string& number) {
+    const double value = nearestDouble(number.c_str());
+    if (std::isinf(value)) {
+        return value < 0 ? "-10e308" : "10e308";
+    }
+    std::array<char, 32> digits{};
+    const auto written = std::to_chars(digits.data(), digits.data() + digits.size(), value,
+                                       std::chars_format::scientific);
+    return {digits.data(), written.ptr};
+}
+
+/// The code unit of an escape \uXXXX at the start of the text; 0, or anything below the surrogates,
+/// if there is no such escape.
+unsigned escapedUnit(std::string_view text) {
+    unsigned unit = 0;
+    if (text.size() >= kEscapeLength && text.starts_with("\\u")) {
+        std::from_chars(text.data() + 2, text.data() + kEscapeLength, unit, 16);
+    }
+    return unit;
+}
+
+/// Appends the escape at the start of `text`, or as much of it as matters here, respelled if need
+/// be; answers how much that was.
+std::size_t appendEscape(std::string_view text, std::string& copy) {
+    const unsigned unit = escapedUnit(text);
+    if (unit >= 0xD800 && unit < 0xDC00) {
+        const unsigned next = escapedUnit(text.substr(kEscapeLength));
+        if (next < 0xDC00 || next > 0xDFFF) {
+            copy += '\xED';
+            copy += static_cast<char>(0x80U | ((unit >> 6U) & 0x3FU));
+            copy += static_cast<char>(0x80U | (unit & 0x3FU));
+            return kEscapeLength;
+        }
+    }
+    const std::string_view start = text.substr(0, 2);
+    copy += start;
+    return start.size();
+}
+
+/// Appends the run of number characters at the start of `text`, or the one character that is none.
+std::size_t appendToken(std::string_view text, std::string& copy) {
+    constexpr std::size_t kHarmlessLength = 300;
+    const std::string run(text.substr(0, text.find_first_not_of(kNumberCharacters)));
+    if (run.empty()) {
+        copy += text.front();
+        return 1;
+    }
+    const bool maySeemTooBig =
+        run.size() > kHarmlessLength || run.find_first_of("eE") != std::string::npos;
+    copy += maySeemTooBig && isNumber(run) ? shortForm(run) : run;
+    return run.size();
+}
+
+} // namespace
+
+std::string respelled(std::string_view text) {
+    std::string copy;
+    copy.reserve(text.size());
+    bool quoted = false;
+    while (!text.empty()) {
+        std::size_t length = 1;
+        if (text.front() == '"') {
+            quoted = !quoted;
+            copy += '"';
+        } else if (!quoted) {
+            length = appendToken(text, copy);
+        } else if (text.front() == '\\') {
+            length = appendEscape(text, copy);
+        } else {
+            copy += text.front();
+        }
+        text.remove_prefix(length);
+    }
+    return copy;
+}
