@@ -4,15 +4,15 @@
 #include "SysConfReaderEvent.h"
 #include "SysConfReaderImpl.h"
 #include "SysConfReader_i.h"
-#include "support/Answers.h"
+#include "support/Deployment.h"
 #include "support/EventLibrary.h"
 #include "support/LockFaults.h"
-#include "support/SampleTexts.h"
 #include "sysconfreader/AllocationFaults.h"
 
 #include <gtest/gtest.h>
 
 #include <new>
+#include <string>
 
 namespace {
 
@@ -42,127 +42,129 @@ void expectLocksFree() {
     EXPECT_EQ(held.read + held.write, 0U);
 }
 
-/// Runs `call` with memory that runs out at its first allocation, at its second and so on, once or
-/// for good, until there is none left to fail; each time after `prepare` and before `check`. Tells
-/// how the first run ended.
+/// Runs `call` with memory that runs out at its first allocation, at its second and so on, once and
+/// for good, until there is none left to fail; each time after `prepare` and before `check`.
 template <typename Prepare, typename Call, typename Check>
-End atEveryAllocation(Shortage shortage, Prepare prepare, Call call, Check check) {
-    End first = End::Returned;
-    for (std::size_t which = 1;; ++which) {
-        SCOPED_TRACE(testing::Message() << "allocation " << which);
-        prepare();
-        bool happened = false;
-        End end = End::Returned;
-        {
-            const AllocationFault fault(which, shortage);
-            end = endOf(call);
-            happened = fault.happened();
-        }
-        expectLocksFree();
-        check(end);
-        first = which == 1 ? end : first;
-        if (!happened) {
-            EXPECT_GT(which, 1U);
-            EXPECT_EQ(end, End::Returned);
-            return first;
+void atEveryAllocation(Prepare prepare, Call call, Check check) {
+    for (const Shortage shortage : {Shortage::OneAllocation, Shortage::FromThereOn}) {
+        bool happened = true;
+        for (std::size_t which = 1; happened; ++which) {
+            SCOPED_TRACE(testing::Message()
+                         << "allocation " << which
+                         << (shortage == Shortage::FromThereOn ? " and all later ones" : ""));
+            prepare();
+            End end = End::Returned;
+            {
+                const AllocationFault fault(which, shortage);
+                end = endOf(call);
+                happened = fault.happened();
+            }
+            expectLocksFree();
+            EXPECT_TRUE(happened || end == End::Returned);
+            EXPECT_TRUE(happened || which > 1) << "no allocation has failed";
+            check(which, end);
         }
     }
 }
 
-class CreationOutOfMemory : public testing::TestWithParam<Shortage> {
+class CreationOutOfMemory : public testing::Test {
 protected:
-    void destroyAll() {
+    CreationOutOfMemory() {
+        m_deployment.appConfig(R"({"processes": {"p1": {"local": {"port": 7}, "nodeId": "n"}}})")
+            .nodeList(R"({"nodeList": {"n": {"assignedToTenancy": "t"}}})");
+        support::installEventLibrary("recording");
+        // Loaded for good: what loading an event library allocates is not this library's.
+        SysConfReader::Instance();
+    }
+
+    static void destroyAll() {
         SysConfReader_i::Destory();
         SysConfReader::Destory();
-        writeGeneration(deployment, 1);
     }
 
     /// Expects that a load with enough memory finds everything, whatever became of the one before.
-    void expectWholeAfterReload() {
+    static void expectWholeAfterReload() {
         SysConfReader::Instance();
         SysConfReaderImpl::Instance()->Reload();
-        EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(1));
-        EXPECT_EQ(support::loadedValues(deployment), support::sampleLoadedValues(1));
+        EXPECT_EQ(SysConfReader::Instance()->getLocalPort(), 7);
+        EXPECT_EQ(SysConfReader_i::Instance()->GetProductName(), "t");
+        EXPECT_TRUE(support::subscribed());
     }
 
-    Deployment deployment;
+private:
+    Deployment m_deployment;
 };
 
-TEST_P(CreationOutOfMemory, OfTheReader_ThrowsOrLeavesAReader) {
-    const End first = atEveryAllocation(
-        GetParam(), [&] { destroyAll(); }, [] { SysConfReader::Instance(); },
-        [&](End end) {
+TEST_F(CreationOutOfMemory, OfTheReader_ThrowsOrLeavesAReader) {
+    atEveryAllocation(
+        &destroyAll, [] { SysConfReader::Instance(); },
+        [](std::size_t which, End end) {
+            // The first allocation is the instance itself.
+            EXPECT_TRUE(which > 1 || end == End::Threw);
             if (end == End::Threw) {
                 // Nothing was published: the next call loads it all.
-                EXPECT_EQ(SysConfReader::Instance()->getLocalPort(), 4001);
+                EXPECT_EQ(SysConfReader::Instance()->getLocalPort(), 7);
             }
             expectWholeAfterReload();
         });
-    EXPECT_EQ(first, End::Threw);
 }
 
-TEST_P(CreationOutOfMemory, OfTheRoleReader_ThrowsOrLeavesARoleReader) {
-    const End first = atEveryAllocation(
-        GetParam(), [&] { destroyAll(); }, [] { SysConfReaderImpl::Instance(); },
-        [&](End end) {
+TEST_F(CreationOutOfMemory, OfTheRoleReader_ThrowsOrLeavesARoleReader) {
+    atEveryAllocation(
+        &destroyAll, [] { SysConfReaderImpl::Instance(); },
+        [](std::size_t which, End end) {
+            EXPECT_TRUE(which > 1 || end == End::Threw);
             if (end == End::Threw) {
-                EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(1));
+                EXPECT_EQ(SysConfReaderImpl::Instance()->GetProductName(), "t");
             }
             expectWholeAfterReload();
         });
-    EXPECT_EQ(first, End::Threw);
 }
 
-TEST_P(CreationOutOfMemory, OfTheFacade_ThrowsAndTheNextCallCreatesIt) {
-    const End first = atEveryAllocation(
-        GetParam(), [&] { destroyAll(); }, [] { SysConfReader_i::Instance(); },
-        [&](End) { EXPECT_EQ(SysConfReader_i::Instance()->GetProductName(), "tenancy1"); });
-    EXPECT_EQ(first, End::Threw);
-}
-
-TEST_P(CreationOutOfMemory, AtAReload_LeavesAReader) {
-    destroyAll();
-    SysConfReader::Instance();
+TEST_F(CreationOutOfMemory, OfTheFacade_ThrowsAndTheNextCallCreatesIt) {
     atEveryAllocation(
-        GetParam(), [&] { writeGeneration(deployment, 1); },
-        [] { SysConfReaderImpl::Instance()->Reload(); }, [&](End) { expectWholeAfterReload(); });
+        &destroyAll, [] { SysConfReader_i::Instance(); },
+        [](std::size_t which, End end) {
+            EXPECT_TRUE(which > 1 || end == End::Threw);
+            expectWholeAfterReload();
+        });
 }
 
-TEST_P(CreationOutOfMemory, AtAnEvent_IsKeptFromTheEventLibrary) {
-    destroyAll();
-    SysConfReader::Instance();
+TEST_F(CreationOutOfMemory, AtAnEvent_IsKeptFromTheEventLibrary) {
+    const std::string name = "SysConfigEvent";
+    const std::string other;
     int answer = 0;
-    const End first = atEveryAllocation(
-        GetParam(), [&] { writeGeneration(deployment, 1); },
-        [&] {
-            static const std::string name = "SysConfigEvent";
-            answer = SysConfReaderEventProcessCB(name, "", "", SysConfReaderImpl::Instance());
-        },
-        [&](End end) {
-            EXPECT_EQ(end, End::Returned);
-            EXPECT_TRUE(answer == 0 || answer == -1) << answer;
-            expectWholeAfterReload();
-        });
-    EXPECT_EQ(first, End::Returned);
+    atEveryAllocation([] {},
+                      [&] {
+                          void* roles = SysConfReaderImpl::Instance();
+                          answer = SysConfReaderEventProcessCB(name, other, other, roles);
+                      },
+                      [&](std::size_t, End end) {
+                          EXPECT_EQ(end, End::Returned);
+                          EXPECT_TRUE(answer == 0 || answer == -1) << answer;
+                          expectWholeAfterReload();
+                      });
 }
 
-TEST_P(CreationOutOfMemory, WithAnEventLibrary_IsSubscribedInTheEnd) {
-    support::installEventLibrary("recording");
-    // Loaded for good: what loading it allocates is not this library's.
-    SysConfReader::Instance();
+TEST_F(CreationOutOfMemory, AtAnEventThatCreatesTheReader_IsKeptFromTheEventLibrary) {
+    const std::string name = "SysConfigEvent";
+    const std::string other;
+    int answer = 0;
     atEveryAllocation(
-        GetParam(), [&] { destroyAll(); }, [] { SysConfReader::Instance(); },
-        [&](End) {
+        [] {
+            destroyAll();
+            SysConfReaderImpl::Instance();
+        },
+        [&] {
+            void* roles = SysConfReaderImpl::Instance();
+            answer = SysConfReaderEventProcessCB(name, other, other, roles);
+        },
+        [&](std::size_t which, End end) {
+            EXPECT_EQ(end, End::Returned);
+            // The first allocation is that of the reader.
+            EXPECT_TRUE(which > 1 ? answer == 0 || answer == -1 : answer == -1) << answer;
             expectWholeAfterReload();
-            EXPECT_TRUE(support::subscribed());
         });
 }
-
-INSTANTIATE_TEST_SUITE_P(Memory, CreationOutOfMemory,
-                         testing::Values(Shortage::OneAllocation, Shortage::FromThereOn),
-                         [](const testing::TestParamInfo<Shortage>& info) {
-                             return info.param == Shortage::OneAllocation ? std::string("FailsOnce")
-                                                                          : std::string("RunsOut");
-                         });
 
 } // namespace

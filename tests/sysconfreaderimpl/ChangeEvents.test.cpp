@@ -16,9 +16,10 @@
 #include <atomic>
 #include <cerrno>
 #include <filesystem>
-#include <memory>
 #include <stdexcept>
+#include <string>
 #include <thread>
+#include <vector>
 
 namespace {
 
@@ -146,10 +147,11 @@ TEST(ChangeEvent, UserDataOfAnEarlierRoleReader_LeavesTheNewOneAlone) {
     writeGeneration(deployment, 1);
     void* destroyed = SysConfReaderImpl::Instance();
     SysConfReaderImpl::Destory();
-    // Keeps the new role reader from getting the same address.
-    const auto placeholder = std::make_unique<char[]>(sizeof(SysConfReaderImpl));
+    // Keep the new role reader from getting the same memory.
+    const std::vector<std::string> placeholders(20,
+                                                std::string(sizeof(SysConfReaderImpl) - 1, 'x'));
     void* created = SysConfReaderImpl::Instance();
-    ASSERT_NE(created, destroyed);
+    ASSERT_NE(created, destroyed) << placeholders.size() << " placeholders were too few";
     support::resetOpenCalls();
     EXPECT_EQ(SysConfReaderEventProcessCB(kEvent, "", "", destroyed), 0);
     EXPECT_THAT(support::openCalls(), testing::IsEmpty());
