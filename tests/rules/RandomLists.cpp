@@ -81,7 +81,8 @@ Json::Value RandomLists::list() {
     m_mistypedOneIn = oneIn(2) ? 0 : static_cast<unsigned int>(10 + below(100));
     Json::Value nodes(Json::objectValue);
     for (std::size_t n = below(5); n > 0; --n) {
-        nodes[nodeId()] = perhapsMistyped(node());
+        const std::string id = nodeId();
+        nodes[id] = perhapsMistyped(node());
     }
     // The node that the queries ask for is nearly always there.
     if (!oneIn(10)) {
@@ -190,7 +191,8 @@ std::string RandomLists::tag() {
     case 2:
     case 3:
         // Lists without any southbound tag must be frequent, too.
-        return someCapitals((m_random() % 3 == 0 ? "southbound" : "s") + anyOf(kNumbers));
+        return oneIn(3) ? someCapitals("southbound" + anyOf(kNumbers))
+                        : someCapitals("s" + anyOf(kNumbers));
     default:
         return someCapitals(anyOf(kPlainTags));
     }

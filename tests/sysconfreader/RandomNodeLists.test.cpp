@@ -163,7 +163,8 @@ TEST_F(RandomNodeLists, SourceNodeId_AnswersLikeTheNaiveTelling) {
 TEST_F(RandomNodeLists, Outputs_AreAppendedToAndNeverCleared) {
     forEachList([&](RandomLists& random, const naive::File&) {
         std::list<std::string> addresses{"one", "two"};
-        reader().getIPAddresses(random.fieldName(), random.valuePrefix(), addresses);
+        const std::string field = random.fieldName();
+        reader().getIPAddresses(field, random.valuePrefix(), addresses);
         EXPECT_EQ(addresses.front(), "one");
         EXPECT_EQ(*std::next(addresses.begin()), "two");
         EXPECT_EQ(std::count(std::next(addresses.begin(), 2), addresses.end(), ""), 0);
