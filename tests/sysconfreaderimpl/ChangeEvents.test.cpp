@@ -17,6 +17,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <stdexcept>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -147,11 +148,15 @@ TEST(ChangeEvent, UserDataOfAnEarlierRoleReader_LeavesTheNewOneAlone) {
     writeGeneration(deployment, 1);
     void* destroyed = SysConfReaderImpl::Instance();
     SysConfReaderImpl::Destory();
-    // Keep the new role reader from getting the same memory.
-    const std::vector<std::string> placeholders(20,
-                                                std::string(sizeof(SysConfReaderImpl) - 1, 'x'));
+    // Keep the new role reader from getting the same memory: take blocks of its size until that one
+    // is among them, or so many that the allocator evidently keeps it back.
+    constexpr std::size_t kEnough = 10000;
+    std::vector<std::unique_ptr<char[]>> placeholders;
+    do {
+        placeholders.push_back(std::make_unique<char[]>(sizeof(SysConfReaderImpl)));
+    } while (placeholders.back().get() != destroyed && placeholders.size() < kEnough);
     void* created = SysConfReaderImpl::Instance();
-    ASSERT_NE(created, destroyed) << placeholders.size() << " placeholders were too few";
+    ASSERT_NE(created, destroyed);
     support::resetOpenCalls();
     EXPECT_EQ(SysConfReaderEventProcessCB(kEvent, "", "", destroyed), 0);
     EXPECT_THAT(support::openCalls(), testing::IsEmpty());
