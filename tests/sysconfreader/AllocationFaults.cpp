@@ -53,17 +53,39 @@ bool AllocationFault::happened() const {
 
 #ifdef SANITIZED
 
+// Every form that is not aligned, because a sanitizer's own would not go with these.
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    return failsNow() ? nullptr : std::malloc(size != 0 ? size : 1);
+}
 void* operator new(std::size_t size) {
-    void* memory = failsNow() ? nullptr : std::malloc(size != 0 ? size : 1);
+    void* memory = operator new(size, std::nothrow);
     if (memory == nullptr) {
         throw std::bad_alloc();
     }
     return memory;
 }
+void* operator new[](std::size_t size) {
+    return operator new(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    return operator new(size, std::nothrow);
+}
 void operator delete(void* memory) noexcept {
     std::free(memory);
 }
 void operator delete(void* memory, std::size_t /*size*/) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, const std::nothrow_t& /*tag*/) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory, std::size_t /*size*/) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory, const std::nothrow_t& /*tag*/) noexcept {
     std::free(memory);
 }
 

@@ -266,25 +266,25 @@ void ask(const Race& race) {
     }
 }
 
-constexpr std::size_t kLarge = 1200; // about 400 KiB
+constexpr std::size_t kLarge = 900; // about 300 KiB
 
 TEST(FilesInMotionRace, SmallListRenamed_AnswerIsOfOneList) {
     ask({Motion::Renamed, 0, 200});
 }
 TEST(FilesInMotionRace, LargeListRenamed_AnswerIsOfOneList) {
-    ask({Motion::Renamed, kLarge, 5});
+    ask({Motion::Renamed, kLarge, 3});
 }
 TEST(FilesInMotionRace, SmallListRewritten_AnswerIsOfOneListOrNone) {
     ask({Motion::TruncatedAndRewritten, 0, 200});
 }
 TEST(FilesInMotionRace, LargeListRewritten_AnswerIsOfOneListOrNone) {
-    ask({Motion::TruncatedAndRewritten, kLarge, 5});
+    ask({Motion::TruncatedAndRewritten, kLarge, 3});
 }
 TEST(FilesInMotionRace, SmallListDeletedAndBack_AnswerIsOfOneListOrNone) {
     ask({Motion::Deleted, 0, 200});
 }
 TEST(FilesInMotionRace, LargeListDeletedAndBack_AnswerIsOfOneListOrNone) {
-    ask({Motion::Deleted, kLarge, 5});
+    ask({Motion::Deleted, kLarge, 3});
 }
 
 } // namespace

@@ -134,9 +134,10 @@ TEST(Locales, LocaleWithAnotherSmallI_CapitalTagsAreNotTheirAsciiSelves) {
 }
 
 TEST(Locales, LocaleOfTheThreadAlone_Counts) {
-    support::setEnvironment("LOCPATH", SYSCONF_TEST_LOCALES);
-    const locale_t latin1 = ::newlocale(LC_ALL_MASK, kLatin1, nullptr);
+    setLocale(kLatin1);
+    const locale_t latin1 = ::duplocale(LC_GLOBAL_LOCALE);
     ASSERT_NE(latin1, nullptr);
+    setLocale("C");
     const locale_t before = ::uselocale(latin1);
     expectFound({{"\xC4X", "\xE4x", kAll}});
     ::uselocale(before);

@@ -16,8 +16,8 @@
 #include <atomic>
 #include <cerrno>
 #include <filesystem>
-#include <stdexcept>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
