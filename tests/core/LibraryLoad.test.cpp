@@ -1,5 +1,6 @@
 // What happens when the library is loaded: its locks are made, and nothing is read.
 
+#include "SysConfReader.h"
 #include "support/FileCalls.h"
 #include "support/RealFunction.h"
 #include "support/TestDirectory.h"
@@ -84,7 +85,7 @@ TEST(LibraryLoad, Always_ReadsNothingUntilTheFirstUse) {
     ASSERT_NE(library, nullptr) << ::dlerror();
     EXPECT_THAT(support::openCalls(), testing::IsEmpty());
     // The first use proves that the opens of the library are seen here.
-    auto* instance = reinterpret_cast<void* (*)()>(
+    auto* instance = reinterpret_cast<Quarncommon::SysConfReader* (*)()>(
         ::dlsym(library, "_ZN11Quarncommon13SysConfReader8InstanceEv"));
     ASSERT_NE(instance, nullptr);
     EXPECT_NE(instance(), nullptr);
