@@ -59,10 +59,17 @@ void move(Motion motion, const std::filesystem::path& path, const std::string& t
     }
 }
 
-/// Makes the file look as if it had been written long ago.
-void age(const std::filesystem::path& path) {
-    const timespec longAgo[2] = {{1000000000, 0}, {1000000000, 0}};
-    ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), longAgo, 0), 0);
+/// What the file's time stamp tells while it is moved: that it was written just now, that it was
+/// written long ago, or, all the time, one and the same moment that is not past yet: so a file
+/// looks that is written twice within one tick of the clock.
+enum class Stamp { JustNow, LongAgo, OneTick };
+
+void stamp(const std::filesystem::path& path, Stamp kind) {
+    const std::time_t moment = kind == Stamp::LongAgo ? 1000000000 : 4000000000; // in 2001, in 2096
+    const timespec times[2] = {{moment, 0}, {moment, 0}};
+    if (kind != Stamp::JustNow) {
+        ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+    }
 }
 
 struct Lists {
@@ -146,7 +153,7 @@ std::pair<std::string, bool> askWhileMoving(const queries::Query& query, std::si
 
 /// Every query, moved at every one of its file calls.
 void moveAtEachFileCall(Motion motion, const std::string& oldText, const std::string& newText,
-                        bool aged) {
+                        Stamp kind) {
     const Lists lists;
     for (const queries::Query& query : listQueries()) {
         const std::filesystem::path path = lists.pathFor(query);
@@ -155,11 +162,13 @@ void moveAtEachFileCall(Motion motion, const std::string& oldText, const std::st
         std::size_t at = 0;
         for (; reached; ++at) {
             support::writeFile(path, oldText);
-            if (aged) {
-                age(path);
-            }
-            const auto [answer, made] =
-                askWhileMoving(query, at, [&] { move(motion, path, newText); });
+            stamp(path, kind);
+            const auto [answer, made] = askWhileMoving(query, at, [&] {
+                move(motion, path, newText);
+                if (kind == Stamp::OneTick) {
+                    stamp(path, kind);
+                }
+            });
             EXPECT_THAT(answer, answers.oneOfThem()) << query.name << ", file call " << at;
             reached = made;
         }
@@ -168,41 +177,45 @@ void moveAtEachFileCall(Motion motion, const std::string& oldText, const std::st
 }
 
 TEST(FilesInMotion, RenamedDuringACall_AnswerIsOfOneList) {
-    for (const bool aged : {false, true}) {
-        moveAtEachFileCall(Motion::Renamed, queries::nodeList("a"), queries::nodeList("b"), aged);
+    for (const Stamp kind : {Stamp::JustNow, Stamp::LongAgo, Stamp::OneTick}) {
+        moveAtEachFileCall(Motion::Renamed, queries::nodeList("a"), queries::nodeList("b"), kind);
         moveAtEachFileCall(Motion::Renamed, queries::nodeList("a"), queries::nodeList("b", 3),
-                           aged);
+                           kind);
     }
 }
 
 TEST(FilesInMotion, DeletedDuringACall_AnswerIsOfTheListOrNone) {
-    moveAtEachFileCall(Motion::Deleted, queries::nodeList("a"), "", false);
-    moveAtEachFileCall(Motion::Deleted, queries::nodeList("a"), "", true);
+    moveAtEachFileCall(Motion::Deleted, queries::nodeList("a"), "", Stamp::JustNow);
+    moveAtEachFileCall(Motion::Deleted, queries::nodeList("a"), "", Stamp::LongAgo);
 }
 
 TEST(FilesInMotion, RewrittenDuringACallToTheSameLength_AnswerIsOfOneListOrNone) {
-    for (const bool aged : {false, true}) {
+    for (const Stamp kind : {Stamp::JustNow, Stamp::LongAgo, Stamp::OneTick}) {
         for (const Motion motion : {Motion::TruncatedAndRewritten, Motion::Overwritten}) {
-            moveAtEachFileCall(motion, queries::nodeList("a"), queries::nodeList("b"), aged);
+            moveAtEachFileCall(motion, queries::nodeList("a"), queries::nodeList("b"), kind);
         }
     }
 }
 
 TEST(FilesInMotion, RewrittenDuringACallToAnotherLength_AnswerIsOfOneListOrNone) {
     for (const Motion motion : {Motion::TruncatedAndRewritten, Motion::Overwritten}) {
-        moveAtEachFileCall(motion, queries::nodeList("a"), queries::nodeList("bbb"), true);
-        moveAtEachFileCall(motion, queries::nodeList("aaa"), queries::nodeList("b"), true);
-        moveAtEachFileCall(motion, queries::nodeList("a"), queries::nodeList("b", 3), false);
-        moveAtEachFileCall(motion, queries::nodeList("a", 3), queries::nodeList("b"), false);
+        moveAtEachFileCall(motion, queries::nodeList("a"), queries::nodeList("bbb"),
+                           Stamp::LongAgo);
+        moveAtEachFileCall(motion, queries::nodeList("aaa"), queries::nodeList("b"),
+                           Stamp::LongAgo);
+        moveAtEachFileCall(motion, queries::nodeList("a"), queries::nodeList("b", 3),
+                           Stamp::JustNow);
+        moveAtEachFileCall(motion, queries::nodeList("a", 3), queries::nodeList("b"),
+                           Stamp::JustNow);
         // Nothing but space is added or taken, so that the parser would not mind.
         moveAtEachFileCall(motion, queries::nodeList("a"),
-                           queries::nodeList("b") + std::string(500, ' '), true);
+                           queries::nodeList("b") + std::string(500, ' '), Stamp::LongAgo);
     }
 }
 
 TEST(FilesInMotion, TruncatedDuringACall_AnswerIsOfTheListOrNone) {
-    for (const bool aged : {false, true}) {
-        moveAtEachFileCall(Motion::TruncatedAndRewritten, queries::nodeList("a"), "", aged);
+    for (const Stamp kind : {Stamp::JustNow, Stamp::LongAgo, Stamp::OneTick}) {
+        moveAtEachFileCall(Motion::TruncatedAndRewritten, queries::nodeList("a"), "", kind);
     }
 }
 
