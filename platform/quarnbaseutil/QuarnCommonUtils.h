@@ -1,4 +1,5 @@
-#pragma once
+#ifndef QUARNCOMMONUTILS_H
+#define QUARNCOMMONUTILS_H
 
 #include <list>
 #include <string>
@@ -23,3 +24,5 @@ public:
     /// @throws std::bad_alloc when memory runs out.
     static std::string Quarngetenv(const std::string& name);
 };
+
+#endif // QUARNCOMMONUTILS_H

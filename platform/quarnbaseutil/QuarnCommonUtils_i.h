@@ -1,4 +1,5 @@
-#pragma once
+#ifndef QUARNCOMMONUTILS_I_H
+#define QUARNCOMMONUTILS_I_H
 
 #include <list>
 #include <string>
@@ -14,5 +15,9 @@ public:
     /// What `addresses` held stays in front. Asks the kernel anew on every call. Appends nothing
     /// if the kernel does not answer.
     /// @throws std::bad_alloc when memory runs out; nothing has been appended then.
-    static void getAllIPAddr(std::list<std::string> & addresses);
+    // clang-format off
+    static void getAllIPAddr(std::list<std::string>& addresses);
+    // clang-format on
 };
+
+#endif // QUARNCOMMONUTILS_I_H

@@ -29,8 +29,8 @@ struct ThrowingAllocator {
 using Utf8 = rapidjson::UTF8<>;
 using Reader = rapidjson::GenericReader<Utf8, Utf8, ThrowingAllocator>;
 
-/// Iterative, so that nesting takes no stack; numbers as texts, because RapidJSON neither rounds
-/// correctly nor tells -0 from -0.0 in the types that jsoncpp gives them.
+/// Iterative, so that reading takes no stack for nesting; numbers as texts, because RapidJSON does
+/// not always round them correctly.
 constexpr unsigned kStrict = rapidjson::kParseIterativeFlag | rapidjson::kParseNumbersAsStringsFlag;
 
 rapidjson::ParseErrorCode read(std::string_view text, Json::Value& value) {

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef JSONREADER_H
+#define JSONREADER_H
 
 #include <json/value.h>
 
@@ -21,16 +22,14 @@
 ///                  character of UTF-8; a surrogate alone becomes its own three bytes (ED A0 80 to
 ///                  ED BF BF).
 ///
-/// Three limits make a grammatical text fail. At most kNestingLimit arrays and objects may be open
-/// at once. Deep nesting may not come with great width at every level: a container of n children
-/// counts 112 + 96 * floor(log2(n + 1)) bytes, and the containers around any one value may count
-/// 36 KiB (64 levels of 30 children, 16 levels of two million). And a text may have kTextLimit
-/// bytes, beyond which jsoncpp could not hold its longest possible member name.
+/// Two limits make a grammatical text fail: at most kNestingLimit arrays and objects may be open at
+/// once, and a text may have kTextLimit bytes, beyond which jsoncpp could not hold its longest
+/// possible member name.
 ///
 /// `JsonReader(true)`, the lenient reader, accepts what jsoncpp's Json::CharReaderBuilder accepts
 /// with its defaults: comments, several of the numbers above, anything after the value. Nesting is
-/// limited as above, a value in the innermost container counting as a level; width is not. The
-/// global C++ locale decides how it reads fractions.
+/// limited as above, a value in the innermost container counting as a level. The global C++ locale
+/// decides how it reads fractions.
 ///
 /// Threads: a reader holds no state but its flag; any number of threads may use one at once.
 class [[gnu::visibility("default")]] JsonReader {
@@ -38,12 +37,12 @@ public:
     enum : unsigned {
         /// jsoncpp copies and frees a tree recursively. Measured with jsoncpp 1.9.5 on x86-64,
         /// copying takes 112 bytes of stack a level, and 48 more for each step to the right in the
-        /// search tree that holds the level's children (at most 2 * log2(n + 1) of them); freeing
-        /// takes less. The costliest tree within the limits told above used 36 KB of a thread's
-        /// stack, the thread's own start included, so more than a third of a stack of 64 KiB
-        /// remains to a caller that reads, copies or frees. The lenient reader is recursive
-        /// itself, at 544 bytes a level: it used 40 KB at this limit.
-        kNestingLimit = 64,
+        /// search tree that holds the level's children, at most 2 * log2(n + 1) of them; freeing
+        /// takes less. At this limit that is 35 KiB for levels of 30,000 children each, so that a
+        /// third of a stack of 64 KiB remains to a caller that reads, copies or frees; and with
+        /// as many children on every level as kTextLimit allows (16 million), 58 KiB. The lenient
+        /// reader is recursive itself, at 544 bytes a level. No configuration file comes near.
+        kNestingLimit = 24,
         kTextLimit = (1U << 30U) - 1
     };
 
@@ -60,3 +59,5 @@ public:
 private:
     bool m_lenient;
 };
+
+#endif // JSONREADER_H

@@ -3,11 +3,10 @@
 #include <json/value.h>
 #include <rapidjson/reader.h>
 
-#include <cstddef>
 #include <vector>
 
 /// Builds the tree from what the strict reader reports, one event at a time. An event that answers
-/// false ends the reading: nesting went beyond the limits of JsonReader.
+/// false ends the reading: nesting went beyond the limit of JsonReader.
 class TreeBuilder : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, TreeBuilder> {
 public:
     using Length = rapidjson::SizeType;
@@ -28,23 +27,16 @@ public:
     Json::Value& tree() { return m_tree; }
 
 private:
-    /// An array or object whose end has not come yet.
-    struct Container {
-        Json::Value* node;
-        std::size_t around; ///< Stack that copying the containers around this one takes.
-        std::size_t inside; ///< The most that copying one of its finished children takes.
-    };
-
     bool put(Json::Value&& value);
     bool open(Json::ValueType type);
     bool close();
     Json::Value& place(Json::Value&& value);
-    bool withinStack() const;
 
     Json::Value m_tree;
-    /// Innermost last. Its nodes stay where they are: jsoncpp keeps children in a search tree, and
-    /// nothing is assigned to a container before it is closed.
-    std::vector<Container> m_open;
+    /// The arrays and objects whose end has not come yet, innermost last. They stay where they are:
+    /// jsoncpp keeps children in a search tree, and nothing is assigned to a container before it is
+    /// closed.
+    std::vector<Json::Value*> m_open;
     /// Where the next value goes while the innermost container is an object.
     Json::Value* m_member = nullptr;
 };

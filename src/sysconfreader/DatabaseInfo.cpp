@@ -2,6 +2,8 @@
 
 #include "sysconfreader/Guards.h"
 
+#include <new>
+
 namespace Quarncommon {
 
 namespace {
@@ -16,6 +18,17 @@ const Json::Value* field(const Databases& databases, const std::string& name, un
     return database != databases.end() ? &database->second[index][key] : nullptr;
 }
 
+/// A copy of a value or of a map of values. That jsoncpp finds no memory for a text within it comes
+/// out as std::bad_alloc too; nothing else can go wrong in copying.
+template <typename Copied>
+Copied copyOf(const Copied& original) {
+    try {
+        return original;
+    } catch (const Json::Exception&) {
+        throw std::bad_alloc();
+    }
+}
+
 std::string text(const Json::Value* value) {
     return value != nullptr ? value->asString() : "";
 }
@@ -28,13 +41,13 @@ int SysConfReader::getDBInfo(const std::string& name, Json::Value& info) {
     if (database == m_dbInfo.end()) {
         return -1;
     }
-    info = database->second;
+    info = copyOf(database->second);
     return 0;
 }
 
 int SysConfReader::getAllDBInfo(std::map<std::string, Json::Value>& all) {
     const ReadGuard guard(m_pMutex);
-    Databases copy(m_dbInfo);
+    Databases copy = copyOf(m_dbInfo);
     all.swap(copy);
     return 0;
 }

@@ -24,11 +24,11 @@ ln -s "$source" "$work/libsysconfreader"
 
 sample=$source/samples/ha-pair
 output=$(
-  cd "$source"
-  # The env files name their paths relative to the project's root.
+  # The env files name their paths relative to their own folder.
+  cd "$sample"
   set -a
   # shellcheck source=/dev/null
-  source "$sample/master.env"
+  source ./master.env
   set +a
   "$work/build/where-am-i"
 )

@@ -24,6 +24,12 @@ EventConsumerCBInit(const std::string& eventName, const std::string& second,
     if (broker.initResult >= 0) {
         broker.subscription = *callback;
         broker.subscribed = true;
+        ++broker.subscriptions;
+        if (const auto hook = broker.subscribedHook) {
+            guard.unlock();
+            hook();
+            guard.lock();
+        }
     }
     return broker.initResult;
 }

@@ -17,8 +17,10 @@ struct EventBroker {
     int initResult = 0;
     bool initThrows = false;
     std::function<void()> initHook;
+    std::function<void()> subscribedHook;
     std::function<void()> finiHook;
     int inits = 0;
+    int subscriptions = 0;
     int finis = 0;
     std::string lastEventName;
     std::string lastSecond = "unset";

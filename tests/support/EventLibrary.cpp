@@ -3,8 +3,10 @@
 #include "support/EventBroker.h"
 #include "support/TestDirectory.h"
 
-#include <dlfcn.h>
 #include <filesystem>
+#include <link.h>
+#include <string_view>
+#include <utility>
 
 namespace {
 
@@ -30,12 +32,10 @@ void installEventLibrary(const std::string& kind) {
 }
 
 bool eventLibraryLoaded() {
-    void* handle = ::dlopen("libeventcbutil.so", RTLD_LAZY | RTLD_NOLOAD);
-    if (handle == nullptr) {
-        return false;
-    }
-    ::dlclose(handle);
-    return true;
+    const auto isEventLibrary = [](dl_phdr_info* object, std::size_t, void*) {
+        return std::string_view(object->dlpi_name).ends_with("/libeventcbutil.so") ? 1 : 0;
+    };
+    return ::dl_iterate_phdr(isEventLibrary, nullptr) != 0;
 }
 
 void setInitResult(int result) {
@@ -53,6 +53,11 @@ void setInitHook(std::function<void()> hook) {
     broker().initHook = std::move(hook);
 }
 
+void setSubscribedHook(std::function<void()> hook) {
+    const std::lock_guard<std::mutex> guard(broker().mutex);
+    broker().subscribedHook = std::move(hook);
+}
+
 void setFiniHook(std::function<void()> hook) {
     const std::lock_guard<std::mutex> guard(broker().mutex);
     broker().finiHook = std::move(hook);
@@ -60,12 +65,18 @@ void setFiniHook(std::function<void()> hook) {
 
 EventLibraryCalls eventLibraryCalls() {
     const std::lock_guard<std::mutex> guard(broker().mutex);
-    return {broker().inits, broker().finis, broker().lastEventName, broker().lastSecond};
+    return {broker().inits, broker().subscriptions, broker().finis, broker().lastEventName,
+            broker().lastSecond};
 }
 
 bool subscribed() {
     const std::lock_guard<std::mutex> guard(broker().mutex);
     return broker().subscribed;
+}
+
+void* lastUserData() {
+    const std::lock_guard<std::mutex> guard(broker().mutex);
+    return broker().subscription.userData;
 }
 
 int deliver(const std::string& eventName) {

@@ -25,15 +25,20 @@ void setInitThrows(bool throws);
 /// Runs inside EventConsumerCBInit / EventConsumerCBFini before anything else.
 void setInitHook(std::function<void()> hook);
 void setFiniHook(std::function<void()> hook);
+/// Runs inside EventConsumerCBInit once the subscription stands.
+void setSubscribedHook(std::function<void()> hook);
 
 struct EventLibraryCalls {
     int inits = 0;
+    int subscriptions = 0; // how many of the inits have subscribed
     int finis = 0;
     std::string lastEventName;
     std::string lastSecond = "unset";
 };
 EventLibraryCalls eventLibraryCalls();
 bool subscribed();
+/// The user data of the last subscription, whether it still stands or not.
+void* lastUserData();
 
 /// Delivers an event on the calling thread to the subscription there is; answers what the callback
 /// answered, or -2 when there is no subscription. EventConsumerCBFini waits for deliveries that are

@@ -1,11 +1,12 @@
 #include "support/LockFaults.h"
 
+#include "support/RealFunction.h"
+
+#include <algorithm>
+#include <array>
 #include <atomic>
-#include <dlfcn.h>
 #include <pthread.h>
 
-// With a thread sanitizer its interceptors must still see the calls that go through; without one
-// these symbols do not exist and the C library's own functions are called.
 extern "C" {
 [[gnu::weak]] int __interceptor_pthread_rwlock_rdlock(pthread_rwlock_t*);
 [[gnu::weak]] int __interceptor_pthread_rwlock_wrlock(pthread_rwlock_t*);
@@ -17,8 +18,8 @@ namespace {
 using LockFunction = int(pthread_rwlock_t*);
 
 struct Injection {
+    LockFunction* interceptor;
     const char* name;
-    LockFunction* sanitizers;
     std::atomic<int> error{0};
     std::atomic<std::size_t> succeeded{0};
 
@@ -26,10 +27,7 @@ struct Injection {
         if (const int injected = error.load(); injected != 0) {
             return injected;
         }
-        auto* real = sanitizers != nullptr
-                         ? sanitizers
-                         : reinterpret_cast<LockFunction*>(::dlsym(RTLD_NEXT, name));
-        const int result = real(lock);
+        const int result = support::realFunction<LockFunction>(interceptor, name)(lock);
         if (result == 0) {
             ++succeeded;
         }
@@ -37,31 +35,70 @@ struct Injection {
     }
 };
 
+constinit Injection g_read{&__interceptor_pthread_rwlock_rdlock, "pthread_rwlock_rdlock"};
+constinit Injection g_write{&__interceptor_pthread_rwlock_wrlock, "pthread_rwlock_wrlock"};
+constinit Injection g_unlock{&__interceptor_pthread_rwlock_unlock, "pthread_rwlock_unlock"};
+std::atomic<int> g_misreport{0};
+
 Injection& injection(support::LockCall call) {
-    static Injection read{"pthread_rwlock_rdlock", &__interceptor_pthread_rwlock_rdlock};
-    static Injection write{"pthread_rwlock_wrlock", &__interceptor_pthread_rwlock_wrlock};
-    static Injection unlock{"pthread_rwlock_unlock", &__interceptor_pthread_rwlock_unlock};
     switch (call) {
     case support::LockCall::Read:
-        return read;
+        return g_read;
     case support::LockCall::Write:
-        return write;
+        return g_write;
     default:
-        return unlock;
+        return g_unlock;
     }
+}
+
+/// The locks that this thread holds, in the order of locking.
+struct Holding {
+    pthread_rwlock_t* lock;
+    support::LockCall kind;
+};
+thread_local std::array<Holding, 16> t_held;
+thread_local std::size_t t_heldCount = 0;
+thread_local std::size_t t_strayUnlocks = 0;
+thread_local std::size_t t_mostHeld = 0;
+
+int acquire(support::LockCall kind, pthread_rwlock_t* lock) {
+    const int result = injection(kind).call(lock);
+    if (result == 0 && t_heldCount < t_held.size()) {
+        t_held[t_heldCount++] = {lock, kind};
+        t_mostHeld = std::max(t_mostHeld, t_heldCount);
+    }
+    return result;
+}
+
+void noteReleased(const pthread_rwlock_t* lock) {
+    for (std::size_t i = t_heldCount; i-- > 0;) {
+        if (t_held[i].lock == lock) {
+            std::copy(t_held.begin() + static_cast<std::ptrdiff_t>(i) + 1,
+                      t_held.begin() + static_cast<std::ptrdiff_t>(t_heldCount),
+                      t_held.begin() + static_cast<std::ptrdiff_t>(i));
+            --t_heldCount;
+            return;
+        }
+    }
+    ++t_strayUnlocks;
 }
 
 } // namespace
 
 extern "C" {
 int pthread_rwlock_rdlock(pthread_rwlock_t* lock) {
-    return injection(support::LockCall::Read).call(lock);
+    return acquire(support::LockCall::Read, lock);
 }
 int pthread_rwlock_wrlock(pthread_rwlock_t* lock) {
-    return injection(support::LockCall::Write).call(lock);
+    return acquire(support::LockCall::Write, lock);
 }
 int pthread_rwlock_unlock(pthread_rwlock_t* lock) {
-    return injection(support::LockCall::Unlock).call(lock);
+    const int result = g_unlock.call(lock);
+    if (result != 0) {
+        return result;
+    }
+    noteReleased(lock);
+    return g_misreport.load();
 }
 }
 
@@ -71,14 +108,36 @@ void failLockCalls(LockCall call, int error) {
     injection(call).error = error;
 }
 
+void misreportUnlocks(int error) {
+    g_misreport = error;
+}
+
 LockCounts lockCounts() {
-    return {injection(LockCall::Read).succeeded, injection(LockCall::Write).succeeded,
-            injection(LockCall::Unlock).succeeded};
+    return {g_read.succeeded, g_write.succeeded, g_unlock.succeeded};
 }
 
 void resetLockCounts() {
     for (const LockCall call : {LockCall::Read, LockCall::Write, LockCall::Unlock}) {
         injection(call).succeeded = 0;
+    }
+    t_mostHeld = t_heldCount;
+}
+
+std::size_t mostLocksHeldHere() {
+    return t_mostHeld;
+}
+
+LockCounts locksHeldHere() {
+    LockCounts held{0, 0, t_strayUnlocks};
+    for (std::size_t i = 0; i < t_heldCount; ++i) {
+        ++(t_held[i].kind == LockCall::Read ? held.read : held.write);
+    }
+    return held;
+}
+
+void releaseLocksHeldHere() {
+    while (t_heldCount > 0) {
+        g_unlock.call(t_held[--t_heldCount].lock);
     }
 }
 

@@ -12,6 +12,10 @@ enum class LockCall { Read, Write, Unlock };
 /// call does nothing else: a failed unlock leaves the lock held.
 void failLockCalls(LockCall call, int error);
 
+/// From now on unlock calls do unlock, but answer `error` (0 ends it), so that a failed release can
+/// be followed by further calls.
+void misreportUnlocks(int error);
+
 /// What has gone through since the start or the last reset: calls that succeeded, by kind.
 struct LockCounts {
     std::size_t read = 0;
@@ -20,5 +24,13 @@ struct LockCounts {
 };
 LockCounts lockCounts();
 void resetLockCounts();
+/// The most locks that the calling thread has held at once since then.
+std::size_t mostLocksHeldHere();
+
+/// How many locks the calling thread holds at this moment: `read` and `write` sides, `unlock`
+/// counts the unlock calls on a lock that it did not hold.
+LockCounts locksHeldHere();
+/// Unlocks what failed unlocks have left held by the calling thread.
+void releaseLocksHeldHere();
 
 } // namespace support

@@ -15,6 +15,7 @@
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -59,12 +60,14 @@ int runInDirectory(char** arguments) {
 } // namespace
 
 int main(int argc, char** argv) {
+    // GoogleTest takes its flags out of argv, but the test process is to see them too.
+    std::vector<char*> arguments(argv, argv + argc + 1);
     ::testing::InitGoogleTest(&argc, argv);
     if (GTEST_FLAG_GET(list_tests)) {
         return RUN_ALL_TESTS();
     }
     if (std::getenv(support::kTestDirectoryVariable) == nullptr) {
-        return runInDirectory(argv);
+        return runInDirectory(arguments.data());
     }
     return RUN_ALL_TESTS();
 }

@@ -1,0 +1,97 @@
+# shellcheck shell=bash
+# What the scripts of this folder have in common. Sourced, never run.
+
+# Debian packages that building the library and the tool needs, and those that the tests need on top.
+# shellcheck disable=SC2034 # used by the scripts that source this one
+build_packages=(g++ cmake ninja-build pkg-config libjsoncpp-dev libace-dev rapidjson-dev
+  libcli11-dev libfmt-dev)
+# shellcheck disable=SC2034
+test_packages=(clang libclang-rt-dev libgtest-dev libgmock-dev
+  locales)
+
+# Should there be a compiler cache, what was built in one checkout serves another.
+export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
+
+say() {
+  printf '%s\n' "$*" >&2
+}
+
+die() {
+  say "$(basename "$0"): $*"
+  exit 1
+}
+
+# missing_packages PACKAGE...: those that are not installed, one a line.
+missing_packages() {
+  local package
+  for package in "$@"; do
+    if [[ $(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) != installed ]]; then
+      printf '%s\n' "$package"
+    fi
+  done
+}
+
+# as_root COMMAND...: runs it as root, through sudo if need be.
+as_root() {
+  if [[ $(id -u) -eq 0 ]]; then
+    "$@"
+  elif command -v sudo >/dev/null; then
+    sudo "$@"
+  else
+    die "cannot run as root (no sudo): $*"
+  fi
+}
+
+apt_install() {
+  as_root env DEBIAN_FRONTEND=noninteractive \
+    apt-get install --yes --no-install-recommends -qq "$@" >&2
+}
+
+# install_packages PACKAGE...: installs what is missing, and does nothing when nothing is. The lists
+# of packages are brought up to date only when they are of no use as they are, and a mirror that is
+# slow or away is no failure as long as the packages can be had.
+install_packages() {
+  local missing
+  if ! command -v dpkg-query >/dev/null; then
+    say "This is no Debian machine; going on with what there is. Needed are: $*"
+    return
+  fi
+  mapfile -t missing < <(missing_packages "$@")
+  if [[ ${#missing[@]} -eq 0 ]]; then
+    return
+  fi
+  say "Installing ${missing[*]}"
+  if ! apt_install "${missing[@]}" 2>/dev/null; then
+    as_root timeout 300 apt-get update -qq >&2 || say "apt-get update failed; trying without it"
+    apt_install "${missing[@]}" || die "could not install ${missing[*]}"
+  fi
+}
+
+# configure FOLDER OPTION...: makes FOLDER a build folder of the project, with a compiler cache if
+# there is one. Silent unless it fails.
+configure() {
+  local folder=$1 log
+  shift
+  local launcher=()
+  if command -v ccache >/dev/null; then
+    launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+  fi
+  mkdir -p "$folder"
+  log=$folder/configure.log
+  if ! cmake -S . -B "$folder" -G Ninja "${launcher[@]}" "$@" >"$log" 2>&1; then
+    cat "$log" >&2
+    die "cmake could not configure $folder"
+  fi
+}
+
+# build FOLDER [TARGET...]: builds the targets, or all, with as many jobs as JOBS says or there are
+# processors. Tells warnings and errors only.
+build() {
+  local folder=$1
+  shift
+  local targets=()
+  if [[ $# -gt 0 ]]; then
+    targets=(--target "$@")
+  fi
+  cmake --build "$folder" --parallel "${JOBS:-$(nproc)}" "${targets[@]}" -- --quiet >&2
+}

@@ -1,0 +1,413 @@
+// Environment, paths and the one way in which a file is read.
+
+#include "sysconfreader/ConfigFiles.h"
+
+#include "support/Deployment.h"
+#include "support/FileCalls.h"
+#include "support/TestDirectory.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <sys/prctl.h>
+#include <sys/stat.h>
+
+namespace {
+
+namespace config = Quarncommon::config;
+using support::setEnvironment;
+using support::testDirectory;
+using support::writeFile;
+
+const std::string kText = R"({"a": [1, 2.5, "x\u00e9"], "b": {"c": null, "d": [true, false]}})";
+
+Json::Value expectedTree() {
+    Json::Value tree;
+    tree["a"].append(1);
+    tree["a"].append(2.5);
+    tree["a"].append("x\xc3\xa9");
+    tree["b"]["c"] = Json::Value();
+    tree["b"]["d"].append(true);
+    tree["b"]["d"].append(false);
+    return tree;
+}
+
+std::string path(const std::string& name = "file.json") {
+    return (testDirectory() / name).string();
+}
+
+std::size_t openDescriptors() {
+    const std::filesystem::directory_iterator descriptors("/proc/self/fd");
+    return static_cast<std::size_t>(std::distance(begin(descriptors), end(descriptors)));
+}
+
+/// Expects that the file at `name` counts as not parsed and leaves the value as it was.
+void expectNotParsed(const std::string& name) {
+    Json::Value value = "before";
+    EXPECT_FALSE(config::readJsonFile(name, value));
+    EXPECT_EQ(value, Json::Value("before"));
+}
+
+TEST(Environment, Unset_ReadsAsEmpty) {
+    setEnvironment("PROCESS_INSTANCE_ID", nullptr);
+    EXPECT_EQ(config::environment(config::kInstanceIdVariable), "");
+}
+
+TEST(Environment, ChangedBetweenCalls_IsReadAnew) {
+    for (const char* value : {"p1", "", "p2"}) {
+        setEnvironment("PROCESS_INSTANCE_ID", value);
+        EXPECT_EQ(config::environment(config::kInstanceIdVariable), value);
+    }
+}
+
+struct PathRow {
+    const char* name;
+    const config::ConfigFile& file;
+    const char* value;
+    const char* path;
+};
+
+const PathRow kPathRows[] = {
+    {"app config as it stands", config::kAppConfig, "/opt/app.json", "/opt/app.json"},
+    {"app config relative", config::kAppConfig, "app.json", "app.json"},
+    {"app config empty", config::kAppConfig, "", ""},
+    {"app config unset", config::kAppConfig, nullptr, ""},
+    {"node list", config::kNodeList, "/opt/app", "/opt/app/etc/sysconf/nodelist.json"},
+    {"node list, trailing slash", config::kNodeList, "/opt/app/",
+     "/opt/app//etc/sysconf/nodelist.json"},
+    {"node list, relative root", config::kNodeList, "app", "app/etc/sysconf/nodelist.json"},
+    {"node list, dots kept", config::kNodeList, "/opt/../x/.",
+     "/opt/../x/./etc/sysconf/nodelist.json"},
+    {"node list, empty root", config::kNodeList, "", "/etc/sysconf/nodelist.json"},
+    {"node list, root unset", config::kNodeList, nullptr, "/etc/sysconf/nodelist.json"},
+    {"manager list", config::kManagerNodeList, "/opt/m", "/opt/m/etc/sysconf/nodelists.json"},
+    {"manager list, trailing slash", config::kManagerNodeList, "/m/",
+     "/m//etc/sysconf/nodelists.json"},
+    {"manager list, root unset", config::kManagerNodeList, nullptr, "/etc/sysconf/nodelists.json"},
+};
+
+TEST(PathOf, AnyRoot_JoinsValueAndSuffixAsTheyStand) {
+    for (const PathRow& row : kPathRows) {
+        SCOPED_TRACE(row.name);
+        setEnvironment(row.file.variable, row.value);
+        EXPECT_EQ(config::pathOf(row.file), row.path);
+    }
+}
+
+TEST(PathIfSet, RootUnset_IsNothing) {
+    for (const PathRow& row : kPathRows) {
+        SCOPED_TRACE(row.name);
+        setEnvironment(row.file.variable, row.value);
+        const std::optional<std::string> found = config::pathIfSet(row.file);
+        EXPECT_EQ(found.has_value(), row.value != nullptr);
+        EXPECT_EQ(found.value_or(row.path), row.path);
+    }
+}
+
+TEST(ReadJsonFile, WholeText_ReplacesTheValue) {
+    writeFile(path(), kText);
+    Json::Value value = "before";
+    EXPECT_TRUE(config::readJsonFile(path(), value));
+    EXPECT_EQ(value, expectedTree());
+}
+
+TEST(ReadJsonFile, WhiteSpaceAround_Parses) {
+    writeFile(path(), " \r\n\t" + kText + "\n\n ");
+    Json::Value value;
+    EXPECT_TRUE(config::readJsonFile(path(), value));
+    EXPECT_EQ(value, expectedTree());
+}
+
+TEST(ReadJsonFile, AnyPath_IsReadThroughLinksAndSlashes) {
+    writeFile(path("root/file.json"), kText);
+    std::filesystem::create_symlink("root/file.json", path("link.json"));
+    std::filesystem::current_path(testDirectory());
+    for (const std::string& name : {path("root//file.json"), path("root/../root/./file.json"),
+                                    path("link.json"), std::string("root/file.json")}) {
+        SCOPED_TRACE(name);
+        Json::Value value;
+        EXPECT_TRUE(config::readJsonFile(name, value));
+        EXPECT_EQ(value, expectedTree());
+    }
+}
+
+TEST(ReadJsonFile, MissingFile_IsNotParsed) {
+    expectNotParsed(path("missing.json"));
+    expectNotParsed("");
+    expectNotParsed(path("missing/file.json"));
+}
+
+TEST(ReadJsonFile, DanglingOrCircularLink_IsNotParsed) {
+    std::filesystem::create_symlink("missing.json", path("dangling.json"));
+    std::filesystem::create_symlink("loop.json", path("loop.json"));
+    expectNotParsed(path("dangling.json"));
+    expectNotParsed(path("loop.json"));
+}
+
+TEST(ReadJsonFile, NotRegular_IsNotParsedAndNotWaitedFor) {
+    std::filesystem::create_directory(path("directory.json"));
+    ASSERT_EQ(::mkfifo(path("pipe.json").c_str(), 0600), 0);
+    expectNotParsed(path("directory.json"));
+    expectNotParsed(path("pipe.json"));
+    expectNotParsed("/dev/null");
+}
+
+TEST(ReadJsonFile, CannotBeOpened_IsNotParsed) {
+    writeFile(path(), kText);
+    for (const int error : {EACCES, EMFILE, ENFILE, ENOMEM, EIO, EWOULDBLOCK}) {
+        SCOPED_TRACE(error);
+        support::failOpens(path(), [&](std::size_t) { return error; });
+        expectNotParsed(path());
+    }
+}
+
+TEST(ReadJsonFile, LeasedToAnotherProcess_IsWaitedFor) {
+    // So an open that must not wait tells that the holder of a lease is being asked to give it up.
+    writeFile(path(), kText);
+    support::failOpens(path(), [](std::size_t call) { return call == 0 ? EWOULDBLOCK : 0; });
+    Json::Value value;
+    EXPECT_TRUE(config::readJsonFile(path(), value));
+    EXPECT_EQ(value, expectedTree());
+}
+
+TEST(ReadJsonFile, FileUsedAsDirectory_IsNotParsed) {
+    writeFile(path(), kText);
+    expectNotParsed(path() + "/file.json");
+}
+
+TEST(ReadJsonFile, TooLongPath_IsNotParsed) {
+    expectNotParsed(path(std::string(5000, 'x')));
+}
+
+TEST(ReadJsonFile, EmptyOrBlankText_IsNotParsed) {
+    for (const char* text : {"", " ", "\n"}) {
+        writeFile(path(), text);
+        expectNotParsed(path());
+    }
+}
+
+TEST(ReadJsonFile, TruncatedAtAnyByte_IsNotParsed) {
+    for (std::size_t length = 0; length < kText.size(); ++length) {
+        SCOPED_TRACE(length);
+        writeFile(path(), kText.substr(0, length));
+        expectNotParsed(path());
+    }
+}
+
+TEST(ReadJsonFile, NotOneValidText_IsNotParsed) {
+    for (const std::string& text :
+         {std::string("{} {}"), std::string("{}x"), std::string("{'a': 1}"), std::string("[1,]"),
+          std::string("// c\n{}"), std::string("{} // c"), std::string("\xef\xbb\xbf{}"),
+          std::string("{}\0", 3), std::string("{\"a\": 01}")}) {
+        SCOPED_TRACE(text);
+        writeFile(path(), text);
+        expectNotParsed(path());
+    }
+}
+
+TEST(ReadJsonFile, NestedBeyondAnyLimit_IsNotParsed) {
+    for (const char* bracket : {"[", "{\"a\":"}) {
+        std::string text;
+        for (int depth = 0; depth < 100000; ++depth) {
+            text += bracket;
+        }
+        writeFile(path(), text);
+        expectNotParsed(path());
+    }
+    const std::string depth(100000, '[');
+    writeFile(path(), depth + std::string(depth.size(), ']'));
+    expectNotParsed(path());
+}
+
+TEST(ReadJsonFile, BytesFrom0x80_PassAsTheyStand) {
+    writeFile(path(), "\"\x80\xff\xc3\"");
+    Json::Value value;
+    EXPECT_TRUE(config::readJsonFile(path(), value));
+    EXPECT_EQ(value.asString(), "\x80\xff\xc3");
+}
+
+/// A text of exactly that length.
+std::string textOfLength(std::size_t length) {
+    return '"' + std::string(length - 2, 'x') + '"';
+}
+
+TEST(ReadJsonFile, AnyLength_IsReadToItsEnd) {
+    // Around the sizes of pages and buffers, and a long one.
+    for (const std::size_t length : {2UL, 3UL, 511UL, 512UL, 4094UL, 4095UL, 4096UL, 4097UL, 8191UL,
+                                     8192UL, 8193UL, 65536UL, 5000000UL}) {
+        SCOPED_TRACE(length);
+        writeFile(path(), textOfLength(length));
+        Json::Value value;
+        EXPECT_TRUE(config::readJsonFile(path(), value));
+        EXPECT_EQ(value.asString().size(), length - 2);
+    }
+}
+
+TEST(ReadJsonFile, RegularFileWithoutSize_IsReadToItsEnd) {
+    // The kernel tells the size 0 of this file; its text is what the thread is called.
+    ASSERT_EQ(::prctl(PR_SET_NAME, "[1, 2, 3]"), 0);
+    const std::string name = "/proc/thread-self/comm";
+    ASSERT_EQ(std::filesystem::file_size(name), 0U);
+    Json::Value value;
+    EXPECT_TRUE(config::readJsonFile(name, value));
+    EXPECT_EQ(value.size(), 3U);
+}
+
+TEST(ReadJsonFile, OneByteAtATime_IsReadToItsEnd) {
+    writeFile(path(), kText);
+    std::size_t reads = 0;
+    support::disturbReads(path(), [&](std::size_t) {
+        ++reads;
+        return support::ReadStep{0, 1};
+    });
+    Json::Value value;
+    EXPECT_TRUE(config::readJsonFile(path(), value));
+    EXPECT_EQ(value, expectedTree());
+    EXPECT_GT(reads, kText.size());
+}
+
+TEST(ReadJsonFile, InterruptedReads_AreRepeated) {
+    writeFile(path(), kText);
+    for (const std::size_t interrupted : {0UL, 1UL, 5UL}) {
+        SCOPED_TRACE(interrupted);
+        std::size_t interruptions = 0;
+        support::disturbReads(path(), [&](std::size_t call) {
+            const bool interrupt = call >= interrupted && call < interrupted + 3;
+            interruptions += interrupt ? 1 : 0;
+            return interrupt ? support::ReadStep{EINTR} : support::ReadStep{0, 7};
+        });
+        Json::Value value;
+        EXPECT_TRUE(config::readJsonFile(path(), value));
+        EXPECT_EQ(value, expectedTree());
+        EXPECT_EQ(interruptions, 3U);
+    }
+}
+
+TEST(ReadJsonFile, ReadFailsHalfWay_IsNotParsed) {
+    // What was read before the failure is a valid text already.
+    writeFile(path(), kText + std::string(20, ' '));
+    for (const int error : {EIO, EISDIR, ENXIO}) {
+        for (const std::size_t failing : {0UL, 1UL, 2UL}) {
+            SCOPED_TRACE(testing::Message() << "error " << error << " at read " << failing);
+            bool failed = false;
+            support::disturbReads(path(), [&](std::size_t call) {
+                failed = failed || call == failing;
+                return call == failing ? support::ReadStep{error}
+                                       : support::ReadStep{0, kText.size() + 3 * call};
+            });
+            expectNotParsed(path());
+            EXPECT_TRUE(failed);
+        }
+    }
+}
+
+TEST(ReadJsonFile, GrowsWhileItIsRead_IsReadToItsEnd) {
+    writeFile(path(), "[1");
+    support::disturbReads(path(), [&](std::size_t call) {
+        if (call == 1) {
+            std::ofstream(path(), std::ios::app) << ", 2" << std::string(10000, ' ') << ", 3]";
+        }
+        return support::ReadStep{};
+    });
+    Json::Value value;
+    EXPECT_TRUE(config::readJsonFile(path(), value));
+    EXPECT_EQ(value.size(), 3U);
+}
+
+TEST(ReadJsonFile, ShrinksWhileItIsRead_IsReadToItsNewEnd) {
+    writeFile(path(), "[1]" + std::string(10000, ' ') + "x");
+    support::disturbReads(path(), [&](std::size_t call) {
+        if (call == 0) {
+            std::filesystem::resize_file(path(), 100);
+        }
+        return support::ReadStep{};
+    });
+    Json::Value value;
+    EXPECT_TRUE(config::readJsonFile(path(), value));
+    EXPECT_EQ(value.size(), 1U);
+}
+
+/// A list that holds nothing but that digit; every such text has the same length.
+std::string listOf(std::size_t digit) {
+    std::string text = "[";
+    for (int i = 0; i < 500; ++i) {
+        text += std::to_string(digit % 10) + ",";
+    }
+    return text + std::to_string(digit % 10) + "]";
+}
+
+/// Overwrites the file with a text of the same length, without replacing it.
+void overwrite(const std::string& text) {
+    std::fstream(path(), std::ios::in | std::ios::out | std::ios::binary) << text;
+}
+
+TEST(ReadJsonFile, OverwrittenWhileItIsRead_IsNoMixtureOfTwoTexts) {
+    for (std::size_t moment = 1; moment <= 12; ++moment) {
+        SCOPED_TRACE(moment);
+        writeFile(path(), listOf(1));
+        bool overwritten = false;
+        support::disturbReads(path(), [&](std::size_t call) {
+            if (call == moment) {
+                overwrite(listOf(2));
+                overwritten = true;
+            }
+            return support::ReadStep{0, 200};
+        });
+        Json::Value value;
+        EXPECT_TRUE(config::readJsonFile(path(), value));
+        EXPECT_TRUE(overwritten);
+        EXPECT_EQ(value[0], value[500]);
+    }
+}
+
+TEST(ReadJsonFile, NeverHoldingStill_IsNotParsed) {
+    writeFile(path(), listOf(0));
+    support::disturbReads(path(), [&](std::size_t call) {
+        overwrite(listOf(call));
+        return support::ReadStep{0, 200};
+    });
+    expectNotParsed(path());
+}
+
+TEST(ReadJsonFile, AnyOutcome_DescriptorIsCloseOnExecFromCreation) {
+    writeFile(path(), kText);
+    std::filesystem::create_directory(path("directory.json"));
+    Json::Value value;
+    config::readJsonFile(path(), value);
+    config::readJsonFile(path("directory.json"), value);
+    config::readJsonFile(path("missing.json"), value);
+    const std::vector<support::OpenCall> calls = support::openCalls();
+    EXPECT_EQ(calls.size(), 3U);
+    for (const support::OpenCall& call : calls) {
+        EXPECT_TRUE(call.closeOnExec) << call.path;
+    }
+}
+
+TEST(ReadJsonFile, ThousandCallsOfEveryOutcome_LeaveNoDescriptorOpen) {
+    writeFile(path("good.json"), kText);
+    writeFile(path("bad.json"), "{");
+    writeFile(path("failing.json"), kText);
+    std::filesystem::create_directory(path("directory.json"));
+    ASSERT_EQ(::mkfifo(path("pipe.json").c_str(), 0600), 0);
+    support::disturbReads(path("failing.json"), [](std::size_t call) {
+        return call % 2 == 0 ? support::ReadStep{0, 5} : support::ReadStep{EIO};
+    });
+    const std::size_t before = openDescriptors();
+    Json::Value value;
+    for (int round = 0; round < 1000; ++round) {
+        EXPECT_TRUE(config::readJsonFile(path("good.json"), value));
+        for (const char* name :
+             {"bad.json", "failing.json", "directory.json", "pipe.json", "missing.json"}) {
+            EXPECT_FALSE(config::readJsonFile(path(name), value)) << name;
+        }
+    }
+    EXPECT_EQ(openDescriptors(), before);
+}
+
+} // namespace

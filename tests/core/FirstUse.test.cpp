@@ -1,0 +1,205 @@
+// Threads that come first together, and queries beside reloads.
+
+#include "SysConfReader.h"
+#include "SysConfReaderImpl.h"
+#include "SysConfReader_i.h"
+#include "support/Answers.h"
+#include "support/EventLibrary.h"
+#include "support/FileCalls.h"
+#include "support/SampleTexts.h"
+#include "support/Threads.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <filesystem>
+#include <iterator>
+
+namespace {
+
+using Quarncommon::SysConfReader;
+using Quarncommon::SysConfReader_i;
+using Quarncommon::SysConfReaderImpl;
+using support::Deployment;
+
+constexpr std::size_t kThreads = 64;
+constexpr int kRounds = 20;
+
+/// How often each file of the deployment was opened: app config, node list, manager node list.
+std::array<std::size_t, 3> opens(const Deployment& deployment) {
+    return {support::openCount(deployment.appConfigPath()),
+            support::openCount(deployment.nodeListPath()),
+            support::openCount(deployment.managerNodeListPath())};
+}
+
+// One load of each class.
+constexpr std::array<std::size_t, 3> kLoadOfRoleReader{1, 2, 2};
+constexpr std::array<std::size_t, 3> kLoadOfBoth{2, 3, 2};
+
+TEST(FirstUse, SixtyFourThreads_GetOneReaderFromOneLoad) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    for (int round = 0; round < kRounds; ++round) {
+        support::resetOpenCalls();
+        std::array<SysConfReader*, kThreads> readers{};
+        std::array<int, kThreads> ports{};
+        support::runTogether(kThreads, [&](std::size_t i) {
+            readers[i] = SysConfReader::Instance();
+            ports[i] = readers[i]->getLocalPort();
+        });
+        EXPECT_THAT(readers, testing::Each(SysConfReader::Instance()));
+        EXPECT_THAT(ports, testing::Each(4001));
+        EXPECT_EQ(opens(deployment), kLoadOfBoth);
+        SysConfReader::Destory();
+    }
+}
+
+TEST(FirstUse, SixtyFourThreads_GetOneRoleReaderFromOneLoad) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    for (int round = 0; round < kRounds; ++round) {
+        support::resetOpenCalls();
+        std::array<SysConfReaderImpl*, kThreads> readers{};
+        std::array<std::string, kThreads> names;
+        support::runTogether(kThreads, [&](std::size_t i) {
+            readers[i] = SysConfReaderImpl::Instance();
+            names[i] = readers[i]->GetProductName();
+        });
+        EXPECT_THAT(readers, testing::Each(SysConfReaderImpl::Instance()));
+        EXPECT_THAT(names, testing::Each("tenancy1"));
+        EXPECT_EQ(opens(deployment), kLoadOfRoleReader);
+        SysConfReaderImpl::Destory();
+    }
+}
+
+TEST(FirstUse, SixtyFourThreads_GetOneFacadeAndOneLoadOfRoles) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    for (int round = 0; round < kRounds; ++round) {
+        support::resetOpenCalls();
+        std::array<SysConfReader_i*, kThreads> facades{};
+        std::array<std::string, kThreads> addresses;
+        support::runTogether(kThreads, [&](std::size_t i) {
+            facades[i] = SysConfReader_i::Instance();
+            addresses[i] = facades[i]->GetMasterInternalServiceIP();
+        });
+        EXPECT_THAT(facades, testing::Each(SysConfReader_i::Instance()));
+        EXPECT_THAT(addresses, testing::Each("20.1.1.1"));
+        EXPECT_EQ(opens(deployment), kLoadOfRoleReader);
+        SysConfReader_i::Destory();
+    }
+}
+
+TEST(FirstUse, AllClassesAtOnce_LoadOnceEach) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    for (int round = 0; round < kRounds; ++round) {
+        support::resetOpenCalls();
+        std::array<std::string, kThreads> answers;
+        support::runTogether(kThreads, [&](std::size_t i) {
+            switch (i % 4) {
+            case 0:
+                answers[i] = SysConfReader::Instance()->getLocalHostTagName();
+                break;
+            case 1:
+                answers[i] = SysConfReaderImpl::Instance()->GetStandbyInternalServiceIP();
+                break;
+            case 2:
+                answers[i] = SysConfReader_i::Instance()->GetLocalInternalServiceIP();
+                break;
+            default:
+                answers[i] = SysConfReader::Instance()->GetMasterInternalServiceIP();
+            }
+        });
+        const std::array<const char*, 4> expected{"host1-1", "20.1.2.1", "10.1.1.2", "20.1.1.1"};
+        for (std::size_t i = 0; i < kThreads; ++i) {
+            EXPECT_EQ(answers[i], expected[i % 4]);
+        }
+        EXPECT_EQ(opens(deployment), kLoadOfBoth);
+        SysConfReader_i::Destory();
+        SysConfReader::Destory();
+    }
+}
+
+TEST(FirstUse, SixtyFourThreads_TryToSubscribeAsOneLoadDoes) {
+    const Deployment deployment;
+    support::installEventLibrary("recording");
+    support::setInitResult(-1);
+    support::runTogether(kThreads, [](std::size_t) { SysConfReader::Instance(); });
+    // Refused, each load tries again: that of the role reader, then that of the reader.
+    EXPECT_EQ(support::eventLibraryCalls().inits, 2);
+}
+
+TEST(FirstUse, Threads_AreTheCallersOnly) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    const auto threads = [] {
+        const std::filesystem::directory_iterator tasks("/proc/self/task");
+        return std::distance(begin(tasks), end(tasks));
+    };
+    const auto before = threads();
+    SysConfReader::Instance()->Reload();
+    SysConfReader_i::Instance()->GetProductName();
+    EXPECT_EQ(threads(), before);
+}
+
+/// An app config file whose databases "a", "b" and "c" all tell the generation.
+std::string threeDatabases(int generation) {
+    Json::Value root;
+    for (const char* name : {"a", "b", "c"}) {
+        root["databases"][name] = generation;
+    }
+    return support::jsonText(root);
+}
+
+TEST(Reload, QueriesBesideIt_SeeOneLoadOrTheOther) {
+    constexpr int kReloads = 300;
+    Deployment deployment;
+    deployment.appConfig(threeDatabases(0));
+    SysConfReader& reader = *SysConfReader::Instance();
+    std::atomic<bool> done{false};
+    std::atomic<int> torn{0};
+    support::runTogether(4, [&](std::size_t i) {
+        if (i == 0) {
+            for (int generation = 1; generation <= kReloads; ++generation) {
+                deployment.appConfig(threeDatabases(generation));
+                reader.Reload();
+            }
+            done = true;
+            return;
+        }
+        std::map<std::string, Json::Value> all;
+        int last = 0;
+        while (!done) {
+            reader.getAllDBInfo(all);
+            if (all.size() != 3 || all["a"] != all["b"] || all["a"] != all["c"] ||
+                all["a"].asInt() < last) {
+                ++torn;
+                break;
+            }
+            last = all["a"].asInt();
+        }
+    });
+    EXPECT_EQ(torn, 0);
+    EXPECT_EQ(reader.getDBAccessPort("d", 0), -1);
+}
+
+TEST(Reload, FromManyThreads_LeavesTheNewestValues) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    SysConfReader::Instance();
+    writeGeneration(deployment, 2);
+    support::runTogether(16, [](std::size_t i) {
+        if (i % 2 == 0) {
+            SysConfReader::Instance()->Reload();
+        } else {
+            SysConfReaderImpl::Instance()->Reload();
+        }
+    });
+    EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(2));
+    EXPECT_EQ(support::loadedValues(deployment), support::sampleLoadedValues(2));
+}
+
+} // namespace

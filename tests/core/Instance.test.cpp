@@ -1,0 +1,295 @@
+// The life of the one reader: creation, destruction, what is locked meanwhile, and an event library
+// that throws.
+
+#include "SysConfReader.h"
+#include "SysConfReaderImpl.h"
+#include "support/Answers.h"
+#include "support/EventLibrary.h"
+#include "support/FileCalls.h"
+#include "support/LockFaults.h"
+#include "support/SampleTexts.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <pthread.h>
+#include <stdexcept>
+#include <thread>
+#include <tuple>
+
+extern "C" [[gnu::weak]] void __asan_handle_no_return();
+
+namespace {
+
+using Quarncommon::SysConfReader;
+using Quarncommon::SysConfReaderImpl;
+using support::Deployment;
+
+/// Expects that every lock taken so far was released, and no other.
+void expectLocksFree() {
+    const support::LockCounts counts = support::lockCounts();
+    EXPECT_EQ(counts.read + counts.write, counts.unlock);
+    const support::LockCounts held = support::locksHeldHere();
+    EXPECT_EQ(held.read, 0U);
+    EXPECT_EQ(held.write, 0U);
+    EXPECT_EQ(held.unlock, 0U) << "unlocked without having locked";
+}
+
+/// The name of each file opened while `call` runs, with the locks held for writing and for reading
+/// at that moment.
+using LockedOpen = std::tuple<std::string, std::size_t, std::size_t>;
+template <typename Call>
+std::vector<LockedOpen> opensWithLocks(Call call) {
+    std::vector<LockedOpen> opens;
+    support::setOpenHook([&](const std::string& path) {
+        const support::LockCounts held = support::locksHeldHere();
+        opens.emplace_back(std::filesystem::path(path).filename(), held.write, held.read);
+    });
+    call();
+    support::setOpenHook(nullptr);
+    return opens;
+}
+
+TEST(Instance, Twice_IsTheSameFromOneLoad) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    SysConfReader* reader = SysConfReader::Instance();
+    ASSERT_NE(reader, nullptr);
+    support::resetOpenCalls();
+    EXPECT_EQ(SysConfReader::Instance(), reader);
+    EXPECT_THAT(support::openCalls(), testing::IsEmpty());
+}
+
+TEST(Instance, Existing_TakesNoLock) {
+    const Deployment deployment;
+    SysConfReader::Instance();
+    support::resetLockCounts();
+    SysConfReader::Instance();
+    const support::LockCounts counts = support::lockCounts();
+    EXPECT_EQ(counts.read + counts.write + counts.unlock, 0U);
+}
+
+TEST(Instance, Creation_LoadsUnderTheWriteLock) {
+    const Deployment deployment;
+    const std::vector<LockedOpen> opens = opensWithLocks([] { SysConfReader::Instance(); });
+    // The role reader is created from within the loader, under the locks of both.
+    EXPECT_THAT(opens, testing::ElementsAre(
+                           LockedOpen("app.json", 2, 0), LockedOpen("nodelist.json", 2, 0),
+                           LockedOpen("nodelist.json", 2, 0), LockedOpen("nodelists.json", 2, 0),
+                           LockedOpen("nodelists.json", 2, 0), LockedOpen("app.json", 1, 0),
+                           LockedOpen("nodelist.json", 1, 0)));
+    expectLocksFree();
+}
+
+TEST(Reload, Loading_HoldsTheWriteLock) {
+    const Deployment deployment;
+    SysConfReader& reader = *SysConfReader::Instance();
+    const std::vector<LockedOpen> opens = opensWithLocks([&] { reader.Reload(); });
+    EXPECT_THAT(opens, testing::ElementsAre(LockedOpen("app.json", 1, 0),
+                                            LockedOpen("nodelist.json", 1, 0)));
+    expectLocksFree();
+}
+
+TEST(GetSourceNodeId, CalledDirectly_TakesNoLock) {
+    const Deployment deployment;
+    SysConfReader& reader = *SysConfReader::Instance();
+    support::resetLockCounts();
+    std::string sourceNodeId;
+    reader.getSourceNodeId(sourceNodeId);
+    reader.GetAppRoot();
+    const support::LockCounts counts = support::lockCounts();
+    EXPECT_EQ(counts.read + counts.write + counts.unlock, 0U);
+}
+
+TEST(Queries, WhileTheyCopy_HoldTheReadLockOnce) {
+    const Deployment deployment;
+    SysConfReader& reader = *SysConfReader::Instance();
+    support::resetLockCounts();
+    reader.getLocalPort();
+    const support::LockCounts counts = support::lockCounts();
+    EXPECT_EQ(counts.read, 1U);
+    EXPECT_EQ(counts.write, 0U);
+    expectLocksFree();
+}
+
+TEST(Destory, ThenInstance_LoadsAfresh) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    SysConfReader::Instance();
+    writeGeneration(deployment, 2);
+    SysConfReader::Destory();
+    EXPECT_EQ(SysConfReader::Instance()->getLocalPort(), 4002);
+    EXPECT_EQ(support::loadedValues(deployment), support::sampleLoadedValues(2));
+}
+
+TEST(Destory, ThenInstanceWithoutFiles_KeepsNothing) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    SysConfReader::Instance();
+    std::filesystem::remove(deployment.appConfigPath());
+    std::filesystem::remove(deployment.nodeListPath());
+    SysConfReader::Destory();
+    SysConfReader::Instance();
+    EXPECT_EQ(support::loadedValues(deployment), support::noLoadedValues());
+}
+
+TEST(Destory, NothingExists_CreatesAndDestroysTheRoleReader) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    support::installEventLibrary("recording");
+    for (int round = 1; round <= 3; ++round) {
+        support::resetOpenCalls();
+        SysConfReader::Destory();
+        EXPECT_EQ(support::openCount(deployment.managerNodeListPath()), 2U);
+        EXPECT_EQ(support::openCount(deployment.appConfigPath()), 1U);
+        EXPECT_EQ(support::eventLibraryCalls().inits, round);
+        EXPECT_EQ(support::eventLibraryCalls().finis, round);
+    }
+    expectLocksFree();
+}
+
+TEST(Destory, RoleReaderGoneAlready_CreatesItToDestroyIt) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    support::installEventLibrary("recording");
+    SysConfReader::Instance();
+    SysConfReaderImpl::Destory();
+    support::resetOpenCalls();
+    SysConfReader::Destory();
+    EXPECT_EQ(support::openCount(deployment.managerNodeListPath()), 2U);
+    EXPECT_EQ(support::eventLibraryCalls().inits, 2);
+    EXPECT_EQ(support::eventLibraryCalls().finis, 2);
+    EXPECT_FALSE(support::subscribed());
+}
+
+TEST(Destory, RoleReader_GoesFirstAndUnderItsLockAlone) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    support::installEventLibrary("recording");
+    const SysConfReader* reader = SysConfReader::Instance();
+    support::LockCounts held;
+    const SysConfReader* readerMeanwhile = nullptr;
+    support::setFiniHook([&] {
+        held = support::locksHeldHere();
+        readerMeanwhile = SysConfReader::Instance();
+    });
+    SysConfReader::Destory();
+    EXPECT_EQ(readerMeanwhile, reader);
+    EXPECT_EQ(held.write, 1U);
+    EXPECT_EQ(held.read, 0U);
+    expectLocksFree();
+}
+
+TEST(Destory, AnswersGivenBefore_StayWithTheCaller) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    SysConfReader& reader = *SysConfReader::Instance();
+    std::map<std::string, Json::Value> all;
+    reader.getAllDBInfo(all);
+    Json::Value info;
+    reader.getDBInfo("db", info);
+    const std::string tag = reader.getLocalHostTagName();
+    all["db"] = "changed";
+    info[0]["type"] = "changed";
+    EXPECT_EQ(reader.getDBType("db", 0), "type1");
+    SysConfReader::Destory();
+    EXPECT_EQ(info[0]["user"], Json::Value("user1"));
+    EXPECT_EQ(tag, "host1-1");
+}
+
+/// Ends the calling thread by cancellation. An address sanitizer, which sees exceptions but not
+/// this way of unwinding, is told that the frames on the stack are gone.
+void cancelHere() {
+    if (&__asan_handle_no_return != nullptr) {
+        __asan_handle_no_return();
+    }
+    ::pthread_cancel(::pthread_self());
+    ::pthread_testcancel();
+}
+
+TEST(CancelledThread, InTheMiddleOfALoad_FinishesTheLoad) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    SysConfReader& reader = *SysConfReader::Instance();
+    writeGeneration(deployment, 2);
+    bool finished = false;
+    std::thread([&] {
+        support::setOpenHook([](const std::string&) { ::pthread_cancel(::pthread_self()); });
+        reader.Reload();
+        support::setOpenHook(nullptr);
+        finished = true;
+        expectLocksFree();
+        cancelHere();
+    }).join();
+    EXPECT_TRUE(finished);
+    EXPECT_EQ(support::loadedValues(deployment), support::sampleLoadedValues(2));
+}
+
+TEST(CancelledThread, InTheEventLibrary_LeavesNothingLockedAndTheNextCallWorks) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    support::installEventLibrary("recording");
+    support::setInitHook(cancelHere);
+    for (int attempt = 1; attempt <= 3; ++attempt) {
+        std::thread([] { SysConfReader::Instance(); }).join();
+        EXPECT_EQ(support::eventLibraryCalls().inits, attempt);
+        EXPECT_EQ(support::lockCounts().write, support::lockCounts().unlock);
+    }
+    support::setInitHook(nullptr);
+    EXPECT_EQ(SysConfReader::Instance()->getLocalPort(), 4001);
+    EXPECT_TRUE(support::subscribed());
+}
+
+TEST(ThrowingEventLibrary, AtFirstUse_PublishesNothingAndTheNextCallTriesAgain) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    support::installEventLibrary("recording");
+    support::setInitThrows(true);
+    for (int attempt = 1; attempt <= 3; ++attempt) {
+        EXPECT_THROW(SysConfReader::Instance(), std::runtime_error);
+        EXPECT_EQ(support::eventLibraryCalls().inits, attempt);
+        expectLocksFree();
+    }
+    EXPECT_THAT(support::openCalls(), testing::IsEmpty());
+    support::setInitThrows(false);
+    EXPECT_EQ(SysConfReader::Instance()->getLocalPort(), 4001);
+    EXPECT_EQ(support::eventLibraryCalls().inits, 4);
+    EXPECT_TRUE(support::subscribed());
+}
+
+TEST(ThrowingEventLibrary, AtDestory_DestroysNothing) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    support::installEventLibrary("recording");
+    const SysConfReader* reader = SysConfReader::Instance();
+    SysConfReaderImpl::Destory();
+    support::setInitThrows(true);
+    EXPECT_THROW(SysConfReader::Destory(), std::runtime_error);
+    expectLocksFree();
+    EXPECT_EQ(SysConfReader::Instance(), reader);
+}
+
+TEST(ThrowingEventLibrary, AtReload_LosesTheDatabasesAlone) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    support::installEventLibrary("recording");
+    support::setInitResult(-1);
+    SysConfReader& reader = *SysConfReader::Instance();
+    support::setInitThrows(true);
+    writeGeneration(deployment, 2);
+    EXPECT_THROW(reader.Reload(), std::runtime_error);
+    expectLocksFree();
+    support::Answers expected = support::sampleLoadedValues(1);
+    expected.front().second = "";
+    EXPECT_EQ(support::loadedValues(deployment), expected);
+
+    support::setInitThrows(false);
+    support::setInitResult(0);
+    writeGeneration(deployment, 2);
+    reader.Reload();
+    EXPECT_EQ(support::loadedValues(deployment), support::sampleLoadedValues(2));
+    EXPECT_TRUE(support::subscribed());
+}
+
+} // namespace

@@ -1,0 +1,223 @@
+// Whom this host stands in for: the node list against addresses that the test gives the host.
+
+#include "SysConfReader.h"
+#include "support/Deployment.h"
+#include "support/HostAddresses.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+namespace {
+
+using Quarncommon::SysConfReader;
+using support::Deployment;
+
+struct SourceRow {
+    const char* name;
+    const char* nodes; // the text of "nodeList"
+    const char* found; // null: the argument keeps its value
+};
+
+// The host has 192.0.2.1, 192.0.2.2 and 2001:db8::1, in this order.
+const SourceRow kRows[] = {
+    {"service address of the host",
+     R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]}})", "n1"},
+    {"second address of the host",
+     R"({"n1": {"IPAddresses": [{"IP": "192.0.2.2", "usage": ["service"]}]}})", "n1"},
+    {"IPv6 address of the host",
+     R"({"n1": {"IPAddresses": [{"IP": "2001:db8::1", "usage": ["service"]}]}})", "n1"},
+    {"IPv6 address in another spelling",
+     R"({"n1": {"IPAddresses": [{"IP": "2001:DB8::1", "usage": ["service"]}]}})", nullptr},
+    {"longer address", R"({"n1": {"IPAddresses": [{"IP": "192.0.2.11", "usage": ["service"]}]}})",
+     nullptr},
+    {"shorter address", R"({"n1": {"IPAddresses": [{"IP": "192.0.2.", "usage": ["service"]}]}})",
+     nullptr},
+    {"address with a blank",
+     R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1 ", "usage": ["service"]}]}})", nullptr},
+    {"address of another host",
+     R"({"n1": {"IPAddresses": [{"IP": "192.0.2.3", "usage": ["service"]}]}})", nullptr},
+    {"no node", "{}", nullptr},
+    {"nodeList null", "null", nullptr},
+    {"node without addresses", R"({"n1": {}, "n2": {"IPAddresses": []}, "n3": null})", nullptr},
+    {"entry without usage", R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1"}]}})", nullptr},
+    {"usage a plain text", R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": "service"}]}})",
+     nullptr},
+    {"tag in mixed case", R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["SerVice"]}]}})",
+     "n1"},
+    {"tag in upper case", R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["SERVICE"]}]}})",
+     "n1"},
+    {"other tags",
+     R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage":
+         ["service2", "services", "servic", " service", "internal_service", "maintenance"]}]}})",
+     nullptr},
+    {"tag among others",
+     R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["x", "service", "y"]}]}})", "n1"},
+    {"tag twice in an entry",
+     R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service", "service"]}]}})", "n1"},
+    {"last of two service entries counts",
+     R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]},
+                                {"IP": "192.0.2.3", "usage": ["service"]}]}})",
+     nullptr},
+    {"last of two service entries is the host's",
+     R"({"n1": {"IPAddresses": [{"IP": "192.0.2.3", "usage": ["service"]},
+                                {"IP": "192.0.2.1", "usage": ["service"]}]}})",
+     "n1"},
+    {"later entries without the tag add nothing",
+     R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]},
+                                {"IP": "192.0.2.3", "usage": ["maintenance"]}]}})",
+     "n1"},
+    {"last service entry without IP",
+     R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]},
+                                {"usage": ["service"]}]}})",
+     nullptr},
+    {"smallest id of two",
+     R"({"n2": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]},
+         "n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]}})",
+     "n1"},
+    {"smallest id before the host's first address",
+     R"({"n1": {"IPAddresses": [{"IP": "192.0.2.2", "usage": ["service"]}]},
+         "n2": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]}})",
+     "n1"},
+    {"smallest id by bytes",
+     R"({"n9": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]},
+         "n10": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]}})",
+     "n10"},
+    {"upper case ids before lower case ones",
+     R"({"a": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]},
+         "B": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]}})",
+     "B"},
+    {"empty id", R"({"": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]}})", ""},
+    {"standby is no source",
+     R"({"n1": {"extAttr": {"hostType": "standby"},
+                "IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]}})",
+     nullptr},
+    {"standby passed over for a later master",
+     R"({"n1": {"extAttr": {"hostType": "standby"},
+                "IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]},
+         "n2": {"extAttr": {"hostType": "master"},
+                "IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]}})",
+     "n2"},
+    {"standby in another case is a source",
+     R"({"n1": {"extAttr": {"hostType": "Standby"},
+                "IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]}})",
+     "n1"},
+    {"any other host type is a source",
+     R"({"n1": {"extAttr": {"hostType": 5},
+                "IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]}})",
+     "n1"},
+    {"host type null is a source",
+     R"({"n1": {"extAttr": {"hostType": null},
+                "IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]}})",
+     "n1"},
+    {"wrong type in a standby's addresses is not looked at",
+     R"({"n1": {"extAttr": {"hostType": "standby"}, "IPAddresses": "text"},
+         "n2": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]}})",
+     "n2"},
+    {"nodes before a wrong type stay",
+     R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]},
+         "n2": {"extAttr": []}})",
+     "n1"},
+    {"nodes behind a wrong type are not reached",
+     R"({"n1": {"extAttr": []},
+         "n2": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]}})",
+     nullptr},
+    {"service address before a wrong type in the same node",
+     R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}, "text"]}})", "n1"},
+    {"tag that is no text",
+     R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": [{}, "service"]}]}})", nullptr},
+    {"tag that is a number",
+     R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": [5, "service"]}]}})", "n1"},
+    {"IP an object", R"({"n1": {"IPAddresses": [{"IP": {}, "usage": ["service"]}]}})", nullptr},
+    {"IP null", R"({"n1": {"IPAddresses": [{"IP": null, "usage": ["service"]}]}})", nullptr},
+    {"node an array", R"({"n1": []})", nullptr},
+    {"nodeList an array", "[]", nullptr},
+    {"nodeList a text", R"("n1")", nullptr},
+};
+
+std::string answer(const std::string& before) {
+    std::string sourceNodeId = before;
+    SysConfReader::Instance()->getSourceNodeId(sourceNodeId);
+    return sourceNodeId;
+}
+
+TEST(SourceNodeId, AnyNodeList_AnswersByItsServiceAddresses) {
+    Deployment deployment;
+    support::setHostAddresses({"192.0.2.1", "192.0.2.2", "2001:db8::1"});
+    for (const SourceRow& row : kRows) {
+        SCOPED_TRACE(row.name);
+        deployment.nodeList(R"({"nodeList": )" + std::string(row.nodes) + "}");
+        EXPECT_EQ(answer("before"), row.found != nullptr ? row.found : "before");
+    }
+}
+
+TEST(SourceNodeId, NoMatch_LeavesTheArgumentAlone) {
+    Deployment deployment;
+    deployment.nodeList(
+        R"({"nodeList": {"n1": {"IPAddresses": [{"IP": "192.0.2.3", "usage": ["service"]}]}}})");
+    support::setHostAddresses({"192.0.2.1"});
+    for (const char* before : {"", "own", "n1"}) {
+        EXPECT_EQ(answer(before), before);
+    }
+}
+
+TEST(SourceNodeId, HostWithoutAddresses_MatchesNothing) {
+    Deployment deployment;
+    deployment.nodeList(R"({"nodeList": {"n1": {"IPAddresses": [{"usage": ["service"]}]}}})");
+    support::setHostAddresses({});
+    EXPECT_EQ(answer("before"), "before");
+}
+
+TEST(SourceNodeId, ListNotParsable_LeavesTheArgumentAlone) {
+    Deployment deployment;
+    support::setHostAddresses({"192.0.2.1"});
+    EXPECT_EQ(answer("before"), "before");
+    for (const char* text : {"", "{", "[]", "5", "null", R"("nodeList")"}) {
+        SCOPED_TRACE(text);
+        deployment.nodeList(text);
+        EXPECT_EQ(answer("before"), "before");
+    }
+    std::filesystem::remove(deployment.nodeListPath());
+    std::filesystem::create_directory(deployment.nodeListPath());
+    EXPECT_EQ(answer("before"), "before");
+}
+
+TEST(SourceNodeId, ListOrHostChanged_IsReadAnewOnEachCall) {
+    Deployment deployment;
+    const auto list = [](const std::string& id) {
+        return R"({"nodeList": {")" + id +
+               R"(": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]}}})";
+    };
+    deployment.nodeList(list("n1"));
+    support::setHostAddresses({"192.0.2.1"});
+    EXPECT_EQ(answer("before"), "n1");
+    deployment.nodeList(list("n2"));
+    EXPECT_EQ(answer("before"), "n2");
+    support::setHostAddresses({"192.0.2.9"});
+    EXPECT_EQ(answer("before"), "before");
+}
+
+TEST(SourceNodeId, OwnNodeThatIsNoStandby_IsItsOwnSource) {
+    Deployment deployment;
+    deployment.appConfig(R"({"processes": {"p1": {"nodeId": "own"}}})").nodeList(R"({"nodeList": {
+            "own": {"extAttr": {"hostType": "master"},
+                    "IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]},
+            "z": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]}}})");
+    support::setHostAddresses({"192.0.2.1"});
+    EXPECT_EQ(answer("before"), "own");
+}
+
+TEST(SourceNodeId, StandbyNode_TakesTheSmallestSourceAtTheLoad) {
+    Deployment deployment;
+    deployment.appConfig(R"({"processes": {"p1": {"nodeId": "own"}}})").nodeList(R"({"nodeList": {
+            "own": {"extAttr": {"hostType": "standby", "HOSTID": "own tag"},
+                    "IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]},
+            "b": {"extAttr": {"HOSTID": "b tag"},
+                  "IPAddresses": [{"IP": "2001:db8::1", "usage": ["service"]}]},
+            "c": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]}}})");
+    support::setHostAddresses({"192.0.2.1", "2001:db8::1"});
+    EXPECT_EQ(SysConfReader::Instance()->getFloatNodeId(), "b");
+    EXPECT_EQ(SysConfReader::Instance()->getLocalHostTagName(), "b tag");
+}
+
+} // namespace

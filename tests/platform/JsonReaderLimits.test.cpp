@@ -1,0 +1,171 @@
+#include "JsonReader.h"
+
+#include <gtest/gtest.h>
+
+#include <pthread.h>
+
+#include <array>
+#include <memory>
+#include <string>
+
+namespace {
+
+constexpr std::size_t kLimit = JsonReader::kNestingLimit;
+
+/// Levels of containers around a 1, outermost first: 'a' for an array, 'o' for an object. Each
+/// holds `width` children, of which the last is the next level: the one that costs most to reach.
+std::string nested(const std::string& levels, std::size_t width = 1) {
+    std::string head;
+    std::string tail;
+    for (const char level : levels) {
+        head += level == 'a' ? '[' : '{';
+        for (std::size_t i = 0; i < width; ++i) {
+            if (level == 'o') {
+                const std::string name = std::to_string(1000000 + i);
+                head += "\"" + name + "\":";
+            }
+            if (i + 1 < width) {
+                head += "0,";
+            }
+        }
+        tail += level == 'a' ? ']' : '}';
+    }
+    return head + "1" + std::string(tail.rbegin(), tail.rend());
+}
+
+std::string alternating(std::size_t depth) {
+    std::string levels;
+    while (levels.size() < depth) {
+        levels += levels.size() % 2 == 0 ? 'o' : 'a';
+    }
+    return levels;
+}
+
+bool accepts(const std::string& text) {
+    Json::Value value("old");
+    const bool accepted = JsonReader(false).parse(text, value);
+    EXPECT_EQ(!accepted, value == Json::Value("old"));
+    return accepted;
+}
+
+TEST(JsonReaderStrict, NestingAtTheLimit_AcceptedBeyondItRefused) {
+    for (const std::string& levels :
+         {std::string(kLimit + 1, 'a'), std::string(kLimit + 1, 'o'), alternating(kLimit + 1)}) {
+        EXPECT_TRUE(accepts(nested(levels.substr(1)))) << levels;
+        EXPECT_FALSE(accepts(nested(levels))) << levels;
+    }
+    EXPECT_TRUE(accepts(std::string(kLimit, '[') + std::string(kLimit, ']')));
+    EXPECT_FALSE(accepts(std::string(kLimit + 1, '[') + std::string(kLimit + 1, ']')));
+}
+
+TEST(JsonReaderStrict, NestingAtTheLimitManyTimes_AcceptedSideBySide) {
+    const std::string deep = nested(std::string(kLimit - 1, 'a'));
+    EXPECT_TRUE(accepts("[" + deep + "," + deep + "," + deep + "]"));
+    EXPECT_FALSE(accepts("[" + deep + ",[" + deep + "]," + deep + "]"));
+}
+
+TEST(JsonReaderStrict, NestingInStringsAndNames_CountsForNothing) {
+    const std::string brackets(1000, '[');
+    EXPECT_TRUE(accepts("{\"" + brackets + "\":\"" + brackets + "\"}"));
+}
+
+TEST(JsonReaderStrict, NestingWithoutEnd_Refused) {
+    std::string objects;
+    for (int i = 0; i < 100000; ++i) {
+        objects += "{\"a\":";
+    }
+    EXPECT_FALSE(accepts(std::string(1000000, '[')));
+    EXPECT_FALSE(accepts(objects));
+}
+
+TEST(JsonReaderStrict, WidthOfALevel_NotLimited) {
+    EXPECT_TRUE(accepts(nested(std::string(kLimit, 'a'), 1023)));
+    EXPECT_TRUE(accepts(nested(std::string(kLimit, 'o'), 1023)));
+    EXPECT_TRUE(accepts(nested("oaoao", 100000)));
+}
+
+TEST(JsonReaderStrict, TextBeyondTheLimit_Refused) {
+    std::string text(std::size_t{JsonReader::kTextLimit} + 1, ' ');
+    text.front() = '1';
+    EXPECT_FALSE(accepts(text));
+}
+
+/// What a caller on a small stack does with a text.
+struct Errand {
+    std::string text;
+    bool lenient;
+    bool done = false;
+};
+
+void readCopyAndFree(Errand& errand) {
+    Json::Value value;
+    if (JsonReader(errand.lenient).parse(errand.text, value)) {
+        const auto copy = std::make_unique<Json::Value>(value);
+        errand.done = *copy == value;
+    }
+}
+
+constexpr std::size_t kSmallStack = std::size_t{64} * 1024;
+
+#if defined(__SANITIZE_ADDRESS__)
+#define ADDRESS_SANITIZED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define ADDRESS_SANITIZED 1
+#endif
+#endif
+
+#ifdef ADDRESS_SANITIZED
+// The sanitizer's malloc notes its caller's stack, in frames of its own of two kibibytes.
+constexpr std::size_t kThreadStack = kSmallStack + std::size_t{8} * 1024;
+#else
+constexpr std::size_t kThreadStack = kSmallStack;
+#endif
+
+/// Takes a third of the small stack away, as a caller's own functions might.
+void* runErrand(void* argument) {
+    std::array<volatile char, kSmallStack / 3> callers;
+    for (volatile char& byte : callers) {
+        byte = 1;
+    }
+    readCopyAndFree(*static_cast<Errand*>(argument));
+    return callers[0] == 1 ? argument : nullptr;
+}
+
+bool isDoneOnASmallStack(const std::string& text, bool lenient) {
+    Errand errand{text, lenient};
+    pthread_attr_t attributes{};
+    EXPECT_EQ(pthread_attr_init(&attributes), 0);
+    EXPECT_EQ(pthread_attr_setstacksize(&attributes, kThreadStack), 0);
+    pthread_t thread{};
+    EXPECT_EQ(pthread_create(&thread, &attributes, &runErrand, &errand), 0);
+    EXPECT_EQ(pthread_join(thread, nullptr), 0);
+    EXPECT_EQ(pthread_attr_destroy(&attributes), 0);
+    return errand.done;
+}
+
+TEST(JsonReaderStrict, TreeAtTheLimit_ReadCopiedAndFreedOnASmallStack) {
+    for (const std::string& text :
+         {nested(std::string(kLimit, 'a')), nested(std::string(kLimit, 'o')),
+          nested(alternating(kLimit), 1023), nested(std::string(kLimit, 'a'), 30000),
+          R"([1e400,"\ud800",)" + nested(std::string(kLimit - 1, 'o'), 30) + "]"}) {
+        EXPECT_TRUE(isDoneOnASmallStack(text, false)) << text.substr(0, 200);
+    }
+}
+
+TEST(JsonReaderStrict, TreeBeyondTheLimit_RefusedAndFreedOnASmallStack) {
+    // Two refused for their end only, so that a whole tree is freed.
+    for (const std::string& text :
+         {nested(std::string(kLimit, 'a'), 1023) + "]",
+          nested(std::string(kLimit, 'o'), 1023) + "}", nested(std::string(kLimit + 1, 'a'), 31),
+          nested(std::string(100000, 'a'))}) {
+        EXPECT_FALSE(isDoneOnASmallStack(text, false)) << text.substr(0, 200);
+    }
+}
+
+TEST(JsonReaderLenient, TreeAtTheLimit_ReadCopiedAndFreedOnASmallStack) {
+    EXPECT_TRUE(isDoneOnASmallStack(nested(std::string(kLimit - 1, 'a')), true));
+    EXPECT_TRUE(isDoneOnASmallStack(nested(std::string(kLimit - 1, 'o')), true));
+}
+
+} // namespace

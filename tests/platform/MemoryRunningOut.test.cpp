@@ -1,0 +1,108 @@
+#include "FailingAllocation.h"
+#include "JsonReader.h"
+#include "MadeInterfaces.h"
+#include "QuarnCommonUtils.h"
+#include "QuarnCommonUtils_i.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <list>
+#include <new>
+#include <string>
+
+namespace {
+
+enum class Outcome { Done, Refused, BadAlloc };
+
+/// Runs the operation again and again, a later allocation failing each time, until none fails, and
+/// lets `check` see how each run ended. Answers how many allocations could fail.
+unsigned failEachAllocation(const std::function<bool()>& operation,
+                            const std::function<void(Outcome, bool hasFailed)>& check) {
+    for (unsigned before = 0;; ++before) {
+        Outcome outcome{};
+        bool hasFailed = false;
+        {
+            const FailingAllocation failing(before);
+            try {
+                outcome = operation() ? Outcome::Done : Outcome::Refused;
+            } catch (const std::bad_alloc&) {
+                outcome = Outcome::BadAlloc;
+            }
+            hasFailed = failing.hasFailed();
+        }
+        SCOPED_TRACE(before);
+        check(outcome, hasFailed);
+        if (!hasFailed) {
+            return before;
+        }
+    }
+}
+
+TEST(JsonReaderStrict, MemoryRunsOutAnywhere_ThrowsBadAllocAndLeavesTheValue) {
+    // Takes memory in every way: containers, names and texts too long for the reader's first
+    // stack, and a second reading for the number out of range and the surrogate alone.
+    const std::string text = R"({"list":[1,2.5,[{"a":"b"}],1e400],"text":")" +
+                             std::string(2000, 'x') + R"(","\ud800)" + std::string(300, 'y') +
+                             R"(":{"a":1,"a":{"b":"c"}}})";
+    Json::Value expected;
+    ASSERT_TRUE(JsonReader(false).parse(text, expected));
+    Json::Value value("old");
+    const unsigned failures =
+        failEachAllocation([&] { return JsonReader(false).parse(text, value); },
+                           [&](Outcome outcome, bool hasFailed) {
+                               EXPECT_EQ(outcome, hasFailed ? Outcome::BadAlloc : Outcome::Done);
+                               EXPECT_EQ(value, hasFailed ? Json::Value("old") : expected);
+                           });
+    EXPECT_GT(failures, 20U);
+}
+
+TEST(JsonReaderLenient, MemoryRunsOutAnywhere_FailsAndLeavesTheValue) {
+    const std::string text = R"({"list":[1,2.5,[{"a":"b"}]]} // )" + std::string(300, 'y');
+    Json::Value expected;
+    ASSERT_TRUE(JsonReader(true).parse(text, expected));
+    Json::Value value("old");
+    const unsigned failures =
+        failEachAllocation([&] { return JsonReader(true).parse(text, value); },
+                           [&](Outcome outcome, bool hasFailed) {
+                               EXPECT_EQ(outcome == Outcome::Done, !hasFailed);
+                               EXPECT_EQ(value, hasFailed ? Json::Value("old") : expected);
+                           });
+    EXPECT_GT(failures, 20U);
+}
+
+TEST(QuarnCommonUtilsSplit, MemoryRunsOutAnywhere_ThrowsBadAllocAndAppendsNothing) {
+    const std::string a(100, 'a');
+    const std::string b(100, 'b');
+    const std::string text = a + ";" + b;
+    const std::string separator = ";";
+    std::list<std::string> pieces{"before"};
+    const unsigned failures = failEachAllocation(
+        [&] {
+            QuarnCommonUtils::split(text, separator, pieces);
+            return true;
+        },
+        [&](Outcome outcome, bool hasFailed) {
+            EXPECT_EQ(outcome, hasFailed ? Outcome::BadAlloc : Outcome::Done);
+            EXPECT_EQ(pieces.size(), hasFailed ? 1U : 3U);
+        });
+    EXPECT_EQ(failures, 4U);
+}
+
+TEST(QuarnCommonUtilsGetAllIPAddr, MemoryRunsOutAnywhere_FreesTheListAndAppendsNothing) {
+    const MadeInterfaces made({"10.0.0.1", "2001:db8:1111:2222:3333:4444:5555:6666"});
+    std::list<std::string> addresses{"before"};
+    const unsigned failures = failEachAllocation(
+        [&] {
+            QuarnCommonUtils_i::getAllIPAddr(addresses);
+            return true;
+        },
+        [&](Outcome outcome, bool hasFailed) {
+            EXPECT_EQ(outcome, hasFailed ? Outcome::BadAlloc : Outcome::Done);
+            EXPECT_EQ(addresses.size(), hasFailed ? 1U : 3U);
+            EXPECT_EQ(MadeInterfaces::unfreed(), 0);
+        });
+    EXPECT_EQ(failures, 3U);
+}
+
+} // namespace

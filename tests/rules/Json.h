@@ -1,0 +1,20 @@
+#pragma once
+
+#include <json/reader.h>
+#include <json/value.h>
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+/// The tree of a JSON text, as jsoncpp itself reads it; for trees written down in tests.
+inline Json::Value json(const std::string& text) {
+    Json::Value value;
+    Json::CharReaderBuilder builder;
+    std::string errors;
+    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+    if (!reader->parse(text.data(), text.data() + text.size(), &value, &errors)) {
+        throw std::invalid_argument(errors + text);
+    }
+    return value;
+}

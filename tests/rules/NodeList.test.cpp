@@ -1,0 +1,91 @@
+#include "rules/NodeList.h"
+#include "rules/Json.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace {
+
+using namespace Quarncommon::rules;
+using namespace std::string_literals;
+using testing::ElementsAre;
+
+TEST(LowerCased, EachText_ByteByByte) {
+    const std::pair<std::string, std::string> rows[] = {
+        {"", ""},
+        {"NorthBound2", "northbound2"},
+        {"A\0Z"s, "a\0z"s},
+        {"[@`{", "[@`{"},
+        // Outside ASCII the C locale has no letters.
+        {"\xC3\x84\xC4\xFF", "\xC3\x84\xC4\xFF"},
+    };
+    for (const auto& [text, expected] : rows) {
+        EXPECT_EQ(lowerCased(text), expected) << text;
+    }
+}
+
+TEST(NodeListLookUps, AbsentMembers_ReadAsNullAndEmpty) {
+    for (const char* list : {"null", "{}", R"({"nodeList":null})", R"({"nodeList":{"n2":{}}})",
+                             R"({"nodeList":{"n1":null}})", R"({"nodeList":{"n1":{}}})",
+                             R"({"nodeList":{"n1":{"extAttr":null,"IPAddresses":null}}})"}) {
+        const Json::Value tree = json(list);
+        const Json::Value& node = nodeEntry(tree, "n1");
+        EXPECT_TRUE(addressEntries(node).isNull()) << list;
+        EXPECT_EQ(hostType(node), "") << list;
+        EXPECT_EQ(tenancy(node), "") << list;
+    }
+}
+
+TEST(NodeListLookUps, PresentMembers_AreFoundByExactId) {
+    const Json::Value list = json(
+        R"({"nodeList":{"a\u0000b":{"extAttr":{"hostType":"Master"},"assignedToTenancy":"T 1",
+                                    "IPAddresses":[1]},"a":{}}})");
+    const Json::Value& node = nodeEntry(list, "a\0b"s);
+    EXPECT_EQ(hostType(node), "Master");
+    EXPECT_EQ(tenancy(node), "T 1");
+    EXPECT_EQ(addressEntries(node).size(), 1U);
+    EXPECT_TRUE(nodeEntry(list, "A").isNull());
+}
+
+TEST(NodeListLookUps, WrongTypes_ThrowWhatJsoncppThrows) {
+    for (const char* list : {"[]", "7", R"({"nodeList":[]})", R"({"nodeList":"x"})"}) {
+        EXPECT_THROW(nodeEntry(json(list), "n1"), Json::Exception) << list;
+    }
+    for (const char* node : {"[]", "7", R"("x")"}) {
+        EXPECT_THROW(addressEntries(json(node)), Json::Exception) << node;
+        EXPECT_THROW(tenancy(json(node)), Json::Exception) << node;
+    }
+    EXPECT_THROW(hostType(json(R"({"extAttr":[]})")), Json::Exception);
+    EXPECT_THROW(hostType(json(R"({"extAttr":{"hostType":{}}})")), Json::Exception);
+    EXPECT_THROW(tenancy(json(R"({"assignedToTenancy":[]})")), Json::Exception);
+}
+
+/// The tags that a walk visits, each with its entry's address.
+std::vector<std::string> walked(const char* addresses, const std::string& at, Walk then) {
+    std::vector<std::string> seen;
+    forEachTag(json(addresses), [&](const Json::Value& entry, const std::string& tag) {
+        seen.push_back(entry["IP"].asString() + tag);
+        return tag == at ? then : Walk::OtherTags;
+    });
+    return seen;
+}
+
+TEST(ForEachTag, EachAnswer_SteersTheWalk) {
+    const char* const list =
+        R"([{"IP":"A","usage":["X","y"]},{"IP":"B","usage":"x"},{"IP":"C","usage":["x","Z"]}])";
+    EXPECT_THAT(walked(list, "", Walk::OtherTags), ElementsAre("Ax", "Ay", "Cx", "Cz"));
+    EXPECT_THAT(walked(list, "x", Walk::NextEntry), ElementsAre("Ax", "Cx"));
+    EXPECT_THAT(walked(list, "y", Walk::Stop), ElementsAre("Ax", "Ay"));
+}
+
+TEST(ForEachTag, ObjectsInPlaceOfArrays_ThrowUnlessEmpty) {
+    const auto none = [](const Json::Value&, const std::string&) { return Walk::OtherTags; };
+    EXPECT_NO_THROW(forEachTag(json("{}"), none));
+    EXPECT_NO_THROW(forEachTag(json(R"([{"usage":{}}])"), none));
+    EXPECT_THROW(forEachTag(json(R"({"a":{}})"), none), Json::Exception);
+    EXPECT_THROW(forEachTag(json(R"([{"usage":{"a":"x"}}])"), none), Json::Exception);
+}
+
+} // namespace

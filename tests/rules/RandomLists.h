@@ -1,0 +1,60 @@
+#pragma once
+
+#include <json/value.h>
+
+#include <cstdint>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+/// Node lists made by chance: valid ones, ones with values of the wrong type at random places, odd
+/// tags, odd ids. The same seed gives the same lists on every machine.
+class RandomLists {
+public:
+    explicit RandomLists(std::uint64_t seed) : m_random(seed) {}
+
+    /// A whole document, as a node list or manager node list holds it.
+    Json::Value list();
+    /// The address entries of a node.
+    Json::Value addresses();
+
+    /// Ids, tags and the like as they occur in the lists, to ask for.
+    std::string nodeId();
+    std::string askedNodeId() { return oneIn(3) ? nodeId() : "n1"; }
+    std::string tag();
+    /// One that is likely to be there.
+    std::string askedTag();
+    std::set<std::string> tags();
+    std::string address();
+    /// What the second overload of getLocalNodeIPs may find among its caller's keys.
+    std::string callersKey();
+    int callersNumber();
+    std::string prefix();
+    std::string fieldName();
+    std::string valuePrefix();
+    std::string tenancy();
+
+    bool oneIn(unsigned int n) { return below(n) == 0; }
+    std::size_t below(std::size_t n) { return static_cast<std::size_t>(m_random() % n); }
+
+private:
+    template <typename T>
+    const T& anyOf(const std::vector<T>& choices) {
+        return choices[below(choices.size())];
+    }
+    /// A value of another type in place of what should stand there, if this list is a mistyped one.
+    Json::Value perhapsMistyped(Json::Value value);
+    Json::Value wrongValue();
+    Json::Value usage();
+    Json::Value entry();
+    Json::Value node();
+    std::string someCapitals(std::string text);
+
+    std::mt19937_64 m_random;
+    /// Of how many values one is mistyped; 0 for none.
+    unsigned int m_mistypedOneIn = 0;
+};
+
+/// The text of a JSON file with that content.
+std::string textOf(const Json::Value& value);

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace support {
+
+/// How a command ended, and what it wrote.
+struct CommandResult {
+    /// -1 when a signal ended the command.
+    int exitStatus = -1;
+    int signal = 0;
+    /// Standard output, when that was a pipe or a terminal.
+    std::string output;
+    std::string errors;
+};
+
+/// A command to run in a process of its own, in the environment of the test process and the
+/// changes made here, with standard input empty. Standard output goes to a pipe unless said
+/// otherwise, standard error always.
+class Command {
+public:
+    Command(std::filesystem::path program, std::vector<std::string> arguments);
+
+    Command& variable(const std::string& name, const std::string& value);
+    Command& workingDirectory(const std::filesystem::path& directory);
+    /// Standard output is that file, opened for writing.
+    Command& outputToFile(const std::filesystem::path& file);
+    /// Standard output is a terminal of that many columns.
+    Command& outputToTerminal(unsigned short columns);
+    /// Standard output is a pipe that nobody will ever read.
+    Command& outputToClosedPipe();
+
+    /// Runs the command to its end.
+    /// @throws std::system_error when it cannot be started.
+    CommandResult run() const;
+
+private:
+    enum class Output { Pipe, File, Terminal, ClosedPipe };
+
+    struct Ends;
+    Ends openOutput() const;
+    [[noreturn]] void becomeCommand(int output, int errors) const;
+
+    std::filesystem::path m_program;
+    std::vector<std::string> m_arguments;
+    std::map<std::string, std::string> m_variables;
+    std::optional<std::filesystem::path> m_workingDirectory;
+    Output m_output = Output::Pipe;
+    std::filesystem::path m_outputFile;
+    unsigned short m_columns = 0;
+};
+
+} // namespace support

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <limits>
+#include <string>
+#include <vector>
+
+/// The file calls of the library under test, watched and disturbed from outside: the test
+/// executable defines open, fopen, read and pread itself, so this header goes with FileCalls.cpp
+/// linked in. Only what goes through these calls of the C library is seen.
+namespace support {
+
+struct OpenCall {
+    std::string path;
+    bool closeOnExec = false;
+};
+
+/// The opens of JSON files (paths that end in ".json") since the start or the last reset, in
+/// order, whether they succeeded or not.
+std::vector<OpenCall> openCalls();
+/// How many of them were of that path.
+std::size_t openCount(const std::string& path);
+void resetOpenCalls();
+
+/// From now on an open of `path` opens `target` instead; it is counted under `path`.
+void redirectOpen(const std::string& path, const std::string& target);
+
+/// From now on the n-th open (from 0) of `path` fails with the error number script(n), unless that
+/// is 0.
+void failOpens(const std::string& path, std::function<int(std::size_t)> script);
+
+/// Runs on the opening thread before each open of a JSON file; null takes it away.
+void setOpenHook(std::function<void(const std::string& path)> hook);
+
+/// What one read call does: fails with `error`, or else reads at most that many bytes.
+struct ReadStep {
+    int error = 0;
+    std::size_t atMost = std::numeric_limits<std::size_t>::max();
+};
+
+/// From now on the n-th read or pread (from 0) of the file at `path` does script(n); null lets the
+/// reads through again.
+void disturbReads(const std::string& path, std::function<ReadStep(std::size_t)> script);
+
+} // namespace support

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// How the library under test opens and closes its event library, watched from outside: the test
+/// executable defines dlopen and dlclose itself, so this header goes with LibraryCalls.cpp linked
+/// in.
+namespace support {
+
+struct LibraryOpen {
+    std::string name;
+    int flags = 0;
+    bool opened = false;
+};
+
+/// The dlopen calls for the event library since the start, in order, whether they succeeded or
+/// not.
+std::vector<LibraryOpen> eventLibraryOpens();
+
+/// How many of the handles that they gave have been closed.
+int eventLibraryCloses();
+
+} // namespace support

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <barrier>
+#include <cstddef>
+#include <thread>
+#include <vector>
+
+namespace support {
+
+/// Runs `work(i)` for every i below `count`, each on a thread of its own, all let go at once, and
+/// waits for them.
+template <typename Work>
+void runTogether(std::size_t count, Work work) {
+    std::barrier start(static_cast<std::ptrdiff_t>(count));
+    std::vector<std::jthread> threads;
+    for (std::size_t i = 0; i < count; ++i) {
+        threads.emplace_back([&start, &work, i] {
+            start.arrive_and_wait();
+            work(i);
+        });
+    }
+}
+
+} // namespace support

@@ -1,0 +1,126 @@
+#include "sysconfreader/AllocationFaults.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <new>
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define SANITIZED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define SANITIZED 1
+#endif
+#endif
+
+namespace {
+
+// Plain data: these are used before any constructor has run.
+thread_local bool t_armed = false;
+thread_local bool t_persistent = false;
+thread_local bool t_happened = false;
+thread_local std::size_t t_left = 0;
+
+bool failsNow() {
+    if (!t_armed || --t_left != 0) {
+        return false;
+    }
+    t_happened = true;
+    t_armed = t_persistent;
+    t_left = 1;
+    return true;
+}
+
+} // namespace
+
+namespace support {
+
+AllocationFault::AllocationFault(std::size_t which, Shortage shortage) {
+    t_happened = false;
+    t_persistent = shortage == Shortage::FromThereOn;
+    t_left = which;
+    t_armed = true;
+}
+
+AllocationFault::~AllocationFault() {
+    t_armed = false;
+}
+
+bool AllocationFault::happened() const {
+    return t_happened;
+}
+
+} // namespace support
+
+#ifdef SANITIZED
+
+// Every form that is not aligned, because a sanitizer's own would not go with these.
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    return failsNow() ? nullptr : std::malloc(size != 0 ? size : 1);
+}
+void* operator new(std::size_t size) {
+    void* memory = operator new(size, std::nothrow);
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    return memory;
+}
+void* operator new[](std::size_t size) {
+    return operator new(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    return operator new(size, std::nothrow);
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t /*size*/) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, const std::nothrow_t& /*tag*/) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory, std::size_t /*size*/) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory, const std::nothrow_t& /*tag*/) noexcept {
+    std::free(memory);
+}
+
+#else
+
+// `new` calls malloc, so one replacement serves both.
+extern "C" {
+// The C library's own names for what is replaced here.
+void* __libc_malloc(std::size_t size);                    // NOLINT(bugprone-reserved-identifier)
+void* __libc_calloc(std::size_t count, std::size_t size); // NOLINT(bugprone-reserved-identifier)
+void* __libc_realloc(void* memory, std::size_t size);     // NOLINT(bugprone-reserved-identifier)
+
+[[gnu::visibility("default")]] void* malloc(std::size_t size) {
+    if (failsNow()) {
+        errno = ENOMEM;
+        return nullptr;
+    }
+    return __libc_malloc(size);
+}
+
+[[gnu::visibility("default")]] void* calloc(std::size_t count, std::size_t size) {
+    if (failsNow()) {
+        errno = ENOMEM;
+        return nullptr;
+    }
+    return __libc_calloc(count, size);
+}
+
+[[gnu::visibility("default")]] void* realloc(void* memory, std::size_t size) {
+    if (failsNow()) {
+        errno = ENOMEM;
+        return nullptr;
+    }
+    return __libc_realloc(memory, size);
+}
+}
+
+#endif

@@ -1,0 +1,303 @@
+// Lists that are replaced, rewritten or deleted between calls and while a call reads them. Every
+// answer is that of the old list, of the new one, or that without a list; never a mixture.
+
+#include "FileWatch.h"
+#include "Queries.h"
+#include "SysConfReader.h"
+#include "support/Deployment.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <fcntl.h>
+#include <filesystem>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+using Quarncommon::SysConfReader;
+
+enum class Motion { Renamed, TruncatedAndRewritten, Overwritten, Deleted };
+
+const std::pair<Motion, const char*> kMotions[] = {
+    {Motion::Renamed, "renamed"},
+    {Motion::TruncatedAndRewritten, "truncated and rewritten"},
+    {Motion::Overwritten, "overwritten"},
+    {Motion::Deleted, "deleted"},
+};
+
+void writeInPlace(const std::filesystem::path& path, const std::string& text, int flags) {
+    const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | flags, 0600);
+    ASSERT_GE(file, 0);
+    // In two pieces, as a program that writes through a buffer would.
+    const std::size_t half = text.size() / 2;
+    ASSERT_EQ(::write(file, text.data(), half), static_cast<ssize_t>(half));
+    ASSERT_EQ(::write(file, text.data() + half, text.size() - half),
+              static_cast<ssize_t>(text.size() - half));
+    ASSERT_EQ(::ftruncate(file, static_cast<off_t>(text.size())), 0);
+    ::close(file);
+}
+
+/// Brings `text` into the file in that way (or the file away).
+void move(Motion motion, const std::filesystem::path& path, const std::string& text) {
+    switch (motion) {
+    case Motion::Renamed:
+        support::writeFile(path, text);
+        break;
+    case Motion::TruncatedAndRewritten:
+        writeInPlace(path, text, O_TRUNC);
+        break;
+    case Motion::Overwritten:
+        writeInPlace(path, text, 0);
+        break;
+    case Motion::Deleted:
+        std::filesystem::remove(path);
+        break;
+    }
+}
+
+/// What the file's time stamp tells while it is moved: that it was written just now, that it was
+/// written long ago, or, all the time, one and the same moment that is not past yet: so a file
+/// looks that is written twice within one tick of the clock.
+enum class Stamp { JustNow, LongAgo, OneTick };
+
+void stamp(const std::filesystem::path& path, Stamp kind) {
+    const std::time_t moment = kind == Stamp::LongAgo ? 1000000000 : 4000000000; // in 2001, in 2096
+    const timespec times[2] = {{moment, 0}, {moment, 0}};
+    if (kind != Stamp::JustNow) {
+        ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+    }
+}
+
+struct Lists {
+    support::Deployment files;
+
+    Lists() {
+        files.appConfig(queries::appConfig("m"));
+        SysConfReader::Instance();
+    }
+
+    std::filesystem::path pathFor(const queries::Query& query) const {
+        return query.reads == queries::Reads::NodeList ? files.nodeListPath()
+                                                       : files.managerNodeListPath();
+    }
+};
+
+std::vector<queries::Query> listQueries() {
+    std::vector<queries::Query> queries = queries::reading(queries::Reads::NodeList);
+    for (const queries::Query& query : queries::reading(queries::Reads::ManagerNodeList)) {
+        queries.push_back(query);
+    }
+    return queries;
+}
+
+TEST(FilesInMotion, MovedBetweenCalls_AnswerOfTheNewListAtOnce) {
+    const Lists lists;
+    const std::string texts[] = {queries::nodeList("a"), queries::nodeList("bb"),
+                                 queries::nodeList("c")};
+    for (const queries::Query& query : listQueries()) {
+        const std::filesystem::path path = lists.pathFor(query);
+        std::filesystem::remove(path);
+        const std::string none = query.ask();
+        for (const auto& [motion, name] : kMotions) {
+            for (const std::string& text : texts) {
+                support::writeFile(path, text);
+                const std::string expected = motion == Motion::Deleted ? none : query.ask();
+                support::writeFile(path, texts[0]);
+                query.ask();
+                move(motion, path, text);
+                EXPECT_EQ(query.ask(), expected) << query.name << ", " << name;
+            }
+        }
+    }
+}
+
+struct Answers {
+    std::string oldOne;
+    std::string newOne;
+    std::string none;
+
+    testing::Matcher<std::string> oneOfThem() const { return testing::AnyOf(oldOne, newOne, none); }
+};
+
+Answers quietAnswers(const queries::Query& query, const std::filesystem::path& path,
+                     const std::string& oldText, const std::string& newText) {
+    Answers answers;
+    std::filesystem::remove(path);
+    answers.none = query.ask();
+    support::writeFile(path, newText);
+    answers.newOne = query.ask();
+    support::writeFile(path, oldText);
+    answers.oldOne = query.ask();
+    return answers;
+}
+
+/// Asks with the file moved right before file call number `at` of the query (from 0); tells the
+/// answer and whether the query made that many calls.
+std::pair<std::string, bool> askWhileMoving(const queries::Query& query, std::size_t at,
+                                            const std::function<void()>& moveIt) {
+    std::size_t calls = 0;
+    support::FileWatch watch([&](support::FileCall, const std::string&) {
+        if (calls++ == at) {
+            moveIt();
+        }
+    });
+    // Several reads, so that there is a between.
+    watch.limitReads(150);
+    std::string answer = query.ask();
+    return {std::move(answer), calls > at};
+}
+
+/// Every query, moved at every one of its file calls.
+void moveAtEachFileCall(Motion motion, const std::string& oldText, const std::string& newText,
+                        Stamp kind) {
+    const Lists lists;
+    for (const queries::Query& query : listQueries()) {
+        const std::filesystem::path path = lists.pathFor(query);
+        const Answers answers = quietAnswers(query, path, oldText, newText);
+        bool reached = true;
+        std::size_t at = 0;
+        for (; reached; ++at) {
+            support::writeFile(path, oldText);
+            stamp(path, kind);
+            const auto [answer, made] = askWhileMoving(query, at, [&] {
+                move(motion, path, newText);
+                if (kind == Stamp::OneTick) {
+                    stamp(path, kind);
+                }
+            });
+            EXPECT_THAT(answer, answers.oneOfThem()) << query.name << ", file call " << at;
+            reached = made;
+        }
+        EXPECT_GT(at, 4U) << query.name;
+    }
+}
+
+TEST(FilesInMotion, RenamedDuringACall_AnswerIsOfOneList) {
+    for (const Stamp kind : {Stamp::JustNow, Stamp::LongAgo, Stamp::OneTick}) {
+        moveAtEachFileCall(Motion::Renamed, queries::nodeList("a"), queries::nodeList("b"), kind);
+        moveAtEachFileCall(Motion::Renamed, queries::nodeList("a"), queries::nodeList("b", 3),
+                           kind);
+    }
+}
+
+TEST(FilesInMotion, DeletedDuringACall_AnswerIsOfTheListOrNone) {
+    moveAtEachFileCall(Motion::Deleted, queries::nodeList("a"), "", Stamp::JustNow);
+    moveAtEachFileCall(Motion::Deleted, queries::nodeList("a"), "", Stamp::LongAgo);
+}
+
+TEST(FilesInMotion, RewrittenDuringACallToTheSameLength_AnswerIsOfOneListOrNone) {
+    for (const Stamp kind : {Stamp::JustNow, Stamp::LongAgo, Stamp::OneTick}) {
+        for (const Motion motion : {Motion::TruncatedAndRewritten, Motion::Overwritten}) {
+            moveAtEachFileCall(motion, queries::nodeList("a"), queries::nodeList("b"), kind);
+        }
+    }
+}
+
+TEST(FilesInMotion, RewrittenDuringACallToAnotherLength_AnswerIsOfOneListOrNone) {
+    for (const Motion motion : {Motion::TruncatedAndRewritten, Motion::Overwritten}) {
+        moveAtEachFileCall(motion, queries::nodeList("a"), queries::nodeList("bbb"),
+                           Stamp::LongAgo);
+        moveAtEachFileCall(motion, queries::nodeList("aaa"), queries::nodeList("b"),
+                           Stamp::LongAgo);
+        moveAtEachFileCall(motion, queries::nodeList("a"), queries::nodeList("b", 3),
+                           Stamp::JustNow);
+        moveAtEachFileCall(motion, queries::nodeList("a", 3), queries::nodeList("b"),
+                           Stamp::JustNow);
+        // Nothing but space is added or taken, so that the parser would not mind.
+        moveAtEachFileCall(motion, queries::nodeList("a"),
+                           queries::nodeList("b") + std::string(500, ' '), Stamp::LongAgo);
+    }
+}
+
+TEST(FilesInMotion, TruncatedDuringACall_AnswerIsOfTheListOrNone) {
+    for (const Stamp kind : {Stamp::JustNow, Stamp::LongAgo, Stamp::OneTick}) {
+        moveAtEachFileCall(Motion::TruncatedAndRewritten, queries::nodeList("a"), "", kind);
+    }
+}
+
+TEST(FilesInMotion, RewrittenBeforeEachFileCall_AnswerIsOfOneListOrNone) {
+    const Lists lists;
+    const std::string oldText = queries::nodeList("a");
+    const std::string newText = queries::nodeList("b");
+    for (const Motion motion : {Motion::TruncatedAndRewritten, Motion::Overwritten}) {
+        for (const queries::Query& query : listQueries()) {
+            const std::filesystem::path path = lists.pathFor(query);
+            const Answers answers = quietAnswers(query, path, oldText, newText);
+            for (const std::size_t limit : {70U, 100U, 130U, 170U, 200U, 250U, 300U, 400U}) {
+                std::size_t calls = 0;
+                support::FileWatch watch([&](support::FileCall, const std::string&) {
+                    move(motion, path, ++calls % 2 == 0 ? oldText : newText);
+                });
+                watch.limitReads(limit);
+                EXPECT_THAT(query.ask(), answers.oneOfThem()) << query.name << ' ' << limit;
+                EXPECT_GT(calls, 4U);
+            }
+        }
+    }
+}
+
+struct Race {
+    Motion motion;
+    std::size_t furtherNodes;
+    int questions;
+};
+
+/// A thread that moves the file without pause, while this one asks. (Overwriting does not come in
+/// question: between the writer's two writes the file itself is a mixture, at rest.)
+void ask(const Race& race) {
+    const Lists lists;
+    const std::string texts[] = {queries::nodeList("a", race.furtherNodes),
+                                 queries::nodeList("b", race.furtherNodes)};
+    for (const queries::Query& query : listQueries()) {
+        const std::filesystem::path path = lists.pathFor(query);
+        const Answers answers = quietAnswers(query, path, texts[0], texts[1]);
+        std::atomic<bool> done{false};
+        std::thread writer([&] {
+            for (std::size_t n = 0; !done; ++n) {
+                if (race.motion == Motion::Deleted && n % 2 == 0) {
+                    move(Motion::Deleted, path, "");
+                } else {
+                    move(race.motion == Motion::Deleted ? Motion::Renamed : race.motion, path,
+                         texts[n / 2 % 2]);
+                }
+            }
+        });
+        for (int question = 0; question < race.questions; ++question) {
+            const std::string answer = query.ask();
+            EXPECT_THAT(answer, answers.oneOfThem()) << query.name;
+            if (race.motion == Motion::Renamed) {
+                // There is a whole list at any moment.
+                EXPECT_THAT(answer, testing::AnyOf(answers.oldOne, answers.newOne)) << query.name;
+            }
+        }
+        done = true;
+        writer.join();
+    }
+}
+
+constexpr std::size_t kLarge = 900; // about 300 KiB
+
+TEST(FilesInMotionRace, SmallListRenamed_AnswerIsOfOneList) {
+    ask({Motion::Renamed, 0, 200});
+}
+TEST(FilesInMotionRace, LargeListRenamed_AnswerIsOfOneList) {
+    ask({Motion::Renamed, kLarge, 3});
+}
+TEST(FilesInMotionRace, SmallListRewritten_AnswerIsOfOneListOrNone) {
+    ask({Motion::TruncatedAndRewritten, 0, 200});
+}
+TEST(FilesInMotionRace, LargeListRewritten_AnswerIsOfOneListOrNone) {
+    ask({Motion::TruncatedAndRewritten, kLarge, 3});
+}
+TEST(FilesInMotionRace, SmallListDeletedAndBack_AnswerIsOfOneListOrNone) {
+    ask({Motion::Deleted, 0, 200});
+}
+TEST(FilesInMotionRace, LargeListDeletedAndBack_AnswerIsOfOneListOrNone) {
+    ask({Motion::Deleted, kLarge, 3});
+}
+
+} // namespace

@@ -1,0 +1,159 @@
+// Tags are lower-cased byte by byte, by the locale that the process has set.
+
+#include "OwnNode.h"
+
+#include <gtest/gtest.h>
+
+#include <cctype>
+#include <clocale>
+#include <locale.h>
+
+namespace {
+
+using Quarncommon::SysConfReader;
+
+constexpr const char* kLatin1 = "en_US.ISO-8859-1";
+constexpr const char* kTurkish = "tr_TR.ISO-8859-9";
+constexpr const char* kUtf8 = "C.UTF-8";
+
+/// One of the locales that were made for this test, or one of the C library's own.
+void setLocale(const char* name) {
+    support::setEnvironment("LOCPATH", SYSCONF_TEST_LOCALES);
+    ASSERT_NE(std::setlocale(LC_ALL, name), nullptr) << name;
+}
+
+int lower(unsigned char byte) {
+    return std::tolower(byte);
+}
+
+/// The node's one address "A" is found under these tags, by each query that looks for tags.
+struct Found {
+    bool byUsage;
+    bool asFloatIP;
+    bool byNumber;
+    bool byTag;
+};
+
+bool operator==(const Found& a, const Found& b) {
+    return a.byUsage == b.byUsage && a.asFloatIP == b.asFloatIP && a.byNumber == b.byNumber &&
+           a.byTag == b.byTag;
+}
+void PrintTo(const Found& found, std::ostream* out) {
+    *out << "by usage " << found.byUsage << ", as float IP " << found.asFloatIP << ", by number "
+         << found.byNumber << ", by tag " << found.byTag;
+}
+
+Found ask(OwnNode& node, const std::string& inTheList, const std::string& asked) {
+    const std::string list =
+        R"({"nodeList":{"n1":{"IPAddresses":[)" + addressEntry("A", {inTheList.c_str()}) + "]}}}";
+    node.files.nodeList(list).managerNodeList(list);
+    SysConfReader& reader = node.reader();
+    std::map<std::string, std::set<std::string>> floatIPs;
+    EXPECT_EQ(reader.getAllFloatIP({asked}, floatIPs), 0);
+    std::map<int, std::string> byNumber;
+    std::string service;
+    std::string service2;
+    reader.getLocalNodeIPs(asked, byNumber, service, service2);
+    std::map<std::string, std::string> byTag{{asked, ""}};
+    reader.getLocalNodeIPs(byTag);
+    return {reader.getLocalIPByUsage(asked) == "A", floatIPs["n1"].count("A") == 1,
+            !byNumber.empty(), byTag[asked] == "A"};
+}
+
+// What is asked by usage is lower-cased too; what the other queries are given is taken as it is.
+constexpr Found kAll{true, true, true, true};
+constexpr Found kByUsageOnly{true, false, false, false};
+constexpr Found kNone{false, false, false, false};
+
+struct LocaleRow {
+    const char* inTheList;
+    const char* asked;
+    Found found;
+};
+
+void expectFound(std::initializer_list<LocaleRow> rows) {
+    OwnNode node;
+    for (const LocaleRow& row : rows) {
+        EXPECT_EQ(ask(node, row.inTheList, row.asked), row.found)
+            << row.inTheList << " in the list, asked for " << row.asked;
+    }
+}
+
+TEST(Locales, CLocale_OnlyAsciiLettersAreLowered) {
+    expectFound({
+        {"SERVICE-X", "service-x", kAll},
+        {"x\xC4", "x\xC4", kAll},
+        {"x\xC4", "x\xE4", kNone},
+        {"x\xE4", "x\xC4", kNone},
+        {"X\xC3\x84", "x\xC3\x84", kAll},
+        {"x\xC3\x84", "x\xC3\xA4", kNone},
+    });
+}
+
+TEST(Locales, SingleByteLocale_EveryByteIsLoweredByItself) {
+    setLocale(kLatin1);
+    ASSERT_EQ(lower(0xC4), 0xE4);
+    expectFound({
+        {"SERVICE-X", "service-x", kAll},
+        {"\xC4X", "\xE4x", kAll},
+        {"\xC4X", "\xC4X", kByUsageOnly},
+        {"\xE4x", "\xC4X", kByUsageOnly},
+        {"\xDFx", "\xDFx", kAll},
+        // The bytes of a character in UTF-8 are letters each: A with tilde becomes a with tilde.
+        {"x\xC3\x84", "x\xE3\x84", kAll},
+        {"x\xC3\x84", "x\xC3\x84", kByUsageOnly},
+        {"x\xC3\x84", "x\xC3\xA4", kNone},
+    });
+}
+
+TEST(Locales, Utf8Locale_OnlyAsciiLettersAreLowered) {
+    setLocale(kUtf8);
+    ASSERT_EQ(lower(0xC4), 0xC4);
+    expectFound({
+        {"SERVICE-X", "service-x", kAll},
+        {"X\xC3\x84", "x\xC3\x84", kAll},
+        {"x\xC3\x84", "x\xC3\xA4", kNone},
+        {"x\xC4", "x\xE4", kNone},
+        {"x\xC4", "x\xC4", kAll},
+    });
+}
+
+TEST(Locales, LocaleWithAnotherSmallI_CapitalTagsAreNotTheirAsciiSelves) {
+    setLocale(kTurkish);
+    ASSERT_EQ(lower('I'), 0xFD);
+    expectFound({
+        {"service", "service", kAll},
+        {"SERVICE", "service", kNone},
+        {"SERVICE",
+         "serv\xFD"
+         "ce",
+         kAll},
+        {"SERVICE", "SERVICE", kByUsageOnly},
+        {"NORTHBOUND", "northbound", kAll},
+    });
+}
+
+TEST(Locales, LocaleOfTheThreadAlone_Counts) {
+    setLocale(kLatin1);
+    const locale_t latin1 = ::duplocale(LC_GLOBAL_LOCALE);
+    ASSERT_NE(latin1, nullptr);
+    setLocale("C");
+    const locale_t before = ::uselocale(latin1);
+    expectFound({{"\xC4X", "\xE4x", kAll}});
+    ::uselocale(before);
+    ::freelocale(latin1);
+    expectFound({{"\xC4X", "\xE4x", kNone}});
+}
+
+TEST(Locales, EveryLocale_NumbersOfTagsAreReadAlike) {
+    OwnNode node;
+    node.addresses(addressEntries({{"A", "Northbound1000"}, {"B", "SOUTHBOUND1000"}}));
+    for (const char* name : {"C", kUtf8, kLatin1, kTurkish}) {
+        setLocale(name);
+        EXPECT_EQ(node.reader().getLocalNorthIP(), ";;;;A") << name;
+        EXPECT_EQ(node.reader().getLocalSouthIP(), ";;;;;;;;;;B") << name;
+        EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), name) << "the locale must not be changed";
+    }
+}
+
+} // namespace

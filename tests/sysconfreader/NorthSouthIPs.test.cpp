@@ -1,0 +1,271 @@
+#include "OwnNode.h"
+#include "support/HostAddresses.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+namespace {
+
+using Quarncommon::SysConfReader;
+
+struct ListRow {
+    const char* name;
+    std::string addresses;
+    std::string expected;
+};
+
+TEST(LocalNorthIP, EachNodeList_HasItsSlots) {
+    const ListRow rows[] = {
+        {"0", addressEntries({{"A", "northbound"}}), "A;;;;"},
+        {"0, 2", addressEntries({{"A", "northbound"}, {"B", "northbound2"}}), "A;B;;;"},
+        {"3", addressEntries({{"K", "northbound3"}}), ";;K;;"},
+        {"4", addressEntries({{"D", "northbound4"}}), ";;;D;"},
+        {"1", addressEntries({{"X", "northbound1"}}), ";;;;X"},
+        {"0, 1", addressEntries({{"A", "northbound"}, {"X", "northbound1"}}), "A;;;;X"},
+        {"0, 5, 7",
+         addressEntries({{"A", "northbound"}, {"E", "northbound5"}, {"G", "northbound7"}}),
+         "A;;;;E;G"},
+        {"all fixed slots",
+         addressEntries({{"D", "northbound4"},
+                         {"C", "northbound3"},
+                         {"B", "northbound2"},
+                         {"A", "northbound"}}),
+         "A;B;C;D;"},
+        {"negative and great numbers ascend",
+         addressEntries({{"Z", "northbound1000000"}, {"X", "northbound1"}, {"N", "northbound-7"}}),
+         ";;;;N;X;Z"},
+        {"further numbers without address are kept",
+         addressEntries({{"", "northbound5"}, {"F", "northbound6"}, {"", "northbound7"}}),
+         ";;;;;F;"},
+        {"one further number without address", addressEntries({{"", "northbound5"}}), ";;;;"},
+        {"first address of a number", addressEntries({{"A", "northbound"}, {"B", "northbound"}}),
+         "A;;;;"},
+        {"first address of a number though empty",
+         addressEntries({{"", "northbound"}, {"B", "northbound"}}), ";;;;"},
+        {"capitals", addressEntries({{"A", "NORTHBOUND"}, {"B", "Northbound2"}}), "A;B;;;"},
+        {"tag that contains it", addressEntries({{"A", "my-northbound"}}), "A;;;;"},
+        {"service beside it",
+         addressEntries({{"S", "service"}, {"A", "northbound"}, {"T", "service2"}}), "A;;;;"},
+        {"northbound tag without IP",
+         R"({"usage":["northbound"]},)" + addressEntry("S", {"service"}), ";;;;"},
+        {"service", addressEntries({{"S", "service"}}), "S"},
+        {"service, service2", addressEntries({{"S", "service"}, {"T", "service2"}}), "S;T"},
+        {"last service address", addressEntries({{"S", "service"}, {"S2", "service"}}), "S2"},
+        {"service2 alone", addressEntries({{"T", "service2"}}), "M"},
+        {"empty service address", addressEntries({{"", "service"}, {"T", "service2"}}), "M"},
+        {"neither", addressEntries({{"A", "southbound"}}), "M"},
+        {"no entries", "", "M"},
+        {"error before any", "7," + addressEntry("A", {"northbound"}), "M"},
+        {"error part-way",
+         addressEntries({{"A", "northbound"}}) + ",7," + addressEntry("B", {"northbound2"}),
+         "A;;;;"},
+        {"error behind service addresses",
+         addressEntries({{"S", "service"}, {"T", "service2"}}) + ",7", "S;T"},
+    };
+    OwnNode node;
+    for (const ListRow& row : rows) {
+        node.addresses(row.addresses);
+        EXPECT_EQ(node.reader().getLocalNorthIP(), row.expected) << row.name;
+    }
+}
+
+TEST(LocalSouthIP, EachNodeList_HasItsSlots) {
+    const ListRow rows[] = {
+        {"southbound", addressEntries({{"A", "southbound"}}), "A;;;;;;;;;"},
+        {"first and third", addressEntries({{"A", "southbound"}, {"K", "southbound3"}}),
+         "A;;K;;;;;;;"},
+        {"tenth and twelfth",
+         addressEntries({{"A", "southbound"}, {"J", "southbound10"}, {"L", "southbound12"}}),
+         "A;;;;;;;;;J;L"},
+        {"1024 only", addressEntries({{"Z", "southbound1024"}}), ";;;;;;;;;;Z"},
+        {"all ten",
+         addressEntries({{"1", "southbound"},
+                         {"2", "southbound2"},
+                         {"3", "southbound3"},
+                         {"4", "southbound4"},
+                         {"5", "southbound5"},
+                         {"6", "southbound6"},
+                         {"7", "southbound7"},
+                         {"8", "southbound8"},
+                         {"9", "southbound9"},
+                         {"10", "southbound10"}}),
+         "1;2;3;4;5;6;7;8;9;10"},
+        {"further slots ascend by number, empty ones left out",
+         addressEntries({{"L", "southbound100"}, {"", "southbound12"}, {"K", "southbound11"}}),
+         ";;;;;;;;;;K;L"},
+        {"1025", addressEntries({{"Z", "southbound1025"}}), "M"},
+        {"1025 beside service", addressEntries({{"Z", "southbound1025"}, {"S", "service"}}), "S"},
+        {"southbound1", addressEntries({{"X", "southbound1"}}), "M"},
+        {"southbound1 beside service", addressEntries({{"X", "southbound1"}, {"S", "service"}}),
+         "S"},
+        {"southbound1 beside southbound",
+         addressEntries({{"X", "southbound1"}, {"A", "southbound"}}), "A;;;;;;;;;"},
+        {"last address of a slot", addressEntries({{"A", "southbound"}, {"B", "southbound"}}),
+         "B;;;;;;;;;"},
+        {"last address of a slot though empty",
+         addressEntries({{"A", "southbound"}, {"", "southbound"}}), ";;;;;;;;;"},
+        {"capitals", addressEntries({{"A", "SOUTHBOUND"}, {"B", "SouthBound2"}}), "A;B;;;;;;;;"},
+        {"tag that contains it", addressEntries({{"A", "my-southbound"}}), "M"},
+        {"service beside it",
+         addressEntries({{"S", "service"}, {"A", "southbound"}, {"T", "service2"}}), "A;;;;;;;;;"},
+        {"tag without IP", R"({"usage":["southbound"]},)" + addressEntry("S", {"service"}),
+         ";;;;;;;;;"},
+        {"further tag without IP", R"({"usage":["southbound11"]})", ";;;;;;;;;"},
+        {"service, service2", addressEntries({{"S", "service"}, {"T", "service2"}}), "S;T"},
+        {"service", addressEntries({{"S", "service"}}), "S"},
+        {"last service address", addressEntries({{"S", "service"}, {"S2", "service"}}), "S2"},
+        {"service2 alone", addressEntries({{"T", "service2"}}), "M"},
+        {"empty service address", addressEntries({{"", "service"}, {"T", "service2"}}), "M"},
+        {"neither", addressEntries({{"A", "northbound"}}), "M"},
+        {"no entries", "", "M"},
+        {"other spellings of a number",
+         addressEntries({{"A", "southbound02"},
+                         {"B", "southbound+2"},
+                         {"C", "southbound 2"},
+                         {"D", "southbound2x"},
+                         {"E", "southbound-2"},
+                         {"F", "southbound4294967298"}}),
+         "M"},
+        {"error part-way", addressEntries({{"A", "southbound"}}) + ",7", "M"},
+        {"error behind service addresses",
+         addressEntries({{"A", "southbound"}, {"S", "service"}, {"T", "service2"}}) + ",7", "S"},
+    };
+    OwnNode node;
+    for (const ListRow& row : rows) {
+        node.addresses(row.addresses);
+        EXPECT_EQ(node.reader().getLocalSouthIP(), row.expected) << row.name;
+    }
+}
+
+TEST(LocalSouthIP, EveryListOfTheThousandSlots_IsInTheAnswer) {
+    OwnNode node;
+    std::string all;
+    std::string expected;
+    for (int n = 1; n <= 1024; ++n) {
+        const std::string tag = "southbound" + (n == 1 ? "" : std::to_string(n));
+        all =
+            addressEntry("ip" + std::to_string(n), {tag.c_str()}) + (all.empty() ? "" : ",") + all;
+        expected += (n == 1 ? "ip" : ";ip") + std::to_string(n);
+    }
+    node.addresses(all);
+    EXPECT_EQ(node.reader().getLocalSouthIP(), expected);
+}
+
+TEST(NorthSouthIPs, ListThatDoesNotParse_AnswerTheMaintenanceAddress) {
+    OwnNode node;
+    EXPECT_EQ(node.reader().getLocalNorthIP(), "M") << "missing";
+    EXPECT_EQ(node.reader().getLocalSouthIP(), "M") << "missing";
+    for (const char* text : {"", "{", "{} x", R"({"nodeList":[]})", R"({"nodeList":{"n1":[]}})"}) {
+        node.files.nodeList(text);
+        EXPECT_EQ(node.reader().getLocalNorthIP(), "M") << text;
+        EXPECT_EQ(node.reader().getLocalSouthIP(), "M") << text;
+    }
+}
+
+TEST(NorthSouthIPs, NothingLoaded_FallBackToNothing) {
+    const support::Deployment files;
+    EXPECT_EQ(SysConfReader::Instance()->getLocalNorthIP(), "");
+    EXPECT_EQ(SysConfReader::Instance()->getLocalSouthIP(), "");
+}
+
+TEST(NorthSouthIPs, MaintenanceAddress_IsTheOneOfTheLastLoadThatParsed) {
+    OwnNode node;
+    EXPECT_EQ(node.reader().getLocalNorthIP(), "M");
+    std::filesystem::remove(node.files.appConfigPath());
+    node.reader().Reload();
+    EXPECT_EQ(node.reader().getLocalNorthIP(), "M");
+    EXPECT_EQ(node.reader().getLocalSouthIP(), "M");
+    node.files.appConfig(R"({"processes":{"p1":{"nodeId":"n1","IR":{"ip":"N"}}}})");
+    node.reader().Reload();
+    EXPECT_EQ(node.reader().getLocalNorthIP(), "N");
+    EXPECT_EQ(node.reader().getLocalSouthIP(), "N");
+}
+
+TEST(NorthSouthIPs, LoadThatEndsPartWay_AnswerByWhatItHadAssigned) {
+    OwnNode node;
+    node.files.nodeList(R"({"nodeList":{"n1":{"IPAddresses":[)" +
+                        addressEntry("A", {"northbound"}) + R"(]},"n2":{}}})");
+    EXPECT_EQ(node.reader().getLocalNorthIP(), "A;;;;");
+    // The address comes before the port of the wrong type, the node id behind it.
+    node.files.appConfig(
+        R"({"processes":{"p1":{"nodeId":"n2","IR":{"ip":"N"},"wss":{"port":"1"}}}})");
+    node.reader().Reload();
+    EXPECT_EQ(node.reader().getLocalNorthIP(), "A;;;;");
+    node.addresses("");
+    EXPECT_EQ(node.reader().getLocalNorthIP(), "N");
+    EXPECT_EQ(node.reader().getLocalSouthIP(), "N");
+}
+
+// What follows holds the two queries side by side where they differ on purpose.
+
+/// The same list for both: `tags` written with "north" and "south" in place of "*".
+std::pair<std::string, std::string> bothAnswers(OwnNode& node, const std::string& addresses) {
+    std::pair<std::string, std::string> answers;
+    for (const bool north : {true, false}) {
+        std::string list = addresses;
+        for (std::size_t at = 0; (at = list.find('*', at)) != std::string::npos;) {
+            list.replace(at, 1, north ? "north" : "south");
+        }
+        node.addresses(list);
+        (north ? answers.first : answers.second) =
+            north ? node.reader().getLocalNorthIP() : node.reader().getLocalSouthIP();
+    }
+    return answers;
+}
+
+TEST(NorthSouthDifferences, EachPoint_IsKept) {
+    const struct {
+        const char* point;
+        std::string addresses;
+        std::string north;
+        std::string south;
+    } rows[] = {
+        {"fixed slots and trailing separator", addressEntry("A", {"*bound"}), "A;;;;",
+         "A;;;;;;;;;"},
+        {"source: number or whole tag", addressEntry("A", {"*bound02"}), ";A;;;", "M"},
+        {"beyond the fixed slots: all or non-empty only",
+         addressEntries({{"", "*bound11"}, {"L", "*bound12"}, {"", "*bound13"}}), ";;;;;L;",
+         ";;;;;;;;;;L"},
+        {"beyond the fixed slots: number 1", addressEntry("X", {"*bound1"}), ";;;;X", "M"},
+        {"beyond the fixed slots: number 5", addressEntry("E", {"*bound5"}), ";;;;E", ";;;;E;;;;;"},
+        {"beyond the fixed slots: above 1024", addressEntry("Z", {"*bound1025"}), ";;;;Z", "M"},
+        {"repeated number: first or last", addressEntries({{"A", "*bound"}, {"B", "*bound"}}),
+         "A;;;;", "B;;;;;;;;;"},
+        {"error part-way: family or service address",
+         addressEntries({{"A", "*bound"}, {"S", "service"}, {"T", "service2"}}) + ",7", "A;;;;",
+         "S"},
+        {"error part-way, services only: both or the first",
+         addressEntries({{"S", "service"}, {"T", "service2"}}) + ",7", "S;T", "S"},
+        {"maintenance address", "", "M", "M"},
+    };
+    OwnNode node;
+    for (const auto& row : rows) {
+        const auto [north, south] = bothAnswers(node, row.addresses);
+        EXPECT_EQ(north, row.north) << row.point;
+        EXPECT_EQ(south, row.south) << row.point;
+    }
+}
+
+TEST(NorthSouthIPs, StandbyNode_BothAnswerForTheSourceNode) {
+    support::setHostAddresses({"10.0.0.7"});
+    OwnNode node;
+    node.files.nodeList(R"({"nodeList":{"n1":{"extAttr":{"hostType":"standby"},"IPAddresses":[)" +
+                        addressEntry("own", {"northbound", "southbound"}) +
+                        R"(]},"source":{"IPAddresses":[)" + addressEntry("10.0.0.7", {"service"}) +
+                        "," + addressEntry("source", {"northbound", "southbound"}) + "]}}}");
+    EXPECT_EQ(node.reader().getLocalNorthIP(), "source;;;;");
+    EXPECT_EQ(node.reader().getLocalSouthIP(), "source;;;;;;;;;");
+}
+
+TEST(NorthSouthIPs, ListChangedBetweenCalls_AnswerTheNewAddresses) {
+    OwnNode node;
+    node.addresses(addressEntry("A", {"northbound", "southbound"}));
+    EXPECT_EQ(node.reader().getLocalNorthIP(), "A;;;;");
+    EXPECT_EQ(node.reader().getLocalSouthIP(), "A;;;;;;;;;");
+    node.addresses(addressEntry("B", {"northbound", "southbound"}));
+    EXPECT_EQ(node.reader().getLocalNorthIP(), "B;;;;");
+    EXPECT_EQ(node.reader().getLocalSouthIP(), "B;;;;;;;;;");
+}
+
+} // namespace

@@ -1,0 +1,236 @@
+#include "FileWatch.h"
+#include "OwnNode.h"
+#include "Queries.h"
+#include "SysConfReaderImpl.h"
+#include "support/LockFaults.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+
+namespace {
+
+using Quarncommon::SysConfReader;
+using support::FileCall;
+using support::LockCall;
+using support::LockCounts;
+
+constexpr int kErrors[] = {EAGAIN, EDEADLK, EINVAL};
+
+/// Locks that a query took, and what it held whenever it touched a file.
+struct Seen {
+    LockCounts counts;
+    std::size_t mostHeld = 0;
+    std::size_t heldAtOpens = 0;
+    std::size_t heldAtCloses = 0;
+    std::size_t opens = 0;
+    std::size_t closes = 0;
+};
+
+Seen watch(const std::function<std::string()>& ask) {
+    Seen seen;
+    support::resetLockCounts();
+    {
+        const support::FileWatch files([&](FileCall call, const std::string&) {
+            if (call == FileCall::Open) {
+                ++seen.opens;
+                seen.heldAtOpens += support::locksHeldHere().read;
+            } else if (call == FileCall::Close) {
+                ++seen.closes;
+                seen.heldAtCloses += support::locksHeldHere().read;
+            }
+        });
+        ask();
+    }
+    seen.counts = support::lockCounts();
+    seen.mostHeld = support::mostLocksHeldHere();
+    return seen;
+}
+
+void expectNothingHeld(const char* after) {
+    const LockCounts held = support::locksHeldHere();
+    EXPECT_EQ(held.read, 0U) << after;
+    EXPECT_EQ(held.write, 0U) << after;
+    EXPECT_EQ(held.unlock, 0U) << "released a lock that was not held: " << after;
+}
+
+TEST(QueryLocks, EachQuery_HoldsTheReadLockAsOftenAsToldFileReadingIncluded) {
+    support::Deployment files;
+    queries::write(files, "1");
+    SysConfReader::Instance();
+    for (const queries::Query& query : queries::all()) {
+        const Seen seen = watch(query.ask);
+        EXPECT_EQ(seen.counts.read, query.readLocks) << query.name;
+        EXPECT_EQ(seen.counts.unlock, query.readLocks) << query.name;
+        EXPECT_EQ(seen.counts.write, 0U) << query.name;
+        const std::size_t reads = query.reads == queries::Reads::Nothing ? 0 : 1;
+        EXPECT_EQ(seen.opens, reads) << query.name;
+        EXPECT_EQ(seen.closes, reads) << query.name;
+        EXPECT_EQ(seen.heldAtOpens, reads * query.readLocks) << query.name;
+        EXPECT_EQ(seen.heldAtCloses, reads * query.readLocks) << query.name;
+        expectNothingHeld(query.name);
+    }
+}
+
+TEST(QueryLocks, ListsAbsent_OnlyTheServiceAddressTakesItsLockAgain) {
+    const OwnNode node;
+    SysConfReader::Instance();
+    for (const queries::Query& query : queries::all()) {
+        const Seen seen = watch(query.ask);
+        const bool fallsBack = query.name == std::string("getLocalServiceIP");
+        EXPECT_EQ(seen.counts.read, fallsBack ? 2U : query.readLocks) << query.name;
+        EXPECT_EQ(seen.mostHeld, query.readLocks) << query.name << ": locks at once";
+        EXPECT_EQ(seen.heldAtOpens, query.reads == queries::Reads::Nothing ? 0 : query.readLocks)
+            << query.name;
+        expectNothingHeld(query.name);
+    }
+}
+
+TEST(QueryLocks, ManagerRootUnset_LockIsTakenAndNoFileOpened) {
+    const OwnNode node;
+    SysConfReader::Instance();
+    support::setEnvironment("TOLM_ROOT", nullptr);
+    for (const queries::Query& query : queries::reading(queries::Reads::ManagerNodeList)) {
+        const Seen seen = watch(query.ask);
+        EXPECT_EQ(seen.counts.read, 1U) << query.name;
+        EXPECT_EQ(seen.opens, 0U) << query.name;
+        expectNothingHeld(query.name);
+    }
+}
+
+TEST(QueryLocks, RoleAnswers_TakeOneReadLockOfTheRoleReaderAlone) {
+    const OwnNode node;
+    const SysConfReader& reader = *SysConfReader::Instance();
+    reader.GetMasterInternalServiceIP();
+    for (const bool master : {true, false}) {
+        const Seen seen = watch([&] {
+            return master ? reader.GetMasterInternalServiceIP()
+                          : reader.GetStandbyInternalServiceIP();
+        });
+        EXPECT_EQ(seen.counts.read, 1U);
+        EXPECT_EQ(seen.counts.write, 0U);
+        expectNothingHeld(master ? "master" : "standby");
+    }
+}
+
+TEST(QueryLocks, DatabaseQueriesThatThrow_ReleaseTheLock) {
+    OwnNode node;
+    node.files.appConfig(R"({"databases":{"db":{"accessPort":1}}})");
+    SysConfReader& reader = node.reader();
+    support::resetLockCounts();
+    EXPECT_THROW(reader.getDBAccessPort("db", 0), Json::LogicError);
+    EXPECT_THROW(reader.getDBType("db", 0), Json::LogicError);
+    EXPECT_THROW(reader.getDBUserName("db", 0), Json::LogicError);
+    EXPECT_THROW(reader.getDBServiceName("db", 0), Json::LogicError);
+    EXPECT_THROW(reader.getDBPassword("db", 0), Json::LogicError);
+    EXPECT_THROW(reader.getDBServerName("db", 0), Json::LogicError);
+    EXPECT_THROW(reader.getDBAccessHost("db", 0), Json::LogicError);
+    EXPECT_THROW(reader.getDBLib("db", 0), Json::LogicError);
+    EXPECT_EQ(support::lockCounts().read, 8U);
+    EXPECT_EQ(support::lockCounts().unlock, 8U);
+    expectNothingHeld("exceptions");
+    for (const int error : kErrors) {
+        support::failLockCalls(LockCall::Read, error);
+        errno = 0;
+        EXPECT_THROW(reader.getDBLib("db", 0), Json::LogicError);
+        EXPECT_EQ(errno, error);
+        support::failLockCalls(LockCall::Read, 0);
+        expectNothingHeld("exception without the lock");
+    }
+}
+
+TEST(QueryLocks, ValuesOfAWrongType_ReleaseTheLock) {
+    OwnNode node;
+    for (const char* list : {"[]", R"({"nodeList":[]})", R"({"nodeList":{"n1":[]}})",
+                             R"({"nodeList":{"n1":{"IPAddresses":[7]}}})"}) {
+        node.files.nodeList(list).managerNodeList(list);
+        SysConfReader::Instance();
+        for (const queries::Query& query : queries::all()) {
+            const Seen seen = watch(query.ask);
+            EXPECT_EQ(seen.counts.read, seen.counts.unlock) << query.name << ' ' << list;
+            expectNothingHeld(query.name);
+        }
+    }
+}
+
+struct Faulty {
+    std::string answer;
+    int error = 0;
+};
+
+Faulty askWithFault(const queries::Query& query, LockCall call, int error) {
+    if (call == LockCall::Unlock) {
+        support::misreportUnlocks(error);
+    } else {
+        support::failLockCalls(call, error);
+    }
+    errno = 0;
+    Faulty faulty{query.ask(), errno};
+    support::misreportUnlocks(0);
+    support::failLockCalls(call, 0);
+    return faulty;
+}
+
+void expectAnswersInSpite(LockCall call) {
+    SysConfReader::Instance();
+    for (const queries::Query& query : queries::all()) {
+        const std::string expected = query.ask();
+        for (const int error : kErrors) {
+            support::resetLockCounts();
+            const Faulty faulty = askWithFault(query, call, error);
+            EXPECT_EQ(faulty.answer, expected) << query.name << ": " << std::strerror(error);
+            if (query.readLocks > 0) {
+                EXPECT_EQ(faulty.error, error) << query.name;
+            }
+            if (call == LockCall::Read) {
+                EXPECT_EQ(support::lockCounts().unlock, 0U) << query.name;
+            }
+            expectNothingHeld(query.name);
+        }
+    }
+}
+
+TEST(QueryLockFaults, ReadLockFails_ErrnoTellsAndTheAnswerIsRight) {
+    support::Deployment files;
+    queries::write(files, "1");
+    expectAnswersInSpite(LockCall::Read);
+}
+
+TEST(QueryLockFaults, ReadLockFailsWithoutLists_ErrnoIsTheLocksNotTheFiles) {
+    const OwnNode node;
+    expectAnswersInSpite(LockCall::Read);
+}
+
+TEST(QueryLockFaults, ReadLockFailsWithoutManagerRoot_NothingIsUnlocked) {
+    const OwnNode node;
+    SysConfReader::Instance();
+    support::setEnvironment("TOLM_ROOT", nullptr);
+    expectAnswersInSpite(LockCall::Read);
+}
+
+TEST(QueryLockFaults, UnlockFails_ErrnoTellsAndTheAnswerIsRight) {
+    support::Deployment files;
+    queries::write(files, "1");
+    expectAnswersInSpite(LockCall::Unlock);
+}
+
+TEST(QueryLockFaults, RoleAnswers_ErrnoTellsAndTheAnswerIsRight) {
+    OwnNode node;
+    node.files.managerNodeList(R"({"nodeList":{
+        "a":{"extAttr":{"hostType":"master","domain_node_type":"ACCESS_Master"},
+             "IPAddresses":[{"IP":"10.1.0.1","usage":["internal_service"]}]}}})");
+    const SysConfReader& reader = node.reader();
+    ASSERT_EQ(reader.GetMasterInternalServiceIP(), "10.1.0.1");
+    for (const int error : kErrors) {
+        support::failLockCalls(LockCall::Read, error);
+        errno = 0;
+        EXPECT_EQ(reader.GetMasterInternalServiceIP(), "10.1.0.1");
+        EXPECT_EQ(errno, error);
+        support::failLockCalls(LockCall::Read, 0);
+        expectNothingHeld("role answer");
+    }
+}
+
+} // namespace

@@ -1,0 +1,377 @@
+// The callback: which events it takes, what it does for them, and events at odd moments.
+
+#include "SysConfReader.h"
+#include "SysConfReaderEvent.h"
+#include "SysConfReaderImpl.h"
+#include "SysConfReader_i.h"
+#include "support/Answers.h"
+#include "support/EventLibrary.h"
+#include "support/FileCalls.h"
+#include "support/LockFaults.h"
+#include "support/SampleTexts.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cerrno>
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using Quarncommon::SysConfReader;
+using Quarncommon::SysConfReader_i;
+using Quarncommon::SysConfReaderImpl;
+using support::Deployment;
+
+constexpr const char* kEvent = "SysConfigEvent";
+
+void expectLocksFree() {
+    const support::LockCounts counts = support::lockCounts();
+    EXPECT_EQ(counts.read + counts.write, counts.unlock);
+    const support::LockCounts held = support::locksHeldHere();
+    EXPECT_EQ(held.read + held.write, 0U);
+    EXPECT_EQ(held.unlock, 0U) << "unlocked without having locked";
+}
+
+/// Both readers in generation 1, files in generation 2.
+void loadOneWriteTwo(Deployment& deployment) {
+    writeGeneration(deployment, 1);
+    SysConfReader::Instance();
+    writeGeneration(deployment, 2);
+    support::resetOpenCalls();
+}
+
+TEST(ChangeEvent, RightName_ReloadsBothReaders) {
+    Deployment deployment;
+    support::installEventLibrary("recording");
+    loadOneWriteTwo(deployment);
+    const SysConfReader* reader = SysConfReader::Instance();
+    const SysConfReaderImpl* roles = SysConfReaderImpl::Instance();
+    EXPECT_EQ(support::deliver(kEvent), 0);
+    EXPECT_EQ(SysConfReader::Instance(), reader);
+    EXPECT_EQ(SysConfReaderImpl::Instance(), roles);
+    EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(2));
+    EXPECT_EQ(support::openCount(deployment.appConfigPath()), 2U);
+    EXPECT_EQ(support::loadedValues(deployment), support::sampleLoadedValues(2));
+    expectLocksFree();
+}
+
+TEST(ChangeEvent, RightName_ReloadsTheReaderBeforeTheRoleReader) {
+    Deployment deployment;
+    support::installEventLibrary("recording");
+    loadOneWriteTwo(deployment);
+    std::vector<std::string> names;
+    std::vector<std::size_t> held;
+    support::setOpenHook([&](const std::string& path) {
+        names.push_back(std::filesystem::path(path).filename());
+        held.push_back(support::locksHeldHere().write);
+    });
+    support::deliver(kEvent);
+    support::setOpenHook(nullptr);
+    EXPECT_THAT(names,
+                testing::ElementsAre("app.json", "nodelist.json", "app.json", "nodelist.json",
+                                     "nodelist.json", "nodelists.json", "nodelists.json"));
+    EXPECT_THAT(held, testing::Each(1U)) << "one lock at a time";
+}
+
+TEST(ChangeEvent, OtherName_IsRefusedAndReloadsNothing) {
+    Deployment deployment;
+    support::installEventLibrary("recording");
+    loadOneWriteTwo(deployment);
+    for (const std::string& event : {std::string("SysConfigEvent "), std::string(" SysConfigEvent"),
+                                     std::string("sysconfigevent"), std::string("SYSCONFIGEVENT"),
+                                     std::string("SysConfigEven"), std::string("SysConfigEvents"),
+                                     std::string("SysConfigEvent\0", 15), std::string("")}) {
+        SCOPED_TRACE(event);
+        EXPECT_EQ(support::deliver(event), -1);
+        EXPECT_EQ(SysConfReaderEventProcessCB(event, "", "", SysConfReaderImpl::Instance()), -1);
+    }
+    EXPECT_THAT(support::openCalls(), testing::IsEmpty());
+    EXPECT_EQ(support::loadedValues(deployment), support::sampleLoadedValues(1));
+}
+
+TEST(ChangeEvent, NoUserData_IsRefusedAndReloadsNothing) {
+    Deployment deployment;
+    loadOneWriteTwo(deployment);
+    EXPECT_EQ(SysConfReaderEventProcessCB(kEvent, "", "", nullptr), -1);
+    EXPECT_EQ(SysConfReaderEventProcessCB("other", "", "", nullptr), -1);
+    EXPECT_THAT(support::openCalls(), testing::IsEmpty());
+}
+
+TEST(ChangeEvent, OtherTexts_AreNotLookedAt) {
+    Deployment deployment;
+    loadOneWriteTwo(deployment);
+    SysConfReaderImpl* roles = SysConfReaderImpl::Instance();
+    int generation = 2;
+    for (const char* second : {"", "SysConfigEvent", "x"}) {
+        for (const char* third : {"", "-1", "{}"}) {
+            writeGeneration(deployment, generation);
+            EXPECT_EQ(SysConfReaderEventProcessCB(kEvent, second, third, roles), 0);
+            EXPECT_EQ(SysConfReader::Instance()->getLocalPort(), 4000 + generation);
+            ++generation;
+        }
+    }
+}
+
+TEST(ChangeEvent, UserDataOfNoRoleReader_IsNotTouched) {
+    Deployment deployment;
+    loadOneWriteTwo(deployment);
+    // Addresses that nobody could read.
+    for (const std::uintptr_t address :
+         {std::uintptr_t{1}, std::uintptr_t{16}, ~std::uintptr_t{0}}) {
+        EXPECT_EQ(SysConfReaderEventProcessCB(kEvent, "", "", reinterpret_cast<void*>(address)), 0);
+    }
+    EXPECT_EQ(SysConfReaderEventProcessCB(kEvent, "", "", SysConfReader::Instance()), 0);
+    EXPECT_THAT(support::openCalls(), testing::IsEmpty());
+    expectLocksFree();
+}
+
+TEST(ChangeEvent, UserDataOfADestroyedRoleReader_IsNotTouched) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    void* destroyed = SysConfReaderImpl::Instance();
+    SysConfReaderImpl::Destory();
+    support::resetOpenCalls();
+    EXPECT_EQ(SysConfReaderEventProcessCB(kEvent, "", "", destroyed), 0);
+    EXPECT_THAT(support::openCalls(), testing::IsEmpty());
+    expectLocksFree();
+}
+
+TEST(ChangeEvent, UserDataOfAnEarlierRoleReader_LeavesTheNewOneAlone) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    void* destroyed = SysConfReaderImpl::Instance();
+    SysConfReaderImpl::Destory();
+    // Keep the new role reader from getting the same memory: take blocks of its size until that one
+    // is among them, or so many that the allocator evidently keeps it back.
+    constexpr std::size_t kEnough = 10000;
+    std::vector<std::unique_ptr<char[]>> placeholders;
+    do {
+        placeholders.push_back(std::make_unique<char[]>(sizeof(SysConfReaderImpl)));
+    } while (placeholders.back().get() != destroyed && placeholders.size() < kEnough);
+    void* created = SysConfReaderImpl::Instance();
+    ASSERT_NE(created, destroyed);
+    support::resetOpenCalls();
+    EXPECT_EQ(SysConfReaderEventProcessCB(kEvent, "", "", destroyed), 0);
+    EXPECT_THAT(support::openCalls(), testing::IsEmpty());
+    EXPECT_EQ(SysConfReaderEventProcessCB(kEvent, "", "", created), 0);
+    EXPECT_GT(support::openCount(deployment.managerNodeListPath()), 0U);
+}
+
+TEST(ChangeEvent, NothingExists_CreatesNothing) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    int anything = 0;
+    EXPECT_EQ(SysConfReaderEventProcessCB(kEvent, "", "", &anything), 0);
+    EXPECT_EQ(SysConfReaderEventProcessCB(kEvent, "", "", nullptr), -1);
+    EXPECT_THAT(support::openCalls(), testing::IsEmpty());
+}
+
+TEST(ChangeEvent, ReaderAbsent_IsCreated) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    support::installEventLibrary("recording");
+    SysConfReaderImpl::Instance();
+    writeGeneration(deployment, 2);
+    support::resetOpenCalls();
+    EXPECT_EQ(support::deliver(kEvent), 0);
+    // The reader's creation and its reload, then the role reader's.
+    EXPECT_EQ(support::openCount(deployment.appConfigPath()), 3U);
+    support::resetOpenCalls();
+    EXPECT_EQ(SysConfReader::Instance()->getLocalPort(), 4002);
+    EXPECT_THAT(support::openCalls(), testing::IsEmpty());
+    EXPECT_EQ(support::eventLibraryCalls().inits, 1);
+}
+
+TEST(ChangeEvent, EventsInARow_AreAllApplied) {
+    Deployment deployment;
+    support::installEventLibrary("recording");
+    writeGeneration(deployment, 1);
+    SysConfReader& reader = *SysConfReader::Instance();
+    for (int generation = 2; generation <= 50; ++generation) {
+        writeGeneration(deployment, generation);
+        EXPECT_EQ(support::deliver(kEvent), 0);
+        EXPECT_EQ(reader.getLocalPort(), 4000 + generation);
+        EXPECT_EQ(SysConfReader_i::Instance()->GetProductName(),
+                  "tenancy" + std::to_string(generation));
+    }
+    EXPECT_EQ(support::eventLibraryCalls().inits, 1);
+}
+
+TEST(ChangeEvent, AfterTheSubscriptionEnded_ReachesNobody) {
+    const Deployment deployment;
+    support::installEventLibrary("recording");
+    SysConfReader::Instance();
+    SysConfReader::Destory();
+    EXPECT_FALSE(support::subscribed());
+    EXPECT_EQ(support::eventLibraryCalls().finis, 1);
+}
+
+TEST(ChangeEvent, LibraryThrowsDuringTheReload_IsAnsweredAndNothingStaysLocked) {
+    Deployment deployment;
+    support::installEventLibrary("recording");
+    support::setInitResult(-1);
+    loadOneWriteTwo(deployment);
+    SysConfReaderImpl* roles = SysConfReaderImpl::Instance();
+    support::setInitThrows(true);
+    EXPECT_EQ(SysConfReaderEventProcessCB(kEvent, "", "", roles), -1);
+    expectLocksFree();
+    EXPECT_EQ(SysConfReader::Instance()->getLocalPort(), 4001);
+    EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(1));
+
+    support::setInitThrows(false);
+    support::setInitResult(0);
+    EXPECT_EQ(SysConfReaderEventProcessCB(kEvent, "", "", roles), 0);
+    EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(2));
+    EXPECT_TRUE(support::subscribed());
+    expectLocksFree();
+    // Neither event is still under way for the destruction to wait for.
+    SysConfReader::Destory();
+    EXPECT_FALSE(support::subscribed());
+}
+
+TEST(ChangeEvent, LibraryThrowsWhileTheReaderIsCreated_LeavesNoReader) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    support::installEventLibrary("recording");
+    support::setInitResult(-1);
+    SysConfReaderImpl* roles = SysConfReaderImpl::Instance();
+    support::setInitThrows(true);
+    EXPECT_EQ(SysConfReaderEventProcessCB(kEvent, "", "", roles), -1);
+    expectLocksFree();
+    support::setInitThrows(false);
+    EXPECT_EQ(SysConfReaderEventProcessCB(kEvent, "", "", roles), 0);
+    EXPECT_EQ(SysConfReader::Instance()->getLocalPort(), 4001);
+}
+
+TEST(ChangeEvent, LocksFail_IsAppliedAllTheSame) {
+    for (const support::LockCall call : {support::LockCall::Read, support::LockCall::Write}) {
+        for (const int error : {EAGAIN, EDEADLK, EINVAL}) {
+            SCOPED_TRACE(testing::Message()
+                         << "kind " << static_cast<int>(call) << ", error " << error);
+            Deployment deployment;
+            SysConfReader::Destory();
+            loadOneWriteTwo(deployment);
+            SysConfReaderImpl* roles = SysConfReaderImpl::Instance();
+            support::failLockCalls(call, error);
+            EXPECT_EQ(SysConfReaderEventProcessCB(kEvent, "", "", roles), 0);
+            support::failLockCalls(call, 0);
+            expectLocksFree();
+            EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(2));
+            EXPECT_EQ(support::loadedValues(deployment), support::sampleLoadedValues(2));
+        }
+    }
+}
+
+/// Starts a delivery on another thread as soon as the subscription stands, that is, in the middle
+/// of the first load, which goes on only when the delivery is about to call.
+class DeliveryDuringTheLoad {
+public:
+    DeliveryDuringTheLoad() {
+        support::setSubscribedHook([this] {
+            m_thread = std::thread([this] {
+                m_begun = true;
+                m_begun.notify_all();
+                m_answer = support::deliver(kEvent);
+            });
+            m_begun.wait(false);
+        });
+    }
+    ~DeliveryDuringTheLoad() { finish(); }
+    DeliveryDuringTheLoad(const DeliveryDuringTheLoad&) = delete;
+    DeliveryDuringTheLoad& operator=(const DeliveryDuringTheLoad&) = delete;
+
+    /// Waits for the delivery's end and tells its answer.
+    int finish() {
+        support::setSubscribedHook(nullptr);
+        if (m_thread.joinable()) {
+            m_thread.join();
+        }
+        return m_answer;
+    }
+
+private:
+    std::atomic<bool> m_begun{false};
+    int m_answer = -3;
+    std::thread m_thread;
+};
+
+TEST(ChangeEvent, DuringTheFirstLoadOfTheReader_IsAppliedAfterIt) {
+    Deployment deployment;
+    support::installEventLibrary("recording");
+    for (int round = 0; round < 30; ++round) {
+        writeGeneration(deployment, 1);
+        support::resetOpenCalls();
+        DeliveryDuringTheLoad delivery;
+        SysConfReader* reader = SysConfReader::Instance();
+        EXPECT_EQ(delivery.finish(), 0);
+        // Two loads of each reader, and no second instance of either.
+        EXPECT_EQ(support::openCount(deployment.appConfigPath()), 4U);
+        EXPECT_EQ(support::openCount(deployment.managerNodeListPath()), 4U);
+        EXPECT_EQ(SysConfReader::Instance(), reader);
+        SysConfReader::Destory();
+    }
+    expectLocksFree();
+}
+
+TEST(ChangeEvent, DuringTheFirstLoadOfTheRoleReader_IsAppliedAfterIt) {
+    Deployment deployment;
+    support::installEventLibrary("recording");
+    for (int round = 0; round < 30; ++round) {
+        writeGeneration(deployment, 1);
+        support::resetOpenCalls();
+        DeliveryDuringTheLoad delivery;
+        SysConfReaderImpl* roles = SysConfReaderImpl::Instance();
+        EXPECT_EQ(delivery.finish(), 0);
+        EXPECT_EQ(SysConfReaderImpl::Instance(), roles);
+        // Its first load and its reload; the reader created and reloaded.
+        EXPECT_EQ(support::openCount(deployment.managerNodeListPath()), 4U);
+        EXPECT_EQ(support::openCount(deployment.appConfigPath()), 4U);
+        SysConfReader::Destory();
+    }
+    expectLocksFree();
+}
+
+TEST(ChangeEvent, DuringALoadThatHasReadTheFilesAlready_ReadsThemAgain) {
+    Deployment deployment;
+    support::installEventLibrary("recording");
+    writeGeneration(deployment, 1);
+    DeliveryDuringTheLoad delivery;
+    // The files change when the load of the role reader is about to read the last of them.
+    int opens = 0;
+    support::setOpenHook([&](const std::string&) {
+        if (++opens == 5) {
+            support::setOpenHook(nullptr);
+            writeGeneration(deployment, 2);
+        }
+    });
+    SysConfReaderImpl::Instance();
+    EXPECT_EQ(delivery.finish(), 0);
+    EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(2));
+    EXPECT_EQ(support::loadedValues(deployment), support::sampleLoadedValues(2));
+}
+
+TEST(ChangeEvent, FromWithinTheSubscription_NeitherHangsNorCreatesASecondReader) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    support::installEventLibrary("recording");
+    int answer = -3;
+    support::setSubscribedHook([&] { answer = support::deliver(kEvent); });
+    SysConfReader* reader = SysConfReader::Instance();
+    // The load that goes on behind it reads the files anyway.
+    EXPECT_EQ(answer, 0);
+    EXPECT_EQ(support::openCount(deployment.appConfigPath()), 2U);
+    EXPECT_EQ(SysConfReader::Instance(), reader);
+    EXPECT_EQ(reader->getLocalPort(), 4001);
+    EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(1));
+    expectLocksFree();
+    SysConfReader::Destory();
+}
+
+} // namespace

@@ -1,0 +1,371 @@
+// What a reload of the role reader replaces, step by step, when files or values have gone.
+
+#include "SysConfReader.h"
+#include "SysConfReaderImpl.h"
+#include "support/Answers.h"
+#include "support/FileCalls.h"
+#include "support/SampleTexts.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <filesystem>
+
+namespace {
+
+using Quarncommon::SysConfReader;
+using Quarncommon::SysConfReaderImpl;
+using support::Answers;
+using support::Deployment;
+using support::jsonText;
+
+SysConfReaderImpl& loadGeneration(Deployment& deployment, int generation) {
+    SysConfReaderImpl::Destory();
+    writeGeneration(deployment, generation);
+    return *SysConfReaderImpl::Instance();
+}
+
+Json::Value array() {
+    Json::Value value;
+    value.append("a");
+    return value;
+}
+
+TEST(RoleReload, NewFiles_ReplaceEveryAnswerInPlace) {
+    Deployment deployment;
+    SysConfReaderImpl& roles = loadGeneration(deployment, 1);
+    writeGeneration(deployment, 2);
+    EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(1));
+    roles.Reload();
+    EXPECT_EQ(SysConfReaderImpl::Instance(), &roles);
+    EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(2));
+}
+
+TEST(RoleReload, Reader_IsReloadedToo) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    SysConfReader::Instance();
+    writeGeneration(deployment, 2);
+    SysConfReaderImpl::Instance()->Reload();
+    EXPECT_EQ(support::loadedValues(deployment), support::sampleLoadedValues(2));
+}
+
+TEST(RoleReload, ReaderAbsent_IsCreated) {
+    Deployment deployment;
+    loadGeneration(deployment, 1);
+    support::resetOpenCalls();
+    SysConfReaderImpl::Instance()->Reload();
+    // Created, then reloaded; then the role reader's own load.
+    EXPECT_EQ(support::openCount(deployment.appConfigPath()), 3U);
+    support::resetOpenCalls();
+    SysConfReader::Instance();
+    EXPECT_EQ(support::openCount(deployment.appConfigPath()), 0U);
+}
+
+/// One change of the files of generation 2, and what a role reader of generation 1 answers after
+/// a reload. "" is empty, "1" and "2" are the sample answers of those generations.
+struct StepRow {
+    const char* name;
+    void (*change)(Json::Value& app, Json::Value& nodes, Json::Value& manager);
+    const char* local;
+    const char* master;
+    const char* standby;
+    const char* product;
+};
+
+const StepRow kRows[] = {
+    {"nothing", [](auto&, auto&, auto&) {}, "2", "2", "2", "2"},
+    // The own node id: steps behind it look for what they have.
+    {"processes an array", [](auto& app, auto&, auto&) { app["processes"] = array(); }, "10.2.1.2",
+     "2", "2", "2"},
+    {"own process a text", [](auto& app, auto&, auto&) { app["processes"]["p1"] = "text"; },
+     "10.2.1.2", "2", "2", "2"},
+    {"nodeId an object",
+     [](auto& app, auto&, auto&) { app["processes"]["p1"]["nodeId"] = Json::objectValue; },
+     "10.2.1.2", "2", "2", "2"},
+    {"nodeId missing",
+     [](auto& app, auto&, auto&) { app["processes"]["p1"].removeMember("nodeId"); }, "", "", "",
+     ""},
+    {"own process missing", [](auto& app, auto&, auto&) { app["processes"].removeMember("p1"); },
+     "", "", "", ""},
+    {"nodeId unknown", [](auto& app, auto&, auto&) { app["processes"]["p1"]["nodeId"] = "x"; }, "",
+     "", "", ""},
+    // The own address: the next step reads the list once more.
+    {"nodeList an array", [](auto&, auto& nodes, auto&) { nodes["nodeList"] = array(); }, "1", "",
+     "", "1"},
+    {"own node an array", [](auto&, auto& nodes, auto&) { nodes["nodeList"]["node2"] = array(); },
+     "1", "", "", "1"},
+    {"addresses an object",
+     [](auto&, auto& nodes, auto&) {
+         nodes["nodeList"]["node2"]["IPAddresses"] = Json::objectValue;
+         nodes["nodeList"]["node2"]["IPAddresses"]["a"] = 1;
+     },
+     "1", "2", "2", "2"},
+    {"addresses missing",
+     [](auto&, auto& nodes, auto&) { nodes["nodeList"]["node2"].removeMember("IPAddresses"); }, "",
+     "2", "2", "2"},
+    // The tenancy: the roles are looked for in the old one.
+    {"tenancy an object",
+     [](auto&, auto& nodes, auto&) {
+         nodes["nodeList"]["node2"]["assignedToTenancy"] = Json::objectValue;
+     },
+     "2", "", "", "1"},
+    {"tenancy missing",
+     [](auto&, auto& nodes, auto&) {
+         nodes["nodeList"]["node2"].removeMember("assignedToTenancy");
+     },
+     "2", "", "", ""},
+    {"tenancy null",
+     [](auto&, auto& nodes, auto&) {
+         nodes["nodeList"]["node2"]["assignedToTenancy"] = Json::Value();
+     },
+     "2", "", "", ""},
+    // The roles. The ids stay where none is found, the addresses are looked up anew.
+    {"manager list an array", [](auto&, auto&, auto& manager) { manager = array(); }, "2", "1", "1",
+     "2"},
+    {"manager's nodeList an array",
+     [](auto&, auto&, auto& manager) { manager["nodeList"] = array(); }, "2", "1", "1", "2"},
+    {"manager's nodeList missing", [](auto&, auto&, auto& manager) { manager.clear(); }, "2", "",
+     "", "2"},
+    {"master's addresses texts",
+     [](auto&, auto&, auto& manager) { manager["nodeList"]["m3"]["IPAddresses"] = array(); }, "2",
+     "1", "1", "2"},
+    {"standby's addresses texts",
+     [](auto&, auto&, auto& manager) { manager["nodeList"]["m4"]["IPAddresses"] = array(); }, "2",
+     "2", "1", "2"},
+};
+
+std::string expanded(const char* answer, std::size_t position) {
+    if (*answer == '1' || *answer == '2') {
+        if (answer[1] == '\0') {
+            return support::sampleRoleAnswers(*answer - '0')[position].second;
+        }
+    }
+    return answer;
+}
+
+TEST(RoleReload, AnyStepWithoutItsValue_KeepsOrEmptiesItsOwnAnswer) {
+    Deployment deployment;
+    for (const StepRow& row : kRows) {
+        SCOPED_TRACE(row.name);
+        SysConfReaderImpl& roles = loadGeneration(deployment, 1);
+        Json::Value app = support::sampleAppConfig(2);
+        Json::Value nodes = support::sampleNodeList(2);
+        Json::Value manager = support::sampleManagerNodeList(2);
+        // Roles of another id, so that an id that was kept finds nothing.
+        manager["nodeList"]["m3"] = manager["nodeList"]["m1"];
+        manager["nodeList"]["m4"] = manager["nodeList"]["m2"];
+        manager["nodeList"].removeMember("m1");
+        manager["nodeList"].removeMember("m2");
+        row.change(app, nodes, manager);
+        deployment.appConfig(jsonText(app))
+            .nodeList(jsonText(nodes))
+            .managerNodeList(jsonText(manager));
+        roles.Reload();
+        const Answers expected = {{"localIP", expanded(row.local, 0)},
+                                  {"masterIP", expanded(row.master, 1)},
+                                  {"standbyIP", expanded(row.standby, 2)},
+                                  {"productName", expanded(row.product, 3)}};
+        EXPECT_EQ(support::roleAnswers(), expected);
+    }
+}
+
+/// Makes the file at `path` unparsable in the n-th way; false when there are no more ways.
+bool makeUnparsable(const std::filesystem::path& path, int way) {
+    std::filesystem::remove_all(path);
+    support::disturbReads(path, nullptr);
+    switch (way) {
+    case 0:
+        return true;
+    case 1:
+        support::writeFile(path, "");
+        return true;
+    case 2:
+        support::writeFile(path, R"({"nodeList": {)");
+        return true;
+    case 3:
+        std::filesystem::create_directory(path);
+        return true;
+    case 4:
+        support::writeFile(path, std::string(5000, '[') + std::string(5000, ']'));
+        return true;
+    case 5:
+        support::writeFile(path, "{}" + std::string(100, ' '));
+        support::disturbReads(path, [](std::size_t call) {
+            return call == 0 ? support::ReadStep{0, 50} : support::ReadStep{EIO};
+        });
+        return true;
+    default:
+        return false;
+    }
+}
+
+TEST(RoleReload, FileNotParsable_KeepsTheAnswersThatComeFromIt) {
+    for (int way = 0;; ++way) {
+        SCOPED_TRACE(way);
+        Deployment deployment;
+        SysConfReaderImpl& roles = loadGeneration(deployment, 1);
+        writeGeneration(deployment, 2);
+        if (!makeUnparsable(deployment.appConfigPath(), way)) {
+            break;
+        }
+        roles.Reload();
+        Answers expected = support::sampleRoleAnswers(2);
+        expected[0].second = "10.2.1.2"; // of "node1" in the new list
+        EXPECT_EQ(support::roleAnswers(), expected);
+        makeUnparsable(deployment.appConfigPath(), 0);
+
+        loadGeneration(deployment, 1).Reload();
+        writeGeneration(deployment, 2);
+        makeUnparsable(deployment.nodeListPath(), way);
+        SysConfReaderImpl::Instance()->Reload();
+        // The old tenancy has no node in the new manager list: the ids stay, and are listed.
+        EXPECT_EQ(support::roleAnswers(), (Answers{{"localIP", "10.1.1.2"},
+                                                   {"masterIP", "20.2.1.1"},
+                                                   {"standbyIP", "20.2.2.1"},
+                                                   {"productName", "tenancy1"}}));
+        makeUnparsable(deployment.nodeListPath(), 0);
+
+        loadGeneration(deployment, 1);
+        writeGeneration(deployment, 2);
+        makeUnparsable(deployment.managerNodeListPath(), way);
+        SysConfReaderImpl::Instance()->Reload();
+        expected = support::sampleRoleAnswers(2);
+        expected[1].second = "20.1.1.1";
+        expected[2].second = "20.1.2.1";
+        EXPECT_EQ(support::roleAnswers(), expected);
+        makeUnparsable(deployment.managerNodeListPath(), 0);
+    }
+}
+
+TEST(RoleReload, NoMasterAnyMore_KeepsItsIdAndLooksUpTheAddressAnew) {
+    Deployment deployment;
+    SysConfReaderImpl& roles = loadGeneration(deployment, 1);
+    Json::Value manager = support::sampleManagerNodeList(1);
+    manager["nodeList"]["m1"]["extAttr"]["hostType"] = "former";
+    manager["nodeList"]["m1"]["IPAddresses"][0]["IP"] = "20.1.1.9";
+    deployment.managerNodeList(jsonText(manager));
+    roles.Reload();
+    EXPECT_EQ(roles.GetMasterInternalServiceIP(), "20.1.1.9");
+    EXPECT_EQ(roles.GetStandbyInternalServiceIP(), "20.1.2.1");
+
+    manager["nodeList"].removeMember("m1");
+    deployment.managerNodeList(jsonText(manager));
+    roles.Reload();
+    EXPECT_EQ(roles.GetMasterInternalServiceIP(), "");
+
+    // The id was kept all the time.
+    manager["nodeList"]["m1"]["IPAddresses"] =
+        support::sampleManagerNodeList(3)["nodeList"]["m1"]["IPAddresses"];
+    deployment.managerNodeList(jsonText(manager));
+    roles.Reload();
+    EXPECT_EQ(roles.GetMasterInternalServiceIP(), "20.3.1.1");
+}
+
+TEST(RoleReload, NoStandbyAnyMore_KeepsItsIdAndLooksUpTheAddressAnew) {
+    Deployment deployment;
+    SysConfReaderImpl& roles = loadGeneration(deployment, 1);
+    Json::Value manager = support::sampleManagerNodeList(1);
+    manager["nodeList"]["m2"]["assignedToTenancy"] = "another";
+    manager["nodeList"]["m2"]["IPAddresses"][0]["IP"] = "20.1.2.9";
+    deployment.managerNodeList(jsonText(manager));
+    roles.Reload();
+    EXPECT_EQ(roles.GetMasterInternalServiceIP(), "20.1.1.1");
+    EXPECT_EQ(roles.GetStandbyInternalServiceIP(), "20.1.2.9");
+}
+
+TEST(RoleReload, DestoryInBetween_ForgetsTheIds) {
+    Deployment deployment;
+    loadGeneration(deployment, 1);
+    Json::Value manager = support::sampleManagerNodeList(1);
+    manager["nodeList"]["m1"]["extAttr"]["hostType"] = "former";
+    deployment.managerNodeList(jsonText(manager));
+    SysConfReaderImpl::Destory();
+    EXPECT_EQ(SysConfReaderImpl::Instance()->GetMasterInternalServiceIP(), "");
+}
+
+TEST(RoleReload, WrongTypeBetweenTheRoles_KeepsTheRoleThatWasNotReached) {
+    Deployment deployment;
+    for (const char* member : {"assignedToTenancy", "extAttr"}) {
+        SCOPED_TRACE(member);
+        SysConfReaderImpl& roles = loadGeneration(deployment, 1);
+        // In the order of the ids: a new master, a bad node, a new standby.
+        Json::Value manager = support::sampleManagerNodeList(1);
+        manager["nodeList"]["n1"] = manager["nodeList"]["m1"];
+        manager["nodeList"]["n1"]["IPAddresses"][0]["IP"] = "new master";
+        manager["nodeList"]["n2"] = manager["nodeList"]["m1"];
+        manager["nodeList"]["n2"][member] = array();
+        manager["nodeList"]["n3"] = manager["nodeList"]["m2"];
+        manager["nodeList"]["n3"]["IPAddresses"][0]["IP"] = "new standby";
+        deployment.managerNodeList(jsonText(manager));
+        roles.Reload();
+        EXPECT_EQ(roles.GetMasterInternalServiceIP(), "new master");
+        EXPECT_EQ(roles.GetStandbyInternalServiceIP(), "20.1.2.1");
+    }
+}
+
+TEST(RoleReload, WrongTypeInANodeOfAnotherTenancy_IsNotLookedAt) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    Json::Value manager = support::sampleManagerNodeList(1);
+    manager["nodeList"]["a"]["assignedToTenancy"] = "another";
+    manager["nodeList"]["a"]["extAttr"] = array();
+    deployment.managerNodeList(jsonText(manager));
+    EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(1));
+}
+
+TEST(RoleReload, WrongTypeInTheMastersAddresses_KeepsBothAddresses) {
+    Deployment deployment;
+    SysConfReaderImpl& roles = loadGeneration(deployment, 1);
+    Json::Value manager = support::sampleManagerNodeList(1);
+    manager["nodeList"]["m1"]["IPAddresses"][0]["IP"] = array();
+    manager["nodeList"]["m2"]["IPAddresses"][0]["IP"] = "new standby";
+    deployment.managerNodeList(jsonText(manager));
+    roles.Reload();
+    EXPECT_EQ(roles.GetMasterInternalServiceIP(), "20.1.1.1");
+    EXPECT_EQ(roles.GetStandbyInternalServiceIP(), "20.1.2.1");
+}
+
+TEST(RoleReload, WrongTypeInTheStandbysAddresses_TakesTheMastersOnly) {
+    Deployment deployment;
+    SysConfReaderImpl& roles = loadGeneration(deployment, 1);
+    Json::Value manager = support::sampleManagerNodeList(1);
+    manager["nodeList"]["m1"]["IPAddresses"][0]["IP"] = "new master";
+    manager["nodeList"]["m2"]["IPAddresses"][0]["IP"] = array();
+    deployment.managerNodeList(jsonText(manager));
+    roles.Reload();
+    EXPECT_EQ(roles.GetMasterInternalServiceIP(), "new master");
+    EXPECT_EQ(roles.GetStandbyInternalServiceIP(), "20.1.2.1");
+}
+
+TEST(RoleReload, ReaderAlone_LeavesTheRolesAsTheyAre) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    SysConfReader::Instance();
+    writeGeneration(deployment, 2);
+    SysConfReader::Instance()->Reload();
+    EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(1));
+}
+
+/// The steps by themselves, in an order of the test's own: each reads its file and uses what the
+/// steps before it have left.
+TEST(RoleSteps, EachAlone_ChangesItsOwnAnswersOnly) {
+    Deployment deployment;
+    SysConfReaderImpl& roles = loadGeneration(deployment, 1);
+    writeGeneration(deployment, 2);
+    Answers expected = support::sampleRoleAnswers(1);
+    roles.InitLocalNodeId();
+    EXPECT_EQ(support::roleAnswers(), expected);
+    roles.InitLocalIp();
+    expected[0].second = "10.2.2.2";
+    EXPECT_EQ(support::roleAnswers(), expected);
+    roles.InitAssignedToTenancy();
+    expected[3].second = "tenancy2";
+    EXPECT_EQ(support::roleAnswers(), expected);
+    roles.InitMasterAndStandyNodeId();
+    EXPECT_EQ(support::roleAnswers(), expected);
+    roles.InitMasterAndStandyIp();
+    EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(2));
+}
+
+} // namespace

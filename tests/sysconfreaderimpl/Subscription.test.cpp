@@ -1,0 +1,415 @@
+// How often and when the event library is opened, called and closed.
+
+#include "SysConfReader.h"
+#include "SysConfReaderEvent.h"
+#include "SysConfReaderImpl.h"
+#include "SysConfReader_i.h"
+#include "support/Deployment.h"
+#include "support/EventLibrary.h"
+#include "support/LibraryCalls.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <dlfcn.h>
+#include <limits>
+#include <ostream>
+#include <stdexcept>
+
+namespace {
+
+using Quarncommon::SysConfReader;
+using Quarncommon::SysConfReader_i;
+using Quarncommon::SysConfReaderImpl;
+using support::Deployment;
+using support::setEnvironment;
+
+/// All that was done with the event library so far.
+struct Calls {
+    int opens = 0;
+    int closes = 0;
+    int inits = 0;
+    int finis = 0;
+
+    friend bool operator==(const Calls&, const Calls&) = default;
+    friend void PrintTo(const Calls& calls, std::ostream* out) {
+        *out << calls.opens << " opens, " << calls.closes << " closes, " << calls.inits
+             << " inits, " << calls.finis << " finis";
+    }
+};
+
+Calls calls() {
+    const support::EventLibraryCalls entryPoints = support::eventLibraryCalls();
+    return {static_cast<int>(support::eventLibraryOpens().size()), support::eventLibraryCloses(),
+            entryPoints.inits, entryPoints.finis};
+}
+
+struct LibraryRow {
+    const char* name;
+    const char* kind; // null: no library
+    int initResult;
+    bool staysLoaded;
+    /// After each step below.
+    Calls expected[7];
+};
+
+void (*const kSteps[])() = {
+    [] { SysConfReader::Instance(); },
+    [] { SysConfReader::Instance()->Reload(); },
+    [] { SysConfReaderImpl::Instance()->Reload(); },
+    [] { SysConfReaderEventProcessCB("SysConfigEvent", "", "", SysConfReaderImpl::Instance()); },
+    [] { SysConfReaderImpl::Destory(); },
+    [] { SysConfReader::Instance()->Reload(); }, // creates the role reader again
+    [] { SysConfReader::Destory(); },
+};
+
+constexpr int kRefused = -1;
+
+// A subscription is made once and ended once, each end opens the library a second time. Without
+// one, every load of either class tries: two at the first use, one at a reload of the reader, two
+// at a reload of the role reader.
+const LibraryRow kLibraryRows[] = {
+    {"subscribing",
+     "recording",
+     0,
+     true,
+     {{1, 0, 1, 0},
+      {1, 0, 1, 0},
+      {1, 0, 1, 0},
+      {1, 0, 1, 0},
+      {2, 1, 1, 1},
+      {3, 1, 2, 1},
+      {4, 2, 2, 2}}},
+    {"subscribing with a positive answer",
+     "recording",
+     17,
+     true,
+     {{1, 0, 1, 0},
+      {1, 0, 1, 0},
+      {1, 0, 1, 0},
+      {1, 0, 1, 0},
+      {2, 1, 1, 1},
+      {3, 1, 2, 1},
+      {4, 2, 2, 2}}},
+    {"refusing",
+     "recording",
+     kRefused,
+     true,
+     {{2, 0, 2, 0},
+      {3, 0, 3, 0},
+      {5, 0, 5, 0},
+      {7, 0, 7, 0},
+      {7, 0, 7, 0},
+      {9, 0, 9, 0},
+      {9, 0, 9, 0}}},
+    {"refusing with the smallest number",
+     "recording",
+     std::numeric_limits<int>::min(),
+     true,
+     {{2, 0, 2, 0},
+      {3, 0, 3, 0},
+      {5, 0, 5, 0},
+      {7, 0, 7, 0},
+      {7, 0, 7, 0},
+      {9, 0, 9, 0},
+      {9, 0, 9, 0}}},
+    {"without EventConsumerCBInit",
+     "without-init",
+     0,
+     false,
+     {{2, 2, 0, 0},
+      {3, 3, 0, 0},
+      {5, 5, 0, 0},
+      {7, 7, 0, 0},
+      {7, 7, 0, 0},
+      {9, 9, 0, 0},
+      {9, 9, 0, 0}}},
+    {"without EventConsumerCBFini",
+     "without-fini",
+     0,
+     true,
+     {{1, 0, 1, 0},
+      {1, 0, 1, 0},
+      {1, 0, 1, 0},
+      {1, 0, 1, 0},
+      {2, 1, 1, 0},
+      {3, 1, 2, 0},
+      {4, 2, 2, 0}}},
+    {"absent",
+     nullptr,
+     0,
+     false,
+     {{2, 0, 0, 0},
+      {3, 0, 0, 0},
+      {5, 0, 0, 0},
+      {7, 0, 0, 0},
+      {7, 0, 0, 0},
+      {9, 0, 0, 0},
+      {9, 0, 0, 0}}},
+};
+
+void expectCallsOf(const char* name) {
+    const Deployment deployment;
+    for (const LibraryRow& row : kLibraryRows) {
+        if (std::string(row.name) != name) {
+            continue;
+        }
+        if (row.kind != nullptr) {
+            support::installEventLibrary(row.kind);
+        }
+        support::setInitResult(row.initResult);
+        EXPECT_EQ(calls(), Calls());
+        for (std::size_t step = 0; step < std::size(kSteps); ++step) {
+            SCOPED_TRACE(testing::Message() << row.name << ", step " << step + 1);
+            kSteps[step]();
+            EXPECT_EQ(calls(), row.expected[step]);
+            EXPECT_EQ(support::eventLibraryLoaded(), row.staysLoaded);
+        }
+        return;
+    }
+    FAIL() << "no such row: " << name;
+}
+
+// One process each: a library once loaded cannot be exchanged.
+TEST(EventLibrary, Subscribing_IsCalledOnceAndStaysLoaded) {
+    expectCallsOf("subscribing");
+}
+TEST(EventLibrary, AnsweringPositively_IsCalledOnceAndStaysLoaded) {
+    expectCallsOf("subscribing with a positive answer");
+}
+TEST(EventLibrary, Refusing_IsTriedAtEachLoadAndStaysLoaded) {
+    expectCallsOf("refusing");
+}
+TEST(EventLibrary, RefusingWithTheSmallestNumber_IsTriedAtEachLoad) {
+    expectCallsOf("refusing with the smallest number");
+}
+TEST(EventLibrary, WithoutInit_IsClosedAtOnceAndTriedAtEachLoad) {
+    expectCallsOf("without EventConsumerCBInit");
+}
+TEST(EventLibrary, WithoutFini_IsOpenedAndClosedAtTheEnd) {
+    expectCallsOf("without EventConsumerCBFini");
+}
+TEST(EventLibrary, Absent_IsLookedForAtEachLoad) {
+    expectCallsOf("absent");
+}
+
+TEST(EventLibrary, RoleReaderAlone_TriesOnce) {
+    const Deployment deployment;
+    support::installEventLibrary("recording");
+    support::setInitResult(kRefused);
+    SysConfReaderImpl::Instance();
+    EXPECT_EQ(calls(), (Calls{1, 0, 1, 0}));
+    SysConfReaderImpl::Instance();
+    EXPECT_EQ(calls(), (Calls{1, 0, 1, 0}));
+    SysConfReader_i::Instance()->GetProductName();
+    EXPECT_EQ(calls(), (Calls{1, 0, 1, 0}));
+}
+
+TEST(EventLibrary, NotALibrary_IsTriedAtEachLoad) {
+    Deployment deployment;
+    support::installEventLibrary("no such kind");
+    SysConfReaderImpl::Instance();
+    EXPECT_EQ(calls(), (Calls{1, 0, 0, 0}));
+    EXPECT_FALSE(support::eventLibraryOpens().front().opened);
+}
+
+TEST(EventLibrary, EveryOpen_IsLazyGlobalAndByTheName) {
+    const Deployment deployment;
+    support::installEventLibrary("recording");
+    SysConfReader::Instance();
+    SysConfReader::Destory();
+    const auto opens = support::eventLibraryOpens();
+    ASSERT_EQ(opens.size(), 2U);
+    for (const support::LibraryOpen& open : opens) {
+        EXPECT_EQ(open.name, "libeventcbutil.so");
+        EXPECT_EQ(open.flags, RTLD_LAZY | RTLD_GLOBAL);
+        EXPECT_TRUE(open.opened);
+    }
+}
+
+TEST(EventLibrary, Subscription_NamesTheEventAndTheRoleReader) {
+    const Deployment deployment;
+    support::installEventLibrary("recording");
+    SysConfReader::Instance();
+    EXPECT_EQ(support::eventLibraryCalls().lastEventName, "SysConfigEvent");
+    EXPECT_EQ(support::eventLibraryCalls().lastSecond, "");
+    EXPECT_EQ(support::lastUserData(), SysConfReaderImpl::Instance());
+    // The callback is the published one: it refuses what that refuses.
+    EXPECT_EQ(support::deliver("SysConfigEvent"), 0);
+    EXPECT_EQ(support::deliver("another event"), -1);
+}
+
+TEST(EventLibrary, AppearsLater_IsSubscribedToAtTheNextLoad) {
+    const Deployment deployment;
+    SysConfReader& reader = *SysConfReader::Instance();
+    EXPECT_FALSE(support::subscribed());
+    support::installEventLibrary("recording");
+    reader.Reload();
+    EXPECT_TRUE(support::subscribed());
+    EXPECT_EQ(calls(), (Calls{3, 0, 1, 0}));
+    reader.Reload();
+    EXPECT_EQ(calls(), (Calls{3, 0, 1, 0}));
+}
+
+TEST(EventLibrary, GainsItsInit_IsSubscribedToAtTheNextLoad) {
+    const Deployment deployment;
+    support::installEventLibrary("without-init");
+    SysConfReader& reader = *SysConfReader::Instance();
+    EXPECT_FALSE(support::eventLibraryLoaded());
+    support::installEventLibrary("recording");
+    reader.Reload();
+    EXPECT_TRUE(support::subscribed());
+    EXPECT_EQ(calls(), (Calls{3, 2, 1, 0}));
+}
+
+TEST(EventLibrary, AcceptsAfterARefusal_IsSubscribedOnceAndEnded) {
+    const Deployment deployment;
+    support::installEventLibrary("recording");
+    support::setInitResult(kRefused);
+    SysConfReaderImpl& roles = *SysConfReaderImpl::Instance();
+    support::setInitResult(0);
+    roles.InitConsumer();
+    roles.InitConsumer();
+    roles.Reload();
+    EXPECT_EQ(calls(), (Calls{2, 0, 2, 0}));
+    SysConfReaderImpl::Destory();
+    EXPECT_EQ(calls(), (Calls{3, 1, 2, 1}));
+}
+
+TEST(EventLibrary, Throwing_IsNotSubscribedToAndTriedAgain) {
+    const Deployment deployment;
+    support::installEventLibrary("recording");
+    support::setInitThrows(true);
+    EXPECT_THROW(SysConfReaderImpl::Instance(), std::runtime_error);
+    EXPECT_THROW(SysConfReaderImpl::Instance(), std::runtime_error);
+    EXPECT_THROW(SysConfReader::Instance(), std::runtime_error);
+    EXPECT_THROW(SysConfReader_i::Instance()->GetProductName(), std::runtime_error);
+    EXPECT_EQ(calls(), (Calls{4, 0, 4, 0}));
+    EXPECT_TRUE(support::eventLibraryLoaded());
+    support::setInitThrows(false);
+    SysConfReaderImpl::Instance();
+    EXPECT_TRUE(support::subscribed());
+    EXPECT_EQ(calls(), (Calls{5, 0, 5, 0}));
+}
+
+TEST(EventLibrary, ThrowingAtAReload_LeavesTheRoleReaderAsItWas) {
+    const Deployment deployment;
+    support::installEventLibrary("recording");
+    support::setInitResult(kRefused);
+    SysConfReaderImpl& roles = *SysConfReaderImpl::Instance();
+    support::setInitThrows(true);
+    EXPECT_THROW(roles.Reload(), std::runtime_error);
+    EXPECT_THROW(roles.InitConsumer(), std::runtime_error);
+    EXPECT_EQ(SysConfReaderImpl::Instance(), &roles);
+    SysConfReaderImpl::Destory();
+    EXPECT_EQ(support::eventLibraryCalls().finis, 0);
+}
+
+TEST(EventLibrary, WhileItSubscribes_TheSubscriptionCountsAsMade) {
+    const Deployment deployment;
+    support::installEventLibrary("recording");
+    support::setInitResult(kRefused);
+    SysConfReaderImpl& roles = *SysConfReaderImpl::Instance();
+    support::setInitHook([&] { roles.InitConsumer(); });
+    roles.InitConsumer();
+    EXPECT_EQ(support::eventLibraryCalls().inits, 2);
+}
+
+struct SwitchRow {
+    const char* client;   // NO_EM_CLIENT, null: unset
+    const char* consumer; // NO_EM_CLIENT_CONSUMER, null: unset
+    bool on;
+};
+
+const SwitchRow kSwitchRows[] = {
+    {nullptr, nullptr, true},  {"", nullptr, true},
+    {nullptr, "", true},       {"", "", true},
+    {"1", nullptr, false},     {"0", nullptr, false},
+    {"false", nullptr, false}, {" ", nullptr, false},
+    {nullptr, "1", false},     {nullptr, "0", false},
+    {nullptr, "false", false}, {"", "0", false},
+    {"0", "", false},          {"1", "1", false},
+};
+
+void setSwitches(const SwitchRow& row) {
+    setEnvironment("NO_EM_CLIENT", row.client);
+    setEnvironment("NO_EM_CLIENT_CONSUMER", row.consumer);
+}
+
+std::string name(const SwitchRow& row) {
+    const auto text = [](const char* value) {
+        return value != nullptr ? '"' + std::string(value) + '"' : std::string("unset");
+    };
+    return text(row.client) + " and " + text(row.consumer);
+}
+
+TEST(EventSwitches, AnyNonEmptyText_TurnsTheSubscriptionOff) {
+    const Deployment deployment;
+    support::installEventLibrary("recording");
+    for (const SwitchRow& row : kSwitchRows) {
+        SCOPED_TRACE(name(row));
+        setSwitches(row);
+        const Calls before = calls();
+        SysConfReader::Instance();
+        SysConfReader::Instance()->Reload();
+        EXPECT_EQ(calls().opens - before.opens, row.on ? 1 : 0);
+        EXPECT_EQ(calls().inits - before.inits, row.on ? 1 : 0);
+        EXPECT_EQ(support::subscribed(), row.on);
+        SysConfReader::Destory();
+        EXPECT_EQ(calls().finis - before.finis, row.on ? 1 : 0);
+        EXPECT_FALSE(support::subscribed());
+    }
+}
+
+TEST(EventSwitches, SetAtTheFirstUse_LoadNoLibrary) {
+    const Deployment deployment;
+    support::installEventLibrary("recording");
+    setEnvironment("NO_EM_CLIENT", "0");
+    SysConfReader::Instance();
+    SysConfReader::Destory();
+    EXPECT_EQ(calls(), Calls());
+    EXPECT_FALSE(support::eventLibraryLoaded());
+}
+
+TEST(EventSwitches, ClearedLater_SubscribeAtTheNextLoad) {
+    const Deployment deployment;
+    support::installEventLibrary("recording");
+    setEnvironment("NO_EM_CLIENT_CONSUMER", "1");
+    SysConfReader& reader = *SysConfReader::Instance();
+    setEnvironment("NO_EM_CLIENT_CONSUMER", "");
+    EXPECT_FALSE(support::subscribed());
+    reader.Reload();
+    EXPECT_TRUE(support::subscribed());
+    EXPECT_EQ(calls(), (Calls{1, 0, 1, 0}));
+}
+
+TEST(EventSwitches, SetAfterTheSubscription_LeaveItStanding) {
+    const Deployment deployment;
+    support::installEventLibrary("recording");
+    for (const SwitchRow& row : kSwitchRows) {
+        if (row.on) {
+            continue;
+        }
+        SCOPED_TRACE(name(row));
+        setSwitches({nullptr, nullptr, true});
+        SysConfReader::Instance();
+        const Calls before = calls();
+        setSwitches(row);
+        SysConfReader::Destory();
+        EXPECT_EQ(calls(), before);
+        EXPECT_TRUE(support::subscribed());
+        // What is delivered now finds no role reader, and nothing happens.
+        EXPECT_EQ(support::deliver(), 0);
+        EXPECT_EQ(calls(), before);
+    }
+}
+
+TEST(GetDLLName, AnyName_IsFramed) {
+    const Deployment deployment;
+    const SysConfReaderImpl& roles = *SysConfReaderImpl::Instance();
+    EXPECT_EQ(roles.GetDLLName("eventcbutil"), "libeventcbutil.so");
+    EXPECT_EQ(roles.GetDLLName("a b"), "liba b.so");
+    EXPECT_EQ(roles.GetDLLName(""), "lib.so");
+}
+
+} // namespace

@@ -1,0 +1,67 @@
+// Help, version, and options before and behind the command.
+
+#include "Sysconfctl.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::MatchesRegex;
+
+TEST(CommandLine, Help_TellsCommandsOptionsAndExitStatus) {
+    EXPECT_THAT(tool::run({"--help"}).output,
+                AllOf(HasSubstr("show"), HasSubstr("get"), HasSubstr("--env-file"),
+                      HasSubstr("--set"), HasSubstr("--version"), HasSubstr("Exit status"),
+                      HasSubstr("no answer")));
+    EXPECT_THAT(tool::run({"show", "--help"}).output,
+                AllOf(HasSubstr("--env-file"), HasSubstr("--set"), HasSubstr("--output"),
+                      HasSubstr("--reveal-secrets")));
+    EXPECT_THAT(tool::run({"get", "--help"}).output,
+                AllOf(HasSubstr("QUERY"), HasSubstr("--list"), HasSubstr("--env-file"),
+                      HasSubstr("--output"), HasSubstr("--reveal-secrets")));
+}
+
+TEST(CommandLine, Version_IsNameAndNumber) {
+    EXPECT_THAT(tool::run({"--version"}).output,
+                MatchesRegex("sysconfctl [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+TEST(CommandLine, CommonOptions_CountBeforeAndBehindTheCommand) {
+    const std::string file = tool::kEast.envFile().string();
+    for (const auto& arguments :
+         std::vector<std::vector<std::string>>{{"--env-file", file, "get", "local-port"},
+                                               {"get", "--env-file", file, "local-port"},
+                                               {"get", "local-port", "--env-file", file},
+                                               {"--env-file=" + file, "get", "local-port"},
+                                               {"--env-file", tool::kMaster.envFile().string(),
+                                                "get", "--env-file", file, "local-port"}}) {
+        EXPECT_EQ(tool::run(arguments).output, "32000\n") << testing::PrintToString(arguments);
+    }
+}
+
+TEST(CommandLine, List_HasOneLineForEveryQueryThatFits80Columns) {
+    const auto lines = tool::linesOf(tool::run({"get", "--list"}).output);
+    const Json::Value list =
+        tool::parsed(tool::run({"get", "--list", "-o", "json"}).output)["queries"];
+    ASSERT_EQ(lines.size(), list.size());
+    for (Json::ArrayIndex i = 0; i < list.size(); ++i) {
+        EXPECT_EQ(lines[i].rfind(list[i]["name"].asString(), 0), 0U) << lines[i];
+        EXPECT_THAT(lines[i], HasSubstr("  " + list[i]["help"].asString()));
+        EXPECT_LE(lines[i].size(), 80U) << lines[i];
+    }
+}
+
+TEST(CommandLine, List_NeedsNoConfiguration) {
+    EXPECT_EQ(tool::run({"--env-file", "/nowhere", "get", "--list"}).exitStatus, 0);
+}
+
+TEST(CommandLine, List_TellsTheArgumentsOfAQuery) {
+    const std::string list = tool::run({"get", "--list"}).output;
+    EXPECT_THAT(list, HasSubstr("\ndb-type NAME INDEX "));
+    EXPECT_THAT(list, HasSubstr("\nall-float-ip TAG... "));
+    EXPECT_THAT(list, HasSubstr("\nlocal-node-ips-by-tag [TAG...] "));
+}
+
+} // namespace

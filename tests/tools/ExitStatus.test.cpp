@@ -1,0 +1,153 @@
+// How the tool ends: by command, case and format.
+
+#include "Sysconfctl.h"
+
+#include "support/Deployment.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::StartsWith;
+
+constexpr const char* kFormats[] = {"plain", "table", "json"};
+
+struct Row {
+    int status;
+    std::vector<std::string> arguments;
+    /// Part of the message on standard error; "" for none at all.
+    std::string message;
+};
+
+/// A node with a database that is an object in place of an array, and one with bad fields.
+support::Deployment brokenDatabases() {
+    support::Deployment deployment;
+    deployment.appConfig(R"({
+        "databases": {"object": {"type": "x", "passwd": "hush-hush"},
+                      "fields": [{"type": {}, "accessPort": "5432", "passwd": ["hush-hush"],
+                                  "user": "me"}],
+                      "minus": [{"accessPort": -1}]},
+        "processes": {"p1": {"nodeId": "n", "local": {"port": 7}}}})");
+    deployment.nodeList(R"({"nodeList": {"n": {}}})");
+    return deployment;
+}
+
+const std::vector<Row> kAsking = {
+    {0, {"get", "local-port"}, ""},
+    {0, {"get", "wss-port"}, ""},
+    {0, {"get", "all-db-info"}, ""},
+    {0, {"get", "db-info", "object"}, ""},
+    {0, {"get", "db-user-name", "fields", "0"}, ""},
+    {0, {"get", "local-node-ips", "northbound"}, ""},
+    {0, {"get", "--list"}, ""},
+    {1, {"get", "wss-ip-address"}, ""},
+    {1, {"get", "product-name"}, ""},
+    {1, {"get", "db-info", "absent"}, ""},
+    {1, {"get", "db-type", "absent", "0"}, ""},
+    {1, {"get", "db-access-port", "absent", "0"}, ""},
+    {1, {"get", "db-access-port", "minus", "0"}, ""},
+    {1, {"get", "db-user-name", "fields", "1"}, ""},
+    {1, {"get", "ip-addresses", "assignedToTenancy", ""}, ""},
+    {1, {"get", "all-float-ip", "service"}, ""},
+    {3, {"get", "db-type", "object", "0"}, "db-type object 0: the library threw: "},
+    {3, {"get", "db-type", "fields", "0"}, "db-type fields 0: the library threw: "},
+    {3, {"get", "db-access-port", "fields", "0"}, "db-access-port fields 0: the library threw: "},
+    {3, {"show"}, "db-type object 0: the library threw: "},
+};
+
+TEST(ExitStatus, CommandThatAsks_IsTheSameInEveryFormat) {
+    const auto deployment = brokenDatabases();
+    for (const Row& row : kAsking) {
+        for (const char* format : kFormats) {
+            std::vector<std::string> arguments = row.arguments;
+            arguments.insert(arguments.end(), {"-o", format});
+            const auto result = tool::run(arguments);
+            EXPECT_EQ(result.exitStatus, row.status) << testing::PrintToString(arguments);
+            if (row.message.empty()) {
+                EXPECT_THAT(result.errors, IsEmpty()) << testing::PrintToString(arguments);
+            } else {
+                EXPECT_THAT(result.errors, HasSubstr("sysconfctl: " + row.message))
+                    << testing::PrintToString(arguments);
+            }
+        }
+    }
+}
+
+TEST(ExitStatus, NothingConfigured_ShowStillAnswers) {
+    const support::Deployment deployment;
+    for (const char* format : kFormats) {
+        const auto result = tool::run({"show", "-o", format});
+        EXPECT_EQ(result.exitStatus, 0) << format;
+        EXPECT_EQ(result.errors, "") << format;
+        EXPECT_THAT(result.output, HasSubstr("standby-internal-service-ip")) << format;
+    }
+}
+
+TEST(ExitStatus, QueryThatThrows_ShowAnswersTheOthers) {
+    const auto deployment = brokenDatabases();
+    const auto result = tool::run({"show", "-o", "plain"});
+    EXPECT_THAT(result.output, HasSubstr("\ndb-user-name fields 0\tme\n"));
+    EXPECT_THAT(result.output, HasSubstr("\nlocal-port\t7\n"));
+    EXPECT_THAT(result.output, HasSubstr("\ndb-type object 0\terror: "));
+}
+
+const std::vector<Row> kMisused = {
+    {2, {}, "a command is required"},
+    {2, {"frobnicate"}, "frobnicate"},
+    {2, {"--frobnicate", "show"}, "--frobnicate"},
+    {2, {"show", "local-port"}, "local-port"},
+    {2, {"show", "bad\033[31m"}, "bad\\x1b[31m ("},
+    {2, {"show", "[a]"}, "expected: [a] ("},
+    {2, {"show", "-o", "xml"}, "xml not in {table,plain,json}"},
+    {2, {"show", "-o", "1"}, "1 not in {table,plain,json}"},
+    {2, {"show", "-o"}, "--output"},
+    {2, {"get"}, "either a query or --list"},
+    {2, {"get", "local-port", "--list"}, "either a query or --list"},
+    {2, {"get", "locl-port"}, "unknown query locl-port, did you mean local-port?"},
+    {2, {"get", "getLocalPort"}, "unknown query getLocalPort"},
+    {2, {"get", "bad\033[31m"}, "unknown query $'bad\\x1b[31m'"},
+    {2, {"get", "local-port", "1"}, "local-port takes no arguments"},
+    {2, {"get", "db-type", "inventory"}, "sysconfctl get db-type NAME INDEX"},
+    {2, {"get", "db-type", "inventory", "0", "0"}, "sysconfctl get db-type NAME INDEX"},
+    {2, {"get", "db-type", "inventory", "x"}, "not x"},
+    {2, {"get", "db-type", "inventory", ""}, "not ''"},
+    {2, {"get", "db-type", "inventory", "1x"}, "not 1x"},
+    {2, {"get", "db-type", "inventory", "4294967296"}, "not 4294967296"},
+    {2, {"get", "db-access-port", "inventory", "+1"}, "not +1"},
+    {2, {"get", "all-float-ip"}, "sysconfctl get all-float-ip TAG..."},
+    {2, {"get", "ip-addresses", "assignedToTenancy"}, "sysconfctl get ip-addresses FIELD PREFIX"},
+    {2, {"show", "--env-file"}, "--env-file"},
+    {2, {"show", "--env-file", "/nowhere/x.env"}, "/nowhere/x.env: No such file or directory"},
+    {2, {"show", "--env-file", "/"}, "cannot read the environment file /: Is a directory"},
+    {2, {"show", "--set"}, "--set"},
+    {2, {"show", "--set", "APP_ROOT"}, "--set: expected KEY=VALUE"},
+    {2, {"show", "--set", "=1"}, "--set: the text before \"=\""},
+    {2, {"show", "--set", "1A=1"}, "--set: the text before \"=\""},
+};
+
+TEST(ExitStatus, Misuse_Is2WithAMessageOnStandardErrorOnly) {
+    for (const Row& row : kMisused) {
+        const auto result = tool::run(row.arguments);
+        EXPECT_EQ(result.exitStatus, row.status) << testing::PrintToString(row.arguments);
+        EXPECT_EQ(result.output, "") << testing::PrintToString(row.arguments);
+        EXPECT_THAT(result.errors, StartsWith("sysconfctl: "))
+            << testing::PrintToString(row.arguments);
+        EXPECT_THAT(result.errors, HasSubstr(row.message));
+        EXPECT_THAT(result.errors, Not(HasSubstr("\033")));
+    }
+}
+
+TEST(ExitStatus, HelpAndVersion_AreAnswers) {
+    for (const auto& arguments : std::vector<std::vector<std::string>>{
+             {"--help"}, {"show", "--help"}, {"get", "--help"}, {"--version"}}) {
+        const auto result = tool::run(arguments);
+        EXPECT_EQ(result.exitStatus, 0) << testing::PrintToString(arguments);
+        EXPECT_EQ(result.errors, "") << testing::PrintToString(arguments);
+        EXPECT_THAT(result.output, Not(IsEmpty())) << testing::PrintToString(arguments);
+    }
+}
+
+} // namespace

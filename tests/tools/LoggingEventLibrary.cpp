@@ -1,0 +1,34 @@
+// An event library for commands: appends a line for each call to the file named by EVENT_LOG, and
+// throws out of its subscription when EVENT_THROWS is set.
+
+#include <SysConfReaderEvent.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <stdexcept>
+
+namespace {
+
+void log(const char* line) {
+    if (const char* const file = std::getenv("EVENT_LOG")) {
+        std::ofstream(file, std::ios::app) << line << '\n';
+    }
+}
+
+} // namespace
+
+extern "C" {
+
+[[gnu::visibility("default")]] int EventConsumerCBInit(const std::string&, const std::string&,
+                                                       const EventConsumerCallback*) {
+    log("init");
+    if (std::getenv("EVENT_THROWS") != nullptr) {
+        throw std::runtime_error("the broker \033[31mis gone");
+    }
+    return 0;
+}
+
+[[gnu::visibility("default")]] void EventConsumerCBFini() {
+    log("fini");
+}
+}

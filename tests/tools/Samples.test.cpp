@@ -1,0 +1,89 @@
+// What the tool answers on every view of every sample deployment.
+
+#include "Sysconfctl.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using tool::View;
+
+std::filesystem::path goldenFile(const std::string& name) {
+    return tool::sourceDirectory() / "tests/tools/golden" / name;
+}
+
+std::string withPlaceholder(std::string text) {
+    const std::string folder = tool::samplesDirectory().string();
+    for (std::size_t at = 0; (at = text.find(folder, at)) != std::string::npos;) {
+        text.replace(at, folder.size(), "@SAMPLES@");
+    }
+    return text;
+}
+
+TEST(Samples, EveryView_GivesTheAnswersWrittenDownForIt) {
+    for (const View& view : tool::views()) {
+        const auto result = tool::run(view, {"show", "-o", "plain"});
+        EXPECT_EQ(result.exitStatus, 0) << view.envFile();
+        EXPECT_EQ(result.errors, "") << view.envFile();
+        EXPECT_EQ(withPlaceholder(result.output),
+                  tool::readFile(goldenFile(view.deployment + "-" + view.name + ".txt")))
+            << view.envFile();
+    }
+}
+
+TEST(Samples, Views_AreThePairFromBothSidesAndBothTenancies) {
+    std::vector<std::string> names;
+    for (const View& view : tool::views()) {
+        names.push_back(view.deployment + "/" + view.name);
+    }
+    const std::vector<std::string> expected = {
+        "ha-pair/master", "ha-pair/standby", "two-tenancies/east-access-1",
+        "two-tenancies/west-access-1", "two-tenancies/west-data-2"};
+    EXPECT_EQ(names, expected);
+}
+
+TEST(Samples, AnyWorkingDirectory_SameAnswers) {
+    const auto fromHere = tool::run(tool::kStandby, {"show"});
+    const auto fromRoot =
+        tool::sysconfctl({"show", "--env-file", tool::kStandby.envFile().string()})
+            .workingDirectory("/")
+            .run();
+    const auto byRelativePath = tool::sysconfctl({"show", "--env-file", "ha-pair/standby.env"})
+                                    .workingDirectory(tool::samplesDirectory())
+                                    .run();
+    EXPECT_EQ(fromHere.exitStatus, 0);
+    EXPECT_EQ(fromRoot.output, fromHere.output);
+    EXPECT_EQ(byRelativePath.output, fromHere.output);
+}
+
+TEST(Samples, TableOfTheStandbyAt80Columns_LooksAsWrittenDown) {
+    const auto result =
+        tool::sysconfctl({"show", "--env-file", "standby.env", "--set", "APP_ROOT=node-2"})
+            .workingDirectory(tool::samplesDirectory() / "ha-pair")
+            .variable("COLUMNS", "80")
+            .run();
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(result.output, tool::readFile(goldenFile("ha-pair-standby.table.txt")));
+}
+
+TEST(Samples, JsonOfEveryView_HasTheSameAnswersAsGetAsJson) {
+    for (const View& view : {tool::kStandby, tool::kWestData}) {
+        const Json::Value shown = tool::parsed(tool::run(view, {"show", "-o", "json"}).output);
+        EXPECT_EQ(shown["schemaVersion"], 1);
+        ASSERT_GT(shown["answers"].size(), 0U);
+        for (const Json::Value& answer : shown["answers"]) {
+            std::vector<std::string> arguments = {"get", "-o", "json", answer["query"].asString()};
+            for (const Json::Value& argument : answer["arguments"]) {
+                arguments.push_back(argument.asString());
+            }
+            const auto result = tool::run(view, arguments);
+            Json::Value got = tool::parsed(result.output);
+            EXPECT_EQ(got["schemaVersion"], 1);
+            got.removeMember("schemaVersion");
+            EXPECT_EQ(got, answer);
+            EXPECT_EQ(result.exitStatus, answer["answered"].asBool() ? 0 : 1) << answer;
+        }
+    }
+}
+
+} // namespace

@@ -1,0 +1,104 @@
+// Passwords are shown in no format unless asked for.
+
+#include "Sysconfctl.h"
+
+#include "support/Deployment.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+constexpr const char* kFormats[] = {"plain", "table", "json"};
+constexpr const char* kPassword = "hush-hush";
+
+const std::vector<std::vector<std::string>> kCommands = {
+    {"show"},
+    {"get", "db-password", "orders", "0"},
+    {"get", "db-info", "orders"},
+    {"get", "db-info", "strange"},
+    {"get", "all-db-info"},
+};
+
+support::Deployment deploymentWithPasswords() {
+    support::Deployment deployment;
+    deployment.appConfig(R"({"databases": {
+        "orders": [{"type": "x", "passwd": "hush-hush"}, {"type": "y", "passwd": ""}],
+        "strange": {"passwd": {"a": ["hush-hush"]}, "deep": [{"PassWord2": "hush-hush"}],
+                    "clientSecret": "hush-hush", "pwd": 4711}}})");
+    return deployment;
+}
+
+tool::CommandResult runWith(std::vector<std::string> arguments, const char* format,
+                            bool reveal = false) {
+    arguments.insert(arguments.end(), {"-o", format});
+    if (reveal) {
+        arguments.push_back("--reveal-secrets");
+    }
+    return tool::run(arguments);
+}
+
+TEST(Secrets, EveryCommandAndFormat_MasksThem) {
+    const auto deployment = deploymentWithPasswords();
+    for (const auto& command : kCommands) {
+        for (const char* format : kFormats) {
+            const auto result = runWith(command, format);
+            const std::string written = result.output + result.errors;
+            EXPECT_NE(result.output, "") << testing::PrintToString(command) << format;
+            EXPECT_THAT(written, Not(HasSubstr(kPassword)))
+                << testing::PrintToString(command) << format;
+            EXPECT_THAT(written, Not(HasSubstr("4711")))
+                << testing::PrintToString(command) << format;
+        }
+    }
+}
+
+TEST(Secrets, AskedFor_AreShown) {
+    const auto deployment = deploymentWithPasswords();
+    EXPECT_EQ(runWith({"get", "db-password", "orders", "0"}, "plain", true).output, "hush-hush\n");
+    EXPECT_THAT(runWith({"show"}, "table", true).output, HasSubstr("db-password orders 0  "));
+    for (const char* format : kFormats) {
+        EXPECT_THAT(runWith({"show"}, format, true).output, HasSubstr(kPassword)) << format;
+    }
+    const Json::Value info =
+        tool::parsed(runWith({"get", "db-info", "strange"}, "json", true).output);
+    EXPECT_EQ(info["value"]["deep"][0]["PassWord2"], kPassword);
+    EXPECT_EQ(info["value"]["pwd"], 4711);
+    EXPECT_FALSE(info.isMember("masked"));
+}
+
+TEST(Secrets, MaskedAnswer_IsAnAnswerAndSaysSo) {
+    const auto deployment = deploymentWithPasswords();
+    const auto bare = runWith({"get", "db-password", "orders", "0"}, "plain");
+    EXPECT_EQ(bare.output, "********\n");
+    EXPECT_EQ(bare.exitStatus, 0);
+    const Json::Value reply =
+        tool::parsed(runWith({"get", "db-password", "orders", "0"}, "json").output);
+    EXPECT_EQ(reply["value"], "********");
+    EXPECT_TRUE(reply["masked"].asBool());
+    const Json::Value info = tool::parsed(runWith({"get", "db-info", "orders"}, "json").output);
+    EXPECT_EQ(info["value"][0]["passwd"], "********");
+    EXPECT_EQ(info["value"][0]["type"], "x");
+    EXPECT_TRUE(info["masked"].asBool());
+}
+
+TEST(Secrets, EmptyPassword_IsNoAnswerAndNoSecret) {
+    const auto deployment = deploymentWithPasswords();
+    EXPECT_EQ(runWith({"get", "db-password", "orders", "1"}, "plain").exitStatus, 1);
+    const Json::Value info = tool::parsed(runWith({"get", "db-info", "orders"}, "json").output);
+    EXPECT_EQ(info["value"][1]["passwd"], "");
+}
+
+TEST(Secrets, PasswordOfAWrongType_DoesNotShowInTheError) {
+    support::Deployment deployment;
+    deployment.appConfig(R"({"databases": {"d": [{"passwd": {"hush-hush": "hush-hush"}}]}})");
+    for (const char* format : kFormats) {
+        const auto result = runWith({"get", "db-password", "d", "0"}, format);
+        EXPECT_EQ(result.exitStatus, 3) << format;
+        EXPECT_THAT(result.output + result.errors, Not(HasSubstr(kPassword))) << format;
+    }
+}
+
+} // namespace

@@ -1,0 +1,26 @@
+// What an unknown word was probably meant to be.
+
+#include "Suggestion.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using sysconfctl::suggestion;
+
+TEST(Suggestion, FewWrongLetters_FindTheNearest) {
+    const std::vector<std::string_view> names = {"local-port", "corba-port", "wss-port", "db-type"};
+    EXPECT_EQ(suggestion("locl-port", names), "local-port");
+    EXPECT_EQ(suggestion("localport", names), "local-port");
+    EXPECT_EQ(suggestion("loacl-port", names), "local-port");
+    EXPECT_EQ(suggestion("wsss-port", names), "wss-port");
+    EXPECT_EQ(suggestion("db-typ", names), "db-type");
+}
+
+TEST(Suggestion, NothingNear_IsNone) {
+    EXPECT_EQ(suggestion("frobnicate", {"local-port", "db-type"}), "");
+    EXPECT_EQ(suggestion("", {"local-port"}), "");
+    EXPECT_EQ(suggestion("x", {}), "");
+}
+
+} // namespace

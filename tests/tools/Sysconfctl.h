@@ -1,0 +1,47 @@
+#pragma once
+
+#include "support/Command.h"
+
+#include <json/value.h>
+#include <json/writer.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+/// The operator's tool as the build made it, and what tests run it against.
+namespace tool {
+
+using support::CommandResult;
+
+std::filesystem::path sourceDirectory();
+std::filesystem::path samplesDirectory();
+
+/// One view of one sample deployment.
+struct View {
+    std::string deployment;
+    std::string name;
+
+    std::filesystem::path envFile() const;
+};
+
+/// All views there are, by their env files.
+std::vector<View> views();
+
+inline const View kMaster = {"ha-pair", "master"};
+inline const View kStandby = {"ha-pair", "standby"};
+inline const View kEast = {"two-tenancies", "east-access-1"};
+inline const View kWestData = {"two-tenancies", "west-data-2"};
+
+support::Command sysconfctl(std::vector<std::string> arguments);
+CommandResult run(std::vector<std::string> arguments);
+/// With "--env-file" of that view before the arguments.
+CommandResult run(const View& view, std::vector<std::string> arguments);
+
+/// The JSON text that a command wrote; fails the test when it is none.
+Json::Value parsed(const std::string& text);
+
+std::string readFile(const std::filesystem::path& path);
+std::vector<std::string> linesOf(const std::string& text);
+
+} // namespace tool

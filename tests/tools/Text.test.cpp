@@ -1,0 +1,89 @@
+// Text on its way to a terminal: escaped, measured, wrapped, quoted.
+
+#include "Text.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using namespace sysconfctl;
+using ::testing::ElementsAre;
+
+struct Row {
+    std::string text;
+    std::string expected;
+};
+
+TEST(Text, WhatATerminalWouldNotShow_IsEscaped) {
+    const Row rows[] = {
+        {"", ""},
+        {"plain ~!", "plain ~!"},
+        {"a\\b", "a\\\\b"},
+        {"\t\n\r", "\\t\\n\\r"},
+        {"\033[31m", "\\x1b[31m"},
+        {std::string("a\0b", 3), "a\\x00b"},
+        {"\x7f", "\\x7f"},
+        {"\xc2\x9b", "\\u009b"},             // a C1 control: starts an escape sequence
+        {"\xe2\x80\xae", "\\u202e"},         // turns the reading direction
+        {"\xe2\x80\x8b", "\\u200b"},         // invisible
+        {"\xf3\xa0\x80\xa0", "\\U000e0020"}, // invisible tag
+        {"\xc3\xa9\xe4\xb8\xad\xf0\x9f\x98\x80", "\xc3\xa9\xe4\xb8\xad\xf0\x9f\x98\x80"},
+        {"\xff", "\\xff"},                            // no UTF-8
+        {"\xc3", "\\xc3"},                            // cut off
+        {"\xc3(", "\\xc3("},                          // wrong second byte
+        {"\xc0\xaf", "\\xc0\\xaf"},                   // overlong
+        {"\xe0\x80\xaf", "\\xe0\\x80\\xaf"},          // overlong
+        {"\xed\xa0\x80", "\\xed\\xa0\\x80"},          // surrogate
+        {"\xf4\x90\x80\x80", "\\xf4\\x90\\x80\\x80"}, // beyond Unicode
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(escaped(row.text), row.expected);
+    }
+}
+
+TEST(Text, Width_IsWhatATerminalNeeds) {
+    EXPECT_EQ(displayWidth(""), 0U);
+    EXPECT_EQ(displayWidth("abc"), 3U);
+    EXPECT_EQ(displayWidth("\xc3\xa9"), 1U);
+    EXPECT_EQ(displayWidth("e\xcc\x81"), 1U);                // with a combining accent
+    EXPECT_EQ(displayWidth("\xe4\xb8\xad\xe6\x96\x87"), 4U); // wide characters
+    EXPECT_EQ(displayWidth("\xf0\x9f\x98\x80"), 2U);
+}
+
+TEST(Text, Wrapping_BreaksBehindSeparators) {
+    EXPECT_THAT(wrapped("", 5), ElementsAre(""));
+    EXPECT_THAT(wrapped("abc", 3), ElementsAre("abc"));
+    EXPECT_THAT(wrapped("ab cd ef", 5), ElementsAre("ab cd", "ef"));
+    EXPECT_THAT(wrapped("ab, cd, ef", 4), ElementsAre("ab,", "cd,", "ef"));
+    EXPECT_THAT(wrapped("ab, cd, ef", 3), ElementsAre("ab,", "cd,", "ef"));
+    EXPECT_THAT(wrapped("a;b;;c", 4), ElementsAre("a;b;", ";c"));
+    EXPECT_THAT(wrapped("/usr/lib", 6), ElementsAre("/usr/", "lib"));
+}
+
+TEST(Text, Wrapping_CutsWhatHasNoSeparator) {
+    EXPECT_THAT(wrapped("abcdefg", 3), ElementsAre("abc", "def", "g"));
+    EXPECT_THAT(wrapped("\xe4\xb8\xad\xe6\x96\x87", 3),
+                ElementsAre("\xe4\xb8\xad", "\xe6\x96\x87"));
+    EXPECT_THAT(wrapped("\xe4\xb8\xad\xe6\x96\x87", 1),
+                ElementsAre("\xe4\xb8\xad", "\xe6\x96\x87"));
+    EXPECT_THAT(wrapped("ae\xcc\x81z", 2), ElementsAre("ae\xcc\x81", "z"));
+}
+
+TEST(Text, ShellWords_AreQuotedWhenTheyMustBe) {
+    const Row rows[] = {
+        {"orders", "orders"},
+        {"a-b_c.d/e:f@g%h+i=j,k", "a-b_c.d/e:f@g%h+i=j,k"},
+        {"", "''"},
+        {"a b", "'a b'"},
+        {"$x", "'$x'"},
+        {"it's", "$'it\\'s'"},
+        {"a\nb", "$'a\\nb'"},
+        {"a\\b", "$'a\\\\b'"},
+        {"\033[1m", "$'\\x1b[1m'"},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(shellWord(row.text), row.expected);
+    }
+}
+
+} // namespace

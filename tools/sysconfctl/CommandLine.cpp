@@ -1,0 +1,172 @@
+#include "CommandLine.h"
+
+#include "Text.h"
+#include "UsageError.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <utility>
+
+namespace sysconfctl {
+namespace {
+
+constexpr const char* kFooter = R"(
+Exit status:
+  0   answered
+  1   no answer: the library gives an empty text or -1 (get only)
+  2   bad usage
+  3   the library threw
+  70  output could not be written, or a fault of this tool
+
+Environment files have KEY=VALUE lines and comments (#). Relative values of
+APP_CONF_FILE, APP_ROOT and TOLM_ROOT start at the file's own folder; of these
+and PROCESS_INSTANCE_ID, those that the file does not name count as unset.)";
+
+/// Options that stand before a command or behind it.
+struct Common {
+    std::string envFile;
+    std::vector<std::string> sets;
+};
+
+void addCommonOptions(CLI::App& app, Common& common) {
+    app.add_option("--env-file", common.envFile,
+                   "Environment of the process to ask about; default: the current one")
+        ->type_name("FILE");
+    app.add_option("--set", common.sets, "Set a variable, after --env-file; repeatable")
+        ->type_name("KEY=VALUE")
+        ->allow_extra_args(false);
+}
+
+Format formatNamed(const std::string& name) {
+    if (name == "json") {
+        return Format::Json;
+    }
+    return name == "plain" ? Format::Plain : Format::Table;
+}
+
+void addFormat(CLI::App& app, std::string& name, const char* defaultName) {
+    name = defaultName;
+    app.add_option("-o,--output", name,
+                   fmt::format("Format of the output: table, plain or json; default: {}", name))
+        ->type_name("FORMAT")
+        ->check(CLI::IsMember({"table", "plain", "json"}).description(""));
+}
+
+void addRevealSecrets(CLI::App& app, bool& reveal) {
+    app.add_flag("--reveal-secrets", reveal, "Do not mask passwords");
+}
+
+/// CLI11 would take a positional in brackets for a list. A byte behind the bracket hides it, one
+/// that no word of a command line can hold.
+constexpr char kHider = '\0';
+
+std::string hidden(std::string word) {
+    const bool bracketed = word.size() >= 2 && word.front() == '[' && word.back() == ']';
+    return bracketed ? std::move(word) + kHider : word;
+}
+
+std::string unhidden(std::string text) {
+    std::erase(text, kHider);
+    return text;
+}
+
+/// The last word first, as CLI11 wants them.
+std::vector<std::string> reversedWords(int count, const char* const* words) {
+    std::vector<std::string> reversed;
+    for (int i = count - 1; i > 0; --i) {
+        reversed.push_back(hidden(words[i]));
+    }
+    return reversed;
+}
+
+class Parser {
+public:
+    Parser() : m_app("Shows what the configuration library answers, and asks it.", "sysconfctl") {
+        m_app.set_version_flag("--version", "sysconfctl " SYSCONFCTL_VERSION);
+        m_app.require_subcommand(0, 1);
+        addCommonOptions(m_app, m_before);
+        addShow();
+        addGet();
+        m_app.footer(kFooter); // last, because commands would inherit it
+    }
+
+    ParsedCommandLine parse(int count, const char* const* words) {
+        try {
+            m_app.parse(reversedWords(count, words));
+            return {understood(), std::nullopt};
+        } catch (const CLI::CallForHelp&) {
+            return {{}, m_app.help()};
+        } catch (const CLI::CallForVersion& version) {
+            return {{}, std::string(version.what()) + '\n'};
+        } catch (const CLI::ParseError& error) {
+            throw UsageError(escaped(unhidden(error.what())) +
+                             " (sysconfctl --help tells the usage)");
+        }
+    }
+
+private:
+    void addShow() {
+        m_show = m_app.add_subcommand("show", "Show every answer of the library");
+        addCommonOptions(*m_show, m_behind);
+        addFormat(*m_show, m_showFormat, "table");
+        addRevealSecrets(*m_show, m_options.revealSecrets);
+    }
+
+    void addGet() {
+        m_get = m_app.add_subcommand("get", "Print one answer, bare, for scripts");
+        m_get->add_option("QUERY", m_options.query, "Name of the query, see --list")->type_name("");
+        m_get->add_option("ARGUMENT", m_options.arguments, "Arguments of the query")->type_name("");
+        m_get->add_flag("--list", m_list, "List all queries with their arguments");
+        addCommonOptions(*m_get, m_behind);
+        addFormat(*m_get, m_getFormat, "plain");
+        addRevealSecrets(*m_get, m_options.revealSecrets);
+    }
+
+    Options understood() {
+        m_options.sets = m_before.sets;
+        m_options.sets.insert(m_options.sets.end(), m_behind.sets.begin(), m_behind.sets.end());
+        for (const std::string& file : {m_before.envFile, m_behind.envFile}) {
+            if (!file.empty()) {
+                m_options.envFile = unhidden(file);
+            }
+        }
+        m_options.format = formatNamed(m_showFormat);
+        if (m_get->parsed()) {
+            understandGet();
+        } else if (!m_show->parsed()) {
+            throw UsageError("a command is required (sysconfctl --help lists them)");
+        }
+        m_options.query = unhidden(m_options.query);
+        for (std::string& argument : m_options.arguments) {
+            argument = unhidden(argument);
+        }
+        return m_options;
+    }
+
+    void understandGet() {
+        m_options.command = m_list ? Command::List : Command::Get;
+        m_options.format = formatNamed(m_getFormat);
+        if (m_list == !m_options.query.empty()) {
+            throw UsageError("get takes either a query or --list");
+        }
+    }
+
+    CLI::App m_app;
+    CLI::App* m_show = nullptr;
+    CLI::App* m_get = nullptr;
+    Common m_before;
+    Common m_behind;
+    Options m_options;
+    std::string m_showFormat;
+    std::string m_getFormat;
+    bool m_list = false;
+};
+
+} // namespace
+
+ParsedCommandLine parseCommandLine(int count, const char* const* words) {
+    return Parser().parse(count, words);
+}
+
+} // namespace sysconfctl

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace sysconfctl {
+
+enum class Command { Show, Get, List };
+enum class Format { Table, Plain, Json };
+
+/// A command line, understood.
+struct Options {
+    Command command = Command::Show;
+    Format format = Format::Table;
+    std::optional<std::string> envFile;
+    std::vector<std::string> sets;
+    bool revealSecrets = false;
+    std::string query;
+    std::vector<std::string> arguments;
+};
+
+/// What a command line asks for: something to do, or a text (help, version) to print.
+struct ParsedCommandLine {
+    Options options;
+    std::optional<std::string> text;
+};
+
+/// @throws UsageError for anything that is not understood.
+ParsedCommandLine parseCommandLine(int count, const char* const* words);
+
+} // namespace sysconfctl

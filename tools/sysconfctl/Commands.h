@@ -1,0 +1,17 @@
+#pragma once
+
+#include "CommandLine.h"
+#include "ExitStatus.h"
+
+namespace sysconfctl {
+
+/// All answers. What the library threw is told on standard error too.
+ExitStatus runShow(const Options& options);
+
+/// One answer.
+ExitStatus runGet(const Options& options);
+
+/// All queries.
+ExitStatus runList(const Options& options);
+
+} // namespace sysconfctl

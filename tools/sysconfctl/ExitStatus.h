@@ -1,0 +1,14 @@
+#pragma once
+
+namespace sysconfctl {
+
+/// How the tool ends. Scripts rely on the numbers.
+enum class ExitStatus {
+    Answered = 0,
+    NoAnswer = 1,     ///< the library's answer is "none": an empty text or -1
+    Usage = 2,        ///< bad command line or environment file
+    LibraryThrew = 3, ///< a query ended with an exception
+    Internal = 70,    ///< a fault of the tool, or output that could not be written
+};
+
+} // namespace sysconfctl

@@ -1,0 +1,94 @@
+#include "Commands.h"
+
+#include "Json.h"
+#include "Output.h"
+#include "Plain.h"
+#include "Reply.h"
+#include "Table.h"
+#include "Text.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace sysconfctl {
+namespace {
+
+/// A single text goes to files and pipes byte by byte as the library answers it, so that a script
+/// gets the very answer; on a terminal it is escaped like everything else.
+std::string bare(const Answer& answer) {
+    const auto* const text = std::get_if<std::string>(&answer.value);
+    if (text != nullptr && !outputIsTerminal()) {
+        return *text + '\n';
+    }
+    std::string lines;
+    for (const std::string& line : plainLines(answer)) {
+        lines += line + '\n';
+    }
+    return lines;
+}
+
+std::string written(const Reply& reply, Format format) {
+    switch (format) {
+    case Format::Json: {
+        Json::Value value = toJson(reply);
+        value["schemaVersion"] = kSchemaVersion;
+        return indentedJson(value);
+    }
+    case Format::Table: {
+        TableRow row = tableRow(reply);
+        row.section = {};
+        return table({row}, outputWidth());
+    }
+    case Format::Plain:
+        break;
+    }
+    return bare(reply.answer);
+}
+
+std::string listTable() {
+    std::vector<TableRow> rows;
+    for (const Query& query : queries()) {
+        rows.push_back({query.section, usageOf(query), {{std::string(query.help)}}});
+    }
+    return table(rows, outputWidth());
+}
+
+/// One line a query, never wrapped.
+std::string plainList() {
+    std::size_t width = 0;
+    for (const Query& query : queries()) {
+        width = std::max(width, usageOf(query).size());
+    }
+    std::string text;
+    for (const Query& query : queries()) {
+        text += fmt::format("{:<{}}  {}\n", usageOf(query), width, query.help);
+    }
+    return text;
+}
+
+} // namespace
+
+ExitStatus runGet(const Options& options) {
+    const Query& query = findQuery(options.query);
+    checkArgumentCount(query, options.arguments);
+    const library::Use use;
+    const Reply reply = ask(query, options.arguments, options.revealSecrets);
+    writeOutput(written(reply, options.format));
+    if (reply.error) {
+        complain(reply.label() + ": the library threw: " + escaped(*reply.error));
+        return ExitStatus::LibraryThrew;
+    }
+    return reply.answer.isAnswered() ? ExitStatus::Answered : ExitStatus::NoAnswer;
+}
+
+ExitStatus runList(const Options& options) {
+    if (options.format == Format::Json) {
+        writeOutput(indentedJson(toJson(queries())));
+        return ExitStatus::Answered;
+    }
+    writeOutput(options.format == Format::Table ? listTable() : plainList());
+    return ExitStatus::Answered;
+}
+
+} // namespace sysconfctl

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "Answer.h"
+
+#include <string_view>
+
+namespace sysconfctl {
+
+/// What is written in place of a password, whatever its length.
+inline constexpr std::string_view kMask = "********";
+
+/// Which part of an answer must not be shown without being asked for.
+enum class Secret {
+    None,
+    Whole,   ///< the text itself
+    Members, ///< members of a JSON value whose names speak of a password
+};
+
+/// Replaces what is secret in the answer by kMask. An empty password is no secret.
+void mask(Answer& answer, Secret secret);
+
+} // namespace sysconfctl

@@ -1,0 +1,44 @@
+#include "Plain.h"
+
+#include "Json.h"
+#include "Text.h"
+
+namespace sysconfctl {
+
+std::vector<std::string> plainLines(const Answer& answer) {
+    using Lines = std::vector<std::string>;
+    return std::visit(Overloaded{
+                          [](const NoAnswer&) { return Lines{}; },
+                          [](const std::string& text) { return Lines{escaped(text)}; },
+                          [](int number) { return Lines{std::to_string(number)}; },
+                          [](const List& list) {
+                              Lines lines;
+                              for (const std::string& item : list) {
+                                  lines.push_back(escaped(item));
+                              }
+                              return lines;
+                          },
+                          [](const Map& map) {
+                              Lines lines;
+                              for (const auto& [key, text] : map) {
+                                  lines.push_back(escaped(key) + '\t' + escaped(text));
+                              }
+                              return lines;
+                          },
+                          [](const Groups& groups) {
+                              Lines lines;
+                              for (const auto& [key, texts] : groups) {
+                                  std::string line = escaped(key);
+                                  for (const std::string& text : texts) {
+                                      line += '\t' + escaped(text);
+                                  }
+                                  lines.push_back(line);
+                              }
+                              return lines;
+                          },
+                          [](const Json::Value& value) { return Lines{compactJson(value)}; },
+                      },
+                      answer.value);
+}
+
+} // namespace sysconfctl

@@ -1,0 +1,37 @@
+#include "Reply.h"
+
+#include "Text.h"
+#include "UsageError.h"
+
+#include <exception>
+
+namespace sysconfctl {
+
+std::string Reply::label() const {
+    std::string text(query->name);
+    for (const std::string& argument : arguments) {
+        text += ' ';
+        text += shellWord(argument);
+    }
+    return text;
+}
+
+Reply ask(const Query& query, const Arguments& arguments, bool revealSecrets) {
+    checkArgumentCount(query, arguments);
+    Reply reply{&query, arguments, {NoAnswer{}}};
+    try {
+        reply.answer = query.ask(arguments);
+    } catch (const UsageError&) {
+        throw;
+    } catch (const std::exception& exception) {
+        reply.error = exception.what();
+    } catch (...) {
+        reply.error = "an exception of unknown type";
+    }
+    if (!revealSecrets) {
+        mask(reply.answer, query.secret);
+    }
+    return reply;
+}
+
+} // namespace sysconfctl
