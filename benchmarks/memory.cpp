@@ -1,0 +1,80 @@
+// bench-memory product|baseline DIRECTORY: tells, as JSON, what one query of one node's address
+// takes of memory in a fresh process. The singletons are loaded without a node list, so that the
+// query is the first to read it.
+
+#include "Environment.h"
+#include "Variants.h"
+#include "baseline/SysConfReader.h"
+#include "generator/Deployment.h"
+
+#include <SysConfReader.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <malloc.h>
+#include <stdexcept>
+#include <string>
+
+namespace {
+
+/// The most memory that this process has had so far, in bytes.
+long peakMemory() {
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.starts_with("VmHWM:")) {
+            return std::stol(line.substr(6)) * 1024;
+        }
+    }
+    throw std::runtime_error("the kernel tells no VmHWM");
+}
+
+/// The memory that the heap has handed out and not got back.
+long heapInUse() {
+    const struct mallinfo2 heap = ::mallinfo2();
+    return static_cast<long>(heap.uordblks + heap.hblkhd);
+}
+
+template <typename Reader>
+void measure(const char* variant, const std::filesystem::path& directory) {
+    Reader* reader = nullptr;
+    {
+        const bench::HiddenVariable nodes("APP_ROOT");
+        const bench::HiddenVariable manager("TOLM_ROOT");
+        reader = Reader::Instance();
+    }
+    const long heap = heapInUse();
+    const long base = peakMemory();
+    const std::string address = reader->getLocalServiceIP();
+    const long peak = peakMemory();
+    if (address != "127.0.0.1") {
+        throw std::runtime_error("wrong answer: " + address);
+    }
+    std::printf("{\"variant\": \"%s\", \"file\": %ju, \"peak\": %ld, \"kept\": %ld}\n", variant,
+                std::filesystem::file_size(directory / generator::kNodeListFile), peak - base,
+                heapInUse() - heap);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const std::string variant = argc == 3 ? argv[1] : "";
+    if (variant != "product" && variant != "baseline") {
+        std::fprintf(stderr, "usage: %s product|baseline DIRECTORY\n", argv[0]);
+        return EXIT_FAILURE;
+    }
+    try {
+        bench::enterDeployment(argv[2]);
+        if (variant == "product") {
+            measure<Quarncommon::SysConfReader>("product", argv[2]);
+        } else {
+            measure<baseline::SysConfReader>("baseline", argv[2]);
+        }
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s: %s\n", argv[0], error.what());
+        return EXIT_FAILURE;
+    }
+    return EXIT_SUCCESS;
+}

@@ -1,0 +1,219 @@
+"""report.py RESULTS OUTPUT: writes performance.md and its plots from a run of scripts/bench."""
+
+import datetime
+import math
+import os
+import pathlib
+import platform
+import subprocess
+import sys
+
+import plots
+from results import Results
+
+SIZES = (2, 10, 100, 1000, 10000)
+ONE_NODE = (5, 13, 28, 30, 30)
+ONE_NODE_LIMIT = (2.2, 1.7, 1.25, 1.2, 1.3)
+MANAGER = (6, 12, 20, 22, 22)
+MANY = (3.5, 4, 4, 4, 5)
+LOADS = (3, 5, 10, 12, 12)
+# Name in the programs, name in the document, least speed against the baseline by size.
+OPERATIONS = (
+    ("getLocalIPByUsage", "getLocalIPByUsage", ONE_NODE),
+    ("getLocalMaintenanceIP", "getLocalMaintenanceIP", ONE_NODE),
+    ("getLocalServiceIP", "getLocalServiceIP", ONE_NODE),
+    ("getLocalService2IP", "getLocalService2IP", ONE_NODE),
+    ("getLocalNorthIP", "getLocalNorthIP", ONE_NODE),
+    ("getLocalNodeIPs-1", "getLocalNodeIPs, by number", ONE_NODE),
+    ("getLocalSouthIP", "getLocalSouthIP", (22, 25, 30, 30, 30)),
+    ("getLocalNodeIPs-2", "getLocalNodeIPs, by tag", (5, 8, 20, 25, 25)),
+    ("getIPAddresses-quarter", "getIPAddresses, a quarter", MANAGER),
+    ("getIPAddresses-all", "getIPAddresses, all nodes", MANAGER),
+    ("master-and-standby", "scan for master and standby", MANAGER),
+    ("getAllFloatIP", "getAllFloatIP", MANY),
+    ("getSourceNodeId", "getSourceNodeId", MANY),
+    ("first-use", "first use of both singletons", LOADS),
+    ("reload", "reload of both singletons", LOADS),
+)
+LOADED_VALUES = (
+    ("loaded-text", "getMaintenanceIPAddress", "guarded-text"),
+    ("loaded-number", "getLocalPort", "guarded-number"),
+    ("database-text", "getDBUserName", "guarded-text"),
+    ("database-number", "getDBAccessPort", "guarded-number"),
+)
+LOADED_VALUE_LIMIT, MEMORY_LIMIT, TWO_THREADS = 1.3, 3, 1.8
+NAMES = {"baseline": "baseline", "product": "library", "limit": "validation limit",
+         "ideal": "in proportion to threads"}
+
+
+class Report:
+    def __init__(self, results):
+        self.results = results
+        self.missed = []
+        self.judged = 0
+
+    def judge(self, what, value, target, at_least):
+        """The value as text, emphasised when it misses its target."""
+        self.judged += 1
+        digits = 2 if value < 10 else 1
+        shown = f"{value:.{digits}f}"
+        if value >= target if at_least else value <= target:
+            return shown
+        self.missed.append(f"{what}: {shown} instead of {'≥' if at_least else '≤'} {target}")
+        return f"**{shown}**"
+
+    def times(self, layout):
+        rows = [("operation", "nodes", "baseline", "library", "times faster", "target",
+                 "times validation", "target")]
+        for name, title, targets in OPERATIONS:
+            for nodes in self.results.sizes:
+                baseline = self.results.time(layout, nodes, "baseline", name)
+                product = self.results.time(layout, nodes, "product", name)
+                limit = self.results.time(layout, nodes, "limit", "validate")
+                what = f"{title}, {nodes:,} nodes, {layout}"
+                target = targets[SIZES.index(nodes)]
+                faster = self.judge(what, baseline / product, target, True)
+                above, most = f"{product / limit:.2f}", ""
+                if targets is ONE_NODE:
+                    most = ONE_NODE_LIMIT[SIZES.index(nodes)]
+                    above = self.judge(what + ", against validation", product / limit, most, False)
+                rows.append((title, f"{nodes:,}", duration(baseline), duration(product), faster,
+                             f"≥ {target}", above, f"≤ {most}" if most else ""))
+        return table(rows)
+
+    def loaded_values(self):
+        rows = [("operation", "baseline", "library", "bare guard and copy", "ratio", "target")]
+        for name, title, limit_name in LOADED_VALUES:
+            product = self.results.anywhere("product", name)
+            limit = self.results.anywhere("limit", limit_name)
+            rows.append((title, duration(self.results.anywhere("baseline", name)),
+                         duration(product), duration(limit),
+                         self.judge(title, product / limit, LOADED_VALUE_LIMIT, False),
+                         f"≤ {LOADED_VALUE_LIMIT}"))
+        return table(rows)
+
+    def memory(self):
+        rows = [("variant", "file", "peak of one query", "times the file", "target",
+                 "kept after it")]
+        for run in self.results.memory:
+            ratio, target = f"{run['peak'] / run['file']:.2f}", ""
+            if run["variant"] == "product":
+                ratio = self.judge("peak memory", run["peak"] / run["file"], MEMORY_LIMIT, False)
+                target = f"≤ {MEMORY_LIMIT}"
+            rows.append((NAMES[run["variant"]], f"{run['file'] / 1e6:.1f} MB",
+                         f"{run['peak'] / 1e6:.1f} MB", ratio, target, f"{run['kept']:,} B"))
+        return table(rows)
+
+    def throughput(self):
+        layout = self.results.layouts[0]
+        rows = [("nodes", *(f"{n} thread{'s' if n > 1 else ''}" for n in self.results.threads),
+                 "2 threads to 1", "target", "baseline 2 to 1", "validation 2 to 1")]
+        for nodes in self.results.sizes:
+            def gain(variant, size=nodes):
+                return (self.results.rate(layout, size, variant, 2) /
+                        self.results.rate(layout, size, variant, 1))
+            rows.append((f"{nodes:,}",
+                         *(f"{self.results.rate(layout, nodes, 'product', n):,.0f} /s"
+                           for n in self.results.threads),
+                         self.judge(f"two threads, {nodes:,} nodes", gain("product"), TWO_THREADS,
+                                    True),
+                         f"≥ {TWO_THREADS}", f"{gain('baseline'):.2f}", f"{gain('limit'):.2f}"))
+        return table(rows)
+
+    def growth(self):
+        layout = self.results.layouts[0]
+        rows = [("operation", "library: exponent", "furthest", "baseline: exponent", "furthest")]
+        for name, title, _ in OPERATIONS:
+            cells = [f"{figure:.2f}" for variant in ("product", "baseline")
+                     for figure in self.results.growth(layout, variant, name)]
+            rows.append((title, cells[0], f"{cells[1]} times", cells[2], f"{cells[3]} times"))
+        limit = [f"{figure:.2f}" for figure in self.results.growth(layout, "limit", "validate")]
+        rows.append(("validation", limit[0], f"{limit[1]} times", "", ""))
+        return table(rows)
+
+
+def duration(nanoseconds):
+    for unit, factor in (("s", 1e9), ("ms", 1e6), ("µs", 1e3)):
+        if nanoseconds >= factor:
+            return f"{nanoseconds / factor:.3g} {unit}"
+    return f"{nanoseconds:.3g} ns"
+
+
+def table(rows):
+    header, *body = rows
+    lines = ["| " + " | ".join(header) + " |",
+             "| --- |" + " ---: |" * (len(header) - 1)]
+    return "\n".join(lines + ["| " + " | ".join(row) + " |" for row in body])
+
+
+def machine():
+    def output(*command):
+        return subprocess.run(command, check=True, capture_output=True, text=True).stdout
+
+    model = next((line.split(":", 1)[1].strip() for line in output("lscpu").splitlines()
+                  if line.startswith("Model name")), platform.machine())
+    memory = os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES") / 2**30
+    compiler = output(os.environ.get("CXX", "c++"), "--version").splitlines()[0]
+    return (f"{model}, {os.cpu_count()} cores, {memory:.1f} GiB of memory, Linux "
+            f"{platform.release()}, {compiler}")
+
+
+def draw(results, output):
+    layout = results.layouts[0]
+    limit = [(n, results.time(layout, n, "limit", "validate")) for n in results.sizes]
+    panels = [(title, {"baseline": [(n, results.time(layout, n, "baseline", name))
+                                    for n in results.sizes],
+                       "limit": limit,
+                       "product": [(n, results.time(layout, n, "product", name))
+                                   for n in results.sizes]}) for name, title, _ in OPERATIONS]
+    x_axis = plots.Axis([(n, f"{n:,}") for n in results.sizes], 1.5, results.sizes[-1] * 1.4, True)
+    y_axis = plots.Axis([(10.0**e, duration(10.0**e)) for e in range(3, 11)], 1e3, 1e10, True)
+    plots.write_grid(output / "performance-time.svg", "Time of a call against nodes in the list",
+                     "Across: nodes. Up: CPU time of one call. Both logarithmic.", NAMES, panels,
+                     x_axis, y_axis, 4)
+
+    most = results.threads[-1]
+    cores = min(os.cpu_count(), most)
+    panels = []
+    for nodes in results.sizes:
+        lines = {variant: [(n, results.rate(layout, nodes, variant, n) /
+                            results.rate(layout, nodes, variant, 1)) for n in results.threads]
+                 for variant in ("baseline", "limit", "product")}
+        one = results.rate(layout, nodes, "product", 1)
+        panels.append((f"{nodes:,} nodes (1 = {one:,.0f} queries/s)",
+                       {"ideal": [(1, 1), (cores, cores), (most, cores)], **lines}))
+    x_axis = plots.Axis([(n, str(n)) for n in results.threads], 0.8, most + 0.2, False)
+    highest = math.ceil(max(y for _, lines in panels for points in lines.values()
+                            for _, y in points) + 0.25)
+    y_axis = plots.Axis([(n, str(n)) for n in range(highest + 1)], 0, highest, False)
+    plots.write_grid(output / "performance-throughput.svg", "Throughput against threads",
+                     "Across: threads. Up: getLocalIPByUsage calls a second of all threads, "
+                     "relative to the same variant on one thread.", NAMES, panels, x_axis, y_axis,
+                     3)
+
+
+def document(results):
+    report = Report(results)
+    template = (pathlib.Path(__file__).parent / "performance.md.in").read_text(encoding="utf-8")
+    values = {f"times_{layout}": report.times(layout) for layout in results.layouts}
+    values |= {"loaded_values": report.loaded_values(), "memory": report.memory(),
+               "throughput": report.throughput(), "growth": report.growth()}
+    if report.missed:
+        verdict = (f"Of {report.judged} targets {report.judged - len(report.missed)} are met. "
+                   "Not met:\n\n" + "\n".join(f"- {what}" for what in report.missed))
+    else:
+        verdict = f"All {report.judged} targets are met."
+    return template.format(machine=machine(), date=datetime.date.today().isoformat(),
+                           load=results.load, rounds=results.rounds, verdict=verdict,
+                           **values)
+
+
+def main():
+    results, output = Results(sys.argv[1]), pathlib.Path(sys.argv[2])
+    output.mkdir(parents=True, exist_ok=True)
+    (output / "performance.md").write_text(document(results), encoding="utf-8")
+    draw(results, output)
+
+
+if __name__ == "__main__":
+    main()

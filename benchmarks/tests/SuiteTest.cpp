@@ -1,0 +1,47 @@
+#include "Suite.h"
+#include "Text.h"
+
+#include <gtest/gtest.h>
+
+#include <list>
+#include <map>
+#include <stdexcept>
+#include <string>
+
+namespace {
+
+bench::Operation answering(std::string name, std::string answer) {
+    return {std::move(name), [answer] { return answer; }, {}};
+}
+
+TEST(Answers, GivenApart_ArriveWholeAndInOrder) {
+    const std::string large(300000, 'x');
+    const bench::Answers answers = bench::answersApart([&](bench::Suite& suite) {
+        suite.add(answering("b", large));
+        suite.add({"untold", {}, {}});
+        suite.add(answering("a", ""));
+    });
+    EXPECT_EQ(answers, (bench::Answers{{"b", large}, {"a", ""}}));
+}
+
+TEST(Answers, ProcessThatFails_Throws) {
+    const auto fail = [](bench::Suite&) { throw std::runtime_error("on purpose"); };
+    EXPECT_THROW(bench::answersApart(fail), std::runtime_error);
+}
+
+TEST(Answers, OneThatDiffers_IsTold) {
+    const bench::Answers answers{{"north", "A"}, {"south", "B"}};
+    EXPECT_EQ(bench::difference(answers, answers), "");
+    EXPECT_NE(bench::difference(answers, {{"north", "A"}, {"south", "C"}}).find("south"),
+              std::string::npos);
+    EXPECT_NE(bench::difference(answers, {{"north", "A"}}), "");
+}
+
+TEST(Answers, Texts_TellWhereAnElementEnds) {
+    EXPECT_NE(bench::text(std::list<std::string>{"ab"}),
+              bench::text(std::list<std::string>{"a", "b"}));
+    EXPECT_NE(bench::text(std::list<int>{12}), bench::text(std::list<int>{1, 2}));
+    EXPECT_EQ(bench::text(std::map<int, std::string>{{3, "K"}}), "[<3 \"K\">]");
+}
+
+} // namespace
