@@ -4,10 +4,10 @@
 # Debian packages that building the library and the tool needs, and those that the tests need on top.
 # shellcheck disable=SC2034 # used by the scripts that source this one
 build_packages=(g++ cmake ninja-build pkg-config libjsoncpp-dev libace-dev rapidjson-dev
-  libcli11-dev libfmt-dev)
+  libsimdjson-dev libcli11-dev libfmt-dev)
 # shellcheck disable=SC2034
 test_packages=(clang libclang-rt-dev libgtest-dev libgmock-dev
-  locales)
+  libbenchmark-dev locales)
 
 # Should there be a compiler cache, what was built in one checkout serves another.
 export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1

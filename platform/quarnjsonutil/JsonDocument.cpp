@@ -17,14 +17,30 @@
 // beyond 64 bits, doubles beyond the range, bytes that are not UTF-8, lone surrogates), but accepts
 // none that JsonReader refuses.
 
-namespace {
-
 namespace dom = simdjson::dom;
 
+namespace {
+
+/// The index of nodes that are Json::Values.
 constexpr std::size_t kTree = std::numeric_limits<std::size_t>::max();
-/// The place of null values that are nowhere in the text.
-const Json::Value& nullTree() {
-    return Json::Value::nullSingleton();
+
+/// simdjson's code for this processor. Chosen when this library is loaded, which makes the objects
+/// behind it outlive the static objects of every library that depends on this one: threads that are
+/// still at work while the process ends are stopped by then.
+const simdjson::implementation& bestImplementation() {
+    const simdjson::implementation* const active = simdjson::get_active_implementation();
+    static_cast<void>(active->name()); // its first use replaces it
+    return *simdjson::get_active_implementation();
+}
+
+const simdjson::implementation& kImplementation = bestImplementation();
+
+/// Whether the step succeeded; false also for a text that simdjson does not take.
+bool succeeded(simdjson::error_code error) {
+    if (error == simdjson::MEMALLOC) {
+        throw std::bad_alloc();
+    }
+    return error == simdjson::SUCCESS;
 }
 
 /// Asks for large pages behind memory that has not been touched yet. A text of megabytes is read
@@ -40,28 +56,11 @@ void preferLargePages(void* memory, std::size_t size) {
     ::madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
 }
 
-} // namespace
-
-struct JsonDocument::Contents {
-    dom::document text;
-    Json::Value tree;
-    bool inTree = false;
-};
-
-namespace {
-
-/// Whether the step succeeded; false also for a text that simdjson does not take.
-bool succeeded(simdjson::error_code error) {
-    if (error == simdjson::MEMALLOC) {
-        throw std::bad_alloc();
-    }
-    return error == simdjson::SUCCESS;
-}
-
+/// What dom::parser does, in memory that is given back with the document.
 bool readFast(const char* text, std::size_t length, dom::document& document) {
     std::unique_ptr<simdjson::internal::dom_parser_implementation> parser;
-    if (!succeeded(document.allocate(length)) ||
-        !succeeded(simdjson::get_active_implementation()->create_dom_parser_implementation(
+    if (length > JsonReader::kTextLimit || !succeeded(document.allocate(length)) ||
+        !succeeded(kImplementation.create_dom_parser_implementation(
             length, JsonReader::kNestingLimit, parser))) {
         return false;
     }
@@ -71,51 +70,31 @@ bool readFast(const char* text, std::size_t length, dom::document& document) {
     return succeeded(parser->parse(reinterpret_cast<const std::uint8_t*>(text), length, document));
 }
 
-/// A node of simdjson's document is two words. They are kept as such, so that programs that
+/// A value of simdjson's document is two words. They are kept as such, so that programs that
 /// include the header need no simdjson.
-struct Place {
+struct Words {
     const void* document;
     std::size_t index;
 };
-static_assert(sizeof(Place) == sizeof(dom::element));
-
-dom::element elementAt(const void* where, std::size_t index) {
-    return std::bit_cast<dom::element>(Place{where, index});
-}
-
-/// An array with its elements made by `element`.
-template <typename Element>
-Json::Value buildArray(const dom::array& array, Element element) {
-    Json::Value built(Json::arrayValue);
-    for (const dom::element item : array) {
-        built.append(element(item));
-    }
-    return built;
-}
-
-/// An object with those members for which `wanted` holds, made by `member`.
-template <typename Wanted, typename Member>
-Json::Value buildObject(const dom::object& object, Wanted wanted, Member member) {
-    Json::Value built(Json::objectValue);
-    for (const dom::key_value_pair field : object) {
-        const std::string_view name = field.key;
-        if (wanted(name)) {
-            *built.demand(name.data(), name.data() + name.size()) = member(field.value);
-        }
-    }
-    return built;
-}
-
-bool everyName(std::string_view /*name*/) {
-    return true;
-}
+static_assert(sizeof(Words) == sizeof(dom::element));
 
 Json::Value build(const dom::element& element) {
     switch (element.type()) {
-    case dom::element_type::OBJECT:
-        return buildObject(dom::object(element), everyName, build);
-    case dom::element_type::ARRAY:
-        return buildArray(dom::array(element), build);
+    case dom::element_type::OBJECT: {
+        Json::Value built(Json::objectValue);
+        for (const dom::key_value_pair field : dom::object(element)) {
+            *built.demand(field.key.data(), field.key.data() + field.key.size()) =
+                build(field.value);
+        }
+        return built;
+    }
+    case dom::element_type::ARRAY: {
+        Json::Value built(Json::arrayValue);
+        for (const dom::element item : dom::array(element)) {
+            built.append(build(item));
+        }
+        return built;
+    }
     case dom::element_type::STRING: {
         const std::string_view text(element);
         return {text.data(), text.data() + text.size()};
@@ -133,38 +112,70 @@ Json::Value build(const dom::element& element) {
     }
 }
 
-Json::Value buildReduced(const dom::element& element,
-                         std::initializer_list<std::string_view> membersOfElements) {
-    const auto wanted = [&](std::string_view name) {
-        return std::find(membersOfElements.begin(), membersOfElements.end(), name) !=
-               membersOfElements.end();
-    };
-    const auto reduced = [&](const dom::element& item) {
-        return item.is_object() ? buildObject(dom::object(item), wanted, build) : build(item);
-    };
-    if (element.is_array()) {
-        return buildArray(dom::array(element), reduced);
-    }
-    return element.is_object() ? buildObject(dom::object(element), everyName, reduced)
-                               : build(element);
-}
-
-/// Throws what jsoncpp throws when it looks for a member in a value of that kind.
-[[noreturn]] void refuseMembers(const dom::element& element) {
-    const Json::Value scalar = element.is_array() ? Json::Value(Json::arrayValue) : build(element);
-    static_cast<void>(scalar[""]);
-    throw std::bad_alloc();
-}
-
-const Json::Value& treeAt(const void* where) {
-    return *static_cast<const Json::Value*>(where);
+/// A value of the same type that behaves alike where the type alone decides; containers are empty.
+Json::Value alike(const dom::element& element) {
+    return element.is_array()    ? Json::Value(Json::arrayValue)
+           : element.is_object() ? Json::Value(Json::objectValue)
+                                 : build(element);
 }
 
 } // namespace
 
-JsonDocument::JsonDocument() : m_contents(new Contents) {
-    m_contents->inTree = true;
-}
+/// Between nodes and what they stand for.
+struct Places {
+    using Node = JsonDocument::Node;
+    using Members = std::vector<std::pair<std::string, Node>>;
+
+    static Node place(const dom::element& element) {
+        const auto words = std::bit_cast<Words>(element);
+        return {words.document, words.index};
+    }
+
+    static bool inTree(const Node& node) { return node.m_index == kTree; }
+
+    static const Json::Value& tree(const Node& node) {
+        return *static_cast<const Json::Value*>(node.m_where);
+    }
+
+    static dom::element element(const Node& node) {
+        return std::bit_cast<dom::element>(Words{node.m_where, node.m_index});
+    }
+
+    static std::vector<Node> elementsOf(const dom::array& array) {
+        std::vector<Node> elements;
+        elements.reserve(array.size());
+        for (const dom::element item : array) {
+            elements.push_back(place(item));
+        }
+        return elements;
+    }
+
+    static Members membersOf(const dom::object& object) {
+        Members members;
+        members.reserve(object.size());
+        for (const dom::key_value_pair field : object) {
+            members.emplace_back(field.key, place(field.value));
+        }
+        const auto byName = [](const auto& a, const auto& b) { return a.first < b.first; };
+        const auto notBefore = [](const auto& a, const auto& b) { return a.first >= b.first; };
+        if (std::adjacent_find(members.begin(), members.end(), notBefore) != members.end()) {
+            // Of equal names the last one counts: turned round, it is the one that is kept.
+            std::reverse(members.begin(), members.end());
+            std::stable_sort(members.begin(), members.end(), byName);
+            const auto sameName = [](const auto& a, const auto& b) { return a.first == b.first; };
+            members.erase(std::unique(members.begin(), members.end(), sameName), members.end());
+        }
+        return members;
+    }
+};
+
+struct JsonDocument::Contents {
+    dom::document text;
+    Json::Value tree;
+    bool inTree = true;
+};
+
+JsonDocument::JsonDocument() : m_contents(new Contents) {}
 
 JsonDocument::~JsonDocument() = default;
 
@@ -181,66 +192,95 @@ bool JsonDocument::read(const char* text, std::size_t length) {
 }
 
 JsonDocument::Node JsonDocument::root() const {
-    if (m_contents->inTree) {
-        return {&m_contents->tree, kTree};
-    }
-    const auto place = std::bit_cast<Place>(m_contents->text.root());
-    return {place.document, place.index};
+    return m_contents->inTree ? Node(m_contents->tree) : Places::place(m_contents->text.root());
 }
 
+JsonDocument::Node::Node(const Json::Value& value) : Node(&value, kTree) {}
+
 JsonDocument::Node JsonDocument::Node::operator[](const std::string& name) const {
-    if (m_index == kTree) {
-        return {&treeAt(m_where)[name], kTree};
+    if (Places::inTree(*this)) {
+        return Places::tree(*this)[name];
     }
-    const dom::element element = elementAt(m_where, m_index);
-    Node found(&nullTree(), kTree);
-    if (element.is_object()) {
-        for (const dom::key_value_pair field : dom::object(element)) {
-            if (field.key == name) {
-                const auto place = std::bit_cast<Place>(field.value);
-                found = {place.document, place.index};
-            }
+    const dom::element element = Places::element(*this);
+    if (!element.is_object()) {
+        const Json::Value other = alike(element);
+        static_cast<void>(other[name]);
+        return Json::Value::nullSingleton();
+    }
+    Node found(Json::Value::nullSingleton());
+    for (const dom::key_value_pair field : dom::object(element)) {
+        if (field.key == name) {
+            found = Places::place(field.value);
         }
-    } else if (!element.is_null()) {
-        refuseMembers(element);
     }
     return found;
 }
 
 std::vector<std::pair<std::string, JsonDocument::Node>> JsonDocument::Node::members() const {
-    std::vector<std::pair<std::string, Node>> members;
-    if (m_index == kTree) {
-        for (const std::string& name : treeAt(m_where).getMemberNames()) {
-            members.emplace_back(name, Node(&treeAt(m_where)[name], kTree));
+    if (!Places::inTree(*this)) {
+        const dom::element element = Places::element(*this);
+        if (element.is_object()) {
+            return Places::membersOf(dom::object(element));
         }
-        return members;
+        static_cast<void>(alike(element).getMemberNames());
+        return {};
     }
-    const dom::element element = elementAt(m_where, m_index);
-    if (element.is_null()) {
-        return members;
+    Places::Members members;
+    const Json::Value& tree = Places::tree(*this);
+    for (const std::string& name : tree.getMemberNames()) {
+        members.emplace_back(name, tree[name]);
     }
-    if (!element.is_object()) {
-        refuseMembers(element);
-    }
-    for (const dom::key_value_pair field : dom::object(element)) {
-        const auto place = std::bit_cast<Place>(field.value);
-        members.emplace_back(std::string(field.key), Node(place.document, place.index));
-    }
-    // Of equal names the last one counts: turned round, it is the first, and the one that is kept.
-    std::reverse(members.begin(), members.end());
-    const auto byName = [](const auto& a, const auto& b) { return a.first < b.first; };
-    std::stable_sort(members.begin(), members.end(), byName);
-    const auto sameName = [](const auto& a, const auto& b) { return a.first == b.first; };
-    members.erase(std::unique(members.begin(), members.end(), sameName), members.end());
     return members;
 }
 
-Json::Value JsonDocument::Node::value() const {
-    return m_index == kTree ? treeAt(m_where) : build(elementAt(m_where, m_index));
+std::vector<JsonDocument::Node> JsonDocument::Node::elements() const {
+    std::vector<Node> elements;
+    if (Places::inTree(*this)) {
+        const Json::Value& tree = Places::tree(*this);
+        for (Json::ArrayIndex i = 0; i < tree.size(); ++i) {
+            elements.emplace_back(tree[i]);
+        }
+        return elements;
+    }
+    const dom::element element = Places::element(*this);
+    if (element.is_array()) {
+        return Places::elementsOf(dom::array(element));
+    }
+    if (element.is_object() && dom::object(element).size() != 0) {
+        const Json::Value other = alike(element);
+        static_cast<void>(other[0U]);
+    }
+    return elements;
 }
 
-Json::Value
-JsonDocument::Node::value(std::initializer_list<std::string_view> membersOfElements) const {
-    return m_index == kTree ? treeAt(m_where)
-                            : buildReduced(elementAt(m_where, m_index), membersOfElements);
+std::vector<JsonDocument::Node> JsonDocument::Node::children() const {
+    std::vector<Node> children;
+    if (Places::inTree(*this)) {
+        for (const Json::Value& child : Places::tree(*this)) {
+            children.emplace_back(child);
+        }
+        return children;
+    }
+    const dom::element element = Places::element(*this);
+    if (element.is_array()) {
+        return Places::elementsOf(dom::array(element));
+    }
+    if (element.is_object()) {
+        for (const auto& [name, child] : Places::membersOf(dom::object(element))) {
+            children.push_back(child);
+        }
+    }
+    return children;
+}
+
+std::string JsonDocument::Node::asString() const {
+    if (Places::inTree(*this)) {
+        return Places::tree(*this).asString();
+    }
+    const dom::element element = Places::element(*this);
+    return element.is_string() ? std::string(std::string_view(element)) : alike(element).asString();
+}
+
+Json::Value JsonDocument::Node::value() const {
+    return Places::inTree(*this) ? Places::tree(*this) : build(Places::element(*this));
 }

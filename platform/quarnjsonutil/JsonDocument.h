@@ -4,20 +4,18 @@
 #include <json/value.h>
 
 #include <cstddef>
-#include <initializer_list>
 #include <memory>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
-/// A JSON text that has been read and found valid as a whole, of which only those values are built
-/// that are asked for. For large texts of which little is needed: reading costs a small part of
-/// what JsonReader takes to build the full tree.
+/// A JSON text that has been read and found valid as a whole, of which a value is built only when
+/// it is asked for. For large texts of which little is needed: reading takes a small part of the
+/// time and memory that JsonReader takes to build the full tree.
 ///
-/// It accepts exactly the texts that `JsonReader(false)` accepts, and every value it builds equals
-/// the one in that reader's tree. A Node answers as a constant Json::Value does: a member that is
-/// absent is null, a value of the wrong type throws the same Json::Exception.
+/// It accepts exactly the texts that `JsonReader(false)` accepts, and its values are those of that
+/// reader's tree. A Node answers as a constant Json::Value does: a member that is absent is null,
+/// a value of the wrong type throws the same Json::Exception.
 ///
 /// Threads: a document that has been read may be used by any number of threads.
 class [[gnu::visibility("default")]] JsonDocument {
@@ -38,16 +36,20 @@ public:
     /// The whole text's value; null before the first successful read.
     Node root() const;
 
-    static constexpr std::size_t kPadding = 64;
+    enum : std::size_t { kPadding = 64 };
 
 private:
     struct Contents;
     std::unique_ptr<Contents> m_contents;
 };
 
-/// A value of a document, valid as long as the document is and until it reads another text.
+/// A value of a document, or of any other tree of Json::Values. It is a place, not a copy: valid as
+/// long as its document or its tree stays what it is.
 class [[gnu::visibility("default")]] JsonDocument::Node {
 public:
+    /// A value of a tree.
+    Node(const Json::Value& value); // NOLINT(google-explicit-constructor): it is the same value
+
     /// The member of that name, the last one of several; null when absent or when this is null.
     /// @throws Json::Exception when this is neither an object nor null.
     Node operator[](const std::string& name) const;
@@ -57,18 +59,28 @@ public:
     /// @throws Json::Exception when this is neither an object nor null.
     std::vector<std::pair<std::string, Node>> members() const;
 
+    /// What the indexes from 0 to size() - 1 lead to: the elements of an array, nothing for an
+    /// empty object or a value that is neither.
+    /// @throws Json::Exception for an object with members, which has a size but no indexes.
+    std::vector<Node> elements() const;
+
+    /// What an iteration comes by: the elements of an array, the member values of an object in
+    /// ascending order of their names, nothing for a value that is neither.
+    std::vector<Node> children() const;
+
+    /// The value as text, as Json::Value::asString() tells it.
+    /// @throws Json::Exception for an array or an object.
+    std::string asString() const;
+
     /// This value and everything in it, as JsonReader builds it.
     Json::Value value() const;
 
-    /// The same, but of every object that is an element of this array, or a member of this object,
-    /// only those members that are named.
-    Json::Value value(std::initializer_list<std::string_view> membersOfElements) const;
-
 private:
     friend class JsonDocument;
+    friend struct Places;
     Node(const void* where, std::size_t index) : m_where(where), m_index(index) {}
 
-    /// A place in the text that was read, or a Json::Value (kTree) where that had to be built.
+    /// A place in the text that was read, or a Json::Value.
     const void* m_where;
     std::size_t m_index;
 };

@@ -4,9 +4,9 @@
 
 namespace Quarncommon::rules {
 
-std::string addressByTag(const Json::Value& addresses, const std::string& tag) {
+std::string addressByTag(const Node& addresses, const std::string& tag) {
     std::string address;
-    forEachTag(addresses, [&](const Json::Value& entry, const std::string& candidate) {
+    forEachTag(addresses, [&](const Node& entry, const std::string& candidate) {
         if (candidate != tag) {
             return Walk::OtherTags;
         }

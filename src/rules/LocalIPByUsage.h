@@ -1,6 +1,6 @@
 #pragma once
 
-#include <json/value.h>
+#include "rules/Node.h"
 
 #include <string>
 
@@ -8,6 +8,6 @@ namespace Quarncommon::rules {
 
 /// The "IP" of the first entry that carries `tag` (lower case), "" when none does or the entry has
 /// no "IP".
-std::string addressByTag(const Json::Value& addresses, const std::string& tag);
+std::string addressByTag(const Node& addresses, const std::string& tag);
 
 } // namespace Quarncommon::rules

@@ -16,12 +16,12 @@ int numberIn(const std::string& tag, std::size_t prefixLength) {
 
 } // namespace
 
-void collectByNumber(const Json::Value& addresses, const std::string& prefix,
+void collectByNumber(const Node& addresses, const std::string& prefix,
                      std::map<int, std::string>& byNumber, std::string& service,
                      std::string& service2) {
-    for (const Json::Value& entry : addresses) {
+    for (const Node& entry : addresses.children()) {
         const std::string address = entry["IP"].asString();
-        for (const Json::Value& usage : entry["usage"]) {
+        for (const Node& usage : entry["usage"].children()) {
             const std::string tag = lowerCased(usage.asString());
             // The prefix may stand anywhere, yet the number is cut at the prefix's length: for a
             // tag that does not begin with the prefix that is a piece of the tag's own text.

@@ -2,8 +2,6 @@
 
 #include "rules/NodeList.h"
 
-#include <json/value.h>
-
 #include <map>
 #include <string>
 #include <string_view>
@@ -15,7 +13,7 @@ namespace Quarncommon::rules {
 
 /// By the number in the tag: first address counts, service addresses of tags outside the family
 /// are always told, an object is walked like an array.
-void collectByNumber(const Json::Value& addresses, const std::string& prefix,
+void collectByNumber(const Node& addresses, const std::string& prefix,
                      std::map<int, std::string>& byNumber, std::string& service,
                      std::string& service2);
 
@@ -30,8 +28,8 @@ struct TagWalk {
 /// the address of a tag, null for a tag outside of it. Last address counts; service addresses are
 /// told apart from the family.
 template <typename SlotFor>
-void collectByTag(const Json::Value& addresses, SlotFor slotFor, TagWalk& seen) {
-    forEachTag(addresses, [&](const Json::Value& entry, const std::string& tag) {
+void collectByTag(const Node& addresses, SlotFor slotFor, TagWalk& seen) {
+    forEachTag(addresses, [&](const Node& entry, const std::string& tag) {
         if (std::string* slot = slotFor(tag)) {
             *slot = entry["IP"].asString();
             seen.matched = true;

@@ -4,12 +4,11 @@
 
 namespace Quarncommon::rules {
 
-std::string internalServiceAddress(const Json::Value& addresses,
-                                   const std::string& internalServiceTag) {
+std::string internalServiceAddress(const Node& addresses, const std::string& internalServiceTag) {
     std::string internal;
     std::string fallback;
     bool found = false;
-    forEachTag(addresses, [&](const Json::Value& entry, const std::string& tag) {
+    forEachTag(addresses, [&](const Node& entry, const std::string& tag) {
         if (tag == internalServiceTag) {
             internal = entry["IP"].asString();
             found = true;
@@ -23,14 +22,20 @@ std::string internalServiceAddress(const Json::Value& addresses,
     return found ? internal : fallback;
 }
 
-Role roleOf(const std::string& hostType, const std::string& domainNodeType) {
-    if (hostType == "master" && domainNodeType == "ACCESS_Master") {
-        return Role::Master;
+void findMasterAndStandby(const Node& list, const std::string& tenancy, std::string& masterNodeId,
+                          std::string& standbyNodeId) {
+    for (const auto& [id, node] : list["nodeList"].members()) {
+        if (rules::tenancy(node) != tenancy) {
+            continue;
+        }
+        const std::string role = hostType(node);
+        const std::string domainType = node["extAttr"]["domain_node_type"].asString();
+        if (role == "master" && domainType == "ACCESS_Master") {
+            masterNodeId = id;
+        } else if (role == "standby" && domainType == "ACCESS_Backup") {
+            standbyNodeId = id;
+        }
     }
-    if (hostType == "standby" && domainNodeType == "ACCESS_Backup") {
-        return Role::Standby;
-    }
-    return Role::None;
 }
 
 } // namespace Quarncommon::rules

@@ -1,21 +1,28 @@
 #include "rules/SourceNodeId.h"
 
+#include "rules/NodeList.h"
+
 #include <algorithm>
 
 namespace Quarncommon::rules {
 
-void collectServiceAddress(const std::string& nodeId, const Json::Value& addresses,
-                           ServiceAddresses& output) {
-    forEachTag(addresses, [&](const Json::Value& entry, const std::string& tag) {
-        if (tag != kServiceTag) {
-            return Walk::OtherTags;
+void collectServiceAddresses(const Node& list,
+                             std::map<std::string, std::string>& serviceAddresses) {
+    for (const auto& [id, node] : list["nodeList"].members()) {
+        if (hostType(node) == "standby") {
+            continue;
         }
-        output[nodeId] = entry["IP"].asString();
-        return Walk::NextEntry;
-    });
+        forEachTag(addressEntries(node), [&](const Node& entry, const std::string& tag) {
+            if (tag != kServiceTag) {
+                return Walk::OtherTags;
+            }
+            serviceAddresses[id] = entry["IP"].asString();
+            return Walk::NextEntry;
+        });
+    }
 }
 
-const std::string* sourceNode(const ServiceAddresses& serviceAddresses,
+const std::string* sourceNode(const std::map<std::string, std::string>& serviceAddresses,
                               const std::list<std::string>& hostAddresses) {
     for (const auto& [id, address] : serviceAddresses) {
         if (std::find(hostAddresses.begin(), hostAddresses.end(), address) != hostAddresses.end()) {

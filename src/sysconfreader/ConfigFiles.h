@@ -1,12 +1,8 @@
 #pragma once
 
-#include "rules/JsonTree.h"
+#include "rules/Node.h"
 
 #include <json/value.h>
-
-#ifdef SYSCONFREADER_WITH_DOCUMENT
-#include <JsonDocument.h>
-#endif
 
 #include <optional>
 #include <string>
@@ -50,7 +46,7 @@ class Document {
 public:
     static constexpr std::size_t kPadding = 0;
     bool read(const char* text, std::size_t length);
-    rules::JsonTreeNode root() const { return rules::JsonTreeNode(m_tree); }
+    rules::Node root() const { return m_tree; }
 
 private:
     Json::Value m_tree;

@@ -1,12 +1,39 @@
 #include "SysConfReader.h"
 
 #include "rules/NodeIPs.h"
+#include "rules/SouthboundKeys.h"
 #include "sysconfreader/ConfigFiles.h"
 #include "sysconfreader/Guards.h"
 #include "sysconfreader/SouthboundWalk.h"
 #include "sysconfreader/UsageTags.h"
 
+#include <string>
+#include <string_view>
+
 namespace Quarncommon {
+
+namespace {
+
+/// Makes the map have every key of the southbound family, with an empty text. It is gone through
+/// once, from key to key: to look up each of the thousand takes longer than to read most lists.
+void emptySouthboundKeys(std::map<std::string, std::string>& usageIPs) {
+    static constexpr rules::SouthboundKeys kSouthbound(kSouthboundFamily);
+    auto place = usageIPs.lower_bound(kSouthboundUsage);
+    for (const std::string_view key : kSouthbound.keys) {
+        int order = 1;
+        while (place != usageIPs.end() && (order = place->first.compare(key)) < 0) {
+            ++place; // a key of the caller's own
+        }
+        if (place != usageIPs.end() && order == 0) {
+            place->second.clear();
+        } else {
+            place = usageIPs.emplace_hint(place, key, "");
+        }
+        ++place;
+    }
+}
+
+} // namespace
 
 void SysConfReader::getLocalNodeIPs(const std::string& usagePrefix,
                                     std::map<int, std::string>& indexedIPs, std::string& serviceIP,
@@ -31,10 +58,7 @@ void SysConfReader::collectNodeIPs(const std::string& nodeId, const std::string&
 void SysConfReader::getLocalNodeIPs(std::map<std::string, std::string>& usageIPs) {
     std::string nodeId;
     const auto prepare = [&] {
-        usageIPs[kSouthboundUsage].clear();
-        for (int slot = 2; slot <= rules::kSouthboundSlots; ++slot) {
-            usageIPs[kSouthboundUsage + std::to_string(slot)].clear();
-        }
+        emptySouthboundKeys(usageIPs);
         nodeId = identity().floatNodeId;
     };
     // Every key that the map has by now belongs to the family, the caller's own included.

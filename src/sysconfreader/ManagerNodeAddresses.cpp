@@ -7,8 +7,8 @@ namespace Quarncommon {
 
 int SysConfReader::getIPAddresses(const std::string& fieldName, const std::string& valuePrefix,
                                   std::list<std::string>& addresses) {
-    return askManagerNodeList(m_pMutex, [&](const auto& list) {
-        rules::appendNodeAddresses(list, fieldName, valuePrefix, addresses);
+    return askManagerNodeList(m_pMutex, [&](const rules::Node& list) {
+        rules::appendAddresses(list, fieldName, valuePrefix, addresses);
     });
 }
 

@@ -9,7 +9,7 @@
 namespace Quarncommon {
 
 void SysConfReader::getSourceNodeId(std::string& sourceNodeId) {
-    rules::ServiceAddresses serviceAddresses;
+    std::map<std::string, std::string> serviceAddresses;
     completes([&] {
         config::Document list;
         if (config::readJsonFile(config::pathOf(config::kNodeList), list)) {

@@ -12,7 +12,7 @@ namespace Quarncommon {
 
 // Built in this order when the library is loaded, before anything is read.
 const std::string kInternalServiceUsage = "internal_service";
-const std::string kSouthboundUsage = "southbound";
+const std::string kSouthboundUsage(kSouthboundFamily);
 const std::string kNorthboundUsage = "northbound";
 ACE_RW_Thread_Mutex SysConfReader::m_pMutex;
 
@@ -129,8 +129,7 @@ void SysConfReader::loadFiles(const std::string& appConfigPath, const std::strin
         getSourceNodeId(floatNodeId);
     }
     // The role is the own node's, the tag that of the node whose addresses are answered.
-    m_hostTagName =
-        rules::nodeEntry(list.root(), floatNodeId)["extAttr"]["HOSTID"].value().asString();
+    m_hostTagName = rules::nodeEntry(list.root(), floatNodeId)["extAttr"]["HOSTID"].asString();
 }
 
 SysConfReader::Identity SysConfReader::identity() {

@@ -19,6 +19,11 @@ const std::string kInternalServiceUsage = "internal_service";
 const std::string kSouthboundUsage = "southbound";
 const std::string kNorthboundUsage = "northbound";
 
+/// The address entries of the node of that id.
+Json::Value entriesOf(const config::Document& list, const std::string& nodeId) {
+    return rules::addressEntries(rules::nodeEntry(list.root(), nodeId)).value();
+}
+
 } // namespace
 
 const std::string kSysConfigEvent = "SysConfigEvent";
@@ -96,8 +101,7 @@ void SysConfReaderImpl::InitLocalIp() {
     completes([this] {
         config::Document list;
         if (config::readJsonFile(GetNodeListFilePath(), list)) {
-            m_localInternalServiceIP =
-                GetInternalIp(rules::addressEntries(rules::nodeEntry(list.root(), m_localNodeId)));
+            m_localInternalServiceIP = GetInternalIp(entriesOf(list, m_localNodeId));
         }
     });
 }
@@ -125,10 +129,8 @@ void SysConfReaderImpl::InitMasterAndStandyIp() {
     completes([this] {
         config::Document list;
         if (config::readJsonFile(GetManagerNodeListFilePath(), list)) {
-            m_masterInternalServiceIP =
-                GetInternalIp(rules::addressEntries(rules::nodeEntry(list.root(), m_masterNodeId)));
-            m_standbyInternalServiceIP = GetInternalIp(
-                rules::addressEntries(rules::nodeEntry(list.root(), m_standbyNodeId)));
+            m_masterInternalServiceIP = GetInternalIp(entriesOf(list, m_masterNodeId));
+            m_standbyInternalServiceIP = GetInternalIp(entriesOf(list, m_standbyNodeId));
         }
     });
 }

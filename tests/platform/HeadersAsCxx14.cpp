@@ -1,3 +1,4 @@
+#include "JsonDocument.h"
 #include "JsonReader.h"
 #include "QuarnCommonUtils.h"
 #include "QuarnCommonUtils_i.h"

@@ -1,4 +1,5 @@
 #include "FailingAllocation.h"
+#include "JsonDocument.h"
 #include "JsonReader.h"
 #include "MadeInterfaces.h"
 #include "QuarnCommonUtils.h"
@@ -55,6 +56,28 @@ TEST(JsonReaderStrict, MemoryRunsOutAnywhere_ThrowsBadAllocAndLeavesTheValue) {
                                EXPECT_EQ(value, hasFailed ? Json::Value("old") : expected);
                            });
     EXPECT_GT(failures, 20U);
+}
+
+void expectDocumentSurvives(const std::string& text) {
+    std::string padded = text + std::string(JsonDocument::kPadding, ' ');
+    JsonDocument document;
+    ASSERT_TRUE(
+        document.read("[7]                                                                ", 3));
+    Json::Value read;
+    const unsigned failures =
+        failEachAllocation([&] { return document.read(padded.data(), text.size()); },
+                           [&](Outcome outcome, bool hasFailed) {
+                               EXPECT_EQ(outcome, hasFailed ? Outcome::BadAlloc : Outcome::Done);
+                               read = document.root().value();
+                               EXPECT_EQ(read.size(), hasFailed ? 1U : 2U);
+                           });
+    EXPECT_GT(failures, 4U);
+}
+
+TEST(JsonDocument, MemoryRunsOutWhileReading_ThrowsBadAllocAndLeavesTheDocument) {
+    expectDocumentSurvives(R"([1,{"a":"b"}])");
+    // One that takes the full tree.
+    expectDocumentSurvives(R"([99999999999999999999,{"a":"b"}])");
 }
 
 TEST(JsonReaderLenient, MemoryRunsOutAnywhere_FailsAndLeavesTheValue) {

@@ -31,8 +31,8 @@ TEST(NodeListLookUps, AbsentMembers_ReadAsNullAndEmpty) {
                              R"({"nodeList":{"n1":null}})", R"({"nodeList":{"n1":{}}})",
                              R"({"nodeList":{"n1":{"extAttr":null,"IPAddresses":null}}})"}) {
         const Json::Value tree = json(list);
-        const Json::Value& node = nodeEntry(tree, "n1");
-        EXPECT_TRUE(addressEntries(node).isNull()) << list;
+        const Node node = nodeEntry(tree, "n1");
+        EXPECT_TRUE(addressEntries(node).value().isNull()) << list;
         EXPECT_EQ(hostType(node), "") << list;
         EXPECT_EQ(tenancy(node), "") << list;
     }
@@ -42,11 +42,11 @@ TEST(NodeListLookUps, PresentMembers_AreFoundByExactId) {
     const Json::Value list = json(
         R"({"nodeList":{"a\u0000b":{"extAttr":{"hostType":"Master"},"assignedToTenancy":"T 1",
                                     "IPAddresses":[1]},"a":{}}})");
-    const Json::Value& node = nodeEntry(list, "a\0b"s);
+    const Node node = nodeEntry(list, "a\0b"s);
     EXPECT_EQ(hostType(node), "Master");
     EXPECT_EQ(tenancy(node), "T 1");
-    EXPECT_EQ(addressEntries(node).size(), 1U);
-    EXPECT_TRUE(nodeEntry(list, "A").isNull());
+    EXPECT_EQ(addressEntries(node).elements().size(), 1U);
+    EXPECT_TRUE(nodeEntry(list, "A").value().isNull());
 }
 
 TEST(NodeListLookUps, WrongTypes_ThrowWhatJsoncppThrows) {
@@ -65,7 +65,7 @@ TEST(NodeListLookUps, WrongTypes_ThrowWhatJsoncppThrows) {
 /// The tags that a walk visits, each with its entry's address.
 std::vector<std::string> walked(const char* addresses, const std::string& at, Walk then) {
     std::vector<std::string> seen;
-    forEachTag(json(addresses), [&](const Json::Value& entry, const std::string& tag) {
+    forEachTag(json(addresses), [&](const Node& entry, const std::string& tag) {
         seen.push_back(entry["IP"].asString() + tag);
         return tag == at ? then : Walk::OtherTags;
     });
@@ -81,7 +81,7 @@ TEST(ForEachTag, EachAnswer_SteersTheWalk) {
 }
 
 TEST(ForEachTag, ObjectsInPlaceOfArrays_ThrowUnlessEmpty) {
-    const auto none = [](const Json::Value&, const std::string&) { return Walk::OtherTags; };
+    const auto none = [](const Node&, const std::string&) { return Walk::OtherTags; };
     EXPECT_NO_THROW(forEachTag(json("{}"), none));
     EXPECT_NO_THROW(forEachTag(json(R"([{"usage":{}}])"), none));
     EXPECT_THROW(forEachTag(json(R"({"a":{}})"), none), Json::Exception);

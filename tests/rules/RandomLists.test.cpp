@@ -9,6 +9,7 @@
 #include "rules/Roles.h"
 #include "rules/SlotLists.h"
 #include "rules/SourceNodeId.h"
+#include "sysconfreader/ConfigFiles.h"
 
 #include <gtest/gtest.h>
 
@@ -20,15 +21,26 @@ constexpr int kLists = 8000;
 /// Where the naive telling builds a thousand keys for each list.
 constexpr int kListsWithKeys = 2000;
 
-/// Runs a test for as many lists as agreed; each failure tells its seed and its list.
+/// Runs a test for as many lists as agreed, each in both forms that rules take: the full tree, and
+/// the document that the library reads. Each failure tells its seed and its list.
 template <typename Check>
 void forEachList(int lists, Check check) {
     for (int seed = 1; seed <= lists && !testing::Test::HasFailure(); ++seed) {
-        RandomLists random(static_cast<std::uint64_t>(seed));
+        const auto start = static_cast<std::uint64_t>(seed);
+        RandomLists random(start);
         const Json::Value list = random.list();
+        std::string text = textOf(list);
         const testing::ScopedTrace trace(__FILE__, __LINE__,
-                                         "seed " + std::to_string(seed) + ": " + textOf(list));
-        check(random, list);
+                                         "seed " + std::to_string(seed) + ": " + text);
+        check(random, list, list);
+
+        RandomLists again(start);
+        again.list();
+        Quarncommon::config::Document document;
+        const std::size_t length = text.size();
+        text.append(Quarncommon::config::Document::kPadding, '?');
+        ASSERT_TRUE(document.read(text.data(), length));
+        check(again, list, document.root());
     }
 }
 
@@ -61,12 +73,12 @@ struct Tally {
 
 TEST(RulesOnRandomLists, AddressByTag_AnswersLikeTheNaiveTelling) {
     Tally found{"addresses found"};
-    forEachList(kLists, [&](RandomLists& random, const Json::Value& list) {
+    forEachList(kLists, [&](RandomLists& random, const Json::Value& list, const rules::Node& root) {
         const std::string node = random.askedNodeId();
         const std::string tag = random.askedTag();
         std::string answer;
         throws([&] {
-            answer = rules::addressByTag(rules::addressEntries(rules::nodeEntry(list, node)),
+            answer = rules::addressByTag(rules::addressEntries(rules::nodeEntry(root, node)),
                                          rules::lowerCased(tag));
         });
         EXPECT_EQ(answer, naive::localIPByUsage(list, node, node, tag)) << tag;
@@ -77,12 +89,12 @@ TEST(RulesOnRandomLists, AddressByTag_AnswersLikeTheNaiveTelling) {
 TEST(RulesOnRandomLists, AppendAddresses_AnswersLikeTheNaiveTelling) {
     Tally failed{"walks that end early"};
     Tally found{"addresses found"};
-    forEachList(kLists, [&](RandomLists& random, const Json::Value& list) {
+    forEachList(kLists, [&](RandomLists& random, const Json::Value& list, const rules::Node& root) {
         const std::string field = random.fieldName();
         const std::string prefix = random.valuePrefix();
         std::list<std::string> answer{"before"};
         std::list<std::string> expected{"before"};
-        const bool threw = throws([&] { rules::appendAddresses(list, field, prefix, answer); });
+        const bool threw = throws([&] { rules::appendAddresses(root, field, prefix, answer); });
         EXPECT_EQ(threw ? -1 : 0, naive::ipAddresses(list, field, prefix, expected));
         EXPECT_EQ(answer, expected) << field << ' ' << prefix;
         failed.count += threw ? 1 : 0;
@@ -93,11 +105,11 @@ TEST(RulesOnRandomLists, AppendAddresses_AnswersLikeTheNaiveTelling) {
 TEST(RulesOnRandomLists, CollectTaggedAddresses_AnswersLikeTheNaiveTelling) {
     Tally failed{"walks that end early"};
     Tally found{"sets with addresses"};
-    forEachList(kLists, [&](RandomLists& random, const Json::Value& list) {
+    forEachList(kLists, [&](RandomLists& random, const Json::Value& list, const rules::Node& root) {
         const std::set<std::string> tags = random.tags();
         std::map<std::string, std::set<std::string>> answer{{random.nodeId(), {"before"}}};
         auto expected = answer;
-        const bool threw = throws([&] { rules::collectTaggedAddresses(list, tags, answer); });
+        const bool threw = throws([&] { rules::collectTaggedAddresses(root, tags, answer); });
         EXPECT_EQ(threw ? -1 : 0, naive::allFloatIP(list, tags, expected));
         EXPECT_EQ(answer, expected) << testing::PrintToString(tags);
         failed.count += threw ? 1 : 0;
@@ -109,7 +121,7 @@ TEST(RulesOnRandomLists, CollectTaggedAddresses_AnswersLikeTheNaiveTelling) {
 
 TEST(RulesOnRandomLists, CollectByNumber_AnswersLikeTheNaiveTelling) {
     Tally found{"numbers found"};
-    forEachList(kLists, [&](RandomLists& random, const Json::Value& list) {
+    forEachList(kLists, [&](RandomLists& random, const Json::Value& list, const rules::Node& root) {
         const std::string node = random.askedNodeId();
         const std::string prefix = random.prefix();
         std::map<int, std::string> answer{{random.callersNumber(), "before"}};
@@ -119,7 +131,7 @@ TEST(RulesOnRandomLists, CollectByNumber_AnswersLikeTheNaiveTelling) {
         std::string service2 = "t";
         std::string expectedService2 = "t";
         throws([&] {
-            rules::collectByNumber(rules::addressEntries(rules::nodeEntry(list, node)), prefix,
+            rules::collectByNumber(rules::addressEntries(rules::nodeEntry(root, node)), prefix,
                                    answer, service, service2);
         });
         naive::localNodeIPs(list, node, prefix, expected, expectedService, expectedService2);
@@ -132,7 +144,7 @@ TEST(RulesOnRandomLists, CollectByNumber_AnswersLikeTheNaiveTelling) {
 
 TEST(RulesOnRandomLists, NorthSlotList_IsWrittenLikeTheNaiveTelling) {
     Tally slots{"lists with slots"};
-    forEachList(kLists, [&](RandomLists&, const Json::Value& list) {
+    forEachList(kLists, [&](RandomLists&, const Json::Value& list, const rules::Node& /*root*/) {
         std::map<int, std::string> byNumber;
         std::string service;
         std::string service2;
@@ -145,25 +157,26 @@ TEST(RulesOnRandomLists, NorthSlotList_IsWrittenLikeTheNaiveTelling) {
 
 TEST(RulesOnRandomLists, SouthboundSlots_AnswerLikeTheNaiveTellingsThousandKeys) {
     Tally slots{"lists with slots"};
-    forEachList(kListsWithKeys, [&](RandomLists&, const Json::Value& list) {
-        std::map<int, std::string> bySlot;
-        rules::TagWalk seen;
-        const bool threw = throws([&] {
-            rules::collectByTag(
-                rules::addressEntries(rules::nodeEntry(list, "n1")),
-                [&](const std::string& tag) {
-                    const int slot = rules::southboundSlot(tag, "southbound");
-                    return slot != 0 ? &bySlot[slot] : nullptr;
-                },
-                seen);
-        });
-        const std::string answer = threw ? rules::serviceList(seen.service, "", "M")
-                                   : seen.matched
-                                       ? rules::southSlotList(bySlot)
+    forEachList(kListsWithKeys,
+                [&](RandomLists&, const Json::Value& list, const rules::Node& root) {
+                    std::map<int, std::string> bySlot;
+                    rules::TagWalk seen;
+                    const bool threw = throws([&] {
+                        rules::collectByTag(
+                            rules::addressEntries(rules::nodeEntry(root, "n1")),
+                            [&](const std::string& tag) {
+                                const int slot = rules::southboundSlot(tag, "southbound");
+                                return slot != 0 ? &bySlot[slot] : nullptr;
+                            },
+                            seen);
+                    });
+                    const std::string answer =
+                        threw          ? rules::serviceList(seen.service, "", "M")
+                        : seen.matched ? rules::southSlotList(bySlot)
                                        : rules::serviceList(seen.service, seen.service2, "M");
-        EXPECT_EQ(answer, naive::localSouthIP(list, "n1", "M"));
-        slots.count += !threw && seen.matched ? 1 : 0;
-    });
+                    EXPECT_EQ(answer, naive::localSouthIP(list, "n1", "M"));
+                    slots.count += !threw && seen.matched ? 1 : 0;
+                });
 }
 
 TEST(RulesOnRandomLists, SouthboundSlot_IsFoundExactlyForTheThousandKeys) {
@@ -187,9 +200,9 @@ TEST(RulesOnRandomLists, SouthboundSlot_IsFoundExactlyForTheThousandKeys) {
 TEST(RulesOnRandomLists, SourceNode_IsFoundLikeInTheNaiveTelling) {
     Tally found{"source nodes"};
     const std::list<std::string> host{"10.0.0.3", "127.0.0.1", ""};
-    forEachList(kLists, [&](RandomLists&, const Json::Value& list) {
+    forEachList(kLists, [&](RandomLists&, const Json::Value& list, const rules::Node& root) {
         std::map<std::string, std::string> table;
-        throws([&] { rules::collectServiceAddresses(list, table); });
+        throws([&] { rules::collectServiceAddresses(root, table); });
         const std::string* source = rules::sourceNode(table, host);
         std::string expected = "none";
         naive::sourceNodeId(list, host, expected);
@@ -214,14 +227,14 @@ TEST(RulesOnRandomLists, InternalServiceAddress_AnswersAndThrowsLikeTheNaiveTell
 
 TEST(RulesOnRandomLists, FindMasterAndStandby_FindsAndThrowsLikeTheNaiveTelling) {
     Tally found{"roles found"};
-    forEachList(kLists, [&](RandomLists& random, const Json::Value& list) {
+    forEachList(kLists, [&](RandomLists& random, const Json::Value& list, const rules::Node& root) {
         const std::string tenancy = random.tenancy();
         std::string master = "m";
         std::string standby = "s";
         std::string expectedMaster = "m";
         std::string expectedStandby = "s";
         const bool threw =
-            throws([&] { rules::findMasterAndStandby(list, tenancy, master, standby); });
+            throws([&] { rules::findMasterAndStandby(root, tenancy, master, standby); });
         EXPECT_EQ(threw, throws([&] {
                       naive::masterAndStandby(list, tenancy, expectedMaster, expectedStandby);
                   }));

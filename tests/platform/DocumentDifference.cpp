@@ -1,0 +1,134 @@
+#include "DocumentDifference.h"
+
+#include "JsonDocument.h"
+#include "JsonReader.h"
+
+#include <cstring>
+#include <optional>
+#include <vector>
+
+namespace {
+
+using Node = JsonDocument::Node;
+
+/// What a question answers, or nothing when it throws.
+template <typename Question>
+auto answer(Question question) -> std::optional<decltype(question())> {
+    try {
+        return question();
+    } catch (const Json::Exception&) {
+        return std::nullopt;
+    }
+}
+
+/// Equal in type, too, and a double in every bit.
+bool same(const Json::Value& one, const Json::Value& other) {
+    if (one.type() != other.type()) {
+        return false;
+    }
+    if (one.isDouble() && one.type() == Json::realValue) {
+        const double numbers[] = {one.asDouble(), other.asDouble()};
+        return std::memcmp(&numbers[0], &numbers[1], sizeof(double)) == 0;
+    }
+    return one == other;
+}
+
+/// Goes through both trees side by side. `path` is where they are; it tells of a difference.
+class Comparison {
+public:
+    std::string compare(const Json::Value& tree, const Node& node) {
+        check("value", same(tree, node.value()));
+        check("asString",
+              answer([&] { return tree.asString(); }) == answer([&] { return node.asString(); }));
+        const auto absent = answer([&] { return tree["\x01 absent"].type(); });
+        check("absent member",
+              absent == answer([&] { return node["\x01 absent"].value().type(); }));
+        compareMembers(tree, node);
+        compareElements(tree, node);
+        compareChildren(tree, node);
+        return m_difference;
+    }
+
+private:
+    void check(const std::string& what, bool equal) {
+        if (!equal && m_difference.empty()) {
+            m_difference = what + " differs at " + (m_path.empty() ? "the root" : m_path);
+        }
+    }
+
+    void descend(const std::string& step, const Json::Value& tree, const Node& node) {
+        if (!m_difference.empty()) {
+            return;
+        }
+        const std::size_t length = m_path.size();
+        m_path += "/" + step;
+        compare(tree, node);
+        m_path.resize(length);
+    }
+
+    void compareMembers(const Json::Value& tree, const Node& node) {
+        const auto names = answer([&] { return tree.getMemberNames(); });
+        const auto members = answer([&] { return node.members(); });
+        check("throwing of members", names.has_value() == members.has_value());
+        if (!names || !members) {
+            return;
+        }
+        check("number of members", names->size() == members->size());
+        for (std::size_t i = 0; i < names->size() && m_difference.empty(); ++i) {
+            const std::string& name = (*names)[i];
+            const auto& [ownName, member] = (*members)[i];
+            check("name of member " + name, name == ownName);
+            check("member " + name, same(node[name].value(), tree[name]));
+            descend(name, tree[name], member);
+        }
+    }
+
+    void compareElements(const Json::Value& tree, const Node& node) {
+        const auto indexed = answer([&] {
+            std::vector<Node> elements;
+            for (Json::ArrayIndex i = 0; i < tree.size(); ++i) {
+                elements.emplace_back(tree[i]);
+            }
+            return elements;
+        });
+        const auto elements = answer([&] { return node.elements(); });
+        check("throwing of elements", indexed.has_value() == elements.has_value());
+        if (!indexed || !elements) {
+            return;
+        }
+        check("number of elements", indexed->size() == elements->size());
+        for (std::size_t i = 0; i < elements->size() && m_difference.empty(); ++i) {
+            descend(std::to_string(i), tree[static_cast<Json::ArrayIndex>(i)], (*elements)[i]);
+        }
+    }
+
+    void compareChildren(const Json::Value& tree, const Node& node) {
+        const std::vector<Node> children = node.children();
+        std::size_t count = 0;
+        for (const Json::Value& child : tree) {
+            if (count < children.size()) {
+                check("child", same(child, children[count].value()));
+            }
+            ++count;
+        }
+        check("number of children", count == children.size());
+    }
+
+    std::string m_path;
+    std::string m_difference;
+};
+
+} // namespace
+
+std::string documentDifference(std::string_view text) {
+    Json::Value tree;
+    const bool accepted = JsonReader(false).parse(std::string(text), tree);
+    std::string padded(text);
+    // Closing brackets behind the text would show if they were looked at.
+    padded.append(JsonDocument::kPadding, ']');
+    JsonDocument document;
+    if (document.read(padded.data(), text.size()) != accepted) {
+        return accepted ? "refused by the document only" : "accepted by the document only";
+    }
+    return Comparison().compare(tree, document.root());
+}

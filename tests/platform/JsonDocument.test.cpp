@@ -1,0 +1,281 @@
+#include "JsonDocument.h"
+
+#include "DocumentDifference.h"
+#include "JsonReader.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using namespace std::string_literals;
+
+/// A document of that text, which the test expects to be accepted.
+class Read {
+public:
+    explicit Read(const std::string& text) {
+        const std::string padded = text + std::string(JsonDocument::kPadding, ' ');
+        EXPECT_TRUE(m_document.read(padded.data(), text.size())) << text;
+    }
+    JsonDocument::Node operator*() const { return m_document.root(); }
+
+private:
+    JsonDocument m_document;
+};
+
+void expectNoDifference(const std::vector<std::string>& texts) {
+    for (const std::string& text : texts) {
+        EXPECT_EQ(documentDifference(text), "") << testing::PrintToString(text.substr(0, 300));
+    }
+}
+
+TEST(JsonDocument, NothingReadYet_RootIsNull) {
+    const JsonDocument document;
+    EXPECT_TRUE(document.root().value().isNull());
+    EXPECT_TRUE(document.root()["a"].value().isNull());
+}
+
+TEST(JsonDocument, TextRefused_RootIsNull) {
+    JsonDocument document;
+    const std::string texts = "{\"a\":1}[1" + std::string(JsonDocument::kPadding, ' ');
+    ASSERT_TRUE(document.read(texts.data(), 7));
+    EXPECT_EQ(document.root()["a"].asString(), "1");
+    EXPECT_FALSE(document.read(texts.data() + 7, 2));
+    EXPECT_TRUE(document.root().value().isNull());
+}
+
+TEST(JsonDocument, MembersOfOneName_LastCounts) {
+    const Read read(R"({"b":1,"a":{"x":1},"b":2,"a":{"y":2},"c":3,"b":[7]})");
+    EXPECT_EQ((*read)["b"].elements().at(0).asString(), "7");
+    EXPECT_EQ((*read)["a"]["x"].asString(), "");
+    EXPECT_EQ((*read)["a"]["y"].asString(), "2");
+    std::string names;
+    for (const auto& [name, value] : (*read).members()) {
+        names += name;
+        for (const JsonDocument::Node& child : value.children()) {
+            names += child.asString();
+        }
+    }
+    EXPECT_EQ(names, "a2b7c");
+}
+
+TEST(JsonDocument, TreeNode_AnswersOfTheTree) {
+    Json::Value tree;
+    tree["a"][0] = "x";
+    const JsonDocument::Node node = tree;
+    EXPECT_EQ(node["a"].elements().at(0).asString(), "x");
+    EXPECT_EQ(node.members().at(0).first, "a");
+    EXPECT_EQ(node.children().at(0).value(), tree["a"]);
+    EXPECT_THROW(node.elements(), Json::Exception);
+    EXPECT_THROW(node["a"]["b"], Json::Exception);
+}
+
+TEST(JsonDocument, TextGone_ValuesStay) {
+    JsonDocument document;
+    {
+        std::string text = R"({"a":"a text too long for a string's own room"})";
+        const std::size_t length = text.size();
+        text.append(JsonDocument::kPadding, ' ');
+        ASSERT_TRUE(document.read(text.data(), length));
+        text.assign(text.size(), 'x');
+    }
+    EXPECT_EQ(document.root()["a"].asString(), "a text too long for a string's own room");
+}
+
+TEST(JsonDocument, ValuesOfEveryType_AnswerLikeTheTrees) {
+    expectNoDifference({
+        "null",
+        "true",
+        "false",
+        "0",
+        "-0",
+        "-0.0",
+        "1",
+        "-1",
+        "1.5",
+        "1e5",
+        "1E-5",
+        "\"\"",
+        "\"x\"",
+        "[]",
+        "{}",
+        "[[]]",
+        "[{}]",
+        "{\"\":{}}",
+        "[null,true,false,0,\"x\",[],{}]",
+        R"({"a":null,"b":true,"c":7,"d":"x","e":[1],"f":{"g":[{"h":"i"}]}})",
+        R"(["\"\\\/\b\f\n\r\t\u0000\u00e4\ud83d\ude00"])",
+        "{\"a\\u0000b\":\"c\\u0000d\"}",
+        "[\"\xc3\xa4\xf0\x9f\x98\x80\"]",
+        R"({"z":1,"a":2,"m":{"z":1,"a":2},"\u00e4":3,"Z":4})",
+        R"({"a":1,"a":2})",
+        R"({"b":1,"a":1,"b":{"c":1},"a":[1,2]})",
+    });
+}
+
+TEST(JsonDocument, NumbersAtTheirLimits_AnswerLikeTheTrees) {
+    expectNoDifference({
+        "2147483647",
+        "2147483648",
+        "-2147483648",
+        "-2147483649",
+        "9223372036854775807",
+        "9223372036854775808",
+        "-9223372036854775808",
+        "-9223372036854775809",
+        "18446744073709551615",
+        "18446744073709551616",
+        "123456789012345678901234567890",
+        "1.7976931348623157e308",
+        "1.7976931348623159e308",
+        "1e309",
+        "-1e400",
+        "4.9e-324",
+        "1e-400",
+        "0.1",
+        "0.30000000000000004",
+        "123456789.123456789",
+        "9007199254740993",
+        "1e22",
+        "1e23",
+        "5e-324",
+        "2.2250738585072011e-308",
+        "179769313486231580793728971405301e277",
+    });
+}
+
+TEST(JsonDocument, ValidTextsOutsideUnicode_AnswerLikeTheTrees) {
+    expectNoDifference({"[\"\xff\xfe\"]", "{\"\xc3\":\"\x80\"}", R"(["\ud800"])", R"(["\udc00x"])",
+                        R"({"\ud800":1,"a":"\ud83d\u0041"})", "[\"\xed\xa0\x80\"]",
+                        "[\"\xf4\x90\x80\x80\"]", "[\"\xc0\x80\"]"});
+}
+
+TEST(JsonDocument, TextsThatAreNotJson_RefusedAlike) {
+    expectNoDifference({"",           " ",           "\xef\xbb\xbf{}",
+                        "{}x",        "{} {}",       "[1,]",
+                        "{\"a\":1,}", "{a:1}",       "['a']",
+                        "[01]",       "[+1]",        "[1.]",
+                        "[.5]",       "[1e]",        "[-]",
+                        "[NaN]",      "[Infinity]",  "// c\n1",
+                        "/**/1",      "1 // c",      "[1 2]",
+                        "[",          "{",           "\"",
+                        "[\"a]",      "{\"a\"}",     "{\"a\":}",
+                        "{1:2}",      "[\"\t\"]",    "[\"\n\"]",
+                        "[\"\\x\"]",  "[\"\\u12\"]", "tru",
+                        "nulll",      "]",           "}",
+                        "[}",         "{]",          "\x00"s,
+                        "{}\x00"s,    "[1]\x00]"s,   "[\"\x00\"]"s,
+                        "\v1",        "1\f"});
+}
+
+TEST(JsonDocument, NestingAroundTheLimit_AcceptedAlike) {
+    for (std::size_t depth = JsonReader::kNestingLimit - 2; depth <= JsonReader::kNestingLimit + 2;
+         ++depth) {
+        std::string objects = "1";
+        for (std::size_t i = 0; i < depth; ++i) {
+            objects = "{\"a\":" + objects + "}";
+        }
+        const std::string open(depth, '[');
+        const std::string close(depth, ']');
+        expectNoDifference({open + close, open + "1" + close, open + "{}" + close, objects,
+                            "[" + open + close + ",1]", "{\"a\":" + open + close + "}"});
+    }
+}
+
+TEST(JsonDocument, EveryBeginningOfAText_AcceptedAlike) {
+    const std::string text =
+        "{ \"a\\u00e9\" : [ 0 , -1.5e+3 , true , false , null , \"\\n\" , [ ] ,"
+        " { } ] , \"b\" : { \"c\" : \"\xc3\xa9\" , \"c\" : 2 } } ";
+    for (std::size_t length = 0; length <= text.size(); ++length) {
+        expectNoDifference({text.substr(0, length)});
+    }
+}
+
+TEST(JsonDocument, EveryByteInEveryPlace_AcceptedAlike) {
+    const std::string text = R"({"a":[1,"b\n"]})";
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        for (int byte = 0; byte < 256; ++byte) {
+            std::string changed = text;
+            changed[at] = static_cast<char>(byte);
+            expectNoDifference({changed});
+        }
+    }
+}
+
+/// Pieces of JSON put together by chance: mostly something near a valid text.
+std::string randomText(std::mt19937& random, int depth) {
+    static const std::vector<std::string> kScalars{
+        "null",        "true",   "false",       "0",        "-0",
+        "12",          "-7.25",  "1e3",         "1e999",    "\"\"",
+        "\"a\"",       "\"IP\"", "\"\\ud800\"", "\"\xff\"", "99999999999999999999",
+        "\"\\u0000\"", "1.",     "tru",         "\"\t\"",   ""};
+    const auto pick = [&](std::size_t below) { return random() % below; };
+    const std::size_t kind = depth > 5 ? 0 : pick(4);
+    if (kind < 2) {
+        // The broken ones are the last of the list, and seldom.
+        return kScalars[pick(pick(40) == 0 ? kScalars.size() : kScalars.size() - 4)];
+    }
+    std::string text(1, kind == 2 ? '[' : '{');
+    const std::size_t count = pick(5);
+    for (std::size_t i = 0; i < count; ++i) {
+        text += i == 0 ? "" : ",";
+        if (kind == 3) {
+            text += "\"" + std::string(1, static_cast<char>('a' + pick(4))) + "\":";
+        }
+        text += randomText(random, depth + 1);
+    }
+    return text + (pick(200) == 0 ? ' ' : kind == 2 ? ']' : '}');
+}
+
+TEST(JsonDocument, TextsMadeByChance_ReadLikeByTheReader) {
+    int accepted = 0;
+    constexpr unsigned kTexts = 20000;
+    for (unsigned seed = 1; seed <= kTexts && !HasFailure(); ++seed) {
+        std::mt19937 random(seed);
+        std::string text = randomText(random, 0);
+        if (random() % 8 == 0 && !text.empty()) {
+            text[random() % text.size()] = static_cast<char>(random() % 256);
+        }
+        EXPECT_EQ(documentDifference(text), "") << "seed " << seed << ": " << text;
+        Json::Value value;
+        accepted += JsonReader(false).parse(text, value) ? 1 : 0;
+    }
+    EXPECT_GT(accepted, static_cast<int>(kTexts / 4));
+    EXPECT_LT(accepted, static_cast<int>(kTexts / 4 * 3.9));
+}
+
+TEST(JsonDocument, LargeText_ReadLikeByTheReader) {
+    std::string text = "{\"nodeList\":{";
+    for (int i = 0; i < 500; ++i) {
+        text += (i == 0 ? "\"" : ",\"") + std::to_string(i * 7919 % 503) +
+                R"(":{"IPAddresses":[{"IP":"10.0.0.1","usage":["service","x"]}],"n":)" +
+                std::to_string(i) + ",\"text\":\"" + std::string(3000, 'x') + "\"}";
+    }
+    text += "}}";
+    ASSERT_GT(text.size(), 1U << 20U);
+    EXPECT_EQ(documentDifference(text), "");
+}
+
+TEST(JsonDocument, OneDocumentOnSeveralThreads_AnswersEach) {
+    const Read read(R"({"b":{"x":[1,2,3]},"a":"text"})");
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&] {
+            for (int round = 0; round < 1000; ++round) {
+                EXPECT_EQ((*read)["b"]["x"].elements().size(), 3U);
+                EXPECT_EQ((*read).members().size(), 2U);
+                EXPECT_EQ((*read)["a"].asString(), "text");
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+} // namespace
