@@ -1,3 +1,4 @@
+#include "JsonDocument.h"
 #include "JsonReader.h"
 
 #include <gtest/gtest.h>
@@ -88,6 +89,11 @@ TEST(JsonReaderStrict, TextBeyondTheLimit_Refused) {
     std::string text(std::size_t{JsonReader::kTextLimit} + 1, ' ');
     text.front() = '1';
     EXPECT_FALSE(accepts(text));
+    JsonDocument document;
+    const std::size_t length = text.size() - JsonDocument::kPadding;
+    EXPECT_TRUE(document.read(text.data(), length));
+    text.resize(text.size() + JsonDocument::kPadding);
+    EXPECT_FALSE(document.read(text.data(), length + JsonDocument::kPadding));
 }
 
 /// What a caller on a small stack does with a text.
@@ -102,6 +108,12 @@ void readCopyAndFree(Errand& errand) {
     if (JsonReader(errand.lenient).parse(errand.text, value)) {
         const auto copy = std::make_unique<Json::Value>(value);
         errand.done = *copy == value;
+    }
+    JsonDocument document;
+    std::string padded = errand.text;
+    padded.resize(errand.text.size() + JsonDocument::kPadding);
+    if (!errand.lenient && document.read(padded.data(), errand.text.size())) {
+        errand.done = errand.done && document.root().value() == value;
     }
 }
 
