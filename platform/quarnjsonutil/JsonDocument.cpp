@@ -122,8 +122,7 @@ Json::Value alike(const dom::element& element) {
 } // namespace
 
 /// Between nodes and what they stand for.
-struct Places {
-    using Node = JsonDocument::Node;
+struct JsonDocument::Node::Places {
     using Members = std::vector<std::pair<std::string, Node>>;
 
     static Node place(const dom::element& element) {
@@ -192,7 +191,8 @@ bool JsonDocument::read(const char* text, std::size_t length) {
 }
 
 JsonDocument::Node JsonDocument::root() const {
-    return m_contents->inTree ? Node(m_contents->tree) : Places::place(m_contents->text.root());
+    return m_contents->inTree ? Node(m_contents->tree)
+                              : Node::Places::place(m_contents->text.root());
 }
 
 JsonDocument::Node::Node(const Json::Value& value) : Node(&value, kTree) {}

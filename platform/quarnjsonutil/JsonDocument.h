@@ -77,7 +77,7 @@ public:
 
 private:
     friend class JsonDocument;
-    friend struct Places;
+    struct Places;
     Node(const void* where, std::size_t index) : m_where(where), m_index(index) {}
 
     /// A place in the text that was read, or a Json::Value.
