@@ -12,11 +12,12 @@ void collectServiceAddresses(const Node& list,
         if (hostType(node) == "standby") {
             continue;
         }
+        const std::string& nodeId = id;
         forEachTag(addressEntries(node), [&](const Node& entry, const std::string& tag) {
             if (tag != kServiceTag) {
                 return Walk::OtherTags;
             }
-            serviceAddresses[id] = entry["IP"].asString();
+            serviceAddresses[nodeId] = entry["IP"].asString();
             return Walk::NextEntry;
         });
     }
