@@ -150,12 +150,20 @@ TEST(ReadJsonFile, DanglingOrCircularLink_IsNotParsed) {
     expectNotParsed(path("loop.json"));
 }
 
-TEST(ReadJsonFile, NotRegular_IsNotParsedAndNotWaitedFor) {
+TEST(ReadJsonFile, NotRegular_IsNotParsedNorReadNorWaitedFor) {
     std::filesystem::create_directory(path("directory.json"));
     ASSERT_EQ(::mkfifo(path("pipe.json").c_str(), 0600), 0);
-    expectNotParsed(path("directory.json"));
-    expectNotParsed(path("pipe.json"));
-    expectNotParsed("/dev/null");
+    for (const std::string& name : {path("directory.json"), path("pipe.json"),
+                                    std::string("/dev/null"), std::string("/dev/zero")}) {
+        SCOPED_TRACE(name);
+        std::size_t reads = 0;
+        support::disturbReads(name, [&](std::size_t) {
+            ++reads;
+            return support::ReadStep{EIO};
+        });
+        expectNotParsed(name);
+        EXPECT_EQ(reads, 0U);
+    }
 }
 
 TEST(ReadJsonFile, CannotBeOpened_IsNotParsed) {

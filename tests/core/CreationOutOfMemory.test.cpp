@@ -4,10 +4,10 @@
 #include "SysConfReaderEvent.h"
 #include "SysConfReaderImpl.h"
 #include "SysConfReader_i.h"
+#include "support/AllocationFaults.h"
 #include "support/Deployment.h"
 #include "support/EventLibrary.h"
-#include "support/LockFaults.h"
-#include "sysconfreader/AllocationFaults.h"
+#include "support/LocksFree.h"
 
 #include <gtest/gtest.h>
 
@@ -35,13 +35,6 @@ End endOf(Call call) {
     }
 }
 
-void expectLocksFree() {
-    const support::LockCounts counts = support::lockCounts();
-    EXPECT_EQ(counts.read + counts.write, counts.unlock);
-    const support::LockCounts held = support::locksHeldHere();
-    EXPECT_EQ(held.read + held.write, 0U);
-}
-
 /// Runs `call` with memory that runs out at its first allocation, at its second and so on, once and
 /// for good, until there is none left to fail; each time after `prepare` and before `check`.
 template <typename Prepare, typename Call, typename Check>
@@ -59,7 +52,7 @@ void atEveryAllocation(Prepare prepare, Call call, Check check) {
                 end = endOf(call);
                 happened = fault.happened();
             }
-            expectLocksFree();
+            support::expectLocksFree();
             EXPECT_TRUE(happened || end == End::Returned);
             EXPECT_TRUE(happened || which > 1) << "no allocation has failed";
             check(which, end);

@@ -16,6 +16,7 @@
 #include <atomic>
 #include <filesystem>
 #include <iterator>
+#include <thread>
 
 namespace {
 
@@ -121,6 +122,22 @@ TEST(FirstUse, AllClassesAtOnce_LoadOnceEach) {
         SysConfReader_i::Destory();
         SysConfReader::Destory();
     }
+}
+
+TEST(FirstUse, OfAnotherThread_IsSeenWholeThroughThePointerAlone) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    // The flag puts the threads in no order: a thread sanitizer sees whether the pointer does.
+    std::atomic<bool> created{false};
+    const std::jthread creator([&] {
+        SysConfReader::Instance();
+        created.store(true, std::memory_order_relaxed);
+    });
+    while (!created.load(std::memory_order_relaxed)) {
+        std::this_thread::yield();
+    }
+    // A query that takes no lock of its class.
+    EXPECT_EQ(SysConfReader::Instance()->getLocalNorthIP(), "10.1.1.3");
 }
 
 TEST(FirstUse, SixtyFourThreads_TryToSubscribeAsOneLoadDoes) {

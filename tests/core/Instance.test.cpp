@@ -2,11 +2,14 @@
 // that throws.
 
 #include "SysConfReader.h"
+#include "SysConfReaderEvent.h"
 #include "SysConfReaderImpl.h"
 #include "support/Answers.h"
 #include "support/EventLibrary.h"
 #include "support/FileCalls.h"
 #include "support/LockFaults.h"
+#include "support/LockedOpens.h"
+#include "support/LocksFree.h"
 #include "support/SampleTexts.h"
 
 #include <gmock/gmock.h>
@@ -16,7 +19,6 @@
 #include <pthread.h>
 #include <stdexcept>
 #include <thread>
-#include <tuple>
 
 extern "C" [[gnu::weak]] void __asan_handle_no_return();
 
@@ -25,31 +27,9 @@ namespace {
 using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReaderImpl;
 using support::Deployment;
-
-/// Expects that every lock taken so far was released, and no other.
-void expectLocksFree() {
-    const support::LockCounts counts = support::lockCounts();
-    EXPECT_EQ(counts.read + counts.write, counts.unlock);
-    const support::LockCounts held = support::locksHeldHere();
-    EXPECT_EQ(held.read, 0U);
-    EXPECT_EQ(held.write, 0U);
-    EXPECT_EQ(held.unlock, 0U) << "unlocked without having locked";
-}
-
-/// The name of each file opened while `call` runs, with the locks held for writing and for reading
-/// at that moment.
-using LockedOpen = std::tuple<std::string, std::size_t, std::size_t>;
-template <typename Call>
-std::vector<LockedOpen> opensWithLocks(Call call) {
-    std::vector<LockedOpen> opens;
-    support::setOpenHook([&](const std::string& path) {
-        const support::LockCounts held = support::locksHeldHere();
-        opens.emplace_back(std::filesystem::path(path).filename(), held.write, held.read);
-    });
-    call();
-    support::setOpenHook(nullptr);
-    return opens;
-}
+using support::expectLocksFree;
+using support::LockedOpen;
+using support::opensWithLocks;
 
 TEST(Instance, Twice_IsTheSameFromOneLoad) {
     Deployment deployment;
@@ -239,6 +219,29 @@ TEST(CancelledThread, InTheEventLibrary_LeavesNothingLockedAndTheNextCallWorks) 
     support::setInitHook(nullptr);
     EXPECT_EQ(SysConfReader::Instance()->getLocalPort(), 4001);
     EXPECT_TRUE(support::subscribed());
+}
+
+TEST(CancelledThread, WhileItAppliesAnEvent_LeavesNothingLockedAndTheNextEventIsApplied) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    support::installEventLibrary("recording");
+    support::setInitResult(-1);
+    SysConfReaderImpl* roles = SysConfReaderImpl::Instance();
+    support::setInitHook(cancelHere);
+    bool returned = false;
+    std::thread([&] {
+        SysConfReaderEventProcessCB("SysConfigEvent", "", "", roles);
+        returned = true;
+    }).join();
+    EXPECT_FALSE(returned);
+    EXPECT_EQ(support::eventLibraryCalls().inits, 2);
+    expectLocksFree();
+    support::setInitHook(nullptr);
+    writeGeneration(deployment, 2);
+    EXPECT_EQ(SysConfReaderEventProcessCB("SysConfigEvent", "", "", roles), 0);
+    EXPECT_EQ(support::loadedValues(deployment), support::sampleLoadedValues(2));
+    // Waits for events that are being applied: there is none left.
+    SysConfReader::Destory();
 }
 
 TEST(ThrowingEventLibrary, AtFirstUse_PublishesNothingAndTheNextCallTriesAgain) {

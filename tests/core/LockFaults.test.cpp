@@ -6,6 +6,8 @@
 #include "SysConfReaderImpl.h"
 #include "SysConfReader_i.h"
 #include "support/Answers.h"
+#include "support/EventLibrary.h"
+#include "support/LocksFree.h"
 #include "support/SampleTexts.h"
 
 #include <gtest/gtest.h>
@@ -305,12 +307,6 @@ Outcome outcome(Deployment& deployment, const OperationRow& row, void (*fault)(i
     return outcome;
 }
 
-void expectNothingHeld() {
-    const support::LockCounts held = support::locksHeldHere();
-    EXPECT_EQ(held.read + held.write, 0U) << "still locked";
-    EXPECT_EQ(held.unlock, 0U) << "unlocked without having locked";
-}
-
 /// Runs every operation that takes a lock on one of those sides under the fault.
 void expectWorksInSpiteOf(void (*fault)(int), std::initializer_list<Side> sides) {
     Deployment deployment;
@@ -326,7 +322,7 @@ void expectWorksInSpiteOf(void (*fault)(int), std::initializer_list<Side> sides)
             EXPECT_EQ(outcome.error, error);
             EXPECT_EQ(outcome.after, row.after);
             EXPECT_EQ(outcome.counts.read + outcome.counts.write, outcome.counts.unlock);
-            expectNothingHeld();
+            support::expectNoLockHeld();
             ++rows;
         }
     }
@@ -344,7 +340,7 @@ TEST(LockFaults, None_EveryOperationLeavesErrnoAndLocksInOrder) {
         EXPECT_EQ(outcome.counts.read > 0, row.side == Side::Read);
         EXPECT_EQ(outcome.counts.write > 0, row.side == Side::Write);
         EXPECT_EQ(outcome.counts.read + outcome.counts.write, outcome.counts.unlock);
-        expectNothingHeld();
+        support::expectNoLockHeld();
     }
 }
 
@@ -406,6 +402,28 @@ TEST(LockFaults, WriteLockOnALoadWithoutFiles_ErrnoIsTheLocks) {
         EXPECT_EQ(errno, error);
         support::failLockCalls(LockCall::Write, 0);
     }
+}
+
+TEST(LockFaults, WriteLockOfTwoCreations_TheFirstPublishedIsKept) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    support::installEventLibrary("recording");
+    support::failLockCalls(LockCall::Write, EAGAIN);
+    SysConfReaderImpl* first = nullptr;
+    support::setInitHook([&] {
+        support::setInitHook(nullptr);
+        first = SysConfReaderImpl::Instance();
+    });
+    EXPECT_EQ(SysConfReaderImpl::Instance(), first);
+    ASSERT_NE(first, nullptr);
+    // The other one was subscribed last. It is gone without having ended any subscription, and an
+    // event for it comes to nothing.
+    EXPECT_EQ(support::eventLibraryCalls().subscriptions, 2);
+    EXPECT_EQ(support::eventLibraryCalls().finis, 0);
+    EXPECT_NE(support::lastUserData(), first);
+    writeGeneration(deployment, 2);
+    EXPECT_EQ(support::deliver(), 0);
+    EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(1));
 }
 
 TEST(LockFaults, ReadLockOnAQueryWithoutFiles_ErrnoIsTheLocks) {

@@ -220,4 +220,25 @@ TEST(SourceNodeId, StandbyNode_TakesTheSmallestSourceAtTheLoad) {
     EXPECT_EQ(SysConfReader::Instance()->getLocalHostTagName(), "b tag");
 }
 
+TEST(SourceNodeId, StandbyNodeWithoutItsAppConfig_TakesTheNewSourceAtAReload) {
+    // The role of the own node decides, which is known from the load before.
+    const auto list = [](const std::string& source) {
+        return R"({"nodeList": {
+            "own": {"extAttr": {"hostType": "standby"}},
+            ")" +
+               source +
+               R"(": {"extAttr": {"hostType": "master"},
+                    "IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]}}})";
+    };
+    Deployment deployment;
+    deployment.appConfig(R"({"processes": {"p1": {"nodeId": "own"}}})").nodeList(list("b"));
+    support::setHostAddresses({"192.0.2.1"});
+    SysConfReader& reader = *SysConfReader::Instance();
+    EXPECT_EQ(reader.getFloatNodeId(), "b");
+    std::filesystem::remove(deployment.appConfigPath());
+    deployment.nodeList(list("c"));
+    reader.Reload();
+    EXPECT_EQ(reader.getFloatNodeId(), "c");
+}
+
 } // namespace

@@ -1,9 +1,9 @@
-#include "FailingAllocation.h"
 #include "JsonDocument.h"
 #include "JsonReader.h"
 #include "MadeInterfaces.h"
 #include "QuarnCommonUtils.h"
 #include "QuarnCommonUtils_i.h"
+#include "support/AllocationFaults.h"
 
 #include <gtest/gtest.h>
 
@@ -20,22 +20,22 @@ enum class Outcome { Done, Refused, BadAlloc };
 /// lets `check` see how each run ended. Answers how many allocations could fail.
 unsigned failEachAllocation(const std::function<bool()>& operation,
                             const std::function<void(Outcome, bool hasFailed)>& check) {
-    for (unsigned before = 0;; ++before) {
+    for (unsigned failures = 0;; ++failures) {
         Outcome outcome{};
         bool hasFailed = false;
         {
-            const FailingAllocation failing(before);
+            const support::AllocationFault fault(failures + 1);
             try {
                 outcome = operation() ? Outcome::Done : Outcome::Refused;
             } catch (const std::bad_alloc&) {
                 outcome = Outcome::BadAlloc;
             }
-            hasFailed = failing.hasFailed();
+            hasFailed = fault.happened();
         }
-        SCOPED_TRACE(before);
+        SCOPED_TRACE(failures);
         check(outcome, hasFailed);
         if (!hasFailed) {
-            return before;
+            return failures;
         }
     }
 }

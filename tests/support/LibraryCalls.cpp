@@ -21,6 +21,7 @@ struct Watch {
     /// How often each handle is open.
     std::map<void*, int> handles;
     int closes = 0;
+    bool failOpens = false;
 };
 
 Watch& watch() {
@@ -28,18 +29,24 @@ Watch& watch() {
     return watch;
 }
 
+bool opensFail() {
+    const std::lock_guard<std::mutex> guard(watch().mutex);
+    return watch().failOpens;
+}
+
 } // namespace
 
 extern "C" {
 void* dlopen(const char* name, int flags) noexcept {
     auto* real = support::realFunction<void*(const char*, int)>(&__interceptor_dlopen, "dlopen");
-    void* handle = real(name, flags);
-    if (name != nullptr && std::string_view(name).find("eventcbutil") != std::string_view::npos) {
-        const std::lock_guard<std::mutex> guard(watch().mutex);
-        watch().opens.push_back({name, flags, handle != nullptr});
-        if (handle != nullptr) {
-            ++watch().handles[handle];
-        }
+    if (name == nullptr || std::string_view(name).find("eventcbutil") == std::string_view::npos) {
+        return real(name, flags);
+    }
+    void* handle = opensFail() ? nullptr : real(name, flags);
+    const std::lock_guard<std::mutex> guard(watch().mutex);
+    watch().opens.push_back({name, flags, handle != nullptr});
+    if (handle != nullptr) {
+        ++watch().handles[handle];
     }
     return handle;
 }
@@ -62,6 +69,11 @@ namespace support {
 std::vector<LibraryOpen> eventLibraryOpens() {
     const std::lock_guard<std::mutex> guard(watch().mutex);
     return watch().opens;
+}
+
+void failLibraryOpens(bool fail) {
+    const std::lock_guard<std::mutex> guard(watch().mutex);
+    watch().failOpens = fail;
 }
 
 int eventLibraryCloses() {

@@ -18,6 +18,9 @@ struct LibraryOpen {
 /// not.
 std::vector<LibraryOpen> eventLibraryOpens();
 
+/// From now on every such call fails, as it does when memory runs out; false lets them through.
+void failLibraryOpens(bool fail);
+
 /// How many of the handles that they gave have been closed.
 int eventLibraryCloses();
 

@@ -57,8 +57,9 @@ TEST(DatabaseFields, EachEntry_AnswersItsFields) {
     for (const unsigned int index : {0U, 1U}) {
         EXPECT_EQ(reader.getDBAccessPort("db", index), index == 0 ? 5001 : 5002);
         for (std::size_t f = 0; f < std::size(kTexts); ++f) {
-            EXPECT_EQ((reader.*kTexts[f].query)("db", index), letters[f] + std::to_string(index))
-                << kTexts[f].key;
+            const Field& field = kTexts[f];
+            EXPECT_EQ((reader.*field.query)("db", index), letters[f] + std::to_string(index))
+                << field.key;
         }
     }
 }

@@ -1,10 +1,10 @@
 // Memory that runs out, at each allocation of each query in turn.
 
-#include "AllocationFaults.h"
 #include "OwnNode.h"
 #include "rules/NaiveRules.h"
+#include "support/AllocationFaults.h"
 #include "support/HostAddresses.h"
-#include "support/LockFaults.h"
+#include "support/LocksFree.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -44,12 +44,6 @@ End end(Call call) {
     }
 }
 
-void expectLocksFree(const std::string& when) {
-    const support::LockCounts held = support::locksHeldHere();
-    EXPECT_EQ(held.read + held.write, 0U) << when;
-    EXPECT_EQ(held.unlock, 0U) << when;
-}
-
 /// Makes each allocation of `call` fail in turn, alone and with all that follow it, until the call
 /// makes fewer allocations than that. `before` holds the outputs as the caller has them, `allowed`
 /// tells whether the outputs may be left so, given whether the call has thrown. Each time the next
@@ -77,7 +71,7 @@ void exhaust(const std::string& name, Promise promise, const Outputs& before, Ca
             if (promise == Promise::NeverThrows) {
                 EXPECT_EQ(ended, End::Answered) << when;
             }
-            expectLocksFree(when);
+            support::expectNoLockHeld(when);
             EXPECT_TRUE(allowed(outputs, expected, ended == End::BadAlloc))
                 << when << ": " << testing::PrintToString(outputs);
             Outputs next = before;
@@ -420,7 +414,7 @@ TEST_F(OutOfMemory, Reload_ThrowsOrEndsAndTheNextOneLoadsAll) {
                 happened = fault.happened();
             }
             EXPECT_NE(ended, End::AnotherException) << which;
-            expectLocksFree("reload, allocation " + std::to_string(which));
+            support::expectNoLockHeld("reload, allocation " + std::to_string(which));
             EXPECT_THAT(reader().getMaintenanceIPAddress(), AnyOf("M", other)) << which;
             EXPECT_THAT(reader().getFloatNodeId(), AnyOf("n1", "the node that this process is on"))
                 << which;
@@ -446,7 +440,7 @@ TEST_F(OutOfMemory, FirstUse_ThrowsOrLoadsAndTheNextLoadIsWhole) {
                 happened = fault.happened();
             }
             EXPECT_NE(ended, End::AnotherException) << which;
-            expectLocksFree("first use, allocation " + std::to_string(which));
+            support::expectNoLockHeld("first use, allocation " + std::to_string(which));
             thrown += ended == End::BadAlloc ? 1 : 0;
             if (ended == End::Answered && happened) {
                 reader().Reload();

@@ -3,6 +3,7 @@
 #include "Queries.h"
 #include "SysConfReaderImpl.h"
 #include "support/LockFaults.h"
+#include "support/LocksFree.h"
 
 #include <gtest/gtest.h>
 
@@ -49,13 +50,6 @@ Seen watch(const std::function<std::string()>& ask) {
     return seen;
 }
 
-void expectNothingHeld(const char* after) {
-    const LockCounts held = support::locksHeldHere();
-    EXPECT_EQ(held.read, 0U) << after;
-    EXPECT_EQ(held.write, 0U) << after;
-    EXPECT_EQ(held.unlock, 0U) << "released a lock that was not held: " << after;
-}
-
 TEST(QueryLocks, EachQuery_HoldsTheReadLockAsOftenAsToldFileReadingIncluded) {
     support::Deployment files;
     queries::write(files, "1");
@@ -70,7 +64,7 @@ TEST(QueryLocks, EachQuery_HoldsTheReadLockAsOftenAsToldFileReadingIncluded) {
         EXPECT_EQ(seen.closes, reads) << query.name;
         EXPECT_EQ(seen.heldAtOpens, reads * query.readLocks) << query.name;
         EXPECT_EQ(seen.heldAtCloses, reads * query.readLocks) << query.name;
-        expectNothingHeld(query.name);
+        support::expectNoLockHeld(query.name);
     }
 }
 
@@ -84,7 +78,7 @@ TEST(QueryLocks, ListsAbsent_OnlyTheServiceAddressTakesItsLockAgain) {
         EXPECT_EQ(seen.mostHeld, query.readLocks) << query.name << ": locks at once";
         EXPECT_EQ(seen.heldAtOpens, query.reads == queries::Reads::Nothing ? 0 : query.readLocks)
             << query.name;
-        expectNothingHeld(query.name);
+        support::expectNoLockHeld(query.name);
     }
 }
 
@@ -96,7 +90,7 @@ TEST(QueryLocks, ManagerRootUnset_LockIsTakenAndNoFileOpened) {
         const Seen seen = watch(query.ask);
         EXPECT_EQ(seen.counts.read, 1U) << query.name;
         EXPECT_EQ(seen.opens, 0U) << query.name;
-        expectNothingHeld(query.name);
+        support::expectNoLockHeld(query.name);
     }
 }
 
@@ -111,7 +105,7 @@ TEST(QueryLocks, RoleAnswers_TakeOneReadLockOfTheRoleReaderAlone) {
         });
         EXPECT_EQ(seen.counts.read, 1U);
         EXPECT_EQ(seen.counts.write, 0U);
-        expectNothingHeld(master ? "master" : "standby");
+        support::expectNoLockHeld(master ? "master" : "standby");
     }
 }
 
@@ -130,14 +124,14 @@ TEST(QueryLocks, DatabaseQueriesThatThrow_ReleaseTheLock) {
     EXPECT_THROW(reader.getDBLib("db", 0), Json::LogicError);
     EXPECT_EQ(support::lockCounts().read, 8U);
     EXPECT_EQ(support::lockCounts().unlock, 8U);
-    expectNothingHeld("exceptions");
+    support::expectNoLockHeld("exceptions");
     for (const int error : kErrors) {
         support::failLockCalls(LockCall::Read, error);
         errno = 0;
         EXPECT_THROW(reader.getDBLib("db", 0), Json::LogicError);
         EXPECT_EQ(errno, error);
         support::failLockCalls(LockCall::Read, 0);
-        expectNothingHeld("exception without the lock");
+        support::expectNoLockHeld("exception without the lock");
     }
 }
 
@@ -150,7 +144,7 @@ TEST(QueryLocks, ValuesOfAWrongType_ReleaseTheLock) {
         for (const queries::Query& query : queries::all()) {
             const Seen seen = watch(query.ask);
             EXPECT_EQ(seen.counts.read, seen.counts.unlock) << query.name << ' ' << list;
-            expectNothingHeld(query.name);
+            support::expectNoLockHeld(query.name);
         }
     }
 }
@@ -187,7 +181,7 @@ void expectAnswersInSpite(LockCall call) {
             if (call == LockCall::Read) {
                 EXPECT_EQ(support::lockCounts().unlock, 0U) << query.name;
             }
-            expectNothingHeld(query.name);
+            support::expectNoLockHeld(query.name);
         }
     }
 }
@@ -229,7 +223,7 @@ TEST(QueryLockFaults, RoleAnswers_ErrnoTellsAndTheAnswerIsRight) {
         EXPECT_EQ(reader.GetMasterInternalServiceIP(), "10.1.0.1");
         EXPECT_EQ(errno, error);
         support::failLockCalls(LockCall::Read, 0);
-        expectNothingHeld("role answer");
+        support::expectNoLockHeld("role answer");
     }
 }
 

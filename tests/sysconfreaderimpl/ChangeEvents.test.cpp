@@ -8,6 +8,7 @@
 #include "support/EventLibrary.h"
 #include "support/FileCalls.h"
 #include "support/LockFaults.h"
+#include "support/LocksFree.h"
 #include "support/SampleTexts.h"
 
 #include <gmock/gmock.h>
@@ -28,16 +29,9 @@ using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReader_i;
 using Quarncommon::SysConfReaderImpl;
 using support::Deployment;
+using support::expectLocksFree;
 
 constexpr const char* kEvent = "SysConfigEvent";
-
-void expectLocksFree() {
-    const support::LockCounts counts = support::lockCounts();
-    EXPECT_EQ(counts.read + counts.write, counts.unlock);
-    const support::LockCounts held = support::locksHeldHere();
-    EXPECT_EQ(held.read + held.write, 0U);
-    EXPECT_EQ(held.unlock, 0U) << "unlocked without having locked";
-}
 
 /// Both readers in generation 1, files in generation 2.
 void loadOneWriteTwo(Deployment& deployment) {
@@ -302,40 +296,32 @@ private:
     std::thread m_thread;
 };
 
-TEST(ChangeEvent, DuringTheFirstLoadOfTheReader_IsAppliedAfterIt) {
+/// Creates the instance of that class, with an event delivered during its first load.
+template <typename Class>
+void expectAppliedAfterTheFirstLoad() {
     Deployment deployment;
     support::installEventLibrary("recording");
     for (int round = 0; round < 30; ++round) {
         writeGeneration(deployment, 1);
         support::resetOpenCalls();
         DeliveryDuringTheLoad delivery;
-        SysConfReader* reader = SysConfReader::Instance();
+        const Class* created = Class::Instance();
         EXPECT_EQ(delivery.finish(), 0);
+        EXPECT_EQ(Class::Instance(), created);
         // Two loads of each reader, and no second instance of either.
         EXPECT_EQ(support::openCount(deployment.appConfigPath()), 4U);
         EXPECT_EQ(support::openCount(deployment.managerNodeListPath()), 4U);
-        EXPECT_EQ(SysConfReader::Instance(), reader);
         SysConfReader::Destory();
     }
     expectLocksFree();
 }
 
+TEST(ChangeEvent, DuringTheFirstLoadOfTheReader_IsAppliedAfterIt) {
+    expectAppliedAfterTheFirstLoad<SysConfReader>();
+}
+
 TEST(ChangeEvent, DuringTheFirstLoadOfTheRoleReader_IsAppliedAfterIt) {
-    Deployment deployment;
-    support::installEventLibrary("recording");
-    for (int round = 0; round < 30; ++round) {
-        writeGeneration(deployment, 1);
-        support::resetOpenCalls();
-        DeliveryDuringTheLoad delivery;
-        SysConfReaderImpl* roles = SysConfReaderImpl::Instance();
-        EXPECT_EQ(delivery.finish(), 0);
-        EXPECT_EQ(SysConfReaderImpl::Instance(), roles);
-        // Its first load and its reload; the reader created and reloaded.
-        EXPECT_EQ(support::openCount(deployment.managerNodeListPath()), 4U);
-        EXPECT_EQ(support::openCount(deployment.appConfigPath()), 4U);
-        SysConfReader::Destory();
-    }
-    expectLocksFree();
+    expectAppliedAfterTheFirstLoad<SysConfReaderImpl>();
 }
 
 TEST(ChangeEvent, DuringALoadThatHasReadTheFilesAlready_ReadsThemAgain) {
@@ -372,6 +358,28 @@ TEST(ChangeEvent, FromWithinTheSubscription_NeitherHangsNorCreatesASecondReader)
     EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(1));
     expectLocksFree();
     SysConfReader::Destory();
+}
+
+TEST(ChangeEvent, FromWithinALaterSubscription_BothLoadsGiveTheSameReader) {
+    // The role reader was refused; now the reader's first load subscribes it. The event needs a
+    // reader before that load has published its own.
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    support::installEventLibrary("recording");
+    support::setInitResult(-1);
+    SysConfReaderImpl::Instance();
+    support::setInitResult(0);
+    int answer = -3;
+    const SysConfReader* ofTheEvent = nullptr;
+    support::setSubscribedHook([&] {
+        answer = support::deliver(kEvent);
+        ofTheEvent = SysConfReader::Instance();
+    });
+    EXPECT_EQ(SysConfReader::Instance(), ofTheEvent);
+    EXPECT_EQ(answer, 0);
+    EXPECT_EQ(SysConfReader::Instance(), ofTheEvent);
+    EXPECT_EQ(support::loadedValues(deployment), support::sampleLoadedValues(1));
+    expectLocksFree();
 }
 
 } // namespace

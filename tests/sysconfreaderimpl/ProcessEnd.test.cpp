@@ -76,4 +76,30 @@ TEST(ProcessEnd, EventsThatGoOn_AreTurnedAway) {
     }
 }
 
+Deployment* g_deployment = nullptr;
+
+/// Runs while the process ends. The readers still answer, and tell whether an event was applied.
+void exitAfterALateEvent() {
+    writeGeneration(*g_deployment, 2);
+    const int answer =
+        SysConfReaderEventProcessCB("SysConfigEvent", "", "", SysConfReaderImpl::Instance());
+    const int port = SysConfReader::Instance()->getLocalPort();
+    std::_Exit(answer == 0 && port == 4001 ? EXIT_SUCCESS : EXIT_FAILURE);
+}
+
+[[noreturn]] void exitWithALateEvent() {
+    // Registered before the library registers its own end, and so run after that.
+    std::atexit(exitAfterALateEvent);
+    SysConfReader::Instance();
+    std::exit(EXIT_FAILURE);
+}
+
+TEST(ProcessEnd, EventAfterTheLibrarysOwnEnd_IsNotApplied) {
+    Deployment deployment;
+    g_deployment = &deployment;
+    writeGeneration(deployment, 1);
+    support::installEventLibrary("recording");
+    EXPECT_EXIT(exitWithALateEvent(), testing::ExitedWithCode(EXIT_SUCCESS), "");
+}
+
 } // namespace

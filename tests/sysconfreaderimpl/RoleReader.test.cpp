@@ -5,6 +5,7 @@
 #include "support/Answers.h"
 #include "support/FileCalls.h"
 #include "support/LockFaults.h"
+#include "support/LockedOpens.h"
 #include "support/SampleTexts.h"
 
 #include <gmock/gmock.h>
@@ -21,6 +22,8 @@ using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReaderImpl;
 using support::Deployment;
 using support::jsonText;
+using support::LockedOpen;
+using support::opensWithLocks;
 using support::setEnvironment;
 
 Json::Value parsed(const std::string& text) {
@@ -62,21 +65,6 @@ TEST(RoleReader, Twice_IsTheSameFromOneLoadAndTakesNoLock) {
     EXPECT_EQ(SysConfReaderImpl::Instance(), roles);
     EXPECT_THAT(support::openCalls(), testing::IsEmpty());
     EXPECT_EQ(support::lockCounts().read + support::lockCounts().write, 0U);
-}
-
-/// The name of each file opened while `call` runs, with the locks held for writing and for reading
-/// at that moment.
-using LockedOpen = std::tuple<std::string, std::size_t, std::size_t>;
-template <typename Call>
-std::vector<LockedOpen> opensWithLocks(Call call) {
-    std::vector<LockedOpen> opens;
-    support::setOpenHook([&](const std::string& path) {
-        const support::LockCounts held = support::locksHeldHere();
-        opens.emplace_back(std::filesystem::path(path).filename(), held.write, held.read);
-    });
-    call();
-    support::setOpenHook(nullptr);
-    return opens;
 }
 
 TEST(RoleReader, Creation_ReadsEveryFileItselfUnderTheWriteLock) {

@@ -11,6 +11,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <dlfcn.h>
 #include <limits>
 #include <ostream>
@@ -44,15 +45,6 @@ Calls calls() {
             entryPoints.inits, entryPoints.finis};
 }
 
-struct LibraryRow {
-    const char* name;
-    const char* kind; // null: no library
-    int initResult;
-    bool staysLoaded;
-    /// After each step below.
-    Calls expected[7];
-};
-
 void (*const kSteps[])() = {
     [] { SysConfReader::Instance(); },
     [] { SysConfReader::Instance()->Reload(); },
@@ -63,134 +55,79 @@ void (*const kSteps[])() = {
     [] { SysConfReader::Destory(); },
 };
 
-constexpr int kRefused = -1;
-
-// A subscription is made once and ended once, each end opens the library a second time. Without
-// one, every load of either class tries: two at the first use, one at a reload of the reader, two
-// at a reload of the role reader.
-const LibraryRow kLibraryRows[] = {
-    {"subscribing",
-     "recording",
-     0,
-     true,
-     {{1, 0, 1, 0},
-      {1, 0, 1, 0},
-      {1, 0, 1, 0},
-      {1, 0, 1, 0},
-      {2, 1, 1, 1},
-      {3, 1, 2, 1},
-      {4, 2, 2, 2}}},
-    {"subscribing with a positive answer",
-     "recording",
-     17,
-     true,
-     {{1, 0, 1, 0},
-      {1, 0, 1, 0},
-      {1, 0, 1, 0},
-      {1, 0, 1, 0},
-      {2, 1, 1, 1},
-      {3, 1, 2, 1},
-      {4, 2, 2, 2}}},
-    {"refusing",
-     "recording",
-     kRefused,
-     true,
-     {{2, 0, 2, 0},
-      {3, 0, 3, 0},
-      {5, 0, 5, 0},
-      {7, 0, 7, 0},
-      {7, 0, 7, 0},
-      {9, 0, 9, 0},
-      {9, 0, 9, 0}}},
-    {"refusing with the smallest number",
-     "recording",
-     std::numeric_limits<int>::min(),
-     true,
-     {{2, 0, 2, 0},
-      {3, 0, 3, 0},
-      {5, 0, 5, 0},
-      {7, 0, 7, 0},
-      {7, 0, 7, 0},
-      {9, 0, 9, 0},
-      {9, 0, 9, 0}}},
-    {"without EventConsumerCBInit",
-     "without-init",
-     0,
-     false,
-     {{2, 2, 0, 0},
-      {3, 3, 0, 0},
-      {5, 5, 0, 0},
-      {7, 7, 0, 0},
-      {7, 7, 0, 0},
-      {9, 9, 0, 0},
-      {9, 9, 0, 0}}},
-    {"without EventConsumerCBFini",
-     "without-fini",
-     0,
-     true,
-     {{1, 0, 1, 0},
-      {1, 0, 1, 0},
-      {1, 0, 1, 0},
-      {1, 0, 1, 0},
-      {2, 1, 1, 0},
-      {3, 1, 2, 0},
-      {4, 2, 2, 0}}},
-    {"absent",
-     nullptr,
-     0,
-     false,
-     {{2, 0, 0, 0},
-      {3, 0, 0, 0},
-      {5, 0, 0, 0},
-      {7, 0, 0, 0},
-      {7, 0, 0, 0},
-      {9, 0, 0, 0},
-      {9, 0, 0, 0}}},
+/// What is to have been done in all after each of the steps.
+using Counts = std::array<int, std::size(kSteps)>;
+struct Course {
+    Counts opens{};
+    Counts closes{};
+    Counts inits{};
+    Counts finis{};
 };
 
-void expectCallsOf(const char* name) {
+// A subscription is made once and ended once; each end opens the library a second time.
+const Course kSubscribed = {
+    .opens = {1, 1, 1, 1, 2, 3, 4},
+    .closes = {0, 0, 0, 0, 1, 1, 2},
+    .inits = {1, 1, 1, 1, 1, 2, 2},
+    .finis = {0, 0, 0, 0, 1, 1, 2},
+};
+// Without one, every load of either class tries: two at the first use, one at a reload of the
+// reader, two at a reload of the role reader.
+const Counts kEachLoad = {2, 3, 5, 7, 7, 9, 9};
+
+enum class Library { StaysLoaded, IsNotLoaded };
+
+void expectCourse(const Course& course, Library library) {
     const Deployment deployment;
-    for (const LibraryRow& row : kLibraryRows) {
-        if (std::string(row.name) != name) {
-            continue;
-        }
-        if (row.kind != nullptr) {
-            support::installEventLibrary(row.kind);
-        }
-        support::setInitResult(row.initResult);
-        EXPECT_EQ(calls(), Calls());
-        for (std::size_t step = 0; step < std::size(kSteps); ++step) {
-            SCOPED_TRACE(testing::Message() << row.name << ", step " << step + 1);
-            kSteps[step]();
-            EXPECT_EQ(calls(), row.expected[step]);
-            EXPECT_EQ(support::eventLibraryLoaded(), row.staysLoaded);
-        }
-        return;
+    EXPECT_EQ(calls(), Calls());
+    for (std::size_t step = 0; step < std::size(kSteps); ++step) {
+        SCOPED_TRACE(testing::Message() << "step " << step + 1);
+        kSteps[step]();
+        EXPECT_EQ(calls(), (Calls{course.opens[step], course.closes[step], course.inits[step],
+                                  course.finis[step]}));
+        EXPECT_EQ(support::eventLibraryLoaded(), library == Library::StaysLoaded);
     }
-    FAIL() << "no such row: " << name;
 }
 
-// One process each: a library once loaded cannot be exchanged.
+constexpr int kRefused = -1;
+
 TEST(EventLibrary, Subscribing_IsCalledOnceAndStaysLoaded) {
-    expectCallsOf("subscribing");
+    support::installEventLibrary("recording");
+    expectCourse(kSubscribed, Library::StaysLoaded);
 }
+
 TEST(EventLibrary, AnsweringPositively_IsCalledOnceAndStaysLoaded) {
-    expectCallsOf("subscribing with a positive answer");
+    support::installEventLibrary("recording");
+    support::setInitResult(17);
+    expectCourse(kSubscribed, Library::StaysLoaded);
 }
+
 TEST(EventLibrary, Refusing_IsTriedAtEachLoadAndStaysLoaded) {
-    expectCallsOf("refusing");
+    support::installEventLibrary("recording");
+    support::setInitResult(kRefused);
+    expectCourse({.opens = kEachLoad, .inits = kEachLoad}, Library::StaysLoaded);
 }
+
 TEST(EventLibrary, RefusingWithTheSmallestNumber_IsTriedAtEachLoad) {
-    expectCallsOf("refusing with the smallest number");
+    support::installEventLibrary("recording");
+    support::setInitResult(std::numeric_limits<int>::min());
+    expectCourse({.opens = kEachLoad, .inits = kEachLoad}, Library::StaysLoaded);
 }
+
 TEST(EventLibrary, WithoutInit_IsClosedAtOnceAndTriedAtEachLoad) {
-    expectCallsOf("without EventConsumerCBInit");
+    support::installEventLibrary("without-init");
+    expectCourse({.opens = kEachLoad, .closes = kEachLoad}, Library::IsNotLoaded);
 }
+
 TEST(EventLibrary, WithoutFini_IsOpenedAndClosedAtTheEnd) {
-    expectCallsOf("without EventConsumerCBFini");
+    support::installEventLibrary("without-fini");
+    Course course = kSubscribed;
+    course.finis = {};
+    expectCourse(course, Library::StaysLoaded);
 }
+
 TEST(EventLibrary, Absent_IsLookedForAtEachLoad) {
-    expectCallsOf("absent");
+    expectCourse({.opens = kEachLoad}, Library::IsNotLoaded);
 }
 
 TEST(EventLibrary, RoleReaderAlone_TriesOnce) {
@@ -303,6 +240,21 @@ TEST(EventLibrary, ThrowingAtAReload_LeavesTheRoleReaderAsItWas) {
     EXPECT_EQ(SysConfReaderImpl::Instance(), &roles);
     SysConfReaderImpl::Destory();
     EXPECT_EQ(support::eventLibraryCalls().finis, 0);
+}
+
+TEST(EventLibrary, CannotBeOpenedAtTheEnd_SubscriptionIsLeftStanding) {
+    const Deployment deployment;
+    support::installEventLibrary("recording");
+    SysConfReaderImpl::Instance();
+    support::failLibraryOpens(true);
+    SysConfReaderImpl::Destory();
+    EXPECT_EQ(calls(), (Calls{2, 0, 1, 0}));
+    // What is delivered now finds no role reader; the next one subscribes like any other.
+    EXPECT_EQ(support::deliver(), 0);
+    support::failLibraryOpens(false);
+    SysConfReaderImpl::Instance();
+    SysConfReaderImpl::Destory();
+    EXPECT_EQ(calls(), (Calls{4, 1, 2, 1}));
 }
 
 TEST(EventLibrary, WhileItSubscribes_TheSubscriptionCountsAsMade) {

@@ -1,4 +1,4 @@
-#include "sysconfreader/AllocationFaults.h"
+#include "support/AllocationFaults.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -53,22 +53,34 @@ bool AllocationFault::happened() const {
 
 #ifdef SANITIZED
 
-// Every form that is not aligned, because a sanitizer's own would not go with these.
-void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+extern "C" {
+[[gnu::visibility("default")]] void* failingNewNoThrow(std::size_t size) noexcept {
     return failsNow() ? nullptr : std::malloc(size != 0 ? size : 1);
 }
-void* operator new(std::size_t size) {
-    void* memory = operator new(size, std::nothrow);
+
+[[gnu::visibility("default")]] void* failingNew(std::size_t size) {
+    void* memory = failingNewNoThrow(size);
     if (memory == nullptr) {
         throw std::bad_alloc();
     }
     return memory;
 }
+}
+
+#ifndef NEW_IS_REPLACED_BY_THE_LINKER
+
+// Every form that is not aligned, because a sanitizer's own would not go with these.
+void* operator new(std::size_t size) {
+    return failingNew(size);
+}
 void* operator new[](std::size_t size) {
-    return operator new(size);
+    return failingNew(size);
+}
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    return failingNewNoThrow(size);
 }
 void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
-    return operator new(size, std::nothrow);
+    return failingNewNoThrow(size);
 }
 void operator delete(void* memory) noexcept {
     std::free(memory);
@@ -88,6 +100,8 @@ void operator delete[](void* memory, std::size_t /*size*/) noexcept {
 void operator delete[](void* memory, const std::nothrow_t& /*tag*/) noexcept {
     std::free(memory);
 }
+
+#endif
 
 #else
 

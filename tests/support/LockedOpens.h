@@ -1,0 +1,32 @@
+#pragma once
+
+#include "support/FileCalls.h"
+#include "support/LockFaults.h"
+
+#include <cstddef>
+#include <filesystem>
+#include <string>
+#include <tuple>
+#include <vector>
+
+/// Goes with FileCalls.cpp and LockFaults.cpp linked in.
+namespace support {
+
+/// The name of an opened file, with the locks that the opening thread held for writing and for
+/// reading at that moment.
+using LockedOpen = std::tuple<std::string, std::size_t, std::size_t>;
+
+/// The files opened while `call` runs.
+template <typename Call>
+std::vector<LockedOpen> opensWithLocks(Call call) {
+    std::vector<LockedOpen> opens;
+    setOpenHook([&](const std::string& path) {
+        const LockCounts held = locksHeldHere();
+        opens.emplace_back(std::filesystem::path(path).filename(), held.write, held.read);
+    });
+    call();
+    setOpenHook(nullptr);
+    return opens;
+}
+
+} // namespace support
