@@ -26,7 +26,7 @@ void collectTaggedAddresses(const Node& list, const std::set<std::string>& tags,
     for (const auto& [id, node] : list["nodeList"].members()) {
         std::set<std::string> tagged;
         forEachTag(addressEntries(node), [&](const Node& entry, const std::string& tag) {
-            if (tags.count(tag) != 0) {
+            if (tags.contains(tag)) {
                 tagged.insert(entry["IP"].asString());
             }
             return Walk::OtherTags;

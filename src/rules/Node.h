@@ -41,6 +41,7 @@ public:
     /// throws.
     std::vector<Node> elements() const {
         std::vector<Node> elements;
+        // NOLINTNEXTLINE(modernize-loop-convert): an object's members would be walked, too
         for (Json::ArrayIndex i = 0; i < m_value->size(); ++i) {
             elements.emplace_back((*m_value)[i]);
         }
