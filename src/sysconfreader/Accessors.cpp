@@ -10,39 +10,39 @@
 namespace Quarncommon {
 
 int SysConfReader::getLocalPort() {
-    return copyUnder(m_pMutex, m_localPort);
+    return copyUnder(m_pMutex, turnsOf<SysConfReader>, m_localPort);
 }
 
 int SysConfReader::getCorbaPort() {
-    return copyUnder(m_pMutex, m_corbaPort);
+    return copyUnder(m_pMutex, turnsOf<SysConfReader>, m_corbaPort);
 }
 
 int SysConfReader::getCorbaSSLPort() {
-    return copyUnder(m_pMutex, m_corbaSSLPort);
+    return copyUnder(m_pMutex, turnsOf<SysConfReader>, m_corbaSSLPort);
 }
 
 int SysConfReader::GetWssPort() {
-    return copyUnder(m_pMutex, m_wssPort);
+    return copyUnder(m_pMutex, turnsOf<SysConfReader>, m_wssPort);
 }
 
 std::string SysConfReader::GetWssIPAddress() {
-    return copyUnder(m_pMutex, m_wssIP);
+    return copyUnder(m_pMutex, turnsOf<SysConfReader>, m_wssIP);
 }
 
 std::string SysConfReader::getLocalhostIPAddress() {
-    return copyUnder(m_pMutex, m_localhostIP);
+    return copyUnder(m_pMutex, turnsOf<SysConfReader>, m_localhostIP);
 }
 
 std::string SysConfReader::getMaintenanceIPAddress() {
-    return copyUnder(m_pMutex, m_maintenanceIP);
+    return copyUnder(m_pMutex, turnsOf<SysConfReader>, m_maintenanceIP);
 }
 
 std::string SysConfReader::getLocalHostTagName() {
-    return copyUnder(m_pMutex, m_hostTagName);
+    return copyUnder(m_pMutex, turnsOf<SysConfReader>, m_hostTagName);
 }
 
 std::string SysConfReader::getFloatNodeId() {
-    return copyUnder(m_pMutex, m_floatNodeId);
+    return copyUnder(m_pMutex, turnsOf<SysConfReader>, m_floatNodeId);
 }
 
 std::string SysConfReader::GetMasterInternalServiceIP() const {
@@ -60,7 +60,7 @@ std::string SysConfReader::GetAppRoot() {
 int SysConfReader::getPFType() {
     // Before the read lock: creating the instance under it would wait for the write lock for ever.
     SysConfReader* reader = Instance();
-    const ReadGuard guard(m_pMutex);
+    const ReadGuard guard(m_pMutex, turnsOf<SysConfReader>);
     std::list<std::string> pieces;
     QuarnCommonUtils::split(reader->getLocalSouthIP(), ";", pieces);
     return rules::protocolFamily(pieces);

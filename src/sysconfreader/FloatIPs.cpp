@@ -9,7 +9,7 @@ namespace Quarncommon {
 int SysConfReader::getAllFloatIP(
     std::set<std::string> usages, // NOLINT(performance-unnecessary-value-param)
     std::map<std::string, std::set<std::string>>& floatIPs) {
-    return askManagerNodeList(m_pMutex, [&](const rules::Node& list) {
+    return askManagerNodeList(m_pMutex, turnsOf<SysConfReader>, [&](const rules::Node& list) {
         rules::collectTaggedAddresses(list, usages, floatIPs);
     });
 }

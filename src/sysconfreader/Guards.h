@@ -1,5 +1,7 @@
 #pragma once
 
+#include "sysconfreader/WriterTurns.h"
+
 #include <ace/Guard_T.h>
 #include <ace/RW_Thread_Mutex.h>
 
@@ -17,12 +19,20 @@ namespace Quarncommon {
 template <typename AceGuard>
 class ErrnoKeepingGuard : public AceGuard {
 public:
-    explicit ErrnoKeepingGuard(ACE_RW_Thread_Mutex& mutex)
-        : AceGuard(mutex), m_error(this->locked() ? 0 : errno) {}
     ErrnoKeepingGuard(const ErrnoKeepingGuard&) = delete;
     ErrnoKeepingGuard& operator=(const ErrnoKeepingGuard&) = delete;
+
+protected:
+    explicit ErrnoKeepingGuard(ACE_RW_Thread_Mutex& mutex)
+        : AceGuard(mutex), m_error(this->locked() ? 0 : errno) {
+        if (m_error == 0) {
+            WriterTurns::locked();
+        }
+    }
     ~ErrnoKeepingGuard() {
-        if (m_error != 0) {
+        if (m_error == 0) {
+            WriterTurns::unlocked();
+        } else {
             errno = m_error;
         }
     }
@@ -31,13 +41,28 @@ private:
     int m_error;
 };
 
-using ReadGuard = ErrnoKeepingGuard<ACE_Read_Guard<ACE_RW_Thread_Mutex>>;
-using WriteGuard = ErrnoKeepingGuard<ACE_Write_Guard<ACE_RW_Thread_Mutex>>;
+/// The read side, after a writer that waits for the lock.
+class ReadGuard : public ErrnoKeepingGuard<ACE_Read_Guard<ACE_RW_Thread_Mutex>> {
+public:
+    ReadGuard(ACE_RW_Thread_Mutex& mutex, WriterTurns& turns)
+        : ErrnoKeepingGuard((turns.letOneWriterPass(), mutex)) {}
+};
+
+/// The write side.
+class WriteGuard : public ErrnoKeepingGuard<ACE_Write_Guard<ACE_RW_Thread_Mutex>> {
+public:
+    WriteGuard(ACE_RW_Thread_Mutex& mutex, WriterTurns& turns)
+        : WriteGuard(mutex, WriterTurns::Wait(turns)) {}
+
+private:
+    WriteGuard(ACE_RW_Thread_Mutex& mutex, const WriterTurns::Wait& /*untilAcquired*/)
+        : ErrnoKeepingGuard(mutex) {}
+};
 
 /// A copy of what the mutex guards, made under its read side.
 template <typename Member>
-Member copyUnder(ACE_RW_Thread_Mutex& mutex, const Member& member) {
-    const ReadGuard guard(mutex);
+Member copyUnder(ACE_RW_Thread_Mutex& mutex, WriterTurns& turns, const Member& member) {
+    const ReadGuard guard(mutex, turns);
     return member;
 }
 

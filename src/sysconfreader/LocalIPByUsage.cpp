@@ -11,7 +11,7 @@ std::string SysConfReader::getLocalIPByUsage(const std::string& usage) {
     std::string address;
     completes([&] {
         const std::string tag = rules::lowerCased(usage);
-        const ReadGuard guard(m_pMutex);
+        const ReadGuard guard(m_pMutex, turnsOf<SysConfReader>);
         config::Document list;
         if (!config::readJsonFile(config::pathOf(config::kNodeList), list)) {
             return;
@@ -32,7 +32,7 @@ std::string SysConfReader::getLocalServiceIP() {
     std::string address = getLocalIPByUsage(std::string(rules::kServiceTag));
     if (address.empty()) {
         completes([&] {
-            const ReadGuard guard(m_pMutex);
+            const ReadGuard guard(m_pMutex, turnsOf<SysConfReader>);
             address = m_maintenanceIP;
         });
     }

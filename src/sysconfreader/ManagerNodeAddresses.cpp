@@ -7,7 +7,7 @@ namespace Quarncommon {
 
 int SysConfReader::getIPAddresses(const std::string& fieldName, const std::string& valuePrefix,
                                   std::list<std::string>& addresses) {
-    return askManagerNodeList(m_pMutex, [&](const rules::Node& list) {
+    return askManagerNodeList(m_pMutex, turnsOf<SysConfReader>, [&](const rules::Node& list) {
         rules::appendAddresses(list, fieldName, valuePrefix, addresses);
     });
 }

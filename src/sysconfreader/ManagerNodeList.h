@@ -9,10 +9,10 @@ namespace Quarncommon {
 /// and came to its end, -1 when `TOLM_ROOT` is unset, the list does not parse or the question
 /// threw.
 template <typename Question>
-int askManagerNodeList(ACE_RW_Thread_Mutex& mutex, Question question) {
+int askManagerNodeList(ACE_RW_Thread_Mutex& mutex, WriterTurns& turns, Question question) {
     int result = -1;
     completes([&] {
-        const ReadGuard guard(mutex);
+        const ReadGuard guard(mutex, turns);
         const auto path = config::pathIfSet(config::kManagerNodeList);
         config::Document list;
         if (path && config::readJsonFile(*path, list)) {

@@ -20,7 +20,7 @@ std::string SysConfReader::getLocalNorthIP() {
 // The answer that the second getLocalNodeIPs gives on an empty map, told without its thousand keys:
 // only the slots that have an address are kept, under their numbers.
 std::string SysConfReader::getLocalSouthIP() {
-    const ReadGuard guard(m_pMutex);
+    const ReadGuard guard(m_pMutex, turnsOf<SysConfReader>);
     std::map<int, std::string> bySlot;
     const auto slotFor = [&](const std::string& tag) {
         const int slot = rules::southboundSlot(tag, kSouthboundUsage);

@@ -23,7 +23,7 @@ SysConfReader* SysConfReader::Instance() {
     if (SysConfReader* reader = m_pInstance.load(std::memory_order_acquire)) {
         return reader;
     }
-    const WriteGuard guard(m_pMutex);
+    const WriteGuard guard(m_pMutex, turnsOf<SysConfReader>);
     if (SysConfReader* reader = m_pInstance.load(std::memory_order_acquire)) {
         return reader;
     }
@@ -44,18 +44,18 @@ SysConfReader* SysConfReader::Instance() {
 void SysConfReader::Destory() {
     SysConfReaderImpl::Instance();
     SysConfReaderImpl::Destory();
-    const WriteGuard guard(m_pMutex);
+    const WriteGuard guard(m_pMutex, turnsOf<SysConfReader>);
     delete m_pInstance.exchange(nullptr);
 }
 
 void SysConfReader::Reload() {
-    const WriteGuard guard(m_pMutex);
+    const WriteGuard guard(m_pMutex, turnsOf<SysConfReader>);
     reloadLocked();
 }
 
 void SysConfReader::reloadInstance() {
     Instance();
-    const WriteGuard guard(m_pMutex);
+    const WriteGuard guard(m_pMutex, turnsOf<SysConfReader>);
     // Destroyed by another thread since: whoever asks next loads what has changed.
     if (SysConfReader* reader = m_pInstance.load(std::memory_order_acquire)) {
         reader->reloadLocked();

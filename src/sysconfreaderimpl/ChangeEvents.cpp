@@ -108,7 +108,7 @@ SysConfReaderImpl::~SysConfReaderImpl() {
 
 void SysConfReaderImpl::Destory() {
     EventGate::Closure closed(g_eventGate);
-    const WriteGuard guard(m_pMutex);
+    const WriteGuard guard(m_pMutex, turnsOf<SysConfReaderImpl>);
     delete m_pInstance.exchange(nullptr);
     // Still under the lock: an instance that another thread creates next must miss no event.
     closed.end();
@@ -123,7 +123,7 @@ void SysConfReaderImpl::applyChange(const void* subscriber) {
     {
         // Waits for a first load to publish the instance that it has subscribed. The user data is
         // only compared: it may belong to an instance that is long gone.
-        const ReadGuard guard(m_pMutex);
+        const ReadGuard guard(m_pMutex, turnsOf<SysConfReaderImpl>);
         reader = m_pInstance.load(std::memory_order_acquire);
     }
     if (reader != nullptr && reader == subscriber) {

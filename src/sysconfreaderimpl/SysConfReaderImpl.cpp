@@ -36,7 +36,7 @@ SysConfReaderImpl* SysConfReaderImpl::Instance() {
     if (SysConfReaderImpl* reader = m_pInstance.load(std::memory_order_acquire)) {
         return reader;
     }
-    const WriteGuard guard(m_pMutex);
+    const WriteGuard guard(m_pMutex, turnsOf<SysConfReaderImpl>);
     if (SysConfReaderImpl* reader = m_pInstance.load(std::memory_order_acquire)) {
         return reader;
     }
@@ -61,7 +61,7 @@ SysConfReaderImpl* SysConfReaderImpl::Instance() {
 std::string SysConfReaderImpl::currentAnswer(std::string SysConfReaderImpl::*answer) {
     for (;;) {
         Instance();
-        const ReadGuard guard(m_pMutex);
+        const ReadGuard guard(m_pMutex, turnsOf<SysConfReaderImpl>);
         // Null when another thread has destroyed the instance in between: then once more.
         if (const SysConfReaderImpl* reader = m_pInstance.load(std::memory_order_acquire)) {
             return reader->*answer;
@@ -71,7 +71,7 @@ std::string SysConfReaderImpl::currentAnswer(std::string SysConfReaderImpl::*ans
 
 void SysConfReaderImpl::Reload() {
     SysConfReader::reloadInstance();
-    const WriteGuard guard(m_pMutex);
+    const WriteGuard guard(m_pMutex, turnsOf<SysConfReaderImpl>);
     Init_i();
 }
 
@@ -148,19 +148,19 @@ std::string SysConfReaderImpl::GetManagerNodeListFilePath() const {
 }
 
 std::string SysConfReaderImpl::GetLocalInternalServiceIP() const {
-    return copyUnder(m_pMutex, m_localInternalServiceIP);
+    return copyUnder(m_pMutex, turnsOf<SysConfReaderImpl>, m_localInternalServiceIP);
 }
 
 std::string SysConfReaderImpl::GetMasterInternalServiceIP() const {
-    return copyUnder(m_pMutex, m_masterInternalServiceIP);
+    return copyUnder(m_pMutex, turnsOf<SysConfReaderImpl>, m_masterInternalServiceIP);
 }
 
 std::string SysConfReaderImpl::GetStandbyInternalServiceIP() const {
-    return copyUnder(m_pMutex, m_standbyInternalServiceIP);
+    return copyUnder(m_pMutex, turnsOf<SysConfReaderImpl>, m_standbyInternalServiceIP);
 }
 
 std::string SysConfReaderImpl::GetProductName() const {
-    return copyUnder(m_pMutex, m_productName);
+    return copyUnder(m_pMutex, turnsOf<SysConfReaderImpl>, m_productName);
 }
 
 } // namespace Quarncommon

@@ -20,7 +20,7 @@ SysConfReader_i* SysConfReader_i::Instance() {
     if (SysConfReader_i* facade = m_pInstance.load(std::memory_order_acquire)) {
         return facade;
     }
-    const WriteGuard guard(m_pMutex);
+    const WriteGuard guard(m_pMutex, turnsOf<SysConfReader_i>);
     SysConfReader_i* facade = m_pInstance.load(std::memory_order_acquire);
     if (facade == nullptr) {
         facade = new SysConfReader_i;
@@ -30,7 +30,7 @@ SysConfReader_i* SysConfReader_i::Instance() {
 }
 
 void SysConfReader_i::Destory() {
-    const WriteGuard guard(m_pMutex);
+    const WriteGuard guard(m_pMutex, turnsOf<SysConfReader_i>);
     delete m_pInstance.exchange(nullptr);
 }
 

@@ -6,6 +6,7 @@
 #include <array>
 #include <atomic>
 #include <pthread.h>
+#include <utility>
 
 extern "C" {
 [[gnu::weak]] int __interceptor_pthread_rwlock_rdlock(pthread_rwlock_t*);
@@ -39,6 +40,7 @@ constinit Injection g_read{&__interceptor_pthread_rwlock_rdlock, "pthread_rwlock
 constinit Injection g_write{&__interceptor_pthread_rwlock_wrlock, "pthread_rwlock_wrlock"};
 constinit Injection g_unlock{&__interceptor_pthread_rwlock_unlock, "pthread_rwlock_unlock"};
 std::atomic<int> g_misreport{0};
+std::function<void(support::LockCall, bool)> g_lockHook;
 
 Injection& injection(support::LockCall call) {
     switch (call) {
@@ -62,10 +64,16 @@ thread_local std::size_t t_strayUnlocks = 0;
 thread_local std::size_t t_mostHeld = 0;
 
 int acquire(support::LockCall kind, pthread_rwlock_t* lock) {
+    if (g_lockHook) {
+        g_lockHook(kind, false);
+    }
     const int result = injection(kind).call(lock);
     if (result == 0 && t_heldCount < t_held.size()) {
         t_held[t_heldCount++] = {lock, kind};
         t_mostHeld = std::max(t_mostHeld, t_heldCount);
+    }
+    if (result == 0 && g_lockHook) {
+        g_lockHook(kind, true);
     }
     return result;
 }
@@ -110,6 +118,10 @@ void failLockCalls(LockCall call, int error) {
 
 void misreportUnlocks(int error) {
     g_misreport = error;
+}
+
+void setLockHook(std::function<void(LockCall, bool)> hook) {
+    g_lockHook = std::move(hook);
 }
 
 LockCounts lockCounts() {

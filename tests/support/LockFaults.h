@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 
 /// Faults of the reader/writer locks of the library under test, injected from outside: the test
 /// executable defines the pthread calls itself, so this header goes with LockFaults.cpp linked in.
@@ -15,6 +16,10 @@ void failLockCalls(LockCall call, int error);
 /// From now on unlock calls do unlock, but answer `error` (0 ends it), so that a failed release can
 /// be followed by further calls.
 void misreportUnlocks(int error);
+
+/// Run by each thread that asks for a side of a lock: before it waits for it, and, `held`, when it
+/// has got it. To be set while nobody asks.
+void setLockHook(std::function<void(LockCall, bool held)> hook);
 
 /// What has gone through since the start or the last reset: calls that succeeded, by kind.
 struct LockCounts {

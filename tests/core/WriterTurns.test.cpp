@@ -1,0 +1,168 @@
+// Reloads among callers that never pause, and callers that hold a lock while a reload waits.
+
+#include "sysconfreader/WriterTurns.h"
+#include "SysConfReader.h"
+#include "SysConfReaderImpl.h"
+#include "support/Answers.h"
+#include "support/Deployment.h"
+#include "support/EventLibrary.h"
+#include "support/LockFaults.h"
+#include "support/LocksFree.h"
+#include "support/SampleTexts.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using Quarncommon::SysConfReader;
+using Quarncommon::SysConfReaderImpl;
+using Quarncommon::WriterTurns;
+using support::Deployment;
+using support::LockCall;
+
+/// Threads that do the same again and again until the object goes.
+class Crowd {
+public:
+    Crowd(int count, const std::function<void()>& work) {
+        for (int i = 0; i < count; ++i) {
+            m_threads.emplace_back([work, this](const std::stop_token& stop) {
+                while (!stop.stop_requested()) {
+                    work();
+                    ++m_rounds;
+                }
+            });
+        }
+        while (m_rounds < 10 * count) {
+            std::this_thread::yield();
+        }
+    }
+
+private:
+    std::atomic<int> m_rounds{0};
+    std::vector<std::jthread> m_threads;
+};
+
+constexpr int kCrowd = 16;
+constexpr int kReloads = 50;
+
+TEST(Reload, AmongThreadsThatQueryWithoutPause_GetsItsTurn) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    SysConfReader& reader = *SysConfReader::Instance();
+    const Crowd crowd(kCrowd, [&] { reader.getLocalIPByUsage("service"); });
+    for (int i = 0; i < kReloads; ++i) {
+        reader.Reload();
+    }
+    writeGeneration(deployment, 2);
+    reader.Reload();
+    EXPECT_EQ(support::loadedValues(deployment), support::sampleLoadedValues(2));
+}
+
+TEST(RoleReload, AmongThreadsThatAskWithoutPause_GetsItsTurn) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    SysConfReaderImpl& roles = *SysConfReaderImpl::Instance();
+    const Crowd crowd(kCrowd, [&] { roles.GetMasterInternalServiceIP(); });
+    for (int i = 0; i < kReloads; ++i) {
+        roles.Reload();
+    }
+    writeGeneration(deployment, 2);
+    roles.Reload();
+    EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(2));
+}
+
+TEST(Queries, AmongThreadsThatReloadWithoutPause_GetTheirTurn) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    SysConfReader& reader = *SysConfReader::Instance();
+    const Crowd crowd(4, [&] { reader.Reload(); });
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_EQ(reader.getLocalIPByUsage("service"), "10.1.1.3");
+    }
+}
+
+/// A thread that is made to wait for the write side of a lock.
+class WaitingWriter {
+public:
+    /// Runs `write` on a thread of its own and returns when that asks for the write side.
+    void start(const std::function<void()>& write) {
+        m_thread = std::jthread(write);
+        while (!m_asks) {
+            std::this_thread::yield();
+        }
+    }
+    bool started() const { return m_thread.joinable(); }
+    /// To be called by the lock hook.
+    void note(LockCall call, bool held) {
+        if (call == LockCall::Write && !held) {
+            m_asks = true;
+        }
+    }
+
+private:
+    std::atomic<bool> m_asks{false};
+    std::jthread m_thread;
+};
+
+TEST(ProtocolFamily, WhileAReloadWaits_ReadsTwiceWithoutWaitingForIt) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    SysConfReader& reader = *SysConfReader::Instance();
+    const int family = reader.getPFType();
+    {
+        WaitingWriter writer;
+        support::setLockHook([&](LockCall call, bool held) {
+            writer.note(call, held);
+            if (call == LockCall::Read && held && !writer.started()) {
+                writer.start([&] { reader.Reload(); });
+            }
+        });
+        EXPECT_EQ(reader.getPFType(), family);
+        EXPECT_TRUE(writer.started());
+    }
+    support::expectLocksFree();
+}
+
+TEST(ChangeEvent, WithinASubscriptionThatAnotherThreadWaitsFor_DoesNotWait) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    support::installEventLibrary("recording");
+    {
+        WaitingWriter writer;
+        int answer = -3;
+        support::setSubscribedHook([&] {
+            support::setLockHook([&](LockCall call, bool held) { writer.note(call, held); });
+            writer.start([] { SysConfReaderImpl::Instance(); });
+            answer = support::deliver();
+        });
+        EXPECT_EQ(SysConfReaderImpl::Instance()->GetProductName(), "tenancy1");
+        EXPECT_EQ(answer, 0);
+    }
+    support::expectLocksFree();
+}
+
+TEST(WriterTurns, OfWritersWithoutEnd_AReaderLetsOnePass) {
+    WriterTurns turns;
+    auto next = std::make_unique<WriterTurns::Wait>(turns);
+    std::atomic<bool> passed{false};
+    const std::jthread reader([&] {
+        turns.letOneWriterPass();
+        passed = true;
+    });
+    while (!passed) {
+        auto last = std::move(next);
+        next = std::make_unique<WriterTurns::Wait>(turns);
+        last.reset();
+        std::this_thread::yield();
+    }
+    // All the time at least one has been waiting, and still is.
+    EXPECT_TRUE(passed);
+}
+
+} // namespace
