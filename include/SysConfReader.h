@@ -41,8 +41,9 @@ namespace Quarncommon {
 /// Threads. Any thread may call any operation, but none may use a pointer from Instance() once
 /// Destory() has been called. One reader/writer lock serves the class: "read lock" below means
 /// that its read side is held for the whole call (waiting for a load, running beside other
-/// queries); creation, Reload() and Destory() hold the write side. When a lock call fails, its
-/// error number is left in `errno` and the operation goes on without the lock.
+/// queries); creation, Reload() and Destory() hold the write side. A load that waits for queries in
+/// progress goes before queries that begin later, however busy the callers are. When a lock call
+/// fails, its error number is left in `errno` and the operation goes on without the lock.
 ///
 /// Ownership. Answers are copies. Outputs passed by reference are the caller's; they are appended
 /// to or updated, never cleared, unless an operation says otherwise.
