@@ -38,6 +38,8 @@ class Results:
         self.threads = sorted({key[-1] for key in rates})
         self.memory = [json.loads(path.read_text(encoding="utf-8"))
                        for path in sorted(pathlib.Path(directory).glob("memory-*.json"))]
+        self.reload = {path.stem.split("-")[1]: json.loads(path.read_text(encoding="utf-8"))
+                       for path in pathlib.Path(directory).glob("reload-*.json")}
         self.load = (pathlib.Path(directory) / "load").read_text(encoding="utf-8").strip()
         for path in pathlib.Path(directory).glob("*.bytes"):
             nodes, layout = path.stem.split("-")
