@@ -1,0 +1,212 @@
+#include "FileWatch.h"
+
+#include "WatchFaults.h"
+#include "support/Deployment.h"
+#include "support/TestDirectory.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <sys/stat.h>
+#include <system_error>
+
+namespace {
+
+using eventcbutil::FileWatch;
+namespace fs = std::filesystem;
+
+void writeInPlace(const fs::path& path, const std::string& text) {
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
+}
+
+void touch(const fs::path& path) {
+    ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), nullptr, 0), 0);
+}
+
+/// Notices are there as soon as what they tell of has happened, so nothing needs to be waited for.
+class FileWatchOf : public testing::Test {
+protected:
+    fs::path m_folder = support::testDirectory() / "conf";
+    fs::path m_file = m_folder / "file";
+
+    void SetUp() override { support::writeFile(m_file, "text"); }
+};
+
+TEST_F(FileWatchOf, NothingHappens_NoChange) {
+    FileWatch watch({m_file.string()});
+    EXPECT_FALSE(watch.changed());
+    EXPECT_TRUE(watch.complete());
+}
+
+TEST_F(FileWatchOf, ReadingTheFile_NoChange) {
+    FileWatch watch({m_file.string()});
+    std::string text;
+    std::ifstream(m_file) >> text;
+    EXPECT_FALSE(watch.changed());
+}
+
+TEST_F(FileWatchOf, ChangesAreTold_Once) {
+    FileWatch watch({m_file.string()});
+    writeInPlace(m_file, "other");
+    EXPECT_TRUE(watch.changed());
+    EXPECT_FALSE(watch.changed());
+}
+
+TEST_F(FileWatchOf, UnrelatedFilesOfTheSameFolders_NoChange) {
+    const fs::path neighbour = m_folder / "file2";
+    support::writeFile(neighbour, "text");
+    FileWatch watch({m_file.string()});
+    writeInPlace(neighbour, "other");
+    support::writeFile(neighbour, "other");
+    touch(neighbour);
+    fs::remove(neighbour);
+    fs::create_directory(m_folder / "fil");
+    fs::rename(m_folder / "fil", m_folder / "FILE");
+    fs::create_directory(support::testDirectory() / "conf2");
+    support::writeFile(support::testDirectory() / "file", "same name elsewhere");
+    fs::create_symlink("nowhere", support::testDirectory() / "link");
+    EXPECT_FALSE(watch.changed());
+}
+
+TEST_F(FileWatchOf, TouchedOrOtherPermissions_Change) {
+    FileWatch watch({m_file.string()});
+    touch(m_file);
+    EXPECT_TRUE(watch.changed());
+    fs::permissions(m_file, fs::perms::none);
+    EXPECT_TRUE(watch.changed());
+    fs::permissions(m_folder, fs::perms::owner_all);
+    EXPECT_TRUE(watch.changed());
+}
+
+TEST_F(FileWatchOf, FileStillOpenForWriting_EachWriteIsAChange) {
+    FileWatch watch({m_file.string()});
+    std::ofstream file(m_file, std::ios::app);
+    file << "more" << std::flush;
+    EXPECT_TRUE(watch.changed());
+    file << "more" << std::flush;
+    EXPECT_TRUE(watch.changed());
+}
+
+TEST_F(FileWatchOf, FileThatWasRenamedOver_IsOutOfSight) {
+    std::ofstream old(m_file, std::ios::app);
+    FileWatch watch({m_file.string()});
+    support::writeFile(m_file, "new");
+    ASSERT_TRUE(watch.changed());
+    old << "into the file that has gone" << std::flush;
+    EXPECT_FALSE(watch.changed());
+}
+
+TEST_F(FileWatchOf, FolderMovedAway_ItsFilesAreOutOfSight) {
+    FileWatch watch({m_file.string()});
+    const fs::path away = support::testDirectory() / "away";
+    fs::rename(m_folder, away);
+    ASSERT_TRUE(watch.changed());
+    writeInPlace(away / "file", "other");
+    EXPECT_FALSE(watch.changed());
+}
+
+TEST_F(FileWatchOf, OtherPathsThanBefore_NoWatchIsLeftBehind) {
+    fs::create_directories(m_folder / "v1");
+    fs::create_directories(m_folder / "v2");
+    fs::create_directory_symlink("v1", m_folder / "data");
+    FileWatch watch({(m_folder / "data/file").string()});
+    const std::size_t folders = watch.folderCount();
+    for (int i = 0; i < 1000; ++i) {
+        fs::create_directory_symlink(i % 2 == 0 ? "v2" : "v1", m_folder / "next");
+        fs::rename(m_folder / "next", m_folder / "data");
+        ASSERT_TRUE(watch.changed());
+        ASSERT_EQ(watch.folderCount(), folders);
+    }
+    std::ifstream info("/proc/self/fdinfo/" + std::to_string(watch.descriptor()));
+    std::size_t kernelsWatches = 0;
+    for (std::string line; std::getline(info, line);) {
+        kernelsWatches += line.starts_with("inotify ") ? 1U : 0U;
+    }
+    EXPECT_EQ(kernelsWatches, folders);
+}
+
+TEST_F(FileWatchOf, FoldersCreatedOneByOne_AllChangesSeen) {
+    const fs::path file = m_folder / "a/b/c/file";
+    FileWatch watch({file.string()});
+    for (const fs::path& folder : {m_folder / "a", m_folder / "a/b", m_folder / "a/b/c"}) {
+        fs::create_directory(folder);
+        EXPECT_TRUE(watch.changed()) << folder;
+    }
+    writeInPlace(file, "text");
+    EXPECT_TRUE(watch.changed());
+}
+
+TEST_F(FileWatchOf, TwoFilesInOneFolder_EachIsSeen) {
+    const fs::path other = m_folder / "other";
+    FileWatch watch({m_file.string(), other.string()});
+    writeInPlace(other, "text");
+    EXPECT_TRUE(watch.changed());
+    writeInPlace(m_file, "text2");
+    EXPECT_TRUE(watch.changed());
+}
+
+TEST_F(FileWatchOf, FolderOfOneFileOnTheWayToAnother_BothAreSeen) {
+    const fs::path deeper = m_folder / "deeper/file";
+    support::writeFile(deeper, "text");
+    FileWatch watch({m_file.string(), deeper.string()});
+    writeInPlace(m_file, "text2");
+    EXPECT_TRUE(watch.changed());
+    writeInPlace(deeper, "text2");
+    EXPECT_TRUE(watch.changed());
+}
+
+/// So many notices for another file that the one about this file does not fit into the kernel's
+/// queue any more.
+TEST_F(FileWatchOf, QueueOverflows_IsAChange) {
+    std::size_t most = 0;
+    std::ifstream("/proc/sys/fs/inotify/max_queued_events") >> most;
+    ASSERT_GT(most, 0U);
+    FileWatch watch({m_file.string()});
+    // Equal notices in a row are one, so two files take turns.
+    std::ofstream one(m_folder / "one");
+    std::ofstream two(m_folder / "two");
+    for (std::size_t i = 0; i <= most; ++i) {
+        (i % 2 == 0 ? one : two) << 'x' << std::flush;
+    }
+    writeInPlace(m_file, "lost notice");
+    EXPECT_TRUE(watch.changed());
+    EXPECT_FALSE(watch.changed());
+    writeInPlace(m_file, "seen again");
+    EXPECT_TRUE(watch.changed());
+}
+
+TEST_F(FileWatchOf, KernelRefusesWatches_ConstructorThrowsItsError) {
+    refuseWatches(ENOSPC);
+    try {
+        const FileWatch watch({m_file.string()});
+        ADD_FAILURE() << "no exception";
+    } catch (const std::system_error& error) {
+        EXPECT_EQ(error.code().value(), ENOSPC);
+    }
+}
+
+TEST_F(FileWatchOf, FolderOfTheFileMayNotBeListed_ConstructorThrows) {
+    refuseWatches(EACCES);
+    EXPECT_THROW(FileWatch({m_file.string()}), std::system_error);
+}
+
+TEST_F(FileWatchOf, KernelRefusesWatchesLater_IncompleteUntilItGivesThemAgain) {
+    FileWatch watch({m_file.string()});
+    refuseWatches(ENOSPC);
+    support::writeFile(m_file, "new");
+    EXPECT_TRUE(watch.changed());
+    EXPECT_FALSE(watch.complete());
+    watch.followAgain();
+    EXPECT_FALSE(watch.complete());
+    refuseWatches(0);
+    watch.followAgain();
+    EXPECT_TRUE(watch.complete());
+    EXPECT_FALSE(watch.changed());
+    support::writeFile(m_file, "newer");
+    EXPECT_TRUE(watch.changed());
+}
+
+} // namespace

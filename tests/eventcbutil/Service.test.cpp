@@ -1,0 +1,575 @@
+// The event library's contract: who is called, when, how often, and when no more.
+
+#include "EventConsumerCB.h"
+#include "Recorder.h"
+#include "Resources.h"
+#include "WatchFaults.h"
+#include "support/Deployment.h"
+#include "support/TestDirectory.h"
+#include "support/Threads.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <mutex>
+#include <pthread.h>
+#include <stdexcept>
+#include <sys/resource.h>
+#include <thread>
+
+namespace {
+
+using support::Deployment;
+using support::setEnvironment;
+using support::writeFile;
+using testing::ElementsAre;
+namespace fs = std::filesystem;
+
+class EventService : public testing::Test {
+protected:
+    Deployment m_deployment;
+    fs::path m_file = m_deployment.nodeListPath();
+    Recorder m_recorder{m_file};
+
+    void SetUp() override {
+        setEnvironment("SYSCONF_EVENT_QUIET_MS", "5");
+        writeFile(m_file, "before");
+        writeFile(m_deployment.appConfigPath(), "{}");
+        writeFile(m_deployment.managerNodeListPath(), "{}");
+    }
+};
+
+int countCall(const std::string&, const std::string& second, const std::string& third,
+              void* userData) {
+    if (second.empty() && third.empty()) {
+        ++*static_cast<std::atomic<int>*>(userData);
+    }
+    return 0;
+}
+
+TEST_F(EventService, Init_CopiesTheRecordAndTheTexts) {
+    std::atomic<int> calls{0};
+    {
+        auto callback = std::make_unique<EventConsumerCallback>();
+        *callback = {countCall, &calls};
+        auto name = std::make_unique<std::string>("SysConfigEvent");
+        ASSERT_EQ(EventConsumerCBInit(*name, "", callback.get()), 0);
+        *callback = {nullptr, nullptr};
+        *name = "gone";
+    }
+    writeFile(m_file, "after");
+    while (calls == 0) {
+        std::this_thread::yield();
+    }
+    EventConsumerCBFini();
+    EXPECT_EQ(calls, 1);
+}
+
+TEST_F(EventService, WhatCannotBeSubscribed_IsRefusedAndLeavesNothing) {
+    const Resources before = resources();
+    const EventConsumerCallback callback = m_recorder.record();
+    const EventConsumerCallback nobody{nullptr, &m_recorder};
+    EXPECT_LT(EventConsumerCBInit("SysConfigEvent ", "", &callback), 0);
+    EXPECT_LT(EventConsumerCBInit("sysconfigevent", "", &callback), 0);
+    EXPECT_LT(EventConsumerCBInit("", "", &callback), 0);
+    EXPECT_LT(EventConsumerCBInit("SysConfigEvent", "", nullptr), 0);
+    EXPECT_LT(EventConsumerCBInit("SysConfigEvent", "", &nobody), 0);
+    EXPECT_EQ(resources(), before);
+}
+
+TEST_F(EventService, KernelRefusesWatches_RefusedAndPossibleLater) {
+    const Resources before = resources();
+    refuseWatches(ENOSPC);
+    EXPECT_LT(m_recorder.subscribe(), 0);
+    EXPECT_EQ(resources(), before);
+    refuseWatches(0);
+    ASSERT_EQ(m_recorder.subscribe(), 0);
+    writeFile(m_file, "after");
+    m_recorder.waitForText("after");
+    EventConsumerCBFini();
+}
+
+TEST_F(EventService, NoDescriptorLeft_RefusedAndPossibleLater) {
+    rlimit limit{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+    const rlimit none{3, limit.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    EXPECT_LT(m_recorder.subscribe(), 0);
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+    ASSERT_EQ(m_recorder.subscribe(), 0);
+    EventConsumerCBFini();
+}
+
+TEST_F(EventService, OneDescriptorLeft_RefusedAndGivenBack) {
+    const Resources before = resources();
+    rlimit limit{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+    const int lowest = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    ::close(lowest);
+    const rlimit one{static_cast<rlim_t>(lowest) + 1, limit.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &one), 0);
+    EXPECT_LT(m_recorder.subscribe(), 0);
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+    EXPECT_EQ(resources(), before);
+}
+
+/// No thread can be started with a stack that no address space can hold.
+TEST_F(EventService, NoThreadToBeHad_RefusedAndPossibleLater) {
+    const Resources before = resources();
+    pthread_attr_t ordinary{};
+    ASSERT_EQ(::pthread_getattr_default_np(&ordinary), 0);
+    pthread_attr_t tooLarge{};
+    ASSERT_EQ(::pthread_attr_init(&tooLarge), 0);
+    ASSERT_EQ(::pthread_attr_setstacksize(&tooLarge, std::size_t{1} << 50U), 0);
+    ASSERT_EQ(::pthread_setattr_default_np(&tooLarge), 0);
+    EXPECT_LT(m_recorder.subscribe(), 0);
+    ASSERT_EQ(::pthread_setattr_default_np(&ordinary), 0);
+    EXPECT_EQ(resources(), before);
+    ASSERT_EQ(m_recorder.subscribe(), 0);
+    writeFile(m_file, "after");
+    m_recorder.waitForText("after");
+    EventConsumerCBFini();
+}
+
+TEST_F(EventService, WorkingDirectoryGone_RelativePathsAreRefused) {
+    const fs::path here = support::testDirectory() / "here";
+    fs::create_directory(here);
+    fs::current_path(here);
+    fs::remove(here);
+    setEnvironment("APP_ROOT", "app");
+    EXPECT_LT(m_recorder.subscribe(), 0);
+    setEnvironment("APP_ROOT", m_deployment.appRoot().c_str());
+    EXPECT_EQ(m_recorder.subscribe(), 0);
+    EventConsumerCBFini();
+}
+
+/// The thread is held in a first callback while all the writes happen: however long they take, the
+/// service comes to know of them all at once.
+TEST_F(EventService, AThousandWritesInOneBurst_AreOneEvent) {
+    Barrier barrier;
+    m_recorder.setHook([&] {
+        barrier.arrive();
+        return 0;
+    });
+    ASSERT_EQ(m_recorder.subscribe(), 0);
+    writeFile(m_file, "first");
+    barrier.waitForArrival();
+    for (int i = 1; i <= 1000; ++i) {
+        if (i % 2 == 0) {
+            writeFile(m_file, std::to_string(i));
+        } else {
+            writeInPlace(m_file, std::to_string(i));
+        }
+    }
+    barrier.letGo();
+    m_recorder.waitForText("1000");
+    writeFile(m_file, "last");
+    m_recorder.waitForText("last");
+    EventConsumerCBFini();
+    EXPECT_THAT(m_recorder.texts(), ElementsAre("first", "1000", "last"));
+}
+
+/// The same with the thread at work. A burst that a busy machine draws out beyond the quiet time is
+/// no burst, and is done once more.
+TEST_F(EventService, AThousandWritesWithinTheQuietTime_AreOneEvent) {
+    constexpr std::chrono::milliseconds kQuiet{900};
+    setEnvironment("SYSCONF_EVENT_QUIET_MS", "900");
+    ASSERT_EQ(m_recorder.subscribe(), 0);
+    std::vector<std::string> texts;
+    for (int round = 0; texts.empty(); ++round) {
+        const std::size_t before = m_recorder.count();
+        const std::string last = "last of " + std::to_string(round);
+        const auto start = std::chrono::steady_clock::now();
+        for (int i = 0; i < 999; ++i) {
+            writeFile(m_file, std::to_string(i));
+        }
+        writeFile(m_file, last);
+        const bool burst = std::chrono::steady_clock::now() - start < kQuiet;
+        m_recorder.waitForText(last);
+        if (burst) {
+            texts = m_recorder.texts();
+            texts.erase(texts.begin(), texts.begin() + static_cast<std::ptrdiff_t>(before));
+            EXPECT_THAT(texts, ElementsAre(last));
+        }
+    }
+    EventConsumerCBFini();
+}
+
+TEST_F(EventService, FileThatNeverRests_IsAnnouncedAllTheSame) {
+    setEnvironment("SYSCONF_EVENT_QUIET_MS", "1000");
+    ASSERT_EQ(m_recorder.subscribe(), 0);
+    for (int i = 0; m_recorder.count() < 2; ++i) {
+        writeInPlace(m_file, std::to_string(i));
+    }
+    EventConsumerCBFini();
+    EXPECT_GE(m_recorder.count(), 2U);
+}
+
+TEST_F(EventService, UnrelatedFilesInTheSameFolders_NoEvent) {
+    ASSERT_EQ(m_recorder.subscribe(), 0);
+    const fs::path folder = m_file.parent_path();
+    for (int i = 0; i < 100; ++i) {
+        writeFile(folder / "nodelist.json.bak", std::to_string(i));
+        writeFile(folder.parent_path() / "other", std::to_string(i));
+        writeFile(support::testDirectory() / "nodelist.json", std::to_string(i));
+    }
+    writeFile(m_file, "after");
+    m_recorder.waitForText("after");
+    EventConsumerCBFini();
+    EXPECT_THAT(m_recorder.texts(), ElementsAre("after"));
+}
+
+TEST_F(EventService, IdenticalRewrite_IsNotAnnounced) {
+    ASSERT_EQ(m_recorder.subscribe(), 0);
+    Barrier barrier;
+    m_recorder.setHook([&] {
+        barrier.arrive();
+        return 0;
+    });
+    writeFile(m_file, "after");
+    barrier.waitForArrival();
+    barrier.letGo();
+    // A second subscriber, whose first change is always announced, tells when the first one's turn
+    // has passed.
+    Recorder second(m_file);
+    ASSERT_EQ(second.subscribe(), 0);
+    writeFile(m_file, "after");
+    second.waitForCount(1);
+    writeFile(m_file, "last");
+    m_recorder.waitForText("last");
+    EventConsumerCBFini();
+    EXPECT_THAT(m_recorder.texts(), ElementsAre("after", "last"));
+}
+
+/// What the callback read is not what the files contain now, although they contain now what they
+/// did when it was called.
+TEST_F(EventService, ContentOfBeforeTheCallbackComesBackAfterIt_IsAnnounced) {
+    std::atomic<int> calls{0};
+    m_recorder.setHook([&] {
+        if (calls++ == 0) {
+            writeFile(m_file, "in between");
+        }
+        return 0;
+    });
+    ASSERT_EQ(m_recorder.subscribe(), 0);
+    writeFile(m_file, "after");
+    m_recorder.waitForText("in between");
+    writeFile(m_file, "after");
+    m_recorder.waitForCount(3);
+    EventConsumerCBFini();
+    EXPECT_THAT(m_recorder.texts(), ElementsAre("after", "in between", "after"));
+}
+
+TEST_F(EventService, CallbackThrowsOrRefuses_IsCalledForTheNextChangeAndForTheSameTextAgain) {
+    std::atomic<int> calls{0};
+    m_recorder.setHook([&]() -> int {
+        switch (calls++) {
+        case 0:
+            throw std::runtime_error("out of the callback");
+        case 1:
+            throw 7;
+        case 2:
+            return -1;
+        default:
+            return 0;
+        }
+    });
+    ASSERT_EQ(m_recorder.subscribe(), 0);
+    for (std::size_t i = 1; i <= 4; ++i) {
+        writeFile(m_file, "after");
+        m_recorder.waitForCount(i);
+    }
+    EventConsumerCBFini();
+    EXPECT_THAT(m_recorder.texts(), ElementsAre("after", "after", "after", "after"));
+}
+
+TEST_F(EventService, SeveralSubscriptions_EachIsCalledInTheirOrder) {
+    std::mutex mutex;
+    std::vector<int> order;
+    Recorder second(m_file);
+    const auto note = [&](int number) {
+        return [&mutex, &order, number] {
+            const std::lock_guard<std::mutex> guard(mutex);
+            order.push_back(number);
+            return 0;
+        };
+    };
+    m_recorder.setHook(note(1));
+    second.setHook(note(2));
+    setEnvironment("SYSCONF_EVENT_QUIET_MS", "0");
+    ASSERT_EQ(m_recorder.subscribe(), 0);
+    ASSERT_EQ(second.subscribe(), 0);
+    EXPECT_EQ(serviceThreads(), 1U);
+    writeFile(m_file, "after");
+    m_recorder.waitForText("after");
+    second.waitForText("after");
+    EventConsumerCBFini();
+    waitForServiceToEnd();
+    EXPECT_EQ(order.front(), 1);
+    EXPECT_THAT(order, testing::Contains(2));
+}
+
+TEST_F(EventService, SameSubscriptionTwice_IsOneAndWatchesTheFilesOfTheSecond) {
+    const fs::path elsewhere = support::testDirectory() / "elsewhere/etc/sysconf/nodelist.json";
+    writeFile(elsewhere, "before");
+    ASSERT_EQ(m_recorder.subscribe(), 0);
+    const Resources once = resources();
+    setEnvironment("APP_ROOT", (support::testDirectory() / "elsewhere").c_str());
+    ASSERT_EQ(m_recorder.subscribe(), 0);
+    EXPECT_EQ(resources().threads, once.threads);
+    writeFile(m_file, "no longer of interest");
+    writeFile(elsewhere, "after");
+    m_recorder.waitForCount(1);
+    EventConsumerCBFini();
+    EXPECT_EQ(m_recorder.count(), 1U);
+    EXPECT_EQ(resources().descriptors, once.descriptors - 2);
+}
+
+TEST_F(EventService, Fini_EndsThreadAndDescriptors) {
+    const Resources before = resources();
+    ASSERT_EQ(m_recorder.subscribe(), 0);
+    const Resources during = resources();
+    EXPECT_EQ(during.threads, before.threads + 1);
+    EXPECT_EQ(during.descriptors, before.descriptors + 2);
+    EXPECT_GT(during.watches, before.watches);
+    EventConsumerCBFini();
+    waitForServiceToEnd();
+    EXPECT_EQ(resources(), before);
+    EventConsumerCBFini();
+    EXPECT_EQ(resources(), before);
+}
+
+TEST_F(EventService, AThousandRounds_LeaveNothingBehind) {
+    ASSERT_EQ(m_recorder.subscribe(), 0);
+    EventConsumerCBFini();
+    const Resources before = resources();
+    for (int i = 0; i < 1000; ++i) {
+        Recorder recorder(m_file);
+        ASSERT_EQ(recorder.subscribe(), 0);
+        ASSERT_EQ(m_recorder.subscribe(), 0);
+        if (i % 10 == 0) {
+            const std::string text = std::to_string(i);
+            writeFile(m_file, text);
+            recorder.waitForText(text);
+            m_recorder.waitForText(text);
+        }
+        EventConsumerCBFini();
+        // A round may end while a callback is on its way out.
+        waitForServiceToEnd();
+    }
+    EXPECT_EQ(resources(), before);
+}
+
+/// The caller of Fini holds the lock that the callback is waiting for.
+TEST_F(EventService, FiniUnderALockTheCallbackWaitsFor_DoesNotWaitAndNoFurtherCallbackStarts) {
+    std::mutex lock;
+    Barrier inCallback;
+    m_recorder.setHook([&] {
+        inCallback.arrive();
+        const std::lock_guard<std::mutex> guard(lock);
+        return 0;
+    });
+    ASSERT_EQ(m_recorder.subscribe(), 0);
+    Recorder second(m_file);
+    ASSERT_EQ(second.subscribe(), 0);
+    writeFile(m_file, "after");
+    inCallback.waitForArrival();
+    {
+        const std::lock_guard<std::mutex> guard(lock);
+        inCallback.letGo();
+        writeFile(m_file, "too late");
+        EventConsumerCBFini();
+        EXPECT_EQ(serviceThreads(), 1U);
+    }
+    waitForServiceToEnd();
+    EXPECT_THAT(m_recorder.texts(), ElementsAre("after"));
+    EXPECT_THAT(second.texts(), ElementsAre());
+}
+
+TEST_F(EventService, SubscribeWhileAnEndedCallbackStillRuns_WorksBesideIt) {
+    Barrier inCallback;
+    m_recorder.setHook([&] {
+        inCallback.arrive();
+        return 0;
+    });
+    ASSERT_EQ(m_recorder.subscribe(), 0);
+    writeFile(m_file, "after");
+    inCallback.waitForArrival();
+    EventConsumerCBFini();
+    Recorder second(m_file);
+    ASSERT_EQ(second.subscribe(), 0);
+    writeFile(m_file, "second's");
+    second.waitForText("second's");
+    EventConsumerCBFini();
+    inCallback.letGo();
+    waitForServiceToEnd();
+    EXPECT_EQ(m_recorder.count(), 1U);
+}
+
+TEST_F(EventService, FiniAndInitFromWithinTheCallback_TakeEffect) {
+    const Resources before = resources();
+    Recorder second(m_file);
+    std::atomic<int> subscribed{1};
+    m_recorder.setHook([&] {
+        EventConsumerCBFini();
+        subscribed = second.subscribe();
+        return 0;
+    });
+    ASSERT_EQ(m_recorder.subscribe(), 0);
+    writeFile(m_file, "after");
+    while (subscribed == 1) {
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(subscribed, 0);
+    writeFile(m_file, "second's");
+    second.waitForText("second's");
+    EventConsumerCBFini();
+    waitForServiceToEnd();
+    EXPECT_EQ(m_recorder.count(), 1U);
+    EXPECT_EQ(resources(), before);
+}
+
+TEST_F(EventService, SubscribeAgainAfterFini_Works) {
+    for (const std::string text : {"one", "two", "three"}) {
+        ASSERT_EQ(m_recorder.subscribe(), 0);
+        writeFile(m_file, text);
+        m_recorder.waitForText(text);
+        EventConsumerCBFini();
+        waitForServiceToEnd();
+    }
+    EXPECT_THAT(m_recorder.texts(), ElementsAre("one", "two", "three"));
+}
+
+TEST_F(EventService, ItsThread_IsNamedAndBlocksAllSignals) {
+    std::atomic<int> open{-1};
+    std::atomic<bool> done{false};
+    m_recorder.setHook([&] {
+        sigset_t blocked;
+        ::pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
+        open = 0;
+        // The C library keeps 32 and 33 for itself, and nobody can block SIGKILL and SIGSTOP.
+        for (int signal = 1; signal <= SIGRTMAX; ++signal) {
+            const bool can = signal != SIGKILL && signal != SIGSTOP && signal != 32 && signal != 33;
+            open += can && ::sigismember(&blocked, signal) == 0 ? 1 : 0;
+        }
+        done = true;
+        return 0;
+    });
+    sigset_t mineBefore;
+    ::pthread_sigmask(SIG_BLOCK, nullptr, &mineBefore);
+    ASSERT_EQ(m_recorder.subscribe(), 0);
+    sigset_t mineAfter;
+    ::pthread_sigmask(SIG_BLOCK, nullptr, &mineAfter);
+    EXPECT_EQ(::sigismember(&mineAfter, SIGTERM), ::sigismember(&mineBefore, SIGTERM));
+    EXPECT_EQ(serviceThreads(), 1U);
+    writeFile(m_file, "after");
+    while (!done) {
+        std::this_thread::yield();
+    }
+    EventConsumerCBFini();
+    EXPECT_EQ(open, 0);
+}
+
+TEST_F(EventService, WaitsInterruptedBySignals_NothingIsLost) {
+    interruptWaits(1000);
+    ASSERT_EQ(m_recorder.subscribe(), 0);
+    writeFile(m_file, "after");
+    m_recorder.waitForText("after");
+    while (interruptionsLeft() != 0) {
+        std::this_thread::yield();
+    }
+    writeFile(m_file, "last");
+    m_recorder.waitForText("last");
+    EventConsumerCBFini();
+    EXPECT_THAT(m_recorder.texts(), ElementsAre("after", "last"));
+}
+
+TEST_F(EventService, AllDescriptors_AreClosedOnExec) {
+    ASSERT_EQ(m_recorder.subscribe(), 0);
+    std::size_t own = 0;
+    for (const fs::directory_entry& entry : fs::directory_iterator("/proc/self/fd")) {
+        std::error_code gone;
+        const std::string kind = fs::read_symlink(entry.path(), gone).string();
+        if (kind == "anon_inode:inotify" || kind == "anon_inode:[eventfd]") {
+            ++own;
+            EXPECT_NE(::fcntl(std::stoi(entry.path().filename()), F_GETFD) & FD_CLOEXEC, 0) << kind;
+        }
+    }
+    EXPECT_EQ(own, 2U);
+    EventConsumerCBFini();
+}
+
+/// While the service is kept from reading, more happens than the kernel's queue can hold.
+TEST_F(EventService, QueueOverflows_ChangeIsDelivered) {
+    std::size_t most = 0;
+    std::ifstream("/proc/sys/fs/inotify/max_queued_events") >> most;
+    ASSERT_GT(most, 0U);
+    Barrier barrier;
+    m_recorder.setHook([&] {
+        barrier.arrive();
+        return 0;
+    });
+    ASSERT_EQ(m_recorder.subscribe(), 0);
+    writeFile(m_file, "after");
+    barrier.waitForArrival();
+    std::ofstream one(m_file.parent_path() / "one");
+    std::ofstream two(m_file.parent_path() / "two");
+    for (std::size_t i = 0; i <= most; ++i) {
+        (i % 2 == 0 ? one : two) << 'x' << std::flush;
+    }
+    writeFile(m_file, "its notice is lost");
+    barrier.letGo();
+    m_recorder.waitForText("its notice is lost");
+    writeInPlace(m_file, "in sight again");
+    m_recorder.waitForText("in sight again");
+    EventConsumerCBFini();
+    EXPECT_THAT(m_recorder.texts(), ElementsAre("after", "its notice is lost", "in sight again"));
+}
+
+TEST_F(EventService, KernelRefusesWatchesForAWhile_ChangesAreDeliveredMeanwhileAndAfter) {
+    ASSERT_EQ(m_recorder.subscribe(), 0);
+    refuseWatches(ENOSPC);
+    fs::rename(m_deployment.appRoot(), m_deployment.appRoot().string() + ".old");
+    writeFile(m_file, "without watches");
+    m_recorder.waitForText("without watches");
+    writeFile(m_file, "found by looking");
+    m_recorder.waitForText("found by looking");
+    refuseWatches(0);
+    writeFile(m_file, "watched again");
+    m_recorder.waitForText("watched again");
+    EventConsumerCBFini();
+    EXPECT_EQ(m_recorder.texts().back(), "watched again");
+}
+
+TEST_F(EventService, SubscribingAndEndingFromManyThreadsUnderChanges_EndsInOrder) {
+    const Resources before = resources();
+    std::atomic<bool> stop{false};
+    std::thread writer([&] {
+        for (int i = 0; !stop; ++i) {
+            writeFile(m_file, std::to_string(i));
+        }
+    });
+    Recorder recorders[4] = {Recorder(m_file), Recorder(m_file), Recorder(m_file),
+                             Recorder(m_file)};
+    setEnvironment("SYSCONF_EVENT_QUIET_MS", "0");
+    support::runTogether(4, [&](std::size_t i) {
+        for (int round = 0; round < 200; ++round) {
+            EXPECT_EQ(recorders[i].subscribe(), 0);
+            EventConsumerCBFini();
+        }
+    });
+    stop = true;
+    writer.join();
+    EventConsumerCBFini();
+    waitForServiceToEnd();
+    EXPECT_EQ(resources(), before);
+}
+
+} // namespace

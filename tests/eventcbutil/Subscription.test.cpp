@@ -1,0 +1,117 @@
+#include "Subscription.h"
+
+#include "WatchFaults.h"
+#include "support/Deployment.h"
+#include "support/TestDirectory.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+
+namespace {
+
+using eventcbutil::Subscription;
+using namespace std::chrono_literals;
+namespace fs = std::filesystem;
+
+int answer(const std::string&, const std::string&, const std::string&, void* userData) {
+    return *static_cast<int*>(userData);
+}
+
+/// The clock is the test's, and notices are there as soon as what they tell of has happened.
+class SubscriptionAt : public testing::Test {
+protected:
+    fs::path m_file = support::testDirectory() / "file";
+    int m_answer = 0;
+    Subscription::Time m_now{1h};
+    Subscription m_subscription = subscription();
+
+    Subscription subscription() {
+        support::writeFile(m_file, "text");
+        return {"SysConfigEvent", {answer, &m_answer}, {{m_file.string()}, 50ms}};
+    }
+
+    void announce(const std::string& text) {
+        support::writeFile(m_file, text);
+        m_subscription.gather(m_now);
+        m_now += 50ms;
+        ASSERT_TRUE(m_subscription.ready(m_now));
+        m_subscription.call();
+        m_subscription.settle(m_now);
+    }
+
+    /// Whether a change to that text is announced.
+    bool announced(const std::string& text) {
+        support::writeFile(m_file, text);
+        m_subscription.gather(m_now);
+        m_now += 50ms;
+        return m_subscription.ready(m_now);
+    }
+};
+
+TEST_F(SubscriptionAt, NothingHappens_NothingIsEverDue) {
+    m_subscription.gather(m_now);
+    EXPECT_EQ(m_subscription.due(), std::nullopt);
+    EXPECT_FALSE(m_subscription.ready(m_now + 1h));
+}
+
+TEST_F(SubscriptionAt, Change_ReadyAfterTheQuietTimeAndNotBefore) {
+    support::writeFile(m_file, "other");
+    m_subscription.gather(m_now);
+    EXPECT_EQ(m_subscription.due(), m_now + 50ms);
+    EXPECT_FALSE(m_subscription.ready(m_now + 49ms));
+    EXPECT_TRUE(m_subscription.ready(m_now + 50ms));
+    EXPECT_EQ(m_subscription.due(), std::nullopt);
+}
+
+TEST_F(SubscriptionAt, FileBeingWritten_IsNotReadyBeforeItIsQuietOrASecondHasPassed) {
+    std::ofstream file(m_file, std::ios::app);
+    const Subscription::Time start = m_now;
+    for (; m_now < start + 1s; m_now += 40ms) {
+        file << "more" << std::flush;
+        m_subscription.gather(m_now);
+        EXPECT_FALSE(m_subscription.ready(m_now));
+    }
+    EXPECT_TRUE(m_subscription.ready(start + 1s));
+}
+
+TEST_F(SubscriptionAt, SameTextAgain_IsNotAnnounced) {
+    announce("other");
+    EXPECT_FALSE(announced("other"));
+    EXPECT_TRUE(announced("text"));
+}
+
+TEST_F(SubscriptionAt, CallbackRefused_SameTextIsAnnouncedAgain) {
+    m_answer = -1;
+    announce("other");
+    EXPECT_TRUE(announced("other"));
+}
+
+TEST_F(SubscriptionAt, KernelRefusesWatches_LooksOnceASecondAndAnnouncesWhatItFinds) {
+    announce("other");
+    refuseWatches(ENOSPC);
+    announce("without watches");
+    for (int i = 0; i < 3; ++i) {
+        // Whatever woke the thread up in between, the next look is a second after the last.
+        const Subscription::Time look = *m_subscription.due();
+        EXPECT_GT(look, m_now);
+        EXPECT_LE(look, m_now + 1s);
+        m_subscription.gather(look - 1ms);
+        EXPECT_EQ(m_subscription.due(), look);
+        m_now = look;
+        m_subscription.gather(m_now);
+        EXPECT_EQ(m_subscription.due(), m_now + 50ms);
+        m_now += 50ms;
+        EXPECT_FALSE(m_subscription.ready(m_now));
+    }
+    refuseWatches(0);
+    m_subscription.gather(*m_subscription.due());
+    m_now = *m_subscription.due();
+    EXPECT_FALSE(m_subscription.ready(m_now));
+    EXPECT_EQ(m_subscription.due(), std::nullopt);
+    EXPECT_TRUE(announced("watched again"));
+}
+
+} // namespace
