@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <pty.h>
+#include <stdexcept>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <system_error>
@@ -85,22 +86,21 @@ bool readSome(int descriptor, std::string& text) {
     return size > 0 || (size < 0 && errno == EINTR);
 }
 
-/// Reads both to their ends, whichever is ready first, so that the command never blocks.
-void readBoth(Descriptor& output, std::string& outputText, Descriptor& errors,
-              std::string& errorText) {
-    while (output.number() >= 0 || errors.number() >= 0) {
-        std::array<pollfd, 2> ready = {pollfd{output.number(), POLLIN, 0},
-                                       pollfd{errors.number(), POLLIN, 0}};
-        if (::poll(ready.data(), ready.size(), -1) < 0 && errno != EINTR) {
-            fail("poll");
-        }
-        if (ready[0].revents != 0 && !readSome(output.number(), outputText)) {
-            output.close();
-        }
-        if (ready[1].revents != 0 && !readSome(errors.number(), errorText)) {
-            errors.close();
-        }
+/// Reads from whichever is ready first, so that the command never blocks. False at the end of both.
+bool readEither(Descriptor& output, std::string& outputText, Descriptor& errors,
+                std::string& errorText) {
+    std::array<pollfd, 2> ready = {pollfd{output.number(), POLLIN, 0},
+                                   pollfd{errors.number(), POLLIN, 0}};
+    if (::poll(ready.data(), ready.size(), -1) < 0 && errno != EINTR) {
+        fail("poll");
     }
+    if (ready[0].revents != 0 && !readSome(output.number(), outputText)) {
+        output.close();
+    }
+    if (ready[1].revents != 0 && !readSome(errors.number(), errorText)) {
+        errors.close();
+    }
+    return output.number() >= 0 || errors.number() >= 0;
 }
 
 void waitFor(pid_t child, CommandResult& result) {
@@ -194,7 +194,63 @@ void Command::becomeCommand(int output, int errors) const {
     std::_Exit(kCannotStart);
 }
 
-CommandResult Command::run() const {
+struct RunningCommand::State {
+    pid_t child = -1;
+    Descriptor output;
+    Descriptor errors;
+    CommandResult result;
+
+    bool read() { return readEither(output, result.output, errors, result.errors); }
+    void end() { support::waitFor(std::exchange(child, -1), result); }
+};
+
+RunningCommand::RunningCommand(std::unique_ptr<State> state) : m_state(std::move(state)) {}
+
+RunningCommand::RunningCommand(RunningCommand&&) noexcept = default;
+
+RunningCommand::~RunningCommand() {
+    if (m_state && m_state->child >= 0) {
+        signal(SIGKILL);
+        ::waitpid(m_state->child, nullptr, 0);
+    }
+}
+
+void RunningCommand::signal(int number) const {
+    ::kill(m_state->child, number);
+}
+
+void RunningCommand::waitForOutput(const std::string& text) {
+    waitFor(text, m_state->result.output);
+}
+
+void RunningCommand::waitForErrors(const std::string& text) {
+    waitFor(text, m_state->result.errors);
+}
+
+void RunningCommand::waitFor(const std::string& text, const std::string& in) {
+    while (in.find(text) == std::string::npos) {
+        if (!m_state->read()) {
+            throw std::runtime_error("no \"" + text + "\" in:\n" + m_state->result.output +
+                                     m_state->result.errors);
+        }
+    }
+}
+
+const std::string& RunningCommand::output() const {
+    return m_state->result.output;
+}
+
+CommandResult RunningCommand::finish() {
+    while (m_state->read()) {
+    }
+    m_state->end();
+    if (m_state->result.exitStatus == kCannotStart) {
+        throw std::system_error(ENOEXEC, std::generic_category(), "execv");
+    }
+    return m_state->result;
+}
+
+RunningCommand Command::start() const {
     Ends output = openOutput();
     Pipe errors = makePipe();
     const pid_t child = ::fork();
@@ -204,15 +260,15 @@ CommandResult Command::run() const {
     if (child == 0) {
         becomeCommand(output.writing.number(), errors.writing.number());
     }
-    output.writing.close();
-    errors.writing.close();
-    CommandResult result;
-    readBoth(output.reading, result.output, errors.reading, result.errors);
-    waitFor(child, result);
-    if (result.exitStatus == kCannotStart) {
-        throw std::system_error(ENOEXEC, std::generic_category(), m_program.string());
-    }
-    return result;
+    auto state = std::make_unique<RunningCommand::State>();
+    state->child = child;
+    state->output = std::move(output.reading);
+    state->errors = std::move(errors.reading);
+    return RunningCommand(std::move(state));
+}
+
+CommandResult Command::run() const {
+    return start().finish();
 }
 
 } // namespace support

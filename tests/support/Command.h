@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,6 +17,33 @@ struct CommandResult {
     /// Standard output, when that was a pipe or a terminal.
     std::string output;
     std::string errors;
+};
+
+/// A command that has been started. It is killed at the latest when this is destroyed.
+class RunningCommand {
+public:
+    RunningCommand(RunningCommand&&) noexcept;
+    ~RunningCommand();
+
+    void signal(int number) const;
+
+    /// Returns when standard output, or standard error, contains the text.
+    /// @throws std::runtime_error with what there is when it ends without.
+    void waitForOutput(const std::string& text);
+    void waitForErrors(const std::string& text);
+    /// All of standard output so far.
+    const std::string& output() const;
+
+    /// Waits for the command's end.
+    CommandResult finish();
+
+private:
+    friend class Command;
+    struct State;
+    explicit RunningCommand(std::unique_ptr<State> state);
+    void waitFor(const std::string& text, const std::string& in);
+
+    std::unique_ptr<State> m_state;
 };
 
 /// A command to run in a process of its own, in the environment of the test process and the
@@ -37,6 +65,7 @@ public:
     /// Runs the command to its end.
     /// @throws std::system_error when it cannot be started.
     CommandResult run() const;
+    RunningCommand start() const;
 
 private:
     enum class Output { Pipe, File, Terminal, ClosedPipe };

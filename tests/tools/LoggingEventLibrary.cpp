@@ -1,5 +1,5 @@
 // An event library for commands: appends a line for each call to the file named by EVENT_LOG, and
-// throws out of its subscription when EVENT_THROWS is set.
+// throws out of its subscription when EVENT_THROWS is set, or refuses it when EVENT_REFUSES is.
 
 #include <SysConfReaderEvent.h>
 
@@ -25,7 +25,7 @@ extern "C" {
     if (std::getenv("EVENT_THROWS") != nullptr) {
         throw std::runtime_error("the broker \033[31mis gone");
     }
-    return 0;
+    return std::getenv("EVENT_REFUSES") != nullptr ? -7 : 0;
 }
 
 [[gnu::visibility("default")]] void EventConsumerCBFini() {

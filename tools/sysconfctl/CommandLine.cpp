@@ -45,12 +45,14 @@ Format formatNamed(const std::string& name) {
     return name == "plain" ? Format::Plain : Format::Table;
 }
 
-void addFormat(CLI::App& app, std::string& name, const char* defaultName) {
-    name = defaultName;
-    app.add_option("-o,--output", name,
-                   fmt::format("Format of the output: table, plain or json; default: {}", name))
+/// The first format is the default.
+void addFormat(CLI::App& app, std::string& name, const std::vector<std::string>& formats) {
+    name = formats.front();
+    app.add_option(
+           "-o,--output", name,
+           fmt::format("Format of the output: {}; default: {}", joined(formats, ", "), name))
         ->type_name("FORMAT")
-        ->check(CLI::IsMember({"table", "plain", "json"}).description(""));
+        ->check(CLI::IsMember(formats).description(""));
 }
 
 void addRevealSecrets(CLI::App& app, bool& reveal) {
@@ -88,6 +90,7 @@ public:
         addCommonOptions(m_app, m_before);
         addShow();
         addGet();
+        addWatch();
         m_app.footer(kFooter); // last, because commands would inherit it
     }
 
@@ -109,7 +112,7 @@ private:
     void addShow() {
         m_show = m_app.add_subcommand("show", "Show every answer of the library");
         addCommonOptions(*m_show, m_behind);
-        addFormat(*m_show, m_showFormat, "table");
+        addFormat(*m_show, m_showFormat, {"table", "plain", "json"});
         addRevealSecrets(*m_show, m_options.revealSecrets);
     }
 
@@ -119,8 +122,16 @@ private:
         m_get->add_option("ARGUMENT", m_options.arguments, "Arguments of the query")->type_name("");
         m_get->add_flag("--list", m_list, "List all queries with their arguments");
         addCommonOptions(*m_get, m_behind);
-        addFormat(*m_get, m_getFormat, "plain");
+        addFormat(*m_get, m_getFormat, {"plain", "table", "json"});
         addRevealSecrets(*m_get, m_options.revealSecrets);
+    }
+
+    void addWatch() {
+        m_watch =
+            m_app.add_subcommand("watch", "Show every answer, then each change, until Ctrl-C");
+        addCommonOptions(*m_watch, m_behind);
+        addFormat(*m_watch, m_watchFormat, {"text", "json"});
+        addRevealSecrets(*m_watch, m_options.revealSecrets);
     }
 
     Options understood() {
@@ -134,6 +145,9 @@ private:
         m_options.format = formatNamed(m_showFormat);
         if (m_get->parsed()) {
             understandGet();
+        } else if (m_watch->parsed()) {
+            m_options.command = Command::Watch;
+            m_options.format = formatNamed(m_watchFormat);
         } else if (!m_show->parsed()) {
             throw UsageError("a command is required (sysconfctl --help lists them)");
         }
@@ -155,11 +169,13 @@ private:
     CLI::App m_app;
     CLI::App* m_show = nullptr;
     CLI::App* m_get = nullptr;
+    CLI::App* m_watch = nullptr;
     Common m_before;
     Common m_behind;
     Options m_options;
     std::string m_showFormat;
     std::string m_getFormat;
+    std::string m_watchFormat;
     bool m_list = false;
 };
 

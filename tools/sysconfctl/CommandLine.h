@@ -6,7 +6,7 @@
 
 namespace sysconfctl {
 
-enum class Command { Show, Get, List };
+enum class Command { Show, Get, Watch, List };
 enum class Format { Table, Plain, Json };
 
 /// A command line, understood.

@@ -11,6 +11,11 @@ ExitStatus runShow(const Options& options);
 /// One answer.
 ExitStatus runGet(const Options& options);
 
+/// All answers, then each change of one, until SIGINT, SIGTERM or SIGHUP. Standard error tells at
+/// the beginning whether there is a subscription to changes. Without one the answers that the
+/// library has loaded stay, and those that it reads at every call change.
+ExitStatus runWatch(const Options& options);
+
 /// All queries.
 ExitStatus runList(const Options& options);
 

@@ -151,4 +151,13 @@ TableRow tableRow(const Reply& reply) {
             reply.error ? TableLines{{"error: " + escaped(*reply.error)}} : linesOf(reply.answer)};
 }
 
+std::string tableOf(const std::vector<Reply>& replies, std::size_t width) {
+    std::vector<TableRow> rows;
+    rows.reserve(replies.size());
+    for (const Reply& reply : replies) {
+        rows.push_back(tableRow(reply));
+    }
+    return table(rows, width);
+}
+
 } // namespace sysconfctl

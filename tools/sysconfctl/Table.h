@@ -29,4 +29,7 @@ std::string table(const std::vector<TableRow>& rows, std::size_t width);
 /// formats, and field by field in the rows beside it.
 TableRow tableRow(const Reply& reply);
 
+/// The rows of all those replies.
+std::string tableOf(const std::vector<Reply>& replies, std::size_t width);
+
 } // namespace sysconfctl

@@ -1,0 +1,129 @@
+// `sysconfctl watch` as far as it depends on no certain event library.
+
+#include "Sysconfctl.h"
+
+#include "support/Deployment.h"
+#include "support/SampleTexts.h"
+#include "support/TestDirectory.h"
+
+#include <gmock/gmock.h>
+
+#include <csignal>
+
+namespace {
+
+using ::testing::HasSubstr;
+
+std::filesystem::path logFile() {
+    return support::testDirectory() / "events.log";
+}
+
+support::Command watch(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), {"watch", "--env-file", tool::kMaster.envFile().string()});
+    return tool::sysconfctl(std::move(arguments));
+}
+
+support::Command watchBesideEventLibrary(std::vector<std::string> arguments) {
+    support::Command command = watch(std::move(arguments));
+    const std::filesystem::path library = SYSCONF_LOGGING_EVENT_LIBRARY;
+    command.variable("LD_LIBRARY_PATH", library.parent_path().string());
+    command.variable("EVENT_LOG", logFile().string());
+    return command;
+}
+
+/// What it tells of the subscription, by the time it has shown the answers.
+std::string errorsOf(const support::Command& command) {
+    support::RunningCommand running = command.start();
+    running.waitForOutput("db-lib");
+    running.signal(SIGTERM);
+    const auto result = running.finish();
+    EXPECT_EQ(result.exitStatus, 0);
+    return result.errors;
+}
+
+TEST(Watch, EachSignalThatAsksForTheEnd_EndsBothSubscriptionsAndAnswers0) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        support::RunningCommand running = watchBesideEventLibrary({}).start();
+        running.waitForOutput("db-lib");
+        EXPECT_EQ(tool::readFile(logFile()), "init\ninit\n");
+        running.signal(signal);
+        EXPECT_EQ(running.finish().exitStatus, 0);
+        EXPECT_EQ(tool::readFile(logFile()), "init\ninit\nfini\nfini\n");
+        std::filesystem::remove(logFile());
+    }
+}
+
+TEST(Watch, Start_ShowsWhatShowShows) {
+    support::RunningCommand running = watch({}).start();
+    const std::string shown = tool::run(tool::kMaster, {"show"}).output;
+    running.waitForOutput(shown + "\n");
+    running.signal(SIGTERM);
+    EXPECT_EQ(running.finish().output, shown + "\n");
+}
+
+TEST(Watch, SubscriptionMade_TellsTheFileOfTheLibrary) {
+    EXPECT_EQ(errorsOf(watchBesideEventLibrary({})),
+              "sysconfctl: subscribed to changes through " SYSCONF_LOGGING_EVENT_LIBRARY "\n");
+}
+
+TEST(Watch, NoEventLibrary_TellsWhatTheLoaderSays) {
+    const std::string errors = errorsOf(watch({}));
+    EXPECT_THAT(errors, HasSubstr("sysconfctl: not subscribed to changes: libeventcbutil.so: "));
+}
+
+TEST(Watch, SwitchedOff_TellsTheVariable) {
+    for (const std::string variable : {"NO_EM_CLIENT", "NO_EM_CLIENT_CONSUMER"}) {
+        EXPECT_EQ(errorsOf(watchBesideEventLibrary({"--set", variable + "=0"})),
+                  "sysconfctl: not subscribed to changes: " + variable + " is set\n");
+        EXPECT_FALSE(std::filesystem::exists(logFile()));
+    }
+}
+
+TEST(Watch, SubscriptionRefused_TellsTheFileAndTheResult) {
+    EXPECT_EQ(errorsOf(watchBesideEventLibrary({}).variable("EVENT_REFUSES", "1")),
+              "sysconfctl: not subscribed to changes: " SYSCONF_LOGGING_EVENT_LIBRARY
+              " refused it with -7\n");
+}
+
+TEST(Watch, LibraryThrows_TellsItAndEndsWith3) {
+    support::RunningCommand running =
+        watchBesideEventLibrary({}).variable("EVENT_THROWS", "1").start();
+    running.waitForOutput("all-db-info");
+    running.signal(SIGTERM);
+    const auto result = running.finish();
+    EXPECT_EQ(result.exitStatus, 3);
+    EXPECT_THAT(result.output, HasSubstr("error: the broker \\x1b[31mis gone"));
+    EXPECT_THAT(result.errors,
+                HasSubstr(SYSCONF_LOGGING_EVENT_LIBRARY " threw: the broker \\x1b[31mis gone\n"));
+}
+
+TEST(Watch, NobodyReadsTheOutput_EndsWith70AndWithoutSubscription) {
+    const auto result = watchBesideEventLibrary({}).outputToClosedPipe().run();
+    EXPECT_EQ(result.exitStatus, 70);
+    EXPECT_EQ(tool::readFile(logFile()), "init\ninit\nfini\nfini\n");
+}
+
+/// Queries that read their file at every call change without an event; loaded answers do not.
+TEST(Watch, NoSubscription_ShowsTheAnswersThatChangeAllTheSame) {
+    support::Deployment deployment;
+    support::writeGeneration(deployment, 1);
+    support::RunningCommand running =
+        tool::sysconfctl({"watch", "-o", "json", "--set", "NO_EM_CLIENT=1"}).start();
+    running.waitForOutput("all-db-info");
+    support::writeGeneration(deployment, 2);
+    running.waitForOutput("\"kind\":\"change\"");
+    running.waitForOutput("getLocalSouthIP");
+    running.signal(SIGINT);
+    const auto result = running.finish();
+    EXPECT_EQ(result.exitStatus, 0);
+    for (const std::string& line : tool::linesOf(result.output)) {
+        const Json::Value object = tool::parsed(line);
+        EXPECT_TRUE(object["kind"] == "answer" || object["query"] != "maintenance-ip-address");
+    }
+}
+
+TEST(Watch, BadFormat_IsBadUsage) {
+    EXPECT_EQ(tool::run({"watch", "-o", "table"}).exitStatus, 2);
+}
+
+} // namespace

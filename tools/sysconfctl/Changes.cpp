@@ -1,0 +1,129 @@
+#include "Changes.h"
+
+#include "Json.h"
+#include "Plain.h"
+#include "Questions.h"
+#include "Text.h"
+
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
+#include <array>
+#include <map>
+
+namespace sysconfctl {
+namespace {
+
+/// The members of a reply's JSON that say what was asked.
+constexpr std::array kAsked = {"query", "operation", "arguments"};
+
+std::vector<std::string> textLines(const Reply& reply) {
+    if (reply.error) {
+        return {"error: " + escaped(*reply.error)};
+    }
+    if (!reply.answer.isAnswered()) {
+        return {"(no answer)"};
+    }
+    const std::vector<std::string> lines = plainLines(reply.answer);
+    return lines.empty() ? std::vector<std::string>{"(empty)"} : lines;
+}
+
+void appendLines(std::string& text, char sign, const Reply* reply) {
+    if (reply != nullptr) {
+        for (const std::string& line : textLines(*reply)) {
+            text += fmt::format("  {} {}\n", sign, line);
+        }
+    }
+}
+
+Json::Value answered(const Reply* reply) {
+    if (reply == nullptr) {
+        return {};
+    }
+    Json::Value value = toJson(*reply);
+    for (const char* member : kAsked) {
+        value.removeMember(member);
+    }
+    return value;
+}
+
+std::string line(Json::Value value, const char* kind, WallTime time) {
+    value["schemaVersion"] = kSchemaVersion;
+    value["kind"] = kind;
+    value["time"] = timeText(time);
+    return compactJson(value) + '\n';
+}
+
+} // namespace
+
+std::vector<Observation> observe(bool revealSecrets) {
+    std::vector<Observation> observations;
+    for (const Question& question : allQuestions()) {
+        Reply reply = ask(*question.query, question.arguments, true);
+        std::string identity = compactJson(toJson(reply));
+        if (!revealSecrets) {
+            mask(reply.answer, question.query->secret);
+        }
+        observations.push_back({std::move(reply), std::move(identity)});
+    }
+    return observations;
+}
+
+std::vector<Change> changes(const std::vector<Observation>& before,
+                            const std::vector<Observation>& after) {
+    std::map<std::string, const Observation*> earlier;
+    for (const Observation& observation : before) {
+        earlier.emplace(observation.reply.label(), &observation);
+    }
+    std::vector<Change> found;
+    for (const Observation& now : after) {
+        const auto was = earlier.find(now.reply.label());
+        if (was == earlier.end()) {
+            found.push_back({nullptr, &now.reply});
+            continue;
+        }
+        if (was->second->identity != now.identity) {
+            found.push_back({&was->second->reply, &now.reply});
+        }
+        earlier.erase(was);
+    }
+    for (const Observation& was : before) {
+        if (earlier.contains(was.reply.label())) {
+            found.push_back({&was.reply, nullptr});
+        }
+    }
+    return found;
+}
+
+std::string timeText(WallTime time) {
+    const auto milliseconds = std::chrono::floor<std::chrono::milliseconds>(time);
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(milliseconds);
+    return fmt::format("{:%Y-%m-%dT%H:%M:%S}.{:03}Z",
+                       fmt::gmtime(std::chrono::system_clock::to_time_t(seconds)),
+                       (milliseconds - seconds).count());
+}
+
+std::string changeText(const Change& change, WallTime time) {
+    const Reply& asked = change.after != nullptr ? *change.after : *change.before;
+    std::string text = timeText(time) + "  " + asked.label() + '\n';
+    appendLines(text, '-', change.before);
+    appendLines(text, '+', change.after);
+    return text;
+}
+
+std::string answerLine(const Reply& reply, WallTime time) {
+    return line(toJson(reply), "answer", time);
+}
+
+std::string changeLine(const Change& change, WallTime time) {
+    const Json::Value asked = toJson(change.after != nullptr ? *change.after : *change.before);
+    Json::Value value;
+    for (const char* member : kAsked) {
+        value[member] = asked[member];
+    }
+    value["old"] = answered(change.before);
+    value["new"] = answered(change.after);
+    return line(std::move(value), "change", time);
+}
+
+} // namespace sysconfctl

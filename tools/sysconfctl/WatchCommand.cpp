@@ -1,0 +1,109 @@
+#include "Commands.h"
+
+#include "Changes.h"
+#include "EndSignals.h"
+#include "Events.h"
+#include "Output.h"
+#include "Table.h"
+#include "Text.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <poll.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace sysconfctl {
+namespace {
+
+/// Answers that are read from the files at every call change without an event, too.
+constexpr int kNextLook = 1000; // milliseconds
+/// Whether the library has applied a change when the tool's own event comes is up to the event
+/// library, so another look follows soon.
+constexpr int kLookAfterEvent = 100;
+
+/// The library subscribes when it is first used. What it throws, every reply will tell.
+void useLibrary() {
+    try {
+        library::reader();
+    } catch (...) {
+        return;
+    }
+}
+
+void tellSubscription(const Events& events) {
+    if (events.subscribed()) {
+        complain("subscribed to changes through " + escaped(events.report()));
+    } else {
+        complain("not subscribed to changes: " + escaped(events.report()));
+    }
+}
+
+/// Waits for an event or for the time of the next look.
+/// @return False when the end has been asked for.
+/// @throws OutputError when nobody reads the output any more.
+bool waitForNextLook(const EndSignals& signals, Events& events, bool& event) {
+    std::array<pollfd, 3> ready = {pollfd{signals.descriptor(), POLLIN, 0},
+                                   pollfd{events.descriptor(), POLLIN, 0},
+                                   pollfd{STDOUT_FILENO, 0, 0}};
+    if (::poll(ready.data(), ready.size(), event ? kLookAfterEvent : kNextLook) < 0 &&
+        errno != EINTR) {
+        throw std::system_error(errno, std::generic_category(), "poll");
+    }
+    if (ready[0].revents == 0 && ready[2].revents != 0) {
+        throw OutputError("nobody reads the output any more");
+    }
+    event = ready[1].revents != 0;
+    events.clear();
+    return ready[0].revents == 0;
+}
+
+std::string written(const std::vector<Observation>& observations, Format format) {
+    if (format != Format::Json) {
+        std::vector<Reply> replies;
+        for (const Observation& observation : observations) {
+            replies.push_back(observation.reply);
+        }
+        return tableOf(replies, outputWidth()) + '\n';
+    }
+    const WallTime now = std::chrono::system_clock::now();
+    std::string text;
+    for (const Observation& observation : observations) {
+        text += answerLine(observation.reply, now);
+    }
+    return text;
+}
+
+std::string written(const std::vector<Change>& found, Format format) {
+    const WallTime now = std::chrono::system_clock::now();
+    std::string text;
+    for (const Change& change : found) {
+        text += format == Format::Json ? changeLine(change, now) : changeText(change, now);
+    }
+    return text;
+}
+
+} // namespace
+
+ExitStatus runWatch(const Options& options) {
+    const EndSignals signals;
+    const library::Use use;
+    useLibrary();
+    Events events;
+    tellSubscription(events);
+    std::vector<Observation> last = observe(options.revealSecrets);
+    writeOutput(written(last, options.format));
+    bool event = false;
+    while (waitForNextLook(signals, events, event)) {
+        std::vector<Observation> next = observe(options.revealSecrets);
+        writeOutput(written(changes(last, next), options.format));
+        last = std::move(next);
+    }
+    const bool threw = std::any_of(last.begin(), last.end(), [](const Observation& observation) {
+        return observation.reply.error.has_value();
+    });
+    return threw ? ExitStatus::LibraryThrew : ExitStatus::Answered;
+}
+
+} // namespace sysconfctl
