@@ -20,7 +20,8 @@ std::filesystem::path logFile() {
 
 support::Command watch(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), {"watch", "--env-file", tool::kMaster.envFile().string()});
-    return tool::sysconfctl(std::move(arguments));
+    // What has just been built is also looked for in the working directory.
+    return tool::sysconfctl(std::move(arguments)).workingDirectory(support::testDirectory());
 }
 
 support::Command watchBesideEventLibrary(std::vector<std::string> arguments) {

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <dlfcn.h>
 #include <exception>
+#include <filesystem>
 #include <link.h>
 #include <sys/eventfd.h>
 #include <system_error>
@@ -46,7 +47,8 @@ const char* switchedOffBy() {
 std::string fileOf(void* library) {
     link_map* map = nullptr;
     const bool known = ::dlinfo(library, RTLD_DI_LINKMAP, static_cast<void*>(&map)) == 0;
-    return known ? map->l_name : kFileName;
+    // The loader's search path may have relative folders.
+    return known ? std::filesystem::absolute(map->l_name).string() : kFileName;
 }
 
 template <typename EntryPoint>
