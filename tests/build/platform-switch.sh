@@ -31,7 +31,7 @@ configure -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
 "$cmake" --build "$work/build" --parallel 2 >/dev/null
 
 # No stand-in was built: the only ones are those of the prefix.
-if find "$work/build" -name 'libquarn*' | grep .; then
+if find "$work/build" -name 'libquarn*' -o -name 'libeventcbutil*' | grep .; then
   echo "built a stand-in of the platform's libraries" >&2
   exit 1
 fi

@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# event-library-install.sh CMAKE BUILD: what the component of the event library installs, and that no
+# other component does.
+set -euo pipefail
+
+cmake=$1
+build=$2
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+# installed COMPONENT: the names of its files, one a line.
+installed() {
+  "$cmake" --install "$build" --component "$1" --prefix "$work/$1" >/dev/null
+  find "$work/$1" -type f -printf '%f\n' | sort
+}
+
+diff <(printf '%s\n' EventConsumerCB.h libeventcbutil.so) <(installed eventcbutil)
+if installed platform | grep eventcbutil; then
+  echo "the utility libraries' component brings the event library" >&2
+  exit 1
+fi
