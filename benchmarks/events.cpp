@@ -113,7 +113,7 @@ private:
         Json::Value root;
         std::istringstream(m_next) >> root;
         for (Json::Value& node : root["nodeList"]) {
-            node["hostTag"] = tag;
+            node["extAttr"]["HOSTID"] = tag;
         }
         m_next = root.toStyledString();
     }
@@ -152,8 +152,8 @@ Json::Value silence(int seconds) {
     return value;
 }
 
-/// What a subscription adds to a process that uses the library.
-Json::Value added() {
+/// What the event library and a subscription add to a process that uses the library.
+Json::Value added(const char* library) {
     ::setenv("NO_EM_CLIENT", "1", 1);
     SysConfReader::Instance();
     SysConfReader::Destory();
@@ -161,6 +161,10 @@ Json::Value added() {
     const long threads = entries("/proc/self/task");
     const long descriptors = entries("/proc/self/fd");
     const long memory = privateMemory();
+    // Found by its name from now on.
+    if (::dlopen(library, RTLD_LAZY | RTLD_GLOBAL) == nullptr) {
+        throw std::runtime_error(::dlerror());
+    }
     ::unsetenv("NO_EM_CLIENT");
     SysConfReader::Instance()->Reload();
     Json::Value value;
@@ -177,12 +181,8 @@ void measure(const char* library, int rounds, int seconds) {
         throw std::runtime_error("no temporary folder");
     }
     Deployment deployment(folder);
-    // Found by its name from now on.
-    if (::dlopen(library, RTLD_LAZY | RTLD_GLOBAL) == nullptr) {
-        throw std::runtime_error(::dlerror());
-    }
     Json::Value all;
-    all["added"] = added();
+    all["added"] = added(library);
     all["silence"] = silence(seconds);
     all["quiet_50_ms"] = latencies(deployment, "50", rounds);
     all["quiet_0_ms"] = latencies(deployment, "0", rounds);
