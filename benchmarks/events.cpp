@@ -183,9 +183,9 @@ void measure(const char* library, int rounds, int seconds) {
     Deployment deployment(folder);
     Json::Value all;
     all["added"] = added(library);
-    all["silence"] = silence(seconds);
     all["quiet_50_ms"] = latencies(deployment, "50", rounds);
     all["quiet_0_ms"] = latencies(deployment, "0", rounds);
+    all["silence"] = silence(seconds);
     SysConfReader::Destory();
     std::printf("%s", all.toStyledString().c_str());
 }

@@ -1,6 +1,5 @@
 // Each way in which a configuration file changes, on real files, through the event library.
 
-#include "EventConsumerCB.h"
 #include "Recorder.h"
 #include "Resources.h"
 #include "support/Deployment.h"
@@ -197,7 +196,7 @@ TEST_P(Change, IsDelivered_AndTheNextOneToo) {
     recorder.waitForText("once more");
     writeInPlace(nodeList(), "and in place");
     recorder.waitForText("and in place");
-    EventConsumerCBFini();
+    endService();
     EXPECT_EQ(recorder.texts().back(), "and in place");
 }
 
@@ -213,7 +212,7 @@ TEST(ChangeOfEachFile, AllThree_AreWatched) {
         ASSERT_EQ(recorder.subscribe(), 0);
         writeFile(file, "text");
         recorder.waitForText("text");
-        EventConsumerCBFini();
+        endService();
     }
     EXPECT_EQ(textOf(deployment.managerNodeListPath()), "text");
 }

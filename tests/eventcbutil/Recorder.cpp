@@ -9,6 +9,10 @@
 
 namespace fs = std::filesystem;
 
+Recorder::~Recorder() {
+    const std::lock_guard<std::mutex> guard(m_mutex);
+}
+
 void Recorder::setHook(std::function<int()> hook) {
     const std::lock_guard<std::mutex> guard(m_mutex);
     m_hook = std::move(hook);
@@ -46,6 +50,12 @@ int Recorder::called(const std::string& eventName, const std::string& /*second*/
         hook = self.m_hook;
         self.m_changed.notify_all();
     }
+    // However the hook ends, the callback's last act is to take the lock, as the destructor does:
+    // that orders all that callbacks do before what comes after the end of the service.
+    const struct LastAct {
+        std::mutex& mutex;
+        ~LastAct() { const std::lock_guard<std::mutex> guard(mutex); }
+    } lastAct{self.m_mutex};
     return hook ? hook() : 0;
 }
 
@@ -65,6 +75,11 @@ void Barrier::letGo() {
     const std::lock_guard<std::mutex> guard(m_mutex);
     m_open = true;
     m_changed.notify_all();
+}
+
+void endService() {
+    EventConsumerCBFini();
+    waitForServiceToEnd();
 }
 
 void writeInPlace(const fs::path& file, const std::string& text) {

@@ -15,6 +15,8 @@ public:
     explicit Recorder(std::filesystem::path file) : m_file(std::move(file)) {}
     Recorder(const Recorder&) = delete;
     Recorder& operator=(const Recorder&) = delete;
+    /// The service must have ended, see `endService`.
+    ~Recorder();
 
     /// Runs in every callback, behind the record; what it answers or throws is the callback's end.
     void setHook(std::function<int()> hook);
@@ -56,5 +58,9 @@ private:
     bool m_arrived = false;
     bool m_open = false;
 };
+
+/// Ends all subscriptions and returns when no callback is running any more, so that what callbacks
+/// use can be destroyed.
+void endService();
 
 void writeInPlace(const std::filesystem::path& file, const std::string& text);

@@ -86,6 +86,7 @@ std::string Events::subscribe() {
     }
     m_library = ::dlopen(kFileName, RTLD_LAZY | RTLD_GLOBAL);
     if (m_library == nullptr) {
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): the loader's errors are kept thread by thread.
         return ::dlerror();
     }
     const std::string file = fileOf(m_library);

@@ -62,6 +62,7 @@ bool waitForNextLook(const EndSignals& signals, Events& events, bool& event) {
 std::string written(const std::vector<Observation>& observations, Format format) {
     if (format != Format::Json) {
         std::vector<Reply> replies;
+        replies.reserve(observations.size());
         for (const Observation& observation : observations) {
             replies.push_back(observation.reply);
         }
