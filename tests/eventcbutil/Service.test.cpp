@@ -382,8 +382,8 @@ TEST_F(EventService, SubscribeWhileAnEndedCallbackStillRuns_WorksBesideIt) {
     ASSERT_EQ(second.subscribe(), 0);
     writeFile(m_file, "second's");
     second.waitForText("second's");
-    endService();
     inCallback.letGo();
+    endService();
     waitForServiceToEnd();
     EXPECT_EQ(m_recorder.count(), 1U);
 }
