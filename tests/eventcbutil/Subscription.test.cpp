@@ -66,6 +66,21 @@ TEST_F(SubscriptionAt, Change_ReadyAfterTheQuietTimeAndNotBefore) {
     EXPECT_EQ(m_subscription.due(), std::nullopt);
 }
 
+TEST_F(SubscriptionAt, AThousandWritesWithinTheQuietTime_AreOneEvent) {
+    for (int i = 0; i < 1000; ++i) {
+        support::writeFile(m_file, std::to_string(i));
+        m_subscription.gather(m_now);
+        EXPECT_FALSE(m_subscription.ready(m_now));
+        m_now += 40us;
+    }
+    m_now = m_now - 40us + 50ms;
+    EXPECT_EQ(m_subscription.due(), m_now);
+    EXPECT_TRUE(m_subscription.ready(m_now));
+    m_subscription.call();
+    m_subscription.settle(m_now);
+    EXPECT_EQ(m_subscription.due(), std::nullopt);
+}
+
 TEST_F(SubscriptionAt, FileBeingWritten_IsNotReadyBeforeItIsQuietOrASecondHasPassed) {
     std::ofstream file(m_file, std::ios::app);
     const Subscription::Time start = m_now;

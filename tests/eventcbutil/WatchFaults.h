@@ -6,6 +6,10 @@
 /// From now on every new watch on a folder is refused with that error number; 0 lets them through.
 void refuseWatches(int error);
 
+/// The same for every new instance of inotify, or of eventfd.
+void refuseInotify(int error);
+void refuseEventfd(int error);
+
 /// The next waits for something to happen end at once, as if by a signal.
 void interruptWaits(int count);
 /// How many of them have not come yet.

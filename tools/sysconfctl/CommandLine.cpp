@@ -13,7 +13,7 @@ namespace {
 
 constexpr const char* kFooter = R"(
 Exit status:
-  0   answered
+  0   answered (watch: ended by Ctrl-C or SIGTERM)
   1   no answer: the library gives an empty text or -1 (get only)
   2   bad usage
   3   the library threw
