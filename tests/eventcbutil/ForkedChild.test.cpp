@@ -3,41 +3,23 @@
 #include "EventConsumerCB.h"
 #include "Recorder.h"
 #include "Resources.h"
+#include "SubscribedProcess.h"
 #include "support/Deployment.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <cstdlib>
-#include <filesystem>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
 namespace {
 
-using support::Deployment;
-using support::setEnvironment;
 using support::writeFile;
-namespace fs = std::filesystem;
 
-class ForkedChild : public testing::Test {
+class ForkedChild : public SubscribedProcess {
 protected:
-    Deployment m_deployment;
-    fs::path m_file = m_deployment.nodeListPath();
-    Recorder m_recorder{m_file};
-
-    void SetUp() override {
-        setEnvironment("SYSCONF_EVENT_QUIET_MS", "0");
-        writeFile(m_file, "before");
-    }
-
-    void subscribeAndSeeAChange() {
-        ASSERT_EQ(m_recorder.subscribe(), 0);
-        writeFile(m_file, "after");
-        m_recorder.waitForText("after");
-    }
-
     /// Runs `work` in a forked child and answers the child's exit status, -1 for another end.
     template <typename Work>
     static int inChild(Work work) {

@@ -3,6 +3,7 @@
 #include "EventConsumerCB.h"
 #include "Recorder.h"
 #include "Resources.h"
+#include "SubscribedProcess.h"
 #include "support/Deployment.h"
 #include "support/TestDirectory.h"
 
@@ -10,7 +11,6 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <filesystem>
 #include <functional>
 #include <mutex>
 #include <sys/wait.h>
@@ -19,28 +19,9 @@
 
 namespace {
 
-using support::Deployment;
-using support::setEnvironment;
 using support::writeFile;
-namespace fs = std::filesystem;
 
-class ProcessEnd : public testing::Test {
-protected:
-    Deployment m_deployment;
-    fs::path m_file = m_deployment.nodeListPath();
-    Recorder m_recorder{m_file};
-
-    void SetUp() override {
-        setEnvironment("SYSCONF_EVENT_QUIET_MS", "0");
-        writeFile(m_file, "before");
-    }
-
-    void subscribeAndSeeAChange() {
-        ASSERT_EQ(m_recorder.subscribe(), 0);
-        writeFile(m_file, "after");
-        m_recorder.waitForText("after");
-    }
-};
+using ProcessEnd = SubscribedProcess;
 
 /// Runs when static objects are destroyed; one that was built before the first subscription.
 std::function<void()>& atStaticDestruction() {
