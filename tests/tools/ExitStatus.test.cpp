@@ -104,6 +104,10 @@ const std::vector<Row> kMisused = {
     {2, {"show", "-o", "xml"}, "xml not in {table,plain,json}"},
     {2, {"show", "-o", "1"}, "1 not in {table,plain,json}"},
     {2, {"show", "-o"}, "--output"},
+    {2, {"nodes", "-o", "dot"}, "dot not in {table,wide,plain,json}"},
+    {2, {"map", "-o", "table"}, "table not in {dot,mermaid,svg}"},
+    {2, {"nodes", "n1"}, "n1"},
+    {2, {"map", "--local-address"}, "--local-address"},
     {2, {"get"}, "either a query or --list"},
     {2, {"get", "local-port", "--list"}, "either a query or --list"},
     {2, {"get", "locl-port"}, "unknown query locl-port, did you mean local-port?"},
@@ -141,8 +145,12 @@ TEST(ExitStatus, Misuse_Is2WithAMessageOnStandardErrorOnly) {
 }
 
 TEST(ExitStatus, HelpAndVersion_AreAnswers) {
-    for (const auto& arguments : std::vector<std::vector<std::string>>{
-             {"--help"}, {"show", "--help"}, {"get", "--help"}, {"--version"}}) {
+    for (const auto& arguments : std::vector<std::vector<std::string>>{{"--help"},
+                                                                       {"show", "--help"},
+                                                                       {"get", "--help"},
+                                                                       {"nodes", "--help"},
+                                                                       {"map", "--help"},
+                                                                       {"--version"}}) {
         const auto result = tool::run(arguments);
         EXPECT_EQ(result.exitStatus, 0) << testing::PrintToString(arguments);
         EXPECT_EQ(result.errors, "") << testing::PrintToString(arguments);

@@ -6,6 +6,8 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace sysconfctl {
@@ -14,7 +16,8 @@ namespace {
 constexpr const char* kFooter = R"(
 Exit status:
   0   answered
-  1   no answer: the library gives an empty text or -1 (get only)
+  1   no answer: the library gives an empty text or -1 (get), there is no node
+      (nodes, map), or nothing that draws (map)
   2   bad usage
   3   the library threw
   70  output could not be written, or a fault of this tool
@@ -38,19 +41,37 @@ void addCommonOptions(CLI::App& app, Common& common) {
         ->allow_extra_args(false);
 }
 
+constexpr std::pair<const char*, Format> kFormats[] = {
+    {"table", Format::Table}, {"plain", Format::Plain}, {"json", Format::Json},
+    {"wide", Format::Wide},   {"dot", Format::Dot},     {"mermaid", Format::Mermaid},
+    {"svg", Format::Svg},
+};
+
 Format formatNamed(const std::string& name) {
-    if (name == "json") {
-        return Format::Json;
-    }
-    return name == "plain" ? Format::Plain : Format::Table;
+    const auto* const named = std::find_if(std::begin(kFormats), std::end(kFormats),
+                                           [&](const auto& row) { return name == row.first; });
+    return named != std::end(kFormats) ? named->second : Format::Table;
 }
 
-void addFormat(CLI::App& app, std::string& name, const char* defaultName) {
-    name = defaultName;
+/// The first of the names is the default.
+void addFormat(CLI::App& app, std::string& name,
+               const std::vector<std::string>& names = {"table", "plain", "json"}) {
+    name = names.front();
+    std::string list;
+    for (const std::string& listed : names) {
+        list += (list.empty() ? "" : listed == names.back() ? " or " : ", ") + listed;
+    }
     app.add_option("-o,--output", name,
-                   fmt::format("Format of the output: table, plain or json; default: {}", name))
+                   fmt::format("Format of the output: {}; default: {}", list, name))
         ->type_name("FORMAT")
-        ->check(CLI::IsMember({"table", "plain", "json"}).description(""));
+        ->check(CLI::IsMember(names).description(""));
+}
+
+void addLocalAddresses(CLI::App& app, std::vector<std::string>& addresses) {
+    app.add_option("--local-address", addresses,
+                   "Address of the host, in place of those that it has; repeatable")
+        ->type_name("ADDRESS")
+        ->allow_extra_args(false);
 }
 
 void addRevealSecrets(CLI::App& app, bool& reveal) {
@@ -88,6 +109,8 @@ public:
         addCommonOptions(m_app, m_before);
         addShow();
         addGet();
+        addNodes();
+        addMap();
         m_app.footer(kFooter); // last, because commands would inherit it
     }
 
@@ -109,7 +132,7 @@ private:
     void addShow() {
         m_show = m_app.add_subcommand("show", "Show every answer of the library");
         addCommonOptions(*m_show, m_behind);
-        addFormat(*m_show, m_showFormat, "table");
+        addFormat(*m_show, m_showFormat);
         addRevealSecrets(*m_show, m_options.revealSecrets);
     }
 
@@ -119,8 +142,22 @@ private:
         m_get->add_option("ARGUMENT", m_options.arguments, "Arguments of the query")->type_name("");
         m_get->add_flag("--list", m_list, "List all queries with their arguments");
         addCommonOptions(*m_get, m_behind);
-        addFormat(*m_get, m_getFormat, "plain");
+        addFormat(*m_get, m_getFormat, {"plain", "table", "json"});
         addRevealSecrets(*m_get, m_options.revealSecrets);
+    }
+
+    void addNodes() {
+        m_nodes = m_app.add_subcommand("nodes", "List the nodes of both node lists");
+        addCommonOptions(*m_nodes, m_behind);
+        addFormat(*m_nodes, m_nodesFormat, {"table", "wide", "plain", "json"});
+        addLocalAddresses(*m_nodes, m_options.localAddresses);
+    }
+
+    void addMap() {
+        m_map = m_app.add_subcommand("map", "Draw the deployment");
+        addCommonOptions(*m_map, m_behind);
+        addFormat(*m_map, m_mapFormat, {"dot", "mermaid", "svg"});
+        addLocalAddresses(*m_map, m_options.localAddresses);
     }
 
     Options understood() {
@@ -134,12 +171,21 @@ private:
         m_options.format = formatNamed(m_showFormat);
         if (m_get->parsed()) {
             understandGet();
+        } else if (m_nodes->parsed()) {
+            m_options.command = Command::Nodes;
+            m_options.format = formatNamed(m_nodesFormat);
+        } else if (m_map->parsed()) {
+            m_options.command = Command::Map;
+            m_options.format = formatNamed(m_mapFormat);
         } else if (!m_show->parsed()) {
             throw UsageError("a command is required (sysconfctl --help lists them)");
         }
         m_options.query = unhidden(m_options.query);
         for (std::string& argument : m_options.arguments) {
             argument = unhidden(argument);
+        }
+        for (std::string& address : m_options.localAddresses) {
+            address = unhidden(address);
         }
         return m_options;
     }
@@ -155,11 +201,15 @@ private:
     CLI::App m_app;
     CLI::App* m_show = nullptr;
     CLI::App* m_get = nullptr;
+    CLI::App* m_nodes = nullptr;
+    CLI::App* m_map = nullptr;
     Common m_before;
     Common m_behind;
     Options m_options;
     std::string m_showFormat;
     std::string m_getFormat;
+    std::string m_nodesFormat;
+    std::string m_mapFormat;
     bool m_list = false;
 };
 

@@ -6,8 +6,8 @@
 
 namespace sysconfctl {
 
-enum class Command { Show, Get, List };
-enum class Format { Table, Plain, Json };
+enum class Command { Show, Get, List, Nodes, Map };
+enum class Format { Table, Plain, Json, Wide, Dot, Mermaid, Svg };
 
 /// A command line, understood.
 struct Options {
@@ -18,6 +18,8 @@ struct Options {
     bool revealSecrets = false;
     std::string query;
     std::vector<std::string> arguments;
+    /// What counts as the host's addresses; empty: those that it has.
+    std::vector<std::string> localAddresses;
 };
 
 /// What a command line asks for: something to do, or a text (help, version) to print.

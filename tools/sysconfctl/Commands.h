@@ -11,6 +11,12 @@ ExitStatus runShow(const Options& options);
 /// One answer.
 ExitStatus runGet(const Options& options);
 
+/// The nodes of both lists. What does not load is told on standard error too.
+ExitStatus runNodes(const Options& options);
+
+/// The deployment as a picture.
+ExitStatus runMap(const Options& options);
+
 /// All queries.
 ExitStatus runList(const Options& options);
 

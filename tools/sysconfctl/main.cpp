@@ -16,7 +16,16 @@ ExitStatus run(const Options& options) {
         return runList(options);
     }
     applyEnvironment(options.envFile, options.sets);
-    return options.command == Command::Get ? runGet(options) : runShow(options);
+    switch (options.command) {
+    case Command::Get:
+        return runGet(options);
+    case Command::Nodes:
+        return runNodes(options);
+    case Command::Map:
+        return runMap(options);
+    default:
+        return runShow(options);
+    }
 }
 
 ExitStatus start(int count, const char* const* words) {
