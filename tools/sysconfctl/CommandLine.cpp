@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <map>
 #include <utility>
 
 namespace sysconfctl {
@@ -16,11 +17,12 @@ namespace {
 constexpr const char* kFooter = R"(
 Exit status:
   0   answered
-  1   no answer: the library gives an empty text or -1 (get), there is no node
-      (nodes, map), or nothing that draws (map)
+  1   no answer: the library gives an empty text or -1 (get, explain), there is
+      no node (nodes, map), or nothing that draws (map)
   2   bad usage
   3   the library threw
-  70  output could not be written, or a fault of this tool
+  70  output could not be written, or a fault of this tool: what it explains
+      is not what the library answers (explain)
 
 Environment files have KEY=VALUE lines and comments (#). Relative values of
 APP_CONF_FILE, APP_ROOT and TOLM_ROOT start at the file's own folder; of these
@@ -67,6 +69,17 @@ void addFormat(CLI::App& app, std::string& name,
         ->check(CLI::IsMember(names).description(""));
 }
 
+void addColor(CLI::App& app, ColorChoice& color) {
+    const std::map<std::string, ColorChoice> choices = {{"auto", ColorChoice::Auto},
+                                                        {"always", ColorChoice::Always},
+                                                        {"never", ColorChoice::Never}};
+    app.add_option_function<std::string>(
+           "--color", [&color, choices](const std::string& name) { color = choices.at(name); },
+           "Colour: auto (on a terminal, unless NO_COLOR is set), always or never")
+        ->type_name("WHEN")
+        ->check(CLI::IsMember({"auto", "always", "never"}).description(""));
+}
+
 void addLocalAddresses(CLI::App& app, std::vector<std::string>& addresses) {
     app.add_option("--local-address", addresses,
                    "Address of the host, in place of those that it has; repeatable")
@@ -109,6 +122,7 @@ public:
         addCommonOptions(m_app, m_before);
         addShow();
         addGet();
+        addExplain();
         addNodes();
         addMap();
         m_app.footer(kFooter); // last, because commands would inherit it
@@ -146,6 +160,19 @@ private:
         addRevealSecrets(*m_get, m_options.revealSecrets);
     }
 
+    void addExplain() {
+        m_explain = m_app.add_subcommand("explain", "Tell the way to an answer");
+        m_explain->add_option("QUERY", m_options.query, "Name of the query, see get --list")
+            ->type_name("");
+        m_explain->add_option("ARGUMENT", m_options.arguments, "Arguments of the query")
+            ->type_name("");
+        m_explain->add_flag("--all", m_options.all, "Every query");
+        addCommonOptions(*m_explain, m_behind);
+        addFormat(*m_explain, m_explainFormat);
+        addRevealSecrets(*m_explain, m_options.revealSecrets);
+        addColor(*m_explain, m_options.color);
+    }
+
     void addNodes() {
         m_nodes = m_app.add_subcommand("nodes", "List the nodes of both node lists");
         addCommonOptions(*m_nodes, m_behind);
@@ -171,6 +198,12 @@ private:
         m_options.format = formatNamed(m_showFormat);
         if (m_get->parsed()) {
             understandGet();
+        } else if (m_explain->parsed()) {
+            m_options.command = Command::Explain;
+            m_options.format = formatNamed(m_explainFormat);
+            if (m_options.all == !m_options.query.empty()) {
+                throw UsageError("explain takes either a query or --all");
+            }
         } else if (m_nodes->parsed()) {
             m_options.command = Command::Nodes;
             m_options.format = formatNamed(m_nodesFormat);
@@ -201,6 +234,7 @@ private:
     CLI::App m_app;
     CLI::App* m_show = nullptr;
     CLI::App* m_get = nullptr;
+    CLI::App* m_explain = nullptr;
     CLI::App* m_nodes = nullptr;
     CLI::App* m_map = nullptr;
     Common m_before;
@@ -208,6 +242,7 @@ private:
     Options m_options;
     std::string m_showFormat;
     std::string m_getFormat;
+    std::string m_explainFormat;
     std::string m_nodesFormat;
     std::string m_mapFormat;
     bool m_list = false;

@@ -1,12 +1,14 @@
 #pragma once
 
+#include "Color.h"
+
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace sysconfctl {
 
-enum class Command { Show, Get, List, Nodes, Map };
+enum class Command { Show, Get, List, Explain, Nodes, Map };
 enum class Format { Table, Plain, Json, Wide, Dot, Mermaid, Svg };
 
 /// A command line, understood.
@@ -18,6 +20,9 @@ struct Options {
     bool revealSecrets = false;
     std::string query;
     std::vector<std::string> arguments;
+    /// Every query, not one.
+    bool all = false;
+    ColorChoice color = ColorChoice::Auto;
     /// What counts as the host's addresses; empty: those that it has.
     std::vector<std::string> localAddresses;
 };

@@ -11,6 +11,9 @@ ExitStatus runShow(const Options& options);
 /// One answer.
 ExitStatus runGet(const Options& options);
 
+/// The way to one answer, or to all.
+ExitStatus runExplain(const Options& options);
+
 /// The nodes of both lists. What does not load is told on standard error too.
 ExitStatus runNodes(const Options& options);
 

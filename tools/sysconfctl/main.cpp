@@ -19,6 +19,8 @@ ExitStatus run(const Options& options) {
     switch (options.command) {
     case Command::Get:
         return runGet(options);
+    case Command::Explain:
+        return runExplain(options);
     case Command::Nodes:
         return runNodes(options);
     case Command::Map:
