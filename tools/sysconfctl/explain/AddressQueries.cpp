@@ -103,24 +103,43 @@ Numbered numbered(const Json::Value& entries, const std::string& prefix, bool& c
 
 struct EndsEarly {};
 
-Numbered byNumber(Narrator& narrator, const std::string& prefix) {
+/// The place of the entry that filled a slot.
+std::optional<Spot> filledBy(const Narrator& narrator, const std::string& id,
+                             const Provenance& found, const std::string& slot) {
+    const auto from = found.from.find(slot);
+    if (from == found.from.end()) {
+        return std::nullopt;
+    }
+    return Spot{&narrator.sources.nodeList,
+                {"nodeList", id, "IPAddresses", found.entries.at(from->second).step}};
+}
+
+std::string numberSlot(int number) {
+    return fmt::format("number {}", number);
+}
+
+/// @param services Whether service addresses are told beside numbered ones.
+Numbered byNumber(Narrator& narrator, const std::string& prefix, bool services, Provenance& found) {
     narrator.floatNode();
     const std::string& id = narrator.values.floatNodeId;
     if (!tellNode(narrator, id, kFloat)) {
         return {};
     }
-    narrator.entries(narrator.sources.nodeList, id, [&](const Json::Value& entries, Slots& slots) {
-        bool complete = false;
-        const Numbered found = numbered(entries, prefix, complete);
-        for (const auto& [number, address] : found.numbers) {
-            slots[fmt::format("number {}", number)] = address;
-        }
-        slots[std::string(rules::kServiceTag)] = found.service;
-        slots[std::string(rules::kService2Tag)] = found.service2;
-        if (!complete) {
-            throw EndsEarly();
-        }
-    });
+    found = narrator.entries(narrator.sources.nodeList, id,
+                             [&](const Json::Value& entries, Slots& slots) {
+                                 bool complete = false;
+                                 const Numbered taken = numbered(entries, prefix, complete);
+                                 for (const auto& [number, address] : taken.numbers) {
+                                     slots[numberSlot(number)] = address;
+                                 }
+                                 if (services || taken.numbers.empty()) {
+                                     slots[std::string(rules::kServiceTag)] = taken.service;
+                                     slots[std::string(rules::kService2Tag)] = taken.service2;
+                                 }
+                                 if (!complete) {
+                                     throw EndsEarly();
+                                 }
+                             });
     bool complete = false;
     return numbered(entriesOf(narrator, id), prefix, complete);
 }
@@ -147,16 +166,19 @@ void tellServices(Narrator& narrator, const std::string& service, const char* fa
 }
 
 std::string north(Narrator& narrator) {
-    const Numbered found = byNumber(narrator, kNorthbound);
+    Provenance entries;
+    const Numbered found = byNumber(narrator, kNorthbound, false, entries);
     const std::string& maintenance = narrator.values.maintenanceIp;
     const auto write = [&](std::map<int, std::string> numbers) {
         return rules::northSlotList(std::move(numbers), found.service, found.service2, maintenance);
     };
     for (const auto& [number, address] : found.numbers) {
         if (!address.empty()) {
-            narrator.step("slot",
-                          fmt::format("slot {} of the list has number {}: {}",
-                                      position(found.numbers, number, write), number, address));
+            narrator.step(
+                "slot",
+                fmt::format("slot {} of the list has number {}: {}",
+                            position(found.numbers, number, write), number, address),
+                filledBy(narrator, narrator.values.floatNodeId, entries, numberSlot(number)));
         }
     }
     if (found.numbers.empty()) {
@@ -197,23 +219,24 @@ std::string south(Narrator& narrator) {
     narrator.floatNode();
     const std::string& id = narrator.values.floatNodeId;
     Tagged found;
+    Provenance provenance;
     if (tellNode(narrator, id, kFloat)) {
         bool complete = false;
-        narrator.entries(narrator.sources.nodeList, id,
-                         [](const Json::Value& entries, Slots& slots) {
-                             bool walked = false;
-                             const Tagged seen = southbound(entries, walked);
-                             for (const auto& [slot, address] : seen.slots) {
-                                 slots[slotName(slot)] = address;
-                             }
-                             if (!seen.seen.matched) {
-                                 slots[std::string(rules::kServiceTag)] = seen.seen.service;
-                                 slots[std::string(rules::kService2Tag)] = seen.seen.service2;
-                             }
-                             if (!walked) {
-                                 throw EndsEarly();
-                             }
-                         });
+        provenance = narrator.entries(
+            narrator.sources.nodeList, id, [](const Json::Value& entries, Slots& slots) {
+                bool walked = false;
+                const Tagged seen = southbound(entries, walked);
+                for (const auto& [slot, address] : seen.slots) {
+                    slots[slotName(slot)] = address;
+                }
+                if (!seen.seen.matched) {
+                    slots[std::string(rules::kServiceTag)] = seen.seen.service;
+                    slots[std::string(rules::kService2Tag)] = seen.seen.service2;
+                }
+                if (!walked) {
+                    throw EndsEarly();
+                }
+            });
         found = southbound(entriesOf(narrator, id), complete);
     }
     if (!found.seen.matched) {
@@ -223,9 +246,11 @@ std::string south(Narrator& narrator) {
     }
     for (const auto& [slot, address] : found.slots) {
         if (!address.empty()) {
-            narrator.step("slot", fmt::format("slot {} of the list has {}: {}",
-                                              position(found.slots, slot, rules::southSlotList),
-                                              slotName(slot), address));
+            narrator.step("slot",
+                          fmt::format("slot {} of the list has {}: {}",
+                                      position(found.slots, slot, rules::southSlotList),
+                                      slotName(slot), address),
+                          filledBy(narrator, id, provenance, slotName(slot)));
         }
     }
     return rules::southSlotList(found.slots);
@@ -317,7 +342,8 @@ bool explainAddresses(Narrator& narrator) {
     } else if (name == "pf-type") {
         answer = protocols(narrator);
     } else if (name == "local-node-ips") {
-        const Numbered found = byNumber(narrator, narrator.argument(0));
+        Provenance entries;
+        const Numbered found = byNumber(narrator, narrator.argument(0), true, entries);
         answer = library::numberedAnswer(found.numbers, found.service, found.service2);
     } else if (name == "local-node-ips-by-tag") {
         answer = byWholeTag(narrator);

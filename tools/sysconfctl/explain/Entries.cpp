@@ -69,6 +69,7 @@ Fate fateOf(const EntryFate& entry, std::size_t number,
             continue;
         }
         if (has->second == number) {
+            winner.reset();
             return Fate::Taken;
         }
         winner = has->second;
