@@ -16,11 +16,12 @@ namespace {
 
 constexpr const char* kFooter = R"(
 Exit status:
-  0   answered
+  0   answered; nothing wrong (check)
   1   no answer: the library gives an empty text or -1 (get, explain), there is
       no node (nodes, map), or nothing that draws (map)
   2   bad usage
-  3   the library threw
+  3   the library threw; errors found (check)
+  4   warnings found, no errors (check --strict)
   70  output could not be written, or a fault of this tool: what it explains
       is not what the library answers (explain)
 
@@ -123,6 +124,7 @@ public:
         addShow();
         addGet();
         addExplain();
+        addCheck();
         addNodes();
         addMap();
         m_app.footer(kFooter); // last, because commands would inherit it
@@ -173,6 +175,16 @@ private:
         addColor(*m_explain, m_options.color);
     }
 
+    void addCheck() {
+        m_check = m_app.add_subcommand("check", "Find what is wrong with files and environment");
+        m_check->add_flag("--strict", m_options.strict, "End with 4 when there are warnings only");
+        addCommonOptions(*m_check, m_behind);
+        addFormat(*m_check, m_checkFormat);
+        addRevealSecrets(*m_check, m_options.revealSecrets);
+        addColor(*m_check, m_options.color);
+        addLocalAddresses(*m_check, m_options.localAddresses);
+    }
+
     void addNodes() {
         m_nodes = m_app.add_subcommand("nodes", "List the nodes of both node lists");
         addCommonOptions(*m_nodes, m_behind);
@@ -204,6 +216,9 @@ private:
             if (m_options.all == !m_options.query.empty()) {
                 throw UsageError("explain takes either a query or --all");
             }
+        } else if (m_check->parsed()) {
+            m_options.command = Command::Check;
+            m_options.format = formatNamed(m_checkFormat);
         } else if (m_nodes->parsed()) {
             m_options.command = Command::Nodes;
             m_options.format = formatNamed(m_nodesFormat);
@@ -235,6 +250,7 @@ private:
     CLI::App* m_show = nullptr;
     CLI::App* m_get = nullptr;
     CLI::App* m_explain = nullptr;
+    CLI::App* m_check = nullptr;
     CLI::App* m_nodes = nullptr;
     CLI::App* m_map = nullptr;
     Common m_before;
@@ -243,6 +259,7 @@ private:
     std::string m_showFormat;
     std::string m_getFormat;
     std::string m_explainFormat;
+    std::string m_checkFormat;
     std::string m_nodesFormat;
     std::string m_mapFormat;
     bool m_list = false;

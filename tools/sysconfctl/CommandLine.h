@@ -8,7 +8,7 @@
 
 namespace sysconfctl {
 
-enum class Command { Show, Get, List, Explain, Nodes, Map };
+enum class Command { Show, Get, List, Explain, Check, Nodes, Map };
 enum class Format { Table, Plain, Json, Wide, Dot, Mermaid, Svg };
 
 /// A command line, understood.
@@ -22,6 +22,8 @@ struct Options {
     std::vector<std::string> arguments;
     /// Every query, not one.
     bool all = false;
+    /// Warnings count, too.
+    bool strict = false;
     ColorChoice color = ColorChoice::Auto;
     /// What counts as the host's addresses; empty: those that it has.
     std::vector<std::string> localAddresses;

@@ -14,6 +14,9 @@ ExitStatus runGet(const Options& options);
 /// The way to one answer, or to all.
 ExitStatus runExplain(const Options& options);
 
+/// What is wrong with the files and the environment. Reads only.
+ExitStatus runCheck(const Options& options);
+
 /// The nodes of both lists. What does not load is told on standard error too.
 ExitStatus runNodes(const Options& options);
 
