@@ -185,7 +185,9 @@ void checkLists(Checker& checker) {
 void checkDeployment(Checker& checker) {
     checkOwnNode(checker);
     checkStandby(checker);
-    if (checker.sources.managerNodeList.loads) {
+    // Without the other two files the tenancy to look for is unknown.
+    if (checker.sources.managerNodeList.loads && checker.sources.appConfig.loads &&
+        checker.sources.nodeList.loads) {
         checkRole(checker, true);
         checkRole(checker, false);
     }

@@ -52,7 +52,12 @@ std::size_t readableLength(const located::Document& document, std::size_t number
     return length;
 }
 
-/// A part of a line, escaped, with secrets masked.
+bool isSecret(std::size_t at, const std::vector<Range>& secrets) {
+    return std::any_of(secrets.begin(), secrets.end(),
+                       [&](const Range& range) { return at >= range.first && at < range.second; });
+}
+
+/// A part of a line, escaped, with one mask for each stretch of secrets.
 std::string shown(std::string_view text, std::size_t begin, std::size_t end,
                   const std::vector<Range>& secrets) {
     std::string result;
@@ -63,12 +68,9 @@ std::string shown(std::string_view text, std::size_t begin, std::size_t end,
         plain.clear();
     };
     for (std::size_t at = begin; at < end; ++at) {
-        const auto secret = std::find_if(secrets.begin(), secrets.end(), [&](const Range& range) {
-            return at >= range.first && at < range.second;
-        });
-        if (secret == secrets.end()) {
+        if (!isSecret(at, secrets)) {
             plain += text[at];
-        } else if (at == secret->first || at == begin) {
+        } else if (at == begin || !isSecret(at - 1, secrets)) {
             flush();
             result += kMask;
         }
@@ -78,13 +80,16 @@ std::string shown(std::string_view text, std::size_t begin, std::size_t end,
 }
 
 /// Takes characters off the front until the text is no wider than `width`.
-std::string lastColumns(const std::string& text, std::size_t width) {
-    std::string rest = text;
-    while (displayWidth(rest) > width) {
-        const std::vector<std::string> pieces = wrapped(rest, 1);
-        rest = rest.substr(pieces.front().size());
+std::string lastColumns(std::string text, std::size_t width) {
+    const auto continues = [](char c) { return (static_cast<unsigned char>(c) & 0xc0U) == 0x80U; };
+    while (displayWidth(text) > width) {
+        std::size_t length = 1;
+        while (length < text.size() && continues(text[length])) {
+            ++length;
+        }
+        text.erase(0, length);
     }
-    return rest;
+    return text;
 }
 
 } // namespace
@@ -104,14 +109,19 @@ std::vector<std::string> excerpt(const Finding& finding, std::size_t width, bool
         if (document.error()) {
             const std::size_t readable = start + readableLength(document, number);
             secrets.emplace_back(readable, end);
-            // What is hidden by both is hidden once.
-            for (Range& secret : secrets) {
-                secret.second = std::max(secret.second, secret.first);
-            }
         }
     }
-    const std::size_t from = std::min(*finding.offset, end);
-    const std::size_t to = std::min(end, from + finding.length);
+    // A place within a secret is shown at its start, and as a whole.
+    std::size_t from = std::min(*finding.offset, end);
+    std::size_t to = std::min(end, from + finding.length);
+    if (isSecret(from, secrets)) {
+        while (from > start && isSecret(from - 1, secrets)) {
+            --from;
+        }
+        while (to < end && isSecret(to, secrets)) {
+            ++to;
+        }
+    }
     std::string before = shown(document.text(), start, from, secrets);
     std::string meant = shown(document.text(), from, to, secrets);
     const std::string after = shown(document.text(), to, end, secrets);

@@ -179,7 +179,7 @@ void checkUsage(Checker& checker, const SourceFile& list, const Path& entry, boo
                 std::map<std::string, std::string>& slots) {
     const Path path = with(entry, {"usage"});
     const Json::Value& usage = valueAt(list.tree, path);
-    if (usage.isNull() || (usage.isArray() && usage.empty())) {
+    if (usage.isNull() || ((usage.isArray() || usage.isObject()) && usage.empty())) {
         checker.at(list, path, Severity::Warning, "no-tags",
                    "this address has no tags: nothing finds it by its purpose");
         return;
@@ -211,7 +211,7 @@ void checkAddresses(Checker& checker, const SourceFile& list, const Path& node, 
                     std::map<std::string, std::string>& owners) {
     const Path path = with(node, {"IPAddresses"});
     const Json::Value& entries = valueAt(list.tree, path);
-    if (entries.isNull() || (entries.isArray() && entries.empty())) {
+    if (entries.isNull() || ((entries.isArray() || entries.isObject()) && entries.empty())) {
         checker.at(list, path, Severity::Warning, "no-addresses", "this node has no addresses");
     } else if (!entries.isArray() && !entries.isObject()) {
         checker.at(list, path, Severity::Warning, "no-addresses",
@@ -272,11 +272,19 @@ void checkNode(Checker& checker, const SourceFile& list, const std::string& id,
     checkName(checker, list, with(path, {"extAttr", "hostType"}), {"master", "standby"});
     checkName(checker, list, with(path, {"extAttr", "domain_node_type"}),
               {"ACCESS_Master", "ACCESS_Backup"});
+    const Path attributes = with(path, {"extAttr"});
+    if (list.document.find(attributes) != nullptr && valueAt(list.tree, attributes).isNull()) {
+        checker.at(list, attributes, Severity::Warning, "null",
+                   "\"extAttr\" is null: the node has no role and no host tag");
+    }
     for (const Path& text :
          {with(path, {"assignedToTenancy"}), with(path, {"extAttr", "hostType"}),
           with(path, {"extAttr", "HOSTID"}), with(path, {"extAttr", "domain_node_type"})}) {
         const Json::Value& value = valueAt(list.tree, text);
-        if (!value.isNull() && !value.isString() && !value.isArray() && !value.isObject()) {
+        if (value.isNull() && list.document.find(text) != nullptr) {
+            checker.at(list, text, Severity::Warning, "null",
+                       fmt::format("\"{}\" is null: it reads as absent", text.back()));
+        } else if (!value.isNull() && !value.isString() && !value.isArray() && !value.isObject()) {
             checker.at(list, text, Severity::Warning, "odd-type",
                        fmt::format("\"{}\" is {}: it reads as \"{}\"", text.back(), kindOf(value),
                                    value.asString()),
