@@ -21,7 +21,7 @@ import jsonschema
 SOURCE = pathlib.Path(sys.argv[1])
 SYSCONFCTL = sys.argv[2]
 SEED = 20261121
-MUTANTS = 400
+MUTANTS = 150
 
 SCHEMAS = {
     "APP_CONF_FILE": "app-config",

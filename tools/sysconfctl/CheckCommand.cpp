@@ -13,6 +13,9 @@
 namespace sysconfctl {
 namespace {
 
+/// More columns than any line of a file that a person reads.
+constexpr std::size_t kWhole = 10000;
+
 const char* nameOf(Severity severity) {
     return severity == Severity::Error ? "error" : "warning";
 }
@@ -103,7 +106,7 @@ std::string json(const std::vector<Finding>& findings, const Options& options) {
             const located::Place place = finding.file->document.place(*finding.offset);
             row["line"] = static_cast<Json::UInt64>(place.line);
             row["column"] = static_cast<Json::UInt64>(place.column);
-            row["excerpt"] = excerpt(finding, outputWidth(), options.revealSecrets).front();
+            row["excerpt"] = excerpt(finding, kWhole, options.revealSecrets).front();
         }
         value["findings"].append(row);
     }

@@ -111,7 +111,7 @@ void checkRole(Checker& checker, bool master) {
     const std::vector<std::string> found = candidates(checker, master);
     const std::string& tenancy = checker.loaded().values().tenancy;
     if (found.empty()) {
-        checker.at(
+        checker.member(
             list, {"nodeList"}, Severity::Warning, master ? "no-master" : "no-standby",
             fmt::format("the tenancy \"{}\" has no {} in the manager node list", tenancy, role),
             fmt::format("it has \"hostType\" \"{}\" and \"domain_node_type\" \"{}\"", role,

@@ -125,7 +125,9 @@ std::vector<std::string> excerpt(const Finding& finding, std::size_t width, bool
     std::string before = shown(document.text(), start, from, secrets);
     std::string meant = shown(document.text(), from, to, secrets);
     const std::string after = shown(document.text(), to, end, secrets);
-    before = lastColumns(before, width / 2);
+    if (displayWidth(before + meant + after) > width) {
+        before = lastColumns(before, width / 2);
+    }
     meant = wrapped(meant, std::max<std::size_t>(width - displayWidth(before), 1)).front();
     const std::size_t room = width - std::min(width, displayWidth(before) + displayWidth(meant));
     const std::string rest = room > 0 ? wrapped(after, room).front() : "";

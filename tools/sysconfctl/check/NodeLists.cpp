@@ -309,7 +309,7 @@ void checkNodeList(Checker& checker, const SourceFile& list) {
     checker.unknownMembers(list, {}, {"nodeList"});
     const Json::Value& nodes = list.tree["nodeList"];
     if (nodes.isNull() || (nodes.isObject() && nodes.empty())) {
-        checker.at(list, {"nodeList"}, Severity::Warning, "no-nodes", "the list has no nodes");
+        checker.member(list, {"nodeList"}, Severity::Warning, "no-nodes", "the list has no nodes");
     }
     if (!nodes.isObject()) {
         return;
