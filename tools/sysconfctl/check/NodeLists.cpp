@@ -65,7 +65,10 @@ void checkMisfit(Checker& checker, const SourceFile& list, const Misfit& misfit)
                  "the node whom a standby stands in for";
     }
     checker.at(list, misfit.path, severity, "wrong-type",
-               fmt::format("{} {}: {}", name.empty() ? "the root" : '"' + name + '"',
+               fmt::format("{} {}: {}",
+                           name.empty()                                       ? "the root"
+                           : list.document.findMember(misfit.path) == nullptr ? "this value"
+                                                                              : '"' + name + '"',
                            misfit.sentence, effect),
                "correct its type");
 }
@@ -291,7 +294,8 @@ void checkNode(Checker& checker, const SourceFile& list, const std::string& id,
                        "write it as a text");
         }
     }
-    checkAddresses(checker, list, path, isLookedUp(checker, list, id), owners);
+    checkAddresses(checker, list, path, !isManager(checker, list) && isLookedUp(checker, list, id),
+                   owners);
 }
 
 } // namespace
