@@ -155,6 +155,8 @@ const std::vector<Row> kRows = {
      "the list has no nodes"},
     {"unknown-member", "warning", 'b', "\"IPAddresses\"", "\"IPAdresses\"", "3:1",
      "\"IPAdresses\" is not read"},
+    {"no-service", "warning", 'b', "\"service\"]}]}", "\"service2\"]}]}", "3:1",
+     "this node has no service address"},
     {"absent", "warning", 'b', ", \"HOSTID\": \"h\"", "", "2:1", "its host tag is empty"},
 };
 

@@ -225,7 +225,7 @@ void checkAddresses(Checker& checker, const SourceFile& list, const Path& node, 
     if (!entries.isArray()) {
         return;
     }
-    std::map<std::string, std::string> slots;
+    std::map<std::string, std::string> slots; // the addresses of this node, by what they are for
     for (Json::ArrayIndex i = 0; i < entries.size(); ++i) {
         const Path place = with(path, {std::to_string(i)});
         const Json::Value& entry = entries[i];
@@ -253,6 +253,13 @@ void checkAddresses(Checker& checker, const SourceFile& list, const Path& node, 
             }
         }
         checkUsage(checker, list, place, lookedUp, slots);
+    }
+    if (!entries.empty() && slots.count(std::string(rules::kServiceTag)) == 0) {
+        checker.member(
+            list, path, Severity::Warning, "no-service",
+            "this node has no service address: queries for it go without, and no standby "
+            "can stand in for it",
+            "tag an address \"service\"");
     }
 }
 
