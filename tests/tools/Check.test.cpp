@@ -55,7 +55,8 @@ constexpr const char* kList = R"({"nodeList": {"n": {"assignedToTenancy": "t",
 "IPAddresses": [{"IP": "192.0.2.1", "usage": ["maintenance"]},
 {"IP": "192.0.2.2", "usage": ["service"]}]},
 "s": {"assignedToTenancy": "t", "extAttr": {"hostType": "standby",
-"domain_node_type": "ACCESS_Backup"}, "IPAddresses": [{"IP": "192.0.2.3", "usage": ["service"]}]}}})";
+"domain_node_type": "ACCESS_Backup"}, "IPAddresses": [{"IP": "192.0.2.3",
+"usage": ["service", "maintenance"]}]}}})";
 
 /// One change of a clean deployment: what stands in a file, and what stands there instead.
 struct Row {
@@ -90,7 +91,7 @@ const std::vector<Row> kRows = {
     {"syntax", "error", 'a', R"("CORBA_SSL": {"port": 4}})", R"("CORBA_SSL": {"port": 4},})",
      "4:48", "the file does not load"},
     {"syntax", "error", 'n', "\"h\"}", "\"h\"} // host", "2:87", "a comment stands here"},
-    {"syntax", "error", 'm', "}]}}}", "}]}}}}", "6:100", "text after the end of the document"},
+    {"syntax", "error", 'm', "}]}}}", "}]}}}}", "7:41", "text after the end of the document"},
     {"wrong-type", "error", 'a', R"("port": 2)", R"("port": "2")", "3:77", "the loader stops here"},
     {"wrong-type", "error", 'a', R"({"port": 3})", "[3]", "4:10", "is an array where an object"},
     {"wrong-type", "error", 'a', R"("databases": {})", R"("databases": [])", "1:15", "stops here"},
@@ -139,8 +140,9 @@ const std::vector<Row> kRows = {
     {"not-an-address", "warning", 'b', "192.0.2.2", "192.0.2", "4:8", "\"192.0.2\" is no IPv4"},
     {"same-address", "warning", 'b', "192.0.2.3", "192.0.2.2", "6:62",
      "node \"n\" has the address"},
-    {"no-addresses", "warning", 'b', "[{\"IP\": \"192.0.2.3\", \"usage\": [\"service\"]}]", "[]",
-     "6:54", "this node has no addresses"},
+    {"no-addresses", "warning", 'b',
+     "[{\"IP\": \"192.0.2.3\",\n\"usage\": [\"service\", \"maintenance\"]}]", "[]", "6:54",
+     "this node has no addresses"},
     {"empty-id", "warning", 'b', "\"s\": ", "\"\": ", "5:1", "this node has no id"},
     {"tenancy-mismatch", "warning", 'n', "\"t\"", "\"T\"", "1:42", "\"t\" in the manager"},
     {"list-mismatch", "warning", 'n', "\"h\"", "\"H\"", "2:82", "\"HOSTID\" of node"},
@@ -155,6 +157,8 @@ const std::vector<Row> kRows = {
      "the list has no nodes"},
     {"unknown-member", "warning", 'b', "\"IPAddresses\"", "\"IPAdresses\"", "3:1",
      "\"IPAdresses\" is not read"},
+    {"no-internal", "warning", 'b', ", \"maintenance\"]}", "]}", "6:39",
+     "nor a maintenance address"},
     {"no-service", "warning", 'b', "\"service\"]}]}", "\"service2\"]}]}", "3:1",
      "this node has no service address"},
     {"absent", "warning", 'b', ", \"HOSTID\": \"h\"", "", "2:1", "its host tag is empty"},
@@ -236,7 +240,7 @@ TEST(Check, CaretAndExcerpt_StandUnderThePlace) {
     const auto result = tool::sysconfctl({"check"}).variable("COLUMNS", "200").run();
     EXPECT_THAT(result.output,
                 HasSubstr("  \"domain_node_type\": \"ACCESS_Backup\"}, \"IPAddresses\": [{\"IP\": "
-                          "\"\xe4\xb8\xad\"}, {\"IP\": \"x y\", \"usage\""));
+                          "\"\xe4\xb8\xad\"}, {\"IP\": \"x y\",\n"));
     EXPECT_THAT(result.output, HasSubstr("\n" + std::string(77, ' ') + "^^^^^\n"));
 }
 

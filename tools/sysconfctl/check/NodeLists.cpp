@@ -254,6 +254,13 @@ void checkAddresses(Checker& checker, const SourceFile& list, const Path& node, 
         }
         checkUsage(checker, list, place, lookedUp, slots);
     }
+    if (!entries.empty() && slots.count(std::string(rules::kMaintenanceTag)) == 0 &&
+        slots.count("internal_service") == 0) {
+        checker.member(list, path, Severity::Warning, "no-internal",
+                       "this node has neither an internal-service nor a maintenance address: the "
+                       "other nodes cannot reach it",
+                       "tag an address \"internal_service\" or \"maintenance\"");
+    }
     if (!entries.empty() && slots.count(std::string(rules::kServiceTag)) == 0) {
         checker.member(
             list, path, Severity::Warning, "no-service",
