@@ -118,7 +118,7 @@ const std::vector<Row> kRows = {
      "no node is found"},
     {"wrong-type", "error", 'n', "[\"service\"]", "[[]]", "4:31", "where a text is read"},
     {"wrong-type", "error", 'm', "[\"service\"]", "[[]]", "4:31", "have no answer"},
-    {"usage-no-list", "error", 'n', "[\"service\"]", "\"service\"", "4:30", "matches nothing"},
+    {"usage-no-list", "warning", 'n', "[\"service\"]", "\"service\"", "4:30", "matches nothing"},
     {"usage-no-list", "warning", 'm', "[\"service\"]", "\"service\"", "4:30", "matches nothing"},
     {"role-name", "warning", 'b', "\"master\"", "\"Master\"", "2:25", "compared as they stand"},
     {"role-name", "warning", 'b', "\"standby\"", "\"stanby\"", "5:57", "is no hostType"},

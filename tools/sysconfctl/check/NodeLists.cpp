@@ -178,7 +178,7 @@ void checkTag(Checker& checker, const SourceFile& list, const Path& path, const 
     }
 }
 
-void checkUsage(Checker& checker, const SourceFile& list, const Path& entry, bool lookedUp,
+void checkUsage(Checker& checker, const SourceFile& list, const Path& entry,
                 std::map<std::string, std::string>& slots) {
     const Path path = with(entry, {"usage"});
     const Json::Value& usage = valueAt(list.tree, path);
@@ -189,7 +189,7 @@ void checkUsage(Checker& checker, const SourceFile& list, const Path& entry, boo
     }
     if (!usage.isArray()) {
         if (!usage.isObject()) {
-            checker.at(list, path, lookedUp ? Severity::Error : Severity::Warning, "usage-no-list",
+            checker.at(list, path, Severity::Warning, "usage-no-list",
                        fmt::format("\"usage\" is {} where a list is read: it matches nothing",
                                    kindOf(usage)),
                        "write it as a list of texts: [\"...\"]");
@@ -210,7 +210,7 @@ void checkUsage(Checker& checker, const SourceFile& list, const Path& entry, boo
     }
 }
 
-void checkAddresses(Checker& checker, const SourceFile& list, const Path& node, bool lookedUp,
+void checkAddresses(Checker& checker, const SourceFile& list, const Path& node,
                     std::map<std::string, std::string>& owners) {
     const Path path = with(node, {"IPAddresses"});
     const Json::Value& entries = valueAt(list.tree, path);
@@ -252,7 +252,7 @@ void checkAddresses(Checker& checker, const SourceFile& list, const Path& node, 
                                        ip.asString()));
             }
         }
-        checkUsage(checker, list, place, lookedUp, slots);
+        checkUsage(checker, list, place, slots);
     }
     if (!entries.empty() && slots.count(std::string(rules::kMaintenanceTag)) == 0 &&
         slots.count("internal_service") == 0) {
@@ -308,8 +308,7 @@ void checkNode(Checker& checker, const SourceFile& list, const std::string& id,
                        "write it as a text");
         }
     }
-    checkAddresses(checker, list, path, !isManager(checker, list) && isLookedUp(checker, list, id),
-                   owners);
+    checkAddresses(checker, list, path, owners);
 }
 
 } // namespace
