@@ -165,7 +165,7 @@ TEST(ExitStatus, HelpAndVersion_AreAnswers) {
                                                                        {"show", "--help"},
                                                                        {"get", "--help"},
                                                                        {"check", "--help"},
-             {"explain", "--help"},
+                                                                       {"explain", "--help"},
                                                                        {"nodes", "--help"},
                                                                        {"map", "--help"},
                                                                        {"--version"}}) {
