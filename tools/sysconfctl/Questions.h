@@ -12,8 +12,8 @@ struct Question {
     Arguments arguments;
 };
 
-/// Every query, with the arguments that the table of queries and the library's answers give: all
-/// entries of all databases, the tenancy of this node. The library must be in use.
+/// What to ask for all answers there are. Which databases there are is the library's answer, so
+/// the list may differ from call to call.
 std::vector<Question> allQuestions();
 
 } // namespace sysconfctl
