@@ -1,6 +1,7 @@
 // An event library for commands: appends a line for each call to the file named by EVENT_LOG, and
-// throws out of its subscription when EVENT_THROWS is set, or refuses it when EVENT_REFUSES is. With
-// EVENT_CHANGES it changes the process's environment at each subscription, which no program should.
+// throws out of its subscription when EVENT_THROWS is set, or refuses it when EVENT_REFUSES is.
+// With EVENT_CHANGES it changes the process's environment at each subscription, which no program
+// should.
 
 #include <SysConfReaderEvent.h>
 
