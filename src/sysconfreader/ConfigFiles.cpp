@@ -157,6 +157,17 @@ std::optional<std::string> pathIfSet(const ConfigFile& file) {
                             : std::nullopt;
 }
 
+std::optional<std::string> readText(const std::string& path) {
+    std::optional<std::string> bytes;
+    completes([&] {
+        Text text;
+        if (readWhole(path, text)) {
+            bytes.emplace(text.data(), text.length());
+        }
+    });
+    return bytes;
+}
+
 bool readJsonFile(const std::string& path, Json::Value& value) {
     bool parsed = false;
     completes([&] {

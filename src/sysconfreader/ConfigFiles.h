@@ -32,6 +32,9 @@ std::string pathOf(const ConfigFile& file);
 /// The same, but nothing when the variable is unset.
 std::optional<std::string> pathIfSet(const ConfigFile& file);
 
+/// The bytes of a whole regular file; nothing where readJsonFile would find none to parse.
+std::optional<std::string> readText(const std::string& path);
+
 /// Reads the whole regular file and parses it; tells whether `value` is now its tree. A file that
 /// cannot be opened or not be read to its end, a directory, pipe or device, a text that is not one
 /// valid JSON text, and whatever is thrown on the way count alike: false, `value` as it was.

@@ -54,6 +54,22 @@ void expectNotParsed(const std::string& name) {
     EXPECT_EQ(value, Json::Value("before"));
 }
 
+TEST(ReadText, RegularFile_GivesItsBytesWhateverTheyAre) {
+    for (const std::string& text : {std::string(), kText, std::string("{\0\xff\r\n", 5)}) {
+        writeFile(path(), text);
+        EXPECT_EQ(config::readText(path()), text);
+    }
+}
+
+TEST(ReadText, WhatIsNoReadableFile_GivesNothing) {
+    std::filesystem::create_directory(path("folder"));
+    std::filesystem::create_symlink("nowhere", path("link"));
+    for (const char* name : {"", "folder", "link", "absent"}) {
+        EXPECT_FALSE(config::readText(path(name))) << name;
+    }
+    EXPECT_FALSE(config::readText(""));
+}
+
 TEST(Environment, Unset_ReadsAsEmpty) {
     setEnvironment("PROCESS_INSTANCE_ID", nullptr);
     EXPECT_EQ(config::environment(config::kInstanceIdVariable), "");

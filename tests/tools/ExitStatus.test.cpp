@@ -56,6 +56,14 @@ const std::vector<Row> kAsking = {
     {3, {"get", "db-type", "fields", "0"}, "db-type fields 0: the library threw: "},
     {3, {"get", "db-access-port", "fields", "0"}, "db-access-port fields 0: the library threw: "},
     {3, {"show"}, "db-type object 0: the library threw: "},
+    {3, {"check"}, ""},
+    {3, {"check", "--strict"}, ""},
+    {0, {"explain", "local-port"}, ""},
+    {0, {"explain", "local-node-ips", "northbound"}, ""},
+    {1, {"explain", "wss-ip-address"}, ""},
+    {1, {"explain", "db-info", "absent"}, ""},
+    {3, {"explain", "db-type", "object", "0"}, "db-type object 0: the library threw: "},
+    {3, {"explain", "--all"}, "db-type object 0: the library threw: "},
 };
 
 TEST(ExitStatus, CommandThatAsks_IsTheSameInEveryFormat) {
@@ -104,6 +112,18 @@ const std::vector<Row> kMisused = {
     {2, {"show", "-o", "xml"}, "xml not in {table,plain,json}"},
     {2, {"show", "-o", "1"}, "1 not in {table,plain,json}"},
     {2, {"show", "-o"}, "--output"},
+    {2, {"check", "file"}, "file"},
+    {2, {"check", "-o", "svg"}, "svg not in {table,plain,json}"},
+    {2, {"explain"}, "either a query or --all"},
+    {2, {"explain", "--all", "local-port"}, "either a query or --all"},
+    {2, {"explain", "locl-port"}, "unknown query locl-port, did you mean local-port?"},
+    {2, {"explain", "db-type", "x"}, "db-type takes other arguments"},
+    {2, {"explain", "db-type", "x", "y"}, "not y"},
+    {2, {"explain", "local-port", "--color", "blue"}, "blue not in {auto,always,never}"},
+    {2, {"nodes", "-o", "dot"}, "dot not in {table,wide,plain,json}"},
+    {2, {"map", "-o", "table"}, "table not in {dot,mermaid,svg}"},
+    {2, {"nodes", "n1"}, "n1"},
+    {2, {"map", "--local-address"}, "--local-address"},
     {2, {"get"}, "either a query or --list"},
     {2, {"get", "local-port", "--list"}, "either a query or --list"},
     {2, {"get", "locl-port"}, "unknown query locl-port, did you mean local-port?"},
@@ -141,8 +161,14 @@ TEST(ExitStatus, Misuse_Is2WithAMessageOnStandardErrorOnly) {
 }
 
 TEST(ExitStatus, HelpAndVersion_AreAnswers) {
-    for (const auto& arguments : std::vector<std::vector<std::string>>{
-             {"--help"}, {"show", "--help"}, {"get", "--help"}, {"--version"}}) {
+    for (const auto& arguments : std::vector<std::vector<std::string>>{{"--help"},
+                                                                       {"show", "--help"},
+                                                                       {"get", "--help"},
+                                                                       {"check", "--help"},
+                                                                       {"explain", "--help"},
+                                                                       {"nodes", "--help"},
+                                                                       {"map", "--help"},
+                                                                       {"--version"}}) {
         const auto result = tool::run(arguments);
         EXPECT_EQ(result.exitStatus, 0) << testing::PrintToString(arguments);
         EXPECT_EQ(result.errors, "") << testing::PrintToString(arguments);

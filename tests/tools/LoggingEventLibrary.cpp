@@ -1,11 +1,14 @@
 // An event library for commands: appends a line for each call to the file named by EVENT_LOG, and
 // throws out of its subscription when EVENT_THROWS is set, or refuses it when EVENT_REFUSES is.
+// With EVENT_CHANGES it changes the process's environment at each subscription, which no program
+// should.
 
 #include <SysConfReaderEvent.h>
 
 #include <cstdlib>
 #include <fstream>
 #include <stdexcept>
+#include <string>
 
 namespace {
 
@@ -22,6 +25,10 @@ extern "C" {
 [[gnu::visibility("default")]] int EventConsumerCBInit(const std::string&, const std::string&,
                                                        const EventConsumerCallback*) {
     log("init");
+    if (std::getenv("EVENT_CHANGES") != nullptr) {
+        const std::string root = std::getenv("APP_ROOT") != nullptr ? std::getenv("APP_ROOT") : "";
+        ::setenv("APP_ROOT", (root + "x").c_str(), 1);
+    }
     if (std::getenv("EVENT_THROWS") != nullptr) {
         throw std::runtime_error("the broker \033[31mis gone");
     }

@@ -6,6 +6,9 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <iterator>
+#include <map>
 #include <utility>
 
 namespace sysconfctl {
@@ -13,11 +16,14 @@ namespace {
 
 constexpr const char* kFooter = R"(
 Exit status:
-  0   answered (watch: ended by Ctrl-C or SIGTERM)
-  1   no answer: the library gives an empty text or -1 (get only)
+  0   answered; nothing wrong (check); ended by Ctrl-C or SIGTERM (watch)
+  1   no answer: the library gives an empty text or -1 (get, explain), there is
+      no node (nodes, map), or nothing that draws (map)
   2   bad usage
-  3   the library threw
-  70  output could not be written, or a fault of this tool
+  3   the library threw; errors found (check)
+  4   warnings found, no errors (check --strict)
+  70  output could not be written, or a fault of this tool: what it explains
+      is not what the library answers (explain)
 
 Environment files have KEY=VALUE lines and comments (#). Relative values of
 APP_CONF_FILE, APP_ROOT and TOLM_ROOT start at the file's own folder; of these
@@ -38,21 +44,48 @@ void addCommonOptions(CLI::App& app, Common& common) {
         ->allow_extra_args(false);
 }
 
+constexpr std::pair<const char*, Format> kFormats[] = {
+    {"table", Format::Table}, {"plain", Format::Plain}, {"json", Format::Json},
+    {"wide", Format::Wide},   {"dot", Format::Dot},     {"mermaid", Format::Mermaid},
+    {"svg", Format::Svg},
+};
+
 Format formatNamed(const std::string& name) {
-    if (name == "json") {
-        return Format::Json;
-    }
-    return name == "plain" ? Format::Plain : Format::Table;
+    const auto* const named = std::find_if(std::begin(kFormats), std::end(kFormats),
+                                           [&](const auto& row) { return name == row.first; });
+    return named != std::end(kFormats) ? named->second : Format::Table;
 }
 
-/// The first format is the default.
-void addFormat(CLI::App& app, std::string& name, const std::vector<std::string>& formats) {
-    name = formats.front();
-    app.add_option(
-           "-o,--output", name,
-           fmt::format("Format of the output: {}; default: {}", joined(formats, ", "), name))
+/// The first of the names is the default.
+void addFormat(CLI::App& app, std::string& name,
+               const std::vector<std::string>& names = {"table", "plain", "json"}) {
+    name = names.front();
+    std::string list;
+    for (const std::string& listed : names) {
+        list += (list.empty() ? "" : listed == names.back() ? " or " : ", ") + listed;
+    }
+    app.add_option("-o,--output", name,
+                   fmt::format("Format of the output: {}; default: {}", list, name))
         ->type_name("FORMAT")
-        ->check(CLI::IsMember(formats).description(""));
+        ->check(CLI::IsMember(names).description(""));
+}
+
+void addColor(CLI::App& app, ColorChoice& color) {
+    const std::map<std::string, ColorChoice> choices = {{"auto", ColorChoice::Auto},
+                                                        {"always", ColorChoice::Always},
+                                                        {"never", ColorChoice::Never}};
+    app.add_option_function<std::string>(
+           "--color", [&color, choices](const std::string& name) { color = choices.at(name); },
+           "Colour: auto (on a terminal, unless NO_COLOR is set), always or never")
+        ->type_name("WHEN")
+        ->check(CLI::IsMember({"auto", "always", "never"}).description(""));
+}
+
+void addLocalAddresses(CLI::App& app, std::vector<std::string>& addresses) {
+    app.add_option("--local-address", addresses,
+                   "Address of the host, in place of those that it has; repeatable")
+        ->type_name("ADDRESS")
+        ->allow_extra_args(false);
 }
 
 void addRevealSecrets(CLI::App& app, bool& reveal) {
@@ -91,6 +124,10 @@ public:
         addShow();
         addGet();
         addWatch();
+        addExplain();
+        addCheck();
+        addNodes();
+        addMap();
         m_app.footer(kFooter); // last, because commands would inherit it
     }
 
@@ -112,7 +149,7 @@ private:
     void addShow() {
         m_show = m_app.add_subcommand("show", "Show every answer of the library");
         addCommonOptions(*m_show, m_behind);
-        addFormat(*m_show, m_showFormat, {"table", "plain", "json"});
+        addFormat(*m_show, m_showFormat);
         addRevealSecrets(*m_show, m_options.revealSecrets);
     }
 
@@ -134,6 +171,43 @@ private:
         addRevealSecrets(*m_watch, m_options.revealSecrets);
     }
 
+    void addExplain() {
+        m_explain = m_app.add_subcommand("explain", "Tell the way to an answer");
+        m_explain->add_option("QUERY", m_options.query, "Name of the query, see get --list")
+            ->type_name("");
+        m_explain->add_option("ARGUMENT", m_options.arguments, "Arguments of the query")
+            ->type_name("");
+        m_explain->add_flag("--all", m_options.all, "Every query");
+        addCommonOptions(*m_explain, m_behind);
+        addFormat(*m_explain, m_explainFormat);
+        addRevealSecrets(*m_explain, m_options.revealSecrets);
+        addColor(*m_explain, m_options.color);
+    }
+
+    void addCheck() {
+        m_check = m_app.add_subcommand("check", "Find what is wrong with files and environment");
+        m_check->add_flag("--strict", m_options.strict, "End with 4 when there are warnings only");
+        addCommonOptions(*m_check, m_behind);
+        addFormat(*m_check, m_checkFormat);
+        addRevealSecrets(*m_check, m_options.revealSecrets);
+        addColor(*m_check, m_options.color);
+        addLocalAddresses(*m_check, m_options.localAddresses);
+    }
+
+    void addNodes() {
+        m_nodes = m_app.add_subcommand("nodes", "List the nodes of both node lists");
+        addCommonOptions(*m_nodes, m_behind);
+        addFormat(*m_nodes, m_nodesFormat, {"table", "wide", "plain", "json"});
+        addLocalAddresses(*m_nodes, m_options.localAddresses);
+    }
+
+    void addMap() {
+        m_map = m_app.add_subcommand("map", "Draw the deployment");
+        addCommonOptions(*m_map, m_behind);
+        addFormat(*m_map, m_mapFormat, {"dot", "mermaid", "svg"});
+        addLocalAddresses(*m_map, m_options.localAddresses);
+    }
+
     Options understood() {
         m_options.sets = m_before.sets;
         m_options.sets.insert(m_options.sets.end(), m_behind.sets.begin(), m_behind.sets.end());
@@ -148,12 +222,30 @@ private:
         } else if (m_watch->parsed()) {
             m_options.command = Command::Watch;
             m_options.format = formatNamed(m_watchFormat);
+        } else if (m_explain->parsed()) {
+            m_options.command = Command::Explain;
+            m_options.format = formatNamed(m_explainFormat);
+            if (m_options.all == !m_options.query.empty()) {
+                throw UsageError("explain takes either a query or --all");
+            }
+        } else if (m_check->parsed()) {
+            m_options.command = Command::Check;
+            m_options.format = formatNamed(m_checkFormat);
+        } else if (m_nodes->parsed()) {
+            m_options.command = Command::Nodes;
+            m_options.format = formatNamed(m_nodesFormat);
+        } else if (m_map->parsed()) {
+            m_options.command = Command::Map;
+            m_options.format = formatNamed(m_mapFormat);
         } else if (!m_show->parsed()) {
             throw UsageError("a command is required (sysconfctl --help lists them)");
         }
         m_options.query = unhidden(m_options.query);
         for (std::string& argument : m_options.arguments) {
             argument = unhidden(argument);
+        }
+        for (std::string& address : m_options.localAddresses) {
+            address = unhidden(address);
         }
         return m_options;
     }
@@ -170,12 +262,20 @@ private:
     CLI::App* m_show = nullptr;
     CLI::App* m_get = nullptr;
     CLI::App* m_watch = nullptr;
+    CLI::App* m_explain = nullptr;
+    CLI::App* m_check = nullptr;
+    CLI::App* m_nodes = nullptr;
+    CLI::App* m_map = nullptr;
     Common m_before;
     Common m_behind;
     Options m_options;
     std::string m_showFormat;
     std::string m_getFormat;
     std::string m_watchFormat;
+    std::string m_explainFormat;
+    std::string m_checkFormat;
+    std::string m_nodesFormat;
+    std::string m_mapFormat;
     bool m_list = false;
 };
 

@@ -1,13 +1,15 @@
 #pragma once
 
+#include "Color.h"
+
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace sysconfctl {
 
-enum class Command { Show, Get, Watch, List };
-enum class Format { Table, Plain, Json };
+enum class Command { Show, Get, Watch, List, Explain, Check, Nodes, Map };
+enum class Format { Table, Plain, Json, Wide, Dot, Mermaid, Svg };
 
 /// A command line, understood.
 struct Options {
@@ -18,6 +20,13 @@ struct Options {
     bool revealSecrets = false;
     std::string query;
     std::vector<std::string> arguments;
+    /// Every query, not one.
+    bool all = false;
+    /// Warnings count, too.
+    bool strict = false;
+    ColorChoice color = ColorChoice::Auto;
+    /// What counts as the host's addresses; empty: those that it has.
+    std::vector<std::string> localAddresses;
 };
 
 /// What a command line asks for: something to do, or a text (help, version) to print.

@@ -40,7 +40,7 @@ std::string written(const Reply& reply, Format format) {
         row.section = {};
         return table({row}, outputWidth());
     }
-    case Format::Plain:
+    default:
         break;
     }
     return bare(reply.answer);

@@ -95,6 +95,11 @@ Answer localNodeIps(const Arguments& arguments) {
     std::string service;
     std::string service2;
     reader().getLocalNodeIPs(arguments[0], numbered, service, service2);
+    return numberedAnswer(numbered, service, service2);
+}
+
+Answer numberedAnswer(const std::map<int, std::string>& numbered, const std::string& service,
+                      const std::string& service2) {
     Map map;
     for (const auto& [number, address] : numbered) {
         map.emplace_back(std::to_string(number), address);
@@ -114,6 +119,10 @@ Answer localNodeIpsByTag(const Arguments& arguments) {
         tags[tag];
     }
     reader().getLocalNodeIPs(tags);
+    return taggedAnswer(tags, arguments);
+}
+
+Answer taggedAnswer(const std::map<std::string, std::string>& tags, const Arguments& arguments) {
     Map map;
     for (const auto& [tag, address] : tags) {
         const bool asked = std::find(arguments.begin(), arguments.end(), tag) != arguments.end();
@@ -138,6 +147,10 @@ Answer allFloatIp(const Arguments& arguments) {
     if (reader().getAllFloatIP({arguments.begin(), arguments.end()}, nodes) != 0) {
         return {NoAnswer{}};
     }
+    return groupedAnswer(nodes);
+}
+
+Answer groupedAnswer(const std::map<std::string, std::set<std::string>>& nodes) {
     Groups groups;
     for (const auto& [id, addresses] : nodes) {
         groups.emplace_back(id, List(addresses.begin(), addresses.end()));

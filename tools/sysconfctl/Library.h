@@ -6,6 +6,8 @@
 #include <SysConfReader_i.h>
 
 #include <cstddef>
+#include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -66,6 +68,12 @@ Answer localNodeIps(const Arguments& arguments);
 Answer localNodeIpsByTag(const Arguments& arguments);
 Answer ipAddresses(const Arguments& arguments);
 Answer allFloatIp(const Arguments& arguments);
+
+/// What the outputs of an operation say, as an answer.
+Answer numberedAnswer(const std::map<int, std::string>& numbered, const std::string& service,
+                      const std::string& service2);
+Answer taggedAnswer(const std::map<std::string, std::string>& tags, const Arguments& arguments);
+Answer groupedAnswer(const std::map<std::string, std::set<std::string>>& nodes);
 
 /// A database's name and how many entries it has, as far as they can be asked for: at least one.
 struct DatabaseEntries {

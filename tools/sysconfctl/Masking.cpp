@@ -7,16 +7,6 @@
 namespace sysconfctl {
 namespace {
 
-/// Wider than the one name that the library reads, so that a misspelt or additional password of an
-/// entry does not show.
-bool speaksOfPassword(std::string name) {
-    std::transform(name.begin(), name.end(), name.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
-    constexpr std::array<std::string_view, 4> kWords = {"passw", "pwd", "secret", "credential"};
-    return std::any_of(kWords.begin(), kWords.end(),
-                       [&](std::string_view word) { return name.find(word) != std::string::npos; });
-}
-
 bool isEmpty(const Json::Value& value) {
     return value.isNull() || (value.isString() && value.asString().empty());
 }
@@ -42,6 +32,14 @@ bool maskMembers(Json::Value& value) {
 }
 
 } // namespace
+
+bool speaksOfPassword(std::string name) {
+    std::transform(name.begin(), name.end(), name.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+    constexpr std::array<std::string_view, 4> kWords = {"passw", "pwd", "secret", "credential"};
+    return std::any_of(kWords.begin(), kWords.end(),
+                       [&](std::string_view word) { return name.find(word) != std::string::npos; });
+}
 
 void mask(Answer& answer, Secret secret) {
     if (secret == Secret::Whole && answer.isAnswered()) {

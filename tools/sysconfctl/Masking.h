@@ -2,6 +2,7 @@
 
 #include "Answer.h"
 
+#include <string>
 #include <string_view>
 
 namespace sysconfctl {
@@ -15,6 +16,10 @@ enum class Secret {
     Whole,   ///< the text itself
     Members, ///< members of a JSON value whose names speak of a password
 };
+
+/// Whether a member of that name holds a password, by its name. Wider than the one name that the
+/// library reads, so that a misspelt or additional password of an entry does not show.
+bool speaksOfPassword(std::string name);
 
 /// Replaces what is secret in the answer by kMask. An empty password is no secret.
 void mask(Answer& answer, Secret secret);

@@ -21,6 +21,14 @@ ExitStatus run(const Options& options) {
         return runGet(options);
     case Command::Watch:
         return runWatch(options);
+    case Command::Explain:
+        return runExplain(options);
+    case Command::Check:
+        return runCheck(options);
+    case Command::Nodes:
+        return runNodes(options);
+    case Command::Map:
+        return runMap(options);
     default:
         return runShow(options);
     }

@@ -1,0 +1,98 @@
+// What became of address entries, found out by asking a rule.
+
+#include "explain/Entries.h"
+
+#include <rules/LocalIPByUsage.h>
+#include <rules/NodeIPs.h>
+
+#include <gtest/gtest.h>
+#include <json/reader.h>
+
+#include <memory>
+
+namespace {
+
+using namespace sysconfctl;
+namespace rules = Quarncommon::rules;
+
+Json::Value parsed(const std::string& text) {
+    const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
+    Json::Value value;
+    EXPECT_TRUE(reader->parse(text.data(), text.data() + text.size(), &value, nullptr)) << text;
+    return value;
+}
+
+void firstService(const Json::Value& entries, Slots& slots) {
+    slots["service"] = rules::addressByTag(entries, "service");
+}
+
+/// Numbers keep their first address, a service address its last.
+void byNumber(const Json::Value& entries, Slots& slots) {
+    std::map<int, std::string> numbers;
+    std::string service;
+    std::string service2;
+    rules::collectByNumber(entries, "n", numbers, service, service2);
+    for (const auto& [number, address] : numbers) {
+        slots[std::to_string(number)] = address;
+    }
+    slots["service"] = service;
+}
+
+std::string fates(const std::string& entries, const EntriesRule& rule) {
+    std::string text;
+    for (const EntryFate& entry : provenance(parsed(entries), rule).entries) {
+        constexpr const char* kNames[] = {"taken",   "earlier", "later", "not-needed",   "other",
+                                          "no-tags", "no-list", "ends",  "not-looked-at"};
+        text += std::string(text.empty() ? "" : " ") + kNames[static_cast<int>(entry.fate)];
+        text += entry.winner ? ":" + std::to_string(*entry.winner) : "";
+    }
+    return text;
+}
+
+struct Row {
+    const char* entries;
+    const char* fates;
+};
+
+TEST(Entries, RuleThatStops_LooksNoFurther) {
+    const Row rows[] = {
+        {"[]", ""},
+        {"null", ""},
+        {R"([{"IP":"a","usage":["x"]},{"IP":"b","usage":["Service"]},{"IP":"c","usage":["service"]}])",
+         "other taken not-looked-at"},
+        {R"([{"usage":["service"]},{"IP":"c","usage":["service"]}])", "taken not-looked-at"},
+        {R"([{"IP":"a","usage":"service"},{"IP":"b"},{"IP":"c","usage":[]},null])",
+         "no-list no-tags no-tags no-tags"},
+        {R"([{"IP":"a","usage":["x"]},{"IP":"b","usage":[{}]},{"IP":"c","usage":["service"]}])",
+         "other ends not-looked-at"},
+        {R"([5,{"IP":"c","usage":["service"]}])", "ends not-looked-at"},
+        {R"([{"IP":{},"usage":["x"]},{"IP":{},"usage":["service"]},{"IP":"c","usage":["service"]}])",
+         "other ends not-looked-at"},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(fates(row.entries, firstService), row.fates) << row.entries;
+    }
+}
+
+TEST(Entries, RuleThatGoesOn_TellsWhoWon) {
+    const Row rows[] = {
+        {R"([{"IP":"a","usage":["n2"]},{"IP":"a","usage":["n2"]},{"IP":"c","usage":["n3","n2"]}])",
+         "taken earlier:0 taken"},
+        {R"([{"IP":"a","usage":["service"]},{"IP":"b","usage":["service"]}])", "later:1 taken"},
+        {R"({"x":{"IP":"a","usage":["service"]},"y":{"IP":"b","usage":{"z":"n1"}}})",
+         "taken taken"},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(fates(row.entries, byNumber), row.fates) << row.entries;
+    }
+}
+
+TEST(Entries, ObjectInPlaceOfTheList_EndsARuleThatGoesByIndex) {
+    const Provenance found =
+        provenance(parsed(R"({"x":{"IP":"a","usage":["service"]}})"), firstService);
+    EXPECT_TRUE(found.ended);
+    EXPECT_TRUE(found.entries.empty());
+    EXPECT_TRUE(found.from.empty());
+}
+
+} // namespace

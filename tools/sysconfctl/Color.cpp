@@ -1,0 +1,41 @@
+#include "Color.h"
+
+#include "Output.h"
+
+#include <cstdlib>
+
+namespace sysconfctl {
+namespace {
+
+const char* sequenceOf(Paint paint) {
+    switch (paint) {
+    case Paint::Red:
+        return "\033[1;31m";
+    case Paint::Magenta:
+        return "\033[1;35m";
+    case Paint::Green:
+        return "\033[1;32m";
+    case Paint::Cyan:
+        return "\033[36m";
+    case Paint::Bold:
+        break;
+    }
+    return "\033[1m";
+}
+
+} // namespace
+
+bool colorWanted(ColorChoice choice) {
+    if (choice != ColorChoice::Auto) {
+        return choice == ColorChoice::Always;
+    }
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody changes the environment any more.
+    const char* const refused = std::getenv("NO_COLOR");
+    return outputIsTerminal() && (refused == nullptr || *refused == '\0');
+}
+
+std::string painted(const std::string& text, Paint paint, bool color) {
+    return color && !text.empty() ? sequenceOf(paint) + text + "\033[0m" : text;
+}
+
+} // namespace sysconfctl

@@ -1,0 +1,37 @@
+#include "Commands.h"
+
+#include "Output.h"
+#include "Text.h"
+#include "deployment/Cluster.h"
+#include "map/Graphviz.h"
+#include "map/Picture.h"
+
+namespace sysconfctl {
+
+ExitStatus runMap(const Options& options) {
+    const Cluster cluster = clusterOf(readSources(options.localAddresses));
+    const Picture picture = pictureOf(cluster);
+    std::optional<std::string> text;
+    switch (options.format) {
+    case Format::Mermaid:
+        text = mermaid(picture);
+        break;
+    case Format::Svg:
+        text = drawnByGraphviz(dot(picture));
+        break;
+    default:
+        text = dot(picture);
+    }
+    for (const std::string& trouble : cluster.troubles) {
+        complain("the " + escaped(trouble));
+    }
+    if (!text) {
+        complain("-o svg needs Graphviz's dot, which is not installed; -o dot and -o mermaid do "
+                 "without");
+        return ExitStatus::NoAnswer;
+    }
+    writeOutput(*text);
+    return cluster.nodes.empty() ? ExitStatus::NoAnswer : ExitStatus::Answered;
+}
+
+} // namespace sysconfctl

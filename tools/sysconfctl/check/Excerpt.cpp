@@ -1,0 +1,139 @@
+#include "check/Finding.h"
+
+#include "Masking.h"
+#include "Text.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace sysconfctl {
+namespace {
+
+using Range = std::pair<std::size_t, std::size_t>;
+
+void collectSecrets(const located::Value& value, std::vector<Range>& ranges) {
+    for (const located::Value& element : value.elements) {
+        collectSecrets(element, ranges);
+    }
+    for (const located::Member& member : value.members) {
+        if (speaksOfPassword(member.name)) {
+            ranges.emplace_back(member.value.begin, member.value.end);
+        } else {
+            collectSecrets(member.value, ranges);
+        }
+    }
+}
+
+/// Where a line stops to be shown because it was not understood and may hold a password: behind a
+/// word that speaks of one, behind anything that may spell one, and all of it when it goes on with
+/// what began as a password's member.
+std::size_t readableLength(const located::Document& document, std::size_t number) {
+    const std::string_view line = document.line(number);
+    const auto& path = document.error()->path;
+    const bool inside = std::any_of(path.begin(), path.end(),
+                                    [](const std::string& step) { return speaksOfPassword(step); });
+    std::size_t before = number - 1;
+    while (before > 0 && document.line(before).find_first_not_of(" \t") == std::string_view::npos) {
+        --before;
+    }
+    const std::string_view previous = before > 0 ? document.line(before) : std::string_view();
+    const bool continues = speaksOfPassword(std::string(previous)) &&
+                           previous.find_last_not_of(" \t") != std::string_view::npos &&
+                           previous[previous.find_last_not_of(" \t")] != ',';
+    if (inside || continues) {
+        return 0;
+    }
+    std::size_t length = std::min(line.find("\\u"), line.size());
+    for (std::size_t end = 1; end <= length; ++end) {
+        if (speaksOfPassword(std::string(line.substr(0, end)))) {
+            length = end;
+        }
+    }
+    return length;
+}
+
+bool isSecret(std::size_t at, const std::vector<Range>& secrets) {
+    return std::any_of(secrets.begin(), secrets.end(),
+                       [&](const Range& range) { return at >= range.first && at < range.second; });
+}
+
+/// A part of a line, escaped, with one mask for each stretch of secrets.
+std::string shown(std::string_view text, std::size_t begin, std::size_t end,
+                  const std::vector<Range>& secrets) {
+    std::string result;
+    std::string plain;
+    const auto flush = [&] {
+        std::replace(plain.begin(), plain.end(), '\t', ' ');
+        result += escaped(plain);
+        plain.clear();
+    };
+    for (std::size_t at = begin; at < end; ++at) {
+        if (!isSecret(at, secrets)) {
+            plain += text[at];
+        } else if (at == begin || !isSecret(at - 1, secrets)) {
+            flush();
+            result += kMask;
+        }
+    }
+    flush();
+    return result;
+}
+
+/// Takes characters off the front until the text is no wider than `width`.
+std::string lastColumns(std::string text, std::size_t width) {
+    const auto continues = [](char c) { return (static_cast<unsigned char>(c) & 0xc0U) == 0x80U; };
+    while (displayWidth(text) > width) {
+        std::size_t length = 1;
+        while (length < text.size() && continues(text[length])) {
+            ++length;
+        }
+        text.erase(0, length);
+    }
+    return text;
+}
+
+} // namespace
+
+std::vector<std::string> excerpt(const Finding& finding, std::size_t width, bool reveal) {
+    if (finding.file == nullptr || !finding.offset) {
+        return {};
+    }
+    const located::Document& document = finding.file->document;
+    const std::size_t number = document.place(*finding.offset).line;
+    const std::string_view line = document.line(number);
+    const std::size_t start = document.lineStart(number);
+    const std::size_t end = start + line.size();
+    std::vector<Range> secrets;
+    if (!reveal) {
+        collectSecrets(document.root(), secrets);
+        if (document.error()) {
+            const std::size_t readable = start + readableLength(document, number);
+            secrets.emplace_back(readable, end);
+        }
+    }
+    // A place within a secret is shown at its start, and as a whole.
+    std::size_t from = std::min(*finding.offset, end);
+    std::size_t to = std::min(end, from + finding.length);
+    if (isSecret(from, secrets)) {
+        while (from > start && isSecret(from - 1, secrets)) {
+            --from;
+        }
+        while (to < end && isSecret(to, secrets)) {
+            ++to;
+        }
+    }
+    std::string before = shown(document.text(), start, from, secrets);
+    std::string meant = shown(document.text(), from, to, secrets);
+    const std::string after = shown(document.text(), to, end, secrets);
+    if (displayWidth(before + meant + after) > width) {
+        before = lastColumns(before, width / 2);
+    }
+    meant = wrapped(meant, std::max<std::size_t>(width - displayWidth(before), 1)).front();
+    const std::size_t room = width - std::min(width, displayWidth(before) + displayWidth(meant));
+    const std::string rest = room > 0 ? wrapped(after, room).front() : "";
+    const std::size_t carets = std::max<std::size_t>(displayWidth(meant), 1);
+    return {before + meant + rest,
+            std::string(displayWidth(before), ' ') + std::string(carets, '^')};
+}
+
+} // namespace sysconfctl

@@ -1,0 +1,92 @@
+#include "deployment/Sources.h"
+
+#include "Text.h"
+
+#include <JsonReader.h>
+#include <QuarnCommonUtils_i.h>
+
+#include <fmt/format.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+namespace sysconfctl {
+namespace {
+
+namespace config = Quarncommon::config;
+
+Variable variable(const char* name) {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody changes the environment any more.
+    const char* const value = std::getenv(name);
+    return {name, value != nullptr ? std::optional<std::string>(value) : std::nullopt};
+}
+
+std::string whyUnreadable(const std::string& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0) {
+        return std::system_category().message(errno);
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return "Not a regular file";
+    }
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (descriptor < 0) {
+        return std::system_category().message(errno);
+    }
+    ::close(descriptor);
+    return "It changes while it is read";
+}
+
+SourceFile read(std::string_view title, const config::ConfigFile& file) {
+    SourceFile source;
+    source.title = title;
+    source.variable = variable(file.variable);
+    source.path = config::pathOf(file);
+    std::optional<std::string> text = config::readText(source.path);
+    if (!text) {
+        source.unreadable = whyUnreadable(source.path);
+        return source;
+    }
+    source.loads = JsonReader(false).parse(*text, source.tree);
+    source.document = located::Document(std::move(*text));
+    return source;
+}
+
+} // namespace
+
+std::string SourceFile::where(std::size_t offset) const {
+    const located::Place place = document.place(offset);
+    return fmt::format("{}:{}:{}", path, place.line, place.column);
+}
+
+std::string SourceFile::trouble() const {
+    if (loads) {
+        return {};
+    }
+    if (!unreadable.empty()) {
+        return fmt::format("{}: {}", path.empty() ? "(no path)" : path, unreadable);
+    }
+    if (const auto& error = document.error()) {
+        return fmt::format("{}: {}", where(error->offset), error->sentence);
+    }
+    return fmt::format("{}: the JSON library refuses it", path);
+}
+
+Sources readSources(const std::vector<std::string>& localAddresses) {
+    Sources sources{variable(config::kInstanceIdVariable),
+                    read("application configuration file", config::kAppConfig),
+                    read("node list", config::kNodeList),
+                    read("manager node list", config::kManagerNodeList),
+                    {localAddresses.begin(), localAddresses.end()}};
+    if (sources.hostAddresses.empty()) {
+        QuarnCommonUtils_i::getAllIPAddr(sources.hostAddresses);
+    }
+    return sources;
+}
+
+} // namespace sysconfctl

@@ -1,0 +1,111 @@
+#include "located/Document.h"
+
+#include "located/Scanner.h"
+
+#ifdef SYSCONFREADER_WITH_DOCUMENT
+#include <JsonReader.h>
+#endif
+
+#include <algorithm>
+#include <charconv>
+#include <utility>
+
+namespace sysconfctl::located {
+namespace {
+
+const Value* element(const Value& array, const std::string& step) {
+    std::size_t index = 0;
+    const char* const end = step.data() + step.size();
+    const auto [stop, error] = std::from_chars(step.data(), end, index);
+    const bool found = error == std::errc() && stop == end && index < array.elements.size();
+    return found ? &array.elements[index] : nullptr;
+}
+
+const Value* child(const Value& value, const std::string& step) {
+    if (value.kind == Kind::Array) {
+        return element(value, step);
+    }
+    const Member* const member = value.member(step);
+    return member != nullptr ? &member->value : nullptr;
+}
+
+} // namespace
+
+const Member* Value::member(std::string_view name) const {
+    const auto found = std::find_if(members.rbegin(), members.rend(),
+                                    [&](const Member& member) { return member.name == name; });
+    return found != members.rend() ? &*found : nullptr;
+}
+
+std::string pointer(const Path& path) {
+    std::string text;
+    for (const std::string& step : path) {
+        text += '/';
+        for (const char c : step) {
+            if (c == '~') {
+                text += "~0";
+            } else if (c == '/') {
+                text += "~1";
+            } else {
+                text += c;
+            }
+        }
+    }
+    return text;
+}
+
+Limits libraryLimits() {
+#ifdef SYSCONFREADER_WITH_DOCUMENT
+    return {JsonReader::kNestingLimit, JsonReader::kTextLimit};
+#else
+    return {};
+#endif
+}
+
+Document::Document(std::string text, Limits limits) : m_text(std::move(text)) {
+    m_lineStarts.push_back(0);
+    for (std::size_t at = 0; (at = m_text.find('\n', at)) != std::string::npos;) {
+        m_lineStarts.push_back(++at);
+    }
+    m_error = scan(m_text, limits, m_root);
+}
+
+const Value* Document::find(const Path& path) const {
+    const Value* value = &m_root;
+    for (const std::string& step : path) {
+        value = child(*value, step);
+        if (value == nullptr) {
+            return nullptr;
+        }
+    }
+    return value;
+}
+
+const Member* Document::findMember(const Path& path) const {
+    if (path.empty()) {
+        return nullptr;
+    }
+    const Value* const owner = find({path.begin(), path.end() - 1});
+    return owner != nullptr ? owner->member(path.back()) : nullptr;
+}
+
+Place Document::place(std::size_t offset) const {
+    const auto next = std::upper_bound(m_lineStarts.begin(), m_lineStarts.end(), offset);
+    const std::size_t start = *(next - 1);
+    const auto begin = m_text.begin() + static_cast<std::ptrdiff_t>(start);
+    const auto end = m_text.begin() + static_cast<std::ptrdiff_t>(std::min(offset, m_text.size()));
+    const auto continues = [](char c) { return (static_cast<unsigned char>(c) & 0xc0U) == 0x80U; };
+    const auto characters = (end - begin) - std::count_if(begin, end, continues);
+    return {static_cast<std::size_t>(next - m_lineStarts.begin()),
+            static_cast<std::size_t>(characters) + 1};
+}
+
+std::string_view Document::line(std::size_t number) const {
+    const std::size_t start = m_lineStarts.at(number - 1);
+    const std::size_t end = std::min(m_text.find('\n', start), m_text.size());
+    std::string_view line = std::string_view(m_text).substr(start, end - start);
+    line.remove_suffix(line.ends_with('\r') ? 1 : 0);
+    return line;
+}
+
+} // namespace sysconfctl::located
