@@ -10,7 +10,7 @@ test_packages=(clang libclang-rt-dev libgtest-dev libgmock-dev
   libbenchmark-dev locales graphviz strace python3 python3-jsonschema)
 
 # Should there be a compiler cache, what was built in one checkout serves another.
-export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
+export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=pch_defines,time_macros
 
 say() {
   printf '%s\n' "$*" >&2
