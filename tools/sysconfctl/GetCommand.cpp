@@ -1,5 +1,6 @@
 #include "Commands.h"
 
+#include "Complaint.h"
 #include "Json.h"
 #include "Output.h"
 #include "Plain.h"
@@ -76,7 +77,8 @@ ExitStatus runGet(const Options& options) {
     const Reply reply = ask(query, options.arguments, options.revealSecrets);
     writeOutput(written(reply, options.format));
     if (reply.error) {
-        complain(reply.label() + ": the library threw: " + escaped(*reply.error));
+        complain(complaint::kLibraryThrew,
+                 reply.label() + ": the library threw: " + escaped(*reply.error));
         return ExitStatus::LibraryThrew;
     }
     return reply.answer.isAnswered() ? ExitStatus::Answered : ExitStatus::NoAnswer;

@@ -1,5 +1,6 @@
 #include "Commands.h"
 
+#include "Complaint.h"
 #include "Output.h"
 #include "Text.h"
 #include "deployment/Cluster.h"
@@ -23,10 +24,11 @@ ExitStatus runMap(const Options& options) {
         text = dot(picture);
     }
     for (const std::string& trouble : cluster.troubles) {
-        complain("the " + escaped(trouble));
+        complain(complaint::kDoesNotLoad, "the " + escaped(trouble));
     }
     if (!text) {
-        complain("-o svg needs Graphviz's dot, which is not installed; -o dot and -o mermaid do "
+        complain(complaint::kNoGraphviz,
+                 "-o svg needs Graphviz's dot, which is not installed; -o dot and -o mermaid do "
                  "without");
         return ExitStatus::NoAnswer;
     }

@@ -1,5 +1,6 @@
 #include "Commands.h"
 
+#include "Complaint.h"
 #include "Json.h"
 #include "Output.h"
 #include "Plain.h"
@@ -51,7 +52,8 @@ ExitStatus runShow(const Options& options) {
     ExitStatus status = ExitStatus::Answered;
     for (const Reply& reply : replies) {
         if (reply.error) {
-            complain(reply.label() + ": the library threw: " + escaped(*reply.error));
+            complain(complaint::kLibraryThrew,
+                     reply.label() + ": the library threw: " + escaped(*reply.error));
             status = ExitStatus::LibraryThrew;
         }
     }

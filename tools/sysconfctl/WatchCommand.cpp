@@ -1,6 +1,7 @@
 #include "Commands.h"
 
 #include "Changes.h"
+#include "Complaint.h"
 #include "EndSignals.h"
 #include "Events.h"
 #include "Output.h"
@@ -34,9 +35,9 @@ void useLibrary() {
 
 void tellSubscription(const Events& events) {
     if (events.subscribed()) {
-        complain("subscribed to changes through " + escaped(events.report()));
+        notify(complaint::kSubscribed, "subscribed to changes through " + escaped(events.report()));
     } else {
-        complain("not subscribed to changes: " + escaped(events.report()));
+        notify(complaint::kNotSubscribed, "not subscribed to changes: " + escaped(events.report()));
     }
 }
 
