@@ -1,5 +1,6 @@
 #include "Commands.h"
 
+#include "Color.h"
 #include "Complaint.h"
 #include "Output.h"
 #include "Text.h"
@@ -16,6 +17,15 @@ ExitStatus runMap(const Options& options) {
     switch (options.format) {
     case Format::Mermaid:
         text = mermaid(picture);
+        break;
+    case Format::Table:
+        text = pictureTable(picture, outputWidth(), colorWanted(options.color));
+        break;
+    case Format::Plain:
+        text = picturePlain(picture);
+        break;
+    case Format::Json:
+        text = pictureJson(picture);
         break;
     case Format::Svg:
         text = drawnByGraphviz(dot(picture));

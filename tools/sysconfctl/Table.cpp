@@ -1,5 +1,6 @@
 #include "Table.h"
 
+#include "Color.h"
 #include "Json.h"
 #include "Text.h"
 
@@ -131,7 +132,7 @@ void appendRow(std::string& text, const TableRow& row, std::size_t first, std::s
 
 } // namespace
 
-std::string table(const std::vector<TableRow>& rows, std::size_t width) {
+std::string table(const std::vector<TableRow>& rows, std::size_t width, bool color) {
     const std::size_t first = labelWidth(rows, width);
     const std::size_t second = width - std::min(width - 1, first + 2 * kGap);
     std::string text;
@@ -139,7 +140,8 @@ std::string table(const std::vector<TableRow>& rows, std::size_t width) {
     for (const TableRow& row : rows) {
         if (row.section != section) {
             section = row.section;
-            text += fmt::format("{}{}\n", text.empty() ? "" : "\n", section);
+            text += text.empty() ? "" : "\n";
+            text += painted(std::string(section), Paint::Bold, color) + '\n';
         }
         appendRow(text, row, first, second);
     }
@@ -151,13 +153,13 @@ TableRow tableRow(const Reply& reply) {
             reply.error ? TableLines{{"error: " + escaped(*reply.error)}} : linesOf(reply.answer)};
 }
 
-std::string tableOf(const std::vector<Reply>& replies, std::size_t width) {
+std::string tableOf(const std::vector<Reply>& replies, std::size_t width, bool color) {
     std::vector<TableRow> rows;
     rows.reserve(replies.size());
     for (const Reply& reply : replies) {
         rows.push_back(tableRow(reply));
     }
-    return table(rows, width);
+    return table(rows, width, color);
 }
 
 } // namespace sysconfctl
