@@ -30,7 +30,7 @@ HOSTILE = [
     "aa $(touch OWNED)",
     "ab`touch OWNED`",
     "ac;touch OWNED",
-    "ad'quoted' it's",
+    "ad'it's quoted'",
     'ae"quoted"',
     "af\\back\\\\slash",
     "ag|touch OWNED&",
@@ -199,7 +199,7 @@ class Offers(Case):
 
     def test_Arguments_AreNamesOfTheDeployment(self):
         self.link()
-        file = ["--env-file", str(SOURCE / "samples/two-tenancies/west-data-2.env")]
+        file = ["--env-file", str(SOURCE / "samples/two-tenancies/east-access-1.env")]
         rows = [
             (["nodes", ""], "west-collect-1"),
             (["nodes", "west-data-1", ""], "west-data-2"),

@@ -6,10 +6,11 @@ function __sysconfctl_complete
     set -l current (commandline -ct)
     set -l tool $typed[1]
     type -q -- $tool; or set tool sysconfctl
+    type -q -- $tool; or return
     set -l lines (command $tool __complete fish $typed[2..-1] "$current" 2>/dev/null)
     if test "$lines[1]" = :files
         # Behind an "=" in the word, if it has one.
-        set -l lead (string match -r -- '^.*=' "$current")
+        set -l lead (string match -r -- '^.*=' "$current"; or echo)
         set -l path (string replace -r -- '^.*=' '' "$current")
         for file in (complete -C "'' $path")
             echo -- $lead$file

@@ -45,6 +45,8 @@ public:
     }
 
     const CommandRow* command = nullptr;
+    /// What stands for a command is none.
+    bool lost = false;
     std::vector<std::string> operands;
     /// The option whose value is to come.
     const OptionRow* open = nullptr;
@@ -86,6 +88,7 @@ private:
             takeOption(word);
         } else if (command == nullptr) {
             command = commandNamed(word);
+            lost = lost || command == nullptr;
         } else {
             operands.push_back(word);
         }
@@ -408,6 +411,9 @@ Completion gluedValues(const Typed& typed, const std::string& word) {
 }
 
 Completion anyCompletion(const Typed& typed, const std::string& word) {
+    if (typed.lost) {
+        return {};
+    }
     if (typed.open != nullptr) {
         return valuesOf(*typed.open, typed, word);
     }
@@ -433,12 +439,18 @@ bool isVisible(std::string text) {
 
 std::string forBash(const std::vector<std::string>& words) {
     const ShellLine line = readShellLine(words.at(2), words.at(1));
+    if (line.words.size() < 2) {
+        return {}; // the tool's own name
+    }
     const std::vector<std::string> typed(line.words.begin() + 1, line.words.end());
     const Completion completion = line.redirection ? Completion{true, {}} : completionOf(typed);
     std::string text;
     for (const Candidate& candidate : completion.candidates) {
         if (candidate.text.starts_with(line.words.back())) {
-            text += shellQuoted(candidate.text.substr(line.kept), line.quote) + '\n';
+            text += shellQuoted(candidate.text.substr(line.kept), line.quote);
+            // What ends with the quote would be taken for closed.
+            const char closing = line.quote == '$' ? '\'' : line.quote;
+            text += closing != 0 && text.back() == closing ? std::string{closing, '\n'} : "\n";
         }
     }
     return completion.files ? ":files\n" : text.empty() ? "" : ":values\n" + text;

@@ -121,12 +121,15 @@ std::size_t labelWidth(const std::vector<TableRow>& rows, std::size_t width) {
     return std::min(widest, width * 9 / 20);
 }
 
-void appendRow(std::string& text, const TableRow& row, std::size_t first, std::size_t second) {
+void appendRow(std::string& text, const TableRow& row, std::size_t first, std::size_t second,
+               bool color) {
     const Lines label = wrappedLine({row.label, kLabelIndent}, first);
     const Lines lines = wrappedAll(row.lines, second);
     for (std::size_t i = 0; i < std::max(label.size(), lines.size()); ++i) {
-        const std::string left = padded(i < label.size() ? label[i] : "", first + kGap);
-        text += withoutTrailingBlanks("  " + left + (i < lines.size() ? lines[i] : "")) + '\n';
+        const std::string left = i < label.size() ? label[i] : "";
+        const std::string gap = padded(left, first + kGap).substr(left.size());
+        text += "  " + painted(left, Paint::Cyan, color) +
+                withoutTrailingBlanks(gap + (i < lines.size() ? lines[i] : "")) + '\n';
     }
 }
 
@@ -143,7 +146,7 @@ std::string table(const std::vector<TableRow>& rows, std::size_t width, bool col
             text += text.empty() ? "" : "\n";
             text += painted(std::string(section), Paint::Bold, color) + '\n';
         }
-        appendRow(text, row, first, second);
+        appendRow(text, row, first, second, color);
     }
     return text;
 }
