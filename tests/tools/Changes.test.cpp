@@ -77,7 +77,7 @@ TEST(Changes, Text_TellsOldAndNewLineByLine) {
 TEST(Changes, Text_IsNoWiderThanAsked) {
     const Reply before{&findQuery("db-type"), {"a", "0"}, textAnswer("one two three four")};
     EXPECT_EQ(changeText({&before, nullptr}, kTime, 14, false),
-              "2023-11-14T22:\n13:20.007Z\ndb-type a 0\n  - one two\n    three four\n");
+              "2023-11-14T22:\n13:20.007Z \ndb-type a 0\n  - one two\n    three four\n");
 }
 
 TEST(Changes, Plain_IsOneLineForEachLineOfAnAnswer) {

@@ -168,15 +168,24 @@ TEST_P(ExitStatusOf, EveryCommand_IsTheSameWithEveryWriter) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(, ExitStatusOf,
+std::string nameOf(const testing::TestParamInfo<Found>& row) {
+    switch (row.param) {
+    case Found::Nothing:
+        return "NothingConfigured";
+    case Found::BrokenDatabases:
+        return "DatabasesThatThrow";
+    case Found::Warnings:
+        return "FilesWithWarnings";
+    case Found::Clean:
+        break;
+    }
+    return "CleanFiles";
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, ExitStatusOf,
                          testing::Values(Found::Nothing, Found::BrokenDatabases, Found::Warnings,
                                          Found::Clean),
-                         [](const auto& row) {
-                             constexpr const char* kNames[] = {"NothingConfigured",
-                                                               "DatabasesThatThrow",
-                                                               "FilesWithWarnings", "CleanFiles"};
-                             return std::string(kNames[static_cast<int>(row.param)]);
-                         });
+                         nameOf);
 
 TEST(ExitStatus, EndOfWatch_Is0AndWhileTheLibraryThrows3) {
     for (const auto& [found, status] :

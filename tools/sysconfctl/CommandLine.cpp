@@ -88,12 +88,17 @@ std::string fitted(const std::string& help, std::size_t width) {
         begin = end + 1;
         const std::size_t first = std::min(line.find_first_not_of(' '), line.size());
         const std::size_t gap = line.find("  ", first);
-        std::size_t indent = first;
-        if (gap != std::string::npos && line.find_first_not_of(' ', gap) < width / 2) {
-            indent = line.find_first_not_of(' ', gap);
+        const std::size_t begun =
+            gap != std::string::npos ? line.find_first_not_of(' ', gap) : first;
+        std::size_t indent = begun;
+        std::string lead = line.substr(0, begun);
+        if (begun >= width / 2 && line.size() > width) {
+            // A narrow terminal has no room beside the names.
+            text += line.substr(0, gap) + '\n';
+            indent = first + 4;
+            lead.assign(indent, ' ');
         }
-        std::string lead = line.substr(0, indent);
-        for (const std::string& piece : wrapped(line.substr(indent), width - indent)) {
+        for (const std::string& piece : wrapped(line.substr(begun), width - indent)) {
             text += lead + piece + '\n';
             lead.assign(indent, ' ');
         }
