@@ -298,8 +298,8 @@ printf 'RECOR%s\\n' DED
         terminal.wait("READY> ")
         return terminal, record
 
-    def typed(self, terminal, record, line):
-        terminal.send(line + "\t\r")
+    def typed(self, terminal, record, line, behind=""):
+        terminal.send(line + "\t" + behind + "\r")
         terminal.wait("RECORDED")
         terminal.wait("READY> ")
         return record.read_text().split("\0")[:-1]
@@ -333,10 +333,12 @@ printf 'RECOR%s\\n' DED
                             ("--output=ta", ["--output=table"]),
                             ("--set APP_ROOT=o", ["--set", "APP_ROOT=one file.env"]),
                             ("--set PROCESS_INSTANCE_ID=ab",
-                             ["--set", "PROCESS_INSTANCE_ID=ab`touch OWNED`"]),
-                            ("--set PROCESS_I", ["--set", "PROCESS_INSTANCE_ID="])):
+                             ["--set", "PROCESS_INSTANCE_ID=ab`touch OWNED`"])):
             self.assertEqual(self.typed(terminal, record, "sysconfctl show " + lead),
                              ["show", *words])
+        # The value is typed right behind the name.
+        self.assertEqual(self.typed(terminal, record, "sysconfctl show --set PROCESS_I", "x"),
+                         ["show", "--set", "PROCESS_INSTANCE_ID=x"])
         self.assertEqual(os.listdir(self.folder / "work"), ["one file.env"])
 
     def test_UnseenNames_AreNotInserted(self):
