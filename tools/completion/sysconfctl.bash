@@ -3,7 +3,7 @@
 # the tool to tell; nothing of the line is expanded or run.
 
 _sysconfctl() {
-  local line=${COMP_LINE-} tool=$1 kind= IFS=$' \t\n'
+  local line=${COMP_LINE-} tool=$1 kind='' IFS=$' \t\n'
   if [[ -n $line ]]; then
     line=${line:0:COMP_POINT}
   else
