@@ -21,7 +21,7 @@ namespace {
 using namespace sysconfctl;
 
 constexpr std::uint64_t kSeed = 20261121;
-constexpr int kDeployments = 10000;
+constexpr int kDeployments = SYSCONF_PARITY_DEPLOYMENTS;
 
 class RandomDeployments {
 public:
@@ -200,7 +200,7 @@ TEST(Parity, EveryQueryOverRandomDeployments_IsExplainedAsTheLibraryAnswers) {
     std::cout << asked << " asked, " << answered << " answered, " << threw << " thrown\n";
     EXPECT_GT(answered, asked / 4);
     EXPECT_GT(asked - answered, asked / 10);
-    EXPECT_GT(threw, 100);
+    EXPECT_GT(threw, asked / 1000);
 }
 
 } // namespace

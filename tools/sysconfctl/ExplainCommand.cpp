@@ -166,9 +166,12 @@ std::string written(const std::vector<Explained>& all, const Options& options) {
     for (const Explained& explained : all) {
         if (options.format == Format::Plain) {
             text += plain(explained);
-        } else {
-            text += (text.empty() ? "" : "\n") + table(explained, color);
+            continue;
         }
+        if (!text.empty()) {
+            text += '\n';
+        }
+        text += table(explained, color);
     }
     return text;
 }

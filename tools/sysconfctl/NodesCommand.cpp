@@ -26,7 +26,12 @@ Cell addressLines(const Listed& told) {
         for (const std::string& tag : address.tags) {
             tags.push_back(escaped(tag));
         }
-        lines.push_back(shown(address.ip) + (tags.empty() ? "" : " " + joined(tags, ", ")));
+        std::string line = shown(address.ip);
+        if (!tags.empty()) {
+            line += ' ';
+            line += joined(tags, ", ");
+        }
+        lines.push_back(std::move(line));
     }
     return lines;
 }

@@ -3,8 +3,10 @@
 #include "Suggestion.h"
 #include "deployment/Misfits.h"
 
+#include <rules/LocalIPByUsage.h>
 #include <rules/NodeIPs.h>
 #include <rules/NodeList.h>
+#include <rules/Roles.h>
 #include <sysconfreader/Guards.h>
 
 #include <fmt/format.h>
@@ -21,6 +23,7 @@ using located::Path;
 
 constexpr std::string_view kSouthbound = "southbound";
 constexpr std::string_view kNorthbound = "northbound";
+constexpr std::string_view kInternalService = "internal_service";
 
 Path with(Path path, std::initializer_list<std::string> steps) {
     path.insert(path.end(), steps.begin(), steps.end());
@@ -31,12 +34,33 @@ bool isManager(const Checker& checker, const SourceFile& list) {
     return &list == &checker.sources.managerNodeList;
 }
 
-/// Whether this process looks the node up in this list.
-bool isLookedUp(const Checker& checker, const SourceFile& list, const std::string& id) {
+/// Whether a query for the own node, while it stands in for another one, comes by the value: of
+/// its addresses only two are asked for then.
+bool isReadOfAStandIn(const SourceFile& list, const Path& path) {
+    if (path.back() != "IP") {
+        return true;
+    }
+    Json::Value alone(Json::arrayValue);
+    alone.append(valueAt(list.tree, Path(path.begin(), path.end() - 1)));
+    return !Quarncommon::completes([&] {
+        rules::addressByTag(alone, std::string(rules::kMaintenanceTag));
+        rules::internalServiceAddress(alone, std::string(kInternalService));
+    });
+}
+
+/// Whether an answer to this process depends on a value of a node of the node list.
+bool isReadHere(const Checker& checker, const SourceFile& list, const Path& path) {
     const Values& values = checker.loaded().values();
-    return isManager(checker, list)
-               ? id == values.masterNodeId || id == values.standbyNodeId
-               : id == values.nodeId || id == values.floatNodeId || id == values.roleNodeId;
+    const std::string& id = path.at(1);
+    const bool own = id == values.nodeId || id == values.roleNodeId;
+    const bool stoodInFor = id == values.floatNodeId;
+    if (path.size() == 2 || (path.size() == 3 && path[2] == "extAttr")) {
+        return own || stoodInFor;
+    }
+    if (path[2] == "IPAddresses") {
+        return stoodInFor || (own && isReadOfAStandIn(list, path));
+    }
+    return path.back() == "HOSTID" ? stoodInFor : own && path.back() != "domain_node_type";
 }
 
 /// What a value of a wrong type does, and how bad that is here.
@@ -45,7 +69,6 @@ void checkMisfit(Checker& checker, const SourceFile& list, const Misfit& misfit)
     const std::string id = misfit.path.size() > 1 ? misfit.path[1] : "";
     const bool whole = misfit.path.size() < 2;
     const bool addresses = misfit.path.size() > 2 && misfit.path[2] == "IPAddresses";
-    const bool role = name == "hostType" || name == "extAttr" || name == "assignedToTenancy";
     std::string effect;
     Severity severity = Severity::Warning;
     if (whole) {
@@ -59,8 +82,7 @@ void checkMisfit(Checker& checker, const SourceFile& list, const Misfit& misfit)
                      ? "queries over all nodes that come here have no answer"
                      : "the search for master and standby may end here";
     } else {
-        severity = isLookedUp(checker, list, id) && (addresses || role) ? Severity::Error
-                                                                        : Severity::Warning;
+        severity = isReadHere(checker, list, misfit.path) ? Severity::Error : Severity::Warning;
         effect = "queries for this node that come here have no answer, and so has the search for "
                  "the node whom a standby stands in for";
     }
@@ -117,7 +139,7 @@ std::string slotOf(const std::string& tag) {
         return fmt::format("northbound number {}", northboundNumber(tag));
     }
     const bool known = tag == rules::kServiceTag || tag == rules::kService2Tag ||
-                       tag == rules::kMaintenanceTag || tag == "internal_service";
+                       tag == rules::kMaintenanceTag || tag == kInternalService;
     return known ? tag : "";
 }
 
@@ -170,7 +192,7 @@ void checkTag(Checker& checker, const SourceFile& list, const Path& path, const 
                         : slot == "maintenance"
                             ? "the first one counts as the maintenance address, the last one "
                               "in place of an internal-service address"
-                        : slot == "internal_service"
+                        : slot == kInternalService
                             ? "the first one counts"
                             : "the first one counts as the address of that tag, the last one "
                               "in slot lists and for standby nodes"),

@@ -3,6 +3,7 @@
 #include <sysconfreader/Guards.h>
 
 #include <algorithm>
+#include <ranges>
 #include <utility>
 
 namespace sysconfctl {
@@ -10,9 +11,11 @@ namespace {
 
 using Quarncommon::completes;
 
-/// The entries with the steps that lead to them.
-std::vector<std::pair<std::string, Json::Value>> listed(const Json::Value& entries) {
-    std::vector<std::pair<std::string, Json::Value>> list;
+/// Entries with the steps that lead to them.
+using NamedEntries = std::vector<std::pair<std::string, Json::Value>>;
+
+NamedEntries listed(const Json::Value& entries) {
+    NamedEntries list;
     if (entries.isArray()) {
         for (const Json::Value& entry : entries) {
             list.emplace_back(std::to_string(list.size()), entry);
@@ -47,6 +50,24 @@ Json::Value alone(const Json::Value& entry) {
     Json::Value list(Json::arrayValue);
     list.append(entry);
     return list;
+}
+
+/// How many entries the rule comes by, unless one ends it: an entry that no rule can take, put in
+/// another one's place, is thrown over by a rule that comes by, and a rule that has come to its end
+/// never goes on.
+std::size_t countOfLookedAt(const NamedEntries& list, const EntriesRule& rule) {
+    const auto comesBy = [&](std::size_t number) {
+        Json::Value entries(Json::arrayValue);
+        for (std::size_t i = 0; i < number; ++i) {
+            entries.append(marked(list[i].second, i));
+        }
+        entries.append(Json::Value("no entry"));
+        Slots ignored;
+        return !completes([&] { rule(entries, ignored); });
+    };
+    const auto numbers = std::views::iota(std::size_t{0}, list.size());
+    return static_cast<std::size_t>(std::ranges::partition_point(numbers, comesBy) -
+                                    numbers.begin());
 }
 
 Fate fateWithoutSlot(const Json::Value& entry) {
@@ -86,7 +107,7 @@ Provenance provenance(const Json::Value& entries, const EntriesRule& rule) {
         found.ended = true;
         return found;
     }
-    const auto list = listed(entries);
+    const NamedEntries list = listed(entries);
     Json::Value whole(entries.isObject() ? Json::objectValue : Json::arrayValue);
     for (std::size_t i = 0; i < list.size(); ++i) {
         Json::Value entry = marked(list[i].second, i);
@@ -103,7 +124,7 @@ Provenance provenance(const Json::Value& entries, const EntriesRule& rule) {
             found.from[slot] = static_cast<std::size_t>(std::stoul(mark));
         }
     }
-    Json::Value before(Json::arrayValue);
+    const std::size_t looked = countOfLookedAt(list, rule);
     bool over = false;
     for (std::size_t i = 0; i < list.size(); ++i) {
         EntryFate fate;
@@ -115,12 +136,7 @@ Provenance provenance(const Json::Value& entries, const EntriesRule& rule) {
                 fate.slots.push_back(slot);
             }
         }
-        // An entry that no rule can take in this one's place: a rule that comes by throws.
-        Json::Value poisoned = before;
-        poisoned.append(Json::Value("no entry"));
-        Slots ignored;
-        const bool lookedAt = !over && !completes([&] { rule(poisoned, ignored); });
-        if (!lookedAt) {
+        if (over || i >= looked) {
             fate.fate = Fate::NotLookedAt;
         } else if (!taken) {
             fate.fate = Fate::Ends;
@@ -130,7 +146,6 @@ Provenance provenance(const Json::Value& entries, const EntriesRule& rule) {
         } else {
             fate.fate = fateOf(fate, i, found.from, fate.winner);
         }
-        before.append(marked(list[i].second, i));
         found.entries.push_back(std::move(fate));
     }
     return found;

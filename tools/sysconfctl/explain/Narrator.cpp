@@ -68,6 +68,9 @@ void Narrator::variable(const Variable& variable) {
 }
 
 bool Narrator::file(const SourceFile& file) {
+    if (!m_told.insert(&file).second) {
+        return file.loads;
+    }
     variable(file.variable);
     if (file.loads) {
         step("file", fmt::format("the {} {} is read and parsed", file.title, file.path));
@@ -163,7 +166,7 @@ void Narrator::floatNode() {
                 "name the node as \"nodeId\" in the entry of this process");
     }
     const located::Path role = {"nodeList", values.nodeId, "extAttr", "hostType"};
-    if (!sources.nodeList.loads || loaded.stop(LoadStep::AppConfig) != nullptr) {
+    if (loaded.stop(LoadStep::AppConfig) != nullptr || !file(sources.nodeList)) {
         return;
     }
     const bool roleThere = sources.nodeList.document.find(role) != nullptr;

@@ -4,6 +4,8 @@
 #include "explain/Entries.h"
 #include "explain/Explanation.h"
 
+#include <set>
+
 namespace sysconfctl {
 
 /// What the explanations of all queries have in common: the telling of steps.
@@ -30,7 +32,7 @@ public:
     }
 
     void variable(const Variable& variable);
-    /// Tells the variable and the file; whether the file loads.
+    /// Tells the variable and the file, once; whether the file loads.
     bool file(const SourceFile& file);
     /// Tells the value at a path as the library reads it, or that it is absent; whether it is
     /// there.
@@ -49,6 +51,9 @@ public:
         step("fallback", sentence, std::move(at));
     }
     Spot processSpot(std::initializer_list<const char*> path) const;
+
+private:
+    std::set<const SourceFile*> m_told;
 };
 
 /// Each explains the queries of a section; false for a query that is none of its own.

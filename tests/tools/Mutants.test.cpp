@@ -1,0 +1,349 @@
+// What check says of every small mistake at every place of the samples, beside what the mistake
+// does to the answers: a member or an element that is missing, misspelled by a letter, of another
+// type or there twice, a list without its elements or with the first one only.
+
+#include "Environment.h"
+#include "Questions.h"
+#include "Reply.h"
+#include "check/Finding.h"
+
+#include "support/Deployment.h"
+
+#include <SysConfReader.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <set>
+#include <tuple>
+
+namespace {
+
+using namespace sysconfctl;
+namespace fs = std::filesystem;
+
+// A mistake that changes an answer is reported, and where it was made. These are the figures that
+// the test prints, rounded down.
+constexpr double kReported = 0.98;
+constexpr double kPlaced = 0.98;
+
+/// One mistake: the text that it makes of a file, and the offsets where one would look for it.
+struct Mutant {
+    std::string what;
+    std::string text;
+    std::vector<std::size_t> places;
+};
+
+struct Child {
+    const located::Member* member;
+    const located::Value* value;
+
+    std::size_t begin() const { return member != nullptr ? member->nameBegin : value->begin; }
+    std::vector<std::size_t> places() const { return {begin(), value->begin}; }
+};
+
+class Mutations {
+public:
+    explicit Mutations(const std::string& text) : m_text(text), m_document(text) {
+        EXPECT_FALSE(m_document.error());
+        const Child root{nullptr, &m_document.root()};
+        retype("", root);
+        walk("", root);
+    }
+
+    const std::vector<Mutant>& all() const { return m_all; }
+
+private:
+    void add(const std::string& what, std::size_t begin, std::size_t end, const std::string& with,
+             std::vector<std::size_t> places) {
+        std::string text = m_text;
+        text.replace(begin, end - begin, with);
+        m_all.push_back({what, std::move(text), std::move(places)});
+    }
+
+    std::string textOf(const located::Value& value) const {
+        return m_text.substr(value.begin, value.end - value.begin);
+    }
+
+    void retype(const std::string& path, const Child& child) {
+        using located::Kind;
+        constexpr std::array<std::pair<Kind, const char*>, 6> others = {{{Kind::Null, "null"},
+                                                                         {Kind::Boolean, "true"},
+                                                                         {Kind::Number, "7"},
+                                                                         {Kind::String, "\"text\""},
+                                                                         {Kind::Array, "[]"},
+                                                                         {Kind::Object, "{}"}}};
+        for (const auto& [kind, text] : others) {
+            if (kind != child.value->kind) {
+                add(path + " becomes " + text, child.value->begin, child.value->end, text,
+                    child.places());
+            }
+        }
+    }
+
+    void remove(const std::string& path, const std::vector<Child>& siblings, std::size_t index,
+                const Child& owner) {
+        const Child& child = siblings[index];
+        std::size_t begin = child.begin();
+        std::size_t end = child.value->end;
+        if (index + 1 < siblings.size()) {
+            end = siblings[index + 1].begin();
+        } else if (index > 0) {
+            begin = siblings[index - 1].value->end;
+        }
+        add(path + " is missing", begin, end, "", owner.places());
+    }
+
+    void rename(const std::string& path, const Child& child, const Child& owner) {
+        const std::size_t last = child.member->nameEnd - 2;
+        std::vector<std::size_t> places = owner.places();
+        places.push_back(child.begin());
+        add(path + " is misspelled", last, last + 1, m_text[last] == 'x' ? "y" : "x", places);
+    }
+
+    void repeat(const std::string& path, const Child& child) {
+        const std::string name =
+            m_text.substr(child.member->nameBegin, child.member->nameEnd - child.member->nameBegin);
+        const std::size_t end = child.value->end;
+        std::vector<std::size_t> places = child.places();
+        places.insert(places.end(), {end + 2, end + 2 + name.size() + 2});
+        add(path + " is there twice", end, end, ", " + name + ": " + textOf(*child.value), places);
+        add(path + " is there twice, the last one another", end, end, ", " + name + ": \"other\"",
+            places);
+    }
+
+    void shorten(const std::string& path, const Child& child) {
+        const std::vector<located::Value>& elements = child.value->elements;
+        if (!elements.empty()) {
+            add(path + " is emptied", child.value->begin, child.value->end, "[]", child.places());
+            const std::string first = textOf(elements.front());
+            add(path + " becomes its first element", child.value->begin, child.value->end, first,
+                child.places());
+        }
+        if (elements.size() > 1) {
+            add(path + " keeps its first element only", elements.front().end, elements.back().end,
+                "", child.places());
+        }
+    }
+
+    void walk(const std::string& path, const Child& owner) {
+        std::vector<Child> children;
+        for (const located::Member& member : owner.value->members) {
+            children.push_back({&member, &member.value});
+        }
+        for (const located::Value& element : owner.value->elements) {
+            children.push_back({nullptr, &element});
+        }
+        for (std::size_t i = 0; i < children.size(); ++i) {
+            const Child& child = children[i];
+            std::string place = path + "/";
+            place += child.member != nullptr ? child.member->name : std::to_string(i);
+            remove(place, children, i, owner);
+            retype(place, child);
+            shorten(place, child);
+            if (child.member != nullptr) {
+                rename(place, child, owner);
+                repeat(place, child);
+            }
+            walk(place, child);
+        }
+    }
+
+    std::string m_text;
+    located::Document m_document;
+    std::vector<Mutant> m_all;
+};
+
+std::string readFile(const fs::path& path) {
+    std::ifstream file(path);
+    EXPECT_TRUE(file) << path;
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// A process of a sample: the texts of its three files.
+struct View {
+    std::string name;
+    std::string instance;
+    std::string appConfig;
+    std::string nodeList;
+    std::string managerNodeList;
+};
+
+View readView(const fs::path& envFile) {
+    View view;
+    view.name = envFile.parent_path().filename() / envFile.stem();
+    const fs::path folder = envFile.parent_path();
+    for (const Assignment& one : parseEnvFile(readFile(envFile), envFile)) {
+        if (one.variable == "PROCESS_INSTANCE_ID") {
+            view.instance = one.value;
+        } else if (one.variable == "APP_CONF_FILE") {
+            view.appConfig = readFile(folder / one.value);
+        } else if (one.variable == "APP_ROOT") {
+            view.nodeList = readFile(folder / one.value / "etc/sysconf/nodelist.json");
+        } else {
+            view.managerNodeList = readFile(folder / one.value / "etc/sysconf/nodelists.json");
+        }
+    }
+    return view;
+}
+
+std::vector<View> views() {
+    std::vector<fs::path> files;
+    for (const auto& entry :
+         fs::recursive_directory_iterator(fs::path(SYSCONF_SOURCE_DIRECTORY) / "samples")) {
+        if (entry.path().extension() == ".env") {
+            files.push_back(entry.path());
+        }
+    }
+    std::sort(files.begin(), files.end());
+    std::vector<View> all;
+    std::transform(files.begin(), files.end(), std::back_inserter(all), readView);
+    return all;
+}
+
+/// What a newly started process would be answered to every question.
+std::vector<std::string> answers() {
+    Quarncommon::SysConfReader::Destory();
+    Quarncommon::SysConfReader::Instance();
+    std::vector<std::string> all;
+    for (const Question& question : allQuestions()) {
+        const Reply reply = ask(*question.query, question.arguments, true);
+        all.push_back(
+            reply.label() + ": " +
+            (reply.error
+                 ? "threw"
+                 : std::visit(
+                       Overloaded{[](const NoAnswer&) { return std::string("nothing"); },
+                                  [](const Json::Value& value) { return value.toStyledString(); },
+                                  [](const auto& value) { return testing::PrintToString(value); }},
+                       reply.answer.value)));
+    }
+    return all;
+}
+
+/// A finding apart from where it stands.
+using Identity = std::tuple<std::string, std::string, std::string>;
+
+Identity identity(const Finding& finding) {
+    return {std::string(finding.name), finding.pointer, finding.sentence};
+}
+
+struct Figures {
+    int mutants = 0;
+    int changing = 0;
+    int reported = 0;
+    int placed = 0;
+    int unfounded = 0;
+};
+
+class MutantsOfAView {
+public:
+    MutantsOfAView(const View& view, Figures& figures) : m_view(view), m_figures(figures) {
+        support::setEnvironment("PROCESS_INSTANCE_ID", view.instance.c_str());
+        m_files.appConfig(view.appConfig);
+        m_files.nodeList(view.nodeList);
+        m_files.managerNodeList(view.managerNodeList);
+        m_before = answers();
+        const Sources sources = readSources();
+        for (const Finding& finding : findingsOf(sources)) {
+            m_known.insert(identity(finding));
+        }
+    }
+
+    void tryAll(std::size_t& count, std::size_t step) {
+        using Write = support::Deployment& (support::Deployment::*)(const std::string&);
+        struct File {
+            const char* name;
+            const std::string& text;
+            Write write;
+            SourceFile Sources::*source;
+        };
+        for (const File& file :
+             {File{"app config", m_view.appConfig, &support::Deployment::appConfig,
+                   &Sources::appConfig},
+              File{"node list", m_view.nodeList, &support::Deployment::nodeList,
+                   &Sources::nodeList},
+              File{"manager node list", m_view.managerNodeList,
+                   &support::Deployment::managerNodeList, &Sources::managerNodeList}}) {
+            const Mutations mutations(file.text);
+            for (const Mutant& mutant : mutations.all()) {
+                if (count++ % step == 0) {
+                    (m_files.*file.write)(mutant.text);
+                    judge(m_view.name + ", " + file.name + ": " + mutant.what, mutant, file.source);
+                }
+            }
+            (m_files.*file.write)(file.text);
+        }
+    }
+
+private:
+    void judge(const std::string& label, const Mutant& mutant, SourceFile Sources::*mutated) {
+        ++m_figures.mutants;
+        const Sources sources = readSources();
+        std::vector<Finding> found = findingsOf(sources);
+        std::erase_if(found, [&](const Finding& one) { return m_known.count(identity(one)) != 0; });
+        if (answers() == m_before) {
+            for (const Finding& finding : found) {
+                if (finding.severity == Severity::Error) {
+                    ++m_figures.unfounded;
+                    std::cout << "no answer changes, yet an error: " << label << ": "
+                              << finding.sentence << '\n';
+                }
+            }
+            return;
+        }
+        ++m_figures.changing;
+        if (found.empty()) {
+            std::cout << "not reported: " << label << '\n';
+            return;
+        }
+        ++m_figures.reported;
+        const bool placed = std::any_of(found.begin(), found.end(), [&](const Finding& one) {
+            return one.file == &(sources.*mutated) && one.offset &&
+                   std::count(mutant.places.begin(), mutant.places.end(), *one.offset) != 0;
+        });
+        if (placed) {
+            ++m_figures.placed;
+            return;
+        }
+        std::cout << "elsewhere: " << label;
+        for (const Finding& one : found) {
+            std::cout << "\n    " << one.pointer << ": " << one.sentence;
+        }
+        std::cout << '\n';
+    }
+
+    const View& m_view;
+    Figures& m_figures;
+    support::Deployment m_files;
+    std::vector<std::string> m_before;
+    std::set<Identity> m_known;
+};
+
+TEST(Mutants, OfEverySample_AreReportedWhereTheyAreIfTheyChangeAnAnswer) {
+    Figures figures;
+    std::size_t count = 0;
+    const std::vector<View> samples = views();
+    ASSERT_EQ(samples.size(), 5U);
+    for (const View& view : samples) {
+        MutantsOfAView(view, figures).tryAll(count, SYSCONF_MUTANT_STEP);
+    }
+    Quarncommon::SysConfReader::Destory();
+    const double reported = static_cast<double>(figures.reported) / figures.changing;
+    const double placed = static_cast<double>(figures.placed) / figures.reported;
+    std::cout << figures.mutants << " mutants, " << figures.changing << " change an answer; "
+              << figures.reported << " of these are reported (" << reported * 100 << " %), "
+              << figures.placed << " at the right line and column (" << placed * 100 << " %)\n";
+    EXPECT_GE(figures.mutants, 4000 / SYSCONF_MUTANT_STEP);
+    EXPECT_GE(figures.changing, figures.mutants / 4);
+    EXPECT_GE(reported, kReported);
+    EXPECT_GE(placed, kPlaced);
+    EXPECT_EQ(figures.unfounded, 0);
+}
+
+} // namespace
