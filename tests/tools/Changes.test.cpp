@@ -54,7 +54,7 @@ TEST(Changes, PasswordDiffers_IsAChangeThatShowsNeither) {
     const std::vector<Observation> next = {after};
     const std::vector<Change> found = changes(all, next);
     ASSERT_EQ(found.size(), 1U);
-    EXPECT_EQ(changeText(found[0], kTime),
+    EXPECT_EQ(changeText(found[0], kTime, 100),
               "2023-11-14T22:13:20.007Z  db-password a 0\n  - ********\n  + ********\n");
 }
 
@@ -62,16 +62,33 @@ TEST(Changes, Text_TellsOldAndNewLineByLine) {
     Reply before{
         &findQuery("all-float-ip"), {"service"}, {Groups{{"n1", {"a", "b\n"}}, {"n2", {}}}}};
     Reply after{&findQuery("all-float-ip"), {"service"}, {List{}}};
-    EXPECT_EQ(changeText({&before, &after}, kTime),
+    EXPECT_EQ(changeText({&before, &after}, kTime, 100),
               "2023-11-14T22:13:20.007Z  all-float-ip service\n"
-              "  - n1\ta\tb\\n\n  - n2\n  + (empty)\n");
+              "  - n1 a b\\n\n  - n2\n  + (empty)\n");
     before.error = "gone\033";
     after.answer = {NoAnswer{}};
-    EXPECT_EQ(changeText({&before, &after}, kTime),
+    EXPECT_EQ(changeText({&before, &after}, kTime, 100),
               "2023-11-14T22:13:20.007Z  all-float-ip service\n"
               "  - error: gone\\x1b\n  + (no answer)\n");
-    EXPECT_EQ(changeText({nullptr, &after}, kTime),
+    EXPECT_EQ(changeText({nullptr, &after}, kTime, 100),
               "2023-11-14T22:13:20.007Z  all-float-ip service\n  + (no answer)\n");
+}
+
+TEST(Changes, Text_IsNoWiderThanAsked) {
+    const Reply before{&findQuery("db-type"), {"a", "0"}, textAnswer("one two three four")};
+    EXPECT_EQ(changeText({&before, nullptr}, kTime, 14, false),
+              "2023-11-14T22:\n13:20.007Z \ndb-type a 0\n  - one two\n    three four\n");
+}
+
+TEST(Changes, Plain_IsOneLineForEachLineOfAnAnswer) {
+    const Reply before{&findQuery("db-type"), {"a", "0"}, textAnswer("x\t")};
+    const Reply after{&findQuery("all-float-ip"), {"s"}, {Groups{{"n1", {"a"}}, {"n2", {}}}}};
+    EXPECT_EQ(answerPlain(after, kTime), "2023-11-14T22:13:20.007Z\t=\tall-float-ip s\tn1\ta\n"
+                                         "2023-11-14T22:13:20.007Z\t=\tall-float-ip s\tn2\n");
+    EXPECT_EQ(changePlain({&before, nullptr}, kTime),
+              "2023-11-14T22:13:20.007Z\t-\tdb-type a 0\tx\\t\n");
+    EXPECT_EQ(changePlain({nullptr, &before}, kTime),
+              "2023-11-14T22:13:20.007Z\t+\tdb-type a 0\tx\\t\n");
 }
 
 TEST(Changes, Line_IsOneJsonObjectWithBothAnswers) {

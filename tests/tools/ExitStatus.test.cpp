@@ -6,6 +6,8 @@
 
 #include <gmock/gmock.h>
 
+#include <csignal>
+
 namespace {
 
 using ::testing::HasSubstr;
@@ -13,12 +15,34 @@ using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::StartsWith;
 
-constexpr const char* kFormats[] = {"plain", "table", "json"};
+/// Every writer of a command.
+const std::vector<std::string>& formatsOf(const std::string& command) {
+    static const std::vector<std::string> usual = {"table", "plain", "json"};
+    static const std::vector<std::string> ofNodes = {"table", "wide", "plain", "json"};
+    static const std::vector<std::string> ofMap = {"dot",   "mermaid", "svg",
+                                                   "table", "plain",   "json"};
+    return command == "nodes" ? ofNodes : command == "map" ? ofMap : usual;
+}
+
+/// What a command finds.
+enum class Found {
+    Nothing,         ///< an environment without any file
+    BrokenDatabases, ///< files that load, and queries that throw
+    Warnings,        ///< files with warnings and no errors
+    Clean
+};
 
 struct Row {
+    Found found;
     int status;
     std::vector<std::string> arguments;
     /// Part of the message on standard error; "" for none at all.
+    std::string message;
+};
+
+struct Misuse {
+    int status;
+    std::vector<std::string> arguments;
     std::string message;
 };
 
@@ -35,50 +59,144 @@ support::Deployment brokenDatabases() {
     return deployment;
 }
 
-const std::vector<Row> kAsking = {
-    {0, {"get", "local-port"}, ""},
-    {0, {"get", "wss-port"}, ""},
-    {0, {"get", "all-db-info"}, ""},
-    {0, {"get", "db-info", "object"}, ""},
-    {0, {"get", "db-user-name", "fields", "0"}, ""},
-    {0, {"get", "local-node-ips", "northbound"}, ""},
-    {0, {"get", "--list"}, ""},
-    {1, {"get", "wss-ip-address"}, ""},
-    {1, {"get", "product-name"}, ""},
-    {1, {"get", "db-info", "absent"}, ""},
-    {1, {"get", "db-type", "absent", "0"}, ""},
-    {1, {"get", "db-access-port", "absent", "0"}, ""},
-    {1, {"get", "db-access-port", "minus", "0"}, ""},
-    {1, {"get", "db-user-name", "fields", "1"}, ""},
-    {1, {"get", "ip-addresses", "assignedToTenancy", ""}, ""},
-    {1, {"get", "all-float-ip", "service"}, ""},
-    {3, {"get", "db-type", "object", "0"}, "db-type object 0: the library threw: "},
-    {3, {"get", "db-type", "fields", "0"}, "db-type fields 0: the library threw: "},
-    {3, {"get", "db-access-port", "fields", "0"}, "db-access-port fields 0: the library threw: "},
-    {3, {"show"}, "db-type object 0: the library threw: "},
-    {3, {"check"}, ""},
-    {3, {"check", "--strict"}, ""},
-    {0, {"explain", "local-port"}, ""},
-    {0, {"explain", "local-node-ips", "northbound"}, ""},
-    {1, {"explain", "wss-ip-address"}, ""},
-    {1, {"explain", "db-info", "absent"}, ""},
-    {3, {"explain", "db-type", "object", "0"}, "db-type object 0: the library threw: "},
-    {3, {"explain", "--all"}, "db-type object 0: the library threw: "},
+const std::vector<Row> kRows = {
+    {Found::BrokenDatabases, 0, {"get", "local-port"}, ""},
+    {Found::BrokenDatabases, 0, {"get", "wss-port"}, ""},
+    {Found::BrokenDatabases, 0, {"get", "all-db-info"}, ""},
+    {Found::BrokenDatabases, 0, {"get", "db-info", "object"}, ""},
+    {Found::BrokenDatabases, 0, {"get", "db-user-name", "fields", "0"}, ""},
+    {Found::BrokenDatabases, 0, {"get", "local-node-ips", "northbound"}, ""},
+    {Found::BrokenDatabases, 0, {"get", "--list"}, ""},
+    {Found::BrokenDatabases, 1, {"get", "wss-ip-address"}, ""},
+    {Found::BrokenDatabases, 1, {"get", "product-name"}, ""},
+    {Found::BrokenDatabases, 1, {"get", "db-info", "absent"}, ""},
+    {Found::BrokenDatabases, 1, {"get", "db-type", "absent", "0"}, ""},
+    {Found::BrokenDatabases, 1, {"get", "db-access-port", "absent", "0"}, ""},
+    {Found::BrokenDatabases, 1, {"get", "db-access-port", "minus", "0"}, ""},
+    {Found::BrokenDatabases, 1, {"get", "db-user-name", "fields", "1"}, ""},
+    {Found::BrokenDatabases, 1, {"get", "ip-addresses", "assignedToTenancy", ""}, ""},
+    {Found::BrokenDatabases, 1, {"get", "all-float-ip", "service"}, ""},
+    {Found::BrokenDatabases,
+     3,
+     {"get", "db-type", "object", "0"},
+     "db-type object 0: the library threw: "},
+    {Found::BrokenDatabases,
+     3,
+     {"get", "db-type", "fields", "0"},
+     "db-type fields 0: the library threw: "},
+    {Found::BrokenDatabases,
+     3,
+     {"get", "db-access-port", "fields", "0"},
+     "db-access-port fields 0: the library threw: "},
+    {Found::BrokenDatabases, 3, {"show"}, "db-type object 0: the library threw: "},
+    {Found::BrokenDatabases, 3, {"check"}, ""},
+    {Found::BrokenDatabases, 3, {"check", "--strict"}, ""},
+    {Found::BrokenDatabases, 0, {"explain", "local-port"}, ""},
+    {Found::BrokenDatabases, 0, {"explain", "local-node-ips", "northbound"}, ""},
+    {Found::BrokenDatabases, 1, {"explain", "wss-ip-address"}, ""},
+    {Found::BrokenDatabases, 1, {"explain", "db-info", "absent"}, ""},
+    {Found::BrokenDatabases,
+     3,
+     {"explain", "db-type", "object", "0"},
+     "db-type object 0: the library threw: "},
+    {Found::BrokenDatabases, 3, {"explain", "--all"}, "db-type object 0: the library threw: "},
+    {Found::BrokenDatabases, 0, {"nodes"}, "manager node list does not load"},
+    {Found::BrokenDatabases, 0, {"nodes", "n"}, "manager node list does not load"},
+    {Found::BrokenDatabases, 1, {"nodes", "n", "m"}, "no node m in either list"},
+    {Found::BrokenDatabases, 0, {"map"}, "manager node list does not load"},
+    {Found::Nothing, 0, {"show"}, ""},
+    {Found::Nothing, 1, {"get", "local-service-ip"}, ""},
+    {Found::Nothing, 0, {"get", "--list"}, ""},
+    {Found::Nothing, 1, {"explain", "local-service-ip"}, ""},
+    {Found::Nothing, 0, {"explain", "--all"}, ""},
+    {Found::Nothing, 3, {"check"}, ""},
+    {Found::Nothing, 3, {"check", "--strict"}, ""},
+    {Found::Nothing, 1, {"nodes"}, "node list does not load"},
+    {Found::Nothing, 1, {"map"}, "node list does not load"},
+    {Found::Warnings, 0, {"show"}, ""},
+    {Found::Warnings, 0, {"get", "local-service-ip"}, ""},
+    {Found::Warnings, 0, {"explain", "local-service-ip"}, ""},
+    {Found::Warnings, 0, {"explain", "--all"}, ""},
+    {Found::Warnings, 0, {"check"}, ""},
+    {Found::Warnings, 4, {"check", "--strict"}, ""},
+    {Found::Warnings, 0, {"nodes"}, ""},
+    {Found::Warnings, 0, {"nodes", "west-data-1", "west-data-2"}, ""},
+    {Found::Warnings, 0, {"map"}, ""},
+    {Found::Clean, 0, {"show"}, ""},
+    {Found::Clean, 0, {"get", "local-service-ip"}, ""},
+    {Found::Clean, 0, {"explain", "local-service-ip"}, ""},
+    {Found::Clean, 0, {"explain", "--all"}, ""},
+    {Found::Clean, 0, {"check"}, ""},
+    {Found::Clean, 0, {"check", "--strict"}, ""},
+    {Found::Clean, 0, {"nodes"}, ""},
+    {Found::Clean, 0, {"map"}, ""},
 };
 
-TEST(ExitStatus, CommandThatAsks_IsTheSameInEveryFormat) {
-    const auto deployment = brokenDatabases();
-    for (const Row& row : kAsking) {
-        for (const char* format : kFormats) {
-            std::vector<std::string> arguments = row.arguments;
-            arguments.insert(arguments.end(), {"-o", format});
+support::Deployment deploymentFor(Found found) {
+    return found == Found::BrokenDatabases ? brokenDatabases() : support::Deployment();
+}
+
+std::vector<std::string> argumentsFor(const Row& row, const std::string& format) {
+    std::vector<std::string> arguments = row.arguments;
+    arguments.insert(arguments.end(), {"-o", format});
+    if (row.found == Found::Warnings || row.found == Found::Clean) {
+        const tool::View& view = row.found == Found::Clean ? tool::kMaster : tool::kWestData;
+        arguments.insert(arguments.end(), {"--env-file", view.envFile().string()});
+    }
+    return arguments;
+}
+
+class ExitStatusOf : public testing::TestWithParam<Found> {};
+
+TEST_P(ExitStatusOf, EveryCommand_IsTheSameWithEveryWriter) {
+    const support::Deployment deployment = deploymentFor(GetParam());
+    for (const Row& row : kRows) {
+        if (row.found != GetParam()) {
+            continue;
+        }
+        for (const std::string& format : formatsOf(row.arguments.front())) {
+            const std::vector<std::string> arguments = argumentsFor(row, format);
             const auto result = tool::run(arguments);
             EXPECT_EQ(result.exitStatus, row.status) << testing::PrintToString(arguments);
             if (row.message.empty()) {
                 EXPECT_THAT(result.errors, IsEmpty()) << testing::PrintToString(arguments);
             } else {
-                EXPECT_THAT(result.errors, HasSubstr("sysconfctl: " + row.message))
+                EXPECT_THAT(result.errors, HasSubstr(row.message))
                     << testing::PrintToString(arguments);
+            }
+        }
+    }
+}
+
+std::string nameOf(const testing::TestParamInfo<Found>& row) {
+    switch (row.param) {
+    case Found::Nothing:
+        return "NothingConfigured";
+    case Found::BrokenDatabases:
+        return "DatabasesThatThrow";
+    case Found::Warnings:
+        return "FilesWithWarnings";
+    case Found::Clean:
+        break;
+    }
+    return "CleanFiles";
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, ExitStatusOf,
+                         testing::Values(Found::Nothing, Found::BrokenDatabases, Found::Warnings,
+                                         Found::Clean),
+                         nameOf);
+
+TEST(ExitStatus, EndOfWatch_Is0AndWhileTheLibraryThrows3) {
+    for (const auto& [found, status] :
+         std::vector<std::pair<Found, int>>{{Found::Nothing, 0}, {Found::BrokenDatabases, 3}}) {
+        const support::Deployment deployment = deploymentFor(found);
+        for (const std::string& format : formatsOf("watch")) {
+            for (const int signal : {SIGINT, SIGTERM}) {
+                auto watch = tool::sysconfctl({"watch", "-o", format}).start();
+                watch.waitForOutput("all-db-info");
+                watch.signal(signal);
+                EXPECT_EQ(watch.finish().exitStatus, status) << format << signal;
             }
         }
     }
@@ -86,7 +204,7 @@ TEST(ExitStatus, CommandThatAsks_IsTheSameInEveryFormat) {
 
 TEST(ExitStatus, NothingConfigured_ShowStillAnswers) {
     const support::Deployment deployment;
-    for (const char* format : kFormats) {
+    for (const std::string& format : formatsOf("show")) {
         const auto result = tool::run({"show", "-o", format});
         EXPECT_EQ(result.exitStatus, 0) << format;
         EXPECT_EQ(result.errors, "") << format;
@@ -102,7 +220,7 @@ TEST(ExitStatus, QueryThatThrows_ShowAnswersTheOthers) {
     EXPECT_THAT(result.output, HasSubstr("\ndb-type object 0\terror: "));
 }
 
-const std::vector<Row> kMisused = {
+const std::vector<Misuse> kMisused = {
     {2, {}, "a command is required"},
     {2, {"frobnicate"}, "frobnicate"},
     {2, {"--frobnicate", "show"}, "--frobnicate"},
@@ -121,8 +239,10 @@ const std::vector<Row> kMisused = {
     {2, {"explain", "db-type", "x", "y"}, "not y"},
     {2, {"explain", "local-port", "--color", "blue"}, "blue not in {auto,always,never}"},
     {2, {"nodes", "-o", "dot"}, "dot not in {table,wide,plain,json}"},
-    {2, {"map", "-o", "table"}, "table not in {dot,mermaid,svg}"},
-    {2, {"nodes", "n1"}, "n1"},
+    {2, {"map", "-o", "wide"}, "wide not in {dot,mermaid,svg,table,plain,json}"},
+    {2, {"map", "n1"}, "n1"},
+    {2, {"watch", "-o", "text"}, "text not in {table,plain,json}"},
+    {2, {"watch", "local-port"}, "local-port"},
     {2, {"map", "--local-address"}, "--local-address"},
     {2, {"get"}, "either a query or --list"},
     {2, {"get", "local-port", "--list"}, "either a query or --list"},
@@ -149,7 +269,7 @@ const std::vector<Row> kMisused = {
 };
 
 TEST(ExitStatus, Misuse_Is2WithAMessageOnStandardErrorOnly) {
-    for (const Row& row : kMisused) {
+    for (const Misuse& row : kMisused) {
         const auto result = tool::run(row.arguments);
         EXPECT_EQ(result.exitStatus, row.status) << testing::PrintToString(row.arguments);
         EXPECT_EQ(result.output, "") << testing::PrintToString(row.arguments);
@@ -168,6 +288,7 @@ TEST(ExitStatus, HelpAndVersion_AreAnswers) {
                                                                        {"explain", "--help"},
                                                                        {"nodes", "--help"},
                                                                        {"map", "--help"},
+                                                                       {"watch", "--help"},
                                                                        {"--version"}}) {
         const auto result = tool::run(arguments);
         EXPECT_EQ(result.exitStatus, 0) << testing::PrintToString(arguments);

@@ -96,10 +96,12 @@ TEST(Nodes, Table_IsNoWiderThanTheTerminalWhateverTheIdsAre) {
             const auto result = tool::sysconfctl({"nodes", "-o", format, "--env-file",
                                                   tool::kEast.envFile().string()})
                                     .outputToTerminal(columns)
+                                    .variable("NO_COLOR", "1")
                                     .run();
             EXPECT_THAT(tool::linesOf(result.output), Each(SizeIs(Le(columns)))) << format;
-            const auto hostile =
-                tool::sysconfctl({"nodes", "-o", format}).outputToTerminal(columns).run();
+            const auto hostile = tool::sysconfctl({"nodes", "-o", format, "--color", "never"})
+                                     .outputToTerminal(columns)
+                                     .run();
             EXPECT_THAT(hostile.output, AllOf(Not(HasSubstr("\033")), HasSubstr("\xe4\xb8\xad")));
         }
     }

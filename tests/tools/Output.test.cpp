@@ -7,6 +7,9 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <regex>
+
 namespace {
 
 using ::testing::AllOf;
@@ -16,14 +19,42 @@ using ::testing::Le;
 using ::testing::Not;
 using ::testing::SizeIs;
 
-const std::vector<std::vector<std::string>> kCommands = {
+/// Every command with every writer, on a deployment that has everything.
+std::vector<std::vector<std::string>> everyCommand() {
+    const std::vector<std::string> usual = {"table", "plain", "json"};
+    const std::vector<std::pair<std::vector<std::string>, std::vector<std::string>>> writers = {
+        {{"show"}, usual},
+        {{"get", "local-port"}, usual},
+        {{"get", "--list"}, usual},
+        {{"watch"}, usual},
+        {{"explain", "local-north-ip"}, usual},
+        {{"explain", "--all"}, usual},
+        {{"check"}, {"table", "json"}}, // nothing is wrong: plain has no line
+        {{"nodes"}, {"table", "wide", "plain", "json"}},
+        {{"map"}, {"dot", "mermaid", "svg", "table", "plain", "json"}},
+    };
+    std::vector<std::vector<std::string>> commands = {
+        {"--help"}, {"show", "--help"}, {"--version"}};
+    for (const auto& [command, formats] : writers) {
+        for (const std::string& format : formats) {
+            commands.push_back(command);
+            commands.back().insert(commands.back().end(),
+                                   {"-o", format, "--env-file", tool::kEast.envFile().string()});
+        }
+    }
+    return commands;
+}
+
+/// Everything that is laid out for reading.
+const std::vector<std::vector<std::string>> kTables = {
     {"show"},
-    {"show", "-o", "plain"},
-    {"show", "-o", "json"},
-    {"get", "local-port"},
-    {"get", "--list"},
-    {"--help"},
-    {"--version"},
+    {"get", "all-float-ip", "service", "-o", "table"},
+    {"explain", "local-north-ip"},
+    {"explain", "--all"},
+    {"check"},
+    {"nodes"},
+    {"nodes", "-o", "wide"},
+    {"map", "-o", "table"},
 };
 
 support::Deployment hostileDeployment() {
@@ -38,19 +69,21 @@ support::Deployment hostileDeployment() {
 }
 
 TEST(Output, FullDisk_EndsWith70AndAMessage) {
-    for (const auto& arguments : kCommands) {
+    for (const auto& arguments : everyCommand()) {
         const auto result = tool::sysconfctl(arguments).outputToFile("/dev/full").run();
         EXPECT_EQ(result.exitStatus, 70) << testing::PrintToString(arguments);
-        EXPECT_EQ(result.errors, "sysconfctl: cannot write the output: No space left on device\n");
+        EXPECT_THAT(result.errors, HasSubstr("cannot write the output: No space left on device"))
+            << testing::PrintToString(arguments);
     }
 }
 
 TEST(Output, ReaderThatWentAway_EndsWith70AndNotBySignal) {
-    for (const auto& arguments : kCommands) {
+    for (const auto& arguments : everyCommand()) {
         const auto result = tool::sysconfctl(arguments).outputToClosedPipe().run();
         EXPECT_EQ(result.signal, 0) << testing::PrintToString(arguments);
         EXPECT_EQ(result.exitStatus, 70) << testing::PrintToString(arguments);
-        EXPECT_EQ(result.errors, "sysconfctl: cannot write the output: Broken pipe\n");
+        EXPECT_THAT(result.errors, HasSubstr("cannot write the output: Broken pipe"))
+            << testing::PrintToString(arguments);
     }
 }
 
@@ -70,9 +103,25 @@ TEST(Output, ControlCharactersOfTheFiles_NeverReachATerminal) {
         {"get", "all-float-ip", "service", "-o", "table"},
         {"get", "all-db-info"},
         {"get", "db-user-name", "d\033[31m", "0", "-o", "table"},
+        {"explain", "wss-ip-address"},
+        {"explain", "--all", "-o", "plain"},
+        {"explain", "--all", "-o", "json"},
+        {"check"},
+        {"check", "-o", "plain"},
+        {"check", "-o", "json"},
+        {"nodes"},
+        {"nodes", "-o", "wide"},
+        {"nodes", "-o", "plain"},
+        {"nodes", "-o", "json", "absent\033"},
+        {"map"},
+        {"map", "-o", "mermaid"},
+        {"map", "-o", "table"},
+        {"map", "-o", "plain"},
+        {"map", "-o", "json"},
     };
     for (const auto& arguments : commands) {
-        const auto result = tool::sysconfctl(arguments).outputToTerminal(80).run();
+        const auto result =
+            tool::sysconfctl(arguments).outputToTerminal(80).variable("NO_COLOR", "1").run();
         EXPECT_NE(result.output, "") << testing::PrintToString(arguments);
         for (const char* raw : {"\033", "\007", "\x7f", "\xc2\x85", "\xe2\x80\xae"}) {
             EXPECT_THAT(result.output + result.errors, Not(HasSubstr(raw)))
@@ -107,13 +156,85 @@ TEST(Output, BytesThatAreNoUtf8_AreStillJson) {
 }
 
 TEST(Output, Table_IsNoWiderThanTheTerminal) {
-    for (const unsigned short columns : std::initializer_list<unsigned short>{40, 60, 80, 132}) {
-        for (const tool::View& view : tool::views()) {
-            const auto result = tool::sysconfctl({"show", "--env-file", view.envFile().string()})
-                                    .outputToTerminal(columns)
-                                    .run();
-            EXPECT_THAT(tool::linesOf(result.output), Each(SizeIs(Le(columns)))) << columns;
-            EXPECT_THAT(result.output, HasSubstr("local-port"));
+    for (const unsigned short columns : std::initializer_list<unsigned short>{40, 132}) {
+        for (const auto& arguments : kTables) {
+            for (const tool::View& view : {tool::kEast, tool::kWestData}) {
+                std::vector<std::string> words = arguments;
+                words.insert(words.end(), {"--env-file", view.envFile().string()});
+                const auto result = tool::sysconfctl(words)
+                                        .outputToTerminal(columns)
+                                        .variable("NO_COLOR", "1")
+                                        .run();
+                EXPECT_THAT(tool::linesOf(result.output), Each(SizeIs(Le(columns))))
+                    << testing::PrintToString(words);
+                EXPECT_NE(result.output, "") << testing::PrintToString(words);
+            }
+        }
+        for (const char* command :
+             {"--version", "show", "get", "watch", "explain", "check", "nodes", "map"}) {
+            const auto result =
+                tool::sysconfctl({command, "--help"}).outputToTerminal(columns).run();
+            EXPECT_THAT(tool::linesOf(result.output), Each(SizeIs(Le(columns)))) << command;
+        }
+        const auto help = tool::sysconfctl({"--help"}).outputToTerminal(columns).run();
+        EXPECT_THAT(tool::linesOf(help.output), Each(SizeIs(Le(columns))));
+    }
+}
+
+TEST(Output, EverythingButPlainLinesToAPipe_IsNoWiderThan100Columns) {
+    std::vector<std::vector<std::string>> commands = kTables;
+    for (const char* command : {"show", "get", "watch", "explain", "check", "nodes", "map"}) {
+        commands.push_back({command, "--help"});
+    }
+    commands.push_back({"get", "--list", "-o", "table"});
+    commands.push_back({"--help"});
+    for (std::vector<std::string>& words : commands) {
+        words.insert(words.begin(), {"--env-file", tool::kEast.envFile().string()});
+        EXPECT_THAT(tool::linesOf(tool::run(words).output), Each(SizeIs(Le(100U))))
+            << testing::PrintToString(words);
+    }
+}
+
+/// The text without what colours it.
+std::string uncolored(const std::string& text) {
+    return std::regex_replace(text, std::regex("\033\\[[0-9;]*m"), "");
+}
+
+TEST(Output, Color_IsForTablesOnTerminalsUnlessToldOtherwise) {
+    for (const auto& arguments : kTables) {
+        std::vector<std::string> words = arguments;
+        words.insert(words.end(), {"--env-file", tool::kWestData.envFile().string()});
+        const auto with = [&](const char* when, bool terminal, const char* refused) {
+            std::vector<std::string> asked = words;
+            if (when != nullptr) {
+                asked.insert(asked.end(), {"--color", when});
+            }
+            auto command =
+                tool::sysconfctl(asked).variable("COLUMNS", "90").variable("NO_COLOR", refused);
+            if (terminal) {
+                command.outputToTerminal(90);
+            }
+            return command.run().output;
+        };
+        const std::string bare = with("never", false, "");
+        EXPECT_THAT(bare, Not(HasSubstr("\033")));
+        EXPECT_EQ(with(nullptr, false, ""), bare) << testing::PrintToString(words);
+        EXPECT_EQ(with("never", true, ""), bare) << testing::PrintToString(words);
+        EXPECT_EQ(with(nullptr, true, "1"), bare) << testing::PrintToString(words);
+        for (const std::string& colored :
+             {with("always", false, ""), with("always", false, "1"), with("auto", true, "")}) {
+            EXPECT_THAT(colored, HasSubstr("\033[")) << testing::PrintToString(words);
+            EXPECT_EQ(uncolored(colored), bare) << testing::PrintToString(words);
+        }
+    }
+    for (std::vector<std::string> words : everyCommand()) {
+        const bool table = std::find(words.begin(), words.end(), "table") != words.end() ||
+                           std::find(words.begin(), words.end(), "wide") != words.end();
+        if (words.front() != "watch" && words.size() > 2 && !table) {
+            words.insert(words.end(), {"--color", "always"});
+            const auto result = tool::run(words);
+            EXPECT_EQ(result.exitStatus, 0) << testing::PrintToString(words);
+            EXPECT_THAT(result.output, Not(HasSubstr("\033"))) << testing::PrintToString(words);
         }
     }
 }

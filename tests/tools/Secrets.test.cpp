@@ -20,6 +20,10 @@ const std::vector<std::vector<std::string>> kCommands = {
     {"get", "db-info", "orders"},
     {"get", "db-info", "strange"},
     {"get", "all-db-info"},
+    {"explain", "db-password", "orders", "0"},
+    {"explain", "all-db-info"},
+    {"explain", "--all"},
+    {"check"},
 };
 
 support::Deployment deploymentWithPasswords() {
@@ -53,6 +57,33 @@ TEST(Secrets, EveryCommandAndFormat_MasksThem) {
                 << testing::PrintToString(command) << format;
         }
     }
+}
+
+TEST(Secrets, CommandsThatShowNone_TakeTheOptionToo) {
+    const auto deployment = deploymentWithPasswords();
+    for (const char* command : {"nodes", "map"}) {
+        const auto result = tool::run({command, "--reveal-secrets", "-o", "json"});
+        EXPECT_EQ(result.exitStatus, 1) << command;
+        EXPECT_THAT(result.output, Not(HasSubstr(kPassword))) << command;
+    }
+}
+
+TEST(Secrets, OptionInFrontOfTheCommand_CountsLikeBehindIt) {
+    const auto deployment = deploymentWithPasswords();
+    EXPECT_EQ(tool::run({"--reveal-secrets", "get", "db-password", "orders", "0"}).output,
+              "hush-hush\n");
+}
+
+TEST(Secrets, AskedFor_AreShownByEveryCommandThatHasThem) {
+    const auto deployment = deploymentWithPasswords();
+    for (const auto& command : kCommands) {
+        if (command.front() == "check") {
+            continue; // of the values, it shows those that something is wrong with
+        }
+        EXPECT_THAT(runWith(command, "json", true).output, HasSubstr(kPassword))
+            << testing::PrintToString(command);
+    }
+    EXPECT_THAT(runWith({"check"}, "table", true).output, HasSubstr(kPassword));
 }
 
 TEST(Secrets, AskedFor_AreShown) {

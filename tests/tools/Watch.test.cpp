@@ -124,7 +124,7 @@ TEST(Watch, NoSubscription_ShowsTheAnswersThatChangeAllTheSame) {
 }
 
 TEST(Watch, BadFormat_IsBadUsage) {
-    EXPECT_EQ(tool::run({"watch", "-o", "table"}).exitStatus, 2);
+    EXPECT_EQ(tool::run({"watch", "-o", "wide"}).exitStatus, 2);
 }
 
 } // namespace

@@ -37,7 +37,7 @@ TEST(WatchLive, LoadedAnswerChanges_IsShownOnceWithOldAndNew) {
     support::Deployment deployment;
     support::writeGeneration(deployment, 1);
     support::RunningCommand running = live({"watch", "-o", "json"}).start();
-    running.waitForErrors("subscribed to changes through " SYSCONF_EVENT_LIBRARY "\n");
+    running.waitForErrors("subscribed to changes through " SYSCONF_EVENT_LIBRARY "\"}\n");
     running.waitForOutput("all-db-info");
     support::writeGeneration(deployment, 2);
     running.waitForOutput(R"("new":{"answered":true,"value":"10.2.0.1"})");

@@ -1,5 +1,6 @@
 #include "Changes.h"
 
+#include "Color.h"
 #include "Json.h"
 #include "Plain.h"
 #include "Questions.h"
@@ -8,6 +9,7 @@
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <map>
 
@@ -28,12 +30,30 @@ std::vector<std::string> textLines(const Reply& reply) {
     return lines.empty() ? std::vector<std::string>{"(empty)"} : lines;
 }
 
-void appendLines(std::string& text, char sign, const Reply* reply) {
-    if (reply != nullptr) {
-        for (const std::string& line : textLines(*reply)) {
-            text += fmt::format("  {} {}\n", sign, line);
+void appendLines(std::string& text, char sign, const Reply* reply, std::size_t width, bool color) {
+    constexpr std::size_t kIndent = 4;
+    if (reply == nullptr) {
+        return;
+    }
+    for (std::string line : textLines(*reply)) {
+        // Tabs are as wide as the terminal likes.
+        std::replace(line.begin(), line.end(), '\t', ' ');
+        std::string lead = fmt::format("  {} ", sign);
+        for (const std::string& piece : wrapped(line, width - kIndent)) {
+            text += painted(lead + piece, sign == '-' ? Paint::Red : Paint::Green, color) + '\n';
+            lead.assign(kIndent, ' ');
         }
     }
+}
+
+std::string plainOf(char sign, const Reply* reply, WallTime time) {
+    std::string text;
+    if (reply != nullptr) {
+        for (const std::string& line : textLines(*reply)) {
+            text += fmt::format("{}\t{}\t{}\t{}\n", timeText(time), sign, reply->label(), line);
+        }
+    }
+    return text;
 }
 
 Json::Value answered(const Reply* reply) {
@@ -103,12 +123,23 @@ std::string timeText(WallTime time) {
                        (milliseconds - seconds).count());
 }
 
-std::string changeText(const Change& change, WallTime time) {
+std::string changeText(const Change& change, WallTime time, std::size_t width, bool color) {
     const Reply& asked = change.after != nullptr ? *change.after : *change.before;
-    std::string text = timeText(time) + "  " + asked.label() + '\n';
-    appendLines(text, '-', change.before);
-    appendLines(text, '+', change.after);
+    std::string text;
+    for (const std::string& piece : wrapped(timeText(time) + "  " + asked.label(), width)) {
+        text += painted(piece, Paint::Bold, color) + '\n';
+    }
+    appendLines(text, '-', change.before, width, color);
+    appendLines(text, '+', change.after, width, color);
     return text;
+}
+
+std::string answerPlain(const Reply& reply, WallTime time) {
+    return plainOf('=', &reply, time);
+}
+
+std::string changePlain(const Change& change, WallTime time) {
+    return plainOf('-', change.before, time) + plainOf('+', change.after, time);
 }
 
 std::string answerLine(const Reply& reply, WallTime time) {

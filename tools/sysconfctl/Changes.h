@@ -3,6 +3,7 @@
 #include "Reply.h"
 
 #include <chrono>
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -33,8 +34,14 @@ using WallTime = std::chrono::system_clock::time_point;
 /// "2031-07-09T10:42:11.083Z"
 std::string timeText(WallTime time);
 
-/// A line with the time and the query, below it what was ("-") and what is ("+").
-std::string changeText(const Change& change, WallTime time);
+/// A line with the time and the query, below it what was ("-") and what is ("+"), each at most
+/// `width` columns wide.
+std::string changeText(const Change& change, WallTime time, std::size_t width, bool color = false);
+
+/// A line for each line of an answer: the time, "=" for what is at the beginning, "-" for what was
+/// or "+" for what is, the query, and the text, behind a tab each.
+std::string answerPlain(const Reply& reply, WallTime time);
+std::string changePlain(const Change& change, WallTime time);
 
 /// One line of JSON: {"schemaVersion", "kind": "answer", "time"} and the members of the reply; or
 /// {"schemaVersion", "kind": "change", "time", "query", "operation", "arguments", "old", "new"},

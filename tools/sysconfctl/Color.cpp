@@ -2,6 +2,7 @@
 
 #include "Output.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace sysconfctl {
@@ -36,6 +37,16 @@ bool colorWanted(ColorChoice choice) {
 
 std::string painted(const std::string& text, Paint paint, bool color) {
     return color && !text.empty() ? sequenceOf(paint) + text + "\033[0m" : text;
+}
+
+std::string paintedLines(const std::string& lines, Paint paint) {
+    std::string text;
+    for (std::size_t begin = 0; begin < lines.size();) {
+        const std::size_t end = std::min(lines.find('\n', begin), lines.size());
+        text += painted(lines.substr(begin, end - begin), paint, true) + '\n';
+        begin = end + 1;
+    }
+    return text;
 }
 
 } // namespace sysconfctl

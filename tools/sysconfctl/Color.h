@@ -14,4 +14,7 @@ bool colorWanted(ColorChoice choice);
 /// An escaped text in a colour, or as it is.
 std::string painted(const std::string& text, Paint paint, bool color);
 
+/// Whole lines, each one painted for itself.
+std::string paintedLines(const std::string& lines, Paint paint);
+
 } // namespace sysconfctl

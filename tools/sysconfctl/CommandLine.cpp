@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 
+#include "Output.h"
 #include "Text.h"
 #include "UsageError.h"
 
@@ -7,27 +8,28 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <iterator>
-#include <map>
+#include <string_view>
 #include <utility>
 
 namespace sysconfctl {
 namespace {
 
-constexpr const char* kFooter = R"(
-Exit status:
-  0   answered; nothing wrong (check); ended by Ctrl-C or SIGTERM (watch)
-  1   no answer: the library gives an empty text or -1 (get, explain), there is
-      no node (nodes, map), or nothing that draws (map)
-  2   bad usage
-  3   the library threw; errors found (check)
-  4   warnings found, no errors (check --strict)
-  70  output could not be written, or a fault of this tool: what it explains
-      is not what the library answers (explain)
-
+constexpr const char* kEnvironmentFiles = R"(
 Environment files have KEY=VALUE lines and comments (#). Relative values of
 APP_CONF_FILE, APP_ROOT and TOLM_ROOT start at the file's own folder; of these
 and PROCESS_INSTANCE_ID, those that the file does not name count as unset.)";
+
+std::string footer() {
+    std::string text = "\nExit status:\n";
+    for (const StatusRow& row : statusTable()) {
+        std::string meaning(row.meaning);
+        for (std::size_t at = 0; (at = meaning.find('\n', at)) != std::string::npos; ++at) {
+            meaning.insert(at + 1, 6, ' ');
+        }
+        text += fmt::format("  {:<2}  {}\n", row.status, meaning);
+    }
+    return text + kEnvironmentFiles;
+}
 
 /// Options that stand before a command or behind it.
 struct Common {
@@ -35,61 +37,16 @@ struct Common {
     std::vector<std::string> sets;
 };
 
-void addCommonOptions(CLI::App& app, Common& common) {
-    app.add_option("--env-file", common.envFile,
-                   "Environment of the process to ask about; default: the current one")
-        ->type_name("FILE");
-    app.add_option("--set", common.sets, "Set a variable, after --env-file; repeatable")
-        ->type_name("KEY=VALUE")
-        ->allow_extra_args(false);
+ColorChoice colorNamed(std::string_view name) {
+    return name == "always"  ? ColorChoice::Always
+           : name == "never" ? ColorChoice::Never
+                             : ColorChoice::Auto;
 }
 
-constexpr std::pair<const char*, Format> kFormats[] = {
-    {"table", Format::Table}, {"plain", Format::Plain}, {"json", Format::Json},
-    {"wide", Format::Wide},   {"dot", Format::Dot},     {"mermaid", Format::Mermaid},
-    {"svg", Format::Svg},
-};
-
-Format formatNamed(const std::string& name) {
-    const auto* const named = std::find_if(std::begin(kFormats), std::end(kFormats),
-                                           [&](const auto& row) { return name == row.first; });
-    return named != std::end(kFormats) ? named->second : Format::Table;
-}
-
-/// The first of the names is the default.
-void addFormat(CLI::App& app, std::string& name,
-               const std::vector<std::string>& names = {"table", "plain", "json"}) {
-    name = names.front();
-    std::string list;
-    for (const std::string& listed : names) {
-        list += (list.empty() ? "" : listed == names.back() ? " or " : ", ") + listed;
-    }
-    app.add_option("-o,--output", name,
-                   fmt::format("Format of the output: {}; default: {}", list, name))
-        ->type_name("FORMAT")
-        ->check(CLI::IsMember(names).description(""));
-}
-
-void addColor(CLI::App& app, ColorChoice& color) {
-    const std::map<std::string, ColorChoice> choices = {{"auto", ColorChoice::Auto},
-                                                        {"always", ColorChoice::Always},
-                                                        {"never", ColorChoice::Never}};
-    app.add_option_function<std::string>(
-           "--color", [&color, choices](const std::string& name) { color = choices.at(name); },
-           "Colour: auto (on a terminal, unless NO_COLOR is set), always or never")
-        ->type_name("WHEN")
-        ->check(CLI::IsMember({"auto", "always", "never"}).description(""));
-}
-
-void addLocalAddresses(CLI::App& app, std::vector<std::string>& addresses) {
-    app.add_option("--local-address", addresses,
-                   "Address of the host, in place of those that it has; repeatable")
-        ->type_name("ADDRESS")
-        ->allow_extra_args(false);
-}
-
-void addRevealSecrets(CLI::App& app, bool& reveal) {
-    app.add_flag("--reveal-secrets", reveal, "Do not mask passwords");
+Format formatNamed(const CommandRow& command, std::string_view name) {
+    const auto named = std::find_if(command.formats.begin(), command.formats.end(),
+                                    [&](Format format) { return nameOf(format) == name; });
+    return named != command.formats.end() ? *named : command.formats.front();
 }
 
 /// CLI11 would take a positional in brackets for a list. A byte behind the bracket hides it, one
@@ -106,6 +63,12 @@ std::string unhidden(std::string text) {
     return text;
 }
 
+void unhide(std::vector<std::string>& words) {
+    for (std::string& word : words) {
+        word = unhidden(std::move(word));
+    }
+}
+
 /// The last word first, as CLI11 wants them.
 std::vector<std::string> reversedWords(int count, const char* const* words) {
     std::vector<std::string> reversed;
@@ -115,20 +78,49 @@ std::vector<std::string> reversedWords(int count, const char* const* words) {
     return reversed;
 }
 
+/// Help with what does not fit into a line going on below, behind the column of the descriptions.
+std::string fitted(const std::string& help, std::size_t width) {
+    std::string text;
+    std::size_t begin = 0;
+    while (begin < help.size()) {
+        const std::size_t end = std::min(help.find('\n', begin), help.size());
+        const std::string line = help.substr(begin, end - begin);
+        begin = end + 1;
+        const std::size_t first = std::min(line.find_first_not_of(' '), line.size());
+        const std::size_t gap = line.find("  ", first);
+        const std::size_t begun =
+            gap != std::string::npos ? line.find_first_not_of(' ', gap) : first;
+        std::size_t indent = begun;
+        std::string lead = line.substr(0, begun);
+        if (begun >= width / 2 && line.size() > width) {
+            // A narrow terminal has no room beside the names.
+            text += line.substr(0, gap) + '\n';
+            indent = first + 4;
+            lead.assign(indent, ' ');
+        }
+        for (const std::string& piece : wrapped(line.substr(begun), width - indent)) {
+            text += lead + piece + '\n';
+            lead.assign(indent, ' ');
+        }
+    }
+    return text;
+}
+
 class Parser {
 public:
     Parser() : m_app("Shows what the configuration library answers, and asks it.", "sysconfctl") {
-        m_app.set_version_flag("--version", "sysconfctl " SYSCONFCTL_VERSION);
+        m_app.set_version_flag(std::string(optionRow(Option::Version).name),
+                               "sysconfctl " SYSCONFCTL_VERSION,
+                               std::string(optionRow(Option::Version).help));
         m_app.require_subcommand(0, 1);
-        addCommonOptions(m_app, m_before);
-        addShow();
-        addGet();
-        addWatch();
-        addExplain();
-        addCheck();
-        addNodes();
-        addMap();
-        m_app.footer(kFooter); // last, because commands would inherit it
+        addHelp(m_app);
+        for (const Option option : commonOptions()) {
+            addOption(m_app, option, m_before, nullptr);
+        }
+        for (const CommandRow& row : commandTable()) {
+            addCommand(row);
+        }
+        m_app.footer(footer()); // last, because commands would inherit it
     }
 
     ParsedCommandLine parse(int count, const char* const* words) {
@@ -136,7 +128,7 @@ public:
             m_app.parse(reversedWords(count, words));
             return {understood(), std::nullopt};
         } catch (const CLI::CallForHelp&) {
-            return {{}, m_app.help()};
+            return {{}, fitted(m_app.help(), outputWidth())};
         } catch (const CLI::CallForVersion& version) {
             return {{}, std::string(version.what()) + '\n'};
         } catch (const CLI::ParseError& error) {
@@ -146,69 +138,109 @@ public:
     }
 
 private:
-    void addShow() {
-        m_show = m_app.add_subcommand("show", "Show every answer of the library");
-        addCommonOptions(*m_show, m_behind);
-        addFormat(*m_show, m_showFormat);
-        addRevealSecrets(*m_show, m_options.revealSecrets);
+    void addCommand(const CommandRow& row) {
+        CLI::App* const app = m_app.add_subcommand(std::string(row.name), std::string(row.help));
+        addHelp(*app);
+        addOperands(*app, row);
+        for (const Option option : optionsOf(row)) {
+            if (option != Option::Help) {
+                addOption(*app, option, m_behind, &row);
+            }
+        }
+        m_commands.emplace_back(app, &row);
     }
 
-    void addGet() {
-        m_get = m_app.add_subcommand("get", "Print one answer, bare, for scripts");
-        m_get->add_option("QUERY", m_options.query, "Name of the query, see --list")->type_name("");
-        m_get->add_option("ARGUMENT", m_options.arguments, "Arguments of the query")->type_name("");
-        m_get->add_flag("--list", m_list, "List all queries with their arguments");
-        addCommonOptions(*m_get, m_behind);
-        addFormat(*m_get, m_getFormat, {"plain", "table", "json"});
-        addRevealSecrets(*m_get, m_options.revealSecrets);
+    static void addHelp(CLI::App& app) {
+        const OptionRow& row = optionRow(Option::Help);
+        app.set_help_flag(fmt::format("{},{}", row.letter, row.name), std::string(row.help));
     }
 
-    void addWatch() {
-        m_watch =
-            m_app.add_subcommand("watch", "Show every answer, then each change, until Ctrl-C");
-        addCommonOptions(*m_watch, m_behind);
-        addFormat(*m_watch, m_watchFormat, {"text", "json"});
-        addRevealSecrets(*m_watch, m_options.revealSecrets);
+    void addOperands(CLI::App& app, const CommandRow& row) {
+        if (row.operands == Operands::Query) {
+            app.add_option("QUERY", m_options.query, "Name of the query, see get --list")
+                ->type_name("");
+            app.add_option("ARGUMENT", m_options.arguments, "Arguments of the query")
+                ->type_name("");
+        } else if (row.operands == Operands::Nodes) {
+            app.add_option("NODE", m_options.nodes, "Ids of the nodes; default: all")
+                ->type_name("");
+        }
     }
 
-    void addExplain() {
-        m_explain = m_app.add_subcommand("explain", "Tell the way to an answer");
-        m_explain->add_option("QUERY", m_options.query, "Name of the query, see get --list")
-            ->type_name("");
-        m_explain->add_option("ARGUMENT", m_options.arguments, "Arguments of the query")
-            ->type_name("");
-        m_explain->add_flag("--all", m_options.all, "Every query");
-        addCommonOptions(*m_explain, m_behind);
-        addFormat(*m_explain, m_explainFormat);
-        addRevealSecrets(*m_explain, m_options.revealSecrets);
-        addColor(*m_explain, m_options.color);
+    void addOption(CLI::App& app, Option option, Common& common, const CommandRow* command) {
+        const OptionRow& row = optionRow(option);
+        const std::string help(row.help);
+        const std::string name =
+            row.letter.empty() ? std::string(row.name) : fmt::format("{},{}", row.letter, row.name);
+        CLI::Option* added = nullptr;
+        switch (option) {
+        case Option::EnvFile:
+            added = app.add_option(name, common.envFile, help);
+            break;
+        case Option::Set:
+            added = app.add_option(name, common.sets, help);
+            break;
+        case Option::LocalAddress:
+            added = app.add_option(name, m_options.localAddresses, help);
+            break;
+        case Option::Output:
+            added = addFormat(app, name, help, *command);
+            break;
+        case Option::Color:
+            added = addColor(app, name, help);
+            break;
+        case Option::RevealSecrets:
+            app.add_flag(name, m_options.revealSecrets, help);
+            break;
+        case Option::List:
+            app.add_flag(name, m_list, help);
+            break;
+        case Option::All:
+            app.add_flag(name, m_options.all, help);
+            break;
+        case Option::Strict:
+            app.add_flag(name, m_options.strict, help);
+            break;
+        case Option::Help:
+        case Option::Version:
+            break;
+        }
+        if (added != nullptr) {
+            added->type_name(std::string(row.value));
+            if (row.repeatable) {
+                added->allow_extra_args(false);
+            }
+        }
     }
 
-    void addCheck() {
-        m_check = m_app.add_subcommand("check", "Find what is wrong with files and environment");
-        m_check->add_flag("--strict", m_options.strict, "End with 4 when there are warnings only");
-        addCommonOptions(*m_check, m_behind);
-        addFormat(*m_check, m_checkFormat);
-        addRevealSecrets(*m_check, m_options.revealSecrets);
-        addColor(*m_check, m_options.color);
-        addLocalAddresses(*m_check, m_options.localAddresses);
+    CLI::Option* addFormat(CLI::App& app, const std::string& name, const std::string& help,
+                           const CommandRow& command) {
+        std::vector<std::string> names;
+        for (const Format format : command.formats) {
+            names.emplace_back(nameOf(format));
+        }
+        return app.add_option(name, m_format, fmt::format("{}: {}", help, formatsHelp(command)))
+            ->check(CLI::IsMember(names).description(""));
     }
 
-    void addNodes() {
-        m_nodes = m_app.add_subcommand("nodes", "List the nodes of both node lists");
-        addCommonOptions(*m_nodes, m_behind);
-        addFormat(*m_nodes, m_nodesFormat, {"table", "wide", "plain", "json"});
-        addLocalAddresses(*m_nodes, m_options.localAddresses);
-    }
-
-    void addMap() {
-        m_map = m_app.add_subcommand("map", "Draw the deployment");
-        addCommonOptions(*m_map, m_behind);
-        addFormat(*m_map, m_mapFormat, {"dot", "mermaid", "svg"});
-        addLocalAddresses(*m_map, m_options.localAddresses);
+    CLI::Option* addColor(CLI::App& app, const std::string& name, const std::string& help) {
+        const std::vector<std::string> names(colorNames().begin(), colorNames().end());
+        return app
+            .add_option_function<std::string>(
+                name, [this](const std::string& when) { m_options.color = colorNamed(when); }, help)
+            ->check(CLI::IsMember(names).description(""));
     }
 
     Options understood() {
+        const auto given =
+            std::find_if(m_commands.begin(), m_commands.end(),
+                         [](const auto& command) { return command.first->parsed(); });
+        if (given == m_commands.end()) {
+            throw UsageError("a command is required (sysconfctl --help lists them)");
+        }
+        const CommandRow& row = *given->second;
+        m_options.command = m_list ? Command::List : row.command;
+        m_options.format = formatNamed(row, m_format);
         m_options.sets = m_before.sets;
         m_options.sets.insert(m_options.sets.end(), m_behind.sets.begin(), m_behind.sets.end());
         for (const std::string& file : {m_before.envFile, m_behind.envFile}) {
@@ -216,66 +248,24 @@ private:
                 m_options.envFile = unhidden(file);
             }
         }
-        m_options.format = formatNamed(m_showFormat);
-        if (m_get->parsed()) {
-            understandGet();
-        } else if (m_watch->parsed()) {
-            m_options.command = Command::Watch;
-            m_options.format = formatNamed(m_watchFormat);
-        } else if (m_explain->parsed()) {
-            m_options.command = Command::Explain;
-            m_options.format = formatNamed(m_explainFormat);
-            if (m_options.all == !m_options.query.empty()) {
-                throw UsageError("explain takes either a query or --all");
-            }
-        } else if (m_check->parsed()) {
-            m_options.command = Command::Check;
-            m_options.format = formatNamed(m_checkFormat);
-        } else if (m_nodes->parsed()) {
-            m_options.command = Command::Nodes;
-            m_options.format = formatNamed(m_nodesFormat);
-        } else if (m_map->parsed()) {
-            m_options.command = Command::Map;
-            m_options.format = formatNamed(m_mapFormat);
-        } else if (!m_show->parsed()) {
-            throw UsageError("a command is required (sysconfctl --help lists them)");
-        }
         m_options.query = unhidden(m_options.query);
-        for (std::string& argument : m_options.arguments) {
-            argument = unhidden(argument);
-        }
-        for (std::string& address : m_options.localAddresses) {
-            address = unhidden(address);
+        unhide(m_options.arguments);
+        unhide(m_options.nodes);
+        unhide(m_options.localAddresses);
+        if (row.operands == Operands::Query &&
+            (m_list || m_options.all) != m_options.query.empty()) {
+            throw UsageError(fmt::format("{} takes either a query or {}", row.name,
+                                         optionRow(row.options.front()).name));
         }
         return m_options;
     }
 
-    void understandGet() {
-        m_options.command = m_list ? Command::List : Command::Get;
-        m_options.format = formatNamed(m_getFormat);
-        if (m_list == !m_options.query.empty()) {
-            throw UsageError("get takes either a query or --list");
-        }
-    }
-
     CLI::App m_app;
-    CLI::App* m_show = nullptr;
-    CLI::App* m_get = nullptr;
-    CLI::App* m_watch = nullptr;
-    CLI::App* m_explain = nullptr;
-    CLI::App* m_check = nullptr;
-    CLI::App* m_nodes = nullptr;
-    CLI::App* m_map = nullptr;
+    std::vector<std::pair<CLI::App*, const CommandRow*>> m_commands;
     Common m_before;
     Common m_behind;
     Options m_options;
-    std::string m_showFormat;
-    std::string m_getFormat;
-    std::string m_watchFormat;
-    std::string m_explainFormat;
-    std::string m_checkFormat;
-    std::string m_nodesFormat;
-    std::string m_mapFormat;
+    std::string m_format;
     bool m_list = false;
 };
 
@@ -283,6 +273,26 @@ private:
 
 ParsedCommandLine parseCommandLine(int count, const char* const* words) {
     return Parser().parse(count, words);
+}
+
+bool asksForJson(int count, const char* const* words) {
+    const OptionRow& output = optionRow(Option::Output);
+    const std::string json(nameOf(Format::Json));
+    for (int i = 1; i < count; ++i) {
+        const std::string_view word = words[i];
+        if (word == "--") {
+            return false;
+        }
+        const bool named = word == output.name || word == output.letter;
+        if (named && i + 1 < count && words[i + 1] == json) {
+            return true;
+        }
+        if (word == fmt::format("{}={}", output.name, json) ||
+            word == fmt::format("{}{}", output.letter, json)) {
+            return true;
+        }
+    }
+    return false;
 }
 
 } // namespace sysconfctl

@@ -1,15 +1,13 @@
 #pragma once
 
 #include "Color.h"
+#include "CommandTable.h"
 
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace sysconfctl {
-
-enum class Command { Show, Get, Watch, List, Explain, Check, Nodes, Map };
-enum class Format { Table, Plain, Json, Wide, Dot, Mermaid, Svg };
 
 /// A command line, understood.
 struct Options {
@@ -20,6 +18,8 @@ struct Options {
     bool revealSecrets = false;
     std::string query;
     std::vector<std::string> arguments;
+    /// Ids of the nodes that are asked for; empty: all.
+    std::vector<std::string> nodes;
     /// Every query, not one.
     bool all = false;
     /// Warnings count, too.
@@ -37,5 +37,8 @@ struct ParsedCommandLine {
 
 /// @throws UsageError for anything that is not understood.
 ParsedCommandLine parseCommandLine(int count, const char* const* words);
+
+/// Whether a command line asks for JSON, be the rest of it understood or not.
+bool asksForJson(int count, const char* const* words);
 
 } // namespace sysconfctl

@@ -1,6 +1,7 @@
 #include "Commands.h"
 
 #include "Color.h"
+#include "Complaint.h"
 #include "Grid.h"
 #include "Json.h"
 #include "Output.h"
@@ -98,7 +99,7 @@ std::string table(const Explained& explained, bool color) {
                         {escaped(step.sentence)},
                         at ? Cell{shortPlace(*at), escaped(at->pointer)} : Cell{}});
     }
-    return text + grid({"STEP", "", "WHERE"}, rows, outputWidth());
+    return text + grid({"STEP", "", "WHERE"}, rows, outputWidth(), color);
 }
 
 /// One step a line: query, kind, sentence, place and pointer behind a tab each; then the answer.
@@ -235,7 +236,8 @@ ExitStatus runExplain(const Options& options) {
     ExitStatus status = ExitStatus::Answered;
     for (const Explained& one : all) {
         if (one.reply.error) {
-            complain(one.explanation.label() + ": the library threw: " + escaped(*one.reply.error));
+            complain(complaint::kLibraryThrew,
+                     one.explanation.label() + ": the library threw: " + escaped(*one.reply.error));
             status = ExitStatus::LibraryThrew;
         } else if (!options.all && !one.reply.answer.isAnswered()) {
             status = ExitStatus::NoAnswer;
@@ -243,8 +245,9 @@ ExitStatus runExplain(const Options& options) {
     }
     for (const Explained& one : all) {
         if (!one.agreed) {
-            complain(one.explanation.label() +
-                     ": internal error: what is explained is not what the library answers");
+            complain(complaint::kInternal,
+                     one.explanation.label() +
+                         ": internal error: what is explained is not what the library answers");
             status = ExitStatus::Internal;
         }
     }

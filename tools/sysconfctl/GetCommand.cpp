@@ -1,5 +1,7 @@
 #include "Commands.h"
 
+#include "Color.h"
+#include "Complaint.h"
 #include "Json.h"
 #include "Output.h"
 #include "Plain.h"
@@ -28,8 +30,8 @@ std::string bare(const Answer& answer) {
     return lines;
 }
 
-std::string written(const Reply& reply, Format format) {
-    switch (format) {
+std::string written(const Reply& reply, const Options& options) {
+    switch (options.format) {
     case Format::Json: {
         Json::Value value = toJson(reply);
         value["schemaVersion"] = kSchemaVersion;
@@ -38,7 +40,7 @@ std::string written(const Reply& reply, Format format) {
     case Format::Table: {
         TableRow row = tableRow(reply);
         row.section = {};
-        return table({row}, outputWidth());
+        return table({row}, outputWidth(), colorWanted(options.color));
     }
     default:
         break;
@@ -46,12 +48,12 @@ std::string written(const Reply& reply, Format format) {
     return bare(reply.answer);
 }
 
-std::string listTable() {
+std::string listTable(bool color) {
     std::vector<TableRow> rows;
     for (const Query& query : queries()) {
         rows.push_back({query.section, usageOf(query), {{std::string(query.help)}}});
     }
-    return table(rows, outputWidth());
+    return table(rows, outputWidth(), color);
 }
 
 /// One line a query, never wrapped.
@@ -74,9 +76,10 @@ ExitStatus runGet(const Options& options) {
     checkArgumentCount(query, options.arguments);
     const library::Use use;
     const Reply reply = ask(query, options.arguments, options.revealSecrets);
-    writeOutput(written(reply, options.format));
+    writeOutput(written(reply, options));
     if (reply.error) {
-        complain(reply.label() + ": the library threw: " + escaped(*reply.error));
+        complain(complaint::kLibraryThrew,
+                 reply.label() + ": the library threw: " + escaped(*reply.error));
         return ExitStatus::LibraryThrew;
     }
     return reply.answer.isAnswered() ? ExitStatus::Answered : ExitStatus::NoAnswer;
@@ -87,7 +90,8 @@ ExitStatus runList(const Options& options) {
         writeOutput(indentedJson(toJson(queries())));
         return ExitStatus::Answered;
     }
-    writeOutput(options.format == Format::Table ? listTable() : plainList());
+    writeOutput(options.format == Format::Table ? listTable(colorWanted(options.color))
+                                                : plainList());
     return ExitStatus::Answered;
 }
 

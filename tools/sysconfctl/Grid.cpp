@@ -1,5 +1,6 @@
 #include "Grid.h"
 
+#include "Color.h"
 #include "Text.h"
 
 #include <algorithm>
@@ -67,7 +68,7 @@ void appendRow(std::string& text, const std::vector<Cell>& row,
 } // namespace
 
 std::string grid(const std::vector<std::string>& titles, const std::vector<std::vector<Cell>>& rows,
-                 std::size_t width) {
+                 std::size_t width, bool color) {
     const std::vector<std::size_t> widths = columnWidths(titles, rows, width);
     std::vector<Cell> header;
     for (const std::string& title : titles) {
@@ -75,6 +76,9 @@ std::string grid(const std::vector<std::string>& titles, const std::vector<std::
     }
     std::string text;
     appendRow(text, header, widths);
+    if (color) {
+        text = paintedLines(text, Paint::Bold);
+    }
     for (const auto& row : rows) {
         appendRow(text, row, widths);
     }

@@ -1,5 +1,7 @@
 #include "Commands.h"
 
+#include "Color.h"
+#include "Complaint.h"
 #include "Output.h"
 #include "Text.h"
 #include "deployment/Cluster.h"
@@ -16,6 +18,15 @@ ExitStatus runMap(const Options& options) {
     case Format::Mermaid:
         text = mermaid(picture);
         break;
+    case Format::Table:
+        text = pictureTable(picture, outputWidth(), colorWanted(options.color));
+        break;
+    case Format::Plain:
+        text = picturePlain(picture);
+        break;
+    case Format::Json:
+        text = pictureJson(picture);
+        break;
     case Format::Svg:
         text = drawnByGraphviz(dot(picture));
         break;
@@ -23,10 +34,11 @@ ExitStatus runMap(const Options& options) {
         text = dot(picture);
     }
     for (const std::string& trouble : cluster.troubles) {
-        complain("the " + escaped(trouble));
+        complain(complaint::kDoesNotLoad, "the " + escaped(trouble));
     }
     if (!text) {
-        complain("-o svg needs Graphviz's dot, which is not installed; -o dot and -o mermaid do "
+        complain(complaint::kNoGraphviz,
+                 "-o svg needs Graphviz's dot, which is not installed; -o dot and -o mermaid do "
                  "without");
         return ExitStatus::NoAnswer;
     }

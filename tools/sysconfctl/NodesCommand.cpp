@@ -1,10 +1,15 @@
 #include "Commands.h"
 
+#include "Color.h"
+#include "Complaint.h"
 #include "Grid.h"
 #include "Json.h"
 #include "Output.h"
 #include "Text.h"
 #include "deployment/Cluster.h"
+
+#include <algorithm>
+#include <iterator>
 
 namespace sysconfctl {
 namespace {
@@ -31,7 +36,7 @@ Cell addressLines(const Listed& told) {
     return lines;
 }
 
-std::string table(const Cluster& cluster) {
+std::string table(const Cluster& cluster, bool color) {
     std::vector<std::vector<Cell>> rows;
     for (const ClusterNode& node : cluster.nodes) {
         const Listed& told = node.told();
@@ -44,10 +49,10 @@ std::string table(const Cluster& cluster) {
                         {shown(told.internalService)}});
     }
     return grid({"NODE", "ROLE", "TENANCY", "MARKS", "MAINTENANCE", "SERVICE", "INTERNAL"}, rows,
-                outputWidth());
+                outputWidth(), color);
 }
 
-std::string wideTable(const Cluster& cluster) {
+std::string wideTable(const Cluster& cluster, bool color) {
     std::vector<std::vector<Cell>> rows;
     for (const ClusterNode& node : cluster.nodes) {
         const Listed& told = node.told();
@@ -60,7 +65,7 @@ std::string wideTable(const Cluster& cluster) {
                         addressLines(told)});
     }
     return grid({"NODE", "ROLE", "TENANCY", "HOST TAG", "MARKS", "LISTS", "ADDRESSES"}, rows,
-                outputWidth());
+                outputWidth(), color);
 }
 
 /// One node a line: id, role, tenancy, marks, maintenance, service and internal-service address,
@@ -130,28 +135,48 @@ std::string json(const Cluster& cluster) {
     return indentedJson(value);
 }
 
-std::string written(const Cluster& cluster, Format format) {
-    switch (format) {
+/// Leaves the named nodes only, if any are.
+/// @return The names that none has.
+std::vector<std::string> keepNamed(Cluster& cluster, const std::vector<std::string>& ids) {
+    std::vector<std::string> unknown;
+    if (ids.empty()) {
+        return unknown;
+    }
+    std::copy_if(ids.begin(), ids.end(), std::back_inserter(unknown),
+                 [&](const std::string& id) { return cluster.node(id) == nullptr; });
+    std::erase_if(cluster.nodes, [&](const ClusterNode& node) {
+        return std::find(ids.begin(), ids.end(), node.id) == ids.end();
+    });
+    return unknown;
+}
+
+std::string written(const Cluster& cluster, const Options& options) {
+    const bool color = colorWanted(options.color);
+    switch (options.format) {
     case Format::Json:
         return json(cluster);
     case Format::Plain:
         return plain(cluster);
     case Format::Wide:
-        return wideTable(cluster);
+        return wideTable(cluster, color);
     default:
-        return table(cluster);
+        return table(cluster, color);
     }
 }
 
 } // namespace
 
 ExitStatus runNodes(const Options& options) {
-    const Cluster cluster = clusterOf(readSources(options.localAddresses));
-    writeOutput(written(cluster, options.format));
+    Cluster cluster = clusterOf(readSources(options.localAddresses));
+    const std::vector<std::string> unknown = keepNamed(cluster, options.nodes);
+    writeOutput(written(cluster, options));
     for (const std::string& trouble : cluster.troubles) {
-        complain("the " + escaped(trouble));
+        complain(complaint::kDoesNotLoad, "the " + escaped(trouble));
     }
-    return cluster.nodes.empty() ? ExitStatus::NoAnswer : ExitStatus::Answered;
+    for (const std::string& id : unknown) {
+        complain(complaint::kNoSuchNode, "no node " + shellWord(id) + " in either list");
+    }
+    return cluster.nodes.empty() || !unknown.empty() ? ExitStatus::NoAnswer : ExitStatus::Answered;
 }
 
 } // namespace sysconfctl

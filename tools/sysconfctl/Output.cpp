@@ -57,11 +57,8 @@ void writeOutput(std::string_view text) {
     }
 }
 
-void complain(std::string_view message) {
-    std::string line = "sysconfctl: ";
-    line += message;
-    line += '\n';
-    writeAll(STDERR_FILENO, line);
+void writeErrors(std::string_view text) {
+    writeAll(STDERR_FILENO, text);
 }
 
 bool outputIsTerminal() {

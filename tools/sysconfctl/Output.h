@@ -15,8 +15,8 @@ struct OutputError : std::runtime_error {
 /// @throws OutputError when any of it could not be written.
 void writeOutput(std::string_view text);
 
-/// "sysconfctl: <message>" on standard error, as far as that can be written.
-void complain(std::string_view message);
+/// Writes the text to standard error, as far as that can be written.
+void writeErrors(std::string_view text);
 
 bool outputIsTerminal();
 

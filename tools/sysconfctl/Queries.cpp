@@ -77,7 +77,7 @@ std::vector<Query> addressQueries() {
          .section = kAddresses,
          .help = "first address with the tag USAGE",
          .ask = localIpByUsage,
-         .parameters = {{"USAGE"}},
+         .parameters = {{"USAGE", Completes::Tags}},
          .shownWith = {"internal_service"}},
         {"local-north-ip", "getLocalNorthIP", kAddresses,
          "addresses towards upper systems, by slots", text<&SysConfReader::getLocalNorthIP>},
@@ -90,14 +90,14 @@ std::vector<Query> addressQueries() {
          .section = kAddresses,
          .help = "addresses by the number in PREFIX tags",
          .ask = localNodeIps,
-         .parameters = {{"PREFIX"}},
+         .parameters = {{"PREFIX", Completes::TagPrefixes}},
          .shownWith = {"northbound"}},
         {.name = "local-node-ips-by-tag",
          .operation = "getLocalNodeIPs",
          .section = kAddresses,
          .help = "southbound addresses, and of each TAG, by tag",
          .ask = localNodeIpsByTag,
-         .parameters = {{"TAG", Occurs::AnyTimes}}},
+         .parameters = {{"TAG", Completes::Tags, Occurs::AnyTimes}}},
     };
 }
 
@@ -108,7 +108,7 @@ std::vector<Query> allNodesQueries() {
          .section = kAllNodes,
          .help = "addresses of nodes whose FIELD begins so",
          .ask = ipAddresses,
-         .parameters = {{"FIELD"}, {"PREFIX"}},
+         .parameters = {{"FIELD", Completes::Fields}, {"PREFIX", Completes::FieldPrefixes}},
          .shown = Shown::ForLocalTenancy,
          .shownWith = {"assignedToTenancy"}},
         {.name = "all-float-ip",
@@ -116,7 +116,7 @@ std::vector<Query> allNodesQueries() {
          .section = kAllNodes,
          .help = "addresses with any lower-case TAG, by node",
          .ask = allFloatIp,
-         .parameters = {{"TAG", Occurs::OnceOrMore}},
+         .parameters = {{"TAG", Completes::Tags, Occurs::OnceOrMore}},
          .shownWith = {"service", "service2"}},
     };
 }
@@ -128,7 +128,7 @@ Query entryQuery(std::string_view name, std::string_view operation, std::string_
             .section = kDatabases,
             .help = help,
             .ask = ask,
-            .parameters = {{"NAME"}, {"INDEX"}},
+            .parameters = {{"NAME", Completes::Databases}, {"INDEX", Completes::DatabaseEntries}},
             .secret = secret,
             .shown = Shown::EachDatabaseEntry};
 }
@@ -146,7 +146,7 @@ std::vector<Query> databaseQueries() {
          .section = kDatabases,
          .help = "entries of database NAME as JSON, masked",
          .ask = database,
-         .parameters = {{"NAME"}},
+         .parameters = {{"NAME", Completes::Databases}},
          .secret = Secret::Members,
          .shown = Shown::EachDatabase},
         entryQuery("db-type", "getDBType", "type of entry INDEX",

@@ -14,8 +14,19 @@ using library::Arguments;
 
 enum class Occurs { Once, OnceOrMore, AnyTimes };
 
+/// Which texts of a deployment an argument is likely to be.
+enum class Completes {
+    Tags,
+    TagPrefixes,
+    Fields,        ///< names of members of nodes
+    FieldPrefixes, ///< what the member named before holds
+    Databases,
+    DatabaseEntries ///< indexes in the database named before
+};
+
 struct Parameter {
     std::string_view name;
+    Completes completes;
     Occurs occurs = Occurs::Once;
 };
 

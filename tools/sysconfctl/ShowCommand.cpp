@@ -1,5 +1,7 @@
 #include "Commands.h"
 
+#include "Color.h"
+#include "Complaint.h"
 #include "Json.h"
 #include "Output.h"
 #include "Plain.h"
@@ -27,14 +29,14 @@ std::string plain(const std::vector<Reply>& replies) {
     return text;
 }
 
-std::string written(const std::vector<Reply>& replies, Format format) {
-    if (format == Format::Json) {
+std::string written(const std::vector<Reply>& replies, const Options& options) {
+    if (options.format == Format::Json) {
         return indentedJson(toJson(replies));
     }
-    if (format == Format::Plain) {
+    if (options.format == Format::Plain) {
         return plain(replies);
     }
-    return tableOf(replies, outputWidth());
+    return tableOf(replies, outputWidth(), colorWanted(options.color));
 }
 
 } // namespace
@@ -47,11 +49,12 @@ ExitStatus runShow(const Options& options) {
     for (const Question& question : questions) {
         replies.push_back(ask(*question.query, question.arguments, options.revealSecrets));
     }
-    writeOutput(written(replies, options.format));
+    writeOutput(written(replies, options));
     ExitStatus status = ExitStatus::Answered;
     for (const Reply& reply : replies) {
         if (reply.error) {
-            complain(reply.label() + ": the library threw: " + escaped(*reply.error));
+            complain(complaint::kLibraryThrew,
+                     reply.label() + ": the library threw: " + escaped(*reply.error));
             status = ExitStatus::LibraryThrew;
         }
     }

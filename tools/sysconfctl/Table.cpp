@@ -1,5 +1,6 @@
 #include "Table.h"
 
+#include "Color.h"
 #include "Json.h"
 #include "Text.h"
 
@@ -120,18 +121,21 @@ std::size_t labelWidth(const std::vector<TableRow>& rows, std::size_t width) {
     return std::min(widest, width * 9 / 20);
 }
 
-void appendRow(std::string& text, const TableRow& row, std::size_t first, std::size_t second) {
+void appendRow(std::string& text, const TableRow& row, std::size_t first, std::size_t second,
+               bool color) {
     const Lines label = wrappedLine({row.label, kLabelIndent}, first);
     const Lines lines = wrappedAll(row.lines, second);
     for (std::size_t i = 0; i < std::max(label.size(), lines.size()); ++i) {
-        const std::string left = padded(i < label.size() ? label[i] : "", first + kGap);
-        text += withoutTrailingBlanks("  " + left + (i < lines.size() ? lines[i] : "")) + '\n';
+        const std::string left = i < label.size() ? label[i] : "";
+        const std::string gap = padded(left, first + kGap).substr(left.size());
+        text += "  " + painted(left, Paint::Cyan, color) +
+                withoutTrailingBlanks(gap + (i < lines.size() ? lines[i] : "")) + '\n';
     }
 }
 
 } // namespace
 
-std::string table(const std::vector<TableRow>& rows, std::size_t width) {
+std::string table(const std::vector<TableRow>& rows, std::size_t width, bool color) {
     const std::size_t first = labelWidth(rows, width);
     const std::size_t second = width - std::min(width - 1, first + 2 * kGap);
     std::string text;
@@ -139,9 +143,10 @@ std::string table(const std::vector<TableRow>& rows, std::size_t width) {
     for (const TableRow& row : rows) {
         if (row.section != section) {
             section = row.section;
-            text += fmt::format("{}{}\n", text.empty() ? "" : "\n", section);
+            text += text.empty() ? "" : "\n";
+            text += painted(std::string(section), Paint::Bold, color) + '\n';
         }
-        appendRow(text, row, first, second);
+        appendRow(text, row, first, second, color);
     }
     return text;
 }
@@ -151,13 +156,13 @@ TableRow tableRow(const Reply& reply) {
             reply.error ? TableLines{{"error: " + escaped(*reply.error)}} : linesOf(reply.answer)};
 }
 
-std::string tableOf(const std::vector<Reply>& replies, std::size_t width) {
+std::string tableOf(const std::vector<Reply>& replies, std::size_t width, bool color) {
     std::vector<TableRow> rows;
     rows.reserve(replies.size());
     for (const Reply& reply : replies) {
         rows.push_back(tableRow(reply));
     }
-    return table(rows, width);
+    return table(rows, width, color);
 }
 
 } // namespace sysconfctl

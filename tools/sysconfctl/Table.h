@@ -23,13 +23,14 @@ struct TableRow {
 };
 
 /// Two columns under section titles, aligned by what a terminal shows, no line wider than `width`.
-std::string table(const std::vector<TableRow>& rows, std::size_t width);
+/// @param color Whether the titles are bold.
+std::string table(const std::vector<TableRow>& rows, std::size_t width, bool color = false);
 
 /// An answer for human readers. JSON is shown by what it consists of only: it is whole in the other
 /// formats, and field by field in the rows beside it.
 TableRow tableRow(const Reply& reply);
 
 /// The rows of all those replies.
-std::string tableOf(const std::vector<Reply>& replies, std::size_t width);
+std::string tableOf(const std::vector<Reply>& replies, std::size_t width, bool color = false);
 
 } // namespace sysconfctl

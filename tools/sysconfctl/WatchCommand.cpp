@@ -1,6 +1,8 @@
 #include "Commands.h"
 
 #include "Changes.h"
+#include "Color.h"
+#include "Complaint.h"
 #include "EndSignals.h"
 #include "Events.h"
 #include "Output.h"
@@ -34,9 +36,9 @@ void useLibrary() {
 
 void tellSubscription(const Events& events) {
     if (events.subscribed()) {
-        complain("subscribed to changes through " + escaped(events.report()));
+        notify(complaint::kSubscribed, "subscribed to changes through " + escaped(events.report()));
     } else {
-        complain("not subscribed to changes: " + escaped(events.report()));
+        notify(complaint::kNotSubscribed, "not subscribed to changes: " + escaped(events.report()));
     }
 }
 
@@ -59,28 +61,40 @@ bool waitForNextLook(const EndSignals& signals, Events& events, bool& event) {
     return ready[0].revents == 0;
 }
 
-std::string written(const std::vector<Observation>& observations, Format format) {
-    if (format != Format::Json) {
+std::string written(const std::vector<Observation>& observations, const Options& options) {
+    if (options.format == Format::Table) {
         std::vector<Reply> replies;
         replies.reserve(observations.size());
         for (const Observation& observation : observations) {
             replies.push_back(observation.reply);
         }
-        return tableOf(replies, outputWidth()) + '\n';
+        return tableOf(replies, outputWidth(), colorWanted(options.color)) + '\n';
     }
     const WallTime now = std::chrono::system_clock::now();
     std::string text;
     for (const Observation& observation : observations) {
-        text += answerLine(observation.reply, now);
+        text += options.format == Format::Json ? answerLine(observation.reply, now)
+                                               : answerPlain(observation.reply, now);
     }
     return text;
 }
 
-std::string written(const std::vector<Change>& found, Format format) {
+std::string written(const Change& change, WallTime now, const Options& options) {
+    switch (options.format) {
+    case Format::Json:
+        return changeLine(change, now);
+    case Format::Plain:
+        return changePlain(change, now);
+    default:
+        return changeText(change, now, outputWidth(), colorWanted(options.color));
+    }
+}
+
+std::string written(const std::vector<Change>& found, const Options& options) {
     const WallTime now = std::chrono::system_clock::now();
     std::string text;
     for (const Change& change : found) {
-        text += format == Format::Json ? changeLine(change, now) : changeText(change, now);
+        text += written(change, now, options);
     }
     return text;
 }
@@ -94,11 +108,11 @@ ExitStatus runWatch(const Options& options) {
     Events events;
     tellSubscription(events);
     std::vector<Observation> last = observe(options.revealSecrets);
-    writeOutput(written(last, options.format));
+    writeOutput(written(last, options));
     bool event = false;
     while (waitForNextLook(signals, events, event)) {
         std::vector<Observation> next = observe(options.revealSecrets);
-        writeOutput(written(changes(last, next), options.format));
+        writeOutput(written(changes(last, next), options));
         last = std::move(next);
     }
     const bool threw = std::any_of(last.begin(), last.end(), [](const Observation& observation) {

@@ -1,11 +1,14 @@
 #include "Commands.h"
+#include "Complaint.h"
+#include "Completion.h"
 #include "Environment.h"
 #include "Output.h"
+#include "Text.h"
 #include "UsageError.h"
 
 #include <csignal>
 #include <exception>
-#include <string>
+#include <string_view>
 
 namespace {
 
@@ -35,6 +38,9 @@ ExitStatus run(const Options& options) {
 }
 
 ExitStatus start(int count, const char* const* words) {
+    if (asksForJson(count, words)) {
+        complainInJson();
+    }
     const ParsedCommandLine line = parseCommandLine(count, words);
     if (line.text) {
         writeOutput(*line.text);
@@ -49,15 +55,20 @@ int main(int count, char** words) {
     // A reader that goes away is an output error like a full disk, not a death by signal.
     std::signal(SIGPIPE, SIG_IGN);
     ExitStatus status = ExitStatus::Internal;
+    if (count > 1 && std::string_view(words[1]) == kCompleteCommand) {
+        return static_cast<int>(runComplete({words + 2, words + count}));
+    }
     try {
         status = start(count, words);
     } catch (const UsageError& error) {
-        complain(error.what());
+        complain(complaint::kUsage, error.what());
         status = ExitStatus::Usage;
+    } catch (const OutputError& error) {
+        complain(complaint::kOutput, error.what());
     } catch (const std::exception& error) {
-        complain(error.what());
+        complain(complaint::kInternal, escaped(error.what()));
     } catch (...) {
-        complain("an exception of unknown type");
+        complain(complaint::kInternal, "an exception of unknown type");
     }
     return static_cast<int>(status);
 }

@@ -57,17 +57,19 @@ Picture pictureOf(const Cluster& cluster) {
         const std::string& tenancy = node.told().tenancy;
         const std::string name = fmt::format("n{}", names.size() + 1);
         names[node.id] = name;
-        groups[tenancy].boxes.push_back({name, linesOf(node), node.isThis});
+        groups[tenancy].boxes.push_back({name, linesOf(node), node.isThis, node.id});
     }
     for (auto& [tenancy, group] : groups) {
         group.name = fmt::format("t{}", picture.tenancies.size() + 1);
+        group.tenancy = tenancy;
         group.title = tenancy.empty() ? "no tenancy" : "tenancy " + escaped(tenancy);
         picture.tenancies.push_back(std::move(group));
     }
     picture.process = {"process",
                        {"this process", cluster.instanceId.empty() ? "(no instance id)"
                                                                    : escaped(cluster.instanceId)},
-                       true};
+                       true,
+                       cluster.instanceId};
     if (names.count(cluster.thisNodeId) != 0) {
         const std::string& self = names.at(cluster.thisNodeId);
         picture.arrows.push_back({"process", self, "runs on", false});

@@ -1,0 +1,198 @@
+// The manual page against the tables of the tool: nothing forgotten, nothing invented.
+
+#include "CommandTable.h"
+#include "Queries.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <regex>
+#include <set>
+#include <sstream>
+
+namespace {
+
+using namespace sysconfctl;
+using ::testing::ElementsAreArray;
+using ::testing::Not;
+using ::testing::UnorderedElementsAreArray;
+
+std::filesystem::path sourceDirectory() {
+    return SYSCONF_SOURCE_DIRECTORY;
+}
+
+std::string readFile(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    EXPECT_TRUE(file.is_open()) << path;
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// What the page has under one title, line by line.
+std::vector<std::string> section(const std::string& title) {
+    std::istringstream page(readFile(sourceDirectory() / "docs/man/sysconfctl.1"));
+    std::vector<std::string> lines;
+    bool inside = false;
+    for (std::string line; std::getline(page, line);) {
+        if (line.starts_with(".Sh ")) {
+            inside = line == ".Sh " + title;
+        } else if (inside) {
+            lines.push_back(line);
+        }
+    }
+    EXPECT_THAT(lines, Not(testing::IsEmpty())) << title;
+    return lines;
+}
+
+/// What follows in the lines of a section that begin so.
+std::vector<std::string> linesWith(const std::string& title, const std::string& begin) {
+    std::vector<std::string> found;
+    for (const std::string& line : section(title)) {
+        if (line.starts_with(begin)) {
+            found.push_back(line.substr(begin.size()));
+        }
+    }
+    return found;
+}
+
+std::vector<std::string> matches(const std::string& text, const std::string& pattern) {
+    const std::regex expression(pattern);
+    std::vector<std::string> found;
+    for (std::sregex_iterator match(text.begin(), text.end(), expression), end; match != end;
+         ++match) {
+        found.push_back((*match)[1]);
+    }
+    return found;
+}
+
+/// "--env-file FILE" as the page writes it.
+std::string inPage(const OptionRow& row) {
+    std::string text = row.letter.empty() ? "" : "Fl " + std::string(row.letter.substr(1)) + " , ";
+    text += "Fl Fl " + std::string(row.name.substr(2));
+    return row.value.empty() ? text : text + " Ar " + std::string(row.value);
+}
+
+std::string inPage(const Query& query) {
+    std::string text(query.name);
+    for (const Parameter& parameter : query.parameters) {
+        text += parameter.occurs == Occurs::AnyTimes ? " Op Ar " : " Ar ";
+        text += parameter.name;
+        text += parameter.occurs == Occurs::Once ? "" : " ...";
+    }
+    return text;
+}
+
+TEST(ManPage, Commands_AreThoseOfTheTableWithTheirOptionsAndFormats) {
+    std::vector<std::string> heads;
+    std::vector<std::string> formats;
+    for (const CommandRow& command : commandTable()) {
+        std::string head(command.name);
+        const bool several = command.options.size() > 1;
+        for (const Option option : command.options) {
+            head +=
+                (several ? " Oo " : " Op ") + inPage(optionRow(option)) + (several ? " Oc" : "");
+        }
+        heads.push_back(head);
+        std::string names;
+        for (const Format format : command.formats) {
+            names +=
+                std::string(nameOf(format)) + (format == command.formats.back() ? " ." : " , ");
+        }
+        formats.push_back(names);
+    }
+    EXPECT_THAT(linesWith("COMMANDS", ".It Ic "), ElementsAreArray(heads));
+    std::vector<std::string> told;
+    const std::vector<std::string> lines = section("COMMANDS");
+    for (std::size_t i = 0; i + 1 < lines.size(); ++i) {
+        if (lines[i] == "Formats:") {
+            told.push_back(lines[i + 1].substr(std::string(".Cm ").size()));
+        }
+    }
+    EXPECT_THAT(told, ElementsAreArray(formats));
+}
+
+TEST(ManPage, Synopsis_HasEveryCommand) {
+    std::set<std::string> names;
+    for (const CommandRow& command : commandTable()) {
+        names.emplace(command.name);
+    }
+    const std::vector<std::string> told = linesWith("SYNOPSIS", ".Ic ");
+    EXPECT_EQ(std::set<std::string>(told.begin(), told.end()), names);
+}
+
+TEST(ManPage, Options_AreThoseOfTheTable) {
+    std::vector<std::string> options;
+    for (const OptionRow& row : optionTable()) {
+        options.push_back(inPage(row));
+    }
+    EXPECT_THAT(linesWith("OPTIONS", ".It "), UnorderedElementsAreArray(options));
+}
+
+TEST(ManPage, Queries_AreThoseOfTheTableWithTheirArguments) {
+    std::vector<std::string> names;
+    for (const Query& query : queries()) {
+        names.push_back(inPage(query));
+    }
+    EXPECT_THAT(linesWith("QUERIES", ".It Cm "), ElementsAreArray(names));
+}
+
+TEST(ManPage, ExitStatuses_AreThoseOfTheTableAndOfTheTool) {
+    std::vector<std::string> statuses;
+    for (const StatusRow& row : statusTable()) {
+        statuses.push_back(std::to_string(row.status));
+    }
+    EXPECT_THAT(linesWith("EXIT STATUS", ".It "), ElementsAreArray(statuses));
+    const auto used =
+        matches(readFile(sourceDirectory() / "tools/sysconfctl/ExitStatus.h"), R"(= (\d+))");
+    EXPECT_EQ(std::set<std::string>(used.begin(), used.end()),
+              std::set<std::string>(statuses.begin(), statuses.end()));
+}
+
+TEST(ManPage, Complaints_AreThoseThatTheToolHas) {
+    const auto names = matches(readFile(sourceDirectory() / "tools/sysconfctl/Complaint.h"),
+                               R"re(= "([a-z-]+)";)re");
+    EXPECT_THAT(linesWith("OUTPUT", ".It Cm "), ElementsAreArray(names));
+}
+
+/// The names of environment variables in a source: whatever is passed to getenv, and other texts
+/// of that form.
+std::vector<std::string> variablesIn(const std::string& source) {
+    std::vector<std::string> names = matches(source, R"re(getenv\("([A-Za-z0-9_]+)"\))re");
+    for (const std::string& name : matches(source, R"re((?:^|[^\[])"([A-Z]+(?:_[A-Z]+)+)")re")) {
+        // A member of the files has that form, too.
+        if (name != "CORBA_SSL") {
+            names.push_back(name);
+        }
+    }
+    return names;
+}
+
+TEST(ManPage, Variables_AreThoseOfTheTableAndOfTheSources) {
+    std::set<std::string> table;
+    for (const VariableRow& row : variableTable()) {
+        table.emplace(row.name);
+    }
+    std::set<std::string> told;
+    for (const std::string& line : linesWith("ENVIRONMENT", ".It Ev ")) {
+        const auto names = matches(line, "([A-Z_]+)");
+        told.insert(names.begin(), names.end());
+    }
+    EXPECT_EQ(told, table);
+    std::set<std::string> read;
+    for (const char* folder : {"src", "tools"}) {
+        for (const auto& entry :
+             std::filesystem::recursive_directory_iterator(sourceDirectory() / folder)) {
+            const auto& path = entry.path();
+            if ((path.extension() == ".cpp" || path.extension() == ".h") &&
+                path.stem() != "CommandTable") {
+                const auto names = variablesIn(readFile(path));
+                read.insert(names.begin(), names.end());
+            }
+        }
+    }
+    EXPECT_EQ(read, table);
+}
+
+} // namespace

@@ -1,0 +1,24 @@
+# shellcheck shell=bash
+# Completion of sysconfctl in bash. What may stand at the cursor, quoted as it has to be there, is for
+# the tool to tell; nothing of the line is expanded or run.
+
+_sysconfctl() {
+  local line=${COMP_LINE-} tool=$1 kind='' IFS=$' \t\n'
+  if [[ -n $line ]]; then
+    line=${line:0:COMP_POINT}
+  else
+    line=${COMP_WORDS[*]:0:COMP_CWORD+1}
+  fi
+  type -P -- "$tool" >/dev/null || tool=sysconfctl
+  {
+    read -r kind
+    mapfile -t COMPREPLY
+  } < <("$tool" __complete bash "$COMP_WORDBREAKS" "$line" 2>/dev/null)
+  if [[ $kind == :files ]]; then
+    compopt -o default 2>/dev/null
+  elif [[ ${#COMPREPLY[@]} -eq 1 && ${COMPREPLY[0]} == *= ]]; then
+    compopt -o nospace 2>/dev/null # the value comes right behind it
+  fi
+}
+
+complete -F _sysconfctl sysconfctl
