@@ -1,5 +1,7 @@
 #include "History.h"
 
+#include "SysConfReader.h"
+#include "SysConfReader_i.h"
 #include "support/SampleTexts.h"
 
 #include <json/reader.h>
@@ -120,6 +122,17 @@ void History::write(int generation) {
     m_nodeList = generation;
     m_deployment.managerNodeList(managerNodeList(generation));
     m_managerNodeList = generation;
+}
+
+bool History::answersAreOf(int generation) const {
+    Quarncommon::SysConfReader& reader = *Quarncommon::SysConfReader::Instance();
+    const auto isOf = [generation](const std::string& answer) {
+        return read(answer).generation == generation;
+    };
+    // The first value that each loads of every file.
+    return isOf(reader.getMaintenanceIPAddress()) && isOf(reader.getLocalHostTagName()) &&
+           isOf(Quarncommon::SysConfReader_i::Instance()->GetLocalInternalServiceIP()) &&
+           isOf(Quarncommon::SysConfReader_i::Instance()->GetMasterInternalServiceIP());
 }
 
 std::string History::wrongWith(const queries::Query& query) const {

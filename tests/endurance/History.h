@@ -24,8 +24,8 @@ public:
     /// Both singletons have loaded that generation.
     void noteLoaded(int generation) { m_loaded = generation; }
 
-    int loaded() const { return m_loaded; }
-    const support::Deployment& deployment() const { return m_deployment; }
+    /// Both singletons answer with what they have loaded of that generation.
+    bool answersAreOf(int generation) const;
 
     /// Asks one query, and answers what is wrong with its answer, "" when nothing is: it must be of
     /// the form of the quiet one, all of one generation, and that one which was there at some
