@@ -45,6 +45,22 @@ namespace Quarncommon {
 /// progress goes before queries that begin later, however busy the callers are. When a lock call
 /// fails, its error number is left in `errno` and the operation goes on without the lock.
 ///
+/// Forks. A forked child may exec, _exit and exit() whatever other threads were doing in the
+/// library when it was forked. It may also call every operation of the library's classes, as far as
+/// the C library bears with it that a child of several threads allocates memory (glibc does),
+/// provided that it asks Instance() anew: an instance that another thread was creating, reloading
+/// or destroying at that moment is abandoned in the child, and the next Instance() builds and loads
+/// a fresh one. An instance that was at rest is the child's own copy. The child has no subscription
+/// to change events until it loads for the first time after a Destory() (or after such an
+/// abandoning), when the event library is called in the child; and none at all when it was forked
+/// in the middle of a subscription, of the end of one or of the search for an event library (where
+/// there is none, each load searches). A child that is forked by an event library within its entry
+/// points may only exec or _exit.
+///
+/// Unloading. The library stays in the process until its end: dlclose() gives the handle back and
+/// changes nothing, an event is applied all the same, and the next dlopen() finds the instances
+/// that there are.
+///
 /// Ownership. Answers are copies. Outputs passed by reference are the caller's; they are appended
 /// to or updated, never cleared, unless an operation says otherwise.
 ///
@@ -290,6 +306,7 @@ public:
 
 private:
     friend class SysConfReaderImpl;
+    friend class ForkedChild;
 
     SysConfReader() = default;
     ~SysConfReader() = default;

@@ -19,7 +19,12 @@
 /// after it has returned. It is called under the role reader's write lock, but never while a
 /// callback of ours is doing work, so an event library may wait in it for running callbacks.
 /// Neither entry point may call this library, nor wait for a callback that it has started itself:
-/// both are called in the middle of a load or of a destruction.
+/// both are called in the middle of a load or of a destruction. The callback's code stays in the
+/// process until its end, whoever closes this library.
+///
+/// A forked child has no subscription. It calls EventConsumerCBFini when it destroys a role reader
+/// that it has got from its parent, and EventConsumerCBInit at its next first load. An event
+/// library that cannot be called in a child is to be switched off there by the environment.
 
 /// What an event library calls: the event's name, two further texts, the user data of the
 /// subscription. Answers 0 for handled and -1 for refused.

@@ -32,7 +32,7 @@ class SysConfReader_i;
 /// reader/writer lock is held for writing during creation, the loading part of Reload() and
 /// destruction, and for reading by each getter while it copies its answer. The Init steps take no
 /// lock: their callers hold it for writing. A pointer from Instance() must not be used once
-/// Destory() has been called.
+/// Destory() has been called. In a forked child everything may be called that SysConfReader.h says.
 /// Failures: a file that is missing, unreadable or not valid JSON leaves the answers that come
 /// from it as they were; a missing key makes them ""; a value of the wrong type ends the step that
 /// met it, silently, and what the step had not yet assigned stays as it was. When a lock call
@@ -131,6 +131,7 @@ public:
 private:
     friend class SysConfReader;
     friend class SysConfReader_i;
+    friend class ForkedChild;
     friend int ::SysConfReaderEventProcessCB(const std::string&, const std::string&,
                                              const std::string&, void*);
 

@@ -17,9 +17,10 @@ namespace Quarncommon {
 /// Threads: every operation may be called from any thread, but no thread may use a pointer from
 /// Instance() once Destory() has been called. The facade's lock guards its creation and
 /// destruction only; a question takes just the role reader's read lock. When a lock call fails,
-/// its error number is left in `errno` and the operation goes on without that lock.
-/// Failures: unknown answers are ""; exceptions come only from creating an instance (memory that
-/// runs out, an event library that throws) and leave no lock behind.
+/// its error number is left in `errno` and the operation goes on without that lock. In a forked
+/// child everything may be called that SysConfReader.h says. Failures: unknown answers are "";
+/// exceptions come only from creating an instance (memory that runs out, an event library that
+/// throws) and leave no lock behind.
 class [[gnu::visibility("default")]] SysConfReader_i {
 public:
     /// The facade, created on first use; never null. Does not create the role reader. Takes no
@@ -46,6 +47,8 @@ public:
     std::string GetProductName() const;
 
 private:
+    friend class ForkedChild;
+
     SysConfReader_i() = default;
     ~SysConfReader_i();
 

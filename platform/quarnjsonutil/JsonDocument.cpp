@@ -6,7 +6,9 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <new>
 #include <string_view>
@@ -24,16 +26,31 @@ namespace {
 /// The index of nodes that are Json::Values.
 constexpr std::size_t kTree = std::numeric_limits<std::size_t>::max();
 
-/// simdjson's code for this processor. Chosen when this library is loaded, which makes the objects
-/// behind it outlive the static objects of every library that depends on this one: threads that are
-/// still at work while the process ends are stopped by then.
+/// simdjson's code for this processor.
 const simdjson::implementation& bestImplementation() {
     const simdjson::implementation* const active = simdjson::get_active_implementation();
     static_cast<void>(active->name()); // its first use replaces it
     return *simdjson::get_active_implementation();
 }
 
-const simdjson::implementation& kImplementation = bestImplementation();
+/// simdjson destroys the object behind its code when the process ends, at which time threads may
+/// still be at work; their next call would find no function. All that is needed of the object is
+/// that it leads to the code, and these bytes of it do so until the last thread has gone.
+class LastingImplementation {
+public:
+    explicit LastingImplementation(const simdjson::implementation& chosen) {
+        std::memcpy(m_bytes, static_cast<const void*>(&chosen), sizeof m_bytes);
+    }
+    const simdjson::implementation* operator->() const {
+        return std::launder(reinterpret_cast<const simdjson::implementation*>(m_bytes));
+    }
+
+private:
+    alignas(simdjson::implementation) std::byte m_bytes[sizeof(simdjson::implementation)];
+};
+
+/// Chosen when this library is loaded.
+const LastingImplementation kImplementation(bestImplementation());
 
 /// Whether the step succeeded; false also for a text that simdjson does not take.
 bool succeeded(simdjson::error_code error) {
@@ -60,7 +77,7 @@ void preferLargePages(void* memory, std::size_t size) {
 bool readFast(const char* text, std::size_t length, dom::document& document) {
     std::unique_ptr<simdjson::internal::dom_parser_implementation> parser;
     if (length > JsonReader::kTextLimit || !succeeded(document.allocate(length)) ||
-        !succeeded(kImplementation.create_dom_parser_implementation(
+        !succeeded(kImplementation->create_dom_parser_implementation(
             length, JsonReader::kNestingLimit, parser))) {
         return false;
     }

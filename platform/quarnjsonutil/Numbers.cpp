@@ -6,10 +6,16 @@
 #include <cstdlib>
 #include <system_error>
 
+namespace {
+
+/// Built into the C library, so there is no failure, and nothing to free. Made when this library is
+/// loaded: a child that is forked while another thread makes it would wait for that thread.
+const locale_t kCLocale = newlocale(LC_ALL_MASK, "C", nullptr);
+
+} // namespace
+
 // Rather than std::from_chars, which does not tell a number too large from one too small.
 double nearestDouble(const char* text) {
-    // Built into the C library, so there is no failure, and nothing to free.
-    static const locale_t kCLocale = newlocale(LC_ALL_MASK, "C", nullptr);
     const int error = errno;
     const double value = strtod_l(text, nullptr, kCLocale);
     errno = error;

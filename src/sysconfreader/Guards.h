@@ -52,11 +52,20 @@ public:
 class WriteGuard : public ErrnoKeepingGuard<ACE_Write_Guard<ACE_RW_Thread_Mutex>> {
 public:
     WriteGuard(ACE_RW_Thread_Mutex& mutex, WriterTurns& turns)
-        : WriteGuard(mutex, WriterTurns::Wait(turns)) {}
+        : WriteGuard(mutex, turns, WriterTurns::Wait(turns)) {}
+    WriteGuard(const WriteGuard&) = delete;
+    WriteGuard& operator=(const WriteGuard&) = delete;
+    // Before the base lets go of the lock.
+    ~WriteGuard() { m_turns.endWriting(); }
 
 private:
-    WriteGuard(ACE_RW_Thread_Mutex& mutex, const WriterTurns::Wait& /*untilAcquired*/)
-        : ErrnoKeepingGuard(mutex) {}
+    WriteGuard(ACE_RW_Thread_Mutex& mutex, WriterTurns& turns,
+               const WriterTurns::Wait& /*untilAcquired*/)
+        : ErrnoKeepingGuard(mutex), m_turns(turns) {
+        m_turns.beginWriting();
+    }
+
+    WriterTurns& m_turns;
 };
 
 /// A copy of what the mutex guards, made under its read side.

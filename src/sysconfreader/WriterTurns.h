@@ -46,10 +46,23 @@ public:
     /// To be told of every lock that the calling thread takes and releases.
     static void locked() { ++s_locksHeldHere; }
     static void unlocked() { --s_locksHeldHere; }
+    static bool lockHeldHere() { return s_locksHeldHere != 0; }
+
+    /// To be told of a writer's work: what the lock guards may be half changed in between.
+    void beginWriting() { ++m_writing; }
+    void endWriting() { --m_writing; }
+    bool writing() const { return m_writing.load() != 0; }
+
+    /// For a forked child, which has none of the threads that wait or write.
+    void forgetOtherThreads() {
+        m_waiting = 0;
+        m_writing = 0;
+    }
 
 private:
     std::atomic<unsigned int> m_waiting{0};
     std::atomic<unsigned int> m_passed{0};
+    std::atomic<unsigned int> m_writing{0};
 
     static inline constinit thread_local unsigned int s_locksHeldHere = 0;
 };

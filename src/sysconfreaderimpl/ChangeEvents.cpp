@@ -7,6 +7,7 @@
 
 #include <QuarnCommonUtils.h>
 
+#include <cstdlib>
 #include <dlfcn.h>
 
 namespace Quarncommon {
@@ -17,17 +18,33 @@ constexpr const char* kEventLibrary = "eventcbutil";
 
 constinit EventGate g_eventGate;
 
+constinit std::atomic<bool> g_turnedAwayAtExit{false};
+
+constinit std::atomic<int> g_loaderUsers{0};
+constinit std::atomic<bool> g_loaderLost{false};
+
+/// A use of the dynamic loader. A child that is forked while another thread is in the middle of one
+/// must do without: the loader's tables may be half changed there.
+class LoaderUse {
+public:
+    LoaderUse() { ++g_loaderUsers; }
+    LoaderUse(const LoaderUse&) = delete;
+    LoaderUse& operator=(const LoaderUse&) = delete;
+    ~LoaderUse() { --g_loaderUsers; }
+};
+
 bool switchedOff() {
-    return !QuarnCommonUtils::Quarngetenv("NO_EM_CLIENT").empty() ||
+    return g_loaderLost || !QuarnCommonUtils::Quarngetenv("NO_EM_CLIENT").empty() ||
            !QuarnCommonUtils::Quarngetenv("NO_EM_CLIENT_CONSUMER").empty();
 }
 
 /// From static destruction on no event is applied. Registered after everything that the library
-/// builds at load time, and so run before any of that is destroyed.
+/// builds at load time, and so run before any of that is destroyed. Not by a static object in here:
+/// a child that is forked while another thread builds it would wait for that thread.
 void turnEventsAwayAtExit() {
-    static const struct AtExit {
-        ~AtExit() { g_eventGate.close(); }
-    } atExit;
+    if (!g_turnedAwayAtExit.exchange(true)) {
+        std::atexit([] { g_eventGate.close(); });
+    }
 }
 
 template <typename EntryPoint>
@@ -36,6 +53,14 @@ EntryPoint* entryPoint(void* library, const char* name) {
 }
 
 } // namespace
+
+void forgetEventsOfOtherThreads() {
+    g_eventGate.forgetOtherThreads();
+    // Who has said so may not have done so yet; to do it twice does no harm.
+    g_turnedAwayAtExit = false;
+    g_loaderLost = g_loaderLost || g_loaderUsers != 0;
+    g_loaderUsers = 0;
+}
 
 std::string SysConfReaderImpl::GetDLLName(const std::string& name) const {
     return "lib" + name + ".so";
@@ -70,6 +95,7 @@ void SysConfReaderImpl::InitConsumer() {
         }
     } attempt{m_consumerInited, false};
 
+    const LoaderUse inUse;
     void* library = ::dlopen(GetDLLName(kEventLibrary).c_str(), RTLD_LAZY | RTLD_GLOBAL);
     if (library == nullptr) {
         return;
@@ -90,6 +116,7 @@ void SysConfReaderImpl::endSubscription() {
     if (!m_consumerInited || switchedOff()) {
         return;
     }
+    const LoaderUse inUse;
     // A second reference to the library that is loaded already, given back below.
     void* library = ::dlopen(GetDLLName(kEventLibrary).c_str(), RTLD_LAZY | RTLD_GLOBAL);
     if (library == nullptr) {

@@ -19,6 +19,10 @@ public:
     /// Closes the gate for good.
     void close();
 
+    /// Opens the gate, with nobody inside: for a forked child, which has none of the threads that
+    /// were inside or have closed it.
+    void forgetOtherThreads() { m_state = 0; }
+
     /// A stay inside; check `admitted` first.
     class Stay {
     public:

@@ -14,8 +14,9 @@ namespace Quarncommon {
 namespace {
 
 // The three families of usage tags, built when the library is loaded like those of SysConfReader;
-// this class reads only the first.
-const std::string kInternalServiceUsage = "internal_service";
+// this class reads only the first, which is too long for a string to keep inside itself: it is
+// never destroyed, for threads that load while the process ends.
+const std::string& kInternalServiceUsage = *new std::string("internal_service");
 const std::string kSouthboundUsage = "southbound";
 const std::string kNorthboundUsage = "northbound";
 

@@ -1,0 +1,285 @@
+// Children that are forked in the middle of loads, destructions, queries and events.
+
+#include "Rounds.h"
+#include "SysConfReader.h"
+#include "SysConfReaderEvent.h"
+#include "SysConfReaderImpl.h"
+#include "SysConfReader_i.h"
+#include "support/Answers.h"
+#include "support/EventLibrary.h"
+#include "support/LockFaults.h"
+#include "support/SampleTexts.h"
+#include "support/TestDirectory.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <semaphore>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+using Quarncommon::SysConfReader;
+using Quarncommon::SysConfReader_i;
+using Quarncommon::SysConfReaderImpl;
+using support::LockCall;
+
+constexpr unsigned int kPatience = 60; // seconds
+
+/// Runs `work` in a forked child. Its exit status, or what signal ended it, less than
+/// 0: SIGALRM is that of a hang.
+int inChild(const std::function<int()>& work) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::alarm(kPatience);
+        ::_exit(work());
+    }
+    int status = 0;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+int execTrue() {
+    ::execl("/bin/true", "true", nullptr);
+    return 1;
+}
+
+int exitInOrder() {
+    std::exit(0);
+}
+
+/// Everything that a child may ask; 0 when all is answered as it should be.
+int ask() {
+    SysConfReader& reader = *SysConfReader::Instance();
+    if (reader.getLocalPort() != 4001 || reader.getLocalServiceIP() != "10.1.1.3" ||
+        reader.getLocalNorthIP().empty() || reader.getPFType() < 0) {
+        return 2;
+    }
+    if (support::roleAnswers() != support::sampleRoleAnswers(1)) {
+        return 3;
+    }
+    reader.Reload();
+    SysConfReaderImpl::Instance()->Reload();
+    return reader.getFloatNodeId() == "node1" ? 0 : 4;
+}
+
+int askAndDestroy() {
+    if (const int failed = ask()) {
+        return failed;
+    }
+    SysConfReader_i::Destory();
+    SysConfReader::Destory();
+    return ask();
+}
+
+int askAndExit() {
+    if (const int failed = ask()) {
+        return failed;
+    }
+    std::exit(0);
+}
+
+const std::vector<std::function<int()>>& lives() {
+    static const std::vector<std::function<int()>> lives{execTrue, exitInOrder, ask, askAndDestroy,
+                                                         askAndExit};
+    return lives;
+}
+
+class ForkedChild : public testing::Test {
+protected:
+    ForkedChild() { support::writeGeneration(m_deployment, 1); }
+    // The lock hooks use what belongs to the test.
+    ~ForkedChild() override { support::setLockHook(nullptr); }
+
+    /// Forks one child of each life, `rounds` times, while each of `others` runs again and again on
+    /// a thread of its own.
+    static void forkBeside(int rounds, const std::vector<std::function<void()>>& others) {
+        SysConfReader::Instance();
+        std::atomic<bool> done{false};
+        {
+            std::vector<std::jthread> threads;
+            for (const auto& other : others) {
+                threads.emplace_back([&done, &other] {
+                    while (!done) {
+                        other();
+                    }
+                });
+            }
+            for (int round = 0; round < rounds; ++round) {
+                for (std::size_t life = 0; life < lives().size(); ++life) {
+                    EXPECT_EQ(inChild(lives()[life]), 0) << "life " << life << ", round " << round;
+                }
+            }
+            done = true;
+        }
+        EXPECT_EQ(ask(), 0);
+    }
+
+    support::Deployment m_deployment;
+};
+
+void reloadReader() {
+    SysConfReader::Instance()->Reload();
+}
+
+void reloadBoth() {
+    SysConfReaderImpl::Instance()->Reload();
+}
+
+void query() {
+    SysConfReader& reader = *SysConfReader::Instance();
+    reader.getLocalServiceIP();
+    reader.getMaintenanceIPAddress();
+    reader.getLocalNorthIP();
+    reader.getPFType();
+}
+
+void askForRoles() {
+    support::roleAnswers();
+}
+
+constexpr int kRounds = 25;
+
+TEST_F(ForkedChild, BesideReloadsAndQueries_AnswersExecsAndExits) {
+    forkBeside(endurance::rounds(kRounds), {reloadReader, reloadBoth, query, query, askForRoles});
+}
+
+TEST_F(ForkedChild, BesideEvents_AnswersExecsAndExits) {
+    support::installEventLibrary("recording");
+    // The child has no thread that could be in a delivery, nor a use for the parent's.
+    forkBeside(endurance::rounds(kRounds),
+               {[] {
+                    SysConfReaderEventProcessCB("SysConfigEvent", "", "",
+                                                SysConfReaderImpl::Instance());
+                },
+                query, askForRoles});
+}
+
+TEST_F(ForkedChild, BesideDestructions_AnswersExecsAndExits) {
+    forkBeside(endurance::rounds(kRounds),
+               {[] {
+                    SysConfReader::Instance();
+                    SysConfReader_i::Instance();
+                    SysConfReader_i::Destory();
+                    SysConfReader::Destory();
+                },
+                [] { SysConfReaderImpl::Instance(); }, [] { SysConfReader::Instance(); }});
+}
+
+TEST_F(ForkedChild, WithTheEventLibraryOfTheFiles_AnswersExecsAndExits) {
+    std::filesystem::create_symlink(SYSCONF_EVENT_LIBRARY,
+                                    support::testDirectory() / "libeventcbutil.so");
+    support::setEnvironment("SYSCONF_EVENT_QUIET_MS", "0");
+    forkBeside(endurance::rounds(kRounds),
+               {[this] { support::writeGeneration(m_deployment, 1); }, reloadBoth, query});
+    SysConfReader::Destory();
+}
+
+/// A thread that stops where a lock is asked for or got, until it is told to go on.
+class Stopped {
+public:
+    /// Runs `work` on a thread of its own and returns when it is at its `which`-th call (from 1) of
+    /// that kind.
+    Stopped(LockCall call, bool held, int which, const std::function<void()>& work) {
+        support::setLockHook([=, this](LockCall seen, bool seenHeld) {
+            if (std::this_thread::get_id() == m_thread.get_id() && seen == call &&
+                seenHeld == held && ++m_calls == which) {
+                m_stopped.release();
+                m_goOn.acquire();
+            }
+        });
+        m_thread = std::jthread([this, work] {
+            m_started.acquire();
+            work();
+            m_stopped.release();
+        });
+        m_started.release();
+        m_stopped.acquire();
+    }
+    Stopped(const Stopped&) = delete;
+    Stopped& operator=(const Stopped&) = delete;
+    ~Stopped() {
+        m_goOn.release();
+        m_thread.join();
+        support::setLockHook(nullptr);
+    }
+    int calls() const { return m_calls; }
+
+private:
+    std::atomic<int> m_calls{0};
+    std::binary_semaphore m_started{0};
+    std::counting_semaphore<> m_stopped{0};
+    std::binary_semaphore m_goOn{0};
+    std::jthread m_thread;
+};
+
+/// What threads can be in the middle of.
+const std::vector<std::pair<const char*, std::function<void()>>>& operations() {
+    static const std::vector<std::pair<const char*, std::function<void()>>> operations{
+        {"reload of the reader", reloadReader},
+        {"reload of both", reloadBoth},
+        {"queries", query},
+        {"roles", askForRoles},
+        {"event",
+         [] {
+             SysConfReaderEventProcessCB("SysConfigEvent", "", "", SysConfReaderImpl::Instance());
+         }},
+        {"destruction", [] { SysConfReader::Destory(); }},
+        {"destruction of the facade", [] { SysConfReader_i::Destory(); }},
+        {"first use",
+         [] {
+             SysConfReader_i::Destory();
+             SysConfReader::Destory();
+             SysConfReader::Instance();
+         }},
+    };
+    return operations;
+}
+
+TEST_F(ForkedChild, WhileAnotherThreadWaitsForOrHasEachLock_AnswersExecsAndExits) {
+    support::installEventLibrary("recording");
+    for (const auto& [name, operation] : operations()) {
+        int stops = 0;
+        for (const LockCall call : {LockCall::Read, LockCall::Write}) {
+            for (const bool held : {false, true}) {
+                bool reached = true;
+                for (int which = 1; reached; ++which) {
+                    SysConfReader::Instance();
+                    askForRoles();
+                    const Stopped other(call, held, which, operation);
+                    reached = other.calls() == which;
+                    stops += reached ? 1 : 0;
+                    for (std::size_t life = 0; reached && life < lives().size(); ++life) {
+                        EXPECT_EQ(inChild(lives()[life]), 0)
+                            << name << ": life " << life << ", stop " << which
+                            << (held ? " with" : " before") << " a lock for "
+                            << (call == LockCall::Read ? "reading" : "writing");
+                    }
+                }
+            }
+        }
+        EXPECT_GE(stops, 2) << name;
+    }
+}
+
+TEST_F(ForkedChild, OfAProcessAtRest_GoesOnWithThePointersOfItsParent) {
+    SysConfReader& reader = *SysConfReader::Instance();
+    const SysConfReader_i& facade = *SysConfReader_i::Instance();
+    facade.GetProductName();
+    support::writeGeneration(m_deployment, 2);
+    EXPECT_EQ(inChild([&] {
+                  return SysConfReader::Instance() == &reader && reader.getLocalPort() == 4001 &&
+                                 facade.GetProductName() == "tenancy1"
+                             ? 0
+                             : 1;
+              }),
+              0);
+}
+
+} // namespace

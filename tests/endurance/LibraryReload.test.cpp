@@ -1,0 +1,138 @@
+// The library opened, used and closed by a program that is not linked with it, over and over.
+
+#include "Rounds.h"
+#include "SysConfReader.h"
+#include "eventcbutil/Resources.h"
+#include "support/EventLibrary.h"
+#include "support/SampleTexts.h"
+#include "support/TestDirectory.h"
+
+#include <gtest/gtest.h>
+
+#include <dlfcn.h>
+#include <filesystem>
+#include <malloc.h>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+namespace {
+
+using Quarncommon::SysConfReader;
+
+/// The library, for the time that somebody holds a handle on it.
+class Opened {
+public:
+    Opened() : m_handle(::dlopen(SYSCONF_LIBRARY, RTLD_NOW | RTLD_LOCAL)) {
+        if (m_handle == nullptr) {
+            throw std::runtime_error(::dlerror());
+        }
+    }
+    Opened(const Opened&) = delete;
+    Opened& operator=(const Opened&) = delete;
+    ~Opened() { EXPECT_EQ(::dlclose(m_handle), 0); }
+
+    SysConfReader* instance() const {
+        return function<SysConfReader*()>("_ZN11Quarncommon13SysConfReader8InstanceEv")();
+    }
+    int localPort() const {
+        return function<int(SysConfReader*)>("_ZN11Quarncommon13SysConfReader12getLocalPortEv")(
+            instance());
+    }
+    std::string serviceAddress() const {
+        return function<std::string(SysConfReader*)>(
+            "_ZN11Quarncommon13SysConfReader17getLocalServiceIPB5cxx11Ev")(instance());
+    }
+    void destroy() const { function<void()>("_ZN11Quarncommon13SysConfReader7DestoryEv")(); }
+
+private:
+    template <typename Function>
+    Function* function(const char* symbol) const {
+        void* found = ::dlsym(m_handle, symbol);
+        if (found == nullptr) {
+            throw std::runtime_error(::dlerror());
+        }
+        return reinterpret_cast<Function*>(found);
+    }
+
+    void* m_handle;
+};
+
+class LibraryReload : public testing::Test {
+protected:
+    LibraryReload() { support::writeGeneration(m_deployment, 1); }
+
+    /// Opens, uses and closes the library again and again; `closed` runs each time it is closed.
+    /// What the process holds must not grow.
+    template <typename Closed>
+    void run(bool destroy, Closed closed) {
+        endurance::Watchdog watchdog;
+        const int rounds = endurance::rounds(kRounds);
+        Resources atFirst{};
+        std::size_t heapAtFirst = 0;
+        for (int round = 0; round < rounds; ++round) {
+            {
+                const Opened library;
+                ASSERT_EQ(library.serviceAddress(), "10.1.1.3");
+                if (destroy) {
+                    library.destroy();
+                    ASSERT_EQ(library.localPort(), 4001);
+                }
+            }
+            closed();
+            watchdog.progress();
+            if (round == kWarm) {
+                atFirst = resources();
+                heapAtFirst = ::mallinfo2().uordblks;
+            }
+        }
+        EXPECT_EQ(resources(), atFirst);
+        // What a destroyed and created instance differs by, and a sanitizer holds back.
+        EXPECT_LE(::mallinfo2().uordblks, heapAtFirst + kTolerance);
+        Opened().destroy();
+    }
+
+    support::Deployment m_deployment;
+
+private:
+    static constexpr int kRounds = 60;
+    static constexpr int kWarm = 20;
+    static constexpr std::size_t kTolerance = 16U * 1024U;
+};
+
+/// The contract of an event library does not ask it to keep the code of its callbacks loaded.
+TEST_F(LibraryReload, UnderAnEventLibraryThatPinsNothing_EventsFindTheCodeThatTheyCall) {
+    support::installEventLibrary("recording");
+    run(false, [] { ASSERT_EQ(support::deliver(), 0); });
+    EXPECT_FALSE(support::subscribed());
+}
+
+TEST_F(LibraryReload, WithoutASubscription_HoldsNoMore) {
+    support::setEnvironment("NO_EM_CLIENT", "1");
+    run(false, [] {});
+}
+
+#ifdef SYSCONF_EVENT_LIBRARY
+TEST_F(LibraryReload, UnderTheEventLibraryOfTheFiles_ChangesBecomeAnswersAfterClosing) {
+    std::filesystem::create_symlink(SYSCONF_EVENT_LIBRARY,
+                                    support::testDirectory() / "libeventcbutil.so");
+    support::setEnvironment("SYSCONF_EVENT_QUIET_MS", "0");
+    // The ports differ between generations, the rest of what is asked is in both.
+    int port = 4001;
+    run(true, [&] {
+        port = port == 4001 ? 4002 : 4001;
+        Json::Value config = support::sampleAppConfig(1);
+        config["processes"]["p1"]["local"]["port"] = port;
+        m_deployment.appConfig(support::jsonText(config));
+        while (Opened().localPort() != port) {
+            std::this_thread::yield();
+        }
+        support::writeGeneration(m_deployment, 1);
+        while (Opened().localPort() != 4001) {
+            std::this_thread::yield();
+        }
+    });
+}
+#endif
+
+} // namespace

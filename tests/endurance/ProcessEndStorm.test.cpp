@@ -1,0 +1,105 @@
+// exit() while a change is being applied, from the main thread and from another.
+
+#include "Rounds.h"
+#include "SysConfReader.h"
+#include "SysConfReaderImpl.h"
+#include "support/Answers.h"
+#include "support/SampleTexts.h"
+#include "support/TestDirectory.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+using Quarncommon::SysConfReader;
+
+constexpr unsigned int kPatience = 120; // seconds
+
+/// Under a sanitizer it only waits: that takes the destruction of a static object which a thread is
+/// using for a mistake even if nothing can come of it.
+[[noreturn]] void askToTheEnd() {
+    for (;;) {
+#ifdef SYSCONF_SANITIZED
+        ::pause();
+#else
+        SysConfReader::Instance()->getLocalServiceIP();
+        support::roleAnswers();
+#endif
+    }
+}
+
+class ProcessEndStorm : public testing::Test {
+protected:
+    ProcessEndStorm() {
+        std::filesystem::create_symlink(SYSCONF_EVENT_LIBRARY,
+                                        support::testDirectory() / "libeventcbutil.so");
+        support::setEnvironment("SYSCONF_EVENT_QUIET_MS", "0");
+        support::writeGeneration(m_deployment, 1);
+    }
+
+    /// Starts as many processes as there are rounds. Each subscribes, has seen a few events applied
+    /// while others still come, and ends by `exit`.
+    void run(int few, const std::function<void()>& exit) {
+        const int rounds = endurance::rounds(few);
+        for (int round = 0; round < rounds; ++round) {
+            // The test process has one thread, and so has every child the library as it is at
+            // first.
+            const pid_t child = ::fork();
+            if (child == 0) {
+                ::alarm(kPatience);
+                subscribeUnderAStorm(round % 5);
+                exit();
+            }
+            int status = 0;
+            ASSERT_EQ(::waitpid(child, &status, 0), child);
+            EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 42)
+                << "round " << round << ", status " << status;
+        }
+    }
+
+private:
+    /// Returns after that many changes have become answers, with a thread left that goes on
+    /// changing the files and one that goes on asking.
+    void subscribeUnderAStorm(int changes) {
+        SysConfReader::Instance();
+        std::thread([this] {
+            for (int generation = 2;; ++generation) {
+                support::writeGeneration(m_deployment, generation);
+            }
+        }).detach();
+        std::thread(askToTheEnd).detach();
+        for (std::string last = answer(); changes >= 0; --changes) {
+            while (answer() == last) {
+                std::this_thread::yield();
+            }
+            last = answer();
+        }
+    }
+
+    static std::string answer() { return SysConfReader::Instance()->getMaintenanceIPAddress(); }
+
+    support::Deployment m_deployment;
+};
+
+constexpr int kRounds = 20;
+
+TEST_F(ProcessEndStorm, FromMain_EndsInOrder) {
+    run(kRounds, [] { std::exit(42); });
+}
+
+TEST_F(ProcessEndStorm, FromAnotherThread_EndsInOrder) {
+    run(kRounds, [] {
+        std::thread([] { std::exit(42); }).detach();
+        askToTheEnd();
+    });
+}
+
+} // namespace
