@@ -18,6 +18,16 @@ namespace Quarncommon::config {
 
 namespace {
 
+/// Opens the path; a signal that interrupts it, as it may on a network or where a lease is waited
+/// for, does not count.
+int openUninterrupted(const std::string& path, int flags) {
+    int descriptor = -1;
+    do {
+        descriptor = ::open(path.c_str(), flags);
+    } while (descriptor < 0 && errno == EINTR);
+    return descriptor;
+}
+
 /// An open file. While it is open its thread is not cancelled: closing is a cancellation point, and
 /// to unwind from there would end the process.
 class Descriptor {
@@ -27,9 +37,9 @@ public:
         // Without waiting, should the path be a pipe: callers hold locks while they read. Only a
         // file that is leased to another process is waited for.
         constexpr int kFlags = O_RDONLY | O_CLOEXEC | O_NOCTTY;
-        m_descriptor = ::open(path.c_str(), kFlags | O_NONBLOCK);
+        m_descriptor = openUninterrupted(path, kFlags | O_NONBLOCK);
         if (m_descriptor < 0 && errno == EWOULDBLOCK) {
-            m_descriptor = ::open(path.c_str(), kFlags);
+            m_descriptor = openUninterrupted(path, kFlags);
         }
     }
     Descriptor(const Descriptor&) = delete;

@@ -7,19 +7,32 @@
 
 #include <QuarnCommonUtils.h>
 
+#include <cstdlib>
 #include <dlfcn.h>
+#include <new>
 
 namespace Quarncommon {
 
 namespace {
 
 constexpr const char* kEventLibrary = "eventcbutil";
+/// What GetDLLName makes of it, for a destruction, which must not need memory.
+constexpr const char* kEventLibraryFile = "libeventcbutil.so";
 
 constinit EventGate g_eventGate;
 
+bool isSet(const char* variable) {
+    try {
+        return !QuarnCommonUtils::Quarngetenv(variable).empty();
+    } catch (const std::bad_alloc&) {
+        // The copy is not needed to tell; a destruction comes to its end without memory too.
+        const char* value = std::getenv(variable);
+        return value != nullptr && *value != '\0';
+    }
+}
+
 bool switchedOff() {
-    return !QuarnCommonUtils::Quarngetenv("NO_EM_CLIENT").empty() ||
-           !QuarnCommonUtils::Quarngetenv("NO_EM_CLIENT_CONSUMER").empty();
+    return isSet("NO_EM_CLIENT") || isSet("NO_EM_CLIENT_CONSUMER");
 }
 
 /// From static destruction on no event is applied. Registered after everything that the library
@@ -91,7 +104,7 @@ void SysConfReaderImpl::endSubscription() {
         return;
     }
     // A second reference to the library that is loaded already, given back below.
-    void* library = ::dlopen(GetDLLName(kEventLibrary).c_str(), RTLD_LAZY | RTLD_GLOBAL);
+    void* library = ::dlopen(kEventLibraryFile, RTLD_LAZY | RTLD_GLOBAL);
     if (library == nullptr) {
         return;
     }
