@@ -257,6 +257,17 @@ Answers answers() {
     return all;
 }
 
+std::string differences(const Answers& some, const Answers& others) {
+    std::string all;
+    for (const auto& [symbol, answer] : some) {
+        const std::string& other = others.at(symbol);
+        if (answer != other) {
+            all.append(symbol).append(": ").append(answer).append("instead of ").append(other);
+        }
+    }
+    return all;
+}
+
 void createAll() {
     SysConfReader::Instance();
     SysConfReaderImpl::Instance();

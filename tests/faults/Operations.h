@@ -60,6 +60,9 @@ const std::vector<Operation>& operations();
 using Answers = std::map<std::string, std::string>;
 Answers answers();
 
+/// Those in which the two differ, both told; "" when there are none.
+std::string differences(const Answers& some, const Answers& others);
+
 /// Creates what does not exist.
 void createAll();
 /// What a change event does.
