@@ -69,6 +69,9 @@ public:
     /// once more; it saves the read that would find nothing.
     bool readFrom(int descriptor, std::size_t size) {
         m_length = 0;
+        if (size > kLargest) {
+            return false;
+        }
         reserve(std::max(size, kSmallest));
         for (;;) {
             const ssize_t count = ::pread(descriptor, m_bytes.get() + m_length,
@@ -80,6 +83,9 @@ public:
             if (count == 0 || (size != 0 && m_length == size)) {
                 return true;
             }
+            if (m_length > kLargest) {
+                return false;
+            }
             if (m_length == m_capacity) {
                 reserve(2 * m_capacity);
             }
@@ -88,6 +94,9 @@ public:
 
 private:
     static constexpr std::size_t kSmallest = 4096;
+    /// No reader takes a longer text, so nobody's memory is filled with one. A file that claims
+    /// such a size, which costs its writer nothing where files have holes, is not even read.
+    static constexpr std::size_t kLargest = std::size_t{1} << 30U;
 
     void reserve(std::size_t capacity) {
         if (capacity > m_capacity) {

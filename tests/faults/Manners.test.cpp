@@ -125,6 +125,23 @@ protected:
     support::Deployment files;
 };
 
+TEST_F(Manners, PasswordOfAWrongType_IsNotToldByWhatIsThrown) {
+    for (const char* password : {R"({"hidden":"s3cret"})", R"(["s3cret"])", R"({"s3cret":null})"}) {
+        files.appConfig(R"({"databases":{"a database with a long name":[{"passwd":)" +
+                        std::string(password) + R"(,"accessPort":"s3cret","type":["s3cret"],
+                        "instanceExt":"s3cret"}]},"processes":{"p1":{"local":{"port":"s3cret"}}}})");
+        std::size_t thrown = 0;
+        for (const auto& [symbol, answer] : faults::answers()) {
+            if (answer.starts_with("throws")) {
+                EXPECT_THAT(answer, testing::Not(testing::HasSubstr("s3cret"))) << symbol;
+                ++thrown;
+            }
+        }
+        EXPECT_EQ(thrown, 4U) << password;
+        faults::destroyAll();
+    }
+}
+
 /// While it lives, standard output and standard error are one empty file.
 class SilentOutputs {
 public:
