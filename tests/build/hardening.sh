@@ -25,7 +25,8 @@ check_relocations() {
 check_memory() {
   grep -E 'GNU_STACK .* RW +0x' <<<"$headers" >/dev/null || fail "the stack is executable"
   ! grep -E 'LOAD .* RWE ' <<<"$headers" || fail "code that can be written to"
-  nm --dynamic --undefined-only "$file" | grep -qw __stack_chk_fail || fail "no stack protector"
+  imports=$(nm --dynamic --undefined-only "$file")
+  grep -qw __stack_chk_fail <<<"$imports" || fail "no stack protector"
 }
 
 # Nothing is searched for in folders of the build, nor in the current one, which an empty entry
@@ -43,13 +44,15 @@ check_search_path() {
 # x86-64: fit for shadow stacks, and whatever may be called through a pointer begins with the
 # instruction that says so.
 check_branches() {
-  readelf --notes --wide "$file" | grep -q 'x86 feature:.*SHSTK' || fail "not fit for shadow stacks"
-  local address name code
-  code=$(objdump --disassemble --no-show-raw-insn "$file")
-  while read -r address name; do
-    grep -qE "^ *${address}:\s+endbr64" <<<"$code" || fail "$name can be jumped to past its start"
-  done < <(readelf --dyn-syms --wide "$file" |
-    awk '$4 == "FUNC" && $7 ~ /^[0-9]+$/ { sub(/^0+/, "", $2); print $2, $8 }' | sort -u)
+  local notes marked exported
+  notes=$(readelf --notes --wide "$file")
+  grep -q 'x86 feature:.*SHSTK' <<<"$notes" || fail "not fit for shadow stacks"
+  marked=$(objdump --disassemble --no-show-raw-insn "$file" |
+    sed -nE 's/^ *([0-9a-f]+):\s+endbr64.*/\1/p' | sort -u)
+  exported=$(readelf --dyn-syms --wide "$file" |
+    awk '$4 == "FUNC" && $7 ~ /^[0-9]+$/ { sub(/^0+/, "", $2); print $2 }' | sort -u)
+  exported=$(comm -13 <(echo "$marked") <(echo "$exported"))
+  [[ -z $exported ]] || fail "can be jumped to past the start of $exported"
 }
 
 for component in library platform eventcbutil tools; do
