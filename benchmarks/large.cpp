@@ -123,7 +123,7 @@ void measureNumbers(const fs::path& directory, std::size_t size) {
 
 void measureAppConfig(const fs::path& directory, std::size_t size) {
     for (const char* list : {generator::kNodeListFile, generator::kManagerNodeListFile}) {
-        fs::remove(directory / list);
+        write(directory / list, "{}", "", 0, "");
     }
     write(directory / generator::kAppConfigFile, R"({"processes":{},"more":[0)",
           ",{\"a member\":\"a text of forty characters, more or less\"}", size, "]}");
