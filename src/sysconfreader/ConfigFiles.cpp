@@ -18,6 +18,16 @@ namespace Quarncommon::config {
 
 namespace {
 
+/// Opens the path; a signal that interrupts it, as it may on a network or where a lease is waited
+/// for, does not count.
+int openUninterrupted(const std::string& path, int flags) {
+    int descriptor = -1;
+    do {
+        descriptor = ::open(path.c_str(), flags);
+    } while (descriptor < 0 && errno == EINTR);
+    return descriptor;
+}
+
 /// An open file. While it is open its thread is not cancelled: closing is a cancellation point, and
 /// to unwind from there would end the process.
 class Descriptor {
@@ -27,9 +37,9 @@ public:
         // Without waiting, should the path be a pipe: callers hold locks while they read. Only a
         // file that is leased to another process is waited for.
         constexpr int kFlags = O_RDONLY | O_CLOEXEC | O_NOCTTY;
-        m_descriptor = ::open(path.c_str(), kFlags | O_NONBLOCK);
+        m_descriptor = openUninterrupted(path, kFlags | O_NONBLOCK);
         if (m_descriptor < 0 && errno == EWOULDBLOCK) {
-            m_descriptor = ::open(path.c_str(), kFlags);
+            m_descriptor = openUninterrupted(path, kFlags);
         }
     }
     Descriptor(const Descriptor&) = delete;
@@ -59,6 +69,9 @@ public:
     /// once more; it saves the read that would find nothing.
     bool readFrom(int descriptor, std::size_t size) {
         m_length = 0;
+        if (size > kLargest) {
+            return false;
+        }
         reserve(std::max(size, kSmallest));
         for (;;) {
             const ssize_t count = ::pread(descriptor, m_bytes.get() + m_length,
@@ -70,6 +83,9 @@ public:
             if (count == 0 || (size != 0 && m_length == size)) {
                 return true;
             }
+            if (m_length > kLargest) {
+                return false;
+            }
             if (m_length == m_capacity) {
                 reserve(2 * m_capacity);
             }
@@ -78,6 +94,9 @@ public:
 
 private:
     static constexpr std::size_t kSmallest = 4096;
+    /// No reader takes a longer text, so nobody's memory is filled with one. A file that claims
+    /// such a size, which costs its writer nothing where files have holes, is not even read.
+    static constexpr std::size_t kLargest = std::size_t{1} << 30U;
 
     void reserve(std::size_t capacity) {
         if (capacity > m_capacity) {

@@ -9,12 +9,15 @@
 
 #include <cstdlib>
 #include <dlfcn.h>
+#include <new>
 
 namespace Quarncommon {
 
 namespace {
 
 constexpr const char* kEventLibrary = "eventcbutil";
+/// What GetDLLName makes of it, for a destruction, which must not need memory.
+constexpr const char* kEventLibraryFile = "libeventcbutil.so";
 
 constinit EventGate g_eventGate;
 
@@ -33,9 +36,18 @@ public:
     ~LoaderUse() { --g_loaderUsers; }
 };
 
+bool isSet(const char* variable) {
+    try {
+        return !QuarnCommonUtils::Quarngetenv(variable).empty();
+    } catch (const std::bad_alloc&) {
+        // The copy is not needed to tell; a destruction comes to its end without memory too.
+        const char* value = std::getenv(variable);
+        return value != nullptr && *value != '\0';
+    }
+}
+
 bool switchedOff() {
-    return g_loaderLost || !QuarnCommonUtils::Quarngetenv("NO_EM_CLIENT").empty() ||
-           !QuarnCommonUtils::Quarngetenv("NO_EM_CLIENT_CONSUMER").empty();
+    return g_loaderLost || isSet("NO_EM_CLIENT") || isSet("NO_EM_CLIENT_CONSUMER");
 }
 
 /// From static destruction on no event is applied. Registered after everything that the library
@@ -118,7 +130,7 @@ void SysConfReaderImpl::endSubscription() {
     }
     const LoaderUse inUse;
     // A second reference to the library that is loaded already, given back below.
-    void* library = ::dlopen(GetDLLName(kEventLibrary).c_str(), RTLD_LAZY | RTLD_GLOBAL);
+    void* library = ::dlopen(kEventLibraryFile, RTLD_LAZY | RTLD_GLOBAL);
     if (library == nullptr) {
         return;
     }

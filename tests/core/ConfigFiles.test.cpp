@@ -273,6 +273,24 @@ TEST(ReadJsonFile, AnyLength_IsReadToItsEnd) {
     }
 }
 
+TEST(ReadJsonFile, LongerThanAnyText_IsNotParsedNorRead) {
+    writeFile(path(), kText);
+    std::filesystem::resize_file(path(), (std::uintmax_t{1} << 30U) + 1);
+    std::size_t reads = 0;
+    support::disturbReads(path(), [&](std::size_t) {
+        ++reads;
+        return support::ReadStep{EIO};
+    });
+    expectNotParsed(path());
+    EXPECT_EQ(reads, 0U);
+    std::filesystem::resize_file(path(), std::uintmax_t{1} << 36U);
+    expectNotParsed(path());
+    EXPECT_EQ(reads, 0U);
+    std::filesystem::resize_file(path(), kText.size());
+    expectNotParsed(path());
+    EXPECT_EQ(reads, 1U);
+}
+
 TEST(ReadJsonFile, RegularFileWithoutSize_IsReadToItsEnd) {
     // The kernel tells the size 0 of this file; its text is what the thread is called.
     ASSERT_EQ(::prctl(PR_SET_NAME, "[1, 2, 3]"), 0);

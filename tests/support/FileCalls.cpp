@@ -27,6 +27,7 @@ extern "C" {
 [[gnu::weak]] ssize_t __interceptor_pread(int, void*, std::size_t, off_t);
 [[gnu::weak]] ssize_t __interceptor_pread64(int, void*, std::size_t, off_t);
 ssize_t readlink(const char*, char*, std::size_t) noexcept;
+struct stat;
 
 [[gnu::visibility("default")]] int replacedOpen(const char*, int, ...) __asm__("open");
 [[gnu::visibility("default")]] int replacedOpen64(const char*, int, ...) __asm__("open64");
@@ -40,6 +41,8 @@ ssize_t readlink(const char*, char*, std::size_t) noexcept;
                                                      off_t) __asm__("pread");
 [[gnu::visibility("default")]] ssize_t replacedPread64(int, void*, std::size_t,
                                                        off_t) __asm__("pread64");
+[[gnu::visibility("default")]] int replacedFstat(int, struct stat*) __asm__("fstat");
+[[gnu::visibility("default")]] int replacedFstat64(int, struct stat*) __asm__("fstat64");
 }
 
 namespace {
@@ -55,6 +58,9 @@ struct Watch {
     std::string disturbedPath;
     std::function<support::ReadStep(std::size_t)> readScript;
     std::size_t readCalls = 0;
+    std::string unstatablePath;
+    std::function<int(std::size_t)> statScript;
+    std::size_t statCalls = 0;
 };
 
 Watch& watch() {
@@ -103,18 +109,21 @@ Result watchedOpen(const char* path, bool closeOnExec, Result failed, Open open)
     return open(step.target.c_str());
 }
 
-/// What the script says of this read, a step without any effect when it is not disturbed.
-support::ReadStep nextStep(int descriptor) {
+/// The path of an open file, "" when the kernel does not tell it.
+std::string pathOf(int descriptor) {
     const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
     std::array<char, 4096> path{};
-    if (::readlink(link.c_str(), path.data(), path.size() - 1) < 0) {
-        return {};
-    }
+    return ::readlink(link.c_str(), path.data(), path.size() - 1) < 0 ? "" : path.data();
+}
+
+/// What the script says of this read, a step without any effect when it is not disturbed.
+support::ReadStep nextStep(int descriptor) {
+    const std::string path = pathOf(descriptor);
     std::function<support::ReadStep(std::size_t)> script;
     std::size_t call = 0;
     {
         const std::lock_guard<std::mutex> guard(watch().mutex);
-        if (!watch().readScript || watch().disturbedPath != path.data()) {
+        if (!watch().readScript || watch().disturbedPath != path) {
             return {};
         }
         script = watch().readScript;
@@ -123,10 +132,28 @@ support::ReadStep nextStep(int descriptor) {
     return script(call);
 }
 
+template <typename Stat>
+int watchedStat(int descriptor, Stat real) {
+    const std::string path = pathOf(descriptor);
+    int error = 0;
+    {
+        const std::lock_guard<std::mutex> guard(watch().mutex);
+        if (watch().statScript && watch().unstatablePath == path) {
+            error = watch().statScript(watch().statCalls++);
+        }
+    }
+    if (error != 0) {
+        errno = error;
+        return -1;
+    }
+    return real();
+}
+
 using OpenFunction = int(const char*, int, ...);
 using OpenatFunction = int(int, const char*, int, ...);
 using FopenFunction = std::FILE*(const char*, const char*);
 using ReadFunction = ssize_t(int, void*, std::size_t);
+using FstatFunction = int(int, struct stat*);
 using PreadFunction = ssize_t(int, void*, std::size_t, off_t);
 
 template <typename Read>
@@ -227,6 +254,16 @@ ssize_t replacedPread64(int descriptor, void* buffer, std::size_t size, off_t of
         return real(descriptor, buffer, allowed, offset);
     });
 }
+
+int replacedFstat(int descriptor, struct stat* status) {
+    auto* real = support::realFunction<FstatFunction>(nullptr, "fstat");
+    return watchedStat(descriptor, [&] { return real(descriptor, status); });
+}
+
+int replacedFstat64(int descriptor, struct stat* status) {
+    auto* real = support::realFunction<FstatFunction>(nullptr, "fstat64");
+    return watchedStat(descriptor, [&] { return real(descriptor, status); });
+}
 }
 
 namespace support {
@@ -269,6 +306,13 @@ void disturbReads(const std::string& path, std::function<ReadStep(std::size_t)> 
     watch().disturbedPath = std::filesystem::weakly_canonical(path).string();
     watch().readScript = std::move(script);
     watch().readCalls = 0;
+}
+
+void failStats(const std::string& path, std::function<int(std::size_t)> script) {
+    const std::lock_guard<std::mutex> guard(watch().mutex);
+    watch().unstatablePath = std::filesystem::weakly_canonical(path).string();
+    watch().statScript = std::move(script);
+    watch().statCalls = 0;
 }
 
 } // namespace support

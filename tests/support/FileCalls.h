@@ -7,7 +7,7 @@
 #include <vector>
 
 /// The file calls of the library under test, watched and disturbed from outside: the test
-/// executable defines open, fopen, read and pread itself, so this header goes with FileCalls.cpp
+/// executable defines open, fopen, fstat, read and pread itself, so this header goes with FileCalls.cpp
 /// linked in. Only what goes through these calls of the C library is seen.
 namespace support {
 
@@ -42,5 +42,9 @@ struct ReadStep {
 /// From now on the n-th read or pread (from 0) of the file at `path` does script(n); null lets the
 /// reads through again.
 void disturbReads(const std::string& path, std::function<ReadStep(std::size_t)> script);
+
+/// From now on the n-th fstat (from 0) of the file at `path` fails with the error number script(n),
+/// unless that is 0; null lets them through again.
+void failStats(const std::string& path, std::function<int(std::size_t)> script);
 
 } // namespace support

@@ -1,6 +1,7 @@
 #include "support/HostAddresses.h"
 
 #include <arpa/inet.h>
+#include <cerrno>
 #include <deque>
 #include <ifaddrs.h>
 #include <netinet/in.h>
@@ -17,6 +18,7 @@ struct Interface {
 // A deque: the entries point to each other and into themselves.
 std::deque<Interface> g_interfaces;
 char g_name[] = "test0";
+int g_error = 0;
 
 sockaddr* parse(const std::string& text, Interface& into) {
     if (::inet_pton(AF_INET, text.c_str(), &into.v4.sin_addr) == 1) {
@@ -34,6 +36,10 @@ sockaddr* parse(const std::string& text, Interface& into) {
 
 extern "C" {
 [[gnu::visibility("default")]] int getifaddrs(ifaddrs** first) noexcept {
+    if (g_error != 0) {
+        errno = g_error;
+        return -1;
+    }
     *first = g_interfaces.empty() ? nullptr : &g_interfaces.front().entry;
     return 0;
 }
@@ -53,6 +59,10 @@ void setHostAddresses(const std::vector<std::string>& addresses) {
             previous->ifa_next = &added.entry;
         }
     }
+}
+
+void failHostAddresses(int error) {
+    g_error = error;
 }
 
 } // namespace support

@@ -11,4 +11,7 @@ namespace support {
 /// it has none.
 void setHostAddresses(const std::vector<std::string>& addresses);
 
+/// From now on the host's addresses cannot be had, with that error number; 0 ends it.
+void failHostAddresses(int error);
+
 } // namespace support

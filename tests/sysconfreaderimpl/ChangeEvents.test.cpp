@@ -10,6 +10,7 @@
 #include "support/LockFaults.h"
 #include "support/LocksFree.h"
 #include "support/SampleTexts.h"
+#include "support/Threads.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -196,6 +197,41 @@ TEST(ChangeEvent, EventsInARow_AreAllApplied) {
                   "tenancy" + std::to_string(generation));
     }
     EXPECT_EQ(support::eventLibraryCalls().inits, 1);
+}
+
+TEST(ChangeEvent, FromManyThreadsAtOnce_AllAreAppliedAndTheLastFilesAreTheAnswers) {
+    Deployment deployment;
+    support::installEventLibrary("recording");
+    writeGeneration(deployment, 1);
+    SysConfReader::Instance();
+    std::atomic<int> applied{0};
+    for (int generation = 2; generation <= 10; ++generation) {
+        writeGeneration(deployment, generation);
+        support::runTogether(16, [&](std::size_t) { applied += support::deliver(kEvent) == 0; });
+        EXPECT_EQ(SysConfReader::Instance()->getLocalPort(), 4000 + generation);
+        EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(generation));
+    }
+    EXPECT_EQ(applied, 9 * 16);
+    EXPECT_EQ(support::eventLibraryCalls().inits, 1);
+    expectLocksFree();
+}
+
+TEST(ChangeEvent, CalledBackAfterTheEndOfTheSubscription_IsDropped) {
+    // A library that goes on where it must not: it has kept the record that it was given.
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    support::installEventLibrary("recording");
+    SysConfReader::Instance();
+    void* const kept = support::lastUserData();
+    int during = -3;
+    support::setFiniHook([&] { during = SysConfReaderEventProcessCB(kEvent, "", "", kept); });
+    SysConfReader::Destory();
+    EXPECT_EQ(during, 0);
+    support::resetOpenCalls();
+    support::runTogether(
+        16, [&](std::size_t) { EXPECT_EQ(SysConfReaderEventProcessCB(kEvent, "", "", kept), 0); });
+    EXPECT_THAT(support::openCalls(), testing::IsEmpty());
+    expectLocksFree();
 }
 
 TEST(ChangeEvent, AfterTheSubscriptionEnded_ReachesNobody) {

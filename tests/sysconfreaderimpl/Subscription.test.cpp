@@ -7,18 +7,25 @@
 #include "support/Deployment.h"
 #include "support/EventLibrary.h"
 #include "support/LibraryCalls.h"
+#include "support/SampleTexts.h"
+#include "support/TestDirectory.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <array>
 #include <dlfcn.h>
+#include <elf.h>
+#include <filesystem>
+#include <fstream>
+#include <functional>
 #include <limits>
 #include <ostream>
 #include <stdexcept>
 
 namespace {
 
+namespace fs = std::filesystem;
 using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReader_i;
 using Quarncommon::SysConfReaderImpl;
@@ -148,6 +155,115 @@ TEST(EventLibrary, NotALibrary_IsTriedAtEachLoad) {
     SysConfReaderImpl::Instance();
     EXPECT_EQ(calls(), (Calls{1, 0, 0, 0}));
     EXPECT_FALSE(support::eventLibraryOpens().front().opened);
+}
+
+fs::path installedLibrary() {
+    return support::testDirectory() / "libeventcbutil.so";
+}
+
+std::string bytesOf(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// A real event library, as a file of its own, with one byte of its header changed.
+std::function<void()> changedHeader(std::size_t at, char value) {
+    return [=] {
+        support::installEventLibrary("recording");
+        std::string bytes = bytesOf(installedLibrary());
+        ASSERT_NE(bytes.at(at), value);
+        bytes.at(at) = value;
+        fs::remove(installedLibrary());
+        support::writeFile(installedLibrary(), bytes);
+    };
+}
+
+struct UnusableRow {
+    const char* name;
+    std::function<void()> install;
+};
+
+const UnusableRow kUnusable[] = {
+    {"of another machine", changedHeader(EI_NIDENT + 2, static_cast<char>(EM_AARCH64))},
+    {"of 32 bits", changedHeader(EI_CLASS, ELFCLASS32)},
+    {"of the other byte order", changedHeader(EI_DATA, ELFDATA2MSB)},
+    {"of another system", changedHeader(EI_OSABI, static_cast<char>(ELFOSABI_SOLARIS))},
+    {"that is only compiled", changedHeader(EI_NIDENT, ET_REL)},
+    {"that is a core dump", changedHeader(EI_NIDENT, ET_CORE)},
+    {"that ends in its header",
+     [] {
+         support::writeFile(installedLibrary(), "\x7f"
+                                                "ELF");
+     }},
+    {"that is empty", [] { support::writeFile(installedLibrary(), ""); }},
+    {"that is a text", [] { support::writeFile(installedLibrary(), "INPUT(-lother)\n"); }},
+    {"that is a directory", [] { fs::create_directory(installedLibrary()); }},
+    {"that is a link to nowhere", [] { fs::create_symlink("nowhere", installedLibrary()); }},
+    {"that is a link to itself",
+     [] { fs::create_symlink(installedLibrary(), installedLibrary()); }},
+    {"that is a device", [] { fs::create_symlink("/dev/null", installedLibrary()); }},
+};
+
+TEST(EventLibrary, OneThatCannotBeLoaded_IsTriedAtEachLoadAndDoesNoHarm) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    for (const UnusableRow& row : kUnusable) {
+        SCOPED_TRACE(row.name);
+        fs::remove_all(installedLibrary());
+        row.install();
+        const Calls before = calls();
+        SysConfReader::Instance();
+        SysConfReaderImpl::Instance()->Reload();
+        EXPECT_EQ(calls().opens - before.opens, 4);
+        EXPECT_EQ(calls().closes, before.closes);
+        EXPECT_FALSE(support::eventLibraryOpens().back().opened);
+        EXPECT_FALSE(support::eventLibraryLoaded());
+        EXPECT_EQ(SysConfReader::Instance()->getLocalPort(), 4001);
+        EXPECT_EQ(SysConfReader_i::Instance()->GetProductName(), "tenancy1");
+        SysConfReader::Destory();
+    }
+    fs::remove_all(installedLibrary());
+    support::installEventLibrary("recording");
+    SysConfReader::Instance();
+    EXPECT_TRUE(support::subscribed());
+}
+
+TEST(EventLibrary, UnloadingItself_IsLoadedAgainForTheEndOfTheSubscription) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    support::installEventLibrary("recording");
+    SysConfReader::Instance();
+    ASSERT_TRUE(support::eventLibraryLoaded());
+    // As from its own thread: a reference of its own, then both given back.
+    void* library = ::dlopen("libeventcbutil.so", RTLD_LAZY | RTLD_NOLOAD);
+    ASSERT_NE(library, nullptr);
+    ::dlclose(library);
+    ::dlclose(library);
+    ASSERT_FALSE(support::eventLibraryLoaded());
+
+    writeGeneration(deployment, 2);
+    SysConfReaderImpl::Instance()->Reload();
+    EXPECT_EQ(SysConfReader::Instance()->getLocalPort(), 4002);
+    SysConfReader::Destory();
+    EXPECT_EQ(support::eventLibraryCalls().finis, 1);
+    EXPECT_FALSE(support::eventLibraryLoaded());
+    SysConfReader::Instance();
+    EXPECT_EQ(support::eventLibraryCalls().subscriptions, 2);
+    EXPECT_EQ(support::deliver(), 0);
+}
+
+TEST(EventLibrary, UnloadingItselfAndDeleted_LeavesNothingToEnd) {
+    const Deployment deployment;
+    support::installEventLibrary("recording");
+    SysConfReader::Instance();
+    void* library = ::dlopen("libeventcbutil.so", RTLD_LAZY | RTLD_NOLOAD);
+    ASSERT_NE(library, nullptr);
+    ::dlclose(library);
+    ::dlclose(library);
+    fs::remove(installedLibrary());
+    SysConfReader::Destory();
+    EXPECT_EQ(support::eventLibraryCalls().finis, 0);
+    EXPECT_NE(SysConfReader::Instance(), nullptr);
 }
 
 TEST(EventLibrary, EveryOpen_IsLazyGlobalAndByTheName) {

@@ -1,0 +1,86 @@
+// The table of operations is complete, and all of them have something to answer.
+
+#include "faults/Operations.h"
+#include "support/Deployment.h"
+#include "support/HostAddresses.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+
+namespace {
+
+/// What the library exports besides its public operations.
+bool isInternal(const std::string& symbol) {
+    static const std::set<std::string> internal{"SysConfReader::collectNodeIPs",
+                                                "SysConfReader::identity",
+                                                "SysConfReader::loadFiles",
+                                                "SysConfReader::m_pInstance",
+                                                "SysConfReader::m_pMutex",
+                                                "SysConfReader::reloadInstance",
+                                                "SysConfReader::reloadLocked",
+                                                "SysConfReaderImpl::applyChange",
+                                                "SysConfReaderImpl::currentAnswer",
+                                                "SysConfReaderImpl::endSubscription",
+                                                "SysConfReaderImpl::ensureSubscribed",
+                                                "SysConfReaderImpl::m_pInstance",
+                                                "SysConfReaderImpl::m_pMutex",
+                                                "SysConfReader_i::m_pInstance",
+                                                "SysConfReader_i::m_pMutex"};
+    return internal.count(symbol) == 1;
+}
+
+std::multiset<std::string> exported() {
+    std::multiset<std::string> symbols;
+    std::ifstream list(SYSCONF_EXPORTED_SYMBOLS);
+    const std::string space = "Quarncommon::";
+    for (std::string symbol; std::getline(list, symbol);) {
+        symbol.erase(0, symbol.starts_with(space) ? space.size() : 0);
+        if (!isInternal(symbol)) {
+            symbols.insert(symbol);
+        }
+    }
+    return symbols;
+}
+
+TEST(AllOperations, EveryExportedOne_IsInTheTable) {
+    const std::multiset<std::string> symbols = exported();
+    ASSERT_GT(symbols.size(), 50U);
+    std::multiset<std::string> table;
+    for (const faults::Operation& operation : faults::operations()) {
+        EXPECT_EQ(symbols.count(operation.symbol) > 0, true) << operation.symbol;
+        table.insert(operation.symbol);
+    }
+    for (const std::string& symbol : symbols) {
+        EXPECT_GE(table.count(symbol), symbols.count(symbol)) << symbol;
+    }
+}
+
+TEST(AllOperations, EveryFile_IsToldByTheAnswers) {
+    support::Deployment files;
+    support::setHostAddresses({faults::kSourceAddress});
+    faults::writeFiles(files, "a");
+    const faults::Answers whole = faults::answers();
+    for (const auto& [symbol, answer] : whole) {
+        EXPECT_THAT(answer, testing::Not(testing::StartsWith("throws"))) << symbol;
+    }
+    std::set<std::string> differing;
+    for (const auto& path : faults::paths(files)) {
+        faults::destroyAll();
+        faults::writeFiles(files, "a");
+        std::filesystem::remove(path);
+        const faults::Answers without = faults::answers();
+        EXPECT_NE(without, whole) << path;
+        for (const auto& [symbol, answer] : without) {
+            if (answer != whole.at(symbol)) {
+                differing.insert(symbol);
+            }
+        }
+    }
+    // All but what depends on no file, and the family, which is that of no address too.
+    EXPECT_EQ(differing.size(), whole.size() - 6) << testing::PrintToString(differing);
+}
+
+} // namespace

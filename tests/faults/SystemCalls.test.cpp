@@ -1,0 +1,312 @@
+// Calls of the operating system that fail, each with each error number that it may have, and files
+// that are not what they should be, one at a time. Whatever it is, the library answers as if the
+// file were not there; and right again afterwards.
+
+#include "faults/Operations.h"
+#include "support/Deployment.h"
+#include "support/EventLibrary.h"
+#include "support/FileCalls.h"
+#include "support/HostAddresses.h"
+#include "support/LocksFree.h"
+#include "support/TestDirectory.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using faults::Answers;
+
+/// A fault of one file: how it is made and taken away.
+struct Fault {
+    std::string name;
+    std::function<void(const fs::path&)> make;
+    std::function<void(const fs::path&)> end = [](const fs::path&) {};
+};
+
+class SystemCalls : public testing::Test {
+protected:
+    SystemCalls() {
+        support::setHostAddresses({faults::kSourceAddress});
+        support::installEventLibrary("recording");
+    }
+
+    /// All answers, of a first load and of a reload after one of other files.
+    struct Loads {
+        Answers first;
+        Answers again;
+    };
+
+    static void expectAlike(const Loads& loads, const Loads& expected) {
+        EXPECT_EQ(faults::differences(loads.first, expected.first), "") << "first load";
+        EXPECT_EQ(faults::differences(loads.again, expected.again), "") << "reload";
+    }
+
+    Loads loadsUnder(const Fault& fault, const fs::path& path) {
+        Loads loads;
+        faults::destroyAll();
+        writeAll("standby");
+        fault.make(path);
+        loads.first = faults::answers();
+        fault.end(path);
+
+        faults::destroyAll();
+        writeAll("before");
+        faults::createAll();
+        writeAll("standby");
+        fault.make(path);
+        faults::reloadAll();
+        loads.again = faults::answers();
+        fault.end(path);
+        support::expectLocksFree();
+        return loads;
+    }
+
+    void writeAll(const std::string& mark) {
+        for (const fs::path& path : faults::paths(files)) {
+            fs::remove_all(path);
+        }
+        faults::writeFiles(files, mark);
+    }
+
+    void expectLikeWithoutTheFile(const std::vector<Fault>& all) {
+        const Fault absent{"absent", [](const fs::path& path) { fs::remove(path); }};
+        const Fault none{"none", [](const fs::path&) {}};
+        for (const fs::path& path : faults::paths(files)) {
+            const Loads without = loadsUnder(absent, path);
+            const Loads whole = loadsUnder(none, path);
+            EXPECT_NE(without.first, whole.first);
+            EXPECT_NE(without.again, whole.again);
+            for (const Fault& fault : all) {
+                SCOPED_TRACE(fault.name + " of " + path.filename().string());
+                expectAlike(loadsUnder(fault, path), without);
+                writeAll("standby");
+                faults::reloadAll();
+                EXPECT_EQ(faults::differences(faults::answers(), whole.again), "") << "after it";
+            }
+        }
+    }
+
+    void expectLikeWithTheFile(const std::vector<Fault>& all) {
+        for (const fs::path& path : faults::paths(files)) {
+            const Loads whole = loadsUnder({"none", [](const fs::path&) {}}, path);
+            for (const Fault& fault : all) {
+                SCOPED_TRACE(fault.name + " of " + path.filename().string());
+                expectAlike(loadsUnder(fault, path), whole);
+            }
+        }
+    }
+
+    support::Deployment files;
+};
+
+Fault failingOpen(int error) {
+    return {"open, " + std::to_string(error),
+            [error](const fs::path& path) {
+                support::failOpens(path, [error](std::size_t) { return error; });
+            },
+            [](const fs::path& path) { support::failOpens(path, nullptr); }};
+}
+
+/// Of each time that the file is looked at, the first look or the one after the reading fails.
+Fault failingStat(int error, std::size_t which) {
+    return {"fstat " + std::to_string(which) + ", " + std::to_string(error),
+            [=](const fs::path& path) {
+                support::failStats(path, [=](std::size_t call) {
+                    return which == 0 || call % 2 == 1 ? error : 0;
+                });
+            },
+            [](const fs::path& path) { support::failStats(path, nullptr); }};
+}
+
+using ReadScript = std::function<support::ReadStep(std::size_t)>;
+
+Fault disturbedReads(const std::string& name, const ReadScript& script) {
+    return {name, [script](const fs::path& path) { support::disturbReads(path, script); },
+            [](const fs::path& path) { support::disturbReads(path, nullptr); }};
+}
+
+TEST_F(SystemCalls, OpenFails_AnswerLikeWithoutTheFile) {
+    std::vector<Fault> all;
+    for (const int error :
+         {EACCES, EPERM, ENOENT, ENOTDIR, ELOOP, ENAMETOOLONG, EMFILE, ENFILE, ENOMEM, EIO, ENXIO,
+          ENODEV, EOVERFLOW, ETXTBSY, EBUSY, EINVAL, ESTALE, EDQUOT, EWOULDBLOCK}) {
+        all.push_back(failingOpen(error));
+    }
+    expectLikeWithoutTheFile(all);
+}
+
+TEST_F(SystemCalls, LookAtTheOpenFileFails_AnswerLikeWithoutTheFile) {
+    std::vector<Fault> all;
+    for (const int error : {EBADF, EIO, ENOMEM, EOVERFLOW, EACCES, ESTALE}) {
+        all.push_back(failingStat(error, 0));
+        all.push_back(failingStat(error, 1));
+    }
+    expectLikeWithoutTheFile(all);
+}
+
+TEST_F(SystemCalls, ReadFailsAtOnceOrHalfWay_AnswerLikeWithoutTheFile) {
+    std::vector<Fault> all;
+    for (const int error : {EIO, EISDIR, EINVAL, ENXIO, EAGAIN, EBADF, ENOMEM, EOVERFLOW, ESTALE,
+                            ENOBUFS, ETIMEDOUT}) {
+        const std::string name = "read, " + std::to_string(error);
+        all.push_back(disturbedReads(name + " at once",
+                                     [error](std::size_t) { return support::ReadStep{error}; }));
+        all.push_back(disturbedReads(name + " half-way", [error](std::size_t call) {
+            return call % 2 == 0 ? support::ReadStep{0, 100} : support::ReadStep{error};
+        }));
+    }
+    expectLikeWithoutTheFile(all);
+}
+
+TEST_F(SystemCalls, InterruptedOrShort_AnswerLikeUndisturbed) {
+    const Fault interruptedOpens{
+        "interrupted opens",
+        [](const fs::path& path) {
+            support::failOpens(path, [](std::size_t call) { return call % 4 != 3 ? EINTR : 0; });
+        },
+        [](const fs::path& path) { support::failOpens(path, nullptr); }};
+    const Fault leased{"interrupted while the holder of a lease is waited for",
+                       [](const fs::path& path) {
+                           support::failOpens(path, [](std::size_t call) {
+                               constexpr int kErrors[] = {EWOULDBLOCK, EINTR, 0};
+                               return kErrors[call % 3];
+                           });
+                       },
+                       [](const fs::path& path) { support::failOpens(path, nullptr); }};
+    expectLikeWithTheFile(
+        {interruptedOpens, leased,
+         disturbedReads("reads of one byte",
+                        [](std::size_t) {
+                            return support::ReadStep{0, 1};
+                        }),
+         disturbedReads("interrupted reads", [](std::size_t call) {
+             return call % 3 != 2 ? support::ReadStep{EINTR} : support::ReadStep{0, 50};
+         })});
+}
+
+void makeSocket(const fs::path& path) {
+    // Its address has no room for a long path.
+    const fs::path before = fs::current_path();
+    fs::current_path(path.parent_path());
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.filename().string().copy(address.sun_path, sizeof address.sun_path - 1);
+    const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    EXPECT_EQ(::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    ::close(socket);
+    fs::current_path(before);
+}
+
+Fault inPlace(const std::string& name, const std::function<void(const fs::path&)>& make) {
+    return {name, [make](const fs::path& path) {
+                fs::remove(path);
+                make(path);
+            }};
+}
+
+TEST_F(SystemCalls, OtherThingsInTheFilesPlace_AnswerLikeWithoutTheFile) {
+    const auto link = [](const char* target) {
+        return inPlace(std::string("link to ") + target,
+                       [target](const fs::path& path) { fs::create_symlink(target, path); });
+    };
+    expectLikeWithoutTheFile({
+        inPlace("directory", [](const fs::path& path) { fs::create_directory(path); }),
+        inPlace("pipe", [](const fs::path& path) { EXPECT_EQ(::mkfifo(path.c_str(), 0600), 0); }),
+        inPlace("socket", makeSocket),
+        inPlace("link to itself",
+                [](const fs::path& path) { fs::create_symlink(path.filename(), path); }),
+        link("nowhere"),
+        link("/dev/null"),
+        link("/dev/zero"),
+        link("/dev/full"),
+        link("/dev/tty"),
+        link("/proc/self/mem"),
+        link("/"),
+    });
+}
+
+TEST_F(SystemCalls, TextCutShortOrEmptied_AnswerLikeWithoutTheFile) {
+    const auto resized = [](std::size_t length) {
+        return Fault{"first " + std::to_string(length) + " bytes",
+                     [=](const fs::path& path) { fs::resize_file(path, length); }};
+    };
+    expectLikeWithoutTheFile({resized(0), resized(1), resized(100), resized(300)});
+}
+
+std::string textOf(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+TEST_F(SystemCalls, EachSampleCutAtEachByte_LoadsLikeWithoutTheFile) {
+    std::size_t cuts = 0;
+    for (const auto& entry : fs::recursive_directory_iterator(SYSCONF_SAMPLES)) {
+        const std::string text = entry.path().extension() == ".json" ? textOf(entry.path()) : "";
+        const std::size_t valuable = text.find_last_not_of(" \n") + 1;
+        // The role of the sample's file: by its name, "app.json" and the two lists.
+        for (const fs::path& path : faults::paths(files)) {
+            if (text.empty() || path.filename() != entry.path().filename()) {
+                continue;
+            }
+            SCOPED_TRACE(entry.path().string());
+            faults::destroyAll();
+            writeAll("standby");
+            fs::remove(path);
+            const Answers without = faults::answers();
+            std::ofstream(path, std::ios::binary) << text;
+            for (std::size_t length = valuable; length-- > 0 && !HasFailure();) {
+                SCOPED_TRACE(length);
+                fs::resize_file(path, length);
+                // One question in turn, the lengths of all samples being many; now and then a load.
+                const auto& all = faults::operations();
+                const faults::Operation& operation = all[length % all.size()];
+                if (operation.effect == faults::Effect::Answers) {
+                    faults::Outputs outputs;
+                    operation.call(outputs);
+                    EXPECT_NE(without.at(operation.symbol).find(outputs.told() + "\n"),
+                              std::string::npos)
+                        << operation.symbol << ": " << outputs.told();
+                } else if (length % 3 == 0) {
+                    faults::reloadAll();
+                }
+                ++cuts;
+            }
+            EXPECT_EQ(faults::differences(faults::answers(), without), "");
+        }
+    }
+    EXPECT_GT(cuts, 10000U);
+}
+
+TEST_F(SystemCalls, HostsAddressesCannotBeHad_StandsInForNobody) {
+    faults::writeFiles(files, "standby");
+    const Answers standingIn = faults::answers();
+    faults::destroyAll();
+    support::setHostAddresses({});
+    const Answers alone = faults::answers();
+    EXPECT_NE(alone, standingIn);
+    support::setHostAddresses({faults::kSourceAddress});
+    for (const int error : {EACCES, EPERM, EMFILE, ENFILE, ENOBUFS, ENOMEM, EAFNOSUPPORT, EINTR,
+                            EINVAL, EIO, ENODEV, ENOSYS}) {
+        SCOPED_TRACE(error);
+        faults::destroyAll();
+        support::failHostAddresses(error);
+        EXPECT_EQ(faults::differences(faults::answers(), alone), "");
+        faults::reloadAll();
+        EXPECT_EQ(faults::differences(faults::answers(), alone), "");
+        support::failHostAddresses(0);
+        faults::reloadAll();
+        EXPECT_EQ(faults::differences(faults::answers(), standingIn), "");
+    }
+}
+
+} // namespace
