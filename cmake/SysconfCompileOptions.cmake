@@ -24,6 +24,10 @@ function(sysconf_compile_options target)
     target_link_options(${target} PRIVATE ${sanitizers})
     return()
   endif()
+  if(SYSCONFREADER_BUILD_FUZZERS)
+    # What counts the coverage is in the fuzzer, not in the libraries.
+    return()
+  endif()
   # Without a sanitizer every symbol must be found at link time, and the usual hardening applies.
   if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$")
     # The linker would mark as fit for shadow stacks only what consists of marked files, and the C

@@ -7,7 +7,7 @@ build_packages=(g++ cmake ninja-build pkg-config libjsoncpp-dev libace-dev rapid
   libsimdjson-dev libcli11-dev libfmt-dev)
 # shellcheck disable=SC2034
 test_packages=(clang libclang-rt-dev libgtest-dev libgmock-dev
-  libbenchmark-dev locales graphviz strace python3 python3-jsonschema
+  libbenchmark-dev nlohmann-json3-dev locales graphviz strace python3 python3-jsonschema
   zsh fish mandoc groff-base)
 
 # Should there be a compiler cache, what was built in one checkout serves another.

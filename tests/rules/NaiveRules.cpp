@@ -22,14 +22,28 @@ Json::Value addressesOf(Json::Value root, const std::string& nodeId) {
     return root["nodeList"][nodeId]["IPAddresses"];
 }
 
-std::string decimal(int number) {
-    std::ostringstream text;
-    text << number;
-    return text.str();
+/// "southbound2" to "southbound1024" and, unused, those before; spelled once, as they are many.
+const std::string& key(int n) {
+    static const std::vector<std::string> keys = [] {
+        std::vector<std::string> all;
+        for (int number = 0; number <= 1024; ++number) {
+            all.push_back("southbound" + std::to_string(number));
+        }
+        return all;
+    }();
+    return keys[static_cast<std::size_t>(n)];
 }
 
-std::string key(int n) {
-    return "southbound" + decimal(n);
+/// All southbound keys, each with "".
+const std::map<std::string, std::string>& emptySlots() {
+    static const std::map<std::string, std::string> slots = [] {
+        std::map<std::string, std::string> all{{"southbound", ""}};
+        for (int n = 2; n <= 1024; ++n) {
+            all[key(n)] = "";
+        }
+        return all;
+    }();
+    return slots;
 }
 
 } // namespace
@@ -161,10 +175,9 @@ void localNodeIPs(const File& nodeList, const std::string& floatNodeId,
 
 void localNodeIPs(const File& nodeList, const std::string& floatNodeId,
                   std::map<std::string, std::string>& usageIPs) {
-    usageIPs["southbound"] = "";
-    for (int n = 2; n <= 1024; ++n) {
-        usageIPs[key(n)] = "";
-    }
+    std::map<std::string, std::string> keys = emptySlots();
+    keys.insert(usageIPs.begin(), usageIPs.end());
+    usageIPs = keys;
     if (!nodeList) {
         usageIPs["service"] = "";
         return;
@@ -246,8 +259,9 @@ std::string localSouthIP(const File& nodeList, const std::string& floatNodeId,
     }
     answer += usageIPs["southbound10"];
     for (int n = 11; n <= 1024; ++n) {
-        if (usageIPs[key(n)] != "") {
-            answer += ";" + usageIPs[key(n)];
+        const std::string& address = usageIPs[key(n)];
+        if (address != "") {
+            answer += ";" + address;
         }
     }
     return answer;

@@ -1,0 +1,94 @@
+// JsonReader against a reader that it has nothing in common with: whatever the bytes are, the
+// strict one accepts what is a JSON text and nothing else, and its values are those of the text. So
+// does the tool's reader, which knows where values stand.
+
+#include "Judge.h"
+
+#include <JsonReader.h>
+#include <located/Document.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+namespace {
+
+void require(bool holds, const char* what) {
+    if (!holds) {
+        std::fprintf(stderr, "%s\n", what);
+        std::abort();
+    }
+}
+
+/// Equal in type, too, and a double in every bit, and so is whatever is inside.
+bool same(const Json::Value& one, const Json::Value& other) {
+    if (one.type() != other.type() || one.size() != other.size()) {
+        return false;
+    }
+    if (one.type() == Json::realValue) {
+        const double numbers[] = {one.asDouble(), other.asDouble()};
+        return std::memcmp(&numbers[0], &numbers[1], sizeof(double)) == 0;
+    }
+    if (!one.isArray() && !one.isObject()) {
+        return one == other;
+    }
+    if (one.isObject() && one.getMemberNames() != other.getMemberNames()) {
+        return false;
+    }
+    const auto sameChild = [](const Json::Value& a, const Json::Value& b) { return same(a, b); };
+    return std::equal(one.begin(), one.end(), other.begin(), sameChild);
+}
+
+/// What the judge lets pass though it is no JSON text, and JsonReader must not.
+bool isBeyondTheJudge(std::string_view text) {
+    return text.find('\0') != std::string_view::npos || text.starts_with("\xEF\xBB\xBF");
+}
+
+/// Reads with the strict reader, whose answer is compared with the judge's.
+bool readsLike(const judge::Verdict& verdict, const std::string& text) {
+    Json::Value value;
+    const bool accepted = JsonReader(false).parse(text, value);
+    require(accepted == (verdict.nesting <= JsonReader::kNestingLimit),
+            accepted ? "nested too deeply, but accepted" : "a JSON text, but refused");
+    require(!accepted || same(value, verdict.value), "another value than the judge's");
+    return accepted;
+}
+
+/// Whether the text is to be accepted, as far as the judge knows it.
+bool isAcceptable(const std::string& text) {
+    if (isBeyondTheJudge(text)) {
+        return false;
+    }
+    if (const auto verdict = judge::read(text)) {
+        return readsLike(*verdict, text);
+    }
+    // The judge may only have been unable to hold what it says.
+    const std::string other = judge::holdable(text);
+    const auto verdict = judge::read(other);
+    return verdict && readsLike(*verdict, other);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string text(reinterpret_cast<const char*>(data), size);
+    Json::Value value("before");
+    const bool accepted = JsonReader(false).parse(text, value);
+    const bool acceptable = isAcceptable(text);
+    require(accepted == acceptable,
+            acceptable ? "a JSON text, but refused" : "no JSON text, but accepted");
+    require(accepted || value == Json::Value("before"), "refused, but the value was replaced");
+
+    const sysconfctl::located::Document located(text);
+    require(accepted == !located.error(), "the tool's reader is of another opinion");
+
+    Json::Value lenient("before");
+    require(JsonReader(true).parse(text, lenient) || lenient == Json::Value("before"),
+            "refused by the lenient reader, but the value was replaced");
+    return 0;
+}
