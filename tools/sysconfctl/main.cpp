@@ -1,10 +1,10 @@
 #include "Commands.h"
 #include "Complaint.h"
-#include "Completion.h"
 #include "Environment.h"
 #include "Output.h"
 #include "Text.h"
 #include "UsageError.h"
+#include "completion/Completion.h"
 
 #include <csignal>
 #include <exception>

@@ -1,4 +1,4 @@
-#include "ShellLine.h"
+#include "completion/ShellLine.h"
 
 namespace sysconfctl {
 namespace {
