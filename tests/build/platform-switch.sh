@@ -27,8 +27,11 @@ grep -F "libquarnjsonutil.so" "$work/log"
 
 "$cmake" --install "$build" --component platform --prefix "$work/prefix" >/dev/null
 rm -rf "$work/build"
-configure -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
-"$cmake" --build "$work/build" --parallel 2 >/dev/null
+if ! { configure -DCMAKE_PREFIX_PATH="$work/prefix" &&
+  "$cmake" --build "$work/build" --parallel 2; } >"$work/log" 2>&1; then
+  cat "$work/log" >&2
+  exit 1
+fi
 
 # No stand-in was built: the only ones are those of the prefix.
 if find "$work/build" -name 'libquarn*' -o -name 'libeventcbutil*' | grep .; then

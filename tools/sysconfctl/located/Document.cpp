@@ -62,16 +62,23 @@ Limits libraryLimits() {
 #endif
 }
 
-Document::Document(std::string text, Limits limits) : m_text(std::move(text)) {
+Document::Document(std::string text, Limits limits) : m_text(std::move(text)), m_limits(limits) {
     m_lineStarts.push_back(0);
     for (std::size_t at = 0; (at = m_text.find('\n', at)) != std::string::npos;) {
         m_lineStarts.push_back(++at);
     }
-    m_error = scan(m_text, limits, m_root);
+}
+
+const Document::Scanned& Document::scanned() const {
+    if (!m_scanned) {
+        m_scanned.emplace();
+        m_scanned->error = scan(m_text, m_limits, m_scanned->root);
+    }
+    return *m_scanned;
 }
 
 const Value* Document::find(const Path& path) const {
-    const Value* value = &m_root;
+    const Value* value = &root();
     for (const std::string& step : path) {
         value = child(*value, step);
         if (value == nullptr) {

@@ -71,15 +71,16 @@ struct Limits {
 /// The limits of the JSON library that this build reads with.
 Limits libraryLimits();
 
+/// Not to be asked by several threads.
 class Document {
 public:
     explicit Document(std::string text, Limits limits = libraryLimits());
 
     const std::string& text() const { return m_text; }
     /// Nothing for a text that is accepted.
-    const std::optional<SyntaxError>& error() const { return m_error; }
+    const std::optional<SyntaxError>& error() const { return scanned().error; }
     /// The text's value; of a refused text, what was read of it before the error.
-    const Value& root() const { return m_root; }
+    const Value& root() const { return scanned().root; }
 
     /// The value at the end of the path as the library would look it up; null when there is none.
     const Value* find(const Path& path) const;
@@ -93,10 +94,18 @@ public:
     std::size_t lineStart(std::size_t number) const { return m_lineStarts.at(number - 1); }
 
 private:
+    struct Scanned {
+        Value root;
+        std::optional<SyntaxError> error;
+    };
+
+    const Scanned& scanned() const;
+
     std::string m_text;
+    Limits m_limits;
     std::vector<std::size_t> m_lineStarts;
-    Value m_root;
-    std::optional<SyntaxError> m_error;
+    /// Made when it is first asked for: most explanations look into one file of three.
+    mutable std::optional<Scanned> m_scanned;
 };
 
 } // namespace sysconfctl::located
