@@ -61,6 +61,9 @@ namespace Quarncommon {
 /// changes nothing, an event is applied all the same, and the next dlopen() finds the instances
 /// that there are.
 ///
+/// End of the process. Threads that are still asking while the process exits are answered until it
+/// is gone; change events that come by then are no longer applied.
+///
 /// Ownership. Answers are copies. Outputs passed by reference are the caller's; they are appended
 /// to or updated, never cleared, unless an operation says otherwise.
 ///

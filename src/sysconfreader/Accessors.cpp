@@ -60,7 +60,7 @@ std::string SysConfReader::GetAppRoot() {
 int SysConfReader::getPFType() {
     // Before the read lock: creating the instance under it would wait for the write lock for ever.
     SysConfReader* reader = Instance();
-    const ReadGuard guard(m_pMutex, turnsOf<SysConfReader>);
+    const OuterReadGuard guard(m_pMutex, turnsOf<SysConfReader>);
     std::list<std::string> pieces;
     QuarnCommonUtils::split(reader->getLocalSouthIP(), ";", pieces);
     return rules::protocolFamily(pieces);

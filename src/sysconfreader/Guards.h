@@ -24,15 +24,9 @@ public:
 
 protected:
     explicit ErrnoKeepingGuard(ACE_RW_Thread_Mutex& mutex)
-        : AceGuard(mutex), m_error(this->locked() ? 0 : errno) {
-        if (m_error == 0) {
-            WriterTurns::locked();
-        }
-    }
+        : AceGuard(mutex), m_error(this->locked() ? 0 : errno) {}
     ~ErrnoKeepingGuard() {
-        if (m_error == 0) {
-            WriterTurns::unlocked();
-        } else {
+        if (m_error != 0) {
             errno = m_error;
         }
     }
@@ -46,6 +40,17 @@ class ReadGuard : public ErrnoKeepingGuard<ACE_Read_Guard<ACE_RW_Thread_Mutex>> 
 public:
     ReadGuard(ACE_RW_Thread_Mutex& mutex, WriterTurns& turns)
         : ErrnoKeepingGuard((turns.letOneWriterPass(), mutex)) {}
+};
+
+/// The read side for who takes it once more meanwhile.
+class OuterReadGuard : public ReadGuard {
+public:
+    OuterReadGuard(ACE_RW_Thread_Mutex& mutex, WriterTurns& turns) : ReadGuard(mutex, turns) {
+        WriterTurns::beginReadingTwice();
+    }
+    OuterReadGuard(const OuterReadGuard&) = delete;
+    OuterReadGuard& operator=(const OuterReadGuard&) = delete;
+    ~OuterReadGuard() { WriterTurns::endReadingTwice(); }
 };
 
 /// The write side.

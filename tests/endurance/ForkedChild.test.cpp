@@ -58,7 +58,8 @@ int exitInOrder() {
 int ask() {
     SysConfReader& reader = *SysConfReader::Instance();
     if (reader.getLocalPort() != 4001 || reader.getLocalServiceIP() != "10.1.1.3" ||
-        reader.getLocalNorthIP().empty() || reader.getPFType() < 0) {
+        reader.getLocalNorthIP().empty() || reader.getPFType() < 0 ||
+        reader.getDBUserName("db", 0) != "user1") {
         return 2;
     }
     if (support::roleAnswers() != support::sampleRoleAnswers(1)) {
@@ -266,6 +267,29 @@ TEST_F(ForkedChild, WhileAnotherThreadWaitsForOrHasEachLock_AnswersExecsAndExits
         }
         EXPECT_GE(stops, 2) << name;
     }
+}
+
+TEST_F(ForkedChild, InTheMiddleOfALoad_FindsNothingHalfLoaded) {
+    support::installEventLibrary("recording");
+    // Each load tries to subscribe, at a time when it has forgotten the databases.
+    support::setInitResult(-1);
+    SysConfReader::Instance();
+    std::binary_semaphore stopped{0};
+    std::binary_semaphore goOn{0};
+    support::setInitHook([&] {
+        stopped.release();
+        goOn.acquire();
+    });
+    {
+        const std::jthread other(reloadReader);
+        stopped.acquire();
+        for (std::size_t life = 0; life < lives().size(); ++life) {
+            EXPECT_EQ(inChild(lives()[life]), 0) << "life " << life;
+        }
+        goOn.release();
+    }
+    support::setInitHook(nullptr);
+    EXPECT_EQ(ask(), 0);
 }
 
 TEST_F(ForkedChild, OfAProcessAtRest_GoesOnWithThePointersOfItsParent) {
