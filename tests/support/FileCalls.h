@@ -7,8 +7,8 @@
 #include <vector>
 
 /// The file calls of the library under test, watched and disturbed from outside: the test
-/// executable defines open, fopen, fstat, read and pread itself, so this header goes with FileCalls.cpp
-/// linked in. Only what goes through these calls of the C library is seen.
+/// executable defines open, fopen, fstat, read and pread itself, so this header goes with
+/// FileCalls.cpp linked in. Only what goes through these calls of the C library is seen.
 namespace support {
 
 struct OpenCall {
