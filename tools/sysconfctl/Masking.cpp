@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <string>
+#include <utility>
 
 namespace sysconfctl {
 namespace {
@@ -33,12 +35,21 @@ bool maskMembers(Json::Value& value) {
 
 } // namespace
 
-bool speaksOfPassword(std::string name) {
-    std::transform(name.begin(), name.end(), name.begin(),
+std::size_t endOfPasswordWord(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
                    [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
     constexpr std::array<std::string_view, 4> kWords = {"passw", "pwd", "secret", "credential"};
-    return std::any_of(kWords.begin(), kWords.end(),
-                       [&](std::string_view word) { return name.find(word) != std::string::npos; });
+    std::size_t end = std::string::npos;
+    for (const std::string_view word : kWords) {
+        if (const std::size_t at = text.find(word); at != std::string::npos) {
+            end = std::min(end, at + word.size());
+        }
+    }
+    return end;
+}
+
+bool speaksOfPassword(std::string name) {
+    return endOfPasswordWord(std::move(name)) != std::string::npos;
 }
 
 void mask(Answer& answer, Secret secret) {

@@ -2,6 +2,7 @@
 
 #include "Answer.h"
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -20,6 +21,9 @@ enum class Secret {
 /// Whether a member of that name holds a password, by its name. Wider than the one name that the
 /// library reads, so that a misspelt or additional password of an entry does not show.
 bool speaksOfPassword(std::string name);
+
+/// Where the first word ends that makes a text speak of a password; npos when there is none.
+std::size_t endOfPasswordWord(std::string text);
 
 /// Replaces what is secret in the answer by kMask. An empty password is no secret.
 void mask(Answer& answer, Secret secret);

@@ -11,15 +11,31 @@ namespace {
 
 using Range = std::pair<std::size_t, std::size_t>;
 
-void collectSecrets(const located::Value& value, std::vector<Range>& ranges) {
+bool overlap(const Range& one, const Range& other) {
+    return one.first < other.second && other.first < one.second;
+}
+
+/// What an error left without an end reaches as far as the text.
+bool reachesInto(const Range& line, const located::Value& value) {
+    const bool open = value.end <= value.begin;
+    return overlap({value.begin, open ? std::string::npos : value.end}, line);
+}
+
+/// Those that reach into the line, whose bytes are given.
+void collectSecrets(const located::Value& value, const Range& line, std::vector<Range>& ranges) {
     for (const located::Value& element : value.elements) {
-        collectSecrets(element, ranges);
+        if (reachesInto(line, element)) {
+            collectSecrets(element, line, ranges);
+        }
     }
     for (const located::Member& member : value.members) {
+        if (!reachesInto(line, member.value)) {
+            continue;
+        }
         if (speaksOfPassword(member.name)) {
             ranges.emplace_back(member.value.begin, member.value.end);
         } else {
-            collectSecrets(member.value, ranges);
+            collectSecrets(member.value, line, ranges);
         }
     }
 }
@@ -43,13 +59,8 @@ std::size_t readableLength(const located::Document& document, std::size_t number
     if (inside || continues) {
         return 0;
     }
-    std::size_t length = std::min(line.find("\\u"), line.size());
-    for (std::size_t end = 1; end <= length; ++end) {
-        if (speaksOfPassword(std::string(line.substr(0, end)))) {
-            length = end;
-        }
-    }
-    return length;
+    const std::size_t length = std::min(line.find("\\u"), line.size());
+    return std::min(length, endOfPasswordWord(std::string(line.substr(0, length))));
 }
 
 bool isSecret(std::size_t at, const std::vector<Range>& secrets) {
@@ -79,17 +90,39 @@ std::string shown(std::string_view text, std::size_t begin, std::size_t end,
     return result;
 }
 
+bool continuesCharacter(char c) {
+    return (static_cast<unsigned char>(c) & 0xc0U) == 0x80U;
+}
+
 /// Takes characters off the front until the text is no wider than `width`.
-std::string lastColumns(std::string text, std::size_t width) {
-    const auto continues = [](char c) { return (static_cast<unsigned char>(c) & 0xc0U) == 0x80U; };
-    while (displayWidth(text) > width) {
+std::string lastColumns(std::string_view text, std::size_t width) {
+    std::size_t columns = displayWidth(text);
+    while (columns > width) {
         std::size_t length = 1;
-        while (length < text.size() && continues(text[length])) {
+        while (length < text.size() && continuesCharacter(text[length])) {
             ++length;
         }
-        text.erase(0, length);
+        columns -= displayWidth(text.substr(0, length));
+        text.remove_prefix(length);
     }
-    return text;
+    return std::string(text);
+}
+
+/// Of a line, the bytes that may come to be shown beside those meant: a file may well be one line
+/// of some megabytes, with a finding in every corner.
+Range neighbourhood(std::string_view text, const Range& line, const Range& meant,
+                    std::size_t width) {
+    constexpr std::size_t kLongestCharacter = 4;
+    const std::size_t reach = kLongestCharacter * width;
+    std::size_t begin = meant.first - std::min(meant.first - line.first, reach);
+    while (begin < meant.first && continuesCharacter(text[begin])) {
+        ++begin;
+    }
+    std::size_t end = meant.second + std::min(line.second - meant.second, reach);
+    while (end < line.second && end > meant.second && continuesCharacter(text[end])) {
+        --end;
+    }
+    return {begin, end};
 }
 
 } // namespace
@@ -105,7 +138,7 @@ std::vector<std::string> excerpt(const Finding& finding, std::size_t width, bool
     const std::size_t end = start + line.size();
     std::vector<Range> secrets;
     if (!reveal) {
-        collectSecrets(document.root(), secrets);
+        collectSecrets(document.root(), {start, end}, secrets);
         if (document.error()) {
             const std::size_t readable = start + readableLength(document, number);
             secrets.emplace_back(readable, end);
@@ -122,9 +155,11 @@ std::vector<std::string> excerpt(const Finding& finding, std::size_t width, bool
             ++to;
         }
     }
-    std::string before = shown(document.text(), start, from, secrets);
+    const Range near = neighbourhood(document.text(), {start, end}, {from, to}, width);
+    std::erase_if(secrets, [&](const Range& range) { return !overlap(range, near); });
+    std::string before = shown(document.text(), near.first, from, secrets);
     std::string meant = shown(document.text(), from, to, secrets);
-    const std::string after = shown(document.text(), to, end, secrets);
+    const std::string after = shown(document.text(), to, near.second, secrets);
     if (displayWidth(before + meant + after) > width) {
         before = lastColumns(before, width / 2);
     }
