@@ -322,6 +322,13 @@ void writeNumbers(support::Deployment& files) {
         .managerNodeList(nodes);
 }
 
+/// Numbers as they are written where the comma stands before the fraction.
+struct DecimalComma : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
+};
+
 TEST_F(Manners, DecimalCommaInBothLocales_AnswersAsEver) {
     writeNumbers(files);
     const Answers expected = faults::answers();
@@ -329,12 +336,12 @@ TEST_F(Manners, DecimalCommaInBothLocales_AnswersAsEver) {
     faults::destroyAll();
 
     support::setEnvironment("LOCPATH", SYSCONF_TEST_LOCALES);
-    std::locale::global(std::locale("de_DE.UTF-8"));
+    std::locale::global(std::locale(std::locale::classic(), new DecimalComma));
     ASSERT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr);
     ASSERT_STREQ(std::localeconv()->decimal_point, ",");
     std::ostringstream grouped;
-    grouped << 1234567.5;
-    ASSERT_EQ(grouped.str(), "1,23457e+06");
+    grouped << 1234567 << " " << 0.5;
+    ASSERT_EQ(grouped.str(), "1.234.567 0,5");
 
     const Answers first = faults::answers();
     faults::reloadAll();
