@@ -101,7 +101,7 @@ bool Service::subscribe(std::shared_ptr<Subscription> subscription) {
         ~AtExit() { instance().exit(); }
     } atExit;
     if (m_exiting) {
-        return false;
+        return false; // GCOVR_EXCL_LINE: in a process that ends before it tells what it has run
     }
     const std::shared_ptr<Run> run = m_run ? m_run : std::make_shared<Run>();
     auto subscriptions = std::make_shared<Subscriptions>(*run->subscriptions);

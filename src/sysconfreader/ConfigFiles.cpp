@@ -83,8 +83,8 @@ public:
             if (count == 0 || (size != 0 && m_length == size)) {
                 return true;
             }
-            if (m_length > kLargest) {
-                return false;
+            if (m_length > kLargest) { // GCOVR_EXCL_BR_LINE: as the next line
+                return false;          // GCOVR_EXCL_LINE: by a file that grows beyond 1 GiB
             }
             if (m_length == m_capacity) {
                 reserve(2 * m_capacity);

@@ -173,6 +173,22 @@ TEST_F(ForkedChild, BesideDestructions_AnswersExecsAndExits) {
                 [] { SysConfReaderImpl::Instance(); }, [] { SysConfReader::Instance(); }});
 }
 
+/// In the middle of a load, under the locks of its thread, which the child has too.
+TEST_F(ForkedChild, OfAnEventLibraryThatSubscribes_ExecsOrEndsAtOnce) {
+    support::installEventLibrary("recording");
+    int executed = -1;
+    int ended = -1;
+    support::setInitHook([&] {
+        executed = inChild(execTrue);
+        ended = inChild([] { return 7; });
+    });
+    SysConfReaderImpl::Instance();
+    support::setInitHook(nullptr);
+    EXPECT_EQ(executed, 0);
+    EXPECT_EQ(ended, 7);
+    EXPECT_EQ(ask(), 0);
+}
+
 TEST_F(ForkedChild, WithTheEventLibraryOfTheFiles_AnswersExecsAndExits) {
     std::filesystem::create_symlink(SYSCONF_EVENT_LIBRARY,
                                     support::testDirectory() / "libeventcbutil.so");

@@ -1,10 +1,12 @@
 #include "FileContents.h"
 
+#include "WatchFaults.h"
 #include "support/Deployment.h"
 #include "support/TestDirectory.h"
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <sys/stat.h>
 
@@ -53,6 +55,22 @@ TEST_F(FileContentsOf, MissingAndEmpty_AreNotTheSame) {
 TEST_F(FileContentsOf, FolderOfTheFileMissing_IsMissingToo) {
     const std::vector<std::string> file{(support::testDirectory() / "no/such/file").string()};
     EXPECT_TRUE(FileContents(file).equals(FileContents(file)));
+}
+
+TEST_F(FileContentsOf, FileThatCannotBeRead_EqualsNothing) {
+    support::writeFile(m_one, "text");
+    failReads(EIO, 1);
+    const FileContents unread = now();
+    failReads(0, 0);
+    EXPECT_FALSE(unread.equals(now()));
+    EXPECT_FALSE(unread.equals(unread));
+}
+
+TEST_F(FileContentsOf, InterruptedReads_AreRepeated) {
+    support::writeFile(m_one, "text");
+    const FileContents before = now();
+    failReads(EINTR, 3);
+    EXPECT_TRUE(before.equals(now()));
 }
 
 TEST_F(FileContentsOf, LargestComparableFile_EqualsItself) {

@@ -41,6 +41,43 @@ TEST_F(FileWatchOf, NothingHappens_NoChange) {
     EXPECT_TRUE(watch.complete());
 }
 
+TEST_F(FileWatchOf, NoticesCannotBeReadForAMoment_AreToldLater) {
+    FileWatch watch({m_file.string()});
+    writeInPlace(m_file, "other");
+    failCounts(EINVAL);
+    EXPECT_FALSE(watch.changed());
+    failCounts(0);
+    failReads(EIO, 1);
+    EXPECT_FALSE(watch.changed());
+    failReads(EINTR, 2);
+    EXPECT_TRUE(watch.changed());
+}
+
+TEST_F(FileWatchOf, FolderGoneWhenItIsWatched_CountsAsAbsent) {
+    for (const int error : {ENOENT, ENOTDIR, ELOOP, ENAMETOOLONG}) {
+        refuseWatches(error);
+        EXPECT_NO_THROW(FileWatch({m_file.string()})) << error;
+    }
+    refuseWatches(0);
+}
+
+TEST_F(FileWatchOf, LinkGoneWhenItIsFollowed_CountsAsAbsentUntilItIsBack) {
+    const fs::path link = m_folder / "link";
+    const fs::path place = support::testDirectory() / "elsewhere" / "file";
+    support::writeFile(place, "text");
+    fs::create_symlink(place, link);
+    failLinks(ENOENT);
+    FileWatch watch({link.string()});
+    failLinks(0);
+    writeInPlace(place, "not seen");
+    EXPECT_FALSE(watch.changed());
+    fs::remove(link);
+    fs::create_symlink(place, link);
+    EXPECT_TRUE(watch.changed());
+    writeInPlace(place, "seen");
+    EXPECT_TRUE(watch.changed());
+}
+
 TEST_F(FileWatchOf, ReadingTheFile_NoChange) {
     FileWatch watch({m_file.string()});
     std::string text;

@@ -21,6 +21,7 @@
 #include <mutex>
 #include <pthread.h>
 #include <stdexcept>
+#include <sys/mman.h>
 #include <thread>
 #include <unistd.h>
 
@@ -128,6 +129,42 @@ TEST_F(EventService, NoThreadToBeHad_RefusedAndPossibleLater) {
     writeFile(m_file, "after");
     m_recorder.waitForText("after");
     endService();
+}
+
+TEST_F(EventService, NoForkHandlersToBeHad_RefusedAndPossibleLater) {
+    refuseForkHandlers(ENOMEM);
+    EXPECT_LT(m_recorder.subscribe(), 0);
+    EventConsumerCBFini();
+    refuseForkHandlers(0);
+    ASSERT_EQ(m_recorder.subscribe(), 0);
+    writeFile(m_file, "after");
+    m_recorder.waitForText("after");
+    endService();
+}
+
+TEST_F(EventService, WaitsThatFail_AreTriedAgain) {
+    ASSERT_EQ(m_recorder.subscribe(), 0);
+    failWaits(ENOMEM, 2);
+    writeFile(m_file, "after");
+    m_recorder.waitForText("after");
+    while (failuresLeft() != 0) {
+        std::this_thread::yield();
+    }
+    writeFile(m_file, "later");
+    m_recorder.waitForText("later");
+    endService();
+}
+
+/// As a callback that was made at run time may be.
+TEST_F(EventService, CallbackOfNoLibrary_IsSubscribedAllTheSame) {
+    const auto size = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    void* const page = ::mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(page, MAP_FAILED);
+    EventConsumerCallback callback = m_recorder.record();
+    callback.callback = reinterpret_cast<EventProcessCallback*>(page);
+    EXPECT_EQ(EventConsumerCBInit("SysConfigEvent", "", &callback), 0);
+    endService();
+    ::munmap(page, size);
 }
 
 TEST_F(EventService, WorkingDirectoryGone_RelativePathsAreRefused) {
@@ -414,11 +451,11 @@ TEST_F(EventService, ItsThread_IsNamedAndBlocksAllSignals) {
 }
 
 TEST_F(EventService, WaitsInterruptedBySignals_NothingIsLost) {
-    interruptWaits(1000);
+    failWaits(EINTR, 1000);
     ASSERT_EQ(m_recorder.subscribe(), 0);
     writeFile(m_file, "after");
     m_recorder.waitForText("after");
-    while (interruptionsLeft() != 0) {
+    while (failuresLeft() != 0) {
         std::this_thread::yield();
     }
     writeFile(m_file, "last");

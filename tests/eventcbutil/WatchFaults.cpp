@@ -2,8 +2,13 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cstdarg>
+#include <cstddef>
 #include <cstdint>
+#include <dlfcn.h>
+#include <fcntl.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -12,7 +17,18 @@ namespace {
 std::atomic<int> g_watchError{0};
 std::atomic<int> g_inotifyError{0};
 std::atomic<int> g_eventfdError{0};
-std::atomic<int> g_interruptions{0};
+std::atomic<int> g_waitError{0};
+std::atomic<int> g_failedWaits{0};
+std::atomic<int> g_readError{0};
+std::atomic<int> g_failedReads{0};
+std::atomic<int> g_linkError{0};
+std::atomic<int> g_countError{0};
+std::atomic<int> g_forkError{0};
+
+template <typename Function>
+Function* next(const char* name) {
+    return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
+}
 
 bool refused(int error) {
     if (error != 0) {
@@ -27,12 +43,30 @@ void refuseWatches(int error) {
     g_watchError = error;
 }
 
-void interruptWaits(int count) {
-    g_interruptions = count;
+void failWaits(int error, int count) {
+    g_waitError = error;
+    g_failedWaits = count;
 }
 
-int interruptionsLeft() {
-    return g_interruptions;
+int failuresLeft() {
+    return g_failedWaits;
+}
+
+void failReads(int error, int count) {
+    g_readError = error;
+    g_failedReads = count;
+}
+
+void failLinks(int error) {
+    g_linkError = error;
+}
+
+void failCounts(int error) {
+    g_countError = error;
+}
+
+void refuseForkHandlers(int error) {
+    g_forkError = error;
 }
 
 void refuseInotify(int error) {
@@ -59,10 +93,45 @@ extern "C" [[gnu::visibility("default")]] int eventfd(unsigned count, int flags)
 }
 
 extern "C" [[gnu::visibility("default")]] int poll(pollfd* descriptors, nfds_t count, int timeout) {
-    if (g_interruptions > 0) {
-        --g_interruptions;
-        errno = EINTR;
+    if (g_failedWaits > 0) {
+        --g_failedWaits;
+        errno = g_waitError;
         return -1;
     }
     return static_cast<int>(::syscall(SYS_poll, descriptors, count, timeout));
+}
+
+extern "C" [[gnu::visibility("default")]] ssize_t read(int descriptor, void* bytes,
+                                                       std::size_t size) {
+    if (g_failedReads > 0) {
+        --g_failedReads;
+        errno = g_readError;
+        return -1;
+    }
+    return ::syscall(SYS_read, descriptor, bytes, size);
+}
+
+extern "C" [[gnu::visibility("default")]] ssize_t readlink(const char* path, char* bytes,
+                                                           std::size_t size) noexcept {
+    return refused(g_linkError) ? -1 : ::syscall(SYS_readlinkat, AT_FDCWD, path, bytes, size);
+}
+
+extern "C" [[gnu::visibility("default")]] int ioctl(int descriptor, unsigned long request,
+                                                    ...) noexcept {
+    va_list rest;
+    va_start(rest, request);
+    void* const argument = va_arg(rest, void*);
+    va_end(rest);
+    return refused(g_countError)
+               ? -1
+               : static_cast<int>(::syscall(SYS_ioctl, descriptor, request, argument));
+}
+
+// What pthread_atfork comes to.
+extern "C" [[gnu::visibility("default")]] int __register_atfork(void (*prepare)(), void (*parent)(),
+                                                                void (*child)(), void* library) {
+    const int error = g_forkError;
+    return error != 0 ? error
+                      : next<int(void (*)(), void (*)(), void (*)(), void*)>("__register_atfork")(
+                            prepare, parent, child, library);
 }

@@ -10,7 +10,16 @@ void refuseWatches(int error);
 void refuseInotify(int error);
 void refuseEventfd(int error);
 
-/// The next waits for something to happen end at once, as if by a signal.
-void interruptWaits(int count);
+/// The next waits for something to happen fail at once with that error number; EINTR: as if a
+/// signal had come.
+void failWaits(int error, int count);
 /// How many of them have not come yet.
-int interruptionsLeft();
+int failuresLeft();
+
+/// The next reads of any descriptor fail with that error number.
+void failReads(int error, int count);
+/// From now on nobody learns where a link leads to, or how much there is to be read; 0 lets them.
+void failLinks(int error);
+void failCounts(int error);
+/// The same for registering what is to be done at forks.
+void refuseForkHandlers(int error);
