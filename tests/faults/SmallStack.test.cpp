@@ -25,7 +25,7 @@ namespace {
 
 #ifdef SANITIZED
 // A sanitizer has frames and thread-local data of its own; what is seen then is the memory.
-constexpr std::size_t kStack = std::size_t{512} * 1024;
+constexpr std::size_t kStack = std::size_t{2048} * 1024;
 #else
 constexpr std::size_t kStack = std::size_t{64} * 1024;
 #endif
