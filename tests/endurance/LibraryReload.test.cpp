@@ -9,7 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <dlfcn.h>
 #include <filesystem>
 #include <malloc.h>
@@ -58,19 +57,6 @@ private:
 
     void* m_handle;
 };
-
-/// Beside what the event library's thread holds for a moment while it reads a file.
-Resources resourcesAtRest() {
-    constexpr int kLooks = 200;
-    Resources least = resources();
-    for (int look = 0; look < kLooks; ++look) {
-        const Resources now = resources();
-        least.threads = std::min(least.threads, now.threads);
-        least.descriptors = std::min(least.descriptors, now.descriptors);
-        least.watches = std::min(least.watches, now.watches);
-    }
-    return least;
-}
 
 class LibraryReload : public testing::Test {
 protected:

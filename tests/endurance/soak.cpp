@@ -139,7 +139,7 @@ public:
             sample.heap = ::mallinfo2().uordblks;
             sample.resident = residentKilobytes();
             SysConfReader::Instance();
-            sample.resources = resources();
+            sample.resources = resourcesAtRest();
         });
         return sample;
     }

@@ -1,5 +1,6 @@
 #include "Resources.h"
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <ostream>
@@ -26,6 +27,18 @@ Resources resources() {
         }
     }
     return found;
+}
+
+Resources resourcesAtRest() {
+    constexpr int kLooks = 100;
+    Resources least = resources();
+    for (int look = 0; look < kLooks; ++look) {
+        const Resources now = resources();
+        least.threads = std::min(least.threads, now.threads);
+        least.descriptors = std::min(least.descriptors, now.descriptors);
+        least.watches = std::min(least.watches, now.watches);
+    }
+    return least;
 }
 
 void PrintTo(const Resources& resources, std::ostream* stream) {

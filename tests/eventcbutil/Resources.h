@@ -16,6 +16,8 @@ struct Resources {
     bool operator==(const Resources&) const = default;
 };
 Resources resources();
+/// Beside what the event library's thread holds for a moment while it reads a file.
+Resources resourcesAtRest();
 void PrintTo(const Resources& resources, std::ostream* stream);
 
 /// Returns when no thread of the event service is left. Joining a thread is not enough for that:
