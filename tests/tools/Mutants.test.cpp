@@ -31,6 +31,8 @@ namespace fs = std::filesystem;
 // the test prints, rounded down.
 constexpr double kReported = 0.98;
 constexpr double kPlaced = 0.98;
+// Every mutant has these figures; some of them may be off a little.
+constexpr double kSpread = SYSCONF_MUTANT_STEP == 1 ? 0 : 0.03;
 
 /// One mistake: the text that it makes of a file, and the offsets where one would look for it.
 struct Mutant {
@@ -341,8 +343,8 @@ TEST(Mutants, OfEverySample_AreReportedWhereTheyAreIfTheyChangeAnAnswer) {
               << figures.placed << " at the right line and column (" << placed * 100 << " %)\n";
     EXPECT_GE(figures.mutants, 4000 / SYSCONF_MUTANT_STEP);
     EXPECT_GE(figures.changing, figures.mutants / 4);
-    EXPECT_GE(reported, kReported);
-    EXPECT_GE(placed, kPlaced);
+    EXPECT_GE(reported, kReported - kSpread);
+    EXPECT_GE(placed, kPlaced - kSpread);
     EXPECT_EQ(figures.unfounded, 0);
 }
 
