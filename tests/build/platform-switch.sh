@@ -14,7 +14,6 @@ trap 'rm -rf "$work"' EXIT
 configure() {
   "$cmake" -S "$source" -B "$work/build" -G Ninja -DSYSCONFREADER_PLATFORM=system \
     -DSYSCONFREADER_BUILD_TESTS=OFF -DSYSCONFREADER_BUILD_BENCHMARKS=OFF \
-    -DSYSCONFREADER_SANITIZE="${SANITIZE:-}" \
     -DCMAKE_CXX_COMPILER="$CXX" -DCMAKE_CXX_COMPILER_LAUNCHER="${LAUNCHER:-}" "$@"
 }
 

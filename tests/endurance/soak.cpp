@@ -10,6 +10,7 @@
 #include "SysConfReaderImpl.h"
 #include "SysConfReader_i.h"
 #include "eventcbutil/Resources.h"
+#include "support/Sanitizers.h"
 #include "support/TestDirectory.h"
 
 #include <algorithm>
@@ -40,14 +41,8 @@ using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReader_i;
 using Quarncommon::SysConfReaderImpl;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef SANITIZED
 constexpr bool kHeapIsOurs = false;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-constexpr bool kHeapIsOurs = false;
-#else
-constexpr bool kHeapIsOurs = true;
-#endif
 #else
 constexpr bool kHeapIsOurs = true;
 #endif

@@ -4,6 +4,7 @@
 #include "support/Deployment.h"
 #include "support/EventLibrary.h"
 #include "support/HostAddresses.h"
+#include "support/Sanitizers.h"
 
 #include <gtest/gtest.h>
 
@@ -12,14 +13,6 @@
 #include <pthread.h>
 #include <sys/mman.h>
 #include <unistd.h>
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define SANITIZED 1
-#endif
-#endif
 
 namespace {
 

@@ -1,16 +1,10 @@
 #include "support/AllocationFaults.h"
 
+#include "support/Sanitizers.h"
+
 #include <cerrno>
 #include <cstdlib>
 #include <new>
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define SANITIZED 1
-#endif
-#endif
 
 namespace {
 

@@ -3,6 +3,7 @@
 #include "Sysconfctl.h"
 
 #include "support/Deployment.h"
+#include "support/Sanitizers.h"
 #include "support/TestDirectory.h"
 
 #include <gmock/gmock.h>
@@ -321,14 +322,6 @@ TEST(Check, Output_IsNoWiderThanTheTerminalAndEscaped) {
 }
 
 // The thread sanitizer writes a file of its own.
-#if defined(__SANITIZE_THREAD__)
-#define THREAD_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-#define THREAD_SANITIZED 1
-#endif
-#endif
-
 #ifndef THREAD_SANITIZED
 TEST(Check, Run_WritesNothingButItsOutput) {
     support::Deployment deployment;

@@ -99,12 +99,18 @@ const Member* Document::findMember(const Path& path) const {
 Place Document::place(std::size_t offset) const {
     const auto next = std::upper_bound(m_lineStarts.begin(), m_lineStarts.end(), offset);
     const std::size_t start = *(next - 1);
-    const auto begin = m_text.begin() + static_cast<std::ptrdiff_t>(start);
-    const auto end = m_text.begin() + static_cast<std::ptrdiff_t>(std::min(offset, m_text.size()));
+    const std::size_t end = std::min(offset, m_text.size());
+    if (m_countedTo < start || m_countedTo > end) {
+        m_countedTo = start;
+        m_characters = 0;
+    }
+    const std::string_view uncounted(m_text.data() + m_countedTo, end - m_countedTo);
     const auto continues = [](char c) { return (static_cast<unsigned char>(c) & 0xc0U) == 0x80U; };
-    const auto characters = (end - begin) - std::count_if(begin, end, continues);
-    return {static_cast<std::size_t>(next - m_lineStarts.begin()),
-            static_cast<std::size_t>(characters) + 1};
+    m_characters +=
+        uncounted.size() -
+        static_cast<std::size_t>(std::count_if(uncounted.begin(), uncounted.end(), continues));
+    m_countedTo = end;
+    return {static_cast<std::size_t>(next - m_lineStarts.begin()), m_characters + 1};
 }
 
 std::string_view Document::line(std::size_t number) const {

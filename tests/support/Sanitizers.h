@@ -1,0 +1,19 @@
+#pragma once
+
+/// Which sanitizer a test is built with, for what a sanitizer's own frames, files and memory do not
+/// let be tried. g++ defines macros, clang++ answers questions.
+#if defined(__SANITIZE_ADDRESS__)
+#define ADDRESS_SANITIZED 1
+#elif defined(__SANITIZE_THREAD__)
+#define THREAD_SANITIZED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define ADDRESS_SANITIZED 1
+#elif __has_feature(thread_sanitizer)
+#define THREAD_SANITIZED 1
+#endif
+#endif
+
+#if defined(ADDRESS_SANITIZED) || defined(THREAD_SANITIZED)
+#define SANITIZED 1
+#endif
