@@ -2,6 +2,7 @@
 
 #include "WatchFaults.h"
 #include "support/Deployment.h"
+#include "support/Sanitizers.h"
 #include "support/TestDirectory.h"
 
 #include <gtest/gtest.h>
@@ -57,6 +58,7 @@ TEST_F(FileContentsOf, FolderOfTheFileMissing_IsMissingToo) {
     EXPECT_TRUE(FileContents(file).equals(FileContents(file)));
 }
 
+#ifndef SANITIZED
 TEST_F(FileContentsOf, FileThatCannotBeRead_EqualsNothing) {
     support::writeFile(m_one, "text");
     failReads(EIO, 1);
@@ -72,6 +74,7 @@ TEST_F(FileContentsOf, InterruptedReads_AreRepeated) {
     failReads(EINTR, 3);
     EXPECT_TRUE(before.equals(now()));
 }
+#endif
 
 TEST_F(FileContentsOf, LargestComparableFile_EqualsItself) {
     support::writeFile(m_one, std::string(FileContents::kMostBytes, 'x'));

@@ -2,6 +2,7 @@
 
 #include "WatchFaults.h"
 #include "support/Deployment.h"
+#include "support/Sanitizers.h"
 #include "support/TestDirectory.h"
 
 #include <gtest/gtest.h>
@@ -41,6 +42,7 @@ TEST_F(FileWatchOf, NothingHappens_NoChange) {
     EXPECT_TRUE(watch.complete());
 }
 
+#ifndef SANITIZED
 TEST_F(FileWatchOf, NoticesCannotBeReadForAMoment_AreToldLater) {
     FileWatch watch({m_file.string()});
     writeInPlace(m_file, "other");
@@ -52,6 +54,7 @@ TEST_F(FileWatchOf, NoticesCannotBeReadForAMoment_AreToldLater) {
     failReads(EINTR, 2);
     EXPECT_TRUE(watch.changed());
 }
+#endif
 
 TEST_F(FileWatchOf, FolderGoneWhenItIsWatched_CountsAsAbsent) {
     for (const int error : {ENOENT, ENOTDIR, ELOOP, ENAMETOOLONG}) {
@@ -61,6 +64,7 @@ TEST_F(FileWatchOf, FolderGoneWhenItIsWatched_CountsAsAbsent) {
     refuseWatches(0);
 }
 
+#ifndef SANITIZED
 TEST_F(FileWatchOf, LinkGoneWhenItIsFollowed_CountsAsAbsentUntilItIsBack) {
     const fs::path link = m_folder / "link";
     const fs::path place = support::testDirectory() / "elsewhere" / "file";
@@ -77,6 +81,7 @@ TEST_F(FileWatchOf, LinkGoneWhenItIsFollowed_CountsAsAbsentUntilItIsBack) {
     writeInPlace(place, "seen");
     EXPECT_TRUE(watch.changed());
 }
+#endif
 
 TEST_F(FileWatchOf, ReadingTheFile_NoChange) {
     FileWatch watch({m_file.string()});

@@ -5,6 +5,7 @@
 #include "Resources.h"
 #include "WatchFaults.h"
 #include "support/Deployment.h"
+#include "support/Sanitizers.h"
 #include "support/TestDirectory.h"
 #include "support/Threads.h"
 
@@ -131,6 +132,7 @@ TEST_F(EventService, NoThreadToBeHad_RefusedAndPossibleLater) {
     endService();
 }
 
+#ifndef SANITIZED
 TEST_F(EventService, NoForkHandlersToBeHad_RefusedAndPossibleLater) {
     refuseForkHandlers(ENOMEM);
     EXPECT_LT(m_recorder.subscribe(), 0);
@@ -141,6 +143,7 @@ TEST_F(EventService, NoForkHandlersToBeHad_RefusedAndPossibleLater) {
     m_recorder.waitForText("after");
     endService();
 }
+#endif
 
 TEST_F(EventService, WaitsThatFail_AreTriedAgain) {
     ASSERT_EQ(m_recorder.subscribe(), 0);

@@ -1,5 +1,7 @@
 #include "WatchFaults.h"
 
+#include "support/Sanitizers.h"
+
 #include <atomic>
 #include <cerrno>
 #include <cstdarg>
@@ -24,11 +26,6 @@ std::atomic<int> g_failedReads{0};
 std::atomic<int> g_linkError{0};
 std::atomic<int> g_countError{0};
 std::atomic<int> g_forkError{0};
-
-template <typename Function>
-Function* next(const char* name) {
-    return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
-}
 
 bool refused(int error) {
     if (error != 0) {
@@ -101,6 +98,9 @@ extern "C" [[gnu::visibility("default")]] int poll(pollfd* descriptors, nfds_t c
     return static_cast<int>(::syscall(SYS_poll, descriptors, count, timeout));
 }
 
+// Sanitizers call these themselves before they are ready for what is instrumented.
+#ifndef SANITIZED
+
 extern "C" [[gnu::visibility("default")]] ssize_t read(int descriptor, void* bytes,
                                                        std::size_t size) {
     if (g_failedReads > 0) {
@@ -130,8 +130,12 @@ extern "C" [[gnu::visibility("default")]] int ioctl(int descriptor, unsigned lon
 // What pthread_atfork comes to.
 extern "C" [[gnu::visibility("default")]] int __register_atfork(void (*prepare)(), void (*parent)(),
                                                                 void (*child)(), void* library) {
-    const int error = g_forkError;
-    return error != 0 ? error
-                      : next<int(void (*)(), void (*)(), void (*)(), void*)>("__register_atfork")(
-                            prepare, parent, child, library);
+    if (const int error = g_forkError) {
+        return error;
+    }
+    auto* const real =
+        reinterpret_cast<decltype(&__register_atfork)>(::dlsym(RTLD_NEXT, "__register_atfork"));
+    return real(prepare, parent, child, library);
 }
+
+#endif

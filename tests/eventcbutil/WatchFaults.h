@@ -16,6 +16,8 @@ void failWaits(int error, int count);
 /// How many of them have not come yet.
 int failuresLeft();
 
+// What follows is there without sanitizers only.
+
 /// The next reads of any descriptor fail with that error number.
 void failReads(int error, int count);
 /// From now on nobody learns where a link leads to, or how much there is to be read; 0 lets them.
