@@ -3,7 +3,6 @@
 #include <sysconfreader/Guards.h>
 
 #include <algorithm>
-#include <ranges>
 #include <utility>
 
 namespace sysconfctl {
@@ -56,18 +55,17 @@ Json::Value alone(const Json::Value& entry) {
 /// another one's place, is thrown over by a rule that comes by, and a rule that has come to its end
 /// never goes on.
 std::size_t countOfLookedAt(const NamedEntries& list, const EntriesRule& rule) {
-    const auto comesBy = [&](std::size_t number) {
+    const auto comesBy = [&](const NamedEntries::value_type& one) {
         Json::Value entries(Json::arrayValue);
-        for (std::size_t i = 0; i < number; ++i) {
+        for (std::size_t i = 0; &list[i] != &one; ++i) {
             entries.append(marked(list[i].second, i));
         }
         entries.append(Json::Value("no entry"));
         Slots ignored;
         return !completes([&] { rule(entries, ignored); });
     };
-    const auto numbers = std::views::iota(std::size_t{0}, list.size());
-    return static_cast<std::size_t>(std::ranges::partition_point(numbers, comesBy) -
-                                    numbers.begin());
+    const auto end = std::partition_point(list.begin(), list.end(), comesBy);
+    return static_cast<std::size_t>(end - list.begin());
 }
 
 Fate fateWithoutSlot(const Json::Value& entry) {
