@@ -3,7 +3,9 @@
 #include "generator/Deployment.h"
 
 #include <cstdlib>
+#include <fstream>
 #include <stdexcept>
+#include <string>
 
 namespace bench {
 
@@ -28,6 +30,16 @@ HiddenVariable::HiddenVariable(const char* name) : m_name(name), m_value(std::ge
 
 HiddenVariable::~HiddenVariable() {
     ::setenv(m_name, m_value.c_str(), 1);
+}
+
+long peakMemory() {
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.starts_with("VmHWM:")) {
+            return std::stol(line.substr(6)) * 1024;
+        }
+    }
+    throw std::runtime_error("the kernel tells no VmHWM");
 }
 
 } // namespace bench

@@ -22,4 +22,7 @@ private:
     std::string m_value;
 };
 
+/// The most memory that this process has had so far, in bytes.
+long peakMemory();
+
 } // namespace bench

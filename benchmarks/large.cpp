@@ -15,7 +15,6 @@
 #include <exception>
 #include <filesystem>
 #include <fstream>
-#include <stdexcept>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -25,17 +24,6 @@ namespace {
 using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReaderImpl;
 namespace fs = std::filesystem;
-
-/// The most memory that this process has had so far, in bytes.
-long peakMemory() {
-    std::ifstream status("/proc/self/status");
-    for (std::string line; std::getline(status, line);) {
-        if (line.starts_with("VmHWM:")) {
-            return std::stol(line.substr(6)) * 1024;
-        }
-    }
-    throw std::runtime_error("the kernel tells no VmHWM");
-}
 
 /// Processor time of this process so far, in seconds: what a call takes, whatever else is running.
 double processorTime() {
@@ -87,12 +75,12 @@ void measure(const char* file, const Call& call, const fs::path& directory) {
         const bench::HiddenVariable manager("TOLM_ROOT");
         SysConfReader::Instance();
     }
-    const long base = peakMemory();
+    const long base = bench::peakMemory();
     const double start = processorTime();
     call.run();
     const double took = processorTime() - start;
     std::printf("{\"file\": \"%s\", \"call\": \"%s\", \"seconds\": %.2f, \"mebibytes\": %ld}\n",
-                file, call.name, took, (peakMemory() - base) >> 20);
+                file, call.name, took, (bench::peakMemory() - base) >> 20);
     std::fflush(stdout);
     std::_Exit(EXIT_SUCCESS);
 }

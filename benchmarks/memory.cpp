@@ -13,23 +13,11 @@
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
-#include <fstream>
 #include <malloc.h>
 #include <stdexcept>
 #include <string>
 
 namespace {
-
-/// The most memory that this process has had so far, in bytes.
-long peakMemory() {
-    std::ifstream status("/proc/self/status");
-    for (std::string line; std::getline(status, line);) {
-        if (line.starts_with("VmHWM:")) {
-            return std::stol(line.substr(6)) * 1024;
-        }
-    }
-    throw std::runtime_error("the kernel tells no VmHWM");
-}
 
 /// The memory that the heap has handed out and not got back.
 long heapInUse() {
@@ -46,9 +34,9 @@ void measure(const char* variant, const std::filesystem::path& directory) {
         reader = Reader::Instance();
     }
     const long heap = heapInUse();
-    const long base = peakMemory();
+    const long base = bench::peakMemory();
     const std::string address = reader->getLocalServiceIP();
-    const long peak = peakMemory();
+    const long peak = bench::peakMemory();
     if (address != "127.0.0.1") {
         throw std::runtime_error("wrong answer: " + address);
     }
