@@ -8,7 +8,7 @@ build_packages=(g++ cmake ninja-build pkg-config libjsoncpp-dev libace-dev rapid
 # shellcheck disable=SC2034
 test_packages=(clang libclang-rt-dev libgtest-dev libgmock-dev
   libbenchmark-dev nlohmann-json3-dev locales graphviz strace python3 python3-jsonschema
-  zsh fish mandoc groff-base)
+  zsh fish mandoc groff-base doxygen)
 
 # Should there be a compiler cache, what was built in one checkout serves another.
 export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=pch_defines,time_macros
