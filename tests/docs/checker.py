@@ -10,7 +10,8 @@ cmake     a whole project, with the program that comes before it on the page as 
           configured and built, and what it builds is build/ for the commands that follow.
 console   (or no language) lines "$ COMMAND" are run, and what stands below one is what it prints. A
           line "..." stands for any lines, and CHECKOUT for the folder that they run in: one for each
-          page, with a copy of the samples, the other folders of the tree, and "save"d blocks.
+          page, with a copy of the samples, the other folders of the tree, and "save"d blocks. What
+          "cd" and "export" have done lasts to the end of the page.
 ini       is an env file, which has to be saved.
 sh        lines of commands that are not run; see Commands.
 json      is parsed.
@@ -58,6 +59,7 @@ PREAMBLE = """
 #include <SysConfReaderImpl.h>
 #include <SysConfReader_i.h>
 #include <iostream>
+#include <list>
 #include <map>
 #include <set>
 #include <string>
@@ -101,9 +103,9 @@ class Tree:
                 [self.build / "tools/sysconfctl/sysconfctl", *command, "--help"],
                 capture_output=True,
                 text=True,
-                check=False,
+                check=True,
             )
-            self._cache[key] = run.stdout if run.returncode == 0 else None
+            self._cache[key] = run.stdout
         return self._cache[key]
 
 
@@ -145,9 +147,9 @@ class Commands:
 
     def sysconfctl(self, arguments):
         command = tuple(arguments[:1]) if arguments and arguments[0][0] != "-" else ()
+        if command and not re.search(rf"(?m)^ +{command[0]}\b", self.tree.sysconfctl_help(())):
+            raise Wrong(f"sysconfctl has no command {command[0]}")
         text = self.tree.sysconfctl_help(command)
-        if text is None:
-            raise Wrong(f"sysconfctl has no command {arguments[0]}")
         for option in arguments:
             if re.match(r"--?[a-z]", option) and not re.search(
                 rf"(^|[\s,]){re.escape(option.split('=')[0])}\b", text
@@ -183,6 +185,7 @@ class Blocks:
         self.folder = None
         self.program = None
         self.fragments = []
+        self.session = []
         self.counted = 0
 
     def rule(self, language):
@@ -267,7 +270,8 @@ class Blocks:
         """What each command prints, one after the other in one shell."""
         build = self.tree.build
         mark = "----8<----"
-        script = "".join(f"echo '{mark}'\n{command}\n" for command in commands)
+        script = "".join(f"{command}\n" for command in self.session)
+        script += "".join(f"echo '{mark}'\n{command}\n" for command in commands)
         environment = {
             "PATH": f"{build}/tools/sysconfctl:{build}/examples/where-am-i:"
             f"{build}/examples/database-entry:{os.environ['PATH']}",
@@ -306,6 +310,7 @@ class Blocks:
         printed = self.run(commands)
         if len(printed) != len(commands):
             raise Wrong(f"the shell ended before {commands[len(printed)]}")
+        self.session += [command for command in commands if re.match("(cd|export) ", command)]
         for command, wanted, text in zip(commands, expected, printed):
             self.compare(command, wanted, text)
 

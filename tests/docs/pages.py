@@ -88,9 +88,9 @@ class _Reader:
             end += 1
         if end == len(self.lines):
             self.page.complaints.append((index + 1, "a block that does not end"))
-        text = [line[len(indent) :] for line in self.lines[index + 1 : end]]
+        text = [row[len(indent) :] for row in self.lines[index + 1 : end]]
         self.page.blocks.append(
-            Block(index + 2, language, "\n".join(text) + "\n", self.take_directive())
+            Block(index + 2, language, "".join(f"{row}\n" for row in text), self.take_directive())
         )
         return end + 1
 
