@@ -514,6 +514,39 @@ def check_reachable(first, all_pages):
     return [f"{page.path}: no link leads here" for path, page in by_path.items() if path not in seen]
 
 
+def check_complete(source):
+    """Operations that no page of answers tells, and keys of the files that no page tells."""
+    source = pathlib.Path(source)
+    keys_page = (source / "docs/configuration-files.md").read_text(encoding="utf-8")
+    answers = (source / "docs/answers.md").read_text(encoding="utf-8") + keys_page
+    complaints = []
+    operations = set()
+    for header in "SysConfReader.h", "SysConfReader_i.h":
+        text = (source / "include" / header).read_text(encoding="utf-8")
+        public = text[text.index("public:") : text.index("private:")]
+        operations |= set(re.findall(r"^    [\w:<>, ]+ (\w+)\(", public, re.MULTILINE))
+    for operation in sorted(operations - {"init_i"}):
+        if not re.search(rf"\b{operation}\b", answers):
+            complaints.append(f"answers.md: {operation} is not told")
+
+    def members(schema):
+        for name, member in schema.get("properties", {}).items():
+            yield name
+            yield from members(member)
+        for key in {"items", "additionalProperties"} & schema.keys():
+            yield from members(schema[key])
+        for definition in schema.get("definitions", {}).values():
+            yield from members(definition)
+
+    for path in sorted(source.glob("schema/*.json")):
+        for name in members(json.loads(path.read_text(encoding="utf-8"))):
+            if not re.search(rf"`[^`]*\b{name}\b[^`]*`", keys_page):
+                complaints.append(f"configuration-files.md: {name} of {path.name} is not told")
+    if len(operations) < 30:
+        complaints.append(f"only {len(operations)} operations were found in the headers")
+    return complaints
+
+
 def read_pages(source):
     source = pathlib.Path(source)
     found = [

@@ -36,6 +36,7 @@ def main():
     all_pages = checker.read_pages(source)
     anchors = {page.path.resolve(): page.anchors for page in all_pages}
     complaints = checker.check_reachable(source / "README.md", all_pages)
+    complaints += checker.check_complete(source)
     for page in all_pages:
         complaints += checker.check_links(tree, page, lambda path: anchors.get(path, set()))
         with tempfile.TemporaryDirectory() as work:

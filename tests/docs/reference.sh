@@ -26,6 +26,11 @@ operations() {
     grep -oE '[A-Za-z_]+\($' | tr -d '(' | sort -u
 }
 
+# A page without its overprinted bold and underlined letters, paragraphs on one line.
+plain_text() {
+  mandoc -Tutf8 -Owidth=1000 "$1" | sed 's/.\x08//g'
+}
+
 # Succeeds if a line of the input declares the operation and the next one, further to the right, tells
 # something of it.
 declared_and_told() {
@@ -40,7 +45,7 @@ for class in SysConfReader SysConfReaderImpl SysConfReader_i; do
   page=$output/man3/$class.3
   mandoc -Tlint -Werror "$page" || complain "mandoc: $page"
   [[ -z $(groff -man -Tutf8 -wmac -z "$page" 2>&1) ]] || complain "groff: $page"
-  text=$(mandoc -Tutf8 -Owidth=1000 "$page" | col -bx)
+  text=$(plain_text "$page")
   grep -qE "^ +$class - [A-Z]" <<<"$text" || complain "$page: no summary"
   told=0
   while read -r operation; do
@@ -51,7 +56,7 @@ for class in SysConfReader SysConfReaderImpl SysConfReader_i; do
 done
 page=$output/man3/SysConfReaderEvent.3
 mandoc -Tlint -Werror "$page" || complain "mandoc: $page"
-text=$(mandoc -Tutf8 -Owidth=1000 "$page" | col -bx)
+text=$(plain_text "$page")
 for name in EventProcessCallback EventConsumerCallback EventConsumerCBInitFunction \
   EventConsumerCBFiniFunction SysConfReaderEventProcessCB; do
   grep -qw "$name" <<<"$text" || complain "$page: $name is not told"
