@@ -9,9 +9,9 @@ cpp       a whole program (it has a main) is compiled and linked with the librar
 cmake     a whole project, with the program that comes before it on the page as its main.cpp: it is
           configured and built, and what it builds is build/ for the commands that follow.
 console   (or no language) lines "$ COMMAND" are run, and what stands below one is what it prints. A
-          line "..." stands for any lines, and CHECKOUT for the folder that they run in: one for each
-          page, with a copy of the samples, the other folders of the tree, and "save"d blocks. What
-          "cd" and "export" have done lasts to the end of the page.
+          line "..." stands for any lines, and CHECKOUT for the folder that they run in: one for
+          each page, with a copy of the samples, the other folders of the tree, and "save"d blocks.
+          What "cd" and "export" have done lasts to the end of the page.
 ini       is an env file, which has to be saved.
 sh        lines of commands that are not run; see Commands.
 json      is parsed.
@@ -49,8 +49,8 @@ MERMAID = {
     "stateDiagram-v2",
     "block-beta",
 }
-# How pages show the folder that commands run in, which is called FOLDER and as many random characters
-# as make its name as long: tables are broken according to the length of what they show.
+# How pages show the folder that commands run in, which is called FOLDER and as many random
+# characters as make its name as long: tables are broken according to what they show.
 CHECKOUT = "/srv/sysconfreader"
 FOLDER = "/tmp/docs-"
 PREAMBLE = """
@@ -113,9 +113,19 @@ class Commands:
     """Commands that are told and not run: what they call is there, and knows the options."""
 
     # Of no concern here: other people's tools, and the shell's own words.
-    FOREIGN = {"grep", "man", "sysctl", "ctest", "source", "cp", "cd", "export", "echo", "mkfifo", "tr"} | {
-        "where-am-i"
-    }
+    FOREIGN = {
+        "grep",
+        "man",
+        "sysctl",
+        "ctest",
+        "source",
+        "cp",
+        "cd",
+        "export",
+        "echo",
+        "mkfifo",
+        "tr",
+    } | {"where-am-i"}
 
     def __init__(self, tree):
         self.tree = tree
@@ -465,8 +475,8 @@ set_target_properties(sysconfreader::sysconfreader PROPERTIES
 
 # A path of the tree, as prose tells it: below one of its folders, without wildcards.
 PATH = re.compile(
-    r"(?:src|include|docs|scripts|tests|platform|tools|samples|schema|fuzz|benchmarks|examples|cmake)"
-    r"/[\w./+-]*"
+    r"(?:src|include|docs|scripts|tests|platform|tools|samples|schema|fuzz|benchmarks|examples"
+    r"|cmake)/[\w./+-]*"
 )
 
 
@@ -511,7 +521,9 @@ def check_reachable(first, all_pages):
         for _, target in by_path[path].links:
             leads_to = (path.parent / target.partition("#")[0]).resolve()
             waiting.append(leads_to / "README.md" if leads_to.is_dir() else leads_to)
-    return [f"{page.path}: no link leads here" for path, page in by_path.items() if path not in seen]
+    return [
+        f"{page.path}: no link leads here" for path, page in by_path.items() if path not in seen
+    ]
 
 
 def check_complete(source):

@@ -81,11 +81,15 @@ class CheckerTest(unittest.TestCase):
 
     def test_a_file_or_a_test_that_is_another(self):
         self.assert_wrong(fenced("json", "{}\n", "file CMakePresets.json"), "has another text")
-        self.assert_wrong(fenced("cpp", "int main(\n", "elsewhere Other.Test"), "no test Other.Test")
+        self.assert_wrong(
+            fenced("cpp", "int main(\n", "elsewhere Other.Test"), "no test Other.Test"
+        )
         self.assert_right(fenced("cpp", "int main(\n", "elsewhere Some.Test"))
 
     def test_links_that_lead_nowhere(self):
-        self.assert_right("[a](CMakeLists.txt) [b](#there-is) [c](https://example.org/x) `scripts/test`\n")
+        self.assert_right(
+            "[a](CMakeLists.txt) [b](#there-is) [c](https://example.org/x) `scripts/test`\n"
+        )
         self.assert_wrong("Text\nwith [a\nlink](missing.md)\n", "no missing.md", line=2)
         self.assert_wrong("[a](page.md#gone)\n", "no heading for #gone")
         self.assert_wrong("[a](#gone)\n", "no heading for #gone")
@@ -99,22 +103,30 @@ class CheckerTest(unittest.TestCase):
     def test_headings_have_the_anchors_that_links_use(self):
         path = self.root / "page.md"
         path.write_text("# Two Words, `code`\n\n## A [link](page.md)\n\n## A link\n")
-        self.assertEqual(
-            pages.read(path).anchors, {"two-words-code", "a-link", "a-link-1"}
-        )
+        self.assertEqual(pages.read(path).anchors, {"two-words-code", "a-link", "a-link-1"})
 
     def test_a_page_that_no_link_leads_to(self):
-        for name, text in {"README.md": "[a](a.md)\n", "a.md": "A\n", "lost.md": "[a](a.md)\n"}.items():
+        for name, text in {
+            "README.md": "[a](a.md)\n",
+            "a.md": "A\n",
+            "lost.md": "[a](a.md)\n",
+        }.items():
             (self.root / name).write_text(text)
         all_pages = [pages.read(path) for path in sorted(self.root.glob("*.md"))]
         found = checker.check_reachable(self.root / "README.md", all_pages)
-        self.assertEqual([complaint.split("/")[-1] for complaint in found], ["lost.md: no link leads here"])
+        self.assertEqual(
+            [complaint.split("/")[-1] for complaint in found], ["lost.md: no link leads here"]
+        )
 
     # Commands
 
     def test_commands_that_print_something_else(self):
-        self.assert_right(fenced("console", "$ echo a; pwd\na\n/srv/sysconfreader\n$ true\n$ echo b\nb\n"))
-        self.assert_wrong(fenced("console", "$ true\n$ echo a\nb\n"), "echo a\nprints\na\nand not\nb")
+        self.assert_right(
+            fenced("console", "$ echo a; pwd\na\n/srv/sysconfreader\n$ true\n$ echo b\nb\n")
+        )
+        self.assert_wrong(
+            fenced("console", "$ true\n$ echo a\nb\n"), "echo a\nprints\na\nand not\nb"
+        )
         self.assert_wrong(fenced("", "$ echo a\n"), "prints\na\nand not")
         self.assert_wrong(fenced("console", "$ true\na\n"), "prints\nand not\na")
         self.assert_wrong(fenced("console", "$ nothing-of-that-name\n"), "command not found")
@@ -127,7 +139,9 @@ class CheckerTest(unittest.TestCase):
 
     def test_a_session_that_goes_on(self):
         self.assert_right(
-            fenced("console", "$ cd samples\n$ export A=1\n") + "\n" + fenced("console", "$ ls README.md; echo $A\nREADME.md\n1\n")
+            fenced("console", "$ cd samples\n$ export A=1\n")
+            + "\n"
+            + fenced("console", "$ ls README.md; echo $A\nREADME.md\n1\n")
         )
 
     def test_blocks_without_commands(self):
@@ -174,7 +188,9 @@ class CheckerTest(unittest.TestCase):
         self.assert_wrong(fenced("json", "{,}\n"), "no JSON")
         self.assert_right(fenced("json", '{"nodeList": {}}\n', "schema node-list"))
         self.assert_right(fenced("json", '{"nodeList": {}}\n', "schema manager-node-list"))
-        self.assert_wrong(fenced("json", '{"nodeList": []}\n', "schema node-list"), "not by node-list")
+        self.assert_wrong(
+            fenced("json", '{"nodeList": []}\n', "schema node-list"), "not by node-list"
+        )
         self.assert_wrong(
             fenced("json", '{"nodeList": {"a": {"extAttr": 1}}}\n', "schema manager-node-list"),
             "not by manager-node-list",
@@ -211,10 +227,12 @@ class CheckerTest(unittest.TestCase):
 
     def test_programs_that_do_not_compile_or_link(self):
         self.assert_wrong(fenced("cpp", "int main() { return missing; }\n"), "missing")
-        self.assert_wrong(fenced("cpp", "int missing();\nint main() { return missing(); }\n"), "missing")
+        self.assert_wrong(
+            fenced("cpp", "int missing();\nint main() { return missing(); }\n"), "missing"
+        )
 
     def test_projects(self):
-        program = fenced("cpp", "#include <cstdio>\nint main() { std::puts(\"a\"); }\n")
+        program = fenced("cpp", '#include <cstdio>\nint main() { std::puts("a"); }\n')
         project = "project(a LANGUAGES CXX)\nadd_executable(a main.cpp)\n"
         self.assert_right(
             program
@@ -224,7 +242,8 @@ class CheckerTest(unittest.TestCase):
         self.assert_wrong(fenced("cmake", project), "without a program")
         self.assert_wrong(program + fenced("cmake", "add_executable(a main.cpp)\n"), "piece")
         self.assert_wrong(
-            program + fenced("cmake", "cmake_minimum_required(VERSION 3.25)\nproject(a CXX)\nmissing()\n"),
+            program
+            + fenced("cmake", "cmake_minimum_required(VERSION 3.25)\nproject(a CXX)\nmissing()\n"),
             "missing",
         )
 

@@ -1,4 +1,4 @@
-"""Pages of Markdown taken apart: headings, links, blocks of code, and what a test is told of a block.
+"""Pages of Markdown taken apart: headings, links, blocks of code, and what is told of them.
 
 A comment `<!-- test: WORDS -->` before a block tells the test what to do with it, beyond what its
 language says.

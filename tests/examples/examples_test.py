@@ -3,7 +3,7 @@
 
 usage: examples_test.py SOURCE-DIRECTORY BUILD-DIRECTORY
 
-Changes are waited for by reading what the example writes next; ctest ends a test that waits in vain.
+Changes are waited for by reading what the example writes next; ctest ends what waits in vain.
 """
 
 import os
@@ -21,8 +21,12 @@ BUILD = pathlib.Path(sys.argv[2])
 ELSEWHERE = "198.51.100.61"
 HERE = "127.0.0.1"
 
-STANDBY = "tenancy core, answering for node-2 (HOST-B), master at 198.51.100.11, standby at 198.51.100.12"
-STANDING_IN = "tenancy core, answering for node-1 (HOST-A), master at 198.51.100.11, standby at 198.51.100.12"
+STANDBY = (
+    "tenancy core, answering for node-2 (HOST-B), master at 198.51.100.11, standby at 198.51.100.12"
+)
+STANDING_IN = (
+    "tenancy core, answering for node-1 (HOST-A), master at 198.51.100.11, standby at 198.51.100.12"
+)
 
 
 class Pair:
@@ -130,9 +134,7 @@ class ExamplesTest(unittest.TestCase):
     def test_the_minimal_event_library_refuses_where_there_is_no_pipe(self):
         threads = []
         for events in {}, {"NO_EM_CLIENT": "1"}:
-            service = self.service(
-                LD_LIBRARY_PATH=str(BUILD / "examples/event-library"), **events
-            )
+            service = self.service(LD_LIBRARY_PATH=str(BUILD / "examples/event-library"), **events)
             self.assertEqual(self.next_line(service), STANDING_IN)
             threads.append(len(os.listdir(f"/proc/{service.pid}/task")))
             self.end(service, signal.SIGTERM)
