@@ -15,7 +15,8 @@ console   (or no language) lines "$ COMMAND" are run, and what stands below one 
 ini       is an env file, which has to be saved.
 sh        lines of commands that are not run; see Commands.
 json      is parsed.
-mermaid   begins with a kind of diagram that there is, and has lines below it. Nobody draws it.
+mermaid   begins with a kind of diagram that there is, has lines below it, and ends the texts and
+          parts that it begins. Nobody draws it.
 
 What a block may be told, several things with "," between them:
 
@@ -195,7 +196,7 @@ class Blocks:
         self.folder = None
         self.program = None
         self.fragments = []
-        self.session = []
+        self.lasting = []
         self.counted = 0
 
     def rule(self, language):
@@ -280,7 +281,7 @@ class Blocks:
         """What each command prints, one after the other in one shell."""
         build = self.tree.build
         mark = "----8<----"
-        script = "".join(f"{command}\n" for command in self.session)
+        script = "".join(f"{command}\n" for command in self.lasting)
         script += "".join(f"echo '{mark}'\n{command}\n" for command in commands)
         environment = {
             "PATH": f"{build}/tools/sysconfctl:{build}/examples/where-am-i:"
@@ -320,7 +321,7 @@ class Blocks:
         printed = self.run(commands)
         if len(printed) != len(commands):
             raise Wrong(f"the shell ended before {commands[len(printed)]}")
-        self.session += [command for command in commands if re.match("(cd|export) ", command)]
+        self.lasting += [command for command in commands if re.match("(cd|export) ", command)]
         for command, wanted, text in zip(commands, expected, printed):
             self.compare(command, wanted, text)
 
@@ -471,6 +472,13 @@ set_target_properties(sysconfreader::sysconfreader PROPERTIES
             raise Wrong(f"no kind of diagram: {lines[0] if lines else ''}")
         if len(lines) < 2:
             raise Wrong("an empty diagram")
+        for line in lines:
+            if line.count('"') % 2 != 0:
+                raise Wrong(f"a text that does not end: {line}")
+        begun = sum(bool(re.match(r" *(subgraph|alt|opt|loop|par)\b", line)) for line in lines)
+        ended = sum(line.strip() == "end" for line in lines)
+        if begun != ended:
+            raise Wrong(f"{begun} parts begin and {ended} end")
 
 
 # A path of the tree, as prose tells it: below one of its folders, without wildcards.

@@ -137,7 +137,7 @@ class CheckerTest(unittest.TestCase):
         self.assert_wrong(fenced("console", "$ seq 5\n2\n...\n"), "seq 5")
         self.assert_wrong(fenced("console", "$ seq 5\n...\n4\n"), "seq 5")
 
-    def test_a_session_that_goes_on(self):
+    def test_what_lasts_to_the_end_of_a_page(self):
         self.assert_right(
             fenced("console", "$ cd samples\n$ export A=1\n")
             + "\n"
@@ -210,6 +210,10 @@ class CheckerTest(unittest.TestCase):
         self.assert_wrong(fenced("mermaid", "flowchrt LR\n  a --> b\n"), "no kind of diagram")
         self.assert_wrong(fenced("mermaid", ""), "no kind of diagram")
         self.assert_wrong(fenced("mermaid", "flowchart LR\n"), "empty diagram")
+        self.assert_wrong(fenced("mermaid", 'flowchart LR\n  a["a]\n'), "does not end")
+        self.assert_wrong(
+            fenced("mermaid", "flowchart LR\n  subgraph a\n"), "1 parts begin and 0 end"
+        )
 
     # Programs
 
