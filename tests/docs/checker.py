@@ -535,7 +535,7 @@ def check_reachable(first, all_pages):
 
 
 def check_complete(source):
-    """Operations that no page of answers tells, and keys of the files that no page tells."""
+    """Operations, keys of the files and options of the build that the pages on them do not tell."""
     source = pathlib.Path(source)
     keys_page = (source / "docs/configuration-files.md").read_text(encoding="utf-8")
     answers = (source / "docs/answers.md").read_text(encoding="utf-8") + keys_page
@@ -562,6 +562,14 @@ def check_complete(source):
         for name in members(json.loads(path.read_text(encoding="utf-8"))):
             if not re.search(rf"`[^`]*\b{name}\b[^`]*`", keys_page):
                 complaints.append(f"configuration-files.md: {name} of {path.name} is not told")
+    options_page = (source / "docs/platform.md").read_text(encoding="utf-8")
+    lists = (source / "CMakeLists.txt").read_text(encoding="utf-8")
+    options = set(re.findall(r"(?:option|set)\(\s*(SYSCONFREADER_\w+)", lists))
+    for option in sorted(options):
+        if f"| `{option}` |" not in options_page:
+            complaints.append(f"platform.md: {option} is not told")
+    if len(options) < 9:
+        complaints.append(f"only {len(options)} options were found in CMakeLists.txt")
     if len(operations) < 30:
         complaints.append(f"only {len(operations)} operations were found in the headers")
     return complaints
