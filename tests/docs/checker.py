@@ -7,7 +7,8 @@ cpp       a whole program (it has a main) is compiled and linked with the librar
           compiled only, all of them behind the same preamble: the public headers, the namespace.
           "statements" makes the block the body of a function.
 cmake     a whole project, with the program that comes before it on the page as its main.cpp: it is
-          configured and built, and what it builds is build/ for the commands that follow.
+          configured and built, and what it builds is build/ for the commands that follow. A piece
+          of a project is configured, with a program for each target that it links.
 console   (or no language) lines "$ COMMAND" are run, and what stands below one is what it prints. A
           line "..." stands for any lines, and CHECKOUT for the folder that they run in: one for
           each page, with a copy of the samples, the other folders of the tree, and "save"d blocks.
@@ -126,7 +127,9 @@ class Commands:
         "echo",
         "mkfifo",
         "tr",
-    } | {"where-am-i"}
+        "c++",
+        "where-am-i",
+    }
 
     def __init__(self, tree):
         self.tree = tree
@@ -396,15 +399,19 @@ class Blocks:
         self.compiler(["-fsyntax-only", source])
 
     def cmake(self, block, _told):
-        if "project(" not in block.text:
-            raise Wrong("a piece of a project, which nobody can configure")
-        if self.program is None:
+        whole = "project(" in block.text
+        if whole and self.program is None:
             raise Wrong("a project without a program before it")
-        folder = self.enter_folder()
-        project = self.work / "project"
+        folder = self.enter_folder() / "build" if whole else self.work / f"piece-{block.line}"
+        project = self.work / f"project-{block.line}"
         (project / "package").mkdir(parents=True)
-        (project / "main.cpp").write_text(self.program, encoding="utf-8")
-        (project / "CMakeLists.txt").write_text(block.text, encoding="utf-8")
+        (project / "main.cpp").write_text(self.program or "", encoding="utf-8")
+        around = "cmake_minimum_required(VERSION 3.25)\nproject(piece LANGUAGES CXX)\n"
+        for target in sorted(set(re.findall(r"target_link_libraries\(\s*(\S+)", block.text))):
+            around += f"add_executable({target} main.cpp)\n"
+        (project / "CMakeLists.txt").write_text(
+            block.text if whole else around + block.text, encoding="utf-8"
+        )
         # Stands in for the package that is installed, which has tests of its own.
         (project / "package/sysconfreader-config.cmake").write_text(
             f"""
@@ -419,12 +426,18 @@ set_target_properties(sysconfreader::sysconfreader PROPERTIES
 """,
             encoding="utf-8",
         )
-        for command in (
-            [self.tree.cmake, "-S", project, "-B", folder / "build", "-G", "Ninja"]
+        (project / "package/sysconfreader-config-version.cmake").write_text(
+            'set(PACKAGE_VERSION "0.1.0")\nset(PACKAGE_VERSION_COMPATIBLE TRUE)\n',
+            encoding="utf-8",
+        )
+        commands = [
+            [self.tree.cmake, "-S", project, "-B", folder, "-G", "Ninja"]
             + [f"-Dsysconfreader_DIR={project}/package", f"-DCMAKE_CXX_COMPILER={self.tree.cxx}"]
-            + [f"-DCMAKE_CXX_COMPILER_LAUNCHER={';'.join(self.tree.launcher)}"],
-            [self.tree.cmake, "--build", folder / "build"],
-        ):
+            + [f"-DCMAKE_CXX_COMPILER_LAUNCHER={';'.join(self.tree.launcher)}"]
+        ]
+        if whole:
+            commands.append([self.tree.cmake, "--build", folder])
+        for command in commands:
             run = subprocess.run(
                 list(map(str, command)),
                 stdout=subprocess.PIPE,
@@ -484,7 +497,7 @@ set_target_properties(sysconfreader::sysconfreader PROPERTIES
 # A path of the tree, as prose tells it: below one of its folders, without wildcards.
 PATH = re.compile(
     r"(?:src|include|docs|scripts|tests|platform|tools|samples|schema|fuzz|benchmarks|examples"
-    r"|cmake)/[\w./+-]*"
+    r"|cmake|packaging)/[\w./+-]*"
 )
 
 
@@ -564,7 +577,8 @@ def check_complete(source):
                 complaints.append(f"configuration-files.md: {name} of {path.name} is not told")
     options_page = (source / "docs/platform.md").read_text(encoding="utf-8")
     lists = (source / "CMakeLists.txt").read_text(encoding="utf-8")
-    options = set(re.findall(r"(?:option|set)\(\s*(SYSCONFREADER_\w+)", lists))
+    options = set(re.findall(r"option\(\s*(SYSCONFREADER_\w+)", lists))
+    options |= set(re.findall(r"set\(\s*(SYSCONFREADER_\w+)[^()]*\bCACHE\b", lists))
     for option in sorted(options):
         if f"| `{option}` |" not in options_page:
             complaints.append(f"platform.md: {option} is not told")

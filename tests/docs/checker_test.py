@@ -244,12 +244,17 @@ class CheckerTest(unittest.TestCase):
             + fenced("console", "$ build/a\na\n")
         )
         self.assert_wrong(fenced("cmake", project), "without a program")
-        self.assert_wrong(program + fenced("cmake", "add_executable(a main.cpp)\n"), "piece")
         self.assert_wrong(
             program
             + fenced("cmake", "cmake_minimum_required(VERSION 3.25)\nproject(a CXX)\nmissing()\n"),
             "missing",
         )
+
+    def test_pieces_of_projects(self):
+        piece = "find_package(sysconfreader 0.1 REQUIRED)\n"
+        link = "target_link_libraries(a PRIVATE sysconfreader::{})\n"
+        self.assert_right(fenced("cmake", piece + link.format("sysconfreader")))
+        self.assert_wrong(fenced("cmake", piece + link.format("missing")), "sysconfreader::missing")
 
 
 if __name__ == "__main__":

@@ -19,6 +19,10 @@ set_target_properties(sysconfreader::sysconfreader PROPERTIES
   INTERFACE_INCLUDE_DIRECTORIES "$source/include"
   INTERFACE_LINK_LIBRARIES "PkgConfig::JSONCPP;PkgConfig::ACE")
 EOF
+cat >"$work/package/sysconfreader-config-version.cmake" <<'EOF'
+set(PACKAGE_VERSION 0.1.0)
+set(PACKAGE_VERSION_COMPATIBLE TRUE)
+EOF
 
 examples=0
 for example in "$source"/examples/*/; do
