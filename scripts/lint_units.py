@@ -38,8 +38,8 @@ def main():
         source, entry = members[0]
         if len(members) > 1:
             source = folder.resolve() / (unit.replace("/", "-") + ".cpp")
-            includes = "".join(f'#include "{member}" // NOLINT\n' for member, _ in sorted(members, key=str))
-            source.write_text(includes, encoding="utf-8")
+            includes = [f'#include "{member}" // NOLINT\n' for member, _ in members]
+            source.write_text("".join(sorted(includes)), encoding="utf-8")
         command = without_output(entry["command"], source)
         database.append({"directory": entry["directory"], "command": command, "file": str(source)})
     text = json.dumps(database, indent=1)
