@@ -9,6 +9,8 @@ build_packages=(g++ cmake ninja-build pkg-config libjsoncpp-dev libace-dev rapid
 test_packages=(clang libclang-rt-dev libgtest-dev libgmock-dev
   libbenchmark-dev nlohmann-json3-dev locales graphviz strace python3 python3-jsonschema
   zsh fish mandoc groff-base)
+# shellcheck disable=SC2034
+lint_packages=(clang clang-format clang-tidy cmake-format shfmt shellcheck flake8 python3)
 
 # Should there be a compiler cache, what was built in one checkout serves another.
 export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=pch_defines,time_macros
