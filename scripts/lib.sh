@@ -5,8 +5,11 @@
 # shellcheck disable=SC2034 # used by the scripts that source this one
 build_packages=(g++ cmake ninja-build pkg-config libjsoncpp-dev libace-dev rapidjson-dev
   libsimdjson-dev libcli11-dev libfmt-dev)
+# Those that make and check packages.
 # shellcheck disable=SC2034
-test_packages=(clang libclang-rt-dev libgtest-dev libgmock-dev
+package_packages=(binutils dpkg-dev file lintian)
+# shellcheck disable=SC2034
+test_packages=("${package_packages[@]}" abigail-tools clang libclang-rt-dev libgtest-dev libgmock-dev
   libbenchmark-dev nlohmann-json3-dev locales graphviz strace python3 python3-jsonschema
   zsh fish mandoc groff-base)
 
