@@ -12,6 +12,8 @@ foreach(package IN LISTS CPACK_PACKAGE_FILES)
     execute_process(COMMAND dpkg-gensymbols -q -p${name} -v${CPACK_PACKAGE_VERSION} "-P${tree}"
                             "-O${tree}/DEBIAN/symbols" COMMAND_ERROR_IS_FATAL ANY)
   endif()
+  # Whatever whoever packages keeps from others: what is installed is for all to read.
+  execute_process(COMMAND chmod -R u=rwX,go=rX "${tree}" COMMAND_ERROR_IS_FATAL ANY)
   execute_process(COMMAND dpkg-deb --root-owner-group -Zxz --build "${tree}" "${package}"
                   OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
   file(REMOVE_RECURSE "${tree}")
