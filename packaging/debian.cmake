@@ -55,7 +55,12 @@ macro(debian_libraries component)
 endmacro()
 
 set(platform)
-if(TARGET quarnjsonutil)
+if(SYSCONFREADER_PLATFORM STREQUAL "system")
+  foreach(name quarnjsonutil quarnbaseutil)
+    cmake_path(GET SYSCONFREADER_${name}_LIBRARY PARENT_PATH directory)
+    list(APPEND CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${directory}")
+  endforeach()
+else()
   set(platform platform)
   debian_package(
     platform libquarn-platform libs "JSON and host address libraries for sysconfreader"

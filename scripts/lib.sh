@@ -7,9 +7,10 @@ build_packages=(g++ cmake ninja-build pkg-config libjsoncpp-dev libace-dev rapid
   libsimdjson-dev libcli11-dev libfmt-dev)
 # Those that make and check packages.
 # shellcheck disable=SC2034
-package_packages=(binutils dpkg-dev file lintian)
+package_packages=(binutils doxygen dpkg-dev file lintian)
 # shellcheck disable=SC2034
-test_packages=("${package_packages[@]}" abigail-tools xz-utils clang libclang-rt-dev libgtest-dev libgmock-dev
+test_packages=("${package_packages[@]}" abigail-tools xz-utils
+  clang libclang-rt-dev libgtest-dev libgmock-dev
   libbenchmark-dev nlohmann-json3-dev locales graphviz strace python3 python3-jsonschema
   zsh fish mandoc groff-base)
 
@@ -93,7 +94,8 @@ configure() {
 configure_for_tests() {
   configure "$1" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_FLAGS_RELWITHDEBINFO="-O1 -g1" \
     -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_CXX_COMPILER="$2" -DSYSCONFREADER_SANITIZE="$3" \
-    -DSYSCONFREADER_WERROR=ON -DSYSCONFREADER_BUILD_BENCHMARKS="$([[ -n $3 ]] && echo OFF || echo ON)"
+    -DSYSCONFREADER_WERROR=ON \
+    -DSYSCONFREADER_BUILD_BENCHMARKS="$([[ -n $3 ]] && echo OFF || echo ON)"
 }
 
 # build FOLDER [TARGET...]: builds the targets, or all, with as many jobs as JOBS says or there are

@@ -16,9 +16,11 @@ copy_build=$copy${build#"$source"}
 # The compiler itself, and no cache, which would give what was built here before.
 if ! {
   mkdir -p "$copy" &&
-    cp -r "$source"/{CMakeLists.txt,cmake,include,packaging,platform,src} "$copy" &&
+    tar -C "$source" --exclude='./build*' --exclude=./.git --exclude=./.ccache -cf - . |
+    tar -C "$copy" -xf - &&
     "$cmake" -S "$copy" -B "$copy_build" -G Ninja "$@" -DSYSCONFREADER_BUILD_TOOLS=OFF \
-      -DSYSCONFREADER_BUILD_TESTS=OFF -DSYSCONFREADER_BUILD_BENCHMARKS=OFF &&
+      -DSYSCONFREADER_BUILD_TESTS=OFF -DSYSCONFREADER_BUILD_BENCHMARKS=OFF \
+      -DSYSCONFREADER_BUILD_EXAMPLES=OFF &&
     CCACHE_DISABLE=1 "$cmake" --build "$copy_build" --parallel 2
 } >"$work/log" 2>&1; then
   cat "$work/log" >&2
