@@ -20,19 +20,20 @@ namespace Quarncommon {
 /// (which a change event calls, see SysConfReaderEvent.h) and freed by Destory() only. The next
 /// Instance() after that builds and loads a fresh one.
 ///
-/// Sources
-///   app config file    the path in `APP_CONF_FILE`; <instance> below stands for
-///                      "processes".<value of `PROCESS_INSTANCE_ID`>
-///   node list          value of `APP_ROOT` followed by "/etc/sysconf/nodelist.json"
-///   manager node list  value of `TOLM_ROOT` followed by "/etc/sysconf/nodelists.json"
+/// Sources:
+/// - app config file: the path in `APP_CONF_FILE`; `<instance>` below stands for the member of
+///   "processes" that the value of `PROCESS_INSTANCE_ID` names
+/// - node list: value of `APP_ROOT` followed by "/etc/sysconf/nodelist.json"
+/// - manager node list: value of `TOLM_ROOT` followed by "/etc/sysconf/nodelists.json"
+///
 /// An unset variable counts as "" unless an operation says otherwise. Paths are joined as they
 /// stand, nothing is normalised. Only regular files are read; anything else, like a file that is
 /// missing, cannot be read to its end, or is not one valid JSON text, counts as not parsed.
 /// Loaded values come from the app config file and the node list as they were at the last load;
 /// address queries read and parse their file again on every call, so a change shows at once.
 ///
-/// Nodes. The own node is the member of "nodeList" named by <instance>."nodeId". The float node is
-/// the own node, or, on a node whose "extAttr"."hostType" is "standby", the node whose service
+/// Nodes. The own node is the member of "nodeList" named by `<instance>."nodeId"`. The float node
+/// is the own node, or, on a node whose `"extAttr"."hostType"` is "standby", the node whose service
 /// address this host carries (see getSourceNodeId). Both ids are fixed at the load.
 ///
 /// Tags. An address entry's "usage" is an array of tags, lower-cased byte by byte (`tolower`, in
@@ -113,25 +114,25 @@ public:
     /// them; a port given as text ends the load (see init_i).
     /// @{
 
-    /// <instance>."local"."port".
+    /// `<instance>."local"."port"`.
     int getLocalPort();
-    /// <instance>."CORBA"."port".
+    /// `<instance>."CORBA"."port"`.
     int getCorbaPort();
-    /// <instance>."CORBA_SSL"."port".
+    /// `<instance>."CORBA_SSL"."port"`.
     int getCorbaSSLPort();
-    /// <instance>."wss"."port": secure web-socket port.
+    /// `<instance>."wss"."port"`: secure web-socket port.
     int GetWssPort();
-    /// <instance>."wss"."ip": secure web-socket address.
+    /// `<instance>."wss"."ip"`: secure web-socket address.
     std::string GetWssIPAddress();
-    /// <instance>."local"."ip".
+    /// `<instance>."local"."ip"`.
     std::string getLocalhostIPAddress();
-    /// <instance>."IR"."ip": maintenance address of this process, the last resort of
-    /// getLocalServiceIP, getLocalNorthIP and getLocalSouthIP.
+    /// Maintenance address of this process, the "ip" under "IR" of its `<instance>`; the last
+    /// resort of getLocalServiceIP, getLocalNorthIP and getLocalSouthIP.
     std::string getMaintenanceIPAddress();
-    /// "extAttr"."HOSTID" of the float node in the node list: on a standby node the tag of the
-    /// node that it stands in for.
+    /// Host tag of the float node, its "HOSTID" under "extAttr" in the node list: on a standby node
+    /// the tag of the node that it stands in for.
     std::string getLocalHostTagName();
-    /// Id of the float node: <instance>."nodeId", or what getSourceNodeId gave on a standby node.
+    /// Id of the float node: `<instance>."nodeId"`, or what getSourceNodeId gave on a standby node.
     std::string getFloatNodeId();
     /// @}
 
@@ -178,7 +179,7 @@ public:
     std::string getDBServerName(const std::string& name, unsigned int index);
     /// "accessHost": host address to connect to.
     std::string getDBAccessHost(const std::string& name, unsigned int index);
-    /// "instanceExt"."lib": client library of the database.
+    /// `"instanceExt"."lib"`: client library of the database.
     std::string getDBLib(const std::string& name, unsigned int index);
     /// @}
 
@@ -299,7 +300,7 @@ public:
     /// Whom this host stands in for: sets `sourceNodeId` to the id of the node whose service
     /// address is one of the host's own addresses; leaves it alone when there is none.
     ///
-    /// Reads the node list on each call. Candidates are all nodes whose "extAttr"."hostType" is
+    /// Reads the node list on each call. Candidates are all nodes whose `"extAttr"."hostType"` is
     /// not exactly "standby" and that have an entry tagged "service"; of several such entries the
     /// last one's "IP" counts. Of several candidates the smallest id by bytes wins. A list that
     /// does not parse has no candidates; a value of the wrong type ends the search for candidates

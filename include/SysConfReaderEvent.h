@@ -3,14 +3,15 @@
 
 #include <string>
 
+/// @file
 /// Change events: the types that this library and an event library share, and the callback.
 ///
 /// The library opens "libeventcbutil.so" by that name, through the dynamic loader's ordinary
 /// search, and asks it for "SysConfigEvent". The event library exports two functions, unmangled:
 ///
-///   int EventConsumerCBInit(const std::string& eventName, const std::string& second,
-///                           const EventConsumerCallback* callback);
-///   void EventConsumerCBFini();
+///     int EventConsumerCBInit(const std::string& eventName, const std::string& second,
+///                             const EventConsumerCallback* callback);
+///     void EventConsumerCBFini();
 ///
 /// EventConsumerCBInit subscribes: from now on the event library calls `callback->callback` on a
 /// thread of its own choosing whenever the event is delivered. The record lives only during the
@@ -33,13 +34,16 @@ using EventProcessCallback = int(const std::string& eventName, const std::string
 
 /// One subscription: whom to call, and with which user data.
 struct EventConsumerCallback {
+    /// What is called for each event.
     EventProcessCallback* callback;
+    /// Handed to it as it stands: the role reader that subscribes.
     void* userData;
 };
 
-/// The types of an event library's two entry points.
+/// The type of the entry point that subscribes.
 using EventConsumerCBInitFunction = int(const std::string& eventName, const std::string& second,
                                         const EventConsumerCallback* callback);
+/// The type of the entry point that ends the subscription.
 using EventConsumerCBFiniFunction = void();
 
 /// Applies a change of the configuration files: reloads SysConfReader (creating it if need be),

@@ -23,10 +23,11 @@ class SysConfReader_i;
 /// Callers outside the library normally ask SysConfReader_i, which forwards here.
 ///
 /// Sources, read at each load and never in between:
-///   `APP_CONF_FILE`                              "processes".<instance id>."nodeId"
-///   `APP_ROOT` + "/etc/sysconf/nodelist.json"    the local node's addresses and tenancy
-///   `TOLM_ROOT` + "/etc/sysconf/nodelists.json"  all nodes: roles and addresses
-/// where <instance id> is the value of `PROCESS_INSTANCE_ID` and an unset variable is "".
+/// - `APP_CONF_FILE`: `"processes".<instance id>."nodeId"`
+/// - `APP_ROOT` + "/etc/sysconf/nodelist.json": the local node's addresses and tenancy
+/// - `TOLM_ROOT` + "/etc/sysconf/nodelists.json": all nodes, their roles and addresses
+///
+/// where `<instance id>` is the value of `PROCESS_INSTANCE_ID` and an unset variable is "".
 ///
 /// Threads: any thread may call Instance(), Destory(), Reload() and the getters. The class's
 /// reader/writer lock is held for writing during creation, the loading part of Reload() and
@@ -72,7 +73,7 @@ public:
     std::string GetMasterInternalServiceIP() const;
     /// Internal-service address of the standby node of the local tenancy, from the manager list.
     std::string GetStandbyInternalServiceIP() const;
-    /// The tenancy of the local node: "nodeList".<node id>."assignedToTenancy" of the local list.
+    /// The tenancy of the local node: its "assignedToTenancy" in the local node list.
     std::string GetProductName() const;
     /// @}
 
@@ -93,21 +94,21 @@ public:
     /// @throws whatever the event library throws; there is then no subscription.
     void InitConsumer();
 
-    /// Own node id: "processes".<instance id>."nodeId" of the app config file.
+    /// Own node id: `"processes".<instance id>."nodeId"` of the app config file.
     void InitLocalNodeId();
 
-    /// Own internal-service address: GetInternalIp of "nodeList".<own node id>."IPAddresses" in
-    /// the local node list.
+    /// Own internal-service address: GetInternalIp of the own node's "IPAddresses" in the local
+    /// node list.
     void InitLocalIp();
 
-    /// Tenancy: "nodeList".<own node id>."assignedToTenancy" of the local node list.
+    /// Tenancy: `"nodeList".<own node id>."assignedToTenancy"` of the local node list.
     void InitAssignedToTenancy();
 
     /// Ids of the master and the standby node, from the manager node list: of the nodes whose
     /// "assignedToTenancy" equals the local tenancy (no tenancy equals no tenancy), the master has
-    /// "extAttr"."hostType" "master" with "domain_node_type" "ACCESS_Master", the standby "standby"
-    /// with "ACCESS_Backup", letter case included. Of several candidates the one with the greatest
-    /// id by bytes wins. A role without candidate keeps the id of the load before.
+    /// "hostType" "master" with "domain_node_type" "ACCESS_Master" in its "extAttr", the standby
+    /// "standby" with "ACCESS_Backup", letter case included. Of several candidates the one with the
+    /// greatest id by bytes wins. A role without candidate keeps the id of the load before.
     void InitMasterAndStandyNodeId();
 
     /// Internal-service addresses of these two nodes (GetInternalIp), from the manager node list;

@@ -1,0 +1,42 @@
+#!/usr/bin/env bash
+# outside.sh SOURCE BUILD: builds each example as a project of its own, by its find_package. What
+# that finds stands in for the installed package: a target that leads to the library in BUILD.
+set -euo pipefail
+
+source=$1
+build=$2
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+mkdir "$work/package"
+cat >"$work/package/sysconfreader-config.cmake" <<EOF
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(JSONCPP REQUIRED IMPORTED_TARGET jsoncpp)
+pkg_check_modules(ACE REQUIRED IMPORTED_TARGET ACE)
+add_library(sysconfreader::sysconfreader SHARED IMPORTED)
+set_target_properties(sysconfreader::sysconfreader PROPERTIES
+  IMPORTED_LOCATION "$build/src/libsysconfreader.so"
+  INTERFACE_INCLUDE_DIRECTORIES "$source/include"
+  INTERFACE_LINK_LIBRARIES "PkgConfig::JSONCPP;PkgConfig::ACE")
+EOF
+
+examples=0
+for example in "$source"/examples/*/; do
+  name=$(basename "$example")
+  if ! { "${CMAKE:-cmake}" -S "$example" -B "$work/$name" -G Ninja \
+    -Dsysconfreader_DIR="$work/package" -DCMAKE_CXX_COMPILER="$CXX" \
+    -DCMAKE_CXX_COMPILER_LAUNCHER="${LAUNCHER:-}" -DCMAKE_CXX_FLAGS="-Wall -Wextra -Werror" &&
+    "${CMAKE:-cmake}" --build "$work/$name"; } >"$work/log" 2>&1; then
+    cat "$work/log" >&2
+    exit 1
+  fi
+  examples=$((examples + 1))
+done
+[[ $examples -ge 3 ]]
+
+# They run with the library that was found.
+output=$(cd "$source/samples/ha-pair" && APP_CONF_FILE=node-1/etc/app.json APP_ROOT=node-1 \
+  LD_LIBRARY_PATH=$build/platform/quarnjsonutil:$build/platform/quarnbaseutil \
+  "$work/database-entry/database-entry" alarms)
+[[ $output == "0: postgresql at "* ]]
+[[ -f $work/event-library/libeventcbutil.so ]]
