@@ -1,3 +1,20 @@
+# What is shipped is the same wherever it is built: neither debug information nor messages name the
+# folder of the sources; files have their names as seen from the build folder, where debuggers find
+# them by these. (A compiler cache may give the same names already; it knows this option, and still
+# shares between checkouts.) Debug builds keep the whole names.
+if(NOT SYSCONFREADER_SANITIZE)
+  cmake_path(IS_PREFIX PROJECT_SOURCE_DIR "${PROJECT_BINARY_DIR}" build_is_inside)
+  if(build_is_inside)
+    file(RELATIVE_PATH source_seen_from_build "${PROJECT_BINARY_DIR}" "${PROJECT_SOURCE_DIR}")
+    string(REGEX REPLACE "/$" "" source_seen_from_build "${source_seen_from_build}")
+  else()
+    set(source_seen_from_build ..)
+  endif()
+  foreach(map "${PROJECT_SOURCE_DIR}=${source_seen_from_build}" "${PROJECT_BINARY_DIR}=.")
+    add_compile_options("$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-ffile-prefix-map=${map}>")
+  endforeach()
+endif()
+
 # sysconf_compile_options(TARGET): the language level, warnings, hardening and sanitizer that every
 # target of the project is built with. Nothing of it reaches a consumer's own targets.
 function(sysconf_compile_options target)

@@ -88,7 +88,7 @@ void NaiveReader::loadRoles() {
 }
 
 int NaiveReader::getDBInfo(const std::string& name, Json::Value& info) {
-    if (m_databases.count(name) == 0) {
+    if (!m_databases.contains(name)) {
         return -1;
     }
     info = m_databases[name];
@@ -101,7 +101,7 @@ int NaiveReader::getAllDBInfo(std::map<std::string, Json::Value>& all) {
 }
 
 int NaiveReader::getDBAccessPort(const std::string& name, unsigned int index) {
-    if (m_databases.count(name) == 0) {
+    if (!m_databases.contains(name)) {
         return -1;
     }
     const Json::Value& database = m_databases[name];
@@ -110,7 +110,7 @@ int NaiveReader::getDBAccessPort(const std::string& name, unsigned int index) {
 
 std::string NaiveReader::databaseText(const std::string& name, unsigned int index,
                                       const char* field) {
-    if (m_databases.count(name) == 0) {
+    if (!m_databases.contains(name)) {
         return "";
     }
     const Json::Value& database = m_databases[name];
@@ -142,7 +142,7 @@ std::string NaiveReader::getDBAccessHost(const std::string& name, unsigned int i
 }
 
 std::string NaiveReader::getDBLib(const std::string& name, unsigned int index) {
-    if (m_databases.count(name) == 0) {
+    if (!m_databases.contains(name)) {
         return "";
     }
     const Json::Value& database = m_databases[name];

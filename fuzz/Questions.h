@@ -163,7 +163,7 @@ void putNodeList(Reader& reader, const std::set<std::string>& tags, Answers& ans
     }
     // Only once for an input: it is a thousand keys each time.
     using ByTag = std::map<std::string, std::string>;
-    putTags(reader, tags.count("x") == 0 ? ByTag{} : ByTag{{"service", "before"}, {"x", "before"}},
+    putTags(reader, !tags.contains("x") ? ByTag{} : ByTag{{"service", "before"}, {"x", "before"}},
             answers);
     put(answers, "getLocalSouthIP", [&] { return reader.getLocalSouthIP(); });
     put(answers, "getPFType", [&] { return reader.getPFType(); });

@@ -8,11 +8,11 @@
 #include <located/Document.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -31,8 +31,8 @@ bool same(const Json::Value& one, const Json::Value& other) {
         return false;
     }
     if (one.type() == Json::realValue) {
-        const double numbers[] = {one.asDouble(), other.asDouble()};
-        return std::memcmp(&numbers[0], &numbers[1], sizeof(double)) == 0;
+        return std::bit_cast<std::uint64_t>(one.asDouble()) ==
+               std::bit_cast<std::uint64_t>(other.asDouble());
     }
     if (!one.isArray() && !one.isObject()) {
         return one == other;

@@ -133,8 +133,9 @@ private:
     friend class SysConfReader;
     friend class SysConfReader_i;
     friend class ForkedChild;
-    friend int ::SysConfReaderEventProcessCB(const std::string&, const std::string&,
-                                             const std::string&, void*);
+    friend int ::SysConfReaderEventProcessCB(const std::string& eventName,
+                                             const std::string& second, const std::string& third,
+                                             void* userData);
 
     SysConfReaderImpl() = default;
     ~SysConfReaderImpl();

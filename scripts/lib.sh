@@ -5,10 +5,16 @@
 # shellcheck disable=SC2034 # used by the scripts that source this one
 build_packages=(g++ cmake ninja-build pkg-config libjsoncpp-dev libace-dev rapidjson-dev
   libsimdjson-dev libcli11-dev libfmt-dev)
+# Those that make and check packages.
 # shellcheck disable=SC2034
-test_packages=(clang libclang-rt-dev libgtest-dev libgmock-dev
+package_packages=(binutils doxygen dpkg-dev file lintian)
+# shellcheck disable=SC2034
+test_packages=("${package_packages[@]}" abigail-tools xz-utils
+  clang libclang-rt-dev libgtest-dev libgmock-dev
   libbenchmark-dev nlohmann-json3-dev locales graphviz strace python3 python3-jsonschema
-  zsh fish mandoc groff-base doxygen)
+  zsh fish mandoc groff-base)
+# shellcheck disable=SC2034
+lint_packages=(clang clang-format clang-tidy cmake-format shfmt shellcheck flake8 python3)
 
 # Should there be a compiler cache, what was built in one checkout serves another.
 export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=pch_defines,time_macros
@@ -83,6 +89,15 @@ configure() {
     cat "$log" >&2
     die "cmake could not configure $folder"
   fi
+}
+
+# configure_for_tests FOLDER COMPILER SANITIZER: as the gate tests. -O1: the library and the tool of a
+# test run take longer to optimise further than to run. The folders are those of Debian's packages.
+configure_for_tests() {
+  configure "$1" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_FLAGS_RELWITHDEBINFO="-O1 -g1" \
+    -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_CXX_COMPILER="$2" -DSYSCONFREADER_SANITIZE="$3" \
+    -DSYSCONFREADER_WERROR=ON \
+    -DSYSCONFREADER_BUILD_BENCHMARKS="$([[ -n $3 ]] && echo OFF || echo ON)"
 }
 
 # build FOLDER [TARGET...]: builds the targets, or all, with as many jobs as JOBS says or there are

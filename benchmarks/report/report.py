@@ -123,8 +123,8 @@ class Report:
         return table(rows)
 
     def reloads(self):
-        rows = [("reload of", "threads", "reloads", "query, median", "wait, median", "wait, 99 of 100",
-                 "in queries", "target", "longest wait", "target")]
+        rows = [("reload of", "threads", "reloads", "query, median", "wait, median",
+                 "wait, 99 of 100", "in queries", "target", "longest wait", "target")]
         for which, title in (("reader", "the reader"), ("roles", "the role reader")):
             run = self.results.reload[which]
             query, wait = run["query"], run["wait"]

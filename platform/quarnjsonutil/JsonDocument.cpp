@@ -70,6 +70,7 @@ void preferLargePages(void* memory, std::size_t size) {
     }
     const auto first = (reinterpret_cast<std::uintptr_t>(memory) + kPage - 1) / kPage * kPage;
     const auto last = (reinterpret_cast<std::uintptr_t>(memory) + size) / kPage * kPage;
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): only an integer can be rounded to a page
     ::madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
 }
 
@@ -254,6 +255,7 @@ std::vector<JsonDocument::Node> JsonDocument::Node::elements() const {
     std::vector<Node> elements;
     if (Places::inTree(*this)) {
         const Json::Value& tree = Places::tree(*this);
+        // NOLINTNEXTLINE(modernize-loop-convert): an object has no elements, which its index tells
         for (Json::ArrayIndex i = 0; i < tree.size(); ++i) {
             elements.emplace_back(tree[i]);
         }

@@ -8,7 +8,7 @@ namespace Quarncommon {
 namespace {
 
 // Built when the library is loaded, as beside the other two singletons; not read here.
-const std::string kInternalServiceUsage = "internal_service";
+const std::string kFacadesInternalServiceUsage = "internal_service";
 
 } // namespace
 

@@ -2,6 +2,7 @@
 # event-library-install.sh CMAKE BUILD: what the component of the event library installs, and that no
 # other component does.
 set -euo pipefail
+export LC_ALL=C
 
 cmake=$1
 build=$2
@@ -11,10 +12,11 @@ trap 'rm -rf "$work"' EXIT
 # installed COMPONENT: the names of its files, one a line.
 installed() {
   "$cmake" --install "$build" --component "$1" --prefix "$work/$1" >/dev/null
-  find "$work/$1" -type f -printf '%f\n' | sort
+  find "$work/$1" -type f -printf '%f\n' | sed 's/-targets-.*\.cmake$/-targets-CONFIG.cmake/' | sort
 }
 
-diff <(printf '%s\n' EventConsumerCB.h libeventcbutil.so) <(installed eventcbutil)
+diff <(installed eventcbutil) <(printf '%s\n' EventConsumerCB.h libeventcbutil.so \
+  sysconfreader-eventcbutil-targets{-CONFIG,}.cmake)
 if installed platform | grep eventcbutil; then
   echo "the utility libraries' component brings the event library" >&2
   exit 1

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # platform-switch.sh SOURCE BUILD TOOL: installs the bundled platform libraries to a prefix of their
-# own, builds the library and the tool against that prefix with SYSCONFREADER_PLATFORM=system, and
-# compares what both tools show of every sample.
+# own, builds the library against that prefix with SYSCONFREADER_PLATFORM=system, and what of the tool
+# depends on it, and compares what the tool shows of every sample with each library.
 set -euo pipefail
 
 source=$1
@@ -28,7 +28,8 @@ grep -F "libquarnjsonutil.so" "$work/log"
 "$cmake" --install "$build" --component platform --prefix "$work/prefix" >/dev/null
 rm -rf "$work/build"
 if ! { configure -DCMAKE_PREFIX_PATH="$work/prefix" &&
-  "$cmake" --build "$work/build" --parallel 2; } >"$work/log" 2>&1; then
+  "$cmake" --build "$work/build" --parallel 2 --target sysconfreader sysconfctl_located; } \
+  >"$work/log" 2>&1; then
   cat "$work/log" >&2
   exit 1
 fi
@@ -39,12 +40,17 @@ if find "$work/build" -name 'libquarn*' -o -name 'libeventcbutil*' | grep .; the
   exit 1
 fi
 
+# with_other COMMAND...: with the library that was built here.
+with_other() {
+  LD_LIBRARY_PATH=$work/build/src:$work/prefix/lib:$work/prefix/lib/$(gcc -print-multiarch) "$@"
+}
+with_other ldd "$tool" | grep -F "$work/build/src/libsysconfreader.so"
+
 shopt -s nullglob
 compared=0
 for env_file in "$source"/samples/*/*.env; do
   diff <("$tool" --env-file "$env_file" show -o json) \
-    <(LD_LIBRARY_PATH=$work/prefix/lib:$work/prefix/lib/$(gcc -print-multiarch) \
-      "$work/build/tools/sysconfctl/sysconfctl" --env-file "$env_file" show -o json)
+    <(with_other "$tool" --env-file "$env_file" show -o json)
   compared=$((compared + 1))
 done
 echo "compared $compared samples"

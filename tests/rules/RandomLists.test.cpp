@@ -9,6 +9,7 @@
 #include "rules/Roles.h"
 #include "rules/SlotLists.h"
 #include "rules/SourceNodeId.h"
+#include "support/Sanitizers.h"
 #include "sysconfreader/ConfigFiles.h"
 
 #include <gtest/gtest.h>
@@ -17,9 +18,9 @@ namespace {
 
 namespace rules = Quarncommon::rules;
 
-constexpr int kLists = 8000;
+constexpr int kLists = support::rounds(8000);
 /// Where the naive telling builds a thousand keys for each list.
-constexpr int kListsWithKeys = 2000;
+constexpr int kListsWithKeys = support::rounds(2000);
 
 /// Runs a test for as many lists as agreed, each in both forms that rules take: the full tree, and
 /// the document that the library reads. Each failure tells its seed and its list.

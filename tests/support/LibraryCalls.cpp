@@ -22,6 +22,7 @@ struct Watch {
     std::map<void*, int> handles;
     int closes = 0;
     bool failOpens = false;
+    bool failCloses = false;
 };
 
 Watch& watch() {
@@ -56,8 +57,11 @@ int dlclose(void* handle) noexcept {
         const std::lock_guard<std::mutex> guard(watch().mutex);
         if (const auto open = watch().handles.find(handle);
             open != watch().handles.end() && open->second > 0) {
-            --open->second;
             ++watch().closes;
+            if (watch().failCloses) {
+                return -1;
+            }
+            --open->second;
         }
     }
     return support::realFunction<int(void*)>(&__interceptor_dlclose, "dlclose")(handle);
@@ -74,6 +78,11 @@ std::vector<LibraryOpen> eventLibraryOpens() {
 void failLibraryOpens(bool fail) {
     const std::lock_guard<std::mutex> guard(watch().mutex);
     watch().failOpens = fail;
+}
+
+void failLibraryCloses(bool fail) {
+    const std::lock_guard<std::mutex> guard(watch().mutex);
+    watch().failCloses = fail;
 }
 
 int eventLibraryCloses() {

@@ -21,7 +21,10 @@ std::vector<LibraryOpen> eventLibraryOpens();
 /// From now on every such call fails, as it does when memory runs out; false lets them through.
 void failLibraryOpens(bool fail);
 
-/// How many of the handles that they gave have been closed.
+/// From now on no handle of the event library can be closed; false lets them be.
+void failLibraryCloses(bool fail);
+
+/// How many of the handles that they gave were to be closed, whether they were or not.
 int eventLibraryCloses();
 
 } // namespace support

@@ -17,3 +17,17 @@
 #if defined(ADDRESS_SANITIZED) || defined(THREAD_SANITIZED)
 #define SANITIZED 1
 #endif
+
+namespace support {
+
+/// So many rounds of what repeats one thing with other data, or under a sanitizer, which makes each
+/// several times as long, an eighth of them.
+constexpr int rounds(int plain) {
+#ifdef SANITIZED
+    return plain / 8;
+#else
+    return plain;
+#endif
+}
+
+} // namespace support

@@ -5,6 +5,7 @@
 #include "rules/NaiveRules.h"
 #include "rules/RandomLists.h"
 #include "support/HostAddresses.h"
+#include "support/Sanitizers.h"
 
 #include <gtest/gtest.h>
 
@@ -18,7 +19,7 @@ using ByNumber = std::map<int, std::string>;
 using ByTag = std::map<std::string, std::string>;
 using ByNode = std::map<std::string, std::set<std::string>>;
 
-constexpr int kLists = 1000;
+constexpr int kLists = support::rounds(1000);
 
 /// A list made by chance, in both files; one in twenty does not parse.
 class RandomNodeLists : public testing::Test {

@@ -373,6 +373,20 @@ TEST(EventLibrary, CannotBeOpenedAtTheEnd_SubscriptionIsLeftStanding) {
     EXPECT_EQ(calls(), (Calls{4, 1, 2, 1}));
 }
 
+TEST(EventLibrary, CannotBeClosed_SubscriptionEndsAndTheNextOneStands) {
+    const Deployment deployment;
+    support::installEventLibrary("recording");
+    support::failLibraryCloses(true);
+    SysConfReaderImpl::Instance();
+    SysConfReaderImpl::Destory();
+    EXPECT_EQ(calls(), (Calls{2, 1, 1, 1}));
+    SysConfReaderImpl::Instance();
+    EXPECT_TRUE(support::subscribed());
+    support::failLibraryCloses(false);
+    SysConfReaderImpl::Destory();
+    EXPECT_EQ(calls(), (Calls{4, 2, 2, 2}));
+}
+
 TEST(EventLibrary, WhileItSubscribes_TheSubscriptionCountsAsMade) {
     const Deployment deployment;
     support::installEventLibrary("recording");

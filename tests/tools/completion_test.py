@@ -182,7 +182,8 @@ class Offers(Case):
             self.assertIn("json", formats)
             refused = subprocess.run([SYSCONFCTL, command, "-o", "x"], capture_output=True,
                                      text=True, check=False).stderr
-            self.assertIn("x not in {" + ",".join(sorted(formats, key=refused.index)) + "}", refused)
+            listed = ",".join(sorted(formats, key=refused.index))
+            self.assertIn("x not in {" + listed + "}", refused)
             self.assertEqual(sorted(self.offered([command, "--output=js"], {})), ["--output=json"])
         self.assertEqual(sorted(self.offered(["show", "--color", ""], {})),
                          ["always", "auto", "never"])

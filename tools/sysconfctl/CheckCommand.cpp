@@ -113,7 +113,7 @@ std::string json(const std::vector<Finding>& findings, const Options& options) {
     return indentedJson(value);
 }
 
-std::string table(const std::vector<Finding>& findings, const Options& options) {
+std::string findingsTable(const std::vector<Finding>& findings, const Options& options) {
     const bool color = colorWanted(options.color);
     std::string text;
     for (const Finding& finding : findings) {
@@ -135,7 +135,7 @@ ExitStatus runCheck(const Options& options) {
         writeOutput(plain(findings));
         break;
     default:
-        writeOutput(table(findings, options));
+        writeOutput(findingsTable(findings, options));
     }
     if (count(findings, Severity::Error) != 0) {
         return ExitStatus::ErrorsFound;

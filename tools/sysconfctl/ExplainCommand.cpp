@@ -73,7 +73,7 @@ std::string wrappedText(const std::string& text, std::size_t indent) {
     return lines;
 }
 
-std::string table(const Explained& explained, bool color) {
+std::string explainedTable(const Explained& explained, bool color) {
     const Explanation& explanation = explained.explanation;
     std::string text;
     for (const std::string& line : wrapped(explanation.label(), outputWidth())) {
@@ -171,7 +171,7 @@ std::string written(const std::vector<Explained>& all, const Options& options) {
         if (!text.empty()) {
             text += '\n';
         }
-        text += table(explained, color);
+        text += explainedTable(explained, color);
     }
     return text;
 }

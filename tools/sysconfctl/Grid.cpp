@@ -9,12 +9,13 @@
 namespace sysconfctl {
 namespace {
 
-constexpr std::size_t kGap = 2;
+constexpr std::size_t kColumnGap = 2;
 
 std::vector<std::size_t> columnWidths(const std::vector<std::string>& titles,
                                       const std::vector<std::vector<Cell>>& rows,
                                       std::size_t width) {
     std::vector<std::size_t> widths;
+    widths.reserve(titles.size());
     for (const std::string& title : titles) {
         widths.push_back(displayWidth(title));
     }
@@ -25,7 +26,7 @@ std::vector<std::size_t> columnWidths(const std::vector<std::string>& titles,
             }
         }
     }
-    const std::size_t gaps = kGap * (titles.size() - 1);
+    const std::size_t gaps = kColumnGap * (titles.size() - 1);
     const std::size_t room = std::max(width, gaps + titles.size()) - gaps;
     while (std::accumulate(widths.begin(), widths.end(), std::size_t{0}) > room) {
         --*std::max_element(widths.begin(), widths.end());
@@ -42,7 +43,7 @@ void appendLine(std::string& text, const std::vector<Cell>& cells, std::size_t n
             const std::size_t used = displayWidth(line);
             line += std::string(column - std::min(column, used), ' ') + cells[i][number];
         }
-        column += widths[i] + kGap;
+        column += widths[i] + kColumnGap;
     }
     text += line + '\n';
 }
@@ -71,6 +72,7 @@ std::string grid(const std::vector<std::string>& titles, const std::vector<std::
                  std::size_t width, bool color) {
     const std::vector<std::size_t> widths = columnWidths(titles, rows, width);
     std::vector<Cell> header;
+    header.reserve(titles.size());
     for (const std::string& title : titles) {
         header.push_back({title});
     }

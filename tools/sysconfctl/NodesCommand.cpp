@@ -36,7 +36,7 @@ Cell addressLines(const Listed& told) {
     return lines;
 }
 
-std::string table(const Cluster& cluster, bool color) {
+std::string clusterTable(const Cluster& cluster, bool color) {
     std::vector<std::vector<Cell>> rows;
     for (const ClusterNode& node : cluster.nodes) {
         const Listed& told = node.told();
@@ -160,7 +160,7 @@ std::string written(const Cluster& cluster, const Options& options) {
     case Format::Wide:
         return wideTable(cluster, color);
     default:
-        return table(cluster, color);
+        return clusterTable(cluster, color);
     }
 }
 

@@ -4,6 +4,7 @@
 #include "Text.h"
 
 #include <algorithm>
+#include <functional>
 #include <utility>
 
 namespace sysconfctl {
@@ -11,33 +12,31 @@ namespace {
 
 using Range = std::pair<std::size_t, std::size_t>;
 
-bool overlap(const Range& one, const Range& other) {
-    return one.first < other.second && other.first < one.second;
+/// The values of `siblings`, which stand in the order of the text, that reach into the range. What
+/// an error left without an end reaches as far as the text.
+template <typename Siblings, typename ValueOf, typename Visit>
+void visitWithin(const Siblings& siblings, const Range& range, ValueOf valueOf, Visit visit) {
+    auto sibling = std::partition_point(siblings.begin(), siblings.end(), [&](const auto& each) {
+        const located::Value& value = valueOf(each);
+        return value.begin < value.end && value.end <= range.first;
+    });
+    for (; sibling != siblings.end() && valueOf(*sibling).begin < range.second; ++sibling) {
+        visit(*sibling);
+    }
 }
 
-/// What an error left without an end reaches as far as the text.
-bool reachesInto(const Range& line, const located::Value& value) {
-    const bool open = value.end <= value.begin;
-    return overlap({value.begin, open ? std::string::npos : value.end}, line);
-}
-
-/// Those that reach into the line, whose bytes are given.
-void collectSecrets(const located::Value& value, const Range& line, std::vector<Range>& ranges) {
-    for (const located::Value& element : value.elements) {
-        if (reachesInto(line, element)) {
-            collectSecrets(element, line, ranges);
-        }
-    }
-    for (const located::Member& member : value.members) {
-        if (!reachesInto(line, member.value)) {
-            continue;
-        }
-        if (speaksOfPassword(member.name)) {
-            ranges.emplace_back(member.value.begin, member.value.end);
-        } else {
-            collectSecrets(member.value, line, ranges);
-        }
-    }
+/// Those that reach into the range.
+void collectSecrets(const located::Value& value, const Range& range, std::vector<Range>& secrets) {
+    visitWithin(value.elements, range, std::identity(),
+                [&](const located::Value& element) { collectSecrets(element, range, secrets); });
+    visitWithin(value.members, range, std::mem_fn(&located::Member::value),
+                [&](const located::Member& member) {
+                    if (speaksOfPassword(member.name)) {
+                        secrets.emplace_back(member.value.begin, member.value.end);
+                    } else {
+                        collectSecrets(member.value, range, secrets);
+                    }
+                });
 }
 
 /// Where a line stops to be shown because it was not understood and may hold a password: behind a
@@ -136,27 +135,29 @@ std::vector<std::string> excerpt(const Finding& finding, std::size_t width, bool
     const std::string_view line = document.line(number);
     const std::size_t start = document.lineStart(number);
     const std::size_t end = start + line.size();
-    std::vector<Range> secrets;
-    if (!reveal) {
-        collectSecrets(document.root(), {start, end}, secrets);
+    const auto secretsWithin = [&](const Range& range) {
+        std::vector<Range> secrets;
+        if (reveal) {
+            return secrets;
+        }
+        collectSecrets(document.root(), range, secrets);
         if (document.error()) {
             const std::size_t readable = start + readableLength(document, number);
             secrets.emplace_back(readable, end);
         }
-    }
+        return secrets;
+    };
     // A place within a secret is shown at its start, and as a whole.
     std::size_t from = std::min(*finding.offset, end);
     std::size_t to = std::min(end, from + finding.length);
-    if (isSecret(from, secrets)) {
-        while (from > start && isSecret(from - 1, secrets)) {
-            --from;
-        }
-        while (to < end && isSecret(to, secrets)) {
-            ++to;
+    for (const Range& secret : secretsWithin({from, from + 1})) {
+        if (isSecret(from, {secret})) {
+            from = std::max(start, secret.first);
+            to = std::min(end, std::max(to, secret.second));
         }
     }
     const Range near = neighbourhood(document.text(), {start, end}, {from, to}, width);
-    std::erase_if(secrets, [&](const Range& range) { return !overlap(range, near); });
+    const std::vector<Range> secrets = secretsWithin(near);
     std::string before = shown(document.text(), near.first, from, secrets);
     std::string meant = shown(document.text(), from, to, secrets);
     const std::string after = shown(document.text(), to, near.second, secrets);

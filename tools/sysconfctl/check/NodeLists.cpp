@@ -232,6 +232,25 @@ void checkUsage(Checker& checker, const SourceFile& list, const Path& entry,
     }
 }
 
+/// What a node needs addresses for; `slots` are those that it has.
+void checkNeeded(Checker& checker, const SourceFile& list, const Path& path,
+                 const std::map<std::string, std::string>& slots) {
+    if (!slots.contains(std::string(rules::kMaintenanceTag)) &&
+        !slots.contains("internal_service")) {
+        checker.member(list, path, Severity::Warning, "no-internal",
+                       "this node has neither an internal-service nor a maintenance address: the "
+                       "other nodes cannot reach it",
+                       "tag an address \"internal_service\" or \"maintenance\"");
+    }
+    if (!slots.contains(std::string(rules::kServiceTag))) {
+        checker.member(
+            list, path, Severity::Warning, "no-service",
+            "this node has no service address: queries for it go without, and no standby "
+            "can stand in for it",
+            "tag an address \"service\"");
+    }
+}
+
 void checkAddresses(Checker& checker, const SourceFile& list, const Path& node,
                     std::map<std::string, std::string>& owners) {
     const Path path = with(node, {"IPAddresses"});
@@ -276,19 +295,8 @@ void checkAddresses(Checker& checker, const SourceFile& list, const Path& node,
         }
         checkUsage(checker, list, place, slots);
     }
-    if (!entries.empty() && slots.count(std::string(rules::kMaintenanceTag)) == 0 &&
-        slots.count("internal_service") == 0) {
-        checker.member(list, path, Severity::Warning, "no-internal",
-                       "this node has neither an internal-service nor a maintenance address: the "
-                       "other nodes cannot reach it",
-                       "tag an address \"internal_service\" or \"maintenance\"");
-    }
-    if (!entries.empty() && slots.count(std::string(rules::kServiceTag)) == 0) {
-        checker.member(
-            list, path, Severity::Warning, "no-service",
-            "this node has no service address: queries for it go without, and no standby "
-            "can stand in for it",
-            "tag an address \"service\"");
+    if (!entries.empty()) {
+        checkNeeded(checker, list, path, slots);
     }
 }
 

@@ -3,9 +3,9 @@
 namespace sysconfctl {
 namespace {
 
-class Reader {
+class LineReader {
 public:
-    Reader(std::string_view line, std::string_view breaks) : m_rest(line), m_breaks(breaks) {}
+    LineReader(std::string_view line, std::string_view breaks) : m_rest(line), m_breaks(breaks) {}
 
     ShellLine read() {
         while (!m_rest.empty()) {
@@ -149,7 +149,7 @@ std::string quoted(char c, char quote) {
 } // namespace
 
 ShellLine readShellLine(std::string_view line, std::string_view breaks) {
-    return Reader(line, breaks).read();
+    return LineReader(line, breaks).read();
 }
 
 std::string shellQuoted(std::string_view text, char quote) {

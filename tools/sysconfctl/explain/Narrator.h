@@ -38,7 +38,7 @@ public:
     /// there.
     bool value(const SourceFile& file, const located::Path& path, bool secret = false);
     /// Tells what ended a step of a load, if anything did; true when it did.
-    bool stopped(LoadStep step);
+    bool stopped(LoadStep name);
     /// The app config file and the entry of this process in it.
     void process();
     /// How the float node came about.

@@ -115,7 +115,7 @@ Place Document::place(std::size_t offset) const {
 
 std::string_view Document::line(std::size_t number) const {
     const std::size_t start = m_lineStarts.at(number - 1);
-    const std::size_t end = std::min(m_text.find('\n', start), m_text.size());
+    const std::size_t end = number < m_lineStarts.size() ? m_lineStarts[number] - 1 : m_text.size();
     std::string_view line = std::string_view(m_text).substr(start, end - start);
     line.remove_suffix(line.ends_with('\r') ? 1 : 0);
     return line;

@@ -106,8 +106,8 @@ private:
     std::vector<std::size_t> m_lineStarts;
     /// Made when it is first asked for: most explanations look into one file of three.
     mutable std::optional<Scanned> m_scanned;
-    /// Of the offset that was last asked for, the characters before it in its line. Places are mostly
-    /// asked for in their order: counting goes on from there.
+    /// Of the offset that was last asked for, the characters before it in its line. Places are
+    /// mostly asked for in their order: counting goes on from there.
     mutable std::size_t m_countedTo = 0;
     mutable std::size_t m_characters = 0;
 };

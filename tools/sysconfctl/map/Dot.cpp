@@ -6,7 +6,7 @@ namespace sysconfctl {
 namespace {
 
 /// A text inside a quoted label: quotes and backslashes as they are, no entities.
-std::string label(const std::string& line) {
+std::string dotLabel(const std::string& line) {
     std::string text;
     for (const char c : line) {
         switch (c) {
@@ -26,10 +26,10 @@ std::string label(const std::string& line) {
     return text;
 }
 
-std::string box(const Box& drawn, const char* indent) {
+std::string dotBox(const Box& drawn, const char* indent) {
     std::string lines;
     for (const std::string& line : drawn.lines) {
-        lines += label(line) + "\\l";
+        lines += dotLabel(line) + "\\l";
     }
     return fmt::format("{}{} [label=\"{}\"{}];\n", indent, drawn.name, lines,
                        drawn.emphasised ? ", penwidth=2, fillcolor=\"#fff3c4\"" : "");
@@ -45,18 +45,18 @@ std::string dot(const Picture& picture) {
                        "  edge [fontname=\"Helvetica\", fontsize=9];\n"
                        "  graph [fontname=\"Helvetica\", fontsize=11, style=rounded, "
                        "color=\"#888888\"];\n";
-    text += box(picture.process, "  ");
+    text += dotBox(picture.process, "  ");
     for (const Group& tenancy : picture.tenancies) {
         text += fmt::format("  subgraph cluster_{} {{\n    label=\"{}\";\n", tenancy.name,
-                            label(tenancy.title));
+                            dotLabel(tenancy.title));
         for (const Box& drawn : tenancy.boxes) {
-            text += box(drawn, "    ");
+            text += dotBox(drawn, "    ");
         }
         text += "  }\n";
     }
     for (const Arrow& arrow : picture.arrows) {
         text += fmt::format("  {} -> {} [label=\"{}\"{}];\n", arrow.from, arrow.to,
-                            label(arrow.label), arrow.dashed ? ", style=dashed" : "");
+                            dotLabel(arrow.label), arrow.dashed ? ", style=dashed" : "");
     }
     return text + "}\n";
 }

@@ -10,7 +10,7 @@ namespace sysconfctl {
 namespace {
 
 /// A text inside a quoted label: whatever has a meaning there is written by its number.
-std::string label(const std::string& line) {
+std::string mermaidLabel(const std::string& line) {
     constexpr std::string_view kSpecial = "\"#&;<>\\`*_~[]{}()|$";
     std::string text;
     for (const char c : line) {
@@ -23,10 +23,10 @@ std::string label(const std::string& line) {
     return text;
 }
 
-std::string box(const Box& drawn, const char* indent) {
+std::string mermaidBox(const Box& drawn, const char* indent) {
     std::vector<std::string> lines;
     for (const std::string& line : drawn.lines) {
-        lines.push_back(label(line));
+        lines.push_back(mermaidLabel(line));
     }
     return fmt::format("{}{}[\"{}\"]\n", indent, drawn.name, joined(lines, "<br/>"));
 }
@@ -35,17 +35,17 @@ std::string box(const Box& drawn, const char* indent) {
 
 std::string mermaid(const Picture& picture) {
     std::string text = "flowchart LR\n";
-    text += box(picture.process, "  ");
+    text += mermaidBox(picture.process, "  ");
     for (const Group& tenancy : picture.tenancies) {
-        text += fmt::format("  subgraph {}[\"{}\"]\n", tenancy.name, label(tenancy.title));
+        text += fmt::format("  subgraph {}[\"{}\"]\n", tenancy.name, mermaidLabel(tenancy.title));
         for (const Box& drawn : tenancy.boxes) {
-            text += box(drawn, "    ");
+            text += mermaidBox(drawn, "    ");
         }
         text += "  end\n";
     }
     for (const Arrow& arrow : picture.arrows) {
         text += fmt::format("  {} {}|\"{}\"| {}\n", arrow.from, arrow.dashed ? "-.->" : "-->",
-                            label(arrow.label), arrow.to);
+                            mermaidLabel(arrow.label), arrow.to);
     }
     text += "  classDef here stroke-width:3px,fill:#fff3c4\n  class process here\n";
     for (const Group& tenancy : picture.tenancies) {

@@ -70,10 +70,10 @@ Picture pictureOf(const Cluster& cluster) {
                                                                    : escaped(cluster.instanceId)},
                        true,
                        cluster.instanceId};
-    if (names.count(cluster.thisNodeId) != 0) {
+    if (names.contains(cluster.thisNodeId)) {
         const std::string& self = names.at(cluster.thisNodeId);
         picture.arrows.push_back({"process", self, "runs on", false});
-        if (cluster.floatNodeId != cluster.thisNodeId && names.count(cluster.floatNodeId) != 0) {
+        if (cluster.floatNodeId != cluster.thisNodeId && names.contains(cluster.floatNodeId)) {
             picture.arrows.push_back({self, names.at(cluster.floatNodeId), "stands in for", true});
         }
     }

@@ -1,0 +1,5 @@
+#include <EventConsumerCB.h>
+
+int main() {
+    EventConsumerCBFini();
+}
