@@ -27,9 +27,11 @@ function(manual_page name raw)
     message(FATAL_ERROR "Doxygen made no manual page ${raw}")
   endif()
   file(READ "${path}" page)
-  string(REGEX REPLACE "^\\.TH [^\n]*\n"
-                       ".TH ${name} 3 \"\" \"libsysconfreader ${VERSION}\" \"Library Functions\"\n"
-                       page "${page}")
+  string(
+    REGEX
+    REPLACE "^\\.TH [^\n]*\n"
+            ".TH ${name} 3 \"\" \"libsysconfreader ${VERSION}\" \"Library Functions\"\n" page
+            "${page}")
   string(REGEX REPLACE "(\n\\.SH NAME\n)[^ ]*" "\\1${name}" page "${page}")
   string(REGEX REPLACE "[ \t]+\n" "\n" page "${page}")
   string(REGEX REPLACE "\n(')" "\n\\\\\\\\&\\1" page "${page}")

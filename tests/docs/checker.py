@@ -556,7 +556,7 @@ def check_complete(source):
     operations = set()
     for header in "SysConfReader.h", "SysConfReader_i.h":
         text = (source / "include" / header).read_text(encoding="utf-8")
-        public = text[text.index("public:") : text.index("private:")]
+        public = text.partition("public:")[2].partition("private:")[0]
         operations |= set(re.findall(r"^    [\w:<>, ]+ (\w+)\(", public, re.MULTILINE))
     for operation in sorted(operations - {"init_i"}):
         if not re.search(rf"\b{operation}\b", answers):

@@ -88,7 +88,8 @@ class _Reader:
             end += 1
         if end == len(self.lines):
             self.page.complaints.append((index + 1, "a block that does not end"))
-        text = [row[len(indent) :] for row in self.lines[index + 1 : end]]
+        first = index + 1
+        text = [row.removeprefix(indent) for row in self.lines[first:end]]
         self.page.blocks.append(
             Block(index + 2, language, "".join(f"{row}\n" for row in text), self.take_directive())
         )
@@ -97,7 +98,7 @@ class _Reader:
     def indented(self, index):
         directive = self.take_directive()
         while index < len(self.lines) and self.lines[index].startswith(INDENT):
-            text = self.lines[index][len(INDENT) :]
+            text = self.lines[index].removeprefix(INDENT)
             self.page.blocks.append(Block(index + 1, "", text, directive, indented=True))
             index += 1
         return index
