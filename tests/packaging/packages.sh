@@ -81,25 +81,27 @@ contents() {
     share/fish/vendor_completions.d/sysconfctl.fish
 }
 
-# needs PACKAGE OTHER...: among what it depends on.
+# needs PACKAGE PATTERN...: among what it depends on is one that matches.
 needs() {
   local package=$1 other depends
   shift
   depends=$(field "$package" Depends)
   for other in "$@"; do
-    [[ ", $depends," == *", $other"[,\ ]* ]] || fail "$package does not depend on $other: $depends"
+    # shellcheck disable=SC2053 # a pattern
+    [[ ", $depends," == *", "${other}[,\ ]* ]] || fail "$package does not depend on $other: $depends"
   done
 }
 
 dependencies() {
   local version
   version=$(field libsysconfreader Version)
-  needs libsysconfreader "libquarn-platform (= $version)" libjsoncpp25 libace-7.0.8 libc6 libstdc++6
-  needs libquarn-platform libjsoncpp25 libsimdjson14 libc6
+  needs libsysconfreader "libquarn-platform (= $version)" 'libjsoncpp[0-9]*' 'libace-[0-9]*' libc6 \
+    libstdc++6
+  needs libquarn-platform 'libjsoncpp[0-9]*' 'libsimdjson[0-9]*' libc6
   needs libeventcbutil libc6 libstdc++6
   needs libsysconfreader-dev "libsysconfreader (= $version)" "libquarn-platform (= $version)" \
     libjsoncpp-dev libace-dev pkg-config
-  needs sysconfctl "libsysconfreader (= $version)" "libquarn-platform (= $version)" libfmt9
+  needs sysconfctl "libsysconfreader (= $version)" "libquarn-platform (= $version)" 'libfmt[0-9]*'
   # What packages of others depend on.
   dpkg-deb --info "$(package libsysconfreader)" symbols |
     grep -x "libsysconfreader.so libsysconfreader #MINVER#"
