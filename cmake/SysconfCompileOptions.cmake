@@ -27,8 +27,14 @@ function(sysconf_compile_options target)
                VISIBILITY_INLINES_HIDDEN ON
                POSITION_INDEPENDENT_CODE ON)
   target_compile_options(
-    ${target} PRIVATE -Wall -Wextra -Wconversion -Wshadow -Wformat-security
-                      -Werror=format-security $<$<BOOL:${SYSCONFREADER_WERROR}>:-Werror>)
+    ${target}
+    PRIVATE -Wall
+            -Wextra
+            -Wconversion
+            -Wshadow
+            -Wformat-security
+            -Werror=format-security
+            $<$<BOOL:${SYSCONFREADER_WERROR}>:-Werror>)
   if(SYSCONFREADER_SANITIZE STREQUAL "address")
     set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all)
   elseif(SYSCONFREADER_SANITIZE STREQUAL "thread")
@@ -55,7 +61,10 @@ function(sysconf_compile_options target)
     target_compile_options(${target} PRIVATE -mbranch-protection=standard)
   endif()
   target_compile_options(
-    ${target} PRIVATE -fstack-protector-strong
-                      $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE$<SEMICOLON>-D_FORTIFY_SOURCE=2>)
+    ${target}
+    PRIVATE
+      -fstack-protector-strong
+      $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE$<SEMICOLON>-D_FORTIFY_SOURCE=2>
+  )
   target_link_options(${target} PRIVATE -Wl,-z,defs -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
 endfunction()

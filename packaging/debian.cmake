@@ -10,7 +10,13 @@ set(CPACK_PACKAGE_CONTACT "sysconfreader maintainers <maintainers@sysconfreader.
 set(CPACK_PACKAGE_DIRECTORY "${PROJECT_BINARY_DIR}/package")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
-    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+    OWNER_READ
+    OWNER_WRITE
+    OWNER_EXECUTE
+    GROUP_READ
+    GROUP_EXECUTE
+    WORLD_READ
+    WORLD_EXECUTE)
 # Completes what was installed for a package: see there.
 set(CPACK_PRE_BUILD_SCRIPTS "${CMAKE_CURRENT_LIST_DIR}/debian/complete.cmake")
 # And what cpack made of it.
@@ -70,7 +76,10 @@ platform does not bring its own, with their headers.")
 endif()
 
 debian_package(
-  library libsysconfreader libs "library that tells processes of a cluster where they run"
+  library
+  libsysconfreader
+  libs
+  "library that tells processes of a cluster where they run"
   "Answers the processes of a clustered deployment which node they run on, in
 which role, with which addresses, ports and databases, from the deployment's
 configuration files."
@@ -78,10 +87,14 @@ configuration files."
 debian_libraries(library sysconfreader)
 
 debian_package(
-  development libsysconfreader-dev libdevel "development files of libsysconfreader"
+  development
+  libsysconfreader-dev
+  libdevel
+  "development files of libsysconfreader"
   "Headers, and what CMake and pkg-config need to find the library
 libsysconfreader."
-  library ${platform})
+  library
+  ${platform})
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libjsoncpp-dev, libace-dev, pkg-config")
 
 if(TARGET eventcbutil)
@@ -95,12 +108,16 @@ endif()
 
 if(TARGET sysconfctl)
   debian_package(
-    tools sysconfctl admin "shows, explains and checks what sysconfreader answers"
+    tools
+    sysconfctl
+    admin
+    "shows, explains and checks what sysconfreader answers"
     "The operator's tool of libsysconfreader: shows what the library answers on a
 node, explains why, checks the configuration files and draws the deployment.
 Comes with completions for bash, zsh and fish and with JSON schemas of the
 files."
-    library ${platform})
+    library
+    ${platform})
   set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
   set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS "graphviz, libeventcbutil")
 endif()

@@ -37,7 +37,10 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
 
   # The libraries are where the loader looks by itself, and nowhere else should it. Symbols and
   # notes that only debuggers use stay behind.
-  file(GLOB_RECURSE files LIST_DIRECTORIES OFF "${root}/bin/*" "${root}/lib/*.so")
+  file(
+    GLOB_RECURSE files
+    LIST_DIRECTORIES OFF
+    "${root}/bin/*" "${root}/lib/*.so")
   foreach(file IN LISTS files)
     file(RPATH_REMOVE FILE "${file}")
     execute_process(COMMAND "${STRIP}" --strip-unneeded --remove-section=.comment

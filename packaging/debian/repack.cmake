@@ -4,8 +4,7 @@
 # symbols: with names without version, nothing else tells packages of others what to depend on.
 foreach(package IN LISTS CPACK_PACKAGE_FILES)
   set(tree "${package}.tree")
-  execute_process(COMMAND dpkg-deb --raw-extract "${package}" "${tree}"
-                  COMMAND_ERROR_IS_FATAL ANY)
+  execute_process(COMMAND dpkg-deb --raw-extract "${package}" "${tree}" COMMAND_ERROR_IS_FATAL ANY)
   file(REMOVE "${tree}/DEBIAN/postinst" "${tree}/DEBIAN/postrm")
   if(EXISTS "${tree}/DEBIAN/triggers")
     string(REGEX REPLACE "^.*/([^/_]*)_[^/]*$" "\\1" name "${package}")

@@ -1,8 +1,6 @@
 # Fails unless LIBRARY exports exactly EXPECTED: "name kind,name kind".
-execute_process(
-  COMMAND "${NM}" --dynamic --defined-only --format=posix "${LIBRARY}"
-  OUTPUT_VARIABLE output
-  COMMAND_ERROR_IS_FATAL ANY)
+execute_process(COMMAND "${NM}" --dynamic --defined-only --format=posix "${LIBRARY}"
+                OUTPUT_VARIABLE output COMMAND_ERROR_IS_FATAL ANY)
 string(REGEX MATCHALL "[^\n]+" lines "${output}")
 set(found)
 foreach(line IN LISTS lines)

@@ -1,8 +1,6 @@
 # Fails unless LIBRARY exports something, and nothing but members of CLASSES (alternatives).
-execute_process(
-  COMMAND "${NM}" --dynamic --defined-only --demangle "${LIBRARY}"
-  OUTPUT_VARIABLE output
-  COMMAND_ERROR_IS_FATAL ANY)
+execute_process(COMMAND "${NM}" --dynamic --defined-only --demangle "${LIBRARY}"
+                OUTPUT_VARIABLE output COMMAND_ERROR_IS_FATAL ANY)
 string(REGEX REPLACE "\n$" "" output "${output}")
 string(REPLACE "\n" ";" symbols "${output}")
 if(NOT symbols)
