@@ -102,8 +102,11 @@ TEST(LibraryLoad, Repeated_NeitherFailsNorLeavesAnything) {
 }
 
 TEST(LibraryLoad, ByItsNameInTheSearchPath_IsFound) {
-    std::filesystem::create_symlink(SYSCONF_LIBRARY,
-                                    support::testDirectory() / "libsysconfreader.so");
+    // As installed, with the platform's libraries beside it.
+    for (const std::filesystem::path library :
+         {SYSCONF_LIBRARY, SYSCONF_JSON_LIBRARY, SYSCONF_HOST_LIBRARY}) {
+        std::filesystem::create_symlink(library, support::testDirectory() / library.filename());
+    }
     void* library = ::dlopen("libsysconfreader.so", RTLD_NOW | RTLD_LOCAL);
     EXPECT_NE(library, nullptr) << ::dlerror();
 }
