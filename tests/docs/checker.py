@@ -73,6 +73,20 @@ class Wrong(Exception):
     """A complaint of a block or a command."""
 
 
+def succeed(command, cwd=None):
+    """Runs it; what it tells is what is wrong if it fails."""
+    run = subprocess.run(
+        list(map(str, command)),
+        cwd=cwd,
+        stdout=subprocess.PIPE,
+        stderr=subprocess.STDOUT,
+        text=True,
+        check=False,
+    )
+    if run.returncode != 0:
+        raise Wrong(run.stdout)
+
+
 class Tree:
     """The source tree and what is built of it."""
 
@@ -346,17 +360,11 @@ class Blocks:
             text=True,
             check=True,
         ).stdout.split()
-        run = subprocess.run(
+        succeed(
             [*tree.launcher, tree.cxx, "-std=c++17", "-Wall", "-Wextra", *flags, *tree.flags]
-            + [f"-I{tree.source}/include", *map(str, arguments)],
+            + [f"-I{tree.source}/include", *arguments],
             cwd=self.work,
-            stdout=subprocess.PIPE,
-            stderr=subprocess.STDOUT,
-            text=True,
-            check=False,
         )
-        if run.returncode != 0:
-            raise Wrong(run.stdout)
 
     def cpp(self, block, told):
         if re.search(r"\bint main\(", block.text):
@@ -438,15 +446,7 @@ set_target_properties(sysconfreader::sysconfreader PROPERTIES
         if whole:
             commands.append([self.tree.cmake, "--build", folder])
         for command in commands:
-            run = subprocess.run(
-                list(map(str, command)),
-                stdout=subprocess.PIPE,
-                stderr=subprocess.STDOUT,
-                text=True,
-                check=False,
-            )
-            if run.returncode != 0:
-                raise Wrong(run.stdout)
+            succeed(command)
 
     # Texts
 
