@@ -87,7 +87,9 @@ protected:
             }
         }
         EXPECT_EQ(resourcesAtRest(), atFirst);
-        // What a destroyed and created instance differs by, and a sanitizer holds back.
+        // What a destroyed and created instance differs by, a sanitizer holds back, and the
+        // threads' own lists of free blocks, which count as used: after 1,000 to 4,000 rounds
+        // 22,000 bytes.
         EXPECT_LE(::mallinfo2().uordblks, heapAtFirst + kTolerance);
         Opened().destroy();
     }
@@ -97,7 +99,7 @@ protected:
 private:
     static constexpr int kRounds = 60;
     static constexpr int kWarm = 20;
-    static constexpr std::size_t kTolerance = 16U * 1024U;
+    static constexpr std::size_t kTolerance = 32U * 1024U;
 };
 
 /// The contract of an event library does not ask it to keep the code of its callbacks loaded.
