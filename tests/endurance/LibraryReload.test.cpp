@@ -81,15 +81,14 @@ protected:
             }
             closed();
             watchdog.progress();
-            if (round == kWarm) {
+            // By then the threads' own lists of free blocks, which count as used, are full.
+            if (round == rounds / 3) {
                 atFirst = resourcesAtRest();
                 heapAtFirst = ::mallinfo2().uordblks;
             }
         }
         EXPECT_EQ(resourcesAtRest(), atFirst);
-        // What a destroyed and created instance differs by, a sanitizer holds back, and the
-        // threads' own lists of free blocks, which count as used: after 1,000 to 4,000 rounds
-        // 22,000 bytes.
+        // What a destroyed and created instance differs by, and a sanitizer holds back.
         EXPECT_LE(::mallinfo2().uordblks, heapAtFirst + kTolerance);
         Opened().destroy();
     }
@@ -98,8 +97,7 @@ protected:
 
 private:
     static constexpr int kRounds = 60;
-    static constexpr int kWarm = 20;
-    static constexpr std::size_t kTolerance = 32U * 1024U;
+    static constexpr std::size_t kTolerance = 16U * 1024U;
 };
 
 /// The contract of an event library does not ask it to keep the code of its callbacks loaded.

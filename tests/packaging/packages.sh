@@ -19,7 +19,7 @@ fail() {
   exit 1
 }
 
-# pack FOLDER
+# pack FOLDER UMASK
 pack() {
   if ! (umask "$2" && cpack --config "$build/CPackConfig.cmake" -B "$1") >"$work/log" 2>&1; then
     cat "$work/log" >&2
@@ -141,7 +141,7 @@ tool() {
 }
 
 installation() {
-  local version
+  local version dynamic
   version=$(field libsysconfreader Version)
   mkdir -p "$root"/var/lib/dpkg/{info,updates}
   touch "$root/var/lib/dpkg/status"
@@ -157,8 +157,8 @@ installation() {
     sort | uniq -c) =~ ^\ *5\ $version$ ]] || fail "not all are upgraded to $version"
   dpkg --root="$root" --force-not-root --verify | grep . && fail "files differ from the packages'"
 
-  readelf --dynamic "$root/usr/bin/sysconfctl" "$root/usr/$libdir"/lib*.so |
-    grep -E 'R(UN)?PATH' && fail "libraries are searched for in folders of their own"
+  dynamic=$(readelf --dynamic "$root/usr/bin/sysconfctl" "$root/usr/$libdir"/lib*.so)
+  grep -E 'R(UN)?PATH' <<<"$dynamic" && fail "libraries are searched for in folders of their own"
   [[ "sysconfctl ${version%-*}" == "$(tool --version)" ]] || fail "the tool says $(tool --version)"
   [[ $(tool --env-file "$source/samples/ha-pair/master.env" get product-name) == core ]] ||
     fail "the tool does not answer"
