@@ -5,6 +5,7 @@
 #include <JsonReader.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <ctime>
@@ -17,6 +18,18 @@
 namespace Quarncommon::config {
 
 namespace {
+
+using Outcome = ReadResult::Outcome;
+
+/// What a failed system call says about the file: some errors belong to the path, the others to the
+/// moment.
+Outcome outcomeOf(int error) {
+    constexpr std::array kOfTheMoment = {ENOMEM, EMFILE, ENFILE, EIO,       ESTALE,
+                                         EINTR,  EAGAIN, EBUSY,  ETIMEDOUT, ENOBUFS};
+    const bool passes =
+        std::find(kOfTheMoment.begin(), kOfTheMoment.end(), error) != kOfTheMoment.end();
+    return passes ? Outcome::Unavailable : Outcome::NotParsed;
+}
 
 /// Opens the path; a signal that interrupts it, as it may on a network or where a lease is waited
 /// for, does not count.
@@ -64,14 +77,15 @@ public:
     const char* data() const { return m_bytes.get(); }
     std::size_t length() const { return m_length; }
 
-    /// Reads from the start to the end, `size` bytes by the look of it; files of /proc have 0. A
-    /// file that has just that many is known to have ended by its size, which the caller compares
-    /// once more; it saves the read that would find nothing.
+    /// No reader takes a longer text, so no memory is filled with one. A larger file, which costs
+    /// its writer nothing if it has holes, is not read.
+    static constexpr std::size_t kLargest = std::size_t{1} << 30U;
+
+    /// Reads the whole file; false with the error in `errno` if that fails. `size` is st_size, a
+    /// hint only: /proc reports 0. Reading ends at `size` bytes without the read that would find
+    /// the end, because the caller compares the size again.
     bool readFrom(int descriptor, std::size_t size) {
         m_length = 0;
-        if (size > kLargest) {
-            return false;
-        }
         reserve(std::max(size, kSmallest));
         for (;;) {
             const ssize_t count = ::pread(descriptor, m_bytes.get() + m_length,
@@ -84,7 +98,8 @@ public:
                 return true;
             }
             if (m_length > kLargest) { // GCOVR_EXCL_BR_LINE: as the next line
-                return false;          // GCOVR_EXCL_LINE: by a file that grows beyond 1 GiB
+                errno = EFBIG;         // GCOVR_EXCL_LINE: by a file that grows beyond 1 GiB
+                return false;          // GCOVR_EXCL_LINE
             }
             if (m_length == m_capacity) {
                 reserve(2 * m_capacity);
@@ -94,9 +109,6 @@ public:
 
 private:
     static constexpr std::size_t kSmallest = 4096;
-    /// No reader takes a longer text, so nobody's memory is filled with one. A file that claims
-    /// such a size, which costs its writer nothing where files have holes, is not even read.
-    static constexpr std::size_t kLargest = std::size_t{1} << 30U;
 
     void reserve(std::size_t capacity) {
         if (capacity > m_capacity) {
@@ -127,24 +139,27 @@ bool writtenLately(const struct stat& status) {
     return age < kLately;
 }
 
-/// Reads a text that stood in the file at one moment: a file that is rewritten in place while it
-/// is read would give the start of one text and the end of another. One that does not hold still
-/// for any of a few attempts counts as unreadable.
-bool readWhole(const std::string& path, Text& text) {
+/// Reads a text that the file had at one moment: a file that is rewritten in place while it is read
+/// would give the start of one text and the end of another. One that changes during each of a few
+/// attempts is unavailable.
+Outcome readWhole(const std::string& path, Text& text) {
     constexpr int kAttempts = 4;
     const Descriptor file(path);
     if (file.get() < 0) {
-        return false;
+        return outcomeOf(errno);
     }
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
         struct stat before {};
         struct stat after {};
-        if (::fstat(file.get(), &before) != 0 || !S_ISREG(before.st_mode)) {
-            return false;
+        if (::fstat(file.get(), &before) != 0) {
+            return outcomeOf(errno);
         }
         const auto size = static_cast<std::size_t>(before.st_size);
+        if (!S_ISREG(before.st_mode) || size > Text::kLargest) {
+            return Outcome::NotParsed;
+        }
         if (!text.readFrom(file.get(), size) || ::fstat(file.get(), &after) != 0) {
-            return false;
+            return outcomeOf(errno);
         }
         if (before.st_size != after.st_size || !sameTime(before.st_mtim, after.st_mtim)) {
             continue;
@@ -153,10 +168,21 @@ bool readWhole(const std::string& path, Text& text) {
         if (!writtenLately(before) || (again.readFrom(file.get(), size) &&
                                        std::equal(again.data(), again.data() + again.length(),
                                                   text.data(), text.data() + text.length()))) {
-            return true;
+            return Outcome::Parsed;
         }
     }
-    return false;
+    return Outcome::Unavailable;
+}
+
+/// Reads the file and hands its text to `parse`.
+template <typename Parse>
+ReadResult readAndParse(const std::string& path, Parse parse) {
+    Text text;
+    const Outcome read = readWhole(path, text);
+    if (read == Outcome::Parsed && !parse(text)) {
+        return Outcome::NotParsed;
+    }
+    return read;
 }
 
 } // namespace
@@ -180,30 +206,22 @@ std::optional<std::string> readText(const std::string& path) {
     std::optional<std::string> bytes;
     completes([&] {
         Text text;
-        if (readWhole(path, text)) {
+        if (readWhole(path, text) == Outcome::Parsed) {
             bytes.emplace(text.data(), text.length());
         }
     });
     return bytes;
 }
 
-bool readJsonFile(const std::string& path, Json::Value& value) {
-    bool parsed = false;
-    completes([&] {
-        Text text;
-        parsed = readWhole(path, text) &&
-                 JsonReader(false).parse(std::string(text.data(), text.length()), value);
+ReadResult readJsonFile(const std::string& path, Json::Value& value) {
+    return readAndParse(path, [&](const Text& text) {
+        return JsonReader(false).parse(std::string(text.data(), text.length()), value);
     });
-    return parsed;
 }
 
-bool readJsonFile(const std::string& path, Document& document) {
-    bool parsed = false;
-    completes([&] {
-        Text text;
-        parsed = readWhole(path, text) && document.read(text.data(), text.length());
-    });
-    return parsed;
+ReadResult readJsonFile(const std::string& path, Document& document) {
+    return readAndParse(
+        path, [&](const Text& text) { return document.read(text.data(), text.length()); });
 }
 
 #ifndef SYSCONFREADER_WITH_DOCUMENT

@@ -32,13 +32,34 @@ std::string pathOf(const ConfigFile& file);
 /// The same, but nothing when the variable is unset.
 std::optional<std::string> pathIfSet(const ConfigFile& file);
 
-/// The bytes of a whole regular file; nothing where readJsonFile would find none to parse.
+/// The bytes of a whole regular file; nothing if readJsonFile has no text to parse. Never throws.
 std::optional<std::string> readText(const std::string& path);
 
-/// Reads the whole regular file and parses it; tells whether `value` is now its tree. A file that
-/// cannot be opened or not be read to its end, a directory, pipe or device, a text that is not one
-/// valid JSON text, and whatever is thrown on the way count alike: false, `value` as it was.
-bool readJsonFile(const std::string& path, Json::Value& value);
+/// The result of reading and parsing a file. True if it was parsed.
+class ReadResult {
+public:
+    enum class Outcome {
+        Parsed,
+        /// Missing, not permitted, not a regular file, or not one valid JSON text. Reading again
+        /// gives the same until somebody changes something.
+        NotParsed,
+        /// A resource or the storage failed, or the file did not hold still. Nothing is known about
+        /// its content, and reading again may succeed.
+        Unavailable
+    };
+
+    ReadResult(Outcome outcome) : m_outcome(outcome) {} // NOLINT(google-explicit-constructor)
+    explicit operator bool() const { return m_outcome == Outcome::Parsed; }
+    bool unavailable() const { return m_outcome == Outcome::Unavailable; }
+
+private:
+    Outcome m_outcome;
+};
+
+/// Reads the whole regular file and parses it into `value`, which stays as it was unless the result
+/// is true.
+/// @throws std::bad_alloc if memory runs out, and what a JsonReader of the platform throws.
+ReadResult readJsonFile(const std::string& path, Json::Value& value);
 
 #ifdef SYSCONFREADER_WITH_DOCUMENT
 using Document = JsonDocument;
@@ -57,6 +78,6 @@ private:
 #endif
 
 /// The same for a file of which little is needed: `document` answers from it.
-bool readJsonFile(const std::string& path, Document& document);
+ReadResult readJsonFile(const std::string& path, Document& document);
 
 } // namespace Quarncommon::config
