@@ -315,9 +315,12 @@ private:
     SysConfReader() = default;
     ~SysConfReader() = default;
 
-    /// What a change event does to this class: Instance(), then Reload() of whatever instance the
-    /// write lock shows, if any is left.
+    /// Creates, loads and publishes the instance if there is none.
+    [[gnu::visibility("hidden")]] static SysConfReader* create();
+    /// Reloads the instance, creating it if there is none.
     static void reloadInstance();
+    /// Reloads the instance if there is one.
+    [[gnu::visibility("hidden")]] static void reloadExisting();
     void reloadLocked();
     void loadFiles(const std::string& appConfigPath, const std::string& instanceId);
     /// The first getLocalNodeIPs, for the float node of that id.

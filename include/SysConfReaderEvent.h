@@ -45,6 +45,8 @@ using EventConsumerCBInitFunction = int(const std::string& eventName, const std:
                                         const EventConsumerCallback* callback);
 /// The type of the entry point that ends the subscription.
 using EventConsumerCBFiniFunction = void();
+/// The type of the optional entry point that requests another delivery.
+using EventConsumerCBRedeliverFunction = void(const EventConsumerCallback* callback);
 
 /// Applies a change of the configuration files: reloads SysConfReader (creating it if need be),
 /// then SysConfReaderImpl. This is the callback that the library subscribes with.

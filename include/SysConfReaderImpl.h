@@ -140,13 +140,26 @@ private:
     SysConfReaderImpl() = default;
     ~SysConfReaderImpl();
 
-    /// What a load of the main reader begins with: an instance exists and has tried to subscribe.
+    /// Creates, loads and publishes the instance if there is none.
+    [[gnu::visibility("hidden")]] static SysConfReaderImpl* create();
+    /// Reloads the instance if there is one.
+    [[gnu::visibility("hidden")]] static void reloadExisting();
+    /// The first step of SysConfReader's loader: creates the instance and tries to subscribe.
     static void ensureSubscribed();
-    /// Reloads both singletons if `subscriber` is still the role reader.
+    /// Subscribes the published instance again, after a discarded one may have replaced it in the
+    /// event library.
+    [[gnu::visibility("hidden")]] static void subscribeAgain();
+    /// The end of an operation that has loaded. If the thread holds no lock any more, applies an
+    /// event that the load could not apply, and asks the event library to deliver again if a load
+    /// met a shortage.
+    [[gnu::visibility("hidden")]] static void finishLoad();
+    [[gnu::visibility("hidden")]] static void requestRedelivery();
+    /// Reloads both singletons if `subscriber` is still the role reader. Throws if a load met a
+    /// shortage.
     static void applyChange(const void* subscriber);
     void endSubscription();
-    /// A copy of one answer of whatever instance the read lock shows, creating one if need be: for
-    /// callers that must not hold on to a pointer which another thread may destroy.
+    /// Copies one answer of the instance that exists under the read lock, creating one if there is
+    /// none: for callers whose pointer another thread might destroy.
     static std::string currentAnswer(std::string SysConfReaderImpl::*answer);
 
     std::string m_masterNodeId;
@@ -156,7 +169,7 @@ private:
     std::string m_masterInternalServiceIP;
     std::string m_standbyInternalServiceIP;
     std::string m_localInternalServiceIP;
-    /// True while a subscription is made or being made.
+    /// True while a subscription exists or is being made.
     std::atomic<bool> m_consumerInited{false};
 
     /// Null until an instance has been loaded completely.
