@@ -52,7 +52,7 @@ private:
 
 namespace {
 
-/// The process that forked last, to tell it from its child.
+/// The process that forked last, to distinguish it from its child.
 constinit std::atomic<pid_t> g_parent{0};
 
 void beforeFork() {

@@ -77,8 +77,8 @@ bool switchedOff() {
 
 /// From static destruction on no event is applied. Registered after everything that the library
 /// builds when it is loaded, and so run before any of that is destroyed. Not the destructor of a
-/// local static object: a child that is forked while another thread builds that would wait for
-/// ever.
+/// local static object: a child that is forked while another thread builds it would wait for that
+/// thread.
 void closeGateAtExit() {
     if (!g_closedAtExit.exchange(true)) {
         std::atexit([] { g_eventGate.close(kExitLimit); });

@@ -67,7 +67,14 @@ protected:
         deployment.appConfig(R"({"processes": {"p1": {"local": {"port": 7}, "nodeId": "n"}}})")
             .nodeList(R"({"nodeList": {"n": {"assignedToTenancy": "t",
                 "extAttr": {"HOSTID": "h"},
-                "IPAddresses": [{"IP": "10.0.0.1", "usage": ["internal_service"]}]}}})");
+                "IPAddresses": [{"IP": "10.0.0.1", "usage": ["internal_service"]}]}}})")
+            .managerNodeList(R"({"nodeList": {
+                "a": {"assignedToTenancy": "t",
+                      "extAttr": {"hostType": "master", "domain_node_type": "ACCESS_Master"},
+                      "IPAddresses": [{"IP": "10.0.0.2", "usage": ["internal_service"]}]},
+                "b": {"assignedToTenancy": "t",
+                      "extAttr": {"hostType": "standby", "domain_node_type": "ACCESS_Backup"},
+                      "IPAddresses": [{"IP": "10.0.0.3", "usage": ["internal_service"]}]}}})");
         support::installEventLibrary("recording");
         // Loads the event library for good: its loading allocates memory for others.
         SysConfReader::Instance();
@@ -78,11 +85,16 @@ protected:
         SysConfReader::Destory();
     }
 
+    static bool rolesWhole() {
+        const SysConfReader_i& roles = *SysConfReader_i::Instance();
+        return roles.GetProductName() == "t" && roles.GetLocalInternalServiceIP() == "10.0.0.1" &&
+               roles.GetMasterInternalServiceIP() == "10.0.0.2" &&
+               roles.GetStandbyInternalServiceIP() == "10.0.0.3";
+    }
+
     static bool whole() {
-        return SysConfReader::Instance()->getLocalPort() == 7 &&
-               SysConfReader::Instance()->getLocalHostTagName() == "h" &&
-               SysConfReader_i::Instance()->GetProductName() == "t" &&
-               SysConfReader_i::Instance()->GetLocalInternalServiceIP() == "10.0.0.1";
+        SysConfReader& reader = *SysConfReader::Instance();
+        return reader.getLocalPort() == 7 && reader.getLocalHostTagName() == "h" && rolesWhole();
     }
 
     /// Expects that an incomplete load which was not reported by an exception made a request for
@@ -136,9 +148,7 @@ TEST_F(CreationOutOfMemory, OfTheRoleReader_ThrowsOrLeavesARoleReader) {
         },
         [] { SysConfReaderImpl::Instance(); },
         [&](std::size_t which, End end) {
-            const SysConfReader_i& roles = *SysConfReader_i::Instance();
-            const bool complete = end == End::Threw || (roles.GetProductName() == "t" &&
-                                                        !roles.GetLocalInternalServiceIP().empty());
+            const bool complete = end == End::Threw || rolesWhole();
             EXPECT_EQ(requests() - requestsBefore, complete ? 0 : 1);
             EXPECT_TRUE(which > 1 || end == End::Threw);
             if (end == End::Threw) {
