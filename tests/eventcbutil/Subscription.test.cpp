@@ -106,7 +106,7 @@ TEST_F(SubscriptionAt, CallbackRefused_SameTextIsAnnouncedAgain) {
 
 TEST_F(SubscriptionAt, KernelRefusesWatches_LooksOnceASecondAndAnnouncesWhatItFinds) {
     announce("other");
-    refuseWatches(ENOSPC);
+    failCalls(Call::AddWatch, ENOSPC);
     announce("without watches");
     for (int i = 0; i < 3; ++i) {
         // Whatever woke the thread up in between, the next look is a second after the last.
@@ -121,7 +121,7 @@ TEST_F(SubscriptionAt, KernelRefusesWatches_LooksOnceASecondAndAnnouncesWhatItFi
         m_now += 50ms;
         EXPECT_FALSE(m_subscription.ready(m_now));
     }
-    refuseWatches(0);
+    failCalls(Call::AddWatch, 0);
     m_subscription.gather(*m_subscription.due());
     m_now = *m_subscription.due();
     EXPECT_FALSE(m_subscription.ready(m_now));
