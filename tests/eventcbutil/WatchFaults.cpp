@@ -32,6 +32,7 @@ constinit std::array<Fault, 16> g_faults{};
 
 constinit std::atomic<int> g_hangingCall{-1};
 constinit std::atomic<int> g_hanging{0};
+constinit std::atomic<bool> g_unlocksDelayed{false};
 std::mutex g_pathMutex;
 std::string& hangingPath() {
     static std::string& path = *new std::string;
@@ -122,6 +123,10 @@ void releaseCalls() {
     g_hangingCall.notify_all();
 }
 
+void delayUnlocksOfThreads(bool delayed) {
+    g_unlocksDelayed = delayed;
+}
+
 #define FAULTY extern "C" [[gnu::visibility("default")]]
 #define CALLER __builtin_return_address(0)
 
@@ -202,8 +207,7 @@ FAULTY int fstat(int descriptor, struct stat* status) noexcept {
 
 FAULTY int lstat(const char* path, struct stat* status) noexcept {
     hang(Call::Lstat, CALLER, path);
-    return refused(Call::Lstat, CALLER) ? -1
-                                        : static_cast<int>(::syscall(SYS_lstat, path, status));
+    return refused(Call::Lstat, CALLER) ? -1 : static_cast<int>(::syscall(SYS_lstat, path, status));
 }
 
 FAULTY int open(const char* path, int flags, ...) {
@@ -240,11 +244,21 @@ FAULTY int ioctl(int descriptor, unsigned long request, ...) noexcept {
                : static_cast<int>(::syscall(SYS_ioctl, descriptor, request, argument));
 }
 
-FAULTY int pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
-                          void* (*work)(void*), void* argument) noexcept {
+FAULTY int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*work)(void*),
+                          void* argument) noexcept {
     static auto* const real =
         reinterpret_cast<decltype(&::pthread_create)>(::dlsym(RTLD_NEXT, "pthread_create"));
     return refused(Call::ThreadCreate, CALLER) ? errno : real(thread, attributes, work, argument);
+}
+
+FAULTY int pthread_mutex_unlock(pthread_mutex_t* mutex) noexcept {
+    static auto* const real = reinterpret_cast<decltype(&::pthread_mutex_unlock)>(
+        ::dlsym(RTLD_NEXT, "pthread_mutex_unlock"));
+    const int result = real(mutex);
+    if (g_unlocksDelayed && ofTheEventLibrary(CALLER) && ::gettid() != ::getpid()) {
+        ::usleep(2000);
+    }
+    return result;
 }
 
 // What pthread_atfork calls.

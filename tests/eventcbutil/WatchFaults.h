@@ -40,3 +40,7 @@ void hangCalls(Call call, const std::string& path = "");
 /// How many calls hang at the moment.
 int hangingCalls();
 void releaseCalls();
+
+/// Whether every thread but the first one is delayed by 2 ms each time the event library has
+/// released a mutex on it; without sanitizers.
+void delayUnlocksOfThreads(bool delayed);
