@@ -20,9 +20,10 @@ const std::string& kInternalServiceUsage = *new std::string("internal_service");
 const std::string kSouthboundUsage = "southbound";
 const std::string kNorthboundUsage = "northbound";
 
-/// The address entries of the node of that id.
-Json::Value entriesOf(const config::Document& list, const std::string& nodeId) {
-    return rules::addressEntries(rules::nodeEntry(list.root(), nodeId)).value();
+/// GetInternalIp of a node's address entries, without a tree of them.
+std::string internalIpOf(const config::Document& list, const std::string& nodeId) {
+    return rules::internalServiceAddress(
+        rules::addressEntries(rules::nodeEntry(list.root(), nodeId)), kInternalServiceUsage);
 }
 
 } // namespace
@@ -90,10 +91,9 @@ void SysConfReaderImpl::Init_i() {
 void SysConfReaderImpl::InitLocalNodeId() {
     completes([this] {
         const std::string instanceId = config::environment(config::kInstanceIdVariable);
-        Json::Value root;
-        if (config::readJsonFile(config::pathOf(config::kAppConfig), root)) {
-            const Json::Value& tree = root;
-            m_localNodeId = tree["processes"][instanceId]["nodeId"].asString();
+        config::Document appConfig;
+        if (config::readJsonFile(config::pathOf(config::kAppConfig), appConfig)) {
+            m_localNodeId = appConfig.root()["processes"][instanceId]["nodeId"].asString();
         }
     });
 }
@@ -102,7 +102,7 @@ void SysConfReaderImpl::InitLocalIp() {
     completes([this] {
         config::Document list;
         if (config::readJsonFile(GetNodeListFilePath(), list)) {
-            m_localInternalServiceIP = GetInternalIp(entriesOf(list, m_localNodeId));
+            m_localInternalServiceIP = internalIpOf(list, m_localNodeId);
         }
     });
 }
@@ -130,8 +130,8 @@ void SysConfReaderImpl::InitMasterAndStandyIp() {
     completes([this] {
         config::Document list;
         if (config::readJsonFile(GetManagerNodeListFilePath(), list)) {
-            m_masterInternalServiceIP = GetInternalIp(entriesOf(list, m_masterNodeId));
-            m_standbyInternalServiceIP = GetInternalIp(entriesOf(list, m_standbyNodeId));
+            m_masterInternalServiceIP = internalIpOf(list, m_masterNodeId);
+            m_standbyInternalServiceIP = internalIpOf(list, m_standbyNodeId);
         }
     });
 }
