@@ -61,12 +61,15 @@ void SysConfReader::getLocalNodeIPs(std::map<std::string, std::string>& usageIPs
         emptySouthboundKeys(usageIPs);
         nodeId = identity().floatNodeId;
     };
-    // Every key of the map is matched from here on, including those that the caller added.
+    // Every key that the map has after `prepare` belongs to the family, the caller's included.
     const auto slotFor = [&](const std::string& tag) {
         const auto slot = usageIPs.find(tag);
         return slot != usageIPs.end() ? &slot->second : nullptr;
     };
-    const rules::TagWalk seen = walkTags(nodeId, prepare, slotFor);
+    const rules::TagWalk seen =
+        walkTags(nodeId, prepare, [&](const rules::Node& addresses, rules::TagWalk& walk) {
+            rules::collectByTag(addresses, slotFor, walk);
+        });
     if (seen.matched) {
         return;
     }
