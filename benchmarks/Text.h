@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-/// Answers as texts, to be compared.
+/// Answers as text, for comparison.
 namespace bench {
 
 inline std::string text(const std::string& answer) {
