@@ -7,7 +7,6 @@
 #include <utility>
 #include <vector>
 
-/// The operations of one variant.
 namespace bench {
 
 /// Operation -> answer as text, in the order of the operations.

@@ -5,7 +5,6 @@
 #include <string>
 #include <utility>
 
-/// Answers as text, for comparison.
 namespace bench {
 
 inline std::string text(const std::string& answer) {

@@ -4,7 +4,6 @@
 
 #include <string>
 
-/// The three variants. A process measures one of them.
 namespace bench {
 
 void addProduct(Suite& suite);

@@ -4,10 +4,9 @@
 
 #include <string>
 
-/// The first steps of every query.
 namespace baseline {
 
-/// The variable's value, "" if unset.
+/// Returns "" if the variable is unset.
 std::string variable(const char* name);
 
 /// Reads the whole file through stream-buffer iterators and parses it with jsoncpp's strict reader.

@@ -25,7 +25,6 @@ const std::string kTail = " -- an address longer than the inline buffer";
 
 enum class Promise { NeverThrows, MayThrow };
 
-/// The outcome of a call.
 enum class End { Answered, BadAlloc, AnotherException };
 void PrintTo(End end, std::ostream* out) {
     constexpr const char* kNames[] = {"an answer", "std::bad_alloc", "another exception"};

@@ -25,7 +25,6 @@ struct Query {
 };
 
 const std::vector<Query>& all();
-/// The queries that read that file.
 std::vector<Query> reading(Reads reads);
 
 /// The three files for process "p1" on node "n1". Every answer except ports contains `mark`. The
@@ -34,7 +33,6 @@ std::string appConfig(const std::string& mark);
 std::string nodeList(const std::string& mark, std::size_t furtherNodes = 0);
 std::string managerNodeList(const std::string& mark, std::size_t furtherNodes = 0);
 
-/// Writes all three files.
 void write(support::Deployment& files, const std::string& mark);
 
 } // namespace queries

@@ -20,7 +20,6 @@ using support::LockCounts;
 
 constexpr int kErrors[] = {EAGAIN, EDEADLK, EINVAL};
 
-/// The locks that a query took, and those that it held at each file call.
 struct Seen {
     LockCounts counts;
     std::size_t mostHeld = 0;

@@ -18,7 +18,6 @@ namespace {
 using Quarncommon::SysConfReader;
 using testing::AnyOf;
 
-/// Answers of the unlocked queries.
 struct Unlocked {
     std::string north;
     std::string byNumber;
@@ -113,7 +112,7 @@ TEST(UnlockedQueries, ReloadBlockedAtEachFile_AnswersAreOfThePreviousLoad) {
         },
         [](int stop) {
             EXPECT_EQ(askUnlocked(), kOne) << "stop " << stop;
-            // These do not need the lock of the load either.
+            // Neither do these wait for the load.
             EXPECT_EQ(SysConfReader::Instance()->GetMasterInternalServiceIP(), "");
             EXPECT_EQ(SysConfReader::Instance()->GetStandbyInternalServiceIP(), "");
             EXPECT_NE(SysConfReader::Instance()->GetAppRoot(), "");
