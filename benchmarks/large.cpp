@@ -1,6 +1,6 @@
-// bench-large DIRECTORY MEBIBYTES: writes valid files of that size and tells, as JSON, how long one
-// call takes that reads them and how much memory it needs at the most, each in a process of its
-// own. To be run by hand; 256 is what docs/reliability.md and SECURITY.md tell.
+// bench-large DIRECTORY MEBIBYTES: writes valid files of that size and prints, as JSON, the CPU
+// time and the peak memory of each call that reads them. Each call runs in a new process. Run it by
+// hand; docs/reliability.md and SECURITY.md have the figures for 256.
 
 #include "Environment.h"
 #include "generator/Deployment.h"
@@ -25,7 +25,7 @@ using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReaderImpl;
 namespace fs = std::filesystem;
 
-/// Processor time of this process so far, in seconds: what a call takes, whatever else is running.
+/// CPU time of this process so far, in seconds.
 double processorTime() {
     timespec now{};
     ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
@@ -55,7 +55,7 @@ const Call kQueries[] = {
 
 const Call kLoad[] = {{"SysConfReader::Reload", [] { SysConfReader::Instance()->Reload(); }}};
 
-/// Runs the call in a process of its own that has loaded without any file.
+/// Measures the call in a child process whose singletons were loaded without any file.
 void measure(const char* file, const Call& call, const fs::path& directory) {
     std::fflush(stdout);
     const pid_t child = ::fork();
@@ -85,7 +85,7 @@ void measure(const char* file, const Call& call, const fs::path& directory) {
     std::_Exit(EXIT_SUCCESS);
 }
 
-/// Writes a text and dates it back, so that it is not read twice for being new.
+/// Writes a file with an old time stamp, because the library reads a new file twice.
 void write(const fs::path& path, const std::string& start, const std::string& part,
            std::size_t size, const std::string& end) {
     fs::create_directories(path.parent_path());
@@ -124,7 +124,7 @@ void measureAppConfig(const fs::path& directory, std::size_t size) {
     write(directory / generator::kAppConfigFile, R"({"processes":{},"more":[0)",
           ",{\"a member\":\"a text of forty characters, more or less\"}", size, "]}");
     measure("app config of small objects", kLoad[0], directory);
-    constexpr std::size_t kPart = 16; // the whole would need more than most machines have
+    constexpr std::size_t kPart = 16; // the full size needs more memory than most machines have
     write(directory / generator::kAppConfigFile, R"({"processes":{},"more":[0)", ",0", size / kPart,
           "]}");
     measure("app config of numbers of one digit, a sixteenth of the size", kLoad[0], directory);

@@ -1,5 +1,4 @@
-// A function that is as careless as one can be: what the compiler makes of it tells which checks it
-// adds. Nobody calls it.
+// An unsafe function that is never called: its imports show which checks the compiler adds.
 
 #include <cstring>
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# hardening-probe.sh LIBRARY optimised|unoptimised: code built as the project's own checks the stack
-# before it returns and, where it is optimised, the buffers that it copies into.
+# hardening-probe.sh LIBRARY optimised|unoptimised: checks that code built with the project's options has
+# a stack protector and, if optimised, checked copies.
 set -euo pipefail
 
 library=$1

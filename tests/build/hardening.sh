@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# hardening.sh CMAKE BUILD LIBDIR: installs what is built and looks at every program and library.
+# hardening.sh CMAKE BUILD LIBDIR: installs the build and checks the protections of every program and
+# library.
 set -euo pipefail
 export LC_ALL=C
 
@@ -15,10 +16,10 @@ fail() {
   failures=$((failures + 1))
 }
 
-# Relocations are made read-only after all of them were done at the start.
+# All relocations are done at start-up and then made read-only.
 check_relocations() {
   grep -q GNU_RELRO <<<"$headers" || fail "no read-only relocations"
-  grep -q 'FLAGS.*BIND_NOW' <<<"$dynamic" || fail "relocations are not all done at the start"
+  grep -q 'FLAGS.*BIND_NOW' <<<"$dynamic" || fail "relocations are not all done at start-up"
   ! grep -q TEXTREL <<<"$dynamic" || fail "relocations in the code"
 }
 
@@ -29,8 +30,8 @@ check_memory() {
   grep -qw __stack_chk_fail <<<"$imports" || fail "no stack protector"
 }
 
-# Nothing is searched for in folders of the build, nor in the current one, which an empty entry
-# means: only beside the file itself.
+# Libraries are searched relative to the file only: not in build folders, and not in the current folder,
+# which an empty entry means.
 check_search_path() {
   local found expected=
   case $(basename "$file") in
@@ -41,18 +42,18 @@ check_search_path() {
   [[ $found == "$expected" ]] || fail "looks for libraries in \"$found\", not \"$expected\""
 }
 
-# x86-64: fit for shadow stacks, and whatever may be called through a pointer begins with the
-# instruction that says so.
+# x86-64: supports shadow stacks, and every function that can be called through a pointer starts with
+# endbr64.
 check_branches() {
   local notes marked exported
   notes=$(readelf --notes --wide "$file")
-  grep -q 'x86 feature:.*SHSTK' <<<"$notes" || fail "not fit for shadow stacks"
+  grep -q 'x86 feature:.*SHSTK' <<<"$notes" || fail "no support for shadow stacks"
   marked=$(objdump --disassemble --no-show-raw-insn "$file" |
     sed -nE 's/^ *([0-9a-f]+):\s+endbr64.*/\1/p' | sort -u)
   exported=$(readelf --dyn-syms --wide "$file" |
     awk '$4 == "FUNC" && $7 ~ /^[0-9]+$/ { sub(/^0+/, "", $2); print $2 }' | sort -u)
   exported=$(comm -13 <(echo "$marked") <(echo "$exported"))
-  [[ -z $exported ]] || fail "can be jumped to past the start of $exported"
+  [[ -z $exported ]] || fail "no endbr64 at $exported"
 }
 
 for component in library platform eventcbutil tools; do
