@@ -100,6 +100,7 @@ bool takeIncomplete() {
 
 void forgetEventsOfOtherThreads() {
     g_eventGate.forgetOtherThreads();
+    g_redeliver = nullptr; // The child has no subscription.
     // The flag may be set before the handler is registered. Registering twice is harmless.
     g_closedAtExit = false;
     g_loaderLost = g_loaderLost || g_loaderUsers != 0;

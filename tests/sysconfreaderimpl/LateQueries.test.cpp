@@ -46,7 +46,7 @@ std::vector<std::string> answers() {
 /// Never destroyed. Null: not in the process that checks.
 const std::vector<std::string>* g_expected = nullptr;
 
-void checkAtTheEnd() {
+void checkAtTheEnd(int /*status*/, void* /*nothing*/) {
     if (g_expected != nullptr) {
         const int answer =
             SysConfReaderEventProcessCB("SysConfigEvent", "", "", SysConfReaderImpl::Instance());
@@ -55,10 +55,11 @@ void checkAtTheEnd() {
 }
 
 void registerFirst(int /*count*/, char** /*arguments*/, char** /*environment*/) {
-    std::atexit(&checkAtTheEnd);
+    ::on_exit(&checkAtTheEnd, nullptr);
 }
 
-/// Registered before any shared library is initialised, and so run after their destructors.
+/// Registered before the dynamic loader registers the end of the shared libraries, and so run after
+/// it. Not by std::atexit, whose functions run at the end of the object that they are part of.
 [[gnu::section(".preinit_array"),
   gnu::used]] void (*const g_registerFirst)(int, char**, char**) = &registerFirst;
 

@@ -15,6 +15,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -187,6 +188,19 @@ TEST_F(Shortage, BeforeThereIsASubscription_RequestsADeliveryWhenThereIs) {
     EXPECT_EQ(requests(), 1) << "the role reader is still incomplete";
     EXPECT_EQ(support::deliver(), 0);
     EXPECT_TRUE(whole(1));
+}
+
+TEST_F(Shortage, InAForkedChild_RequestsNothingBeforeItSubscribes) {
+    SysConfReader& reader = *SysConfReader::Instance();
+    failAllOpens(m_files.appConfigPath(), EMFILE);
+    const auto requestsOfTheChild = [&] {
+        reader.Reload();
+        const int inherited = requests();
+        SysConfReader::Destory();
+        SysConfReader::Instance();
+        std::_Exit(inherited == 0 && requests() == 1 ? EXIT_SUCCESS : EXIT_FAILURE);
+    };
+    EXPECT_EXIT(requestsOfTheChild(), testing::ExitedWithCode(EXIT_SUCCESS), "");
 }
 
 TEST_F(Shortage, WithoutTheEntryPoint_LeavesTheAnswerOfTheEvent) {
