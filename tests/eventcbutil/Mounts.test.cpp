@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <sched.h>
@@ -34,6 +35,8 @@ bool enterMountNamespace() {
 
 class Mounts : public SubscribedProcess {
 protected:
+    // The callback uses it until TearDown.
+    std::atomic<int> m_calls{0};
     std::string m_etc = (m_deployment.appRoot() / "etc").string();
 
     void SetUp() override {
@@ -92,9 +95,8 @@ TEST_F(Mounts, UnmountedWhileWatched_IsAChangeAndWhatFollowsIsSeen) {
 }
 
 TEST_F(Mounts, WithinTheCallback_IsNotMissed) {
-    int calls = 0;
-    m_recorder.setHook([&] {
-        if (++calls == 1) {
+    m_recorder.setHook([this] {
+        if (++m_calls == 1) {
             mountOverEtc();
         }
         return 0;
