@@ -6,8 +6,8 @@ namespace eventcbutil {
 
 /// Owns a file descriptor, and knows it again.
 ///
-/// The program may close any descriptor behind the library's back (`closefrom(3)` when it becomes a
-/// daemon) and open its own files under the same number. So each descriptor is marked at creation,
+/// The program may close any descriptor (`closefrom(3)` when it becomes a daemon) and open its own
+/// files under the same number. So each descriptor is marked at creation,
 /// and the mark is verified before the number is used again. fstat(2) alone does not suffice: all
 /// instances of inotify share one inode. The mark is the signal number of fcntl(F_SETSIG), which
 /// belongs to the open file description. No signal is ever sent, because O_ASYNC is not set.

@@ -34,7 +34,7 @@
 /// there, a path has more than PATH_MAX bytes once its links are resolved) is looked at once a
 /// second until it can be watched.
 ///
-/// Threads: any thread may call all functions at any time, under locks of its own, from within a
+/// Threads: any thread may call all functions at any time, holding its locks, from within a
 /// callback, and from handlers of pthread_atfork(3). Callbacks run one after another on one thread
 /// of the service. That thread blocks all signals except SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGSYS,
 /// SIGTRAP and SIGABRT. No lock of the service is held during a callback. At most one thread whose

@@ -85,7 +85,7 @@ std::shared_ptr<const Service::Subscriptions> Service::next(Run& run) {
 void Service::finish(Run& run) {
     run.wakeUp.close();
     run.finished = true;
-    // In a forked child the run is neither, and its thread is nobody's to wait for.
+    // In a forked child the run is neither, and no thread waits for it.
     if (m_run.get() == &run) {
         if (run.waiting == 0) {
             run.thread.detach();

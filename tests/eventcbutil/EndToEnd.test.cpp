@@ -106,7 +106,7 @@ TEST_F(EndToEnd, DestroyedByTheFacade_MainReaderThatLivesOnFollowsTheNextChangeA
     SysConfReader::Destory();
 }
 
-/// Somebody is always asking, and all the time the singletons go and come anew.
+/// Eight threads query without a pause while the singletons are destroyed and created again.
 TEST_F(EndToEnd, TenThousandChangesUnderQueriesAndDestruction_LastFilesAreTheAnswers) {
     constexpr int kChanges = 10'000;
     setEnvironment("SYSCONF_EVENT_QUIET_MS", "0");

@@ -31,7 +31,7 @@ void touch(const fs::path& path) {
     ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), nullptr, 0), 0);
 }
 
-/// Notices are there as soon as what they tell of has happened, so nothing needs to be waited for.
+/// The kernel queues a notice before the change returns, so nothing needs to be waited for.
 class FileWatchOf : public testing::Test {
 protected:
     fs::path m_folder = support::testDirectory() / "conf";

@@ -14,7 +14,7 @@ std::string textOf(const fs::path& file) {
 }
 
 Resources resources() {
-    // Counted to the end before any is opened, which would count itself.
+    // Listed to the end before any is opened, because an open file is listed too.
     const auto entries = [](const char* folder) {
         return static_cast<std::size_t>(
             std::distance(fs::directory_iterator(folder), fs::directory_iterator()));

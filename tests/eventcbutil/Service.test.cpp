@@ -1,4 +1,4 @@
-// The event library's contract: who is called, when, how often, and when no more.
+// The event library's contract: which callbacks are called, when, and how often.
 
 #include "EventConsumerCB.h"
 #include "OpenDescriptors.h"
@@ -47,7 +47,7 @@ protected:
         writeFile(m_file, "before");
         writeFile(m_deployment.appConfigPath(), "{}");
         writeFile(m_deployment.managerNodeListPath(), "{}");
-        // A sanitizer starts a thread of its own beside the first one.
+        // A sanitizer starts a thread along with the first one.
         std::thread([] {}).join();
     }
 };

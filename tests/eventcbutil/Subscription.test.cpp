@@ -20,7 +20,7 @@ int answer(const std::string&, const std::string&, const std::string&, void* use
     return *static_cast<int*>(userData);
 }
 
-/// The clock is the test's, and notices are there as soon as what they tell of has happened.
+/// The clock is the test's, and the kernel queues a notice before the change returns.
 class SubscriptionAt : public testing::Test {
 protected:
     fs::path m_file = support::testDirectory() / "file";

@@ -69,6 +69,7 @@ const Row kRows[] = {
 class TortureBase : public SubscribedProcess {
 protected:
     int m_changes = 0;
+    int m_works = 0;
 
     void SetUp() override {
         SubscribedProcess::SetUp();
@@ -90,8 +91,9 @@ protected:
     }
 
     void expectThatItWorks() {
-        const std::string text = "works " + std::to_string(++m_changes);
-        change(text);
+        // Below the link, so that it is only seen if the link was followed.
+        const std::string text = "works " + std::to_string(++m_works);
+        writeFile(m_file, text);
         m_recorder.waitForText(text);
     }
 
