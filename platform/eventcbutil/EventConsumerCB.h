@@ -96,7 +96,4 @@ extern "C" [[gnu::visibility("default")]] void EventConsumerCBFini();
 extern "C" [[gnu::visibility("default")]] void
 EventConsumerCBRedeliver(const EventConsumerCallback* callback);
 
-/// The type of EventConsumerCBRedeliver, for dlsym(3).
-using EventConsumerCBRedeliverFunction = void(const EventConsumerCallback* callback);
-
 #endif // EVENTCONSUMERCB_H

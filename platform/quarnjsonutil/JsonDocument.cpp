@@ -174,8 +174,16 @@ std::string JsonDocument::Node::asString() const {
         return tree->asString();
     }
     const Tape& tape = Places::tape(*this);
-    return tape.type(m_index) == Tape::kText ? std::string(tape.text(m_index))
-                                             : Places::shallowValue(*this).asString();
+    switch (tape.type(m_index)) {
+    case Tape::kText:
+        return std::string(tape.text(m_index));
+    case Tape::kSigned:
+        return std::to_string(static_cast<std::int64_t>(tape.words[m_index + 1]));
+    case Tape::kUnsigned:
+        return std::to_string(tape.words[m_index + 1]);
+    default:
+        return Places::shallowValue(*this).asString();
+    }
 }
 
 int JsonDocument::Node::asInt() const {

@@ -184,7 +184,7 @@ bool writtenLately(const struct stat& status) {
 /// change during each read, something may just be touching the file: then the last two reads
 /// decide.
 Outcome readWhole(const std::string& path, Text& text) {
-    constexpr int kReads = 6;
+    constexpr int kReads = 8;
     const Descriptor file(path);
     if (file.get() < 0) {
         return outcomeOf(errno);

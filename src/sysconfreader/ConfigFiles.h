@@ -37,7 +37,8 @@ std::optional<std::string> pathIfSet(const ConfigFile& file);
 ///
 /// Which bytes these are if the file changes meanwhile:
 /// - A file that is replaced by rename() gives one text or the other, always whole.
-/// - A file that is written in place is read up to six times, until it has not changed while it was
+/// - A file that is written in place is read up to eight times, until it has not changed while it
+/// was
 ///   read. If it was touched during each of these reads, the last two must be equal. The bytes can
 ///   still contain a part of the old and a part of the new text, if the writer did not write
 ///   between these reads: nothing distinguishes that state of the file from a finished one.
@@ -51,7 +52,7 @@ public:
         /// Missing, not permitted, not a regular file, too large, or not one valid JSON text.
         /// Reading again gives the same until somebody changes something.
         NotParsed,
-        /// A resource or the storage failed, or the file changed during each of six reads. Its
+        /// A resource or the storage failed, or the file changed during each of eight reads. Its
         /// content is unknown, and reading again may succeed.
         Unavailable
     };

@@ -227,7 +227,7 @@ std::string markOf(std::size_t number) {
 
 /// `answer` with one mark in place of another.
 std::string withMark(std::string answer, const std::string& from, const std::string& to) {
-    for (std::size_t at = answer.find(from); at != std::string::npos; at = answer.find(from, at)) {
+    for (std::size_t at = 0; (at = answer.find(from, at)) != std::string::npos; at += to.size()) {
         answer.replace(at, from.size(), to);
     }
     return answer;
