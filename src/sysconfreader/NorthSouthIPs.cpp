@@ -8,22 +8,23 @@
 namespace Quarncommon {
 
 std::string SysConfReader::getLocalNorthIP() {
-    // Both values of one load: one of them looked up later might be of the next.
+    // Both values are copied at once: looked up one by one, they might come from two loads.
     const Identity loaded = identity();
     std::map<int, std::string> indexedIPs;
     std::string serviceIP;
     std::string service2IP;
-    collectNodeIPs(loaded.floatNodeId, kNorthboundUsage, indexedIPs, serviceIP, service2IP);
+    collectNodeIPs(loaded.floatNodeId, std::string(kNorthboundFamily), indexedIPs, serviceIP,
+                   service2IP);
     return rules::northSlotList(std::move(indexedIPs), serviceIP, service2IP, loaded.maintenanceIP);
 }
 
-// The answer that the second getLocalNodeIPs gives on an empty map, told without its thousand keys:
-// only the slots that have an address are kept, under their numbers.
+// Gives the answer of the second getLocalNodeIPs on an empty map, but without building its thousand
+// keys: only the slots that have an address are kept, by number.
 std::string SysConfReader::getLocalSouthIP() {
     const ReadGuard guard(m_pMutex, turnsOf<SysConfReader>);
     std::map<int, std::string> bySlot;
     const auto slotFor = [&](const std::string& tag) {
-        const int slot = rules::southboundSlot(tag, kSouthboundUsage);
+        const int slot = rules::southboundSlot(tag, kSouthboundFamily);
         return slot != 0 ? &bySlot[slot] : nullptr;
     };
     const rules::TagWalk seen = walkTags(

@@ -7,9 +7,9 @@
 namespace Quarncommon {
 
 /// Reads the node list and collects a node's addresses by tag (see rules::collectByTag), after
-/// `prepare` has run. The answer's `matched` tells that the family has an address and no service
-/// address is to be told. Whatever is thrown ends the walk: the first service address seen so far
-/// is then told in any case, the second one not.
+/// `prepare` has run. The result's `matched` means that a tag matched, so that the service
+/// addresses are not used. An exception ends the walk; the first service address seen so far is
+/// then used in any case, the second one is not.
 template <typename Prepare, typename SlotFor>
 rules::TagWalk walkTags(const std::string& nodeId, Prepare prepare, SlotFor slotFor) {
     rules::TagWalk seen;
