@@ -168,7 +168,7 @@ TEST_F(EndToEnd, TenThousandChangesUnderQueriesAndDestruction_LastFilesAreTheAns
     EXPECT_GT(destructions, 0);
     SysConfReader::Destory();
     waitForServiceToEnd();
-    EXPECT_EQ(resources().descriptors, before.descriptors - 2);
+    EXPECT_EQ(resources().descriptors, before.descriptors - 4);
     EXPECT_EQ(resources().watches, 0U);
 }
 
