@@ -22,7 +22,7 @@ void emptySouthboundKeys(std::map<std::string, std::string>& usageIPs) {
     for (const std::string_view key : kSouthbound.keys) {
         int order = 1;
         while (place != usageIPs.end() && (order = place->first.compare(key)) < 0) {
-            ++place; // a key that the caller added
+            ++place; // a key of the caller
         }
         if (place != usageIPs.end() && order == 0) {
             place->second.clear();
@@ -61,12 +61,15 @@ void SysConfReader::getLocalNodeIPs(std::map<std::string, std::string>& usageIPs
         emptySouthboundKeys(usageIPs);
         nodeId = identity().floatNodeId;
     };
-    // Every key of the map is matched from here on, including those that the caller added.
+    // Every key that the map has after `prepare` belongs to the family, the caller's included.
     const auto slotFor = [&](const std::string& tag) {
         const auto slot = usageIPs.find(tag);
         return slot != usageIPs.end() ? &slot->second : nullptr;
     };
-    const rules::TagWalk seen = walkTags(nodeId, prepare, slotFor);
+    const rules::TagWalk seen =
+        walkTags(nodeId, prepare, [&](const rules::Node& addresses, rules::TagWalk& walk) {
+            rules::collectByTag(addresses, slotFor, walk);
+        });
     if (seen.matched) {
         return;
     }

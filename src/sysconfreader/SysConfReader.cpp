@@ -119,15 +119,13 @@ void SysConfReader::loadFiles(const std::string& appConfigPath, const std::strin
     std::string& maintenanceIP = identity.loaded.maintenanceIP;
     std::string& floatNodeId = identity.loaded.floatNodeId;
 
-    Json::Value root;
-    if (readForLoad(appConfigPath, root)) {
-        const Json::Value& tree = root;
-        const Json::Value& databases = tree["databases"];
-        for (const std::string& name : databases.getMemberNames()) {
-            m_dbInfo[name] = databases[name];
+    config::Document appConfig;
+    if (readForLoad(appConfigPath, appConfig)) {
+        for (const auto& [name, database] : appConfig.root()["databases"].members()) {
+            m_dbInfo[name] = database.value();
         }
 
-        const Json::Value& process = tree["processes"][instanceId];
+        const rules::Node process = appConfig.root()["processes"][instanceId];
         maintenanceIP = process["IR"]["ip"].asString();
         m_localhostIP = process["local"]["ip"].asString();
         m_wssIP = process["wss"]["ip"].asString();

@@ -18,9 +18,10 @@ const std::string kRolesInternalServiceUsage(kInternalServiceTag);
 const std::string kRolesSouthboundUsage(kSouthboundFamily);
 const std::string kRolesNorthboundUsage(kNorthboundFamily);
 
-/// The address entries of the node with that id.
-Json::Value entriesOf(const config::Document& list, const std::string& nodeId) {
-    return rules::addressEntries(rules::nodeEntry(list.root(), nodeId)).value();
+/// GetInternalIp of a node's address entries, without a tree of them.
+std::string internalIpOf(const config::Document& list, const std::string& nodeId) {
+    return rules::internalServiceAddress(
+        rules::addressEntries(rules::nodeEntry(list.root(), nodeId)), std::string(kInternalServiceTag));
 }
 
 } // namespace
@@ -112,10 +113,9 @@ void SysConfReaderImpl::Init_i() {
 void SysConfReaderImpl::InitLocalNodeId() {
     loadStep([this] {
         const std::string instanceId = config::environment(config::kInstanceIdVariable);
-        Json::Value root;
-        if (readForLoad(config::pathOf(config::kAppConfig), root)) {
-            const Json::Value& tree = root;
-            m_localNodeId = tree["processes"][instanceId]["nodeId"].asString();
+        config::Document appConfig;
+        if (readForLoad(config::pathOf(config::kAppConfig), appConfig)) {
+            m_localNodeId = appConfig.root()["processes"][instanceId]["nodeId"].asString();
         }
     });
 }
@@ -124,7 +124,7 @@ void SysConfReaderImpl::InitLocalIp() {
     loadStep([this] {
         config::Document list;
         if (readForLoad(GetNodeListFilePath(), list)) {
-            m_localInternalServiceIP = GetInternalIp(entriesOf(list, m_localNodeId));
+            m_localInternalServiceIP = internalIpOf(list, m_localNodeId);
         }
     });
 }
@@ -152,8 +152,8 @@ void SysConfReaderImpl::InitMasterAndStandyIp() {
     loadStep([this] {
         config::Document list;
         if (readForLoad(GetManagerNodeListFilePath(), list)) {
-            m_masterInternalServiceIP = GetInternalIp(entriesOf(list, m_masterNodeId));
-            m_standbyInternalServiceIP = GetInternalIp(entriesOf(list, m_standbyNodeId));
+            m_masterInternalServiceIP = internalIpOf(list, m_masterNodeId);
+            m_standbyInternalServiceIP = internalIpOf(list, m_standbyNodeId);
         }
     });
 }
