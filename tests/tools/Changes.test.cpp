@@ -1,6 +1,6 @@
 #include "Changes.h"
 
-#include "Json.h"
+#include "render/Json.h"
 
 #include <gtest/gtest.h>
 

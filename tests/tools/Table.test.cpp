@@ -1,6 +1,6 @@
 // The layout of tables.
 
-#include "Table.h"
+#include "render/Table.h"
 
 #include <gtest/gtest.h>
 

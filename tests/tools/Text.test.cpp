@@ -1,6 +1,6 @@
 // Text on its way to a terminal: escaped, measured, wrapped, quoted.
 
-#include "Text.h"
+#include "render/Text.h"
 
 #include <gmock/gmock.h>
 

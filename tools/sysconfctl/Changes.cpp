@@ -1,10 +1,10 @@
 #include "Changes.h"
 
-#include "Color.h"
-#include "Json.h"
-#include "Plain.h"
 #include "Questions.h"
-#include "Text.h"
+#include "render/Color.h"
+#include "render/Json.h"
+#include "render/Plain.h"
+#include "render/Text.h"
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>

@@ -1,10 +1,10 @@
 #include "Commands.h"
 
-#include "Color.h"
-#include "Json.h"
-#include "Output.h"
-#include "Text.h"
 #include "check/Finding.h"
+#include "render/Color.h"
+#include "render/Json.h"
+#include "render/Output.h"
+#include "render/Text.h"
 
 #include <fmt/format.h>
 

@@ -1,8 +1,8 @@
 #include "CommandLine.h"
 
-#include "Output.h"
-#include "Text.h"
 #include "UsageError.h"
+#include "render/Output.h"
+#include "render/Text.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Color.h"
 #include "CommandTable.h"
+#include "render/Color.h"
 
 #include <optional>
 #include <string>

@@ -1,7 +1,7 @@
 #include "Environment.h"
 
-#include "Text.h"
 #include "UsageError.h"
+#include "render/Text.h"
 
 #include <fmt/format.h>
 

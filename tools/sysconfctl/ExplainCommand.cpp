@@ -1,14 +1,14 @@
 #include "Commands.h"
 
-#include "Color.h"
-#include "Complaint.h"
-#include "Grid.h"
-#include "Json.h"
-#include "Output.h"
-#include "Plain.h"
 #include "Questions.h"
-#include "Text.h"
 #include "explain/Explanation.h"
+#include "render/Color.h"
+#include "render/Diagnostics.h"
+#include "render/Grid.h"
+#include "render/Json.h"
+#include "render/Output.h"
+#include "render/Plain.h"
+#include "render/Text.h"
 
 #include <fmt/format.h>
 

@@ -1,12 +1,12 @@
 #include "Commands.h"
 
-#include "Color.h"
-#include "Complaint.h"
-#include "Output.h"
-#include "Text.h"
 #include "deployment/Cluster.h"
 #include "map/Graphviz.h"
 #include "map/Picture.h"
+#include "render/Color.h"
+#include "render/Diagnostics.h"
+#include "render/Output.h"
+#include "render/Text.h"
 
 namespace sysconfctl {
 

@@ -1,12 +1,12 @@
 #include "Commands.h"
 
-#include "Color.h"
-#include "Complaint.h"
-#include "Grid.h"
-#include "Json.h"
-#include "Output.h"
-#include "Text.h"
 #include "deployment/Cluster.h"
+#include "render/Color.h"
+#include "render/Diagnostics.h"
+#include "render/Grid.h"
+#include "render/Json.h"
+#include "render/Output.h"
+#include "render/Text.h"
 
 #include <algorithm>
 #include <iterator>

@@ -1,8 +1,8 @@
 #include "Queries.h"
 
 #include "Suggestion.h"
-#include "Text.h"
 #include "UsageError.h"
+#include "render/Text.h"
 
 #include <fmt/format.h>
 

@@ -2,7 +2,7 @@
 
 #include "Answer.h"
 #include "Library.h"
-#include "Masking.h"
+#include "render/Masking.h"
 
 #include <string>
 #include <string_view>

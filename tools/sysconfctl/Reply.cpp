@@ -1,7 +1,7 @@
 #include "Reply.h"
 
-#include "Text.h"
 #include "UsageError.h"
+#include "render/Text.h"
 
 #include <exception>
 

@@ -1,14 +1,14 @@
 #include "Commands.h"
 
-#include "Color.h"
-#include "Complaint.h"
-#include "Json.h"
-#include "Output.h"
-#include "Plain.h"
 #include "Questions.h"
 #include "Reply.h"
-#include "Table.h"
-#include "Text.h"
+#include "render/Color.h"
+#include "render/Diagnostics.h"
+#include "render/Json.h"
+#include "render/Output.h"
+#include "render/Plain.h"
+#include "render/Table.h"
+#include "render/Text.h"
 
 namespace sysconfctl {
 namespace {

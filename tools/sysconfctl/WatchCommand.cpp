@@ -1,13 +1,13 @@
 #include "Commands.h"
 
 #include "Changes.h"
-#include "Color.h"
-#include "Complaint.h"
 #include "EndSignals.h"
 #include "Events.h"
-#include "Output.h"
-#include "Table.h"
-#include "Text.h"
+#include "render/Color.h"
+#include "render/Diagnostics.h"
+#include "render/Output.h"
+#include "render/Table.h"
+#include "render/Text.h"
 
 #include <algorithm>
 #include <array>

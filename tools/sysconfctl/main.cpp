@@ -1,10 +1,10 @@
 #include "Commands.h"
-#include "Complaint.h"
 #include "Environment.h"
-#include "Output.h"
-#include "Text.h"
 #include "UsageError.h"
 #include "completion/Completion.h"
+#include "render/Diagnostics.h"
+#include "render/Output.h"
+#include "render/Text.h"
 
 #include <csignal>
 #include <exception>

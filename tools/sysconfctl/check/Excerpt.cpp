@@ -1,7 +1,7 @@
 #include "check/Finding.h"
 
-#include "Masking.h"
-#include "Text.h"
+#include "render/Masking.h"
+#include "render/Text.h"
 
 #include <algorithm>
 #include <functional>

@@ -1,12 +1,12 @@
 #include "completion/Completion.h"
 
 #include "CommandTable.h"
-#include "Output.h"
 #include "Queries.h"
-#include "Text.h"
 #include "completion/DeployedNames.h"
 #include "completion/ShellLine.h"
 #include "completion/Typed.h"
+#include "render/Output.h"
+#include "render/Text.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 #include "completion/DeployedNames.h"
 
 #include "Environment.h"
-#include "Text.h"
+#include "render/Text.h"
 
 #include <algorithm>
 #include <cstdlib>

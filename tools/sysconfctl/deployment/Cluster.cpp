@@ -1,6 +1,6 @@
 #include "deployment/Cluster.h"
 
-#include "Text.h"
+#include "render/Text.h"
 
 #include <rules/LocalIPByUsage.h>
 #include <rules/NodeList.h>

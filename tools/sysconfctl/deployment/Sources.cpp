@@ -1,6 +1,6 @@
 #include "deployment/Sources.h"
 
-#include "Text.h"
+#include "render/Text.h"
 
 #include <JsonReader.h>
 #include <QuarnCommonUtils_i.h>

@@ -1,6 +1,6 @@
 #include "map/Picture.h"
 
-#include "Text.h"
+#include "render/Text.h"
 
 #include <fmt/format.h>
 

@@ -1,8 +1,8 @@
 #include "map/Picture.h"
 
-#include "Grid.h"
-#include "Json.h"
-#include "Text.h"
+#include "render/Grid.h"
+#include "render/Json.h"
+#include "render/Text.h"
 
 #include <map>
 

@@ -1,4 +1,4 @@
-#include "Output.h"
+#include "render/Output.h"
 
 #include <sys/ioctl.h>
 #include <unistd.h>

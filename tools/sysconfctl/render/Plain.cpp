@@ -1,7 +1,7 @@
-#include "Plain.h"
+#include "render/Plain.h"
 
-#include "Json.h"
-#include "Text.h"
+#include "render/Json.h"
+#include "render/Text.h"
 
 namespace sysconfctl {
 

@@ -1,4 +1,4 @@
-#include "Json.h"
+#include "render/Json.h"
 
 #include <json/writer.h>
 

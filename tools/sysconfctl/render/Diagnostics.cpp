@@ -1,7 +1,7 @@
-#include "Complaint.h"
+#include "render/Diagnostics.h"
 
-#include "Json.h"
-#include "Output.h"
+#include "render/Json.h"
+#include "render/Output.h"
 
 #include <string>
 

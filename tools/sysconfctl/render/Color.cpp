@@ -1,6 +1,6 @@
-#include "Color.h"
+#include "render/Color.h"
 
-#include "Output.h"
+#include "render/Output.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,8 +1,8 @@
-#include "Table.h"
+#include "render/Table.h"
 
-#include "Color.h"
-#include "Json.h"
-#include "Text.h"
+#include "render/Color.h"
+#include "render/Json.h"
+#include "render/Text.h"
 
 #include <fmt/format.h>
 

@@ -1,7 +1,7 @@
-#include "Grid.h"
+#include "render/Grid.h"
 
-#include "Color.h"
-#include "Text.h"
+#include "render/Color.h"
+#include "render/Text.h"
 
 #include <algorithm>
 #include <numeric>

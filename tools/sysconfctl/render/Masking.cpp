@@ -1,4 +1,4 @@
-#include "Masking.h"
+#include "render/Masking.h"
 
 #include <algorithm>
 #include <array>

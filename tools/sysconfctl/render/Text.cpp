@@ -1,4 +1,4 @@
-#include "Text.h"
+#include "render/Text.h"
 
 #include <fmt/format.h>
 
