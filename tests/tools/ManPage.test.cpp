@@ -1,7 +1,7 @@
 // The manual page against the tables of the tool: nothing forgotten, nothing invented.
 
 #include "CommandTable.h"
-#include "Queries.h"
+#include "query/Queries.h"
 
 #include <gmock/gmock.h>
 

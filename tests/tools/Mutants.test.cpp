@@ -3,9 +3,9 @@
 // type or there twice, a list without its elements or with the first one only.
 
 #include "Environment.h"
-#include "Questions.h"
-#include "Reply.h"
 #include "check/Finding.h"
+#include "query/Questions.h"
+#include "query/Reply.h"
 
 #include "support/Deployment.h"
 

@@ -1,9 +1,9 @@
 // What is explained is what the library answers: every query, over deployments made by chance,
 // valid, damaged, mistyped, and changed between reloads.
 
-#include "Reply.h"
 #include "deployment/Loaded.h"
 #include "explain/Explanation.h"
+#include "query/Reply.h"
 
 #include "rules/RandomLists.h"
 #include "support/Deployment.h"

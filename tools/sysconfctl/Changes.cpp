@@ -1,6 +1,6 @@
 #include "Changes.h"
 
-#include "Questions.h"
+#include "query/Questions.h"
 #include "render/Color.h"
 #include "render/Json.h"
 #include "render/Plain.h"

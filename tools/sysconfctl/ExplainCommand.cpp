@@ -1,7 +1,7 @@
 #include "Commands.h"
 
-#include "Questions.h"
 #include "explain/Explanation.h"
+#include "query/Questions.h"
 #include "render/Color.h"
 #include "render/Diagnostics.h"
 #include "render/Grid.h"

@@ -1,6 +1,6 @@
 #include "Commands.h"
 
-#include "Reply.h"
+#include "query/Reply.h"
 #include "render/Color.h"
 #include "render/Diagnostics.h"
 #include "render/Json.h"

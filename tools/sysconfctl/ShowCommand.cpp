@@ -1,7 +1,7 @@
 #include "Commands.h"
 
-#include "Questions.h"
-#include "Reply.h"
+#include "query/Questions.h"
+#include "query/Reply.h"
 #include "render/Color.h"
 #include "render/Diagnostics.h"
 #include "render/Json.h"

@@ -1,10 +1,10 @@
 #include "completion/Completion.h"
 
 #include "CommandTable.h"
-#include "Queries.h"
 #include "completion/DeployedNames.h"
 #include "completion/ShellLine.h"
 #include "completion/Typed.h"
+#include "query/Queries.h"
 #include "render/Output.h"
 #include "render/Text.h"
 

@@ -1,7 +1,7 @@
 #include "explain/Explanation.h"
 
-#include "Reply.h"
 #include "explain/Narrator.h"
+#include "query/Reply.h"
 #include "render/Text.h"
 
 #include <stdexcept>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Reply.h"
+#include "query/Reply.h"
 
 #include <json/value.h>
 

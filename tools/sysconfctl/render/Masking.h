@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Answer.h"
+#include "query/Answer.h"
 
 #include <cstddef>
 #include <string>

@@ -1,4 +1,4 @@
-#include "Questions.h"
+#include "query/Questions.h"
 
 namespace sysconfctl {
 namespace {

@@ -1,4 +1,4 @@
-#include "Reply.h"
+#include "query/Reply.h"
 
 #include "UsageError.h"
 #include "render/Text.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Queries.h"
+#include "query/Queries.h"
 
 #include <vector>
 

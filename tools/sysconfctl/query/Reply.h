@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Answer.h"
-#include "Queries.h"
+#include "query/Answer.h"
+#include "query/Queries.h"
 
 #include <optional>
 #include <string>

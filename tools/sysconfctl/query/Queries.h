@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Answer.h"
-#include "Library.h"
+#include "query/Answer.h"
+#include "query/Library.h"
 #include "render/Masking.h"
 
 #include <string>

@@ -1,4 +1,4 @@
-#include "Queries.h"
+#include "query/Queries.h"
 
 #include "Suggestion.h"
 #include "UsageError.h"

@@ -1,4 +1,4 @@
-#include "Library.h"
+#include "query/Library.h"
 
 #include "UsageError.h"
 #include "render/Text.h"
