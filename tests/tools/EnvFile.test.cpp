@@ -1,7 +1,7 @@
 // The text of environment files and of --set.
 
-#include "Environment.h"
-#include "UsageError.h"
+#include "cli/Environment.h"
+#include "cli/UsageError.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // The manual page against the tables of the tool: nothing forgotten, nothing invented.
 
-#include "CommandTable.h"
+#include "cli/CommandTable.h"
 #include "query/Queries.h"
 
 #include <gmock/gmock.h>

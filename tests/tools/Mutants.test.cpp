@@ -2,8 +2,8 @@
 // does to the answers: a member or an element that is missing, misspelled by a letter, of another
 // type or there twice, a list without its elements or with the first one only.
 
-#include "Environment.h"
 #include "check/Finding.h"
+#include "cli/Environment.h"
 #include "query/Questions.h"
 #include "query/Reply.h"
 

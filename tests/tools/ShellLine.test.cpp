@@ -1,6 +1,6 @@
 // Lines that are being typed: their words, and what becomes of a completion inside quotes.
 
-#include "completion/ShellLine.h"
+#include "cli/ShellLine.h"
 
 #include <gmock/gmock.h>
 

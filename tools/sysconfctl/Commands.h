@@ -1,7 +1,7 @@
 #pragma once
 
-#include "CommandLine.h"
-#include "ExitStatus.h"
+#include "cli/CommandLine.h"
+#include "cli/ExitStatus.h"
 
 namespace sysconfctl {
 

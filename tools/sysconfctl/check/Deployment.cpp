@@ -1,6 +1,6 @@
 #include "check/Checker.h"
 
-#include "Suggestion.h"
+#include "cli/Suggestion.h"
 #include "deployment/Misfits.h"
 #include "render/Text.h"
 

@@ -1,7 +1,7 @@
 #include "query/Queries.h"
 
-#include "Suggestion.h"
-#include "UsageError.h"
+#include "cli/Suggestion.h"
+#include "cli/UsageError.h"
 #include "render/Text.h"
 
 #include <fmt/format.h>

@@ -1,6 +1,6 @@
 #include "query/Reply.h"
 
-#include "UsageError.h"
+#include "cli/UsageError.h"
 #include "render/Text.h"
 
 #include <exception>

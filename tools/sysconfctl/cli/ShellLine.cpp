@@ -1,4 +1,4 @@
-#include "completion/ShellLine.h"
+#include "cli/ShellLine.h"
 
 namespace sysconfctl {
 namespace {

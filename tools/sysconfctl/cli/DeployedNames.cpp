@@ -1,6 +1,6 @@
-#include "completion/DeployedNames.h"
+#include "cli/DeployedNames.h"
 
-#include "Environment.h"
+#include "cli/Environment.h"
 #include "render/Text.h"
 
 #include <algorithm>

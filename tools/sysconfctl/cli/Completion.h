@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ExitStatus.h"
+#include "cli/ExitStatus.h"
 
 #include <string>
 #include <string_view>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "completion/Completion.h"
-#include "completion/Typed.h"
+#include "cli/Completion.h"
+#include "cli/PartialCommandLine.h"
 #include "deployment/Cluster.h"
 
 #include <string>

@@ -1,6 +1,6 @@
-#include "CommandLine.h"
+#include "cli/CommandLine.h"
 
-#include "UsageError.h"
+#include "cli/UsageError.h"
 #include "render/Output.h"
 #include "render/Text.h"
 

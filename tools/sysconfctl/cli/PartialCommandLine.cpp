@@ -1,4 +1,4 @@
-#include "completion/Typed.h"
+#include "cli/PartialCommandLine.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "Suggestion.h"
+#include "cli/Suggestion.h"
 
 #include <algorithm>
 #include <numeric>

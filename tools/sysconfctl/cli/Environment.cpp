@@ -1,6 +1,6 @@
-#include "Environment.h"
+#include "cli/Environment.h"
 
-#include "UsageError.h"
+#include "cli/UsageError.h"
 #include "render/Text.h"
 
 #include <fmt/format.h>
