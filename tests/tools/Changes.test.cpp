@@ -1,4 +1,4 @@
-#include "Changes.h"
+#include "watch/Changes.h"
 
 #include "render/Json.h"
 

@@ -1,13 +1,13 @@
 #include "Commands.h"
 
-#include "Changes.h"
-#include "EndSignals.h"
-#include "Events.h"
 #include "render/Color.h"
 #include "render/Diagnostics.h"
 #include "render/Output.h"
 #include "render/Table.h"
 #include "render/Text.h"
+#include "watch/Changes.h"
+#include "watch/EndSignals.h"
+#include "watch/Events.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "EndSignals.h"
+#include "watch/EndSignals.h"
 
 #include <cerrno>
 #include <csignal>

@@ -1,4 +1,4 @@
-#include "Changes.h"
+#include "watch/Changes.h"
 
 #include "query/Questions.h"
 #include "render/Color.h"

@@ -1,4 +1,4 @@
-#include "Events.h"
+#include "watch/Events.h"
 
 #include <SysConfReaderEvent.h>
 
