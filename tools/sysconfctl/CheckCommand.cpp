@@ -1,4 +1,4 @@
-#include "Commands.h"
+#include "commands/Commands.h"
 
 #include "check/Finding.h"
 #include "render/Color.h"

@@ -1,4 +1,4 @@
-#include "Commands.h"
+#include "commands/Commands.h"
 
 #include "explain/Explanation.h"
 #include "query/Questions.h"

@@ -1,7 +1,7 @@
-#include "Commands.h"
 #include "cli/Completion.h"
 #include "cli/Environment.h"
 #include "cli/UsageError.h"
+#include "commands/Commands.h"
 #include "render/Diagnostics.h"
 #include "render/Output.h"
 #include "render/Text.h"

@@ -1,4 +1,4 @@
-#include "Commands.h"
+#include "commands/Commands.h"
 
 #include "query/Questions.h"
 #include "query/Reply.h"

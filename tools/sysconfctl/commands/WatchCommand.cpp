@@ -1,4 +1,4 @@
-#include "Commands.h"
+#include "commands/Commands.h"
 
 #include "render/Color.h"
 #include "render/Diagnostics.h"
