@@ -145,14 +145,15 @@ TEST(ManPage, ExitStatuses_AreThoseOfTheTableAndOfTheTool) {
     }
     EXPECT_THAT(linesWith("EXIT STATUS", ".It "), ElementsAreArray(statuses));
     const auto used =
-        matches(readFile(sourceDirectory() / "tools/sysconfctl/ExitStatus.h"), R"(= (\d+))");
+        matches(readFile(sourceDirectory() / "tools/sysconfctl/cli/ExitStatus.h"), R"(= (\d+))");
     EXPECT_EQ(std::set<std::string>(used.begin(), used.end()),
               std::set<std::string>(statuses.begin(), statuses.end()));
 }
 
 TEST(ManPage, Complaints_AreThoseThatTheToolHas) {
-    const auto names = matches(readFile(sourceDirectory() / "tools/sysconfctl/Complaint.h"),
-                               R"re(= "([a-z-]+)";)re");
+    const auto names =
+        matches(readFile(sourceDirectory() / "tools/sysconfctl/render/Diagnostics.h"),
+                R"re(= "([a-z-]+)";)re");
     EXPECT_THAT(linesWith("OUTPUT", ".It Cm "), ElementsAreArray(names));
 }
 
