@@ -1,4 +1,4 @@
-// What the tool tells the shells that complete its command lines.
+// The candidates that shells get for command lines of the tool.
 
 #include "Sysconfctl.h"
 
@@ -68,14 +68,14 @@ TEST(Completion, Values_AreThoseOfBothListsAndTheConfiguration) {
                 ElementsAre(":values", "PROCESS_INSTANCE_ID=p1\t", "PROCESS_INSTANCE_ID=p2\t"));
 }
 
-TEST(Completion, ValuesThatLookLikeOptions_AreOfferedBehindTheEndOfOptionsOnly) {
+TEST(Completion, ValuesThatLookLikeOptions_AreOfferedAfterTheEndOfOptionsOnly) {
     const auto deployment = smallDeployment();
     EXPECT_THAT(completed({"nodes", ""}), Not(Contains("-n\t")));
     EXPECT_THAT(completed({"nodes", "--", ""}), Contains("-n\t"));
     EXPECT_THAT(completed({"nodes", "--", "-"}), Contains("-n\t"));
 }
 
-TEST(Completion, EnvironmentOfTheLine_CountsLikeThatOfTheCommand) {
+TEST(Completion, EnvironmentOfTheLine_IsUsedAsByTheCommand) {
     const auto deployment = smallDeployment();
     const std::string file = tool::kMaster.envFile().string();
     for (const auto& words :
@@ -98,7 +98,7 @@ TEST(Completion, Options_AreOfferedOnceUnlessTheyMayBeRepeated) {
     EXPECT_THAT(completed({"--"}), Contains(testing::StartsWith("--version\t")));
 }
 
-TEST(Completion, ValuesOfOptions_AreOfferedBehindThemAndInTheSameWord) {
+TEST(Completion, ValuesOfOptions_AreOfferedAfterThemAndInTheSameWord) {
     EXPECT_THAT(completed({"nodes", "-o", ""}),
                 ElementsAre(":values", "table\t", "wide\t", "plain\t", "json\t"));
     EXPECT_THAT(completed({"nodes", "-oj"}), Contains("-ojson\t"));

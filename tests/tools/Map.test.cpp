@@ -1,4 +1,4 @@
-// The deployment as a picture.
+// Pictures of the deployment.
 
 #include "Golden.h"
 
@@ -16,7 +16,7 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::StartsWith;
 
-/// Ids that have a meaning in one of the picture languages or on a terminal.
+/// Ids with characters that are special in a picture language or on a terminal.
 support::Deployment hostileDeployment() {
     support::Deployment deployment;
     deployment.appConfig(R"({"processes": {"p1": {"nodeId": "a\"]; x -> y [label=\""}}})");
@@ -61,7 +61,7 @@ TEST(Map, HostileIds_StayInsideTheirLabels) {
         const auto result = tool::run({"map", "-o", format});
         EXPECT_EQ(result.exitStatus, 0);
         EXPECT_THAT(result.output, Not(HasSubstr("\033"))) << format;
-        // One line a box, one a group with its end, and the same frame for any ids.
+        // Each box has one line and each group two; the rest does not depend on the ids.
         EXPECT_THAT(result.output, Not(HasSubstr("\nbreak"))) << format;
     }
     const std::string mermaid = tool::run({"map", "-o", "mermaid"}).output;

@@ -1,4 +1,4 @@
-// What of an answer is hidden.
+// The masked parts of an answer.
 
 #include "render/Masking.h"
 

@@ -1,4 +1,4 @@
-// What an unknown word was probably meant to be.
+// Near matches of unknown words.
 
 #include "cli/Suggestion.h"
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# man-page.sh PAGE: that the programs that show manual pages find nothing wrong with it.
+# man-page.sh PAGE: checks that the programs that show manual pages accept the page.
 set -euo pipefail
 
 page=$1
@@ -11,7 +11,7 @@ for program in mandoc groff; do
 done
 
 complaints=$(
-  # What it says of other pages depends on the machine.
+  # Messages about other pages depend on the machine.
   mandoc -T lint -W style "$page" || true
   groff -mandoc -ww -K utf8 -T utf8 -z "$page" 2>&1
 )
@@ -19,5 +19,5 @@ if [[ -n $complaints ]]; then
   printf '%s\n' "$complaints" >&2
   exit 1
 fi
-# A page that is none would have nothing wrong either.
+# An empty page would have no errors either.
 mandoc "$page" | grep -q 'EXIT STATUS\|E.EX.XI.IT'

@@ -202,7 +202,7 @@ bool sameTexts(const Sources& left, const Sources& right) {
 std::vector<Explained> explainedAtOnce(const Options& options, Sources& sources) {
     constexpr int kAttempts = 3;
     for (int attempt = 1;; ++attempt) {
-        const library::Use use;
+        const library::Session session;
         sources = readSources();
         Loaded loaded;
         loaded.load(sources);
@@ -236,8 +236,9 @@ ExitStatus runExplain(const Options& options) {
     ExitStatus status = ExitStatus::Answered;
     for (const Explained& one : all) {
         if (one.reply.error) {
-            complain(complaint::kLibraryThrew,
-                     one.explanation.label() + ": the library threw: " + escaped(*one.reply.error));
+            reportError(diagnostic::kLibraryThrew,
+                        one.explanation.label() +
+                            ": the library threw: " + escaped(*one.reply.error));
             status = ExitStatus::LibraryThrew;
         } else if (!options.all && !one.reply.answer.isAnswered()) {
             status = ExitStatus::NoAnswer;
@@ -245,9 +246,9 @@ ExitStatus runExplain(const Options& options) {
     }
     for (const Explained& one : all) {
         if (!one.agreed) {
-            complain(complaint::kInternal,
-                     one.explanation.label() +
-                         ": internal error: what is explained is not what the library answers");
+            reportError(diagnostic::kInternal,
+                        one.explanation.label() +
+                            ": internal error: what is explained is not what the library answers");
             status = ExitStatus::Internal;
         }
     }

@@ -1,5 +1,6 @@
 #include "cli/CommandLine.h"
 
+#include "cli/Suggestion.h"
 #include "cli/UsageError.h"
 #include "render/Output.h"
 #include "render/Text.h"
@@ -16,8 +17,8 @@ namespace {
 
 constexpr const char* kEnvironmentFiles = R"(
 Environment files have KEY=VALUE lines and comments (#). Relative values of
-APP_CONF_FILE, APP_ROOT and TOLM_ROOT start at the file's own folder; of these
-and PROCESS_INSTANCE_ID, those that the file does not name count as unset.)";
+APP_CONF_FILE, APP_ROOT and TOLM_ROOT start at the file's own folder; these
+three and PROCESS_INSTANCE_ID are unset if the file does not set them.)";
 
 std::string footer() {
     std::string text = "\nExit status:\n";
@@ -31,8 +32,8 @@ std::string footer() {
     return text + kEnvironmentFiles;
 }
 
-/// Options that stand before a command or behind it.
-struct Common {
+/// Options that are accepted before and after the command.
+struct CommonOptions {
     std::string envFile;
     std::vector<std::string> sets;
 };
@@ -49,37 +50,37 @@ Format formatNamed(const CommandRow& command, std::string_view name) {
     return named != command.formats.end() ? *named : command.formats.front();
 }
 
-/// CLI11 would take a positional in brackets for a list. A byte behind the bracket hides it, one
-/// that no word of a command line can hold.
-constexpr char kHider = '\0';
+/// CLI11 parses a positional in brackets as a list. A NUL byte after the bracket prevents that: no
+/// argument of a process can contain one.
+constexpr char kBracketGuard = '\0';
 
-std::string hidden(std::string word) {
+std::string guarded(std::string word) {
     const bool bracketed = word.size() >= 2 && word.front() == '[' && word.back() == ']';
-    return bracketed ? std::move(word) + kHider : word;
+    return bracketed ? std::move(word) + kBracketGuard : word;
 }
 
-std::string unhidden(std::string text) {
-    std::erase(text, kHider);
+std::string unguarded(std::string text) {
+    std::erase(text, kBracketGuard);
     return text;
 }
 
-void unhide(std::vector<std::string>& words) {
+void removeGuards(std::vector<std::string>& words) {
     for (std::string& word : words) {
-        word = unhidden(std::move(word));
+        word = unguarded(std::move(word));
     }
 }
 
-/// The last word first, as CLI11 wants them.
-std::vector<std::string> reversedWords(int count, const char* const* words) {
+/// The words in reverse order, which CLI11 expects.
+std::vector<std::string> reversedWords(int argc, const char* const* argv) {
     std::vector<std::string> reversed;
-    for (int i = count - 1; i > 0; --i) {
-        reversed.push_back(hidden(words[i]));
+    for (int i = argc - 1; i > 0; --i) {
+        reversed.push_back(guarded(argv[i]));
     }
     return reversed;
 }
 
-/// Help with what does not fit into a line going on below, behind the column of the descriptions.
-std::string fitted(const std::string& help, std::size_t width) {
+/// Wraps help to `width` columns. Continuation lines start in the column of the descriptions.
+std::string wrapHelp(const std::string& help, std::size_t width) {
     std::string text;
     std::size_t begin = 0;
     while (begin < help.size()) {
@@ -88,17 +89,17 @@ std::string fitted(const std::string& help, std::size_t width) {
         begin = end + 1;
         const std::size_t first = std::min(line.find_first_not_of(' '), line.size());
         const std::size_t gap = line.find("  ", first);
-        const std::size_t begun =
+        const std::size_t description =
             gap != std::string::npos ? line.find_first_not_of(' ', gap) : first;
-        std::size_t indent = begun;
-        std::string lead = line.substr(0, begun);
-        if (begun >= width / 2 && line.size() > width) {
-            // A narrow terminal has no room beside the names.
+        std::size_t indent = description;
+        std::string lead = line.substr(0, description);
+        if (description >= width / 2 && line.size() > width) {
+            // On a narrow terminal the description starts below the names.
             text += line.substr(0, gap) + '\n';
             indent = first + 4;
             lead.assign(indent, ' ');
         }
-        for (const std::string& piece : wrapped(line.substr(begun), width - indent)) {
+        for (const std::string& piece : wrapped(line.substr(description), width - indent)) {
             text += lead + piece + '\n';
             lead.assign(indent, ' ');
         }
@@ -115,36 +116,63 @@ public:
         m_app.require_subcommand(0, 1);
         addHelp(m_app);
         for (const Option option : commonOptions()) {
-            addOption(m_app, option, m_before, nullptr);
+            addOption(m_app, option, m_beforeCommand, nullptr);
         }
         for (const CommandRow& row : commandTable()) {
             addCommand(row);
         }
-        m_app.footer(footer()); // last, because commands would inherit it
+        m_app.footer(footer()); // last: commands added later would inherit it
     }
 
-    ParsedCommandLine parse(int count, const char* const* words) {
+    ParsedCommandLine parse(int argc, const char* const* argv) {
         try {
-            m_app.parse(reversedWords(count, words));
-            return {understood(), std::nullopt};
+            m_app.parse(reversedWords(argc, argv));
+            return {parsedOptions(), std::nullopt};
         } catch (const CLI::CallForHelp&) {
-            return {{}, fitted(m_app.help(), outputWidth())};
+            rejectUnknownCommand();
+            return {{}, wrapHelp(m_app.help(), outputWidth())};
         } catch (const CLI::CallForVersion& version) {
             return {{}, std::string(version.what()) + '\n'};
         } catch (const CLI::ParseError& error) {
-            throw UsageError(escaped(unhidden(error.what())) +
-                             " (sysconfctl --help tells the usage)");
+            rejectUnknownCommand();
+            throw UsageError(escaped(unguarded(error.what())) +
+                             " (sysconfctl --help shows the usage)");
         }
     }
 
 private:
+    /// CLI11 prints the help of the tool for "unknown --help".
+    /// @throws UsageError if a word is in the place of a command and names none.
+    void rejectUnknownCommand() const {
+        const std::vector<std::string> rest = m_app.remaining();
+        if (parsedCommand() != m_commands.end() || rest.empty() || rest.front().starts_with('-')) {
+            return;
+        }
+        std::vector<std::string_view> names;
+        for (const CommandRow& row : commandTable()) {
+            names.push_back(row.name);
+        }
+        const std::string word = unguarded(rest.front());
+        const std::string near = suggestion(word, names);
+        throw UsageError(fmt::format("unknown command {}{} (sysconfctl --help lists them)",
+                                     shellWord(word),
+                                     near.empty() ? "" : fmt::format(", did you mean {}?", near)));
+    }
+
+    using Commands = std::vector<std::pair<CLI::App*, const CommandRow*>>;
+
+    Commands::const_iterator parsedCommand() const {
+        return std::find_if(m_commands.begin(), m_commands.end(),
+                            [](const auto& command) { return command.first->parsed(); });
+    }
+
     void addCommand(const CommandRow& row) {
         CLI::App* const app = m_app.add_subcommand(std::string(row.name), std::string(row.help));
         addHelp(*app);
         addOperands(*app, row);
         for (const Option option : optionsOf(row)) {
             if (option != Option::Help) {
-                addOption(*app, option, m_behind, &row);
+                addOption(*app, option, m_afterCommand, &row);
             }
         }
         m_commands.emplace_back(app, &row);
@@ -167,7 +195,7 @@ private:
         }
     }
 
-    void addOption(CLI::App& app, Option option, Common& common, const CommandRow* command) {
+    void addOption(CLI::App& app, Option option, CommonOptions& common, const CommandRow* command) {
         const OptionRow& row = optionRow(option);
         const std::string help(row.help);
         const std::string name =
@@ -231,27 +259,26 @@ private:
             ->check(CLI::IsMember(names).description(""));
     }
 
-    Options understood() {
-        const auto given =
-            std::find_if(m_commands.begin(), m_commands.end(),
-                         [](const auto& command) { return command.first->parsed(); });
+    Options parsedOptions() {
+        const auto given = parsedCommand();
         if (given == m_commands.end()) {
             throw UsageError("a command is required (sysconfctl --help lists them)");
         }
         const CommandRow& row = *given->second;
         m_options.command = m_list ? Command::List : row.command;
         m_options.format = formatNamed(row, m_format);
-        m_options.sets = m_before.sets;
-        m_options.sets.insert(m_options.sets.end(), m_behind.sets.begin(), m_behind.sets.end());
-        for (const std::string& file : {m_before.envFile, m_behind.envFile}) {
+        m_options.sets = m_beforeCommand.sets;
+        m_options.sets.insert(m_options.sets.end(), m_afterCommand.sets.begin(),
+                              m_afterCommand.sets.end());
+        for (const std::string& file : {m_beforeCommand.envFile, m_afterCommand.envFile}) {
             if (!file.empty()) {
-                m_options.envFile = unhidden(file);
+                m_options.envFile = unguarded(file);
             }
         }
-        m_options.query = unhidden(m_options.query);
-        unhide(m_options.arguments);
-        unhide(m_options.nodes);
-        unhide(m_options.localAddresses);
+        m_options.query = unguarded(m_options.query);
+        removeGuards(m_options.arguments);
+        removeGuards(m_options.nodes);
+        removeGuards(m_options.localAddresses);
         if (row.operands == Operands::Query &&
             (m_list || m_options.all) != m_options.query.empty()) {
             throw UsageError(fmt::format("{} takes either a query or {}", row.name,
@@ -261,9 +288,9 @@ private:
     }
 
     CLI::App m_app;
-    std::vector<std::pair<CLI::App*, const CommandRow*>> m_commands;
-    Common m_before;
-    Common m_behind;
+    Commands m_commands;
+    CommonOptions m_beforeCommand;
+    CommonOptions m_afterCommand;
     Options m_options;
     std::string m_format;
     bool m_list = false;
@@ -271,20 +298,20 @@ private:
 
 } // namespace
 
-ParsedCommandLine parseCommandLine(int count, const char* const* words) {
-    return Parser().parse(count, words);
+ParsedCommandLine parseCommandLine(int argc, const char* const* argv) {
+    return Parser().parse(argc, argv);
 }
 
-bool asksForJson(int count, const char* const* words) {
+bool asksForJson(int argc, const char* const* argv) {
     const OptionRow& output = optionRow(Option::Output);
     const std::string json(nameOf(Format::Json));
-    for (int i = 1; i < count; ++i) {
-        const std::string_view word = words[i];
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view word = argv[i];
         if (word == "--") {
             return false;
         }
         const bool named = word == output.name || word == output.letter;
-        if (named && i + 1 < count && words[i + 1] == json) {
+        if (named && i + 1 < argc && argv[i + 1] == json) {
             return true;
         }
         if (word == fmt::format("{}={}", output.name, json) ||

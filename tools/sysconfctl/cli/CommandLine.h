@@ -9,7 +9,7 @@
 
 namespace sysconfctl {
 
-/// A command line, understood.
+/// A parsed command line.
 struct Options {
     Command command = Command::Show;
     Format format = Format::Table;
@@ -18,27 +18,27 @@ struct Options {
     bool revealSecrets = false;
     std::string query;
     std::vector<std::string> arguments;
-    /// Ids of the nodes that are asked for; empty: all.
+    /// Ids of the nodes to list; empty: all.
     std::vector<std::string> nodes;
-    /// Every query, not one.
+    /// Explain every query, not a single one.
     bool all = false;
-    /// Warnings count, too.
+    /// Warnings change the exit status, too.
     bool strict = false;
     ColorChoice color = ColorChoice::Auto;
-    /// What counts as the host's addresses; empty: those that it has.
+    /// Used in place of the host's addresses; empty: the real ones.
     std::vector<std::string> localAddresses;
 };
 
-/// What a command line asks for: something to do, or a text (help, version) to print.
+/// The request of a command line: a command to run, or a text (help, version) to print.
 struct ParsedCommandLine {
     Options options;
     std::optional<std::string> text;
 };
 
-/// @throws UsageError for anything that is not understood.
-ParsedCommandLine parseCommandLine(int count, const char* const* words);
+/// @throws UsageError if the command line is invalid.
+ParsedCommandLine parseCommandLine(int argc, const char* const* argv);
 
-/// Whether a command line asks for JSON, be the rest of it understood or not.
-bool asksForJson(int count, const char* const* words);
+/// Whether a command line requests JSON output, even if the rest of it is invalid.
+bool asksForJson(int argc, const char* const* argv);
 
 } // namespace sysconfctl

@@ -22,7 +22,7 @@ const std::vector<CommandRow>& commandTable() {
          {Table, Plain, Json}},
         {Command::Explain,
          "explain",
-         "Tell the way to an answer",
+         "Explain how an answer comes about",
          {Table, Plain, Json},
          Operands::Query,
          {Option::All}},
@@ -93,7 +93,7 @@ const std::vector<VariableRow>& variableTable() {
         {"NO_EM_CLIENT_CONSUMER", "switches change events off"},
         {"NO_COLOR", "no colour"},
         {"COLUMNS", "width of tables"},
-        {"HOME", "what ~ stands for, where shells complete"},
+        {"HOME", "replaces ~ in shell completion"},
     };
     return table;
 }

@@ -4,9 +4,8 @@
 #include <string_view>
 #include <vector>
 
-/// Commands, options, formats, exit statuses and variables of the tool, each listed here and
-/// nowhere else: the parser, the help, and the completion of shells are made of this table, and the
-/// manual page is held to it.
+/// The only list of the tool's commands, options, formats, exit statuses and variables. The parser,
+/// the help and the shell completion use these tables; a test compares the manual page with them.
 namespace sysconfctl {
 
 enum class Command { Show, Get, Watch, List, Explain, Check, Nodes, Map };
@@ -29,15 +28,15 @@ enum class Option {
 struct OptionRow {
     Option option;
     std::string_view name;
-    /// The same in one letter; empty when there is none.
+    /// The short form, such as "-o"; empty if there is none.
     std::string_view letter;
-    /// What the help calls the option's value; empty for a flag.
+    /// The name of the option's value in the help; empty for a flag.
     std::string_view value;
     std::string_view help;
     bool repeatable = false;
 };
 
-/// What stands behind a command and is no option.
+/// The positional arguments of a command.
 enum class Operands { None, Query, Nodes };
 
 struct CommandRow {
@@ -47,7 +46,7 @@ struct CommandRow {
     /// The first one is the default.
     std::vector<Format> formats;
     Operands operands = Operands::None;
-    /// Beside those that every command has.
+    /// In addition to those of every command.
     std::vector<Option> options = {};
 };
 
@@ -61,21 +60,22 @@ struct VariableRow {
     std::string_view meaning;
 };
 
-/// In the order in which the help shows them.
+/// In the order of the help.
 const std::vector<CommandRow>& commandTable();
 const std::vector<OptionRow>& optionTable();
 const std::vector<StatusRow>& statusTable();
-/// Environment variables that the tool reads, or the library inside it.
+/// Environment variables that the tool or the library reads.
 const std::vector<VariableRow>& variableTable();
 
 const OptionRow& optionRow(Option option);
 std::string_view nameOf(Format format);
 
-/// Options that stand before a command or behind it, and those that any command takes.
+/// Options that are accepted before and after every command.
 const std::vector<Option>& commonOptions();
+/// All options that are accepted after a command.
 std::vector<Option> optionsOf(const CommandRow& command);
 
-/// The texts that `--color` takes.
+/// The values of `--color`.
 const std::vector<std::string_view>& colorNames();
 
 /// "one of table, plain, json; default: table"

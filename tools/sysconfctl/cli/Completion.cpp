@@ -29,42 +29,42 @@ Candidates commands() {
     return candidates;
 }
 
-Candidates options(const Typed& typed) {
+Candidates options(const PartialCommandLine& line) {
     Candidates candidates;
-    for (const Option option : typed.options()) {
+    for (const Option option : line.options()) {
         const OptionRow& row = optionRow(option);
-        if (row.repeatable || !typed.given.contains(option)) {
+        if (row.repeatable || !line.given.contains(option)) {
             candidates.push_back({std::string(row.name), std::string(row.help)});
         }
     }
     return candidates;
 }
 
-/// An argument of a query, or nothing where it takes no more.
-Candidates queryArguments(const Typed& typed) {
-    const Query* const query = queryNamed(typed.operands.front());
+/// Candidates for an argument of a query; none if it takes no more.
+Candidates queryArguments(const PartialCommandLine& line) {
+    const Query* const query = queryNamed(line.operands.front());
     if (query == nullptr || query->parameters.empty()) {
         return {};
     }
-    const std::size_t place = typed.operands.size() - 1;
+    const std::size_t place = line.operands.size() - 1;
     const Parameter& last = query->parameters.back();
     if (place >= query->parameters.size() && last.occurs == Occurs::Once) {
         return {};
     }
-    const DeployedNames deployed(typed);
+    deployed::applyEnvironmentOf(line);
     switch (query->parameters[std::min(place, query->parameters.size() - 1)].completes) {
     case Completes::Tags:
-        return deployed.tags();
+        return deployed::tags();
     case Completes::TagPrefixes:
-        return deployed.tagPrefixes();
+        return deployed::tagPrefixes();
     case Completes::Fields:
-        return deployed.fields();
+        return deployed::fields();
     case Completes::FieldPrefixes:
-        return deployed.valuesOf(typed.operands.back());
+        return deployed::valuesOf(line.operands.back());
     case Completes::Databases:
-        return deployed.databases();
+        return deployed::databases();
     case Completes::DatabaseEntries:
-        return deployed.entriesOf(typed.operands.back());
+        return deployed::entriesOf(line.operands.back());
     }
     return {};
 }
@@ -77,18 +77,19 @@ Candidates queryNames() {
     return candidates;
 }
 
-Candidates operands(const Typed& typed) {
-    if (typed.command == nullptr) {
+Candidates operands(const PartialCommandLine& line) {
+    if (line.command == nullptr) {
         return commands();
     }
-    switch (typed.command->operands) {
+    switch (line.command->operands) {
     case Operands::Query:
-        if (typed.given.contains(Option::All) || typed.given.contains(Option::List)) {
+        if (line.given.contains(Option::All) || line.given.contains(Option::List)) {
             return {};
         }
-        return typed.operands.empty() ? queryNames() : queryArguments(typed);
+        return line.operands.empty() ? queryNames() : queryArguments(line);
     case Operands::Nodes:
-        return DeployedNames(typed).nodes();
+        deployed::applyEnvironmentOf(line);
+        return deployed::nodes();
     case Operands::None:
         break;
     }
@@ -100,9 +101,9 @@ bool isPath(std::string_view variable) {
     return std::find(kPaths.begin(), kPaths.end(), variable) != kPaths.end();
 }
 
-/// "KEY=" of the variables, then the value behind it.
-Completion assignments(const Typed& typed, std::string_view begun) {
-    const std::size_t equals = begun.find('=');
+/// "KEY=" for each variable; after the "=", candidates for the value.
+Completion assignments(const PartialCommandLine& line, std::string_view word) {
+    const std::size_t equals = word.find('=');
     if (equals == std::string_view::npos) {
         Candidates candidates;
         for (const VariableRow& row : variableTable()) {
@@ -110,29 +111,32 @@ Completion assignments(const Typed& typed, std::string_view begun) {
         }
         return {false, candidates};
     }
-    const std::string variable(begun.substr(0, equals));
+    const std::string variable(word.substr(0, equals));
     if (isPath(variable)) {
         return {true, {}};
     }
     if (variable != "PROCESS_INSTANCE_ID") {
         return {};
     }
-    Candidates candidates = DeployedNames(typed).instances();
+    deployed::applyEnvironmentOf(line);
+    Candidates candidates = deployed::instances();
     for (Candidate& candidate : candidates) {
         candidate.text.insert(0, variable + '=');
     }
     return {false, candidates};
 }
 
-Completion valuesOf(const OptionRow& option, const Typed& typed, std::string_view begun) {
+Completion valuesOf(const OptionRow& option, const PartialCommandLine& line,
+                    std::string_view word) {
     Candidates candidates;
     switch (option.option) {
     case Option::EnvFile:
         return {true, {}};
     case Option::Set:
-        return assignments(typed, begun);
+        return assignments(line, word);
     case Option::LocalAddress:
-        return {false, DeployedNames(typed).addresses()};
+        deployed::applyEnvironmentOf(line);
+        return {false, deployed::addresses()};
     case Option::Color:
         for (const std::string_view name : colorNames()) {
             candidates.push_back({std::string(name), ""});
@@ -140,7 +144,7 @@ Completion valuesOf(const OptionRow& option, const Typed& typed, std::string_vie
         break;
     case Option::Output:
         for (const Format format :
-             typed.command != nullptr ? typed.command->formats : std::vector<Format>{}) {
+             line.command != nullptr ? line.command->formats : std::vector<Format>{}) {
             candidates.push_back({std::string(nameOf(format)), ""});
         }
         break;
@@ -150,60 +154,60 @@ Completion valuesOf(const OptionRow& option, const Typed& typed, std::string_vie
     return {false, candidates};
 }
 
-/// Values in the word that names the option: "--output=json", "-ojson".
-Completion gluedValues(const Typed& typed, const std::string& word) {
-    const OptionRow* const row = typed.optionAt(word);
+/// Candidates for a word that contains both option and value: "--output=json", "-ojson".
+Completion attachedValues(const PartialCommandLine& line, const std::string& word) {
+    const OptionRow* const row = line.optionAt(word);
     if (row == nullptr || row->value.empty()) {
         return {};
     }
     const std::string lead =
         word.starts_with("--") ? std::string(row->name) + '=' : std::string(row->letter);
-    Completion completion = valuesOf(*row, typed, std::string_view(word).substr(lead.size()));
+    Completion completion = valuesOf(*row, line, std::string_view(word).substr(lead.size()));
     for (Candidate& candidate : completion.candidates) {
         candidate.text.insert(0, lead);
     }
     return completion;
 }
 
-Completion anyCompletion(const Typed& typed, const std::string& word) {
-    if (typed.lost) {
+Completion anyCompletion(const PartialCommandLine& line, const std::string& word) {
+    if (line.commandUnknown) {
         return {};
     }
-    if (typed.open != nullptr) {
-        return valuesOf(*typed.open, typed, word);
+    if (line.pendingOption != nullptr) {
+        return valuesOf(*line.pendingOption, line, word);
     }
-    const bool dashed = !typed.optionsOver && word.starts_with('-');
+    const bool dashed = !line.optionsEnded && word.starts_with('-');
     if (dashed &&
         (word.find('=') != std::string::npos || (word.size() > 1 && !word.starts_with("--")))) {
-        return gluedValues(typed, word);
+        return attachedValues(line, word);
     }
-    Completion completion{false, dashed ? options(typed) : operands(typed)};
-    if (!dashed && !typed.optionsOver) {
-        // They would be taken for options.
+    Completion completion{false, dashed ? options(line) : operands(line)};
+    if (!dashed && !line.optionsEnded) {
+        // The parser would read them as options.
         std::erase_if(completion.candidates,
                       [](const Candidate& candidate) { return candidate.text.starts_with('-'); });
     }
     return completion;
 }
 
-/// Whether the text is what one would see: no control characters, nothing that is not UTF-8.
+/// Whether the text has visible characters only: no control characters, no invalid UTF-8.
 bool isVisible(std::string text) {
-    std::erase(text, '\\'); // escaped, too, but visible
+    std::erase(text, '\\'); // escaped() doubles it, but it is visible
     return !text.empty() && escaped(text) == text;
 }
 
-std::string forBash(const std::vector<std::string>& words) {
-    const ShellLine line = readShellLine(words.at(2), words.at(1));
+std::string forBash(const std::vector<std::string>& arguments) {
+    const ShellLine line = readShellLine(arguments.at(2), arguments.at(1));
     if (line.words.size() < 2) {
-        return {}; // the tool's own name
+        return {}; // the cursor is at the name of the tool
     }
-    const std::vector<std::string> typed(line.words.begin() + 1, line.words.end());
-    const Completion completion = line.redirection ? Completion{true, {}} : completionOf(typed);
+    const std::vector<std::string> words(line.words.begin() + 1, line.words.end());
+    const Completion completion = line.redirection ? Completion{true, {}} : completionOf(words);
     std::string text;
     for (const Candidate& candidate : completion.candidates) {
         if (candidate.text.starts_with(line.words.back())) {
             text += shellQuoted(candidate.text.substr(line.kept), line.quote);
-            // What ends with the quote would be taken for closed.
+            // bash would take a candidate that ends with the quote as closed.
             const char closing = line.quote == '$' ? '\'' : line.quote;
             text += closing != 0 && text.back() == closing ? std::string{closing, '\n'} : "\n";
         }
@@ -215,7 +219,7 @@ std::string forOthers(const std::vector<std::string>& words) {
     const Completion completion = completionOf({words.begin() + 1, words.end()});
     std::string text;
     for (const Candidate& candidate : completion.candidates) {
-        text += candidate.text + '\t' + candidate.help + '\n';
+        text += candidate.text + '\t' + escaped(candidate.help) + '\n';
     }
     return completion.files ? ":files\n" : text.empty() ? "" : ":values\n" + text;
 }
@@ -223,7 +227,7 @@ std::string forOthers(const std::vector<std::string>& words) {
 } // namespace
 
 Completion completionOf(const std::vector<std::string>& words) {
-    Completion completion = anyCompletion(Typed(words), words.back());
+    Completion completion = anyCompletion(PartialCommandLine(words), words.back());
     std::erase_if(completion.candidates,
                   [](const Candidate& candidate) { return !isVisible(candidate.text); });
     return completion;
@@ -239,7 +243,7 @@ ExitStatus runComplete(const std::vector<std::string>& words) noexcept {
     } catch (const OutputError&) {
         return ExitStatus::Internal;
     } catch (...) {
-        // Nobody wants errors in the middle of a line that is being typed.
+        // An error message would disturb the line that the user types.
         return ExitStatus::Answered;
     }
     return ExitStatus::Answered;

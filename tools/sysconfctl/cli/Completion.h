@@ -8,30 +8,30 @@
 
 namespace sysconfctl {
 
-/// What the completion scripts of the shells call; no command for people.
+/// The command that the completion scripts of the shells call; not documented for users.
 inline constexpr std::string_view kCompleteCommand = "__complete";
 
-/// A word that may stand at the cursor, and what it is.
+/// A word that is allowed at the cursor, and a description. Neither is escaped.
 struct Candidate {
     std::string text;
     std::string help;
 };
 
 struct Completion {
-    /// Names of files may stand there, behind an "=" in the word if it has one.
+    /// File names are allowed, after the "=" if the word has one.
     bool files = false;
     std::vector<Candidate> candidates;
 };
 
-/// What may stand in place of the last word, behind the others: commands, options, queries, and by
-/// the files of the current environment the ids, tags and names in them. Not all begin as the last
-/// word does. Texts that a terminal would not show as they stand are left out.
-/// @param words Without the name of the tool; at least one.
+/// Returns the candidates for the last word: commands, options, queries, and the ids, tags and
+/// names in the configuration files of the current environment. Candidates need not begin with the
+/// last word. Candidates with invisible characters are left out.
+/// @param words At least one; without the name of the tool.
 Completion completionOf(const std::vector<std::string>& words);
 
-/// "bash BREAKS LINE", "zsh WORD..." or "fish WORD...". Writes ":values" or ":files", then one
-/// candidate a line: for bash as it is to be inserted, else the candidate and its help behind a
-/// tab. Nothing where there is nothing to complete, and never an error.
+/// Runs "bash BREAKS LINE", "zsh WORD..." or "fish WORD...". Writes ":values" or ":files", then one
+/// line for each candidate: for bash the quoted text to insert, else the candidate, a tab and its
+/// help. Writes nothing if there is no candidate, and never an error.
 ExitStatus runComplete(const std::vector<std::string>& words) noexcept;
 
 } // namespace sysconfctl

@@ -1,6 +1,8 @@
 #include "cli/DeployedNames.h"
 
 #include "cli/Environment.h"
+#include "deployment/Cluster.h"
+#include "deployment/KeepUntilExit.h"
 #include "render/Text.h"
 
 #include <algorithm>
@@ -11,9 +13,9 @@
 namespace sysconfctl {
 namespace {
 
-/// The file as the shell would name it: completion sees words before the shell has worked on them.
+/// Expands "~/" as the shell would: completion sees words before the shell expands them.
 std::optional<std::string> withHome(const std::optional<std::string>& file) {
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody changes the environment meanwhile.
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): there is only one thread.
     const char* const home = std::getenv("HOME");
     if (home != nullptr && file && file->starts_with("~/")) {
         return home + file->substr(1);
@@ -47,11 +49,15 @@ Candidates memberCandidates(const SourceFile& file, const char* name) {
     return candidates;
 }
 
+/// Visits the address entries of all nodes of both lists.
 template <typename Visit>
-void forEachAddress(const Cluster& cluster, Visit visit) {
-    for (const ClusterNode& node : cluster.nodes) {
-        for (const Listed* listed : {&node.nodeList, &node.managerNodeList}) {
-            std::for_each(listed->addresses.begin(), listed->addresses.end(), visit);
+void forEachAddress(Visit visit) {
+    for (const auto read : {readNodeList, readManagerNodeList}) {
+        const Json::Value* const nodes = member(&keepUntilExit(read()).tree, "nodeList");
+        for (const std::string& id : membersOf(nodes)) {
+            for (const Address& address : addressesOf((*nodes)[id])) {
+                visit(address);
+            }
         }
     }
 }
@@ -71,33 +77,32 @@ void forEachField(const SourceFile& list, Visit visit) {
 
 } // namespace
 
-DeployedNames::DeployedNames(const Typed& typed) {
-    applyEnvironment(withHome(typed.envFile), typed.sets);
-    m_sources = readSources();
-    m_cluster = clusterOf(m_sources);
+namespace deployed {
+
+void applyEnvironmentOf(const PartialCommandLine& line) {
+    applyEnvironment(withHome(line.envFile), line.sets);
 }
 
-Candidates DeployedNames::nodes() const {
+Candidates nodes() {
     Candidates candidates;
-    for (const ClusterNode& node : m_cluster.nodes) {
+    for (const ClusterNode& node : keepUntilExit(clusterOf(keepUntilExit(readSources()))).nodes) {
         std::vector<std::string> about = node.marks();
-        if (!node.told().tenancy.empty()) {
-            about.push_back("of " + escaped(node.told().tenancy));
+        if (!node.listing().tenancy.empty()) {
+            about.push_back("of " + node.listing().tenancy);
         }
         candidates.push_back({node.id, joined(about, ", ")});
     }
     return candidates;
 }
 
-Candidates DeployedNames::tags() const {
+Candidates tags() {
     std::set<std::string> tags;
-    forEachAddress(m_cluster, [&](const Address& address) {
-        tags.insert(address.tags.begin(), address.tags.end());
-    });
+    forEachAddress(
+        [&](const Address& address) { tags.insert(address.tags.begin(), address.tags.end()); });
     return candidatesOf(tags);
 }
 
-Candidates DeployedNames::tagPrefixes() const {
+Candidates tagPrefixes() {
     std::set<std::string> prefixes;
     for (const Candidate& tag : tags()) {
         prefixes.insert(tag.text.substr(0, tag.text.find_last_not_of("0123456789") + 1));
@@ -105,49 +110,51 @@ Candidates DeployedNames::tagPrefixes() const {
     return candidatesOf(prefixes);
 }
 
-Candidates DeployedNames::addresses() const {
+Candidates addresses() {
     std::set<std::string> addresses;
-    forEachAddress(m_cluster, [&](const Address& address) { addresses.insert(address.ip); });
+    forEachAddress([&](const Address& address) { addresses.insert(address.ip); });
     return candidatesOf(addresses);
 }
 
-Candidates DeployedNames::databases() const {
-    return memberCandidates(m_sources.appConfig, "databases");
+Candidates databases() {
+    return memberCandidates(readAppConfig(), "databases");
 }
 
-Candidates DeployedNames::entriesOf(const std::string& database) const {
-    const Json::Value* const entries =
-        member(member(&m_sources.appConfig.tree, "databases"), database);
+Candidates entriesOf(const std::string& database) {
+    const SourceFile appConfig = readAppConfig();
+    const Json::Value* const entries = member(member(&appConfig.tree, "databases"), database);
     Candidates candidates;
     for (Json::ArrayIndex i = 0; entries != nullptr && entries->isArray() && i < entries->size();
          ++i) {
         const Json::Value* const type = member(&(*entries)[i], "type");
-        candidates.push_back({std::to_string(i), type != nullptr && type->isString()
-                                                     ? escaped(type->asString())
-                                                     : ""});
+        candidates.push_back(
+            {std::to_string(i), type != nullptr && type->isString() ? type->asString() : ""});
     }
     return candidates;
 }
 
-Candidates DeployedNames::instances() const {
-    return memberCandidates(m_sources.appConfig, "processes");
+Candidates instances() {
+    return memberCandidates(readAppConfig(), "processes");
 }
 
-Candidates DeployedNames::fields() const {
+Candidates fields() {
     std::set<std::string> names;
-    forEachField(m_sources.managerNodeList,
+    forEachField(keepUntilExit(readManagerNodeList()),
                  [&](const std::string& name, const std::string&) { names.insert(name); });
     return candidatesOf(names);
 }
 
-Candidates DeployedNames::valuesOf(const std::string& field) const {
+Candidates valuesOf(const std::string& field) {
     std::set<std::string> values;
-    forEachField(m_sources.managerNodeList, [&](const std::string& name, const std::string& value) {
-        if (name == field) {
-            values.insert(value);
-        }
-    });
+    forEachField(keepUntilExit(readManagerNodeList()),
+                 [&](const std::string& name, const std::string& value) {
+                     if (name == field) {
+                         values.insert(value);
+                     }
+                 });
     return candidatesOf(values);
 }
+
+} // namespace deployed
 
 } // namespace sysconfctl

@@ -2,7 +2,6 @@
 
 #include "cli/Completion.h"
 #include "cli/PartialCommandLine.h"
-#include "deployment/Cluster.h"
 
 #include <string>
 #include <vector>
@@ -11,31 +10,29 @@ namespace sysconfctl {
 
 using Candidates = std::vector<Candidate>;
 
-/// Names in the files of the environment, with what the line being typed changes of it. What cannot
-/// be read holds none.
-class DeployedNames {
-public:
-    /// @throws UsageError when the line's part of the environment cannot be had.
-    explicit DeployedNames(const Typed& typed);
+/// Names in the configuration files. Each function reads only the files that it needs; a file that
+/// cannot be read or parsed has no names.
+namespace deployed {
 
-    Candidates nodes() const;
-    Candidates tags() const;
-    /// The same without the numbers at their ends.
-    Candidates tagPrefixes() const;
-    Candidates addresses() const;
-    Candidates databases() const;
-    /// Indexes of its entries.
-    Candidates entriesOf(const std::string& database) const;
-    /// Keys of processes.
-    Candidates instances() const;
-    /// Members of nodes that are texts, of the list of all nodes.
-    Candidates fields() const;
-    /// What that member holds, node by node.
-    Candidates valuesOf(const std::string& field) const;
+/// Applies the environment options of the line to this process. To be called first.
+/// @throws UsageError if the environment file cannot be read or an option is malformed.
+void applyEnvironmentOf(const PartialCommandLine& line);
 
-private:
-    Sources m_sources;
-    Cluster m_cluster;
-};
+Candidates nodes();
+Candidates tags();
+/// The tags without the numbers at their ends.
+Candidates tagPrefixes();
+Candidates addresses();
+Candidates databases();
+/// The indexes of the entries of a database.
+Candidates entriesOf(const std::string& database);
+/// The keys of the processes.
+Candidates instances();
+/// The names of the members of nodes in the manager node list whose values are texts.
+Candidates fields();
+/// The values of that member in all nodes.
+Candidates valuesOf(const std::string& field);
+
+} // namespace deployed
 
 } // namespace sysconfctl

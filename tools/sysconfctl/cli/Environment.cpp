@@ -42,8 +42,8 @@ bool isVariableName(std::string_view text) {
            text.find_first_not_of(kNameCharacters) == std::string_view::npos;
 }
 
-/// What is wrong with an assignment, or null. A value cannot hold a NUL, because the environment
-/// ends it there.
+/// Returns what is wrong with an assignment, or null. A value cannot contain a NUL byte: it would
+/// end the value.
 const char* fault(std::string_view key, std::size_t equals, std::string_view value) {
     if (equals == std::string_view::npos) {
         return "expected KEY=VALUE";
@@ -75,7 +75,7 @@ std::string readFile(const std::string& path) {
     return text;
 }
 
-// NOLINTBEGIN(concurrency-mt-unsafe): the library is not in use yet, so there is one thread only.
+// NOLINTBEGIN(concurrency-mt-unsafe): the library is not in use yet, so there is only one thread.
 
 void set(const Assignment& assignment) {
     if (::setenv(assignment.variable.c_str(), assignment.value.c_str(), 1) != 0) {

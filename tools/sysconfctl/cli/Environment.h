@@ -12,25 +12,25 @@ struct Assignment {
     std::string value;
 };
 
-/// "KEY=VALUE" as given on the command line: everything behind the first "=" is the value.
-/// @throws UsageError when there is no "=" or KEY is no variable name.
+/// Parses "KEY=VALUE" of the command line. The value is everything after the first "=".
+/// @throws UsageError if there is no "=" or KEY is not a valid variable name.
 Assignment parseAssignment(std::string_view text);
 
-/// The assignments of an environment file's text: KEY=VALUE lines, blank lines, and lines that
-/// begin with "#". Blanks around the key and the value do not count; a value in a pair of quotes,
-/// single or double, is what stands between them, with nothing interpreted.
-/// @param name What error messages call the file.
-/// @throws UsageError naming the line, never its value.
+/// Parses the text of an environment file: KEY=VALUE lines, blank lines, and comments, which begin
+/// with "#". Blanks around the key and the value are ignored. One pair of single or double quotes
+/// around a value is removed; nothing inside it is interpreted.
+/// @param name The name of the file in error messages.
+/// @throws UsageError that names the line, but never contains its value.
 std::vector<Assignment> parseEnvFile(const std::string& text, const std::string& name);
 
-/// Gives this process the environment of the one asked about.
+/// Sets the environment of this process to that of the process to ask about.
 ///
-/// An environment file stands for the whole configuration of a process: those of `APP_CONF_FILE`,
-/// `PROCESS_INSTANCE_ID`, `APP_ROOT` and `TOLM_ROOT` that it does not name are unset. A relative
-/// path in one of the three path variables starts at the file's own folder; an empty value stays
-/// empty. `sets` come after the file, the last one for a variable counts, and their values are
-/// taken as they stand.
-/// @throws UsageError when the file cannot be read or understood, or an assignment cannot.
+/// An environment file is the whole configuration of a process: `APP_CONF_FILE`,
+/// `PROCESS_INSTANCE_ID`, `APP_ROOT` and `TOLM_ROOT` are unset if it does not set them. A relative
+/// path in one of the three path variables is relative to the folder of the file; an empty value
+/// stays empty. `sets` are applied after the file, with their values verbatim; the last one for a
+/// variable wins.
+/// @throws UsageError if the file cannot be read, or the file or an assignment is malformed.
 void applyEnvironment(const std::optional<std::string>& envFile,
                       const std::vector<std::string>& sets);
 

@@ -14,13 +14,13 @@ const CommandRow* commandNamed(std::string_view name) {
 
 } // namespace
 
-Typed::Typed(const std::vector<std::string>& words) {
+PartialCommandLine::PartialCommandLine(const std::vector<std::string>& words) {
     for (std::size_t i = 0; i + 1 < words.size(); ++i) {
-        take(words[i]);
+        parseWord(words[i]);
     }
 }
 
-std::vector<Option> Typed::options() const {
+std::vector<Option> PartialCommandLine::options() const {
     if (command != nullptr) {
         return optionsOf(*command);
     }
@@ -29,7 +29,7 @@ std::vector<Option> Typed::options() const {
     return options;
 }
 
-const OptionRow* Typed::optionAt(std::string_view word) const {
+const OptionRow* PartialCommandLine::optionAt(std::string_view word) const {
     for (const Option option : options()) {
         const OptionRow& row = optionRow(option);
         const bool named = word.substr(0, word.find('=')) == row.name;
@@ -41,23 +41,23 @@ const OptionRow* Typed::optionAt(std::string_view word) const {
     return nullptr;
 }
 
-void Typed::take(const std::string& word) {
-    if (open != nullptr) {
-        give(*open, word);
-        open = nullptr;
-    } else if (!optionsOver && word == "--") {
-        optionsOver = true;
-    } else if (!optionsOver && word.size() > 1 && word.front() == '-') {
-        takeOption(word);
+void PartialCommandLine::parseWord(const std::string& word) {
+    if (pendingOption != nullptr) {
+        setValue(*pendingOption, word);
+        pendingOption = nullptr;
+    } else if (!optionsEnded && word == "--") {
+        optionsEnded = true;
+    } else if (!optionsEnded && word.size() > 1 && word.front() == '-') {
+        parseOption(word);
     } else if (command == nullptr) {
         command = commandNamed(word);
-        lost = lost || command == nullptr;
+        commandUnknown = commandUnknown || command == nullptr;
     } else {
         operands.push_back(word);
     }
 }
 
-void Typed::takeOption(const std::string& word) {
+void PartialCommandLine::parseOption(const std::string& word) {
     const OptionRow* const row = optionAt(word);
     if (row == nullptr) {
         return;
@@ -68,13 +68,13 @@ void Typed::takeOption(const std::string& word) {
         return;
     }
     if (word == row->name || word == row->letter) {
-        open = row;
+        pendingOption = row;
     } else if (equals != std::string::npos) {
-        give(*row, word.substr(equals + 1));
+        setValue(*row, word.substr(equals + 1));
     }
 }
 
-void Typed::give(const OptionRow& row, const std::string& value) {
+void PartialCommandLine::setValue(const OptionRow& row, const std::string& value) {
     if (row.option == Option::EnvFile) {
         envFile = value;
     } else if (row.option == Option::Set) {

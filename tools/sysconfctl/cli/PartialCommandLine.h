@@ -10,33 +10,34 @@
 
 namespace sysconfctl {
 
-/// The words in front of the cursor, understood as far as they can be.
-class Typed {
+/// The words before the cursor, parsed as far as possible.
+class PartialCommandLine {
 public:
-    /// @param words The last one is the word at the cursor, and does not count.
-    explicit Typed(const std::vector<std::string>& words);
+    /// @param words The last one is the word at the cursor; it is ignored.
+    explicit PartialCommandLine(const std::vector<std::string>& words);
 
     const CommandRow* command = nullptr;
-    /// What stands for a command is none.
-    bool lost = false;
+    /// The word in the place of the command is not a command.
+    bool commandUnknown = false;
     std::vector<std::string> operands;
-    /// The option whose value is to come.
-    const OptionRow* open = nullptr;
+    /// The option that expects its value next.
+    const OptionRow* pendingOption = nullptr;
     std::set<Option> given;
-    bool optionsOver = false;
+    /// "--" ends the options.
+    bool optionsEnded = false;
     std::optional<std::string> envFile;
     std::vector<std::string> sets;
 
-    /// Those that may stand here.
+    /// The options that are allowed at the cursor.
     std::vector<Option> options() const;
 
-    /// The option that the word names, or begins with: "--set", "--set=", "-o". Null if none does.
+    /// The option that the word is or begins with: "--set", "--set=", "-o". Null if there is none.
     const OptionRow* optionAt(std::string_view word) const;
 
 private:
-    void take(const std::string& word);
-    void takeOption(const std::string& word);
-    void give(const OptionRow& row, const std::string& value);
+    void parseWord(const std::string& word);
+    void parseOption(const std::string& word);
+    void setValue(const OptionRow& row, const std::string& value);
 };
 
 } // namespace sysconfctl

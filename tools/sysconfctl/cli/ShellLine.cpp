@@ -64,7 +64,7 @@ private:
         m_begun = true;
     }
 
-    /// A backslash inside quotes stands for itself in front of most characters.
+    /// Inside quotes a backslash is literal before most characters.
     void escape(std::string_view special) {
         if (m_rest.empty() || special.find(m_rest.front()) == std::string_view::npos) {
             append('\\');
@@ -127,8 +127,8 @@ bool isSafe(char c) {
            byte >= 0x80 || kSafe.find(c) != std::string_view::npos;
 }
 
-/// What a character becomes in that quote. An exclamation mark would be history inside double
-/// quotes, backslash or not.
+/// Quotes one character. Inside double quotes "!" triggers history expansion even after a
+/// backslash, so the quotes are closed around it.
 std::string quoted(char c, char quote) {
     const std::string escaped = {'\\', c};
     const std::string itself = {c};

@@ -7,24 +7,24 @@
 
 namespace sysconfctl {
 
-/// A line that is being typed in bash, up to the cursor. Nothing in it is expanded or run: quotes
-/// and backslashes are taken off, "$" and backquotes are letters like any other.
+/// A bash command line up to the cursor. Nothing in it is expanded or run: quotes and backslashes
+/// are removed, "$" and backquotes are ordinary characters.
 struct ShellLine {
-    /// What stands in front of the cursor is the last one, which may be empty.
+    /// The last one is the word at the cursor; it may be empty.
     std::vector<std::string> words;
-    /// The quote in which the cursor is: ', ", $ for $'...', or 0.
+    /// The quote that is open at the cursor: ', ", $ for $'...', or 0.
     char quote = 0;
-    /// How much of the last word stays when the shell puts a completion in its place. Its own words
-    /// are shorter: they begin behind every "=" and ":".
+    /// The length of the part of the last word that a completion does not replace. Words of bash
+    /// are shorter: a new one begins after each "=" and ":".
     std::size_t kept = 0;
-    /// The last word names a file that a redirection opens.
+    /// The last word is the file of a redirection.
     bool redirection = false;
 };
 
-/// @param breaks The characters behind which the shell begins a word of its own.
+/// @param breaks COMP_WORDBREAKS: the shell begins a new word after each of these characters.
 ShellLine readShellLine(std::string_view line, std::string_view breaks);
 
-/// The text as it has to stand inside that quote, or outside of any, to mean itself.
+/// Quotes the text for insertion inside that quote, or outside of any (0).
 std::string shellQuoted(std::string_view text, char quote);
 
 } // namespace sysconfctl

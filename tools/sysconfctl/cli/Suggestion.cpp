@@ -6,7 +6,7 @@
 namespace sysconfctl {
 namespace {
 
-/// Levenshtein distance, one row of its table at a time.
+/// Levenshtein distance; keeps one row of the table only.
 std::size_t distance(std::string_view left, std::string_view right) {
     std::vector<std::size_t> row(right.size() + 1);
     std::iota(row.begin(), row.end(), std::size_t{0});

@@ -6,8 +6,8 @@
 
 namespace sysconfctl {
 
-/// The candidate that `word` was probably meant to be: the one with the fewest letters to insert,
-/// remove or replace, if they are few for its length. Else "".
+/// Returns the candidate with the smallest edit distance to `word`, or "" if none is near enough
+/// for its length.
 std::string suggestion(std::string_view word, const std::vector<std::string_view>& candidates);
 
 } // namespace sysconfctl

@@ -4,7 +4,7 @@
 
 namespace sysconfctl {
 
-/// What the caller asked for cannot be asked; the message is meant for them.
+/// The request of the user is invalid. The message is shown to the user; values in it are quoted.
 struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };

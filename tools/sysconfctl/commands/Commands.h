@@ -5,30 +5,30 @@
 
 namespace sysconfctl {
 
-/// All answers. What the library threw is told on standard error too.
+/// Shows all answers. Exceptions of the library are also reported on standard error.
 ExitStatus runShow(const Options& options);
 
-/// One answer.
+/// Prints one answer.
 ExitStatus runGet(const Options& options);
 
-/// All answers, then each change of one, until SIGINT, SIGTERM or SIGHUP. Standard error tells at
-/// the beginning whether there is a subscription to changes. Without one the answers that the
-/// library has loaded stay, and those that it reads at every call change.
+/// Shows all answers, then each change, until SIGINT, SIGTERM or SIGHUP. Reports first on standard
+/// error whether there is a subscription to changes. Without one, only the answers that the library
+/// reads from the files on every call can change.
 ExitStatus runWatch(const Options& options);
 
-/// The way to one answer, or to all.
+/// Explains one answer, or all.
 ExitStatus runExplain(const Options& options);
 
-/// What is wrong with the files and the environment. Reads only.
+/// Reports what is wrong with the files and the environment. Changes nothing.
 ExitStatus runCheck(const Options& options);
 
-/// The nodes of both lists. What does not load is told on standard error too.
+/// Lists the nodes of both lists. Files that do not load are reported on standard error.
 ExitStatus runNodes(const Options& options);
 
-/// The deployment as a picture.
+/// Draws the deployment.
 ExitStatus runMap(const Options& options);
 
-/// All queries.
+/// Lists all queries.
 ExitStatus runList(const Options& options);
 
 } // namespace sysconfctl

@@ -16,9 +16,9 @@
 namespace sysconfctl {
 namespace {
 
-/// A single text goes to files and pipes byte by byte as the library answers it, so that a script
-/// gets the very answer; on a terminal it is escaped like everything else.
-std::string bare(const Answer& answer) {
+/// A single text is written verbatim to files and pipes, so that a script gets the exact answer. It
+/// is escaped on a terminal.
+std::string plain(const Answer& answer) {
     const auto* const text = std::get_if<std::string>(&answer.value);
     if (text != nullptr && !outputIsTerminal()) {
         return *text + '\n';
@@ -45,7 +45,7 @@ std::string written(const Reply& reply, const Options& options) {
     default:
         break;
     }
-    return bare(reply.answer);
+    return plain(reply.answer);
 }
 
 std::string listTable(bool color) {
@@ -56,7 +56,7 @@ std::string listTable(bool color) {
     return table(rows, outputWidth(), color);
 }
 
-/// One line a query, never wrapped.
+/// One line for each query, never wrapped.
 std::string plainList() {
     std::size_t width = 0;
     for (const Query& query : queries()) {
@@ -74,12 +74,11 @@ std::string plainList() {
 ExitStatus runGet(const Options& options) {
     const Query& query = findQuery(options.query);
     checkArgumentCount(query, options.arguments);
-    const library::Use use;
+    const library::Session session;
     const Reply reply = ask(query, options.arguments, options.revealSecrets);
     writeOutput(written(reply, options));
     if (reply.error) {
-        complain(complaint::kLibraryThrew,
-                 reply.label() + ": the library threw: " + escaped(*reply.error));
+        reportThrow(reply.label(), *reply.error);
         return ExitStatus::LibraryThrew;
     }
     return reply.answer.isAnswered() ? ExitStatus::Answered : ExitStatus::NoAnswer;

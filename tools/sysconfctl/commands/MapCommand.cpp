@@ -1,6 +1,7 @@
 #include "commands/Commands.h"
 
 #include "deployment/Cluster.h"
+#include "deployment/KeepUntilExit.h"
 #include "map/Graphviz.h"
 #include "map/Picture.h"
 #include "render/Color.h"
@@ -11,8 +12,9 @@
 namespace sysconfctl {
 
 ExitStatus runMap(const Options& options) {
-    const Cluster cluster = clusterOf(readSources(options.localAddresses));
-    const Picture picture = pictureOf(cluster);
+    const Cluster& cluster =
+        keepUntilExit(clusterOf(keepUntilExit(readSources(options.localAddresses))));
+    const Picture& picture = keepUntilExit(pictureOf(cluster));
     std::optional<std::string> text;
     switch (options.format) {
     case Format::Mermaid:
@@ -28,18 +30,16 @@ ExitStatus runMap(const Options& options) {
         text = pictureJson(picture);
         break;
     case Format::Svg:
-        text = drawnByGraphviz(dot(picture));
+        text = drawWithGraphviz(dot(picture));
         break;
     default:
         text = dot(picture);
     }
-    for (const std::string& trouble : cluster.troubles) {
-        complain(complaint::kDoesNotLoad, "the " + escaped(trouble));
-    }
+    reportUnloadedFiles(cluster.troubles);
     if (!text) {
-        complain(complaint::kNoGraphviz,
-                 "-o svg needs Graphviz's dot, which is not installed; -o dot and -o mermaid do "
-                 "without");
+        reportError(diagnostic::kNoGraphviz,
+                    "-o svg needs Graphviz's dot, which is not installed; -o dot and -o mermaid do "
+                    "without");
         return ExitStatus::NoAnswer;
     }
     writeOutput(*text);

@@ -1,6 +1,7 @@
 #include "commands/Commands.h"
 
 #include "deployment/Cluster.h"
+#include "deployment/KeepUntilExit.h"
 #include "render/Color.h"
 #include "render/Diagnostics.h"
 #include "render/Grid.h"
@@ -10,6 +11,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <set>
 
 namespace sysconfctl {
 namespace {
@@ -18,20 +20,23 @@ std::string shown(const std::string& text) {
     return text.empty() ? "-" : escaped(text);
 }
 
-/// One line an address: the address, then its tags.
-Cell addressLines(const Listed& told) {
+/// One line for each address: the address, then its tags.
+Cell addressLines(const Listed& listed) {
     Cell lines;
-    for (const Address& address : told.addresses) {
-        std::vector<std::string> tags;
-        for (const std::string& tag : address.tags) {
-            tags.push_back(escaped(tag));
-        }
+    for (const Address& address : listed.addresses) {
         std::string line = shown(address.ip);
-        if (!tags.empty()) {
-            line += ' ';
-            line += joined(tags, ", ");
+        if (!address.tags.empty()) {
+            line += ' ' + escaped(joined(address.tags, ", "));
         }
         lines.push_back(std::move(line));
+    }
+    return lines;
+}
+
+Cell markLines(const ClusterNode& node) {
+    Cell lines;
+    for (const std::string& mark : node.marks()) {
+        lines.push_back(escaped(mark));
     }
     return lines;
 }
@@ -39,14 +44,14 @@ Cell addressLines(const Listed& told) {
 std::string clusterTable(const Cluster& cluster, bool color) {
     std::vector<std::vector<Cell>> rows;
     for (const ClusterNode& node : cluster.nodes) {
-        const Listed& told = node.told();
+        const Listed& listed = node.listing();
         rows.push_back({{shown(node.id)},
-                        {shown(told.role)},
-                        {shown(told.tenancy)},
-                        node.marks(),
-                        {shown(told.maintenance)},
-                        {shown(told.service)},
-                        {shown(told.internalService)}});
+                        {shown(listed.role)},
+                        {shown(listed.tenancy)},
+                        markLines(node),
+                        {shown(listed.maintenance)},
+                        {shown(listed.service)},
+                        {shown(listed.internalService)}});
     }
     return grid({"NODE", "ROLE", "TENANCY", "MARKS", "MAINTENANCE", "SERVICE", "INTERNAL"}, rows,
                 outputWidth(), color);
@@ -55,48 +60,48 @@ std::string clusterTable(const Cluster& cluster, bool color) {
 std::string wideTable(const Cluster& cluster, bool color) {
     std::vector<std::vector<Cell>> rows;
     for (const ClusterNode& node : cluster.nodes) {
-        const Listed& told = node.told();
+        const Listed& listed = node.listing();
         rows.push_back({{shown(node.id)},
-                        {shown(told.role), shown(told.domainType)},
-                        {shown(told.tenancy)},
-                        {shown(told.hostTag)},
-                        node.marks(),
+                        {shown(listed.role), shown(listed.domainType)},
+                        {shown(listed.tenancy)},
+                        {shown(listed.hostTag)},
+                        markLines(node),
                         node.lists(),
-                        addressLines(told)});
+                        addressLines(listed)});
     }
     return grid({"NODE", "ROLE", "TENANCY", "HOST TAG", "MARKS", "LISTS", "ADDRESSES"}, rows,
                 outputWidth(), color);
 }
 
-/// One node a line: id, role, tenancy, marks, maintenance, service and internal-service address,
-/// behind a tab each.
+/// One tab-separated line for each node: id, role, tenancy, marks, maintenance, service and
+/// internal-service address.
 std::string plain(const Cluster& cluster) {
     std::string text;
     for (const ClusterNode& node : cluster.nodes) {
-        const Listed& told = node.told();
-        text += joined({escaped(node.id), escaped(told.role), escaped(told.tenancy),
-                        joined(node.marks(), ","), escaped(told.maintenance), escaped(told.service),
-                        escaped(told.internalService)},
+        const Listed& listed = node.listing();
+        text += joined({escaped(node.id), escaped(listed.role), escaped(listed.tenancy),
+                        escaped(joined(node.marks(), ",")), escaped(listed.maintenance),
+                        escaped(listed.service), escaped(listed.internalService)},
                        "\t") +
                 '\n';
     }
     return text;
 }
 
-Json::Value toJson(const Listed& told) {
-    if (!told.present) {
+Json::Value toJson(const Listed& listed) {
+    if (!listed.present) {
         return {};
     }
     Json::Value value;
-    value["role"] = told.role;
-    value["domainType"] = told.domainType;
-    value["tenancy"] = told.tenancy;
-    value["hostTag"] = told.hostTag;
-    value["maintenance"] = told.maintenance;
-    value["service"] = told.service;
-    value["internalService"] = told.internalService;
+    value["role"] = listed.role;
+    value["domainType"] = listed.domainType;
+    value["tenancy"] = listed.tenancy;
+    value["hostTag"] = listed.hostTag;
+    value["maintenance"] = listed.maintenance;
+    value["service"] = listed.service;
+    value["internalService"] = listed.internalService;
     value["addresses"] = Json::Value(Json::arrayValue);
-    for (const Address& address : told.addresses) {
+    for (const Address& address : listed.addresses) {
         Json::Value entry;
         entry["ip"] = address.ip;
         entry["tags"] = Json::Value(Json::arrayValue);
@@ -135,8 +140,8 @@ std::string json(const Cluster& cluster) {
     return indentedJson(value);
 }
 
-/// Leaves the named nodes only, if any are.
-/// @return The names that none has.
+/// Removes all nodes but those with the given ids; keeps all if there are no ids.
+/// @return The ids that no node has.
 std::vector<std::string> keepNamed(Cluster& cluster, const std::vector<std::string>& ids) {
     std::vector<std::string> unknown;
     if (ids.empty()) {
@@ -144,9 +149,9 @@ std::vector<std::string> keepNamed(Cluster& cluster, const std::vector<std::stri
     }
     std::copy_if(ids.begin(), ids.end(), std::back_inserter(unknown),
                  [&](const std::string& id) { return cluster.node(id) == nullptr; });
-    std::erase_if(cluster.nodes, [&](const ClusterNode& node) {
-        return std::find(ids.begin(), ids.end(), node.id) == ids.end();
-    });
+    const std::set<std::string> wanted(ids.begin(), ids.end());
+    std::erase_if(cluster.nodes,
+                  [&](const ClusterNode& node) { return !wanted.contains(node.id); });
     return unknown;
 }
 
@@ -167,14 +172,12 @@ std::string written(const Cluster& cluster, const Options& options) {
 } // namespace
 
 ExitStatus runNodes(const Options& options) {
-    Cluster cluster = clusterOf(readSources(options.localAddresses));
+    Cluster& cluster = keepUntilExit(clusterOf(keepUntilExit(readSources(options.localAddresses))));
     const std::vector<std::string> unknown = keepNamed(cluster, options.nodes);
     writeOutput(written(cluster, options));
-    for (const std::string& trouble : cluster.troubles) {
-        complain(complaint::kDoesNotLoad, "the " + escaped(trouble));
-    }
+    reportUnloadedFiles(cluster.troubles);
     for (const std::string& id : unknown) {
-        complain(complaint::kNoSuchNode, "no node " + shellWord(id) + " in either list");
+        reportError(diagnostic::kNoSuchNode, "no node " + shellWord(id) + " in either list");
     }
     return cluster.nodes.empty() || !unknown.empty() ? ExitStatus::NoAnswer : ExitStatus::Answered;
 }

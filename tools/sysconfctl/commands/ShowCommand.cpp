@@ -18,7 +18,7 @@ std::string plain(const std::vector<Reply>& replies) {
     for (const Reply& reply : replies) {
         std::vector<std::string> lines = plainLines(reply.answer);
         if (reply.error) {
-            lines = {"error: " + escaped(*reply.error)};
+            lines = {errorText(*reply.error)};
         } else if (lines.empty()) {
             lines = {""};
         }
@@ -42,7 +42,7 @@ std::string written(const std::vector<Reply>& replies, const Options& options) {
 } // namespace
 
 ExitStatus runShow(const Options& options) {
-    const library::Use use;
+    const library::Session session;
     std::vector<Reply> replies;
     const std::vector<Question> questions = allQuestions();
     replies.reserve(questions.size());
@@ -53,8 +53,7 @@ ExitStatus runShow(const Options& options) {
     ExitStatus status = ExitStatus::Answered;
     for (const Reply& reply : replies) {
         if (reply.error) {
-            complain(complaint::kLibraryThrew,
-                     reply.label() + ": the library threw: " + escaped(*reply.error));
+            reportThrow(reply.label(), *reply.error);
             status = ExitStatus::LibraryThrew;
         }
     }

@@ -19,13 +19,13 @@
 namespace sysconfctl {
 namespace {
 
-/// Answers that are read from the files at every call change without an event, too.
-constexpr int kNextLook = 1000; // milliseconds
-/// Whether the library has applied a change when the tool's own event comes is up to the event
-/// library, so another look follows soon.
-constexpr int kLookAfterEvent = 100;
+/// Answers that are read from the files on every call also change without an event.
+constexpr int kPollInterval = 1000; // milliseconds
+/// The library may apply a change only after the tool's own event has arrived, so the next poll
+/// follows soon.
+constexpr int kPollIntervalAfterEvent = 100;
 
-/// The library subscribes when it is first used. What it throws, every reply will tell.
+/// Makes the library subscribe, which it does on first use. Every reply reports its exception.
 void useLibrary() {
     try {
         library::reader();
@@ -34,27 +34,29 @@ void useLibrary() {
     }
 }
 
-void tellSubscription(const Events& events) {
+void reportSubscription(const Events& events) {
     if (events.subscribed()) {
-        notify(complaint::kSubscribed, "subscribed to changes through " + escaped(events.report()));
+        reportNotice(diagnostic::kSubscribed,
+                     "subscribed to changes through " + escaped(events.report()));
     } else {
-        notify(complaint::kNotSubscribed, "not subscribed to changes: " + escaped(events.report()));
+        reportNotice(diagnostic::kNotSubscribed,
+                     "not subscribed to changes: " + escaped(events.report()));
     }
 }
 
-/// Waits for an event or for the time of the next look.
-/// @return False when the end has been asked for.
-/// @throws OutputError when nobody reads the output any more.
-bool waitForNextLook(const EndSignals& signals, Events& events, bool& event) {
+/// Waits for an event or for the next poll.
+/// @return False after a signal to end.
+/// @throws OutputError if the reader of the output has closed it.
+bool waitForNextPoll(const EndSignals& signals, Events& events, bool& event) {
     std::array<pollfd, 3> ready = {pollfd{signals.descriptor(), POLLIN, 0},
                                    pollfd{events.descriptor(), POLLIN, 0},
                                    pollfd{STDOUT_FILENO, 0, 0}};
-    if (::poll(ready.data(), ready.size(), event ? kLookAfterEvent : kNextLook) < 0 &&
+    if (::poll(ready.data(), ready.size(), event ? kPollIntervalAfterEvent : kPollInterval) < 0 &&
         errno != EINTR) {
         throw std::system_error(errno, std::generic_category(), "poll");
     }
     if (ready[0].revents == 0 && ready[2].revents != 0) {
-        throw OutputError("nobody reads the output any more");
+        throw OutputError("the reader of the output has closed it");
     }
     event = ready[1].revents != 0;
     events.clear();
@@ -103,14 +105,14 @@ std::string written(const std::vector<Change>& found, const Options& options) {
 
 ExitStatus runWatch(const Options& options) {
     const EndSignals signals;
-    const library::Use use;
+    const library::Session session;
     useLibrary();
     Events events;
-    tellSubscription(events);
+    reportSubscription(events);
     std::vector<Observation> last = observe(options.revealSecrets);
     writeOutput(written(last, options));
     bool event = false;
-    while (waitForNextLook(signals, events, event)) {
+    while (waitForNextPoll(signals, events, event)) {
         std::vector<Observation> next = observe(options.revealSecrets);
         writeOutput(written(changes(last, next), options));
         last = std::move(next);

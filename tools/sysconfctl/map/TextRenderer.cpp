@@ -9,29 +9,37 @@
 namespace sysconfctl {
 namespace {
 
-/// What is written into a box at the top of the others' lists: the id of a node.
+/// The text by which other rows name a box: the id of its node, escaped.
 std::map<std::string, std::string> shownNames(const Picture& picture) {
     std::map<std::string, std::string> names = {{picture.process.name, "process"}};
     for (const Group& tenancy : picture.tenancies) {
         for (const Box& box : tenancy.boxes) {
-            names[box.name] = box.lines.front();
+            names[box.name] = escaped(box.lines.front());
         }
     }
     return names;
 }
 
-/// Arrows from a box, and the process on it.
-Cell tiesOf(const Box& box, const Picture& picture,
-            const std::map<std::string, std::string>& names) {
-    Cell ties;
+/// Box -> its arrows, and the process that runs on it.
+std::map<std::string, Cell> tiesOf(const Picture& picture,
+                                   const std::map<std::string, std::string>& names) {
+    std::map<std::string, Cell> ties;
     for (const Arrow& arrow : picture.arrows) {
-        if (arrow.from == box.name) {
-            ties.push_back(arrow.label + " " + names.at(arrow.to));
-        } else if (arrow.to == box.name && arrow.from == picture.process.name) {
-            ties.push_back("this process: " + picture.process.lines.back());
+        if (arrow.from == picture.process.name) {
+            ties[arrow.to].push_back("this process: " + escaped(picture.process.lines.back()));
+        } else {
+            ties[arrow.from].push_back(arrow.label + " " + names.at(arrow.to));
         }
     }
     return ties;
+}
+
+Cell escapedLines(const std::vector<std::string>& lines) {
+    Cell cell;
+    for (const std::string& line : lines) {
+        cell.push_back(escaped(line));
+    }
+    return cell;
 }
 
 Json::Value toJson(const Box& box) {
@@ -49,14 +57,14 @@ Json::Value toJson(const Box& box) {
 } // namespace
 
 std::string pictureTable(const Picture& picture, std::size_t width, bool color) {
-    const auto names = shownNames(picture);
+    auto ties = tiesOf(picture, shownNames(picture));
     std::vector<std::vector<Cell>> rows;
     for (const Group& tenancy : picture.tenancies) {
         for (const Box& box : tenancy.boxes) {
             rows.push_back({{tenancy.tenancy.empty() ? "-" : escaped(tenancy.tenancy)},
-                            {box.lines.front()},
-                            tiesOf(box, picture, names),
-                            {box.lines.begin() + 1, box.lines.end()}});
+                            {escaped(box.lines.front())},
+                            ties[box.name],
+                            escapedLines({box.lines.begin() + 1, box.lines.end()})});
         }
     }
     return grid({"TENANCY", "NODE", "TIES", "ROLE AND ADDRESSES"}, rows, width, color);
@@ -67,7 +75,8 @@ std::string picturePlain(const Picture& picture) {
     std::string text;
     for (const Group& tenancy : picture.tenancies) {
         for (const Box& box : tenancy.boxes) {
-            text += "node\t" + escaped(tenancy.tenancy) + '\t' + joined(box.lines, "\t") + '\n';
+            text += "node\t" + escaped(tenancy.tenancy) + '\t' +
+                    joined(escapedLines(box.lines), "\t") + '\n';
         }
     }
     for (const Arrow& arrow : picture.arrows) {

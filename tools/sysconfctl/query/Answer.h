@@ -9,19 +9,19 @@
 
 namespace sysconfctl {
 
-/// The library has no answer: it gave an empty text or -1.
+/// The library has no answer: it returned an empty text or -1.
 struct NoAnswer {};
 
 using List = std::vector<std::string>;
-/// Keys in the order in which they are to be read, each with one text.
+/// Keys in reading order, each with one text.
 using Map = std::vector<std::pair<std::string, std::string>>;
-/// Keys in the order in which they are to be read, each with any number of texts.
+/// Keys in reading order, each with any number of texts.
 using Groups = std::vector<std::pair<std::string, List>>;
 
-/// One answer of the library, apart from how it is written. An empty list or map is an answer.
+/// One answer of the library, independent of the output format. An empty list or map is an answer.
 struct Answer {
     std::variant<NoAnswer, std::string, int, List, Map, Groups, Json::Value> value;
-    /// Part of the value is hidden behind kMask.
+    /// kMask replaces a part of the value.
     bool masked = false;
 
     bool isAnswered() const { return !std::holds_alternative<NoAnswer>(value); }
@@ -35,7 +35,7 @@ inline Answer numberAnswer(int number) {
     return number == -1 ? Answer{NoAnswer{}} : Answer{number};
 }
 
-/// For overloaded visitors of an answer's value.
+/// Combines lambdas into one visitor of an answer's value.
 template <class... Visitors>
 struct Overloaded : Visitors... {
     using Visitors::operator()...;

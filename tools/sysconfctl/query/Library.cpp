@@ -16,14 +16,14 @@ namespace {
 
 constexpr std::string_view kSouthbound = "southbound";
 
-/// One of the keys that the library itself adds to a map of tags: "southbound", or with a number.
+/// Whether the library itself adds the key to a map of tags: "southbound", also with a number.
 bool isSouthboundKey(std::string_view key) {
     return key.starts_with(kSouthbound) &&
            key.find_first_not_of("0123456789", kSouthbound.size()) == std::string_view::npos;
 }
 
-/// Keys with a number by their number ("southbound2" before "southbound10"), others by bytes: a
-/// shorter number is a smaller one.
+/// Orders southbound keys by their number ("southbound2" before "southbound10"; a shorter number is
+/// smaller), all others by bytes.
 bool inReadingOrder(const Map::value_type& left, const Map::value_type& right) {
     const bool bothNumbered = isSouthboundKey(left.first) && isSouthboundKey(right.first);
     if (bothNumbered && left.first.size() != right.first.size()) {
@@ -34,12 +34,12 @@ bool inReadingOrder(const Map::value_type& left, const Map::value_type& right) {
 
 } // namespace
 
-Use::~Use() {
+Session::~Session() {
     try {
         Quarncommon::SysConfReader::Destory();
     } catch (...) {
-        // It has to create what it destroys if there is none, and an event library may throw out
-        // of that. Nothing is left to be put in order then.
+        // Destory() creates missing instances first, and an event library may throw then. There is
+        // nothing to clean up in that case.
         return;
     }
 }

@@ -11,19 +11,19 @@
 #include <string>
 #include <vector>
 
-/// The library's operations, each as a function from a query's arguments to an answer. What an
-/// operation throws passes through.
+/// The library's operations, each as a function from a query's arguments to an answer. Exceptions
+/// of the operations are passed on.
 namespace sysconfctl::library {
 
 using Arguments = std::vector<std::string>;
 
-/// While one exists the library is in use; at its end the library is left in order: the
-/// subscription to change events ends before the process does.
-struct Use {
-    Use() = default;
-    ~Use();
-    Use(const Use&) = delete;
-    Use& operator=(const Use&) = delete;
+/// Must exist while the library is used. Its destructor destroys the library's instances, so that
+/// the subscription to change events ends before the process does.
+struct Session {
+    Session() = default;
+    ~Session();
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
 };
 
 inline Quarncommon::SysConfReader& reader() {
@@ -45,8 +45,8 @@ Answer role(const Arguments& /*none*/) {
     return textAnswer((Quarncommon::SysConfReader_i::Instance()->*Operation)());
 }
 
-/// An index as an operation takes it.
-/// @throws UsageError unless the text is a decimal number that fits.
+/// Parses the index of a database entry.
+/// @throws UsageError unless the text is a decimal number in the range of the type.
 unsigned int parseIndex(const std::string& text);
 
 /// Arguments: database name, index of its entry.
@@ -62,20 +62,20 @@ Answer allDatabases(const Arguments& arguments);
 
 Answer sourceNodeId(const Arguments& arguments);
 Answer localIpByUsage(const Arguments& arguments);
-/// Arguments: prefix. Numbers in ascending order, then "service" and "service2" if there is one.
+/// Arguments: prefix. Numbers in ascending order, then "service" and "service2" if not empty.
 Answer localNodeIps(const Arguments& arguments);
-/// Arguments: further tags to look for. Southbound tags without an address are left out.
+/// Arguments: additional tags. Southbound tags without an address are left out.
 Answer localNodeIpsByTag(const Arguments& arguments);
 Answer ipAddresses(const Arguments& arguments);
 Answer allFloatIp(const Arguments& arguments);
 
-/// What the outputs of an operation say, as an answer.
+/// Convert the outputs of an operation to an answer.
 Answer numberedAnswer(const std::map<int, std::string>& numbered, const std::string& service,
                       const std::string& service2);
 Answer taggedAnswer(const std::map<std::string, std::string>& tags, const Arguments& arguments);
 Answer groupedAnswer(const std::map<std::string, std::set<std::string>>& nodes);
 
-/// A database's name and how many entries it has, as far as they can be asked for: at least one.
+/// A database and the number of entries to ask for, at least 1.
 struct DatabaseEntries {
     std::string name;
     std::size_t count;

@@ -209,6 +209,14 @@ std::string usageOf(const Query& query) {
     return usage;
 }
 
+std::string labelOf(const Query& query, const Arguments& arguments) {
+    std::string text(query.name);
+    for (const std::string& argument : arguments) {
+        text += ' ' + shellWord(argument);
+    }
+    return text;
+}
+
 void checkArgumentCount(const Query& query, const Arguments& arguments) {
     const bool open = !query.parameters.empty() && query.parameters.back().occurs != Occurs::Once;
     const bool optional = open && query.parameters.back().occurs == Occurs::AnyTimes;

@@ -14,14 +14,14 @@ using library::Arguments;
 
 enum class Occurs { Once, OnceOrMore, AnyTimes };
 
-/// Which texts of a deployment an argument is likely to be.
+/// The names of a deployment that completion offers for an argument.
 enum class Completes {
     Tags,
     TagPrefixes,
     Fields,        ///< names of members of nodes
-    FieldPrefixes, ///< what the member named before holds
+    FieldPrefixes, ///< values of the member that the argument before names
     Databases,
-    DatabaseEntries ///< indexes in the database named before
+    DatabaseEntries ///< indexes of the database that the argument before names
 };
 
 struct Parameter {
@@ -30,18 +30,18 @@ struct Parameter {
     Occurs occurs = Occurs::Once;
 };
 
-/// With which arguments `show` asks a query.
+/// The arguments with which `show` asks a query.
 enum class Shown {
-    Once,              ///< with those of the table
-    ForLocalTenancy,   ///< with those of the table and the tenancy of the local node
-    EachDatabase,      ///< with the name of every database
-    EachDatabaseEntry, ///< with the name of every database and the index of every entry
+    Once,              ///< those of the table
+    ForLocalTenancy,   ///< those of the table and the tenancy of the local node
+    EachDatabase,      ///< the name of each database
+    EachDatabaseEntry, ///< the name of each database and the index of each entry
 };
 
-/// One of the library's public queries, by the name under which the tool knows it.
+/// A public query of the library and its name in the tool.
 struct Query {
     std::string_view name;
-    /// The operation in the public headers.
+    /// The name of the operation in the public headers.
     std::string_view operation;
     std::string_view section;
     std::string_view help;
@@ -52,16 +52,19 @@ struct Query {
     Arguments shownWith = {};
 };
 
-/// All queries, in the order in which `show` shows them. The one place where they are listed.
+/// All queries in the order of `show`. This is the only list of them.
 const std::vector<Query>& queries();
 
-/// @throws UsageError for a name that is none, with the one that was probably meant.
+/// @throws UsageError if there is no such query; the message has the nearest name.
 const Query& findQuery(std::string_view name);
 
-/// The query as one types it: "db-type NAME INDEX", "all-float-ip TAG...".
+/// The usage of the query: "db-type NAME INDEX", "all-float-ip TAG...".
 std::string usageOf(const Query& query);
 
-/// @throws UsageError when the query takes more arguments, or fewer.
+/// The query and its arguments, quoted for a shell: "local-ip-by-usage 'my tag'".
+std::string labelOf(const Query& query, const Arguments& arguments);
+
+/// @throws UsageError if the query takes more arguments, or fewer.
 void checkArgumentCount(const Query& query, const Arguments& arguments);
 
 } // namespace sysconfctl

@@ -5,10 +5,10 @@ namespace {
 
 using library::DatabaseEntries;
 
-/// What the library is asked for only to know what to ask. What it throws is no concern here: the
-/// very same query is among those asked, and its reply tells.
+/// Returns what the library answers, or an empty value if it throws. The query is one of the
+/// questions itself, so its reply reports the exception.
 template <class Ask>
-auto orNothing(Ask ask) -> decltype(ask()) {
+auto answerOrEmpty(Ask ask) -> decltype(ask()) {
     try {
         return ask();
     } catch (...) {
@@ -17,10 +17,10 @@ auto orNothing(Ask ask) -> decltype(ask()) {
 }
 
 std::string localTenancy() {
-    return orNothing([] { return Quarncommon::SysConfReader_i::Instance()->GetProductName(); });
+    return answerOrEmpty([] { return Quarncommon::SysConfReader_i::Instance()->GetProductName(); });
 }
 
-/// The field queries entry by entry, so that what belongs to one entry stands together.
+/// Asks for all fields of one entry before those of the next one.
 void appendEntryQuestions(std::vector<Question>& questions, const DatabaseEntries& database) {
     for (std::size_t index = 0; index < database.count; ++index) {
         for (const Query& query : queries()) {
@@ -32,7 +32,7 @@ void appendEntryQuestions(std::vector<Question>& questions, const DatabaseEntrie
 }
 
 void appendDatabaseQuestions(std::vector<Question>& questions) {
-    for (const DatabaseEntries& database : orNothing(library::databaseEntries)) {
+    for (const DatabaseEntries& database : answerOrEmpty(library::databaseEntries)) {
         for (const Query& query : queries()) {
             if (query.shown == Shown::EachDatabase) {
                 questions.push_back({&query, {database.name}});

@@ -6,14 +6,14 @@
 
 namespace sysconfctl {
 
-/// A query to ask, with its arguments.
+/// A query with its arguments.
 struct Question {
     const Query* query;
     Arguments arguments;
 };
 
-/// What to ask for all answers there are. Which databases there are is the library's answer, so
-/// the list may differ from call to call.
+/// Returns the questions of `show`. The databases are an answer of the library, so the list may
+/// differ from call to call.
 std::vector<Question> allQuestions();
 
 } // namespace sysconfctl

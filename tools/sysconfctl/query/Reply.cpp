@@ -1,19 +1,13 @@
 #include "query/Reply.h"
 
 #include "cli/UsageError.h"
-#include "render/Text.h"
 
 #include <exception>
 
 namespace sysconfctl {
 
 std::string Reply::label() const {
-    std::string text(query->name);
-    for (const std::string& argument : arguments) {
-        text += ' ';
-        text += shellWord(argument);
-    }
-    return text;
+    return labelOf(*query, arguments);
 }
 
 Reply ask(const Query& query, const Arguments& arguments, bool revealSecrets) {

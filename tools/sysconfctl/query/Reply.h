@@ -8,20 +8,20 @@
 
 namespace sysconfctl {
 
-/// A query that was asked: what came back, an answer or what the library threw.
+/// The result of a query: an answer, or the message of the exception that the library threw.
 struct Reply {
     const Query* query;
     Arguments arguments;
     Answer answer;
     std::optional<std::string> error = std::nullopt;
 
-    /// The query with its arguments, as one types them.
+    /// The query and its arguments, quoted for a shell.
     std::string label() const;
 };
 
-/// Asks the library. What it throws ends in the reply; secrets are masked here, before any writer
-/// can see them, unless they are to be revealed.
-/// @throws UsageError when the arguments are none that the query takes.
+/// Asks the library. An exception of the library becomes the error of the reply. Unless
+/// `revealSecrets` is true, secrets are masked here, so that no renderer sees them.
+/// @throws UsageError if the query does not accept the arguments.
 Reply ask(const Query& query, const Arguments& arguments, bool revealSecrets);
 
 } // namespace sysconfctl

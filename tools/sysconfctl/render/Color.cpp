@@ -30,7 +30,7 @@ bool colorWanted(ColorChoice choice) {
     if (choice != ColorChoice::Auto) {
         return choice == ColorChoice::Always;
     }
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody changes the environment any more.
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): the environment no longer changes.
     const char* const refused = std::getenv("NO_COLOR");
     return outputIsTerminal() && (refused == nullptr || *refused == '\0');
 }

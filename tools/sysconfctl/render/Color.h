@@ -7,14 +7,14 @@ namespace sysconfctl {
 enum class ColorChoice { Auto, Always, Never };
 enum class Paint { Bold, Red, Magenta, Green, Cyan };
 
-/// Whether standard output is to be coloured: by choice, else on a terminal unless `NO_COLOR` has
-/// any text.
+/// Whether to colour standard output. `Auto` colours a terminal unless `NO_COLOR` is set and not
+/// empty.
 bool colorWanted(ColorChoice choice);
 
-/// An escaped text in a colour, or as it is.
+/// The escaped text in a colour, or unchanged if `color` is false.
 std::string painted(const std::string& text, Paint paint, bool color);
 
-/// Whole lines, each one painted for itself.
+/// Colours each line separately.
 std::string paintedLines(const std::string& lines, Paint paint);
 
 } // namespace sysconfctl

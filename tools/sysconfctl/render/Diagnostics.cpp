@@ -2,16 +2,17 @@
 
 #include "render/Json.h"
 #include "render/Output.h"
+#include "render/Text.h"
 
 #include <string>
 
 namespace sysconfctl {
 namespace {
 
-/// Set once, before anything can be complained of.
+/// Set once, before the first message.
 bool inJson = false;
 
-void say(const char* kind, std::string_view name, std::string_view sentence) {
+void report(const char* kind, std::string_view name, std::string_view sentence) {
     if (!inJson) {
         writeErrors("sysconfctl: " + std::string(sentence) + '\n');
         return;
@@ -26,16 +27,26 @@ void say(const char* kind, std::string_view name, std::string_view sentence) {
 
 } // namespace
 
-void complainInJson() {
+void useJsonDiagnostics() {
     inJson = true;
 }
 
-void complain(std::string_view name, std::string_view sentence) {
-    say("error", name, sentence);
+void reportError(std::string_view name, std::string_view sentence) {
+    report("error", name, sentence);
 }
 
-void notify(std::string_view name, std::string_view sentence) {
-    say("notice", name, sentence);
+void reportNotice(std::string_view name, std::string_view sentence) {
+    report("notice", name, sentence);
+}
+
+void reportThrow(const std::string& queryLabel, const std::string& message) {
+    reportError(diagnostic::kLibraryThrew, queryLabel + ": the library threw: " + escaped(message));
+}
+
+void reportUnloadedFiles(const std::vector<std::string>& troubles) {
+    for (const std::string& trouble : troubles) {
+        reportError(diagnostic::kDoesNotLoad, "the " + escaped(trouble));
+    }
 }
 
 } // namespace sysconfctl

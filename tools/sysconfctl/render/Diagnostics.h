@@ -1,14 +1,15 @@
 #pragma once
 
+#include <string>
 #include <string_view>
+#include <vector>
 
-/// What the tool says beside its output: one line each on standard error, as a sentence behind the
-/// tool's name; or, where JSON is asked for, as
-/// {"schemaVersion", "kind": "error" or "notice", "name", "text"}.
+/// Messages on standard error, one line each: the name of the tool and a sentence; or, if JSON
+/// output is requested, {"schemaVersion", "kind": "error" or "notice", "name", "text"}.
 namespace sysconfctl {
 
-/// What scripts tell complaints apart by.
-namespace complaint {
+/// The names of the messages. Scripts rely on them.
+namespace diagnostic {
 inline constexpr std::string_view kUsage = "usage";
 inline constexpr std::string_view kLibraryThrew = "library-threw";
 inline constexpr std::string_view kDoesNotLoad = "does-not-load";
@@ -19,14 +20,20 @@ inline constexpr std::string_view kInternal = "internal";
 /// Notices of `watch`.
 inline constexpr std::string_view kSubscribed = "subscribed";
 inline constexpr std::string_view kNotSubscribed = "not-subscribed";
-} // namespace complaint
+} // namespace diagnostic
 
-/// From here on every complaint is JSON.
-void complainInJson();
+/// Makes all later messages JSON.
+void useJsonDiagnostics();
 
-/// As far as standard error takes it. The sentence is escaped already.
-void complain(std::string_view name, std::string_view sentence);
-/// The same of something that is no error.
-void notify(std::string_view name, std::string_view sentence);
+/// Writes an error message; a failure to write is ignored. Values in the sentence are escaped or
+/// quoted by the caller.
+void reportError(std::string_view name, std::string_view sentence);
+/// Writes a message that is not an error, in the same way.
+void reportNotice(std::string_view name, std::string_view sentence);
+
+/// Reports that the library threw an exception with that message on a query.
+void reportThrow(const std::string& queryLabel, const std::string& message);
+/// Reports each file that does not load.
+void reportUnloadedFiles(const std::vector<std::string>& troubles);
 
 } // namespace sysconfctl

@@ -6,12 +6,12 @@
 
 namespace sysconfctl {
 
-/// The lines of one cell, escaped.
+/// The escaped lines of one cell.
 using Cell = std::vector<std::string>;
 
-/// Columns under titles, aligned by what a terminal shows. What does not fit into `width` columns
-/// is wrapped, the widest columns first.
-/// @param color Whether the titles are bold.
+/// Renders columns with titles, aligned by display width. If the rows are wider than `width`, the
+/// widest columns are narrowed and their lines wrapped.
+/// @param color Makes the titles bold.
 std::string grid(const std::vector<std::string>& titles, const std::vector<std::vector<Cell>>& rows,
                  std::size_t width, bool color = false);
 

@@ -8,10 +8,10 @@ namespace {
 std::string written(const Json::Value& value, const char* indentation) {
     Json::StreamWriterBuilder builder;
     builder["indentation"] = indentation;
-    // Where it is indented, "name": value, without a blank before the colon.
+    // Writes "name": value, without a blank before the colon.
     builder["enableYAMLCompatibility"] = *indentation != '\0';
     std::string text = Json::writeString(builder, value);
-    // The one control character that jsoncpp writes as it stands; it can only be inside a string.
+    // The only control character that jsoncpp does not escape; it can only be inside a string.
     for (std::size_t at = 0; (at = text.find('\x7f', at)) != std::string::npos;) {
         text.replace(at, 1, "\\u007f");
     }

@@ -9,16 +9,17 @@
 
 namespace sysconfctl {
 
-/// Grows when a member of the tool's JSON output is renamed, removed or changes its meaning.
+/// Is incremented when a member of the tool's JSON output is renamed, removed or redefined.
 inline constexpr int kSchemaVersion = 1;
 
-/// JSON on one line, or indented with a line end behind it. ASCII without control characters:
-/// everything else is escaped.
+/// JSON on one line without a line end, or indented and with one. Everything but printable ASCII
+/// is escaped.
 std::string compactJson(const Json::Value& value);
 std::string indentedJson(const Json::Value& value);
 
-/// {"query", "operation", "arguments", "answered", "value"}, with "masked" when it is, and "error"
-/// for what the library threw. No answer has the value null, a list is an array, a map an object.
+/// {"query", "operation", "arguments", "answered", "value"}, and "masked" or "error" if they apply;
+/// "error" is the message of the exception. The value of no answer is null, that of a list an
+/// array, that of a map an object.
 Json::Value toJson(const Reply& reply);
 
 /// {"schemaVersion", "answers": [...]}

@@ -22,7 +22,7 @@ bool maskMembers(Json::Value& value) {
     } else if (value.isObject()) {
         for (const std::string& name : value.getMemberNames()) {
             Json::Value& member = value[name];
-            if (!speaksOfPassword(name)) {
+            if (!indicatesPassword(name)) {
                 masked |= maskMembers(member);
             } else if (!isEmpty(member)) {
                 member = std::string(kMask);
@@ -48,7 +48,7 @@ std::size_t endOfPasswordWord(std::string text) {
     return end;
 }
 
-bool speaksOfPassword(std::string name) {
+bool indicatesPassword(std::string name) {
     return endOfPasswordWord(std::move(name)) != std::string::npos;
 }
 

@@ -8,24 +8,24 @@
 
 namespace sysconfctl {
 
-/// What is written in place of a password, whatever its length.
+/// Replaces a password of any length.
 inline constexpr std::string_view kMask = "********";
 
-/// Which part of an answer must not be shown without being asked for.
+/// The part of an answer that is shown only with --reveal-secrets.
 enum class Secret {
     None,
-    Whole,   ///< the text itself
-    Members, ///< members of a JSON value whose names speak of a password
+    Whole,   ///< the whole text
+    Members, ///< the members of a JSON value whose names indicate a password
 };
 
-/// Whether a member of that name holds a password, by its name. Wider than the one name that the
-/// library reads, so that a misspelt or additional password of an entry does not show.
-bool speaksOfPassword(std::string name);
+/// Whether the name of a member indicates a password. Matches more than the one name that the
+/// library reads, so that a misspelt or additional password of an entry is masked, too.
+bool indicatesPassword(std::string name);
 
-/// Where the first word ends that makes a text speak of a password; npos when there is none.
+/// The end of the first word in the text that indicates a password; npos if there is none.
 std::size_t endOfPasswordWord(std::string text);
 
-/// Replaces what is secret in the answer by kMask. An empty password is no secret.
+/// Replaces the secret part of the answer by kMask. An empty password is not a secret.
 void mask(Answer& answer, Secret secret);
 
 } // namespace sysconfctl

@@ -15,10 +15,10 @@ namespace sysconfctl {
 namespace {
 
 constexpr std::size_t kDefaultWidth = 100;
-/// Narrower than this nothing could be read anyway.
+/// Narrower tables are not readable.
 constexpr std::size_t kLeastWidth = 40;
 
-/// The error number that ended the writing; 0 when all of the text is written.
+/// Returns 0 after the whole text is written, else the error number.
 int writeAll(int descriptor, std::string_view text) {
     while (!text.empty()) {
         const ssize_t written = ::write(descriptor, text.data(), text.size());
@@ -32,7 +32,7 @@ int writeAll(int descriptor, std::string_view text) {
 }
 
 std::size_t columnsOfEnvironment() {
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody changes the environment any more.
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): the environment no longer changes.
     const char* const value = std::getenv("COLUMNS");
     std::size_t columns = 0;
     if (value != nullptr) {

@@ -41,4 +41,19 @@ std::vector<std::string> plainLines(const Answer& answer) {
                       answer.value);
 }
 
+std::string errorText(const std::string& message) {
+    return "error: " + escaped(message);
+}
+
+std::vector<std::string> shownLines(const Reply& reply) {
+    if (reply.error) {
+        return {errorText(*reply.error)};
+    }
+    std::vector<std::string> lines = plainLines(reply.answer);
+    if (lines.empty()) {
+        lines.emplace_back(reply.answer.isAnswered() ? kEmptyText : kNoAnswerText);
+    }
+    return lines;
+}
+
 } // namespace sysconfctl

@@ -2,6 +2,7 @@
 
 #include "render/Color.h"
 #include "render/Json.h"
+#include "render/Plain.h"
 #include "render/Text.h"
 
 #include <fmt/format.h>
@@ -41,12 +42,12 @@ std::string summary(const Json::Value& value) {
     }
     if (value.isObject()) {
         const Lines names = value.getMemberNames();
-        return names.empty() ? "(empty)" : joinedItems(names);
+        return names.empty() ? std::string(kEmptyText) : joinedItems(names);
     }
     return compactJson(value);
 }
 
-/// Keys of a map in a column of their own.
+/// One line for each key; the values are aligned.
 TableLines keyed(const Groups& groups) {
     std::size_t width = 0;
     for (const auto& group : groups) {
@@ -62,7 +63,7 @@ TableLines keyed(const Groups& groups) {
 TableLines linesOf(const Answer& answer) {
     TableLines lines =
         std::visit(Overloaded{
-                       [](const NoAnswer&) { return TableLines{{"(no answer)"}}; },
+                       [](const NoAnswer&) { return TableLines{{std::string(kNoAnswerText)}}; },
                        [](const std::string& text) { return TableLines{{escaped(text)}}; },
                        [](int number) { return TableLines{{std::to_string(number)}}; },
                        [](const List& list) {
@@ -79,7 +80,7 @@ TableLines linesOf(const Answer& answer) {
                        [](const Json::Value& value) { return TableLines{{summary(value)}}; },
                    },
                    answer.value);
-    return lines.empty() ? TableLines{{"(empty)"}} : lines;
+    return lines.empty() ? TableLines{{std::string(kEmptyText)}} : lines;
 }
 
 Lines wrappedLine(const TableLine& line, std::size_t width) {
@@ -87,7 +88,7 @@ Lines wrappedLine(const TableLine& line, std::size_t width) {
     if (displayWidth(line.text) <= width) {
         return {line.text};
     }
-    // The first line keeps its beginning, the others stand below what follows the indent.
+    // The first line is not indented, the others are.
     Lines lines = wrapped(line.text, width);
     const std::string rest = line.text.substr(lines.front().size());
     lines.resize(1);
@@ -112,7 +113,7 @@ std::string withoutTrailingBlanks(std::string line) {
     return line;
 }
 
-/// The first column is as wide as its widest label, but leaves more than half to the second.
+/// The first column is as wide as its widest label, but less than half of the table.
 std::size_t labelWidth(const std::vector<TableRow>& rows, std::size_t width) {
     std::size_t widest = 0;
     for (const TableRow& row : rows) {
@@ -153,7 +154,7 @@ std::string table(const std::vector<TableRow>& rows, std::size_t width, bool col
 
 TableRow tableRow(const Reply& reply) {
     return {reply.query->section, reply.label(),
-            reply.error ? TableLines{{"error: " + escaped(*reply.error)}} : linesOf(reply.answer)};
+            reply.error ? TableLines{{errorText(*reply.error)}} : linesOf(reply.answer)};
 }
 
 std::string tableOf(const std::vector<Reply>& replies, std::size_t width, bool color) {

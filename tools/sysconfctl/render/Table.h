@@ -9,28 +9,28 @@
 
 namespace sysconfctl {
 
-/// One line of a cell, escaped, before it is wrapped; what does not fit goes on below, indented.
+/// An escaped line of a cell. If it is wrapped, its continuation lines are indented.
 struct TableLine {
     std::string text;
     std::size_t indent = 0;
 };
 
-/// A label and its cell, which has at least one line.
+/// A label and a cell with at least one line.
 struct TableRow {
     std::string_view section;
     std::string label;
     std::vector<TableLine> lines;
 };
 
-/// Two columns under section titles, aligned by what a terminal shows, no line wider than `width`.
-/// @param color Whether the titles are bold.
+/// Renders two columns with section titles, aligned by display width, no line wider than `width`.
+/// @param color Makes the titles bold and colours the labels.
 std::string table(const std::vector<TableRow>& rows, std::size_t width, bool color = false);
 
-/// An answer for human readers. JSON is shown by what it consists of only: it is whole in the other
-/// formats, and field by field in the rows beside it.
+/// The row of a reply. JSON is summarised: the other formats have all of it, and other rows have
+/// its fields.
 TableRow tableRow(const Reply& reply);
 
-/// The rows of all those replies.
+/// The table of the replies.
 std::string tableOf(const std::vector<Reply>& replies, std::size_t width, bool color = false);
 
 } // namespace sysconfctl

@@ -9,7 +9,7 @@
 namespace sysconfctl {
 namespace {
 
-/// One character at the front of a text; `length` 1 and `valid` false for a byte that starts none.
+/// The first character of a text. An invalid byte has `length` 1 and `valid` false.
 struct Character {
     char32_t code = 0;
     std::size_t length = 1;
@@ -21,7 +21,7 @@ struct Range {
     char32_t last;
 };
 
-/// Invisible, or with an effect on how others are shown: format controls, separators, tags.
+/// Invisible characters and those that change how others are shown: format controls, separators.
 constexpr std::array kUnshowable = {
     Range{0x00, 0x1f},     Range{0x7f, 0x9f},     Range{0xad, 0xad},       Range{0x61c, 0x61c},
     Range{0x180e, 0x180e}, Range{0x200b, 0x200f}, Range{0x2028, 0x202e},   Range{0x2060, 0x206f},
@@ -66,7 +66,7 @@ std::size_t sequenceLength(unsigned char first) {
     return first >= 0xf0 && first <= 0xf4 ? 4 : 0;
 }
 
-/// Overlong forms, surrogates and codes beyond Unicode are no characters.
+/// False for overlong forms, surrogates and codes beyond Unicode.
 bool isCharacter(char32_t code, std::size_t length) {
     constexpr std::array<char32_t, 5> kSmallest = {0, 0, 0x80, 0x800, 0x10000};
     return code >= kSmallest[length] && code <= 0x10ffff && (code < 0xd800 || code > 0xdfff);
@@ -108,14 +108,17 @@ std::string escapedCode(char32_t code) {
 }
 
 std::size_t columns(const Character& character) {
+    if (character.code < kNoColumn.front().first) {
+        return 1;
+    }
     if (within(kNoColumn, character.code)) {
         return 0;
     }
     return within(kTwoColumns, character.code) ? 2 : 1;
 }
 
-/// Bytes of the first line of a text that is too wide: up to its last good place to break, else to
-/// the last character that fits.
+/// The length in bytes of the first line of a text: up to the last place to break in `width`
+/// columns, else up to the last character that fits.
 std::size_t firstLineLength(std::string_view text, std::size_t width) {
     std::size_t used = 0;
     std::size_t place = 0;

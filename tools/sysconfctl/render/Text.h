@@ -7,21 +7,21 @@
 
 namespace sysconfctl {
 
-/// The text with everything escaped that a terminal would not show as it stands: control
-/// characters, bytes that are not UTF-8, and characters that are invisible or turn the reading
-/// direction. In the notation of bash's $'...': \\ \t \n \r \xHH \uHHHH \UHHHHHHHH.
+/// Escapes what a terminal would not show verbatim: control characters, invalid UTF-8, and
+/// characters that are invisible or change the reading direction. The notation is that of bash's
+/// $'...': \\ \t \n \r \xHH \uHHHH \UHHHHHHHH.
 std::string escaped(std::string_view text);
 
-/// How many columns a terminal needs for an escaped text: none for a combining mark, two for a
-/// wide character.
+/// The number of terminal columns of an escaped text: 0 for a combining mark, 2 for a wide
+/// character.
 std::size_t displayWidth(std::string_view text);
 
-/// An escaped text cut into lines of at most `width` columns (at least 1), behind a space, ";", ","
-/// or "/" where there is one. Never empty: an empty text is one empty line. A blank at a cut is
-/// dropped; a single character wider than `width` is a line of its own.
+/// Wraps an escaped text into lines of at most `width` columns (at least 1), after a space, ";",
+/// "," or "/" if possible. Returns at least one line. A blank at the end of a line is dropped; a
+/// single character wider than `width` has its own line.
 std::vector<std::string> wrapped(std::string_view text, std::size_t width);
 
-/// A word as one would type it in a shell: as it stands, or in quotes.
+/// The word in shell syntax: verbatim, or quoted if necessary.
 std::string shellWord(std::string_view word);
 
 /// Parts joined by a separator.

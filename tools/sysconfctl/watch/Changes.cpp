@@ -16,27 +16,16 @@
 namespace sysconfctl {
 namespace {
 
-/// The members of a reply's JSON that say what was asked.
-constexpr std::array kAsked = {"query", "operation", "arguments"};
-
-std::vector<std::string> textLines(const Reply& reply) {
-    if (reply.error) {
-        return {"error: " + escaped(*reply.error)};
-    }
-    if (!reply.answer.isAnswered()) {
-        return {"(no answer)"};
-    }
-    const std::vector<std::string> lines = plainLines(reply.answer);
-    return lines.empty() ? std::vector<std::string>{"(empty)"} : lines;
-}
+/// The members of a reply's JSON that identify the question.
+constexpr std::array kQuestionMembers = {"query", "operation", "arguments"};
 
 void appendLines(std::string& text, char sign, const Reply* reply, std::size_t width, bool color) {
     constexpr std::size_t kIndent = 4;
     if (reply == nullptr) {
         return;
     }
-    for (std::string line : textLines(*reply)) {
-        // Tabs are as wide as the terminal likes.
+    for (std::string line : shownLines(*reply)) {
+        // The width of a tab depends on the terminal.
         std::replace(line.begin(), line.end(), '\t', ' ');
         std::string lead = fmt::format("  {} ", sign);
         for (const std::string& piece : wrapped(line, width - kIndent)) {
@@ -46,28 +35,28 @@ void appendLines(std::string& text, char sign, const Reply* reply, std::size_t w
     }
 }
 
-std::string plainOf(char sign, const Reply* reply, WallTime time) {
+std::string plainReply(char sign, const Reply* reply, WallTime time) {
     std::string text;
     if (reply != nullptr) {
-        for (const std::string& line : textLines(*reply)) {
+        for (const std::string& line : shownLines(*reply)) {
             text += fmt::format("{}\t{}\t{}\t{}\n", timeText(time), sign, reply->label(), line);
         }
     }
     return text;
 }
 
-Json::Value answered(const Reply* reply) {
+Json::Value withoutQuestion(const Reply* reply) {
     if (reply == nullptr) {
         return {};
     }
     Json::Value value = toJson(*reply);
-    for (const char* member : kAsked) {
+    for (const char* member : kQuestionMembers) {
         value.removeMember(member);
     }
     return value;
 }
 
-std::string line(Json::Value value, const char* kind, WallTime time) {
+std::string jsonLine(Json::Value value, const char* kind, WallTime time) {
     value["schemaVersion"] = kSchemaVersion;
     value["kind"] = kind;
     value["time"] = timeText(time);
@@ -135,26 +124,26 @@ std::string changeText(const Change& change, WallTime time, std::size_t width, b
 }
 
 std::string answerPlain(const Reply& reply, WallTime time) {
-    return plainOf('=', &reply, time);
+    return plainReply('=', &reply, time);
 }
 
 std::string changePlain(const Change& change, WallTime time) {
-    return plainOf('-', change.before, time) + plainOf('+', change.after, time);
+    return plainReply('-', change.before, time) + plainReply('+', change.after, time);
 }
 
 std::string answerLine(const Reply& reply, WallTime time) {
-    return line(toJson(reply), "answer", time);
+    return jsonLine(toJson(reply), "answer", time);
 }
 
 std::string changeLine(const Change& change, WallTime time) {
     const Json::Value asked = toJson(change.after != nullptr ? *change.after : *change.before);
     Json::Value value;
-    for (const char* member : kAsked) {
+    for (const char* member : kQuestionMembers) {
         value[member] = asked[member];
     }
-    value["old"] = answered(change.before);
-    value["new"] = answered(change.after);
-    return line(std::move(value), "change", time);
+    value["old"] = withoutQuestion(change.before);
+    value["new"] = withoutQuestion(change.after);
+    return jsonLine(std::move(value), "change", time);
 }
 
 } // namespace sysconfctl

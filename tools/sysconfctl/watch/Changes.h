@@ -9,23 +9,23 @@
 
 namespace sysconfctl {
 
-/// A reply with something to tell it apart by, secrets included.
+/// A reply, and a text that changes whenever the unmasked reply changes.
 struct Observation {
     Reply reply;
     std::string identity;
 };
 
-/// Everything there is to ask, asked once.
+/// Asks all questions once.
 std::vector<Observation> observe(bool revealSecrets);
 
-/// A difference between two observations of one query with its arguments. Null where it was not
-/// asked: a database has come or gone.
+/// A difference between two observations of one question. A null pointer means that it was not
+/// asked: a database was added or removed.
 struct Change {
     const Reply* before;
     const Reply* after;
 };
 
-/// In the order of the later ones, then what has gone. Points into both.
+/// The changes in the order of `after`, then the removed questions. They point into both vectors.
 std::vector<Change> changes(const std::vector<Observation>& before,
                             const std::vector<Observation>& after);
 
@@ -34,12 +34,12 @@ using WallTime = std::chrono::system_clock::time_point;
 /// "2031-07-09T10:42:11.083Z"
 std::string timeText(WallTime time);
 
-/// A line with the time and the query, below it what was ("-") and what is ("+"), each at most
-/// `width` columns wide.
+/// A line with the time and the query, then the lines before ("-") and after ("+") the change, each
+/// at most `width` columns wide.
 std::string changeText(const Change& change, WallTime time, std::size_t width, bool color = false);
 
-/// A line for each line of an answer: the time, "=" for what is at the beginning, "-" for what was
-/// or "+" for what is, the query, and the text, behind a tab each.
+/// One tab-separated line for each line of an answer: the time, "=" for the initial answer, "-" for
+/// the old or "+" for the new one, the query, and the text.
 std::string answerPlain(const Reply& reply, WallTime time);
 std::string changePlain(const Change& change, WallTime time);
 

@@ -30,7 +30,7 @@ EndSignals::EndSignals() {
 }
 
 EndSignals::~EndSignals() {
-    // They stay blocked: what follows is the orderly end that they ask for.
+    // The signals stay blocked: the process ends in an orderly way from here on.
     ::close(m_descriptor);
 }
 

@@ -2,17 +2,17 @@
 
 namespace sysconfctl {
 
-/// Takes the signals that ask a process to end, SIGINT, SIGTERM and SIGHUP, as something to read
-/// instead of a death. Made before there is a second thread, all threads leave them alone.
+/// Makes SIGINT, SIGTERM and SIGHUP readable from a descriptor; they no longer end the process.
+/// Must be created before there is a second thread, because threads inherit the blocked signals.
 class EndSignals {
 public:
-    /// @throws std::system_error when the kernel has no descriptor left.
+    /// @throws std::system_error if there is no free descriptor.
     EndSignals();
     ~EndSignals();
     EndSignals(const EndSignals&) = delete;
     EndSignals& operator=(const EndSignals&) = delete;
 
-    /// Readable when one has come.
+    /// Readable after a signal has arrived.
     int descriptor() const { return m_descriptor; }
 
 private:

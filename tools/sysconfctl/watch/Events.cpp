@@ -20,7 +20,7 @@ namespace {
 
 constexpr const char* kFileName = "libeventcbutil.so";
 
-/// Never closed: a callback may still be running when its subscription has ended.
+/// Never closed: a callback may still run after its subscription has ended.
 int wakeUp() {
     static const int descriptor = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     return descriptor;
@@ -32,10 +32,10 @@ int eventArrived(const std::string& /*eventName*/, const std::string& /*second*/
     return ::write(wakeUp(), &once, sizeof once) == sizeof once ? 0 : -1;
 }
 
-/// The variable that switches events off, or null.
+/// The variable that disables events, or null.
 const char* switchedOffBy() {
     for (const char* name : {"NO_EM_CLIENT", "NO_EM_CLIENT_CONSUMER"}) {
-        // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody changes the environment any more.
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): the environment no longer changes.
         const char* const value = std::getenv(name);
         if (value != nullptr && *value != '\0') {
             return name;
@@ -47,7 +47,7 @@ const char* switchedOffBy() {
 std::string fileOf(void* library) {
     link_map* map = nullptr;
     const bool known = ::dlinfo(library, RTLD_DI_LINKMAP, static_cast<void*>(&map)) == 0;
-    // The loader's search path may have relative folders.
+    // The search path of the loader may contain relative folders.
     return known ? std::filesystem::absolute(map->l_name).string() : kFileName;
 }
 
@@ -75,7 +75,7 @@ Events::~Events() {
             fini();
         }
     } catch (...) {
-        // The process is about to end, which ends the subscription as well.
+        // The process ends soon, and the subscription with it.
         return;
     }
 }
@@ -86,7 +86,7 @@ std::string Events::subscribe() {
     }
     m_library = ::dlopen(kFileName, RTLD_LAZY | RTLD_GLOBAL);
     if (m_library == nullptr) {
-        // NOLINTNEXTLINE(concurrency-mt-unsafe): the loader's errors are kept thread by thread.
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): the error text of the loader is thread-local.
         return ::dlerror();
     }
     const std::string file = fileOf(m_library);

@@ -4,22 +4,22 @@
 
 namespace sysconfctl {
 
-/// A subscription of the tool's own beside the library's, so that the tool knows when to ask again.
-/// It says nothing about when the library has applied a change.
+/// The tool's subscription to change events, in addition to the library's, so that the tool knows
+/// when to ask again. An event does not mean that the library has applied the change already.
 class Events {
 public:
-    /// Subscribes, after the library has done so. What stands in the way is kept, see `report`.
+    /// Subscribes. The library must have subscribed before. `report` has the reason of a failure.
     Events();
-    /// Ends it. An event library that knows of no single subscriptions ends the library's with it.
+    /// Unsubscribes. The library's subscription ends, too, if the event library has one for all.
     ~Events();
     Events(const Events&) = delete;
     Events& operator=(const Events&) = delete;
 
     bool subscribed() const { return m_subscribed; }
-    /// The event library's file, or why there is no subscription.
+    /// The file of the event library, or the reason why there is no subscription.
     const std::string& report() const { return m_report; }
 
-    /// Readable when events have come since the last `clear`.
+    /// Readable if events have arrived since the last `clear`.
     int descriptor() const;
     void clear();
 

@@ -1,4 +1,4 @@
-// Errors as JSON, where JSON is asked for.
+// Messages on standard error, as sentences and as JSON.
 
 #include "Sysconfctl.h"
 
@@ -16,30 +16,30 @@ using ::testing::MatchesRegex;
 using ::testing::Not;
 using ::testing::StartsWith;
 
-/// What standard error has, each line being a complaint of the one form.
-std::vector<Json::Value> complaintsIn(const std::string& errors) {
-    std::vector<Json::Value> complaints;
+/// The messages on standard error; each line must be a JSON message.
+std::vector<Json::Value> messagesIn(const std::string& errors) {
+    std::vector<Json::Value> messages;
     for (const std::string& line : tool::linesOf(errors)) {
-        const Json::Value complaint = tool::parsed(line);
-        EXPECT_EQ(complaint.getMemberNames(),
+        const Json::Value message = tool::parsed(line);
+        EXPECT_EQ(message.getMemberNames(),
                   (std::vector<std::string>{"kind", "name", "schemaVersion", "text"}))
             << line;
-        EXPECT_EQ(complaint["schemaVersion"], 1) << line;
-        EXPECT_NE(complaint["text"].asString(), "") << line;
-        EXPECT_THAT(complaint["text"].asString(), Not(StartsWith("sysconfctl"))) << line;
-        complaints.push_back(complaint);
+        EXPECT_EQ(message["schemaVersion"], 1) << line;
+        EXPECT_NE(message["text"].asString(), "") << line;
+        EXPECT_THAT(message["text"].asString(), Not(StartsWith("sysconfctl"))) << line;
+        messages.push_back(message);
     }
-    return complaints;
+    return messages;
 }
 
 std::string nameOfOnly(const std::string& errors) {
-    const auto complaints = complaintsIn(errors);
-    EXPECT_EQ(complaints.size(), 1U) << errors;
-    if (complaints.empty()) {
+    const auto messages = messagesIn(errors);
+    EXPECT_EQ(messages.size(), 1U) << errors;
+    if (messages.empty()) {
         return {};
     }
-    EXPECT_EQ(complaints.front()["kind"], "error");
-    return complaints.front()["name"].asString();
+    EXPECT_EQ(messages.front()["kind"], "error");
+    return messages.front()["name"].asString();
 }
 
 const std::vector<std::vector<std::string>> kMisuses = {
@@ -65,7 +65,7 @@ const std::vector<std::vector<std::string>> kMisuses = {
     {"watch", "x", "-o", "json"},
 };
 
-TEST(Complaints, UsageErrorsWithJson_AreJson) {
+TEST(Diagnostics, UsageErrorsWithJson_AreJson) {
     for (const auto& arguments : kMisuses) {
         const auto result = tool::run(arguments);
         EXPECT_EQ(result.exitStatus, 2) << testing::PrintToString(arguments);
@@ -76,7 +76,7 @@ TEST(Complaints, UsageErrorsWithJson_AreJson) {
     }
 }
 
-TEST(Complaints, OtherFormats_AreSentences) {
+TEST(Diagnostics, OtherFormats_AreSentences) {
     for (const auto& arguments :
          std::vector<std::vector<std::string>>{{"get", "x"},
                                                {"get", "x", "-o", "plain"},
@@ -87,7 +87,7 @@ TEST(Complaints, OtherFormats_AreSentences) {
     }
 }
 
-TEST(Complaints, ErrorsOfCommandsWithJson_AreJsonBesideTheOutput) {
+TEST(Diagnostics, ErrorsOfCommandsWithJson_AreJsonBesideTheOutput) {
     support::Deployment deployment;
     deployment.appConfig(R"({"databases": {"d": [{"type": {}}]},
                              "processes": {"p1": {"nodeId": "n"}}})");
@@ -117,7 +117,7 @@ TEST(Complaints, ErrorsOfCommandsWithJson_AreJsonBesideTheOutput) {
     EXPECT_EQ(tool::run({"check", "-o", "json"}).errors, "");
 }
 
-TEST(Complaints, LostOutputWithJson_IsJson) {
+TEST(Diagnostics, LostOutputWithJson_IsJson) {
     for (const char* command : {"show", "check", "nodes"}) {
         const auto result =
             tool::sysconfctl({command, "-o", "json"}).outputToFile("/dev/full").run();
@@ -126,15 +126,15 @@ TEST(Complaints, LostOutputWithJson_IsJson) {
     }
 }
 
-TEST(Complaints, NoticesOfWatchWithJson_AreJson) {
+TEST(Diagnostics, NoticesOfWatchWithJson_AreJson) {
     const support::Deployment deployment;
     auto watch = tool::sysconfctl({"watch", "-o", "json", "--set", "NO_EM_CLIENT=1"}).start();
     watch.waitForOutput("\"all-db-info\"");
     watch.signal(SIGTERM);
-    const auto complaints = complaintsIn(watch.finish().errors);
-    ASSERT_EQ(complaints.size(), 1U);
-    EXPECT_EQ(complaints.front()["kind"], "notice");
-    EXPECT_EQ(complaints.front()["name"], "not-subscribed");
+    const auto messages = messagesIn(watch.finish().errors);
+    ASSERT_EQ(messages.size(), 1U);
+    EXPECT_EQ(messages.front()["kind"], "notice");
+    EXPECT_EQ(messages.front()["name"], "not-subscribed");
 }
 
 } // namespace
