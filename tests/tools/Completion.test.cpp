@@ -3,8 +3,13 @@
 #include "Sysconfctl.h"
 
 #include "support/Deployment.h"
+#include "support/Sanitizers.h"
+#include "support/TestDirectory.h"
 
 #include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <set>
 
 namespace {
 
@@ -43,6 +48,11 @@ support::Deployment smallDeployment() {
         "number": 2, "IPAddresses": [{"IP": "192.0.2.2", "usage": ["southbound11", "plain"]}]},
         "n3": {"assignedToTenancy": "west"}, "-n": {}, "line\nend": {}, "": {}}})");
     return deployment;
+}
+
+std::string appConfigPath() {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): there is only one thread.
+    return std::getenv("APP_CONF_FILE");
 }
 
 TEST(Completion, Values_AreThoseOfBothListsAndTheConfiguration) {
@@ -158,5 +168,44 @@ TEST(Completion, ItsCommand_IsNotForPeople) {
     EXPECT_THAT(tool::run({"--help"}).output, Not(HasSubstr("__complete")));
     EXPECT_THAT(completed({""}), Not(Contains(HasSubstr("__complete"))));
 }
+
+// A sanitizer cannot run under strace.
+#ifndef SANITIZED
+TEST(Completion, Values_ReadOnlyTheFilesThatHaveThem) {
+    struct Row {
+        Lines words;
+        std::set<std::string> files;
+    };
+    auto deployment = smallDeployment();
+    const std::filesystem::path log = support::testDirectory() / "opened.log";
+    const std::set<std::string> lists = {"nodelist.json", "nodelists.json"};
+    for (const Row& row : std::vector<Row>{{{"show", "--out"}, {}},
+                                           {{"get", ""}, {}},
+                                           {{"get", "db-type", ""}, {"app"}},
+                                           {{"get", "db-type", "or ders", ""}, {"app"}},
+                                           {{"show", "--set", "PROCESS_INSTANCE_ID="}, {"app"}},
+                                           {{"get", "local-ip-by-usage", ""}, lists},
+                                           {{"nodes", "--local-address", ""}, lists},
+                                           {{"get", "ip-addresses", ""}, {"nodelists.json"}}}) {
+        Lines words = {"-f", "-o", log.string(), "-e", "trace=?open,openat", SYSCONFCTL};
+        words.insert(words.end(), {"__complete", "fish"});
+        words.insert(words.end(), row.words.begin(), row.words.end());
+        const auto result = support::Command("/usr/bin/strace", words).run();
+        EXPECT_EQ(result.exitStatus, 0) << result.errors;
+        EXPECT_THAT(result.output, HasSubstr(":values"));
+        const std::string opened = tool::readFile(log);
+        std::set<std::string> files;
+        for (const std::string& name : lists) {
+            if (opened.find('/' + name + '"') != std::string::npos) {
+                files.insert(name);
+            }
+        }
+        if (opened.find('"' + appConfigPath() + '"') != std::string::npos) {
+            files.insert("app");
+        }
+        EXPECT_EQ(files, row.files) << testing::PrintToString(row.words);
+    }
+}
+#endif
 
 } // namespace

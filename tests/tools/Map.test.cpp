@@ -8,11 +8,13 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <set>
 
 namespace {
 
 using ::testing::AllOf;
 using ::testing::HasSubstr;
+using ::testing::IsSupersetOf;
 using ::testing::Not;
 using ::testing::StartsWith;
 
@@ -70,6 +72,24 @@ TEST(Map, HostileIds_StayInsideTheirLabels) {
     for (const std::string& line : tool::linesOf(mermaid)) {
         const auto quotes = std::count(line.begin(), line.end(), '"');
         EXPECT_TRUE(quotes == 0 || quotes == 2) << line;
+    }
+}
+
+TEST(Map, HostileIds_AreVerbatimInJsonAndEscapedOnceAsText) {
+    const auto deployment = hostileDeployment();
+    const Json::Value json = tool::parsed(tool::run({"map", "-o", "json"}).output);
+    std::set<std::string> texts;
+    for (const Json::Value& tenancy : json["tenancies"]) {
+        for (const Json::Value& node : tenancy["nodes"]) {
+            texts.insert(node["lines"][0].asString());
+        }
+    }
+    EXPECT_THAT(texts, IsSupersetOf({"back\\slash\\N", "line\nbreak", "\033[31mred"}));
+    for (const char* format : {"plain", "table"}) {
+        EXPECT_THAT(tool::run({"map", "-o", format}).output,
+                    AllOf(HasSubstr("back\\\\slash\\\\N"), HasSubstr("line\\nbreak"),
+                          HasSubstr("\\x1b[31mred"), Not(HasSubstr("\\\\n"))))
+            << format;
     }
 }
 

@@ -83,6 +83,24 @@ TEST(Nodes, SeveralTenancies_HaveAMasterAndAStandbyEach) {
               "d\tstandby\tt\tstandby\t\t\t\n");
 }
 
+TEST(Nodes, TenancyOfAWrongType_HidesTheRolesOfLaterNodesOfAllTenancies) {
+    support::Deployment deployment;
+    deployment.managerNodeList(R"({"nodeList": {
+        "a": {"assignedToTenancy": "s",
+              "extAttr": {"hostType": "master", "domain_node_type": "ACCESS_Master"}},
+        "b": {"assignedToTenancy": "t",
+              "extAttr": {"hostType": "standby", "domain_node_type": "ACCESS_Backup"}},
+        "c": {"assignedToTenancy": "u", "extAttr": {"hostType": {}}},
+        "d": {"assignedToTenancy": "t",
+              "extAttr": {"hostType": "master", "domain_node_type": "ACCESS_Master"}},
+        "e": {"assignedToTenancy": []},
+        "f": {"assignedToTenancy": "s",
+              "extAttr": {"hostType": "standby", "domain_node_type": "ACCESS_Backup"}}}})");
+    EXPECT_EQ(tool::run({"nodes", "-o", "plain"}).output,
+              "a\tmaster\ts\tmaster\t\t\t\nb\tstandby\tt\tstandby\t\t\t\nc\t\tu\t\t\t\t\n"
+              "d\tmaster\tt\tmaster\t\t\t\ne\t\t\t\t\t\t\nf\tstandby\ts\t\t\t\t\n");
+}
+
 TEST(Nodes, Table_IsNoWiderThanTheTerminalWhateverTheIdsAre) {
     support::Deployment deployment;
     const std::string wide =
