@@ -88,12 +88,12 @@ std::map<std::string, Json::Value> listsByTenancy(const Json::Value& list) {
 
 /// Marks the master and the standby of every tenancy of the manager node list.
 void markRoles(std::map<std::string, ClusterNode>& nodes, const SourceFile& manager) {
-    for (const auto& [tenancy, list] : listsByTenancy(manager.tree)) {
+    for (const auto& list : listsByTenancy(manager.tree)) {
         std::string master;
         std::string standby;
         // Ids that are found before a value of a wrong type are used.
         Quarncommon::completes(
-            [&] { rules::findMasterAndStandby(list, tenancy, master, standby); });
+            [&] { rules::findMasterAndStandby(list.second, list.first, master, standby); });
         const auto mark = [&](const std::string& id, bool ClusterNode::*role) {
             const auto node = nodes.find(id);
             if (!id.empty() && node != nodes.end()) {
