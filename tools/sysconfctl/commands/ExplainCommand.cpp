@@ -52,13 +52,7 @@ std::string longPlace(const At& at) {
 }
 
 std::vector<std::string> answerLines(const Explained& explained) {
-    if (explained.reply.error) {
-        return {"error: " + escaped(*explained.reply.error)};
-    }
-    std::vector<std::string> lines = plainLines(explained.reply.answer);
-    if (lines.empty()) {
-        lines.emplace_back(explained.reply.answer.isAnswered() ? "(empty)" : "(no answer)");
-    }
+    std::vector<std::string> lines = shownLines(explained.reply);
     for (std::string& line : lines) {
         std::replace(line.begin(), line.end(), '\t', ' ');
     }
@@ -236,9 +230,7 @@ ExitStatus runExplain(const Options& options) {
     ExitStatus status = ExitStatus::Answered;
     for (const Explained& one : all) {
         if (one.reply.error) {
-            reportError(diagnostic::kLibraryThrew,
-                        one.explanation.label() +
-                            ": the library threw: " + escaped(*one.reply.error));
+            reportThrow(one.explanation.label(), *one.reply.error);
             status = ExitStatus::LibraryThrew;
         } else if (!options.all && !one.reply.answer.isAnswered()) {
             status = ExitStatus::NoAnswer;
