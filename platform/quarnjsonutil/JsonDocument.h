@@ -72,6 +72,9 @@ public:
     /// @throws Json::Exception for an array or an object.
     std::string asString() const;
 
+    /// The value as a number, as Json::Value::asInt() gives it.
+    int asInt() const { return value().asInt(); }
+
     /// This value and everything in it, as JsonReader builds it.
     Json::Value value() const;
 

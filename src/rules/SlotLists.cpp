@@ -1,61 +1,147 @@
 #include "rules/SlotLists.h"
 
-#include "rules/NodeIPs.h"
+#include <algorithm>
+#include <array>
 
 namespace Quarncommon::rules {
 
-std::string serviceList(const std::string& service, const std::string& service2,
-                        const std::string& maintenance) {
-    if (service.empty()) {
-        return maintenance;
-    }
-    return service2.empty() ? service : service + ";" + service2;
+namespace {
+
+constexpr std::array kNorthSlots = {0, 2, 3, 4};
+constexpr int kFixedSouthSlots = 10;
+
+const std::string& textOf(const std::string& address) {
+    return address;
+}
+const std::string& textOf(const SharedAddress& address) {
+    return *address;
 }
 
-std::string northSlotList(std::map<int, std::string> byNumber, const std::string& service,
-                          const std::string& service2, const std::string& maintenance) {
-    if (byNumber.empty()) {
-        return serviceList(service, service2, maintenance);
+/// Returns an empty text with room for all addresses, each with a separator, and as many again.
+template <typename Address>
+std::string roomFor(const std::map<int, Address>& slots, std::size_t separators) {
+    std::size_t size = separators + slots.size();
+    for (const auto& [slot, address] : slots) {
+        size += textOf(address).size();
     }
     std::string list;
-    // Number 1 has no slot of its own: the bare tag, number 0, is the first of the family.
-    for (const int slot : {0, 2, 3, 4}) {
-        if (const auto numbered = byNumber.find(slot); numbered != byNumber.end()) {
-            list += numbered->second;
-            byNumber.erase(numbered);
-        }
+    list.reserve(size);
+    return list;
+}
+
+/// Appends an address of the slot list.
+template <typename Address>
+void append(std::string& list, std::size_t position, int slot, const Address& address,
+            Trace* trace) {
+    list += textOf(address);
+    if (trace != nullptr) {
+        trace->report(SlotPlaced{position, slotName(slot), textOf(address)});
+    }
+}
+
+/// Appends the address of that slot, if it has one.
+template <typename Address>
+void appendSlot(std::string& list, std::size_t position, int slot,
+                const std::map<int, Address>& slots, Trace* trace) {
+    if (const auto found = slots.find(slot); found != slots.end()) {
+        append(list, position, slot, found->second, trace);
+    }
+}
+
+void reportNotNeeded(Trace* trace) {
+    if (trace != nullptr) {
+        trace->report(SlotNotNeeded{std::string(kServiceTag)});
+        trace->report(SlotNotNeeded{std::string(kService2Tag)});
+    }
+}
+
+template <typename Address>
+std::string northList(const std::map<int, Address>& byNumber, Trace* trace) {
+    reportNotNeeded(trace);
+    std::string list = roomFor(byNumber, kNorthSlots.size());
+    // Number 1 has no fixed slot: the tag without a number, 0, is the first of the family.
+    std::size_t position = 0;
+    for (const int slot : kNorthSlots) {
+        appendSlot(list, ++position, slot, byNumber, trace);
         list += ';';
     }
+    bool further = false;
     for (const auto& [number, address] : byNumber) {
-        list += address;
-        list += ';';
+        if (std::find(kNorthSlots.begin(), kNorthSlots.end(), number) == kNorthSlots.end()) {
+            further = true;
+            append(list, ++position, number, address, trace);
+            list += ';';
+        }
     }
-    // Only behind further numbers is the last separator taken off; callers know the bare four
-    // slots by the one that stays.
-    if (!byNumber.empty()) {
+    // The last separator is removed only after further numbers: callers recognise the four slots
+    // alone by the one that stays.
+    if (further) {
         list.pop_back();
     }
     return list;
 }
 
-std::string southSlotList(const std::map<int, std::string>& bySlot) {
-    constexpr int kFixedSlots = 10;
-    std::string list;
-    for (int slot = 1; slot <= kFixedSlots; ++slot) {
+template <typename Address>
+std::string southList(const std::map<int, Address>& bySlot, Trace* trace) {
+    std::string list = roomFor(bySlot, kFixedSouthSlots);
+    for (int slot = 1; slot <= kFixedSouthSlots; ++slot) {
         if (slot > 1) {
             list += ';';
         }
-        if (const auto numbered = bySlot.find(slot); numbered != bySlot.end()) {
-            list += numbered->second;
-        }
+        appendSlot(list, static_cast<std::size_t>(slot), slot, bySlot, trace);
     }
-    for (auto further = bySlot.upper_bound(kFixedSlots); further != bySlot.end(); ++further) {
-        if (!further->second.empty()) {
+    std::size_t position = kFixedSouthSlots;
+    for (auto further = bySlot.upper_bound(kFixedSouthSlots); further != bySlot.end(); ++further) {
+        if (!textOf(further->second).empty()) {
             list += ';';
-            list += further->second;
+            append(list, ++position, further->first, further->second, trace);
         }
     }
     return list;
+}
+
+} // namespace
+
+std::string serviceList(const std::string& service, const std::string& service2,
+                        const std::string& maintenance, Trace* trace) {
+    const bool toMaintenance = service.empty();
+    std::string list = toMaintenance      ? maintenance
+                       : service2.empty() ? service
+                                          : service + ";" + service2;
+    if (trace != nullptr) {
+        using To = FallbackUsed::To;
+        trace->report(FallbackUsed{toMaintenance ? To::Maintenance : To::Service, list});
+    }
+    return list;
+}
+
+std::string northSlotList(const std::map<int, std::string>& byNumber, const std::string& service,
+                          const std::string& service2, const std::string& maintenance,
+                          Trace* trace) {
+    return byNumber.empty() ? serviceList(service, service2, maintenance, trace)
+                            : northList(byNumber, trace);
+}
+
+std::string northSlotList(const std::map<int, SharedAddress>& byNumber, const std::string& service,
+                          const std::string& service2, const std::string& maintenance,
+                          Trace* trace) {
+    return byNumber.empty() ? serviceList(service, service2, maintenance, trace)
+                            : northList(byNumber, trace);
+}
+
+std::string southSlotList(const std::map<int, std::string>& bySlot) {
+    return southList(bySlot, nullptr);
+}
+
+std::string southSlotList(const std::map<int, SharedAddress>& bySlot, Trace* trace) {
+    return southList(bySlot, trace);
+}
+
+std::string southSlotList(const std::map<int, SharedAddress>& bySlot, const TagWalk& seen,
+                          const std::string& maintenance, Trace* trace) {
+    reportServices(seen, {}, trace);
+    return seen.hasFamily() ? southList(bySlot, trace)
+                            : serviceList(seen.service, seen.secondService(), maintenance, trace);
 }
 
 int protocolFamily(const std::list<std::string>& pieces) {

@@ -66,16 +66,11 @@ void SysConfReader::getLocalNodeIPs(std::map<std::string, std::string>& usageIPs
         const auto slot = usageIPs.find(tag);
         return slot != usageIPs.end() ? &slot->second : nullptr;
     };
-    const rules::TagWalk seen = walkTags(nodeId, prepare, slotFor);
-    if (seen.matched) {
-        return;
-    }
-    completes([&] {
-        usageIPs[std::string(rules::kServiceTag)] = seen.service;
-        if (!seen.service2.empty()) {
-            usageIPs[std::string(rules::kService2Tag)] = seen.service2;
-        }
-    });
+    const rules::TagWalk seen =
+        walkTags(nodeId, prepare, [&](const rules::Node& addresses, rules::TagWalk& walk) {
+            rules::collectByTag(addresses, slotFor, walk);
+        });
+    completes([&] { rules::addServices(seen, usageIPs); });
 }
 
 } // namespace Quarncommon

@@ -1,8 +1,7 @@
 #include "SysConfReaderImpl.h"
 
 #include "SysConfReader.h"
-#include "rules/NodeList.h"
-#include "rules/Roles.h"
+#include "rules/RoleLoad.h"
 #include "sysconfreader/ConfigFiles.h"
 #include "sysconfreader/Guards.h"
 #include "sysconfreaderimpl/ChangeEvents.h"
@@ -14,16 +13,10 @@ namespace Quarncommon {
 namespace {
 
 // The three families of usage tags, built when the library is loaded like those of SysConfReader;
-// this class reads only the first, which is too long for a string to keep inside itself: it is
-// never destroyed, for threads that load while the process ends.
-const std::string& kInternalServiceUsage = *new std::string("internal_service");
+// not read here.
+const std::string kInternalServiceUsage = "internal_service";
 const std::string kSouthboundUsage = "southbound";
 const std::string kNorthboundUsage = "northbound";
-
-/// The address entries of the node of that id.
-Json::Value entriesOf(const config::Document& list, const std::string& nodeId) {
-    return rules::addressEntries(rules::nodeEntry(list.root(), nodeId)).value();
-}
 
 } // namespace
 
@@ -92,8 +85,7 @@ void SysConfReaderImpl::InitLocalNodeId() {
         const std::string instanceId = config::environment(config::kInstanceIdVariable);
         Json::Value root;
         if (config::readJsonFile(config::pathOf(config::kAppConfig), root)) {
-            const Json::Value& tree = root;
-            m_localNodeId = tree["processes"][instanceId]["nodeId"].asString();
+            rules::loadLocalNodeId(rules::Node(root), instanceId, m_localNodeId);
         }
     });
 }
@@ -102,7 +94,7 @@ void SysConfReaderImpl::InitLocalIp() {
     completes([this] {
         config::Document list;
         if (config::readJsonFile(GetNodeListFilePath(), list)) {
-            m_localInternalServiceIP = GetInternalIp(entriesOf(list, m_localNodeId));
+            rules::loadLocalIp(list.root(), m_localNodeId, m_localInternalServiceIP);
         }
     });
 }
@@ -111,7 +103,7 @@ void SysConfReaderImpl::InitAssignedToTenancy() {
     completes([this] {
         config::Document list;
         if (config::readJsonFile(GetNodeListFilePath(), list)) {
-            m_productName = rules::tenancy(rules::nodeEntry(list.root(), m_localNodeId));
+            rules::loadTenancy(list.root(), m_localNodeId, m_productName);
         }
     });
 }
@@ -120,8 +112,7 @@ void SysConfReaderImpl::InitMasterAndStandyNodeId() {
     completes([this] {
         config::Document list;
         if (config::readJsonFile(GetManagerNodeListFilePath(), list)) {
-            rules::findMasterAndStandby(list.root(), m_productName, m_masterNodeId,
-                                        m_standbyNodeId);
+            rules::loadRoleNodeIds(list.root(), m_productName, m_masterNodeId, m_standbyNodeId);
         }
     });
 }
@@ -130,14 +121,14 @@ void SysConfReaderImpl::InitMasterAndStandyIp() {
     completes([this] {
         config::Document list;
         if (config::readJsonFile(GetManagerNodeListFilePath(), list)) {
-            m_masterInternalServiceIP = GetInternalIp(entriesOf(list, m_masterNodeId));
-            m_standbyInternalServiceIP = GetInternalIp(entriesOf(list, m_standbyNodeId));
+            rules::loadRoleIps(list.root(), m_masterNodeId, m_standbyNodeId,
+                               m_masterInternalServiceIP, m_standbyInternalServiceIP);
         }
     });
 }
 
 std::string SysConfReaderImpl::GetInternalIp(const Json::Value& addresses) const {
-    return rules::internalServiceAddress(addresses, kInternalServiceUsage);
+    return rules::internalServiceAddress(rules::Node(addresses));
 }
 
 std::string SysConfReaderImpl::GetNodeListFilePath() const {

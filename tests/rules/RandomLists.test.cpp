@@ -158,26 +158,18 @@ TEST(RulesOnRandomLists, NorthSlotList_IsWrittenLikeTheNaiveTelling) {
 
 TEST(RulesOnRandomLists, SouthboundSlots_AnswerLikeTheNaiveTellingsThousandKeys) {
     Tally slots{"lists with slots"};
-    forEachList(kListsWithKeys,
-                [&](RandomLists&, const Json::Value& list, const rules::Node& root) {
-                    std::map<int, std::string> bySlot;
-                    rules::TagWalk seen;
-                    const bool threw = throws([&] {
-                        rules::collectByTag(
-                            rules::addressEntries(rules::nodeEntry(root, "n1")),
-                            [&](const std::string& tag) {
-                                const int slot = rules::southboundSlot(tag, "southbound");
-                                return slot != 0 ? &bySlot[slot] : nullptr;
-                            },
-                            seen);
-                    });
-                    const std::string answer =
-                        threw          ? rules::serviceList(seen.service, "", "M")
-                        : seen.matched ? rules::southSlotList(bySlot)
-                                       : rules::serviceList(seen.service, seen.service2, "M");
-                    EXPECT_EQ(answer, naive::localSouthIP(list, "n1", "M"));
-                    slots.count += !threw && seen.matched ? 1 : 0;
-                });
+    forEachList(
+        kListsWithKeys, [&](RandomLists&, const Json::Value& list, const rules::Node& root) {
+            std::map<int, rules::SharedAddress> bySlot;
+            rules::TagWalk seen;
+            throws([&] {
+                rules::collectSouthbound(rules::addressEntries(rules::nodeEntry(root, "n1")),
+                                         "southbound", bySlot, seen);
+            });
+            const std::string answer = rules::southSlotList(bySlot, seen, "M");
+            EXPECT_EQ(answer, naive::localSouthIP(list, "n1", "M"));
+            slots.count += seen.hasFamily() ? 1 : 0;
+        });
 }
 
 TEST(RulesOnRandomLists, SouthboundSlot_IsFoundExactlyForTheThousandKeys) {
@@ -219,7 +211,7 @@ TEST(RulesOnRandomLists, InternalServiceAddress_AnswersAndThrowsLikeTheNaiveTell
         random.list(); // decides how often this list is mistyped
         const Json::Value addresses = random.addresses();
         const std::string answer =
-            outcome([&] { return rules::internalServiceAddress(addresses, "internal_service"); });
+            outcome([&] { return rules::internalServiceAddress(rules::Node(addresses)); });
         EXPECT_EQ(answer, outcome([&] { return naive::internalServiceAddress(addresses); }))
             << "seed " << seed << ": " << textOf(addresses);
         found.count += answer.size() > std::string("answer ").size() ? 1 : 0;

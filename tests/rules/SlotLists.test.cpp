@@ -34,8 +34,8 @@ TEST(NorthSlotList, EachSetOfNumbers_HasItsText) {
 }
 
 TEST(NorthSlotList, NoNumber_IsTheServiceList) {
-    EXPECT_EQ(northSlotList({}, "S", "T", "M"), "S;T");
-    EXPECT_EQ(northSlotList({}, "", "T", "M"), "M");
+    EXPECT_EQ(northSlotList(std::map<int, std::string>(), "S", "T", "M"), "S;T");
+    EXPECT_EQ(northSlotList(std::map<int, std::string>(), "", "T", "M"), "M");
 }
 
 TEST(ServiceList, EachCombination_FallsBackInOrder) {

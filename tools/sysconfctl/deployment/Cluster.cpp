@@ -63,9 +63,8 @@ Listed listed(const Json::Value& node) {
     };
     told.maintenance = byTag(rules::kMaintenanceTag);
     told.service = byTag(rules::kServiceTag);
-    told.internalService = orNothing([&] {
-        return rules::internalServiceAddress(rules::addressEntries(place), "internal_service");
-    });
+    told.internalService =
+        orNothing([&] { return rules::internalServiceAddress(rules::addressEntries(place)); });
     return told;
 }
 
@@ -94,8 +93,9 @@ void markRoles(std::map<std::string, ClusterNode>& nodes, const SourceFile& mana
         std::string master;
         std::string standby;
         // The ids found before a value that the rule cannot take count.
-        Quarncommon::completes(
-            [&] { rules::findMasterAndStandby(manager.tree, tenancy, master, standby); });
+        Quarncommon::completes([&] {
+            rules::findMasterAndStandby(rules::Node(manager.tree), tenancy, master, standby);
+        });
         const auto mark = [&](const std::string& id, bool ClusterNode::*role) {
             const auto node = nodes.find(id);
             if (!id.empty() && node != nodes.end()) {
