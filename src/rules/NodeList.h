@@ -17,6 +17,9 @@ namespace Quarncommon::rules {
 inline constexpr std::string_view kServiceTag = "service";
 inline constexpr std::string_view kService2Tag = "service2";
 inline constexpr std::string_view kMaintenanceTag = "maintenance";
+inline constexpr std::string_view kInternalServiceTag = "internal_service";
+inline constexpr std::string_view kSouthboundFamily = "southbound";
+inline constexpr std::string_view kNorthboundFamily = "northbound";
 
 /// Returns the text with every byte lower-cased by `tolower`.
 std::string lowerCased(std::string text);

@@ -6,7 +6,6 @@
 
 namespace Quarncommon::rules {
 
-inline constexpr std::string_view kInternalServiceTag = "internal_service";
 inline constexpr std::string_view kMaster = "master";
 inline constexpr std::string_view kStandby = "standby";
 

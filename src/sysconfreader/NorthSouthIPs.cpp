@@ -19,7 +19,7 @@ std::string SysConfReader::getLocalNorthIP() {
         if (config::readJsonFile(config::pathOf(config::kNodeList), list)) {
             rules::collectByNumber(
                 rules::addressEntries(rules::nodeEntry(list.root(), loaded.floatNodeId)),
-                kNorthboundUsage, byNumber, service, service2);
+                std::string(kNorthboundFamily), byNumber, service, service2);
         }
     });
     return rules::northSlotList(byNumber, service, service2, loaded.maintenanceIP);
@@ -33,7 +33,7 @@ std::string SysConfReader::getLocalSouthIP() {
     const rules::TagWalk seen = walkTags(
         m_floatNodeId, [] {},
         [&](const rules::Node& addresses, rules::TagWalk& walk) {
-            rules::collectSouthbound(addresses, kSouthboundUsage, bySlot, walk);
+            rules::collectSouthbound(addresses, kSouthboundFamily, bySlot, walk);
         });
     return rules::southSlotList(bySlot, seen, m_maintenanceIP);
 }

@@ -1,13 +1,18 @@
 #pragma once
 
+#include "rules/NodeList.h"
+
 #include <string>
-#include <string_view>
 
 namespace Quarncommon {
 
-inline constexpr std::string_view kSouthboundFamily = "southbound";
+/// Usage tags and families of them. These are what the queries read: strings with a destructor
+/// would be gone for a thread or a static destructor that queries while the process exits.
+using rules::kInternalServiceTag;
+using rules::kNorthboundFamily;
+using rules::kSouthboundFamily;
 
-/// The families of usage tags that SysConfReader asks for, built when the library is loaded.
+/// Built when the library is loaded, and destroyed when the process exits.
 extern const std::string kInternalServiceUsage;
 extern const std::string kSouthboundUsage;
 extern const std::string kNorthboundUsage;

@@ -20,8 +20,8 @@ namespace {
 namespace rules = Quarncommon::rules;
 using located::Path;
 
-constexpr std::string_view kSouthbound = "southbound";
-constexpr std::string_view kNorthbound = "northbound";
+using rules::kNorthboundFamily;
+using rules::kSouthboundFamily;
 
 Path with(Path path, std::initializer_list<std::string> steps) {
     path.insert(path.end(), steps.begin(), steps.end());
@@ -95,15 +95,15 @@ void checkName(Checker& checker, const SourceFile& list, const Path& path,
 
 /// The number under which a northbound tag is kept.
 int northboundNumber(const std::string& tag) {
-    return rules::numberInTag(tag, kNorthbound.size());
+    return rules::numberInTag(tag, kNorthboundFamily.size());
 }
 
 /// The slot of a tag among the node's tags, "" for a tag that has none.
 std::string slotOf(const std::string& tag) {
-    if (rules::southboundSlot(tag, kSouthbound) != 0) {
+    if (rules::southboundSlot(tag, kSouthboundFamily) != 0) {
         return tag;
     }
-    if (tag.find(kNorthbound) != std::string::npos) {
+    if (tag.find(kNorthboundFamily) != std::string::npos) {
         return fmt::format("northbound number {}", northboundNumber(tag));
     }
     const bool known = tag == rules::kServiceTag || tag == rules::kService2Tag ||
@@ -114,18 +114,18 @@ std::string slotOf(const std::string& tag) {
 /// A tag of a family whose number is not the one that it seems to have.
 void checkNumber(Checker& checker, const SourceFile& list, const Path& path,
                  const std::string& tag) {
-    if (tag.starts_with(kSouthbound) && rules::southboundSlot(tag, kSouthbound) == 0) {
+    if (tag.starts_with(kSouthboundFamily) && rules::southboundSlot(tag, kSouthboundFamily) == 0) {
         checker.at(list, path, Severity::Warning, "southbound-number",
                    fmt::format("\"{}\" names no southbound slot and is not read", tag),
                    "the first slot is \"southbound\", further ones are \"southbound2\" to "
                    "\"southbound1024\"");
         return;
     }
-    if (tag.find(kNorthbound) == std::string::npos || tag == kNorthbound) {
+    if (tag.find(kNorthboundFamily) == std::string::npos || tag == kNorthboundFamily) {
         return;
     }
     const int number = northboundNumber(tag);
-    if (tag != std::string(kNorthbound) + std::to_string(number)) {
+    if (tag != std::string(kNorthboundFamily) + std::to_string(number)) {
         checker.at(list, path, Severity::Warning, "northbound-number",
                    fmt::format("\"{}\" counts as northbound number {}", tag, number),
                    fmt::format("write \"northbound\" for number 0, or \"northbound{}\"",
@@ -141,7 +141,7 @@ void checkTag(Checker& checker, const SourceFile& list, const Path& path, const 
         const std::vector<std::string_view> known = {
             "maintenance", "service", "service2", "internal_service", "northbound", "southbound"};
         const std::string near = suggestion(tag, known);
-        if (!near.empty() && !tag.starts_with(kSouthbound)) {
+        if (!near.empty() && !tag.starts_with(kSouthboundFamily)) {
             checker.at(list, path, Severity::Warning, "unknown-tag",
                        fmt::format("the library itself asks for no tag \"{}\"", tag),
                        fmt::format("did you mean \"{}\"?", near));
@@ -150,8 +150,8 @@ void checkTag(Checker& checker, const SourceFile& list, const Path& path, const 
     }
     const auto [first, isNew] = slots.emplace(slot, located::pointer(path));
     if (!isNew) {
-        const bool north = slot.starts_with(kNorthbound);
-        const bool south = slot.starts_with(kSouthbound);
+        const bool north = slot.starts_with(kNorthboundFamily);
+        const bool south = slot.starts_with(kSouthboundFamily);
         checker.at(
             list, path, Severity::Warning, "same-slot",
             fmt::format("{} has an address already at {}: {}", slot, first->second,

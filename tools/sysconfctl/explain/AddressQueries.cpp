@@ -19,8 +19,7 @@ namespace {
 namespace rules = Quarncommon::rules;
 using Quarncommon::completes;
 
-constexpr std::string_view kSouthbound = "southbound";
-constexpr const char* kNorthbound = "northbound";
+using rules::kSouthboundFamily;
 constexpr const char* kOwn = "the own node, whatever it stands in for";
 constexpr const char* kFloat = "the float node";
 
@@ -128,7 +127,7 @@ void tellFallback(ExplanationBuilder& builder, const Recorder& trace, const char
 std::string north(ExplanationBuilder& builder) {
     builder.floatNode();
     Recorder trace;
-    const Numbered found = numbered(builder, kNorthbound, trace);
+    const Numbered found = numbered(builder, std::string(rules::kNorthboundFamily), trace);
     std::string list = rules::northSlotList(found.numbers, found.service, found.service2,
                                             builder.values.maintenanceIp, &trace);
     const WalkedEntries walked = builder.walk(builder.sources.nodeList, builder.values.floatNodeId,
@@ -140,7 +139,7 @@ std::string north(ExplanationBuilder& builder) {
 
 /// The tag of a southbound slot.
 std::string southboundLabel(const std::string& slot) {
-    return std::string(kSouthbound) + (slot == "1" ? "" : slot);
+    return std::string(kSouthboundFamily) + (slot == "1" ? "" : slot);
 }
 
 std::string south(ExplanationBuilder& builder) {
@@ -150,8 +149,8 @@ std::string south(ExplanationBuilder& builder) {
     std::map<int, rules::SharedAddress> bySlot;
     rules::TagWalk seen;
     traced(builder, trace, [&](const rules::TracedNode& list) {
-        rules::collectSouthbound(rules::addressEntries(rules::nodeEntry(list, id)), kSouthbound,
-                                 bySlot, seen);
+        rules::collectSouthbound(rules::addressEntries(rules::nodeEntry(list, id)),
+                                 kSouthboundFamily, bySlot, seen);
     });
     std::string list = rules::southSlotList(bySlot, seen, builder.values.maintenanceIp, &trace);
     const WalkedEntries walked =
@@ -170,7 +169,7 @@ Answer byWholeTag(ExplanationBuilder& builder) {
         tags[tag];
     }
     const auto slotFor = [&](const std::string& tag) {
-        const bool key = rules::southboundSlot(tag, kSouthbound) != 0;
+        const bool key = rules::southboundSlot(tag, kSouthboundFamily) != 0;
         const auto slot = tags.find(tag);
         return slot != tags.end() ? &slot->second : key ? &tags[tag] : nullptr;
     };
