@@ -10,19 +10,11 @@ namespace {
 constexpr std::array kNorthSlots = {0, 2, 3, 4};
 constexpr int kFixedSouthSlots = 10;
 
-const std::string& textOf(const std::string& address) {
-    return address;
-}
-const std::string& textOf(const SharedAddress& address) {
-    return *address;
-}
-
 /// Returns an empty text with room for all addresses, each with a separator, and as many again.
-template <typename Address>
-std::string roomFor(const std::map<int, Address>& slots, std::size_t separators) {
+std::string roomFor(const SlotMap& slots, std::size_t separators) {
     std::size_t size = separators + slots.size();
     for (const auto& [slot, address] : slots) {
-        size += textOf(address).size();
+        size += address->size();
     }
     std::string list;
     list.reserve(size);
@@ -30,19 +22,17 @@ std::string roomFor(const std::map<int, Address>& slots, std::size_t separators)
 }
 
 /// Appends an address of the slot list.
-template <typename Address>
-void append(std::string& list, std::size_t position, int slot, const Address& address,
+void append(std::string& list, std::size_t position, int slot, const SharedAddress& address,
             Trace* trace) {
-    list += textOf(address);
+    list += *address;
     if (trace != nullptr) {
-        trace->report(SlotPlaced{position, slotName(slot), textOf(address)});
+        trace->report(SlotPlaced{position, slotName(slot), *address});
     }
 }
 
 /// Appends the address of that slot, if it has one.
-template <typename Address>
-void appendSlot(std::string& list, std::size_t position, int slot,
-                const std::map<int, Address>& slots, Trace* trace) {
+void appendSlot(std::string& list, std::size_t position, int slot, const SlotMap& slots,
+                Trace* trace) {
     if (const auto found = slots.find(slot); found != slots.end()) {
         append(list, position, slot, found->second, trace);
     }
@@ -55,8 +45,7 @@ void reportNotNeeded(Trace* trace) {
     }
 }
 
-template <typename Address>
-std::string northList(const std::map<int, Address>& byNumber, Trace* trace) {
+std::string northList(const SlotMap& byNumber, Trace* trace) {
     reportNotNeeded(trace);
     std::string list = roomFor(byNumber, kNorthSlots.size());
     // Number 1 has no fixed slot: the tag without a number, 0, is the first of the family.
@@ -81,8 +70,7 @@ std::string northList(const std::map<int, Address>& byNumber, Trace* trace) {
     return list;
 }
 
-template <typename Address>
-std::string southList(const std::map<int, Address>& bySlot, Trace* trace) {
+std::string southList(const SlotMap& bySlot, Trace* trace) {
     std::string list = roomFor(bySlot, kFixedSouthSlots);
     for (int slot = 1; slot <= kFixedSouthSlots; ++slot) {
         if (slot > 1) {
@@ -92,7 +80,7 @@ std::string southList(const std::map<int, Address>& bySlot, Trace* trace) {
     }
     std::size_t position = kFixedSouthSlots;
     for (auto further = bySlot.upper_bound(kFixedSouthSlots); further != bySlot.end(); ++further) {
-        if (!textOf(further->second).empty()) {
+        if (!further->second->empty()) {
             list += ';';
             append(list, ++position, further->first, further->second, trace);
         }
@@ -115,29 +103,14 @@ std::string serviceList(const std::string& service, const std::string& service2,
     return list;
 }
 
-std::string northSlotList(const std::map<int, std::string>& byNumber, const std::string& service,
+std::string northSlotList(const SlotMap& byNumber, const std::string& service,
                           const std::string& service2, const std::string& maintenance,
                           Trace* trace) {
     return byNumber.empty() ? serviceList(service, service2, maintenance, trace)
                             : northList(byNumber, trace);
 }
 
-std::string northSlotList(const std::map<int, SharedAddress>& byNumber, const std::string& service,
-                          const std::string& service2, const std::string& maintenance,
-                          Trace* trace) {
-    return byNumber.empty() ? serviceList(service, service2, maintenance, trace)
-                            : northList(byNumber, trace);
-}
-
-std::string southSlotList(const std::map<int, std::string>& bySlot) {
-    return southList(bySlot, nullptr);
-}
-
-std::string southSlotList(const std::map<int, SharedAddress>& bySlot, Trace* trace) {
-    return southList(bySlot, trace);
-}
-
-std::string southSlotList(const std::map<int, SharedAddress>& bySlot, const TagWalk& seen,
+std::string southSlotList(const SlotMap& bySlot, const TagWalk& seen,
                           const std::string& maintenance, Trace* trace) {
     reportServices(seen, {}, trace);
     return seen.hasFamily() ? southList(bySlot, trace)

@@ -165,13 +165,13 @@ public:
 
     std::vector<TracedNode> elements() const {
         return byIndex(tried<std::vector<Node>>(TypeMismatch::Expected::Array, {},
-                                                [&] { return m_node.elements(); }));
+                                                [&] { return listOf(m_node.elements()); }));
     }
 
     std::vector<TracedNode> children() const {
         std::optional<std::vector<Node>> elements;
         try {
-            elements = m_node.elements();
+            elements = listOf(m_node.elements());
         } catch (const Json::Exception&) {
             elements.reset(); // an object with members
         }
@@ -202,6 +202,16 @@ public:
     Json::Value value() const { return m_node.value(); }
 
 private:
+    /// `elements()` is a range, or a list already.
+    template <typename Range>
+    static std::vector<Node> listOf(const Range& range) {
+        std::vector<Node> nodes;
+        for (const Node& node : range) {
+            nodes.push_back(node);
+        }
+        return nodes;
+    }
+
     static Node null() { return Json::Value::nullSingleton(); }
 
     TracedNode at(const std::string& step, const Node& node) const {

@@ -11,7 +11,7 @@ namespace Quarncommon {
 std::string SysConfReader::getLocalNorthIP() {
     // Both values of one load: read separately, one of them might be of the next load.
     const Identity loaded = identity();
-    std::map<int, rules::SharedAddress> byNumber;
+    rules::SlotMap byNumber;
     std::string service;
     std::string service2;
     completes([&] {
@@ -29,7 +29,7 @@ std::string SysConfReader::getLocalNorthIP() {
 // slots that have an address are stored, under their numbers.
 std::string SysConfReader::getLocalSouthIP() {
     const ReadGuard guard(m_pMutex, turnsOf<SysConfReader>);
-    std::map<int, rules::SharedAddress> bySlot;
+    rules::SlotMap bySlot;
     const rules::TagWalk seen = walkTags(
         m_floatNodeId, [] {},
         [&](const rules::Node& addresses, rules::TagWalk& walk) {

@@ -126,9 +126,9 @@ void SysConfReader::loadFiles(const std::string& appConfigPath, const std::strin
                                      .hostType = m_hostType,
                                      .floatNodeId = identity.loaded.floatNodeId,
                                      .hostTagName = m_hostTagName};
-    Json::Value appConfig;
+    config::Document appConfig;
     if (readForLoad(appConfigPath, appConfig)) {
-        rules::loadAppConfig(rules::Node(appConfig), instanceId, values);
+        rules::loadAppConfig(appConfig.root(), instanceId, values);
     }
     config::Document list;
     if (readForLoad(config::pathOf(config::kNodeList), list)) {

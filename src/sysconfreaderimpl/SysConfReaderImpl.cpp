@@ -106,9 +106,9 @@ void SysConfReaderImpl::Init_i() {
 void SysConfReaderImpl::InitLocalNodeId() {
     loadStep([this] {
         const std::string instanceId = config::environment(config::kInstanceIdVariable);
-        Json::Value root;
-        if (readForLoad(config::pathOf(config::kAppConfig), root)) {
-            rules::loadLocalNodeId(rules::Node(root), instanceId, m_localNodeId);
+        config::Document appConfig;
+        if (readForLoad(config::pathOf(config::kAppConfig), appConfig)) {
+            rules::loadLocalNodeId(appConfig.root(), instanceId, m_localNodeId);
         }
     });
 }

@@ -150,7 +150,11 @@ TEST(RulesOnRandomLists, NorthSlotList_IsWrittenLikeTheNaiveTelling) {
         std::string service;
         std::string service2;
         naive::localNodeIPs(list, "n1", "northbound", byNumber, service, service2);
-        const std::string answer = rules::northSlotList(byNumber, service, service2, "M");
+        rules::SlotMap shared;
+        for (const auto& [number, address] : byNumber) {
+            shared[number] = std::make_shared<const std::string>(address);
+        }
+        const std::string answer = rules::northSlotList(shared, service, service2, "M");
         EXPECT_EQ(answer, naive::localNorthIP(list, "n1", "M"));
         slots.count += byNumber.empty() ? 0 : 1;
     });
@@ -160,7 +164,7 @@ TEST(RulesOnRandomLists, SouthboundSlots_AnswerLikeTheNaiveTellingsThousandKeys)
     Tally slots{"lists with slots"};
     forEachList(
         kListsWithKeys, [&](RandomLists&, const Json::Value& list, const rules::Node& root) {
-            std::map<int, rules::SharedAddress> bySlot;
+            rules::SlotMap bySlot;
             rules::TagWalk seen;
             throws([&] {
                 rules::collectSouthbound(rules::addressEntries(rules::nodeEntry(root, "n1")),

@@ -8,6 +8,14 @@ namespace {
 
 using namespace Quarncommon::rules;
 
+SlotMap shared(const std::map<int, std::string>& slots) {
+    SlotMap map;
+    for (const auto& [slot, address] : slots) {
+        map[slot] = std::make_shared<const std::string>(address);
+    }
+    return map;
+}
+
 TEST(NorthSlotList, EachSetOfNumbers_HasItsText) {
     const struct {
         std::map<int, std::string> byNumber;
@@ -29,13 +37,13 @@ TEST(NorthSlotList, EachSetOfNumbers_HasItsText) {
         {{{2, "1;2"}}, ";1;2;;;"},
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(northSlotList(row.byNumber, "S", "T", "M"), row.expected);
+        EXPECT_EQ(northSlotList(shared(row.byNumber), "S", "T", "M"), row.expected);
     }
 }
 
 TEST(NorthSlotList, NoNumber_IsTheServiceList) {
-    EXPECT_EQ(northSlotList(std::map<int, std::string>(), "S", "T", "M"), "S;T");
-    EXPECT_EQ(northSlotList(std::map<int, std::string>(), "", "T", "M"), "M");
+    EXPECT_EQ(northSlotList({}, "S", "T", "M"), "S;T");
+    EXPECT_EQ(northSlotList({}, "", "T", "M"), "M");
 }
 
 TEST(ServiceList, EachCombination_FallsBackInOrder) {
@@ -62,7 +70,7 @@ TEST(SouthSlotList, EachSetOfSlots_HasItsText) {
         {{}, ";;;;;;;;;"},
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(southSlotList(row.bySlot), row.expected);
+        EXPECT_EQ(southSlotList(shared(row.bySlot), {true, true, "", ""}, "M"), row.expected);
     }
 }
 

@@ -64,7 +64,7 @@ TEST(Trace, CollectByNumber_ReportsKeptNumbersAndOverriddenServices) {
 
 TEST(Trace, CollectByTag_ReportsEachFilledSlot) {
     const auto rule = [](const TracedNode& list) {
-        std::map<int, SharedAddress> bySlot;
+        SlotMap bySlot;
         TagWalk seen;
         collectSouthbound(list, "s", bySlot, seen);
     };
@@ -155,20 +155,21 @@ TEST(Trace, CollectTaggedAddresses_ReportsNodesThatTheCallerHas) {
 
 TEST(Trace, NorthSlotList_ReportsPlacesOrTheFallback) {
     TraceText trace;
-    northSlotList(std::map<int, std::string>{{0, "A"}, {1, "B"}, {3, ""}}, "S", "", "M", &trace);
+    const auto shared = [](const char* text) { return std::make_shared<const std::string>(text); };
+    northSlotList({{0, shared("A")}, {1, shared("B")}, {3, shared("")}}, "S", "", "M", &trace);
     EXPECT_THAT(trace.lines, ElementsAre("service not needed", "service2 not needed",
                                          "0 placed 1 = A", "3 placed 3 = ", "1 placed 5 = B"));
     trace.lines.clear();
-    northSlotList(std::map<int, SharedAddress>(), "S", "T", "M", &trace);
-    northSlotList(std::map<int, SharedAddress>(), "", "T", "M", &trace);
+    northSlotList({}, "S", "T", "M", &trace);
+    northSlotList({}, "", "T", "M", &trace);
     EXPECT_THAT(trace.lines,
                 ElementsAre("fallback to service = S;T", "fallback to maintenance = M"));
 }
 
 TEST(Trace, SouthSlotList_ReportsPlacesAndServicesLeftOut) {
-    const std::map<int, SharedAddress> slots = {{2, std::make_shared<std::string>("B")},
-                                                {11, std::make_shared<std::string>("")},
-                                                {12, std::make_shared<std::string>("L")}};
+    const SlotMap slots = {{2, std::make_shared<std::string>("B")},
+                           {11, std::make_shared<std::string>("")},
+                           {12, std::make_shared<std::string>("L")}};
     TraceText trace;
     southSlotList(slots, {true, true, "", ""}, "M", &trace);
     EXPECT_THAT(trace.lines, ElementsAre("service not needed", "service2 not needed",

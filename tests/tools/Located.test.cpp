@@ -196,7 +196,7 @@ TEST(Located, EveryGrammaticalOddity_IsAcceptedAsTheLibraryDoes) {
     for (const std::string& text : texts) {
         expectSameAsLibrary(text);
     }
-    for (const std::size_t depth : {23U, 24U, 25U, 26U, 200U}) {
+    for (const std::size_t depth : {23U, 1023U, 1024U, 1025U, 2000U}) {
         const std::string arrays = std::string(depth, '[') + std::string(depth, ']');
         expectSameAsLibrary(arrays);
         std::string objects;

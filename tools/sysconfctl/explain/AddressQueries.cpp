@@ -61,7 +61,7 @@ void maintenanceFallback(ExplanationBuilder& builder, const std::string& without
 }
 
 struct Numbered {
-    std::map<int, std::string> numbers;
+    rules::SlotMap numbers;
     std::string service;
     std::string service2;
 };
@@ -146,7 +146,7 @@ std::string south(ExplanationBuilder& builder) {
     builder.floatNode();
     const std::string& id = builder.values.floatNodeId;
     Recorder trace;
-    std::map<int, rules::SharedAddress> bySlot;
+    rules::SlotMap bySlot;
     rules::TagWalk seen;
     traced(builder, trace, [&](const rules::TracedNode& list) {
         rules::collectSouthbound(rules::addressEntries(rules::nodeEntry(list, id)),
@@ -226,7 +226,11 @@ bool explainAddresses(ExplanationBuilder& builder) {
         const Numbered found = numbered(builder, builder.argument(0), trace);
         builder.walk(builder.sources.nodeList, builder.values.floatNodeId, kFloat, trace,
                      numberLabel);
-        answer = library::numberedAnswer(found.numbers, found.service, found.service2);
+        std::map<int, std::string> numbers;
+        for (const auto& [number, address] : found.numbers) {
+            numbers[number] = *address;
+        }
+        answer = library::numberedAnswer(numbers, found.service, found.service2);
     } else if (name == "local-node-ips-by-tag") {
         answer = byWholeTag(builder);
     } else {
