@@ -1,11 +1,12 @@
 #pragma once
 
-#include "rules/Node.h"
+#include "rules/NodeList.h"
 
 #include <list>
 #include <map>
 #include <set>
 #include <string>
+#include <utility>
 
 /// Queries over all nodes of a node list, in ascending order of node ids. If a value of the wrong
 /// type throws, what was collected before it stays in the output.
@@ -13,12 +14,47 @@ namespace Quarncommon::rules {
 
 /// Appends every non-empty "IP" of every node whose member `fieldName`, as text, begins with
 /// `valuePrefix`.
-void appendAddresses(const Node& list, const std::string& fieldName, const std::string& valuePrefix,
-                     std::list<std::string>& addresses);
+template <typename AnyNode>
+void appendAddresses(const AnyNode& list, const std::string& fieldName,
+                     const std::string& valuePrefix, std::list<std::string>& addresses) {
+    for (const auto& [id, node] : list["nodeList"].members()) {
+        if (!node[fieldName].asString().starts_with(valuePrefix)) {
+            reportSkipped(node, Skipped::Why::OtherField);
+            continue;
+        }
+        for (const AnyNode& entry : addressEntries(node).elements()) {
+            std::string address = entry["IP"].asString();
+            if (address.empty()) {
+                reportSkipped(entry, Skipped::Why::NoAddress);
+                continue;
+            }
+            report(entry, [&](const Path& path) { return Collected{path, address}; });
+            addresses.push_back(std::move(address));
+        }
+        report(node, [](const Path& path) { return NodeFinished{path}; });
+    }
+}
 
 /// Inserts node id -> the "IP"s of the entries that have any of `tags` (lower case), for every node
 /// whose id is not a key yet.
-void collectTaggedAddresses(const Node& list, const std::set<std::string>& tags,
-                            std::map<std::string, std::set<std::string>>& byNode);
+template <typename AnyNode>
+void collectTaggedAddresses(const AnyNode& list, const std::set<std::string>& tags,
+                            std::map<std::string, std::set<std::string>>& byNode) {
+    for (const auto& [id, node] : list["nodeList"].members()) {
+        std::set<std::string> tagged;
+        forEachTag(addressEntries(node), [&](AddressEntry<AnyNode>& entry, const std::string& tag) {
+            if (tags.contains(tag) && entry.firstFor(&tagged)) {
+                tagged.insert(*entry.address());
+                entry.reportCollected();
+            }
+            return Walk::OtherTags;
+        });
+        // A node id that the caller's map already has keeps its addresses.
+        if (!byNode.emplace(id, std::move(tagged)).second) {
+            reportSkipped(node, Skipped::Why::AlreadyInAnswer);
+        }
+        report(node, [](const Path& path) { return NodeFinished{path}; });
+    }
+}
 
 } // namespace Quarncommon::rules

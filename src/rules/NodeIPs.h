@@ -11,46 +11,88 @@
 /// when service addresses are reported, and how the arrays are walked.
 namespace Quarncommon::rules {
 
+/// Returns the number after a tag's prefix: decimal, 0 without digits, saturated to the range of
+/// `long` and then cut to its low 32 bits.
+int numberInTag(const std::string& tag, std::size_t prefixLength);
+
+/// Keeps the address that the number has; returns whether it had none.
+inline bool keepFirst(std::map<int, std::string>& byNumber, int number,
+                      const SharedAddress& address) {
+    return byNumber.try_emplace(number, *address).second;
+}
+inline bool keepFirst(std::map<int, SharedAddress>& byNumber, int number,
+                      const SharedAddress& address) {
+    return byNumber.try_emplace(number, address).second;
+}
+
 /// By the number in the tag. The first address wins, numbers that are already keys included.
 /// Service addresses of tags outside the family are always reported. An object is walked like an
-/// array.
-void collectByNumber(const Node& addresses, const std::string& prefix,
-                     std::map<int, std::string>& byNumber, std::string& service,
-                     std::string& service2);
-void collectByNumber(const Node& addresses, const std::string& prefix,
-                     std::map<int, SharedAddress>& byNumber, std::string& service,
-                     std::string& service2);
+/// array. `Address` is std::string or SharedAddress.
+template <typename AnyNode, typename Address>
+void collectByNumber(const AnyNode& addresses, const std::string& prefix,
+                     std::map<int, Address>& byNumber, std::string& service,
+                     std::string& service2) {
+    for (const AnyNode& node : addresses.children()) {
+        AddressEntry<AnyNode> entry(node);
+        const SharedAddress& address = entry.address();
+        for (const AnyNode& usage : entry.usage().children()) {
+            const std::string tag = tagText(usage);
+            // The prefix may be anywhere in the tag, but the number is cut at the prefix's length:
+            // in a tag that does not start with the prefix this is a piece of the tag's text.
+            if (tag.find(prefix) != std::string::npos) {
+                const int number = numberInTag(tag, prefix.size());
+                keepFirst(byNumber, number, address) ? entry.reportTaken(number)
+                                                     : entry.reportKept(number);
+            } else if (tag == kServiceTag && entry.firstFor(&service)) {
+                service = *address;
+                entry.reportTaken(tag);
+            } else if (tag == kService2Tag && entry.firstFor(&service2)) {
+                service2 = *address;
+                entry.reportTaken(tag);
+            }
+        }
+    }
+}
 
-/// What a walk by tag has seen so far; valid also if the walk ended in an exception.
+/// What a walk by tag has seen so far; valid also if the walk ended in an exception. Then the
+/// family is no part of the answer, and of the service addresses only the first one is.
 struct TagWalk {
     bool matched = false;
+    bool complete = false;
     std::string service;
     std::string service2;
+
+    bool hasFamily() const { return complete && matched; }
+    std::string secondService() const { return complete ? service2 : std::string(); }
 };
 
 /// By the whole tag: `Slot slotFor(const std::string& tag)` returns the slot of a tag, a value that
 /// converts to false for a tag outside the family. The last address wins. Service addresses are
 /// reported apart from the family.
-template <typename SlotFor, typename Slot>
-void collectByTag(const Node& addresses, SlotFor slotFor, std::map<Slot, SharedAddress>& bySlot,
+template <typename AnyNode, typename SlotFor, typename Slot>
+void collectByTag(const AnyNode& addresses, SlotFor slotFor, std::map<Slot, SharedAddress>& bySlot,
                   TagWalk& seen) {
-    forEachTag(addresses, [&](AddressEntry& entry, const std::string& tag) {
+    forEachTag(addresses, [&](AddressEntry<AnyNode>& entry, const std::string& tag) {
         if (const Slot slot = slotFor(tag)) {
             bySlot[slot] = entry.address();
             seen.matched = true;
+            entry.reportTaken(tag);
         } else if (tag == kServiceTag && entry.firstFor(&seen.service)) {
             seen.service = *entry.address();
+            entry.reportTaken(tag);
         } else if (tag == kService2Tag && entry.firstFor(&seen.service2)) {
             seen.service2 = *entry.address();
+            entry.reportTaken(tag);
         }
         return Walk::OtherTags;
     });
+    seen.complete = true;
 }
 
 /// The same into texts: `std::string* slotFor(const std::string& tag)` returns where the address of
 /// a tag is stored. If the walk ends in an exception, what was found before is stored.
-template <typename SlotFor>
-void collectByTag(const Node& addresses, SlotFor slotFor, TagWalk& seen) {
+template <typename AnyNode, typename SlotFor>
+void collectByTag(const AnyNode& addresses, SlotFor slotFor, TagWalk& seen) {
     // An address is copied only when it has won: each of many entries may be the last for all
     // slots.
     std::map<std::string*, SharedAddress> bySlot;
@@ -73,5 +115,23 @@ inline constexpr int kSouthboundSlots = 1024;
 
 /// Returns the slot that a tag names, 0 if it names none, as `family` followed by 1.
 int southboundSlot(std::string_view tag, std::string_view family);
+
+/// The southbound addresses under the numbers of their slots.
+template <typename AnyNode>
+void collectSouthbound(const AnyNode& addresses, std::string_view family,
+                       std::map<int, SharedAddress>& bySlot, TagWalk& seen) {
+    const auto slotFor = [&](const std::string& tag) { return southboundSlot(tag, family); };
+    collectByTag(addresses, slotFor, bySlot, seen);
+}
+
+/// Adds the service addresses to the tags of a walk that found no address of the family. An empty
+/// second one is not added.
+void addServices(const TagWalk& seen, std::map<std::string, std::string>& byTag,
+                 Trace* trace = nullptr);
+
+/// Reports which service addresses are left out of the answer to a walk. Those that the caller
+/// counts among the family, because their tags are keys, are not.
+void reportServices(const TagWalk& seen, const std::map<std::string, std::string>& byTag,
+                    Trace* trace);
 
 } // namespace Quarncommon::rules

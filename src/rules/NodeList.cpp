@@ -11,20 +11,4 @@ std::string lowerCased(std::string text) {
     return text;
 }
 
-Node nodeEntry(const Node& list, const std::string& nodeId) {
-    return list["nodeList"][nodeId];
-}
-
-Node addressEntries(const Node& node) {
-    return node["IPAddresses"];
-}
-
-std::string tenancy(const Node& node) {
-    return node["assignedToTenancy"].asString();
-}
-
-std::string hostType(const Node& node) {
-    return node["extAttr"]["hostType"].asString();
-}
-
 } // namespace Quarncommon::rules

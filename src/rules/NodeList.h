@@ -1,6 +1,6 @@
 #pragma once
 
-#include "rules/Node.h"
+#include "rules/Trace.h"
 
 #include <algorithm>
 #include <memory>
@@ -17,21 +17,38 @@ namespace Quarncommon::rules {
 inline constexpr std::string_view kServiceTag = "service";
 inline constexpr std::string_view kService2Tag = "service2";
 inline constexpr std::string_view kMaintenanceTag = "maintenance";
+inline constexpr std::string_view kInternalServiceTag = "internal_service";
+inline constexpr std::string_view kSouthboundFamily = "southbound";
+inline constexpr std::string_view kNorthboundFamily = "northbound";
 
 /// Returns the text with every byte lower-cased by `tolower`.
 std::string lowerCased(std::string text);
 
 /// Returns the node entry of that id in a node list.
-Node nodeEntry(const Node& list, const std::string& nodeId);
+template <typename AnyNode>
+AnyNode nodeEntry(const AnyNode& list, const std::string& nodeId) {
+    AnyNode node = list["nodeList"][nodeId];
+    report(node, [&](const Path& path) { return NodeLookup{path, !node.value().isNull()}; });
+    return node;
+}
 
 /// Returns the address entries of a node entry.
-Node addressEntries(const Node& node);
+template <typename AnyNode>
+AnyNode addressEntries(const AnyNode& node) {
+    return node["IPAddresses"];
+}
 
 /// Returns the role of a node entry, "extAttr"."hostType".
-std::string hostType(const Node& node);
+template <typename AnyNode>
+std::string hostType(const AnyNode& node) {
+    return node["extAttr"]["hostType"].asString();
+}
 
 /// Returns the tenancy of a node entry, "assignedToTenancy".
-std::string tenancy(const Node& node);
+template <typename AnyNode>
+std::string tenancy(const AnyNode& node) {
+    return node["assignedToTenancy"].asString();
+}
 
 /// What a walk does after a tag.
 enum class Walk { OtherTags, NextEntry, Stop };
@@ -42,11 +59,14 @@ using SharedAddress = std::shared_ptr<const std::string>;
 /// An address entry, whose "IP" is read when it is first needed and only once. An entry can have
 /// very many tags and a very long address: finding or copying it for each tag would take time that
 /// grows with the square of the file's size.
+template <typename AnyNode>
 class AddressEntry {
 public:
-    explicit AddressEntry(const Node& entry) : m_entry(entry) {}
+    explicit AddressEntry(const AnyNode& entry) : m_entry(entry) {
+        report(m_entry, [](const Path& path) { return EntryVisited{path}; });
+    }
 
-    Node usage() const { return m_entry["usage"]; }
+    AnyNode usage() const { return m_entry["usage"]; }
 
     /// Returns "IP" as text.
     /// @throws Json::Exception if it has the wrong type.
@@ -67,20 +87,44 @@ public:
         return true;
     }
 
+    /// Reports that the address is taken for a slot, a tag or a number.
+    template <typename Slot>
+    void reportTaken(const Slot& slot) const {
+        report(m_entry, [&](const Path& path) {
+            return SlotFilled{slotName(slot), path, *m_address};
+        });
+    }
+    /// Reports that the slot keeps the address that it has.
+    void reportKept(int slot) const {
+        report(m_entry, [&](const Path& path) { return SlotKept{slotName(slot), path}; });
+    }
+    /// Reports that the address is added to the answer.
+    void reportCollected() const {
+        report(m_entry, [&](const Path& path) { return Collected{path, *m_address}; });
+    }
+
 private:
-    Node m_entry;
+    AnyNode m_entry;
     SharedAddress m_address;
     std::vector<const void*> m_outputs;
 };
 
+/// Reads a tag and lower-cases it.
+template <typename AnyNode>
+std::string tagText(const AnyNode& usage) {
+    std::string tag = lowerCased(usage.asString());
+    report(usage, [&](const Path& path) { return TagCompared{path, tag}; });
+    return tag;
+}
+
 /// Visits the tags of address entries in array order, lower-cased:
-/// `Walk visit(AddressEntry& entry, const std::string& tag)`.
-template <typename Visit>
-void forEachTag(const Node& addresses, Visit visit) {
-    for (const Node& node : addresses.elements()) {
-        AddressEntry entry(node);
-        for (const Node& usage : entry.usage().elements()) {
-            const Walk next = visit(entry, lowerCased(usage.asString()));
+/// `Walk visit(AddressEntry<AnyNode>& entry, const std::string& tag)`.
+template <typename AnyNode, typename Visit>
+void forEachTag(const AnyNode& addresses, Visit visit) {
+    for (const AnyNode& node : addresses.elements()) {
+        AddressEntry<AnyNode> entry(node);
+        for (const AnyNode& usage : entry.usage().elements()) {
+            const Walk next = visit(entry, tagText(usage));
             if (next == Walk::Stop) {
                 return;
             }

@@ -1,18 +1,67 @@
 #pragma once
 
-#include "rules/Node.h"
+#include "rules/NodeList.h"
 
 #include <string>
 
 namespace Quarncommon::rules {
 
+inline constexpr std::string_view kMaster = "master";
+inline constexpr std::string_view kStandby = "standby";
+
 /// Returns the address for traffic between the cluster's nodes: the "IP" of the first entry tagged
-/// `internalServiceTag`, else of the last one tagged "maintenance", else "".
-std::string internalServiceAddress(const Node& addresses, const std::string& internalServiceTag);
+/// "internal_service", else of the last one tagged "maintenance", else "".
+template <typename AnyNode>
+std::string internalServiceAddress(const AnyNode& addresses) {
+    SharedAddress address;
+    bool found = false;
+    forEachTag(addresses, [&](AddressEntry<AnyNode>& entry, const std::string& tag) {
+        found = tag == kInternalServiceTag;
+        if (found || tag == kMaintenanceTag) {
+            address = entry.address();
+            entry.reportTaken(tag);
+        }
+        return found ? Walk::Stop : Walk::OtherTags;
+    });
+    report(addresses, [&](const Path& /*path*/) -> TraceEvent {
+        return found ? TraceEvent(SlotNotNeeded{std::string(kMaintenanceTag)})
+                     : TraceEvent(FallbackUsed{FallbackUsed::To::Maintenance,
+                                               address != nullptr ? *address : ""});
+    });
+    return address != nullptr ? *address : "";
+}
+
+/// Returns kMaster or kStandby for a node that can have the role, "" for any other.
+template <typename AnyNode>
+std::string_view roleOf(const AnyNode& node) {
+    const std::string role = hostType(node);
+    const std::string domainType = node["extAttr"]["domain_node_type"].asString();
+    if (role == kMaster && domainType == "ACCESS_Master") {
+        return kMaster;
+    }
+    return role == kStandby && domainType == "ACCESS_Backup" ? kStandby : std::string_view();
+}
 
 /// Sets the ids of the master and the standby node among the list's nodes that are assigned to
 /// `tenancy`; an id without a candidate is not changed. The greatest id by bytes wins a role.
-void findMasterAndStandby(const Node& list, const std::string& tenancy, std::string& masterNodeId,
-                          std::string& standbyNodeId);
+template <typename AnyNode>
+void findMasterAndStandby(const AnyNode& list, const std::string& tenancy,
+                          std::string& masterNodeId, std::string& standbyNodeId) {
+    for (const auto& [id, node] : list["nodeList"].members()) {
+        if (rules::tenancy(node) != tenancy) {
+            reportSkipped(node, Skipped::Why::OtherTenancy);
+            continue;
+        }
+        const std::string_view role = roleOf(node);
+        if (role.empty()) {
+            reportSkipped(node, Skipped::Why::OtherRole);
+            continue;
+        }
+        (role == kMaster ? masterNodeId : standbyNodeId) = id;
+        report(node, [&](const Path& path) {
+            return SlotFilled{std::string(role), path, path.back()};
+        });
+    }
+}
 
 } // namespace Quarncommon::rules

@@ -1,7 +1,5 @@
 #include "rules/SlotLists.h"
 
-#include "rules/NodeIPs.h"
-
 #include <algorithm>
 #include <array>
 
@@ -12,46 +10,55 @@ namespace {
 constexpr std::array kNorthSlots = {0, 2, 3, 4};
 constexpr int kFixedSouthSlots = 10;
 
-const std::string& textOf(const std::string& address) {
-    return address;
-}
-const std::string& textOf(const SharedAddress& address) {
-    return *address;
-}
-
 /// Returns an empty text with room for all addresses, each with a separator, and as many again.
-template <typename Address>
-std::string roomFor(const std::map<int, Address>& slots, std::size_t separators) {
+std::string roomFor(const SlotMap& slots, std::size_t separators) {
     std::size_t size = separators + slots.size();
     for (const auto& [slot, address] : slots) {
-        size += textOf(address).size();
+        size += address->size();
     }
     std::string list;
     list.reserve(size);
     return list;
 }
 
-/// Appends the address of that slot, if it has one.
-template <typename Address>
-void appendSlot(const std::map<int, Address>& slots, int slot, std::string& list) {
-    if (const auto found = slots.find(slot); found != slots.end()) {
-        list += textOf(found->second);
+/// Appends an address of the slot list.
+void append(std::string& list, std::size_t position, int slot, const SharedAddress& address,
+            Trace* trace) {
+    list += *address;
+    if (trace != nullptr) {
+        trace->report(SlotPlaced{position, slotName(slot), *address});
     }
 }
 
-template <typename Address>
-std::string northList(const std::map<int, Address>& byNumber) {
+/// Appends the address of that slot, if it has one.
+void appendSlot(std::string& list, std::size_t position, int slot, const SlotMap& slots,
+                Trace* trace) {
+    if (const auto found = slots.find(slot); found != slots.end()) {
+        append(list, position, slot, found->second, trace);
+    }
+}
+
+void reportNotNeeded(Trace* trace) {
+    if (trace != nullptr) {
+        trace->report(SlotNotNeeded{std::string(kServiceTag)});
+        trace->report(SlotNotNeeded{std::string(kService2Tag)});
+    }
+}
+
+std::string northList(const SlotMap& byNumber, Trace* trace) {
+    reportNotNeeded(trace);
     std::string list = roomFor(byNumber, kNorthSlots.size());
     // Number 1 has no fixed slot: the tag without a number, 0, is the first of the family.
+    std::size_t position = 0;
     for (const int slot : kNorthSlots) {
-        appendSlot(byNumber, slot, list);
+        appendSlot(list, ++position, slot, byNumber, trace);
         list += ';';
     }
     bool further = false;
     for (const auto& [number, address] : byNumber) {
         if (std::find(kNorthSlots.begin(), kNorthSlots.end(), number) == kNorthSlots.end()) {
             further = true;
-            list += textOf(address);
+            append(list, ++position, number, address, trace);
             list += ';';
         }
     }
@@ -63,19 +70,19 @@ std::string northList(const std::map<int, Address>& byNumber) {
     return list;
 }
 
-template <typename Address>
-std::string southList(const std::map<int, Address>& bySlot) {
+std::string southList(const SlotMap& bySlot, Trace* trace) {
     std::string list = roomFor(bySlot, kFixedSouthSlots);
     for (int slot = 1; slot <= kFixedSouthSlots; ++slot) {
         if (slot > 1) {
             list += ';';
         }
-        appendSlot(bySlot, slot, list);
+        appendSlot(list, static_cast<std::size_t>(slot), slot, bySlot, trace);
     }
+    std::size_t position = kFixedSouthSlots;
     for (auto further = bySlot.upper_bound(kFixedSouthSlots); further != bySlot.end(); ++further) {
-        if (!textOf(further->second).empty()) {
+        if (!further->second->empty()) {
             list += ';';
-            list += textOf(further->second);
+            append(list, ++position, further->first, further->second, trace);
         }
     }
     return list;
@@ -84,30 +91,30 @@ std::string southList(const std::map<int, Address>& bySlot) {
 } // namespace
 
 std::string serviceList(const std::string& service, const std::string& service2,
-                        const std::string& maintenance) {
-    if (service.empty()) {
-        return maintenance;
+                        const std::string& maintenance, Trace* trace) {
+    const bool toMaintenance = service.empty();
+    std::string list = toMaintenance      ? maintenance
+                       : service2.empty() ? service
+                                          : service + ";" + service2;
+    if (trace != nullptr) {
+        using To = FallbackUsed::To;
+        trace->report(FallbackUsed{toMaintenance ? To::Maintenance : To::Service, list});
     }
-    return service2.empty() ? service : service + ";" + service2;
+    return list;
 }
 
-std::string northSlotList(const std::map<int, std::string>& byNumber, const std::string& service,
-                          const std::string& service2, const std::string& maintenance) {
-    return byNumber.empty() ? serviceList(service, service2, maintenance) : northList(byNumber);
+std::string northSlotList(const SlotMap& byNumber, const std::string& service,
+                          const std::string& service2, const std::string& maintenance,
+                          Trace* trace) {
+    return byNumber.empty() ? serviceList(service, service2, maintenance, trace)
+                            : northList(byNumber, trace);
 }
 
-std::string sharedNorthSlotList(const std::map<int, SharedAddress>& byNumber,
-                                const std::string& service, const std::string& service2,
-                                const std::string& maintenance) {
-    return byNumber.empty() ? serviceList(service, service2, maintenance) : northList(byNumber);
-}
-
-std::string southSlotList(const std::map<int, std::string>& bySlot) {
-    return southList(bySlot);
-}
-
-std::string sharedSouthSlotList(const std::map<int, SharedAddress>& bySlot) {
-    return southList(bySlot);
+std::string southSlotList(const SlotMap& bySlot, const TagWalk& seen,
+                          const std::string& maintenance, Trace* trace) {
+    reportServices(seen, {}, trace);
+    return seen.hasFamily() ? southList(bySlot, trace)
+                            : serviceList(seen.service, seen.secondService(), maintenance, trace);
 }
 
 int protocolFamily(const std::list<std::string>& pieces) {

@@ -70,15 +70,7 @@ void SysConfReader::getLocalNodeIPs(std::map<std::string, std::string>& usageIPs
         walkTags(nodeId, prepare, [&](const rules::Node& addresses, rules::TagWalk& walk) {
             rules::collectByTag(addresses, slotFor, walk);
         });
-    if (seen.matched) {
-        return;
-    }
-    completes([&] {
-        usageIPs[std::string(rules::kServiceTag)] = seen.service;
-        if (!seen.service2.empty()) {
-            usageIPs[std::string(rules::kService2Tag)] = seen.service2;
-        }
-    });
+    completes([&] { rules::addServices(seen, usageIPs); });
 }
 
 } // namespace Quarncommon

@@ -11,7 +11,7 @@ namespace Quarncommon {
 std::string SysConfReader::getLocalNorthIP() {
     // Both values of one load: read separately, one of them might be of the next load.
     const Identity loaded = identity();
-    std::map<int, rules::SharedAddress> byNumber;
+    rules::SlotMap byNumber;
     std::string service;
     std::string service2;
     completes([&] {
@@ -22,24 +22,20 @@ std::string SysConfReader::getLocalNorthIP() {
                 std::string(kNorthboundFamily), byNumber, service, service2);
         }
     });
-    return rules::sharedNorthSlotList(byNumber, service, service2, loaded.maintenanceIP);
+    return rules::northSlotList(byNumber, service, service2, loaded.maintenanceIP);
 }
 
 // The answer that the second getLocalNodeIPs gives on an empty map, without its 1024 keys: only the
 // slots that have an address are stored, under their numbers.
 std::string SysConfReader::getLocalSouthIP() {
     const ReadGuard guard(m_pMutex, turnsOf<SysConfReader>);
-    std::map<int, rules::SharedAddress> bySlot;
+    rules::SlotMap bySlot;
     const rules::TagWalk seen = walkTags(
         m_floatNodeId, [] {},
         [&](const rules::Node& addresses, rules::TagWalk& walk) {
-            const auto slotFor = [](const std::string& tag) {
-                return rules::southboundSlot(tag, kSouthboundFamily);
-            };
-            rules::collectByTag(addresses, slotFor, bySlot, walk);
+            rules::collectSouthbound(addresses, kSouthboundFamily, bySlot, walk);
         });
-    return seen.matched ? rules::sharedSouthSlotList(bySlot)
-                        : rules::serviceList(seen.service, seen.service2, m_maintenanceIP);
+    return rules::southSlotList(bySlot, seen, m_maintenanceIP);
 }
 
 } // namespace Quarncommon

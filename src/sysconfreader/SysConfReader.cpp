@@ -1,7 +1,7 @@
 #include "SysConfReader.h"
 
 #include "SysConfReaderImpl.h"
-#include "rules/NodeList.h"
+#include "rules/ReaderLoad.h"
 #include "sysconfreader/Loads.h"
 #include "sysconfreader/UsageTags.h"
 #include "sysconfreaderimpl/ChangeEvents.h"
@@ -112,41 +112,29 @@ private:
     SysConfReader& m_reader;
 };
 
-// The order of the assignments is binding: a value of the wrong type throws and ends the load, with
-// every member before it new and every member after it old.
 void SysConfReader::loadFiles(const std::string& appConfigPath, const std::string& instanceId) {
     IdentityUpdate identity(*this);
-    std::string& maintenanceIP = identity.loaded.maintenanceIP;
-    std::string& floatNodeId = identity.loaded.floatNodeId;
-
+    const rules::ReaderValues values{.databases = m_dbInfo,
+                                     .maintenanceIP = identity.loaded.maintenanceIP,
+                                     .localhostIP = m_localhostIP,
+                                     .wssIP = m_wssIP,
+                                     .wssPort = m_wssPort,
+                                     .localPort = m_localPort,
+                                     .corbaPort = m_corbaPort,
+                                     .corbaSSLPort = m_corbaSSLPort,
+                                     .nodeId = m_nodeId,
+                                     .hostType = m_hostType,
+                                     .floatNodeId = identity.loaded.floatNodeId,
+                                     .hostTagName = m_hostTagName};
     config::Document appConfig;
     if (readForLoad(appConfigPath, appConfig)) {
-        for (const auto& [name, database] : appConfig.root()["databases"].members()) {
-            m_dbInfo[name] = database.value();
-        }
-
-        const rules::Node process = appConfig.root()["processes"][instanceId];
-        maintenanceIP = process["IR"]["ip"].asString();
-        m_localhostIP = process["local"]["ip"].asString();
-        m_wssIP = process["wss"]["ip"].asString();
-        m_wssPort = process["wss"]["port"].asInt();
-        m_localPort = process["local"]["port"].asInt();
-        m_corbaPort = process["CORBA"]["port"].asInt();
-        m_corbaSSLPort = process["CORBA_SSL"]["port"].asInt();
-        m_nodeId = process["nodeId"].asString();
-        floatNodeId = m_nodeId;
+        rules::loadAppConfig(appConfig.root(), instanceId, values);
     }
-
     config::Document list;
-    if (!readForLoad(config::pathOf(config::kNodeList), list)) {
-        return;
+    if (readForLoad(config::pathOf(config::kNodeList), list)) {
+        const auto replaceBySource = [this](std::string& nodeId) { getSourceNodeId(nodeId); };
+        rules::loadNodeList(list.root(), replaceBySource, values);
     }
-    m_hostType = rules::hostType(rules::nodeEntry(list.root(), m_nodeId));
-    if (m_hostType == "standby") {
-        getSourceNodeId(floatNodeId);
-    }
-    // The role comes from this node, the host tag from the float node.
-    m_hostTagName = rules::nodeEntry(list.root(), floatNodeId)["extAttr"]["HOSTID"].asString();
 }
 
 SysConfReader::Identity SysConfReader::identity() {

@@ -1,8 +1,7 @@
 #include "SysConfReaderImpl.h"
 
 #include "SysConfReader.h"
-#include "rules/NodeList.h"
-#include "rules/Roles.h"
+#include "rules/RoleLoad.h"
 #include "sysconfreader/Loads.h"
 #include "sysconfreader/UsageTags.h"
 #include "sysconfreaderimpl/ChangeEvents.h"
@@ -17,13 +16,6 @@ namespace {
 const std::string kRolesInternalServiceUsage(kInternalServiceTag);
 const std::string kRolesSouthboundUsage(kSouthboundFamily);
 const std::string kRolesNorthboundUsage(kNorthboundFamily);
-
-/// GetInternalIp of a node's address entries, without a tree of them.
-std::string internalIpOf(const config::Document& list, const std::string& nodeId) {
-    return rules::internalServiceAddress(
-        rules::addressEntries(rules::nodeEntry(list.root(), nodeId)),
-        std::string(kInternalServiceTag));
-}
 
 } // namespace
 
@@ -116,7 +108,7 @@ void SysConfReaderImpl::InitLocalNodeId() {
         const std::string instanceId = config::environment(config::kInstanceIdVariable);
         config::Document appConfig;
         if (readForLoad(config::pathOf(config::kAppConfig), appConfig)) {
-            m_localNodeId = appConfig.root()["processes"][instanceId]["nodeId"].asString();
+            rules::loadLocalNodeId(appConfig.root(), instanceId, m_localNodeId);
         }
     });
 }
@@ -125,7 +117,7 @@ void SysConfReaderImpl::InitLocalIp() {
     loadStep([this] {
         config::Document list;
         if (readForLoad(GetNodeListFilePath(), list)) {
-            m_localInternalServiceIP = internalIpOf(list, m_localNodeId);
+            rules::loadLocalIp(list.root(), m_localNodeId, m_localInternalServiceIP);
         }
     });
 }
@@ -134,7 +126,7 @@ void SysConfReaderImpl::InitAssignedToTenancy() {
     loadStep([this] {
         config::Document list;
         if (readForLoad(GetNodeListFilePath(), list)) {
-            m_productName = rules::tenancy(rules::nodeEntry(list.root(), m_localNodeId));
+            rules::loadTenancy(list.root(), m_localNodeId, m_productName);
         }
     });
 }
@@ -143,8 +135,7 @@ void SysConfReaderImpl::InitMasterAndStandyNodeId() {
     loadStep([this] {
         config::Document list;
         if (readForLoad(GetManagerNodeListFilePath(), list)) {
-            rules::findMasterAndStandby(list.root(), m_productName, m_masterNodeId,
-                                        m_standbyNodeId);
+            rules::loadRoleNodeIds(list.root(), m_productName, m_masterNodeId, m_standbyNodeId);
         }
     });
 }
@@ -153,14 +144,14 @@ void SysConfReaderImpl::InitMasterAndStandyIp() {
     loadStep([this] {
         config::Document list;
         if (readForLoad(GetManagerNodeListFilePath(), list)) {
-            m_masterInternalServiceIP = internalIpOf(list, m_masterNodeId);
-            m_standbyInternalServiceIP = internalIpOf(list, m_standbyNodeId);
+            rules::loadRoleIps(list.root(), m_masterNodeId, m_standbyNodeId,
+                               m_masterInternalServiceIP, m_standbyInternalServiceIP);
         }
     });
 }
 
 std::string SysConfReaderImpl::GetInternalIp(const Json::Value& addresses) const {
-    return rules::internalServiceAddress(addresses, std::string(kInternalServiceTag));
+    return rules::internalServiceAddress(rules::Node(addresses));
 }
 
 std::string SysConfReaderImpl::GetNodeListFilePath() const {

@@ -6,6 +6,7 @@
 namespace {
 
 using Quarncommon::rules::addressByTag;
+using Quarncommon::rules::Node;
 
 struct Row {
     const char* name;
@@ -40,7 +41,7 @@ TEST(AddressByTag, EachList_FirstTaggedEntryDecides) {
          "B"},
     };
     for (const Row& row : rows) {
-        EXPECT_EQ(addressByTag(json(row.addresses), row.tag), row.expected) << row.name;
+        EXPECT_EQ(addressByTag(Node(json(row.addresses)), row.tag), row.expected) << row.name;
     }
 }
 
@@ -55,7 +56,7 @@ TEST(AddressByTag, WrongTypesOnTheWay_ThrowWhatJsoncppThrows) {
                                  R"([{"IP":"A","usage":{"a":"x"}}])",
                                  R"([7,{"IP":"A","usage":["x"]}])"};
     for (const char* list : lists) {
-        EXPECT_THROW(addressByTag(json(list), "x"), Json::Exception) << list;
+        EXPECT_THROW(addressByTag(Node(json(list)), "x"), Json::Exception) << list;
     }
 }
 

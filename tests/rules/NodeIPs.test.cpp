@@ -74,7 +74,7 @@ TEST(CollectByNumber, EachTag_NumberIsWhatStrtolReadsCutTo32Bits) {
     };
     for (const auto& row : rows) {
         Collected seen;
-        collectByNumber(taggedEntry("northbound" + row.rest), "northbound", seen.byNumber,
+        collectByNumber(Node(taggedEntry("northbound" + row.rest)), "northbound", seen.byNumber,
                         seen.service, seen.service2);
         EXPECT_THAT(seen.byNumber, ElementsAre(Pair(row.number, "A"))) << row.rest;
         EXPECT_EQ(seen.service, "untouched") << row.rest;
@@ -98,7 +98,7 @@ TEST(CollectByNumber, PrefixInTheMiddle_CutsAtThePrefixsLength) {
     };
     for (const auto& row : rows) {
         Collected seen;
-        collectByNumber(taggedEntry(row.tag), row.prefix, seen.byNumber, seen.service,
+        collectByNumber(Node(taggedEntry(row.tag)), row.prefix, seen.byNumber, seen.service,
                         seen.service2);
         EXPECT_THAT(seen.byNumber, ElementsAre(Pair(row.number, "A"))) << row.tag;
         EXPECT_EQ(seen.service, "untouched") << row.tag;
@@ -108,8 +108,8 @@ TEST(CollectByNumber, PrefixInTheMiddle_CutsAtThePrefixsLength) {
 
 TEST(CollectByNumber, ErrorPartWay_KeepsWhatWasCollected) {
     Collected seen;
-    EXPECT_THROW(collectByNumber(json(R"([{"IP":"S","usage":["service"]},
-                                          {"IP":"A","usage":["n2",[],"n3"]}])"),
+    EXPECT_THROW(collectByNumber(Node(json(R"([{"IP":"S","usage":["service"]},
+                                          {"IP":"A","usage":["n2",[],"n3"]}])")),
                                  "n", seen.byNumber, seen.service, seen.service2),
                  Json::Exception);
     EXPECT_THAT(seen.byNumber, ElementsAre(Pair(2, "A")));
@@ -118,8 +118,8 @@ TEST(CollectByNumber, ErrorPartWay_KeepsWhatWasCollected) {
 
 TEST(CollectByNumber, ObjectsInPlaceOfArrays_AreWalkedInKeyOrder) {
     Collected seen;
-    collectByNumber(json(R"({"b":{"IP":"B","usage":["n2","service"]},
-                             "a":{"IP":"A","usage":{"y":"service","x":"n2"}}})"),
+    collectByNumber(Node(json(R"({"b":{"IP":"B","usage":["n2","service"]},
+                             "a":{"IP":"A","usage":{"y":"service","x":"n2"}}})")),
                     "n", seen.byNumber, seen.service, seen.service2);
     EXPECT_THAT(seen.byNumber, ElementsAre(Pair(2, "A")));
     EXPECT_EQ(seen.service, "B");
@@ -128,8 +128,8 @@ TEST(CollectByNumber, ObjectsInPlaceOfArrays_AreWalkedInKeyOrder) {
 TEST(CollectByNumber, WrongTypeOfAnIPWithoutTags_EndsTheWalkAllTheSame) {
     // The address is read once an entry, before its tags.
     Collected seen;
-    EXPECT_THROW(collectByNumber(json(R"([{"IP":{},"usage":[]},{"IP":"A","usage":["n"]}])"), "n",
-                                 seen.byNumber, seen.service, seen.service2),
+    EXPECT_THROW(collectByNumber(Node(json(R"([{"IP":{},"usage":[]},{"IP":"A","usage":["n"]}])")),
+                                 "n", seen.byNumber, seen.service, seen.service2),
                  Json::Exception);
     EXPECT_THAT(seen.byNumber, IsEmpty());
 }
@@ -177,8 +177,8 @@ TEST(CollectByTag, TagsOfTheFamily_LastAddressCountsAndServiceStaysApart) {
     std::string slot = "old";
     TagWalk seen;
     collectByTag(
-        json(R"([{"IP":"A","usage":["X"]},{"IP":"B","usage":["x","service"]},
-                 {"IP":"S","usage":["SERVICE"]},{"IP":"T","usage":["service2","y"]}])"),
+        Node(json(R"([{"IP":"A","usage":["X"]},{"IP":"B","usage":["x","service"]},
+                 {"IP":"S","usage":["SERVICE"]},{"IP":"T","usage":["service2","y"]}])")),
         [&](const std::string& tag) { return tag == "x" ? &slot : nullptr; }, seen);
     EXPECT_EQ(slot, "B");
     EXPECT_TRUE(seen.matched);
@@ -189,7 +189,7 @@ TEST(CollectByTag, TagsOfTheFamily_LastAddressCountsAndServiceStaysApart) {
 TEST(CollectByTag, NoTagOfTheFamily_IsNoMatch) {
     TagWalk seen;
     collectByTag(
-        json(R"([{"IP":"S","usage":["service","z"]}])"),
+        Node(json(R"([{"IP":"S","usage":["service","z"]}])")),
         [](const std::string&) -> std::string* { return nullptr; }, seen);
     EXPECT_FALSE(seen.matched);
     EXPECT_EQ(seen.service, "S");
@@ -198,10 +198,11 @@ TEST(CollectByTag, NoTagOfTheFamily_IsNoMatch) {
 
 TEST(CollectByTag, ErrorPartWay_TellsWhatWasSeen) {
     TagWalk seen;
-    EXPECT_THROW(collectByTag(
-                     json(R"([{"IP":"S","usage":["service"]},{"IP":[],"usage":["service2"]}])"),
-                     [](const std::string&) -> std::string* { return nullptr; }, seen),
-                 Json::Exception);
+    EXPECT_THROW(
+        collectByTag(
+            Node(json(R"([{"IP":"S","usage":["service"]},{"IP":[],"usage":["service2"]}])")),
+            [](const std::string&) -> std::string* { return nullptr; }, seen),
+        Json::Exception);
     EXPECT_EQ(seen.service, "S");
 }
 

@@ -31,7 +31,7 @@ TEST(NodeListLookUps, AbsentMembers_ReadAsNullAndEmpty) {
                              R"({"nodeList":{"n1":null}})", R"({"nodeList":{"n1":{}}})",
                              R"({"nodeList":{"n1":{"extAttr":null,"IPAddresses":null}}})"}) {
         const Json::Value tree = json(list);
-        const Node node = nodeEntry(tree, "n1");
+        const Node node = nodeEntry(Node(tree), "n1");
         EXPECT_TRUE(addressEntries(node).value().isNull()) << list;
         EXPECT_EQ(hostType(node), "") << list;
         EXPECT_EQ(tenancy(node), "") << list;
@@ -42,30 +42,30 @@ TEST(NodeListLookUps, PresentMembers_AreFoundByExactId) {
     const Json::Value list = json(
         R"({"nodeList":{"a\u0000b":{"extAttr":{"hostType":"Master"},"assignedToTenancy":"T 1",
                                     "IPAddresses":[1]},"a":{}}})");
-    const Node node = nodeEntry(list, "a\0b"s);
+    const Node node = nodeEntry(Node(list), "a\0b"s);
     EXPECT_EQ(hostType(node), "Master");
     EXPECT_EQ(tenancy(node), "T 1");
     EXPECT_EQ(addressEntries(node).value(), json("[1]"));
-    EXPECT_TRUE(nodeEntry(list, "A").value().isNull());
+    EXPECT_TRUE(nodeEntry(Node(list), "A").value().isNull());
 }
 
 TEST(NodeListLookUps, WrongTypes_ThrowWhatJsoncppThrows) {
     for (const char* list : {"[]", "7", R"({"nodeList":[]})", R"({"nodeList":"x"})"}) {
-        EXPECT_THROW(nodeEntry(json(list), "n1"), Json::Exception) << list;
+        EXPECT_THROW(nodeEntry(Node(json(list)), "n1"), Json::Exception) << list;
     }
     for (const char* node : {"[]", "7", R"("x")"}) {
-        EXPECT_THROW(addressEntries(json(node)), Json::Exception) << node;
-        EXPECT_THROW(tenancy(json(node)), Json::Exception) << node;
+        EXPECT_THROW(addressEntries(Node(json(node))), Json::Exception) << node;
+        EXPECT_THROW(tenancy(Node(json(node))), Json::Exception) << node;
     }
-    EXPECT_THROW(hostType(json(R"({"extAttr":[]})")), Json::Exception);
-    EXPECT_THROW(hostType(json(R"({"extAttr":{"hostType":{}}})")), Json::Exception);
-    EXPECT_THROW(tenancy(json(R"({"assignedToTenancy":[]})")), Json::Exception);
+    EXPECT_THROW(hostType(Node(json(R"({"extAttr":[]})"))), Json::Exception);
+    EXPECT_THROW(hostType(Node(json(R"({"extAttr":{"hostType":{}}})"))), Json::Exception);
+    EXPECT_THROW(tenancy(Node(json(R"({"assignedToTenancy":[]})"))), Json::Exception);
 }
 
 /// The tags that a walk visits, each with its entry's address.
 std::vector<std::string> walked(const char* addresses, const std::string& at, Walk then) {
     std::vector<std::string> seen;
-    forEachTag(json(addresses), [&](AddressEntry& entry, const std::string& tag) {
+    forEachTag(Node(json(addresses)), [&](AddressEntry<Node>& entry, const std::string& tag) {
         seen.push_back(*entry.address() + tag);
         return tag == at ? then : Walk::OtherTags;
     });
@@ -81,11 +81,11 @@ TEST(ForEachTag, EachAnswer_SteersTheWalk) {
 }
 
 TEST(ForEachTag, ObjectsInPlaceOfArrays_ThrowUnlessEmpty) {
-    const auto none = [](const AddressEntry&, const std::string&) { return Walk::OtherTags; };
-    EXPECT_NO_THROW(forEachTag(json("{}"), none));
-    EXPECT_NO_THROW(forEachTag(json(R"([{"usage":{}}])"), none));
-    EXPECT_THROW(forEachTag(json(R"({"a":{}})"), none), Json::Exception);
-    EXPECT_THROW(forEachTag(json(R"([{"usage":{"a":"x"}}])"), none), Json::Exception);
+    const auto none = [](AddressEntry<Node>&, const std::string&) { return Walk::OtherTags; };
+    EXPECT_NO_THROW(forEachTag(Node(json("{}")), none));
+    EXPECT_NO_THROW(forEachTag(Node(json(R"([{"usage":{}}])")), none));
+    EXPECT_THROW(forEachTag(Node(json(R"({"a":{}})")), none), Json::Exception);
+    EXPECT_THROW(forEachTag(Node(json(R"([{"usage":{"a":"x"}}])")), none), Json::Exception);
 }
 
 } // namespace

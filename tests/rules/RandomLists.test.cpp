@@ -150,13 +150,12 @@ TEST(RulesOnRandomLists, NorthSlotList_IsWrittenLikeTheNaiveTelling) {
         std::string service;
         std::string service2;
         naive::localNodeIPs(list, "n1", "northbound", byNumber, service, service2);
-        std::map<int, rules::SharedAddress> shared;
+        rules::SlotMap shared;
         for (const auto& [number, address] : byNumber) {
             shared[number] = std::make_shared<const std::string>(address);
         }
-        const std::string answer = naive::localNorthIP(list, "n1", "M");
-        EXPECT_EQ(rules::northSlotList(byNumber, service, service2, "M"), answer);
-        EXPECT_EQ(rules::sharedNorthSlotList(shared, service, service2, "M"), answer);
+        const std::string answer = rules::northSlotList(shared, service, service2, "M");
+        EXPECT_EQ(answer, naive::localNorthIP(list, "n1", "M"));
         slots.count += byNumber.empty() ? 0 : 1;
     });
 }
@@ -165,20 +164,15 @@ TEST(RulesOnRandomLists, SouthboundSlots_AnswerLikeTheNaiveTellingsThousandKeys)
     Tally slots{"lists with slots"};
     forEachList(
         kListsWithKeys, [&](RandomLists&, const Json::Value& list, const rules::Node& root) {
-            std::map<int, rules::SharedAddress> bySlot;
+            rules::SlotMap bySlot;
             rules::TagWalk seen;
-            const bool threw = throws([&] {
-                rules::collectByTag(
-                    rules::addressEntries(rules::nodeEntry(root, "n1")),
-                    [](const std::string& tag) { return rules::southboundSlot(tag, "southbound"); },
-                    bySlot, seen);
+            throws([&] {
+                rules::collectSouthbound(rules::addressEntries(rules::nodeEntry(root, "n1")),
+                                         "southbound", bySlot, seen);
             });
-            const std::string answer = threw ? rules::serviceList(seen.service, "", "M")
-                                       : seen.matched
-                                           ? rules::sharedSouthSlotList(bySlot)
-                                           : rules::serviceList(seen.service, seen.service2, "M");
+            const std::string answer = rules::southSlotList(bySlot, seen, "M");
             EXPECT_EQ(answer, naive::localSouthIP(list, "n1", "M"));
-            slots.count += !threw && seen.matched ? 1 : 0;
+            slots.count += seen.hasFamily() ? 1 : 0;
         });
 }
 
@@ -221,7 +215,7 @@ TEST(RulesOnRandomLists, InternalServiceAddress_AnswersAndThrowsLikeTheNaiveTell
         random.list(); // decides how often this list is mistyped
         const Json::Value addresses = random.addresses();
         const std::string answer =
-            outcome([&] { return rules::internalServiceAddress(addresses, "internal_service"); });
+            outcome([&] { return rules::internalServiceAddress(rules::Node(addresses)); });
         EXPECT_EQ(answer, outcome([&] { return naive::internalServiceAddress(addresses); }))
             << "seed " << seed << ": " << textOf(addresses);
         found.count += answer.size() > std::string("answer ").size() ? 1 : 0;

@@ -7,6 +7,7 @@ namespace {
 
 using Quarncommon::rules::findMasterAndStandby;
 using Quarncommon::rules::internalServiceAddress;
+using Quarncommon::rules::Node;
 
 TEST(InternalServiceAddress, EachList_FirstInternalElseLastMaintenance) {
     const struct {
@@ -37,8 +38,7 @@ TEST(InternalServiceAddress, EachList_FirstInternalElseLastMaintenance) {
         {"error behind the answer", R"([{"IP":"A","usage":["internal_service"]},7])", "A"},
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(internalServiceAddress(json(row.addresses), "internal_service"), row.expected)
-            << row.name;
+        EXPECT_EQ(internalServiceAddress(Node(json(row.addresses))), row.expected) << row.name;
     }
 }
 
@@ -63,7 +63,7 @@ TEST(FindMasterAndStandby, EachPairOfTypes_FollowsTheDecisionTable) {
         nodes["n"]["extAttr"]["domain_node_type"] = row.domain;
         std::string master = "-";
         std::string standby = "-";
-        findMasterAndStandby(list, "", master, standby);
+        findMasterAndStandby(Node(list), "", master, standby);
         EXPECT_EQ(master, row.master) << row.host << ' ' << row.domain;
         EXPECT_EQ(standby, row.standby) << row.host << ' ' << row.domain;
     }
@@ -79,7 +79,7 @@ TEST(FindMasterAndStandby, SeveralCandidatesOfTheTenancy_GreatestIdWins) {
     }
     std::string master;
     std::string standby = "kept";
-    findMasterAndStandby(list, "t1", master, standby);
+    findMasterAndStandby(Node(list), "t1", master, standby);
     EXPECT_EQ(master, "n9");
     EXPECT_EQ(standby, "kept");
 }

@@ -8,6 +8,14 @@ namespace {
 
 using namespace Quarncommon::rules;
 
+SlotMap shared(const std::map<int, std::string>& slots) {
+    SlotMap map;
+    for (const auto& [slot, address] : slots) {
+        map[slot] = std::make_shared<const std::string>(address);
+    }
+    return map;
+}
+
 TEST(NorthSlotList, EachSetOfNumbers_HasItsText) {
     const struct {
         std::map<int, std::string> byNumber;
@@ -29,7 +37,7 @@ TEST(NorthSlotList, EachSetOfNumbers_HasItsText) {
         {{{2, "1;2"}}, ";1;2;;;"},
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(northSlotList(row.byNumber, "S", "T", "M"), row.expected);
+        EXPECT_EQ(northSlotList(shared(row.byNumber), "S", "T", "M"), row.expected);
     }
 }
 
@@ -62,7 +70,7 @@ TEST(SouthSlotList, EachSetOfSlots_HasItsText) {
         {{}, ";;;;;;;;;"},
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(southSlotList(row.bySlot), row.expected);
+        EXPECT_EQ(southSlotList(shared(row.bySlot), {true, true, "", ""}, "M"), row.expected);
     }
 }
 

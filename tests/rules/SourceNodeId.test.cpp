@@ -7,20 +7,21 @@
 namespace {
 
 using Quarncommon::rules::collectServiceAddresses;
+using Quarncommon::rules::Node;
 using Quarncommon::rules::sourceNode;
 using testing::ElementsAre;
 using testing::Pair;
 
 TEST(CollectServiceAddresses, EachNode_LastServiceAddressUnlessStandby) {
     std::map<std::string, std::string> table;
-    collectServiceAddresses(json(R"({"nodeList":{
+    collectServiceAddresses(Node(json(R"({"nodeList":{
         "two":{"IPAddresses":[{"IP":"1","usage":["service"]},{"IP":"2","usage":["x","SERVICE"]}]},
         "once":{"IPAddresses":[{"IP":"3","usage":["service","service"]},{"IP":"4","usage":["y"]}]},
         "standby":{"extAttr":{"hostType":"standby"},"IPAddresses":[{"IP":"5","usage":["service"]}]},
         "Standby":{"extAttr":{"hostType":"Standby"},"IPAddresses":[{"IP":"6","usage":["service"]}]},
         "noIP":{"IPAddresses":[{"usage":["service"]}]},
         "plain":{"IPAddresses":[{"IP":"7","usage":"service"}]},
-        "none":{}}})"),
+        "none":{}}})")),
                             table);
     EXPECT_THAT(table, ElementsAre(Pair("Standby", "6"), Pair("noIP", ""), Pair("once", "3"),
                                    Pair("two", "2")));
@@ -29,16 +30,17 @@ TEST(CollectServiceAddresses, EachNode_LastServiceAddressUnlessStandby) {
 TEST(CollectServiceAddresses, TagBehindTheServiceTag_IsNotRead) {
     std::map<std::string, std::string> table;
     collectServiceAddresses(
-        json(R"({"nodeList":{"a":{"IPAddresses":[{"IP":"1","usage":["service",[]]}]}}})"), table);
+        Node(json(R"({"nodeList":{"a":{"IPAddresses":[{"IP":"1","usage":["service",[]]}]}}})")),
+        table);
     EXPECT_THAT(table, ElementsAre(Pair("a", "1")));
 }
 
 TEST(CollectServiceAddresses, ErrorPartWay_KeepsTheTable) {
     std::map<std::string, std::string> table;
-    EXPECT_THROW(collectServiceAddresses(json(R"({"nodeList":{
+    EXPECT_THROW(collectServiceAddresses(Node(json(R"({"nodeList":{
         "a":{"IPAddresses":[{"IP":"1","usage":["service"]}]},
         "b":{"IPAddresses":[{"IP":"2","usage":["service"]},7]},
-        "c":{"IPAddresses":[{"IP":"3","usage":["service"]}]}}})"),
+        "c":{"IPAddresses":[{"IP":"3","usage":["service"]}]}}})")),
                                          table),
                  Json::Exception);
     EXPECT_THAT(table, ElementsAre(Pair("a", "1"), Pair("b", "2")));

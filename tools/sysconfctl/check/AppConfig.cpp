@@ -1,6 +1,7 @@
 #include "check/Checker.h"
 
-#include "deployment/Misfits.h"
+#include "deployment/JsonValues.h"
+#include "deployment/TypeMismatches.h"
 
 #include <fmt/format.h>
 
@@ -17,13 +18,14 @@ Path with(Path path, std::initializer_list<const char*> steps) {
 }
 
 void checkStops(Checker& checker, const SourceFile& file) {
-    const auto misfits = appConfigMisfits(file.tree, checker.sources.instance.text());
     const Stop* const stop = checker.loaded().stop(LoadStep::AppConfig);
-    for (const Misfit& misfit : misfits) {
-        const bool stops = stop != nullptr && stop->path == misfit.path;
-        const std::string where = misfit.path.empty() ? "the root" : '"' + misfit.path.back() + '"';
-        checker.at(file, misfit.path, Severity::Error, "wrong-type",
-                   where + ' ' + misfit.sentence +
+    for (const TypeMismatch& mismatch :
+         appConfigMismatches(file.tree, checker.sources.instance.text())) {
+        const bool stops = stop != nullptr && stop->path == mismatch.path;
+        const std::string where =
+            mismatch.path.empty() ? "the root" : '"' + mismatch.path.back() + '"';
+        checker.at(file, mismatch.path, Severity::Error, "wrong-type",
+                   where + ' ' + describe(mismatch, file.tree) +
                        (stops
                             ? ": the loader stops here; what it reads behind this, ports, node id "
                               "and host tag among it, keeps its previous value"

@@ -1,11 +1,10 @@
 #include "check/Checker.h"
 
 #include "cli/Suggestion.h"
-#include "deployment/Misfits.h"
+#include "deployment/JsonValues.h"
 #include "render/Text.h"
 
 #include <rules/Roles.h>
-#include <sysconfreader/Guards.h>
 
 #include <fmt/format.h>
 
@@ -84,25 +83,33 @@ void checkStandby(Checker& checker) {
     }
 }
 
-/// The nodes of the tenancy that have the role, each asked about alone.
-std::vector<std::string> candidates(const Checker& checker, bool master) {
-    std::vector<std::string> found;
-    const Json::Value& nodes = nodesOf(checker.sources.managerNodeList);
-    for (const std::string& id : nodes.getMemberNames()) {
-        Json::Value alone;
-        alone["nodeList"][id] = nodes[id];
-        const std::string none = id + "?";
-        std::string masterId = none;
-        std::string standbyId = none;
-        Quarncommon::completes([&] {
-            rules::findMasterAndStandby(alone, checker.loaded().values().tenancy, masterId,
-                                        standbyId);
-        });
-        if ((master ? masterId : standbyId) != none) {
-            found.push_back(id);
+/// The nodes of the tenancy that can have a role.
+class Candidates : public rules::Trace {
+public:
+    explicit Candidates(std::string_view role) : m_role(role) {}
+
+    void report(const rules::TraceEvent& event) override {
+        const auto* const filled = std::get_if<rules::SlotFilled>(&event);
+        if (filled != nullptr && filled->slot == m_role) {
+            ids.push_back(filled->value);
         }
     }
-    return found;
+    // Of a node whose values have the wrong type, the type is what is to be corrected.
+    bool resumesAfter(const rules::TypeMismatch& /*mismatch*/) override { return true; }
+
+    std::vector<std::string> ids;
+
+private:
+    std::string_view m_role;
+};
+
+std::vector<std::string> candidates(const Checker& checker, bool master) {
+    Candidates found(master ? rules::kMaster : rules::kStandby);
+    std::string masterId;
+    std::string standbyId;
+    rules::findMasterAndStandby(rules::TracedNode(checker.sources.managerNodeList.tree, found),
+                                checker.loaded().values().tenancy, masterId, standbyId);
+    return std::move(found.ids);
 }
 
 void checkRole(Checker& checker, bool master) {

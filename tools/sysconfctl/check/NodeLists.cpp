@@ -1,13 +1,12 @@
 #include "check/Checker.h"
 
 #include "cli/Suggestion.h"
-#include "deployment/Misfits.h"
+#include "deployment/JsonValues.h"
+#include "deployment/TypeMismatches.h"
 
-#include <rules/LocalIPByUsage.h>
 #include <rules/NodeIPs.h>
 #include <rules/NodeList.h>
 #include <rules/Roles.h>
-#include <sysconfreader/Guards.h>
 
 #include <fmt/format.h>
 
@@ -21,9 +20,8 @@ namespace {
 namespace rules = Quarncommon::rules;
 using located::Path;
 
-constexpr std::string_view kSouthbound = "southbound";
-constexpr std::string_view kNorthbound = "northbound";
-constexpr std::string_view kInternalService = "internal_service";
+using rules::kNorthboundFamily;
+using rules::kSouthboundFamily;
 
 Path with(Path path, std::initializer_list<std::string> steps) {
     path.insert(path.end(), steps.begin(), steps.end());
@@ -34,41 +32,13 @@ bool isManager(const Checker& checker, const SourceFile& list) {
     return &list == &checker.sources.managerNodeList;
 }
 
-/// Whether a query for the own node, while it stands in for another one, comes by the value: of
-/// its addresses only two are asked for then.
-bool isReadOfAStandIn(const SourceFile& list, const Path& path) {
-    if (path.back() != "IP") {
-        return true;
-    }
-    Json::Value alone(Json::arrayValue);
-    alone.append(valueAt(list.tree, Path(path.begin(), path.end() - 1)));
-    return !Quarncommon::completes([&] {
-        rules::addressByTag(alone, std::string(rules::kMaintenanceTag));
-        rules::internalServiceAddress(alone, std::string(kInternalService));
-    });
-}
-
-/// Whether an answer to this process depends on a value of a node of the node list.
-bool isReadHere(const Checker& checker, const SourceFile& list, const Path& path) {
-    const Values& values = checker.loaded().values();
-    const std::string& id = path.at(1);
-    const bool own = id == values.nodeId || id == values.roleNodeId;
-    const bool stoodInFor = id == values.floatNodeId;
-    if (path.size() == 2 || (path.size() == 3 && path[2] == "extAttr")) {
-        return own || stoodInFor;
-    }
-    if (path[2] == "IPAddresses") {
-        return stoodInFor || (own && isReadOfAStandIn(list, path));
-    }
-    return path.back() == "HOSTID" ? stoodInFor : own && path.back() != "domain_node_type";
-}
-
 /// What a value of a wrong type does, and how bad that is here.
-void checkMisfit(Checker& checker, const SourceFile& list, const Misfit& misfit) {
-    const std::string& name = misfit.path.empty() ? std::string() : misfit.path.back();
-    const std::string id = misfit.path.size() > 1 ? misfit.path[1] : "";
-    const bool whole = misfit.path.size() < 2;
-    const bool addresses = misfit.path.size() > 2 && misfit.path[2] == "IPAddresses";
+/// @param own The values that this process reads of the node list.
+void checkMismatch(Checker& checker, const SourceFile& list, const TypeMismatch& mismatch,
+                   const std::vector<TypeMismatch>& own) {
+    const std::string& name = mismatch.path.empty() ? std::string() : mismatch.path.back();
+    const bool whole = mismatch.path.size() < 2;
+    const bool addresses = mismatch.path.size() > 2 && mismatch.path[2] == "IPAddresses";
     std::string effect;
     Severity severity = Severity::Warning;
     if (whole) {
@@ -76,22 +46,25 @@ void checkMisfit(Checker& checker, const SourceFile& list, const Misfit& misfit)
         effect = "no node is found";
     } else if (isManager(checker, list)) {
         // Queries over all nodes come by every node, but not by every member of it.
-        severity = (addresses && name != "IP") || misfit.path.size() == 2 ? Severity::Error
-                                                                          : Severity::Warning;
-        effect = addresses || misfit.path.size() == 2
+        severity = (addresses && name != "IP") || mismatch.path.size() == 2 ? Severity::Error
+                                                                            : Severity::Warning;
+        effect = addresses || mismatch.path.size() == 2
                      ? "queries over all nodes that come here have no answer"
                      : "the search for master and standby may end here";
     } else {
-        severity = isReadHere(checker, list, misfit.path) ? Severity::Error : Severity::Warning;
+        const bool isReadHere = std::any_of(own.begin(), own.end(), [&](const TypeMismatch& one) {
+            return one.path == mismatch.path;
+        });
+        severity = isReadHere ? Severity::Error : Severity::Warning;
         effect = "queries for this node that come here have no answer, and so has the search for "
                  "the node whom a standby stands in for";
     }
-    checker.at(list, misfit.path, severity, "wrong-type",
+    checker.at(list, mismatch.path, severity, "wrong-type",
                fmt::format("{} {}: {}",
-                           name.empty()                                       ? "the root"
-                           : list.document.findMember(misfit.path) == nullptr ? "this value"
-                                                                              : '"' + name + '"',
-                           misfit.sentence, effect),
+                           name.empty()                                         ? "the root"
+                           : list.document.findMember(mismatch.path) == nullptr ? "this value"
+                                                                                : '"' + name + '"',
+                           describe(mismatch, list.tree), effect),
                "correct its type");
 }
 
@@ -120,44 +93,39 @@ void checkName(Checker& checker, const SourceFile& list, const Path& path,
     }
 }
 
-/// The number under which a northbound tag counts.
+/// The number under which a northbound tag is kept.
 int northboundNumber(const std::string& tag) {
-    Json::Value entries(Json::arrayValue);
-    entries[0]["usage"][0] = tag;
-    std::map<int, std::string> numbers;
-    std::string service;
-    rules::collectByNumber(entries, std::string(kNorthbound), numbers, service, service);
-    return numbers.empty() ? 0 : numbers.begin()->first;
+    return rules::numberInTag(tag, kNorthboundFamily.size());
 }
 
 /// The slot of a tag among the node's tags, "" for a tag that has none.
 std::string slotOf(const std::string& tag) {
-    if (rules::southboundSlot(tag, kSouthbound) != 0) {
+    if (rules::southboundSlot(tag, kSouthboundFamily) != 0) {
         return tag;
     }
-    if (tag.find(kNorthbound) != std::string::npos) {
+    if (tag.find(kNorthboundFamily) != std::string::npos) {
         return fmt::format("northbound number {}", northboundNumber(tag));
     }
     const bool known = tag == rules::kServiceTag || tag == rules::kService2Tag ||
-                       tag == rules::kMaintenanceTag || tag == kInternalService;
+                       tag == rules::kMaintenanceTag || tag == rules::kInternalServiceTag;
     return known ? tag : "";
 }
 
 /// A tag of a family whose number is not the one that it seems to have.
 void checkNumber(Checker& checker, const SourceFile& list, const Path& path,
                  const std::string& tag) {
-    if (tag.starts_with(kSouthbound) && rules::southboundSlot(tag, kSouthbound) == 0) {
+    if (tag.starts_with(kSouthboundFamily) && rules::southboundSlot(tag, kSouthboundFamily) == 0) {
         checker.at(list, path, Severity::Warning, "southbound-number",
                    fmt::format("\"{}\" names no southbound slot and is not read", tag),
                    "the first slot is \"southbound\", further ones are \"southbound2\" to "
                    "\"southbound1024\"");
         return;
     }
-    if (tag.find(kNorthbound) == std::string::npos || tag == kNorthbound) {
+    if (tag.find(kNorthboundFamily) == std::string::npos || tag == kNorthboundFamily) {
         return;
     }
     const int number = northboundNumber(tag);
-    if (tag != std::string(kNorthbound) + std::to_string(number)) {
+    if (tag != std::string(kNorthboundFamily) + std::to_string(number)) {
         checker.at(list, path, Severity::Warning, "northbound-number",
                    fmt::format("\"{}\" counts as northbound number {}", tag, number),
                    fmt::format("write \"northbound\" for number 0, or \"northbound{}\"",
@@ -173,7 +141,7 @@ void checkTag(Checker& checker, const SourceFile& list, const Path& path, const 
         const std::vector<std::string_view> known = {
             "maintenance", "service", "service2", "internal_service", "northbound", "southbound"};
         const std::string near = suggestion(tag, known);
-        if (!near.empty() && !tag.starts_with(kSouthbound)) {
+        if (!near.empty() && !tag.starts_with(kSouthboundFamily)) {
             checker.at(list, path, Severity::Warning, "unknown-tag",
                        fmt::format("the library itself asks for no tag \"{}\"", tag),
                        fmt::format("did you mean \"{}\"?", near));
@@ -182,8 +150,8 @@ void checkTag(Checker& checker, const SourceFile& list, const Path& path, const 
     }
     const auto [first, isNew] = slots.emplace(slot, located::pointer(path));
     if (!isNew) {
-        const bool north = slot.starts_with(kNorthbound);
-        const bool south = slot.starts_with(kSouthbound);
+        const bool north = slot.starts_with(kNorthboundFamily);
+        const bool south = slot.starts_with(kSouthboundFamily);
         checker.at(
             list, path, Severity::Warning, "same-slot",
             fmt::format("{} has an address already at {}: {}", slot, first->second,
@@ -192,7 +160,7 @@ void checkTag(Checker& checker, const SourceFile& list, const Path& path, const 
                         : slot == "maintenance"
                             ? "the first one counts as the maintenance address, the last one "
                               "in place of an internal-service address"
-                        : slot == kInternalService
+                        : slot == rules::kInternalServiceTag
                             ? "the first one counts"
                             : "the first one counts as the address of that tag, the last one "
                               "in slot lists and for standby nodes"),
@@ -347,8 +315,10 @@ void checkNodeList(Checker& checker, const SourceFile& list) {
     if (!list.loads) {
         return;
     }
-    for (const Misfit& misfit : nodeListMisfits(list.tree)) {
-        checkMisfit(checker, list, misfit);
+    const auto own = isManager(checker, list) ? std::vector<TypeMismatch>()
+                                              : ownMismatches(list.tree, checker.loaded().values());
+    for (const TypeMismatch& mismatch : nodeListMismatches(list.tree)) {
+        checkMismatch(checker, list, mismatch, own);
     }
     if (!list.tree.isObject()) {
         return;

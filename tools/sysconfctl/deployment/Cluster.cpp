@@ -39,9 +39,8 @@ Listed listed(const Json::Value& node) {
     };
     result.maintenance = byTag(rules::kMaintenanceTag);
     result.service = byTag(rules::kServiceTag);
-    result.internalService = orNothing([&] {
-        return rules::internalServiceAddress(rules::addressEntries(place), "internal_service");
-    });
+    result.internalService =
+        orNothing([&] { return rules::internalServiceAddress(rules::addressEntries(place)); });
     return result;
 }
 
@@ -92,8 +91,9 @@ void markRoles(std::map<std::string, ClusterNode>& nodes, const SourceFile& mana
         std::string master;
         std::string standby;
         // Ids that are found before a value of a wrong type are used.
-        Quarncommon::completes(
-            [&] { rules::findMasterAndStandby(list.second, list.first, master, standby); });
+        Quarncommon::completes([&] {
+            rules::findMasterAndStandby(rules::Node(list.second), list.first, master, standby);
+        });
         const auto mark = [&](const std::string& id, bool ClusterNode::*role) {
             const auto node = nodes.find(id);
             if (!id.empty() && node != nodes.end()) {

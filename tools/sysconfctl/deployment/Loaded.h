@@ -2,6 +2,8 @@
 
 #include "deployment/Sources.h"
 
+#include <rules/ReaderLoad.h>
+
 #include <map>
 #include <string>
 #include <vector>
@@ -37,13 +39,16 @@ struct Values {
     std::string standbyNodeId;
     std::string masterInternalIp;
     std::string standbyInternalIp;
+
+    /// What a load of SysConfReader assigns to.
+    Quarncommon::rules::ReaderValues ofReader();
 };
 
 /// The steps of the two loaders. Each one ends at the first value that it cannot take, keeping what
 /// it has not set.
 enum class LoadStep { AppConfig, NodeList, RoleNodeId, LocalIp, Tenancy, Roles, RoleIps };
 
-/// A load of the library over given sources, step by step, with the library's own rules.
+/// A load of the library over given sources: the library's own steps, with a trace.
 class Loaded {
 public:
     /// One more load, over the values of the one before.
@@ -56,9 +61,10 @@ public:
     const std::map<std::string, std::string>& serviceAddresses() const { return m_services; }
 
 private:
+    /// Runs a step over a file that loads; whether it came to its end.
+    template <typename Load>
+    bool run(LoadStep step, const SourceFile& file, Load load);
     void loadReader(const Sources& sources);
-    void loadAppConfig(const Sources& sources);
-    void loadNodeList(const Sources& sources);
     void loadRoles(const Sources& sources);
 
     Values m_values;

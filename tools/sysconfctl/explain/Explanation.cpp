@@ -1,6 +1,6 @@
 #include "explain/Explanation.h"
 
-#include "explain/Narrator.h"
+#include "explain/ExplanationBuilder.h"
 #include "query/Reply.h"
 #include "render/Text.h"
 
@@ -18,10 +18,10 @@ Explanation explain(const Query& query, const Arguments& arguments, const Source
     Explanation explanation;
     explanation.query = &query;
     explanation.arguments = arguments;
-    Narrator narrator(sources, loaded, explanation);
-    const bool known = explainProcess(narrator) || explainNode(narrator) ||
-                       explainAddresses(narrator) || explainAllNodes(narrator) ||
-                       explainDatabases(narrator);
+    ExplanationBuilder builder(sources, loaded, explanation);
+    const bool known = explainProcess(builder) || explainNode(builder) ||
+                       explainAddresses(builder) || explainAllNodes(builder) ||
+                       explainDatabases(builder);
     if (!known) {
         throw std::logic_error("nothing explains " + std::string(query.name));
     }

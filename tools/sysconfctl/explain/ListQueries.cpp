@@ -1,5 +1,6 @@
-#include "explain/Narrator.h"
+#include "explain/ExplanationBuilder.h"
 
+#include "deployment/TypeMismatches.h"
 #include "render/Text.h"
 
 #include <rules/ManagerNodes.h>
@@ -9,140 +10,168 @@
 
 #include <fmt/format.h>
 
+#include <utility>
+#include <variant>
+
 namespace sysconfctl {
 namespace {
 
 namespace rules = Quarncommon::rules;
 using Quarncommon::completes;
 
-/// Puts a question to each node of the list alone, in the order of the ids, and tells what came of
-/// it, up to the node that the rule cannot take.
-template <typename Ask>
-void tellNodes(Narrator& narrator, const SourceFile& list, Ask ask) {
-    const Json::Value& nodes = valueAt(list.tree, {"nodeList"});
-    for (const std::string& id : nodes.isObject() ? nodes.getMemberNames() : List{}) {
-        Json::Value alone;
-        alone["nodeList"][id] = nodes[id];
-        std::string verdict;
-        const bool complete = completes([&] { verdict = ask(alone, id); });
-        const located::Path path = {"nodeList", id};
-        if (!complete) {
-            verdict = "holds a value of a wrong type: the library ends here without an answer";
-            const std::vector<Misfit> misfits = within(nodeListMisfits(list.tree), path);
-            narrator.because("wrong-type",
-                             misfits.empty() ? located::pointer(path) + " cannot be taken"
-                                             : located::pointer(misfits.front().path) + ' ' +
-                                                   misfits.front().sentence,
-                             "correct its type");
-        }
-        narrator.step("node", fmt::format("node \"{}\" {}", id, verdict), Spot{&list, path});
-        if (!complete) {
-            return;
-        }
-    }
-}
-
-bool managerList(Narrator& narrator) {
-    const SourceFile& list = narrator.sources.managerNodeList;
+bool managerList(ExplanationBuilder& builder) {
+    const SourceFile& list = builder.sources.managerNodeList;
     if (!list.variable.value) {
-        narrator.variable(list.variable);
-        narrator.because("variable-unset", "TOLM_ROOT is not set, so no file is looked for",
-                         "set TOLM_ROOT to the manager's root");
+        builder.variable(list.variable);
+        builder.because("variable-unset", "TOLM_ROOT is not set, so no file is looked for",
+                        "set TOLM_ROOT to the manager's root");
         return false;
     }
-    return narrator.file(list);
+    return builder.file(list);
 }
 
 std::string counted(std::size_t count) {
     return fmt::format("{} address{}", count, count == 1 ? "" : "es");
 }
 
-/// Whether the rule takes the node's addresses, whatever they are.
-bool isSelected(Json::Value alone, const std::string& id, const std::string& field,
-                const std::string& prefix) {
-    Json::Value entry;
-    entry["IP"] = "#";
-    alone["nodeList"][id]["IPAddresses"] = Json::Value(Json::arrayValue);
-    alone["nodeList"][id]["IPAddresses"].append(entry);
-    std::list<std::string> addresses;
-    rules::appendAddresses(alone, field, prefix, addresses);
-    return !addresses.empty();
+/// What a rule that walks all nodes decided about a node.
+struct NodeOutcome {
+    std::string id;
+    std::vector<std::string> addresses;
+    bool skipped = false;
+    std::optional<rules::TypeMismatch> mismatch;
+};
+
+/// Puts the events of such a rule together, node by node, up to the node that ended it.
+class NodeOutcomes {
+public:
+    explicit NodeOutcomes(const Recorder& trace) {
+        for (const rules::TraceEvent& event : trace.events) {
+            std::visit(*this, event);
+        }
+    }
+
+    void operator()(const rules::Collected& event) { m_current.addresses.push_back(event.value); }
+    void operator()(const rules::Skipped& event) {
+        if (event.why == rules::Skipped::Why::OtherField) {
+            m_current.skipped = true;
+            finish(event.path);
+        }
+    }
+    void operator()(const rules::NodeFinished& event) { finish(event.path); }
+    void operator()(const rules::TypeMismatch& event) {
+        m_current.mismatch = event;
+        finish(event.path);
+    }
+    template <typename Other>
+    void operator()(const Other& /*event*/) {}
+
+    std::vector<NodeOutcome> nodes;
+
+private:
+    void finish(const rules::Path& path) {
+        if (path.size() > 1) {
+            m_current.id = path[1];
+            nodes.push_back(std::exchange(m_current, {}));
+        }
+    }
+
+    NodeOutcome m_current;
+};
+
+/// Adds a step for each node, up to the one that the rule cannot take.
+template <typename Verdict>
+void tellNodes(ExplanationBuilder& builder, const SourceFile& list, const Recorder& trace,
+               Verdict verdictOf) {
+    for (const NodeOutcome& node : NodeOutcomes(trace).nodes) {
+        std::string verdict = node.mismatch ? "holds a value of a wrong type: the library ends "
+                                              "here without an answer"
+                                            : verdictOf(node);
+        if (node.mismatch) {
+            builder.because("wrong-type",
+                            located::pointer(node.mismatch->path) + ' ' +
+                                describe(*node.mismatch, list.tree),
+                            "correct its type");
+        }
+        builder.step("node", fmt::format("node \"{}\" {}", node.id, verdict),
+                     Spot{&list, {"nodeList", node.id}});
+    }
 }
 
-Answer byField(Narrator& narrator) {
-    if (!managerList(narrator)) {
+Answer byField(ExplanationBuilder& builder) {
+    if (!managerList(builder)) {
         return {NoAnswer{}};
     }
-    const SourceFile& list = narrator.sources.managerNodeList;
-    const std::string& field = narrator.argument(0);
-    const std::string& prefix = narrator.argument(1);
-    tellNodes(narrator, list, [&](const Json::Value& alone, const std::string& id) {
-        std::list<std::string> addresses;
-        rules::appendAddresses(alone, field, prefix, addresses);
-        // Asked of its addresses, a node has a list there.
-        const bool selected =
-            !addresses.empty() || (field != "IPAddresses" && isSelected(alone, id, field, prefix));
-        return selected ? fmt::format("is selected: {} ({})", counted(addresses.size()),
-                                      joined({addresses.begin(), addresses.end()}, ", "))
-                        : fmt::format("is not selected: its \"{}\" does not begin so", field);
-    });
+    const SourceFile& list = builder.sources.managerNodeList;
+    const std::string& field = builder.argument(0);
+    Recorder trace;
     std::list<std::string> addresses;
-    if (!completes([&] { rules::appendAddresses(list.tree, field, prefix, addresses); })) {
-        narrator.because("wrong-type", "the list holds a value of a wrong type", "correct it");
+    const bool complete = completes([&] {
+        rules::appendAddresses(rules::TracedNode(list.tree, trace), field, builder.argument(1),
+                               addresses);
+    });
+    tellNodes(builder, list, trace, [&](const NodeOutcome& node) {
+        return node.skipped ? fmt::format("is not selected: its \"{}\" does not begin so", field)
+                            : fmt::format("is selected: {} ({})", counted(node.addresses.size()),
+                                          joined(node.addresses, ", "));
+    });
+    if (!complete) {
+        builder.because("wrong-type", "the list holds a value of a wrong type", "correct it");
         return {NoAnswer{}};
     }
     return {List(addresses.begin(), addresses.end())};
 }
 
-Answer byTags(Narrator& narrator) {
-    if (!managerList(narrator)) {
+Answer byTags(ExplanationBuilder& builder) {
+    if (!managerList(builder)) {
         return {NoAnswer{}};
     }
-    const SourceFile& list = narrator.sources.managerNodeList;
-    const std::set<std::string> tags(narrator.told.arguments.begin(),
-                                     narrator.told.arguments.end());
+    const SourceFile& list = builder.sources.managerNodeList;
+    const std::set<std::string> tags(builder.explanation.arguments.begin(),
+                                     builder.explanation.arguments.end());
     for (const std::string& tag : tags) {
         if (rules::lowerCased(tag) != tag) {
-            narrator.step("value", fmt::format("\"{}\" has capitals and matches nothing: tags of "
-                                               "the file are lower-cased",
-                                               tag));
+            builder.step("value", fmt::format("\"{}\" has capitals and matches nothing: tags of "
+                                              "the file are lower-cased",
+                                              tag));
         }
     }
-    tellNodes(narrator, list, [&](const Json::Value& alone, const std::string& id) {
-        std::map<std::string, std::set<std::string>> nodes;
-        rules::collectTaggedAddresses(alone, tags, nodes);
-        const std::set<std::string>& found = nodes[id];
+    Recorder trace;
+    std::map<std::string, std::set<std::string>> nodes;
+    const bool complete = completes(
+        [&] { rules::collectTaggedAddresses(rules::TracedNode(list.tree, trace), tags, nodes); });
+    tellNodes(builder, list, trace, [&](const NodeOutcome& node) {
+        const std::set<std::string>& found = nodes[node.id];
         return fmt::format("has {} ({})", counted(found.size()),
                            joined({found.begin(), found.end()}, ", "));
     });
-    std::map<std::string, std::set<std::string>> nodes;
-    if (!completes([&] { rules::collectTaggedAddresses(list.tree, tags, nodes); })) {
-        narrator.because("wrong-type", "the list holds a value of a wrong type", "correct it");
+    if (!complete) {
+        builder.because("wrong-type", "the list holds a value of a wrong type", "correct it");
         return {NoAnswer{}};
     }
     return library::groupedAnswer(nodes);
 }
 
-Answer source(Narrator& narrator) {
-    const SourceFile& list = narrator.sources.nodeList;
-    narrator.file(list);
-    const auto& services = narrator.loaded.serviceAddresses();
-    const std::string* const found = rules::sourceNode(services, narrator.sources.hostAddresses);
+Answer source(ExplanationBuilder& builder) {
+    const SourceFile& list = builder.sources.nodeList;
+    builder.file(list);
+    const auto& services = builder.loaded.serviceAddresses();
+    const std::string* const found = rules::sourceNode(services, builder.sources.hostAddresses);
     for (const auto& [id, address] : services) {
         const bool wins = found != nullptr && *found == id;
-        narrator.step("node",
-                      fmt::format("node \"{}\" is no standby, its last service address is {}{}", id,
-                                  address,
-                                  wins ? ": this host carries it, and it is the first" : ""),
-                      Spot{&list, {"nodeList", id}});
+        builder.step("node",
+                     fmt::format("node \"{}\" is no standby, its last service address is {}{}", id,
+                                 address,
+                                 wins ? ": this host carries it, and it is the first" : ""),
+                     Spot{&list, {"nodeList", id}});
     }
-    narrator.step("host", "the addresses of this host are " +
-                              joined({narrator.sources.hostAddresses.begin(),
-                                      narrator.sources.hostAddresses.end()},
-                                     ", "));
-    narrator.because("no-source", "this host carries the service address of no node",
-                     "a source is no \"standby\" and has an address tagged \"service\" that this "
-                     "host carries");
+    builder.step("host",
+                 "the addresses of this host are " + joined({builder.sources.hostAddresses.begin(),
+                                                             builder.sources.hostAddresses.end()},
+                                                            ", "));
+    builder.because("no-source", "this host carries the service address of no node",
+                    "a source is no \"standby\" and has an address tagged \"service\" that this "
+                    "host carries");
     return found != nullptr ? textAnswer(*found) : Answer{NoAnswer{}};
 }
 
@@ -172,91 +201,90 @@ const Column* columnOf(std::string_view query) {
 }
 
 /// What the file has of a database, if the loader has come to it.
-const Json::Value* databaseNamed(Narrator& narrator, const std::string& name) {
-    const auto found = narrator.values.databases.find(name);
+const Json::Value* databaseNamed(ExplanationBuilder& builder, const std::string& name) {
+    const auto found = builder.values.databases.find(name);
     const located::Path path = {"databases", name};
-    if (found == narrator.values.databases.end()) {
-        narrator.step("value", fmt::format("there is no database \"{}\"", name));
-        narrator.because(
-            "unknown-database",
-            fmt::format("there is no database \"{}\" (names are case-sensitive)", name),
-            "add it to \"databases\"");
+    if (found == builder.values.databases.end()) {
+        builder.step("value", fmt::format("there is no database \"{}\"", name));
+        builder.because("unknown-database",
+                        fmt::format("there is no database \"{}\" (names are case-sensitive)", name),
+                        "add it to \"databases\"");
         return nullptr;
     }
-    narrator.step("value", fmt::format("database \"{}\" is {}", name, kindOf(found->second)),
-                  Spot{&narrator.sources.appConfig, path});
+    builder.step("value", fmt::format("database \"{}\" is {}", name, kindOf(found->second)),
+                 Spot{&builder.sources.appConfig, path});
     return &found->second;
 }
 
-Answer entryField(Narrator& narrator, const Column& column) {
-    const unsigned int index = library::parseIndex(narrator.argument(1));
-    const Json::Value* const database = databaseNamed(narrator, narrator.argument(0));
+Answer entryField(ExplanationBuilder& builder, const Column& column) {
+    const unsigned int index = library::parseIndex(builder.argument(1));
+    const Json::Value* const database = databaseNamed(builder, builder.argument(0));
     if (database == nullptr) {
         return {NoAnswer{}};
     }
     if (database->isArray() && index >= database->size()) {
-        narrator.step("value",
-                      fmt::format("entry {} is beyond the last one and reads as empty", index));
-        narrator.because("no-such-entry", fmt::format("the database has no entry {}", index),
-                         "entries count from 0");
+        builder.step("value",
+                     fmt::format("entry {} is beyond the last one and reads as empty", index));
+        builder.because("no-such-entry", fmt::format("the database has no entry {}", index),
+                        "entries count from 0");
     } else if (database->isArray()) {
-        located::Path path = {"databases", narrator.argument(0), std::to_string(index)};
+        located::Path path = {"databases", builder.argument(0), std::to_string(index)};
         path.insert(path.end(), column.path.begin(), column.path.end());
-        narrator.value(narrator.sources.appConfig, path,
-                       narrator.told.query->secret == Secret::Whole);
+        builder.value(builder.sources.appConfig, path,
+                      builder.explanation.query->secret == Secret::Whole);
     }
     try {
         const Json::Value* value = &(*database)[index];
         for (const std::string& step : column.path) {
             value = &(*value)[step];
         }
-        return narrator.told.query->name == "db-access-port" ? numberAnswer(value->asInt())
-                                                             : textAnswer(value->asString());
+        return builder.explanation.query->name == "db-access-port" ? numberAnswer(value->asInt())
+                                                                   : textAnswer(value->asString());
     } catch (const std::exception&) {
-        narrator.step("value", "the library throws: a value on the way is of a wrong type");
-        narrator.told.throws = true;
+        builder.step("value", "the library throws: a value on the way is of a wrong type");
+        builder.explanation.throws = true;
         return {NoAnswer{}};
     }
 }
 
 } // namespace
 
-bool explainAllNodes(Narrator& narrator) {
-    const std::string_view name = narrator.told.query->name;
+bool explainAllNodes(ExplanationBuilder& builder) {
+    const std::string_view name = builder.explanation.query->name;
     if (name == "ip-addresses") {
-        narrator.told.answer = byField(narrator);
+        builder.explanation.answer = byField(builder);
     } else if (name == "all-float-ip") {
-        narrator.told.answer = byTags(narrator);
+        builder.explanation.answer = byTags(builder);
     } else if (name == "source-node-id") {
-        narrator.told.answer = source(narrator);
+        builder.explanation.answer = source(builder);
     } else {
         return false;
     }
     return true;
 }
 
-bool explainDatabases(Narrator& narrator) {
-    const std::string_view name = narrator.told.query->name;
+bool explainDatabases(ExplanationBuilder& builder) {
+    const std::string_view name = builder.explanation.query->name;
     const Column* const column = columnOf(name);
     if (column == nullptr && name != "db-info" && name != "all-db-info") {
         return false;
     }
-    narrator.file(narrator.sources.appConfig);
-    if (narrator.sources.appConfig.loads) {
-        narrator.stopped(LoadStep::AppConfig);
+    builder.file(builder.sources.appConfig);
+    if (builder.sources.appConfig.loads) {
+        builder.stopped(LoadStep::AppConfig);
     }
     if (column != nullptr) {
-        narrator.told.answer = entryField(narrator, *column);
+        builder.explanation.answer = entryField(builder, *column);
     } else if (name == "db-info") {
-        const Json::Value* const database = databaseNamed(narrator, narrator.argument(0));
-        narrator.told.answer = database != nullptr ? Answer{*database} : Answer{NoAnswer{}};
+        const Json::Value* const database = databaseNamed(builder, builder.argument(0));
+        builder.explanation.answer = database != nullptr ? Answer{*database} : Answer{NoAnswer{}};
     } else {
         Json::Value all(Json::objectValue);
-        for (const auto& [database, value] : narrator.values.databases) {
-            databaseNamed(narrator, database);
+        for (const auto& [database, value] : builder.values.databases) {
+            databaseNamed(builder, database);
             all[database] = value;
         }
-        narrator.told.answer = {std::move(all)};
+        builder.explanation.answer = {std::move(all)};
     }
     return true;
 }

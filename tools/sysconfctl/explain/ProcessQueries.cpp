@@ -1,12 +1,14 @@
-#include "explain/Narrator.h"
+#include "explain/ExplanationBuilder.h"
 
 #include "render/Text.h"
 
 #include <rules/NodeList.h>
 #include <rules/Roles.h>
+#include <sysconfreader/Guards.h>
 
 #include <fmt/format.h>
 
+#include <map>
 #include <variant>
 
 namespace sysconfctl {
@@ -39,73 +41,111 @@ const Field* fieldOf(std::string_view query) {
     return nullptr;
 }
 
-/// The internal-service address of a node in a list, entry by entry.
-void internalService(Narrator& narrator, const SourceFile& file, const std::string& id,
-                     const std::string& why, LoadStep step) {
-    if (!narrator.stopped(step) && file.loads && narrator.node(file, id, why)) {
-        narrator.entries(file, id, [](const Json::Value& entries, Slots& slots) {
-            slots["internal_service, else maintenance"] =
-                rules::internalServiceAddress(entries, "internal_service");
-        });
-    }
+std::string internalServiceLabel(const std::string& /*slot*/) {
+    return "internal_service, else maintenance";
 }
 
-void ownNode(Narrator& narrator) {
-    narrator.file(narrator.sources.appConfig);
-    narrator.variable(narrator.sources.instance);
-    if (narrator.sources.appConfig.loads) {
-        const Spot spot = narrator.processSpot({"nodeId"});
-        if (!narrator.stopped(LoadStep::RoleNodeId)) {
-            narrator.value(narrator.sources.appConfig, spot.path);
+/// The internal-service address of a node in a list, entry by entry.
+void internalService(ExplanationBuilder& builder, const SourceFile& file, const std::string& id,
+                     const std::string& why, LoadStep step) {
+    if (builder.stopped(step) || !file.loads) {
+        return;
+    }
+    Recorder trace;
+    Quarncommon::completes([&] {
+        const rules::TracedNode list(file.tree, trace);
+        rules::internalServiceAddress(rules::addressEntries(rules::nodeEntry(list, id)));
+    });
+    builder.walk(file, id, why, trace, internalServiceLabel);
+}
+
+void ownNode(ExplanationBuilder& builder) {
+    builder.file(builder.sources.appConfig);
+    builder.variable(builder.sources.instance);
+    if (builder.sources.appConfig.loads) {
+        const Spot spot = builder.processSpot({"nodeId"});
+        if (!builder.stopped(LoadStep::RoleNodeId)) {
+            builder.value(builder.sources.appConfig, spot.path);
         }
     }
 }
 
-void tenancy(Narrator& narrator) {
-    ownNode(narrator);
-    const SourceFile& list = narrator.sources.nodeList;
-    const std::string& id = narrator.values.roleNodeId;
-    if (narrator.file(list) && !narrator.stopped(LoadStep::Tenancy) &&
-        narrator.node(list, id, "the own node")) {
-        narrator.value(list, {"nodeList", id, "assignedToTenancy"});
+void tenancy(ExplanationBuilder& builder) {
+    ownNode(builder);
+    const SourceFile& list = builder.sources.nodeList;
+    const std::string& id = builder.values.roleNodeId;
+    if (builder.file(list) && !builder.stopped(LoadStep::Tenancy) &&
+        builder.node(list, id, "the own node")) {
+        builder.value(list, {"nodeList", id, "assignedToTenancy"});
     }
 }
+
+/// What the search for master and standby decided about each node, in words.
+class RoleVerdicts {
+public:
+    RoleVerdicts(std::string role, const std::string& winner)
+        : m_role(std::move(role)), m_winner(winner) {}
+
+    void operator()(const rules::Skipped& event) {
+        const bool tenancy = event.why == rules::Skipped::Why::OtherTenancy;
+        set(event.path, fmt::format("is no {}: {}", m_role,
+                                    tenancy ? "other tenancy" : "other role or domain type"));
+    }
+    void operator()(const rules::SlotFilled& event) {
+        set(event.path,
+            event.slot != m_role      ? fmt::format("is no {}: other role or domain type", m_role)
+            : event.value == m_winner ? "is the " + m_role
+                                      : "would be, but a greater id of the same role counts");
+    }
+    void operator()(const rules::TypeMismatch& event) {
+        set(event.path, "holds a value of a wrong type: the library looks no further");
+    }
+    template <typename Other>
+    void operator()(const Other& /*event*/) {}
+
+    std::string of(const std::string& id) const {
+        const auto found = m_byId.find(id);
+        return found != m_byId.end() ? found->second
+                                     : "is not looked at: the search has ended before";
+    }
+
+private:
+    void set(const rules::Path& path, std::string verdict) {
+        if (path.size() > 1) {
+            m_byId[path[1]] = std::move(verdict);
+        }
+    }
+
+    std::string m_role;
+    const std::string& m_winner;
+    std::map<std::string, std::string> m_byId;
+};
 
 /// Every node of the manager node list, with what makes it a candidate for a role or not.
-void candidates(Narrator& narrator, bool master) {
-    const SourceFile& list = narrator.sources.managerNodeList;
-    const std::string role = master ? "master" : "standby";
-    const std::string& winner =
-        master ? narrator.values.masterNodeId : narrator.values.standbyNodeId;
+void candidates(ExplanationBuilder& builder, bool master) {
+    const SourceFile& list = builder.sources.managerNodeList;
+    const std::string role(master ? rules::kMaster : rules::kStandby);
+    const std::string& winner = master ? builder.values.masterNodeId : builder.values.standbyNodeId;
+    Recorder trace;
+    Quarncommon::completes([&] {
+        std::string masterId;
+        std::string standbyId;
+        rules::findMasterAndStandby(rules::TracedNode(list.tree, trace), builder.values.tenancy,
+                                    masterId, standbyId);
+    });
+    RoleVerdicts verdicts(role, winner);
+    for (const rules::TraceEvent& event : trace.events) {
+        std::visit(verdicts, event);
+    }
     const Json::Value& nodes = valueAt(list.tree, {"nodeList"});
     for (const std::string& id : nodes.isObject() ? nodes.getMemberNames() : List{}) {
-        Json::Value alone;
-        alone["nodeList"][id] = nodes[id];
-        // No id can be this one's: a rule that names none leaves it.
-        const std::string none = id + "?";
-        std::string masterId = none;
-        std::string standbyId = none;
-        std::string verdict;
-        try {
-            rules::findMasterAndStandby(alone, narrator.values.tenancy, masterId, standbyId);
-            const bool candidate = (master ? masterId : standbyId) == id;
-            const bool sameTenancy =
-                rules::tenancy(rules::nodeEntry(alone, id)) == narrator.values.tenancy;
-            verdict = !candidate
-                          ? fmt::format("is no {}: {}", role,
-                                        sameTenancy ? "other role or domain type" : "other tenancy")
-                      : id == winner ? fmt::format("is the {}", role)
-                                     : "would be, but a greater id of the same role counts";
-        } catch (const std::exception&) {
-            verdict = "holds a value of a wrong type: the library looks no further";
-        }
-        narrator.step("node", fmt::format("node \"{}\" {}", id, verdict),
-                      Spot{&list, {"nodeList", id}});
+        builder.step("node", fmt::format("node \"{}\" {}", id, verdicts.of(id)),
+                     Spot{&list, {"nodeList", id}});
     }
     if (winner.empty()) {
-        narrator.because(
+        builder.because(
             master ? "no-master" : "no-standby",
-            fmt::format("no node of the tenancy \"{}\" is its {}", narrator.values.tenancy, role),
+            fmt::format("no node of the tenancy \"{}\" is its {}", builder.values.tenancy, role),
             master ? "a master has the host type \"master\" and the domain type "
                      "\"ACCESS_Master\""
                    : "a standby has the host type \"standby\" and the domain type "
@@ -113,35 +153,35 @@ void candidates(Narrator& narrator, bool master) {
     }
 }
 
-void roleAddress(Narrator& narrator, bool master) {
-    tenancy(narrator);
+void roleAddress(ExplanationBuilder& builder, bool master) {
+    tenancy(builder);
     // An empty tenancy is one like any other: that it is absent is no reason by itself.
-    if (narrator.told.reason && (narrator.told.reason->name == "value-absent" ||
-                                 narrator.told.reason->name == "value-empty")) {
-        narrator.told.reason.reset();
+    if (builder.explanation.reason && (builder.explanation.reason->name == "value-absent" ||
+                                       builder.explanation.reason->name == "value-empty")) {
+        builder.explanation.reason.reset();
     }
-    const SourceFile& list = narrator.sources.managerNodeList;
-    if (!narrator.file(list)) {
+    const SourceFile& list = builder.sources.managerNodeList;
+    if (!builder.file(list)) {
         return;
     }
-    narrator.stopped(LoadStep::Roles);
-    candidates(narrator, master);
-    internalService(narrator, list,
-                    master ? narrator.values.masterNodeId : narrator.values.standbyNodeId,
+    builder.stopped(LoadStep::Roles);
+    candidates(builder, master);
+    internalService(builder, list,
+                    master ? builder.values.masterNodeId : builder.values.standbyNodeId,
                     master ? "the master" : "the standby", LoadStep::RoleIps);
 }
 
 } // namespace
 
-bool explainProcess(Narrator& narrator) {
-    Answer& answer = narrator.told.answer;
-    const std::string_view name = narrator.told.query->name;
+bool explainProcess(ExplanationBuilder& builder) {
+    Answer& answer = builder.explanation.answer;
+    const std::string_view name = builder.explanation.query->name;
     if (name == "app-root") {
-        const Variable& root = narrator.sources.nodeList.variable;
-        narrator.variable(root);
-        narrator.because(root.value ? "variable-empty" : "variable-unset",
-                         root.name + (root.value ? " is empty" : " is not set"),
-                         "set it to the root of the local configuration");
+        const Variable& root = builder.sources.nodeList.variable;
+        builder.variable(root);
+        builder.because(root.value ? "variable-empty" : "variable-unset",
+                        root.name + (root.value ? " is empty" : " is not set"),
+                        "set it to the root of the local configuration");
         answer = textAnswer(root.text());
         return true;
     }
@@ -149,48 +189,48 @@ bool explainProcess(Narrator& narrator) {
     if (field == nullptr) {
         return false;
     }
-    narrator.process();
-    if (narrator.sources.appConfig.loads) {
-        narrator.value(narrator.sources.appConfig, narrator.processSpot(field->path).path);
+    builder.process();
+    if (builder.sources.appConfig.loads) {
+        builder.value(builder.sources.appConfig, builder.processSpot(field->path).path);
     }
     answer =
         std::visit(Overloaded{
-                       [&](std::string Values::*text) { return textAnswer(narrator.values.*text); },
-                       [&](int Values::*number) { return numberAnswer(narrator.values.*number); },
+                       [&](std::string Values::*text) { return textAnswer(builder.values.*text); },
+                       [&](int Values::*number) { return numberAnswer(builder.values.*number); },
                    },
                    field->member);
     return true;
 }
 
-bool explainNode(Narrator& narrator) {
-    Answer& answer = narrator.told.answer;
-    const std::string_view name = narrator.told.query->name;
-    const Values& values = narrator.values;
+bool explainNode(ExplanationBuilder& builder) {
+    Answer& answer = builder.explanation.answer;
+    const std::string_view name = builder.explanation.query->name;
+    const Values& values = builder.values;
     if (name == "float-node-id") {
-        narrator.floatNode();
+        builder.floatNode();
         answer = textAnswer(values.floatNodeId);
     } else if (name == "local-host-tag-name") {
-        narrator.floatNode();
-        if (narrator.file(narrator.sources.nodeList) && !narrator.stopped(LoadStep::NodeList) &&
-            narrator.node(narrator.sources.nodeList, values.floatNodeId, "the float node")) {
-            narrator.value(narrator.sources.nodeList,
-                           {"nodeList", values.floatNodeId, "extAttr", "HOSTID"});
+        builder.floatNode();
+        if (builder.file(builder.sources.nodeList) && !builder.stopped(LoadStep::NodeList) &&
+            builder.node(builder.sources.nodeList, values.floatNodeId, "the float node")) {
+            builder.value(builder.sources.nodeList,
+                          {"nodeList", values.floatNodeId, "extAttr", "HOSTID"});
         }
         answer = textAnswer(values.hostTag);
     } else if (name == "product-name") {
-        tenancy(narrator);
+        tenancy(builder);
         answer = textAnswer(values.tenancy);
     } else if (name == "local-internal-service-ip") {
-        ownNode(narrator);
-        narrator.file(narrator.sources.nodeList);
-        internalService(narrator, narrator.sources.nodeList, values.roleNodeId, "the own node",
+        ownNode(builder);
+        builder.file(builder.sources.nodeList);
+        internalService(builder, builder.sources.nodeList, values.roleNodeId, "the own node",
                         LoadStep::LocalIp);
         answer = textAnswer(values.localInternalIp);
     } else if (name == "master-internal-service-ip") {
-        roleAddress(narrator, true);
+        roleAddress(builder, true);
         answer = textAnswer(values.masterInternalIp);
     } else if (name == "standby-internal-service-ip") {
-        roleAddress(narrator, false);
+        roleAddress(builder, false);
         answer = textAnswer(values.standbyInternalIp);
     } else {
         return false;

@@ -1,18 +1,17 @@
 #pragma once
 
-#include <json/value.h>
+#include "located/Document.h"
 
-#include <functional>
+#include <json/value.h>
+#include <rules/Trace.h>
+
+#include <cstddef>
 #include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace sysconfctl {
-
-/// Slot -> address, as a rule fills slots from address entries. What it throws ends the filling.
-using Slots = std::map<std::string, std::string>;
-using EntriesRule = std::function<void(const Json::Value& entries, Slots& slots)>;
 
 /// What became of an address entry.
 enum class Fate {
@@ -28,24 +27,30 @@ enum class Fate {
 };
 
 struct EntryFate {
-    Fate fate = Fate::OtherTags;
-    /// Its place: an index, or a name where an object stands in the array's place.
+    Fate fate = Fate::NotLookedAt;
+    /// Its place: an index, or a name where an object is in the array's place.
     std::string step;
-    /// The slots that it fills, or would fill alone.
+    /// The slots that it has, or that it lost.
     std::vector<std::string> slots;
     /// The entry that has its slot.
     std::optional<std::size_t> winner;
 };
 
-/// Slot -> number of the entry that its address comes from.
-struct Provenance {
-    std::map<std::string, std::size_t> from;
+/// The entries that a rule walked, from its trace.
+struct WalkedEntries {
     std::vector<EntryFate> entries;
-    bool ended = false;
+    /// Slot -> number of the entry that its address comes from.
+    std::map<std::string, std::size_t> from;
+    /// The entries as a whole are of a type that the rule cannot take.
+    bool refused = false;
 };
 
-/// Finds out by asking the rule itself: over the entries with a mark for each address, over each
-/// entry alone, and over the entries with one that no rule can take.
-Provenance provenance(const Json::Value& entries, const EntriesRule& rule);
+/// The names under which slots are shown.
+using SlotLabel = std::string (*)(const std::string& slot);
+
+/// @param entries The value at `path`, the list of entries.
+WalkedEntries walkedEntries(const Json::Value& entries, const located::Path& path,
+                            const std::vector<Quarncommon::rules::TraceEvent>& events,
+                            SlotLabel label);
 
 } // namespace sysconfctl

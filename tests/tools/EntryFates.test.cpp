@@ -1,9 +1,12 @@
 // The fate of address entries under a rule.
 
-#include "explain/Entries.h"
+#include "explain/EntryFates.h"
+
+#include "deployment/Recorder.h"
 
 #include <rules/LocalIPByUsage.h>
 #include <rules/NodeIPs.h>
+#include <sysconfreader/Guards.h>
 
 #include <gtest/gtest.h>
 #include <json/reader.h>
@@ -14,6 +17,7 @@ namespace {
 
 using namespace sysconfctl;
 namespace rules = Quarncommon::rules;
+using Rule = void (*)(const rules::TracedNode& entries);
 
 Json::Value parsed(const std::string& text) {
     const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
@@ -22,25 +26,28 @@ Json::Value parsed(const std::string& text) {
     return value;
 }
 
-void firstService(const Json::Value& entries, Slots& slots) {
-    slots["service"] = rules::addressByTag(entries, "service");
+void firstService(const rules::TracedNode& entries) {
+    rules::addressByTag(entries, "service");
 }
 
-/// The first address wins for a number, the last one for a service address.
-void byNumber(const Json::Value& entries, Slots& slots) {
+/// Numbers keep their first address, a service address its last.
+void byNumber(const rules::TracedNode& entries) {
     std::map<int, std::string> numbers;
     std::string service;
     std::string service2;
     rules::collectByNumber(entries, "n", numbers, service, service2);
-    for (const auto& [number, address] : numbers) {
-        slots[std::to_string(number)] = address;
-    }
-    slots["service"] = service;
 }
 
-std::string fates(const std::string& entries, const EntriesRule& rule) {
+WalkedEntries walked(const Json::Value& entries, Rule rule) {
+    const located::Path path = {"entries"};
+    Recorder trace;
+    Quarncommon::completes([&] { rule(rules::TracedNode(entries, trace, path)); });
+    return walkedEntries(entries, path, trace.events, [](const std::string& slot) { return slot; });
+}
+
+std::string fates(const std::string& entries, Rule rule) {
     std::string text;
-    for (const EntryFate& entry : provenance(parsed(entries), rule).entries) {
+    for (const EntryFate& entry : walked(parsed(entries), rule).entries) {
         constexpr const char* kNames[] = {"taken",   "earlier", "later", "not-needed",   "other",
                                           "no-tags", "no-list", "ends",  "not-looked-at"};
         text += std::string(text.empty() ? "" : " ") + kNames[static_cast<int>(entry.fate)];
@@ -54,7 +61,7 @@ struct Row {
     const char* fates;
 };
 
-TEST(Entries, RuleThatStops_LooksNoFurther) {
+TEST(EntryFates, RuleThatStops_LooksNoFurther) {
     const Row rows[] = {
         {"[]", ""},
         {"null", ""},
@@ -74,7 +81,7 @@ TEST(Entries, RuleThatStops_LooksNoFurther) {
     }
 }
 
-TEST(Entries, RuleThatGoesOn_TellsWhoWon) {
+TEST(EntryFates, RuleThatGoesOn_NamesTheEntryThatWon) {
     const Row rows[] = {
         {R"([{"IP":"a","usage":["n2"]},{"IP":"a","usage":["n2"]},{"IP":"c","usage":["n3","n2"]}])",
          "taken earlier:0 taken"},
@@ -87,10 +94,17 @@ TEST(Entries, RuleThatGoesOn_TellsWhoWon) {
     }
 }
 
-TEST(Entries, ObjectInPlaceOfTheList_EndsARuleThatGoesByIndex) {
-    const Provenance found =
-        provenance(parsed(R"({"x":{"IP":"a","usage":["service"]}})"), firstService);
-    EXPECT_TRUE(found.ended);
+TEST(EntryFates, EntryThatLosesOneOfItsSlots_IsTakenForTheOthersOnly) {
+    const WalkedEntries found =
+        walked(parsed(R"([{"IP":"a","usage":["n2"]},{"IP":"c","usage":["n3","n2"]}])"), byNumber);
+    ASSERT_EQ(found.entries.size(), 2U);
+    EXPECT_EQ(found.entries[1].slots, std::vector<std::string>{"3"});
+}
+
+TEST(EntryFates, ObjectInPlaceOfTheList_EndsARuleThatGoesByIndex) {
+    const WalkedEntries found =
+        walked(parsed(R"({"x":{"IP":"a","usage":["service"]}})"), firstService);
+    EXPECT_TRUE(found.refused);
     EXPECT_TRUE(found.entries.empty());
     EXPECT_TRUE(found.from.empty());
 }

@@ -1,4 +1,4 @@
-#include "explain/Narrator.h"
+#include "explain/ExplanationBuilder.h"
 
 #include "render/Masking.h"
 #include "render/Text.h"
@@ -33,7 +33,7 @@ std::string entryText(const Json::Value& entry) {
     return text;
 }
 
-std::string fateText(const EntryFate& entry, const Provenance& found, const Json::Value& value) {
+std::string fateText(const EntryFate& entry, const WalkedEntries& found, const Json::Value& value) {
     const auto winner = [&] {
         return entry.winner ? "entry " + found.entries.at(*entry.winner).step : std::string();
     };
@@ -62,13 +62,13 @@ std::string fateText(const EntryFate& entry, const Provenance& found, const Json
 
 } // namespace
 
-void Narrator::variable(const Variable& variable) {
+void ExplanationBuilder::variable(const Variable& variable) {
     step("variable", variable.value ? variable.name + "=" + *variable.value
                                     : variable.name + " is not set, which counts as empty");
 }
 
-bool Narrator::file(const SourceFile& file) {
-    if (!m_told.insert(&file).second) {
+bool ExplanationBuilder::file(const SourceFile& file) {
+    if (!m_shownFiles.insert(&file).second) {
         return file.loads;
     }
     variable(file.variable);
@@ -90,7 +90,7 @@ bool Narrator::file(const SourceFile& file) {
     return false;
 }
 
-bool Narrator::value(const SourceFile& file, const located::Path& path, bool secret) {
+bool ExplanationBuilder::value(const SourceFile& file, const located::Path& path, bool secret) {
     const Json::Value& found = valueAt(file.tree, path);
     const std::string where = located::pointer(path);
     if (file.document.find(path) == nullptr) {
@@ -114,7 +114,7 @@ bool Narrator::value(const SourceFile& file, const located::Path& path, bool sec
     return !empty;
 }
 
-bool Narrator::stopped(LoadStep name) {
+bool ExplanationBuilder::stopped(LoadStep name) {
     const Stop* const stop = loaded.stop(name);
     if (stop == nullptr) {
         return false;
@@ -129,13 +129,13 @@ bool Narrator::stopped(LoadStep name) {
     return true;
 }
 
-Spot Narrator::processSpot(std::initializer_list<const char*> path) const {
+Spot ExplanationBuilder::processSpot(std::initializer_list<const char*> path) const {
     Spot spot{&sources.appConfig, {"processes", sources.instance.text()}};
     spot.path.insert(spot.path.end(), path.begin(), path.end());
     return spot;
 }
 
-void Narrator::process() {
+void ExplanationBuilder::process() {
     const bool loads = file(sources.appConfig);
     variable(sources.instance);
     if (!loads) {
@@ -155,7 +155,7 @@ void Narrator::process() {
     stopped(LoadStep::AppConfig);
 }
 
-void Narrator::floatNode() {
+void ExplanationBuilder::floatNode() {
     process();
     const Spot own = processSpot({"nodeId"});
     const bool there = sources.appConfig.document.find(own.path) != nullptr;
@@ -193,7 +193,8 @@ void Narrator::floatNode() {
     }
 }
 
-bool Narrator::node(const SourceFile& file, const std::string& id, const std::string& why) {
+bool ExplanationBuilder::node(const SourceFile& file, const std::string& id,
+                              const std::string& why) {
     const located::Path path = {"nodeList", id};
     if (file.document.find(path) == nullptr) {
         step("node", fmt::format("the {} has no node {} ({})", file.title, quoted(id), why));
@@ -205,12 +206,33 @@ bool Narrator::node(const SourceFile& file, const std::string& id, const std::st
     return true;
 }
 
-Provenance Narrator::entries(const SourceFile& file, const std::string& id,
-                             const EntriesRule& rule) {
+bool ExplanationBuilder::lookup(const SourceFile& file, const std::string& id,
+                                const std::string& why, const Recorder& trace) {
+    for (const auto& event : trace.events) {
+        const auto* const mismatch = std::get_if<Quarncommon::rules::TypeMismatch>(&event);
+        if (mismatch != nullptr && mismatch->path.size() <= 2) {
+            const std::string where =
+                mismatch->path.empty() ? "the root" : located::pointer(mismatch->path);
+            const std::string kind = kindOf(valueAt(file.tree, mismatch->path));
+            step("node", where + " is " + kind + ": the library's walk ends here",
+                 Spot{&file, mismatch->path});
+            because("wrong-type", where + " is " + kind, "make it an object");
+            return false;
+        }
+    }
+    return node(file, id, why);
+}
+
+WalkedEntries ExplanationBuilder::walk(const SourceFile& file, const std::string& id,
+                                       const std::string& why, const Recorder& trace,
+                                       SlotLabel label) {
+    if (!this->file(file) || !lookup(file, id, why, trace)) {
+        return {};
+    }
     const located::Path path = {"nodeList", id, "IPAddresses"};
     const Json::Value& list = valueAt(file.tree, path);
-    Provenance found = provenance(list, rule);
-    if (found.ended && found.entries.empty()) {
+    WalkedEntries found = walkedEntries(list, path, trace.events, label);
+    if (found.refused) {
         step("entry", "\"IPAddresses\" is " + kindOf(list) + ": the library's walk ends here",
              Spot{&file, path});
         because("wrong-type", located::pointer(path) + " is " + kindOf(list), "make it a list");

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "rules/ReaderLoad.h"
+#include "rules/Roles.h"
+
+#include <string>
+
+/// The steps of a load of SysConfReaderImpl, in their order. Each is given the values of the load
+/// before, and ends at a value of the wrong type, which throws: what it has not assigned stays.
+namespace Quarncommon::rules {
+
+template <typename AnyNode>
+void loadLocalNodeId(const AnyNode& appConfig, const std::string& instanceId,
+                     std::string& localNodeId) {
+    localNodeId = processEntry(appConfig, instanceId)["nodeId"].asString();
+}
+
+template <typename AnyNode>
+void loadLocalIp(const AnyNode& nodeList, const std::string& localNodeId,
+                 std::string& localInternalServiceIP) {
+    localInternalServiceIP =
+        internalServiceAddress(addressEntries(nodeEntry(nodeList, localNodeId)));
+}
+
+template <typename AnyNode>
+void loadTenancy(const AnyNode& nodeList, const std::string& localNodeId,
+                 std::string& productName) {
+    productName = tenancy(nodeEntry(nodeList, localNodeId));
+}
+
+/// An id without a candidate is carried over from the load before.
+template <typename AnyNode>
+void loadRoleNodeIds(const AnyNode& managerNodeList, const std::string& productName,
+                     std::string& masterNodeId, std::string& standbyNodeId) {
+    findMasterAndStandby(managerNodeList, productName, masterNodeId, standbyNodeId);
+}
+
+template <typename AnyNode>
+void loadRoleIps(const AnyNode& managerNodeList, const std::string& masterNodeId,
+                 const std::string& standbyNodeId, std::string& masterInternalServiceIP,
+                 std::string& standbyInternalServiceIP) {
+    masterInternalServiceIP =
+        internalServiceAddress(addressEntries(nodeEntry(managerNodeList, masterNodeId)));
+    standbyInternalServiceIP =
+        internalServiceAddress(addressEntries(nodeEntry(managerNodeList, standbyNodeId)));
+}
+
+} // namespace Quarncommon::rules

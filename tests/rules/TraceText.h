@@ -1,0 +1,44 @@
+#pragma once
+
+#include "rules/Json.h"
+#include "rules/Trace.h"
+
+#include <gtest/gtest.h>
+#include <sysconfreader/ConfigFiles.h>
+
+#include <string>
+#include <vector>
+
+/// The events of a trace as texts, for comparisons.
+class TraceText : public Quarncommon::rules::Trace {
+public:
+    using Lines = std::vector<std::string>;
+
+    void report(const Quarncommon::rules::TraceEvent& event) override;
+
+    Lines lines;
+};
+
+/// What a rule reports over the value of a JSON text, up to what it throws. The value is once a
+/// tree and once a document; both give the same events.
+template <typename Rule>
+TraceText::Lines traced(const std::string& text, Rule rule) {
+    namespace rules = Quarncommon::rules;
+    const auto linesOf = [&](const rules::Node& root) {
+        TraceText trace;
+        try {
+            rule(rules::TracedNode(root, trace));
+        } catch (const Json::Exception&) {
+            trace.lines.emplace_back("thrown");
+        }
+        return trace.lines;
+    };
+    using Quarncommon::config::Document;
+    const std::string padded = text + std::string(Document::kPadding, ' ');
+    Document document;
+    EXPECT_TRUE(document.read(padded.data(), text.size())) << text;
+    const Json::Value tree = json(text);
+    const TraceText::Lines lines = linesOf(rules::Node(tree));
+    EXPECT_EQ(linesOf(document.root()), lines) << text;
+    return lines;
+}

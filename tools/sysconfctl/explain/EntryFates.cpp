@@ -1,0 +1,156 @@
+#include "explain/EntryFates.h"
+
+#include <algorithm>
+#include <set>
+#include <variant>
+
+namespace sysconfctl {
+namespace {
+
+namespace rules = Quarncommon::rules;
+
+std::vector<std::string> stepsOf(const Json::Value& entries) {
+    if (entries.isObject()) {
+        return entries.getMemberNames();
+    }
+    std::vector<std::string> steps;
+    for (Json::ArrayIndex i = 0; entries.isArray() && i < entries.size(); ++i) {
+        steps.push_back(std::to_string(i));
+    }
+    return steps;
+}
+
+/// Follows the events of a walk over the entries at one path.
+class Walk {
+public:
+    Walk(const Json::Value& entries, const located::Path& path, SlotLabel label)
+        : m_entries(entries), m_path(path), m_label(label), m_steps(stepsOf(entries)),
+          m_seen(m_steps.size()) {
+        for (std::size_t i = 0; i < m_steps.size(); ++i) {
+            m_numbers[m_steps[i]] = i;
+        }
+    }
+
+    void operator()(const rules::EntryVisited& event) { seen(event.path, &Seen::visited); }
+    void operator()(const rules::TagCompared& event) { seen(event.path, &Seen::tagged); }
+    void operator()(const rules::TypeMismatch& event) {
+        m_refused = m_refused || event.path == m_path;
+        seen(event.path, &Seen::ends);
+    }
+    void operator()(const rules::SlotFilled& event) { slot(event.path, event.slot, true); }
+    void operator()(const rules::SlotKept& event) { slot(event.path, event.slot, false); }
+    void operator()(const rules::SlotNotNeeded& event) { m_from.erase(event.slot); }
+    template <typename Other>
+    void operator()(const Other& /*event*/) {}
+
+    WalkedEntries result() const {
+        WalkedEntries walked{{}, m_from, m_refused};
+        for (std::size_t i = 0; !m_refused && i < m_steps.size(); ++i) {
+            walked.entries.push_back(fateOf(i));
+        }
+        return walked;
+    }
+
+private:
+    struct Seen {
+        bool visited = false;
+        bool tagged = false;
+        bool ends = false;
+        std::set<std::string> slots;
+    };
+
+    Seen* at(const located::Path& path) {
+        const bool below =
+            path.size() > m_path.size() && std::equal(m_path.begin(), m_path.end(), path.begin());
+        const auto number = below ? m_numbers.find(path[m_path.size()]) : m_numbers.end();
+        return number != m_numbers.end() ? &m_seen[number->second] : nullptr;
+    }
+
+    void seen(const located::Path& path, bool Seen::*what) {
+        if (Seen* const entry = at(path)) {
+            entry->*what = true;
+        }
+    }
+
+    void slot(const located::Path& path, const std::string& slot, bool taken) {
+        if (Seen* const entry = at(path)) {
+            const std::string name = m_label(slot);
+            entry->slots.insert(name);
+            if (taken) {
+                m_from[name] = static_cast<std::size_t>(entry - m_seen.data());
+            }
+        }
+    }
+
+    EntryFate fateOf(std::size_t number) const {
+        const Seen& entry = m_seen[number];
+        EntryFate fate;
+        fate.step = m_steps[number];
+        if (!entry.visited) {
+            return fate;
+        }
+        if (entry.ends) {
+            fate.fate = Fate::Ends;
+        } else if (entry.slots.empty()) {
+            fate.fate = withoutSlot(fate.step, entry);
+        } else {
+            withSlots(number, entry, fate);
+        }
+        return fate;
+    }
+
+    Fate withoutSlot(const std::string& step, const Seen& entry) const {
+        const Json::Value& value = m_entries.isObject()
+                                       ? m_entries[step]
+                                       : m_entries[static_cast<Json::ArrayIndex>(std::stoul(step))];
+        const Json::Value& usage = value.isObject() ? value["usage"] : Json::Value::nullSingleton();
+        if (entry.tagged) {
+            return Fate::OtherTags;
+        }
+        return usage.isNull() || usage.isArray() ? Fate::NoTags : Fate::NoList;
+    }
+
+    void withSlots(std::size_t number, const Seen& entry, EntryFate& fate) const {
+        std::vector<std::string> lost;
+        for (const std::string& slot : entry.slots) {
+            const auto has = m_from.find(slot);
+            if (has != m_from.end() && has->second == number) {
+                fate.slots.push_back(slot);
+            } else {
+                lost.push_back(slot);
+                fate.winner = has != m_from.end() ? std::optional(has->second) : fate.winner;
+            }
+        }
+        if (!fate.slots.empty()) {
+            fate.fate = Fate::Taken;
+            fate.winner.reset();
+            return;
+        }
+        fate.slots = std::move(lost);
+        fate.fate = !fate.winner            ? Fate::NotNeeded
+                    : *fate.winner < number ? Fate::Earlier
+                                            : Fate::Later;
+    }
+
+    const Json::Value& m_entries;
+    const located::Path& m_path;
+    SlotLabel m_label;
+    std::vector<std::string> m_steps;
+    std::vector<Seen> m_seen;
+    std::map<std::string, std::size_t> m_numbers;
+    std::map<std::string, std::size_t> m_from;
+    bool m_refused = false;
+};
+
+} // namespace
+
+WalkedEntries walkedEntries(const Json::Value& entries, const located::Path& path,
+                            const std::vector<rules::TraceEvent>& events, SlotLabel label) {
+    Walk walk(entries, path, label);
+    for (const rules::TraceEvent& event : events) {
+        std::visit(walk, event);
+    }
+    return walk.result();
+}
+
+} // namespace sysconfctl
