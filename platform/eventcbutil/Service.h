@@ -20,7 +20,7 @@ namespace eventcbutil {
 class Service {
 public:
     /// How long the end of the subscriptions waits for a thread.
-    static constexpr std::chrono::milliseconds kLongestEnd{1000};
+    static constexpr std::chrono::seconds kLongestEnd{1};
 
     /// The one service. It is never destroyed, because its thread may run until the very end of
     /// the process; its thread ends with the static objects that were built before the first

@@ -59,11 +59,10 @@ void Thread::detach() {
     m_joinable = false;
 }
 
-void Thread::join(std::chrono::milliseconds longest) {
-    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(longest);
+void Thread::join(std::chrono::seconds longest) {
     timespec until{};
     ::clock_gettime(CLOCK_REALTIME, &until);
-    until.tv_sec += seconds.count();
+    until.tv_sec += longest.count();
     if (::pthread_timedjoin_np(m_thread, nullptr, &until) != 0) {
         ::pthread_detach(m_thread);
     }

@@ -23,7 +23,7 @@ public:
 
     void detach();
     /// Waits for the end, at most that long; detaches the thread then.
-    void join(std::chrono::milliseconds longest);
+    void join(std::chrono::seconds longest);
 
 private:
     pthread_t m_thread{};
