@@ -1,6 +1,6 @@
-// bench-large DIRECTORY MEBIBYTES: writes valid files of that size and tells, as JSON, how long one
-// call takes that reads them and how much memory it needs at the most, each in a process of its
-// own. To be run by hand; 256 is what docs/reliability.md and SECURITY.md tell.
+// bench-large DIRECTORY MEBIBYTES: writes valid files of that size and prints, as JSON, how long
+// one call that reads them takes and its peak memory, each in a process of its own. To be run by
+// hand, with 16 for the figures of docs/security-model.md and 256 for those of docs/reliability.md.
 
 #include "Environment.h"
 #include "generator/Deployment.h"
