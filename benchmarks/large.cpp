@@ -1,6 +1,6 @@
 // bench-large DIRECTORY MEBIBYTES: writes valid files of that size and prints, as JSON, the CPU
 // time and the peak memory of each call that reads them. Each call runs in a new process. Run it by
-// hand; docs/reliability.md and SECURITY.md have the figures for 256.
+// hand, with 16 for the figures of docs/security-model.md and 256 for those of docs/reliability.md.
 
 #include "Environment.h"
 #include "generator/Deployment.h"

@@ -1,10 +1,13 @@
 #include "Numbers.h"
 
+#include <algorithm>
 #include <bit>
 #include <cerrno>
 #include <charconv>
 #include <clocale>
+#include <cstddef>
 #include <cstdlib>
+#include <limits>
 #include <system_error>
 
 namespace {
@@ -16,10 +19,23 @@ const locale_t kCLocale = newlocale(LC_ALL_MASK, "C", nullptr);
 
 } // namespace
 
-// std::from_chars does not distinguish a number that is too large from one that is too small.
-double nearestDouble(const char* text) {
+double nearestDouble(const char* first, const char* last) {
+    double value = 0;
+    if (std::from_chars(first, last, value).ec == std::errc()) {
+        return value;
+    }
+    // Out of range, but std::from_chars does not say whether it is too large or too small. If the
+    // digits are few, only the exponent can be the reason.
+    constexpr std::ptrdiff_t kFew = 100;
+    if (last - first <= kFew) {
+        const bool small = std::adjacent_find(first, last, [](char a, char b) {
+                               return (a == 'e' || a == 'E') && b == '-';
+                           }) != last;
+        const double limit = small ? 0.0 : std::numeric_limits<double>::infinity();
+        return *first == '-' ? -limit : limit;
+    }
     const int error = errno;
-    const double value = strtod_l(text, nullptr, kCLocale);
+    value = strtod_l(first, nullptr, kCLocale);
     errno = error;
     return value;
 }
@@ -43,5 +59,5 @@ Number numberOf(const char* first, const char* last) {
     if (convert(first, last, large)) {
         return {Tape::kUnsigned, large};
     }
-    return {Tape::kDouble, std::bit_cast<Tape::Word>(nearestDouble(first))};
+    return {Tape::kDouble, std::bit_cast<Tape::Word>(nearestDouble(first, last))};
 }

@@ -2,9 +2,9 @@
 
 #include "Tape.h"
 
-/// Returns the double nearest to a grammatical number: an infinity above the range, 0 below it. The
-/// text ends with a NUL byte.
-double nearestDouble(const char* text);
+/// Returns the double nearest to the grammatical number from `first` to the NUL byte at `last`: an
+/// infinity above the range, 0 below it.
+double nearestDouble(const char* first, const char* last);
 
 /// A number as a tape has it.
 struct Number {

@@ -2,19 +2,26 @@
 
 #include "Numbers.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
 
 namespace {
 
-constexpr std::string_view kDigits = "0123456789";
-constexpr std::string_view kNumberCharacters = "0123456789+-.eE";
 constexpr std::size_t kEscapeLength = 6; // \uXXXX
 
-/// Removes one leading character, if it is one of these.
-bool take(std::string_view& text, std::string_view characters) {
-    if (text.empty() || characters.find(text.front()) == std::string_view::npos) {
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+bool isNumberCharacter(char c) {
+    return isDigit(c) || c == '+' || c == '-' || c == '.' || c == 'e' || c == 'E';
+}
+
+/// Removes one leading character, if it is either of these.
+bool take(std::string_view& text, char one, char other) {
+    if (text.empty() || (text.front() != one && text.front() != other)) {
         return false;
     }
     text.remove_prefix(1);
@@ -23,22 +30,23 @@ bool take(std::string_view& text, std::string_view characters) {
 
 bool takeDigits(std::string_view& text) {
     const std::size_t before = text.size();
-    while (take(text, kDigits)) {
+    while (!text.empty() && isDigit(text.front())) {
+        text.remove_prefix(1);
     }
     return text.size() < before;
 }
 
 /// The grammar's "number", the whole of the text.
 bool isNumber(std::string_view text) {
-    take(text, "-");
-    if (!take(text, "0") && !takeDigits(text)) {
+    take(text, '-', '-');
+    if (!take(text, '0', '0') && !takeDigits(text)) {
         return false;
     }
-    if (take(text, ".") && !takeDigits(text)) {
+    if (take(text, '.', '.') && !takeDigits(text)) {
         return false;
     }
-    if (take(text, "eE")) {
-        take(text, "+-");
+    if (take(text, 'e', 'E')) {
+        take(text, '+', '-');
         return takeDigits(text) && text.empty();
     }
     return text.empty();
@@ -46,7 +54,7 @@ bool isNumber(std::string_view text) {
 
 /// The number in a form that keeps its value and, by its exponent, the type realValue.
 std::string shortForm(const std::string& number) {
-    const double value = nearestDouble(number.c_str());
+    const double value = nearestDouble(number.c_str(), number.c_str() + number.size());
     if (std::isinf(value)) {
         return value < 0 ? "-10e308" : "10e308";
     }
@@ -95,7 +103,8 @@ bool maySeemTooBig(std::string_view number) {
 
 /// Appends the run of number characters at the start of `text`, or the one character that is none.
 std::size_t appendToken(std::string_view text, std::string& copy) {
-    const std::string_view run = text.substr(0, text.find_first_not_of(kNumberCharacters));
+    const auto* const end = std::find_if_not(text.begin(), text.end(), isNumberCharacter);
+    const std::string_view run = text.substr(0, static_cast<std::size_t>(end - text.begin()));
     if (run.empty()) {
         copy += text.front();
         return 1;
