@@ -316,7 +316,8 @@ Answers saved(const fs::path& path) {
     return all;
 }
 
-/// The test's own process never uses the library, so that each process that it forks is new.
+/// The test's own process never uses the library, so that each process that it forks is new. The
+/// directory is as deep as those of the rows, because each folder on the way has a watch.
 Undisturbed observe(const fs::path& directory) {
     Undisturbed observed;
     SharedReports reports(1);
@@ -327,9 +328,10 @@ Undisturbed observe(const fs::path& directory) {
                       destroyAll();
                       save(directory / mark, answersFromFiles());
                   }
+                  // Counted before the file is open.
+                  const Resources held = resourcesAtRest();
                   std::ofstream(directory / "resources")
-                      << resources().threads << " " << resources().descriptors << " "
-                      << resources().watches;
+                      << held.threads << " " << held.descriptors << " " << held.watches;
               }));
     for (const char* mark : {kBefore, kDuring, kAfter}) {
         observed.answers[mark] = saved(directory / mark);
@@ -400,7 +402,7 @@ void expectRecovery(const std::vector<Scenario>& scenarios, const std::vector<Fa
                     std::size_t leastFaults) {
     const fs::path directory = support::testDirectory();
     fs::create_symlink(SYSCONF_EVENT_LIBRARY, directory / "libeventcbutil.so");
-    const Undisturbed undisturbed = observe(directory / "undisturbed");
+    const Undisturbed undisturbed = observe(directory / "undisturbed" / "1");
     SharedReports reports(scenarios.size() * failing.size());
     const std::size_t most = kProcessesPerProcessor * std::thread::hardware_concurrency();
     std::size_t running = 0;

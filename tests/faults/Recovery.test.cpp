@@ -48,12 +48,12 @@ std::vector<Scenario> firstUses() {
     return all;
 }
 
-/// Whether the operation is a load that its caller asked for.
-bool loadsOnDemand(const faults::Operation& operation) {
+/// Whether the operation is one that the caller has to repeat: a step of a load, or an event that it
+/// has delivered itself.
+bool isRepeatedByItsCaller(const faults::Operation& operation) {
     const std::string symbol = operation.symbol;
-    return operation.effect == Effect::Changes &&
-           (symbol.find("Reload") != std::string::npos || symbol.find("nit") != std::string::npos ||
-            symbol.find("EventProcessCB") != std::string::npos);
+    return symbol.find("::init") != std::string::npos ||
+           symbol.find("::Init") != std::string::npos || symbol == "SysConfReaderEventProcessCB";
 }
 
 std::vector<Scenario> operations(Effect effect) {
@@ -73,7 +73,7 @@ std::vector<Scenario> operations(Effect effect) {
         // Made in advance: it is not the operation that takes this memory.
         scenario.act = [call = operation.call, outputs = std::make_shared<faults::Outputs>()](
                            Deployment&) { call(*outputs); };
-        scenario.repair = loadsOnDemand(operation) ? Repair::Reload : Repair::None;
+        scenario.repair = isRepeatedByItsCaller(operation) ? Repair::Reload : Repair::None;
         scenario.leavesWork = effect == Effect::Changes;
         all.push_back(scenario);
     }
