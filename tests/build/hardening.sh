@@ -33,9 +33,10 @@ check_memory() {
 # means: only beside the file itself.
 check_search_path() {
   local found expected=
-  if [[ $(basename "$file") == sysconfctl ]]; then
-    expected="\$ORIGIN/../$libdir"
-  fi
+  case $(basename "$file") in
+  libsysconfreader.so) expected="\$ORIGIN" ;;
+  sysconfctl) expected="\$ORIGIN/../$libdir" ;;
+  esac
   found=$(sed -nE 's/.*\((RPATH|RUNPATH)\).*\[(.*)\]/\2/p' <<<"$dynamic")
   [[ $found == "$expected" ]] || fail "looks for libraries in \"$found\", not \"$expected\""
 }
