@@ -3,14 +3,14 @@
 
 # Debian packages that building the library and the tool needs, and those that the tests need on top.
 # shellcheck disable=SC2034 # used by the scripts that source this one
-build_packages=(g++ cmake ninja-build pkg-config libjsoncpp-dev libace-dev rapidjson-dev
+build_packages=(g++ cmake ninja-build pkgconf libjsoncpp-dev libace-dev rapidjson-dev
   libsimdjson-dev libcli11-dev libfmt-dev)
 # Those that make and check packages.
 # shellcheck disable=SC2034
-package_packages=(binutils chrpath debhelper doxygen dpkg-dev file lintian pkgconf)
+package_packages=(binutils chrpath debhelper doxygen dpkg-dev file lintian)
 # shellcheck disable=SC2034
 test_packages=("${package_packages[@]}" abigail-tools xz-utils
-  clang libclang-rt-dev libgtest-dev libgmock-dev
+  clang libclang-rt-dev lld meson libgtest-dev libgmock-dev
   libbenchmark-dev nlohmann-json3-dev locales graphviz strace python3 python3-jsonschema
   zsh fish mandoc groff-base)
 # shellcheck disable=SC2034
