@@ -10,7 +10,7 @@
 class JsonReader {
 public:
     explicit JsonReader(bool lenient);
-    bool parse(const std::string& text, Json::Value& value) const;
+    bool parse(const std::string& text, Json::Value& value);
 
 private:
     bool m_lenient;
@@ -18,7 +18,7 @@ private:
 
 JsonReader::JsonReader(bool lenient) : m_lenient(lenient) {}
 
-bool JsonReader::parse(const std::string& /*text*/, Json::Value& value) const {
+bool JsonReader::parse(const std::string& /*text*/, Json::Value& value) {
     value = Json::Value();
     return m_lenient;
 }
