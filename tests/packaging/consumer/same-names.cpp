@@ -1,5 +1,5 @@
-// A program that has classes of the names that the library's own JSON and host address classes
-// have.
+// A program whose classes have the names and signatures of the JSON and host address classes inside
+// the library.
 #include <SysConfReader.h>
 #include <SysConfReader_i.h>
 

@@ -33,7 +33,7 @@ bool isInt(const Json::Value& value) {
 }
 
 /// A member of what has members; null otherwise.
-const Json::Value& memberOf(const Json::Value& value, const std::string& name) {
+const Json::Value& memberOf(const Json::Value& value, const char* name) {
     return hasMembers(value) ? value[name] : Json::Value::nullSingleton();
 }
 
