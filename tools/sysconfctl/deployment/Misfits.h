@@ -37,6 +37,7 @@ std::optional<Misfit> blame(const Json::Value& root, const std::vector<Misfit>& 
 #if __has_cpp_attribute(gnu::no_dangling)
 [[gnu::no_dangling]] // it refers into the tree, never into the path
 #endif
-const Json::Value& valueAt(const Json::Value& root, const located::Path& path);
+const Json::Value&
+valueAt(const Json::Value& root, const located::Path& path);
 
 } // namespace sysconfctl
