@@ -39,7 +39,7 @@ long peakMemory() {
             return std::stol(line.substr(6)) * 1024;
         }
     }
-    throw std::runtime_error("the kernel tells no VmHWM");
+    throw std::runtime_error("no VmHWM in /proc/self/status");
 }
 
 } // namespace bench

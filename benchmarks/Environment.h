@@ -3,13 +3,13 @@
 #include <filesystem>
 #include <string>
 
-/// What a process of the deployment finds in its environment.
+/// The environment of a process of a generated deployment.
 namespace bench {
 
-/// Leads the library to a generated deployment, with change events switched off.
+/// Sets the variables for a generated deployment and disables change events.
 void enterDeployment(const std::filesystem::path& directory);
 
-/// A variable that leads to a file which is not there, until the end of its scope.
+/// Sets a variable to the path of a missing file until the end of the scope.
 class HiddenVariable {
 public:
     explicit HiddenVariable(const char* name);
@@ -22,7 +22,7 @@ private:
     std::string m_value;
 };
 
-/// The most memory that this process has had so far, in bytes.
+/// Peak resident memory of this process so far, in bytes.
 long peakMemory();
 
 } // namespace bench

@@ -1,5 +1,5 @@
-// The host's addresses as every variant sees them: fixed ones in place of the kernel's list, whose
-// enumeration would cost more than the queries that are measured with it.
+// Replaces the kernel's list of host addresses for all variants: enumerating it takes longer than
+// the queries that use it.
 
 #include <array>
 #include <cstring>

@@ -18,7 +18,7 @@ namespace {
 
 class Validator {
 public:
-    /// Reads the file and tells its length.
+    /// Reads the file and returns its length.
     std::size_t validate(const std::string& path) {
         const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
         struct stat status {};
@@ -44,7 +44,7 @@ private:
     simdjson::dom::parser m_parser;
 };
 
-/// One value under a lock, in the plainest form there is.
+/// One value under a lock, in the simplest form.
 struct Guarded {
     ACE_RW_Thread_Mutex mutex;
     std::string text = "192.0.2.11";

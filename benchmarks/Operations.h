@@ -11,8 +11,8 @@
 #include <string>
 #include <utility>
 
-/// The operations that are measured, written once for both variants: `Reader` and `Roles` are the
-/// product's classes or the baseline's, which have the same names for the same operations.
+/// The measured operations. `Reader` and `Roles` are the classes of the product or of the baseline,
+/// whose operations have the same names.
 namespace bench {
 
 template <typename Reader, typename Roles>
@@ -21,7 +21,7 @@ struct Singletons {
     static Roles& roles() { return *Roles::Instance(); }
     static void forget() { Reader::Destory(); }
 
-    /// Everything that a load has found and that can be asked for.
+    /// The loaded values as text.
     static std::string loaded() {
         Reader& r = reader();
         Roles& o = roles();
@@ -33,8 +33,8 @@ struct Singletons {
     }
 };
 
-/// Loads the singletons afresh without the files that these variables lead to: what they answer
-/// after `run` is then that step's own doing.
+/// Loads new singletons without the files of these variables, so that the answers after `run`
+/// result from that step alone.
 template <typename S, typename Run>
 std::string withFilesOnlyFor(std::initializer_list<const char*> variables, Run run) {
     S::forget();
@@ -49,7 +49,7 @@ std::string withFilesOnlyFor(std::initializer_list<const char*> variables, Run r
     return S::loaded();
 }
 
-/// A query `op(reader)`; what it captures by value is its own in every run and reused within it.
+/// A query `op(reader)`. Each run copies `op`; values that it captures are reused within the run.
 template <typename S, typename Op>
 Operation query(std::string name, Op op, bool threads = false) {
     return {std::move(name), [op]() mutable { return text(op(S::reader())); },

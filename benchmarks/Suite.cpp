@@ -14,7 +14,8 @@ namespace bench {
 
 namespace {
 
-/// Both parts of an answer end in a NUL byte on their way between processes; no answer has one.
+/// The answers in the form in which they are sent between processes: name and answer, each followed
+/// by a NUL byte. Answers contain no NUL.
 std::string flattened(const Answers& answers) {
     std::string text;
     for (const auto& [name, answer] : answers) {
@@ -91,7 +92,7 @@ void Suite::registerAll(bool once) const {
             timed->Iterations(1);
         }
     }
-    // Behind the others, which are thus timed in a process that never had a second thread.
+    // Registered last, so that the others are timed in a process that never had a second thread.
     for (const Operation& operation : m_operations) {
         if (!operation.threads) {
             continue;

@@ -5,7 +5,6 @@
 #include <string>
 #include <utility>
 
-/// Answers as texts, to be compared.
 namespace bench {
 
 inline std::string text(const std::string& answer) {

@@ -1,6 +1,6 @@
-// bench-events LIBRARY [ROUNDS [SECONDS]]: tells, as JSON, what following changes through the event
-// library costs: the time from a rename to the new answer, what a subscription adds to the process,
-// and the processor time that its thread takes while nothing happens for SECONDS.
+// bench-events LIBRARY [ROUNDS [SECONDS]]: prints the cost of the event library as JSON: the time
+// from a rename to the new answer, the resources that a subscription adds to the process, and the
+// CPU time of its thread during SECONDS without changes.
 
 #include "generator/Deployment.h"
 
@@ -34,7 +34,7 @@ std::string textOf(const fs::path& file) {
     return text.str();
 }
 
-/// The number behind "name:" in a file of that form.
+/// Returns the number after "name:" in a file of such lines.
 long number(const fs::path& file, const std::string& name) {
     std::ifstream stream(file);
     for (std::string line; std::getline(stream, line);) {
@@ -60,7 +60,7 @@ long watches() {
     return count;
 }
 
-/// Kilobytes that are this process's alone.
+/// Private memory of this process in kilobytes.
 long privateMemory() {
     return number("/proc/self/smaps_rollup", "Private_Dirty");
 }
@@ -92,7 +92,7 @@ public:
         fs::remove_all(m_folder, ignored);
     }
 
-    /// Changes the host tag of the nodes and answers how long it took until the library tells it.
+    /// Changes the host tag of the nodes and returns the time until the library returns it.
     double microsecondsToAnswer(int round) {
         const std::string tag = "tag-" + std::to_string(round);
         replaceTags(tag);
@@ -152,7 +152,7 @@ Json::Value silence(int seconds) {
     return value;
 }
 
-/// What the event library and a subscription add to a process that uses the library.
+/// The resources that the event library and a subscription add to a process.
 Json::Value added(const char* library) {
     ::setenv("NO_EM_CLIENT", "1", 1);
     SysConfReader::Instance();
@@ -161,7 +161,7 @@ Json::Value added(const char* library) {
     const long threads = entries("/proc/self/task");
     const long descriptors = entries("/proc/self/fd");
     const long memory = privateMemory();
-    // Found by its name from now on.
+    // An already loaded library is found by its name.
     if (::dlopen(library, RTLD_LAZY | RTLD_GLOBAL) == nullptr) {
         throw std::runtime_error(::dlerror());
     }

@@ -1,6 +1,6 @@
-// bench-large DIRECTORY MEBIBYTES: writes valid files of that size and tells, as JSON, how long one
-// call takes that reads them and how much memory it needs at the most, each in a process of its
-// own. To be run by hand; 256 is what docs/reliability.md and SECURITY.md tell.
+// bench-large DIRECTORY MEBIBYTES: writes valid files of that size and prints, as JSON, the CPU
+// time and the peak memory of each call that reads them. Each call runs in a new process. Run it by
+// hand; docs/reliability.md and SECURITY.md have the figures for 256.
 
 #include "Environment.h"
 #include "generator/Deployment.h"
@@ -17,6 +17,7 @@
 #include <fstream>
 #include <string>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -25,7 +26,7 @@ using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReaderImpl;
 namespace fs = std::filesystem;
 
-/// Processor time of this process so far, in seconds: what a call takes, whatever else is running.
+/// CPU time of this process so far, in seconds.
 double processorTime() {
     timespec now{};
     ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
@@ -40,6 +41,7 @@ struct Call {
 const Call kQueries[] = {
     {"getLocalServiceIP", [] { SysConfReader::Instance()->getLocalServiceIP(); }},
     {"getLocalSouthIP", [] { SysConfReader::Instance()->getLocalSouthIP(); }},
+    {"getLocalNorthIP", [] { SysConfReader::Instance()->getLocalNorthIP(); }},
     {"getSourceNodeId",
      [] {
          std::string id;
@@ -55,7 +57,7 @@ const Call kQueries[] = {
 
 const Call kLoad[] = {{"SysConfReader::Reload", [] { SysConfReader::Instance()->Reload(); }}};
 
-/// Runs the call in a process of its own that has loaded without any file.
+/// Measures the call in a child process whose singletons were loaded without any file.
 void measure(const char* file, const Call& call, const fs::path& directory) {
     std::fflush(stdout);
     const pid_t child = ::fork();
@@ -85,7 +87,7 @@ void measure(const char* file, const Call& call, const fs::path& directory) {
     std::_Exit(EXIT_SUCCESS);
 }
 
-/// Writes a text and dates it back, so that it is not read twice for being new.
+/// Writes a file with an old time stamp, because the library reads a new file twice.
 void write(const fs::path& path, const std::string& start, const std::string& part,
            std::size_t size, const std::string& end) {
     fs::create_directories(path.parent_path());
@@ -96,7 +98,7 @@ void write(const fs::path& path, const std::string& start, const std::string& pa
     }
     file << end;
     file.close();
-    fs::last_write_time(path, fs::file_time_type::clock::now() - std::chrono::hours(1));
+    std::this_thread::sleep_for(std::chrono::milliseconds(2100));
 }
 
 void measureNodes(const fs::path& directory, std::size_t size) {
@@ -108,26 +110,80 @@ void measureNodes(const fs::path& directory, std::size_t size) {
     }
 }
 
-void measureNumbers(const fs::path& directory, std::size_t size) {
+/// Writes both node lists: one node of which `part` is repeated between `start` and `end`.
+void writeLists(const fs::path& directory, const std::string& start, const std::string& part,
+                std::size_t size, const std::string& end) {
     for (const char* list : {generator::kNodeListFile, generator::kManagerNodeListFile}) {
-        write(directory / list, R"({"nodeList":{"n":{"numbers":[0)", ",0", size, "]}}}");
+        write(directory / list, start, part, size, end);
     }
+}
+
+/// A node list that has its size in one place.
+struct List {
+    const char* name;
+    std::string start;
+    std::string part;
+    std::string end;
+};
+
+/// The start of a list up to the addresses of this process's node, whose id is empty.
+const std::string kAddresses = R"({"nodeList":{"":{"IPAddresses":[)";
+
+const List kLists[] = {
+    {"numbers of one digit", R"({"nodeList":{"n":{"numbers":[0)", ",0", "]}}}"},
+    {"tags of one digit", kAddresses + R"({"usage":[0)", ",0", "]}]}}}"},
+    {"members without a name", R"({"nodeList":{"":0)", R"(,"":0)", "}}"},
+    {"members out of order", R"({"nodeList":{"n":{"z":0)", R"(,"y":0,"x":0)", "}}}"},
+    {"numbers that are hard to round", R"({"nodeList":{"n":{"numbers":[0)",
+     ",7.2057594037927933e+16,9007199254740993.0000000000000000001", "]}}}"},
+    {"texts that are not UTF-8", R"({"nodeList":{"n":{"texts":[0)", ",\"a\xff\"", "]}}}"},
+    {"numbers out of range", R"({"nodeList":{"n":{"numbers":[0)", ",1e400", "]}}}"},
+    {"halves of surrogate pairs", R"({"nodeList":{"n":{"texts":[0)", R"(,"\ud800")", "]}}}"},
+};
+
+void measureLists(const fs::path& directory, std::size_t size) {
+    for (const List& list : kLists) {
+        writeLists(directory, list.start, list.part, size, list.end);
+        for (const Call& call : kQueries) {
+            measure(list.name, call, directory);
+        }
+    }
+}
+
+/// Lists with an entry of which one half is repeated members or a long address, the other one tags.
+void measureTags(const fs::path& directory, std::size_t size) {
+    const std::string tags = R"("maintenance","service","southbound","northbound",)";
+    const std::string end = R"("x"]}]}}})";
+    std::string members;
+    for (std::size_t length = 0; length < size / 2; length += 5) {
+        members += R"("":0,)";
+    }
+    writeLists(directory, kAddresses + "{" + members + R"("IP":"A","usage":[)", tags, size, end);
     for (const Call& call : kQueries) {
-        measure("node lists of numbers of one digit", call, directory);
+        measure("an entry of members and tags", call, directory);
+    }
+    const std::string address(size / 2, 'A');
+    writeLists(directory, kAddresses + R"({"IP":")" + address + R"(","usage":[)", tags, size, end);
+    for (const Call& call : kQueries) {
+        measure("an entry of a long address and tags", call, directory);
     }
 }
 
 void measureAppConfig(const fs::path& directory, std::size_t size) {
-    for (const char* list : {generator::kNodeListFile, generator::kManagerNodeListFile}) {
-        write(directory / list, "{}", "", 0, "");
-    }
-    write(directory / generator::kAppConfigFile, R"({"processes":{},"more":[0)",
-          ",{\"a member\":\"a text of forty characters, more or less\"}", size, "]}");
-    measure("app config of small objects", kLoad[0], directory);
+    writeLists(directory, "{}", "", 0, "");
+    const std::string object = R"(,{"a member":"a text of forty characters, more or less"})";
+    const fs::path config = directory / generator::kAppConfigFile;
+    write(config, R"({"processes":{},"ignored":[0)", object, size, "]}");
+    measure("app config of ignored objects", kLoad[0], directory);
+    write(config, R"({"processes":{},"ignored":[0)", ",0", size, "]}");
+    measure("app config of ignored numbers of one digit", kLoad[0], directory);
     constexpr std::size_t kPart = 16; // the whole would need more than most machines have
-    write(directory / generator::kAppConfigFile, R"({"processes":{},"more":[0)", ",0", size / kPart,
-          "]}");
-    measure("app config of numbers of one digit, a sixteenth of the size", kLoad[0], directory);
+    write(config, R"({"databases":{"d":[0)", object, size / kPart, "]}}");
+    measure("app config of a database of small objects, a sixteenth of the size", kLoad[0],
+            directory);
+    write(config, R"({"databases":{"d":[0)", ",0", size / kPart, "]}}");
+    measure("app config of a database of numbers of one digit, a sixteenth of the size", kLoad[0],
+            directory);
 }
 
 } // namespace
@@ -140,7 +196,8 @@ int main(int argc, char** argv) {
     try {
         const std::size_t size = std::stoul(argv[2]) << 20U;
         measureNodes(argv[1], size);
-        measureNumbers(argv[1], size);
+        measureLists(argv[1], size);
+        measureTags(argv[1], size);
         measureAppConfig(argv[1], size);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s: %s\n", argv[0], error.what());

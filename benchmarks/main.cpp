@@ -1,9 +1,10 @@
 // bench-queries product|baseline|limit DIRECTORY [--compared] [--once] [Google Benchmark's
-// options]: measures one variant on a deployment written by bench-deployment. One process takes one
-// variant: in a common one, a variant pays for what the others have left in the heap.
+// options]: measures one variant on a deployment written by bench-deployment. Each variant needs
+// its own process: otherwise it is slowed down by the heap that another variant left.
 //
-// Fails without measuring when product and baseline do not give the same answers there; --compared
-// says that this has been seen to already. --once runs each operation for one iteration.
+// Fails without measuring if product and baseline give different answers; --compared skips this
+// check.
+// --once runs each operation for one iteration.
 
 #include "Environment.h"
 #include "Suite.h"

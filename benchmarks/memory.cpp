@@ -1,5 +1,5 @@
-// bench-memory product|baseline DIRECTORY: tells, as JSON, what one query of one node's address
-// takes of memory in a fresh process. The singletons are loaded without a node list, so that the
+// bench-memory product|baseline DIRECTORY: prints, as JSON, the memory that one query of one node's
+// address needs in a fresh process. The singletons are loaded without a node list, so that the
 // query is the first to read it.
 
 #include "Environment.h"
@@ -19,7 +19,7 @@
 
 namespace {
 
-/// The memory that the heap has handed out and not got back.
+/// Heap memory in use, in bytes.
 long heapInUse() {
     const struct mallinfo2 heap = ::mallinfo2();
     return static_cast<long>(heap.uordblks + heap.hblkhd);

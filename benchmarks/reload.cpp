@@ -1,5 +1,5 @@
-// bench-reload reader|roles DIRECTORY [THREADS [RELOADS]]: tells, as JSON, how long a reload waits
-// for its lock while threads query without a pause, and how long one of their queries takes.
+// bench-reload reader|roles DIRECTORY [THREADS [RELOADS]]: prints, as JSON, how long a reload waits
+// for its lock while threads query without pause, and how long one of these queries takes.
 
 #include "Environment.h"
 
@@ -29,7 +29,7 @@ using Clock = std::chrono::steady_clock;
 using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReaderImpl;
 
-/// The longest time that the calling thread has waited for the write side of a lock.
+/// The longest time that the current thread waited for the write side of a lock.
 thread_local Clock::duration t_wait{};
 
 double milliseconds(Clock::duration time) {
@@ -48,10 +48,10 @@ Json::Value quantiles(std::vector<double> times) {
     return value;
 }
 
-/// As many of a thread's queries are timed.
+/// The number of queries of each thread that are timed.
 constexpr std::size_t kMostTimes = 10'000;
 
-/// Threads that query without a pause, and the duration of each query.
+/// Threads that query without pause and record the duration of each query.
 class Crowd {
 public:
     Crowd(std::size_t threads, const std::function<std::string()>& query) {
@@ -74,7 +74,7 @@ public:
         }
     }
 
-    /// Returns when there have been some more queries.
+    /// Returns after `count` more queries.
     void waitForQueries(std::size_t count) const {
         const std::size_t enough = m_queries + count;
         while (m_queries < enough) {

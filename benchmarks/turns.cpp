@@ -1,7 +1,7 @@
-// bench-turns DIRECTORY: tells, as JSON, what a query takes while no writer waits: one that copies
-// a value of the reader, one of the role reader, one that reads the node list. Run it by turns as
-// it is and with LD_LIBRARY_PATH leading to benchmarks/without-turns, where the library's locks
-// give writers no turn: the difference is what looking for a waiting writer costs.
+// bench-turns DIRECTORY: prints, as JSON, the CPU time of three queries while no writer waits: a
+// value of the reader, a value of the role reader, a query that reads the node list. Alternate runs
+// with and without LD_LIBRARY_PATH set to benchmarks/without-turns, whose readers never wait for
+// writers: the difference is the cost of checking for a waiting writer.
 
 #include "Environment.h"
 
@@ -22,15 +22,14 @@ namespace {
 using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReaderImpl;
 
-/// Of the calling thread; what other processes take does not count.
+/// CPU time of the calling thread.
 double processorNanoseconds() {
     timespec time{};
     ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
     return static_cast<double>(time.tv_sec) * 1e9 + static_cast<double>(time.tv_nsec);
 }
 
-/// Nanoseconds of processor time that one call takes, in the quickest of many blocks: whatever
-/// disturbs only makes it slower.
+/// CPU time of one call in the fastest of many blocks: disturbances only make a block slower.
 template <typename Call>
 double nanoseconds(int calls, Call call) {
     constexpr int kBlocks = 40;
@@ -50,13 +49,13 @@ double nanoseconds(int calls, Call call) {
 Json::Value measure() {
     SysConfReader& reader = *SysConfReader::Instance();
     SysConfReaderImpl& roles = *SysConfReaderImpl::Instance();
-    Json::Value told;
-    told["getMaintenanceIPAddress_ns"] =
+    Json::Value times;
+    times["getMaintenanceIPAddress_ns"] =
         nanoseconds(20'000, [&] { return reader.getMaintenanceIPAddress(); });
-    told["GetMasterInternalServiceIP_ns"] =
+    times["GetMasterInternalServiceIP_ns"] =
         nanoseconds(20'000, [&] { return roles.GetMasterInternalServiceIP(); });
-    told["getLocalServiceIP_ns"] = nanoseconds(5, [&] { return reader.getLocalServiceIP(); });
-    return told;
+    times["getLocalServiceIP_ns"] = nanoseconds(5, [&] { return reader.getLocalServiceIP(); });
+    return times;
 }
 
 } // namespace

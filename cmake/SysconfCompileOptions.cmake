@@ -1,7 +1,7 @@
-# What is shipped is the same wherever it is built: neither debug information nor messages name the
-# folder of the sources; files have their names as seen from the build folder, where debuggers find
-# them by these. (A compiler cache may give the same names already; it knows this option, and still
-# shares between checkouts.) Debug builds keep the whole names.
+# Builds are reproducible: debug information and messages name source files relative to the build
+# folder, where debuggers find them, and never by an absolute path. A compiler cache that rewrites
+# paths knows this option and still shares results between checkouts. Debug builds keep absolute
+# paths.
 if(NOT SYSCONFREADER_SANITIZE)
   cmake_path(IS_PREFIX PROJECT_SOURCE_DIR "${PROJECT_BINARY_DIR}" build_is_inside)
   if(build_is_inside)
@@ -15,8 +15,26 @@ if(NOT SYSCONFREADER_SANITIZE)
   endforeach()
 endif()
 
+# Hardening that not every supported compiler and C library has. A compiler that ignores an option
+# warns, so the probes treat warnings as errors.
+include(CheckCXXCompilerFlag)
+include(CheckCXXSourceCompiles)
+set(CMAKE_REQUIRED_FLAGS -Werror)
+check_cxx_compiler_flag(-fstack-clash-protection SYSCONFREADER_HAS_STACK_CLASH_PROTECTION)
+# Level 3 also checks buffers whose size is known only at run time.
+set(CMAKE_REQUIRED_FLAGS "-Werror -O2 -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3")
+check_cxx_source_compiles(
+  "#include <cstring>
+#if __USE_FORTIFY_LEVEL < 3
+#error The C library has no such level, or not for this compiler.
+#endif
+int main() {}"
+  SYSCONFREADER_HAS_FORTIFY_LEVEL_3)
+unset(CMAKE_REQUIRED_FLAGS)
+set(SYSCONFREADER_FORTIFY_LEVEL $<IF:$<BOOL:${SYSCONFREADER_HAS_FORTIFY_LEVEL_3}>,3,2>)
+
 # sysconf_compile_options(TARGET): the language level, warnings, hardening and sanitizer that every
-# target of the project is built with. Nothing of it reaches a consumer's own targets.
+# target of the project is built with. They do not reach a consumer's own targets.
 function(sysconf_compile_options target)
   set_target_properties(
     ${target}
@@ -48,13 +66,15 @@ function(sysconf_compile_options target)
     return()
   endif()
   if(SYSCONFREADER_BUILD_FUZZERS)
-    # What counts the coverage is in the fuzzer, not in the libraries.
+    # The coverage counters are in the fuzzer, so the libraries have undefined symbols.
     return()
   endif()
-  # Without a sanitizer every symbol must be found at link time, and the usual hardening applies.
+  # Without a sanitizer every symbol must be defined at link time, and the hardening applies.
   if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$")
-    # The linker would mark as fit for shadow stacks only what consists of marked files, and the C
-    # library's start files are not marked everywhere. They are fit: they change no return address.
+    # The linker marks a file as compatible with shadow stacks only if all its input files are marked,
+    # and some C libraries' start files are not. They are compatible: they change no return address.
+    # No option forces the mark for indirect branch tracking: where start files lack that mark, their
+    # _init does not begin with endbr64, and the file must not claim it.
     target_compile_options(${target} PRIVATE -fcf-protection)
     target_link_options(${target} PRIVATE -Wl,-z,shstk)
   elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64)$")
@@ -64,7 +84,9 @@ function(sysconf_compile_options target)
     ${target}
     PRIVATE
       -fstack-protector-strong
-      $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE$<SEMICOLON>-D_FORTIFY_SOURCE=2>
+      $<$<BOOL:${SYSCONFREADER_HAS_STACK_CLASH_PROTECTION}>:-fstack-clash-protection>
+      $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE$<SEMICOLON>-D_FORTIFY_SOURCE=${SYSCONFREADER_FORTIFY_LEVEL}>
   )
+  target_compile_definitions(${target} PRIVATE _GLIBCXX_ASSERTIONS)
   target_link_options(${target} PRIVATE -Wl,-z,defs -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
 endfunction()

@@ -105,7 +105,7 @@ std::optional<Verdict> read(std::string_view text) {
     if (tree.is_discarded()) {
         return std::nullopt;
     }
-    constexpr std::size_t kConvertible = 100;
+    constexpr std::size_t kConvertible = 1100; // above the limit of JsonReader
     if (verdict.nesting <= kConvertible) {
         verdict.value = converted(tree);
     }

@@ -8,7 +8,7 @@
 #include "Deployment.h"
 #include "Parts.h"
 
-#include <Reply.h>
+#include "query/Reply.h"
 #include <check/Finding.h>
 #include <deployment/Loaded.h>
 #include <explain/Explanation.h>

@@ -13,96 +13,118 @@
 
 namespace Quarncommon {
 
-/// The configuration reader: where this process runs, by which addresses and ports, and with which
-/// databases.
+/// The configuration reader: where this process runs, its addresses and ports, and its databases.
 ///
-/// One instance exists per process, created and loaded on first use, reloaded in place by Reload()
-/// (which a change event calls, see SysConfReaderEvent.h) and freed by Destory() only. The next
-/// Instance() after that builds and loads a fresh one.
+/// One instance exists per process. It is created and loaded on first use, reloaded in place by
+/// Reload() and by change events (SysConfReaderEvent.h), and freed only by Destory(). The next
+/// Instance() after that builds and loads a new one.
 ///
 /// Sources:
-/// - app config file: the path in `APP_CONF_FILE`; `<instance>` below stands for the member of
-///   "processes" that the value of `PROCESS_INSTANCE_ID` names
+/// - app config file: the path in `APP_CONF_FILE`. `<instance>` below is the member of "processes"
+///   named by the value of `PROCESS_INSTANCE_ID`.
 /// - node list: value of `APP_ROOT` followed by "/etc/sysconf/nodelist.json"
 /// - manager node list: value of `TOLM_ROOT` followed by "/etc/sysconf/nodelists.json"
 ///
-/// An unset variable counts as "" unless an operation says otherwise. Paths are joined as they
-/// stand, nothing is normalised. Only regular files are read; anything else, like a file that is
-/// missing, cannot be read to its end, or is not one valid JSON text, counts as not parsed.
-/// Loaded values come from the app config file and the node list as they were at the last load;
-/// address queries read and parse their file again on every call, so a change shows at once.
+/// An unset variable reads as "" unless an operation says otherwise. Paths are concatenated
+/// verbatim; nothing is normalised. Only regular files are read. A file that is missing, is not
+/// regular, cannot be read completely, or is not one valid JSON text is not parsed. Loaded values
+/// are those of the last load. Address queries read and parse their file on every call, so that a
+/// change is visible at once.
+///
+/// Environment. **Do not call setenv(), putenv() or unsetenv() while another thread may be in this
+/// library: POSIX allows such a call to crash the reader.** With change events switched on, a
+/// reload may run on the event library's thread at any time. Set all variables before the first use
+/// of the library, or switch events off (`NO_EM_CLIENT`). Each step of a load reads its variables
+/// once, before it reads its file.
 ///
 /// Nodes. The own node is the member of "nodeList" named by `<instance>."nodeId"`. The float node
 /// is the own node, or, on a node whose `"extAttr"."hostType"` is "standby", the node whose service
-/// address this host carries (see getSourceNodeId). Both ids are fixed at the load.
+/// address this host has (see getSourceNodeId). Both ids are determined by the load.
 ///
-/// Tags. An address entry's "usage" is an array of tags, lower-cased byte by byte (`tolower`, in
-/// the current C locale) before they are compared; a plain string in its place has no tags.
+/// Tags. The "usage" of an address entry is an array of tags. They are lower-cased byte by byte
+/// (`tolower`, in the current C locale) before they are compared. If "usage" is a plain string, the
+/// entry has no tags.
 ///
-/// Threads. Any thread may call any operation, but none may use a pointer from Instance() once
-/// Destory() has been called. One reader/writer lock serves the class: "read lock" below means
-/// that its read side is held for the whole call (waiting for a load, running beside other
-/// queries); creation, Reload() and Destory() hold the write side. A load that waits for queries in
-/// progress goes before queries that begin later, however busy the callers are. When a lock call
-/// fails, its error number is left in `errno` and the operation goes on without the lock.
+/// Threads. Any thread may call any operation. No thread may use a pointer from Instance() after
+/// Destory() has been called. The class has one reader/writer lock: "read lock" below means that
+/// the read side is held for the whole call, which waits for a load and runs beside other queries.
+/// Creation, Reload() and Destory() hold the write side. A waiting writer takes precedence over
+/// queries that begin later, so that busy callers do not starve a reload, but only during the first
+/// second of every ten that it waits: a query that hangs in the file system delays others by at
+/// most that second at a time, while the reload waits for it. Conversely, if queries that each take
+/// longer than a second overlap without a gap, a reload may wait until there is a gap. If a lock
+/// call fails, its error number is left in `errno` and the operation continues without the lock.
 ///
-/// Forks. A forked child may exec, _exit and exit() whatever other threads were doing in the
-/// library when it was forked. It may also call every operation of the library's classes, as far as
-/// the C library bears with it that a child of several threads allocates memory (glibc does),
-/// provided that it asks Instance() anew: an instance that another thread was creating, reloading
-/// or destroying at that moment is abandoned in the child, and the next Instance() builds and loads
-/// a fresh one. An instance that was at rest is the child's own copy. The child has no subscription
-/// to change events until it loads for the first time after a Destory() (or after such an
-/// abandoning), when the event library is called in the child; and none at all when it was forked
-/// in the middle of a subscription, of the end of one or of the search for an event library (where
-/// there is none, each load searches). A child that is forked by an event library within its entry
-/// points may only exec or _exit.
+/// Shortages. A load meets a shortage if a resource or the storage fails (ENOMEM, EMFILE, ENFILE,
+/// EIO, a file that changes during each attempt to read it, ...), as opposed to a file that is
+/// missing, malformed or of the wrong type. What such a load found is kept like that of any other.
+/// An event whose reload meets a shortage answers -1. A first load or a Reload() that meets one
+/// requests an event, if there is a subscription and the event library supports it
+/// (EventConsumerCBRedeliverFunction). A program without change events is not informed; after it
+/// has run out of memory or descriptors it should call Reload(), or Destory().
 ///
-/// Unloading. The library stays in the process until its end: dlclose() gives the handle back and
-/// changes nothing, an event is applied all the same, and the next dlopen() finds the instances
-/// that there are.
+/// Forks. A forked child may call exec, _exit and exit() at any time. It may also call every
+/// operation, as far as the C library supports allocation in a child of a process with threads
+/// (glibc does), if it calls Instance() again first: an instance that another thread was creating,
+/// reloading or destroying at the time of the fork is leaked in the child, and the next Instance()
+/// builds a new one. Any other instance is copied with the process. Handlers of pthread_atfork may
+/// destroy and create the instances, whether they are registered before this library is loaded or
+/// after.
+/// The child has no subscription to change events until its first load after a Destory() (or after
+/// a leaked instance), which calls the event library in the child. It never gets one if it was
+/// forked while another thread was subscribing, unsubscribing or searching for the event library
+/// (if there is none, every load searches). A child that an event library forks inside its entry
+/// points may only call exec or _exit.
 ///
-/// End of the process. Threads that are still asking while the process exits are answered until it
-/// is gone; change events that come by then are no longer applied.
+/// Unloading. The library stays loaded until the process ends. dlclose() never unloads it, change
+/// events continue to be applied, and the next dlopen() finds the same instances.
 ///
-/// Ownership. Answers are copies. Outputs passed by reference are the caller's; they are appended
-/// to or updated, never cleared, unless an operation says otherwise.
+/// End of the process. Queries are answered until the process has ended, also in static destructors
+/// and on other threads. From the library's exit handler on, change events are no longer applied.
+/// The handler waits at most one second for events that other threads are applying; it does not
+/// wait for an event of the thread that called exit(). A load that takes longer continues while the
+/// process exits; a static destructor that queries waits for the lock of that load.
 ///
-/// Failures. Bad configuration is never reported: it gives "" or 0, or what an operation says.
-/// "Never throws" means that whatever goes wrong inside, memory that runs out included, ends in
-/// the answer told for it. Every other operation throws std::bad_alloc when memory for its answer
-/// runs out. The lock is free after every call, however it ends.
+/// Ownership. Results are copies. Output parameters belong to the caller; they are appended to or
+/// updated, never cleared, unless an operation says otherwise.
+///
+/// Failures. Bad configuration is never reported: the result is "" or 0, or what an operation says.
+/// "Never throws": on any internal failure, including out of memory, the documented fallback is
+/// returned. Every other operation throws std::bad_alloc if memory for its result runs out. The
+/// lock is free after every call, also after an exception.
 class [[gnu::visibility("default")]] SysConfReader {
 public:
     /// @name The instance
     /// @{
 
-    /// The reader, created and loaded on first use; never null. Takes no lock when it exists, else
-    /// the write lock for the whole creation. It becomes visible only when it is loaded; two
-    /// threads that come first together get the same pointer from one load. Creates the role
-    /// reader (SysConfReaderImpl) too, which subscribes to change events.
-    /// @throws std::bad_alloc, and whatever an event library throws out of its subscription;
-    ///         nothing is published then, and the next call tries again.
+    /// Returns the reader, never null. Creates and loads it on first use, under the write lock;
+    /// takes no lock if it exists. It becomes visible after it is loaded: concurrent first calls
+    /// return the same pointer from one load. Also creates the role reader (SysConfReaderImpl),
+    /// which subscribes to change events.
+    /// @throws std::bad_alloc, and what an event library throws from its subscription. Nothing is
+    ///         published then, and the next call tries again.
     static SysConfReader* Instance();
 
-    /// Destroys the role reader (creating it first if it does not exist), which ends the
-    /// subscription to change events, then, under the write lock, this reader.
-    /// @throws as SysConfReaderImpl::Instance() does, with nothing destroyed.
+    /// Destroys the role reader (after creating it if it does not exist), which ends the
+    /// subscription to change events, and then, under the write lock, this reader. Waits like
+    /// SysConfReaderImpl::Destory() for a change event that another thread is applying. If this
+    /// thread is applying one, the destruction follows when the event has been applied.
+    /// @throws as SysConfReaderImpl::Instance() does; nothing is destroyed then.
     static void Destory();
 
-    /// Forgets the databases and runs the loader again, under the write lock. Every other value is
-    /// replaced only by what the loader finds: after a load that cannot parse the app config file
-    /// there are no databases, while addresses, ports and ids are those of the load before.
-    /// @throws what an event library throws, before anything but the databases has changed.
+    /// Clears the databases and runs the loader again, under the write lock. Other values change
+    /// only if the loader finds new ones: after a load that cannot parse the app config file there
+    /// are no databases, while addresses, ports and ids keep their previous values.
+    /// @throws what an event library throws. Only the databases have changed then.
     void Reload();
 
-    /// The loader, for the library's own use; the caller holds the write lock. In this order:
-    /// subscribes to change events unless that is done, reads the databases, the addresses and
-    /// ports and the own node id from the app config file, then the host type, the float node id
-    /// and the host tag from the node list. A file that does not parse is passed over. A value of
-    /// the wrong type ends the loader on the spot and silently: values read before it are new, all
-    /// later ones stay as they were.
-    /// @throws only what subscribing throws.
+    /// The loader, for internal use; the caller holds the write lock. In this order: subscribes to
+    /// change events unless that is done; reads the databases, the addresses and ports and the own
+    /// node id from the app config file; reads the host type, the float node id and the host tag
+    /// from the node list. Skips a file that does not parse. A value of the wrong type, or running
+    /// out of memory, ends the loader silently: values read before it are new, all later ones keep
+    /// their previous values.
+    /// @throws what subscribing throws, and std::bad_alloc before any file is read.
     void init_i();
 
     SysConfReader(const SysConfReader&) = delete;
@@ -110,8 +132,8 @@ public:
     /// @}
 
     /// @name Loaded values
-    /// Read lock. 0 or "" when the last load found none. Ports are decimal numbers as the file has
-    /// them; a port given as text ends the load (see init_i).
+    /// Read lock. 0 or "" if the last load found none. A port must be a number in the file; one
+    /// given as text ends the load (see init_i).
     /// @{
 
     /// `<instance>."local"."port"`.
@@ -126,19 +148,19 @@ public:
     std::string GetWssIPAddress();
     /// `<instance>."local"."ip"`.
     std::string getLocalhostIPAddress();
-    /// Maintenance address of this process, the "ip" under "IR" of its `<instance>`; the last
-    /// resort of getLocalServiceIP, getLocalNorthIP and getLocalSouthIP.
+    /// Maintenance address of this process: `<instance>."IR"."ip"`. The last fallback of
+    /// getLocalServiceIP, getLocalNorthIP and getLocalSouthIP.
     std::string getMaintenanceIPAddress();
-    /// Host tag of the float node, its "HOSTID" under "extAttr" in the node list: on a standby node
-    /// the tag of the node that it stands in for.
+    /// Host tag of the float node: its `"extAttr"."HOSTID"` in the node list.
     std::string getLocalHostTagName();
-    /// Id of the float node: `<instance>."nodeId"`, or what getSourceNodeId gave on a standby node.
+    /// Id of the float node: `<instance>."nodeId"`, or on a standby node the id that
+    /// getSourceNodeId found.
     std::string getFloatNodeId();
     /// @}
 
     /// @name Roles
-    /// Forwarded to SysConfReader_i, creating it and the role reader on first use; no lock of this
-    /// class.
+    /// Forwarded to SysConfReader_i, which creates itself and the role reader on first use. No lock
+    /// of this class.
     /// @{
 
     /// Internal-service address of the master node of the local tenancy.
@@ -147,23 +169,23 @@ public:
     std::string GetStandbyInternalServiceIP() const;
     /// @}
 
-    /// The value of `APP_ROOT`, "" when unset; read anew on each call. No lock.
+    /// Returns the value of `APP_ROOT`, "" if unset. Reads the variable on each call. No lock.
     std::string GetAppRoot();
 
     /// @name Databases
-    /// The entries of "databases" in the app config file, as of the last load: a database is
-    /// normally an array of connection entries, `index` counts from 0. Names are compared byte for
-    /// byte. Read lock. An unknown name gives -1 or "". Inside a known database the answers are
+    /// The entries of "databases" in the app config file, from the last load. A database is
+    /// normally an array of connection entries; `index` starts at 0. Names are compared byte by
+    /// byte. Read lock. An unknown name gives -1 or "". Inside a known database the results are
     /// jsoncpp's: an index past the end, or a field that is absent or null, gives 0 or "".
-    /// @throws Json::Exception when the database is neither an array nor null, the entry neither an
-    ///         object nor null, or the field not convertible to the answer's type.
+    /// @throws Json::Exception if the database is neither an array nor null, the entry neither an
+    ///         object nor null, or the field not convertible to the type of the result.
     /// @{
 
-    /// Replaces `info` by the database's whole value, of whatever type it is, and answers 0.
-    /// Unknown name: answers -1 and leaves `info` alone.
+    /// Replaces `info` by the whole value of the database, of any type, and returns 0. For an
+    /// unknown name returns -1 and leaves `info` unchanged.
     int getDBInfo(const std::string& name, Json::Value& info);
-    /// Replaces `all` by every database, keyed by name. Answers 0. When memory runs out, `all` is
-    /// as before.
+    /// Replaces `all` by all databases, keyed by name, and returns 0. If memory runs out, `all` is
+    /// unchanged.
     int getAllDBInfo(std::map<std::string, Json::Value> & all);
     /// "accessPort": the port on which the database is reached. Unknown name: -1.
     int getDBAccessPort(const std::string& name, unsigned int index);
@@ -173,7 +195,7 @@ public:
     std::string getDBUserName(const std::string& name, unsigned int index);
     /// "serviceName".
     std::string getDBServiceName(const std::string& name, unsigned int index);
-    /// "passwd": login password, exactly as it stands in the file.
+    /// "passwd": login password, verbatim.
     std::string getDBPassword(const std::string& name, unsigned int index);
     /// "serverName".
     std::string getDBServerName(const std::string& name, unsigned int index);
@@ -187,58 +209,58 @@ public:
     /// From the node list, read on each call. Read lock, file reading included. Never throws.
     /// @{
 
-    /// "IP" of the first address entry that carries the tag `usage` (in any letter case, compared
-    /// whole), in file order. "maintenance" is looked up in the own node, every other tag in the
-    /// float node. The first tagged entry decides even when it has no "IP" (the answer is then
-    /// ""). "" too when no entry is tagged so, the list does not parse, or a value on the way to
-    /// the answer has the wrong type.
+    /// Returns the "IP" of the first address entry, in file order, that has the tag `usage` (in any
+    /// letter case, compared whole). "maintenance" is looked up in the own node, every other tag in
+    /// the float node. The first tagged entry decides, even if it has no "IP" (the result is then
+    /// ""). Also "" if no entry has the tag, the list does not parse, or a value of the wrong type
+    /// is met before the result is found.
     std::string getLocalIPByUsage(const std::string& usage);
-    /// getLocalIPByUsage("maintenance"): the own node's, never that of the node it stands in for.
+    /// getLocalIPByUsage("maintenance"): always that of the own node.
     std::string getLocalMaintenanceIP();
-    /// getLocalIPByUsage("service"); when that is "", the loaded maintenance address
-    /// (getMaintenanceIPAddress), for which the read lock is taken a second time, by itself.
+    /// getLocalIPByUsage("service"). If that is "", the loaded maintenance address
+    /// (getMaintenanceIPAddress), under a second, separate read lock.
     std::string getLocalServiceIP();
     /// getLocalIPByUsage("service2"). No fallback.
     std::string getLocalService2IP();
     /// @}
 
     /// @name Families of numbered addresses of the float node
-    /// From the node list, read on each call. Without the lock: a reload on another thread never
-    /// makes them wait, and they answer by the float node of before or after it, never of a load
-    /// half done. Never throw: whatever goes wrong while walking the list ends the walk there.
+    /// From the node list, read on each call. No lock: they do not wait for a reload, and use the
+    /// float node from before or after it. Never throw: an error while walking the list ends the
+    /// walk there.
     /// @{
 
     /// Collects the addresses whose tag contains `usagePrefix`, by the number in the tag, and the
     /// node's service addresses.
     ///
-    /// @param usagePrefix Searched in the lower-cased tag, itself as it stands: one with a capital
+    /// @param usagePrefix Searched for, verbatim, in the lower-cased tag: a prefix with a capital
     ///        letter is never found, an empty one is found in every tag.
-    /// @param indexedIPs Receives number -> "IP" (also when that is empty) for each tag that
-    ///        contains the prefix. The number is the tag's text from the position equal to the
-    ///        prefix's length on, as `strtol` reads it in base 10, cut to 32 bits: "northbound" is
-    ///        0, "northbound2" is 2. The first address for a number counts; keys that are there
-    ///        before the call are never overwritten.
+    /// @param indexedIPs Receives number -> "IP" (even if that is empty) for each tag that contains
+    ///        the prefix. The number is what `strtol` reads in base 10 from the tag, starting at
+    ///        the position equal to the prefix's length, truncated to 32 bits: "northbound" is 0,
+    ///        "northbound2" is 2. The first address for a number wins. Keys that exist before the
+    ///        call are never overwritten.
     /// @param serviceIP,service2IP Receive the "IP" of the last entry tagged "service" or
-    ///        "service2", among tags that do not contain the prefix; else left alone.
+    ///        "service2", among tags that do not contain the prefix; otherwise unchanged.
     ///
-    /// "IPAddresses" and "usage" may be objects in place of arrays; their members count in key
-    /// order. A list that does not parse changes nothing; an error part-way keeps what was
-    /// collected.
+    /// "IPAddresses" and "usage" may be objects instead of arrays; their members are taken in key
+    /// order. A list that does not parse changes nothing. After an error part-way, what was
+    /// collected before it is kept.
     void getLocalNodeIPs(const std::string& usagePrefix, std::map<int, std::string>& indexedIPs,
                          std::string& serviceIP, std::string& service2IP);
 
     /// Collects the southbound addresses by tag.
     ///
     /// @param usageIPs First gets the keys "southbound" and "southbound2" ... "southbound1024",
-    ///        each set to ""; there is no "southbound1". Then every tag that is a key of the map
-    ///        by now, the caller's own keys included, sets its value to the entry's "IP"; of
-    ///        several entries the last counts. If no tag was a key, "service" is set to the last
-    ///        address tagged so, or to "", and "service2" likewise if there is a non-empty one.
+    ///        each set to ""; there is no "southbound1". Then every tag that is a key of the map,
+    ///        including keys that the caller added, sets its value to the entry's "IP"; the last
+    ///        entry wins. If no tag was a key, "service" is set to the last address with that tag,
+    ///        or to "", and "service2" is set likewise if there is a non-empty one.
     ///
-    /// "IPAddresses" and "usage" must be arrays. When the list does not parse, "service" is set to
-    /// "". When a value of the wrong type ends the walk, "service" is set to the service address
-    /// seen so far, matched tags or not. A map reused from an earlier call that has the key
-    /// "service" takes that tag for a match like any other.
+    /// "IPAddresses" and "usage" must be arrays. If the list does not parse, "service" is set to
+    /// "". If a value of the wrong type ends the walk, "service" is set to the service address seen
+    /// so far, whether tags matched or not. If a map from an earlier call already has the key
+    /// "service", that tag is a match like any other.
     void getLocalNodeIPs(std::map<std::string, std::string> & usageIPs);
     /// @}
 
@@ -247,65 +269,61 @@ public:
     /// the node list, read on each call.
     /// @{
 
-    /// Addresses towards upper systems: slots "northbound" (number 0), then 2, 3 and 4, each
-    /// followed by ";"; then, in ascending order, every other number that has a tag (1, 5 and up,
-    /// negative ones), separated by ";". Without any of these the list ends in the ";" of slot 4:
-    /// "A;;;;", "A;;;;E;G". Of several addresses for a number the first counts.
-    /// Without a northbound tag: the service addresses, "S" or "S;T", or without a "service"
-    /// address the loaded maintenance address (getMaintenanceIPAddress).
-    /// No lock; see getLocalNodeIPs for what that means during a reload.
+    /// Returns the addresses towards upper systems: the slots of the numbers 0 ("northbound"), 2, 3
+    /// and 4, each followed by ";"; then every other number that has a tag (1, 5 and up, negative
+    /// ones), in ascending order, separated by ";". Examples: "A;;;;", "A;;;;E;G". The first
+    /// address for a number wins. Without a northbound tag: the service addresses, "S" or "S;T".
+    /// Without a "service" address: the loaded maintenance address (getMaintenanceIPAddress). No
+    /// lock; see getLocalNodeIPs for what that means during a reload.
     std::string getLocalNorthIP();
 
-    /// Addresses towards managed equipment: ten slots, "southbound" and "southbound2" to
-    /// "southbound10", joined by ";" ("A;;;;;;;;;"); then the non-empty ones of "southbound11" to
-    /// "southbound1024", each behind a ";". "southbound1" is no slot. Of several addresses for a
-    /// slot the last counts.
-    /// Without a southbound tag: the service addresses, "S" or "S;T", or without a "service"
-    /// address the loaded maintenance address (getMaintenanceIPAddress), which is also the answer
-    /// when the list does not parse. When a value of the wrong type ends the walk: the service
-    /// address seen so far, alone, or that maintenance address.
-    /// Read lock, file reading included.
+    /// Returns the addresses towards managed equipment: ten slots, "southbound" and "southbound2"
+    /// to "southbound10", joined by ";" ("A;;;;;;;;;"); then the non-empty ones of "southbound11"
+    /// to "southbound1024", each after a ";". "southbound1" is not a slot. The last address for a
+    /// slot wins. Without a southbound tag: the service addresses, "S" or "S;T". Without a
+    /// "service" address, or if the list does not parse: the loaded maintenance address
+    /// (getMaintenanceIPAddress). If a value of the wrong type ends the walk: the service address
+    /// seen so far, alone, or that maintenance address. Read lock, also while reading the file.
     std::string getLocalSouthIP();
 
-    /// IP protocol families of getLocalSouthIP(): 0 IPv4 only (also when there is no address), 1
-    /// IPv6 only, 2 both. An address with a colon is IPv6, one with a dot and no colon IPv4,
-    /// anything else counts for nothing.
-    /// Read lock, taken a second time inside getLocalSouthIP. Creates the instance first if there
-    /// is none.
+    /// Returns the IP protocol families of getLocalSouthIP(): 0 IPv4 only (also if there is no
+    /// address), 1 IPv6 only, 2 both. An address with a colon is IPv6, one with a dot and no colon
+    /// is IPv4, anything else is ignored. Read lock, taken a second time inside getLocalSouthIP.
+    /// Creates the instance first if there is none.
     int getPFType();
     /// @}
 
     /// @name All nodes
-    /// From the manager node list, read on each call. Read lock, file reading included. Never
-    /// throw. Answer 0, or -1 when `TOLM_ROOT` is unset (there is no default root), the list does
-    /// not parse, or a value of the wrong type is met; the outputs then keep what was collected
-    /// before it. Nodes come in ascending order of their ids by bytes.
+    /// From the manager node list, read on each call. Read lock, also while reading the file. Never
+    /// throw. Return 0, or -1 if `TOLM_ROOT` is unset (there is no default root), the list does not
+    /// parse, or a value of the wrong type is met; the outputs then keep what was collected before
+    /// it. Nodes are visited in byte order of their ids.
     /// @{
 
     /// Appends to `addresses` every non-empty "IP" of every node whose member `fieldName` begins
-    /// with `valuePrefix`: node by node, each node's in file order, duplicates kept. The member is
-    /// read as text (numbers and booleans in jsoncpp's text form; absent is ""), compared letter
-    /// case included; an empty prefix selects every node.
+    /// with `valuePrefix`: node by node, in file order within a node, duplicates kept. The member
+    /// is read as text (numbers and booleans in jsoncpp's text form; absent is "") and compared
+    /// case-sensitively. An empty prefix selects every node.
     int getIPAddresses(const std::string& fieldName, const std::string& valuePrefix,
                        std::list<std::string>& addresses);
 
-    /// Inserts into `floatIPs`, for every node, the set of its addresses that carry any of the
-    /// tags `usages` (to be given in lower case). A node without such an address gets an empty
-    /// set, a tagged entry without "IP" adds "". A node id that is a key before the call keeps its
-    /// value untouched. Does not use any loaded value.
+    /// Inserts into `floatIPs`, for every node, the set of its addresses that have any of the tags
+    /// `usages` (in lower case). A node without such an address gets an empty set; a tagged entry
+    /// without "IP" adds "". A node id that is a key before the call keeps its value. Uses no
+    /// loaded value.
     int getAllFloatIP(std::set<std::string> usages,
                       std::map<std::string, std::set<std::string>> & floatIPs);
     /// @}
 
-    /// Whom this host stands in for: sets `sourceNodeId` to the id of the node whose service
-    /// address is one of the host's own addresses; leaves it alone when there is none.
+    /// Sets `sourceNodeId` to the id of the node whose service address is one of this host's
+    /// addresses. Leaves it unchanged if there is none.
     ///
     /// Reads the node list on each call. Candidates are all nodes whose `"extAttr"."hostType"` is
-    /// not exactly "standby" and that have an entry tagged "service"; of several such entries the
-    /// last one's "IP" counts. Of several candidates the smallest id by bytes wins. A list that
-    /// does not parse has no candidates; a value of the wrong type ends the search for candidates
-    /// with those found so far. Meant for load time: it enumerates the host's interfaces.
-    /// No lock; touches nothing but the argument.
+    /// not exactly "standby" and that have an entry tagged "service"; the last such entry wins. The
+    /// smallest candidate id in byte order wins. A list that does not parse has no candidates. A
+    /// value of the wrong type ends the search; the candidates found before it are used. Intended
+    /// for loads: it enumerates the interfaces of the host.
+    /// No lock; modifies only the argument.
     void getSourceNodeId(std::string & sourceNodeId);
 
 private:
@@ -315,9 +333,12 @@ private:
     SysConfReader() = default;
     ~SysConfReader() = default;
 
-    /// What a change event does to this class: Instance(), then Reload() of whatever instance the
-    /// write lock shows, if any is left.
+    /// Creates, loads and publishes the instance if there is none.
+    [[gnu::visibility("hidden")]] static SysConfReader* create();
+    /// Reloads the instance, creating it if there is none.
     static void reloadInstance();
+    /// Reloads the instance if there is one.
+    [[gnu::visibility("hidden")]] static void reloadExisting();
     void reloadLocked();
     void loadFiles(const std::string& appConfigPath, const std::string& instanceId);
     /// The first getLocalNodeIPs, for the float node of that id.
@@ -338,16 +359,16 @@ private:
     std::string m_hostType;
     std::string m_floatNodeId;
 
-    /// The two loaded values that some queries read without m_pMutex. A load replaces both at its
-    /// end in one step, so that those queries neither wait for a load nor see one half done.
+    /// The two loaded values that some queries read without m_pMutex. A load replaces both in one
+    /// step when it ends, so that those queries neither wait for a load nor see half of one.
     struct Identity {
         std::string floatNodeId;
         std::string maintenanceIP;
     };
     class [[gnu::visibility("hidden")]] IdentityUpdate;
     Identity identity();
-    /// Guards m_floatNodeId and m_maintenanceIP for those who do not hold m_pMutex, and who changes
-    /// them holds both. Held for the copy or the swap of two strings only, never while loading.
+    /// Guards m_floatNodeId and m_maintenanceIP against readers that do not hold m_pMutex; a writer
+    /// holds both. Held only while two strings are copied or swapped, never during a load.
     std::mutex m_identityMutex;
 
     /// Null until an instance has been loaded completely.

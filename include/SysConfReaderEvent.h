@@ -7,36 +7,56 @@
 /// Change events: the types that this library and an event library share, and the callback.
 ///
 /// The library opens "libeventcbutil.so" by that name, through the dynamic loader's ordinary
-/// search, and asks it for "SysConfigEvent". The event library exports two functions, unmangled:
+/// search, and subscribes there to "SysConfigEvent". The event library exports these functions,
+/// unmangled; the third is optional:
 ///
 ///     int EventConsumerCBInit(const std::string& eventName, const std::string& second,
 ///                             const EventConsumerCallback* callback);
 ///     void EventConsumerCBFini();
+///     void EventConsumerCBRedeliver(const EventConsumerCallback* callback);
 ///
 /// EventConsumerCBInit subscribes: from now on the event library calls `callback->callback` on a
-/// thread of its own choosing whenever the event is delivered. The record lives only during the
-/// call, so both of its fields must be copied. `second` is always empty. A negative result means
-/// that there is no subscription. EventConsumerCBFini ends the subscription; no callback may start
-/// after it has returned. It is called under the role reader's write lock, but never while a
-/// callback of ours is doing work, so an event library may wait in it for running callbacks.
-/// Neither entry point may call this library, nor wait for a callback that it has started itself:
-/// both are called in the middle of a load or of a destruction. The callback's code stays in the
-/// process until its end, whoever closes this library.
+/// thread of its choice for every event. The record exists only during the call, so both of its
+/// fields must be copied. `second` is always empty. A negative result means that there is no
+/// subscription.
+///
+/// EventConsumerCBFini ends the subscription; no callback may start after it has returned. It is
+/// called under the role reader's write lock, but never while a callback of this library is
+/// working, so an event library may wait in it for running callbacks.
+///
+/// These two must not call this library, nor wait for a callback that they have started: they are
+/// called in the middle of a load or of a destruction. They may deliver an event on the calling
+/// thread.
+///
+/// EventConsumerCBRedeliver schedules an event for the subscription with this function and user
+/// data, as if its last delivery had been answered with -1. The library calls it after a first load
+/// or a Reload() that met a shortage (see SysConfReader.h), while there is a subscription. The
+/// record exists only during the call. The function must return soon, must not throw, must work on
+/// any thread and under any lock of the caller, and must not deliver the event itself. Without it
+/// the library does nothing after such a load.
+///
+/// The callback's code stays in the process until it ends, even if this library is closed.
+///
+/// Environment. With change events switched on, the library may call getenv() on the event
+/// library's thread whenever an event arrives. **The program must not call setenv(), putenv() or
+/// unsetenv() then.** Set all variables before the first use of the library, or switch events off
+/// by setting `NO_EM_CLIENT` or `NO_EM_CLIENT_CONSUMER` to any non-empty text.
 ///
 /// A forked child has no subscription. It calls EventConsumerCBFini when it destroys a role reader
-/// that it has got from its parent, and EventConsumerCBInit at its next first load. An event
-/// library that cannot be called in a child is to be switched off there by the environment.
+/// that it has inherited, and EventConsumerCBInit at its next first load. If an event library
+/// cannot be called in a child, switch events off there by the environment.
 
-/// What an event library calls: the event's name, two further texts, the user data of the
-/// subscription. Answers 0 for handled and -1 for refused.
+/// The type of the callback: the event's name, two further texts, the user data of the
+/// subscription. Returns 0 if handled, or -1 if refused or not completed; the event library should
+/// then deliver the event again after a pause.
 using EventProcessCallback = int(const std::string& eventName, const std::string& second,
                                  const std::string& third, void* userData);
 
-/// One subscription: whom to call, and with which user data.
+/// One subscription: what to call, and with which user data.
 struct EventConsumerCallback {
-    /// What is called for each event.
+    /// Called for each event.
     EventProcessCallback* callback;
-    /// Handed to it as it stands: the role reader that subscribes.
+    /// Passed on verbatim: the role reader that subscribes.
     void* userData;
 };
 
@@ -45,23 +65,28 @@ using EventConsumerCBInitFunction = int(const std::string& eventName, const std:
                                         const EventConsumerCallback* callback);
 /// The type of the entry point that ends the subscription.
 using EventConsumerCBFiniFunction = void();
+/// The type of the optional entry point that requests another delivery.
+using EventConsumerCBRedeliverFunction = void(const EventConsumerCallback* callback);
 
-/// Applies a change of the configuration files: reloads SysConfReader (creating it if need be),
-/// then SysConfReaderImpl. This is the callback that the library subscribes with.
+/// Applies a change of the configuration files: reloads SysConfReader (creating it if there is
+/// none), then SysConfReaderImpl. This is the callback that the library subscribes with.
 ///
-/// @param eventName "SysConfigEvent", compared byte for byte; anything else is refused.
-/// @param second,third Not looked at.
-/// @param userData The role reader that made the subscription. Null is refused. One that has been
-///        destroyed since, or is being destroyed right now, is never touched: the event is then
-///        dropped with answer 0, as one that comes after the end of the subscription. The next
-///        role reader loads the changed files; a SysConfReader that lives on keeps its last load
-///        until the next event or Reload().
-/// @return 0 when handled; -1 when refused, or when the reload ended with an exception (which is
-///         kept from the event library's thread).
+/// @param eventName "SysConfigEvent", compared byte by byte; anything else is refused.
+/// @param second,third Ignored.
+/// @param userData The role reader that subscribed. Null is refused. One that has been destroyed,
+/// or
+///        is being destroyed by another thread, is never accessed: the event is dropped with 0, as
+///        one that arrives after the end of the subscription. The next role reader loads the
+///        changed files; a SysConfReader that continues to exist keeps its values until the next
+///        event or Reload().
+/// @return 0 if handled. -1 if refused, if the reload met a shortage, or if it ended with an
+///         exception (which does not reach the caller).
 ///
-/// Any thread may call it. It holds no lock of its own while it reloads; the reloads take first
-/// SysConfReader's write lock, then, that one released, SysConfReaderImpl's. An event that
-/// arrives during a first load waits for that load and is then applied.
+/// Any thread may call it. The reloads take first SysConfReader's write lock, and after its release
+/// SysConfReaderImpl's. An event on another thread that arrives during a first load waits for that
+/// load and is then applied. An event that the event library delivers inside EventConsumerCBInit,
+/// on the loading thread, returns 0 at once: the load that follows reads the files, and a
+/// SysConfReader that already exists is reloaded when the creation is complete.
 [[gnu::visibility("default")]] int SysConfReaderEventProcessCB(const std::string& eventName,
                                                                const std::string& second,
                                                                const std::string& third,

@@ -14,45 +14,52 @@ namespace Quarncommon {
 class SysConfReader;
 class SysConfReader_i;
 
-/// The role reader: which node of the local tenancy is master, which is standby, over which
-/// addresses the cluster's nodes talk to each other, and which tenancy the local node belongs to.
-/// It also owns the subscription to change events (SysConfReaderEvent.h).
+/// The role reader: which node of the local tenancy is master and which is standby, the addresses
+/// by which the nodes of the cluster reach each other, and the tenancy of the local node. It also
+/// owns the subscription to change events (SysConfReaderEvent.h).
 ///
-/// One instance exists per process, created and loaded on first use, reloaded in place by Reload()
-/// and freed by Destory() only. The next Instance() after that builds and loads a fresh one.
-/// Callers outside the library normally ask SysConfReader_i, which forwards here.
+/// One instance exists per process. It is created and loaded on first use, reloaded in place by
+/// Reload(), and freed only by Destory(). The next Instance() after that builds and loads a new
+/// one. Callers outside the library normally use SysConfReader_i, which forwards here.
 ///
 /// Sources, read at each load and never in between:
 /// - `APP_CONF_FILE`: `"processes".<instance id>."nodeId"`
-/// - `APP_ROOT` + "/etc/sysconf/nodelist.json": the local node's addresses and tenancy
+/// - `APP_ROOT` + "/etc/sysconf/nodelist.json": the addresses and tenancy of the local node
 /// - `TOLM_ROOT` + "/etc/sysconf/nodelists.json": all nodes, their roles and addresses
 ///
 /// where `<instance id>` is the value of `PROCESS_INSTANCE_ID` and an unset variable is "".
 ///
+/// What SysConfReader.h says about the environment, shortages, forks and the end of the process
+/// also applies to this class.
+///
 /// Threads: any thread may call Instance(), Destory(), Reload() and the getters. The class's
 /// reader/writer lock is held for writing during creation, the loading part of Reload() and
-/// destruction, and for reading by each getter while it copies its answer. The Init steps take no
-/// lock: their callers hold it for writing. A pointer from Instance() must not be used once
-/// Destory() has been called. In a forked child everything may be called that SysConfReader.h says.
-/// Failures: a file that is missing, unreadable or not valid JSON leaves the answers that come
-/// from it as they were; a missing key makes them ""; a value of the wrong type ends the step that
-/// met it, silently, and what the step had not yet assigned stays as it was. When a lock call
-/// fails, its error number is left in `errno` and the operation goes on without the lock.
-/// Cost: the getters copy one string. A load reads four files: app config once, the local node
-/// list twice, the manager node list twice, each step its own.
+/// destruction, and for reading by each getter while it copies its result. The Init steps take no
+/// lock: their callers hold it for writing. A pointer from Instance() must not be used after
+/// Destory() has been called.
+/// Failures: a file that is missing, unreadable or not valid JSON leaves the values that come from
+/// it unchanged; a missing key makes them ""; a value of the wrong type, or running out of memory,
+/// ends the step silently, and what the step had not yet assigned is unchanged. If a lock call
+/// fails, its error number is left in `errno` and the operation continues without the lock. Cost:
+/// the getters copy one string. A load reads the app config file once, the local node list twice
+/// and the manager node list twice; every step reads its own file.
 class [[gnu::visibility("default")]] SysConfReaderImpl {
 public:
-    /// The role reader, created and loaded on first use; never null. Takes no lock when it exists,
-    /// else the write lock for the whole creation. It becomes visible only when it is loaded.
-    /// @throws std::bad_alloc, and whatever an event library throws out of its subscription; the
-    ///         lock is then free, nothing is published, and the next call tries again.
+    /// Returns the role reader, never null. Creates and loads it on first use, under the write
+    /// lock; takes no lock if it exists. It becomes visible after it is loaded.
+    /// @throws std::bad_alloc, and what an event library throws from its subscription. The lock is
+    ///         free then, nothing is published, and the next call tries again.
     static SysConfReaderImpl* Instance();
 
-    /// Ends the subscription to change events (if there is one and the environment does not
-    /// switch events off by now) and frees the role reader; without one it does nothing. Holds the
-    /// write lock throughout. Waits first for a change event that is being applied on another
-    /// thread; one that arrives from then on is dropped. Must not be called from an event
+    /// Ends the subscription to change events (if there is one and the environment does not switch
+    /// events off) and frees the role reader. Does nothing if there is none. Holds the write lock.
+    /// First waits, without limit, for a change event that another thread is applying; an event
+    /// that arrives later is dropped. If this thread is applying one, returns at once, and the
+    /// destruction follows when the event has been applied. Must not be called from an event
     /// library's entry points.
+    ///
+    /// From the beginning of the destruction on, Instance() on another thread waits for its end and
+    /// then creates a new role reader. It never returns the one that is being destroyed.
     static void Destory();
 
     /// Reloads SysConfReader (creating it if need be), then, under this class's write lock, this
@@ -64,7 +71,8 @@ public:
     SysConfReaderImpl& operator=(const SysConfReaderImpl&) = delete;
 
     /// @name Answers
-    /// Each is a copy made under the read lock, "" when unknown; only memory that runs out throws.
+    /// Copies made under the read lock, "" if unknown.
+    /// @throws std::bad_alloc
     /// @{
 
     /// Internal-service address of the local node, from the local node list (see GetInternalIp).
@@ -78,20 +86,20 @@ public:
     /// @}
 
     /// @name Loading steps
-    /// For the library's own use; the caller holds the write lock. None of the five steps that
-    /// read a file throws.
+    /// For internal use; the caller holds the write lock. The five steps that read a file do not
+    /// throw.
     /// @{
 
     /// All steps in their order: InitConsumer, InitLocalNodeId, InitLocalIp, InitAssignedToTenancy,
     /// InitMasterAndStandyNodeId, InitMasterAndStandyIp.
     void Init_i();
 
-    /// Subscribes to "SysConfigEvent", once: does nothing while a subscription is made or being
-    /// made, or when `NO_EM_CLIENT` or `NO_EM_CLIENT_CONSUMER` is set to any non-empty text ("0"
-    /// and "false" included). No event library, one without "EventConsumerCBInit", or a refusal
-    /// leaves no subscription, and the next load tries again. A library that refuses or accepts
-    /// stays loaded for the life of the process; one without the entry point is closed.
-    /// @throws whatever the event library throws; there is then no subscription.
+    /// Subscribes to "SysConfigEvent", once: does nothing if a subscription exists or is being
+    /// made, or if `NO_EM_CLIENT` or `NO_EM_CLIENT_CONSUMER` is set to any non-empty text (also "0"
+    /// and "false"). If there is no event library, if it lacks "EventConsumerCBInit", or if it
+    /// refuses, there is no subscription, and the next load tries again. A library that has the
+    /// entry point stays loaded until the process ends; one without it is closed.
+    /// @throws what the event library throws; there is no subscription then.
     void InitConsumer();
 
     /// Own node id: `"processes".<instance id>."nodeId"` of the app config file.
@@ -107,8 +115,8 @@ public:
     /// Ids of the master and the standby node, from the manager node list: of the nodes whose
     /// "assignedToTenancy" equals the local tenancy (no tenancy equals no tenancy), the master has
     /// "hostType" "master" with "domain_node_type" "ACCESS_Master" in its "extAttr", the standby
-    /// "standby" with "ACCESS_Backup", letter case included. Of several candidates the one with the
-    /// greatest id by bytes wins. A role without candidate keeps the id of the load before.
+    /// "standby" with "ACCESS_Backup", case-sensitively. The greatest id in byte order wins. A role
+    /// without a candidate keeps the id of the previous load.
     void InitMasterAndStandyNodeId();
 
     /// Internal-service addresses of these two nodes (GetInternalIp), from the manager node list;
@@ -116,15 +124,16 @@ public:
     void InitMasterAndStandyIp();
     /// @}
 
-    /// Internal-service address among a node's "IPAddresses": the "IP" of the first entry tagged
-    /// "internal_service", else of the last one tagged "maintenance", else "". Tags are compared
-    /// after lower-casing; a "usage" that is a plain string has no tags. Takes no lock.
-    /// @throws Json::Exception for values of the wrong type.
+    /// Returns the internal-service address among a node's "IPAddresses": the "IP" of the first
+    /// entry tagged "internal_service", else of the last one tagged "maintenance", else "". Tags
+    /// are compared after lower-casing; a "usage" that is a plain string has no tags. Takes no
+    /// lock.
+    /// @throws std::bad_alloc, and Json::Exception for values of the wrong type.
     std::string GetInternalIp(const Json::Value& addresses) const;
 
-    /// Value of `APP_ROOT` followed by "/etc/sysconf/nodelist.json", read anew on each call.
+    /// Value of `APP_ROOT`, read on each call, followed by "/etc/sysconf/nodelist.json".
     std::string GetNodeListFilePath() const;
-    /// Value of `TOLM_ROOT` followed by "/etc/sysconf/nodelists.json", read anew on each call.
+    /// Value of `TOLM_ROOT`, read on each call, followed by "/etc/sysconf/nodelists.json".
     std::string GetManagerNodeListFilePath() const;
     /// File name of a dynamic library: "lib" + name + ".so".
     std::string GetDLLName(const std::string& name) const;
@@ -140,13 +149,26 @@ private:
     SysConfReaderImpl() = default;
     ~SysConfReaderImpl();
 
-    /// What a load of the main reader begins with: an instance exists and has tried to subscribe.
+    /// Creates, loads and publishes the instance if there is none.
+    [[gnu::visibility("hidden")]] static SysConfReaderImpl* create();
+    /// Reloads the instance if there is one.
+    [[gnu::visibility("hidden")]] static void reloadExisting();
+    /// The first step of SysConfReader's loader: creates the instance and tries to subscribe.
     static void ensureSubscribed();
-    /// Reloads both singletons if `subscriber` is still the role reader.
+    /// Subscribes the published instance again, after a discarded one may have replaced it in the
+    /// event library.
+    [[gnu::visibility("hidden")]] static void subscribeAgain();
+    /// The end of an operation that has loaded. If the thread holds no lock any more, applies an
+    /// event that the load could not apply, and asks the event library to deliver again if a load
+    /// met a shortage.
+    [[gnu::visibility("hidden")]] static void finishLoad();
+    [[gnu::visibility("hidden")]] static void requestRedelivery();
+    /// Reloads both singletons if `subscriber` is still the role reader. Throws if a load met a
+    /// shortage.
     static void applyChange(const void* subscriber);
     void endSubscription();
-    /// A copy of one answer of whatever instance the read lock shows, creating one if need be: for
-    /// callers that must not hold on to a pointer which another thread may destroy.
+    /// Copies one answer of the instance that exists under the read lock, creating one if there is
+    /// none: for callers whose pointer another thread might destroy.
     static std::string currentAnswer(std::string SysConfReaderImpl::*answer);
 
     std::string m_masterNodeId;
@@ -156,7 +178,7 @@ private:
     std::string m_masterInternalServiceIP;
     std::string m_standbyInternalServiceIP;
     std::string m_localInternalServiceIP;
-    /// True while a subscription is made or being made.
+    /// True while a subscription exists or is being made.
     std::atomic<bool> m_consumerInited{false};
 
     /// Null until an instance has been loaded completely.

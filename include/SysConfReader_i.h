@@ -8,30 +8,32 @@
 
 namespace Quarncommon {
 
-/// The published entry to the node's role: four questions, forwarded to SysConfReaderImpl.
+/// The public access to the node's role: four queries, forwarded to SysConfReaderImpl.
 ///
-/// One facade exists per process, created on first use and freed by Destory() only. It holds no
-/// answers of its own; each question goes to the role reader, which is created and loaded if it
-/// does not exist, and the answer is a copy. What the answers are made of is told there.
+/// One facade exists per process. It is created on first use and freed only by Destory(). It stores
+/// no values: each query goes to the role reader, which is created and loaded if it does not exist,
+/// and returns a copy. SysConfReaderImpl documents the results.
 ///
-/// Threads: every operation may be called from any thread, but no thread may use a pointer from
-/// Instance() once Destory() has been called. The facade's lock guards its creation and
-/// destruction only; a question takes just the role reader's read lock. When a lock call fails,
-/// its error number is left in `errno` and the operation goes on without that lock. In a forked
-/// child everything may be called that SysConfReader.h says. Failures: unknown answers are "";
-/// exceptions come only from creating an instance (memory that runs out, an event library that
-/// throws) and leave no lock behind.
+/// Threads: any thread may call every operation, but no thread may use a pointer from Instance()
+/// after Destory() has been called. The facade's lock guards only its creation and destruction; a
+/// query takes only the role reader's read lock. If a lock call fails, its error number is left in
+/// `errno` and the operation continues without that lock. What SysConfReader.h says about the
+/// environment, forks and the end of the process also applies to this class.
+/// Failures: unknown values are "". Exceptions come from creating an instance (out of memory, an
+/// event library that throws) and from copying a result (out of memory); the locks are free then.
 class [[gnu::visibility("default")]] SysConfReader_i {
 public:
-    /// The facade, created on first use; never null. Does not create the role reader. Takes no
-    /// lock when the facade exists, else its write lock while creating.
+    /// Returns the facade, never null. Creates it on first use, under its write lock; takes no lock
+    /// if it exists. Does not create the role reader.
     /// @throws std::bad_alloc
     static SysConfReader_i* Instance();
 
     /// Destroys the facade and with it the role reader, which ends the subscription to change
-    /// events. A role reader that did not exist is created and loaded first, then destroyed. Does
-    /// nothing when there is no facade. Holds the facade's write lock throughout; the role
-    /// reader's is taken inside it. An exception of the role reader's creation ends the process.
+    /// events. If the role reader does not exist, it is created and loaded first, then destroyed.
+    /// Does nothing if there is no facade. Holds the facade's write lock, and inside it the role
+    /// reader's. If this thread is applying a change event, the role reader is destroyed when that
+    /// is done (see SysConfReaderImpl::Destory()). An exception from the role reader's creation
+    /// terminates the process.
     static void Destory();
 
     SysConfReader_i(const SysConfReader_i&) = delete;

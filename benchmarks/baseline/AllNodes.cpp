@@ -95,7 +95,7 @@ void SysConfReader::getSourceNodeId(std::string& sourceNodeId) {
             }
         }
     } catch (...) {
-        // The nodes collected before the error are compared all the same.
+        // The nodes collected before the error are still compared.
     }
     std::list<std::string> hostAddresses;
     QuarnCommonUtils_i::getAllIPAddr(hostAddresses);

@@ -4,14 +4,13 @@
 
 #include <string>
 
-/// The steps that every straightforward query begins with.
 namespace baseline {
 
-/// The variable's value, "" when unset.
+/// Returns "" if the variable is unset.
 std::string variable(const char* name);
 
-/// Reads the whole file through stream-buffer iterators and parses it with jsoncpp's own strict
-/// reader. False, with `value` as the reader leaves it, when the text is not valid.
+/// Reads the whole file through stream-buffer iterators and parses it with jsoncpp's strict reader.
+/// Returns false if the text is not valid; `value` is then as the reader left it.
 bool readJsonFile(const std::string& path, Json::Value& value);
 
 std::string lowerCased(const std::string& text);

@@ -1,4 +1,4 @@
-// The queries of the local node list, but for getSourceNodeId.
+// The queries of the local node list, except getSourceNodeId.
 
 #include "baseline/Files.h"
 #include "baseline/SysConfReader.h"

@@ -8,9 +8,9 @@
 #include <set>
 #include <string>
 
-/// What the product is measured against: every algorithm read literally and written down without a
-/// thought of speed, over jsoncpp's own reader. Kept as it is, never linked into the product. The
-/// operations answer what those of the same name in the product answer.
+/// The reference for the product's speed: every algorithm written literally, without optimisation,
+/// with jsoncpp's own reader. Do not optimise it. Never linked into the product. Operations give
+/// the same answers as the product's operations of the same name.
 namespace baseline {
 
 class SysConfReader {

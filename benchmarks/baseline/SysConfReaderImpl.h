@@ -7,8 +7,8 @@
 
 namespace baseline {
 
-/// The role reader, read as literally as SysConfReader. It has no change events: the product is
-/// measured with them switched off.
+/// The role reader, written as literally as SysConfReader. It has no change events: the product is
+/// measured without them.
 class SysConfReaderImpl {
 public:
     static SysConfReaderImpl* Instance();

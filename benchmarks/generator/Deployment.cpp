@@ -67,7 +67,7 @@ private:
         m_json.end();
     }
 
-    /// An address that occurs once, one in eight an IPv6 one.
+    /// Returns an address that occurs only once; one in eight is IPv6.
     std::string address(unsigned network, unsigned index) {
         const std::string high = std::to_string(50 * network + index / 250);
         const std::string low = std::to_string(index % 250 + 1);

@@ -6,8 +6,7 @@
 #include <filesystem>
 #include <string>
 
-/// Deployments of any size, made by a seeded generator: the same shape gives the same bytes on
-/// every machine.
+/// Generates deployments of any size. The same shape gives the same bytes on every machine.
 namespace generator {
 
 struct Shape {
@@ -19,23 +18,23 @@ struct Shape {
 /// The key of the process in the app config file.
 inline constexpr const char* kInstanceId = "alarm-1";
 
-/// The own node: a master in the middle of the list. Its service address is 127.0.0.1, which is
-/// no other node's.
+/// The own node: a master in the middle of the list, and the only node with the service address
+/// 127.0.0.1.
 std::string ownNodeId(unsigned nodes);
 
-/// Pairs of a master and a standby node, in four tenancies. A node has five addresses with one or
-/// two tags each and, indented, about 2.35 KB, of which most is members that no query reads.
+/// Pairs of a master and a standby node in four tenancies. A node has five addresses with one or
+/// two tags each, and takes about 2.35 KB of indented text, most of it members that no query reads.
 std::string nodeList(const Shape& shape);
 
 std::string appConfig(const Shape& shape);
 
-/// Where a deployment's files are under its directory, which is both `APP_ROOT` and `TOLM_ROOT`.
+/// Paths of the files below the deployment's directory, which is both `APP_ROOT` and `TOLM_ROOT`.
 inline constexpr const char* kAppConfigFile = "etc/app.json";
 inline constexpr const char* kNodeListFile = "etc/sysconf/nodelist.json";
 inline constexpr const char* kManagerNodeListFile = "etc/sysconf/nodelists.json";
 
-/// Writes the three files; the manager knows the same nodes. They are dated back, because whoever
-/// reads a file that has just been written may look at it twice.
+/// Writes the three files; both node lists have the same nodes. The files get old time stamps,
+/// because the library reads a new file twice.
 void writeDeployment(const std::filesystem::path& directory, const Shape& shape);
 
 } // namespace generator

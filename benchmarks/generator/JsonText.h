@@ -6,11 +6,10 @@
 
 namespace generator {
 
-/// How a JSON text is laid out: every value on a line of its own, two columns a level, or without
-/// any white space.
+/// Indented: one value per line, two columns per level. Compact: no white space.
 enum class Layout { Indented, Compact };
 
-/// A JSON text in the order in which it is told; jsoncpp would sort the members.
+/// Writes JSON with members in the order of the calls; jsoncpp would sort them.
 class JsonText {
 public:
     explicit JsonText(Layout layout) : m_layout(layout) {}
@@ -19,15 +18,15 @@ public:
     JsonText& array() { return open('['); }
     /// Ends the innermost object or array.
     JsonText& end();
-    /// The name of the member whose value comes next; needs no escapes.
+    /// The name of the next member; must need no escapes.
     JsonText& name(std::string_view name);
-    /// A text; needs no escapes, or has them already.
+    /// A string; must need no escapes, or have them already.
     JsonText& text(std::string_view text) { return value('"' + std::string(text) + '"'); }
     JsonText& number(long number) { return value(std::to_string(number)); }
-    /// A literal or a number as it stands.
+    /// A literal or a number, verbatim.
     JsonText& value(std::string_view value);
 
-    /// The text, complete once everything has been ended.
+    /// The text; complete after every object and array has been ended.
     const std::string& str() const { return m_text; }
 
 private:

@@ -1,4 +1,5 @@
-"""report.py RESULTS OUTPUT: writes performance.md and its plots from a run of scripts/bench."""
+"""report.py RESULTS OUTPUT: from a run of scripts/bench, writes the page for users, performance.md,
+and the plots to OUTPUT, and the page for maintainers to OUTPUT/../benchmarks/README.md."""
 
 import datetime
 import math
@@ -9,7 +10,9 @@ import subprocess
 import sys
 
 import plots
+import userpage
 from results import Results
+from tables import duration, table
 
 SIZES = (2, 10, 100, 1000, 10000)
 ONE_NODE = (5, 13, 28, 30, 30)
@@ -17,7 +20,7 @@ ONE_NODE_LIMIT = (2.2, 1.7, 1.25, 1.2, 1.3)
 MANAGER = (6, 12, 20, 22, 22)
 MANY = (3.5, 4, 4, 4, 5)
 LOADS = (3, 5, 10, 12, 12)
-# Name in the programs, name in the document, least speed against the baseline by size.
+# Name in the programs, name on the pages, target against the baseline by size (times faster).
 OPERATIONS = (
     ("getLocalIPByUsage", "getLocalIPByUsage", ONE_NODE),
     ("getLocalMaintenanceIP", "getLocalMaintenanceIP", ONE_NODE),
@@ -42,7 +45,7 @@ LOADED_VALUES = (
     ("database-number", "getDBAccessPort", "guarded-number"),
 )
 LOADED_VALUE_LIMIT, MEMORY_LIMIT, TWO_THREADS = 1.3, 3, 1.8
-# How long a reload may wait: 99 of 100 this many queries, each this many milliseconds.
+# Targets for the wait of a reload: 99 of 100 in median queries, all in milliseconds.
 RELOAD_QUERIES, RELOAD_WORST = 10, 1000
 NAMES = {"baseline": "baseline", "product": "library", "limit": "validation limit",
          "ideal": "in proportion to threads"}
@@ -55,7 +58,7 @@ class Report:
         self.judged = 0
 
     def judge(self, what, value, target, at_least):
-        """The value as text, emphasised when it misses its target."""
+        """Returns the value as text, in bold if it misses its target."""
         self.judged += 1
         digits = 2 if value < 10 else 1
         shown = f"{value:.{digits}f}"
@@ -64,24 +67,32 @@ class Report:
         self.missed.append(f"{what}: {shown} instead of {'≥' if at_least else '≤'} {target}")
         return f"**{shown}**"
 
-    def times(self, layout):
-        rows = [("operation", "nodes", "baseline", "library", "times faster", "target",
-                 "times validation", "target")]
+    def by_size(self, layout, cell):
+        """A table of operations by size; `cell` returns the text for name, what, targets, nodes."""
+        rows = [("operation", *(f"{nodes:,} nodes" for nodes in self.results.sizes))]
         for name, title, targets in OPERATIONS:
-            for nodes in self.results.sizes:
-                baseline = self.results.time(layout, nodes, "baseline", name)
-                product = self.results.time(layout, nodes, "product", name)
-                limit = self.results.time(layout, nodes, "limit", "validate")
-                what = f"{title}, {nodes:,} nodes, {layout}"
-                target = targets[SIZES.index(nodes)]
-                faster = self.judge(what, baseline / product, target, True)
-                above, most = f"{product / limit:.2f}", ""
-                if targets is ONE_NODE:
-                    most = ONE_NODE_LIMIT[SIZES.index(nodes)]
-                    above = self.judge(what + ", against validation", product / limit, most, False)
-                rows.append((title, f"{nodes:,}", duration(baseline), duration(product), faster,
-                             f"≥ {target}", above, f"≤ {most}" if most else ""))
+            rows.append((title, *(cell(name, f"{title}, {nodes:,} nodes, {layout}", targets, nodes)
+                                  for nodes in self.results.sizes)))
         return table(rows)
+
+    def speedup(self, layout):
+        def cell(name, what, targets, nodes):
+            baseline = self.results.time(layout, nodes, "baseline", name)
+            product = self.results.time(layout, nodes, "product", name)
+            target = targets[SIZES.index(nodes)]
+            ratio = self.judge(what, baseline / product, target, True)
+            return f"{duration(product)}: {ratio} (≥ {target})"
+        return self.by_size(layout, cell)
+
+    def against_validation(self, layout):
+        def cell(name, what, targets, nodes):
+            product = self.results.time(layout, nodes, "product", name)
+            ratio = product / self.results.time(layout, nodes, "limit", "validate")
+            if targets is not ONE_NODE:
+                return f"{ratio:.2f}"
+            most = ONE_NODE_LIMIT[SIZES.index(nodes)]
+            return f"{self.judge(what + ', against validation', ratio, most, False)} (≤ {most})"
+        return self.by_size(layout, cell)
 
     def loaded_values(self):
         rows = [("operation", "baseline", "library", "bare guard and copy", "ratio", "target")]
@@ -153,20 +164,6 @@ class Report:
         return table(rows)
 
 
-def duration(nanoseconds):
-    for unit, factor in (("s", 1e9), ("ms", 1e6), ("µs", 1e3)):
-        if nanoseconds >= factor:
-            return f"{nanoseconds / factor:.3g} {unit}"
-    return f"{nanoseconds:.3g} ns"
-
-
-def table(rows):
-    header, *body = rows
-    lines = ["| " + " | ".join(header) + " |",
-             "| --- |" + " ---: |" * (len(header) - 1)]
-    return "\n".join(lines + ["| " + " | ".join(row) + " |" for row in body])
-
-
 def machine():
     def output(*command):
         return subprocess.run(command, check=True, capture_output=True, text=True).stdout
@@ -213,27 +210,38 @@ def draw(results, output):
                      3)
 
 
-def document(results):
+def fill(template, values):
+    path = pathlib.Path(__file__).parent / template
+    return path.read_text(encoding="utf-8").format(**values)
+
+
+def maintainers_tables(results):
     report = Report(results)
-    template = (pathlib.Path(__file__).parent / "performance.md.in").read_text(encoding="utf-8")
-    values = {f"times_{layout}": report.times(layout) for layout in results.layouts}
+    values = {f"speedup_{layout}": report.speedup(layout) for layout in results.layouts}
+    values |= {f"validation_{layout}": report.against_validation(layout)
+               for layout in results.layouts}
     values |= {"loaded_values": report.loaded_values(), "memory": report.memory(),
                "throughput": report.throughput(),
                "reloads": report.reloads(), "growth": report.growth()}
+    values["verdict"] = f"{report.judged - len(report.missed)} of {report.judged} targets are met."
     if report.missed:
-        verdict = (f"Of {report.judged} targets {report.judged - len(report.missed)} are met. "
-                   "Not met:\n\n" + "\n".join(f"- {what}" for what in report.missed))
-    else:
-        verdict = f"All {report.judged} targets are met."
-    return template.format(machine=machine(), date=datetime.date.today().isoformat(),
-                           load=results.load, rounds=results.rounds, verdict=verdict,
-                           **values)
+        values["verdict"] += " Missed:\n\n" + "\n".join(f"- {what}" for what in report.missed)
+    return values
 
 
 def main():
-    results, output = Results(sys.argv[1]), pathlib.Path(sys.argv[2])
-    output.mkdir(parents=True, exist_ok=True)
-    (output / "performance.md").write_text(document(results), encoding="utf-8")
+    results, output = Results(sys.argv[1]), pathlib.Path(sys.argv[2]).resolve()
+    run = {"machine": machine(), "date": datetime.date.today().isoformat(),
+           "load": results.load, "rounds": results.rounds}
+    pages = {
+        output / "performance.md":
+            fill("performance.md.in", run | userpage.tables(results, OPERATIONS)),
+        output.parent / "benchmarks" / "README.md":
+            fill("benchmarks.md.in", run | maintainers_tables(results)),
+    }
+    for path, text in pages.items():
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_text(text, encoding="utf-8")
     draw(results, output)
 
 

@@ -1,4 +1,4 @@
-// The baseline by itself. That it answers like the product is compared before anything is timed.
+// The baseline alone. bench-queries compares its answers with the product's.
 
 #include "Environment.h"
 #include "baseline/SysConfReader.h"
@@ -40,7 +40,7 @@ protected:
     baseline::SysConfReader& reader = loaded();
 };
 
-TEST_F(Baseline, OneAddress_ByTag) {
+TEST_F(Baseline, OneAddressByTag_IsFound) {
     EXPECT_EQ(reader.getLocalMaintenanceIP(), "M1");
     EXPECT_EQ(reader.getLocalServiceIP(), "127.0.0.1");
     EXPECT_EQ(reader.getLocalService2IP(), "I1");
@@ -57,7 +57,7 @@ TEST_F(Baseline, SlotLists_KeepTheirPositions) {
     EXPECT_EQ(usageIPs["southbound12"], "T12");
 }
 
-TEST_F(Baseline, AllNodes_InOrderOfTheirIds) {
+TEST_F(Baseline, AllNodes_AreInOrderOfTheirIds) {
     std::list<std::string> addresses;
     EXPECT_EQ(reader.getIPAddresses("assignedToTenancy", "tenancy", addresses), 0);
     EXPECT_EQ(addresses, (std::list<std::string>{"M1", "127.0.0.1", "I1", "N0", "N7", "T3", "T12",

@@ -21,27 +21,27 @@ Json::Value parsed(const std::string& text) {
     return root;
 }
 
-TEST(Generator, SameShape_SameBytes) {
+TEST(Generator, SameShape_GivesTheSameBytes) {
     EXPECT_EQ(generator::nodeList({50, Layout::Indented, 7}),
               generator::nodeList({50, Layout::Indented, 7}));
     EXPECT_NE(generator::nodeList({50, Layout::Indented, 7}),
               generator::nodeList({50, Layout::Indented, 8}));
 }
 
-TEST(Generator, EverySize_TakesAbout2350BytesANode) {
+TEST(Generator, EverySize_TakesAbout2350BytesPerNode) {
     for (const unsigned nodes : {2U, 10U, 100U, 1000U}) {
         const std::size_t size = generator::nodeList({nodes, Layout::Indented, 1}).size();
         EXPECT_NEAR(static_cast<double>(size) / nodes, 2350, 25) << nodes << " nodes";
     }
 }
 
-TEST(Generator, Layouts_HoldTheSame) {
+TEST(Generator, BothLayouts_HaveTheSameValues) {
     const std::string compact = generator::nodeList({20, Layout::Compact, 1});
     EXPECT_EQ(parsed(compact), parsed(generator::nodeList({20, Layout::Indented, 1})));
     EXPECT_EQ(compact.find('\n'), std::string::npos);
 }
 
-TEST(Generator, Nodes_HaveFiveAddressesAndTheOwnOneTheHosts) {
+TEST(Generator, Nodes_HaveFiveAddressesAndTheOwnNodeTheHostsAddress) {
     for (const unsigned nodes : {2U, 10U, 101U}) {
         const Json::Value list =
             parsed(generator::nodeList({nodes, Layout::Compact, 1}))["nodeList"];

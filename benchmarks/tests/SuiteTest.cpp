@@ -14,22 +14,22 @@ bench::Operation answering(std::string name, std::string answer) {
     return {std::move(name), [answer] { return answer; }, {}};
 }
 
-TEST(Answers, GivenApart_ArriveWholeAndInOrder) {
+TEST(Answers, OfAChildProcess_ArriveWholeAndInOrder) {
     const std::string large(300000, 'x');
     const bench::Answers answers = bench::answersApart([&](bench::Suite& suite) {
         suite.add(answering("b", large));
-        suite.add({"untold", {}, {}});
+        suite.add({"no answer", {}, {}});
         suite.add(answering("a", ""));
     });
     EXPECT_EQ(answers, (bench::Answers{{"b", large}, {"a", ""}}));
 }
 
-TEST(Answers, ProcessThatFails_Throws) {
+TEST(Answers, FailedChildProcess_Throws) {
     const auto fail = [](bench::Suite&) { throw std::runtime_error("on purpose"); };
     EXPECT_THROW(bench::answersApart(fail), std::runtime_error);
 }
 
-TEST(Answers, OneThatDiffers_IsTold) {
+TEST(Answers, OneThatDiffers_IsNamed) {
     const bench::Answers answers{{"north", "A"}, {"south", "B"}};
     EXPECT_EQ(bench::difference(answers, answers), "");
     EXPECT_NE(bench::difference(answers, {{"north", "A"}, {"south", "C"}}).find("south"),
@@ -37,7 +37,7 @@ TEST(Answers, OneThatDiffers_IsTold) {
     EXPECT_NE(bench::difference(answers, {{"north", "A"}}), "");
 }
 
-TEST(Answers, Texts_TellWhereAnElementEnds) {
+TEST(Answers, Texts_SeparateElements) {
     EXPECT_NE(bench::text(std::list<std::string>{"ab"}),
               bench::text(std::list<std::string>{"a", "b"}));
     EXPECT_NE(bench::text(std::list<int>{12}), bench::text(std::list<int>{1, 2}));

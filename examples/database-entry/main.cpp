@@ -1,5 +1,5 @@
-// database-entry NAME: tells how each entry of a database is reached. Ends with 1 when there is no
-// database of that name or its entries are not what they should be.
+// database-entry NAME: prints the connection data of each entry of a database. The exit status is 1
+// if the database is unknown or a value has the wrong type.
 
 #include <SysConfReader.h>
 
@@ -30,8 +30,7 @@ int main(int argc, char** argv) {
     const std::string name = argv[1];
     auto& reader = *Quarncommon::SysConfReader::Instance();
 
-    // A field that is missing and a database that is unknown both read as "": this tells them
-    // apart.
+    // A missing field and an unknown database both read as ""; this call distinguishes them.
     int status = 0;
     Json::Value entries;
     if (reader.getDBInfo(name, entries) != 0) {
@@ -44,7 +43,7 @@ int main(int argc, char** argv) {
             std::cout << index << ": " << line << '\n';
         }
     } catch (const Json::Exception& wrongType) {
-        // The database queries are the ones that tell of values of wrong types.
+        // Only database queries throw if a value has the wrong type.
         std::cerr << "database " << name << ": " << wrongType.what() << '\n';
         status = 1;
     }

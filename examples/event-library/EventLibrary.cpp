@@ -1,11 +1,10 @@
-// The least that makes an event library, libeventcbutil.so: events are lines in a named pipe, which
-// EVENT_PIPE names, one pipe for each process. Whoever has changed the configuration files writes
-// "SysConfigEvent" into it:
+// A minimal event library, libeventcbutil.so. Events are lines from the named pipe in EVENT_PIPE,
+// one pipe per process. After changing the configuration files, send an event:
 //
 //     echo SysConfigEvent >"$EVENT_PIPE"
 //
-// To replace the pipe by a real event service, replace nextEvent. Not for programs that fork and
-// ask in the child: the thread is not there.
+// To use a real event service, replace nextEvent. Not for programs that use the library in a forked
+// child: the thread does not exist there.
 
 #include <SysConfReaderEvent.h>
 
@@ -27,7 +26,7 @@ struct Subscription {
 
 class Service {
 public:
-    /// False where there is no pipe to read from.
+    /// Returns false if there is no pipe to read from.
     bool subscribe(const Subscription& subscription) {
         const std::lock_guard<std::mutex> only(m_lifecycle);
         if (!m_thread.joinable() && !start()) {
@@ -38,8 +37,8 @@ public:
         return true;
     }
 
-    /// Waits for a callback that is running. The library has its own turned away by then, so that
-    /// none of them waits for whoever ends the subscription.
+    /// Waits for a running callback. This cannot deadlock with the library, which rejects its
+    /// callbacks before it unsubscribes.
     void unsubscribeAll() {
         const std::lock_guard<std::mutex> only(m_lifecycle);
         if (!m_thread.joinable()) {
@@ -55,7 +54,7 @@ public:
 private:
     bool start() {
         const char* path = std::getenv("EVENT_PIPE");
-        // For writing as well: the pipe then never ends when a writer closes it.
+        // Open for writing too, so that there is no end of file when a writer closes the pipe.
         m_pipe = path != nullptr ? ::open(path, O_RDWR | O_CLOEXEC | O_NONBLOCK) : -1;
         if (m_pipe < 0) {
             return false;
@@ -70,7 +69,7 @@ private:
         return true;
     }
 
-    /// Waits for a whole line; false when the service is to stop.
+    /// Waits for a whole line. Returns false if the service must stop.
     bool nextEvent(std::string& name) {
         std::size_t end = 0;
         while ((end = m_received.find('\n')) == std::string::npos) {
@@ -88,8 +87,7 @@ private:
         return true;
     }
 
-    /// Calls without a lock: a callback takes as long as it takes to load the files, and may
-    /// subscribe.
+    /// Holds no lock during a callback, which loads the files and may subscribe.
     void deliver(const std::string& name) {
         std::unique_lock<std::mutex> guard(m_mutex);
         const std::vector<Subscription> subscriptions = m_subscriptions;
@@ -101,9 +99,10 @@ private:
         }
     }
 
-    /// Held while the thread is started or stopped, with everything below but the subscriptions.
+    /// Held while the thread is started or stopped. Protects everything below but the
+    /// subscriptions.
     std::mutex m_lifecycle;
-    /// Guards the subscriptions.
+    /// Protects the subscriptions.
     std::mutex m_mutex;
     std::vector<Subscription> m_subscriptions;
     std::thread m_thread;
@@ -112,7 +111,7 @@ private:
     std::string m_received;
 };
 
-/// Never destroyed: its thread may be running while the process exits.
+/// Never destroyed: its thread may run while the process exits.
 Service& service() {
     static Service& instance = *new Service;
     return instance;

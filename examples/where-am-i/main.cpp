@@ -1,5 +1,5 @@
-// where-am-i [MILLISECONDS]: a service that tells where it runs, and again whenever that changes,
-// until SIGINT or SIGTERM. Looks every second, or as often as told.
+// where-am-i [MILLISECONDS]: a service that prints its place, and again after each change, until
+// SIGINT or SIGTERM. It checks once per interval, every second by default.
 
 #include <SysConfReader.h>
 #include <SysConfReader_i.h>
@@ -12,9 +12,8 @@
 
 namespace {
 
-/// What the service would have to act upon. All of these are values that the library has loaded:
-/// asking for them reads no file. The two readers reload one after the other, so an answer may for
-/// a moment be half old and half new.
+/// The values that a service acts on. All are loaded values, so the calls read no file. The two
+/// readers reload one after the other, so for a moment old and new values may be mixed.
 std::string place() {
     auto& reader = *Quarncommon::SysConfReader::Instance();
     const auto& roles = *Quarncommon::SysConfReader_i::Instance();
@@ -24,7 +23,7 @@ std::string place() {
            roles.GetStandbyInternalServiceIP();
 }
 
-/// Sleeps until one of the signals comes, and answers true, or until the time is over.
+/// Waits for one of the signals or the timeout. Returns true if a signal arrived.
 bool ended(const sigset_t& signals, long milliseconds) {
     const timespec interval{milliseconds / 1000, milliseconds % 1000 * 1'000'000};
     return ::sigtimedwait(&signals, nullptr, &interval) > 0;
@@ -38,16 +37,15 @@ int main(int argc, char** argv) {
         std::cerr << "usage: where-am-i [MILLISECONDS]\n";
         return 2;
     }
-    // Before the first use: an event library may start a thread, which is to have them blocked,
-    // too.
+    // Blocked before the first use, because a thread of the event library inherits the mask.
     sigset_t signals;
     ::sigemptyset(&signals);
     ::sigaddset(&signals, SIGINT);
     ::sigaddset(&signals, SIGTERM);
     ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 
-    // A change event has both readers reload on a thread of the event library's. Nobody tells the
-    // program, which sees it by asking again.
+    // Change events reload both readers on the event library's thread. The program is not notified
+    // and sees a change by querying again.
     std::string known;
     do {
         if (std::string now = place(); now != known) {
@@ -56,7 +54,7 @@ int main(int argc, char** argv) {
         }
     } while (!ended(signals, milliseconds));
 
-    // Ends the subscription, and with it the event library's thread. Nobody may be asking any more.
+    // Also ends the subscription and the event library's thread. No thread may use the readers now.
     Quarncommon::SysConfReader::Destory();
     std::cout << "ended" << std::endl;
 }

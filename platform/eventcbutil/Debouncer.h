@@ -7,7 +7,7 @@
 namespace eventcbutil {
 
 /// Gathers changes until there has been none for a quiet time, but no longer than a longest time.
-/// It has no clock: whoever uses it says what time it is.
+/// It has no clock; the caller passes the time.
 class Debouncer {
 public:
     using Time = std::chrono::steady_clock::time_point;
@@ -21,13 +21,13 @@ public:
         m_last = now;
     }
 
-    /// When what has been gathered is to be announced; nothing while there is nothing.
+    /// When the gathered changes are due; nothing if there are none.
     std::optional<Time> due() const {
         return m_gathering ? std::optional(std::min(m_last + m_quiet, m_first + m_longest))
                            : std::nullopt;
     }
 
-    /// What has been gathered is being announced.
+    /// The gathered changes are being announced.
     void clear() { m_gathering = false; }
 
 private:

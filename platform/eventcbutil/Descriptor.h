@@ -1,36 +1,46 @@
 #pragma once
 
-#include <cerrno>
-#include <system_error>
-#include <unistd.h>
+#include <sys/types.h>
 
 namespace eventcbutil {
 
-/// Owns a file descriptor.
+/// Owns a file descriptor, and knows it again.
+///
+/// The program may close any descriptor (`closefrom(3)` when it becomes a daemon) and open its own
+/// files under the same number. So each descriptor is marked at creation,
+/// and the mark is verified before the number is used again. fstat(2) alone does not suffice: all
+/// instances of inotify share one inode. The mark is the signal number of fcntl(F_SETSIG), which
+/// belongs to the open file description. No signal is ever sent, because O_ASYNC is not set.
+///
+/// The number is 3 or higher, so that a program that reopens its standard streams does not hit it.
 class Descriptor {
 public:
-    /// @throws std::system_error with the error number of the failed call when there is none.
-    Descriptor(int descriptor, const char* made) : m_descriptor(descriptor) {
-        if (descriptor < 0) {
-            throw std::system_error(errno, std::generic_category(), made);
-        }
-    }
+    /// None.
+    Descriptor() = default;
+    /// Takes over a descriptor that was opened a moment ago.
+    /// @param descriptor The result of the call that opened it. If it is negative, errno is thrown.
+    /// @throws std::system_error if there is no descriptor or it cannot be marked; it is closed.
+    Descriptor(int descriptor, const char* call);
+    Descriptor(Descriptor&& other) noexcept;
+    Descriptor& operator=(Descriptor&& other) noexcept;
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
     ~Descriptor() { close(); }
 
-    /// -1 once it has been closed.
+    /// The number, -1 for none. It may be lost, see `intact`.
     int get() const { return m_descriptor; }
 
-    void close() {
-        if (m_descriptor >= 0) {
-            ::close(m_descriptor);
-            m_descriptor = -1;
-        }
-    }
+    /// Whether the number still refers to the file that was opened.
+    bool intact() const;
+
+    /// Closes the file unless it is lost. Async-signal-safe, for forked children.
+    void close();
 
 private:
-    int m_descriptor;
+    int m_descriptor = -1;
+    int m_mark = 0;
+    dev_t m_device = 0;
+    ino_t m_inode = 0;
 };
 
 } // namespace eventcbutil

@@ -13,8 +13,8 @@ using namespace eventcbutil;
 
 constexpr const char* kEventName = "SysConfigEvent";
 
-/// Fini does not wait for a callback that is running, so closing the callback's library must not
-/// take its code away. A function of the main program needs no pin, and gets none.
+/// A callback may run longer than Fini waits, so dlclose() must not unload the callback's library.
+/// A function of the main program needs no pin, and gets none.
 void keepLoaded(EventProcessCallback* callback) {
     Dl_info place{};
     if (::dladdr(reinterpret_cast<void*>(callback), &place) == 0 || place.dli_fname == nullptr) {
@@ -47,8 +47,20 @@ void EventConsumerCBFini() {
     try {
         Service::instance().unsubscribeAll();
     } catch (...) {
-        // Nothing that ends a subscription can fail, but what a mutex reports as misuse. The
-        // caller is a destructor and could do nothing about it.
+        // Only a mutex that reports misuse throws here, or the creation of the service, which has
+        // no subscription then. The caller is a destructor and could not react.
+        return;
+    }
+}
+
+void EventConsumerCBRedeliver(const EventConsumerCallback* callback) {
+    if (callback == nullptr) {
+        return;
+    }
+    try {
+        Service::instance().redeliver(*callback);
+    } catch (...) {
+        // As above.
         return;
     }
 }

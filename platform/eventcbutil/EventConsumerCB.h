@@ -6,57 +6,94 @@
 #include <string>
 
 /// An event service inside the process, for machines that have none: it watches the configuration
-/// files themselves and delivers "SysConfigEvent" when one of them changes.
+/// files and delivers "SysConfigEvent" when one of them changes.
 ///
-/// Which files: those that `APP_CONF_FILE`, `APP_ROOT` and `TOLM_ROOT` name at the time of the
-/// subscription; relative ones start at the working directory of that time.
+/// Files: those that `APP_CONF_FILE`, `APP_ROOT` and `TOLM_ROOT` name at the time of the
+/// subscription. Relative paths start at the working directory of that time.
 ///
-/// What counts as a change: everything that can make the path lead to other content. Writing in
-/// place, renaming over, deleting, creating, changed permissions, a symbolic link or a folder
-/// anywhere on the path that is switched, removed or comes into being. A burst is one event: it
-/// comes when the files have been quiet for 50 ms (`SYSCONF_EVENT_QUIET_MS`, 0 to 1000), and at the
-/// latest 1 s after the first change, so that a file that never rests is announced once a second.
-/// Files that read as they did when they were last announced are not announced again.
+/// Environment: EventConsumerCBInit calls getenv(3), on the thread of its caller, for the variables
+/// above and `SYSCONF_EVENT_QUIET_MS`. Nothing else here reads the environment, and the service's
+/// threads never do. THE PROGRAM MUST NOT CALL setenv(3), putenv(3), unsetenv(3) OR clearenv(3)
+/// WHILE ANOTHER THREAD IS IN EventConsumerCBInit: the C library does not synchronize them with
+/// getenv(3), and the process may crash.
 ///
-/// Threads: any thread may call both functions at any time, from within a callback too. All
-/// callbacks run on one thread of the service's own, one after the other, with no lock held and all
-/// signals blocked. (Only a callback that is still running when EventConsumerCBFini returns keeps
-/// its thread to itself; subscriptions made later get a new one.) A callback may throw; nothing
-/// comes of it but that the files count as not announced. A forked child has no subscription and
-/// can make new ones.
+/// Changes: everything that can make a path lead to other content. Writing in place, renaming over,
+/// deleting, creating, changed permissions; a symbolic link or a folder anywhere on the path that
+/// is switched, removed or created; a file system that is mounted over the path or unmounted. A
+/// burst is one event: it is delivered when the files have been quiet for 50 ms
+/// (`SYSCONF_EVENT_QUIET_MS`, 0 to 1000), and at the latest 1 s after the first change. Files with
+/// the same contents as at the last delivery are not announced again. If reading them for this
+/// comparison takes longer than 500 ms, the change is announced without it; while that read hangs,
+/// so is every further change.
 ///
-/// Cost: one thread, one descriptor, and for each subscription another one and a kernel watch for
-/// each folder on the paths. While nothing changes the thread sleeps; only while the kernel refuses
-/// a watch on a path that has changed does it look at the files once a second.
+/// Repetition: a delivery that the callback answers with anything but 0, or with an exception, is
+/// repeated until it answers 0, after 100 ms, 200 ms and so on up to 30 s. A new change starts
+/// again with 100 ms.
+///
+/// What cannot be watched at the moment (the kernel refuses a watch or an answer, /proc is not
+/// there, a path has more than PATH_MAX bytes once its links are resolved) is looked at once a
+/// second until it can be watched.
+///
+/// Threads: any thread may call all functions at any time, holding its locks, from within a
+/// callback, and from handlers of pthread_atfork(3). Callbacks run one after another on one thread
+/// of the service. That thread blocks all signals except SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGSYS,
+/// SIGTRAP and SIGABRT. No lock of the service is held during a callback. At most one thread whose
+/// callback or system call does not return is left running besides it; if a second one does not
+/// return either, a new subscription waits for it. A forked child has no subscription and can make
+/// new ones.
+///
+/// Descriptors: two for the thread and two for each subscription, close-on-exec and numbered 3 or
+/// higher. A program may close them (`closefrom(3)`): the service recognizes its descriptors
+/// before it uses or closes them, replaces lost ones, and announces a change, because it may have
+/// missed one.
+///
+/// Cost: one thread, the descriptors above, and a kernel watch for each folder on the paths. While
+/// nothing changes the thread sleeps. A short-lived second thread reads the files for each
+/// announcement.
 
 /// Subscribes to changes of the configuration files.
 ///
 /// @param eventName "SysConfigEvent"; the service has no other event.
-/// @param second Not looked at.
-/// @param callback Whom to call; copied. The event comes with two empty texts. The library that
-///        holds the function stays loaded from now on, because its code may be running at any time.
-///        Subscribing the same function and user data again replaces the subscription there is;
-///        subscriptions that differ stand side by side.
-/// @return 0 when subscribed: a change that happens after the call has returned is delivered. -1
-///         otherwise: another event, no function to call, a folder of a file that this process may
-///         not list, a relative path in a working directory that is gone, the kernel's limits for
-///         watches, descriptors or threads, memory that ran out, or a process that is exiting.
-/// Never throws.
+/// @param second Not used.
+/// @param callback Copied. It is called with the event's name, two empty strings and the user data.
+///        The library that contains the function stays loaded from now on, because its code may be
+///        running at any time. Subscribing the same function and user data again replaces that
+///        subscription; different subscriptions exist side by side.
+/// @return 0 if subscribed: a change after the return is delivered. -1 otherwise: another event, no
+///         function, a folder of a file that this process may not list, a relative path in a
+///         working directory that was deleted, the kernel's limits for watches, descriptors or
+///         threads, out of memory, or a process that is exiting.
+/// Never throws. Reads the environment, see above. Blocks while a file system does not answer.
 extern "C" [[gnu::visibility("default")]] int
 EventConsumerCBInit(const std::string& eventName, const std::string& second,
                     const EventConsumerCallback* callback);
 
 /// Ends all subscriptions of the process.
 ///
-/// No callback starts after this has returned. One that is running already keeps running, and this
-/// does not wait for it: the caller may hold the very lock that the callback is waiting for. So
-/// what a callback uses must outlive it, or be found gone by it: the callback of this project's
-/// library compares its user data before it follows it. "Running" begins where the service has
-/// decided to call, which is a few instructions before the callback's own first one. If no callback
-/// is running, the thread and all descriptors are gone when this returns; else they go when the
-/// callback returns.
-/// The end of the process does the same.
+/// No callback starts after this has returned. A callback that is running or about to start is
+/// waited for, but at most 1 s, because the caller may hold a lock that the callback needs. After
+/// that time the callback may still run, or make its first steps; what it uses must outlive it. On
+/// a thread that runs a callback this does not wait.
+///
+/// If the thread was waited for successfully, it and all descriptors are gone on return; else they
+/// go when the callback, or the system call that does not return, returns.
+/// exit(3) does the same, with the same bound.
 /// Never throws.
 extern "C" [[gnu::visibility("default")]] void EventConsumerCBFini();
+
+/// Requests a delivery for one subscription, as if its last delivery had been answered with -1: it
+/// follows after 100 ms, or after the next longer pause if deliveries failed before. For a
+/// subscriber that could not load the files for lack of memory or descriptors and would otherwise
+/// wait for the next change.
+///
+/// @param callback The function and user data of the subscription. Without such a subscription, and
+///        if null, nothing happens.
+/// Never throws, and waits for nothing but the service's own mutex, which is held briefly (across a
+/// fork: for its duration). May be called from within the callback: whatever that answers then, the
+/// delivery is repeated.
+///
+/// This entry point is optional for an event library: look it up with dlsym(3).
+extern "C" [[gnu::visibility("default")]] void
+EventConsumerCBRedeliver(const EventConsumerCallback* callback);
 
 #endif // EVENTCONSUMERCB_H

@@ -12,12 +12,15 @@
 namespace eventcbutil {
 namespace {
 
-/// False when the file cannot be read, or has grown beyond that size meanwhile.
-bool readAll(int descriptor, std::size_t size, std::string& text) {
+/// False if the file cannot be read, or has grown beyond that size since.
+bool readAll(const Descriptor& descriptor, std::size_t size, std::string& text) {
     text.resize(size + 1);
     std::size_t length = 0;
     while (length < text.size()) {
-        const ssize_t count = ::read(descriptor, text.data() + length, text.size() - length);
+        if (!descriptor.intact()) {
+            return false;
+        }
+        const ssize_t count = ::read(descriptor.get(), text.data() + length, text.size() - length);
         if (count == 0) {
             break;
         }
@@ -44,18 +47,18 @@ bool FileContents::equals(const FileContents& other) const {
     return m_comparable && other.m_comparable && m_contents == other.m_contents;
 }
 
-/// False when the content cannot be told.
+/// False if the content cannot be compared.
 bool FileContents::read(const std::string& file, Content& content) {
-    // Not blocking: a pipe in the file's place would keep the thread for ever.
+    // O_NONBLOCK: opening a FIFO that is in the place of the file must not wait for a writer.
     const int opened = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (opened < 0) {
         return errno == ENOENT || errno == ENOTDIR;
     }
     const Descriptor descriptor(opened, "open");
     struct stat status {};
-    return ::fstat(opened, &status) == 0 && S_ISREG(status.st_mode) &&
+    return ::fstat(descriptor.get(), &status) == 0 && S_ISREG(status.st_mode) &&
            std::cmp_less_equal(status.st_size, kMostBytes) &&
-           readAll(opened, static_cast<std::size_t>(status.st_size), content.emplace());
+           readAll(descriptor, static_cast<std::size_t>(status.st_size), content.emplace());
 }
 
 } // namespace eventcbutil

@@ -8,10 +8,10 @@ namespace eventcbutil {
 
 /// What a set of files contains at one moment.
 ///
-/// Texts are kept and compared byte by byte: configuration files are small, and neither a time
-/// stamp (too coarse for two writes in a row) nor a checksum can tell for certain that nothing has
-/// changed. A file of more than kMostBytes, one that is not a regular file, and one that cannot be
-/// read for other reasons than that it does not exist, equals nothing, not even itself.
+/// Texts are kept and compared byte by byte: configuration files are small, a time stamp is too
+/// coarse for two writes in a row, and a checksum is not certain. Three kinds of file equal
+/// nothing, not even themselves: a file of more than kMostBytes, one that is not a regular file,
+/// and one that exists but cannot be read.
 class FileContents {
 public:
     static constexpr std::size_t kMostBytes = 256UL * 1024;

@@ -13,61 +13,133 @@
 namespace eventcbutil {
 namespace {
 
-/// What can turn the way to a file elsewhere, or close or open it.
+/// What can make the path of a file lead elsewhere, to a file or to none.
 constexpr std::uint32_t kWay =
     IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_ATTRIB | IN_DELETE_SELF | IN_MOVE_SELF;
-/// Asked for where the file itself is, and only there: "/tmp" may well be on the way.
+/// Only for the folder of the file itself: a busy folder such as "/tmp" may be on the way.
 constexpr std::uint32_t kContent = IN_MODIFY | IN_CLOSE_WRITE;
 
-Found look(const Place& place) {
+/// Whether the error means that the path leads nowhere at the moment. The watch on the folder
+/// above, which is older than the attempt, reports when that changes.
+bool leadsNowhere(int error, const std::string& path) {
+    // A name that is too long cannot exist. A path that is too long can, and can be opened through
+    // links.
+    return error == ENOENT || error == ENOTDIR || error == ELOOP ||
+           (error == ENAMETOOLONG && path.size() < PATH_MAX);
+}
+
+/// Nothing if the kernel does not answer.
+std::optional<Found> look(const Place& place) {
     const std::string path = place.folder + "/" + place.name;
+    const auto failed = [&]() -> std::optional<Found> {
+        // EACCES: the process may not pass the folder. EINVAL: no longer a link.
+        const bool nowhere = leadsNowhere(errno, path) || errno == EACCES || errno == EINVAL;
+        return nowhere ? std::optional(Found{}) : std::nullopt;
+    };
     struct stat status {};
     if (::lstat(path.c_str(), &status) != 0) {
-        return {};
+        return failed();
     }
     if (S_ISDIR(status.st_mode)) {
-        return {Found::Kind::Folder, {}};
+        return Found{Found::Kind::Folder, {}};
     }
     if (!S_ISLNK(status.st_mode)) {
-        return {Found::Kind::File, {}};
+        return Found{Found::Kind::File, {}};
     }
     std::array<char, PATH_MAX> target{};
     const ssize_t length = ::readlink(path.c_str(), target.data(), target.size());
     if (length < 0) {
-        return {};
+        return failed();
     }
-    return {Found::Kind::Link, std::string(target.data(), static_cast<std::size_t>(length))};
-}
-
-/// The folder is no longer what the walk found it to be. The watch on the folder above, which was
-/// there before the look, has a notice of that.
-bool meansGone(int error) {
-    constexpr std::array kGone = {ENOENT, ENOTDIR, ELOOP, ENAMETOOLONG};
-    return std::find(kGone.begin(), kGone.end(), error) != kGone.end();
+    return Found{Found::Kind::Link, std::string(target.data(), static_cast<std::size_t>(length))};
 }
 
 } // namespace
 
 FileWatch::FileWatch(std::vector<std::string> files) : m_files(std::move(files)) {
-    follow();
+    renewDescriptors();
+    if (const int refusal = follow()) {
+        throw std::system_error(refusal, std::generic_category(), "inotify_add_watch");
+    }
 }
 
-bool FileWatch::changed() {
+std::array<pollfd, 2> FileWatch::waits() const {
+    constexpr pollfd kNone{-1, 0, 0};
+    return {m_inotify ? pollfd{m_inotify->descriptor(), POLLIN, 0} : kNone,
+            m_mounts ? m_mounts->wait() : kNone};
+}
+
+void FileWatch::woken(const pollfd* results) {
+    if (m_mounts) {
+        m_mounts->woken(results[1]);
+    }
+}
+
+FileWatch::Change FileWatch::changed() {
+    if (!m_inotify) {
+        return Change::None; // `followAgain` is due
+    }
     Meaning all = Meaning::None;
-    m_inotify.read([&](const Inotify::Notice& notice) { all = std::max(all, meaning(notice)); });
-    if (all == Meaning::NewWay) {
+    const bool readable = readNotices(all);
+    if (!readable || (m_mounts && !m_mounts->intact())) {
+        // Closed here, so that poll(2) does not report them again before they are replaced.
+        closeDescriptors();
+        m_complete = false;
+        return all == Meaning::None ? Change::Possible : Change::Noticed;
+    }
+    const bool mounted = m_mounts && m_mounts->changed();
+    if (all == Meaning::NewWay || mounted) {
         followAgain();
     }
-    return all != Meaning::None;
+    if (all != Meaning::None) {
+        return Change::Noticed;
+    }
+    return mounted ? Change::Possible : Change::None;
+}
+
+bool FileWatch::readNotices(Meaning& all) {
+    return m_inotify->read(
+        [&](const Inotify::Notice& notice) { all = std::max(all, meaning(notice)); });
+}
+
+void FileWatch::close() {
+    m_closed = true;
+    closeDescriptors();
+}
+
+void FileWatch::closeDescriptors() {
+    m_inotify.reset();
+    m_mounts.reset();
 }
 
 void FileWatch::followAgain() {
     m_complete = false;
+    if (m_closed) {
+        return;
+    }
     try {
+        renewDescriptors();
         follow();
     } catch (const std::exception&) {
-        // A watch or memory was refused. Whoever asks for completeness is to try again.
+        // Memory or descriptors are used up. The watch stays incomplete.
         return;
+    }
+}
+
+void FileWatch::renewDescriptors() {
+    if (!m_inotify || !m_inotify->intact()) {
+        m_inotify.reset();
+        m_watches.clear();
+        m_inotify.emplace();
+    }
+    if (!m_mounts || !m_mounts->intact()) {
+        m_mounts.reset();
+        try {
+            m_mounts.emplace();
+        } catch (const std::system_error&) {
+            // Without it the watch is incomplete, but of use.
+            return;
+        }
     }
 }
 
@@ -92,42 +164,59 @@ FileWatch::Meaning FileWatch::meaning(const Inotify::Notice& notice) {
     return (notice.mask & kWay) != 0 ? Meaning::NewWay : Meaning::NewContent;
 }
 
-void FileWatch::follow() {
-    std::map<int, Names> watches;
-    try {
-        for (const std::string& file : m_files) {
-            walkPath(file, [&](const Place& place) { return watchAndLook(place, watches); });
-        }
-    } catch (...) {
-        m_watches.merge(watches);
-        throw;
-    }
-    std::swap(m_watches, watches);
+void FileWatch::add(const Watches& watches) {
     for (const auto& [watch, names] : watches) {
-        if (!m_watches.contains(watch)) {
-            m_inotify.unwatch(watch);
-        }
+        m_watches[watch].insert(names.begin(), names.end());
     }
-    m_complete = true;
 }
 
-/// Watches first and looks then: a change in between has left a notice. A folder that may be passed
-/// but not listed cannot be watched; that is put up with far above the files, where it is common,
-/// not where a file is or is to come into being.
-Found FileWatch::watchAndLook(const Place& place, std::map<int, Names>& watches) {
-    const int watch = m_inotify.watch(place.folder, place.last ? kWay | kContent : kWay);
-    if (watch >= 0) {
-        watches[watch].insert(place.name);
-        return look(place);
+/// @return The error number of a refused watch, else 0.
+int FileWatch::follow() {
+    Walk walk;
+    try {
+        for (const std::string& file : m_files) {
+            walkPath(file, [&](const Place& place) { return watchAndLook(place, walk); });
+        }
+    } catch (...) {
+        add(walk.watches);
+        throw;
     }
-    if (meansGone(-watch)) {
+    if (walk.complete) {
+        for (const auto& [watch, names] : m_watches) {
+            if (!walk.watches.contains(watch)) {
+                m_inotify->unwatch(watch);
+            }
+        }
+        m_watches = std::move(walk.watches);
+    } else {
+        // The walk did not see everything, so an old watch may still be of use.
+        add(walk.watches);
+    }
+    m_complete = walk.complete && m_mounts;
+    return walk.refusal;
+}
+
+/// Watches first and looks then: a change in between leaves a notice. A folder that may be passed
+/// but not listed cannot be watched. That is accepted far above the files, where it is common, and
+/// refused where a file is or may be created.
+Found FileWatch::watchAndLook(const Place& place, Walk& walk) {
+    const int watch = m_inotify->watch(place.folder, place.last ? kWay | kContent : kWay);
+    if (watch >= 0) {
+        walk.watches[watch].insert(place.name);
+    } else if (leadsNowhere(-watch, place.folder)) {
+        return {};
+    } else if (watch == -ENAMETOOLONG) {
+        walk.complete = false;
         return {};
     }
-    Found found = watch == -EACCES && !place.last ? look(place) : Found{};
-    if (found.kind == Found::Kind::Nothing) {
-        throw std::system_error(-watch, std::generic_category(), place.folder);
+    const bool look = watch >= 0 || (watch == -EACCES && !place.last);
+    const std::optional<Found> found = look ? eventcbutil::look(place) : std::nullopt;
+    walk.complete = walk.complete && found;
+    if (watch < 0 && (!found || found->kind == Found::Kind::Nothing)) {
+        walk.complete = false;
+        walk.refusal = walk.refusal != 0 ? walk.refusal : -watch;
     }
-    return found;
+    return found.value_or(Found{});
 }
 
 } // namespace eventcbutil

@@ -1,57 +1,87 @@
 #pragma once
 
 #include "Inotify.h"
+#include "MountTable.h"
 #include "PathWalk.h"
 
+#include <array>
 #include <functional>
 #include <map>
+#include <optional>
+#include <poll.h>
 #include <set>
 #include <string>
 #include <vector>
 
 namespace eventcbutil {
 
-/// Tells when something happens to a set of files, whatever part of their paths it happens to.
-/// Folders are watched and not files, so that a file that is replaced stays in sight. One thread at
-/// a time.
+/// Notices changes of a set of files, whichever part of their paths changes. It watches folders and
+/// not files, so that a file that is replaced stays in sight. Used by one thread at a time.
+///
+/// The watch may be incomplete: the kernel refused something, a path is longer than the kernel
+/// takes, or the program closed the descriptors. Then changes may go unnoticed, and the owner looks
+/// at the files itself and calls `followAgain` from time to time.
 class FileWatch {
 public:
-    /// From the end of the constructor on nothing is missed.
+    enum class Change {
+        None,
+        /// The files may have changed: a mount, or notices that are lost.
+        Possible,
+        /// The kernel reported a change.
+        Noticed,
+    };
+
+    /// Once the constructor has returned, nothing is missed unless the watch is incomplete.
     /// @param files Absolute paths.
-    /// @throws std::system_error when the kernel refuses a watch.
+    /// @throws std::system_error if the kernel refuses an instance or a watch.
     explicit FileWatch(std::vector<std::string> files);
 
-    /// Readable when `changed` has something to tell.
-    int descriptor() const { return m_inotify.descriptor(); }
-    void close() { m_inotify.close(); }
+    /// What to poll. The results must be passed to `woken`.
+    std::array<pollfd, 2> waits() const;
+    void woken(const pollfd* results);
 
-    /// Whether something has happened to one of the files since the last call. Follows the paths
-    /// anew when something has happened on the way to a file.
-    bool changed();
+    /// What has happened since the last call. Follows the paths again if one may lead elsewhere.
+    Change changed();
 
-    /// False when the kernel has refused a watch: changes may go unnoticed until `followAgain`
-    /// succeeds.
     bool complete() const { return m_complete; }
 
-    /// Follows the paths anew, as far as the kernel allows it.
+    /// Follows the paths again as far as the kernel allows, with new descriptors for lost ones.
     void followAgain();
+
+    /// Closes the descriptors for good, in a forked child.
+    void close();
 
     /// How many folders are watched.
     std::size_t folderCount() const { return m_watches.size(); }
 
 private:
     using Names = std::set<std::string, std::less<>>;
+    using Watches = std::map<int, Names>;
     enum class Meaning { None, NewContent, NewWay };
 
+    /// One walk along all paths.
+    struct Walk {
+        Watches watches;
+        bool complete = true;
+        /// The error number of the first refused watch.
+        int refusal = 0;
+    };
+
+    void closeDescriptors();
+    void renewDescriptors();
+    bool readNotices(Meaning& all);
     Meaning meaning(const Inotify::Notice& notice);
-    void follow();
-    Found watchAndLook(const Place& place, std::map<int, Names>& watches);
+    int follow();
+    void add(const Watches& watches);
+    Found watchAndLook(const Place& place, Walk& walk);
 
     std::vector<std::string> m_files;
-    Inotify m_inotify;
+    std::optional<Inotify> m_inotify;
+    std::optional<MountTable> m_mounts;
     /// By watch: the names in that folder that are on the way to a file.
-    std::map<int, Names> m_watches;
+    Watches m_watches;
     bool m_complete = false;
+    bool m_closed = false;
 };
 
 } // namespace eventcbutil

@@ -13,8 +13,11 @@ namespace eventcbutil {
 Inotify::Inotify() : m_descriptor(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK), "inotify_init1") {}
 
 int Inotify::watch(const std::string& folder, std::uint32_t mask) {
-    // A link in the folder's place is not followed: the walk along the path does that itself. A
-    // file that has been deleted but is still open somewhere says nothing any more.
+    if (!intact()) {
+        return -EBADF;
+    }
+    // IN_DONT_FOLLOW: the walk along the path follows links itself. IN_EXCL_UNLINK: a deleted file
+    // that is still open is not reported.
     const int watch =
         ::inotify_add_watch(m_descriptor.get(), folder.c_str(),
                             mask | IN_ONLYDIR | IN_DONT_FOLLOW | IN_MASK_ADD | IN_EXCL_UNLINK);
@@ -22,23 +25,22 @@ int Inotify::watch(const std::string& folder, std::uint32_t mask) {
 }
 
 void Inotify::unwatch(int watch) {
-    // Fails if the kernel has dropped the watch with the folder, which comes to the same.
-    ::inotify_rm_watch(m_descriptor.get(), watch);
+    // Fails if the kernel has dropped the watch together with the folder, which is the same.
+    if (intact()) {
+        ::inotify_rm_watch(m_descriptor.get(), watch);
+    }
 }
 
-void Inotify::read(const std::function<void(const Notice&)>& visit) {
+bool Inotify::read(const std::function<void(const Notice&)>& visit) {
     alignas(inotify_event) std::array<char, 16384> buffer;
     int waiting = 0;
-    if (::ioctl(m_descriptor.get(), FIONREAD, &waiting) != 0) {
-        return;
+    if (!intact() || ::ioctl(m_descriptor.get(), FIONREAD, &waiting) != 0) {
+        return false;
     }
     while (waiting > 0) {
         const ssize_t count = ::read(m_descriptor.get(), buffer.data(), buffer.size());
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
         if (count <= 0) {
-            return;
+            return false;
         }
         waiting -= static_cast<int>(count);
         const auto end = static_cast<std::size_t>(count);
@@ -47,11 +49,12 @@ void Inotify::read(const std::function<void(const Notice&)>& visit) {
             std::memcpy(&event, buffer.data() + position, sizeof event);
             position += sizeof event;
             const char* const name = buffer.data() + position;
-            // The name is filled up with zero bytes.
+            // The name is padded with zero bytes.
             visit({event.wd, event.mask, {name, ::strnlen(name, event.len)}});
             position += event.len;
         }
     }
+    return true;
 }
 
 } // namespace eventcbutil

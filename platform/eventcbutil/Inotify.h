@@ -15,26 +15,29 @@ public:
     struct Notice {
         int watch = -1; // -1 when notices have been lost
         std::uint32_t mask = 0;
-        /// What it is about; empty for the folder itself. Lives only during the visit.
+        /// The name that the notice is about; empty for the folder itself. Valid only during the
+        /// visit.
         std::string_view name;
     };
 
-    /// @throws std::system_error when the kernel has no instance left for this user.
+    /// @throws std::system_error if the kernel refuses another instance.
     Inotify();
 
     /// Readable when there are notices. Close-on-exec, not blocking.
     int descriptor() const { return m_descriptor.get(); }
+    bool intact() const { return m_descriptor.intact(); }
     void close() { m_descriptor.close(); }
 
-    /// Watches a folder for the bits of `mask`, besides those it is watched for already.
+    /// Watches a folder for the bits of `mask`, in addition to those it is watched for already.
     /// @return The number of the watch, the same for one folder whatever its path; or minus the
     ///         error number.
     int watch(const std::string& folder, std::uint32_t mask);
     void unwatch(int watch);
 
-    /// Visits every notice that was there when the call began, and no more: while notices come
-    /// faster than they are read, the reader has other things to do as well.
-    void read(const std::function<void(const Notice&)>& visit);
+    /// Visits every notice that was there when the call began, and no more: notices may arrive
+    /// faster than they are read, and the thread has other work.
+    /// @return False if notices could not be read: some may be lost.
+    bool read(const std::function<void(const Notice&)>& visit);
 
 private:
     Descriptor m_descriptor;

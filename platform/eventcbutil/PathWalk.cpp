@@ -7,7 +7,7 @@
 namespace eventcbutil {
 namespace {
 
-/// As many as the kernel follows.
+/// The kernel follows this many.
 constexpr int kMostLinks = 40;
 
 /// The names of a path, the first one last.

@@ -5,13 +5,13 @@
 
 namespace eventcbutil {
 
-/// One name in one folder, on the way to a file. Whoever knows of every change of every place on
-/// the way knows when the path begins to lead to something else.
+/// One name in one folder, on the way to a file. A watcher of every place on the way notices when
+/// the path begins to lead elsewhere.
 struct Place {
     /// Absolute, free of symbolic links, "." and "..".
     std::string folder;
     std::string name;
-    /// Nothing follows: the file itself is here, or the link that stands for it.
+    /// Nothing follows: here is the file itself, or a link to it.
     bool last = false;
 
     bool operator==(const Place&) const = default;
@@ -24,9 +24,9 @@ struct Found {
     std::string target; // of a link
 };
 
-/// Asks `look` about every place on the way of an absolute path, in the order in which the kernel
-/// comes by, links step by step, up to the file or to the first place from which there is no way
-/// on. A place is looked at when `look` is called and not before, so that it can be watched first.
+/// Calls `look` for every place on the way of an absolute path, in the order in which the kernel
+/// resolves it, links step by step, up to the file or to the first place that does not lead on. A
+/// place is not looked at before `look` is called for it, so that `look` can watch it first.
 void walkPath(const std::string& path, const std::function<Found(const Place&)>& look);
 
 } // namespace eventcbutil

@@ -1,18 +1,27 @@
 #pragma once
 
-#include "Descriptor.h"
+#include "ForkMutex.h"
 #include "Subscription.h"
+#include "Thread.h"
+#include "WakeUp.h"
 
+#include <chrono>
+#include <condition_variable>
 #include <memory>
-#include <mutex>
-#include <thread>
+#include <sys/types.h>
 #include <vector>
 
 namespace eventcbutil {
 
 /// The subscriptions of the process, and the thread that serves them while there are any.
+///
+/// At most two threads exist: the one that serves, and one that was left because it did not return
+/// from a callback or a system call in time.
 class Service {
 public:
+    /// How long the end of the subscriptions waits for a thread.
+    static constexpr std::chrono::milliseconds kLongestEnd{1000};
+
     /// The one service. It is never destroyed, because its thread may run until the very end of
     /// the process; its thread ends with the static objects that were built before the first
     /// subscription.
@@ -21,51 +30,75 @@ public:
     Service(const Service&) = delete;
     Service& operator=(const Service&) = delete;
 
-    /// Adds a subscription, in the place of the one with the same callback if there is one.
-    /// @return False when the process is exiting.
-    /// @throws std::system_error when there is no thread or descriptor to be had.
+    /// Adds a subscription. It replaces one with the same callback.
+    /// @return False if the process is exiting.
+    /// @throws std::system_error if there is no thread or descriptor.
     bool subscribe(std::shared_ptr<Subscription> subscription);
 
-    /// Ends all subscriptions. Waits for the thread, unless that is in a callback.
+    /// Requests a delivery for the subscription with that callback, if there is one.
+    void redeliver(const EventConsumerCallback& callback);
+
+    /// Ends all subscriptions. No callback starts afterwards. Waits for one that is running and for
+    /// the thread, at most kLongestEnd; does not wait on the service's own thread.
     void unsubscribeAll();
 
 private:
     using Subscriptions = std::vector<std::shared_ptr<Subscription>>;
 
-    /// What belongs to one thread. When its subscriptions are ended the service forgets it, and the
-    /// thread, if it is in a callback, is the last to hold it.
+    /// What belongs to one thread.
     struct Run {
-        Run();
-
-        Descriptor wakeUp;
-        std::thread thread;
-        /// Null when ended. Never changed but replaced, so that the thread can hold on to it.
+        /// Descriptors: the thread replaces them, others ring.
+        WakeUp wakeUp;
+        Thread thread;
+        /// Null if all have ended. Replaced, never changed, so that the thread can work on it.
         std::shared_ptr<const Subscriptions> subscriptions;
+        /// What the thread works on.
+        std::weak_ptr<const Subscriptions> serving;
+        /// A callback is running or about to start.
         bool calling = false;
-        /// In a forked child: what is kept only because it cannot be destroyed there.
+        /// The thread touches nothing here any more.
+        bool finished = false;
+        /// How many threads wait for the end.
+        int waiting = 0;
+        std::condition_variable_any changed;
+        /// In a forked child: keeps what cannot be destroyed there.
         std::shared_ptr<const Subscriptions> abandoned;
         std::shared_ptr<Run> abandonedBefore;
     };
 
+    /// Holds the mutex. In a forked child, where a handler of the program may come before the
+    /// service's own, it first does what that one would do.
+    struct Access : ForkMutex::Guard {
+        explicit Access(Service& service) : Guard(service.m_mutex) { service.abandonIfForked(); }
+    };
+
     Service();
 
+    void waitForEnd(Access& access, const std::shared_ptr<Run>& run);
+    void exit();
+    void endFork();
+    void abandonIfForked();
+    void abandon(std::shared_ptr<Run> run);
+
+    // In ServiceThread.cpp.
     void startThread(const std::shared_ptr<Run>& run);
     void serve(Run& run);
+    std::shared_ptr<const Subscriptions> next(Run& run);
+    void finish(Run& run);
     void attend(Run& run, const std::shared_ptr<Subscription>& subscription);
-    std::shared_ptr<const Subscriptions> subscriptionsOf(Run& run);
     bool beginCall(Run& run, const std::shared_ptr<Subscription>& subscription);
     void endCall(Run& run) noexcept;
-    void exit();
-    void abandonInChild();
 
-    /// Protects everything below and the contents of every run but its wakeUp. Held for moments
-    /// only: never during a callback, nor while waiting for the thread. Across a fork it is held
-    /// by the forking thread.
-    std::mutex m_mutex;
+    /// Protects everything below and the contents of every run. Held briefly: never during a
+    /// callback or while waiting for a thread.
+    ForkMutex m_mutex;
     std::shared_ptr<Run> m_run;
-    /// Those of the parent processes, whose threads do not exist here. They can be neither joined
-    /// nor destroyed.
+    /// The run whose thread did not end in time.
+    std::shared_ptr<Run> m_left;
+    /// The runs of the parent processes. Their threads do not exist here.
     std::shared_ptr<Run> m_abandoned;
+    /// The process that the runs belong to.
+    pid_t m_process = 0;
     bool m_exiting = false;
 };
 

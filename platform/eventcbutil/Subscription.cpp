@@ -1,13 +1,25 @@
 #include "Subscription.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace eventcbutil {
 namespace {
 
-/// How soon a watch that the kernel has refused is tried again, and how often the files are looked
-/// at meanwhile.
+using Change = FileWatch::Change;
+using OptionalTime = std::optional<Subscription::Time>;
+
+/// While the watch is incomplete: the pause between two attempts to complete it, and between two
+/// looks at the files.
 constexpr std::chrono::milliseconds kRetry{1000};
+
+bool reached(const OptionalTime& due, Subscription::Time now) {
+    return due && *due <= now;
+}
+
+OptionalTime earlier(const OptionalTime& one, const OptionalTime& other) {
+    return one && other ? std::min(*one, *other) : (one ? one : other);
+}
 
 } // namespace
 
@@ -16,41 +28,53 @@ Subscription::Subscription(std::string eventName, const EventConsumerCallback& c
     : m_callback(callback), m_eventName(std::move(eventName)), m_files(settings.files),
       m_watch(settings.files), m_debouncer(settings.quietTime, kLongestWait) {}
 
-bool Subscription::sameCallback(const Subscription& other) const {
-    return m_callback.callback == other.m_callback.callback &&
-           m_callback.userData == other.m_callback.userData;
+bool Subscription::sameCallback(const EventConsumerCallback& callback) const {
+    return m_callback.callback == callback.callback && m_callback.userData == callback.userData;
 }
 
 void Subscription::gather(Time now) {
-    bool changed = m_watch.changed();
+    Change change = m_watch.changed();
     if (!m_watch.complete() && now >= m_nextTry) {
         m_watch.followAgain();
         m_nextTry = now + kRetry;
-        changed = true; // or may have
+        change = std::max(change, Change::Possible);
     }
-    if (changed) {
+    if (change == Change::Noticed && m_backoff.due()) {
+        // The delivery of the new change takes the place of the failed one.
+        m_backoff.reset();
+        m_announced.reset();
+    }
+    if (change != Change::None) {
         m_debouncer.change(now);
+    }
+    if (m_redeliver.exchange(false) && !m_backoff.due()) {
+        m_backoff.failed(now);
     }
 }
 
 std::optional<Subscription::Time> Subscription::due() const {
-    const std::optional<Time> announcement = m_debouncer.due();
-    return m_watch.complete() ? announcement
-                              : std::min(announcement.value_or(m_nextTry), m_nextTry);
+    const OptionalTime delivery = earlier(m_debouncer.due(), m_backoff.due());
+    return m_watch.complete() ? delivery : earlier(delivery, m_nextTry);
 }
 
 bool Subscription::ready(Time now) {
-    const std::optional<Time> announcement = m_debouncer.due();
-    if (!announcement || *announcement > now) {
+    const bool repeat = reached(m_backoff.due(), now);
+    const bool change = reached(m_debouncer.due(), now);
+    if (!repeat && !change) {
         return false;
     }
-    m_found.emplace(m_files);
+    m_found = m_reader.read(m_files);
     m_debouncer.clear();
-    return !m_announced || !m_announced->equals(*m_found);
+    const bool same = m_announced && m_found && m_announced->equals(*m_found);
+    if (change && !same) {
+        m_backoff.reset();
+    }
+    return repeat || !same;
 }
 
 void Subscription::call() {
     m_announced.reset();
+    m_backoff.repeating();
     m_handled = false;
     try {
         m_handled = m_callback.callback(m_eventName, {}, {}, m_callback.userData) == 0;
@@ -60,11 +84,17 @@ void Subscription::call() {
 }
 
 void Subscription::settle(Time now) {
-    // A callback that reads the files may see them as they were found, or as they became a moment
-    // later. If anything happened in between, or if the callback did not do its work, nothing is
-    // known, and the next announcement must not be saved however the files read then.
+    // The callback may ask for a redelivery itself.
+    const bool failed = m_redeliver.exchange(false) || !m_handled;
+    if (failed) {
+        m_backoff.failed(now);
+    } else {
+        m_backoff.reset();
+    }
+    // The callback may have seen the files as they were found, or as they became a moment later. If
+    // anything happened in between, the next announcement must not be suppressed.
     gather(now);
-    if (m_handled && !m_debouncer.due()) {
+    if (!m_debouncer.due()) {
         m_announced = std::move(m_found);
     }
 }

@@ -1,48 +1,56 @@
 #pragma once
 
+#include "Backoff.h"
+#include "ContentReader.h"
 #include "Debouncer.h"
 #include "FileContents.h"
 #include "FileWatch.h"
 #include "Settings.h"
 #include "SysConfReaderEvent.h"
 
+#include <atomic>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace eventcbutil {
 
-/// Whom to tell about changes of which files, and what there is to tell. Made on the subscriber's
-/// thread, which is when the watch begins; used by the service's thread alone from then on.
+/// A callback, the files whose changes it is called for, and what is to be delivered. Made on the
+/// subscriber's thread, where the watch begins; from then on only the service's thread uses it,
+/// except for `redeliver` and `sameCallback`.
 class Subscription {
 public:
     using Time = Debouncer::Time;
 
-    /// @throws std::system_error when the files cannot be watched.
+    /// @throws std::system_error if the files cannot be watched.
     Subscription(std::string eventName, const EventConsumerCallback& callback,
                  const Settings& settings);
 
-    /// The same function with the same user data.
-    bool sameCallback(const Subscription& other) const;
+    /// Whether function and user data are these.
+    bool sameCallback(const EventConsumerCallback& callback) const;
+    const EventConsumerCallback& callback() const { return m_callback; }
 
-    /// Readable when `gather` has something to do.
-    int descriptor() const { return m_watch.descriptor(); }
+    /// Requests a delivery as if the last one had failed. Takes effect at the next `gather`.
+    void redeliver() { m_redeliver = true; }
+
+    /// What to poll. The results must be passed to `woken`.
+    std::array<pollfd, 2> waits() const { return m_watch.waits(); }
+    void woken(const pollfd* results) { m_watch.woken(results); }
     void close() { m_watch.close(); }
 
-    /// Takes note of the changes that there have been.
+    /// Takes note of the changes so far.
     void gather(Time now);
 
-    /// When to look again, whether or not the descriptor is readable by then.
+    /// When to call `gather` and `ready` again even if no descriptor is readable.
     std::optional<Time> due() const;
 
-    /// Ends the gathering if its time has come. True when there is something new to tell: `call`
-    /// is to follow.
+    /// True if a delivery is due; `call` must follow. Reads the files for that.
     bool ready(Time now);
 
-    /// Calls back. What the callback throws ends here. `settle` is to follow.
+    /// Calls back and catches what the callback throws. `settle` must follow.
     void call();
 
-    /// Takes note of what the files contained when they were announced.
+    /// Takes note of what was delivered and of the answer.
     /// @param now A time after the callback.
     void settle(Time now);
 
@@ -54,8 +62,10 @@ private:
     /// While the watch is incomplete.
     Time m_nextTry;
     Debouncer m_debouncer;
-    /// What the files contained when they were last announced, if it is certain that the callback
-    /// saw just that.
+    Backoff m_backoff;
+    std::atomic<bool> m_redeliver{false};
+    ContentReader m_reader;
+    /// What the files contained at the last call, if it is certain that the callback saw just that.
     std::optional<FileContents> m_announced;
     std::optional<FileContents> m_found;
     bool m_handled = false;

@@ -4,20 +4,27 @@
 #include <json/value.h>
 
 #include <cstddef>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
-/// A JSON text that has been read and found valid as a whole, of which a value is built only when
-/// it is asked for. For large texts of which little is needed: reading takes a small part of the
-/// time and memory that JsonReader takes to build the full tree.
+/// A JSON text that was read and found valid as a whole, from which values are built only when they
+/// are needed. For large texts of which little is needed: reading takes a small part of the time
+/// and memory that JsonReader takes to build the full tree.
 ///
 /// It accepts exactly the texts that `JsonReader(false)` accepts, and its values are those of that
-/// reader's tree. A Node answers as a constant Json::Value does: a member that is absent is null,
-/// a value of the wrong type throws the same Json::Exception.
+/// reader's tree. A Node answers like a constant Json::Value: an absent member is null, and a value
+/// of the wrong type throws the same Json::Exception.
 ///
-/// Threads: a document that has been read may be used by any number of threads.
+/// Stack: reading, freeing and every question but value() take the same stack at every nesting
+/// depth, for texts that are refused as well. See Node::value().
+///
+/// Memory: a document takes at most 8 bytes for each byte of the text, and up to 13 while it is
+/// read, the text included.
+///
+/// Threads: any number of threads may use a document that has been read.
 class [[gnu::visibility("default")]] JsonDocument {
 public:
     class Node;
@@ -27,10 +34,10 @@ public:
     JsonDocument& operator=(const JsonDocument&) = delete;
     ~JsonDocument();
 
-    /// Reads the text of that length, behind which kPadding further bytes must be readable,
-    /// whatever they are. The document does not need the text afterwards.
+    /// Reads the text of that length. kPadding more bytes, of any value, must be readable after it.
+    /// The document does not need the text afterwards.
     /// @return Whether the text was accepted; if not, the root is null.
-    /// @throws std::bad_alloc when memory runs out; the root is then as it was.
+    /// @throws std::bad_alloc if memory runs out; the root is then unchanged.
     bool read(const char* text, std::size_t length);
 
     /// The whole text's value; null before the first successful read.
@@ -43,36 +50,48 @@ private:
     std::unique_ptr<Contents> m_contents;
 };
 
-/// A value of a document, or of any other tree of Json::Values. It is a place, not a copy: valid as
-/// long as its document or its tree stays what it is.
+/// A value of a document, or of any tree of Json::Values. It refers to the value and copies
+/// nothing: it is valid as long as its document is not read into again or destroyed, or its tree
+/// not changed.
 class [[gnu::visibility("default")]] JsonDocument::Node {
 public:
-    /// A value of a tree.
+    class Range;
+
+    /// Refers to a value of a tree.
     Node(const Json::Value& value); // NOLINT(google-explicit-constructor): it is the same value
 
-    /// The member of that name, the last one of several; null when absent or when this is null.
-    /// @throws Json::Exception when this is neither an object nor null.
+    /// Returns the member of that name, the last one of several; null if it is absent or this is
+    /// null. Takes time in proportion to the number of members.
+    /// @throws Json::Exception if this is neither an object nor null.
     Node operator[](const std::string& name) const;
 
-    /// The members of an object in ascending order of their names by bytes, each name once (the
-    /// last value counts); none for null.
-    /// @throws Json::Exception when this is neither an object nor null.
+    /// Returns the members of an object in ascending order of their names by bytes, each name once
+    /// (the last value wins); none for null.
+    /// @throws Json::Exception if this is neither an object nor null.
     std::vector<std::pair<std::string, Node>> members() const;
 
-    /// What the indexes from 0 to size() - 1 lead to: the elements of an array, nothing for an
+    /// Returns what the indexes from 0 to size() - 1 give: the elements of an array, nothing for an
     /// empty object or a value that is neither.
     /// @throws Json::Exception for an object with members, which has a size but no indexes.
-    std::vector<Node> elements() const;
+    Range elements() const;
 
-    /// What an iteration comes by: the elements of an array, the member values of an object in
+    /// Returns what an iteration gives: the elements of an array, the member values of an object in
     /// ascending order of their names, nothing for a value that is neither.
-    std::vector<Node> children() const;
+    Range children() const;
 
-    /// The value as text, as Json::Value::asString() tells it.
+    /// Returns the value as text, like Json::Value::asString().
     /// @throws Json::Exception for an array or an object.
     std::string asString() const;
 
-    /// This value and everything in it, as JsonReader builds it.
+    /// Returns the value as a number, like Json::Value::asInt().
+    /// @throws Json::Exception for a text, an array, an object, or a number out of the range of
+    /// int.
+    int asInt() const;
+
+    /// Returns this value and everything in it, as JsonReader builds it. Building takes no stack
+    /// for nesting, but jsoncpp copies and frees a Json::Value recursively: see
+    /// JsonReader::kNestingLimit.
+    /// @throws std::bad_alloc if memory runs out.
     Json::Value value() const;
 
 private:
@@ -80,9 +99,59 @@ private:
     struct Places;
     Node(const void* where, std::size_t index) : m_where(where), m_index(index) {}
 
-    /// A place in the text that was read, or a Json::Value.
+    /// The document's tape, or a Json::Value.
     const void* m_where;
     std::size_t m_index;
+};
+
+/// Nodes in order, for a range-based for loop. The elements of an array are found one by one.
+class [[gnu::visibility("default")]] JsonDocument::Node::Range {
+public:
+    class Iterator {
+    public:
+        using iterator_category = std::input_iterator_tag;
+        using value_type = Node;
+        using difference_type = std::ptrdiff_t;
+        using pointer = const Node*;
+        using reference = Node;
+
+        Node operator*() const { return m_range->at(m_place); }
+        Iterator& operator++() {
+            m_place = m_range->next(m_place);
+            return *this;
+        }
+        bool operator==(const Iterator& other) const { return m_place == other.m_place; }
+        bool operator!=(const Iterator& other) const { return m_place != other.m_place; }
+
+    private:
+        friend class Range;
+        Iterator(const Range* range, std::size_t place) : m_range(range), m_place(place) {}
+
+        const Range* m_range;
+        std::size_t m_place;
+    };
+
+    Iterator begin() const {
+        return {this, m_begin};
+    }
+    Iterator end() const {
+        return {this, m_end};
+    }
+
+private:
+    friend class Node;
+    Range(const Node& container, std::size_t begin, std::size_t end)
+        : m_container(container), m_begin(begin), m_end(end) {}
+
+    Node at(std::size_t place) const;
+    std::size_t next(std::size_t place) const;
+
+    /// An array, in which `place` is an index; or the values of an object's members, if there are
+    /// any, in which it is a position.
+    Node m_container;
+    std::vector<Node> m_members;
+    std::size_t m_begin;
+    std::size_t m_end;
 };
 
 #endif // JSONDOCUMENT_H

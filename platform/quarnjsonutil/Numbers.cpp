@@ -1,5 +1,6 @@
 #include "Numbers.h"
 
+#include <bit>
 #include <cerrno>
 #include <charconv>
 #include <clocale>
@@ -8,13 +9,14 @@
 
 namespace {
 
-/// Built into the C library, so there is no failure, and nothing to free. Made when this library is
-/// loaded: a child that is forked while another thread makes it would wait for that thread.
+/// Built into the C library: creating it cannot fail, and there is nothing to free. Created when
+/// this library is loaded, because a child that is forked while another thread creates it would
+/// block.
 const locale_t kCLocale = newlocale(LC_ALL_MASK, "C", nullptr);
 
 } // namespace
 
-// Rather than std::from_chars, which does not tell a number too large from one too small.
+// std::from_chars does not distinguish a number that is too large from one that is too small.
 double nearestDouble(const char* text) {
     const int error = errno;
     const double value = strtod_l(text, nullptr, kCLocale);
@@ -32,14 +34,14 @@ bool convert(const char* first, const char* last, Integer& number) {
 
 } // namespace
 
-Json::Value numberValue(const char* first, const char* last) {
-    Json::LargestInt number = 0;
+Number numberOf(const char* first, const char* last) {
+    std::int64_t number = 0;
     if (convert(first, last, number)) {
-        return number;
+        return {Tape::kSigned, static_cast<Tape::Word>(number)};
     }
-    Json::LargestUInt large = 0;
+    std::uint64_t large = 0;
     if (convert(first, last, large)) {
-        return large;
+        return {Tape::kUnsigned, large};
     }
-    return nearestDouble(first);
+    return {Tape::kDouble, std::bit_cast<Tape::Word>(nearestDouble(first))};
 }

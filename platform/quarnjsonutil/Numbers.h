@@ -1,11 +1,17 @@
 #pragma once
 
-#include <json/value.h>
+#include "Tape.h"
 
-/// The double nearest to a grammatical number: an infinity beyond the range, 0 below it. The text
-/// ends with a NUL byte.
+/// Returns the double nearest to a grammatical number: an infinity above the range, 0 below it. The
+/// text ends with a NUL byte.
 double nearestDouble(const char* text);
 
-/// The value of the grammatical number from `first` up to the NUL byte at `last`, in the type that
-/// jsoncpp's own reader gives it.
-Json::Value numberValue(const char* first, const char* last);
+/// A number as a tape has it.
+struct Number {
+    Tape::Type type;
+    Tape::Word bits;
+};
+
+/// Returns the grammatical number from `first` to the NUL byte at `last`: a signed 64-bit integer
+/// if it is one, else an unsigned one, else a double.
+Number numberOf(const char* first, const char* last);

@@ -66,8 +66,8 @@ unsigned escapedUnit(std::string_view text) {
     return unit;
 }
 
-/// Appends the escape at the start of `text`, or as much of it as matters here, respelled if need
-/// be; answers how much that was.
+/// Appends the escape at the start of `text`, respelled if necessary, or the part of it that
+/// matters here. Returns the length of what was appended from `text`.
 std::size_t appendEscape(std::string_view text, std::string& copy) {
     const unsigned unit = escapedUnit(text);
     if (unit >= 0xD800 && unit < 0xDC00) {
@@ -84,17 +84,27 @@ std::size_t appendEscape(std::string_view text, std::string& copy) {
     return start.size();
 }
 
+/// Whether RapidJSON may take the number for too big: only if it has hundreds of digits or an
+/// exponent of three.
+bool maySeemTooBig(std::string_view number) {
+    constexpr std::size_t kHarmlessLength = 300;
+    const std::size_t exponent = number.find_first_of("eE");
+    return number.size() > kHarmlessLength ||
+           (exponent != std::string_view::npos && number.size() - exponent > 3);
+}
+
 /// Appends the run of number characters at the start of `text`, or the one character that is none.
 std::size_t appendToken(std::string_view text, std::string& copy) {
-    constexpr std::size_t kHarmlessLength = 300;
-    const std::string run(text.substr(0, text.find_first_not_of(kNumberCharacters)));
+    const std::string_view run = text.substr(0, text.find_first_not_of(kNumberCharacters));
     if (run.empty()) {
         copy += text.front();
         return 1;
     }
-    const bool maySeemTooBig =
-        run.size() > kHarmlessLength || run.find_first_of("eE") != std::string::npos;
-    copy += maySeemTooBig && isNumber(run) ? shortForm(run) : run;
+    if (maySeemTooBig(run) && isNumber(run)) {
+        copy += shortForm(std::string(run));
+    } else {
+        copy += run;
+    }
     return run.size();
 }
 

@@ -6,11 +6,11 @@ namespace Quarncommon::rules {
 
 std::string addressByTag(const Node& addresses, const std::string& tag) {
     std::string address;
-    forEachTag(addresses, [&](const Node& entry, const std::string& candidate) {
+    forEachTag(addresses, [&](AddressEntry& entry, const std::string& candidate) {
         if (candidate != tag) {
             return Walk::OtherTags;
         }
-        address = entry["IP"].asString();
+        address = *entry.address();
         return Walk::Stop;
     });
     return address;

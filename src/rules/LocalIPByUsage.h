@@ -6,8 +6,8 @@
 
 namespace Quarncommon::rules {
 
-/// The "IP" of the first entry that carries `tag` (lower case), "" when none does or the entry has
-/// no "IP".
+/// Returns the "IP" of the first entry that has `tag` (lower case), "" if no entry has it or that
+/// entry has no "IP".
 std::string addressByTag(const Node& addresses, const std::string& tag);
 
 } // namespace Quarncommon::rules

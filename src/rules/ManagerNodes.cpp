@@ -25,13 +25,13 @@ void collectTaggedAddresses(const Node& list, const std::set<std::string>& tags,
                             std::map<std::string, std::set<std::string>>& byNode) {
     for (const auto& [id, node] : list["nodeList"].members()) {
         std::set<std::string> tagged;
-        forEachTag(addressEntries(node), [&](const Node& entry, const std::string& tag) {
-            if (tags.contains(tag)) {
-                tagged.insert(entry["IP"].asString());
+        forEachTag(addressEntries(node), [&](AddressEntry& entry, const std::string& tag) {
+            if (tags.contains(tag) && entry.firstFor(&tagged)) {
+                tagged.insert(*entry.address());
             }
             return Walk::OtherTags;
         });
-        // A node that the caller has already keeps its addresses: they shadow this list's.
+        // A node id that the caller's map already has keeps its addresses.
         byNode.emplace(id, std::move(tagged));
     }
 }

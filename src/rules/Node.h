@@ -14,21 +14,21 @@ namespace Quarncommon::rules {
 
 #ifdef SYSCONFREADER_WITH_DOCUMENT
 
-/// A value as rules see it: a place in a text or in a tree, whichever was read.
+/// A value as rules see it, in a text or in a tree.
 using Node = JsonDocument::Node;
 
 #else
 
-/// A value as rules see it: a place in a tree, with the questions that JsonDocument::Node answers
-/// where the platform's JSON library has it. The tree must outlive the node.
+/// A value as rules see it, in a tree that must outlive the node. Answers like JsonDocument::Node,
+/// which the platform's JSON library does not have.
 class Node {
 public:
     Node(const Json::Value& value) : m_value(&value) {} // NOLINT(google-explicit-constructor)
 
-    /// The member of that name, null when absent.
+    /// Returns the member of that name, null if it is absent.
     Node operator[](const std::string& name) const { return (*m_value)[name]; }
 
-    /// The members in ascending order of their names.
+    /// Returns the members in ascending order of their names.
     std::vector<std::pair<std::string, Node>> members() const {
         std::vector<std::pair<std::string, Node>> members;
         for (const std::string& name : m_value->getMemberNames()) {
@@ -37,21 +37,22 @@ public:
         return members;
     }
 
-    /// What the indexes below size() lead to; an object has a size, too, but no indexes, and
-    /// throws.
+    /// Returns what the indexes below size() give. An object with members has a size but no
+    /// indexes, and throws.
     std::vector<Node> elements() const {
         std::vector<Node> elements;
-        // NOLINTNEXTLINE(modernize-loop-convert): an object's members would be walked, too
+        // NOLINTNEXTLINE(modernize-loop-convert): that would visit an object's members
         for (Json::ArrayIndex i = 0; i < m_value->size(); ++i) {
             elements.emplace_back((*m_value)[i]);
         }
         return elements;
     }
 
-    /// What an iteration comes by, an object's members included.
+    /// Returns what an iteration gives, including the members of an object.
     std::vector<Node> children() const { return {m_value->begin(), m_value->end()}; }
 
     std::string asString() const { return m_value->asString(); }
+    int asInt() const { return m_value->asInt(); }
     Json::Value value() const { return *m_value; }
 
 private:

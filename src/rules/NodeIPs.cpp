@@ -7,11 +7,40 @@ namespace Quarncommon::rules {
 
 namespace {
 
-/// The number behind a tag's prefix: decimal, 0 without digits, saturated to the range of `long`
-/// and then cut to its low 32 bits.
+/// The number after a tag's prefix: decimal, 0 without digits, saturated to the range of `long` and
+/// then cut to its low 32 bits.
 int numberIn(const std::string& tag, std::size_t prefixLength) {
-    const long number = std::strtol(tag.substr(prefixLength).c_str(), nullptr, 10);
+    const long number = std::strtol(tag.c_str() + prefixLength, nullptr, 10);
     return static_cast<int>(static_cast<unsigned int>(number));
+}
+
+void keepFirst(std::map<int, std::string>& byNumber, int number, const SharedAddress& address) {
+    byNumber.try_emplace(number, *address);
+}
+
+void keepFirst(std::map<int, SharedAddress>& byNumber, int number, const SharedAddress& address) {
+    byNumber.try_emplace(number, address);
+}
+
+template <typename Address>
+void collect(const Node& addresses, const std::string& prefix, std::map<int, Address>& byNumber,
+             std::string& service, std::string& service2) {
+    for (const Node& node : addresses.children()) {
+        AddressEntry entry(node);
+        const SharedAddress& address = entry.address();
+        for (const Node& usage : entry.usage().children()) {
+            const std::string tag = lowerCased(usage.asString());
+            // The prefix may be anywhere in the tag, but the number is cut at the prefix's length:
+            // in a tag that does not start with the prefix this is a piece of the tag's text.
+            if (tag.find(prefix) != std::string::npos) {
+                keepFirst(byNumber, numberIn(tag, prefix.size()), address);
+            } else if (tag == kServiceTag && entry.firstFor(&service)) {
+                service = *address;
+            } else if (tag == kService2Tag && entry.firstFor(&service2)) {
+                service2 = *address;
+            }
+        }
+    }
 }
 
 } // namespace
@@ -19,21 +48,13 @@ int numberIn(const std::string& tag, std::size_t prefixLength) {
 void collectByNumber(const Node& addresses, const std::string& prefix,
                      std::map<int, std::string>& byNumber, std::string& service,
                      std::string& service2) {
-    for (const Node& entry : addresses.children()) {
-        const std::string address = entry["IP"].asString();
-        for (const Node& usage : entry["usage"].children()) {
-            const std::string tag = lowerCased(usage.asString());
-            // The prefix may stand anywhere, yet the number is cut at the prefix's length: for a
-            // tag that does not begin with the prefix that is a piece of the tag's own text.
-            if (tag.find(prefix) != std::string::npos) {
-                byNumber.emplace(numberIn(tag, prefix.size()), address);
-            } else if (tag == kServiceTag) {
-                service = address;
-            } else if (tag == kService2Tag) {
-                service2 = address;
-            }
-        }
-    }
+    collect(addresses, prefix, byNumber, service, service2);
+}
+
+void collectByNumber(const Node& addresses, const std::string& prefix,
+                     std::map<int, SharedAddress>& byNumber, std::string& service,
+                     std::string& service2) {
+    collect(addresses, prefix, byNumber, service, service2);
 }
 
 int southboundSlot(std::string_view tag, std::string_view family) {

@@ -5,21 +5,18 @@
 namespace Quarncommon::rules {
 
 std::string internalServiceAddress(const Node& addresses, const std::string& internalServiceTag) {
-    std::string internal;
-    std::string fallback;
-    bool found = false;
-    forEachTag(addresses, [&](const Node& entry, const std::string& tag) {
+    SharedAddress found;
+    forEachTag(addresses, [&](AddressEntry& entry, const std::string& tag) {
         if (tag == internalServiceTag) {
-            internal = entry["IP"].asString();
-            found = true;
+            found = entry.address();
             return Walk::Stop;
         }
         if (tag == kMaintenanceTag) {
-            fallback = entry["IP"].asString();
+            found = entry.address();
         }
         return Walk::OtherTags;
     });
-    return found ? internal : fallback;
+    return found != nullptr ? *found : "";
 }
 
 void findMasterAndStandby(const Node& list, const std::string& tenancy, std::string& masterNodeId,

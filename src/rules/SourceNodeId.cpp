@@ -2,7 +2,8 @@
 
 #include "rules/NodeList.h"
 
-#include <algorithm>
+#include <set>
+#include <string_view>
 
 namespace Quarncommon::rules {
 
@@ -13,11 +14,14 @@ void collectServiceAddresses(const Node& list,
             continue;
         }
         const std::string& nodeId = id;
-        forEachTag(addressEntries(node), [&](const Node& entry, const std::string& tag) {
+        std::string* last = nullptr;
+        forEachTag(addressEntries(node), [&](AddressEntry& entry, const std::string& tag) {
             if (tag != kServiceTag) {
                 return Walk::OtherTags;
             }
-            serviceAddresses[nodeId] = entry["IP"].asString();
+            const SharedAddress& address = entry.address();
+            last = last != nullptr ? last : &serviceAddresses[nodeId];
+            *last = *address;
             return Walk::NextEntry;
         });
     }
@@ -25,8 +29,9 @@ void collectServiceAddresses(const Node& list,
 
 const std::string* sourceNode(const std::map<std::string, std::string>& serviceAddresses,
                               const std::list<std::string>& hostAddresses) {
+    const std::set<std::string_view> host(hostAddresses.begin(), hostAddresses.end());
     for (const auto& [id, address] : serviceAddresses) {
-        if (std::find(hostAddresses.begin(), hostAddresses.end(), address) != hostAddresses.end()) {
+        if (host.contains(address)) {
             return &id;
         }
     }

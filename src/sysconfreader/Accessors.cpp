@@ -58,7 +58,7 @@ std::string SysConfReader::GetAppRoot() {
 }
 
 int SysConfReader::getPFType() {
-    // Before the read lock: creating the instance under it would wait for the write lock for ever.
+    // Before the read lock: creating the instance under it would deadlock with the write lock.
     SysConfReader* reader = Instance();
     const OuterReadGuard guard(m_pMutex, turnsOf<SysConfReader>);
     std::list<std::string> pieces;

@@ -5,21 +5,37 @@
 #include <JsonReader.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <fcntl.h>
 #include <memory>
+#include <new>
 #include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace Quarncommon::config {
 
 namespace {
 
-/// Opens the path; a signal that interrupts it, as it may on a network or where a lease is waited
-/// for, does not count.
+using Outcome = ReadResult::Outcome;
+
+/// Classifies a failed system call: some errors are lasting properties of the path, the others may
+/// be gone at the next call.
+Outcome outcomeOf(int error) {
+    constexpr std::array kTransient = {ENOMEM, EMFILE, ENFILE, EIO,       ESTALE,
+                                       EINTR,  EAGAIN, EBUSY,  ETIMEDOUT, ENOBUFS};
+    const bool transient =
+        std::find(kTransient.begin(), kTransient.end(), error) != kTransient.end();
+    return transient ? Outcome::Unavailable : Outcome::NotParsed;
+}
+
+/// Opens the path. Repeats the call if a signal interrupts it, which happens on network file
+/// systems and while the kernel waits for a lease to end.
 int openUninterrupted(const std::string& path, int flags) {
     int descriptor = -1;
     do {
@@ -28,14 +44,14 @@ int openUninterrupted(const std::string& path, int flags) {
     return descriptor;
 }
 
-/// An open file. While it is open its thread is not cancelled: closing is a cancellation point, and
-/// to unwind from there would end the process.
+/// An open file. Cancellation is disabled while the file is open: close() is a cancellation point,
+/// and unwinding out of a destructor terminates the process.
 class Descriptor {
 public:
     explicit Descriptor(const std::string& path) {
         ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_cancelState);
-        // Without waiting, should the path be a pipe: callers hold locks while they read. Only a
-        // file that is leased to another process is waited for.
+        // O_NONBLOCK, because callers hold locks and the path may be a pipe. The call blocks only
+        // for a file that another process has leased.
         constexpr int kFlags = O_RDONLY | O_CLOEXEC | O_NOCTTY;
         m_descriptor = openUninterrupted(path, kFlags | O_NONBLOCK);
         if (m_descriptor < 0 && errno == EWOULDBLOCK) {
@@ -57,106 +73,158 @@ private:
     int m_descriptor = -1;
 };
 
-/// A file's bytes, with room behind them that a Document may look at. Unlike a string it is not
-/// filled with zeros before it is read into.
+/// The bytes of a file, followed by the padding that a Document may read.
 class Text {
 public:
+    /// A longer file is refused by its size: no reader accepts a longer text.
+    static constexpr std::size_t kLargest = std::size_t{1} << 30U;
+    /// The same limit for a file that does not report its size, as those of /proc.
+    static constexpr std::size_t kLargestWithoutSize = std::size_t{16} << 20U;
+
     const char* data() const { return m_bytes.get(); }
     std::size_t length() const { return m_length; }
+    bool endsWithNul() const { return m_length != 0 && data()[m_length - 1] == '\0'; }
 
-    /// Reads from the start to the end, `size` bytes by the look of it; files of /proc have 0. A
-    /// file that has just that many is known to have ended by its size, which the caller compares
-    /// once more; it saves the read that would find nothing.
+    /// Reads the first `size` bytes, or up to the end of the file if that comes first or if `size`,
+    /// which is st_size, is 0. Stops after the first NUL byte: no JSON text contains one, and the
+    /// rest of a sparse file may be gigabytes of them.
+    /// @return False with the error in `errno` if reading fails.
     bool readFrom(int descriptor, std::size_t size) {
+        const std::size_t most = size != 0 ? size : kLargestWithoutSize;
         m_length = 0;
-        if (size > kLargest) {
-            return false;
-        }
-        reserve(std::max(size, kSmallest));
         for (;;) {
-            const ssize_t count = ::pread(descriptor, m_bytes.get() + m_length,
-                                          m_capacity - m_length, static_cast<off_t>(m_length));
+            reserveMore(size, most);
+            char* const end = m_bytes.get() + m_length;
+            const ssize_t count = ::pread(descriptor, end, std::min(m_capacity, most) - m_length,
+                                          static_cast<off_t>(m_length));
             if (count < 0 && errno != EINTR) {
                 return false;
             }
-            m_length += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+            const auto added = static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+            if (const void* nul = added != 0 ? std::memchr(end, '\0', added) : nullptr) {
+                m_length = static_cast<std::size_t>(static_cast<const char*>(nul) - data()) + 1;
+                return true;
+            }
+            m_length += added;
+            // The read that would find the end is left out: the caller compares the size again.
             if (count == 0 || (size != 0 && m_length == size)) {
                 return true;
             }
-            if (m_length > kLargest) { // GCOVR_EXCL_BR_LINE: as the next line
-                return false;          // GCOVR_EXCL_LINE: by a file that grows beyond 1 GiB
-            }
-            if (m_length == m_capacity) {
-                reserve(2 * m_capacity);
+            if (m_length == most) {
+                errno = EFBIG;
+                return false;
             }
         }
     }
 
 private:
-    static constexpr std::size_t kSmallest = 4096;
-    /// No reader takes a longer text, so nobody's memory is filled with one. A file that claims
-    /// such a size, which costs its writer nothing where files have holes, is not even read.
-    static constexpr std::size_t kLargest = std::size_t{1} << 30U;
+    struct Free {
+        void operator()(char* bytes) const { std::free(bytes); }
+    };
 
-    void reserve(std::size_t capacity) {
-        if (capacity > m_capacity) {
-            auto bytes = std::make_unique_for_overwrite<char[]>(capacity + Document::kPadding);
-            std::copy_n(m_bytes.get(), m_length, bytes.get());
-            m_bytes = std::move(bytes);
-            m_capacity = capacity;
+    /// Makes room for at least one more byte. The size that a file reports is trusted up to a few
+    /// megabytes; beyond, and without a size, the room doubles each time it has been filled.
+    void reserveMore(std::size_t size, std::size_t most) {
+        constexpr std::size_t kSmallest = 4096;
+        constexpr std::size_t kTrusted = std::size_t{4} << 20U;
+        if (m_length < m_capacity) {
+            return;
         }
+        const std::size_t wanted =
+            std::min(most, std::max({2 * m_capacity, kSmallest, std::min(size, kTrusted)}));
+        // realloc, because it moves large blocks without copying them.
+        void* bytes = std::realloc(m_bytes.get(), wanted + Document::kPadding);
+        if (bytes == nullptr) {
+            throw std::bad_alloc();
+        }
+        static_cast<void>(m_bytes.release());
+        m_bytes.reset(static_cast<char*>(bytes));
+        m_capacity = wanted;
     }
 
-    std::unique_ptr<char[]> m_bytes;
+    std::unique_ptr<char, Free> m_bytes;
     std::size_t m_length = 0;
     std::size_t m_capacity = 0;
 };
+
+bool operator==(const Text& one, const Text& other) {
+    return std::equal(one.data(), one.data() + one.length(), other.data(),
+                      other.data() + other.length());
+}
 
 bool sameTime(const timespec& a, const timespec& b) {
     return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
 }
 
-/// Whether the file was written so lately that another write might leave the same time stamp: file
-/// systems stamp with the kernel's clock tick, which is 10 ms at the most.
-bool writtenLately(const struct stat& status) {
-    constexpr double kLately = 0.05;
-    timespec now{};
-    ::clock_gettime(CLOCK_REALTIME, &now);
-    const double age = static_cast<double>(now.tv_sec - status.st_mtim.tv_sec) +
-                       static_cast<double>(now.tv_nsec - status.st_mtim.tv_nsec) * 1e-9;
-    return age < kLately;
+/// Whether nothing that the kernel reports has changed. The change time is compared as well,
+/// because a program can set the modification time back.
+bool sameState(const struct stat& a, const struct stat& b) {
+    return a.st_size == b.st_size && sameTime(a.st_mtim, b.st_mtim) &&
+           sameTime(a.st_ctim, b.st_ctim);
 }
 
-/// Reads a text that stood in the file at one moment: a file that is rewritten in place while it
-/// is read would give the start of one text and the end of another. One that does not hold still
-/// for any of a few attempts counts as unreadable.
-bool readWhole(const std::string& path, Text& text) {
-    constexpr int kAttempts = 4;
+double secondsBetween(const timespec& earlier, const timespec& later) {
+    return static_cast<double>(later.tv_sec - earlier.tv_sec) +
+           static_cast<double>(later.tv_nsec - earlier.tv_nsec) * 1e-9;
+}
+
+/// Whether another write may leave the same time stamps. FAT has the coarsest ones, of 2 s; the
+/// kernel's clock tick, of which all others are multiples, is at most 10 ms.
+bool writtenLately(const struct stat& status) {
+    constexpr double kGranularity = 2.05;
+    timespec now{};
+    ::clock_gettime(CLOCK_REALTIME, &now);
+    return secondsBetween(status.st_mtim, now) < kGranularity ||
+           secondsBetween(status.st_ctim, now) < kGranularity;
+}
+
+/// Reads the file until its content is known. A file that is rewritten in place while it is read
+/// would otherwise give parts of two texts. One read is enough if nothing changes meanwhile and the
+/// time stamps would show it. If they might not, a second read must give the same bytes. If they
+/// change during each read, something may just be touching the file: then the last two reads
+/// decide.
+Outcome readWhole(const std::string& path, Text& text) {
+    constexpr int kReads = 8;
     const Descriptor file(path);
     if (file.get() < 0) {
-        return false;
+        return outcomeOf(errno);
     }
-    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    Text former;
+    for (int read = 0; read < kReads; ++read) {
         struct stat before {};
         struct stat after {};
-        if (::fstat(file.get(), &before) != 0 || !S_ISREG(before.st_mode)) {
-            return false;
+        if (::fstat(file.get(), &before) != 0) {
+            return outcomeOf(errno);
         }
         const auto size = static_cast<std::size_t>(before.st_size);
+        if (!S_ISREG(before.st_mode) || size > Text::kLargest) {
+            return Outcome::NotParsed;
+        }
         if (!text.readFrom(file.get(), size) || ::fstat(file.get(), &after) != 0) {
-            return false;
+            return outcomeOf(errno);
         }
-        if (before.st_size != after.st_size || !sameTime(before.st_mtim, after.st_mtim)) {
-            continue;
+        const bool still = sameState(before, after);
+        if (still && !writtenLately(after)) {
+            return Outcome::Parsed;
         }
-        Text again;
-        if (!writtenLately(before) || (again.readFrom(file.get(), size) &&
-                                       std::equal(again.data(), again.data() + again.length(),
-                                                  text.data(), text.data() + text.length()))) {
-            return true;
+        if (read != 0 && text == former && (still || read == kReads - 1)) {
+            return Outcome::Parsed;
         }
+        std::swap(text, former);
     }
-    return false;
+    return Outcome::Unavailable;
+}
+
+/// Reads the file and passes its text to `parse`. A text with a NUL byte is refused here, because
+/// it is not complete.
+template <typename Parse>
+ReadResult readAndParse(const std::string& path, Parse parse) {
+    Text text;
+    const Outcome read = readWhole(path, text);
+    if (read == Outcome::Parsed && (text.endsWithNul() || !parse(text))) {
+        return Outcome::NotParsed;
+    }
+    return read;
 }
 
 } // namespace
@@ -180,30 +248,22 @@ std::optional<std::string> readText(const std::string& path) {
     std::optional<std::string> bytes;
     completes([&] {
         Text text;
-        if (readWhole(path, text)) {
+        if (readWhole(path, text) == Outcome::Parsed) {
             bytes.emplace(text.data(), text.length());
         }
     });
     return bytes;
 }
 
-bool readJsonFile(const std::string& path, Json::Value& value) {
-    bool parsed = false;
-    completes([&] {
-        Text text;
-        parsed = readWhole(path, text) &&
-                 JsonReader(false).parse(std::string(text.data(), text.length()), value);
+ReadResult readJsonFile(const std::string& path, Json::Value& value) {
+    return readAndParse(path, [&](const Text& text) {
+        return JsonReader(false).parse(std::string(text.data(), text.length()), value);
     });
-    return parsed;
 }
 
-bool readJsonFile(const std::string& path, Document& document) {
-    bool parsed = false;
-    completes([&] {
-        Text text;
-        parsed = readWhole(path, text) && document.read(text.data(), text.length());
-    });
-    return parsed;
+ReadResult readJsonFile(const std::string& path, Document& document) {
+    return readAndParse(
+        path, [&](const Text& text) { return document.read(text.data(), text.length()); });
 }
 
 #ifndef SYSCONFREADER_WITH_DOCUMENT

@@ -7,10 +7,10 @@
 #include <optional>
 #include <string>
 
-/// Environment and files: everything that the library takes from outside is read here.
+/// Environment and files: every input of the library is read here.
 namespace Quarncommon::config {
 
-/// A configuration file: the environment variable that leads to it and what follows its value.
+/// A configuration file: its path is the value of an environment variable followed by a suffix.
 struct ConfigFile {
     const char* variable;
     const char* suffix;
@@ -20,31 +20,64 @@ inline constexpr ConfigFile kAppConfig{"APP_CONF_FILE", ""};
 inline constexpr ConfigFile kNodeList{"APP_ROOT", "/etc/sysconf/nodelist.json"};
 inline constexpr ConfigFile kManagerNodeList{"TOLM_ROOT", "/etc/sysconf/nodelists.json"};
 
-/// The variable whose value is the key of this process under "processes".
+/// The variable that holds the key of this process under "processes".
 inline constexpr const char* kInstanceIdVariable = "PROCESS_INSTANCE_ID";
 
-/// The value of an environment variable, "" when unset; read anew on each call.
+/// Returns the value of an environment variable, "" if it is unset. Reads it on each call.
 std::string environment(const char* variable);
 
-/// Where a file is: the variable's value with the suffix behind it, exactly as they stand.
+/// Returns the path of a file: the variable's value followed by the suffix, both verbatim.
 std::string pathOf(const ConfigFile& file);
 
-/// The same, but nothing when the variable is unset.
+/// The same, but returns nothing if the variable is unset.
 std::optional<std::string> pathIfSet(const ConfigFile& file);
 
-/// The bytes of a whole regular file; nothing where readJsonFile would find none to parse.
+/// Returns the bytes of a regular file, up to and including the first NUL byte if there is one;
+/// nothing if readJsonFile has no text to parse. Never throws.
+///
+/// Which bytes these are if the file changes meanwhile:
+/// - A file that is replaced by rename() gives one text or the other, always whole.
+/// - A file that is written in place is read up to eight times, until it has not changed while it
+/// was
+///   read. If it was touched during each of these reads, the last two must be equal. The bytes can
+///   still contain a part of the old and a part of the new text, if the writer did not write
+///   between these reads: nothing distinguishes that state of the file from a finished one.
 std::optional<std::string> readText(const std::string& path);
 
-/// Reads the whole regular file and parses it; tells whether `value` is now its tree. A file that
-/// cannot be opened or not be read to its end, a directory, pipe or device, a text that is not one
-/// valid JSON text, and whatever is thrown on the way count alike: false, `value` as it was.
-bool readJsonFile(const std::string& path, Json::Value& value);
+/// The result of reading and parsing a file. True if it was parsed.
+class ReadResult {
+public:
+    enum class Outcome {
+        Parsed,
+        /// Missing, not permitted, not a regular file, too large, or not one valid JSON text.
+        /// Reading again gives the same until somebody changes something.
+        NotParsed,
+        /// A resource or the storage failed, or the file changed during each of eight reads. Its
+        /// content is unknown, and reading again may succeed.
+        Unavailable
+    };
+
+    ReadResult(Outcome outcome) : m_outcome(outcome) {} // NOLINT(google-explicit-constructor)
+    explicit operator bool() const { return m_outcome == Outcome::Parsed; }
+    bool unavailable() const { return m_outcome == Outcome::Unavailable; }
+
+private:
+    Outcome m_outcome;
+};
+
+/// Reads the whole regular file and parses it into `value`, which is changed only if the result is
+/// true.
+///
+/// Limits: a file of more than 1 GiB is refused by its size. A file that reports no size, as those
+/// of /proc, is refused after 16 MiB. Memory grows with what was read, not with the reported size,
+/// and reading stops at the first NUL byte: no JSON text contains one.
+/// @throws std::bad_alloc if memory runs out, and what a JsonReader of the platform throws.
+ReadResult readJsonFile(const std::string& path, Json::Value& value);
 
 #ifdef SYSCONFREADER_WITH_DOCUMENT
 using Document = JsonDocument;
 #else
-/// Where the platform's JSON library has no form of reading that builds only what is asked for,
-/// the full tree is built and asked the same questions.
+/// For a platform whose JSON library has no JsonDocument: builds the full tree and answers from it.
 class Document {
 public:
     static constexpr std::size_t kPadding = 0;
@@ -56,7 +89,7 @@ private:
 };
 #endif
 
-/// The same for a file of which little is needed: `document` answers from it.
-bool readJsonFile(const std::string& path, Document& document);
+/// The same without building values: `document` answers from the text.
+ReadResult readJsonFile(const std::string& path, Document& document);
 
 } // namespace Quarncommon::config

@@ -10,7 +10,7 @@ namespace {
 
 using Databases = std::map<std::string, Json::Value>;
 
-/// The field of a connection entry, found without copying the database; null when the database is
+/// Finds the field of a connection entry without copying the database. Null if the database is
 /// unknown. An index past the end reads like an entry without fields.
 const Json::Value* field(const Databases& databases, const std::string& name, unsigned int index,
                          const char* key) {
@@ -18,8 +18,8 @@ const Json::Value* field(const Databases& databases, const std::string& name, un
     return database != databases.end() ? &database->second[index][key] : nullptr;
 }
 
-/// A copy of a value or of a map of values. That jsoncpp finds no memory for a text within it comes
-/// out as std::bad_alloc too; nothing else can go wrong in copying.
+/// Copies a value or a map of values. Copying fails only if memory runs out; jsoncpp then throws an
+/// exception type that is not std::bad_alloc.
 template <typename Copied>
 Copied copyOf(const Copied& original) {
     try {

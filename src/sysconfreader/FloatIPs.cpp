@@ -5,7 +5,7 @@
 
 namespace Quarncommon {
 
-// The tags come by value because the published signature has them so; nothing is kept of them.
+// The published signature takes the tags by value.
 int SysConfReader::getAllFloatIP(
     std::set<std::string> usages, // NOLINT(performance-unnecessary-value-param)
     std::map<std::string, std::set<std::string>>& floatIPs) {

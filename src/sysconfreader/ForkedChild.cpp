@@ -1,10 +1,11 @@
-// The library in a forked child. The child has one thread, the one that has forked; what the others
-// held at that moment they hold for ever. A child of a process that reloads on an event's thread
-// could not even count on exit() to come to its end, let alone on a query.
+// The library in a forked child. A child has one thread, the one that forked; locks that other
+// threads held are never released there. Because an event may start a load at any time, every child
+// may be affected, even one that only calls exit().
 
 #include "SysConfReader.h"
 #include "SysConfReaderImpl.h"
 #include "SysConfReader_i.h"
+#include "sysconfreader/Forks.h"
 #include "sysconfreader/WriterTurns.h"
 #include "sysconfreaderimpl/ChangeEvents.h"
 
@@ -13,49 +14,77 @@
 #include <mutex>
 #include <new>
 #include <pthread.h>
+#include <unistd.h>
 
 namespace Quarncommon {
 
 class ForkedChild {
 public:
-    static void begin() {
-        // An event library that forks in the middle of a subscription goes on in it, with locks
-        // that it has still to release.
+    static void start() {
+        // An event library that forks inside a subscription continues it in the child, with locks
+        // that it still has to release.
         if (WriterTurns::lockHeldHere()) { // GCOVR_EXCL_BR_LINE: as the next line
-            return; // GCOVR_EXCL_LINE: in a child that must not exit, and so tells nobody
+            return; // GCOVR_EXCL_LINE: in a child that must not exit, and so reports no coverage
         }
+        g_forks = 0;
         forgetEventsOfOtherThreads();
-        startAnew<SysConfReader_i>();
-        startAnew<SysConfReader>();
-        startAnew<SysConfReaderImpl>();
+        reset<SysConfReader_i>();
+        reset<SysConfReader>();
+        reset<SysConfReaderImpl>();
         if (SysConfReader* reader = SysConfReader::m_pInstance.load()) {
             new (&reader->m_identityMutex) std::mutex;
         }
     }
 
 private:
-    /// Nobody holds the class's lock here, and nobody waits. An instance that another thread was
-    /// changing is left as it lies, neither used nor destroyed.
+    /// An instance that another thread was modifying at the time of the fork is leaked on purpose:
+    /// it may be half-written.
     template <typename Class>
-    static void startAnew() {
+    static void reset() {
         if (turnsOf<Class>.writing()) {
             Class::m_pInstance = nullptr;
         }
         turnsOf<Class>.forgetOtherThreads();
-        // There is no other way to free a lock of a thread that is gone: it is made once more,
-        // where it stands.
+        // A lock whose owner no longer exists cannot be released, so a new one is built in place.
         new (&Class::m_pMutex) ACE_RW_Thread_Mutex;
     }
 };
 
 namespace {
 
-/// When the library is loaded. Memory that runs out there leaves children as they are.
-[[maybe_unused]] const int g_registered = ::pthread_atfork(nullptr, nullptr, &ForkedChild::begin);
+/// The process that forked last, to distinguish it from its child.
+constinit std::atomic<pid_t> g_parent{0};
 
-/// jsoncpp builds it when it is first needed, which must not be while another thread forks.
+void beforeFork() {
+    noticeFork();
+    g_parent = ::getpid();
+    ++g_forks;
+}
+
+void afterForkInParent() {
+    --g_forks;
+}
+
+void afterForkInChild() {
+    if (g_forks != 0) {
+        ForkedChild::start();
+    }
+}
+
+/// Runs when the library is loaded. If it fails for lack of memory, children are not started again.
+[[maybe_unused]] const int g_registered =
+    ::pthread_atfork(&beforeFork, &afterForkInParent, &afterForkInChild);
+
+/// jsoncpp builds this object when it is first needed. Another thread must not be in the middle of
+/// that during a fork, so it is built now.
 [[maybe_unused]] const Json::Value& g_null = Json::Value::nullSingleton();
 
 } // namespace
+
+void startInChild() {
+    if (::getpid() != g_parent) {
+        ForkedChild::start();
+    }
+}
 
 } // namespace Quarncommon

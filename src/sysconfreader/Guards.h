@@ -1,5 +1,6 @@
 #pragma once
 
+#include "sysconfreader/Forks.h"
 #include "sysconfreader/WriterTurns.h"
 
 #include <ace/Guard_T.h>
@@ -8,14 +9,12 @@
 #include <cerrno>
 #include <cxxabi.h>
 
-/// What keeps errors from where they must not go: out of a lock, out of an operation that never
-/// throws.
+/// Scoped locks, and the one place that catches every exception.
 namespace Quarncommon {
 
 /// A scoped lock that remembers whether it was acquired and is released only then. A failed
-/// acquisition is not an error: the scope runs without the lock, and when it ends the lock's error
-/// number is in `errno`, whatever the scope did to `errno` meanwhile. A failed release leaves its
-/// number there too.
+/// acquisition is not an error: the scope runs without the lock and sets `errno` to the lock's
+/// error number when it ends. A failed release sets `errno` too.
 template <typename AceGuard>
 class ErrnoKeepingGuard : public AceGuard {
 public:
@@ -35,14 +34,14 @@ private:
     int m_error;
 };
 
-/// The read side, after a writer that waits for the lock.
+/// The read side. Lets a waiting writer take the lock first.
 class ReadGuard : public ErrnoKeepingGuard<ACE_Read_Guard<ACE_RW_Thread_Mutex>> {
 public:
     ReadGuard(ACE_RW_Thread_Mutex& mutex, WriterTurns& turns)
-        : ErrnoKeepingGuard((turns.letOneWriterPass(), mutex)) {}
+        : ErrnoKeepingGuard((noticeFork(), turns.letOneWriterPass(), mutex)) {}
 };
 
-/// The read side for who takes it once more meanwhile.
+/// The read side of a query that takes it a second time inside.
 class OuterReadGuard : public ReadGuard {
 public:
     OuterReadGuard(ACE_RW_Thread_Mutex& mutex, WriterTurns& turns) : ReadGuard(mutex, turns) {
@@ -57,10 +56,10 @@ public:
 class WriteGuard : public ErrnoKeepingGuard<ACE_Write_Guard<ACE_RW_Thread_Mutex>> {
 public:
     WriteGuard(ACE_RW_Thread_Mutex& mutex, WriterTurns& turns)
-        : WriteGuard(mutex, turns, WriterTurns::Wait(turns)) {}
+        : WriteGuard(mutex, turns, WriterTurns::Wait((noticeFork(), turns))) {}
     WriteGuard(const WriteGuard&) = delete;
     WriteGuard& operator=(const WriteGuard&) = delete;
-    // Before the base lets go of the lock.
+    // Runs before the base releases the lock.
     ~WriteGuard() { m_turns.endWriting(); }
 
 private:
@@ -73,15 +72,15 @@ private:
     WriterTurns& m_turns;
 };
 
-/// A copy of what the mutex guards, made under its read side.
+/// Copies a member under the read side of the mutex that guards it.
 template <typename Member>
 Member copyUnder(ACE_RW_Thread_Mutex& mutex, WriterTurns& turns, const Member& member) {
     const ReadGuard guard(mutex, turns);
     return member;
 }
 
-/// Runs `step` and tells whether it came to its end; whatever it throws is dropped. Only the
-/// unwinding of a cancelled thread goes on: to drop that would end the process.
+/// Runs `step` and returns whether it completed. Drops every exception, except the unwinding of a
+/// cancelled thread: dropping that terminates the process.
 template <typename Step>
 bool completes(Step&& step) {
     try {

@@ -16,7 +16,7 @@ std::string SysConfReader::getLocalIPByUsage(const std::string& usage) {
         if (!config::readJsonFile(config::pathOf(config::kNodeList), list)) {
             return;
         }
-        // A standby node is still maintained under its own address, whatever it stands in for.
+        // A standby node keeps its own maintenance address.
         const std::string& nodeId = tag == rules::kMaintenanceTag ? m_nodeId : m_floatNodeId;
         address =
             rules::addressByTag(rules::addressEntries(rules::nodeEntry(list.root(), nodeId)), tag);

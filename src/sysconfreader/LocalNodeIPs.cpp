@@ -14,15 +14,15 @@ namespace Quarncommon {
 
 namespace {
 
-/// Makes the map have every key of the southbound family, with an empty text. It is gone through
-/// once, from key to key: to look up each of the thousand takes longer than to read most lists.
+/// Sets every key of the southbound family to an empty text. Walks the map once, from key to key:
+/// looking up each of the thousand keys takes longer than reading most lists.
 void emptySouthboundKeys(std::map<std::string, std::string>& usageIPs) {
     static constexpr rules::SouthboundKeys kSouthbound(kSouthboundFamily);
-    auto place = usageIPs.lower_bound(kSouthboundUsage);
+    auto place = usageIPs.lower_bound(std::string(kSouthboundFamily));
     for (const std::string_view key : kSouthbound.keys) {
         int order = 1;
         while (place != usageIPs.end() && (order = place->first.compare(key)) < 0) {
-            ++place; // a key of the caller's own
+            ++place; // a key that the caller added
         }
         if (place != usageIPs.end() && order == 0) {
             place->second.clear();
@@ -61,12 +61,15 @@ void SysConfReader::getLocalNodeIPs(std::map<std::string, std::string>& usageIPs
         emptySouthboundKeys(usageIPs);
         nodeId = identity().floatNodeId;
     };
-    // Every key that the map has by now belongs to the family, the caller's own included.
+    // Every key that the map has after `prepare` belongs to the family, the caller's included.
     const auto slotFor = [&](const std::string& tag) {
         const auto slot = usageIPs.find(tag);
         return slot != usageIPs.end() ? &slot->second : nullptr;
     };
-    const rules::TagWalk seen = walkTags(nodeId, prepare, slotFor);
+    const rules::TagWalk seen =
+        walkTags(nodeId, prepare, [&](const rules::Node& addresses, rules::TagWalk& walk) {
+            rules::collectByTag(addresses, slotFor, walk);
+        });
     if (seen.matched) {
         return;
     }

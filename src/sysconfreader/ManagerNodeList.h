@@ -5,9 +5,8 @@
 
 namespace Quarncommon {
 
-/// Puts a question to the manager node list, read afresh, under the read lock: 0 when it was put
-/// and came to its end, -1 when `TOLM_ROOT` is unset, the list does not parse or the question
-/// threw.
+/// Reads the manager node list and runs `question` on it, under the read lock. Returns 0 if the
+/// question completed, -1 if `TOLM_ROOT` is unset, the list does not parse, or the question threw.
 template <typename Question>
 int askManagerNodeList(ACE_RW_Thread_Mutex& mutex, WriterTurns& turns, Question question) {
     int result = -1;

@@ -6,19 +6,18 @@
 
 namespace Quarncommon {
 
-/// Reads the node list and collects a node's addresses by tag (see rules::collectByTag), after
-/// `prepare` has run. The answer's `matched` tells that the family has an address and no service
-/// address is to be told. Whatever is thrown ends the walk: the first service address seen so far
-/// is then told in any case, the second one not.
-template <typename Prepare, typename SlotFor>
-rules::TagWalk walkTags(const std::string& nodeId, Prepare prepare, SlotFor slotFor) {
+/// Runs `prepare`, reads the node list and passes a node's addresses to `collect`, which fills the
+/// TagWalk (see rules::collectByTag). If the result's `matched` is true, the family has an address
+/// and no service address is reported. An exception ends the walk: then the first service address
+/// found so far is reported in any case, the second one is not.
+template <typename Prepare, typename Collect>
+rules::TagWalk walkTags(const std::string& nodeId, Prepare prepare, Collect collect) {
     rules::TagWalk seen;
     const bool complete = completes([&] {
         prepare();
         config::Document list;
         if (config::readJsonFile(config::pathOf(config::kNodeList), list)) {
-            rules::collectByTag(rules::addressEntries(rules::nodeEntry(list.root(), nodeId)),
-                                slotFor, seen);
+            collect(rules::addressEntries(rules::nodeEntry(list.root(), nodeId)), seen);
         }
     });
     if (!complete) {

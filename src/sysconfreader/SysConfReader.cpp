@@ -2,27 +2,33 @@
 
 #include "SysConfReaderImpl.h"
 #include "rules/NodeList.h"
-#include "sysconfreader/ConfigFiles.h"
-#include "sysconfreader/Guards.h"
+#include "sysconfreader/Loads.h"
 #include "sysconfreader/UsageTags.h"
+#include "sysconfreaderimpl/ChangeEvents.h"
 
 #include <memory>
 
 namespace Quarncommon {
 
 // Built in this order when the library is loaded, before anything is read.
-const std::string kInternalServiceUsage = "internal_service";
+const std::string kInternalServiceUsage(kInternalServiceTag);
 const std::string kSouthboundUsage(kSouthboundFamily);
-const std::string kNorthboundUsage = "northbound";
+const std::string kNorthboundUsage(kNorthboundFamily);
 ACE_RW_Thread_Mutex SysConfReader::m_pMutex;
 
 std::atomic<SysConfReader*> SysConfReader::m_pInstance{nullptr};
 
 SysConfReader* SysConfReader::Instance() {
-    // Pairs with the store below: who sees the pointer sees the loaded members behind it.
-    if (SysConfReader* reader = m_pInstance.load(std::memory_order_acquire)) {
-        return reader;
+    // Pairs with the store in create: a thread that sees the pointer sees the loaded members.
+    SysConfReader* reader = m_pInstance.load(std::memory_order_acquire);
+    if (reader == nullptr) {
+        reader = create();
+        SysConfReaderImpl::finishLoad();
     }
+    return reader;
+}
+
+SysConfReader* SysConfReader::create() {
     const WriteGuard guard(m_pMutex, turnsOf<SysConfReader>);
     if (SysConfReader* reader = m_pInstance.load(std::memory_order_acquire)) {
         return reader;
@@ -36,27 +42,39 @@ SysConfReader* SysConfReader::Instance() {
     if (m_pInstance.compare_exchange_strong(published, created.get(), std::memory_order_acq_rel)) {
         return created.release();
     }
-    // Only where the lock failed can another thread, or an event delivered from within the
-    // subscription, have come first; the instance created here is then discarded.
+    // Another thread published first because the lock failed, or an event that was delivered inside
+    // the subscription did. The instance created here is discarded.
     return published;
 }
 
 void SysConfReader::Destory() {
+    if (postponedUntilApplied(&SysConfReader::Destory)) {
+        return;
+    }
     SysConfReaderImpl::Instance();
     SysConfReaderImpl::Destory();
     const WriteGuard guard(m_pMutex, turnsOf<SysConfReader>);
+    // Unpublished first: Instance() reads the pointer without the lock.
     delete m_pInstance.exchange(nullptr);
+    incomplete<SysConfReader> = false;
 }
 
 void SysConfReader::Reload() {
-    const WriteGuard guard(m_pMutex, turnsOf<SysConfReader>);
-    reloadLocked();
+    {
+        const WriteGuard guard(m_pMutex, turnsOf<SysConfReader>);
+        reloadLocked();
+    }
+    SysConfReaderImpl::finishLoad();
 }
 
 void SysConfReader::reloadInstance() {
     Instance();
+    // If another thread destroys the instance here, the next Instance() loads the changed files.
+    reloadExisting();
+}
+
+void SysConfReader::reloadExisting() {
     const WriteGuard guard(m_pMutex, turnsOf<SysConfReader>);
-    // Destroyed by another thread since: whoever asks next loads what has changed.
     if (SysConfReader* reader = m_pInstance.load(std::memory_order_acquire)) {
         reader->reloadLocked();
     }
@@ -69,13 +87,14 @@ void SysConfReader::reloadLocked() {
 
 void SysConfReader::init_i() {
     SysConfReaderImpl::ensureSubscribed();
+    missedEvent<SysConfReader> = false;
     const std::string appConfigPath = config::pathOf(config::kAppConfig);
     const std::string instanceId = config::environment(config::kInstanceIdVariable);
-    completes([&] { loadFiles(appConfigPath, instanceId); });
+    load<SysConfReader>([&] { loadStep([&] { loadFiles(appConfigPath, instanceId); }); });
 }
 
-/// What a load makes of the two values that are read without the lock: it works on copies, which
-/// replace the members in one step when it ends, however it ends.
+/// The two values that queries read without the lock, during a load. The load works on copies,
+/// which replace the members in one step when it ends, also by an exception.
 class SysConfReader::IdentityUpdate {
 public:
     explicit IdentityUpdate(SysConfReader& reader) : loaded(reader.identity()), m_reader(reader) {}
@@ -100,15 +119,13 @@ void SysConfReader::loadFiles(const std::string& appConfigPath, const std::strin
     std::string& maintenanceIP = identity.loaded.maintenanceIP;
     std::string& floatNodeId = identity.loaded.floatNodeId;
 
-    Json::Value root;
-    if (config::readJsonFile(appConfigPath, root)) {
-        const Json::Value& tree = root;
-        const Json::Value& databases = tree["databases"];
-        for (const std::string& name : databases.getMemberNames()) {
-            m_dbInfo[name] = databases[name];
+    config::Document appConfig;
+    if (readForLoad(appConfigPath, appConfig)) {
+        for (const auto& [name, database] : appConfig.root()["databases"].members()) {
+            m_dbInfo[name] = database.value();
         }
 
-        const Json::Value& process = tree["processes"][instanceId];
+        const rules::Node process = appConfig.root()["processes"][instanceId];
         maintenanceIP = process["IR"]["ip"].asString();
         m_localhostIP = process["local"]["ip"].asString();
         m_wssIP = process["wss"]["ip"].asString();
@@ -121,18 +138,19 @@ void SysConfReader::loadFiles(const std::string& appConfigPath, const std::strin
     }
 
     config::Document list;
-    if (!config::readJsonFile(config::pathOf(config::kNodeList), list)) {
+    if (!readForLoad(config::pathOf(config::kNodeList), list)) {
         return;
     }
     m_hostType = rules::hostType(rules::nodeEntry(list.root(), m_nodeId));
     if (m_hostType == "standby") {
         getSourceNodeId(floatNodeId);
     }
-    // The role is the own node's, the tag that of the node whose addresses are answered.
+    // The role comes from this node, the host tag from the float node.
     m_hostTagName = rules::nodeEntry(list.root(), floatNodeId)["extAttr"]["HOSTID"].asString();
 }
 
 SysConfReader::Identity SysConfReader::identity() {
+    noticeFork();
     const std::lock_guard<std::mutex> guard(m_identityMutex);
     return {m_floatNodeId, m_maintenanceIP};
 }

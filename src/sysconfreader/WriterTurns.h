@@ -1,54 +1,70 @@
 #pragma once
 
+#include "sysconfreader/TimedWait.h"
+
 #include <atomic>
 
 namespace Quarncommon {
 
-/// Lets writers of a reader/writer lock have their turn. The lock itself prefers readers, and
-/// queries hold it while they read files: busy callers, one of whom always reads, would keep a
-/// reload waiting for ever. So before a reader takes the lock it lets one waiting writer take it
-/// first. It lets no second one pass: a stream of writers does not keep readers waiting either.
+/// Lets waiting writers of a reader/writer lock pass. The lock itself prefers readers, and queries
+/// hold it while they read files. If callers are so busy that one of them always reads, a reload
+/// would never get the lock. So a reader lets one waiting writer take the lock first. It does not
+/// wait for a second one: a stream of writers does not starve readers either.
 ///
-/// A thread that holds a lock already does not wait here: a writer may be waiting for just that
-/// lock, be it that the thread reads twice, or that the event library delivers an event on it while
-/// it loads. Those are the only two cases, so only they are kept account of: a thread's own count,
-/// looked up and changed in every query, would cost the shortest ones a third of their time.
+/// The wait is bounded. A query that hangs in a file system keeps the writer waiting, and the
+/// writer must not block all other queries too. Readers hold back during the first second of the
+/// writer's wait (the claim), then no longer; after ten seconds the writer claims again, and so on.
+///
+/// A thread that already holds a lock never waits here, because the writer may be waiting for that
+/// very lock. There are two cases: a query that takes the read side twice, and an event that the
+/// event library delivers on the thread that is loading. Only these are recorded, in a counter of
+/// the thread: counting in every query would make the shortest ones slower by a third.
 class WriterTurns {
 public:
+    static constexpr Clock::duration kClaim = std::chrono::seconds(1);
+    static constexpr Clock::duration kPeriod = std::chrono::seconds(10);
+
     constexpr WriterTurns() = default;
 
     void letOneWriterPass() {
-        if (m_waiting.load() == 0 || s_locksHeldHere != 0) {
-            return;
-        }
-        const unsigned int passed = m_passed.load();
-        // Whoever still waits now will count as passed later.
-        if (m_waiting.load() != 0) {
-            m_passed.wait(passed);
+        if (m_waiting.load() != 0 && s_locksHeldHere == 0) {
+            waitForOneWriter();
         }
     }
 
-    /// A writer's wait for the lock, to be ended when it has the lock or could not get it.
+    /// How much longer readers hold back for a writer that has waited for `waited`; 0 outside its
+    /// claim.
+    static constexpr Clock::duration remainingClaim(Clock::duration waited) {
+        const Clock::duration inPeriod = waited % kPeriod;
+        return inPeriod < kClaim ? kClaim - inPeriod : Clock::duration::zero();
+    }
+
+    /// A writer's wait for the lock. Ends when the writer has the lock or has failed to get it.
     class Wait {
     public:
-        explicit Wait(WriterTurns& turns) : m_turns(turns) { ++m_turns.m_waiting; }
+        explicit Wait(WriterTurns& turns) : m_turns(turns) {
+            if (m_turns.m_waiting.fetch_add(1) == 0) {
+                m_turns.beginClaim();
+            }
+        }
         Wait(const Wait&) = delete;
         Wait& operator=(const Wait&) = delete;
         ~Wait() {
+            m_turns.beginClaim(); // of the next one, if more are waiting
             --m_turns.m_waiting;
             ++m_turns.m_passed;
-            m_turns.m_passed.notify_all();
+            wakeAll(m_turns.m_passed);
         }
 
     private:
         WriterTurns& m_turns;
     };
 
-    /// A reader's work in the course of which its thread reads once more.
+    /// Around a query during which its thread takes the read side a second time.
     static void beginReadingTwice() { ++s_locksHeldHere; }
     static void endReadingTwice() { --s_locksHeldHere; }
 
-    /// A writer's work: what the lock guards may be half changed in between.
+    /// Around a writer's work, while the guarded members may be half changed.
     void beginWriting() {
         ++m_writing;
         ++s_locksHeldHere;
@@ -59,24 +75,40 @@ public:
     }
     bool writing() const { return m_writing.load() != 0; }
 
-    /// Whether the calling thread is at one of these.
+    /// Whether the calling thread is inside one of these two.
     static bool lockHeldHere() { return s_locksHeldHere != 0; }
 
-    /// For a forked child, which has none of the threads that wait or write.
+    /// For a forked child, which has none of the threads that were waiting or writing.
     void forgetOtherThreads() {
         m_waiting = 0;
         m_writing = 0;
     }
 
 private:
+    void beginClaim() { m_claimedSince = Clock::now().time_since_epoch().count(); }
+
+    [[gnu::noinline]] void waitForOneWriter() {
+        const unsigned int passed = m_passed.load();
+        // A writer that still waits after this load will change m_passed.
+        while (m_waiting.load() != 0 && m_passed.load() == passed) {
+            const Clock::duration since(m_claimedSince.load());
+            const Clock::duration left = remainingClaim(Clock::now().time_since_epoch() - since);
+            if (left == Clock::duration::zero()) {
+                return;
+            }
+            waitWhile(m_passed, passed, left);
+        }
+    }
+
     std::atomic<unsigned int> m_waiting{0};
     std::atomic<unsigned int> m_passed{0};
     std::atomic<unsigned int> m_writing{0};
+    std::atomic<Clock::rep> m_claimedSince{0};
 
     static inline constinit thread_local unsigned int s_locksHeldHere = 0;
 };
 
-/// Those of the lock of a class.
+/// The WriterTurns that belong to the lock of a class.
 template <typename Class>
 inline constinit WriterTurns turnsOf{};
 

@@ -1,8 +1,9 @@
 #include "sysconfreaderimpl/ChangeEvents.h"
 
+#include "SysConfReader.h"
 #include "SysConfReaderEvent.h"
 #include "SysConfReaderImpl.h"
-#include "sysconfreader/Guards.h"
+#include "sysconfreader/Loads.h"
 #include "sysconfreaderimpl/EventGate.h"
 
 #include <QuarnCommonUtils.h>
@@ -10,24 +11,31 @@
 #include <cstdlib>
 #include <dlfcn.h>
 #include <new>
+#include <utility>
 
 namespace Quarncommon {
 
 namespace {
 
 constexpr const char* kEventLibrary = "eventcbutil";
-/// What GetDLLName makes of it, for a destruction, which must not need memory.
+/// The result of GetDLLName for it, as a constant: a destruction must not need memory.
 constexpr const char* kEventLibraryFile = "libeventcbutil.so";
+
+/// How long the end of the process waits for events that other threads are applying.
+constexpr Clock::duration kExitLimit = std::chrono::seconds(1);
 
 constinit EventGate g_eventGate;
 
-constinit std::atomic<bool> g_turnedAwayAtExit{false};
+constinit std::atomic<bool> g_closedAtExit{false};
+
+/// An optional entry point of the event library. Null without a subscription.
+constinit std::atomic<EventConsumerCBRedeliverFunction*> g_redeliver{nullptr};
 
 constinit std::atomic<int> g_loaderUsers{0};
 constinit std::atomic<bool> g_loaderLost{false};
 
-/// A use of the dynamic loader. A child that is forked while another thread is in the middle of one
-/// must do without: the loader's tables may be half changed there.
+/// A use of the dynamic loader. A child that is forked while another thread is inside one must not
+/// use the loader: its tables may be half changed.
 class LoaderUse {
 public:
     LoaderUse() { ++g_loaderUsers; }
@@ -36,11 +44,28 @@ public:
     ~LoaderUse() { --g_loaderUsers; }
 };
 
+/// The events that the calling thread is applying; they nest if the event library delivers inside
+/// its entry points.
+constinit thread_local unsigned int t_applying = 0;
+using Destruction = void (*)();
+constinit thread_local Destruction t_postponed = nullptr;
+
+class Applying {
+public:
+    Applying() { ++t_applying; }
+    Applying(const Applying&) = delete;
+    Applying& operator=(const Applying&) = delete;
+    ~Applying() { --t_applying; }
+};
+
+/// Thrown at the end of an event that could not be applied completely.
+struct Incomplete {};
+
 bool isSet(const char* variable) {
     try {
         return !QuarnCommonUtils::Quarngetenv(variable).empty();
     } catch (const std::bad_alloc&) {
-        // The copy is not needed to tell; a destruction comes to its end without memory too.
+        // The copy is not needed for this question, and a destruction must work without memory.
         const char* value = std::getenv(variable);
         return value != nullptr && *value != '\0';
     }
@@ -51,11 +76,12 @@ bool switchedOff() {
 }
 
 /// From static destruction on no event is applied. Registered after everything that the library
-/// builds at load time, and so run before any of that is destroyed. Not by a static object in here:
-/// a child that is forked while another thread builds it would wait for that thread.
-void turnEventsAwayAtExit() {
-    if (!g_turnedAwayAtExit.exchange(true)) {
-        std::atexit([] { g_eventGate.close(); });
+/// builds when it is loaded, and so run before any of that is destroyed. Not the destructor of a
+/// local static object: a child that is forked while another thread builds it would wait for that
+/// thread.
+void closeGateAtExit() {
+    if (!g_closedAtExit.exchange(true)) {
+        std::atexit([] { g_eventGate.close(kExitLimit); });
     }
 }
 
@@ -64,14 +90,32 @@ EntryPoint* entryPoint(void* library, const char* name) {
     return reinterpret_cast<EntryPoint*>(::dlsym(library, name));
 }
 
+/// Whether a load met a shortage that has not been reported yet. The caller reports it.
+bool takeIncomplete() {
+    const bool reader = incomplete<SysConfReader>.exchange(false);
+    return incomplete<SysConfReaderImpl>.exchange(false) || reader;
+}
+
 } // namespace
 
 void forgetEventsOfOtherThreads() {
     g_eventGate.forgetOtherThreads();
-    // Who has said so may not have done so yet; to do it twice does no harm.
-    g_turnedAwayAtExit = false;
+    g_redeliver = nullptr; // The child has no subscription.
+    // The flag may be set before the handler is registered. Registering twice is harmless.
+    g_closedAtExit = false;
     g_loaderLost = g_loaderLost || g_loaderUsers != 0;
     g_loaderUsers = 0;
+}
+
+bool postponedUntilApplied(void (*destroy)()) {
+    if (t_applying == 0) {
+        return false;
+    }
+    // The destruction of the main reader includes that of the role reader.
+    if (t_postponed != &SysConfReader::Destory) {
+        t_postponed = destroy;
+    }
+    return true;
 }
 
 std::string SysConfReaderImpl::GetDLLName(const std::string& name) const {
@@ -80,9 +124,9 @@ std::string SysConfReaderImpl::GetDLLName(const std::string& name) const {
 
 void SysConfReaderImpl::ensureSubscribed() {
     Instance();
-    // Behind the gate the instance cannot be destroyed. Its lock is not taken: the caller holds the
-    // main reader's, and no reload holds both. An instance that is being destroyed, or has been,
-    // needs no subscription.
+    // Inside the gate the instance cannot be destroyed. Its lock is not taken: the caller holds the
+    // main reader's lock, and no reload holds both. An instance that is being destroyed, or has
+    // been, needs no subscription.
     const EventGate::Stay stay(g_eventGate);
     SysConfReaderImpl* reader =
         stay.admitted() ? m_pInstance.load(std::memory_order_acquire) : nullptr;
@@ -91,12 +135,25 @@ void SysConfReaderImpl::ensureSubscribed() {
     }
 }
 
+void SysConfReaderImpl::subscribeAgain() {
+    const EventGate::Stay stay(g_eventGate);
+    SysConfReaderImpl* reader =
+        stay.admitted() ? m_pInstance.load(std::memory_order_acquire) : nullptr;
+    if (reader != nullptr) {
+        reader->m_consumerInited = false;
+        reader->InitConsumer();
+        // Events of the time between the two subscriptions were dropped.
+        missedEvent<SysConfReader> = true;
+        missedEvent<SysConfReaderImpl> = true;
+    }
+}
+
 void SysConfReaderImpl::InitConsumer() {
     if (m_consumerInited || switchedOff() || m_consumerInited.exchange(true)) {
         return;
     }
-    // Until the subscription stands, every way out leaves the next load free to try again, an
-    // exception of the event library included.
+    // Unless a subscription is made, every way out lets the next load try again, also an exception
+    // of the event library.
     struct Attempt {
         std::atomic<bool>& inited;
         bool made;
@@ -118,18 +175,23 @@ void SysConfReaderImpl::InitConsumer() {
         return;
     }
     const EventConsumerCallback callback{&SysConfReaderEventProcessCB, this};
-    // The handle is never closed from here on: the event library's threads may run its code for as
-    // long as the process lives, and an exception of its own needs that code too.
-    attempt.made = init(kSysConfigEvent, "", &callback) >= 0;
-    turnEventsAwayAtExit();
+    // The handle is never closed from here on: the event library's threads may run its code as long
+    // as the process lives, and an exception that it throws needs that code too.
+    attempt.made = init(std::string(kChangeEvent), "", &callback) >= 0;
+    if (attempt.made) {
+        g_redeliver =
+            entryPoint<EventConsumerCBRedeliverFunction>(library, "EventConsumerCBRedeliver");
+    }
+    closeGateAtExit();
 }
 
 void SysConfReaderImpl::endSubscription() {
+    g_redeliver = nullptr;
     if (!m_consumerInited || switchedOff()) {
         return;
     }
     const LoaderUse inUse;
-    // A second reference to the library that is loaded already, given back below.
+    // A second reference to the loaded library, closed below.
     void* library = ::dlopen(kEventLibraryFile, RTLD_LAZY | RTLD_GLOBAL);
     if (library == nullptr) {
         return;
@@ -146,9 +208,14 @@ SysConfReaderImpl::~SysConfReaderImpl() {
 }
 
 void SysConfReaderImpl::Destory() {
+    if (postponedUntilApplied(&SysConfReaderImpl::Destory)) {
+        return;
+    }
     EventGate::Closure closed(g_eventGate);
     const WriteGuard guard(m_pMutex, turnsOf<SysConfReaderImpl>);
+    // Unpublished first: Instance() reads the pointer without the lock.
     delete m_pInstance.exchange(nullptr);
+    incomplete<SysConfReaderImpl> = false;
     // Still under the lock: an instance that another thread creates next must miss no event.
     closed.end();
 }
@@ -158,15 +225,48 @@ void SysConfReaderImpl::applyChange(const void* subscriber) {
     if (!stay.admitted()) {
         return;
     }
+    const Applying applying;
     SysConfReaderImpl* reader = nullptr;
     {
         // Waits for a first load to publish the instance that it has subscribed. The user data is
-        // only compared: it may belong to an instance that is long gone.
+        // only compared: it may belong to an instance that no longer exists.
         const ReadGuard guard(m_pMutex, turnsOf<SysConfReaderImpl>);
         reader = m_pInstance.load(std::memory_order_acquire);
     }
+    if (reader == nullptr && WriterTurns::lockHeldHere()) {
+        // Delivered inside the subscription of a role reader, which loads its files after that.
+        missedEvent<SysConfReader> = true;
+    }
     if (reader != nullptr && reader == subscriber) {
         reader->Reload();
+        if (takeIncomplete()) {
+            throw Incomplete();
+        }
+    }
+}
+
+void SysConfReaderImpl::finishLoad() {
+    if (WriterTurns::lockHeldHere() || t_applying != 0) {
+        return; // The operation that this load is part of calls again.
+    }
+    if (missedEvent<SysConfReader>.exchange(false)) {
+        completes([] { SysConfReader::reloadExisting(); });
+    }
+    if (missedEvent<SysConfReaderImpl>.exchange(false)) {
+        completes([] { reloadExisting(); });
+    }
+    requestRedelivery();
+}
+
+void SysConfReaderImpl::requestRedelivery() {
+    // Inside the gate the subscription does not end.
+    const EventGate::Stay stay(g_eventGate);
+    SysConfReaderImpl* reader =
+        stay.admitted() ? m_pInstance.load(std::memory_order_acquire) : nullptr;
+    EventConsumerCBRedeliverFunction* redeliver = g_redeliver;
+    if (reader != nullptr && redeliver != nullptr && takeIncomplete()) {
+        const EventConsumerCallback callback{&SysConfReaderEventProcessCB, reader};
+        completes([&] { redeliver(&callback); });
     }
 }
 
@@ -175,8 +275,12 @@ void SysConfReaderImpl::applyChange(const void* subscriber) {
 int SysConfReaderEventProcessCB(const std::string& eventName, const std::string& /*second*/,
                                 const std::string& /*third*/, void* userData) {
     using namespace Quarncommon;
-    if (eventName != kSysConfigEvent || userData == nullptr) {
+    if (eventName != kChangeEvent || userData == nullptr) {
         return -1;
     }
-    return completes([&] { SysConfReaderImpl::applyChange(userData); }) ? 0 : -1;
+    const bool applied = completes([&] { SysConfReaderImpl::applyChange(userData); });
+    if (t_applying == 0 && t_postponed != nullptr) {
+        completes([] { std::exchange(t_postponed, nullptr)(); });
+    }
+    return applied ? 0 : -1;
 }

@@ -1,13 +1,24 @@
 #pragma once
 
-#include <string>
+#include <atomic>
+#include <string_view>
 
 namespace Quarncommon {
 
-/// The event that tells of a change of the configuration files; built when the library is loaded.
-extern const std::string kSysConfigEvent;
+/// The event that reports a change of the configuration files. Not a std::string, because an event
+/// may be delivered while the process exits.
+inline constexpr std::string_view kChangeEvent = "SysConfigEvent";
 
-/// For a forked child: no event is being applied in it, whatever the parent's threads were doing.
+/// Set by an event that arrived inside a subscription and could not be applied there, cleared by
+/// the next load of the class.
+template <typename Class>
+inline constinit std::atomic<bool> missedEvent{false};
+
+/// If the calling thread is applying an event, postpones a destruction until that is done: the
+/// event is using what would be destroyed.
+bool postponedUntilApplied(void (*destroy)());
+
+/// For a forked child, in which no other thread is applying an event.
 void forgetEventsOfOtherThreads();
 
 } // namespace Quarncommon

@@ -1,11 +1,15 @@
 #include "sysconfreaderimpl/EventGate.h"
 
+#include "sysconfreader/Forks.h"
+
 namespace Quarncommon {
 
 bool EventGate::enter() {
+    noticeFork();
     unsigned int state = m_state.load();
     while (state < kClosure) {
         if (m_state.compare_exchange_weak(state, state + kStay)) {
+            ++s_staysHere;
             return true;
         }
     }
@@ -13,14 +17,22 @@ bool EventGate::enter() {
 }
 
 void EventGate::leave() {
-    m_state.fetch_sub(kStay);
-    m_state.notify_all();
+    --s_staysHere;
+    if (m_state.fetch_sub(kStay) >= kClosure) {
+        wakeAll(m_state);
+    }
 }
 
-void EventGate::close() {
+void EventGate::close(Clock::duration limit) {
+    noticeFork();
+    const Clock::time_point start = Clock::now();
     unsigned int state = m_state.fetch_add(kClosure) + kClosure;
-    while (state % kClosure != 0) {
-        m_state.wait(state);
+    while (state % kClosure > s_staysHere) {
+        const Clock::duration waited = limit != kNoLimit ? Clock::now() - start : Clock::duration();
+        if (waited >= limit) {
+            return;
+        }
+        waitWhile(m_state, state, limit != kNoLimit ? limit - waited : kNoLimit);
         state = m_state.load();
     }
 }

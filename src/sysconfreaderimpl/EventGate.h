@@ -1,29 +1,31 @@
 #pragma once
 
+#include "sysconfreader/TimedWait.h"
+
 #include <atomic>
 
 namespace Quarncommon {
 
-/// Keeps the destruction of the role reader apart from those who use it without its lock: the
-/// delivery of change events, and the main reader's loader when it subscribes.
+/// Separates the destruction of the role reader from those who use it without its lock: the
+/// delivery of change events, and the main reader's loader while it subscribes.
 ///
-/// Destruction ends the subscription while it holds the role reader's write lock, and the event
-/// library may wait there for a callback that is running, while that callback would wait for the
-/// lock. So destruction first closes the gate, which waits (with no lock held) until those inside
-/// have left, and who comes to a closed gate turns back at once. Behind an open gate the role
-/// reader cannot be destroyed; so what was found alive inside stays alive until one leaves.
+/// Destruction ends the subscription while it holds the role reader's write lock. The event library
+/// may wait there for a running callback, which would wait for the lock. So destruction first
+/// closes the gate: it waits, holding no lock, until the threads inside have left, and a thread
+/// that finds the gate closed returns at once. The role reader is not destroyed while a thread is
+/// inside.
 class EventGate {
 public:
     constexpr EventGate() = default;
 
-    /// Closes the gate for good.
-    void close();
+    /// Closes the gate for good. Waits for the threads inside, except the calling one, for at most
+    /// `limit`.
+    void close(Clock::duration limit);
 
-    /// Opens the gate, with nobody inside: for a forked child, which has none of the threads that
-    /// were inside or have closed it.
-    void forgetOtherThreads() { m_state = 0; }
+    /// For a forked child, which has none of the other threads: opens the gate.
+    void forgetOtherThreads() { m_state = s_staysHere; }
 
-    /// A stay inside; check `admitted` first.
+    /// A stay inside. Check `admitted` first.
     class Stay {
     public:
         explicit Stay(EventGate& gate) : m_gate(gate), m_admitted(gate.enter()) {}
@@ -41,11 +43,11 @@ public:
         bool m_admitted;
     };
 
-    /// The time from closing to reopening. Several may overlap; the gate is open when all have
-    /// ended.
+    /// The time from closing to reopening. Closures may overlap; the gate is open again when all of
+    /// them have ended.
     class Closure {
     public:
-        explicit Closure(EventGate& gate) : m_gate(&gate) { gate.close(); }
+        explicit Closure(EventGate& gate) : m_gate(&gate) { gate.close(kNoLimit); }
         Closure(const Closure&) = delete;
         Closure& operator=(const Closure&) = delete;
         ~Closure() { end(); }
@@ -61,7 +63,7 @@ public:
     };
 
 private:
-    // The low half of the state counts those inside, the high half closures.
+    // The low half of the state is the number of stays, the high half that of closures.
     static constexpr unsigned int kStay = 1;
     static constexpr unsigned int kClosure = 1U << 16U;
 
@@ -70,6 +72,10 @@ private:
     void open();
 
     std::atomic<unsigned int> m_state{0};
+
+    /// The stays of the calling thread. It must not wait for itself, for example when it calls
+    /// exit() in the middle of an event.
+    static inline constinit thread_local unsigned int s_staysHere = 0;
 };
 
 } // namespace Quarncommon

@@ -3,8 +3,8 @@
 #include "SysConfReader.h"
 #include "rules/NodeList.h"
 #include "rules/Roles.h"
-#include "sysconfreader/ConfigFiles.h"
-#include "sysconfreader/Guards.h"
+#include "sysconfreader/Loads.h"
+#include "sysconfreader/UsageTags.h"
 #include "sysconfreaderimpl/ChangeEvents.h"
 
 #include <memory>
@@ -13,36 +13,42 @@ namespace Quarncommon {
 
 namespace {
 
-// The three families of usage tags, built when the library is loaded like those of SysConfReader;
-// this class reads only the first, which is too long for a string to keep inside itself: it is
-// never destroyed, for threads that load while the process ends.
-const std::string& kInternalServiceUsage = *new std::string("internal_service");
-const std::string kSouthboundUsage = "southbound";
-const std::string kNorthboundUsage = "northbound";
+// Built when the library is loaded, after those of SysConfReader, and not read: see UsageTags.h.
+const std::string kRolesInternalServiceUsage(kInternalServiceTag);
+const std::string kRolesSouthboundUsage(kSouthboundFamily);
+const std::string kRolesNorthboundUsage(kNorthboundFamily);
 
-/// The address entries of the node of that id.
-Json::Value entriesOf(const config::Document& list, const std::string& nodeId) {
-    return rules::addressEntries(rules::nodeEntry(list.root(), nodeId)).value();
+/// GetInternalIp of a node's address entries, without a tree of them.
+std::string internalIpOf(const config::Document& list, const std::string& nodeId) {
+    return rules::internalServiceAddress(
+        rules::addressEntries(rules::nodeEntry(list.root(), nodeId)),
+        std::string(kInternalServiceTag));
 }
 
 } // namespace
 
-const std::string kSysConfigEvent = "SysConfigEvent";
+const std::string kSysConfigEvent(kChangeEvent);
 ACE_RW_Thread_Mutex SysConfReaderImpl::m_pMutex;
 
 std::atomic<SysConfReaderImpl*> SysConfReaderImpl::m_pInstance{nullptr};
 
 SysConfReaderImpl* SysConfReaderImpl::Instance() {
-    // Pairs with the store below: who sees the pointer sees the loaded members behind it.
-    if (SysConfReaderImpl* reader = m_pInstance.load(std::memory_order_acquire)) {
-        return reader;
+    // Pairs with the store in create: a thread that sees the pointer sees the loaded members.
+    SysConfReaderImpl* reader = m_pInstance.load(std::memory_order_acquire);
+    if (reader == nullptr) {
+        reader = create();
+        finishLoad();
     }
+    return reader;
+}
+
+SysConfReaderImpl* SysConfReaderImpl::create() {
     const WriteGuard guard(m_pMutex, turnsOf<SysConfReaderImpl>);
     if (SysConfReaderImpl* reader = m_pInstance.load(std::memory_order_acquire)) {
         return reader;
     }
-    // An instance that was never published ends no subscription: the event library might wait for a
-    // callback that waits for the lock held here. Nor does an event for it do any harm.
+    // An instance that was never published does not end its subscription: the event library might
+    // wait for a callback that waits for the lock held here. An event for it is dropped.
     struct Discard {
         void operator()(SysConfReaderImpl* reader) const {
             reader->m_consumerInited = false;
@@ -55,7 +61,11 @@ SysConfReaderImpl* SysConfReaderImpl::Instance() {
     if (m_pInstance.compare_exchange_strong(published, created.get(), std::memory_order_acq_rel)) {
         return created.release();
     }
-    // Only where the lock failed can another thread have come first.
+    // The lock failed, and another thread published first. An event library that keeps only one
+    // subscription has replaced the published instance's by that of the discarded one.
+    if (created->m_consumerInited) {
+        subscribeAgain();
+    }
     return published;
 }
 
@@ -63,7 +73,7 @@ std::string SysConfReaderImpl::currentAnswer(std::string SysConfReaderImpl::*ans
     for (;;) {
         Instance();
         const ReadGuard guard(m_pMutex, turnsOf<SysConfReaderImpl>);
-        // Null when another thread has destroyed the instance in between: then once more.
+        // Null if another thread has destroyed the instance in between; then try again.
         if (const SysConfReaderImpl* reader = m_pInstance.load(std::memory_order_acquire)) {
             return reader->*answer;
         }
@@ -72,54 +82,67 @@ std::string SysConfReaderImpl::currentAnswer(std::string SysConfReaderImpl::*ans
 
 void SysConfReaderImpl::Reload() {
     SysConfReader::reloadInstance();
+    {
+        const WriteGuard guard(m_pMutex, turnsOf<SysConfReaderImpl>);
+        Init_i();
+    }
+    finishLoad();
+}
+
+void SysConfReaderImpl::reloadExisting() {
     const WriteGuard guard(m_pMutex, turnsOf<SysConfReaderImpl>);
-    Init_i();
+    if (SysConfReaderImpl* reader = m_pInstance.load(std::memory_order_acquire)) {
+        reader->Init_i();
+    }
 }
 
 void SysConfReaderImpl::Init_i() {
     InitConsumer();
-    InitLocalNodeId();
-    InitLocalIp();
-    InitAssignedToTenancy();
-    InitMasterAndStandyNodeId();
-    InitMasterAndStandyIp();
+    missedEvent<SysConfReaderImpl> = false;
+    load<SysConfReaderImpl>([this] {
+        InitLocalNodeId();
+        InitLocalIp();
+        InitAssignedToTenancy();
+        InitMasterAndStandyNodeId();
+        InitMasterAndStandyIp();
+    });
 }
 
-// Each step below reads its own file and ends at the first error, keeping what it has not assigned.
+// Each step below reads its own file and ends at the first error. Members that it has not assigned
+// by then keep their values.
 
 void SysConfReaderImpl::InitLocalNodeId() {
-    completes([this] {
+    loadStep([this] {
         const std::string instanceId = config::environment(config::kInstanceIdVariable);
-        Json::Value root;
-        if (config::readJsonFile(config::pathOf(config::kAppConfig), root)) {
-            const Json::Value& tree = root;
-            m_localNodeId = tree["processes"][instanceId]["nodeId"].asString();
+        config::Document appConfig;
+        if (readForLoad(config::pathOf(config::kAppConfig), appConfig)) {
+            m_localNodeId = appConfig.root()["processes"][instanceId]["nodeId"].asString();
         }
     });
 }
 
 void SysConfReaderImpl::InitLocalIp() {
-    completes([this] {
+    loadStep([this] {
         config::Document list;
-        if (config::readJsonFile(GetNodeListFilePath(), list)) {
-            m_localInternalServiceIP = GetInternalIp(entriesOf(list, m_localNodeId));
+        if (readForLoad(GetNodeListFilePath(), list)) {
+            m_localInternalServiceIP = internalIpOf(list, m_localNodeId);
         }
     });
 }
 
 void SysConfReaderImpl::InitAssignedToTenancy() {
-    completes([this] {
+    loadStep([this] {
         config::Document list;
-        if (config::readJsonFile(GetNodeListFilePath(), list)) {
+        if (readForLoad(GetNodeListFilePath(), list)) {
             m_productName = rules::tenancy(rules::nodeEntry(list.root(), m_localNodeId));
         }
     });
 }
 
 void SysConfReaderImpl::InitMasterAndStandyNodeId() {
-    completes([this] {
+    loadStep([this] {
         config::Document list;
-        if (config::readJsonFile(GetManagerNodeListFilePath(), list)) {
+        if (readForLoad(GetManagerNodeListFilePath(), list)) {
             rules::findMasterAndStandby(list.root(), m_productName, m_masterNodeId,
                                         m_standbyNodeId);
         }
@@ -127,17 +150,17 @@ void SysConfReaderImpl::InitMasterAndStandyNodeId() {
 }
 
 void SysConfReaderImpl::InitMasterAndStandyIp() {
-    completes([this] {
+    loadStep([this] {
         config::Document list;
-        if (config::readJsonFile(GetManagerNodeListFilePath(), list)) {
-            m_masterInternalServiceIP = GetInternalIp(entriesOf(list, m_masterNodeId));
-            m_standbyInternalServiceIP = GetInternalIp(entriesOf(list, m_standbyNodeId));
+        if (readForLoad(GetManagerNodeListFilePath(), list)) {
+            m_masterInternalServiceIP = internalIpOf(list, m_masterNodeId);
+            m_standbyInternalServiceIP = internalIpOf(list, m_standbyNodeId);
         }
     });
 }
 
 std::string SysConfReaderImpl::GetInternalIp(const Json::Value& addresses) const {
-    return rules::internalServiceAddress(addresses, kInternalServiceUsage);
+    return rules::internalServiceAddress(addresses, std::string(kInternalServiceTag));
 }
 
 std::string SysConfReaderImpl::GetNodeListFilePath() const {

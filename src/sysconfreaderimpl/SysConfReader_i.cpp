@@ -2,13 +2,14 @@
 
 #include "SysConfReaderImpl.h"
 #include "sysconfreader/Guards.h"
+#include "sysconfreader/UsageTags.h"
 
 namespace Quarncommon {
 
 namespace {
 
-// Built when the library is loaded, as beside the other two singletons; not read here.
-const std::string kFacadesInternalServiceUsage = "internal_service";
+// Built when the library is loaded, like those of the other two singletons, and not read.
+const std::string kFacadesInternalServiceUsage(kInternalServiceTag);
 
 } // namespace
 
@@ -31,6 +32,7 @@ SysConfReader_i* SysConfReader_i::Instance() {
 
 void SysConfReader_i::Destory() {
     const WriteGuard guard(m_pMutex, turnsOf<SysConfReader_i>);
+    // Unpublished first: Instance() reads the pointer without the lock.
     delete m_pInstance.exchange(nullptr);
 }
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# documented-tests.sh BUILD-DIRECTORY DOCUMENT: every test that the document names, in backticks and
-# with "*" for any ending, is one that ctest runs.
+# documented-tests.sh BUILD-DIRECTORY DOCUMENT: checks that ctest has every test that the document names
+# in backticks, with "*" for any ending.
 set -euo pipefail
 
 names=$(ctest --test-dir "$1" -N | sed -n 's/^ *Test *#[0-9]*: \(FullTree\.\)\{0,1\}//p')
@@ -10,7 +10,7 @@ if [[ -z $names ]]; then
 fi
 status=0
 named=0
-# shellcheck disable=SC2016 # backticks as they stand
+# shellcheck disable=SC2016 # literal backticks
 documented=$(grep -oE '`[A-Z][A-Za-z0-9]*\.[A-Z*][A-Za-z0-9_]*\*?`' "$2" | tr -d '`' | sort -u)
 while read -r pattern; do
   named=$((named + 1))
@@ -21,7 +21,7 @@ while read -r pattern; do
   fi
 done <<<"$documented"
 if ((named < 30)); then
-  echo "$2 names $named tests only: are they still in backticks?" >&2
+  echo "$2 names only $named tests: are they still in backticks?" >&2
   status=1
 fi
 exit "$status"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# event-library-install.sh CMAKE BUILD: what the component of the event library installs, and that no
-# other component does.
+# event-library-install.sh CMAKE BUILD: checks which files the component of the event library installs,
+# and that the component of the platform libraries does not install them.
 set -euo pipefail
 export LC_ALL=C
 
@@ -9,7 +9,7 @@ build=$2
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-# installed COMPONENT: the names of its files, one a line.
+# installed COMPONENT: installs it and prints the names of its files, one per line.
 installed() {
   "$cmake" --install "$build" --component "$1" --prefix "$work/$1" >/dev/null
   find "$work/$1" -type f -printf '%f\n' | sed 's/-targets-.*\.cmake$/-targets-CONFIG.cmake/' | sort
@@ -18,6 +18,6 @@ installed() {
 diff <(installed eventcbutil) <(printf '%s\n' EventConsumerCB.h libeventcbutil.so \
   sysconfreader-eventcbutil-targets{-CONFIG,}.cmake)
 if { installed library && installed development; } | grep eventcbutil; then
-  echo "another component brings the event library" >&2
+  echo "another component installs the event library" >&2
   exit 1
 fi

@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
-# exported-symbols.sh LIBRARY LIST: the library exports exactly the listed names, an overloaded
-# one as often as it is overloaded. Constructors, destructors are left out: whether they are emitted
-# is the compiler's choice.
+# exported-symbols.sh LIBRARY LIST: checks that the library exports exactly the listed names, once per
+# overload. Constructors and destructors are ignored, because the compiler decides whether to emit them.
 set -euo pipefail
 export LC_ALL=C
 

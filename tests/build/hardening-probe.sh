@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# hardening-probe.sh LIBRARY optimised|unoptimised: code built as the project's own checks the stack
-# before it returns and, where it is optimised, the buffers that it copies into.
+# hardening-probe.sh LIBRARY 2|3|unoptimised: code that is built like the project's own checks its
+# stack before it returns, indices into containers and, if it is optimised, the buffers that it copies
+# into: at level 3 also those whose size is known only at run time.
 set -euo pipefail
 
 library=$1
@@ -8,6 +9,10 @@ build=$2
 
 imports=$(nm --dynamic --undefined-only "$library")
 grep -w __stack_chk_fail <<<"$imports"
-if [[ $build == optimised ]]; then
+grep -E 'glibcxx_assert_fail|replacement_assert' < <(nm --dynamic "$library")
+if [[ $build != unoptimised ]]; then
   grep -w __strcpy_chk <<<"$imports"
+fi
+if [[ $build == 3 ]]; then
+  grep -w __memcpy_chk <<<"$imports"
 fi

@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
-# hardening.sh CMAKE BUILD LIBDIR: installs what is built and looks at every program and library.
+# hardening.sh CMAKE BUILD LIBDIR CRTI: installs what is built and checks every program and library.
+# CRTI is the C library's start file that all of them are linked with.
 set -euo pipefail
 export LC_ALL=C
 
 cmake=$1
 build=$2
 libdir=$3
+crti=$4
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 failures=0
@@ -15,22 +17,39 @@ fail() {
   failures=$((failures + 1))
 }
 
-# Relocations are made read-only after all of them were done at the start.
+# All relocations are applied at the start, and are read-only afterwards.
 check_relocations() {
   grep -q GNU_RELRO <<<"$headers" || fail "no read-only relocations"
-  grep -q 'FLAGS.*BIND_NOW' <<<"$dynamic" || fail "relocations are not all done at the start"
+  grep -q 'FLAGS.*BIND_NOW' <<<"$dynamic" || fail "relocations are not all applied at the start"
   ! grep -q TEXTREL <<<"$dynamic" || fail "relocations in the code"
 }
 
 check_memory() {
   grep -E 'GNU_STACK .* RW +0x' <<<"$headers" >/dev/null || fail "the stack is executable"
-  ! grep -E 'LOAD .* RWE ' <<<"$headers" || fail "code that can be written to"
-  imports=$(nm --dynamic --undefined-only "$file")
+  ! grep -E 'LOAD .* RWE ' <<<"$headers" || fail "writable code"
   grep -qw __stack_chk_fail <<<"$imports" || fail "no stack protector"
 }
 
-# Nothing is searched for in folders of the build, nor in the current one, which an empty entry
-# means: only beside the file itself.
+# Out-of-range accesses to standard containers end the process.
+check_assertions() {
+  grep -qE 'glibcxx_assert_fail|replacement_assert' <<<"$imports" ||
+    fail "no assertions of the standard library"
+}
+
+# x86-64: no frame skips the guard page below the stack. A frame of more than one page is allocated
+# page by page, and each page is touched.
+# shellcheck disable=SC2016 # $ is the assembler's
+check_frames() {
+  local steps probes
+  steps=$(grep -oE 'sub +\$0x[0-9a-f]{4,},%rsp' <<<"$code" | grep -v '\$0x1000,' || true)
+  [[ -z $steps ]] || fail "frames of more than a page: $steps"
+  probes=$(grep -A1 -E 'sub +\$0x1000,%rsp' <<<"$code" | grep -cE '(or|mov)q +\$0x0,\(%rsp\)' || true)
+  # Reading the kernel's notices takes a buffer of several pages.
+  [[ $(basename "$file") != libeventcbutil.so || $probes -gt 0 ]] || fail "no stack probes"
+}
+
+# Libraries are searched for only beside the file itself: not in folders of the build, nor in the
+# current one, which is what an empty entry means.
 check_search_path() {
   local found expected=
   case $(basename "$file") in
@@ -41,18 +60,34 @@ check_search_path() {
   [[ $found == "$expected" ]] || fail "looks for libraries in \"$found\", not \"$expected\""
 }
 
-# x86-64: fit for shadow stacks, and whatever may be called through a pointer begins with the
-# instruction that says so.
+features() {
+  readelf --notes --wide "$1" | sed -nE 's/.*x86 feature: ([A-Z, ]+).*/\1/p'
+}
+
+# x86-64: the file is marked for shadow stacks, and for indirect branch tracking if the start files
+# allow it. Functions that can be called through a pointer (exported ones, and those whose address is
+# in a table) begin with the instruction that marks a branch target.
 check_branches() {
-  local notes marked exported
-  notes=$(readelf --notes --wide "$file")
-  grep -q 'x86 feature:.*SHSTK' <<<"$notes" || fail "not fit for shadow stacks"
-  marked=$(objdump --disassemble --no-show-raw-insn "$file" |
-    sed -nE 's/^ *([0-9a-f]+):\s+endbr64.*/\1/p' | sort -u)
-  exported=$(readelf --dyn-syms --wide "$file" |
-    awk '$4 == "FUNC" && $7 ~ /^[0-9]+$/ { sub(/^0+/, "", $2); print $2 }' | sort -u)
-  exported=$(comm -13 <(echo "$marked") <(echo "$exported"))
-  [[ -z $exported ]] || fail "can be jumped to past the start of $exported"
+  local marks marked targets text
+  marks=$(features "$file")
+  [[ $marks == *SHSTK* ]] || fail "not marked for shadow stacks"
+  [[ $marks == *IBT* || $(features "$crti") != *IBT* ]] ||
+    fail "not marked for indirect branch tracking"
+  marked=$(sed -nE 's/^ *([0-9a-f]+):\s+endbr64.*/\1/p' <<<"$code" | sort -u)
+  # The addresses of functions in tables are relative relocations into the code.
+  text=$(readelf --sections --wide "$file" | sed 's/^ *\[ *[0-9]*\]//' |
+    awk '$1 == ".text" { print "0x" $3, "0x" $5 }')
+  targets=$({
+    readelf --dyn-syms --wide "$file" |
+      awk '$4 == "FUNC" && $7 ~ /^[0-9]+$/ { print $2 }'
+    readelf --relocs --wide "$file" | awk '$3 == "R_X86_64_RELATIVE" { print $4 }'
+  } | while read -r address; do
+    read -r start size <<<"$text"
+    ((0x$address < start || 0x$address >= start + size)) || printf '%x\n' "0x$address"
+  done | sort -u)
+  [[ -n $targets ]] || fail "no function that can be called through a pointer"
+  targets=$(comm -13 <(echo "$marked") <(echo "$targets"))
+  [[ -z $targets ]] || fail "branch targets without a mark: $targets"
 }
 
 for component in library eventcbutil tools; do
@@ -62,10 +97,14 @@ checked=
 while read -r file; do
   headers=$(readelf --program-headers --wide "$file" 2>/dev/null) || continue
   dynamic=$(readelf --dynamic --wide "$file")
+  imports=$(nm --dynamic --undefined-only "$file")
   check_relocations
   check_memory
+  check_assertions
   check_search_path
   if [[ $(uname -m) == x86_64 ]]; then
+    code=$(objdump --disassemble --no-show-raw-insn "$file")
+    check_frames
     check_branches
   fi
   checked+=" $(basename "$file")"

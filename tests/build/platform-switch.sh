@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# platform-switch.sh SOURCE BUILD TOOL: installs the stand-ins of BUILD as a platform would, to a prefix
-# of their own, builds the library against that prefix with SYSCONFREADER_PLATFORM=system, and what of
-# the tool depends on it, compares what the tool shows of every sample with each library, and builds
-# programs with what is installed of that library.
+# platform-switch.sh SOURCE BUILD TOOL: installs the stand-ins of BUILD to a prefix as a platform would,
+# builds the library and the parts of the tool that depend on it against that prefix with
+# SYSCONFREADER_PLATFORM=system, compares the tool's output for every sample with both libraries, and
+# builds programs with the installed library.
 set -euo pipefail
 
 source=$1
@@ -18,7 +18,7 @@ configure() {
     -DCMAKE_CXX_COMPILER="$CXX" -DCMAKE_CXX_COMPILER_LAUNCHER="${LAUNCHER:-}" "$@"
 }
 
-# Without the platform's libraries there is nothing to build against, and that is said.
+# Without the platform's libraries, configuring fails and names the missing library.
 if configure >"$work/log" 2>&1; then
   echo "configured without the platform's libraries" >&2
   exit 1
@@ -37,13 +37,13 @@ if ! { configure -DCMAKE_PREFIX_PATH="$work/prefix" &&
   exit 1
 fi
 
-# No stand-in was built: the only ones are those of the prefix.
+# No bundled library was built.
 if find "$work/build" -name 'libquarn*' -o -name 'libeventcbutil*' | grep .; then
-  echo "built a stand-in of the platform's libraries" >&2
+  echo "a bundled platform library was built" >&2
   exit 1
 fi
 
-# with_other COMMAND...: with the library that was built here.
+# with_other COMMAND...: runs it with the library that was built here.
 with_other() {
   LD_LIBRARY_PATH=$work/build/src:$work/prefix/lib "$@"
 }

@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
-# readme-example.sh SOURCE: builds README.md's example program as a project of its own, from the
-# code blocks as they stand, and runs it against a sample deployment.
+# readme-example.sh SOURCE: builds the example of README.md as a separate project, verbatim from its code
+# blocks, and runs it against a sample deployment.
 set -euo pipefail
 
 source=$1
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-# The first block of that language in README.md.
+# Prints the first block of that language in README.md.
 block() {
   awk -v fence="\`\`\`$1" '$0 == fence {inside = 1; next} inside && /^```$/ {exit} inside' \
     "$source/README.md"
@@ -22,7 +22,7 @@ ln -s "$source" "$work/libsysconfreader"
 
 sample=$source/samples/ha-pair
 output=$(
-  # The env files name their paths relative to their own folder.
+  # Paths in the env files are relative to their folder.
   cd "$sample"
   set -a
   # shellcheck source=/dev/null

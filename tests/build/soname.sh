@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# soname.sh LIBRARY NAME: the library is a file of that name, not a link, with that SONAME.
+# soname.sh LIBRARY NAME: checks that the library is a file of that name, not a link, with that SONAME.
 set -euo pipefail
 
 library=$1

@@ -17,6 +17,7 @@
 #include <functional>
 #include <iterator>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 namespace {
@@ -55,10 +56,12 @@ void expectNotParsed(const std::string& name) {
     EXPECT_EQ(value, Json::Value("before"));
 }
 
-TEST(ReadText, RegularFile_GivesItsBytesWhateverTheyAre) {
-    for (const std::string& text : {std::string(), kText, std::string("{\0\xff\r\n", 5)}) {
+TEST(ReadText, RegularFile_GivesItsBytesUpToTheFirstNul) {
+    for (const std::string& text : {std::string(), kText, std::string("{\xff\r\n")}) {
         writeFile(path(), text);
         EXPECT_EQ(config::readText(path()), text);
+        writeFile(path(), text + std::string("\0}\0", 3));
+        EXPECT_EQ(config::readText(path()), text + '\0');
     }
 }
 
@@ -292,6 +295,43 @@ TEST(ReadJsonFile, LongerThanAnyText_IsNotParsedNorRead) {
     EXPECT_EQ(reads, 1U);
 }
 
+/// The most memory that this process has had so far, in bytes.
+std::size_t peakMemory() {
+    rusage usage{};
+    EXPECT_EQ(::getrusage(RUSAGE_SELF, &usage), 0);
+    return static_cast<std::size_t>(usage.ru_maxrss) * 1024;
+}
+
+TEST(ReadJsonFile, SparseFileOfTheLargestSize_IsNotParsedAndTakesLittleMemory) {
+    constexpr std::size_t kBound = std::size_t{64} << 20U;
+    const std::size_t before = peakMemory();
+    for (const std::string& start : {std::string(), kText, std::string(5000000, ' ')}) {
+        writeFile(path(), start);
+        std::filesystem::resize_file(path(), std::uintmax_t{1} << 30U);
+        expectNotParsed(path());
+    }
+    EXPECT_LT(peakMemory() - before, kBound);
+}
+
+TEST(ReadJsonFile, ValidTextWithANulAfterIt_IsNotParsed) {
+    for (const std::size_t nuls : {1UL, 2UL, 10000UL}) {
+        writeFile(path(), kText + std::string(nuls, '\0'));
+        expectNotParsed(path());
+    }
+}
+
+TEST(ReadJsonFile, FileWithoutSizeOrEnd_IsNotParsedAfter16MiB) {
+    constexpr std::size_t kStep = std::size_t{1} << 20U;
+    std::size_t reads = 0;
+    support::disturbReads("/proc/thread-self/comm", [&](std::size_t) {
+        return support::ReadStep{0, kStep, ++reads > 1000 ? '\0' : ' '};
+    });
+    expectNotParsed("/proc/thread-self/comm");
+    // The first reads are shorter, because the room for them starts small.
+    EXPECT_GE(reads, 16U);
+    EXPECT_LE(reads, 40U);
+}
+
 TEST(ReadJsonFile, RegularFileWithoutSize_IsReadToItsEnd) {
     // The kernel tells the size 0 of this file; its text is what the thread is called.
     ASSERT_EQ(::prctl(PR_SET_NAME, "[1, 2, 3]"), 0);
@@ -412,13 +452,46 @@ TEST(ReadJsonFile, OverwrittenWhileItIsRead_IsNoMixtureOfTwoTexts) {
     }
 }
 
-TEST(ReadJsonFile, NeverHoldingStill_IsNotParsed) {
+TEST(ReadJsonFile, OverwrittenWithItsTimePutBack_IsNoMixtureOfTwoTexts) {
+    const auto longAgo = std::filesystem::file_time_type::clock::now() - std::chrono::hours(1000);
+    for (std::size_t moment = 1; moment <= 5; ++moment) {
+        SCOPED_TRACE(moment);
+        writeFile(path(), listOf(1));
+        std::filesystem::last_write_time(path(), longAgo);
+        support::disturbReads(path(), [&](std::size_t call) {
+            if (call == moment) {
+                overwrite(listOf(2));
+                std::filesystem::last_write_time(path(), longAgo);
+            }
+            return support::ReadStep{0, 200};
+        });
+        Json::Value value;
+        EXPECT_TRUE(config::readJsonFile(path(), value));
+        EXPECT_EQ(value[0], value[500]);
+    }
+}
+
+TEST(ReadJsonFile, NeverHoldingStill_IsUnavailable) {
     writeFile(path(), listOf(0));
     support::disturbReads(path(), [&](std::size_t call) {
         overwrite(listOf(call));
         return support::ReadStep{0, 200};
     });
-    expectNotParsed(path());
+    Json::Value value = "before";
+    EXPECT_TRUE(config::readJsonFile(path(), value).unavailable());
+    EXPECT_EQ(value, Json::Value("before"));
+}
+
+TEST(ReadJsonFile, TouchedDuringEachRead_IsParsed) {
+    writeFile(path(), kText);
+    auto time = std::filesystem::file_time_type::clock::now();
+    support::disturbReads(path(), [&](std::size_t) {
+        std::filesystem::last_write_time(path(), time += std::chrono::seconds(1));
+        return support::ReadStep{};
+    });
+    Json::Value value;
+    EXPECT_TRUE(config::readJsonFile(path(), value));
+    EXPECT_EQ(value, expectedTree());
 }
 
 TEST(ReadJsonFile, AnyOutcome_DescriptorIsCloseOnExecFromCreation) {

@@ -15,6 +15,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <filesystem>
 #include <pthread.h>
 #include <stdexcept>
@@ -159,6 +160,40 @@ TEST(Destory, RoleReader_GoesFirstAndUnderItsLockAlone) {
     EXPECT_EQ(held.write, 1U);
     EXPECT_EQ(held.read, 0U);
     expectLocksFree();
+}
+
+TEST(Destory, WhileItRuns_InstanceOnAnotherThreadWaitsForAFreshOne) {
+    // Instance() takes no lock when there is an instance. One that is being destroyed must not be
+    // seen any more.
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    support::installEventLibrary("recording");
+    SysConfReaderImpl::Instance();
+    std::jthread other;
+    std::atomic<bool> asks{false};
+    std::atomic<bool> returned{false};
+    std::string tenancy;
+    support::setFiniHook([&] {
+        support::setFiniHook(nullptr);
+        support::setLockHook([&](support::LockCall call, bool held) {
+            asks = asks || (call == support::LockCall::Write && !held);
+        });
+        other = std::jthread([&] {
+            const SysConfReaderImpl* fresh = SysConfReaderImpl::Instance();
+            returned = true;
+            tenancy = fresh->GetProductName();
+        });
+        while (!asks && !returned) {
+            std::this_thread::yield();
+        }
+        EXPECT_FALSE(returned) << "with the instance that is being destroyed";
+        writeGeneration(deployment, 2);
+    });
+    SysConfReaderImpl::Destory();
+    other.join();
+    support::setLockHook(nullptr);
+    EXPECT_EQ(tenancy, "tenancy2");
+    EXPECT_EQ(support::eventLibraryCalls().inits, 2);
 }
 
 TEST(Destory, AnswersGivenBefore_StayWithTheCaller) {

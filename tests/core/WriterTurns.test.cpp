@@ -1,4 +1,4 @@
-// Reloads among callers that never pause, and callers that hold a lock while a reload waits.
+// Reloads beside callers that never pause, and callers that hold a lock while a reload waits.
 
 #include "sysconfreader/WriterTurns.h"
 #include "SysConfReader.h"
@@ -26,7 +26,7 @@ using Quarncommon::WriterTurns;
 using support::Deployment;
 using support::LockCall;
 
-/// Threads that do the same again and again until the object goes.
+/// Threads that repeat the same work until the object is destroyed.
 class Crowd {
 public:
     Crowd(int count, const std::function<void()>& work) {
@@ -90,7 +90,7 @@ TEST(Queries, AmongThreadsThatReloadWithoutPause_GetTheirTurn) {
 /// A thread that is made to wait for the write side of a lock.
 class WaitingWriter {
 public:
-    /// Runs `write` on a thread of its own and returns when that asks for the write side.
+    /// Runs `write` on another thread and returns when that asks for the write side.
     void start(const std::function<void()>& write) {
         m_thread = std::jthread(write);
         while (!m_asks) {
@@ -147,6 +147,18 @@ TEST(ChangeEvent, WithinASubscriptionThatAnotherThreadWaitsFor_DoesNotWait) {
     support::expectLocksFree();
 }
 
+TEST(WriterTurns, Claim_IsTheFirstSecondOfEveryTen) {
+    using std::chrono::milliseconds;
+    constexpr std::pair<milliseconds, milliseconds> kRows[] = {
+        {milliseconds(0), milliseconds(1000)},     {milliseconds(1), milliseconds(999)},
+        {milliseconds(999), milliseconds(1)},      {milliseconds(1000), milliseconds(0)},
+        {milliseconds(9999), milliseconds(0)},     {milliseconds(10000), milliseconds(1000)},
+        {milliseconds(3600500), milliseconds(500)}};
+    for (const auto& [waited, remaining] : kRows) {
+        EXPECT_EQ(WriterTurns::remainingClaim(waited), remaining) << waited.count();
+    }
+}
+
 TEST(WriterTurns, OfWritersWithoutEnd_AReaderLetsOnePass) {
     WriterTurns turns;
     auto next = std::make_unique<WriterTurns::Wait>(turns);
@@ -161,7 +173,7 @@ TEST(WriterTurns, OfWritersWithoutEnd_AReaderLetsOnePass) {
         last.reset();
         std::this_thread::yield();
     }
-    // All the time at least one has been waiting, and still is.
+    // At every moment at least one writer was waiting, and one still is.
     EXPECT_TRUE(passed);
 }
 

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""The checker of the pages, on small pages that are wrong in one way each.
+"""Tests the checker with small pages that have one mistake each.
 
 usage: checker_test.py SOURCE-DIRECTORY BUILD-DIRECTORY
 """
@@ -18,8 +18,8 @@ BUILD = pathlib.Path(sys.argv[2])
 
 
 def fenced(language, text, directive=""):
-    told = f"<!-- test: {directive} -->\n\n" if directive else ""
-    return f"{told}```{language}\n{text}```\n"
+    comment = f"<!-- test: {directive} -->\n\n" if directive else ""
+    return f"{comment}```{language}\n{text}```\n"
 
 
 class CheckerTest(unittest.TestCase):
@@ -54,7 +54,7 @@ class CheckerTest(unittest.TestCase):
             found = blocks.check()
             self.assertEqual(blocks.counted + len(found) >= len(page.blocks), True)
             if blocks.folder is not None:
-                self.assertFalse(blocks.folder.exists(), "something is left behind")
+                self.assertFalse(blocks.folder.exists(), "the folder is not removed")
         return found + checker.check_links(self.tree, page, lambda path: {"there-is"})
 
     def assert_right(self, text):
@@ -75,18 +75,18 @@ class CheckerTest(unittest.TestCase):
     def test_a_block_that_does_not_end(self):
         self.assert_wrong("```json\n{}\n", "does not end", line=1)
 
-    def test_a_test_that_is_told_what_it_does_not_know_or_of_no_block(self):
-        self.assert_wrong(fenced("json", "{}\n", "skip"), "does not know")
-        self.assert_wrong("<!-- test: statements -->\n\nText\n", "told of no block")
+    def test_a_directive_that_is_unknown_or_without_a_block(self):
+        self.assert_wrong(fenced("json", "{}\n", "skip"), "unknown directive skip")
+        self.assert_wrong("<!-- test: statements -->\n\nText\n", "directive without a block")
 
-    def test_a_file_or_a_test_that_is_another(self):
+    def test_a_block_that_differs_from_its_file_or_names_no_test(self):
         self.assert_wrong(fenced("json", "{}\n", "file CMakePresets.json"), "has another text")
         self.assert_wrong(
             fenced("cpp", "int main(\n", "elsewhere Other.Test"), "no test Other.Test"
         )
         self.assert_right(fenced("cpp", "int main(\n", "elsewhere Some.Test"))
 
-    def test_links_that_lead_nowhere(self):
+    def test_broken_links(self):
         self.assert_right(
             "[a](CMakeLists.txt) [b](#there-is) [c](https://example.org/x) `scripts/test`\n"
         )
@@ -95,17 +95,17 @@ class CheckerTest(unittest.TestCase):
         self.assert_wrong("[a](#gone)\n", "no heading for #gone")
         self.assert_wrong("[a](../outside)\n", "no ../outside")
         self.assert_wrong("[a](../)\n", "out of the project")
-        self.assert_wrong("[a](https:/example.org)\n", "no address of the web")
-        self.assert_wrong("[a](mailto:me)\n", "no address of the web")
+        self.assert_wrong("[a](https:/example.org)\n", "not a web address")
+        self.assert_wrong("[a](mailto:me)\n", "not a web address")
         self.assert_wrong("Text [a][b].\n", "by reference")
         self.assert_wrong("Text `scripts/missing`.\n", "no scripts/missing")
 
-    def test_headings_have_the_anchors_that_links_use(self):
+    def test_anchors_of_headings(self):
         path = self.root / "page.md"
         path.write_text("# Two Words, `code`\n\n## A [link](page.md)\n\n## A link\n")
         self.assertEqual(pages.read(path).anchors, {"two-words-code", "a-link", "a-link-1"})
 
-    def test_a_page_that_no_link_leads_to(self):
+    def test_a_page_that_no_link_reaches(self):
         for name, text in {
             "README.md": "[a](a.md)\n",
             "a.md": "A\n",
@@ -120,7 +120,7 @@ class CheckerTest(unittest.TestCase):
 
     # Commands
 
-    def test_commands_that_print_something_else(self):
+    def test_commands_with_different_output(self):
         self.assert_right(
             fenced("console", "$ echo a; pwd\na\n/srv/sysconfreader\n$ true\n$ echo b\nb\n")
         )
@@ -131,13 +131,13 @@ class CheckerTest(unittest.TestCase):
         self.assert_wrong(fenced("console", "$ true\na\n"), "prints\nand not\na")
         self.assert_wrong(fenced("console", "$ nothing-of-that-name\n"), "command not found")
 
-    def test_lines_that_may_be_any(self):
+    def test_lines_that_match_any_lines(self):
         self.assert_right(fenced("console", "$ seq 5\n1\n...\n4\n5\n"))
         self.assert_right(fenced("console", "$ seq 5\n...\n"))
         self.assert_wrong(fenced("console", "$ seq 5\n2\n...\n"), "seq 5")
         self.assert_wrong(fenced("console", "$ seq 5\n...\n4\n"), "seq 5")
 
-    def test_what_lasts_to_the_end_of_a_page(self):
+    def test_cd_and_export_last_to_the_end_of_the_page(self):
         self.assert_right(
             fenced("console", "$ cd samples\n$ export A=1\n")
             + "\n"
@@ -145,11 +145,11 @@ class CheckerTest(unittest.TestCase):
         )
 
     def test_blocks_without_commands(self):
-        self.assert_wrong(fenced("console", "text\n"), 'begins with "$ "')
+        self.assert_wrong(fenced("console", "text\n"), 'start with "$ "')
         self.assert_wrong(fenced("console", ""), "without a command")
         self.assert_wrong(fenced("console", "$ exit\n$ true\n"), "the shell ended before true")
 
-    def test_commands_that_are_told_and_not_run(self):
+    def test_commands_that_are_not_run(self):
         self.assert_right(
             "Text:\n\n    scripts/test --sanitize address # a comment\n"
             "    cmake -S . -B build -DSYSCONFREADER_THING=ON\n"
@@ -170,14 +170,14 @@ class CheckerTest(unittest.TestCase):
             "cmake --install build --component missing": "component missing",
             "cmake --preset missing": "no preset missing",
             "apt install libmissing-dev": "does not install libmissing-dev",
-            "missing --option": "nothing is known of the command missing",
-            "{": "no JSON",
+            "missing --option": "unknown command missing",
+            "{": "not JSON",
         }.items():
             with self.subTest(line=line):
                 self.assert_wrong(f"Text:\n\n    {line}\n", complaint, line=3)
                 self.assert_wrong(fenced("sh", line + "\n"), complaint)
 
-    def test_indented_text_of_a_list_is_no_command(self):
+    def test_indented_text_of_a_list_is_not_a_command(self):
         self.assert_right("- A point:\n\n    and more of it\n")
 
     def test_output_of_a_command(self):
@@ -186,16 +186,16 @@ class CheckerTest(unittest.TestCase):
 
     # Files
 
-    def test_json_that_is_none_or_not_by_its_schema(self):
-        self.assert_wrong(fenced("json", "{,}\n"), "no JSON")
+    def test_json_that_is_malformed_or_not_valid_by_its_schema(self):
+        self.assert_wrong(fenced("json", "{,}\n"), "not JSON")
         self.assert_right(fenced("json", '{"nodeList": {}}\n', "schema node-list"))
         self.assert_right(fenced("json", '{"nodeList": {}}\n', "schema manager-node-list"))
         self.assert_wrong(
-            fenced("json", '{"nodeList": []}\n', "schema node-list"), "not by node-list"
+            fenced("json", '{"nodeList": []}\n', "schema node-list"), "not valid by node-list"
         )
         self.assert_wrong(
             fenced("json", '{"nodeList": {"a": {"extAttr": 1}}}\n', "schema manager-node-list"),
-            "not by manager-node-list",
+            "not valid by manager-node-list",
         )
 
     def test_files_for_the_commands_of_a_page(self):
@@ -204,22 +204,22 @@ class CheckerTest(unittest.TestCase):
             + "\n"
             + fenced("console", "$ tail -1 some/file.env\nAPP_ROOT=a\n")
         )
-        self.assert_wrong(fenced("ini", "APP_ROOT=a\n"), "no command uses")
-        self.assert_wrong(fenced("ini", "APP_ROOT a\n", "save a.env"), "no line of an env file")
+        self.assert_wrong(fenced("ini", "APP_ROOT=a\n"), "is not saved")
+        self.assert_wrong(fenced("ini", "APP_ROOT a\n", "save a.env"), "not a line of an env file")
 
     def test_diagrams(self):
         self.assert_right(fenced("mermaid", "flowchart LR\n  a --> b\n"))
-        self.assert_wrong(fenced("mermaid", "flowchrt LR\n  a --> b\n"), "no kind of diagram")
-        self.assert_wrong(fenced("mermaid", ""), "no kind of diagram")
+        self.assert_wrong(fenced("mermaid", "flowchrt LR\n  a --> b\n"), "unknown kind of diagram")
+        self.assert_wrong(fenced("mermaid", ""), "unknown kind of diagram")
         self.assert_wrong(fenced("mermaid", "flowchart LR\n"), "empty diagram")
-        self.assert_wrong(fenced("mermaid", 'flowchart LR\n  a["a]\n'), "does not end")
+        self.assert_wrong(fenced("mermaid", 'flowchart LR\n  a["a]\n'), "unbalanced quotes")
         self.assert_wrong(
-            fenced("mermaid", "flowchart LR\n  subgraph a\n"), "1 parts begin and 0 end"
+            fenced("mermaid", "flowchart LR\n  subgraph a\n"), "1 parts start and 0 end"
         )
 
     # Programs
 
-    def test_fragments_that_do_not_compile_are_told_at_their_lines(self):
+    def test_errors_in_fragments_are_reported_at_their_lines(self):
         self.assert_right(
             fenced("cpp", "int answer();\n")
             + fenced("cpp", "SysConfReader::Instance()->getLocalPort();\n", "statements")
@@ -245,6 +245,13 @@ class CheckerTest(unittest.TestCase):
             + fenced("cmake", "cmake_minimum_required(VERSION 3.25)\n" + project)
             + fenced("console", "$ build/a\na\n")
         )
+        saved = "cmake_minimum_required(VERSION 3.25)\n" + project
+        self.assert_right(
+            program.replace("```cpp", "<!-- test: save try/main.cpp -->\n\n```cpp")
+            + fenced("cmake", saved, "save try/CMakeLists.txt")
+            + fenced("console", "$ try/build/a\na\n")
+        )
+        self.assert_wrong(program + fenced("cmake", saved, "save try/CMakeLists.txt"), "main.cpp")
         self.assert_wrong(fenced("cmake", project), "without a program")
         self.assert_wrong(
             program

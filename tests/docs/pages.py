@@ -1,7 +1,6 @@
-"""Pages of Markdown taken apart: headings, links, blocks of code, and what is told of them.
+"""Parses pages of Markdown: headings, links, blocks of code and their directives.
 
-A comment `<!-- test: WORDS -->` before a block tells the test what to do with it, beyond what its
-language says.
+A directive is a comment `<!-- test: WORDS -->` before a block.
 """
 
 import dataclasses
@@ -19,7 +18,7 @@ INDENT = "    "
 
 @dataclasses.dataclass
 class Block:
-    """A block of code, or a line of an indented one, at the line that its text begins in."""
+    """A fenced block, or one line of an indented block. `line` is the first line of its text."""
 
     line: int
     language: str
@@ -39,7 +38,7 @@ class Page:
 
 
 def anchor(heading):
-    """The anchor that a heading gets where Markdown is shown."""
+    """Returns the anchor of a heading in rendered Markdown."""
     text = re.sub(r"\[([^\]]*)\]\([^)]*\)", r"\1", heading).lower()
     return re.sub(r"[^\w\- ]", "", text).replace(" ", "-")
 
@@ -49,7 +48,7 @@ class _Reader:
         self.page = Page(path)
         self.lines = path.read_text(encoding="utf-8").splitlines()
         self.directive = None
-        self.prose = []  # (line, text): the paragraph so far, a link may be broken across lines
+        self.prose = []  # (line, text) of the paragraph so far: a link may span lines
 
     def take_directive(self):
         directive, self.directive = self.directive, None
@@ -71,7 +70,7 @@ class _Reader:
         for match in LINK.finditer(bare):
             self.page.links.append((first + bare.count("\n", 0, match.start()), match.group(2)))
         if REFERENCE.search(bare):
-            self.page.complaints.append((first, "a link by reference, which nobody looks at"))
+            self.page.complaints.append((first, "a link by reference, which is not checked"))
 
     def heading(self, text):
         base = anchor(text)
@@ -126,7 +125,7 @@ class _Reader:
                 self.end_paragraph()
             else:
                 if self.directive is not None:
-                    self.page.complaints.append((index + 1, "a test is told of no block"))
+                    self.page.complaints.append((index + 1, "a directive without a block"))
                     self.directive = None
                 if blank or LIST_ITEM.match(line):
                     in_list = bool(LIST_ITEM.match(line)) or (in_list and line.startswith("  "))

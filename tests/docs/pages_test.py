@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Every page of the documentation, held against the tree and what is built of it.
+"""Checks every page of the documentation against the source tree and the build folder.
 
 usage: pages_test.py SOURCE-DIRECTORY BUILD-DIRECTORY
 

@@ -125,6 +125,22 @@ const Row kRows[] = {
          fs::create_symlink(support::testDirectory() / "later/list.json", nodeList());
      },
      [] { writeFile(support::testDirectory() / "later/list.json", "after"); }},
+    {"PathLongerThanTheKernelTakesWithoutItsLinks",
+     [] {
+         const auto deep = [](fs::path path, const std::string& name) {
+             for (int i = 0; i < 12; ++i) {
+                 path /= name;
+             }
+             fs::create_directories(path);
+             return path;
+         };
+         const fs::path link = support::testDirectory() / "link";
+         const fs::path upper = deep(support::testDirectory(), std::string(200, 'u'));
+         fs::create_directory_symlink(upper, link);
+         fs::create_directory_symlink(deep(link, std::string(200, 'l')), appRoot());
+         before();
+     },
+     [] { writeFile(nodeList(), "after"); }},
     {"FolderComesIntoBeing", [] {}, [] { writeFile(nodeList(), "after"); }},
     {"FolderMovedIntoPlaceWithTheFile",
      [] { writeFile(support::testDirectory() / "staged/etc/sysconf/nodelist.json", "after"); },

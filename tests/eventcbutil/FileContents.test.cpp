@@ -61,9 +61,9 @@ TEST_F(FileContentsOf, FolderOfTheFileMissing_IsMissingToo) {
 #ifndef SANITIZED
 TEST_F(FileContentsOf, FileThatCannotBeRead_EqualsNothing) {
     support::writeFile(m_one, "text");
-    failReads(EIO, 1);
+    failCalls(Call::Read, EIO, 1);
     const FileContents unread = now();
-    failReads(0, 0);
+    failCalls(Call::Read, 0);
     EXPECT_FALSE(unread.equals(now()));
     EXPECT_FALSE(unread.equals(unread));
 }
@@ -71,7 +71,7 @@ TEST_F(FileContentsOf, FileThatCannotBeRead_EqualsNothing) {
 TEST_F(FileContentsOf, InterruptedReads_AreRepeated) {
     support::writeFile(m_one, "text");
     const FileContents before = now();
-    failReads(EINTR, 3);
+    failCalls(Call::Read, EINTR, 3);
     EXPECT_TRUE(before.equals(now()));
 }
 #endif

@@ -4,7 +4,9 @@
 #include "Recorder.h"
 #include "Resources.h"
 #include "SubscribedProcess.h"
+#include "WatchFaults.h"
 #include "support/Deployment.h"
+#include "support/Sanitizers.h"
 #include "support/TestDirectory.h"
 
 #include <gtest/gtest.h>
@@ -50,7 +52,7 @@ TEST_F(ProcessEnd, ExitWithASubscription_ServiceHasEndedBeforeOlderStaticObjects
 TEST_F(ProcessEnd, ExitWhileACallbackNeverReturns_DoesNotWaitForIt) {
     EXPECT_EXIT(
         {
-            // Never destroyed: that would wait for whoever waits there.
+            // Never destroyed, because the callback still waits in it.
             static Barrier& barrier = *new Barrier;
             m_recorder.setHook([] {
                 barrier.arrive();
@@ -68,6 +70,54 @@ TEST_F(ProcessEnd, ExitFromWithinACallback_EndsTheProcess) {
     EXPECT_EXIT(
         {
             m_recorder.setHook([]() -> int { std::exit(42); });
+            ASSERT_EQ(m_recorder.subscribe(), 0);
+            writeFile(m_file, "after");
+            for (;;) {
+                ::pause();
+            }
+        },
+        testing::ExitedWithCode(42), "");
+}
+
+/// In each of these the thread is somewhere it does not return from.
+#ifndef SANITIZED
+TEST_F(ProcessEnd, ExitWhileASystemCallHangs_IsBounded) {
+    EXPECT_EXIT(
+        {
+            ASSERT_EQ(m_recorder.subscribe(), 0);
+            hangCalls(Call::Lstat);
+            writeFile(m_file, "after");
+            while (hangingCalls() == 0) {
+                std::this_thread::yield();
+            }
+            std::exit(42);
+        },
+        testing::ExitedWithCode(42), "");
+}
+
+TEST_F(ProcessEnd, ExitWhileAComparisonHangs_IsBounded) {
+    EXPECT_EXIT(
+        {
+            subscribeAndSeeAChange();
+            hangCalls(Call::Open, m_file.string());
+            writeFile(m_file, "second");
+            while (hangingCalls() == 0) {
+                std::this_thread::yield();
+            }
+            std::exit(42);
+        },
+        testing::ExitedWithCode(42), "");
+}
+#endif
+
+TEST_F(ProcessEnd, ExitFromWithinACallbackThatHasSubscribedAgain_EndsTheProcess) {
+    EXPECT_EXIT(
+        {
+            m_recorder.setHook([this]() -> int {
+                EventConsumerCBFini();
+                EXPECT_EQ(m_recorder.subscribe(), 0);
+                std::exit(42);
+            });
             ASSERT_EQ(m_recorder.subscribe(), 0);
             writeFile(m_file, "after");
             for (;;) {

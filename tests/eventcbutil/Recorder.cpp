@@ -34,6 +34,11 @@ void Recorder::waitForCount(std::size_t count) {
     m_changed.wait(guard, [&] { return m_texts.size() >= count; });
 }
 
+void Recorder::waitForLastText(const std::string& text) {
+    std::unique_lock<std::mutex> guard(m_mutex);
+    m_changed.wait(guard, [&] { return !m_texts.empty() && m_texts.back() == text; });
+}
+
 std::vector<std::string> Recorder::texts() {
     const std::lock_guard<std::mutex> guard(m_mutex);
     return m_texts;
@@ -50,8 +55,8 @@ int Recorder::called(const std::string& eventName, const std::string& /*second*/
         hook = self.m_hook;
         self.m_changed.notify_all();
     }
-    // However the hook ends, the callback's last act is to take the lock, as the destructor does:
-    // that orders all that callbacks do before what comes after the end of the service.
+    // Whatever the hook does, the callback takes the lock at its end, as the destructor does: all
+    // that callbacks do happens before what follows the end of the service.
     const struct LastAct {
         std::mutex& mutex;
         ~LastAct() { const std::lock_guard<std::mutex> guard(mutex); }

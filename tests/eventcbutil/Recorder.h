@@ -18,7 +18,7 @@ public:
     /// The service must have ended, see `endService`.
     ~Recorder();
 
-    /// Runs in every callback, behind the record; what it answers or throws is the callback's end.
+    /// Runs in every callback, after the record; the callback answers or throws what it does.
     void setHook(std::function<int()> hook);
 
     EventConsumerCallback record() { return {&Recorder::called, this}; }
@@ -29,6 +29,9 @@ public:
     void waitForText(const std::string& text);
     /// Returns when there have been that many callbacks.
     void waitForCount(std::size_t count);
+
+    /// Returns when that text is the last one read.
+    void waitForLastText(const std::string& text);
 
     std::vector<std::string> texts();
     std::size_t count() { return texts().size(); }
@@ -44,7 +47,7 @@ private:
     std::vector<std::string> m_texts;
 };
 
-/// A point at which a callback waits until the test lets it go on.
+/// A point at which a callback waits until the test lets it continue.
 class Barrier {
 public:
     /// Called by the callback; waits only the first time.

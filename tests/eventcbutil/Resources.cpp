@@ -1,9 +1,9 @@
 #include "Resources.h"
 
-#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <ostream>
+#include <string_view>
 #include <thread>
 
 namespace fs = std::filesystem;
@@ -14,7 +14,7 @@ std::string textOf(const fs::path& file) {
 }
 
 Resources resources() {
-    // Counted to the end before any is opened, which would count itself.
+    // Listed to the end before any is opened, because an open file is listed too.
     const auto entries = [](const char* folder) {
         return static_cast<std::size_t>(
             std::distance(fs::directory_iterator(folder), fs::directory_iterator()));
@@ -29,36 +29,43 @@ Resources resources() {
     return found;
 }
 
-Resources resourcesAtRest() {
-    constexpr int kLooks = 100;
-    Resources least = resources();
-    for (int look = 0; look < kLooks; ++look) {
-        const Resources now = resources();
-        least.threads = std::min(least.threads, now.threads);
-        least.descriptors = std::min(least.descriptors, now.descriptors);
-        least.watches = std::min(least.watches, now.watches);
-    }
-    return least;
-}
-
 void PrintTo(const Resources& resources, std::ostream* stream) {
     *stream << resources.threads << " threads, " << resources.descriptors << " descriptors, "
             << resources.watches << " watches";
 }
 
-std::size_t serviceThreads() {
+namespace {
+
+std::size_t threadsNamed(std::string_view beginning) {
     std::size_t count = 0;
     for (const fs::directory_entry& task : fs::directory_iterator("/proc/self/task")) {
         // A thread may end while it is being read; that reads as no name.
         std::ifstream stream(task.path() / "comm");
         std::string name;
-        count += std::getline(stream, name) && name == "sysconf-events" ? 1U : 0U;
+        count += std::getline(stream, name) && name.starts_with(beginning) ? 1U : 0U;
     }
     return count;
 }
 
+} // namespace
+
+std::size_t serviceThreads() {
+    return threadsNamed("sysconf-events");
+}
+
+Resources resourcesAtRest(std::size_t services) {
+    // Equal twice with no thread in between: nothing was read while they were counted.
+    for (;;) {
+        const Resources now = resources();
+        if (threadsNamed("sysconf-") == services && now == resources()) {
+            return now;
+        }
+        std::this_thread::yield();
+    }
+}
+
 void waitForServiceToEnd() {
-    while (serviceThreads() != 0) {
+    while (threadsNamed("sysconf-") != 0) {
         std::this_thread::yield();
     }
 }

@@ -16,12 +16,13 @@ struct Resources {
     bool operator==(const Resources&) const = default;
 };
 Resources resources();
-/// Beside what the event library's thread holds for a moment while it reads a file.
-Resources resourcesAtRest();
+/// The same once exactly that many threads of the event service are left, and none of them reads a
+/// file. Returns only then.
+Resources resourcesAtRest(std::size_t services = 1);
 void PrintTo(const Resources& resources, std::ostream* stream);
 
-/// Returns when no thread of the event service is left. Joining a thread is not enough for that:
-/// the kernel counts it a moment longer.
+/// Returns when no thread of the event library is left. Joining a thread is not enough for that:
+/// the kernel lists it a moment longer.
 void waitForServiceToEnd();
-/// How many there are.
+/// How many threads serve subscriptions, or did and have not ended yet.
 std::size_t serviceThreads();

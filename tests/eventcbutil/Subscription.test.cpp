@@ -20,7 +20,7 @@ int answer(const std::string&, const std::string&, const std::string&, void* use
     return *static_cast<int*>(userData);
 }
 
-/// The clock is the test's, and notices are there as soon as what they tell of has happened.
+/// The clock is the test's, and the kernel queues a notice before the change returns.
 class SubscriptionAt : public testing::Test {
 protected:
     fs::path m_file = support::testDirectory() / "file";
@@ -37,6 +37,10 @@ protected:
         support::writeFile(m_file, text);
         m_subscription.gather(m_now);
         m_now += 50ms;
+        deliver();
+    }
+
+    void deliver() {
         ASSERT_TRUE(m_subscription.ready(m_now));
         m_subscription.call();
         m_subscription.settle(m_now);
@@ -104,9 +108,69 @@ TEST_F(SubscriptionAt, CallbackRefused_SameTextIsAnnouncedAgain) {
     EXPECT_TRUE(announced("other"));
 }
 
+TEST_F(SubscriptionAt, CallbackRefuses_IsRepeatedWithGrowingPausesUntilItAnswers0) {
+    m_answer = -1;
+    announce("other");
+    for (const auto pause : {100ms, 200ms, 400ms}) {
+        EXPECT_EQ(m_subscription.due(), m_now + pause);
+        EXPECT_FALSE(m_subscription.ready(m_now + pause - 1ms));
+        m_now += pause;
+        m_answer = pause == 400ms ? 0 : -1;
+        deliver();
+    }
+    EXPECT_EQ(m_subscription.due(), std::nullopt);
+    EXPECT_FALSE(announced("other"));
+}
+
+TEST_F(SubscriptionAt, NewChangeWhileARepetitionIsPending_IsAnnouncedWithoutItsPause) {
+    m_answer = -1;
+    announce("other");
+    for (int i = 0; i < 9; ++i) {
+        m_now = *m_subscription.due();
+        deliver();
+    }
+    EXPECT_EQ(m_subscription.due(), m_now + 30s);
+    announce("new");
+    EXPECT_EQ(m_subscription.due(), m_now + 100ms);
+}
+
+TEST_F(SubscriptionAt, Redelivery_IsDueAfterTheFirstPauseThoughNothingChanged) {
+    announce("other");
+    m_subscription.redeliver();
+    m_subscription.gather(m_now);
+    EXPECT_EQ(m_subscription.due(), m_now + 100ms);
+    m_now += 100ms;
+    m_subscription.redeliver();
+    deliver();
+    EXPECT_EQ(m_subscription.due(), m_now + 200ms);
+    m_now += 200ms;
+    deliver();
+    EXPECT_EQ(m_subscription.due(), std::nullopt);
+}
+
+/// The files are looked at once a second, but the callback is called less and less often.
+TEST_F(SubscriptionAt, IncompleteWatchWhileTheCallbackRefuses_KeepsItsPauses) {
+    m_answer = -1;
+    failCalls(Call::AddWatch, ENOSPC);
+    announce("other");
+    int calls = 0;
+    for (const Subscription::Time start = m_now; m_now < start + 60s;) {
+        m_now = *m_subscription.due();
+        m_subscription.gather(m_now);
+        if (m_subscription.ready(m_now)) {
+            m_subscription.call();
+            m_subscription.settle(m_now);
+            ++calls;
+        }
+    }
+    failCalls(Call::AddWatch, 0);
+    EXPECT_GE(calls, 5);
+    EXPECT_LE(calls, 12);
+}
+
 TEST_F(SubscriptionAt, KernelRefusesWatches_LooksOnceASecondAndAnnouncesWhatItFinds) {
     announce("other");
-    refuseWatches(ENOSPC);
+    failCalls(Call::AddWatch, ENOSPC);
     announce("without watches");
     for (int i = 0; i < 3; ++i) {
         // Whatever woke the thread up in between, the next look is a second after the last.
@@ -121,7 +185,7 @@ TEST_F(SubscriptionAt, KernelRefusesWatches_LooksOnceASecondAndAnnouncesWhatItFi
         m_now += 50ms;
         EXPECT_FALSE(m_subscription.ready(m_now));
     }
-    refuseWatches(0);
+    failCalls(Call::AddWatch, 0);
     m_subscription.gather(*m_subscription.due());
     m_now = *m_subscription.due();
     EXPECT_FALSE(m_subscription.ready(m_now));

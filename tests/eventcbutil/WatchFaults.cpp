@@ -2,6 +2,7 @@
 
 #include "support/Sanitizers.h"
 
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstdarg>
@@ -9,133 +10,262 @@
 #include <cstdint>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <link.h>
+#include <mutex>
 #include <poll.h>
+#include <pthread.h>
+#include <string_view>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 namespace {
 
-std::atomic<int> g_watchError{0};
-std::atomic<int> g_inotifyError{0};
-std::atomic<int> g_eventfdError{0};
-std::atomic<int> g_waitError{0};
-std::atomic<int> g_failedWaits{0};
-std::atomic<int> g_readError{0};
-std::atomic<int> g_failedReads{0};
-std::atomic<int> g_linkError{0};
-std::atomic<int> g_countError{0};
-std::atomic<int> g_forkError{0};
+struct Fault {
+    std::atomic<int> error{0};
+    std::atomic<int> left{0};
+    std::atomic<int> calls{0};
+};
 
-bool refused(int error) {
-    if (error != 0) {
-        errno = error;
+constinit std::array<Fault, 16> g_faults{};
+
+constinit std::atomic<int> g_hangingCall{-1};
+constinit std::atomic<int> g_hanging{0};
+constinit std::atomic<bool> g_unlocksDelayed{false};
+std::mutex g_pathMutex;
+std::string& hangingPath() {
+    static std::string& path = *new std::string;
+    return path;
+}
+
+/// Where the code of the event library is; everywhere if it is no shared library.
+struct Code {
+    std::uintptr_t from = 0;
+    std::uintptr_t to = UINTPTR_MAX;
+};
+
+Code codeOfTheEventLibrary() {
+    Code code;
+    ::dl_iterate_phdr(
+        [](dl_phdr_info* info, std::size_t /*size*/, void* found) {
+            if (!std::string_view(info->dlpi_name).ends_with("/libeventcbutil.so")) {
+                return 0;
+            }
+            for (int i = 0; i < info->dlpi_phnum; ++i) {
+                const auto& header = info->dlpi_phdr[i];
+                if (header.p_type == PT_LOAD && (header.p_flags & PF_X) != 0) {
+                    const std::uintptr_t from = info->dlpi_addr + header.p_vaddr;
+                    *static_cast<Code*>(found) = {from, from + header.p_memsz};
+                }
+            }
+            return 1;
+        },
+        &code);
+    return code;
+}
+
+bool ofTheEventLibrary(const void* caller) {
+    static const Code code = codeOfTheEventLibrary();
+    const auto address = reinterpret_cast<std::uintptr_t>(caller);
+    return address >= code.from && address < code.to;
+}
+
+Fault& fault(Call call) {
+    return g_faults[static_cast<std::size_t>(call)];
+}
+
+/// Whether the call is to fail; errno is set then.
+bool refused(Call call, const void* caller) {
+    Fault& its = fault(call);
+    if (!ofTheEventLibrary(caller)) {
+        return false;
     }
-    return error != 0;
+    ++its.calls;
+    int left = its.left;
+    while (left > 0) {
+        if (its.left.compare_exchange_weak(left, left - 1)) {
+            errno = its.error;
+            return true;
+        }
+    }
+    return false;
 }
 
 } // namespace
 
-void refuseWatches(int error) {
-    g_watchError = error;
+void failCalls(Call call, int error, int count) {
+    fault(call).left = 0;
+    fault(call).error = error;
+    fault(call).left = error != 0 ? count : 0;
 }
 
-void failWaits(int error, int count) {
-    g_waitError = error;
-    g_failedWaits = count;
+int failuresLeft(Call call) {
+    return fault(call).left;
 }
 
-int failuresLeft() {
-    return g_failedWaits;
+int callCount(Call call) {
+    return fault(call).calls;
 }
 
-void failReads(int error, int count) {
-    g_readError = error;
-    g_failedReads = count;
+void hangCalls(Call call, const std::string& path) {
+    const std::lock_guard<std::mutex> guard(g_pathMutex);
+    hangingPath() = path;
+    g_hangingCall = static_cast<int>(call);
 }
 
-void failLinks(int error) {
-    g_linkError = error;
+int hangingCalls() {
+    return g_hanging;
 }
 
-void failCounts(int error) {
-    g_countError = error;
+void releaseCalls() {
+    g_hangingCall = -1;
+    g_hangingCall.notify_all();
 }
 
-void refuseForkHandlers(int error) {
-    g_forkError = error;
+void delayUnlocksOfThreads(bool delayed) {
+    g_unlocksDelayed = delayed;
 }
 
-void refuseInotify(int error) {
-    g_inotifyError = error;
-}
+#define FAULTY extern "C" [[gnu::visibility("default")]]
+#define CALLER __builtin_return_address(0)
 
-void refuseEventfd(int error) {
-    g_eventfdError = error;
-}
-
-extern "C" [[gnu::visibility("default")]] int inotify_add_watch(int descriptor, const char* path,
-                                                                std::uint32_t mask) noexcept {
-    return refused(g_watchError)
+FAULTY int inotify_add_watch(int descriptor, const char* path, std::uint32_t mask) noexcept {
+    return refused(Call::AddWatch, CALLER)
                ? -1
                : static_cast<int>(::syscall(SYS_inotify_add_watch, descriptor, path, mask));
 }
 
-extern "C" [[gnu::visibility("default")]] int inotify_init1(int flags) noexcept {
-    return refused(g_inotifyError) ? -1 : static_cast<int>(::syscall(SYS_inotify_init1, flags));
+FAULTY int inotify_init1(int flags) noexcept {
+    return refused(Call::InotifyInit, CALLER)
+               ? -1
+               : static_cast<int>(::syscall(SYS_inotify_init1, flags));
 }
 
-extern "C" [[gnu::visibility("default")]] int eventfd(unsigned count, int flags) noexcept {
-    return refused(g_eventfdError) ? -1 : static_cast<int>(::syscall(SYS_eventfd2, count, flags));
+FAULTY int pipe2(int* ends, int flags) noexcept {
+    return refused(Call::Pipe, CALLER) ? -1 : static_cast<int>(::syscall(SYS_pipe2, ends, flags));
 }
 
-extern "C" [[gnu::visibility("default")]] int poll(pollfd* descriptors, nfds_t count, int timeout) {
-    if (g_failedWaits > 0) {
-        --g_failedWaits;
-        errno = g_waitError;
-        return -1;
-    }
-    return static_cast<int>(::syscall(SYS_poll, descriptors, count, timeout));
+FAULTY int poll(pollfd* descriptors, nfds_t count, int timeout) {
+    return refused(Call::Poll, CALLER)
+               ? -1
+               : static_cast<int>(::syscall(SYS_poll, descriptors, count, timeout));
 }
 
-// Sanitizers call these themselves before they are ready for what is instrumented.
+// Sanitizers call these themselves before they are ready for instrumented code.
 #ifndef SANITIZED
 
-extern "C" [[gnu::visibility("default")]] ssize_t read(int descriptor, void* bytes,
-                                                       std::size_t size) {
-    if (g_failedReads > 0) {
-        --g_failedReads;
-        errno = g_readError;
+namespace {
+
+void hang(Call call, const void* caller, const char* path = "") {
+    const int number = static_cast<int>(call);
+    if (g_hangingCall != number || !ofTheEventLibrary(caller)) {
+        return;
+    }
+    {
+        const std::lock_guard<std::mutex> guard(g_pathMutex);
+        if (!hangingPath().empty() && hangingPath() != path) {
+            return;
+        }
+    }
+    ++g_hanging;
+    while (g_hangingCall == number) {
+        g_hangingCall.wait(number);
+    }
+    --g_hanging;
+}
+
+} // namespace
+
+FAULTY int close(int descriptor) {
+    // Like Linux, which releases the descriptor whatever close() returns.
+    const bool fails = refused(Call::Close, CALLER);
+    const int error = errno;
+    const auto result = static_cast<int>(::syscall(SYS_close, descriptor));
+    if (fails) {
+        errno = error;
         return -1;
     }
-    return ::syscall(SYS_read, descriptor, bytes, size);
+    return result;
 }
 
-extern "C" [[gnu::visibility("default")]] ssize_t readlink(const char* path, char* bytes,
-                                                           std::size_t size) noexcept {
-    return refused(g_linkError) ? -1 : ::syscall(SYS_readlinkat, AT_FDCWD, path, bytes, size);
+FAULTY int fcntl(int descriptor, int command, ...) {
+    va_list rest;
+    va_start(rest, command);
+    const auto argument = va_arg(rest, long);
+    va_end(rest);
+    return refused(Call::Fcntl, CALLER)
+               ? -1
+               : static_cast<int>(::syscall(SYS_fcntl, descriptor, command, argument));
 }
 
-extern "C" [[gnu::visibility("default")]] int ioctl(int descriptor, unsigned long request,
-                                                    ...) noexcept {
+FAULTY int fstat(int descriptor, struct stat* status) noexcept {
+    return refused(Call::Fstat, CALLER)
+               ? -1
+               : static_cast<int>(::syscall(SYS_fstat, descriptor, status));
+}
+
+FAULTY int lstat(const char* path, struct stat* status) noexcept {
+    hang(Call::Lstat, CALLER, path);
+    return refused(Call::Lstat, CALLER) ? -1 : static_cast<int>(::syscall(SYS_lstat, path, status));
+}
+
+FAULTY int open(const char* path, int flags, ...) {
+    va_list rest;
+    va_start(rest, flags);
+    const auto mode = va_arg(rest, unsigned int);
+    va_end(rest);
+    hang(Call::Open, CALLER, path);
+    return refused(Call::Open, CALLER)
+               ? -1
+               : static_cast<int>(::syscall(SYS_openat, AT_FDCWD, path, flags, mode));
+}
+
+FAULTY ssize_t read(int descriptor, void* bytes, std::size_t size) {
+    hang(Call::Read, CALLER);
+    return refused(Call::Read, CALLER) ? -1 : ::syscall(SYS_read, descriptor, bytes, size);
+}
+
+FAULTY ssize_t write(int descriptor, const void* bytes, std::size_t size) {
+    return refused(Call::Write, CALLER) ? -1 : ::syscall(SYS_write, descriptor, bytes, size);
+}
+
+FAULTY ssize_t readlink(const char* path, char* bytes, std::size_t size) noexcept {
+    return refused(Call::Readlink, CALLER) ? -1 : ::syscall(SYS_readlink, path, bytes, size);
+}
+
+FAULTY int ioctl(int descriptor, unsigned long request, ...) noexcept {
     va_list rest;
     va_start(rest, request);
     void* const argument = va_arg(rest, void*);
     va_end(rest);
-    return refused(g_countError)
+    return refused(Call::Ioctl, CALLER)
                ? -1
                : static_cast<int>(::syscall(SYS_ioctl, descriptor, request, argument));
 }
 
-// What pthread_atfork comes to.
-extern "C" [[gnu::visibility("default")]] int __register_atfork(void (*prepare)(), void (*parent)(),
-                                                                void (*child)(), void* library) {
-    if (const int error = g_forkError) {
-        return error;
+FAULTY int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*work)(void*),
+                          void* argument) noexcept {
+    static auto* const real =
+        reinterpret_cast<decltype(&::pthread_create)>(::dlsym(RTLD_NEXT, "pthread_create"));
+    return refused(Call::ThreadCreate, CALLER) ? errno : real(thread, attributes, work, argument);
+}
+
+FAULTY int pthread_mutex_unlock(pthread_mutex_t* mutex) noexcept {
+    static auto* const real = reinterpret_cast<decltype(&::pthread_mutex_unlock)>(
+        ::dlsym(RTLD_NEXT, "pthread_mutex_unlock"));
+    const int result = real(mutex);
+    if (g_unlocksDelayed && ofTheEventLibrary(CALLER) && ::gettid() != ::getpid()) {
+        ::usleep(2000);
     }
-    auto* const real =
+    return result;
+}
+
+// What pthread_atfork calls.
+FAULTY int __register_atfork(void (*prepare)(), void (*parent)(), void (*child)(), void* library) {
+    static auto* const real =
         reinterpret_cast<decltype(&__register_atfork)>(::dlsym(RTLD_NEXT, "__register_atfork"));
-    return real(prepare, parent, child, library);
+    return refused(Call::RegisterFork, CALLER) ? errno : real(prepare, parent, child, library);
 }
 
 #endif

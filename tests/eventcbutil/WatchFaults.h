@@ -1,27 +1,46 @@
 #pragma once
 
-/// Faults of the kernel's interfaces that the event library stands on, injected from outside: the
-/// test executable defines the calls itself, so this header goes with WatchFaults.cpp linked in.
+#include <climits>
+#include <string>
 
-/// From now on every new watch on a folder is refused with that error number; 0 lets them through.
-void refuseWatches(int error);
+/// Faults of the system calls of the event library, injected from outside: the test executable
+/// defines the calls itself, so this header goes with WatchFaults.cpp linked in. If the executable
+/// runs the event library as a shared library, only that library's calls fail.
 
-/// The same for every new instance of inotify, or of eventfd.
-void refuseInotify(int error);
-void refuseEventfd(int error);
+/// The calls that can fail. The last ones are there without sanitizers only.
+enum class Call {
+    AddWatch,
+    InotifyInit,
+    Pipe,
+    Poll,
+    // Without sanitizers:
+    Close,
+    Fcntl,
+    Fstat,
+    Ioctl,
+    Lstat,
+    Open,
+    Read,
+    Readlink,
+    RegisterFork,
+    ThreadCreate,
+    Write,
+};
 
-/// The next waits for something to happen fail at once with that error number; EINTR: as if a
-/// signal had come.
-void failWaits(int error, int count);
+/// The next `count` of these calls fail with that error number; 0 lets them through again.
+void failCalls(Call call, int error, int count = INT_MAX);
 /// How many of them have not come yet.
-int failuresLeft();
+int failuresLeft(Call call);
+/// How many such calls there have been since the start, failed or not.
+int callCount(Call call);
 
-// What follows is there without sanitizers only.
+/// From now on these calls do not return until `releaseCalls`. With a path, only those of that
+/// path (Lstat, Open).
+void hangCalls(Call call, const std::string& path = "");
+/// How many calls hang at the moment.
+int hangingCalls();
+void releaseCalls();
 
-/// The next reads of any descriptor fail with that error number.
-void failReads(int error, int count);
-/// From now on nobody learns where a link leads to, or how much there is to be read; 0 lets them.
-void failLinks(int error);
-void failCounts(int error);
-/// The same for registering what is to be done at forks.
-void refuseForkHandlers(int error);
+/// Whether every thread but the first one is delayed by 2 ms each time the event library has
+/// released a mutex on it; without sanitizers.
+void delayUnlocksOfThreads(bool delayed);

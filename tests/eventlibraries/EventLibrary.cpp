@@ -35,6 +35,20 @@ EventConsumerCBInit(const std::string& eventName, const std::string& second,
 }
 #endif
 
+#ifndef WITHOUT_REDELIVER
+extern "C" [[gnu::visibility("default")]] void
+EventConsumerCBRedeliver(const EventConsumerCallback* callback) {
+    support::EventBroker& broker = *sysconfTestEventBroker();
+    std::unique_lock<std::mutex> guard(broker.mutex);
+    ++broker.redeliveries;
+    broker.lastRedelivery = *callback;
+    if (const auto hook = broker.redeliverHook) {
+        guard.unlock();
+        hook();
+    }
+}
+#endif
+
 #ifndef WITHOUT_FINI
 extern "C" [[gnu::visibility("default")]] void EventConsumerCBFini() {
     support::EventBroker& broker = *sysconfTestEventBroker();

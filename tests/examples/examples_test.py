@@ -1,9 +1,9 @@
 #!/usr/bin/python3
-"""The examples, run on copies of the sample deployments.
+"""Runs the examples on copies of the sample deployments.
 
 usage: examples_test.py SOURCE-DIRECTORY BUILD-DIRECTORY
 
-Changes are waited for by reading what the example writes next; ctest ends what waits in vain.
+A test waits for a change by reading the next line of the example; ctest has the timeout.
 """
 
 import os
@@ -17,7 +17,7 @@ import unittest
 
 SOURCE = pathlib.Path(sys.argv[1])
 BUILD = pathlib.Path(sys.argv[2])
-# Where the master's service address is while the master is well, and where this host can carry it.
+# The master's service address: on another host, and on this one.
 ELSEWHERE = "198.51.100.61"
 HERE = "127.0.0.1"
 
@@ -30,7 +30,7 @@ STANDING_IN = (
 
 
 class Pair:
-    """A copy of the pair's files, seen by the standby."""
+    """A copy of the sample pair and the environment of its standby."""
 
     def __init__(self, folder):
         self.root = pathlib.Path(folder) / "ha-pair"
@@ -52,7 +52,7 @@ class Pair:
         return {**inherited, **mine, **more}
 
     def replace(self, path, old, new):
-        """As files should be changed: a complete new one takes the place of the old one."""
+        """Renames a complete new file over the old one."""
         text = path.read_text()
         assert old in text, (path, old)
         following = path.with_suffix(".next")
@@ -73,7 +73,7 @@ class ExamplesTest(unittest.TestCase):
         self.pair = Pair(folder.name)
 
     def service(self, **environment):
-        """where-am-i on the standby, looking a hundred times a second."""
+        """Starts where-am-i on the standby with an interval of 10 ms."""
         process = subprocess.Popen(
             [BUILD / "examples/where-am-i/where-am-i", "10"],
             env=self.pair.environment(**environment),
@@ -126,19 +126,19 @@ class ExamplesTest(unittest.TestCase):
         self.assertEqual(self.next_line(service), STANDBY)
         self.end(service, signal.SIGINT)
 
-    def test_where_am_i_without_an_event_library_tells_its_place_once(self):
+    def test_where_am_i_without_an_event_library_prints_its_place_once(self):
         service = self.service(LD_LIBRARY_PATH=str(self.folder))
         self.assertEqual(self.next_line(service), STANDING_IN)
         self.end(service, signal.SIGTERM)
 
-    def test_the_minimal_event_library_refuses_where_there_is_no_pipe(self):
+    def test_the_minimal_event_library_without_a_pipe_fails_to_subscribe(self):
         threads = []
         for events in {}, {"NO_EM_CLIENT": "1"}:
             service = self.service(LD_LIBRARY_PATH=str(BUILD / "examples/event-library"), **events)
             self.assertEqual(self.next_line(service), STANDING_IN)
             threads.append(len(os.listdir(f"/proc/{service.pid}/task")))
             self.end(service, signal.SIGTERM)
-        self.assertEqual(threads[0], threads[1], "the event library has started a thread")
+        self.assertEqual(threads[0], threads[1], "the event library started a thread")
 
     def database_entry(self, name):
         run = subprocess.run(
@@ -155,13 +155,13 @@ class ExamplesTest(unittest.TestCase):
         "through libpq.so.5, with a password\n"
     )
 
-    def test_database_entry_tells_every_entry(self):
+    def test_database_entry_prints_every_entry(self):
         self.assertEqual(self.database_entry("alarms"), (0, self.ALARMS, ""))
 
-    def test_database_entry_tells_a_name_that_is_unknown(self):
+    def test_database_entry_reports_an_unknown_name(self):
         self.assertEqual(self.database_entry("Alarms"), (1, "", "no database Alarms\n"))
 
-    def test_database_entry_tells_a_value_of_the_wrong_type(self):
+    def test_database_entry_reports_a_value_of_the_wrong_type(self):
         self.pair.replace(self.pair.root / "node-2/etc/app.json", "5432", '"5432"')
         status, output, error = self.database_entry("alarms")
         self.assertEqual((status, output), (1, ""))

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# outside.sh SOURCE BUILD: builds each example as a project of its own, by its find_package. What
-# that finds stands in for the installed package: a target that leads to the library in BUILD.
+# outside.sh SOURCE BUILD: builds each example as a separate project. Its find_package finds a replacement
+# for the installed package, whose target is the library in BUILD.
 set -euo pipefail
 
 source=$1
@@ -38,7 +38,7 @@ for example in "$source"/examples/*/; do
 done
 [[ $examples -ge 3 ]]
 
-# They run with the library that was found.
+# The programs run with that library.
 output=$(cd "$source/samples/ha-pair" && APP_CONF_FILE=node-1/etc/app.json APP_ROOT=node-1 \
   "$work/database-entry/database-entry" alarms)
 [[ $output == "0: postgresql at "* ]]

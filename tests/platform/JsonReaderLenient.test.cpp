@@ -46,9 +46,9 @@ TEST(JsonReaderLenient, ValuesNestedBeyondTheLimit_RefusedWithoutAnException) {
     const auto nested = [](std::size_t depth) {
         return std::string(depth, '[') + std::string(depth, ']');
     };
-    EXPECT_TRUE(accepts(nested(JsonReader::kNestingLimit)));
+    EXPECT_TRUE(accepts(nested(JsonReader::kLenientNestingLimit)));
     Json::Value value("old");
-    EXPECT_FALSE(JsonReader(true).parse(nested(JsonReader::kNestingLimit + 1), value));
+    EXPECT_FALSE(JsonReader(true).parse(nested(JsonReader::kLenientNestingLimit + 1), value));
     EXPECT_FALSE(JsonReader(true).parse(std::string(100000, '['), value));
     EXPECT_EQ(value, Json::Value("old"));
 }

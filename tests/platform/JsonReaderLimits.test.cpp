@@ -14,9 +14,13 @@
 namespace {
 
 constexpr std::size_t kLimit = JsonReader::kNestingLimit;
+static_assert(kLimit >= 1000);
 
-/// Levels of containers around a 1, outermost first: 'a' for an array, 'o' for an object. Each
-/// holds `width` children, of which the last is the next level: the one that costs most to reach.
+/// More levels than any configuration file needs: a tree of them fits a small stack.
+constexpr std::size_t kOrdinary = 16;
+
+/// Levels of containers around a 1, outermost first: 'a' for an array, 'o' for an object. Each has
+/// `width` children, of which the last, the one that costs most stack to reach, is the next level.
 std::string nested(const std::string& levels, std::size_t width = 1) {
     std::string head;
     std::string tail;
@@ -82,8 +86,8 @@ TEST(JsonReaderStrict, NestingWithoutEnd_Refused) {
 }
 
 TEST(JsonReaderStrict, WidthOfALevel_NotLimited) {
-    EXPECT_TRUE(accepts(nested(std::string(kLimit, 'a'), 1023)));
-    EXPECT_TRUE(accepts(nested(std::string(kLimit, 'o'), 1023)));
+    EXPECT_TRUE(accepts(nested(std::string(kLimit, 'a'), 30)));
+    EXPECT_TRUE(accepts(nested(std::string(kLimit, 'o'), 30)));
     EXPECT_TRUE(accepts(nested("oaoao", 100000)));
 }
 
@@ -104,22 +108,32 @@ TEST(JsonReaderStrict, TextBeyondTheLimit_Refused) {
 /// What a caller on a small stack does with a text.
 struct Errand {
     std::string text;
-    bool lenient;
+    bool (*run)(const std::string& text);
     bool done = false;
 };
 
-void readCopyAndFree(Errand& errand) {
+/// Reads the text into a tree, copies it and frees both.
+template <bool kLenient>
+bool treeIsCopied(const std::string& text) {
     Json::Value value;
-    if (JsonReader(errand.lenient).parse(errand.text, value)) {
-        const auto copy = std::make_unique<Json::Value>(value);
-        errand.done = *copy == value;
-    }
+    return JsonReader(kLenient).parse(text, value) &&
+           *std::make_unique<Json::Value>(value) == value;
+}
+
+/// Reads the text into a document and finds the 1 by its name, if the text is a chain of objects.
+bool documentAnswers(const std::string& text) {
+    std::string padded = text;
+    padded.resize(text.size() + JsonDocument::kPadding);
     JsonDocument document;
-    std::string padded = errand.text;
-    padded.resize(errand.text.size() + JsonDocument::kPadding);
-    if (!errand.lenient && document.read(padded.data(), errand.text.size())) {
-        errand.done = errand.done && document.root().value() == value;
+    if (!document.read(padded.data(), text.size())) {
+        return false;
     }
+    JsonDocument::Node node = document.root();
+    const std::string name = "1000000";
+    for (std::size_t level = 0; text.front() == '{' && level < kLimit; ++level) {
+        node = node[name];
+    }
+    return text.front() != '{' || node.asInt() == 1;
 }
 
 constexpr std::size_t kSmallStack = std::size_t{64} * 1024;
@@ -137,12 +151,13 @@ void* runErrand(void* argument) {
     for (volatile char& byte : callers) {
         byte = 1;
     }
-    readCopyAndFree(*static_cast<Errand*>(argument));
+    auto& errand = *static_cast<Errand*>(argument);
+    errand.done = errand.run(errand.text);
     return callers[0] == 1 ? argument : nullptr;
 }
 
-bool isDoneOnASmallStack(const std::string& text, bool lenient) {
-    Errand errand{text, lenient};
+bool isDoneOnASmallStack(const std::string& text, bool (*run)(const std::string& text)) {
+    Errand errand{text, run};
     pthread_attr_t attributes{};
     EXPECT_EQ(pthread_attr_init(&attributes), 0);
     EXPECT_EQ(pthread_attr_setstacksize(&attributes, kThreadStack), 0);
@@ -153,28 +168,42 @@ bool isDoneOnASmallStack(const std::string& text, bool lenient) {
     return errand.done;
 }
 
-TEST(JsonReaderStrict, TreeAtTheLimit_ReadCopiedAndFreedOnASmallStack) {
+TEST(JsonReaderStrict, OrdinaryTree_ReadCopiedAndFreedOnASmallStack) {
     for (const std::string& text :
-         {nested(std::string(kLimit, 'a')), nested(std::string(kLimit, 'o')),
-          nested(alternating(kLimit), 1023), nested(std::string(kLimit, 'a'), 30000),
-          R"([1e400,"\ud800",)" + nested(std::string(kLimit - 1, 'o'), 30) + "]"}) {
-        EXPECT_TRUE(isDoneOnASmallStack(text, false)) << text.substr(0, 200);
+         {nested(std::string(kOrdinary, 'a')), nested(std::string(kOrdinary, 'o')),
+          nested(alternating(kOrdinary), 1023), nested(std::string(kOrdinary, 'a'), 30000),
+          R"([1e400,"\ud800",)" + nested(std::string(kOrdinary - 1, 'o'), 30) + "]"}) {
+        EXPECT_TRUE(isDoneOnASmallStack(text, &treeIsCopied<false>)) << text.substr(0, 200);
     }
 }
 
-TEST(JsonReaderStrict, TreeBeyondTheLimit_RefusedAndFreedOnASmallStack) {
-    // Two refused for their end only, so that a whole tree is freed.
+TEST(JsonReaderStrict, NestedBeyondTheLimit_RefusedOnASmallStack) {
+    // Two are refused for their end only.
     for (const std::string& text :
-         {nested(std::string(kLimit, 'a'), 1023) + "]",
-          nested(std::string(kLimit, 'o'), 1023) + "}", nested(std::string(kLimit + 1, 'a'), 31),
-          nested(std::string(100000, 'a'))}) {
-        EXPECT_FALSE(isDoneOnASmallStack(text, false)) << text.substr(0, 200);
+         {nested(std::string(kLimit, 'a'), 31) + "]", nested(std::string(kLimit, 'o'), 31) + "}",
+          nested(std::string(kLimit + 1, 'a'), 31), nested(std::string(100000, 'a'))}) {
+        EXPECT_FALSE(isDoneOnASmallStack(text, &treeIsCopied<false>)) << text.substr(0, 200);
+    }
+}
+
+TEST(JsonDocument, NestedUpToTheLimit_ReadAndFreedOnASmallStack) {
+    const std::string objects = nested(std::string(kLimit, 'o'));
+    const std::string arrays = nested(std::string(kLimit - 1, 'a'));
+    for (const std::string& text : {objects, arrays, nested(std::string(kLimit, 'a'), 31)}) {
+        EXPECT_TRUE(isDoneOnASmallStack(text, &documentAnswers)) << text.substr(0, 200);
+    }
+    // What the fast reader refuses and the strict one reads, and what both refuse.
+    for (const std::string value : {"1e400", "\"\\ud800\"", "\"\xff\"", "99999999999999999999"}) {
+        EXPECT_TRUE(isDoneOnASmallStack("[" + value + "," + arrays + "]", &documentAnswers));
+        EXPECT_FALSE(isDoneOnASmallStack("[" + value + "," + arrays + ",]", &documentAnswers));
+        EXPECT_FALSE(isDoneOnASmallStack("[" + value + ",[" + arrays + "]]", &documentAnswers));
     }
 }
 
 TEST(JsonReaderLenient, TreeAtTheLimit_ReadCopiedAndFreedOnASmallStack) {
-    EXPECT_TRUE(isDoneOnASmallStack(nested(std::string(kLimit - 1, 'a')), true));
-    EXPECT_TRUE(isDoneOnASmallStack(nested(std::string(kLimit - 1, 'o')), true));
+    constexpr std::size_t kLevels = JsonReader::kLenientNestingLimit - 1;
+    EXPECT_TRUE(isDoneOnASmallStack(nested(std::string(kLevels, 'a')), &treeIsCopied<true>));
+    EXPECT_TRUE(isDoneOnASmallStack(nested(std::string(kLevels, 'o')), &treeIsCopied<true>));
 }
 
 } // namespace

@@ -150,34 +150,36 @@ TEST(RulesOnRandomLists, NorthSlotList_IsWrittenLikeTheNaiveTelling) {
         std::string service;
         std::string service2;
         naive::localNodeIPs(list, "n1", "northbound", byNumber, service, service2);
-        const std::string answer = rules::northSlotList(byNumber, service, service2, "M");
-        EXPECT_EQ(answer, naive::localNorthIP(list, "n1", "M"));
+        std::map<int, rules::SharedAddress> shared;
+        for (const auto& [number, address] : byNumber) {
+            shared[number] = std::make_shared<const std::string>(address);
+        }
+        const std::string answer = naive::localNorthIP(list, "n1", "M");
+        EXPECT_EQ(rules::northSlotList(byNumber, service, service2, "M"), answer);
+        EXPECT_EQ(rules::sharedNorthSlotList(shared, service, service2, "M"), answer);
         slots.count += byNumber.empty() ? 0 : 1;
     });
 }
 
 TEST(RulesOnRandomLists, SouthboundSlots_AnswerLikeTheNaiveTellingsThousandKeys) {
     Tally slots{"lists with slots"};
-    forEachList(kListsWithKeys,
-                [&](RandomLists&, const Json::Value& list, const rules::Node& root) {
-                    std::map<int, std::string> bySlot;
-                    rules::TagWalk seen;
-                    const bool threw = throws([&] {
-                        rules::collectByTag(
-                            rules::addressEntries(rules::nodeEntry(root, "n1")),
-                            [&](const std::string& tag) {
-                                const int slot = rules::southboundSlot(tag, "southbound");
-                                return slot != 0 ? &bySlot[slot] : nullptr;
-                            },
-                            seen);
-                    });
-                    const std::string answer =
-                        threw          ? rules::serviceList(seen.service, "", "M")
-                        : seen.matched ? rules::southSlotList(bySlot)
-                                       : rules::serviceList(seen.service, seen.service2, "M");
-                    EXPECT_EQ(answer, naive::localSouthIP(list, "n1", "M"));
-                    slots.count += !threw && seen.matched ? 1 : 0;
-                });
+    forEachList(
+        kListsWithKeys, [&](RandomLists&, const Json::Value& list, const rules::Node& root) {
+            std::map<int, rules::SharedAddress> bySlot;
+            rules::TagWalk seen;
+            const bool threw = throws([&] {
+                rules::collectByTag(
+                    rules::addressEntries(rules::nodeEntry(root, "n1")),
+                    [](const std::string& tag) { return rules::southboundSlot(tag, "southbound"); },
+                    bySlot, seen);
+            });
+            const std::string answer = threw ? rules::serviceList(seen.service, "", "M")
+                                       : seen.matched
+                                           ? rules::sharedSouthSlotList(bySlot)
+                                           : rules::serviceList(seen.service, seen.service2, "M");
+            EXPECT_EQ(answer, naive::localSouthIP(list, "n1", "M"));
+            slots.count += !threw && seen.matched ? 1 : 0;
+        });
 }
 
 TEST(RulesOnRandomLists, SouthboundSlot_IsFoundExactlyForTheThousandKeys) {

@@ -1,9 +1,9 @@
 #!/usr/bin/python3
-"""The schemas against the samples, and against what `sysconfctl check` finds in mutated samples.
+"""Compares the schemas with the samples, and with the findings of `sysconfctl check` in mutants.
 
 usage: schema_test.py SOURCE-DIRECTORY SYSCONFCTL
 
-The validator is not the tool's: it knows nothing of the library.
+The validator is jsonschema, which is independent of the library and the tool.
 """
 
 import copy
@@ -33,7 +33,7 @@ SUFFIXES = {
     "APP_ROOT": "/etc/sysconf/nodelist.json",
     "TOLM_ROOT": "/etc/sysconf/nodelists.json",
 }
-# What check calls an error of a type is one for the schema, too.
+# Findings that a schema must reject too.
 TYPE_ERRORS = {"wrong-type", "database-no-list", "database-entry", "usage-no-list"}
 
 
@@ -51,7 +51,7 @@ def validator(variable):
 
 
 class View:
-    """One view of a sample: its environment and its three documents."""
+    """A view of a sample: instance id and the three documents."""
 
     def __init__(self, path):
         self.name = path.parent.name + "/" + path.stem
@@ -103,10 +103,10 @@ def owner(document, path):
 
 
 def mutants(view):
-    """Every member retyped to each other type, or deleted: (description, variable, document)."""
+    """Yields (description, variable, document): each value deleted or given another type."""
     for variable, document in view.documents.items():
         for path in paths(document):
-            # Of other processes the library reads nothing, so neither does check.
+            # The library and check do not read other processes.
             if path[0] == "processes" and len(path) > 1 and path[1] != view.instance:
                 continue
             old = owner(document, path)[path[-1]]
@@ -149,13 +149,11 @@ class SchemaTest(unittest.TestCase):
                 errors = list(validator(variable).iter_errors(document))
                 self.assertEqual(errors, [], view.name)
 
-    def test_mutated_samples_are_judged_as_check_judges_them(self):
+    def test_mutated_samples_are_rejected_like_by_check(self):
         print(f"seed {SEED}, {MUTANTS} of the mutants of each kind of file")
         random.seed(SEED)
         rejected = 0
-        everything = [
-            (view, *mutant) for view in views() for mutant in mutants(view)
-        ]
+        everything = [(view, *mutant) for view in views() for mutant in mutants(view)]
         for variable in SCHEMAS:
             candidates = [mutant for mutant in everything if mutant[2] == variable]
             judge = validator(variable)

@@ -2,19 +2,24 @@
 
 #include "support/Sanitizers.h"
 
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <new>
 
 namespace {
 
-// Plain data: these are used before any constructor has run.
+// Constant-initialised: these are used before any constructor has run.
 thread_local bool t_armed = false;
 thread_local bool t_persistent = false;
 thread_local bool t_happened = false;
 thread_local std::size_t t_left = 0;
+constinit std::atomic<bool (*)()> g_hook{nullptr};
 
 bool failsNow() {
+    if (const auto hook = g_hook.load(); hook != nullptr && hook()) {
+        return true;
+    }
     if (!t_armed || --t_left != 0) {
         return false;
     }
@@ -43,6 +48,10 @@ bool AllocationFault::happened() const {
     return t_happened;
 }
 
+void setAllocationHook(bool (*fails)()) {
+    g_hook = fails;
+}
+
 } // namespace support
 
 #ifdef SANITIZED
@@ -63,7 +72,7 @@ extern "C" {
 
 #ifndef NEW_IS_REPLACED_BY_THE_LINKER
 
-// Every form that is not aligned, because a sanitizer's own would not go with these.
+// Every form without alignment: a sanitizer's own `delete` does not match these `new`s.
 void* operator new(std::size_t size) {
     return failingNew(size);
 }
@@ -101,7 +110,7 @@ void operator delete[](void* memory, const std::nothrow_t& /*tag*/) noexcept {
 
 // `new` calls malloc, so one replacement serves both.
 extern "C" {
-// The C library's own names for what is replaced here.
+// The C library's own names for the functions replaced here.
 void* __libc_malloc(std::size_t size);                    // NOLINT(bugprone-reserved-identifier)
 void* __libc_calloc(std::size_t count, std::size_t size); // NOLINT(bugprone-reserved-identifier)
 void* __libc_realloc(void* memory, std::size_t size);     // NOLINT(bugprone-reserved-identifier)

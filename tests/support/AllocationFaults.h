@@ -2,15 +2,15 @@
 
 #include <cstddef>
 
-/// Memory that runs out, injected from outside: the test executable replaces `new` and, in a plain
-/// build, malloc, calloc and realloc as well (a sanitizer's runtime keeps those to itself). Goes
-/// with AllocationFaults.cpp linked in.
+/// Failing allocations, injected from outside: the test executable replaces `new` and, in a plain
+/// build, malloc, calloc and realloc as well (a sanitizer's runtime keeps its own). Link
+/// AllocationFaults.cpp.
 namespace support {
 
 enum class Shortage { OneAllocation, FromThereOn };
 
-/// While it lives, allocation number `which` of the current thread (counted from 1) fails, and, on
-/// demand, every later one.
+/// While it exists, allocation number `which` of the current thread (counted from 1) fails; with
+/// FromThereOn, every later one fails too.
 class AllocationFault {
 public:
     explicit AllocationFault(std::size_t which, Shortage shortage = Shortage::OneAllocation);
@@ -21,5 +21,9 @@ public:
     /// Whether an allocation has failed.
     bool happened() const;
 };
+
+/// Called for each allocation, on every thread; if it returns true, the allocation fails. It must
+/// not allocate. Null removes it.
+void setAllocationHook(bool (*fails)());
 
 } // namespace support

@@ -10,7 +10,7 @@
 namespace support {
 
 /// The state of the recording event library. It lives in the test executable, so that tests can
-/// set it before the library is loaded and read it whatever becomes of the library.
+/// set it before the library is loaded and read it after the library has been unloaded.
 struct EventBroker {
     std::mutex mutex;
     std::condition_variable idle;
@@ -22,6 +22,9 @@ struct EventBroker {
     int inits = 0;
     int subscriptions = 0;
     int finis = 0;
+    int redeliveries = 0;
+    EventConsumerCallback lastRedelivery{};
+    std::function<void()> redeliverHook;
     std::string lastEventName;
     std::string lastSecond = "unset";
     bool subscribed = false;
@@ -31,5 +34,5 @@ struct EventBroker {
 
 } // namespace support
 
-/// How the recording library finds that state: exported by the test executable.
+/// Gives the recording library access to that state. Exported by the test executable.
 extern "C" [[gnu::visibility("default")]] support::EventBroker* sysconfTestEventBroker();

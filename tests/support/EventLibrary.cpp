@@ -63,10 +63,20 @@ void setFiniHook(std::function<void()> hook) {
     broker().finiHook = std::move(hook);
 }
 
+void setRedeliverHook(std::function<void()> hook) {
+    const std::lock_guard<std::mutex> guard(broker().mutex);
+    broker().redeliverHook = std::move(hook);
+}
+
 EventLibraryCalls eventLibraryCalls() {
     const std::lock_guard<std::mutex> guard(broker().mutex);
-    return {broker().inits, broker().subscriptions, broker().finis, broker().lastEventName,
-            broker().lastSecond};
+    return {broker().inits,        broker().subscriptions, broker().finis,
+            broker().redeliveries, broker().lastEventName, broker().lastSecond};
+}
+
+EventConsumerCallback lastRedelivery() {
+    const std::lock_guard<std::mutex> guard(broker().mutex);
+    return broker().lastRedelivery;
 }
 
 bool subscribed() {

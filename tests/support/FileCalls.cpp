@@ -157,13 +157,18 @@ using FstatFunction = int(int, struct stat*);
 using PreadFunction = ssize_t(int, void*, std::size_t, off_t);
 
 template <typename Read>
-ssize_t disturbedRead(int descriptor, std::size_t size, Read real) {
+ssize_t disturbedRead(int descriptor, void* buffer, std::size_t size, Read real) {
     const support::ReadStep step = nextStep(descriptor);
     if (step.error != 0) {
         errno = step.error;
         return -1;
     }
-    return real(std::min(size, step.atMost));
+    const std::size_t allowed = std::min(size, step.atMost);
+    if (step.fill != '\0') {
+        std::memset(buffer, step.fill, allowed);
+        return static_cast<ssize_t>(allowed);
+    }
+    return real(allowed);
 }
 
 bool closesOnExec(int flags) {
@@ -237,20 +242,20 @@ std::FILE* replacedFopen64(const char* path, const char* mode) {
 
 ssize_t replacedRead(int descriptor, void* buffer, std::size_t size) {
     auto* real = support::realFunction<ReadFunction>(&__interceptor_read, "read");
-    return disturbedRead(descriptor, size,
+    return disturbedRead(descriptor, buffer, size,
                          [&](std::size_t allowed) { return real(descriptor, buffer, allowed); });
 }
 
 ssize_t replacedPread(int descriptor, void* buffer, std::size_t size, off_t offset) {
     auto* real = support::realFunction<PreadFunction>(&__interceptor_pread, "pread");
-    return disturbedRead(descriptor, size, [&](std::size_t allowed) {
+    return disturbedRead(descriptor, buffer, size, [&](std::size_t allowed) {
         return real(descriptor, buffer, allowed, offset);
     });
 }
 
 ssize_t replacedPread64(int descriptor, void* buffer, std::size_t size, off_t offset) {
     auto* real = support::realFunction<PreadFunction>(&__interceptor_pread64, "pread64");
-    return disturbedRead(descriptor, size, [&](std::size_t allowed) {
+    return disturbedRead(descriptor, buffer, size, [&](std::size_t allowed) {
         return real(descriptor, buffer, allowed, offset);
     });
 }

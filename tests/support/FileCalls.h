@@ -33,10 +33,12 @@ void failOpens(const std::string& path, std::function<int(std::size_t)> script);
 /// Runs on the opening thread before each open of a JSON file; null takes it away.
 void setOpenHook(std::function<void(const std::string& path)> hook);
 
-/// What one read call does: fails with `error`, or else reads at most that many bytes.
+/// What one read call does: fails with `error`, or else reads at most that many bytes; not from the
+/// file but that many times `fill`, unless that is NUL.
 struct ReadStep {
     int error = 0;
     std::size_t atMost = std::numeric_limits<std::size_t>::max();
+    char fill = '\0';
 };
 
 /// From now on the n-th read or pread (from 0) of the file at `path` does script(n); null lets the

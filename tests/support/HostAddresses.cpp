@@ -15,10 +15,11 @@ struct Interface {
     ifaddrs entry{};
 };
 
-// A deque: the entries point to each other and into themselves.
+// A deque keeps elements in place: the entries point to each other and into themselves.
 std::deque<Interface> g_interfaces;
 char g_name[] = "test0";
 int g_error = 0;
+int (*g_hook)() = nullptr;
 
 sockaddr* parse(const std::string& text, Interface& into) {
     if (::inet_pton(AF_INET, text.c_str(), &into.v4.sin_addr) == 1) {
@@ -36,8 +37,9 @@ sockaddr* parse(const std::string& text, Interface& into) {
 
 extern "C" {
 [[gnu::visibility("default")]] int getifaddrs(ifaddrs** first) noexcept {
-    if (g_error != 0) {
-        errno = g_error;
+    const int hooked = g_hook != nullptr ? g_hook() : 0;
+    if (const int error = hooked != 0 ? hooked : g_error; error != 0) {
+        errno = error;
         return -1;
     }
     *first = g_interfaces.empty() ? nullptr : &g_interfaces.front().entry;
@@ -63,6 +65,10 @@ void setHostAddresses(const std::vector<std::string>& addresses) {
 
 void failHostAddresses(int error) {
     g_error = error;
+}
+
+void setHostAddressesHook(int (*error)()) {
+    g_hook = error;
 }
 
 } // namespace support

@@ -40,6 +40,7 @@ constinit Injection g_read{&__interceptor_pthread_rwlock_rdlock, "pthread_rwlock
 constinit Injection g_write{&__interceptor_pthread_rwlock_wrlock, "pthread_rwlock_wrlock"};
 constinit Injection g_unlock{&__interceptor_pthread_rwlock_unlock, "pthread_rwlock_unlock"};
 std::atomic<int> g_misreport{0};
+std::atomic<int (*)(support::LockCall)> g_faultHook{nullptr};
 std::function<void(support::LockCall, bool)> g_lockHook;
 
 Injection& injection(support::LockCall call) {
@@ -51,6 +52,11 @@ Injection& injection(support::LockCall call) {
     default:
         return g_unlock;
     }
+}
+
+int hookedError(support::LockCall kind) {
+    const auto hook = g_faultHook.load();
+    return hook != nullptr ? hook(kind) : 0;
 }
 
 /// The locks that this thread holds, in the order of locking.
@@ -66,6 +72,9 @@ thread_local std::size_t t_mostHeld = 0;
 int acquire(support::LockCall kind, pthread_rwlock_t* lock) {
     if (g_lockHook) {
         g_lockHook(kind, false);
+    }
+    if (const int error = hookedError(kind); error != 0) {
+        return error;
     }
     const int result = injection(kind).call(lock);
     if (result == 0 && t_heldCount < t_held.size()) {
@@ -106,7 +115,8 @@ int pthread_rwlock_unlock(pthread_rwlock_t* lock) {
         return result;
     }
     noteReleased(lock);
-    return g_misreport.load();
+    const int error = hookedError(support::LockCall::Unlock);
+    return error != 0 ? error : g_misreport.load();
 }
 }
 
@@ -118,6 +128,10 @@ void failLockCalls(LockCall call, int error) {
 
 void misreportUnlocks(int error) {
     g_misreport = error;
+}
+
+void setLockFaultHook(int (*error)(LockCall)) {
+    g_faultHook = error;
 }
 
 void setLockHook(std::function<void(LockCall, bool)> hook) {

@@ -4,24 +4,28 @@
 #include <functional>
 
 /// Faults of the reader/writer locks of the library under test, injected from outside: the test
-/// executable defines the pthread calls itself, so this header goes with LockFaults.cpp linked in.
+/// executable defines the pthread calls itself. Link LockFaults.cpp.
 namespace support {
 
 enum class LockCall { Read, Write, Unlock };
 
-/// From now on the calls of that kind fail with `error` (0 lets them through again). A failing
-/// call does nothing else: a failed unlock leaves the lock held.
+/// From now on the calls of that kind fail with `error` (0 ends it). A failing call does nothing
+/// else: a failed unlock leaves the lock held.
 void failLockCalls(LockCall call, int error);
 
-/// From now on unlock calls do unlock, but answer `error` (0 ends it), so that a failed release can
-/// be followed by further calls.
+/// From now on unlock calls unlock but return `error` (0 ends it), so that calls can follow a
+/// failed release.
 void misreportUnlocks(int error);
 
-/// Run by each thread that asks for a side of a lock: before it waits for it, and, `held`, when it
-/// has got it. To be set while nobody asks.
+/// Called for each lock call, on every thread; the call returns that error number unless it is 0. A
+/// failing lock call does nothing else, a failing unlock call unlocks. Null removes it.
+void setLockFaultHook(int (*error)(LockCall));
+
+/// Runs on each thread that acquires a side of a lock: before it waits and, with `held`, once it
+/// has acquired it. Set it only while no thread uses a lock.
 void setLockHook(std::function<void(LockCall, bool held)> hook);
 
-/// What has gone through since the start or the last reset: calls that succeeded, by kind.
+/// Calls that succeeded since the start or the last reset, by kind.
 struct LockCounts {
     std::size_t read = 0;
     std::size_t write = 0;
@@ -29,13 +33,13 @@ struct LockCounts {
 };
 LockCounts lockCounts();
 void resetLockCounts();
-/// The most locks that the calling thread has held at once since then.
+/// The largest number of locks that the calling thread has held at once since then.
 std::size_t mostLocksHeldHere();
 
-/// How many locks the calling thread holds at this moment: `read` and `write` sides, `unlock`
-/// counts the unlock calls on a lock that it did not hold.
+/// How many read and write sides the calling thread holds now. `unlock` is the number of its unlock
+/// calls on a lock that it did not hold.
 LockCounts locksHeldHere();
-/// Unlocks what failed unlocks have left held by the calling thread.
+/// Releases the locks that the calling thread still holds because unlock calls failed.
 void releaseLocksHeldHere();
 
 } // namespace support

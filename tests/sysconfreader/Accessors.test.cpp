@@ -112,7 +112,7 @@ TEST(Accessors, RoleAnswers_AreThoseOfTheRoleReader) {
     EXPECT_EQ(reader.GetStandbyInternalServiceIP(), "10.2.0.2");
 }
 
-TEST(AppRoot, EachValue_IsAnsweredAnewOnEachCall) {
+TEST(AppRoot, EachValue_IsReadOnEachCall) {
     const support::Deployment files;
     SysConfReader& reader = *SysConfReader::Instance();
     for (const char* value : {"/opt/one", "/opt/two/", "relative", "", "//", "with space"}) {
@@ -158,7 +158,7 @@ TEST(ProtocolFamilies, EachSetOfSouthboundAddresses_HasItsFamily) {
     }
 }
 
-TEST(ProtocolFamilies, NoListAtAll_MaintenanceAddressDecides) {
+TEST(ProtocolFamilies, NoList_MaintenanceAddressDecides) {
     OwnNode node;
     EXPECT_EQ(node.reader().getPFType(), 0);
     node.files.appConfig(R"({"processes":{"p1":{"IR":{"ip":"fe80::1"}}}})");

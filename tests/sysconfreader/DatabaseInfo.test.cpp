@@ -37,7 +37,7 @@ const Field kTexts[] = {
     {"lib", &SysConfReader::getDBLib},
 };
 
-/// Loads an app config file with these databases (the text of a JSON object).
+/// Loads an app config file with these databases, a JSON object.
 SysConfReader& load(support::Deployment& files, const std::string& databases) {
     files.appConfig(R"({"databases":)" + databases + "}");
     SysConfReader::Instance()->Reload();
@@ -75,7 +75,7 @@ TEST(DatabaseFields, IndexAtOrPastTheEnd_AnswersZeroAndEmpty) {
     }
     Json::Value info;
     EXPECT_EQ(reader.getDBInfo("db", info), 0);
-    EXPECT_EQ(info.size(), 2U) << "asking behind the end must not lengthen the database";
+    EXPECT_EQ(info.size(), 2U) << "a query past the end must not lengthen the database";
 }
 
 TEST(DatabaseFields, UnknownName_AnswersMinusOneAndEmpty) {
@@ -104,7 +104,7 @@ TEST(DatabaseFields, NamesThatDifferInCaseOnly_AreDifferentDatabases) {
     EXPECT_EQ(reader.getDBAccessPort("Db", 0), -1);
 }
 
-TEST(DatabaseFields, Password_IsTheTextOfTheFileUndecoded) {
+TEST(DatabaseFields, Password_IsReturnedVerbatim) {
     const std::pair<const char*, std::string> rows[] = {
         {R"(plain)", "plain"},
         {R"( both ends )", " both ends "},
@@ -126,7 +126,7 @@ TEST(DatabaseFields, Password_IsTheTextOfTheFileUndecoded) {
     }
 }
 
-/// What a query ends in: its answer, or the type of jsoncpp's exception.
+/// Returns the answer of a query or the type of jsoncpp's exception.
 std::string outcome(const std::function<std::string()>& query) {
     try {
         return "answers " + query();
@@ -141,7 +141,7 @@ std::string portOutcome(SysConfReader& reader, unsigned int index) {
     return outcome([&] { return std::to_string(reader.getDBAccessPort("db", index)); });
 }
 
-/// Every answer of "db", and that the lock is free behind each: a reload would wait for ever.
+/// Returns every answer of "db". Each reload would block if the query before it held the lock.
 std::vector<std::string> allOutcomes(SysConfReader& reader, unsigned int index) {
     std::vector<std::string> outcomes{portOutcome(reader, index)};
     reader.Reload();
@@ -255,12 +255,12 @@ TEST(DatabaseFields, InstanceExtOfEachType_AnswersOrThrowsLikeJsoncpp) {
     }
 }
 
-TEST(DatabaseFields, DatabasesMadeByChance_AnswerLikeACopyThatJsoncppMayAlter) {
+TEST(DatabaseFields, RandomDatabases_AnswerLikeJsoncppOnACopy) {
     support::Deployment files;
     int exceptions = 0;
     for (std::uint64_t seed = 1; seed <= 300; ++seed) {
         RandomLists random(seed);
-        // Any tree serves as a database: what counts is which types stand where.
+        // Any tree can serve as a database: only the types of its values matter.
         const Json::Value database = random.oneIn(2) ? random.list() : random.addresses();
         Json::Value config;
         config["databases"]["db"] = database;
@@ -343,7 +343,7 @@ TEST(Databases, NoneLoaded_GetAllDBInfoEmptiesTheMap) {
     }
 }
 
-TEST(Databases, FileChangedOrGone_AnswersStayUntilTheReload) {
+TEST(Databases, FileChangedOrRemoved_AnswersChangeAtTheReload) {
     support::Deployment files;
     SysConfReader& reader = load(files, R"({"db":[{"accessPort":1}],"gone":[{"type":"t"}]})");
     files.appConfig(R"({"databases":{"db":[{"accessPort":2}]}})");
@@ -356,7 +356,7 @@ TEST(Databases, FileChangedOrGone_AnswersStayUntilTheReload) {
     EXPECT_EQ(reader.getDBAccessPort("db", 0), 2);
 }
 
-TEST(Databases, ReloadThatCannotParse_LeavesEveryNameUnknown) {
+TEST(Databases, FileThatDoesNotParse_ReloadForgetsEveryName) {
     support::Deployment files;
     SysConfReader& reader = load(files, kTwoEntries);
     for (const char* config : {"", "{", "no JSON", R"({"databases":{"db":[]}} x)"}) {

@@ -8,8 +8,7 @@
 #include <map>
 #include <sys/types.h>
 
-// The C library's headers may define some of these inline; by their symbols they can be replaced
-// all the same.
+// Replaced by symbol, because the C library's headers may define some of these inline.
 extern "C" {
 [[gnu::visibility("default")]] int replacedOpen(const char*, int, ...) __asm__("open");
 [[gnu::visibility("default")]] ssize_t replacedRead(int, void*, std::size_t) __asm__("read");
@@ -31,7 +30,7 @@ struct Watch {
     bool inside = false;
     std::map<int, std::string> paths;
 
-    void tell(support::FileCall call, const std::string& path) {
+    void notify(support::FileCall call, const std::string& path) {
         inside = true;
         watcher(call, path);
         inside = false;
@@ -44,7 +43,7 @@ Watch* watch() {
     return t_watch != nullptr && !t_watch->inside ? t_watch : nullptr;
 }
 
-/// The watch, if it has seen this descriptor opened.
+/// The watch, if this descriptor was opened under it.
 Watch* watchOf(int descriptor) {
     Watch* watching = watch();
     return watching != nullptr && watching->paths.count(descriptor) != 0 ? watching : nullptr;
@@ -65,7 +64,7 @@ int replacedOpen(const char* path, int flags, ...) {
     if (watching == nullptr) {
         return real(path, flags, mode);
     }
-    watching->tell(support::FileCall::Open, path);
+    watching->notify(support::FileCall::Open, path);
     const int descriptor = real(path, flags, mode);
     if (descriptor >= 0) {
         watching->paths[descriptor] = path;
@@ -75,7 +74,7 @@ int replacedOpen(const char* path, int flags, ...) {
 
 ssize_t replacedRead(int descriptor, void* buffer, std::size_t size) {
     if (Watch* watching = watchOf(descriptor)) {
-        watching->tell(support::FileCall::Read, watching->paths[descriptor]);
+        watching->notify(support::FileCall::Read, watching->paths[descriptor]);
         size = std::min(size, watching->readLimit);
     }
     return support::realFunction(&__interceptor_read, "read")(descriptor, buffer, size);
@@ -83,7 +82,7 @@ ssize_t replacedRead(int descriptor, void* buffer, std::size_t size) {
 
 ssize_t replacedPread(int descriptor, void* buffer, std::size_t size, off_t offset) {
     if (Watch* watching = watchOf(descriptor)) {
-        watching->tell(support::FileCall::Read, watching->paths[descriptor]);
+        watching->notify(support::FileCall::Read, watching->paths[descriptor]);
         size = std::min(size, watching->readLimit);
     }
     return support::realFunction(&__interceptor_pread, "pread")(descriptor, buffer, size, offset);
@@ -91,7 +90,7 @@ ssize_t replacedPread(int descriptor, void* buffer, std::size_t size, off_t offs
 
 int replacedClose(int descriptor) {
     if (Watch* watching = watchOf(descriptor)) {
-        watching->tell(support::FileCall::Close, watching->paths[descriptor]);
+        watching->notify(support::FileCall::Close, watching->paths[descriptor]);
         watching->paths.erase(descriptor);
     }
     return support::realFunction(&__interceptor_close, "close")(descriptor);

@@ -4,17 +4,17 @@
 #include <functional>
 #include <string>
 
-/// The file calls of the library under test, watched and delayed from outside: the test executable
-/// defines open, read, pread and close itself, so this header goes with FileWatch.cpp linked in.
+/// Watches and delays the file calls of the library: FileWatch.cpp, linked into the test
+/// executable, replaces open, read, pread and close.
 namespace support {
 
 enum class FileCall { Open, Read, Close };
 
-/// Called on the watched thread before the call is made, with the path of the file.
+/// Runs on the watched thread before the call, with the path of the file.
 using FileWatcher = std::function<void(FileCall call, const std::string& path)>;
 
-/// While it lives, its watcher is told of every file that the current thread opens, reads and
-/// closes. File calls of the watcher itself are not told.
+/// While it exists, its watcher is notified of every file that the current thread opens, reads or
+/// closes, except by the watcher itself.
 class FileWatch {
 public:
     explicit FileWatch(FileWatcher watcher);
@@ -22,7 +22,7 @@ public:
     FileWatch(const FileWatch&) = delete;
     FileWatch& operator=(const FileWatch&) = delete;
 
-    /// From now on one read of this thread gives that many bytes at the most.
+    /// From now on a read of this thread returns at most that many bytes.
     void limitReads(std::size_t bytes);
 };
 

@@ -84,7 +84,7 @@ TEST(FloatIPs, EveryNode_IsInsertedEvenWithoutAddress) {
     EXPECT_EQ(ask({"y"}), (Answer{0, {{"a", {}}, {"b", {}}, {"c", {}}, {"d", {}}}}));
 }
 
-TEST(FloatIPs, NodesThatTheMapHasAlready_KeepTheirAddresses) {
+TEST(FloatIPs, NodesAlreadyInTheMap_KeepTheirAddresses) {
     support::Deployment files;
     files.managerNodeList(list(addressEntry("new", {"x"})));
     EXPECT_EQ(ask({"x"}, {{"n", {"old"}}, {"other", {"o"}}}),
@@ -118,7 +118,7 @@ TEST(FloatIPs, ListThatDoesNotParse_AnswersMinusOne) {
     }
 }
 
-TEST(FloatIPs, ValueOfAWrongTypeOnTheWay_AnswersMinusOneWithTheNodesBefore) {
+TEST(FloatIPs, WrongType_AnswersMinusOneWithTheNodesBefore) {
     const struct {
         const char* text;
         ByNode expected;
@@ -145,7 +145,7 @@ TEST(FloatIPs, ValueOfAWrongTypeOnTheWay_AnswersMinusOneWithTheNodesBefore) {
     }
 }
 
-TEST(FloatIPs, WrongTypeOfAnIPThatIsNotAskedFor_IsNotMet) {
+TEST(FloatIPs, WrongTypeOfAnIPWithoutTheTag_IsIgnored) {
     support::Deployment files;
     files.managerNodeList(list(R"({"IP":{},"usage":["y"]},)" + addressEntry("A", {"x"})));
     EXPECT_EQ(ask({"x"}), (Answer{0, {{"n", {"A"}}}}));

@@ -58,7 +58,7 @@ TEST(LocalIPByUsage, EachNodeList_FirstTaggedEntryDecides) {
     }
 }
 
-TEST(LocalIPByUsage, ValueOfAWrongTypeOnTheWay_AnswersEmpty) {
+TEST(LocalIPByUsage, WrongTypeBeforeTheAnswer_AnswersEmpty) {
     const char* const lists[] = {
         "[]",
         "7",
@@ -87,7 +87,7 @@ TEST(LocalIPByUsage, ValueOfAWrongTypeOnTheWay_AnswersEmpty) {
     }
 }
 
-TEST(LocalIPByUsage, ValueOfAWrongTypeBehindTheAnswer_IsNotMet) {
+TEST(LocalIPByUsage, WrongTypeAfterTheAnswer_IsIgnored) {
     OwnNode node;
     node.addresses(addressEntry("A", {"service"}) + ",7");
     EXPECT_EQ(node.reader().getLocalIPByUsage("service"), "A");
@@ -148,7 +148,7 @@ TEST(LocalIPByUsage, ListEditedBetweenCalls_AnswersTheNewAddressWithoutReload) {
     EXPECT_EQ(node.reader().getLocalServiceIP(), "M");
 }
 
-TEST(LocalIPByUsage, NodeIdChangedOnDisk_CountsFromTheReloadOn) {
+TEST(LocalIPByUsage, NodeIdChangedOnDisk_TakesEffectAtTheReload) {
     OwnNode node;
     node.files.nodeList(R"({"nodeList":{"n1":{"IPAddresses":[)" + addressEntry("A", {"service"}) +
                         R"(]},"n2":{"IPAddresses":[)" + addressEntry("B", {"service"}) + "]}}}");
@@ -159,7 +159,7 @@ TEST(LocalIPByUsage, NodeIdChangedOnDisk_CountsFromTheReloadOn) {
     EXPECT_EQ(node.reader().getLocalServiceIP(), "B");
 }
 
-TEST(LocalIPByUsage, NothingLoaded_NodeWithTheEmptyIdIsAsked) {
+TEST(LocalIPByUsage, NothingLoaded_UsesTheNodeWithTheEmptyId) {
     support::Deployment files;
     files.nodeList(R"({"nodeList":{"":{"IPAddresses":[)" + addressEntry("A", {"service"}) + "]}}}");
     EXPECT_EQ(SysConfReader::Instance()->getLocalServiceIP(), "A");
@@ -168,7 +168,7 @@ TEST(LocalIPByUsage, NothingLoaded_NodeWithTheEmptyIdIsAsked) {
     EXPECT_EQ(SysConfReader::Instance()->getLocalServiceIP(), "");
 }
 
-TEST(LocalIPByUsage, IdsOfEveryKind_AreComparedAsTheyAre) {
+TEST(LocalIPByUsage, IdsOfEveryKind_AreComparedByBytes) {
     const std::pair<const char*, const char*> rows[] = {
         {"node 1", "found"},       {R"(no\"de)", "found"}, {R"(n\u0000x)", "found"},
         {"\xE7\xAF\x80", "found"}, {"\xFF", "found"},      {R"(\u00e9)", "found"},

@@ -42,7 +42,7 @@ ByTag askTagged(ByTag map = {}) {
     return map;
 }
 
-/// The keys that the second overload prepares, but for those in `except`.
+/// Counts the empty family keys, which the second overload prepares, without those in `except`.
 std::size_t emptyFamilyKeys(const ByTag& map, const std::set<std::string>& except = {}) {
     std::size_t count = 0;
     for (int n = 1; n <= 1024; ++n) {
@@ -53,8 +53,8 @@ std::size_t emptyFamilyKeys(const ByTag& map, const std::set<std::string>& excep
     return count;
 }
 
-/// The map without its empty family keys, whose number must be 1024 less those that have a value.
-ByTag told(const ByTag& map) {
+/// Returns the map without empty family keys. Expects all 1024 family keys in it.
+ByTag filled(const ByTag& map) {
     ByTag rest;
     std::size_t family = 0;
     for (const auto& [key, value] : map) {
@@ -76,15 +76,15 @@ TEST(LocalNodeIPsByNumber, EachListAndPrefix_CollectsItsAddresses) {
         std::string prefix;
         Numbered expected;
     } rows[] = {
-        {"first address of a number counts",
+        {"first address of a number wins",
          addressEntries({{"A", "northbound"}, {"B", "northbound2"}, {"C", "northbound2"}}),
          "northbound",
          {{{0, "A"}, {2, "B"}}}},
-        {"first counts even when it is empty",
+        {"first wins even if it is empty",
          addressEntries({{"", "northbound2"}, {"C", "northbound2"}}),
          "northbound",
          {{{2, ""}}}},
-        {"first counts even without IP",
+        {"first wins even without IP",
          R"({"usage":["northbound2"]},)" + addressEntry("C", {"northbound2"}),
          "northbound",
          {{{2, ""}}}},
@@ -117,12 +117,12 @@ TEST(LocalNodeIPsByNumber, EachListAndPrefix_CollectsItsAddresses) {
          addressEntries({{"A", "northbound"}, {"S", "service"}, {"T", "service2"}, {"B", "5"}}),
          "",
          {{{0, "A"}, {5, "B"}}}},
-        {"last service address counts",
+        {"last service address wins",
          addressEntries(
              {{"S", "service"}, {"S2", "service"}, {"T", "service2"}, {"T2", "SERVICE2"}}),
          "northbound",
          {{}, "S2", "T2"}},
-        {"last service address counts even when it is empty",
+        {"last service address wins even if it is empty",
          addressEntries({{"S", "service"}, {"", "service"}}),
          "northbound",
          {{}, "", "-"}},
@@ -130,11 +130,11 @@ TEST(LocalNodeIPsByNumber, EachListAndPrefix_CollectsItsAddresses) {
          R"({"usage":["service","service2"]})",
          "northbound",
          {{}, "", ""}},
-        {"service tags beside the family",
+        {"service tags in addition to the family",
          addressEntries({{"A", "northbound"}, {"S", "service"}, {"T", "service2"}}),
          "northbound",
          {{{0, "A"}}, "S", "T"}},
-        {"tags that only begin like service",
+        {"tags that only start like service",
          addressEntries({{"A", "service3"}, {"B", "service "}}),
          "northbound",
          {}},
@@ -153,7 +153,7 @@ TEST(LocalNodeIPsByNumber, EachListAndPrefix_CollectsItsAddresses) {
          addressEntry("A", {R"(northbound\u00002)"}),
          "northbound",
          {{{0, "A"}}}},
-        {"NUL behind the number",
+        {"NUL after the number",
          addressEntry("A", {R"(northbound2\u00003)"}),
          "northbound",
          {{{2, "A"}}}},
@@ -167,7 +167,7 @@ TEST(LocalNodeIPsByNumber, EachListAndPrefix_CollectsItsAddresses) {
     }
 }
 
-TEST(LocalNodeIPsByNumber, NumbersAtTheEndsOfIntAndLong_SaturateAndAreCut) {
+TEST(LocalNodeIPsByNumber, NumbersBeyondIntAndLong_SaturateAndAreTruncated) {
     const std::pair<const char*, int> rows[] = {
         {"2147483647", INT_MAX},
         {"2147483648", INT_MIN},
@@ -211,7 +211,7 @@ TEST(LocalNodeIPsByNumber, ListThatDoesNotParse_ChangesNothing) {
     }
 }
 
-TEST(LocalNodeIPsByNumber, ValueOfAWrongTypeOnTheWay_KeepsWhatWasCollected) {
+TEST(LocalNodeIPsByNumber, WrongType_KeepsWhatWasCollected) {
     const std::string start = addressEntries({{"S", "service"}, {"A", "northbound"}});
     const struct {
         std::string addresses;
@@ -270,19 +270,19 @@ TEST(LocalNodeIPsByTag, EachList_FillsItsKeys) {
          {{"service", "S"}}},
         {"no address", "", {}, {{"service", ""}}},
         {"other tags", addressEntries({{"A", "northbound"}, {"B", "x"}}), {}, {{"service", ""}}},
-        {"service tags beside the family",
+        {"service tags in addition to the family",
          addressEntries({{"S", "service"}, {"A", "southbound"}, {"T", "service2"}}),
          {},
          {{"southbound", "A"}}},
-        {"last address of a tag counts",
+        {"last address of a tag wins",
          addressEntries({{"A", "southbound2"}, {"B", "southbound2"}}),
          {},
          {{"southbound2", "B"}}},
-        {"last counts even when it is empty",
+        {"last wins even if it is empty",
          addressEntries({{"A", "southbound2"}, {"", "southbound2"}}),
          {},
          {}},
-        {"last service address counts",
+        {"last service address wins",
          addressEntries(
              {{"S", "service"}, {"S2", "service"}, {"T", "service2"}, {"T2", "service2"}}),
          {},
@@ -306,7 +306,7 @@ TEST(LocalNodeIPsByTag, EachList_FillsItsKeys) {
                          {"F", "southbound0"}}),
          {},
          {{"service", ""}}},
-        {"NUL behind the key", addressEntry("A", {R"(southbound2\u0000)"}), {}, {{"service", ""}}},
+        {"NUL after the key", addressEntry("A", {R"(southbound2\u0000)"}), {}, {{"service", ""}}},
         {"family tag without IP",
          R"({"usage":["southbound"]},)" + addressEntry("S", {"service"}),
          {},
@@ -350,11 +350,11 @@ TEST(LocalNodeIPsByTag, EachList_FillsItsKeys) {
     node.reader();
     for (const auto& row : rows) {
         node.addresses(row.addresses);
-        EXPECT_EQ(told(askTagged(row.before)), row.expected) << row.name;
+        EXPECT_EQ(filled(askTagged(row.before)), row.expected) << row.name;
     }
 }
 
-TEST(LocalNodeIPsByTag, EmptyMap_HasTheThousandFamilyKeys) {
+TEST(LocalNodeIPsByTag, EmptyMap_GetsAll1024FamilyKeys) {
     OwnNode node;
     node.addresses(addressEntries({{"A", "southbound"}, {"K", "southbound3"}}));
     const ByTag map = askTagged();
@@ -377,16 +377,16 @@ TEST(LocalNodeIPsByTag, SameMapTwice_ServiceKeyOfTheFirstCallIsAMatchInTheSecond
     OwnNode node;
     node.addresses(addressEntries({{"S", "service"}, {"T", "service2"}}));
     ByTag map = askTagged();
-    EXPECT_EQ(told(map), (ByTag{{"service", "S"}, {"service2", "T"}}));
+    EXPECT_EQ(filled(map), (ByTag{{"service", "S"}, {"service2", "T"}}));
     node.addresses(addressEntries({{"S2", "service"}, {"", "service2"}}));
     map = askTagged(map);
-    EXPECT_EQ(told(map), (ByTag{{"service", "S2"}, {"service2", ""}}));
-    // The old service address stays where the tag is gone but another key matched.
+    EXPECT_EQ(filled(map), (ByTag{{"service", "S2"}, {"service2", ""}}));
+    // The tag is gone, but another key matched: the old service address is kept.
     node.addresses(addressEntries({{"A", "southbound"}}));
-    EXPECT_EQ(told(askTagged(map)),
+    EXPECT_EQ(filled(askTagged(map)),
               (ByTag{{"service", "S2"}, {"service2", ""}, {"southbound", "A"}}));
     node.addresses("");
-    EXPECT_EQ(told(askTagged(map)), (ByTag{{"service", ""}, {"service2", ""}}));
+    EXPECT_EQ(filled(askTagged(map)), (ByTag{{"service", ""}, {"service2", ""}}));
 }
 
 TEST(LocalNodeIPsByTag, ListThatDoesNotParse_EmptiesFamilyAndServiceOnly) {
@@ -398,14 +398,14 @@ TEST(LocalNodeIPsByTag, ListThatDoesNotParse_EmptiesFamilyAndServiceOnly) {
     for (const char* text : {"", "{", "{} x"}) {
         node.files.nodeList(text);
         EXPECT_EQ(
-            told(askTagged(
+            filled(askTagged(
                 {{"service", "old"}, {"service2", "old"}, {"x", "old"}, {"southbound7", "old"}})),
             (ByTag{{"service", ""}, {"service2", "old"}, {"x", "old"}}))
             << text;
     }
 }
 
-TEST(LocalNodeIPsByTag, ValueOfAWrongTypeOnTheWay_ServiceIsTheOneSeenSoFar) {
+TEST(LocalNodeIPsByTag, WrongType_ServiceIsTheLastOneBefore) {
     const struct {
         const char* name;
         std::string addresses;
@@ -447,91 +447,91 @@ TEST(LocalNodeIPsByTag, ValueOfAWrongTypeOnTheWay_ServiceIsTheOneSeenSoFar) {
     node.reader();
     for (const auto& row : rows) {
         node.addresses(row.addresses);
-        EXPECT_EQ(told(askTagged(row.before)), row.expected) << row.name;
+        EXPECT_EQ(filled(askTagged(row.before)), row.expected) << row.name;
     }
     for (const char* list :
          {R"({"nodeList":[]})", R"({"nodeList":{"n1":7}})", "[]",
           R"({"nodeList":{"n1":{"IPAddresses":{"a":{"IP":"A","usage":["southbound"]}}}}})"}) {
         node.files.nodeList(list);
-        EXPECT_EQ(told(askTagged()), (ByTag{{"service", ""}})) << list;
+        EXPECT_EQ(filled(askTagged()), (ByTag{{"service", ""}})) << list;
     }
 }
 
-// What follows holds the two overloads side by side where they differ on purpose.
+// The intended differences between the two overloads, side by side.
 
 TEST(LocalNodeIPsDifferences, Family_IsGivenOrSouthbound) {
     OwnNode node;
     node.addresses(addressEntries({{"A", "x2"}, {"B", "southbound2"}}));
     EXPECT_EQ(askNumbered("x"), (Numbered{{{2, "A"}}}));
-    EXPECT_EQ(told(askTagged()), (ByTag{{"southbound2", "B"}}));
+    EXPECT_EQ(filled(askTagged()), (ByTag{{"southbound2", "B"}}));
 }
 
 TEST(LocalNodeIPsDifferences, Membership_IsContainingThePrefixOrBeingAKey) {
     OwnNode node;
     node.addresses(addressEntries({{"A", "my-southbound"}, {"B", "southbound1"}}));
     EXPECT_EQ(askNumbered("southbound"), (Numbered{{{0, "A"}, {1, "B"}}}));
-    EXPECT_EQ(told(askTagged()), (ByTag{{"service", ""}}));
+    EXPECT_EQ(filled(askTagged()), (ByTag{{"service", ""}}));
 }
 
 TEST(LocalNodeIPsDifferences, OutputKey_IsTheNumberOrTheWholeTag) {
     OwnNode node;
     node.addresses(addressEntries({{"A", "southbound02"}, {"B", "southbound4"}}));
     EXPECT_EQ(askNumbered("southbound"), (Numbered{{{2, "A"}, {4, "B"}}}));
-    EXPECT_EQ(told(askTagged()), (ByTag{{"southbound4", "B"}}));
+    EXPECT_EQ(filled(askTagged()), (ByTag{{"southbound4", "B"}}));
 }
 
 TEST(LocalNodeIPsDifferences, RepeatedKey_KeepsTheFirstOrTheLast) {
     OwnNode node;
     node.addresses(addressEntries({{"A", "southbound2"}, {"B", "southbound2"}}));
     EXPECT_EQ(askNumbered("southbound"), (Numbered{{{2, "A"}}}));
-    EXPECT_EQ(told(askTagged()), (ByTag{{"southbound2", "B"}}));
+    EXPECT_EQ(filled(askTagged()), (ByTag{{"southbound2", "B"}}));
 }
 
-TEST(LocalNodeIPsDifferences, Outputs_AreLeftAloneOrPrepared) {
+TEST(LocalNodeIPsDifferences, Outputs_AreUnchangedOrPrepared) {
     OwnNode node;
     node.addresses("");
     EXPECT_EQ(askNumbered("southbound", {{{2, "old"}}}), (Numbered{{{2, "old"}}}));
-    EXPECT_EQ(told(askTagged({{"southbound2", "old"}})), (ByTag{{"service", ""}}));
+    EXPECT_EQ(filled(askTagged({{"southbound2", "old"}})), (ByTag{{"service", ""}}));
 }
 
-TEST(LocalNodeIPsDifferences, ServiceAddresses_AreToldAlwaysOrWithoutFamilyTagOnly) {
+TEST(LocalNodeIPsDifferences, ServiceAddresses_AreSetAlwaysOrOnlyWithoutFamilyTag) {
     OwnNode node;
     node.addresses(addressEntries({{"A", "southbound"}, {"S", "service"}, {"", "service2"}}));
     EXPECT_EQ(askNumbered("southbound"), (Numbered{{{0, "A"}}, "S", ""}));
-    EXPECT_EQ(told(askTagged()), (ByTag{{"southbound", "A"}}));
+    EXPECT_EQ(filled(askTagged()), (ByTag{{"southbound", "A"}}));
     node.addresses(addressEntries({{"S", "service"}, {"", "service2"}}));
     EXPECT_EQ(askNumbered("southbound"), (Numbered{{}, "S", ""}));
-    EXPECT_EQ(told(askTagged()), (ByTag{{"service", "S"}}));
+    EXPECT_EQ(filled(askTagged()), (ByTag{{"service", "S"}}));
 }
 
-TEST(LocalNodeIPsDifferences, ObjectsInPlaceOfArrays_AreWalkedOrRefused) {
+TEST(LocalNodeIPsDifferences, ObjectsInPlaceOfArrays_AreWalkedOrRejected) {
     OwnNode node;
     node.files.nodeList(R"({"nodeList":{"n1":{"IPAddresses":{
         "a":{"IP":"A","usage":{"z":"southbound"}}}}}})");
     EXPECT_EQ(askNumbered("southbound"), (Numbered{{{0, "A"}}}));
-    EXPECT_EQ(told(askTagged()), (ByTag{{"service", ""}}));
+    EXPECT_EQ(filled(askTagged()), (ByTag{{"service", ""}}));
 }
 
 TEST(LocalNodeIPsDifferences, ParseFailure_WritesNothingOrAnEmptyService) {
     const OwnNode node;
     EXPECT_EQ(askNumbered("southbound", {{}, "s", "t"}), (Numbered{{}, "s", "t"}));
-    EXPECT_EQ(told(askTagged({{"service", "s"}, {"service2", "t"}})),
+    EXPECT_EQ(filled(askTagged({{"service", "s"}, {"service2", "t"}})),
               (ByTag{{"service", ""}, {"service2", "t"}}));
 }
 
-TEST(LocalNodeIPsDifferences, ErrorPartWay_KeepsWhatWasWrittenOrTellsTheServiceSeen) {
+TEST(LocalNodeIPsDifferences, WrongType_KeepsWhatWasWrittenOrSetsTheService) {
     OwnNode node;
     node.addresses(addressEntries({{"A", "southbound"}, {"S", "service"}, {"T", "service2"}}) +
                    ",7");
     EXPECT_EQ(askNumbered("southbound"), (Numbered{{{0, "A"}}, "S", "T"}));
-    EXPECT_EQ(told(askTagged()), (ByTag{{"southbound", "A"}, {"service", "S"}}));
+    EXPECT_EQ(filled(askTagged()), (ByTag{{"southbound", "A"}, {"service", "S"}}));
 }
 
-TEST(LocalNodeIPsDifferences, WrongTypeOfAnAddressThatNobodyAsksFor_EndsOnlyTheWalkByNumber) {
+TEST(LocalNodeIPsDifferences, WrongTypeOfAnUnusedAddress_EndsOnlyTheWalkByNumber) {
     OwnNode node;
     node.addresses(R"({"IP":{},"usage":["x"]},)" + addressEntry("A", {"southbound"}));
     EXPECT_EQ(askNumbered("southbound"), Numbered{});
-    EXPECT_EQ(told(askTagged()), (ByTag{{"southbound", "A"}}));
+    EXPECT_EQ(filled(askTagged()), (ByTag{{"southbound", "A"}}));
 }
 
 TEST(LocalNodeIPs, StandbyNode_BothAnswerForTheSourceNode) {
@@ -542,28 +542,28 @@ TEST(LocalNodeIPs, StandbyNode_BothAnswerForTheSourceNode) {
                         addressEntry("10.0.0.7", {"service"}) + "," +
                         addressEntry("source", {"southbound"}) + "]}}}");
     EXPECT_EQ(askNumbered("southbound"), (Numbered{{{0, "source"}}, "10.0.0.7", "-"}));
-    EXPECT_EQ(told(askTagged()), (ByTag{{"southbound", "source"}}));
+    EXPECT_EQ(filled(askTagged()), (ByTag{{"southbound", "source"}}));
 }
 
-TEST(LocalNodeIPs, ListChangedBetweenCalls_BothAnswerTheNewOne) {
+TEST(LocalNodeIPs, ListChangedBetweenCalls_BothAnswerTheNewAddress) {
     OwnNode node;
     node.addresses(addressEntry("A", {"southbound"}));
     EXPECT_EQ(askNumbered("southbound"), (Numbered{{{0, "A"}}}));
-    EXPECT_EQ(told(askTagged()), (ByTag{{"southbound", "A"}}));
+    EXPECT_EQ(filled(askTagged()), (ByTag{{"southbound", "A"}}));
     node.addresses(addressEntry("B", {"southbound"}));
     EXPECT_EQ(askNumbered("southbound"), (Numbered{{{0, "B"}}}));
-    EXPECT_EQ(told(askTagged()), (ByTag{{"southbound", "B"}}));
+    EXPECT_EQ(filled(askTagged()), (ByTag{{"southbound", "B"}}));
     std::filesystem::remove(node.files.nodeListPath());
     EXPECT_EQ(askNumbered("southbound"), Numbered{});
-    EXPECT_EQ(told(askTagged()), (ByTag{{"service", ""}}));
+    EXPECT_EQ(filled(askTagged()), (ByTag{{"service", ""}}));
 }
 
-TEST(LocalNodeIPs, NothingLoaded_NodeWithTheEmptyIdIsAsked) {
+TEST(LocalNodeIPs, NothingLoaded_UsesTheNodeWithTheEmptyId) {
     support::Deployment files;
     files.nodeList(R"({"nodeList":{"":{"IPAddresses":[)" + addressEntry("A", {"southbound"}) +
                    "]}}}");
     EXPECT_EQ(askNumbered("southbound"), (Numbered{{{0, "A"}}}));
-    EXPECT_EQ(told(askTagged()), (ByTag{{"southbound", "A"}}));
+    EXPECT_EQ(filled(askTagged()), (ByTag{{"southbound", "A"}}));
 }
 
 } // namespace

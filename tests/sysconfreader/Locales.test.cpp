@@ -1,4 +1,4 @@
-// Tags are lower-cased byte by byte, by the locale that the process has set.
+// Tags are lower-cased byte by byte in the current locale.
 
 #include "OwnNode.h"
 
@@ -16,7 +16,7 @@ constexpr const char* kLatin1 = "en_US.ISO-8859-1";
 constexpr const char* kTurkish = "tr_TR.ISO-8859-9";
 constexpr const char* kUtf8 = "C.UTF-8";
 
-/// One of the locales that were made for this test, or one of the C library's own.
+/// Sets a locale that was built for this test, or one of the C library's.
 void setLocale(const char* name) {
     support::setEnvironment("LOCPATH", SYSCONF_TEST_LOCALES);
     ASSERT_NE(std::setlocale(LC_ALL, name), nullptr) << name;
@@ -26,7 +26,7 @@ int lower(unsigned char byte) {
     return std::tolower(byte);
 }
 
-/// The node's one address "A" is found under these tags, by each query that looks for tags.
+/// Whether each query that searches for tags finds the node's only address, "A".
 struct Found {
     bool byUsage;
     bool asFloatIP;
@@ -60,7 +60,7 @@ Found ask(OwnNode& node, const std::string& inTheList, const std::string& asked)
             !byNumber.empty(), byTag[asked] == "A"};
 }
 
-// What is asked by usage is lower-cased too; what the other queries are given is taken as it is.
+// getLocalIPByUsage lower-cases its argument too, the other queries do not.
 constexpr Found kAll{true, true, true, true};
 constexpr Found kByUsageOnly{true, false, false, false};
 constexpr Found kNone{false, false, false, false};
@@ -90,7 +90,7 @@ TEST(Locales, CLocale_OnlyAsciiLettersAreLowered) {
     });
 }
 
-TEST(Locales, SingleByteLocale_EveryByteIsLoweredByItself) {
+TEST(Locales, SingleByteLocale_EachByteIsLowered) {
     setLocale(kLatin1);
     ASSERT_EQ(lower(0xC4), 0xE4);
     expectFound({
@@ -99,7 +99,7 @@ TEST(Locales, SingleByteLocale_EveryByteIsLoweredByItself) {
         {"\xC4X", "\xC4X", kByUsageOnly},
         {"\xE4x", "\xC4X", kByUsageOnly},
         {"\xDFx", "\xDFx", kAll},
-        // The bytes of a character in UTF-8 are letters each: A with tilde becomes a with tilde.
+        // Each byte of a UTF-8 character is treated as a letter: A with tilde becomes a with tilde.
         {"x\xC3\x84", "x\xE3\x84", kAll},
         {"x\xC3\x84", "x\xC3\x84", kByUsageOnly},
         {"x\xC3\x84", "x\xC3\xA4", kNone},
@@ -118,7 +118,7 @@ TEST(Locales, Utf8Locale_OnlyAsciiLettersAreLowered) {
     });
 }
 
-TEST(Locales, LocaleWithAnotherSmallI_CapitalTagsAreNotTheirAsciiSelves) {
+TEST(Locales, TurkishLocale_CapitalIDoesNotMatchAsciiI) {
     setLocale(kTurkish);
     ASSERT_EQ(lower('I'), 0xFD);
     expectFound({
@@ -133,7 +133,7 @@ TEST(Locales, LocaleWithAnotherSmallI_CapitalTagsAreNotTheirAsciiSelves) {
     });
 }
 
-TEST(Locales, LocaleOfTheThreadAlone_Counts) {
+TEST(Locales, LocaleOfTheThread_IsUsed) {
     setLocale(kLatin1);
     const locale_t latin1 = ::duplocale(LC_GLOBAL_LOCALE);
     ASSERT_NE(latin1, nullptr);

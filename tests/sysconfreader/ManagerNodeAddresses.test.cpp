@@ -112,7 +112,7 @@ TEST(ManagerNodeAddresses, ListThatDoesNotParse_AnswersMinusOne) {
     }
 }
 
-TEST(ManagerNodeAddresses, ValueOfAWrongTypeOnTheWay_AnswersMinusOneWithWhatCameBefore) {
+TEST(ManagerNodeAddresses, WrongType_AnswersMinusOneWithTheAddressesBefore) {
     support::Deployment files;
     const struct {
         const char* list;
@@ -137,7 +137,7 @@ TEST(ManagerNodeAddresses, ValueOfAWrongTypeOnTheWay_AnswersMinusOneWithWhatCame
     }
 }
 
-TEST(ManagerNodeAddresses, NodeThatIsNotSelected_IsNotLookedInto) {
+TEST(ManagerNodeAddresses, NodeThatIsNotSelected_IsNotRead) {
     support::Deployment files;
     files.managerNodeList(
         R"({"nodeList":{"a":{"kind":"x","IPAddresses":[7]},"b":{"kind":"t","IPAddresses":[{"IP":"1"}]}}})");
@@ -152,7 +152,7 @@ TEST(ManagerNodeAddresses, ListChangedBetweenCalls_AnswersTheNewAddresses) {
     EXPECT_EQ(ask("", ""), (Answer{0, {"2"}}));
 }
 
-TEST(ManagerNodeAddresses, IdsOfEveryKind_AscendByTheirBytes) {
+TEST(ManagerNodeAddresses, IdsOfEveryKind_AscendByBytes) {
     support::Deployment files;
     files.managerNodeList(R"({"nodeList":{
         "n9":{"IPAddresses":[{"IP":"n9"}]},"n10":{"IPAddresses":[{"IP":"n10"}]},

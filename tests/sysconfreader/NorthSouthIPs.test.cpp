@@ -45,7 +45,7 @@ TEST(LocalNorthIP, EachNodeList_HasItsSlots) {
          addressEntries({{"", "northbound"}, {"B", "northbound"}}), ";;;;"},
         {"capitals", addressEntries({{"A", "NORTHBOUND"}, {"B", "Northbound2"}}), "A;B;;;"},
         {"tag that contains it", addressEntries({{"A", "my-northbound"}}), "A;;;;"},
-        {"service beside it",
+        {"service in addition",
          addressEntries({{"S", "service"}, {"A", "northbound"}, {"T", "service2"}}), "A;;;;"},
         {"northbound tag without IP",
          R"({"usage":["northbound"]},)" + addressEntry("S", {"service"}), ";;;;"},
@@ -60,7 +60,7 @@ TEST(LocalNorthIP, EachNodeList_HasItsSlots) {
         {"error part-way",
          addressEntries({{"A", "northbound"}}) + ",7," + addressEntry("B", {"northbound2"}),
          "A;;;;"},
-        {"error behind service addresses",
+        {"error after service addresses",
          addressEntries({{"S", "service"}, {"T", "service2"}}) + ",7", "S;T"},
     };
     OwnNode node;
@@ -97,17 +97,16 @@ TEST(LocalSouthIP, EachNodeList_HasItsSlots) {
         {"1025", addressEntries({{"Z", "southbound1025"}}), "M"},
         {"1025 beside service", addressEntries({{"Z", "southbound1025"}, {"S", "service"}}), "S"},
         {"southbound1", addressEntries({{"X", "southbound1"}}), "M"},
-        {"southbound1 beside service", addressEntries({{"X", "southbound1"}, {"S", "service"}}),
-         "S"},
-        {"southbound1 beside southbound",
-         addressEntries({{"X", "southbound1"}, {"A", "southbound"}}), "A;;;;;;;;;"},
+        {"southbound1 and service", addressEntries({{"X", "southbound1"}, {"S", "service"}}), "S"},
+        {"southbound1 and southbound", addressEntries({{"X", "southbound1"}, {"A", "southbound"}}),
+         "A;;;;;;;;;"},
         {"last address of a slot", addressEntries({{"A", "southbound"}, {"B", "southbound"}}),
          "B;;;;;;;;;"},
         {"last address of a slot though empty",
          addressEntries({{"A", "southbound"}, {"", "southbound"}}), ";;;;;;;;;"},
         {"capitals", addressEntries({{"A", "SOUTHBOUND"}, {"B", "SouthBound2"}}), "A;B;;;;;;;;"},
         {"tag that contains it", addressEntries({{"A", "my-southbound"}}), "M"},
-        {"service beside it",
+        {"service in addition",
          addressEntries({{"S", "service"}, {"A", "southbound"}, {"T", "service2"}}), "A;;;;;;;;;"},
         {"tag without IP", R"({"usage":["southbound"]},)" + addressEntry("S", {"service"}),
          ";;;;;;;;;"},
@@ -128,7 +127,7 @@ TEST(LocalSouthIP, EachNodeList_HasItsSlots) {
                          {"F", "southbound4294967298"}}),
          "M"},
         {"error part-way", addressEntries({{"A", "southbound"}}) + ",7", "M"},
-        {"error behind service addresses",
+        {"error after service addresses",
          addressEntries({{"A", "southbound"}, {"S", "service"}, {"T", "service2"}}) + ",7", "S"},
     };
     OwnNode node;
@@ -138,7 +137,7 @@ TEST(LocalSouthIP, EachNodeList_HasItsSlots) {
     }
 }
 
-TEST(LocalSouthIP, EveryListOfTheThousandSlots_IsInTheAnswer) {
+TEST(LocalSouthIP, AddressesOfAll1024Slots_AreInTheAnswer) {
     OwnNode node;
     std::string all;
     std::string expected;
@@ -182,12 +181,12 @@ TEST(NorthSouthIPs, MaintenanceAddress_IsTheOneOfTheLastLoadThatParsed) {
     EXPECT_EQ(node.reader().getLocalSouthIP(), "N");
 }
 
-TEST(NorthSouthIPs, LoadThatEndsPartWay_AnswerByWhatItHadAssigned) {
+TEST(NorthSouthIPs, LoadEndedByAWrongType_AnswersUseWhatItAssigned) {
     OwnNode node;
     node.files.nodeList(R"({"nodeList":{"n1":{"IPAddresses":[)" +
                         addressEntry("A", {"northbound"}) + R"(]},"n2":{}}})");
     EXPECT_EQ(node.reader().getLocalNorthIP(), "A;;;;");
-    // The address comes before the port of the wrong type, the node id behind it.
+    // The load reads the address before the port of the wrong type, and the node id after it.
     node.files.appConfig(
         R"({"processes":{"p1":{"nodeId":"n2","IR":{"ip":"N"},"wss":{"port":"1"}}}})");
     node.reader().Reload();
@@ -197,9 +196,9 @@ TEST(NorthSouthIPs, LoadThatEndsPartWay_AnswerByWhatItHadAssigned) {
     EXPECT_EQ(node.reader().getLocalSouthIP(), "N");
 }
 
-// What follows holds the two queries side by side where they differ on purpose.
+// The intended differences between the two queries, side by side.
 
-/// The same list for both: `tags` written with "north" and "south" in place of "*".
+/// The answers of both queries to the same list, with "north" and "south" in place of "*".
 std::pair<std::string, std::string> bothAnswers(OwnNode& node, const std::string& addresses) {
     std::pair<std::string, std::string> answers;
     for (const bool north : {true, false}) {
@@ -214,7 +213,7 @@ std::pair<std::string, std::string> bothAnswers(OwnNode& node, const std::string
     return answers;
 }
 
-TEST(NorthSouthDifferences, EachPoint_IsKept) {
+TEST(NorthSouthDifferences, EachList_GivesBothAnswers) {
     const struct {
         const char* point;
         std::string addresses;

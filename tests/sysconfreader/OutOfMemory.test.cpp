@@ -1,4 +1,4 @@
-// Memory that runs out, at each allocation of each query in turn.
+// Makes each allocation of each query fail.
 
 #include "OwnNode.h"
 #include "rules/NaiveRules.h"
@@ -19,13 +19,12 @@ using support::AllocationFault;
 using support::Shortage;
 using testing::AnyOf;
 
-// Texts too long to be kept inside a string, so that each copy takes memory.
+// Longer than the inline buffer of a string, so that each copy allocates.
 const std::string kMaintenance = "maintenance address of this process";
-const std::string kTail = " -- an address that takes memory of its own";
+const std::string kTail = " -- an address longer than the inline buffer";
 
 enum class Promise { NeverThrows, MayThrow };
 
-/// How a call has ended.
 enum class End { Answered, BadAlloc, AnotherException };
 void PrintTo(End end, std::ostream* out) {
     constexpr const char* kNames[] = {"an answer", "std::bad_alloc", "another exception"};
@@ -44,11 +43,11 @@ End end(Call call) {
     }
 }
 
-/// Makes each allocation of `call` fail in turn, alone and with all that follow it, until the call
-/// makes fewer allocations than that. `before` holds the outputs as the caller has them, `allowed`
-/// tells whether the outputs may be left so, given whether the call has thrown. Each time the next
-/// call must give what the undisturbed one gave. `step` is for calls that make so many like
-/// allocations that one in so many stands for all.
+/// Runs `call` once for each of its allocations and makes that allocation fail, first alone, then
+/// with all later ones. `before` holds the initial outputs. `allowed(outputs, expected, threw)`
+/// returns whether the outputs are acceptable. After each failure the next call must give the same
+/// result as without one. `step` > 1 tests only every step-th allocation, for calls with many
+/// similar ones.
 template <typename Outputs, typename Call, typename Allowed>
 void exhaust(const std::string& name, Promise promise, const Outputs& before, Call call,
              Allowed allowed, std::size_t step = 1) {
@@ -81,11 +80,11 @@ void exhaust(const std::string& name, Promise promise, const Outputs& before, Ca
                 EXPECT_EQ(outputs, expected) << when;
             }
         }
-        EXPECT_GT(which, 2U) << name << " took no memory";
+        EXPECT_GT(which, 2U) << name << " allocated no memory";
     }
 }
 
-/// Outputs are as before where the call has thrown, else the right ones.
+/// Outputs are unchanged if the call threw, otherwise correct.
 constexpr auto kAllOrNothing = [](const auto& before) {
     return [before](const auto& outputs, const auto& expected, bool threw) {
         return outputs == (threw ? before : expected);
@@ -133,7 +132,7 @@ protected:
         node.files.nodeList(m_list).managerNodeList(m_list);
     }
 
-    /// Every north answer of a walk that ends before one of the tags.
+    /// The north answers of all walks that end before one of the tags.
     std::set<std::string> northAnswersPartWay() const {
         std::set<std::string> answers{kMaintenance};
         Json::Value whole;
@@ -200,7 +199,7 @@ TEST_F(OutOfMemory, DatabaseTexts_ThrowOrAnswer) {
     }
 }
 
-TEST_F(OutOfMemory, OneDatabase_ThrowsWithTheOutputAsBefore) {
+TEST_F(OutOfMemory, OneDatabase_ThrowsAndLeavesTheOutputUnchanged) {
     const std::string name = "a database with a long name";
     exhaust(
         "getDBInfo", Promise::MayThrow, Json::Value("before"),
@@ -208,7 +207,7 @@ TEST_F(OutOfMemory, OneDatabase_ThrowsWithTheOutputAsBefore) {
         kAllOrNothing(Json::Value("before")));
 }
 
-TEST_F(OutOfMemory, AllDatabases_ThrowWithTheOutputAsBefore) {
+TEST_F(OutOfMemory, AllDatabases_ThrowAndLeaveTheOutputUnchanged) {
     const std::map<std::string, Json::Value> before{{"before", Json::Value("value")}};
     exhaust(
         "getAllDBInfo", Promise::MayThrow, before,
@@ -250,7 +249,7 @@ bool operator==(const Addresses& a, const Addresses& b) {
     return a.result == b.result && a.list == b.list;
 }
 
-TEST_F(OutOfMemory, ManagersAddresses_AnswerMinusOneWithTheFirstOnes) {
+TEST_F(OutOfMemory, ManagersAddresses_AnswerMinusOneWithTheAddressesBefore) {
     const std::string prefix;
     const std::string field = "a field that is absent everywhere";
     exhaust(
@@ -267,15 +266,14 @@ TEST_F(OutOfMemory, ManagersAddresses_AnswerMinusOneWithTheFirstOnes) {
 struct ByNode {
     int result = 99;
     std::map<std::string, std::set<std::string>> map;
-    /// An argument that the query takes by value: the copy is the caller's own, so it is made
-    /// before memory runs out.
+    /// An argument by value. The caller makes the copy, so it is made before the fault is armed.
     std::set<std::string> tags;
 };
 bool operator==(const ByNode& a, const ByNode& b) {
     return a.result == b.result && a.map == b.map;
 }
 
-TEST_F(OutOfMemory, FloatAddresses_AnswerMinusOneWithTheFirstNodes) {
+TEST_F(OutOfMemory, FloatAddresses_AnswerMinusOneWithTheNodesBefore) {
     exhaust(
         "getAllFloatIP", Promise::NeverThrows,
         ByNode{99, {{"before", {"kept"}}}, {"a tag that the caller asks for", "service2"}},
@@ -316,13 +314,13 @@ TEST_F(OutOfMemory, AddressesByNumber_KeepWhatWasCollected) {
 
 using ByTag = std::map<std::string, std::string>;
 
-TEST_F(OutOfMemory, AddressesByTag_TellNothingThatIsNotSo) {
+TEST_F(OutOfMemory, AddressesByTag_HoldNoWrongAddress) {
     const ByTag before{{"southbound7", "before"}, {"a tag that the caller asks for", "before"}};
     const auto allowed = [](const ByTag& out, const ByTag& expected, bool) {
         for (const auto& [tag, address] : out) {
             const auto right = expected.find(tag);
             const bool so = right != expected.end() && address == right->second;
-            // Emptied and not filled again, not emptied yet, or told because the walk has ended.
+            // Cleared and not filled again, not cleared yet, or set because the walk ended early.
             if (!so && !address.empty() && address != "before" &&
                 !(tag == "service" && address == "S" + kTail)) {
                 return false;
@@ -331,7 +329,7 @@ TEST_F(OutOfMemory, AddressesByTag_TellNothingThatIsNotSo) {
         return out.count("southbound7") == 1 && out.count("a tag that the caller asks for") == 1;
     };
     const auto call = [&](ByTag& map) { reader().getLocalNodeIPs(map); };
-    // A thousand keys are made in a map that has none; one that has been here before has them.
+    // A new map gets a thousand keys; a map from an earlier call already has them.
     ByTag reused = before;
     call(reused);
     for (auto& [tag, address] : reused) {
@@ -348,7 +346,7 @@ TEST_F(OutOfMemory, AddressesByTag_TellNothingThatIsNotSo) {
     exhaustBoth("getLocalNodeIPs by tag, services");
 }
 
-TEST_F(OutOfMemory, NorthList_ThrowsOrAnswersOfWhatWasCollected) {
+TEST_F(OutOfMemory, NorthList_ThrowsOrUsesWhatWasCollected) {
     const auto call = [&](std::string& answer) { answer = reader().getLocalNorthIP(); };
     for (const auto& entries :
          {everything(), {ip("S", R"("service")"), ip("T", R"("service2")")}}) {
@@ -375,7 +373,7 @@ TEST_F(OutOfMemory, SouthListAndFamilies_ThrowOrAnswerOrFallBack) {
     exhaust("getLocalSouthIP, services", Promise::MayThrow, std::string("before"), call, allowed);
 }
 
-TEST_F(OutOfMemory, SourceNode_IsTheRightOneOrNone) {
+TEST_F(OutOfMemory, SourceNode_IsCorrectOrUnchanged) {
     exhaust(
         "getSourceNodeId", Promise::MayThrow, std::string("before"),
         [&](std::string& id) { reader().getSourceNodeId(id); },
@@ -384,7 +382,7 @@ TEST_F(OutOfMemory, SourceNode_IsTheRightOneOrNone) {
         });
 }
 
-TEST_F(OutOfMemory, Reload_ThrowsOrEndsAndTheNextOneLoadsAll) {
+TEST_F(OutOfMemory, Reload_ThrowsOrReturnsAndTheNextLoadIsComplete) {
     const std::string one = reader().getMaintenanceIPAddress();
     const std::string other = "another" + kTail;
     const std::string configs[] = {
@@ -398,7 +396,7 @@ TEST_F(OutOfMemory, Reload_ThrowsOrEndsAndTheNextOneLoadsAll) {
         return reader().getMaintenanceIPAddress() + " " + reader().getFloatNodeId() + " " +
                std::to_string(databases.size());
     };
-    // The event consumer is left out: opening its library takes memory of the C library's own.
+    // Without change events: opening the event library allocates inside the C library.
     support::setEnvironment("NO_EM_CLIENT", "1");
     for (const Shortage shortage : {Shortage::OneAllocation, Shortage::FromThereOn}) {
         bool happened = true;
@@ -426,7 +424,7 @@ TEST_F(OutOfMemory, Reload_ThrowsOrEndsAndTheNextOneLoadsAll) {
     }
 }
 
-TEST_F(OutOfMemory, FirstUse_ThrowsOrLoadsAndTheNextLoadIsWhole) {
+TEST_F(OutOfMemory, FirstUse_ThrowsOrLoadsAndTheNextLoadIsComplete) {
     support::setEnvironment("NO_EM_CLIENT", "1");
     for (const Shortage shortage : {Shortage::OneAllocation, Shortage::FromThereOn}) {
         bool happened = true;

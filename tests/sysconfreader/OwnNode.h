@@ -6,8 +6,7 @@
 #include <initializer_list>
 #include <string>
 
-/// The process "p1" on node "n1" with the maintenance address "M", its files in the test's
-/// directory. The reader is created and loaded on first use of reader().
+/// Process "p1" on node "n1" with the maintenance address "M", with files in the test's directory.
 class OwnNode {
 public:
     static constexpr const char* kAppConfig =
@@ -15,7 +14,7 @@ public:
 
     OwnNode() { files.appConfig(kAppConfig); }
 
-    /// Writes the node list with these address entries (see addressEntry) for "n1".
+    /// Writes a node list in which "n1" has these address entries (see addressEntry).
     OwnNode& addresses(const std::string& entries) {
         files.nodeList(R"({"nodeList":{"n1":{"IPAddresses":[)" + entries + "]}}}");
         return *this;
@@ -26,7 +25,7 @@ public:
     support::Deployment files;
 };
 
-/// The text of an address entry. Tags and address stand in it as they are, escapes included.
+/// An address entry as JSON. Tags and address are inserted verbatim and may contain escapes.
 inline std::string addressEntry(const std::string& ip, std::initializer_list<const char*> tags) {
     std::string usage;
     for (const char* tag : tags) {

@@ -20,7 +20,6 @@ using support::LockCounts;
 
 constexpr int kErrors[] = {EAGAIN, EDEADLK, EINVAL};
 
-/// Locks that a query took, and what it held whenever it touched a file.
 struct Seen {
     LockCounts counts;
     std::size_t mostHeld = 0;
@@ -50,7 +49,7 @@ Seen watch(const std::function<std::string()>& ask) {
     return seen;
 }
 
-TEST(QueryLocks, EachQuery_HoldsTheReadLockAsOftenAsToldFileReadingIncluded) {
+TEST(QueryLocks, EachQuery_HoldsItsReadLocksWhileReadingFiles) {
     support::Deployment files;
     queries::write(files, "1");
     SysConfReader::Instance();
@@ -94,7 +93,7 @@ TEST(QueryLocks, ManagerRootUnset_LockIsTakenAndNoFileOpened) {
     }
 }
 
-TEST(QueryLocks, RoleAnswers_TakeOneReadLockOfTheRoleReaderAlone) {
+TEST(QueryLocks, RoleAnswers_TakeOnlyTheReadLockOfTheRoleReader) {
     const OwnNode node;
     const SysConfReader& reader = *SysConfReader::Instance();
     reader.GetMasterInternalServiceIP();
@@ -135,7 +134,7 @@ TEST(QueryLocks, DatabaseQueriesThatThrow_ReleaseTheLock) {
     }
 }
 
-TEST(QueryLocks, ValuesOfAWrongType_ReleaseTheLock) {
+TEST(QueryLocks, WrongTypes_ReleaseTheLock) {
     OwnNode node;
     for (const char* list : {"[]", R"({"nodeList":[]})", R"({"nodeList":{"n1":[]}})",
                              R"({"nodeList":{"n1":{"IPAddresses":[7]}}})"}) {
@@ -186,13 +185,13 @@ void expectAnswersInSpite(LockCall call) {
     }
 }
 
-TEST(QueryLockFaults, ReadLockFails_ErrnoTellsAndTheAnswerIsRight) {
+TEST(QueryLockFaults, ReadLockFails_SetsErrnoAndAnswersCorrectly) {
     support::Deployment files;
     queries::write(files, "1");
     expectAnswersInSpite(LockCall::Read);
 }
 
-TEST(QueryLockFaults, ReadLockFailsWithoutLists_ErrnoIsTheLocksNotTheFiles) {
+TEST(QueryLockFaults, ReadLockFailsWithoutLists_ErrnoIsThatOfTheLock) {
     const OwnNode node;
     expectAnswersInSpite(LockCall::Read);
 }
@@ -204,13 +203,13 @@ TEST(QueryLockFaults, ReadLockFailsWithoutManagerRoot_NothingIsUnlocked) {
     expectAnswersInSpite(LockCall::Read);
 }
 
-TEST(QueryLockFaults, UnlockFails_ErrnoTellsAndTheAnswerIsRight) {
+TEST(QueryLockFaults, UnlockFails_SetsErrnoAndAnswersCorrectly) {
     support::Deployment files;
     queries::write(files, "1");
     expectAnswersInSpite(LockCall::Unlock);
 }
 
-TEST(QueryLockFaults, RoleAnswers_ErrnoTellsAndTheAnswerIsRight) {
+TEST(QueryLockFaults, RoleAnswers_SetErrnoAndAnswerCorrectly) {
     OwnNode node;
     node.files.managerNodeList(R"({"nodeList":{
         "a":{"extAttr":{"hostType":"master","domain_node_type":"ACCESS_Master"},

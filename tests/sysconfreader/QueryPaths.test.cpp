@@ -33,7 +33,7 @@ Paths openedBy(const queries::Query& query) {
     return opened([&] { query.ask(); });
 }
 
-TEST(QueryPaths, AppRootOfEachForm_IsJoinedAsItStands) {
+TEST(QueryPaths, AppRootOfEachForm_IsConcatenatedVerbatim) {
     const support::Deployment files;
     SysConfReader::Instance();
     const std::pair<const char*, const char*> rows[] = {
@@ -52,7 +52,7 @@ TEST(QueryPaths, AppRootOfEachForm_IsJoinedAsItStands) {
     }
 }
 
-TEST(QueryPaths, ManagerRootOfEachForm_IsJoinedAsItStandsButUnsetOpensNothing) {
+TEST(QueryPaths, ManagerRootOfEachForm_IsConcatenatedVerbatimAndUnsetOpensNothing) {
     const support::Deployment files;
     SysConfReader::Instance();
     const std::pair<const char*, Paths> rows[] = {
@@ -109,7 +109,7 @@ TEST(QueryPaths, AppConfigUnset_LoadsNothingFromItButReadsTheNodeList) {
     EXPECT_EQ(reader.getDBAccessPort("db", 0), -1);
 }
 
-TEST(QueryPaths, InstanceIdUnset_MeansTheProcessWithTheEmptyKey) {
+TEST(QueryPaths, InstanceIdUnset_UsesTheProcessWithTheEmptyKey) {
     support::Deployment files;
     support::setEnvironment("PROCESS_INSTANCE_ID", nullptr);
     files.appConfig(R"({"processes":{"p1":{"local":{"port":1}}}})");

@@ -1,5 +1,5 @@
-// Every query that reads a list against its naive telling, on lists made by chance, and what must
-// hold for each of them whatever the list.
+// Compares every query that reads a list with the naive rules on random lists, and checks
+// properties that hold for every list.
 
 #include "OwnNode.h"
 #include "rules/NaiveRules.h"
@@ -21,7 +21,7 @@ using ByNode = std::map<std::string, std::set<std::string>>;
 
 constexpr int kLists = support::rounds(1000);
 
-/// A list made by chance, in both files; one in twenty does not parse.
+/// Runs a check on random lists, written to both files; one in twenty does not parse.
 class RandomNodeLists : public testing::Test {
 protected:
     template <typename Check>
@@ -62,7 +62,7 @@ ByNumber callersNumbers(RandomLists& random) {
     return numbers;
 }
 
-TEST_F(RandomNodeLists, LocalIPByUsage_AnswersLikeTheNaiveTelling) {
+TEST_F(RandomNodeLists, LocalIPByUsage_MatchesTheNaiveRules) {
     int found = 0;
     forEachList([&](RandomLists& random, const naive::File& list) {
         const std::string tag = random.askedTag();
@@ -78,7 +78,7 @@ TEST_F(RandomNodeLists, LocalIPByUsage_AnswersLikeTheNaiveTelling) {
     EXPECT_GT(found, kLists / 100);
 }
 
-TEST_F(RandomNodeLists, IPAddresses_AnswerLikeTheNaiveTelling) {
+TEST_F(RandomNodeLists, IPAddresses_MatchTheNaiveRules) {
     forEachList([&](RandomLists& random, const naive::File& list) {
         const std::string field = random.fieldName();
         const std::string prefix = random.valuePrefix();
@@ -90,7 +90,7 @@ TEST_F(RandomNodeLists, IPAddresses_AnswerLikeTheNaiveTelling) {
     });
 }
 
-TEST_F(RandomNodeLists, AllFloatIP_AnswersLikeTheNaiveTelling) {
+TEST_F(RandomNodeLists, AllFloatIP_MatchesTheNaiveRules) {
     forEachList([&](RandomLists& random, const naive::File& list) {
         const std::set<std::string> tags = random.tags();
         ByNode answer{{random.nodeId(), {"before"}}};
@@ -100,7 +100,7 @@ TEST_F(RandomNodeLists, AllFloatIP_AnswersLikeTheNaiveTelling) {
     });
 }
 
-TEST_F(RandomNodeLists, LocalNodeIPsByNumber_AnswerLikeTheNaiveTelling) {
+TEST_F(RandomNodeLists, LocalNodeIPsByNumber_MatchTheNaiveRules) {
     forEachList([&](RandomLists& random, const naive::File& list) {
         const std::string prefix = random.prefix();
         ByNumber answer = callersNumbers(random);
@@ -115,7 +115,7 @@ TEST_F(RandomNodeLists, LocalNodeIPsByNumber_AnswerLikeTheNaiveTelling) {
     });
 }
 
-TEST_F(RandomNodeLists, LocalNodeIPsByTag_AnswerLikeTheNaiveTelling) {
+TEST_F(RandomNodeLists, LocalNodeIPsByTag_MatchTheNaiveRules) {
     forEachList([&](RandomLists& random, const naive::File& list) {
         ByTag answer = callersTags(random);
         ByTag expected = answer;
@@ -123,14 +123,14 @@ TEST_F(RandomNodeLists, LocalNodeIPsByTag_AnswerLikeTheNaiveTelling) {
         reader().getLocalNodeIPs(answer);
         naive::localNodeIPs(list, "n1", expected);
         EXPECT_TRUE(answer == expected) << "keys before: " << before;
-        // And once more on the same map.
+        // Again on the same map.
         reader().getLocalNodeIPs(answer);
         naive::localNodeIPs(list, "n1", expected);
         EXPECT_TRUE(answer == expected) << "second call, keys before the first: " << before;
     });
 }
 
-TEST_F(RandomNodeLists, NorthAndSouthIP_AnswerLikeTheNaiveTelling) {
+TEST_F(RandomNodeLists, NorthAndSouthIP_MatchTheNaiveRules) {
     int northSlots = 0;
     int southSlots = 0;
     forEachList([&](RandomLists&, const naive::File& list) {
@@ -146,7 +146,7 @@ TEST_F(RandomNodeLists, NorthAndSouthIP_AnswerLikeTheNaiveTelling) {
     EXPECT_GT(southSlots, kLists / 20);
 }
 
-TEST_F(RandomNodeLists, SourceNodeId_AnswersLikeTheNaiveTelling) {
+TEST_F(RandomNodeLists, SourceNodeId_MatchesTheNaiveRules) {
     const std::list<std::string> host{"10.0.0.3", "127.0.0.1", "fe80::1"};
     support::setHostAddresses({host.begin(), host.end()});
     int found = 0;
@@ -201,7 +201,7 @@ TEST_F(RandomNodeLists, UnchangedFile_AnswersTheSameAgain) {
         EXPECT_EQ(reader().getLocalNorthIP(), reader().getLocalNorthIP());
         EXPECT_EQ(reader().getLocalSouthIP(), reader().getLocalSouthIP());
 
-        // Those that keep what is there, once more on the same output.
+        // Queries that keep existing outputs, again on the same output.
         const std::set<std::string> tags = random.tags();
         ByNode byNode;
         reader().getAllFloatIP(tags, byNode);
@@ -220,7 +220,7 @@ TEST_F(RandomNodeLists, UnchangedFile_AnswersTheSameAgain) {
         EXPECT_EQ(byNumber, numbers);
         EXPECT_EQ(service + ";" + service2, services);
 
-        // And the one that appends: the same addresses once more.
+        // The query that appends: the same addresses again.
         std::list<std::string> once;
         reader().getIPAddresses("kind", "", once);
         std::list<std::string> twice;

@@ -1,4 +1,4 @@
-// The queries that take no lock of their class, beside loads that are held up or never end.
+// The queries without the class lock, concurrent with loads that are blocked or repeated.
 
 #include "FileWatch.h"
 #include "OwnNode.h"
@@ -18,7 +18,6 @@ namespace {
 using Quarncommon::SysConfReader;
 using testing::AnyOf;
 
-/// What the unlocked queries answer at one moment.
 struct Unlocked {
     std::string north;
     std::string byNumber;
@@ -43,8 +42,8 @@ Unlocked askUnlocked() {
     return {reader.getLocalNorthIP(), byNumber[0], byTag["southbound"]};
 }
 
-/// The standby nodes s1 and s2 stand in for whichever of n1 and n2 carries the host's address. In
-/// a load of a standby node the float node is its own id for a moment: then "half" would show.
+/// s1 and s2 are standby nodes, n1 and n2 carry service addresses. During a load the float node of
+/// a standby is first its own id; an answer with "half" would show that intermediate state.
 constexpr const char* kStandbyNodes = R"({"nodeList":{
     "s1":{"extAttr":{"hostType":"standby"},"IPAddresses":[{"IP":"half1","usage":["northbound","southbound"]}]},
     "s2":{"extAttr":{"hostType":"standby"},"IPAddresses":[{"IP":"half2","usage":["northbound","southbound"]}]},
@@ -61,17 +60,17 @@ std::string processOn(const std::string& node, const std::string& maintenance) {
 const Unlocked kOne{"one;;;;", "one", "one"};
 const Unlocked kTwo{"two;;;;", "two", "two"};
 
-/// A reload on a thread of its own, which stops at each step that it is told to.
-class HeldReload {
+/// A reload on another thread that stops at chosen points.
+class BlockedReload {
 public:
-    /// The reloading thread calls this where it shall stop.
+    /// Called by the reloading thread where it is to stop.
     void stop() {
         m_stopped.release();
-        m_goOn.acquire();
+        m_continue.acquire();
     }
-    /// Runs `meanwhile` at each stop of the reload that `start` begins; tells how many there were.
-    template <typename Meanwhile>
-    int run(const std::function<void()>& reload, Meanwhile meanwhile) {
+    /// Runs `reload` and, at each of its stops, `atStop`. Returns the number of stops.
+    template <typename AtStop>
+    int run(const std::function<void()>& reload, AtStop atStop) {
         std::thread thread([&] {
             reload();
             m_ended = true;
@@ -79,8 +78,8 @@ public:
         });
         int stops = 0;
         for (m_stopped.acquire(); !m_ended; m_stopped.acquire()) {
-            meanwhile(++stops);
-            m_goOn.release();
+            atStop(++stops);
+            m_continue.release();
         }
         thread.join();
         return stops;
@@ -88,11 +87,11 @@ public:
 
 private:
     std::binary_semaphore m_stopped{0};
-    std::binary_semaphore m_goOn{0};
+    std::binary_semaphore m_continue{0};
     std::atomic<bool> m_ended{false};
 };
 
-TEST(UnlockedQueries, ReloadHeldUpAtEachFile_AnswerByTheLoadBefore) {
+TEST(UnlockedQueries, ReloadBlockedAtEachFile_AnswersAreOfThePreviousLoad) {
     support::Deployment files;
     files.nodeList(kStandbyNodes).appConfig(processOn("s1", "M1"));
     support::setHostAddresses({"10.0.0.7"});
@@ -101,19 +100,19 @@ TEST(UnlockedQueries, ReloadHeldUpAtEachFile_AnswerByTheLoadBefore) {
 
     files.appConfig(processOn("s2", "M2"));
     support::setHostAddresses({"10.0.0.8"});
-    HeldReload held;
-    const int stops = held.run(
+    BlockedReload blocked;
+    const int stops = blocked.run(
         [&] {
             const support::FileWatch watch([&](support::FileCall call, const std::string&) {
                 if (call != support::FileCall::Read) {
-                    held.stop();
+                    blocked.stop();
                 }
             });
             SysConfReader::Instance()->Reload();
         },
         [](int stop) {
             EXPECT_EQ(askUnlocked(), kOne) << "stop " << stop;
-            // Nor do these need the lock that the load holds.
+            // Neither do these wait for the load.
             EXPECT_EQ(SysConfReader::Instance()->GetMasterInternalServiceIP(), "");
             EXPECT_EQ(SysConfReader::Instance()->GetStandbyInternalServiceIP(), "");
             EXPECT_NE(SysConfReader::Instance()->GetAppRoot(), "");
@@ -121,22 +120,22 @@ TEST(UnlockedQueries, ReloadHeldUpAtEachFile_AnswerByTheLoadBefore) {
             SysConfReader::Instance()->getSourceNodeId(source);
             EXPECT_EQ(source, "n2");
         });
-    // The app config file, the node list, and the node list once more for the source node.
+    // Open and close of the app config file, the node list, and the node list for the source node.
     EXPECT_EQ(stops, 6);
     EXPECT_EQ(askUnlocked(), kTwo);
 }
 
-TEST(UnlockedQueries, ReloadHeldUpAtEachFile_MaintenanceAddressIsOfTheLoadBefore) {
+TEST(UnlockedQueries, ReloadBlockedAtEachFile_MaintenanceAddressIsOfThePreviousLoad) {
     OwnNode node;
     node.addresses("");
     ASSERT_EQ(node.reader().getLocalNorthIP(), "M");
     node.files.appConfig(processOn("n1", "N"));
-    HeldReload held;
-    const int stops = held.run(
+    BlockedReload blocked;
+    const int stops = blocked.run(
         [&] {
             const support::FileWatch watch([&](support::FileCall call, const std::string&) {
                 if (call == support::FileCall::Open) {
-                    held.stop();
+                    blocked.stop();
                 }
             });
             SysConfReader::Instance()->Reload();
@@ -148,26 +147,26 @@ TEST(UnlockedQueries, ReloadHeldUpAtEachFile_MaintenanceAddressIsOfTheLoadBefore
     EXPECT_EQ(node.reader().getLocalNorthIP(), "N");
 }
 
-TEST(UnlockedQueries, ReloadHeldUpInTheEventLibrary_Answer) {
+TEST(UnlockedQueries, ReloadBlockedInTheEventLibrary_QueriesAnswer) {
     support::installEventLibrary("recording");
-    // Refused subscriptions are tried again on each load.
+    // A refused subscription is retried on each load.
     support::setInitResult(-1);
     support::Deployment files;
     files.nodeList(kStandbyNodes).appConfig(processOn("n1", "M1"));
     ASSERT_EQ(askUnlocked(), kOne);
     files.appConfig(processOn("n2", "M2"));
-    HeldReload held;
-    support::setInitHook([&] { held.stop(); });
-    const int stops = held.run([] { SysConfReader::Instance()->Reload(); },
-                               [](int) { EXPECT_EQ(askUnlocked(), kOne); });
+    BlockedReload blocked;
+    support::setInitHook([&] { blocked.stop(); });
+    const int stops = blocked.run([] { SysConfReader::Instance()->Reload(); },
+                                  [](int) { EXPECT_EQ(askUnlocked(), kOne); });
     support::setInitHook(nullptr);
     EXPECT_EQ(stops, 1);
     EXPECT_EQ(askUnlocked(), kTwo);
 }
 
 TEST(UnlockedQueries, ReloadBetweenFloatNodeAndFallback_AnswerIsOfOneLoad) {
-    // Before the reload the node has no address, so that the maintenance address is the answer;
-    // behind it there is one. A node of before with a maintenance address of after is neither.
+    // The old node has no address, so the old answer is the old maintenance address; the new node
+    // has one. The new maintenance address would be an answer from parts of two loads.
     support::Deployment files;
     files.nodeList(R"({"nodeList":{"n2":{"IPAddresses":[{"IP":"two","usage":["northbound"]}]}}})");
     files.appConfig(processOn("n1", "M1"));
@@ -184,8 +183,7 @@ TEST(UnlockedQueries, ReloadBetweenFloatNodeAndFallback_AnswerIsOfOneLoad) {
     EXPECT_TRUE(reloaded);
 }
 
-/// Reloads without pause between two app config files while two threads ask; each answer must
-/// satisfy `check`.
+/// Reloads continuously between two app config files while two threads run `check`.
 template <typename Check>
 void askBesideReloads(support::Deployment& files, const std::string& one, const std::string& two,
                       Check check) {
@@ -211,7 +209,7 @@ void askBesideReloads(support::Deployment& files, const std::string& one, const 
     second.join();
 }
 
-TEST(UnlockedQueries, ReloadsWithoutPause_FloatNodeIsOfBeforeOrAfter) {
+TEST(UnlockedQueries, ContinuousReloads_FloatNodeIsOldOrNew) {
     support::setHostAddresses({"10.0.0.7"});
     support::Deployment files;
     files.nodeList(kStandbyNodes);
@@ -223,9 +221,9 @@ TEST(UnlockedQueries, ReloadsWithoutPause_FloatNodeIsOfBeforeOrAfter) {
     });
 }
 
-TEST(UnlockedQueries, ReloadsWithoutPause_MaintenanceAddressIsOfBeforeOrAfter) {
+TEST(UnlockedQueries, ContinuousReloads_MaintenanceAddressIsOldOrNew) {
     support::Deployment files;
-    // Longer than the texts that a string keeps inside itself.
+    // Longer than the inline buffer of a string.
     const std::string one(200, '1');
     const std::string two(300, '2');
     askBesideReloads(files, processOn("n1", one), processOn("n1", two), [&] {

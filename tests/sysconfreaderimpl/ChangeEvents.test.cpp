@@ -386,7 +386,7 @@ TEST(ChangeEvent, FromWithinTheSubscription_NeitherHangsNorCreatesASecondReader)
     int answer = -3;
     support::setSubscribedHook([&] { answer = support::deliver(kEvent); });
     SysConfReader* reader = SysConfReader::Instance();
-    // The load that goes on behind it reads the files anyway.
+    // The load that continues after the subscription reads the files.
     EXPECT_EQ(answer, 0);
     EXPECT_EQ(support::openCount(deployment.appConfigPath()), 2U);
     EXPECT_EQ(SysConfReader::Instance(), reader);
@@ -394,6 +394,50 @@ TEST(ChangeEvent, FromWithinTheSubscription_NeitherHangsNorCreatesASecondReader)
     EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(1));
     expectLocksFree();
     SysConfReader::Destory();
+}
+
+TEST(ChangeEvent, FromWithinTheSubscriptionOfASecondRoleReader_IsAppliedToTheReaderThatLivesOn) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    support::installEventLibrary("recording");
+    SysConfReader& reader = *SysConfReader::Instance();
+    SysConfReaderImpl::Destory();
+    writeGeneration(deployment, 2);
+    int answer = -3;
+    support::setSubscribedHook([&] { answer = support::deliver(kEvent); });
+    SysConfReaderImpl::Instance();
+    EXPECT_EQ(answer, 0);
+    EXPECT_EQ(reader.getLocalPort(), 4002);
+    EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(2));
+    expectLocksFree();
+}
+
+TEST(ChangeEvent, ThatDestroysTheReaders_DestroysThemWhenItIsApplied) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    support::installEventLibrary("recording");
+    support::setInitResult(-1);
+    SysConfReader* reader = SysConfReader::Instance();
+    SysConfReaderImpl* roles = SysConfReaderImpl::Instance();
+    support::setInitResult(0);
+    SysConfReader* readerMeanwhile = nullptr;
+    support::setInitHook([&] {
+        support::setInitHook(nullptr);
+        SysConfReaderImpl::Destory();
+        SysConfReader::Destory();
+        SysConfReader_i::Instance();
+        SysConfReader_i::Destory();
+        readerMeanwhile = SysConfReader::Instance();
+    });
+    writeGeneration(deployment, 2);
+    EXPECT_EQ(SysConfReaderEventProcessCB(kEvent, "", "", roles), 0);
+    EXPECT_EQ(readerMeanwhile, reader);
+    EXPECT_EQ(support::eventLibraryCalls().subscriptions, 1);
+    EXPECT_EQ(support::eventLibraryCalls().finis, 1);
+    expectLocksFree();
+    support::resetOpenCalls();
+    EXPECT_EQ(SysConfReader::Instance()->getLocalPort(), 4002);
+    EXPECT_EQ(support::openCount(deployment.appConfigPath()), 2U) << "both are new";
 }
 
 TEST(ChangeEvent, FromWithinALaterSubscription_BothLoadsGiveTheSameReader) {

@@ -1,4 +1,4 @@
-// Where the process ends: in the middle of events, or because a destruction threw.
+// The end of the process: in the middle of events, or because a destruction threw.
 
 #include "SysConfReader.h"
 #include "SysConfReaderEvent.h"
@@ -6,14 +6,18 @@
 #include "SysConfReader_i.h"
 #include "support/EventLibrary.h"
 #include "support/SampleTexts.h"
+#include "support/Sanitizers.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
+#include <functional>
+#include <semaphore>
 #include <stdexcept>
 #include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -49,14 +53,14 @@ TEST(ProcessEnd, InstancesLeftAlone_EndsAsItShould) {
     support::installEventLibrary("recording");
     SysConfReader::Instance();
     SysConfReader_i::Instance()->GetProductName();
-    // Nobody ends the subscription: the process ends, and the event library with it.
+    // The subscription is not ended: the event library ends with the process.
     EXPECT_EXIT(std::exit(EXIT_SUCCESS), testing::ExitedWithCode(EXIT_SUCCESS), "");
 }
 
 [[noreturn]] void exitBesideEvents() {
     SysConfReader::Instance();
     std::atomic<int> applied{0};
-    // The thread goes on until the process is gone.
+    // The thread runs until the process has ended.
     std::thread([&applied, roles = SysConfReaderImpl::Instance()] {
         for (;;) {
             applied += SysConfReaderEventProcessCB("SysConfigEvent", "", "", roles) == 0 ? 1 : 0;
@@ -76,9 +80,69 @@ TEST(ProcessEnd, EventsThatGoOn_AreTurnedAway) {
     }
 }
 
+constexpr unsigned int kPatience = 60; // seconds
+
+/// Refused at first, so that the next load calls the event library again, which then calls `exit`.
+[[noreturn]] void exitInsideTheNextSubscription(const std::function<void()>& load) {
+    ::alarm(kPatience);
+    support::setInitResult(-1);
+    SysConfReader::Instance();
+    support::setInitResult(0);
+    support::setInitHook([] { std::exit(EXIT_SUCCESS); });
+    load();
+    std::_Exit(EXIT_FAILURE);
+}
+
+TEST(ProcessEnd, ExitInsideAnEvent_DoesNotWaitForThatEvent) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    support::installEventLibrary("recording");
+    EXPECT_EXIT(exitInsideTheNextSubscription([] {
+                    SysConfReaderEventProcessCB("SysConfigEvent", "", "",
+                                                SysConfReaderImpl::Instance());
+                }),
+                testing::ExitedWithCode(EXIT_SUCCESS), "");
+}
+
+TEST(ProcessEnd, ExitInsideALaterSubscription_DoesNotWaitForThatLoad) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    support::installEventLibrary("recording");
+    EXPECT_EXIT(exitInsideTheNextSubscription([] { SysConfReader::Instance()->Reload(); }),
+                testing::ExitedWithCode(EXIT_SUCCESS), "");
+}
+
+[[noreturn]] void exitBesideAHungEvent() {
+    ::alarm(kPatience);
+    support::setInitResult(-1);
+    SysConfReader::Instance();
+    static std::binary_semaphore hangs{0};
+    support::setInitHook([] {
+        hangs.release();
+        for (;;) {
+            ::pause();
+        }
+    });
+    std::thread([roles = SysConfReaderImpl::Instance()] {
+        SysConfReaderEventProcessCB("SysConfigEvent", "", "", roles);
+    }).detach();
+    hangs.acquire();
+    std::exit(EXIT_SUCCESS);
+}
+
+#ifndef THREAD_SANITIZED // which reports that the lock of the hung load is destroyed
+TEST(ProcessEnd, EventThatHangs_IsNotWaitedForWithoutLimit) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    support::installEventLibrary("recording");
+    EXPECT_EXIT(exitBesideAHungEvent(), testing::ExitedWithCode(EXIT_SUCCESS), "");
+}
+#endif
+
 Deployment* g_deployment = nullptr;
 
-/// Runs while the process ends. The readers still answer, and tell whether an event was applied.
+/// Runs while the process exits. The readers still answer, which shows whether an event was
+/// applied.
 void exitAfterALateEvent() {
     writeGeneration(*g_deployment, 2);
     const int answer =

@@ -1,6 +1,6 @@
-#include "Changes.h"
+#include "watch/Changes.h"
 
-#include "Json.h"
+#include "render/Json.h"
 
 #include <gtest/gtest.h>
 
@@ -34,7 +34,7 @@ TEST(Changes, OneAnswerDiffers_ThatOne) {
     EXPECT_EQ(found[0].after, &after[1].reply);
 }
 
-TEST(Changes, SameQueryWithOtherArguments_OneHasGoneAndOneHasCome) {
+TEST(Changes, SameQueryWithOtherArguments_OneIsRemovedAndOneAdded) {
     const std::vector<Observation> before = {seen("db-type", {"a", "0"}, "x")};
     const std::vector<Observation> after = {seen("db-type", {"b", "0"}, "x")};
     const std::vector<Change> found = changes(before, after);
@@ -58,7 +58,7 @@ TEST(Changes, PasswordDiffers_IsAChangeThatShowsNeither) {
               "2023-11-14T22:13:20.007Z  db-password a 0\n  - ********\n  + ********\n");
 }
 
-TEST(Changes, Text_TellsOldAndNewLineByLine) {
+TEST(Changes, Text_HasOldAndNewLines) {
     Reply before{
         &findQuery("all-float-ip"), {"service"}, {Groups{{"n1", {"a", "b\n"}}, {"n2", {}}}}};
     Reply after{&findQuery("all-float-ip"), {"service"}, {List{}}};

@@ -1,4 +1,4 @@
-// What is wrong with files and environment.
+// Findings about files and environment.
 
 #include "Sysconfctl.h"
 
@@ -59,7 +59,7 @@ constexpr const char* kList = R"({"nodeList": {"n": {"assignedToTenancy": "t",
 "domain_node_type": "ACCESS_Backup"}, "IPAddresses": [{"IP": "192.0.2.3",
 "usage": ["service", "maintenance"]}]}}})";
 
-/// One change of a clean deployment: what stands in a file, and what stands there instead.
+/// One change of a clean deployment: a text in a file and its replacement.
 struct Row {
     std::string name;
     std::string severity;
@@ -180,17 +180,17 @@ TEST(Check, EachMistake_IsFoundAtItsPlace) {
         const auto result =
             tool::run({"check", "-o", "json", "--strict", "--local-address", "192.0.2.77"});
         const Json::Value found = tool::parsed(result.output)["findings"];
-        bool told = false;
+        bool reported = false;
         bool errors = false;
         for (const Json::Value& finding : found) {
             const std::string place =
                 finding["line"].asString() + ":" + finding["column"].asString();
-            told = told || (finding["name"] == row.name && finding["severity"] == row.severity &&
-                            place == row.place &&
-                            finding["text"].asString().find(row.text) != std::string::npos);
+            reported = reported || (finding["name"] == row.name &&
+                                    finding["severity"] == row.severity && place == row.place &&
+                                    finding["text"].asString().find(row.text) != std::string::npos);
             errors = errors || finding["severity"] == "error";
         }
-        EXPECT_TRUE(told) << row.name << " for " << row.after << '\n' << result.output;
+        EXPECT_TRUE(reported) << row.name << " for " << row.after << '\n' << result.output;
         EXPECT_EQ(result.exitStatus, errors ? 3 : 4) << row.name;
         const auto lenient = tool::run({"check", "--local-address", "192.0.2.77"});
         EXPECT_EQ(lenient.exitStatus, errors ? 3 : 0) << row.name << " for " << row.after;
@@ -245,7 +245,7 @@ TEST(Check, CaretAndExcerpt_StandUnderThePlace) {
     EXPECT_THAT(result.output, HasSubstr("\n" + std::string(77, ' ') + "^^^^^\n"));
 }
 
-/// As programs write it: without line breaks, here with two thousand nodes.
+/// A file as programs write it: on one line, with two thousand nodes.
 std::string listOfOneLine(const std::string& lastUsage) {
     std::string text = R"({"nodeList":{)";
     for (int n = 0; n < 2000; ++n) {
@@ -269,7 +269,7 @@ TEST(Check, FileOfOneLongLine_IsExcerptedNearThePlace) {
                                           "\n"));
 }
 
-/// A deployment whose only password is "hush-hush", told in many ways.
+/// A deployment with the password "hush-hush" in many places and spellings.
 const std::vector<std::string> kSecretTexts = {
     R"({"databases": {"d": [{"passwd": ["hush-hush"]}]}})",
     R"({"databases": {"d": [{"passwd": 5, "user": {"pwd": "hush-hush"}}]}})",
@@ -321,7 +321,7 @@ TEST(Check, Output_IsNoWiderThanTheTerminalAndEscaped) {
     EXPECT_THAT(tool::run({"check"}).output, Not(HasSubstr("\033")));
 }
 
-// Sanitizers write files and pipes of their own.
+// Sanitizers write files and pipes, too.
 #ifndef SANITIZED
 TEST(Check, Run_WritesNothingButItsOutput) {
     support::Deployment deployment;

@@ -1,4 +1,4 @@
-// Help, version, and options before and behind the command.
+// Help, version, unknown commands, and options before and after the command.
 
 #include "Sysconfctl.h"
 
@@ -10,7 +10,7 @@ using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
 
-TEST(CommandLine, Help_TellsCommandsOptionsAndExitStatus) {
+TEST(CommandLine, Help_HasCommandsOptionsAndExitStatus) {
     EXPECT_THAT(tool::run({"--help"}).output,
                 AllOf(HasSubstr("show"), HasSubstr("get"), HasSubstr("--env-file"),
                       HasSubstr("--set"), HasSubstr("--version"), HasSubstr("Exit status"),
@@ -23,12 +23,33 @@ TEST(CommandLine, Help_TellsCommandsOptionsAndExitStatus) {
                       HasSubstr("--output"), HasSubstr("--reveal-secrets")));
 }
 
+TEST(CommandLine, UnknownCommand_IsAUsageErrorWithANearMatchEvenWithHelp) {
+    struct Row {
+        std::vector<std::string> arguments;
+        std::string message;
+    };
+    for (const Row& row : std::vector<Row>{
+             {{"shwo", "--help"}, "unknown command shwo, did you mean show? ("},
+             {{"--help", "shwo"}, "unknown command shwo, did you mean show? ("},
+             {{"chekc", "-h"}, "unknown command chekc, did you mean check? ("},
+             {{"nodse", "--color", "never", "--help"}, "unknown command nodse, did you mean nodes"},
+             {{"frobnicate", "--help"}, "unknown command frobnicate ("},
+             {{"[\033]", "--help"}, "unknown command $'[\\x1b]' ("},
+             {{"", "--help"}, "unknown command '' ("},
+             {{"shwo"}, "unknown command shwo, did you mean show? ("}}) {
+        const auto result = tool::run(row.arguments);
+        EXPECT_EQ(result.exitStatus, 2) << testing::PrintToString(row.arguments);
+        EXPECT_EQ(result.output, "") << testing::PrintToString(row.arguments);
+        EXPECT_THAT(result.errors, HasSubstr("sysconfctl: " + row.message));
+    }
+}
+
 TEST(CommandLine, Version_IsNameAndNumber) {
     EXPECT_THAT(tool::run({"--version"}).output,
                 MatchesRegex("sysconfctl [0-9]+\\.[0-9]+\\.[0-9]+\n"));
 }
 
-TEST(CommandLine, CommonOptions_CountBeforeAndBehindTheCommand) {
+TEST(CommandLine, CommonOptions_AreAcceptedBeforeAndAfterTheCommand) {
     const std::string file = tool::kEast.envFile().string();
     for (const auto& arguments :
          std::vector<std::vector<std::string>>{{"--env-file", file, "get", "local-port"},
@@ -57,7 +78,7 @@ TEST(CommandLine, List_NeedsNoConfiguration) {
     EXPECT_EQ(tool::run({"--env-file", "/nowhere", "get", "--list"}).exitStatus, 0);
 }
 
-TEST(CommandLine, List_TellsTheArgumentsOfAQuery) {
+TEST(CommandLine, List_HasTheArgumentsOfAQuery) {
     const std::string list = tool::run({"get", "--list"}).output;
     EXPECT_THAT(list, HasSubstr("\ndb-type NAME INDEX "));
     EXPECT_THAT(list, HasSubstr("\nall-float-ip TAG... "));

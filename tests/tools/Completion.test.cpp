@@ -1,10 +1,15 @@
-// What the tool tells the shells that complete its command lines.
+// The candidates that shells get for command lines of the tool.
 
 #include "Sysconfctl.h"
 
 #include "support/Deployment.h"
+#include "support/Sanitizers.h"
+#include "support/TestDirectory.h"
 
 #include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <set>
 
 namespace {
 
@@ -45,6 +50,11 @@ support::Deployment smallDeployment() {
     return deployment;
 }
 
+std::string appConfigPath() {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): there is only one thread.
+    return std::getenv("APP_CONF_FILE");
+}
+
 TEST(Completion, Values_AreThoseOfBothListsAndTheConfiguration) {
     const auto deployment = smallDeployment();
     EXPECT_THAT(completed({"nodes", ""}),
@@ -68,14 +78,14 @@ TEST(Completion, Values_AreThoseOfBothListsAndTheConfiguration) {
                 ElementsAre(":values", "PROCESS_INSTANCE_ID=p1\t", "PROCESS_INSTANCE_ID=p2\t"));
 }
 
-TEST(Completion, ValuesThatLookLikeOptions_AreOfferedBehindTheEndOfOptionsOnly) {
+TEST(Completion, ValuesThatLookLikeOptions_AreOfferedAfterTheEndOfOptionsOnly) {
     const auto deployment = smallDeployment();
     EXPECT_THAT(completed({"nodes", ""}), Not(Contains("-n\t")));
     EXPECT_THAT(completed({"nodes", "--", ""}), Contains("-n\t"));
     EXPECT_THAT(completed({"nodes", "--", "-"}), Contains("-n\t"));
 }
 
-TEST(Completion, EnvironmentOfTheLine_CountsLikeThatOfTheCommand) {
+TEST(Completion, EnvironmentOfTheLine_IsUsedAsByTheCommand) {
     const auto deployment = smallDeployment();
     const std::string file = tool::kMaster.envFile().string();
     for (const auto& words :
@@ -98,7 +108,7 @@ TEST(Completion, Options_AreOfferedOnceUnlessTheyMayBeRepeated) {
     EXPECT_THAT(completed({"--"}), Contains(testing::StartsWith("--version\t")));
 }
 
-TEST(Completion, ValuesOfOptions_AreOfferedBehindThemAndInTheSameWord) {
+TEST(Completion, ValuesOfOptions_AreOfferedAfterThemAndInTheSameWord) {
     EXPECT_THAT(completed({"nodes", "-o", ""}),
                 ElementsAre(":values", "table\t", "wide\t", "plain\t", "json\t"));
     EXPECT_THAT(completed({"nodes", "-oj"}), Contains("-ojson\t"));
@@ -158,5 +168,44 @@ TEST(Completion, ItsCommand_IsNotForPeople) {
     EXPECT_THAT(tool::run({"--help"}).output, Not(HasSubstr("__complete")));
     EXPECT_THAT(completed({""}), Not(Contains(HasSubstr("__complete"))));
 }
+
+// A sanitizer cannot run under strace.
+#ifndef SANITIZED
+TEST(Completion, Values_ReadOnlyTheFilesThatHaveThem) {
+    struct Row {
+        Lines words;
+        std::set<std::string> files;
+    };
+    auto deployment = smallDeployment();
+    const std::filesystem::path log = support::testDirectory() / "opened.log";
+    const std::set<std::string> lists = {"nodelist.json", "nodelists.json"};
+    for (const Row& row : std::vector<Row>{{{"show", "--out"}, {}},
+                                           {{"get", ""}, {}},
+                                           {{"get", "db-type", ""}, {"app"}},
+                                           {{"get", "db-type", "or ders", ""}, {"app"}},
+                                           {{"show", "--set", "PROCESS_INSTANCE_ID="}, {"app"}},
+                                           {{"get", "local-ip-by-usage", ""}, lists},
+                                           {{"nodes", "--local-address", ""}, lists},
+                                           {{"get", "ip-addresses", ""}, {"nodelists.json"}}}) {
+        Lines words = {"-f", "-o", log.string(), "-e", "trace=?open,openat", SYSCONFCTL};
+        words.insert(words.end(), {"__complete", "fish"});
+        words.insert(words.end(), row.words.begin(), row.words.end());
+        const auto result = support::Command("/usr/bin/strace", words).run();
+        EXPECT_EQ(result.exitStatus, 0) << result.errors;
+        EXPECT_THAT(result.output, HasSubstr(":values"));
+        const std::string opened = tool::readFile(log);
+        std::set<std::string> files;
+        for (const std::string& name : lists) {
+            if (opened.find('/' + name + '"') != std::string::npos) {
+                files.insert(name);
+            }
+        }
+        if (opened.find('"' + appConfigPath() + '"') != std::string::npos) {
+            files.insert("app");
+        }
+        EXPECT_EQ(files, row.files) << testing::PrintToString(row.words);
+    }
+}
+#endif
 
 } // namespace

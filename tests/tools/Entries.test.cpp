@@ -1,4 +1,4 @@
-// What became of address entries, found out by asking a rule.
+// The fate of address entries under a rule.
 
 #include "explain/Entries.h"
 
@@ -26,7 +26,7 @@ void firstService(const Json::Value& entries, Slots& slots) {
     slots["service"] = rules::addressByTag(entries, "service");
 }
 
-/// Numbers keep their first address, a service address its last.
+/// The first address wins for a number, the last one for a service address.
 void byNumber(const Json::Value& entries, Slots& slots) {
     std::map<int, std::string> numbers;
     std::string service;

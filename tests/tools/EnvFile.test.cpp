@@ -1,7 +1,7 @@
-// The text of environment files and of --set.
+// Parsing of environment files and of --set.
 
-#include "Environment.h"
-#include "UsageError.h"
+#include "cli/Environment.h"
+#include "cli/UsageError.h"
 
 #include <gtest/gtest.h>
 
@@ -25,7 +25,7 @@ struct Row {
     const char* assignments;
 };
 
-TEST(EnvFile, Lines_AreReadAsTold) {
+TEST(EnvFile, Lines_AreAssignments) {
     const Row rows[] = {
         {"", ""},
         {"\n\n \t\n", ""},
@@ -51,7 +51,7 @@ TEST(EnvFile, Lines_AreReadAsTold) {
     }
 }
 
-TEST(EnvFile, BadLines_AreToldByNumber) {
+TEST(EnvFile, BadLines_AreReportedByNumber) {
     const Row rows[] = {
         {"A", "f:1: expected KEY=VALUE"},
         {"A=1\n#\n\n B \n", "f:4: expected KEY=VALUE"},
@@ -74,7 +74,7 @@ TEST(EnvFile, NulByte_CannotBePartOfAValue) {
     EXPECT_THROW(parseEnvFile(std::string("A=b\0c", 5), "f"), UsageError);
 }
 
-TEST(EnvFile, AssignmentOfTheCommandLine_IsTakenAsItStands) {
+TEST(EnvFile, AssignmentOfTheCommandLine_IsVerbatim) {
     const Assignment assignment = parseAssignment("A= \"b\"=c ");
     EXPECT_EQ(assignment.variable, "A");
     EXPECT_EQ(assignment.value, " \"b\"=c ");

@@ -1,4 +1,4 @@
-// Whose environment the tool asks in: its own, that of a file, single variables.
+// The environment of a query: that of the process, of a file, single variables.
 
 #include "Sysconfctl.h"
 
@@ -28,7 +28,7 @@ TEST(Environment, NoOption_IsTheProcesssOwn) {
     EXPECT_EQ(answer({"get", "local-port"}), "41\n");
 }
 
-TEST(Environment, EnvFile_StandsForTheWholeConfiguration) {
+TEST(Environment, EnvFile_IsTheWholeConfiguration) {
     support::Deployment deployment;
     deployment.appConfig(R"({"processes": {"p1": {"local": {"port": 41}}}})");
     deployment.managerNodeList(R"({"nodeList": {}})");
@@ -60,7 +60,7 @@ TEST(Environment, AbsoluteAndEmptyPathsOfAnEnvFile_StayAsTheyAre) {
     EXPECT_EQ(answer({"get", "app-root", "--env-file", empty}), "");
 }
 
-TEST(Environment, Set_ComesAfterTheFileAndTheLastOneCounts) {
+TEST(Environment, Set_OverridesTheFileAndTheLastOneWins) {
     const std::string file = envFile("APP_ROOT=/from/file\n").string();
     EXPECT_EQ(answer({"get", "app-root", "--set", "APP_ROOT=/set", "--env-file", file}), "/set\n");
     EXPECT_EQ(answer({"--set", "APP_ROOT=/a", "get", "app-root", "--set", "APP_ROOT=/b", "--set",
@@ -69,7 +69,7 @@ TEST(Environment, Set_ComesAfterTheFileAndTheLastOneCounts) {
     EXPECT_EQ(answer({"--set", "APP_ROOT=/a", "--set", "OTHER=1", "get", "app-root"}), "/a\n");
 }
 
-TEST(Environment, Set_TakesItsValueAsItStands) {
+TEST(Environment, Set_TakesItsValueVerbatim) {
     EXPECT_EQ(answer({"get", "app-root", "--set", "APP_ROOT=relative"}), "relative\n");
     EXPECT_EQ(answer({"get", "app-root", "--set", "APP_ROOT=\"q\" "}), "\"q\" \n");
     EXPECT_EQ(tool::run({"get", "app-root", "--set", "APP_ROOT="}).exitStatus, 1);
@@ -90,7 +90,7 @@ TEST(Environment, EnvFileWithAnOddName_IsFound) {
     EXPECT_EQ(result.output, "/odd\n");
 }
 
-TEST(Environment, BadLineInAnEnvFile_IsToldByItsNumberWithoutItsText) {
+TEST(Environment, BadLineInAnEnvFile_IsReportedByNumberWithoutItsText) {
     const auto file = envFile("# good\nAPP_ROOT=/x\n\nmy-secret-text\n");
     const auto result = tool::run({"show", "--env-file", file.string()});
     EXPECT_EQ(result.exitStatus, 2);

@@ -43,7 +43,7 @@ TEST(EventLibraries, EventsSwitchedOffInTheEnvironment_NoSubscription) {
     EXPECT_FALSE(std::filesystem::exists(logFile()));
 }
 
-TEST(EventLibraries, LibraryThatThrows_GetTellsItEscapedAndEndsWith3) {
+TEST(EventLibraries, LibraryThatThrows_GetReportsItEscapedAndExitsWith3) {
     const auto result =
         besideEventLibrary({"get", "local-port"}).variable("EVENT_THROWS", "1").run();
     EXPECT_EQ(result.exitStatus, 3);
@@ -62,7 +62,7 @@ TEST(EventLibraries, LibraryThatThrows_GetAsJsonHoldsTheError) {
     EXPECT_TRUE(reply["value"].isNull());
 }
 
-TEST(EventLibraries, LibraryThatThrows_ShowTellsItForEveryQueryAndEndsWith3) {
+TEST(EventLibraries, LibraryThatThrows_ShowReportsItForEveryQueryAndExitsWith3) {
     const auto result = besideEventLibrary({"show"}).variable("EVENT_THROWS", "1").run();
     EXPECT_EQ(result.exitStatus, 3);
     EXPECT_THAT(result.output, HasSubstr("local-port"));

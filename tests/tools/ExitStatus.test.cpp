@@ -1,4 +1,4 @@
-// How the tool ends: by command, case and format.
+// Exit statuses by command, case and format.
 
 #include "Sysconfctl.h"
 
@@ -15,7 +15,7 @@ using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::StartsWith;
 
-/// Every writer of a command.
+/// All formats of a command.
 const std::vector<std::string>& formatsOf(const std::string& command) {
     static const std::vector<std::string> usual = {"table", "plain", "json"};
     static const std::vector<std::string> ofNodes = {"table", "wide", "plain", "json"};
@@ -24,11 +24,11 @@ const std::vector<std::string>& formatsOf(const std::string& command) {
     return command == "nodes" ? ofNodes : command == "map" ? ofMap : usual;
 }
 
-/// What a command finds.
+/// The deployment that a command runs on.
 enum class Found {
-    Nothing,         ///< an environment without any file
-    BrokenDatabases, ///< files that load, and queries that throw
-    Warnings,        ///< files with warnings and no errors
+    Nothing,         ///< an environment without files
+    BrokenDatabases, ///< files that load, but queries throw
+    Warnings,        ///< files with warnings, but without errors
     Clean
 };
 
@@ -36,7 +36,7 @@ struct Row {
     Found found;
     int status;
     std::vector<std::string> arguments;
-    /// Part of the message on standard error; "" for none at all.
+    /// Part of the message on standard error; "" for no message.
     std::string message;
 };
 
@@ -46,7 +46,7 @@ struct Misuse {
     std::string message;
 };
 
-/// A node with a database that is an object in place of an array, and one with bad fields.
+/// A database that is an object instead of an array, and one with malformed fields.
 support::Deployment brokenDatabases() {
     support::Deployment deployment;
     deployment.appConfig(R"({

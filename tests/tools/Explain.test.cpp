@@ -1,4 +1,4 @@
-// The way to an answer.
+// Explanations of answers.
 
 #include "Sysconfctl.h"
 
@@ -17,7 +17,7 @@ using ::testing::Not;
 using ::testing::SizeIs;
 using ::testing::StartsWith;
 
-/// On the master of the pair, with paths that are the same on every machine.
+/// Runs on the master of the pair, with paths that are the same on every machine.
 support::Command onMaster(std::vector<std::string> arguments) {
     for (const char* variable : {"APP_CONF_FILE=node-1/etc/app.json", "APP_ROOT=node-1",
                                  "TOLM_ROOT=manager", "PROCESS_INSTANCE_ID=alarm-1"}) {

@@ -28,7 +28,7 @@ const std::vector<Row> kRows = {
     {tool::kEast, {"pf-type"}, "2\n", "2"},
     {tool::kMaster, {"pf-type"}, "0\n", "0"},
     {tool::kWestData, {"corba-port"}, "0\n", "0"},
-    // a list: one item a line, in the order of the library
+    // a list: one line for each item, in the order of the library
     {tool::kEast,
      {"ip-addresses", "assignedToTenancy", "eas"},
      "192.0.2.1\n198.51.100.1\n2001:db8:1::1\n198.51.100.51\n203.0.113.1\n2001:db8:1:1::2\n"
@@ -42,7 +42,7 @@ const std::vector<Row> kRows = {
          "203.0.113.121","203.0.113.122","192.0.2.6","203.0.113.131","2001:db8:1:2::32",
          "192.0.2.3","198.51.100.3","198.51.100.53","192.0.2.4","198.51.100.4","198.51.100.54"])"},
     {tool::kEast, {"ip-addresses", "assignedToTenancy", "south"}, "", "[]"},
-    // a map: a key and its text a line, numbers by number
+    // a map: one line for each key and its text, numbers in numeric order
     {tool::kEast,
      {"local-node-ips", "southbound"},
      "0\t203.0.113.101\n2\t203.0.113.102\n10\t2001:db8:1:2::10\n12\t203.0.113.112\n"
@@ -53,7 +53,7 @@ const std::vector<Row> kRows = {
      {"local-node-ips-by-tag", "maintenance", "northbound"},
      "maintenance\t192.0.2.204\nnorthbound\t\n",
      R"({"maintenance":"192.0.2.204","northbound":""})"},
-    // node by node, any number of texts
+    // one line for each node, any number of texts
     {tool::kMaster,
      {"all-float-ip", "internal_service", "maintenance"},
      "manager-1\t192.0.2.100\t198.51.100.100\nnode-1\t192.0.2.11\t198.51.100.11\n"
@@ -149,7 +149,7 @@ TEST(Get, SouthboundTagsWithoutAddress_AreLeftOutUnlessAskedFor) {
               "southbound3\t\nsouthbound9\t9\nsouthbound20\t20\nsouthbound100\t100\n");
 }
 
-TEST(Get, SourceNode_IsAskedAfreshEvenWhenThisNodeIsNoStandby) {
+TEST(Get, SourceNode_IsReadOnEachCallEvenIfThisNodeIsNoStandby) {
     support::Deployment deployment;
     deployment.nodeList(R"({"nodeList": {
         "other": {"IPAddresses": [{"IP": "127.0.0.1", "usage": ["service"]}]}}})");

@@ -6,8 +6,8 @@
 
 namespace tool {
 
-/// Expects that the command on that view ends so and writes what the file of that name under
-/// golden/ says, paths of the samples written as "@SAMPLES@".
+/// Expects the exit status, and that the output equals the file of that name in golden/, in which
+/// "@SAMPLES@" is the path of the samples.
 void expectGolden(const View& view, const std::vector<std::string>& arguments, int exitStatus,
                   const std::string& name);
 

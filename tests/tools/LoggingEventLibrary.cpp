@@ -1,7 +1,6 @@
-// An event library for commands: appends a line for each call to the file named by EVENT_LOG, and
-// throws out of its subscription when EVENT_THROWS is set, or refuses it when EVENT_REFUSES is.
-// With EVENT_CHANGES it changes the process's environment at each subscription, which no program
-// should.
+// An event library for tests. Appends a line for each call to the file EVENT_LOG. A subscription
+// throws if EVENT_THROWS is set, fails if EVENT_REFUSES is set, and changes the environment of the
+// process if EVENT_CHANGES is set, which is against the contract.
 
 #include <SysConfReaderEvent.h>
 

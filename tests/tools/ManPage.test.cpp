@@ -1,7 +1,7 @@
-// The manual page against the tables of the tool: nothing forgotten, nothing invented.
+// The manual page has exactly the entries of the tables of the tool.
 
-#include "CommandTable.h"
-#include "Queries.h"
+#include "cli/CommandTable.h"
+#include "query/Queries.h"
 
 #include <gmock/gmock.h>
 
@@ -30,7 +30,7 @@ std::string readFile(const std::filesystem::path& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// What the page has under one title, line by line.
+/// The lines of one section of the page.
 std::vector<std::string> section(const std::string& title) {
     std::istringstream page(readFile(sourceDirectory() / "docs/man/sysconfctl.1"));
     std::vector<std::string> lines;
@@ -46,7 +46,7 @@ std::vector<std::string> section(const std::string& title) {
     return lines;
 }
 
-/// What follows in the lines of a section that begin so.
+/// The rest of the lines of a section that begin with a text.
 std::vector<std::string> linesWith(const std::string& title, const std::string& begin) {
     std::vector<std::string> found;
     for (const std::string& line : section(title)) {
@@ -67,7 +67,7 @@ std::vector<std::string> matches(const std::string& text, const std::string& pat
     return found;
 }
 
-/// "--env-file FILE" as the page writes it.
+/// "--env-file FILE" in the markup of the page.
 std::string inPage(const OptionRow& row) {
     std::string text = row.letter.empty() ? "" : "Fl " + std::string(row.letter.substr(1)) + " , ";
     text += "Fl Fl " + std::string(row.name.substr(2));
@@ -103,14 +103,14 @@ TEST(ManPage, Commands_AreThoseOfTheTableWithTheirOptionsAndFormats) {
         formats.push_back(names);
     }
     EXPECT_THAT(linesWith("COMMANDS", ".It Ic "), ElementsAreArray(heads));
-    std::vector<std::string> told;
+    std::vector<std::string> found;
     const std::vector<std::string> lines = section("COMMANDS");
     for (std::size_t i = 0; i + 1 < lines.size(); ++i) {
         if (lines[i] == "Formats:") {
-            told.push_back(lines[i + 1].substr(std::string(".Cm ").size()));
+            found.push_back(lines[i + 1].substr(std::string(".Cm ").size()));
         }
     }
-    EXPECT_THAT(told, ElementsAreArray(formats));
+    EXPECT_THAT(found, ElementsAreArray(formats));
 }
 
 TEST(ManPage, Synopsis_HasEveryCommand) {
@@ -118,8 +118,8 @@ TEST(ManPage, Synopsis_HasEveryCommand) {
     for (const CommandRow& command : commandTable()) {
         names.emplace(command.name);
     }
-    const std::vector<std::string> told = linesWith("SYNOPSIS", ".Ic ");
-    EXPECT_EQ(std::set<std::string>(told.begin(), told.end()), names);
+    const std::vector<std::string> found = linesWith("SYNOPSIS", ".Ic ");
+    EXPECT_EQ(std::set<std::string>(found.begin(), found.end()), names);
 }
 
 TEST(ManPage, Options_AreThoseOfTheTable) {
@@ -145,23 +145,24 @@ TEST(ManPage, ExitStatuses_AreThoseOfTheTableAndOfTheTool) {
     }
     EXPECT_THAT(linesWith("EXIT STATUS", ".It "), ElementsAreArray(statuses));
     const auto used =
-        matches(readFile(sourceDirectory() / "tools/sysconfctl/ExitStatus.h"), R"(= (\d+))");
+        matches(readFile(sourceDirectory() / "tools/sysconfctl/cli/ExitStatus.h"), R"(= (\d+))");
     EXPECT_EQ(std::set<std::string>(used.begin(), used.end()),
               std::set<std::string>(statuses.begin(), statuses.end()));
 }
 
-TEST(ManPage, Complaints_AreThoseThatTheToolHas) {
-    const auto names = matches(readFile(sourceDirectory() / "tools/sysconfctl/Complaint.h"),
-                               R"re(= "([a-z-]+)";)re");
+TEST(ManPage, Diagnostics_AreThoseOfTheTool) {
+    const auto names =
+        matches(readFile(sourceDirectory() / "tools/sysconfctl/render/Diagnostics.h"),
+                R"re(= "([a-z-]+)";)re");
     EXPECT_THAT(linesWith("OUTPUT", ".It Cm "), ElementsAreArray(names));
 }
 
-/// The names of environment variables in a source: whatever is passed to getenv, and other texts
-/// of that form.
+/// The names of environment variables in a source: arguments of getenv, and other texts of that
+/// form.
 std::vector<std::string> variablesIn(const std::string& source) {
     std::vector<std::string> names = matches(source, R"re(getenv\("([A-Za-z0-9_]+)"\))re");
     for (const std::string& name : matches(source, R"re((?:^|[^\[])"([A-Z]+(?:_[A-Z]+)+)")re")) {
-        // A member of the files has that form, too.
+        // This is a member of the files.
         if (name != "CORBA_SSL") {
             names.push_back(name);
         }
@@ -174,12 +175,12 @@ TEST(ManPage, Variables_AreThoseOfTheTableAndOfTheSources) {
     for (const VariableRow& row : variableTable()) {
         table.emplace(row.name);
     }
-    std::set<std::string> told;
+    std::set<std::string> found;
     for (const std::string& line : linesWith("ENVIRONMENT", ".It Ev ")) {
         const auto names = matches(line, "([A-Z_]+)");
-        told.insert(names.begin(), names.end());
+        found.insert(names.begin(), names.end());
     }
-    EXPECT_EQ(told, table);
+    EXPECT_EQ(found, table);
     std::set<std::string> read;
     for (const char* folder : {"src", "tools"}) {
         for (const auto& entry :

@@ -1,4 +1,4 @@
-// The deployment as a picture.
+// Pictures of the deployment.
 
 #include "Golden.h"
 
@@ -8,15 +8,17 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <set>
 
 namespace {
 
 using ::testing::AllOf;
 using ::testing::HasSubstr;
+using ::testing::IsSupersetOf;
 using ::testing::Not;
 using ::testing::StartsWith;
 
-/// Ids that have a meaning in one of the picture languages or on a terminal.
+/// Ids with characters that are special in a picture language or on a terminal.
 support::Deployment hostileDeployment() {
     support::Deployment deployment;
     deployment.appConfig(R"({"processes": {"p1": {"nodeId": "a\"]; x -> y [label=\""}}})");
@@ -61,7 +63,7 @@ TEST(Map, HostileIds_StayInsideTheirLabels) {
         const auto result = tool::run({"map", "-o", format});
         EXPECT_EQ(result.exitStatus, 0);
         EXPECT_THAT(result.output, Not(HasSubstr("\033"))) << format;
-        // One line a box, one a group with its end, and the same frame for any ids.
+        // Each box has one line and each group two; the rest does not depend on the ids.
         EXPECT_THAT(result.output, Not(HasSubstr("\nbreak"))) << format;
     }
     const std::string mermaid = tool::run({"map", "-o", "mermaid"}).output;
@@ -70,6 +72,24 @@ TEST(Map, HostileIds_StayInsideTheirLabels) {
     for (const std::string& line : tool::linesOf(mermaid)) {
         const auto quotes = std::count(line.begin(), line.end(), '"');
         EXPECT_TRUE(quotes == 0 || quotes == 2) << line;
+    }
+}
+
+TEST(Map, HostileIds_AreVerbatimInJsonAndEscapedOnceAsText) {
+    const auto deployment = hostileDeployment();
+    const Json::Value json = tool::parsed(tool::run({"map", "-o", "json"}).output);
+    std::set<std::string> texts;
+    for (const Json::Value& tenancy : json["tenancies"]) {
+        for (const Json::Value& node : tenancy["nodes"]) {
+            texts.insert(node["lines"][0].asString());
+        }
+    }
+    EXPECT_THAT(texts, IsSupersetOf({"back\\slash\\N", "line\nbreak", "\033[31mred"}));
+    for (const char* format : {"plain", "table"}) {
+        EXPECT_THAT(tool::run({"map", "-o", format}).output,
+                    AllOf(HasSubstr("back\\\\slash\\\\N"), HasSubstr("line\\nbreak"),
+                          HasSubstr("\\x1b[31mred"), Not(HasSubstr("\\\\n"))))
+            << format;
     }
 }
 

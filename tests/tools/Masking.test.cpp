@@ -1,6 +1,6 @@
-// What of an answer is hidden.
+// The masked parts of an answer.
 
-#include "Masking.h"
+#include "render/Masking.h"
 
 #include <gtest/gtest.h>
 

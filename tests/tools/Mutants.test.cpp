@@ -1,11 +1,11 @@
-// What check says of every small mistake at every place of the samples, beside what the mistake
-// does to the answers: a member or an element that is missing, misspelled by a letter, of another
-// type or there twice, a list without its elements or with the first one only.
+// Makes every small mistake at every place of the samples and compares the findings of check with
+// the effect on the answers. A mistake removes, misspells, retypes or repeats a member or an
+// element, or removes all elements of a list or all but the first one.
 
-#include "Environment.h"
-#include "Questions.h"
-#include "Reply.h"
 #include "check/Finding.h"
+#include "cli/Environment.h"
+#include "query/Questions.h"
+#include "query/Reply.h"
 
 #include "support/Deployment.h"
 
@@ -27,14 +27,14 @@ namespace {
 using namespace sysconfctl;
 namespace fs = std::filesystem;
 
-// A mistake that changes an answer is reported, and where it was made. These are the figures that
-// the test prints, rounded down.
+// The required shares of answer-changing mistakes that are reported, and reported at their place:
+// the figures that the test prints, rounded down.
 constexpr double kReported = 0.98;
 constexpr double kPlaced = 0.98;
-// Every mutant has these figures; some of them may be off a little.
+// A run with a part of the mutants may be slightly below the figures of all.
 constexpr double kSpread = SYSCONF_MUTANT_STEP == 1 ? 0 : 0.03;
 
-/// One mistake: the text that it makes of a file, and the offsets where one would look for it.
+/// One mistake: the resulting text of a file, and the offsets at which it may be reported.
 struct Mutant {
     std::string what;
     std::string text;
@@ -167,7 +167,7 @@ std::string readFile(const fs::path& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// A process of a sample: the texts of its three files.
+/// A process of a sample with the texts of its three files.
 struct View {
     std::string name;
     std::string instance;
@@ -208,7 +208,7 @@ std::vector<View> views() {
     return all;
 }
 
-/// What a newly started process would be answered to every question.
+/// The answers to all questions in a process that starts now.
 std::vector<std::string> answers() {
     Quarncommon::SysConfReader::Destory();
     Quarncommon::SysConfReader::Instance();
@@ -228,7 +228,7 @@ std::vector<std::string> answers() {
     return all;
 }
 
-/// A finding apart from where it stands.
+/// A finding without its place.
 using Identity = std::tuple<std::string, std::string, std::string>;
 
 Identity identity(const Finding& finding) {

@@ -1,4 +1,4 @@
-// The nodes of both lists.
+// Tables of the nodes of both lists.
 
 #include "Golden.h"
 
@@ -23,7 +23,7 @@ TEST(Nodes, OfTheSamples_LookAsWrittenDown) {
     tool::expectGolden(tool::kStandby, {"nodes", "-o", "json"}, 0, "nodes-standby.json");
 }
 
-TEST(Nodes, AddressesOfTheHost_CanBeToldInPlaceOfItsOwn) {
+TEST(Nodes, AddressesOfTheHost_CanBeGivenAsOptions) {
     const auto elsewhere =
         tool::parsed(tool::run(tool::kStandby, {"nodes", "-o", "json", "--local-address",
                                                 "198.51.100.62", "--local-address", "192.0.2.12"})
@@ -36,7 +36,7 @@ TEST(Nodes, AddressesOfTheHost_CanBeToldInPlaceOfItsOwn) {
     EXPECT_EQ(here["floatNode"], "node-1");
 }
 
-TEST(Nodes, ListsThatDoNotLoad_AreToldAndNoNodeIsNoAnswer) {
+TEST(Nodes, ListsThatDoNotLoad_AreReportedAndNoNodeIsNoAnswer) {
     support::Deployment deployment;
     deployment.appConfig(R"({"processes": {"p1": {"nodeId": "n"}}})");
     deployment.nodeList("{\"nodeList\": {,}}");
@@ -55,7 +55,7 @@ TEST(Nodes, ListsThatDoNotLoad_AreToldAndNoNodeIsNoAnswer) {
     EXPECT_EQ(tool::run({"nodes"}).exitStatus, 0);
 }
 
-TEST(Nodes, ValuesOfWrongTypes_LeaveTheRestToBeTold) {
+TEST(Nodes, ValuesOfWrongTypes_DoNotHideOthers) {
     support::Deployment deployment;
     deployment.nodeList(R"({"nodeList": {
         "a": 1, "b": [], "c": {"extAttr": "x", "IPAddresses": {"a": 1}},
@@ -81,6 +81,24 @@ TEST(Nodes, SeveralTenancies_HaveAMasterAndAStandbyEach) {
     EXPECT_EQ(tool::run({"nodes", "-o", "plain"}).output,
               "a\tmaster\t\t\t\t\t\nb\tmaster\t\tmaster\t\t\t\nc\tMaster\t\t\t\t\t\n"
               "d\tstandby\tt\tstandby\t\t\t\n");
+}
+
+TEST(Nodes, TenancyOfAWrongType_HidesTheRolesOfLaterNodesOfAllTenancies) {
+    support::Deployment deployment;
+    deployment.managerNodeList(R"({"nodeList": {
+        "a": {"assignedToTenancy": "s",
+              "extAttr": {"hostType": "master", "domain_node_type": "ACCESS_Master"}},
+        "b": {"assignedToTenancy": "t",
+              "extAttr": {"hostType": "standby", "domain_node_type": "ACCESS_Backup"}},
+        "c": {"assignedToTenancy": "u", "extAttr": {"hostType": {}}},
+        "d": {"assignedToTenancy": "t",
+              "extAttr": {"hostType": "master", "domain_node_type": "ACCESS_Master"}},
+        "e": {"assignedToTenancy": []},
+        "f": {"assignedToTenancy": "s",
+              "extAttr": {"hostType": "standby", "domain_node_type": "ACCESS_Backup"}}}})");
+    EXPECT_EQ(tool::run({"nodes", "-o", "plain"}).output,
+              "a\tmaster\ts\tmaster\t\t\t\nb\tstandby\tt\tstandby\t\t\t\nc\t\tu\t\t\t\t\n"
+              "d\tmaster\tt\tmaster\t\t\t\ne\t\t\t\t\t\t\nf\tstandby\ts\t\t\t\t\n");
 }
 
 TEST(Nodes, Table_IsNoWiderThanTheTerminalWhateverTheIdsAre) {

@@ -1,4 +1,4 @@
-// Where the output goes: pipes, terminals of any width, full disks, readers that went away.
+// Output to pipes, terminals of any width, full disks and closed pipes.
 
 #include "Sysconfctl.h"
 
@@ -19,7 +19,7 @@ using ::testing::Le;
 using ::testing::Not;
 using ::testing::SizeIs;
 
-/// Every command with every writer, on a deployment that has everything.
+/// Every command in every format, on a deployment with all features.
 std::vector<std::vector<std::string>> everyCommand() {
     const std::vector<std::string> usual = {"table", "plain", "json"};
     const std::vector<std::pair<std::vector<std::string>, std::vector<std::string>>> writers = {
@@ -29,7 +29,7 @@ std::vector<std::vector<std::string>> everyCommand() {
         {{"watch"}, usual},
         {{"explain", "local-north-ip"}, usual},
         {{"explain", "--all"}, usual},
-        {{"check"}, {"table", "json"}}, // nothing is wrong: plain has no line
+        {{"check"}, {"table", "json"}}, // no finding: plain has no line
         {{"nodes"}, {"table", "wide", "plain", "json"}},
         {{"map"}, {"dot", "mermaid", "svg", "table", "plain", "json"}},
     };
@@ -45,7 +45,7 @@ std::vector<std::vector<std::string>> everyCommand() {
     return commands;
 }
 
-/// Everything that is laid out for reading.
+/// The formats for people.
 const std::vector<std::vector<std::string>> kTables = {
     {"show"},
     {"get", "all-float-ip", "service", "-o", "table"},
@@ -68,7 +68,7 @@ support::Deployment hostileDeployment() {
     return deployment;
 }
 
-TEST(Output, FullDisk_EndsWith70AndAMessage) {
+TEST(Output, FullDisk_ExitsWith70AndAMessage) {
     for (const auto& arguments : everyCommand()) {
         const auto result = tool::sysconfctl(arguments).outputToFile("/dev/full").run();
         EXPECT_EQ(result.exitStatus, 70) << testing::PrintToString(arguments);
@@ -77,7 +77,7 @@ TEST(Output, FullDisk_EndsWith70AndAMessage) {
     }
 }
 
-TEST(Output, ReaderThatWentAway_EndsWith70AndNotBySignal) {
+TEST(Output, ClosedPipe_ExitsWith70AndNotBySignal) {
     for (const auto& arguments : everyCommand()) {
         const auto result = tool::sysconfctl(arguments).outputToClosedPipe().run();
         EXPECT_EQ(result.signal, 0) << testing::PrintToString(arguments);
@@ -195,12 +195,12 @@ TEST(Output, EverythingButPlainLinesToAPipe_IsNoWiderThan100Columns) {
     }
 }
 
-/// The text without what colours it.
+/// The text without colour sequences.
 std::string uncolored(const std::string& text) {
     return std::regex_replace(text, std::regex("\033\\[[0-9;]*m"), "");
 }
 
-TEST(Output, Color_IsForTablesOnTerminalsUnlessToldOtherwise) {
+TEST(Output, Color_IsForTablesOnTerminalsUnlessSetOtherwise) {
     for (const auto& arguments : kTables) {
         std::vector<std::string> words = arguments;
         words.insert(words.end(), {"--env-file", tool::kWestData.envFile().string()});

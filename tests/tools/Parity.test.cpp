@@ -1,9 +1,9 @@
-// What is explained is what the library answers: every query, over deployments made by chance,
-// valid, damaged, mistyped, and changed between reloads.
+// Explanations and answers of the library agree for every query on random deployments: valid,
+// damaged, with wrong types, and changed between reloads.
 
-#include "Reply.h"
 #include "deployment/Loaded.h"
 #include "explain/Explanation.h"
+#include "query/Reply.h"
 
 #include "rules/RandomLists.h"
 #include "support/Deployment.h"
@@ -27,7 +27,7 @@ class RandomDeployments {
 public:
     explicit RandomDeployments(std::uint64_t seed) : m_lists(seed) {}
 
-    /// Writes some or all of the files anew, and sets or unsets what leads to them.
+    /// Rewrites some or all of the files, and sets or unsets their variables.
     void change(support::Deployment& deployment) {
         if (!m_lists.oneIn(8)) {
             deployment.appConfig(damaged(textOf(appConfig())));
@@ -149,7 +149,7 @@ private:
     unsigned int m_odd = 1000000;
 };
 
-/// What a reply says, for a failed comparison.
+/// A reply as text, for failed comparisons.
 std::string shown(const Answer& answer) {
     return std::visit(Overloaded{
                           [](const NoAnswer&) { return std::string("(none)"); },

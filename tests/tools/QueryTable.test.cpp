@@ -1,4 +1,4 @@
-// The tool's table of queries against the public headers: none forgotten, none invented.
+// The tool's table of queries has exactly the queries of the public headers.
 
 #include "Sysconfctl.h"
 
@@ -17,7 +17,7 @@ using ::testing::Key;
 using ::testing::MatchesRegex;
 using ::testing::Not;
 
-/// Names of operations, and how many overloads each has.
+/// Names of operations and their numbers of overloads.
 using Operations = std::map<std::string, int>;
 
 std::string withoutComments(std::string text) {
@@ -30,7 +30,7 @@ std::string withoutComments(std::string text) {
     return text;
 }
 
-/// What stands between "public:" and "private:" of the class.
+/// The text between "public:" and "private:" of the class.
 std::string publicPart(const std::string& header, const std::string& className) {
     const std::string text =
         withoutComments(tool::readFile(tool::sourceDirectory() / "include" / header));
@@ -48,7 +48,7 @@ bool isWordCharacter(char c) {
     return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_';
 }
 
-/// The word in front of the first bracket of a declaration; "" when there is none.
+/// The word before the first parenthesis of a declaration; "" if there is none.
 std::string declaredName(const std::string& declaration) {
     const std::size_t bracket = declaration.find('(');
     if (bracket == std::string::npos) {
@@ -65,8 +65,8 @@ bool contains(const std::string& text, const char* part) {
     return text.find(part) != std::string::npos;
 }
 
-/// The queries among the declarations: what an object is asked, so neither what makes, loads or
-/// ends it, nor anything static or deleted.
+/// The queries among the declarations: no constructors, loaders or destructors, nothing static or
+/// deleted.
 Operations queriesOf(const std::string& header, const std::string& className) {
     const std::set<std::string> lifecycle = {"", "Reload", "init_i", className};
     Operations operations;
@@ -82,7 +82,7 @@ Operations queriesOf(const std::string& header, const std::string& className) {
     return operations;
 }
 
-/// Those of the reader, and what only the facade can be asked.
+/// The queries of the reader, and those that only the facade has.
 Operations publicQueries() {
     Operations operations = queriesOf("SysConfReader.h", "SysConfReader");
     for (const auto& facade : queriesOf("SysConfReader_i.h", "SysConfReader_i")) {

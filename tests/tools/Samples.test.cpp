@@ -1,4 +1,4 @@
-// What the tool answers on every view of every sample deployment.
+// Answers of the tool on every view of every sample deployment.
 
 #include "Golden.h"
 

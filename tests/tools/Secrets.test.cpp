@@ -1,4 +1,4 @@
-// Passwords are shown in no format unless asked for.
+// Passwords are masked in all formats unless --reveal-secrets is given.
 
 #include "Sysconfctl.h"
 
@@ -68,7 +68,7 @@ TEST(Secrets, CommandsThatShowNone_TakeTheOptionToo) {
     }
 }
 
-TEST(Secrets, OptionInFrontOfTheCommand_CountsLikeBehindIt) {
+TEST(Secrets, OptionBeforeTheCommand_RevealsThem) {
     const auto deployment = deploymentWithPasswords();
     EXPECT_EQ(tool::run({"--reveal-secrets", "get", "db-password", "orders", "0"}).output,
               "hush-hush\n");
@@ -78,7 +78,7 @@ TEST(Secrets, AskedFor_AreShownByEveryCommandThatHasThem) {
     const auto deployment = deploymentWithPasswords();
     for (const auto& command : kCommands) {
         if (command.front() == "check") {
-            continue; // of the values, it shows those that something is wrong with
+            continue; // it shows only values with findings
         }
         EXPECT_THAT(runWith(command, "json", true).output, HasSubstr(kPassword))
             << testing::PrintToString(command);

@@ -1,6 +1,6 @@
-// Lines that are being typed: their words, and what becomes of a completion inside quotes.
+// Partial shell lines: their words, and quoting of completions.
 
-#include "completion/ShellLine.h"
+#include "cli/ShellLine.h"
 
 #include <gmock/gmock.h>
 
@@ -58,7 +58,7 @@ TEST(ShellLine, QuotedText_ReadsAsItself) {
     for (const char* open : {"", "'", "\"", "$'"}) {
         const char quote = *open;
         const std::string line = std::string("t ") + open + shellQuoted(hostile, quote);
-        // Quotes are closed and opened again for a character that they cannot hold.
+        // Quotes are closed and reopened around a character that they cannot contain.
         EXPECT_EQ(readShellLine(line, "").words.back(), hostile) << line;
         EXPECT_EQ(readShellLine(line, "").quote, quote) << line;
     }

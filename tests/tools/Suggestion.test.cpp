@@ -1,6 +1,6 @@
-// What an unknown word was probably meant to be.
+// Near matches of unknown words.
 
-#include "Suggestion.h"
+#include "cli/Suggestion.h"
 
 #include <gtest/gtest.h>
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-/// The operator's tool as the build made it, and what tests run it against.
+/// Runs the built tool, and knows the sample deployments.
 namespace tool {
 
 using support::CommandResult;
@@ -25,7 +25,7 @@ struct View {
     std::filesystem::path envFile() const;
 };
 
-/// All views there are, by their env files.
+/// All views, found by their env files.
 std::vector<View> views();
 
 inline const View kMaster = {"ha-pair", "master"};
@@ -35,10 +35,10 @@ inline const View kWestData = {"two-tenancies", "west-data-2"};
 
 support::Command sysconfctl(std::vector<std::string> arguments);
 CommandResult run(std::vector<std::string> arguments);
-/// With "--env-file" of that view before the arguments.
+/// Runs with "--env-file" of that view before the arguments.
 CommandResult run(const View& view, std::vector<std::string> arguments);
 
-/// The JSON text that a command wrote; fails the test when it is none.
+/// Parses the output of a command as JSON; fails the test if it is not JSON.
 Json::Value parsed(const std::string& text);
 
 std::string readFile(const std::filesystem::path& path);

@@ -1,6 +1,6 @@
 // The layout of tables.
 
-#include "Table.h"
+#include "render/Table.h"
 
 #include <gtest/gtest.h>
 
@@ -20,7 +20,7 @@ TEST(Table, Sections_HaveATitleEachAndABlankLineBetween) {
                                "  e    3\n");
 }
 
-TEST(Table, LongCells_GoOnBelowIndentedAsTold) {
+TEST(Table, LongCells_AreWrappedWithTheirIndent) {
     const std::vector<TableRow> rows = {
         {"", "label", {{"key  one, two, three, four, five, six", 5}, {"next"}}}};
     EXPECT_EQ(table(rows, 40), "  label  key  one, two, three, four,\n"

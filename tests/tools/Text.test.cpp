@@ -1,6 +1,6 @@
-// Text on its way to a terminal: escaped, measured, wrapped, quoted.
+// Text for a terminal: escaping, width, wrapping, quoting.
 
-#include "Text.h"
+#include "render/Text.h"
 
 #include <gmock/gmock.h>
 
@@ -24,11 +24,11 @@ TEST(Text, WhatATerminalWouldNotShow_IsEscaped) {
         {std::string("a\0b", 3), "a\\x00b"},
         {"\x7f", "\\x7f"},
         {"\xc2\x9b", "\\u009b"},             // a C1 control: starts an escape sequence
-        {"\xe2\x80\xae", "\\u202e"},         // turns the reading direction
+        {"\xe2\x80\xae", "\\u202e"},         // changes the reading direction
         {"\xe2\x80\x8b", "\\u200b"},         // invisible
         {"\xf3\xa0\x80\xa0", "\\U000e0020"}, // invisible tag
         {"\xc3\xa9\xe4\xb8\xad\xf0\x9f\x98\x80", "\xc3\xa9\xe4\xb8\xad\xf0\x9f\x98\x80"},
-        {"\xff", "\\xff"},                            // no UTF-8
+        {"\xff", "\\xff"},                            // not UTF-8
         {"\xc3", "\\xc3"},                            // cut off
         {"\xc3(", "\\xc3("},                          // wrong second byte
         {"\xc0\xaf", "\\xc0\\xaf"},                   // overlong
@@ -50,7 +50,7 @@ TEST(Text, Width_IsWhatATerminalNeeds) {
     EXPECT_EQ(displayWidth("\xf0\x9f\x98\x80"), 2U);
 }
 
-TEST(Text, Wrapping_BreaksBehindSeparators) {
+TEST(Text, Wrapping_BreaksAfterSeparators) {
     EXPECT_THAT(wrapped("", 5), ElementsAre(""));
     EXPECT_THAT(wrapped("abc", 3), ElementsAre("abc"));
     EXPECT_THAT(wrapped("ab cd ef", 5), ElementsAre("ab cd", "ef"));

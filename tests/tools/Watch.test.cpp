@@ -1,4 +1,4 @@
-// `sysconfctl watch` as far as it depends on no certain event library.
+// `sysconfctl watch` with any event library.
 
 #include "Sysconfctl.h"
 
@@ -20,7 +20,7 @@ std::filesystem::path logFile() {
 
 support::Command watch(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), {"watch", "--env-file", tool::kMaster.envFile().string()});
-    // What has just been built is also looked for in the working directory.
+    // The search path also contains the working directory.
     return tool::sysconfctl(std::move(arguments)).workingDirectory(support::testDirectory());
 }
 
@@ -32,7 +32,7 @@ support::Command watchBesideEventLibrary(std::vector<std::string> arguments) {
     return command;
 }
 
-/// What it tells of the subscription, by the time it has shown the answers.
+/// The messages about the subscription, read after the initial answers were shown.
 std::string errorsOf(const support::Command& command) {
     support::RunningCommand running = command.start();
     running.waitForOutput("db-lib");
@@ -42,7 +42,7 @@ std::string errorsOf(const support::Command& command) {
     return result.errors;
 }
 
-TEST(Watch, EachSignalThatAsksForTheEnd_EndsBothSubscriptionsAndAnswers0) {
+TEST(Watch, EachEndSignal_EndsBothSubscriptionsAndExitsWith0) {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         support::RunningCommand running = watchBesideEventLibrary({}).start();
         running.waitForOutput("db-lib");
@@ -62,17 +62,17 @@ TEST(Watch, Start_ShowsWhatShowShows) {
     EXPECT_EQ(running.finish().output, shown + "\n");
 }
 
-TEST(Watch, SubscriptionMade_TellsTheFileOfTheLibrary) {
+TEST(Watch, Subscribed_ReportsTheFileOfTheLibrary) {
     EXPECT_EQ(errorsOf(watchBesideEventLibrary({})),
               "sysconfctl: subscribed to changes through " SYSCONF_LOGGING_EVENT_LIBRARY "\n");
 }
 
-TEST(Watch, NoEventLibrary_TellsWhatTheLoaderSays) {
+TEST(Watch, NoEventLibrary_ReportsTheErrorOfTheLoader) {
     const std::string errors = errorsOf(watch({}));
     EXPECT_THAT(errors, HasSubstr("sysconfctl: not subscribed to changes: libeventcbutil.so: "));
 }
 
-TEST(Watch, SwitchedOff_TellsTheVariable) {
+TEST(Watch, EventsDisabled_ReportsTheVariable) {
     for (const std::string variable : {"NO_EM_CLIENT", "NO_EM_CLIENT_CONSUMER"}) {
         EXPECT_EQ(errorsOf(watchBesideEventLibrary({"--set", variable + "=0"})),
                   "sysconfctl: not subscribed to changes: " + variable + " is set\n");
@@ -80,13 +80,13 @@ TEST(Watch, SwitchedOff_TellsTheVariable) {
     }
 }
 
-TEST(Watch, SubscriptionRefused_TellsTheFileAndTheResult) {
+TEST(Watch, SubscriptionRefused_ReportsTheFileAndTheResult) {
     EXPECT_EQ(errorsOf(watchBesideEventLibrary({}).variable("EVENT_REFUSES", "1")),
               "sysconfctl: not subscribed to changes: " SYSCONF_LOGGING_EVENT_LIBRARY
               " refused it with -7\n");
 }
 
-TEST(Watch, LibraryThrows_TellsItAndEndsWith3) {
+TEST(Watch, LibraryThrows_ReportsItAndExitsWith3) {
     support::RunningCommand running =
         watchBesideEventLibrary({}).variable("EVENT_THROWS", "1").start();
     running.waitForOutput("all-db-info");
@@ -98,14 +98,15 @@ TEST(Watch, LibraryThrows_TellsItAndEndsWith3) {
                 HasSubstr(SYSCONF_LOGGING_EVENT_LIBRARY " threw: the broker \\x1b[31mis gone\n"));
 }
 
-TEST(Watch, NobodyReadsTheOutput_EndsWith70AndWithoutSubscription) {
+TEST(Watch, OutputClosed_ExitsWith70AndUnsubscribes) {
     const auto result = watchBesideEventLibrary({}).outputToClosedPipe().run();
     EXPECT_EQ(result.exitStatus, 70);
     EXPECT_EQ(tool::readFile(logFile()), "init\ninit\nfini\nfini\n");
 }
 
-/// Queries that read their file at every call change without an event; loaded answers do not.
-TEST(Watch, NoSubscription_ShowsTheAnswersThatChangeAllTheSame) {
+/// Answers of queries that read their file on every call change without an event; loaded ones do
+/// not.
+TEST(Watch, NoSubscription_StillShowsChangesOfTheFiles) {
     support::Deployment deployment;
     support::writeGeneration(deployment, 1);
     support::RunningCommand running =

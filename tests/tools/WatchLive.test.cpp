@@ -1,4 +1,4 @@
-// `sysconfctl watch` beside the event library that watches the files.
+// `sysconfctl watch` with the event library that watches the files.
 
 #include "Sysconfctl.h"
 
@@ -21,7 +21,7 @@ support::Command live(std::vector<std::string> arguments) {
     return command;
 }
 
-/// The changes of one query, as they were written.
+/// The changes of one query in the output.
 std::vector<Json::Value> changesOf(const std::string& query, const std::string& output) {
     std::vector<Json::Value> found;
     for (const std::string& line : tool::linesOf(output)) {
@@ -65,8 +65,8 @@ TEST(WatchLive, Text_ShowsTheChangeBelowItsTime) {
     EXPECT_EQ(running.finish().exitStatus, 0);
 }
 
-/// The sample pair: the master fails, and its standby carries on under its service address.
-TEST(WatchLive, FailoverOfTheSamplePair_StandbyStandsInForTheMaster) {
+/// The master of the sample pair fails, and its standby takes over its service address.
+TEST(WatchLive, FailoverOfTheSamplePair_StandbyAnswersForTheMaster) {
     const fs::path copy = support::testDirectory() / "ha-pair";
     fs::copy(tool::samplesDirectory() / "ha-pair", copy, fs::copy_options::recursive);
     const fs::path list = copy / "node-2/etc/sysconf/nodelist.json";

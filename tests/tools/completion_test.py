@@ -1,10 +1,10 @@
 #!/usr/bin/python3
-"""Completion of sysconfctl as shells do it.
+"""Completion of sysconfctl in real shells.
 
 usage: completion_test.py SOURCE-DIRECTORY SYSCONFCTL bash|zsh|fish
 
-Lists of completions come from the shell's completion function; what a completion becomes in a
-command line is shown by a shell on a terminal, with Tab, and a sysconfctl that records its words.
+The lists of candidates come from the shell's completion function. The inserted text is tested in a
+shell on a terminal, with Tab, and a sysconfctl that records its arguments.
 """
 
 import json
@@ -23,9 +23,9 @@ SOURCE = pathlib.Path(sys.argv[1])
 SYSCONFCTL = sys.argv[2]
 SHELL = sys.argv[3]
 SCRIPTS = SOURCE / "tools/completion"
-NEVER = 120  # seconds; longer than any of this takes
+TIMEOUT = 120  # seconds; longer than every step takes
 
-# Each begins like no other, so that the first two letters are enough.
+# The first two letters identify each name.
 HOSTILE = [
     "aa $(touch OWNED)",
     "ab`touch OWNED`",
@@ -117,11 +117,11 @@ class Case(unittest.TestCase):
         tail = [SHELL, *arguments] if SHELL != "fish" else list(arguments)
         done = subprocess.run([*command, script, *tail], env=self.environment(extra),
                               cwd=self.folder / "work", stdin=subprocess.DEVNULL,
-                              capture_output=True, timeout=NEVER, check=False)
+                              capture_output=True, timeout=TIMEOUT, check=False)
         self.assertEqual(done.stderr.decode(), "")
         return done.stdout.decode()
 
-    # What the completion function offers for `sysconfctl WORD...`, the last word being completed.
+    # The candidates of the completion function for the last word of `sysconfctl WORD...`.
 
     def offered(self, words, extra):
         raw = {"bash": self.offered_by_bash, "zsh": self.offered_by_zsh,
@@ -217,7 +217,7 @@ class Offers(Case):
         ]
         for words, expected in rows:
             self.assertIn(expected, self.offered([*file, *words], {}), words)
-        # Of the environment that the shell has, and with variables set on the line.
+        # With the environment of the shell, and with variables that the line sets.
         environment_of_sample = deployment(self.folder)
         self.assertIn("ah$HOME" if SHELL != "bash" else "ah\\$HOME",
                       self.offered(["nodes", ""], environment_of_sample))
@@ -242,7 +242,7 @@ class Offers(Case):
 
 
 class Terminal:
-    """An interactive shell that reads what it is sent and tells what it writes."""
+    """An interactive shell on a terminal, with its input and output."""
 
     def __init__(self, command, env, folder):
         self.process, self.terminal = pty.fork()
@@ -255,9 +255,9 @@ class Terminal:
         os.write(self.terminal, text.encode())
 
     def wait(self, text):
-        """Returns when the text has come, and forgets what came up to it."""
+        """Returns after the text has arrived, and drops the output up to it."""
         while text.encode() not in self.seen:
-            ready, _, _ = select.select([self.terminal], [], [], NEVER)
+            ready, _, _ = select.select([self.terminal], [], [], TIMEOUT)
             try:
                 more = os.read(self.terminal, 65536) if ready else b""
             except OSError:
@@ -273,7 +273,7 @@ class Terminal:
 
 
 class Types(Case):
-    """A hostile name, begun and completed with Tab, is the word that the command gets."""
+    """A hostile name that Tab completes reaches the command as one word, verbatim."""
 
     def terminal(self):
         record = self.folder / "record"
@@ -299,8 +299,8 @@ printf 'RECOR%s\\n' DED
         terminal.wait("READY> ")
         return terminal, record
 
-    def typed(self, terminal, record, line, behind=""):
-        terminal.send(line + "\t" + behind + "\r")
+    def typed(self, terminal, record, line, after=""):
+        terminal.send(line + "\t" + after + "\r")
         terminal.wait("RECORDED")
         terminal.wait("READY> ")
         return record.read_text().split("\0")[:-1]
@@ -308,7 +308,7 @@ printf 'RECOR%s\\n' DED
     def test_HostileNames_AreInsertedWholeAndNeverRun(self):
         terminal, record = self.terminal()
         for name in HOSTILE:
-            # What quotes them is the same for all.
+            # The quoting code is the same for all commands.
             others = [["get", "db-type"], ["explain", "all-float-ip"]] if "OWNED" in name else []
             for before in [["nodes"], *others]:
                 line = " ".join(["sysconfctl", *before, name[:2]])
@@ -319,14 +319,14 @@ printf 'RECOR%s\\n' DED
     def test_OpenQuotes_AreKept(self):
         terminal, record = self.terminal()
         quotes = {"bash": ["'", '"', "$'"], "zsh": ["'", '"'], "fish": ["'", '"']}[SHELL]
-        # bash leaves the quoting to the tool, the others do it themselves.
+        # In bash the tool quotes, the other shells quote themselves.
         for name in HOSTILE if SHELL == "bash" else HOSTILE[:6]:
             for quote in quotes:
                 got = self.typed(terminal, record, f"sysconfctl nodes {quote}{name[:2]}")
                 self.assertEqual(got, ["nodes", name], quote)
         self.assertEqual(os.listdir(self.folder / "work"), [])
 
-    def test_FilesAndValuesBehindAnEqualsSign_AreInserted(self):
+    def test_FilesAndValuesAfterAnEqualsSign_AreInserted(self):
         terminal, record = self.terminal()
         (self.folder / "work/one file.env").write_text("")
         for lead, words in (("--env-file o", ["--env-file", "one file.env"]),
@@ -337,7 +337,7 @@ printf 'RECOR%s\\n' DED
                              ["--set", "PROCESS_INSTANCE_ID=ab`touch OWNED`"])):
             self.assertEqual(self.typed(terminal, record, "sysconfctl show " + lead),
                              ["show", *words])
-        # The value is typed right behind the name.
+        # No space is inserted between the name and the value.
         self.assertEqual(self.typed(terminal, record, "sysconfctl show --set PROCESS_I", "x"),
                          ["show", "--set", "PROCESS_INSTANCE_ID=x"])
         self.assertEqual(os.listdir(self.folder / "work"), ["one file.env"])

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# tools-install.sh CMAKE BUILD: that the tool comes with its manual page and with what completes it.
+# tools-install.sh CMAKE BUILD: checks that manual page and completions are installed with the tool.
 set -euo pipefail
 
 cmake=$1

@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# Completion of sysconfctl in bash. What may stand at the cursor, quoted as it has to be there, is for
-# the tool to tell; nothing of the line is expanded or run.
+# Completion of sysconfctl in bash. The tool lists the candidates, quoted for insertion. Nothing of the
+# line is expanded or run.
 
 _sysconfctl() {
   local line=${COMP_LINE-} tool=$1 kind='' IFS=$' \t\n'
@@ -17,7 +17,7 @@ _sysconfctl() {
   if [[ $kind == :files ]]; then
     compopt -o default 2>/dev/null
   elif [[ ${#COMPREPLY[@]} -eq 1 && ${COMPREPLY[0]} == *= ]]; then
-    compopt -o nospace 2>/dev/null # the value comes right behind it
+    compopt -o nospace 2>/dev/null # the value follows immediately
   fi
 }
 

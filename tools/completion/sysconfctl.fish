@@ -1,5 +1,5 @@
-# Completion of sysconfctl in fish. What may stand at the cursor is for the tool to tell; fish chooses
-# from it and quotes. Nothing of the line is expanded or run.
+# Completion of sysconfctl in fish. The tool lists the candidates; fish filters and quotes them. Nothing
+# of the line is expanded or run.
 
 function __sysconfctl_complete
     set -l typed (commandline -opc)
@@ -9,7 +9,7 @@ function __sysconfctl_complete
     type -q -- $tool; or return
     set -l lines (command $tool __complete fish $typed[2..-1] "$current" 2>/dev/null)
     if test "$lines[1]" = :files
-        # Behind an "=" in the word, if it has one.
+        # A file name starts after the "=" of the word, if there is one.
         set -l lead (string match -r -- '^.*=' "$current"; or echo)
         set -l path (string replace -r -- '^.*=' '' "$current")
         for file in (complete -C "'' $path")

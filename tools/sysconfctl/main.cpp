@@ -1,10 +1,10 @@
-#include "Commands.h"
-#include "Complaint.h"
-#include "Environment.h"
-#include "Output.h"
-#include "Text.h"
-#include "UsageError.h"
-#include "completion/Completion.h"
+#include "cli/Completion.h"
+#include "cli/Environment.h"
+#include "cli/UsageError.h"
+#include "commands/Commands.h"
+#include "render/Diagnostics.h"
+#include "render/Output.h"
+#include "render/Text.h"
 
 #include <csignal>
 #include <exception>
@@ -37,11 +37,11 @@ ExitStatus run(const Options& options) {
     }
 }
 
-ExitStatus start(int count, const char* const* words) {
-    if (asksForJson(count, words)) {
-        complainInJson();
+ExitStatus start(int argc, const char* const* argv) {
+    if (asksForJson(argc, argv)) {
+        useJsonDiagnostics();
     }
-    const ParsedCommandLine line = parseCommandLine(count, words);
+    const ParsedCommandLine line = parseCommandLine(argc, argv);
     if (line.text) {
         writeOutput(*line.text);
         return ExitStatus::Answered;
@@ -51,24 +51,24 @@ ExitStatus start(int count, const char* const* words) {
 
 } // namespace
 
-int main(int count, char** words) {
-    // A reader that goes away is an output error like a full disk, not a death by signal.
+int main(int argc, char** argv) {
+    // A closed pipe is reported as an output error, like a full disk; it does not kill the process.
     std::signal(SIGPIPE, SIG_IGN);
     ExitStatus status = ExitStatus::Internal;
-    if (count > 1 && std::string_view(words[1]) == kCompleteCommand) {
-        return static_cast<int>(runComplete({words + 2, words + count}));
+    if (argc > 1 && std::string_view(argv[1]) == kCompleteCommand) {
+        return static_cast<int>(runComplete({argv + 2, argv + argc}));
     }
     try {
-        status = start(count, words);
+        status = start(argc, argv);
     } catch (const UsageError& error) {
-        complain(complaint::kUsage, error.what());
+        reportError(diagnostic::kUsage, error.what());
         status = ExitStatus::Usage;
     } catch (const OutputError& error) {
-        complain(complaint::kOutput, error.what());
+        reportError(diagnostic::kOutput, error.what());
     } catch (const std::exception& error) {
-        complain(complaint::kInternal, escaped(error.what()));
+        reportError(diagnostic::kInternal, escaped(error.what()));
     } catch (...) {
-        complain(complaint::kInternal, "an exception of unknown type");
+        reportError(diagnostic::kInternal, "an exception of unknown type");
     }
     return static_cast<int>(status);
 }

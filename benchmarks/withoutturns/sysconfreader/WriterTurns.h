@@ -2,7 +2,7 @@
 
 namespace Quarncommon {
 
-/// Stands in for the library's header of that name: no writer has its turn, and nothing is asked.
+/// Replaces the library's header of the same name: readers never wait for a waiting writer.
 class WriterTurns {
 public:
     void letOneWriterPass() {}

@@ -1,6 +1,6 @@
 #include "check/Checker.h"
 
-#include "Suggestion.h"
+#include "cli/Suggestion.h"
 
 #include <arpa/inet.h>
 

@@ -1,8 +1,8 @@
 #include "check/Checker.h"
 
-#include "Suggestion.h"
-#include "Text.h"
+#include "cli/Suggestion.h"
 #include "deployment/Misfits.h"
+#include "render/Text.h"
 
 #include <rules/Roles.h>
 #include <sysconfreader/Guards.h>

@@ -1,7 +1,7 @@
 #include "check/Finding.h"
 
-#include "Masking.h"
-#include "Text.h"
+#include "render/Masking.h"
+#include "render/Text.h"
 
 #include <algorithm>
 #include <functional>
@@ -31,7 +31,7 @@ void collectSecrets(const located::Value& value, const Range& range, std::vector
                 [&](const located::Value& element) { collectSecrets(element, range, secrets); });
     visitWithin(value.members, range, std::mem_fn(&located::Member::value),
                 [&](const located::Member& member) {
-                    if (speaksOfPassword(member.name)) {
+                    if (indicatesPassword(member.name)) {
                         secrets.emplace_back(member.value.begin, member.value.end);
                     } else {
                         collectSecrets(member.value, range, secrets);
@@ -45,14 +45,14 @@ void collectSecrets(const located::Value& value, const Range& range, std::vector
 std::size_t readableLength(const located::Document& document, std::size_t number) {
     const std::string_view line = document.line(number);
     const auto& path = document.error()->path;
-    const bool inside = std::any_of(path.begin(), path.end(),
-                                    [](const std::string& step) { return speaksOfPassword(step); });
+    const bool inside = std::any_of(
+        path.begin(), path.end(), [](const std::string& step) { return indicatesPassword(step); });
     std::size_t before = number - 1;
     while (before > 0 && document.line(before).find_first_not_of(" \t") == std::string_view::npos) {
         --before;
     }
     const std::string_view previous = before > 0 ? document.line(before) : std::string_view();
-    const bool continues = speaksOfPassword(std::string(previous)) &&
+    const bool continues = indicatesPassword(std::string(previous)) &&
                            previous.find_last_not_of(" \t") != std::string_view::npos &&
                            previous[previous.find_last_not_of(" \t")] != ',';
     if (inside || continues) {

@@ -1,6 +1,6 @@
 #include "check/Checker.h"
 
-#include "Suggestion.h"
+#include "cli/Suggestion.h"
 #include "deployment/Misfits.h"
 
 #include <rules/LocalIPByUsage.h>

@@ -1,7 +1,5 @@
 #include "deployment/Cluster.h"
 
-#include "Text.h"
-
 #include <rules/LocalIPByUsage.h>
 #include <rules/NodeList.h>
 #include <rules/Roles.h>
@@ -10,7 +8,6 @@
 #include <algorithm>
 #include <exception>
 #include <map>
-#include <set>
 
 namespace sysconfctl {
 namespace {
@@ -27,46 +24,25 @@ std::string orNothing(Rule rule) {
     }
 }
 
-std::vector<Address> addressesOf(const Json::Value& node) {
-    std::vector<Address> addresses;
-    if (!node.isObject() || !node["IPAddresses"].isArray()) {
-        return addresses;
-    }
-    for (const Json::Value& entry : node["IPAddresses"]) {
-        if (!entry.isObject()) {
-            continue;
-        }
-        Address address{orNothing([&] { return entry["IP"].asString(); }), {}};
-        if (entry["usage"].isArray()) {
-            for (const Json::Value& tag : entry["usage"]) {
-                address.tags.push_back(
-                    orNothing([&] { return rules::lowerCased(tag.asString()); }));
-            }
-        }
-        addresses.push_back(std::move(address));
-    }
-    return addresses;
-}
-
 Listed listed(const Json::Value& node) {
-    Listed told;
-    told.present = true;
+    Listed result;
+    result.present = true;
     const rules::Node place(node);
-    told.role = orNothing([&] { return rules::hostType(place); });
-    told.domainType = orNothing([&] { return place["extAttr"]["domain_node_type"].asString(); });
-    told.tenancy = orNothing([&] { return rules::tenancy(place); });
-    told.hostTag = orNothing([&] { return place["extAttr"]["HOSTID"].asString(); });
-    told.addresses = addressesOf(node);
+    result.role = orNothing([&] { return rules::hostType(place); });
+    result.domainType = orNothing([&] { return place["extAttr"]["domain_node_type"].asString(); });
+    result.tenancy = orNothing([&] { return rules::tenancy(place); });
+    result.hostTag = orNothing([&] { return place["extAttr"]["HOSTID"].asString(); });
+    result.addresses = addressesOf(node);
     const auto byTag = [&](std::string_view tag) {
         return orNothing(
             [&] { return rules::addressByTag(rules::addressEntries(place), std::string(tag)); });
     };
-    told.maintenance = byTag(rules::kMaintenanceTag);
-    told.service = byTag(rules::kServiceTag);
-    told.internalService = orNothing([&] {
+    result.maintenance = byTag(rules::kMaintenanceTag);
+    result.service = byTag(rules::kServiceTag);
+    result.internalService = orNothing([&] {
         return rules::internalServiceAddress(rules::addressEntries(place), "internal_service");
     });
-    return told;
+    return result;
 }
 
 void addList(std::map<std::string, ClusterNode>& nodes, const SourceFile& file,
@@ -75,27 +51,49 @@ void addList(std::map<std::string, ClusterNode>& nodes, const SourceFile& file,
         return;
     }
     const Json::Value& entries = file.tree["nodeList"];
-    for (const std::string& id : entries.getMemberNames()) {
-        ClusterNode& node = nodes[id];
-        node.id = id;
-        node.*list = listed(entries[id]);
+    for (auto entry = entries.begin(); entry != entries.end(); ++entry) {
+        ClusterNode& node = nodes[entry.name()];
+        node.id = entry.name();
+        node.*list = listed(*entry);
     }
+}
+
+/// A copy without the addresses: they are the bulk of a node, and its role does not depend on them.
+Json::Value withoutAddresses(const Json::Value& node) {
+    if (!node.isObject()) {
+        return node;
+    }
+    Json::Value copy(Json::objectValue);
+    for (auto member = node.begin(); member != node.end(); ++member) {
+        if (member.name() != "IPAddresses") {
+            copy[member.name()] = *member;
+        }
+    }
+    return copy;
+}
+
+/// Splits a node list into one list for each tenancy, so that looking for the roles of all
+/// tenancies visits each node once. The nodes from the first one on whose tenancy has a wrong type
+/// are left out: the rule stops there, whichever tenancy it looks for.
+std::map<std::string, Json::Value> listsByTenancy(const Json::Value& list) {
+    std::map<std::string, Json::Value> lists;
+    Quarncommon::completes([&] {
+        const Json::Value& nodes = list["nodeList"];
+        for (auto node = nodes.begin(); nodes.isObject() && node != nodes.end(); ++node) {
+            lists[rules::tenancy(*node)]["nodeList"][node.name()] = withoutAddresses(*node);
+        }
+    });
+    return lists;
 }
 
 /// Marks the master and the standby of every tenancy of the manager node list.
 void markRoles(std::map<std::string, ClusterNode>& nodes, const SourceFile& manager) {
-    std::set<std::string> tenancies;
-    for (const auto& [id, node] : nodes) {
-        if (node.managerNodeList.present) {
-            tenancies.insert(node.managerNodeList.tenancy);
-        }
-    }
-    for (const std::string& tenancy : tenancies) {
+    for (const auto& list : listsByTenancy(manager.tree)) {
         std::string master;
         std::string standby;
-        // The ids found before a value that the rule cannot take count.
+        // Ids that are found before a value of a wrong type are used.
         Quarncommon::completes(
-            [&] { rules::findMasterAndStandby(manager.tree, tenancy, master, standby); });
+            [&] { rules::findMasterAndStandby(list.second, list.first, master, standby); });
         const auto mark = [&](const std::string& id, bool ClusterNode::*role) {
             const auto node = nodes.find(id);
             if (!id.empty() && node != nodes.end()) {
@@ -121,7 +119,7 @@ std::vector<std::string> ClusterNode::marks() const {
         marks.emplace_back("standby");
     }
     if (!standsInFor.empty()) {
-        marks.push_back("stands in for " + escaped(standsInFor));
+        marks.push_back("stands in for " + standsInFor);
     }
     return marks;
 }
@@ -138,9 +136,31 @@ std::vector<std::string> ClusterNode::lists() const {
 }
 
 const ClusterNode* Cluster::node(const std::string& id) const {
-    const auto found = std::find_if(nodes.begin(), nodes.end(),
-                                    [&](const ClusterNode& node) { return node.id == id; });
-    return found != nodes.end() ? &*found : nullptr;
+    const auto found = std::lower_bound(
+        nodes.begin(), nodes.end(), id,
+        [](const ClusterNode& node, const std::string& wanted) { return node.id < wanted; });
+    return found != nodes.end() && found->id == id ? &*found : nullptr;
+}
+
+std::vector<Address> addressesOf(const Json::Value& node) {
+    std::vector<Address> addresses;
+    if (!node.isObject() || !node["IPAddresses"].isArray()) {
+        return addresses;
+    }
+    for (const Json::Value& entry : node["IPAddresses"]) {
+        if (!entry.isObject()) {
+            continue;
+        }
+        Address address{orNothing([&] { return entry["IP"].asString(); }), {}};
+        if (entry["usage"].isArray()) {
+            for (const Json::Value& tag : entry["usage"]) {
+                address.tags.push_back(
+                    orNothing([&] { return rules::lowerCased(tag.asString()); }));
+            }
+        }
+        addresses.push_back(std::move(address));
+    }
+    return addresses;
 }
 
 Cluster clusterOf(const Sources& sources) {

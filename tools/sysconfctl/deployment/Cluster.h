@@ -7,14 +7,13 @@
 
 namespace sysconfctl {
 
-/// An address entry: where it stands, its address and its tags, lower-cased as the library compares
-/// them.
+/// An address entry: its address and its tags, lower-cased as the library compares them.
 struct Address {
     std::string ip;
     std::vector<std::string> tags;
 };
 
-/// What one list says of a node.
+/// A node as one list describes it.
 struct Listed {
     bool present = false;
     std::string role;
@@ -27,19 +26,19 @@ struct Listed {
     std::string internalService;
 };
 
-/// A node of either list.
+/// A node that is in at least one of the lists.
 struct ClusterNode {
     std::string id;
     Listed nodeList;
     Listed managerNodeList;
     bool isThis = false;
-    bool isMaster = false;  ///< of its tenancy, by the manager node list
-    bool isStandby = false; ///< the same
+    bool isMaster = false;  ///< the master of its tenancy in the manager node list
+    bool isStandby = false; ///< the standby of its tenancy there
     std::string standsInFor;
 
-    /// What the node list says, else what the manager node list says.
-    const Listed& told() const { return nodeList.present ? nodeList : managerNodeList; }
-    /// "this", "master", "standby", "stands in for n1"; escaped.
+    /// The entry of the node list, else that of the manager node list.
+    const Listed& listing() const { return nodeList.present ? nodeList : managerNodeList; }
+    /// "this", "master", "standby", "stands in for n1".
     std::vector<std::string> marks() const;
     /// "local" for the node list, "manager" for the manager node list.
     std::vector<std::string> lists() const;
@@ -53,11 +52,15 @@ struct Cluster {
     std::string tenancy;
     /// In ascending order of their ids.
     std::vector<ClusterNode> nodes;
-    /// Why a file does not load; one line a file.
+    /// Why files do not load; one line for each file.
     std::vector<std::string> troubles;
 
+    /// The node of that id, or null.
     const ClusterNode* node(const std::string& id) const;
 };
+
+/// The address entries of a node entry; those that are no objects are skipped.
+std::vector<Address> addressesOf(const Json::Value& node);
 
 Cluster clusterOf(const Sources& sources);
 

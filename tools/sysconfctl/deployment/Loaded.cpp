@@ -17,14 +17,15 @@ namespace rules = Quarncommon::rules;
 constexpr const char* kInternalService = "internal_service";
 
 /// Runs a step of a load over a file's tree; what stopped it, if anything did.
-template <typename Step>
-std::optional<Stop> stopOf(const SourceFile& file, const std::vector<Misfit>& misfits,
-                           const Values& before, Values& values, Step step) {
+/// @param misfits Returns the misfits of the file; called only if the step stops.
+template <typename Misfits, typename Step>
+std::optional<Stop> stopOf(const SourceFile& file, Misfits misfits, const Values& before,
+                           Values& values, Step step) {
     try {
         step(file.tree, values);
         return std::nullopt;
     } catch (const std::exception&) {
-        const auto misfit = blame(file.tree, misfits, [&](const Json::Value& root) {
+        const auto misfit = blame(file.tree, misfits(), [&](const Json::Value& root) {
             Values scratch = before;
             step(root, scratch);
         });
@@ -91,8 +92,8 @@ void Loaded::loadAppConfig(const Sources& sources) {
         takeProcess(root["processes"][instance], values);
     };
     const Values before = m_values;
-    if (auto stop = stopOf(sources.appConfig, appConfigMisfits(sources.appConfig.tree, instance),
-                           before, m_values, step)) {
+    const auto misfits = [&] { return appConfigMisfits(sources.appConfig.tree, instance); };
+    if (auto stop = stopOf(sources.appConfig, misfits, before, m_values, step)) {
         m_stops[LoadStep::AppConfig] = *stop;
     }
 }
@@ -108,8 +109,8 @@ void Loaded::loadNodeList(const Sources& sources) {
         values.hostTag = rules::nodeEntry(root, values.floatNodeId)["extAttr"]["HOSTID"].asString();
     };
     const Values before = m_values;
-    if (auto stop = stopOf(sources.nodeList, nodeListMisfits(sources.nodeList.tree), before,
-                           m_values, step)) {
+    const auto misfits = [&] { return nodeListMisfits(sources.nodeList.tree); };
+    if (auto stop = stopOf(sources.nodeList, misfits, before, m_values, step)) {
         m_stops[LoadStep::NodeList] = *stop;
     }
 }
@@ -120,9 +121,11 @@ void Loaded::loadRoles(const Sources& sources) {
             return;
         }
         const Values before = m_values;
-        const std::vector<Misfit> misfits =
-            name == LoadStep::RoleNodeId ? appConfigMisfits(file.tree, sources.instance.text())
-                                         : nodeListMisfits(file.tree);
+        const auto misfits = [&] {
+            return name == LoadStep::RoleNodeId
+                       ? appConfigMisfits(file.tree, sources.instance.text())
+                       : nodeListMisfits(file.tree);
+        };
         if (auto stop = stopOf(file, misfits, before, m_values, step)) {
             m_stops[name] = *stop;
         }

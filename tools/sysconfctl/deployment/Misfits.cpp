@@ -225,7 +225,7 @@ std::vector<Misfit> within(const std::vector<Misfit>& misfits, const Path& path)
 }
 
 std::optional<Misfit> blame(const Json::Value& root, const std::vector<Misfit>& misfits,
-                            const Question& question) {
+                            const TreeReader& reader) {
     Json::Value mended = root;
     for (const Misfit& misfit : misfits) {
         if (Json::Value* const value = mutableAt(mended, misfit.path)) {
@@ -239,7 +239,7 @@ std::optional<Misfit> blame(const Json::Value& root, const std::vector<Misfit>& 
         }
         *value = valueAt(root, misfit.path);
         try {
-            question(mended);
+            reader(mended);
         } catch (const std::exception&) {
             return misfit;
         }

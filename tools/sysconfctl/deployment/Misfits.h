@@ -27,11 +27,12 @@ std::vector<Misfit> nodeListMisfits(const Json::Value& root);
 /// The misfits below a path.
 std::vector<Misfit> within(const std::vector<Misfit>& misfits, const located::Path& path);
 
-using Question = std::function<void(const Json::Value& root)>;
+/// Reads a tree as the library does, and throws what the library would throw.
+using TreeReader = std::function<void(const Json::Value& root)>;
 
-/// The misfit over which a question throws when all the others are null; nothing when none is.
+/// The misfit at which the reader throws even if all others are null; nothing if there is none.
 std::optional<Misfit> blame(const Json::Value& root, const std::vector<Misfit>& misfits,
-                            const Question& question);
+                            const TreeReader& reader);
 
 /// The value at the end of a path, null when there is none.
 #if __has_cpp_attribute(gnu::no_dangling)

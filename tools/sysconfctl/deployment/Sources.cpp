@@ -1,6 +1,6 @@
 #include "deployment/Sources.h"
 
-#include "Text.h"
+#include "render/Text.h"
 
 #include <JsonReader.h>
 #include <QuarnCommonUtils_i.h>
@@ -77,11 +77,23 @@ std::string SourceFile::trouble() const {
     return fmt::format("{}: the JSON library refuses it", path);
 }
 
+SourceFile readAppConfig() {
+    return read("application configuration file", config::kAppConfig);
+}
+
+SourceFile readNodeList() {
+    return read("node list", config::kNodeList);
+}
+
+SourceFile readManagerNodeList() {
+    return read("manager node list", config::kManagerNodeList);
+}
+
 Sources readSources(const std::vector<std::string>& localAddresses) {
     Sources sources{variable(config::kInstanceIdVariable),
-                    read("application configuration file", config::kAppConfig),
-                    read("node list", config::kNodeList),
-                    read("manager node list", config::kManagerNodeList),
+                    readAppConfig(),
+                    readNodeList(),
+                    readManagerNodeList(),
                     {localAddresses.begin(), localAddresses.end()}};
     if (sources.hostAddresses.empty()) {
         QuarnCommonUtils_i::getAllIPAddr(sources.hostAddresses);

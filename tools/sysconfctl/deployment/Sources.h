@@ -51,6 +51,11 @@ struct Sources {
     std::list<std::string> hostAddresses;
 };
 
+/// Each reads one file in the environment of this process.
+SourceFile readAppConfig();
+SourceFile readNodeList();
+SourceFile readManagerNodeList();
+
 /// Reads them in the environment of this process.
 /// @param localAddresses What counts as the host's addresses; none: those that it has.
 Sources readSources(const std::vector<std::string>& localAddresses = {});

@@ -1,6 +1,6 @@
 #include "explain/Narrator.h"
 
-#include "Text.h"
+#include "render/Text.h"
 
 #include <QuarnCommonUtils.h>
 #include <rules/LocalIPByUsage.h>

@@ -1,8 +1,8 @@
 #include "explain/Explanation.h"
 
-#include "Reply.h"
-#include "Text.h"
 #include "explain/Narrator.h"
+#include "query/Reply.h"
+#include "render/Text.h"
 
 #include <stdexcept>
 

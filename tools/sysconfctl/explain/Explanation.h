@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Answer.h"
-#include "Queries.h"
 #include "deployment/Loaded.h"
+#include "query/Answer.h"
+#include "query/Queries.h"
 
 #include <optional>
 #include <string>

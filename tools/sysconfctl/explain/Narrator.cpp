@@ -1,7 +1,7 @@
 #include "explain/Narrator.h"
 
-#include "Masking.h"
-#include "Text.h"
+#include "render/Masking.h"
+#include "render/Text.h"
 
 #include <fmt/format.h>
 

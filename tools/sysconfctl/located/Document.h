@@ -6,14 +6,14 @@
 #include <string_view>
 #include <vector>
 
-/// JSON texts of which every value and every member name knows where it stands. jsoncpp's tree
-/// knows nothing of member names, of repeated members or of what lies behind an error; this one
-/// answers for exactly the texts that the library's own reader accepts, and tells why it refuses
-/// the others.
+/// A JSON parser that keeps the position of each value and member name. jsoncpp's tree has no
+/// positions of member names, no repeated members and no content after an error. This parser
+/// accepts exactly the texts that the library's reader accepts, and reports why it rejects the
+/// others.
 namespace sysconfctl::located {
 
-/// Line and column from 1 on. A column is a character of UTF-8; a byte that belongs to none is one,
-/// too.
+/// Line and column, both starting at 1. A column is a UTF-8 character, or a byte that is part of
+/// none.
 struct Place {
     std::size_t line = 1;
     std::size_t column = 1;
@@ -24,18 +24,18 @@ enum class Kind { Null, Boolean, Number, String, Array, Object };
 
 struct Member;
 
-/// A value and the bytes from `begin` to before `end` in which it stands.
+/// A value and its bytes, from `begin` up to but excluding `end`.
 struct Value {
     Kind kind = Kind::Null;
     std::size_t begin = 0;
     std::size_t end = 0;
-    /// Of a string what it means, of other scalars the bytes as they stand.
+    /// The unescaped text of a string; the verbatim bytes of other scalars.
     std::string text;
     std::vector<Value> elements;
-    /// In the order of the text, repeated ones included.
+    /// In the order of the text, including repeated names.
     std::vector<Member> members;
 
-    /// The member of that name that counts, the last one; null when there is none.
+    /// The last member of that name, which is the one that the library uses; null if there is none.
     const Member* member(std::string_view name) const;
 };
 
@@ -46,50 +46,50 @@ struct Member {
     Value value;
 };
 
-/// From the root inwards: names of members, decimal indexes of elements.
+/// From the root: names of members, decimal indexes of elements.
 using Path = std::vector<std::string>;
 
 /// The path as a JSON pointer (RFC 6901): "" for the root, "/nodeList/n1/IPAddresses/0".
 std::string pointer(const Path& path);
 
-/// Why and where a text is refused.
+/// Why and where a text is rejected.
 struct SyntaxError {
     std::size_t offset = 0;
     std::string sentence;
-    /// What to do about it; may be empty.
+    /// How to fix it; may be empty.
     std::string hint;
-    /// The value or member that was being read.
+    /// The value or member that contains the error.
     Path path;
 };
 
-/// What a text may have; 0 for any number.
+/// Limits of a text; 0 means unlimited.
 struct Limits {
     std::size_t nesting = 0;
     std::size_t length = 0;
 };
 
-/// The limits of the JSON library that this build reads with.
+/// The limits of the JSON library of this build.
 Limits libraryLimits();
 
-/// Not to be asked by several threads.
+/// Not thread-safe, not even for reading.
 class Document {
 public:
     explicit Document(std::string text, Limits limits = libraryLimits());
 
     const std::string& text() const { return m_text; }
-    /// Nothing for a text that is accepted.
+    /// Nothing if the text is accepted.
     const std::optional<SyntaxError>& error() const { return scanned().error; }
-    /// The text's value; of a refused text, what was read of it before the error.
+    /// The value of the text; for a rejected text, the part before the error.
     const Value& root() const { return scanned().root; }
 
-    /// The value at the end of the path as the library would look it up; null when there is none.
+    /// The value at the end of the path, found as the library finds it; null if there is none.
     const Value* find(const Path& path) const;
-    /// The member that the last step of the path names; null when that is no member.
+    /// The member that the last step of the path names; null if there is none.
     const Member* findMember(const Path& path) const;
 
     Place place(std::size_t offset) const;
     std::size_t lineCount() const { return m_lineStarts.size(); }
-    /// A line without its end; lines count from 1.
+    /// A line without its line end; the first line is 1.
     std::string_view line(std::size_t number) const;
     std::size_t lineStart(std::size_t number) const { return m_lineStarts.at(number - 1); }
 
@@ -104,10 +104,10 @@ private:
     std::string m_text;
     Limits m_limits;
     std::vector<std::size_t> m_lineStarts;
-    /// Made when it is first asked for: most explanations look into one file of three.
+    /// Parsed on first use: most explanations need one of the three files only.
     mutable std::optional<Scanned> m_scanned;
-    /// Of the offset that was last asked for, the characters before it in its line. Places are
-    /// mostly asked for in their order: counting goes on from there.
+    /// The last offset passed to `place`, and the number of characters before it in its line. Most
+    /// calls have ascending offsets, so counting continues from there.
     mutable std::size_t m_countedTo = 0;
     mutable std::size_t m_characters = 0;
 };

@@ -201,14 +201,14 @@ private:
 
     void unicode(std::string& text, std::size_t escape) {
         unsigned code = hexadecimal(escape);
-        const std::size_t behind = m_at;
+        const std::size_t next = m_at;
         if (isHighSurrogate(code) && m_text.substr(m_at).starts_with("\\u")) {
             m_at += 2;
-            const unsigned low = hexadecimal(behind);
+            const unsigned low = hexadecimal(next);
             if (isLowSurrogate(low)) {
                 code = 0x10000 + ((code - 0xd800) << 10U) + (low - 0xdc00);
             } else {
-                m_at = behind;
+                m_at = next;
             }
         }
         appendUtf8(text, code);
@@ -264,7 +264,7 @@ private:
         blanks();
     }
 
-    /// Behind an element or a member: true when another one follows.
+    /// Called after an element or a member. Returns whether another one follows.
     bool more(char closing, const char* what) {
         blanks();
         if (take(closing)) {

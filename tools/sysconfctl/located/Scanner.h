@@ -4,7 +4,7 @@
 
 namespace sysconfctl::located {
 
-/// Reads a text into `root`, as far as it goes; the error that ended the reading, if any.
+/// Parses a text into `root`, up to the first error, which is returned.
 std::optional<SyntaxError> scan(std::string_view text, Limits limits, Value& root);
 
 } // namespace sysconfctl::located

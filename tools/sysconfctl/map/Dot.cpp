@@ -1,14 +1,16 @@
 #include "map/Picture.h"
 
+#include "render/Text.h"
+
 #include <fmt/format.h>
 
 namespace sysconfctl {
 namespace {
 
-/// A text inside a quoted label: quotes and backslashes as they are, no entities.
+/// A line inside a quoted label: quotes, backslashes and ampersands are shown literally.
 std::string dotLabel(const std::string& line) {
     std::string text;
-    for (const char c : line) {
+    for (const char c : escaped(line)) {
         switch (c) {
         case '"':
             text += "\\\"";

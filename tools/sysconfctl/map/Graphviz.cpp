@@ -15,7 +15,7 @@ extern char** environ; // NOLINT(readability-redundant-declaration): not every l
 namespace sysconfctl {
 namespace {
 
-/// Both ends of a pipe, closed when they are no longer needed.
+/// Both ends of a pipe; the destructor closes what is still open.
 struct Pipe {
     Pipe() {
         if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
@@ -37,14 +37,14 @@ struct Pipe {
     std::array<int, 2> ends{-1, -1};
 };
 
-/// `dot` draws nothing before it has read everything: writing cannot wait for reading.
+/// `dot` writes nothing before it has read its whole input, so writing first cannot deadlock.
 void writeAll(int descriptor, std::string_view text) {
     while (!text.empty()) {
         const ssize_t written = ::write(descriptor, text.data(), text.size());
         if (written >= 0) {
             text.remove_prefix(static_cast<std::size_t>(written));
         } else if (errno != EINTR) {
-            return; // its exit status tells
+            return; // the exit status of dot reports the failure
         }
     }
 }
@@ -64,7 +64,7 @@ std::string readAll(int descriptor) {
 
 } // namespace
 
-std::optional<std::string> drawnByGraphviz(const std::string& text) {
+std::optional<std::string> drawWithGraphviz(const std::string& text) {
     Pipe input;
     Pipe output;
     posix_spawn_file_actions_t actions;

@@ -5,9 +5,8 @@
 
 namespace sysconfctl {
 
-/// The picture that Graphviz's `dot` draws of a text in its language; nothing when there is no such
-/// command.
-/// @throws std::runtime_error when it fails.
-std::optional<std::string> drawnByGraphviz(const std::string& text);
+/// Runs Graphviz's `dot` and returns its SVG picture; nothing if `dot` is not installed.
+/// @throws std::runtime_error if `dot` fails.
+std::optional<std::string> drawWithGraphviz(const std::string& text);
 
 } // namespace sysconfctl

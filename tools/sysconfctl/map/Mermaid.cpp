@@ -1,6 +1,6 @@
 #include "map/Picture.h"
 
-#include "Text.h"
+#include "render/Text.h"
 
 #include <fmt/format.h>
 
@@ -9,11 +9,11 @@
 namespace sysconfctl {
 namespace {
 
-/// A text inside a quoted label: whatever has a meaning there is written by its number.
+/// A line inside a quoted label: special characters are written by their numbers.
 std::string mermaidLabel(const std::string& line) {
     constexpr std::string_view kSpecial = "\"#&;<>\\`*_~[]{}()|$";
     std::string text;
-    for (const char c : line) {
+    for (const char c : escaped(line)) {
         if (kSpecial.find(c) != std::string_view::npos) {
             fmt::format_to(std::back_inserter(text), "#{};", static_cast<int>(c));
         } else {

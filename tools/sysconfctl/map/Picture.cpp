@@ -1,6 +1,6 @@
 #include "map/Picture.h"
 
-#include "Text.h"
+#include "render/Text.h"
 
 #include <fmt/format.h>
 
@@ -10,39 +10,39 @@ namespace sysconfctl {
 namespace {
 
 std::vector<std::string> linesOf(const ClusterNode& node) {
-    const Listed& told = node.told();
-    std::vector<std::string> lines = {node.id.empty() ? "(empty id)" : escaped(node.id)};
+    const Listed& listed = node.listing();
+    std::vector<std::string> lines = {node.id.empty() ? "(empty id)" : node.id};
     std::vector<std::string> about;
-    if (!told.role.empty()) {
-        about.push_back(escaped(told.role));
+    if (!listed.role.empty()) {
+        about.push_back(listed.role);
     }
-    if (!told.domainType.empty()) {
-        about.push_back(escaped(told.domainType));
+    if (!listed.domainType.empty()) {
+        about.push_back(listed.domainType);
     }
     if (!about.empty()) {
         lines.push_back(joined(about, ", "));
     }
-    for (const Address& address : told.addresses) {
-        std::vector<std::string> tags;
-        for (const std::string& tag : address.tags) {
-            tags.push_back(escaped(tag));
-        }
-        lines.push_back(fmt::format("{}: {}", tags.empty() ? "no tag" : joined(tags, ", "),
-                                    address.ip.empty() ? "no address" : escaped(address.ip)));
+    for (const Address& address : listed.addresses) {
+        lines.push_back(fmt::format("{}: {}",
+                                    address.tags.empty() ? "no tag" : joined(address.tags, ", "),
+                                    address.ip.empty() ? "no address" : address.ip));
     }
     return lines;
 }
 
-/// An arrow from the standby of a group to its master, where it has both.
+/// Adds an arrow from the standby of each tenancy to its master.
 void addPairs(Picture& picture, const Cluster& cluster,
               const std::map<std::string, std::string>& names) {
+    std::map<std::string, std::string> masters;
+    for (const ClusterNode& node : cluster.nodes) {
+        if (node.isMaster) {
+            masters[node.managerNodeList.tenancy] = names.at(node.id);
+        }
+    }
     for (const ClusterNode& standby : cluster.nodes) {
-        for (const ClusterNode& master : cluster.nodes) {
-            if (standby.isStandby && master.isMaster &&
-                standby.managerNodeList.tenancy == master.managerNodeList.tenancy) {
-                picture.arrows.push_back(
-                    {names.at(standby.id), names.at(master.id), "standby of", false});
-            }
+        const auto master = masters.find(standby.managerNodeList.tenancy);
+        if (standby.isStandby && master != masters.end()) {
+            picture.arrows.push_back({names.at(standby.id), master->second, "standby of", false});
         }
     }
 }
@@ -54,7 +54,7 @@ Picture pictureOf(const Cluster& cluster) {
     std::map<std::string, std::string> names;
     std::map<std::string, Group> groups;
     for (const ClusterNode& node : cluster.nodes) {
-        const std::string& tenancy = node.told().tenancy;
+        const std::string& tenancy = node.listing().tenancy;
         const std::string name = fmt::format("n{}", names.size() + 1);
         names[node.id] = name;
         groups[tenancy].boxes.push_back({name, linesOf(node), node.isThis, node.id});
@@ -62,14 +62,14 @@ Picture pictureOf(const Cluster& cluster) {
     for (auto& [tenancy, group] : groups) {
         group.name = fmt::format("t{}", picture.tenancies.size() + 1);
         group.tenancy = tenancy;
-        group.title = tenancy.empty() ? "no tenancy" : "tenancy " + escaped(tenancy);
+        group.title = tenancy.empty() ? "no tenancy" : "tenancy " + tenancy;
         picture.tenancies.push_back(std::move(group));
     }
-    picture.process = {"process",
-                       {"this process", cluster.instanceId.empty() ? "(no instance id)"
-                                                                   : escaped(cluster.instanceId)},
-                       true,
-                       cluster.instanceId};
+    picture.process = {
+        "process",
+        {"this process", cluster.instanceId.empty() ? "(no instance id)" : cluster.instanceId},
+        true,
+        cluster.instanceId};
     if (names.contains(cluster.thisNodeId)) {
         const std::string& self = names.at(cluster.thisNodeId);
         picture.arrows.push_back({"process", self, "runs on", false});

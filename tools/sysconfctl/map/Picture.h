@@ -9,13 +9,13 @@
 
 namespace sysconfctl {
 
-/// A box of the picture, its lines escaped for a terminal but for no picture language yet.
+/// A box of the picture. No text of a picture is escaped: each renderer escapes what it writes.
 struct Box {
-    /// A word of letters and digits: ids of nodes may be anything.
+    /// Letters and digits only, unlike the ids of nodes.
     std::string name;
     std::vector<std::string> lines;
     bool emphasised = false;
-    /// Of the node or process, unescaped.
+    /// The id of the node or process.
     std::string id = {};
 };
 
@@ -23,7 +23,6 @@ struct Group {
     std::string name;
     std::string title;
     std::vector<Box> boxes;
-    /// Unescaped.
     std::string tenancy = {};
 };
 
@@ -34,7 +33,7 @@ struct Arrow {
     bool dashed = false;
 };
 
-/// The deployment as boxes in groups, with arrows between them: what every picture language draws.
+/// The deployment as boxes in groups with arrows between them, independent of the output format.
 struct Picture {
     std::vector<Group> tenancies;
     Box process;
@@ -46,10 +45,10 @@ Picture pictureOf(const Cluster& cluster);
 std::string dot(const Picture& picture);
 std::string mermaid(const Picture& picture);
 
-/// The same in words.
+/// The picture as a table of nodes.
 std::string pictureTable(const Picture& picture, std::size_t width, bool color);
-/// A line for each box: "node", tenancy, id and what is written below it, behind a tab each; and
-/// one for each arrow: "arrow", from, label, to.
+/// Tab-separated lines: "node", tenancy, id and the other lines of the box for each box, then
+/// "arrow", from, label, to for each arrow.
 std::string picturePlain(const Picture& picture);
 /// {"schemaVersion", "process", "tenancies": [{"tenancy", "nodes": [{"name", "id", "here",
 /// "lines"}]}], "arrows": [{"from", "to", "label"}]}; arrows go from name to name.

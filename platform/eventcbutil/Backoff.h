@@ -1,0 +1,38 @@
+#pragma once
+
+#include <algorithm>
+#include <chrono>
+#include <optional>
+
+namespace eventcbutil {
+
+/// Decides when a failed delivery is repeated: after 100 ms at first, then after twice as long each
+/// time, at most 30 s. It has no clock; the caller passes the time.
+class Backoff {
+public:
+    using Time = std::chrono::steady_clock::time_point;
+    static constexpr std::chrono::milliseconds kFirst{100};
+    static constexpr std::chrono::milliseconds kLongest{30'000};
+
+    void failed(Time now) {
+        m_pause = std::clamp(m_pause * 2, kFirst, kLongest);
+        m_due = now + m_pause;
+    }
+
+    /// The delivery is being repeated. If it fails again, the pause grows.
+    void repeating() { m_due.reset(); }
+
+    /// There is nothing to repeat. The next failure begins with the first pause.
+    void reset() {
+        m_pause = {};
+        m_due.reset();
+    }
+
+    std::optional<Time> due() const { return m_due; }
+
+private:
+    std::chrono::milliseconds m_pause{0};
+    std::optional<Time> m_due;
+};
+
+} // namespace eventcbutil

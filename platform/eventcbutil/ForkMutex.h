@@ -1,0 +1,45 @@
+#pragma once
+
+#include <atomic>
+#include <mutex>
+#include <thread>
+
+namespace eventcbutil {
+
+/// A mutex that a forking thread holds from before the fork until after it, so that the child finds
+/// consistent data. Handlers of the program (pthread_atfork) may run on that thread while it holds
+/// the mutex, and may call the library: their guards share the hold instead of waiting for it.
+class ForkMutex {
+public:
+    /// For the handlers of the library. Forks may be nested: a handler may fork.
+    void holdForFork();
+    void releaseAfterFork();
+
+    /// Holds the mutex, or shares the hold of this thread. Usable with std::condition_variable_any.
+    class Guard {
+    public:
+        explicit Guard(ForkMutex& mutex);
+        Guard(const Guard&) = delete;
+        Guard& operator=(const Guard&) = delete;
+        ~Guard();
+
+        /// Also suspend and resume a shared hold: a handler may wait for other threads.
+        void unlock();
+        void lock();
+
+    private:
+        ForkMutex& m_mutex;
+        const bool m_shared;
+    };
+
+private:
+    bool heldByThisThread() const { return m_forking == std::this_thread::get_id(); }
+
+    std::mutex m_mutex;
+    /// The thread that holds the mutex for a fork.
+    std::atomic<std::thread::id> m_forking{};
+    /// Of that thread's forks, those that began within another one.
+    int m_nested = 0;
+};
+
+} // namespace eventcbutil

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "Descriptor.h"
+
+#include <poll.h>
+
+namespace eventcbutil {
+
+/// Notices that a file system is mounted or unmounted. inotify(7) does not report that, but the
+/// path of a file may lead elsewhere afterwards.
+class MountTable {
+public:
+    /// Nothing from now on is missed.
+    /// @throws std::system_error if there is no /proc, or no descriptor.
+    MountTable();
+
+    bool intact() const { return m_descriptor.intact(); }
+    void close() { m_descriptor.close(); }
+
+    /// What to wait for. poll(2) reports each change only once, so the result must be passed to
+    /// `woken`.
+    pollfd wait() const { return {m_descriptor.get(), POLLPRI, 0}; }
+    void woken(const pollfd& result);
+
+    /// Whether there has been a change since the last call. Asks only if the descriptor is intact.
+    bool changed();
+
+private:
+    Descriptor m_descriptor;
+    bool m_changed = false;
+};
+
+} // namespace eventcbutil

@@ -1,0 +1,128 @@
+// What the thread of the service does.
+
+#include "Service.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <poll.h>
+#include <thread>
+#include <utility>
+
+namespace eventcbutil {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Subscriptions = std::vector<std::shared_ptr<Subscription>>;
+
+/// Until the next attempt, if something is used up.
+constexpr std::chrono::milliseconds kPause{100};
+
+int timeout(const Subscriptions& subscriptions, bool canBeWoken) {
+    const Clock::time_point now = Clock::now();
+    int least = canBeWoken ? -1 : static_cast<int>(kPause.count());
+    for (const auto& subscription : subscriptions) {
+        if (const auto due = subscription->due()) {
+            const auto left = std::chrono::ceil<std::chrono::milliseconds>(*due - now).count();
+            const int wait = static_cast<int>(std::max<std::int64_t>(left, 0));
+            least = least < 0 ? wait : std::min(least, wait);
+        }
+    }
+    return least;
+}
+
+/// Returns when there may be something to do.
+void waitForWork(int wakeUp, const Subscriptions& subscriptions) {
+    std::vector<pollfd> waits{{wakeUp, POLLIN, 0}};
+    for (const auto& subscription : subscriptions) {
+        const auto more = subscription->waits();
+        waits.insert(waits.end(), more.begin(), more.end());
+    }
+    if (::poll(waits.data(), waits.size(), timeout(subscriptions, wakeUp >= 0)) < 0) {
+        if (errno != EINTR) {
+            std::this_thread::sleep_for(kPause);
+        }
+        return;
+    }
+    const pollfd* results = waits.data() + 1;
+    for (const auto& subscription : subscriptions) {
+        subscription->woken(results);
+        results += subscription->waits().size();
+    }
+}
+
+} // namespace
+
+void Service::startThread(const std::shared_ptr<Run>& run) {
+    run->thread = Thread("sysconf-events", [this, run] { serve(*run); });
+}
+
+void Service::serve(Run& run) {
+    while (const std::shared_ptr<const Subscriptions> subscriptions = next(run)) {
+        try {
+            for (const auto& subscription : *subscriptions) {
+                attend(run, subscription);
+            }
+            waitForWork(run.wakeUp.descriptor(), *subscriptions);
+        } catch (const std::exception&) {
+            // Out of memory. What was due stays due.
+            std::this_thread::sleep_for(kPause);
+        }
+    }
+}
+
+/// What to serve. Null if all subscriptions have ended: the thread ends too.
+std::shared_ptr<const Service::Subscriptions> Service::next(Run& run) {
+    const Access access(*this);
+    run.wakeUp.clear();
+    if (!run.subscriptions) {
+        finish(run);
+    }
+    run.serving = run.subscriptions;
+    return run.subscriptions;
+}
+
+void Service::finish(Run& run) {
+    run.wakeUp.close();
+    run.finished = true;
+    // In a forked child the run is neither, and no thread waits for it.
+    if (m_run.get() == &run) {
+        if (run.waiting == 0) {
+            run.thread.detach();
+        }
+        m_run.reset();
+    } else if (m_left.get() == &run) {
+        m_left.reset();
+    }
+    run.changed.notify_all();
+}
+
+void Service::attend(Run& run, const std::shared_ptr<Subscription>& subscription) {
+    subscription->gather(Clock::now());
+    if (subscription->ready(Clock::now()) && beginCall(run, subscription)) {
+        const struct Call {
+            Service& service;
+            Run& run;
+            ~Call() { service.endCall(run); }
+        } call{*this, run};
+        subscription->call();
+        subscription->settle(Clock::now());
+    }
+}
+
+/// False if the subscription has been ended or replaced since.
+bool Service::beginCall(Run& run, const std::shared_ptr<Subscription>& subscription) {
+    const Access access(*this);
+    run.calling = run.subscriptions &&
+                  std::find(run.subscriptions->begin(), run.subscriptions->end(), subscription) !=
+                      run.subscriptions->end();
+    return run.calling;
+}
+
+void Service::endCall(Run& run) noexcept {
+    const Access access(*this);
+    run.calling = false;
+    run.changed.notify_all();
+}
+
+} // namespace eventcbutil

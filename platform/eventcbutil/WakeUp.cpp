@@ -1,0 +1,66 @@
+#include "WakeUp.h"
+
+#include <array>
+#include <cerrno>
+#include <fcntl.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace eventcbutil {
+
+WakeUp::WakeUp() {
+    open();
+}
+
+void WakeUp::open() {
+    std::array<int, 2> ends{-1, -1};
+    if (::pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0) {
+        throw std::system_error(errno, std::generic_category(), "pipe2");
+    }
+    try {
+        m_readEnd = Descriptor(ends[0], "pipe2");
+    } catch (...) {
+        ::close(ends[1]);
+        throw;
+    }
+    m_writeEnd = Descriptor(ends[1], "pipe2");
+}
+
+void WakeUp::ring() {
+    const char byte = 0;
+    // A full pipe holds a wake-up already.
+    if (m_writeEnd.intact() && (::write(m_writeEnd.get(), &byte, 1) == 1 || errno == EAGAIN)) {
+        return;
+    }
+    // A pipe that cannot be written wakes the thread by being closed.
+    m_writeEnd.close();
+}
+
+void WakeUp::clear() {
+    if (m_writeEnd.intact() && m_readEnd.intact() && drain()) {
+        return;
+    }
+    close();
+    try {
+        open();
+    } catch (const std::system_error&) {
+        close();
+    }
+}
+
+/// False if the pipe is at its end or cannot be read.
+bool WakeUp::drain() {
+    std::array<char, 256> bytes{};
+    ssize_t count = 0;
+    do {
+        count = ::read(m_readEnd.get(), bytes.data(), bytes.size());
+    } while (count == static_cast<ssize_t>(bytes.size()));
+    return count > 0 || (count < 0 && errno == EAGAIN);
+}
+
+void WakeUp::close() {
+    m_readEnd.close();
+    m_writeEnd.close();
+}
+
+} // namespace eventcbutil

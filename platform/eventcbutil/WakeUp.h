@@ -1,0 +1,34 @@
+#pragma once
+
+#include "Descriptor.h"
+
+namespace eventcbutil {
+
+/// Wakes a thread that waits in poll(2). A pipe, because it wakes the thread even when the program
+/// closes it: poll(2) keeps the read end open, and a write end that is closed ends the wait.
+class WakeUp {
+public:
+    /// @throws std::system_error if there is no pipe.
+    WakeUp();
+
+    /// What to poll for POLLIN; -1 if there is no pipe at the moment.
+    int descriptor() const { return m_readEnd.get(); }
+
+    /// Wakes the thread, now or when it next waits.
+    void ring();
+
+    /// Takes note of all wake-ups so far. Replaces a pipe that is lost, closed or unreadable; if
+    /// that fails, there is none until the next call.
+    void clear();
+
+    void close();
+
+private:
+    void open();
+    bool drain();
+
+    Descriptor m_readEnd;
+    Descriptor m_writeEnd;
+};
+
+} // namespace eventcbutil

@@ -1,0 +1,86 @@
+#include "FastReader.h"
+
+#include "JsonReader.h"
+
+#include <simdjson.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <new>
+#include <sys/mman.h>
+#include <utility>
+
+namespace dom = simdjson::dom;
+
+namespace {
+
+/// simdjson's code for this processor.
+const simdjson::implementation& bestImplementation() {
+    const simdjson::implementation* const active = simdjson::get_active_implementation();
+    static_cast<void>(active->name()); // its first use replaces it
+    return *simdjson::get_active_implementation();
+}
+
+/// A copy of simdjson's implementation object that is never destroyed. simdjson destroys the
+/// original when the process exits, at which time threads may still be parsing; their next virtual
+/// call would be undefined. The object has no state but the pointer to its functions.
+class LastingImplementation {
+public:
+    explicit LastingImplementation(const simdjson::implementation& chosen) {
+        std::memcpy(m_bytes, static_cast<const void*>(&chosen), sizeof m_bytes);
+    }
+    const simdjson::implementation* operator->() const {
+        return std::launder(reinterpret_cast<const simdjson::implementation*>(m_bytes));
+    }
+
+private:
+    alignas(simdjson::implementation) std::byte m_bytes[sizeof(simdjson::implementation)];
+};
+
+/// Chosen when this library is loaded.
+const LastingImplementation kImplementation(bestImplementation());
+
+/// Whether the step succeeded; false also for a text that simdjson refuses.
+bool succeeded(simdjson::error_code error) {
+    if (error == simdjson::MEMALLOC) {
+        throw std::bad_alloc();
+    }
+    return error == simdjson::SUCCESS;
+}
+
+/// Asks for large pages in memory that has not been touched yet. A text of megabytes is read into
+/// fresh memory; faulting it in by pages of 4 KiB would take as long as reading it.
+void preferLargePages(void* memory, std::size_t size) {
+    constexpr std::size_t kWorthwhile = 4U << 20U;
+    constexpr std::uintptr_t kPage = 4096;
+    if (size < kWorthwhile) {
+        return;
+    }
+    const auto first = (reinterpret_cast<std::uintptr_t>(memory) + kPage - 1) / kPage * kPage;
+    const auto last = (reinterpret_cast<std::uintptr_t>(memory) + size) / kPage * kPage;
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): only an integer can be rounded to a page
+    ::madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
+}
+
+} // namespace
+
+// What dom::parser does, in memory that is freed with the tape.
+bool readFast(const char* text, std::size_t length, Tape& tape) {
+    dom::document document;
+    std::unique_ptr<simdjson::internal::dom_parser_implementation> parser;
+    if (length > JsonReader::kTextLimit || !succeeded(document.allocate(length)) ||
+        !succeeded(kImplementation->create_dom_parser_implementation(
+            length, JsonReader::kNestingLimit, parser))) {
+        return false;
+    }
+    preferLargePages(document.tape.get(), length * sizeof(std::uint64_t));
+    preferLargePages(document.string_buf.get(), length);
+    preferLargePages(parser->structural_indexes.get(), length * sizeof(std::uint32_t));
+    if (!succeeded(parser->parse(reinterpret_cast<const std::uint8_t*>(text), length, document))) {
+        return false;
+    }
+    tape.words = std::move(document.tape);
+    tape.texts = std::move(document.string_buf);
+    return true;
+}

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "Tape.h"
+
+/// Reads a text of that length, followed by JsonDocument::kPadding readable bytes, several times
+/// faster than readStrictly does. Takes no stack for nesting.
+/// @return Whether the text was accepted. Refuses some valid texts (integers beyond 64 bits,
+/// doubles
+///         beyond the range, bytes that are not UTF-8, lone surrogates), but accepts none that
+///         readStrictly refuses. Only then is `tape` replaced.
+/// @throws std::bad_alloc if memory runs out.
+bool readFast(const char* text, std::size_t length, Tape& tape);

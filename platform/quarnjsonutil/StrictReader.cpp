@@ -1,0 +1,64 @@
+#include "StrictReader.h"
+
+#include "JsonReader.h"
+#include "RespelledText.h"
+#include "TapeBuilder.h"
+
+#include <rapidjson/memorystream.h>
+#include <rapidjson/reader.h>
+
+#include <cstdlib>
+#include <new>
+#include <utility>
+
+namespace {
+
+/// The memory of RapidJSON's stack. RapidJSON does not check the pointer that it gets.
+struct ThrowingAllocator {
+    static void* Realloc(void* memory, std::size_t /*oldSize*/, std::size_t newSize) {
+        void* moved = std::realloc(memory, newSize);
+        if (moved == nullptr) {
+            throw std::bad_alloc();
+        }
+        return moved;
+    }
+    static void Free(void* memory) { std::free(memory); }
+};
+
+using Utf8 = rapidjson::UTF8<>;
+using Reader = rapidjson::GenericReader<Utf8, Utf8, ThrowingAllocator>;
+
+/// Iterative, so that nesting takes no stack. Numbers as texts, because RapidJSON does not always
+/// round them correctly.
+constexpr unsigned kFlags = rapidjson::kParseIterativeFlag | rapidjson::kParseNumbersAsStringsFlag;
+
+rapidjson::ParseErrorCode read(std::string_view text, Tape& tape) {
+    ThrowingAllocator allocator;
+    Reader reader(&allocator);
+    rapidjson::MemoryStream stream(text.data(), text.size());
+    TapeBuilder builder(text.size());
+    const rapidjson::ParseResult result = reader.Parse<kFlags>(stream, builder);
+    if (result.IsError()) {
+        return result.Code();
+    }
+    // RapidJSON takes a NUL byte for the end of the text.
+    if (stream.Tell() != text.size()) {
+        return rapidjson::kParseErrorDocumentRootNotSingular;
+    }
+    tape = std::move(builder.tape());
+    return rapidjson::kParseErrorNone;
+}
+
+} // namespace
+
+bool readStrictly(std::string_view text, Tape& tape) {
+    if (text.size() > JsonReader::kTextLimit) {
+        return false;
+    }
+    rapidjson::ParseErrorCode error = read(text, tape);
+    if (error == rapidjson::kParseErrorNumberTooBig ||
+        error == rapidjson::kParseErrorStringUnicodeSurrogateInvalid) {
+        error = read(respelled(text), tape);
+    }
+    return error == rapidjson::kParseErrorNone;
+}

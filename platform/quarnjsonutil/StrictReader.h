@@ -1,0 +1,10 @@
+#pragma once
+
+#include "Tape.h"
+
+#include <string_view>
+
+/// Reads what JsonReader(false) accepts, and nothing else. Takes no stack for nesting.
+/// @return Whether the text was accepted; only then is `tape` replaced.
+/// @throws std::bad_alloc if memory runs out.
+bool readStrictly(std::string_view text, Tape& tape);

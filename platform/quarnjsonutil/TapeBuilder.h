@@ -1,0 +1,43 @@
+#pragma once
+
+#include "Tape.h"
+
+#include <rapidjson/reader.h>
+
+#include <vector>
+
+/// Writes a tape from what RapidJSON reports, one event at a time. An event that returns false ends
+/// the parse: nesting exceeds the limit of JsonReader.
+class TapeBuilder : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, TapeBuilder> {
+public:
+    using Length = rapidjson::SizeType;
+
+    /// @param length The length of the text, which limits what its tape can have.
+    explicit TapeBuilder(std::size_t length);
+
+    bool Null() { return put(Tape::kNull); }
+    bool Bool(bool truth) { return put(truth ? Tape::kTrue : Tape::kFalse); }
+    bool RawNumber(const char* text, Length length, bool copy);
+    bool String(const char* text, Length length, bool copy);
+    bool Key(const char* name, Length length, bool copy) { return String(name, length, copy); }
+    bool StartObject() { return open(Tape::kObject); }
+    bool EndObject(Length /*count*/) { return close(Tape::kObjectEnd); }
+    bool StartArray() { return open(Tape::kArray); }
+    bool EndArray(Length /*count*/) { return close(Tape::kArrayEnd); }
+    /// The events of converted numbers, which RapidJSON is asked not to send.
+    static bool Default() { return false; }
+
+    /// Complete after RapidJSON has reported success.
+    Tape& tape() { return m_tape; }
+
+private:
+    bool put(Tape::Type type, Tape::Word rest = 0);
+    bool open(Tape::Type type);
+    bool close(Tape::Type type);
+
+    Tape m_tape;
+    std::size_t m_words = Tape::kRoot;
+    std::size_t m_texts = 0;
+    /// The indexes of the containers that are not closed yet, innermost last.
+    std::vector<std::size_t> m_open;
+};

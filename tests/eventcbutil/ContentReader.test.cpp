@@ -1,0 +1,59 @@
+#include "WatchFaults.h"
+#include "support/Sanitizers.h"
+
+#ifndef SANITIZED
+
+#include "ContentReader.h"
+#include "Resources.h"
+#include "support/Deployment.h"
+#include "support/TestDirectory.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using eventcbutil::ContentReader;
+using eventcbutil::FileContents;
+
+class ContentReaderOf : public testing::Test {
+protected:
+    std::string m_file = (support::testDirectory() / "file").string();
+    std::vector<std::string> m_files{m_file};
+    ContentReader m_reader;
+
+    void SetUp() override { support::writeFile(m_file, "text"); }
+    void TearDown() override { waitForServiceToEnd(); }
+};
+
+TEST_F(ContentReaderOf, FilesThatAnswer_ReadsThem) {
+    const std::optional<FileContents> read = m_reader.read(m_files);
+    ASSERT_TRUE(read);
+    EXPECT_TRUE(read->equals(FileContents(m_files)));
+    EXPECT_TRUE(m_reader.read(m_files));
+}
+
+TEST_F(ContentReaderOf, FileThatHangs_ReadsNothingAndKeepsOneThreadUntilItAnswers) {
+    hangCalls(Call::Open, m_file);
+    EXPECT_FALSE(m_reader.read(m_files));
+    EXPECT_FALSE(m_reader.read(m_files));
+    EXPECT_EQ(hangingCalls(), 1);
+    releaseCalls();
+    waitForServiceToEnd();
+    EXPECT_TRUE(m_reader.read(m_files));
+}
+
+TEST_F(ContentReaderOf, NoThread_ReadsNothing) {
+    failCalls(Call::ThreadCreate, EAGAIN, 1);
+    EXPECT_FALSE(m_reader.read(m_files));
+    EXPECT_TRUE(m_reader.read(m_files));
+}
+
+} // namespace
+
+#endif

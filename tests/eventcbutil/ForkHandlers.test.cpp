@@ -1,0 +1,172 @@
+// Handlers of pthread_atfork of the program that end the subscriptions and subscribe again.
+
+#include "EventConsumerCB.h"
+#include "Recorder.h"
+#include "Resources.h"
+#include "SubscribedProcess.h"
+#include "support/Deployment.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <functional>
+#include <ostream>
+#include <pthread.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+using support::writeFile;
+
+enum Position { Prepare, Parent, Child };
+
+std::array<std::function<void()>, 3>& handlers() {
+    static std::array<std::function<void()>, 3> handlers;
+    return handlers;
+}
+
+template <Position position>
+void run() {
+    if (handlers()[position]) {
+        handlers()[position]();
+    }
+}
+
+void registerHandlers() {
+    ASSERT_EQ(::pthread_atfork(run<Prepare>, run<Parent>, run<Child>), 0);
+}
+
+int exitStatus(pid_t child) {
+    int status = 0;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+struct Row {
+    const char* name;
+    Position position;
+    bool registeredFirst;
+};
+
+void PrintTo(const Row& row, std::ostream* stream) {
+    *stream << row.name;
+}
+
+const Row kRows[] = {
+    {"Prepare_RegisteredBeforeTheFirstSubscription", Prepare, true},
+    {"Prepare_RegisteredAfterTheFirstSubscription", Prepare, false},
+    {"Parent_RegisteredBeforeTheFirstSubscription", Parent, true},
+    {"Parent_RegisteredAfterTheFirstSubscription", Parent, false},
+    {"Child_RegisteredBeforeTheFirstSubscription", Child, true},
+    {"Child_RegisteredAfterTheFirstSubscription", Child, false},
+};
+
+class ForkHandlers : public SubscribedProcess, public testing::WithParamInterface<Row> {
+protected:
+    // The child cannot use the first one: a callback of the parent may hold its lock.
+    Recorder m_childs{m_file};
+
+    /// What the child does; its exit status.
+    int follow(bool subscribed) {
+        if (!subscribed && m_childs.subscribe() != 0) {
+            return 1;
+        }
+        if (serviceThreads() != 1) {
+            return 2;
+        }
+        writeFile(m_file, "child's");
+        m_childs.waitForText("child's");
+        endService();
+        return 0;
+    }
+};
+
+TEST_P(ForkHandlers, EndAndSubscribeAgain_ParentAndChildFollowTheFiles) {
+    const Position position = GetParam().position;
+    if (GetParam().registeredFirst) {
+        registerHandlers();
+    }
+    subscribeAndSeeAChange();
+    if (!GetParam().registeredFirst) {
+        registerHandlers();
+    }
+    int subscribed = 1;
+    handlers()[position] = [&] {
+        EventConsumerCBFini();
+        subscribed = (position == Child ? m_childs : m_recorder).subscribe();
+    };
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::_exit(follow(position == Child && subscribed == 0));
+    }
+    handlers()[position] = nullptr;
+    EXPECT_EQ(exitStatus(child), 0);
+    EXPECT_EQ(subscribed, position == Child ? 1 : 0);
+    writeFile(m_file, "parent's");
+    m_recorder.waitForText("parent's");
+    endService();
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, ForkHandlers, testing::ValuesIn(kRows),
+                         [](const auto& row) { return row.param.name; });
+
+using ForkHandler = SubscribedProcess;
+
+/// The callback needs the service while the handler, on the forking thread, waits for it.
+TEST_F(ForkHandler, EndsTheSubscriptionWhileACallbackUsesTheService_BothReturn) {
+    registerHandlers();
+    Barrier inCallback;
+    std::atomic<bool> returning{false};
+    m_recorder.setHook([&] {
+        inCallback.arrive();
+        const EventConsumerCallback callback = m_recorder.record();
+        EventConsumerCBRedeliver(&callback);
+        returning = true;
+        return 0;
+    });
+    ASSERT_EQ(m_recorder.subscribe(), 0);
+    writeFile(m_file, "after");
+    inCallback.waitForArrival();
+    bool returned = false;
+    handlers()[Prepare] = [&] {
+        inCallback.letGo();
+        EventConsumerCBFini();
+        returned = returning;
+    };
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::_exit(0);
+    }
+    EXPECT_TRUE(returned);
+    EXPECT_EQ(exitStatus(child), 0);
+    endService();
+}
+
+TEST_F(ForkHandler, Forks_BothChildrenEndInOrder) {
+    registerHandlers();
+    subscribeAndSeeAChange();
+    int inner = -1;
+    handlers()[Prepare] = [&] {
+        handlers()[Prepare] = nullptr;
+        const pid_t child = ::fork();
+        if (child == 0) {
+            EventConsumerCBFini();
+            ::_exit(0);
+        }
+        inner = exitStatus(child);
+    };
+    const pid_t child = ::fork();
+    if (child == 0) {
+        EventConsumerCBFini();
+        ::_exit(0);
+    }
+    EXPECT_EQ(inner, 0);
+    EXPECT_EQ(exitStatus(child), 0);
+    writeFile(m_file, "parent's");
+    m_recorder.waitForText("parent's");
+    endService();
+}
+
+} // namespace

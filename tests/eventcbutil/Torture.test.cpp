@@ -1,0 +1,248 @@
+// Each system call and each allocation of the event library fails, once, ten times or for a while,
+// in each of its operations. Afterwards the service must work: a subscription is refused, or the
+// next change is delivered; and nothing is left behind.
+
+#include "EventConsumerCB.h"
+#include "Recorder.h"
+#include "Resources.h"
+#include "ServiceAllocations.h"
+#include "SubscribedProcess.h"
+#include "WatchFaults.h"
+#include "support/Deployment.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <climits>
+#include <filesystem>
+#include <ostream>
+#include <string>
+#include <thread>
+
+namespace {
+
+using support::writeFile;
+namespace fs = std::filesystem;
+
+constexpr int kAWhile = INT_MAX;
+
+struct Row {
+    std::string name;
+    Call call;
+    int error;
+};
+
+void PrintTo(const Row& row, std::ostream* stream) {
+    *stream << row.name;
+}
+
+const Row kRows[] = {
+    {"AddWatch_ENOMEM", Call::AddWatch, ENOMEM},
+    {"AddWatch_ENOSPC", Call::AddWatch, ENOSPC},
+    {"AddWatch_ESTALE", Call::AddWatch, ESTALE},
+    {"Close_EINTR", Call::Close, EINTR},
+    {"Close_EIO", Call::Close, EIO},
+    {"Fcntl_ENOMEM", Call::Fcntl, ENOMEM},
+    {"Fstat_EIO", Call::Fstat, EIO},
+    {"Fstat_ESTALE", Call::Fstat, ESTALE},
+    {"InotifyInit_EMFILE", Call::InotifyInit, EMFILE},
+    {"Ioctl_ENOMEM", Call::Ioctl, ENOMEM},
+    {"Lstat_EIO", Call::Lstat, EIO},
+    {"Lstat_ENOMEM", Call::Lstat, ENOMEM},
+    {"Lstat_ESTALE", Call::Lstat, ESTALE},
+    {"Open_EINTR", Call::Open, EINTR},
+    {"Open_EIO", Call::Open, EIO},
+    {"Open_EMFILE", Call::Open, EMFILE},
+    {"Pipe_EMFILE", Call::Pipe, EMFILE},
+    {"Poll_EINTR", Call::Poll, EINTR},
+    {"Poll_ENOMEM", Call::Poll, ENOMEM},
+    {"Read_EINTR", Call::Read, EINTR},
+    {"Read_EIO", Call::Read, EIO},
+    {"Readlink_EIO", Call::Readlink, EIO},
+    {"Readlink_ENOMEM", Call::Readlink, ENOMEM},
+    {"ThreadCreate_EAGAIN", Call::ThreadCreate, EAGAIN},
+    {"Write_EINTR", Call::Write, EINTR},
+    {"Write_EIO", Call::Write, EIO},
+};
+
+/// The node list is reached through a link.
+class TortureBase : public SubscribedProcess {
+protected:
+    int m_changes = 0;
+    int m_works = 0;
+
+    void SetUp() override {
+        SubscribedProcess::SetUp();
+        fs::rename(m_deployment.appRoot(), m_deployment.appRoot().string() + ".1");
+        fs::create_directory_symlink("app.1", m_deployment.appRoot());
+        // What the first use of the library leaves behind for good comes first.
+        subscribeAndSeeAChange();
+        endService();
+        m_before = resources();
+    }
+
+    /// The link is switched, and so all paths are followed again.
+    void change(const std::string& text) {
+        const std::string root = m_deployment.appRoot().string();
+        const std::string next = "app." + std::to_string(++m_changes % 2);
+        writeFile(root + "." + std::to_string(m_changes % 2) + "/etc/sysconf/nodelist.json", text);
+        fs::create_directory_symlink(next, root + ".next");
+        fs::rename(root + ".next", root);
+    }
+
+    void expectThatItWorks() {
+        // Below the link, so that it is only seen if the link was followed.
+        const std::string text = "works " + std::to_string(++m_works);
+        writeFile(m_file, text);
+        m_recorder.waitForText(text);
+    }
+
+    void expectThatItEndsWithoutARest() {
+        endService();
+        EXPECT_EQ(resources(), m_before);
+    }
+
+    Resources m_before{};
+};
+
+class Torture : public TortureBase, public testing::WithParamInterface<Row> {
+protected:
+    /// Runs `work` while the call fails once, ten times and for a while, then `check` without.
+    template <typename Work, typename Check>
+    void fail(Work work, Check check) {
+        for (const int count : {1, 10, kAWhile}) {
+            SCOPED_TRACE(count);
+            failCalls(GetParam().call, GetParam().error, count);
+            work();
+            if (count == kAWhile) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(300));
+            }
+            // The few that have not come yet may come while the check runs.
+            if (count != 10) {
+                failCalls(GetParam().call, 0);
+            }
+            check();
+            failCalls(GetParam().call, 0);
+        }
+    }
+};
+
+TEST_P(Torture, Subscription_IsRefusedOrWorks) {
+    int result = 0;
+    fail([&] { result = m_recorder.subscribe(); },
+         [&] {
+             if (result == 0) {
+                 expectThatItWorks();
+             }
+             expectThatItEndsWithoutARest();
+         });
+}
+
+TEST_P(Torture, Delivery_TheNextChangeIsDelivered) {
+    ASSERT_EQ(m_recorder.subscribe(), 0);
+    fail([&] { change("while it fails " + std::to_string(m_changes)); },
+         [&] { expectThatItWorks(); });
+    expectThatItEndsWithoutARest();
+}
+
+TEST_P(Torture, End_LeavesNothing) {
+    for (const int count : {1, 10, kAWhile}) {
+        SCOPED_TRACE(count);
+        ASSERT_EQ(m_recorder.subscribe(), 0);
+        expectThatItWorks();
+        failCalls(GetParam().call, GetParam().error, count);
+        EventConsumerCBFini();
+        waitForServiceToEnd();
+        failCalls(GetParam().call, 0);
+        EXPECT_EQ(resources(), m_before);
+    }
+}
+
+TEST_P(Torture, Request_IsDelivered) {
+    ASSERT_EQ(m_recorder.subscribe(), 0);
+    expectThatItWorks();
+    std::size_t before = 0;
+    fail(
+        [&] {
+            before = m_recorder.count();
+            const EventConsumerCallback callback = m_recorder.record();
+            EventConsumerCBRedeliver(&callback);
+        },
+        [&] { m_recorder.waitForCount(before + 1); });
+    expectThatItEndsWithoutARest();
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, Torture, testing::ValuesIn(kRows),
+                         [](const auto& row) { return row.param.name; });
+
+/// How many allocations fail in a row.
+class TortureByAllocations : public TortureBase, public testing::WithParamInterface<int> {
+protected:
+    void SetUp() override {
+        TortureBase::SetUp();
+        // The record of a callback that had no memory to read the file is empty.
+        m_recorder.setHook([this] { return m_recorder.texts().back().empty() ? -1 : 0; });
+    }
+};
+
+TEST_P(TortureByAllocations, Subscription_IsRefusedOrWorks) {
+    bool failed = true;
+    for (int skip = 0; failed; ++skip) {
+        SCOPED_TRACE(skip);
+        failAllocations(Threads::First, skip, GetParam());
+        const int result = m_recorder.subscribe();
+        failed = stopFailingAllocations();
+        EXPECT_TRUE(failed || result == 0);
+        if (result == 0) {
+            expectThatItWorks();
+        }
+        expectThatItEndsWithoutARest();
+    }
+}
+
+TEST_P(TortureByAllocations, Delivery_TheNextChangeIsDelivered) {
+    ASSERT_EQ(m_recorder.subscribe(), 0);
+    const int step = GetParam() == 1 ? 1 : 9;
+    bool failed = true;
+    for (int skip = 0; failed; skip += step) {
+        SCOPED_TRACE(skip);
+        failAllocations(Threads::Others, skip, GetParam());
+        change("while it fails " + std::to_string(skip));
+        if (GetParam() == kAWhile) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(300));
+            failed = stopFailingAllocations();
+            expectThatItWorks();
+        } else {
+            expectThatItWorks();
+            failed = stopFailingAllocations();
+        }
+    }
+    expectThatItEndsWithoutARest();
+}
+
+TEST_P(TortureByAllocations, RequestAndEnd_SucceedWithoutMemory) {
+    for (const Threads threads : {Threads::First, Threads::Others}) {
+        ASSERT_EQ(m_recorder.subscribe(), 0);
+        const std::size_t before = m_recorder.count();
+        const EventConsumerCallback callback = m_recorder.record();
+        failAllocations(threads, 0, GetParam());
+        EventConsumerCBRedeliver(&callback);
+        if (GetParam() == kAWhile) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(300));
+            stopFailingAllocations();
+        }
+        m_recorder.waitForCount(before + 1);
+        failAllocations(threads, 0, GetParam());
+        EventConsumerCBFini();
+        stopFailingAllocations();
+        expectThatItEndsWithoutARest();
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, TortureByAllocations, testing::Values(1, 10, kAWhile),
+                         [](const auto& row) {
+                             return row.param == kAWhile ? std::string("AWhile")
+                                                         : std::to_string(row.param) + "InARow";
+                         });
+
+} // namespace

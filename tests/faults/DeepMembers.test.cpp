@@ -1,0 +1,76 @@
+// Members that nothing reads, nested up to the limit and beyond, and callers whose stack is small.
+
+#include "faults/SmallStack.h"
+
+#include <JsonReader.h>
+
+#include <array>
+#include <filesystem>
+
+namespace {
+
+using faults::nested;
+using faults::withMember;
+
+class DeepMembers : public faults::SmallStackTest {
+protected:
+    /// Adds the value as an ignored member at every level of the three files.
+    void writeWithIgnored(const std::string& value) {
+        const auto added = [&](std::string text, const auto& before) {
+            for (const char* name : before) {
+                text = withMember(std::move(text), name, "ignored", value);
+            }
+            return text;
+        };
+        const std::array nodeListMembers = {"nodeList", "extAttr", "hostType", "IPAddresses",
+                                            "usage"};
+        files.appConfig(added(faults::appConfig("standby"), std::array{"processes", "IR"}));
+        files.nodeList(added(faults::nodeList("standby"), nodeListMembers));
+        files.managerNodeList(added(faults::managerNodeList("standby"), nodeListMembers));
+    }
+
+    faults::Answers answersOfOrdinaryFiles() {
+        faults::writeFiles(files, "standby");
+        return answersAfterAll();
+    }
+};
+
+/// The deepest place of an ignored member is within five containers.
+constexpr std::size_t kDeepest = JsonReader::kNestingLimit - 5;
+
+TEST_F(DeepMembers, IgnoredUpToTheLimit_AnswersOnASmallStackAreThoseWithoutThem) {
+    const faults::Answers ordinary = answersOfOrdinaryFiles();
+    for (const bool objects : {false, true}) {
+        for (const std::size_t depth : {std::size_t{25}, std::size_t{1000}, kDeepest}) {
+            SCOPED_TRACE(testing::Message() << depth << (objects ? " objects" : " arrays"));
+            writeWithIgnored(nested(depth, objects));
+            expectOnSmallStack(ordinary);
+        }
+    }
+}
+
+TEST_F(DeepMembers, IgnoredWithWhatTheFastReaderRefuses_AnswersOnASmallStackAreThoseWithoutThem) {
+    const faults::Answers ordinary = answersOfOrdinaryFiles();
+    for (const char* odd : {"1e400", "99999999999999999999", "\"\\ud800\"", "\"\xff\""}) {
+        SCOPED_TRACE(odd);
+        writeWithIgnored("[" + std::string(odd) + "," + nested(kDeepest - 1, true) + "]");
+        expectOnSmallStack(ordinary);
+    }
+}
+
+TEST_F(DeepMembers, BeyondTheLimit_FilesCountAsUnreadableOnASmallStack) {
+    faults::writeFiles(files, "standby");
+    for (const auto& path : faults::paths(files)) {
+        std::filesystem::remove(path);
+    }
+    const faults::Answers none = answersAfterAll();
+    for (const std::size_t depth : {std::size_t{JsonReader::kNestingLimit}, std::size_t{100000}}) {
+        for (const bool objects : {false, true}) {
+            SCOPED_TRACE(testing::Message() << depth << (objects ? " objects" : " arrays"));
+            writeWithIgnored(nested(depth, objects));
+            expectOnSmallStack(none);
+        }
+    }
+}
+
+} // namespace

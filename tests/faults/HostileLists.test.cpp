@@ -1,0 +1,78 @@
+// Lists whose size is in one place. A query takes time in proportion to a list's size, whatever the
+// list is: one whose time grew with the square would not end before the test's time limit.
+
+#include "faults/Operations.h"
+#include "support/Deployment.h"
+#include "support/EventLibrary.h"
+#include "support/HostAddresses.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <string>
+
+namespace {
+
+/// That many copies of a piece of text.
+std::string times(std::size_t count, const std::string& piece) {
+    std::string text;
+    text.reserve(count * piece.size());
+    for (std::size_t i = 0; i < count; ++i) {
+        text += piece;
+    }
+    return text;
+}
+
+/// A list of the node of this process and of a master and a standby node, each with the addresses.
+std::string listOf(const std::string& addresses) {
+    const auto node = [&](const std::string& id, const std::string& role,
+                          const std::string& domain) {
+        return "\"" + id + R"(":{"extAttr":{"hostType":")" + role + R"(","domain_node_type":")" +
+               domain + R"("},"assignedToTenancy":"t","IPAddresses":[)" + addresses + "]}";
+    };
+    return R"({"nodeList":{)" + node("node-of-this-process-own", "master", "ACCESS_Master") + "," +
+           node("other", "standby", "ACCESS_Backup") + "}}";
+}
+
+/// An address entry with members that nothing reads.
+std::string entry(const std::string& address, std::size_t members, const std::string& tags) {
+    return "{" + times(members, R"("":0,)") + R"("IP":")" + address + R"(","usage":[)" + tags +
+           "\"x\"]}";
+}
+
+class HostileLists : public testing::Test {
+protected:
+    HostileLists() {
+        support::setHostAddresses({});
+        support::installEventLibrary("recording");
+        files.appConfig(faults::appConfig("own"));
+    }
+
+    faults::Answers answersOver(const std::string& list) {
+        files.nodeList(list).managerNodeList(list);
+        faults::createAll();
+        faults::reloadAll();
+        return faults::answers();
+    }
+
+    support::Deployment files;
+};
+
+const std::string kTags =
+    R"("maintenance","service","service2","southbound","southbound11","northbound","northbound5",)";
+constexpr std::size_t kMany = 100000;
+
+TEST_F(HostileLists, ManyMembersAndTagsInOneEntry_AnswersOfEachTagOnce) {
+    const faults::Answers once = answersOver(listOf(entry("A", 0, kTags)));
+    const std::string many = listOf(entry("A", 3 * kMany, times(kMany / 7, kTags)));
+    EXPECT_EQ(faults::differences(answersOver(many), once), "");
+}
+
+TEST_F(HostileLists, LongAddressWithManyTags_AnswersOfEachTagOnce) {
+    const std::string address(2000000, 'A');
+    const faults::Answers once = answersOver(listOf(entry(address, 0, kTags)));
+    const std::string many = listOf(entry(address, 0, times(kMany / 7, kTags)));
+    EXPECT_TRUE(faults::differences(answersOver(many), once).empty());
+}
+
+} // namespace

@@ -1,0 +1,438 @@
+#include "faults/Recovery.h"
+
+#include "eventcbutil/Resources.h"
+#include "faults/Operations.h"
+#include "support/Deployment.h"
+#include "support/HostAddresses.h"
+#include "support/LockFaults.h"
+#include "support/TestDirectory.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <new>
+#include <optional>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace faults {
+
+bool takesItsTime() {
+    return std::getenv("SYSCONFREADER_ROUNDS") != nullptr;
+}
+
+namespace {
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+using support::Call;
+using support::CallFault;
+
+/// How long a process waits for what must come: only a failing test waits that long.
+constexpr std::chrono::seconds kPatience{10};
+/// A row with that many problems ends, unless the test is to take its time.
+constexpr std::size_t kProblemsPerRow = 4;
+/// How long a fault lasts that lasts for a while.
+constexpr std::chrono::milliseconds kWhile{300};
+/// Most of the time the processes wait for events.
+constexpr std::size_t kProcessesPerProcessor = 6;
+
+/// What the processes of one row report, in memory that they share.
+struct Report {
+    std::size_t injected;
+    std::size_t problems;
+    long slowestRecovery; // milliseconds
+    bool happened;
+    std::array<char, 6000> text;
+};
+
+class SharedReports {
+public:
+    explicit SharedReports(std::size_t count)
+        : m_size(count * sizeof(Report)),
+          m_reports(static_cast<Report*>(::mmap(nullptr, m_size, PROT_READ | PROT_WRITE,
+                                                MAP_SHARED | MAP_ANONYMOUS, -1, 0))) {}
+    SharedReports(const SharedReports&) = delete;
+    SharedReports& operator=(const SharedReports&) = delete;
+    ~SharedReports() { ::munmap(m_reports, m_size); }
+    Report& operator[](std::size_t index) { return m_reports[index]; }
+
+private:
+    std::size_t m_size;
+    Report* m_reports;
+};
+
+void add(Report& report, const std::string& problem) {
+    ++report.problems;
+    const std::size_t length = std::strlen(report.text.data());
+    problem.copy(report.text.data() + length, report.text.size() - length - 1);
+}
+
+/// What an undisturbed process answers and holds.
+struct Undisturbed {
+    std::map<std::string, Answers> answers;
+    Resources subscribed;
+};
+
+// The marks of the files' texts, in the order in which they replace each other.
+constexpr const char* kBefore = "before";
+constexpr const char* kDuring = "standby";
+constexpr const char* kAfter = "after";
+
+/// Without those that depend on the directory of the process.
+Answers answersFromFiles() {
+    Answers all = answers();
+    all.erase("SysConfReader::GetAppRoot");
+    all.erase("SysConfReaderImpl::GetNodeListFilePath");
+    all.erase("SysConfReaderImpl::GetManagerNodeListFilePath");
+    return all;
+}
+
+template <typename Condition>
+bool eventually(Condition condition) {
+    const Clock::time_point end = Clock::now() + kPatience;
+    while (!condition()) {
+        if (Clock::now() > end) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+}
+
+/// Files and environment of a process, below a folder that a link leads to.
+support::Deployment deploymentIn(const fs::path& directory) {
+    fs::create_directories(directory / "real");
+    fs::create_directory_symlink("real", directory / "link");
+    support::setEnvironment(support::kTestDirectoryVariable, (directory / "link").c_str());
+    support::setEnvironment("SYSCONF_EVENT_QUIET_MS", "5");
+    support::setHostAddresses({kSourceAddress});
+    support::Deployment files;
+    writeFiles(files, kDuring);
+    return files;
+}
+
+/// One scenario with one fault, in a process of its own.
+class Trial {
+public:
+    Trial(const Scenario& scenario, const CallFault& fault, const Undisturbed& undisturbed,
+          const fs::path& directory)
+        : m_scenario(scenario), m_fault(fault), m_undisturbed(undisturbed), m_start(resources()),
+          m_files(deploymentIn(directory)) {}
+
+    /// Returns the problems, one a line. Sets `happened` and `recovery`.
+    std::string run() {
+        m_notUnderTest.emplace();
+        m_scenario.prepare(m_files);
+        support::resetLockCounts();
+        support::arm(m_fault);
+        act();
+        support::release();
+        happened = support::faultHappened();
+        expectLocksFree();
+        const Clock::time_point released = Clock::now();
+        expectRecovery();
+        recovery = Clock::now() - released;
+        expectNextChangeIsSeen();
+        expectNothingLeftBehind();
+        return m_problems;
+    }
+
+    bool happened = false;
+    Clock::duration recovery{};
+
+private:
+    void problem(const std::string& what) { m_problems += "  " + what + "\n"; }
+
+    bool answersAre(const char* mark) const {
+        return answersFromFiles() == m_undisturbed.answers.at(mark);
+    }
+
+    std::string difference(const char* mark) const {
+        return differences(answersFromFiles(), m_undisturbed.answers.at(mark)).substr(0, 300);
+    }
+
+    void act() {
+        const bool onCaller = m_scenario.thread == Scenario::Thread::Caller;
+        if (onCaller) {
+            m_notUnderTest.reset();
+        }
+        try {
+            m_scenario.act(m_files);
+        } catch (const std::bad_alloc&) {
+            // Where an operation may throw it is what other tests check.
+        }
+        m_notUnderTest.emplace();
+        if (!onCaller) {
+            eventually([&] { return support::faultHappened() || answersAre(kDuring); });
+        }
+        if (support::faultHappened() && m_fault.count != 1 &&
+            (!onCaller || m_scenario.leavesWork)) {
+            std::this_thread::sleep_for(kWhile);
+        }
+    }
+
+    void expectLocksFree() {
+        const auto balanced = [] {
+            const support::LockCounts counts = support::lockCounts();
+            return counts.read + counts.write == counts.unlock;
+        };
+        const support::LockCounts held = support::locksHeldHere();
+        if (held.read + held.write + held.unlock != 0 || !eventually(balanced)) {
+            problem("a lock is not free");
+        }
+    }
+
+    void expectRecovery() {
+        const auto recovered = [&] { return answersAre(kDuring); };
+        recovered(); // creates what does not exist
+        const bool subscribed = serviceThreads() != 0;
+        if (m_scenario.repair == Repair::None && subscribed && !eventually(recovered)) {
+            problem("subscribed, but the answers stay wrong: " + difference(kDuring));
+        }
+        if (!recovered() || !subscribed) {
+            reloadAll();
+        }
+        if (!eventually(recovered)) {
+            problem("wrong after Reload(): " + difference(kDuring));
+        }
+        if (serviceThreads() == 0) {
+            problem("no subscription, not even after Reload()");
+        }
+    }
+
+    void expectNextChangeIsSeen() {
+        writeFiles(m_files, kAfter);
+        if (!eventually([&] { return answersAre(kAfter); })) {
+            problem("the next change is not seen: " + difference(kAfter));
+        }
+    }
+
+    void expectNothingLeftBehind() {
+        Resources now{};
+        if (!eventually([&] { return (now = resources()) == m_undisturbed.subscribed; })) {
+            problem("holds " + testing::PrintToString(now) + " instead of " +
+                    testing::PrintToString(m_undisturbed.subscribed));
+        }
+        destroyAll();
+        if (!eventually([&] { return (now = resources()) == m_start; })) {
+            problem("holds " + testing::PrintToString(now) + " after destruction instead of " +
+                    testing::PrintToString(m_start));
+        }
+    }
+
+    const Scenario& m_scenario;
+    CallFault m_fault;
+    const Undisturbed& m_undisturbed;
+    Resources m_start;
+    support::Deployment m_files;
+    std::optional<support::NotUnderTest> m_notUnderTest;
+    std::string m_problems;
+};
+
+/// Runs `work` in a forked process and returns its wait status. Ends it if it hangs.
+template <typename Work>
+int inProcess(Work work) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::alarm(60);
+        work();
+        ::_exit(0);
+    }
+    int status = 0;
+    return ::waitpid(child, &status, 0) == child ? status : -1;
+}
+
+std::string describe(const Scenario& scenario, const Failing& failing, std::size_t first) {
+    return scenario.name + ": " + failing.name + " " + std::to_string(first) + ", " +
+           ::strerrorname_np(failing.error) +
+           (failing.count == 1                         ? ", once"
+            : failing.count == support::kUntilReleased ? ", until released"
+                                                       : ", a few times") +
+           "\n";
+}
+
+void tryOne(const Scenario& scenario, const Failing& failing, std::size_t first,
+            const Undisturbed& undisturbed, const fs::path& directory, Report& report) {
+    report.happened = false;
+    const int status = inProcess([&] {
+        Trial trial(scenario, {failing.call, failing.error, first, failing.count}, undisturbed,
+                    directory);
+        const std::string problems = trial.run();
+        report.happened = trial.happened;
+        report.injected += trial.happened ? 1 : 0;
+        const auto recovery =
+            std::chrono::duration_cast<std::chrono::milliseconds>(trial.recovery).count();
+        report.slowestRecovery = std::max<long>(report.slowestRecovery, recovery);
+        if (!problems.empty()) {
+            add(report, describe(scenario, failing, first) + problems);
+        }
+    });
+    if (status != 0) {
+        add(report, describe(scenario, failing, first) +
+                        (WIFSIGNALED(status) && WTERMSIG(status) == SIGALRM
+                             ? "  hangs\n"
+                             : "  ends with status " + std::to_string(status) + "\n"));
+    }
+    std::error_code ignored;
+    fs::remove_all(directory, ignored);
+}
+
+/// One scenario with one failing call, each time that the call is made; of the allocations, which
+/// are many, one row tries `failing.step`-th ones.
+void tryAll(const Scenario& scenario, const Failing& failing, const Undisturbed& undisturbed,
+            const fs::path& directory, Report& report) {
+    std::size_t first = failing.from;
+    do {
+        tryOne(scenario, failing, first, undisturbed, directory / std::to_string(first), report);
+        first += failing.step;
+    } while (report.happened && (takesItsTime() || report.problems < kProblemsPerRow));
+}
+
+constexpr char kEnd = '\0';
+
+void save(const fs::path& path, const Answers& all) {
+    std::ofstream file(path, std::ios::binary);
+    for (const auto& [symbol, answer] : all) {
+        file << symbol << kEnd << answer << kEnd;
+    }
+}
+
+Answers saved(const fs::path& path) {
+    Answers all;
+    std::ifstream file(path, std::ios::binary);
+    std::string symbol;
+    while (std::getline(file, symbol, kEnd)) {
+        std::getline(file, all[symbol], kEnd);
+    }
+    return all;
+}
+
+/// The test's own process never uses the library, so that each process that it forks is new.
+Undisturbed observe(const fs::path& directory) {
+    Undisturbed observed;
+    SharedReports reports(1);
+    EXPECT_EQ(0, inProcess([&] {
+                  support::Deployment files = deploymentIn(directory);
+                  for (const char* mark : {kBefore, kDuring, kAfter}) {
+                      writeFiles(files, mark);
+                      destroyAll();
+                      save(directory / mark, answersFromFiles());
+                  }
+                  std::ofstream(directory / "resources")
+                      << resources().threads << " " << resources().descriptors << " "
+                      << resources().watches;
+              }));
+    for (const char* mark : {kBefore, kDuring, kAfter}) {
+        observed.answers[mark] = saved(directory / mark);
+    }
+    std::ifstream(directory / "resources") >> observed.subscribed.threads >>
+        observed.subscribed.descriptors >> observed.subscribed.watches;
+    EXPECT_EQ(observed.subscribed.threads, 2U);
+    EXPECT_GT(observed.subscribed.watches, 2U);
+    return observed;
+}
+
+void waitForOne(std::size_t& running) {
+    if (::wait(nullptr) > 0) {
+        --running;
+    }
+}
+
+void addBothLengths(std::vector<Failing>& all, Call call, const char* name,
+                    std::initializer_list<int> errors) {
+    for (const int error : errors) {
+        all.push_back({call, name, error, 1});
+        // Who is interrupted calls again, so an endless interruption is an endless loop.
+        all.push_back({call, name, error, error == EINTR ? 16 : support::kUntilReleased});
+    }
+}
+
+} // namespace
+
+std::vector<Failing> failingSystemCalls() {
+    std::vector<Failing> all;
+    addBothLengths(all, Call::Open, "open", {EMFILE, ENOMEM, EIO, EINTR, EAGAIN});
+    addBothLengths(all, Call::Read, "read", {EIO, ENOMEM, EINTR, EAGAIN});
+    addBothLengths(all, Call::Fstat, "fstat", {EIO, ENOMEM});
+    addBothLengths(all, Call::Lstat, "lstat", {EIO, ENOMEM});
+    addBothLengths(all, Call::Readlink, "readlink", {EIO, ENOMEM});
+    addBothLengths(all, Call::InotifyInit, "inotify_init1", {EMFILE, ENOMEM});
+    addBothLengths(all, Call::InotifyAddWatch, "inotify_add_watch", {ENOSPC, ENOMEM});
+    addBothLengths(all, Call::InotifyRmWatch, "inotify_rm_watch", {EINVAL});
+    addBothLengths(all, Call::Eventfd, "eventfd", {EMFILE, ENOMEM});
+    addBothLengths(all, Call::Pipe, "pipe2", {EMFILE});
+    addBothLengths(all, Call::Fcntl, "fcntl", {EINTR, ENOMEM});
+    addBothLengths(all, Call::Poll, "poll", {ENOMEM, EINTR, EAGAIN});
+    addBothLengths(all, Call::Ioctl, "ioctl", {EIO, ENOMEM});
+    addBothLengths(all, Call::CreateThread, "pthread_create", {EAGAIN});
+    addBothLengths(all, Call::RegisterAtFork, "pthread_atfork", {ENOMEM});
+    addBothLengths(all, Call::OpenLibrary, "dlopen", {ENOMEM});
+    addBothLengths(all, Call::ListAddresses, "getifaddrs", {ENOMEM, EMFILE, ENOBUFS});
+    addBothLengths(all, Call::ReadLock, "pthread_rwlock_rdlock", {EAGAIN});
+    addBothLengths(all, Call::WriteLock, "pthread_rwlock_wrlock", {EDEADLK});
+    addBothLengths(all, Call::Unlock, "pthread_rwlock_unlock", {EPERM});
+    return all;
+}
+
+std::vector<Failing> failingAllocations(std::size_t step) {
+    constexpr std::size_t kRows = 6;
+    // An allocation that fails until released takes those after it with it, so fewer are tried.
+    const std::size_t lasting = takesItsTime() ? 1 : 5;
+    std::vector<Failing> all;
+    for (std::size_t row = 0; row < kRows; ++row) {
+        all.push_back({Call::Allocate, "allocation", ENOMEM, 1, 1 + row * step, kRows * step});
+        all.push_back({Call::Allocate, "allocation", ENOMEM, support::kUntilReleased,
+                       1 + row * step * lasting, kRows * step * lasting});
+    }
+    return all;
+}
+
+void expectRecovery(const std::vector<Scenario>& scenarios, const std::vector<Failing>& failing,
+                    std::size_t leastFaults) {
+    const fs::path directory = support::testDirectory();
+    fs::create_symlink(SYSCONF_EVENT_LIBRARY, directory / "libeventcbutil.so");
+    const Undisturbed undisturbed = observe(directory / "undisturbed");
+    SharedReports reports(scenarios.size() * failing.size());
+    const std::size_t most = kProcessesPerProcessor * std::thread::hardware_concurrency();
+    std::size_t running = 0;
+    std::size_t row = 0;
+    for (const Scenario& scenario : scenarios) {
+        for (const Failing& one : failing) {
+            if (running == most) {
+                waitForOne(running);
+            }
+            if (::fork() == 0) {
+                tryAll(scenario, one, undisturbed, directory / std::to_string(row), reports[row]);
+                ::_exit(0);
+            }
+            ++running;
+            ++row;
+        }
+    }
+    while (running > 0) {
+        waitForOne(running);
+    }
+    std::size_t injected = 0;
+    std::size_t problems = 0;
+    long slowest = 0;
+    for (std::size_t i = 0; i < row; ++i) {
+        injected += reports[i].injected;
+        problems += reports[i].problems;
+        slowest = std::max(slowest, reports[i].slowestRecovery);
+        EXPECT_EQ(reports[i].problems, 0U) << reports[i].text.data();
+    }
+    std::cout << injected << " faults, " << problems << " without recovery, slowest recovery "
+              << slowest << " ms\n";
+    EXPECT_GE(injected, leastFaults);
+}
+
+} // namespace faults

@@ -1,0 +1,178 @@
+// A call that fails, once or for a while, in each operation, at first use, during an event, a
+// destruction, a subscription and its end: afterwards the process holds what it held before, its
+// answers are those of the files, and it sees the next change.
+
+#include "faults/Recovery.h"
+
+#include "SysConfReader.h"
+#include "SysConfReaderEvent.h"
+#include "SysConfReaderImpl.h"
+#include "SysConfReader_i.h"
+#include "faults/Operations.h"
+#include "support/Deployment.h"
+
+#include <gtest/gtest.h>
+
+#include <dlfcn.h>
+
+namespace {
+
+using faults::Effect;
+using faults::Repair;
+using faults::Scenario;
+using support::Deployment;
+
+std::size_t everyAllocationOr(std::size_t step) {
+    return faults::takesItsTime() ? 1 : step;
+}
+
+void nothing(Deployment& /*files*/) {}
+
+void createAll(Deployment& /*files*/) {
+    faults::createAll();
+}
+
+/// Nothing of either library has been used in the process.
+std::vector<Scenario> firstUses() {
+    std::vector<Scenario> all{
+        {"first SysConfReader::Instance", &nothing,
+         [](Deployment&) { Quarncommon::SysConfReader::Instance(); }},
+        {"first SysConfReaderImpl::Instance", &nothing,
+         [](Deployment&) { Quarncommon::SysConfReaderImpl::Instance(); }},
+        {"first GetProductName", &nothing,
+         [](Deployment&) { Quarncommon::SysConfReader_i::Instance()->GetProductName(); }},
+    };
+    for (Scenario& scenario : all) {
+        scenario.leavesWork = true;
+    }
+    return all;
+}
+
+/// Whether the operation is a load that its caller asked for.
+bool loadsOnDemand(const faults::Operation& operation) {
+    const std::string symbol = operation.symbol;
+    return operation.effect == Effect::Changes &&
+           (symbol.find("Reload") != std::string::npos || symbol.find("nit") != std::string::npos ||
+            symbol.find("EventProcessCB") != std::string::npos);
+}
+
+std::vector<Scenario> operations(Effect effect) {
+    std::vector<Scenario> all;
+    for (const faults::Operation& operation : faults::operations()) {
+        if (operation.effect != effect) {
+            continue;
+        }
+        Scenario scenario;
+        scenario.name = operation.symbol;
+        scenario.prepare = [prepare = operation.prepare](Deployment&) {
+            faults::createAll();
+            if (prepare != nullptr) {
+                prepare();
+            }
+        };
+        // Made in advance: it is not the operation that takes this memory.
+        scenario.act = [call = operation.call, outputs = std::make_shared<faults::Outputs>()](
+                           Deployment&) { call(*outputs); };
+        scenario.repair = loadsOnDemand(operation) ? Repair::Reload : Repair::None;
+        scenario.leavesWork = effect == Effect::Changes;
+        all.push_back(scenario);
+    }
+    return all;
+}
+
+/// Files change, and the event library's thread reloads.
+std::vector<Scenario> events() {
+    return {{"event",
+             [](Deployment& files) {
+                 faults::writeFiles(files, "before");
+                 faults::createAll();
+             },
+             [](Deployment& files) { faults::writeFiles(files, "standby"); },
+             Scenario::Thread::Other}};
+}
+
+template <typename Function>
+Function* entryPoint(const char* name) {
+    void* library = ::dlopen("libeventcbutil.so", RTLD_LAZY | RTLD_NOLOAD);
+    return reinterpret_cast<Function*>(::dlsym(library, name));
+}
+
+EventConsumerCBInitFunction* g_init = nullptr;
+EventConsumerCBFiniFunction* g_fini = nullptr;
+
+void findEntryPoints(Deployment& files) {
+    createAll(files);
+    g_init = entryPoint<EventConsumerCBInitFunction>("EventConsumerCBInit");
+    g_fini = entryPoint<EventConsumerCBFiniFunction>("EventConsumerCBFini");
+}
+
+int ignoreEvent(const std::string& /*event*/, const std::string& /*second*/,
+                const std::string& /*third*/, void* /*userData*/) {
+    return 0;
+}
+
+/// The event library's own entry points, called by another part of the program.
+std::vector<Scenario> entryPoints() {
+    static const std::string event = "SysConfigEvent";
+    static const std::string none;
+    return {{"EventConsumerCBInit and EventConsumerCBFini", &findEntryPoints,
+             [](Deployment&) {
+                 const EventConsumerCallback callback{&ignoreEvent, nullptr};
+                 g_init(event, none, &callback);
+                 g_fini();
+                 // The reader's subscription has ended too, which the reader cannot know.
+                 Quarncommon::SysConfReader::Destory();
+             },
+             Scenario::Thread::Caller, Repair::None, true},
+            {"EventConsumerCBFini with a change pending", &findEntryPoints,
+             [](Deployment& files) {
+                 faults::writeFiles(files, "standby");
+                 g_fini();
+                 Quarncommon::SysConfReader::Destory();
+             },
+             Scenario::Thread::Caller, Repair::None, true}};
+}
+
+TEST(Recovery, FirstUseWhileSystemCallsFail_AnswersAndFollowsChanges) {
+    faults::expectRecovery(firstUses(), faults::failingSystemCalls(), 100);
+}
+
+TEST(Recovery, FirstUseWithoutMemory_AnswersAndFollowsChanges) {
+    faults::expectRecovery(firstUses(), faults::failingAllocations(everyAllocationOr(3)), 100);
+}
+
+TEST(Recovery, EventWhileSystemCallsFail_IsAppliedAndTheNextOneToo) {
+    faults::expectRecovery(events(), faults::failingSystemCalls(), 100);
+}
+
+TEST(Recovery, EventWithoutMemory_IsAppliedAndTheNextOneToo) {
+    faults::expectRecovery(events(), faults::failingAllocations(everyAllocationOr(1)), 100);
+}
+
+TEST(Recovery, LoadsAndDestructionsWhileSystemCallsFail_NextLoadIsWhole) {
+    faults::expectRecovery(operations(Effect::Changes), faults::failingSystemCalls(), 100);
+}
+
+TEST(Recovery, LoadsAndDestructionsWithoutMemory_NextLoadIsWhole) {
+    faults::expectRecovery(operations(Effect::Changes),
+                           faults::failingAllocations(everyAllocationOr(23)), 100);
+}
+
+TEST(Recovery, QueriesWhileSystemCallsFail_NextAnswersAreRight) {
+    faults::expectRecovery(operations(Effect::Answers), faults::failingSystemCalls(), 100);
+}
+
+TEST(Recovery, QueriesWithoutMemory_NextAnswersAreRight) {
+    faults::expectRecovery(operations(Effect::Answers),
+                           faults::failingAllocations(everyAllocationOr(17)), 100);
+}
+
+TEST(Recovery, EntryPointsWhileSystemCallsFail_NextSubscriptionIsWhole) {
+    faults::expectRecovery(entryPoints(), faults::failingSystemCalls(), 20);
+}
+
+TEST(Recovery, EntryPointsWithoutMemory_NextSubscriptionIsWhole) {
+    faults::expectRecovery(entryPoints(), faults::failingAllocations(everyAllocationOr(1)), 20);
+}
+
+} // namespace

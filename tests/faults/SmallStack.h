@@ -1,0 +1,131 @@
+#pragma once
+
+#include "faults/Operations.h"
+#include "support/Deployment.h"
+#include "support/EventLibrary.h"
+#include "support/HostAddresses.h"
+#include "support/Sanitizers.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <pthread.h>
+#include <string>
+#include <sys/mman.h>
+#include <unistd.h>
+
+/// Operations on a stack of 64 KiB.
+namespace faults {
+
+#ifdef SANITIZED
+// A sanitizer has larger frames and thread-local data; such a build checks the memory only.
+inline constexpr std::size_t kSmallStack = std::size_t{2048} * 1024;
+#else
+inline constexpr std::size_t kSmallStack = std::size_t{64} * 1024;
+#endif
+
+/// A stack with a guard page below it.
+class Stack {
+public:
+    Stack()
+        : m_guard(static_cast<std::size_t>(::sysconf(_SC_PAGESIZE))),
+          m_memory(static_cast<unsigned char*>(::mmap(nullptr, m_guard + kSmallStack,
+                                                      PROT_READ | PROT_WRITE,
+                                                      MAP_PRIVATE | MAP_ANONYMOUS, -1, 0))) {
+        ::mprotect(m_memory, m_guard, PROT_NONE);
+    }
+    Stack(const Stack&) = delete;
+    Stack& operator=(const Stack&) = delete;
+    ~Stack() { ::munmap(m_memory, m_guard + kSmallStack); }
+
+    void run(const std::function<void()>& work) {
+        std::fill_n(bottom(), kSmallStack, kUntouched);
+        pthread_attr_t attributes{};
+        ASSERT_EQ(::pthread_attr_init(&attributes), 0);
+        ASSERT_EQ(::pthread_attr_setstack(&attributes, bottom(), kSmallStack), 0);
+        pthread_t thread{};
+        ASSERT_EQ(::pthread_create(&thread, &attributes, &call,
+                                   const_cast<void*>(static_cast<const void*>(&work))),
+                  0);
+        ::pthread_attr_destroy(&attributes);
+        ASSERT_EQ(::pthread_join(thread, nullptr), 0);
+    }
+
+    /// How much of it the last work has used, thread-local data included.
+    std::size_t used() const {
+        const unsigned char* const end = bottom() + kSmallStack;
+        return static_cast<std::size_t>(
+            end - std::find_if(const_cast<const unsigned char*>(bottom()), end,
+                               [](unsigned char byte) { return byte != kUntouched; }));
+    }
+
+private:
+    static constexpr unsigned char kUntouched = 0xA5;
+
+    static void* call(void* work) {
+        (*static_cast<const std::function<void()>*>(work))();
+        return nullptr;
+    }
+    unsigned char* bottom() const { return m_memory + m_guard; }
+
+    std::size_t m_guard;
+    unsigned char* m_memory;
+};
+
+/// Compares the answers on the small stack with those on this thread's.
+class SmallStackTest : public testing::Test {
+protected:
+    SmallStackTest() {
+        support::setHostAddresses({kSourceAddress});
+        support::installEventLibrary("recording");
+    }
+
+    /// Every operation answers on the small stack as on the large one of this thread.
+    void expectAlike() { expectOnSmallStack(answersAfterAll()); }
+
+    void expectOnSmallStack(const Answers& expected) {
+        Answers there;
+        m_stack.run([&] { there = answersAfterAll(); });
+        RecordProperty("stack_used", static_cast<int>(m_stack.used()));
+        EXPECT_EQ(differences(there, expected), "");
+    }
+
+    static Answers answersAfterAll() {
+        destroyAll();
+        for (const Operation& operation : operations()) {
+            createAll();
+            try {
+                Outputs outputs;
+                operation.call(outputs);
+            } catch (const std::exception&) {
+                // A database of a wrong type throws; the headers say so.
+            }
+        }
+        reloadAll();
+        return answers();
+    }
+
+    support::Deployment files;
+    Stack m_stack;
+};
+
+/// A 1 in that many arrays or objects.
+inline std::string nested(std::size_t depth, bool objects) {
+    std::string text;
+    for (std::size_t i = 0; i < depth; ++i) {
+        text += objects ? "{\"a\":" : "[";
+    }
+    text += "1";
+    return text + std::string(depth, objects ? '}' : ']');
+}
+
+/// `text` with another member before the first one of the name `before`.
+inline std::string withMember(std::string text, const std::string& before, const std::string& name,
+                              const std::string& value) {
+    const std::size_t at = text.find("\"" + before + "\":");
+    EXPECT_NE(at, std::string::npos) << before;
+    return text.insert(at, "\"" + name + "\":" + value + ",");
+}
+
+} // namespace faults

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstddef>
+
+/// One failing call, injected from outside: the test executable defines the calls of the C library
+/// itself, counts them and lets one of them fail, once or for a while. Link CallFaults.cpp,
+/// AllocationFaults.cpp, LockFaults.cpp and HostAddresses.cpp. Not available under sanitizers,
+/// whose runtimes use some of these calls before they can run instrumented code.
+namespace support {
+
+enum class Call {
+    Allocate,
+    Open,
+    Read,
+    Fstat,
+    Lstat,
+    Readlink,
+    InotifyInit,
+    InotifyAddWatch,
+    InotifyRmWatch,
+    Eventfd,
+    Pipe,
+    Fcntl,
+    Poll,
+    Ioctl,
+    CreateThread,
+    RegisterAtFork,
+    OpenLibrary,
+    ListAddresses,
+    ReadLock,
+    WriteLock,
+    Unlock
+};
+inline constexpr std::size_t kCalls = static_cast<std::size_t>(Call::Unlock) + 1;
+
+/// Calls number `first` to `first + count - 1` of that kind fail with `error`; counted from 1, on
+/// all threads that are under test.
+struct CallFault {
+    Call call;
+    int error;
+    std::size_t first;
+    std::size_t count;
+};
+
+inline constexpr std::size_t kUntilReleased = static_cast<std::size_t>(-1) / 2;
+
+/// Starts counting. Replaces the fault that was there.
+void arm(const CallFault& fault);
+/// From now on every call succeeds. Calls are still counted.
+void release();
+/// Whether a call has failed since `arm`.
+bool faultHappened();
+/// How many calls of that kind there have been since `arm`, failed or not.
+std::size_t callCount(Call call);
+
+/// While one exists, the calls of its thread neither fail nor are counted: the code of the test
+/// itself. Not nested.
+class NotUnderTest {
+public:
+    NotUnderTest();
+    NotUnderTest(const NotUnderTest&) = delete;
+    NotUnderTest& operator=(const NotUnderTest&) = delete;
+    ~NotUnderTest();
+};
+
+} // namespace support

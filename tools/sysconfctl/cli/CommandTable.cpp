@@ -1,0 +1,155 @@
+#include "cli/CommandTable.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace sysconfctl {
+
+const std::vector<CommandRow>& commandTable() {
+    using enum Format;
+    static const std::vector<CommandRow> table = {
+        {Command::Show, "show", "Show every answer of the library", {Table, Plain, Json}},
+        {Command::Get,
+         "get",
+         "Print one answer, bare, for scripts",
+         {Plain, Table, Json},
+         Operands::Query,
+         {Option::List}},
+        {Command::Watch,
+         "watch",
+         "Show every answer, then each change, until Ctrl-C",
+         {Table, Plain, Json}},
+        {Command::Explain,
+         "explain",
+         "Explain how an answer comes about",
+         {Table, Plain, Json},
+         Operands::Query,
+         {Option::All}},
+        {Command::Check,
+         "check",
+         "Find what is wrong with files and environment",
+         {Table, Plain, Json},
+         Operands::None,
+         {Option::Strict, Option::LocalAddress}},
+        {Command::Nodes,
+         "nodes",
+         "List the nodes of both node lists, or those named",
+         {Table, Wide, Plain, Json},
+         Operands::Nodes,
+         {Option::LocalAddress}},
+        {Command::Map,
+         "map",
+         "Draw the deployment",
+         {Dot, Mermaid, Svg, Table, Plain, Json},
+         Operands::None,
+         {Option::LocalAddress}},
+    };
+    return table;
+}
+
+const std::vector<OptionRow>& optionTable() {
+    static const std::vector<OptionRow> table = {
+        {Option::EnvFile, "--env-file", "", "FILE",
+         "Environment of the process to ask about; default: the current one"},
+        {Option::Set, "--set", "", "KEY=VALUE", "Set a variable, after --env-file; repeatable",
+         true},
+        {Option::Output, "--output", "-o", "FORMAT", "Format of the output"},
+        {Option::Color, "--color", "", "WHEN",
+         "Colour: one of auto, always, never; default: auto, on a terminal unless NO_COLOR is set"},
+        {Option::RevealSecrets, "--reveal-secrets", "", "", "Do not mask passwords"},
+        {Option::LocalAddress, "--local-address", "", "ADDRESS",
+         "Address of the host, in place of those that it has; repeatable", true},
+        {Option::List, "--list", "", "", "List all queries with their arguments"},
+        {Option::All, "--all", "", "", "Every query"},
+        {Option::Strict, "--strict", "", "", "End with 4 when there are warnings only"},
+        {Option::Help, "--help", "-h", "", "Print this help message and exit"},
+        {Option::Version, "--version", "", "", "Display program version information and exit"},
+    };
+    return table;
+}
+
+const std::vector<StatusRow>& statusTable() {
+    static const std::vector<StatusRow> table = {
+        {0, "answered; nothing wrong (check); ended by Ctrl-C or SIGTERM (watch)"},
+        {1, "no answer: the library gives an empty text or -1 (get, explain), there is\n"
+            "no node (nodes, map), or nothing that draws (map)"},
+        {2, "bad usage"},
+        {3, "the library threw; errors found (check)"},
+        {4, "warnings found, no errors (check --strict)"},
+        {70, "output could not be written, or a fault of this tool: what it explains\n"
+             "is not what the library answers (explain)"},
+    };
+    return table;
+}
+
+const std::vector<VariableRow>& variableTable() {
+    static const std::vector<VariableRow> table = {
+        {"APP_CONF_FILE", "the application configuration file"},
+        {"PROCESS_INSTANCE_ID", "the key of the process in it"},
+        {"APP_ROOT", "leads to the node list"},
+        {"TOLM_ROOT", "leads to the list of all nodes"},
+        {"NO_EM_CLIENT", "switches change events off"},
+        {"NO_EM_CLIENT_CONSUMER", "switches change events off"},
+        {"NO_COLOR", "no colour"},
+        {"COLUMNS", "width of tables"},
+        {"HOME", "replaces ~ in shell completion"},
+    };
+    return table;
+}
+
+const OptionRow& optionRow(Option option) {
+    const auto& table = optionTable();
+    return *std::find_if(table.begin(), table.end(),
+                         [&](const OptionRow& row) { return row.option == option; });
+}
+
+std::string_view nameOf(Format format) {
+    switch (format) {
+    case Format::Plain:
+        return "plain";
+    case Format::Json:
+        return "json";
+    case Format::Wide:
+        return "wide";
+    case Format::Dot:
+        return "dot";
+    case Format::Mermaid:
+        return "mermaid";
+    case Format::Svg:
+        return "svg";
+    case Format::Table:
+        break;
+    }
+    return "table";
+}
+
+const std::vector<Option>& commonOptions() {
+    static const std::vector<Option> options = {Option::EnvFile, Option::Set, Option::Color,
+                                                Option::RevealSecrets};
+    return options;
+}
+
+std::vector<Option> optionsOf(const CommandRow& command) {
+    std::vector<Option> options = command.options;
+    options.push_back(Option::Output);
+    options.insert(options.end(), commonOptions().begin(), commonOptions().end());
+    options.push_back(Option::Help);
+    return options;
+}
+
+const std::vector<std::string_view>& colorNames() {
+    static const std::vector<std::string_view> names = {"auto", "always", "never"};
+    return names;
+}
+
+std::string formatsHelp(const CommandRow& command) {
+    std::string names;
+    for (const Format format : command.formats) {
+        names += names.empty() ? "" : ", ";
+        names += nameOf(format);
+    }
+    return fmt::format("one of {}; default: {}", names, nameOf(command.formats.front()));
+}
+
+} // namespace sysconfctl

@@ -1,0 +1,84 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// The only list of the tool's commands, options, formats, exit statuses and variables. The parser,
+/// the help and the shell completion use these tables; a test compares the manual page with them.
+namespace sysconfctl {
+
+enum class Command { Show, Get, Watch, List, Explain, Check, Nodes, Map };
+enum class Format { Table, Plain, Json, Wide, Dot, Mermaid, Svg };
+
+enum class Option {
+    EnvFile,
+    Set,
+    Output,
+    Color,
+    RevealSecrets,
+    LocalAddress,
+    List,
+    All,
+    Strict,
+    Help,
+    Version
+};
+
+struct OptionRow {
+    Option option;
+    std::string_view name;
+    /// The short form, such as "-o"; empty if there is none.
+    std::string_view letter;
+    /// The name of the option's value in the help; empty for a flag.
+    std::string_view value;
+    std::string_view help;
+    bool repeatable = false;
+};
+
+/// The positional arguments of a command.
+enum class Operands { None, Query, Nodes };
+
+struct CommandRow {
+    Command command;
+    std::string_view name;
+    std::string_view help;
+    /// The first one is the default.
+    std::vector<Format> formats;
+    Operands operands = Operands::None;
+    /// In addition to those of every command.
+    std::vector<Option> options = {};
+};
+
+struct StatusRow {
+    int status;
+    std::string_view meaning;
+};
+
+struct VariableRow {
+    std::string_view name;
+    std::string_view meaning;
+};
+
+/// In the order of the help.
+const std::vector<CommandRow>& commandTable();
+const std::vector<OptionRow>& optionTable();
+const std::vector<StatusRow>& statusTable();
+/// Environment variables that the tool or the library reads.
+const std::vector<VariableRow>& variableTable();
+
+const OptionRow& optionRow(Option option);
+std::string_view nameOf(Format format);
+
+/// Options that are accepted before and after every command.
+const std::vector<Option>& commonOptions();
+/// All options that are accepted after a command.
+std::vector<Option> optionsOf(const CommandRow& command);
+
+/// The values of `--color`.
+const std::vector<std::string_view>& colorNames();
+
+/// "one of table, plain, json; default: table"
+std::string formatsHelp(const CommandRow& command);
+
+} // namespace sysconfctl

@@ -1,0 +1,159 @@
+#include "cli/Environment.h"
+
+#include "cli/UsageError.h"
+#include "render/Text.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <system_error>
+
+namespace sysconfctl {
+namespace {
+
+constexpr const char* kInstanceId = "PROCESS_INSTANCE_ID";
+constexpr std::array kPaths = {"APP_CONF_FILE", "APP_ROOT", "TOLM_ROOT"};
+
+constexpr std::string_view kBlanks = " \t\r\v\f";
+
+std::string_view trimmed(std::string_view text) {
+    const std::size_t begin = std::min(text.find_first_not_of(kBlanks), text.size());
+    text.remove_prefix(begin);
+    return text.substr(0, text.find_last_not_of(kBlanks) + 1);
+}
+
+std::string_view unquoted(std::string_view value) {
+    const bool quoted = value.size() >= 2 && (value.front() == '"' || value.front() == '\'') &&
+                        value.front() == value.back();
+    return quoted ? value.substr(1, value.size() - 2) : value;
+}
+
+bool isVariableName(std::string_view text) {
+    constexpr std::string_view kDigits = "0123456789";
+    constexpr std::string_view kNameCharacters =
+        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ_0123456789";
+    return !text.empty() && kDigits.find(text.front()) == std::string_view::npos &&
+           text.find_first_not_of(kNameCharacters) == std::string_view::npos;
+}
+
+/// Returns what is wrong with an assignment, or null. A value cannot contain a NUL byte: it would
+/// end the value.
+const char* fault(std::string_view key, std::size_t equals, std::string_view value) {
+    if (equals == std::string_view::npos) {
+        return "expected KEY=VALUE";
+    }
+    if (!isVariableName(key)) {
+        return "the text before \"=\" is not a variable's name";
+    }
+    return value.find('\0') == std::string_view::npos ? nullptr : "the value contains a NUL byte";
+}
+
+std::string readFile(const std::string& path) {
+    const auto fail = [&] {
+        throw UsageError(fmt::format("cannot read the environment file {}: {}", shellWord(path),
+                                     std::system_category().message(errno)));
+    };
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rbe"),
+                                                               &std::fclose);
+    if (!file) {
+        fail();
+    }
+    std::string text;
+    std::array<char, 4096> buffer{};
+    while (const std::size_t size = std::fread(buffer.data(), 1, buffer.size(), file.get())) {
+        text.append(buffer.data(), size);
+    }
+    if (std::ferror(file.get()) != 0) {
+        fail();
+    }
+    return text;
+}
+
+// NOLINTBEGIN(concurrency-mt-unsafe): the library is not in use yet, so there is only one thread.
+
+void set(const Assignment& assignment) {
+    if (::setenv(assignment.variable.c_str(), assignment.value.c_str(), 1) != 0) {
+        throw UsageError(fmt::format("cannot set {}: {}", assignment.variable,
+                                     std::system_category().message(errno)));
+    }
+}
+
+bool isPath(const std::string& variable) {
+    return std::find(kPaths.begin(), kPaths.end(), variable) != kPaths.end();
+}
+
+void applyEnvFile(const std::string& path) {
+    const std::vector<Assignment> assignments = parseEnvFile(readFile(path), shellWord(path));
+    const std::filesystem::path folder = std::filesystem::absolute(path).parent_path();
+    ::unsetenv(kInstanceId);
+    for (const char* variable : kPaths) {
+        ::unsetenv(variable);
+    }
+    for (Assignment assignment : assignments) {
+        if (isPath(assignment.variable) && !assignment.value.empty()) {
+            assignment.value = (folder / assignment.value).string();
+        }
+        set(assignment);
+    }
+}
+
+// NOLINTEND(concurrency-mt-unsafe)
+
+} // namespace
+
+Assignment parseAssignment(std::string_view text) {
+    const std::size_t equals = text.find('=');
+    const std::string_view key = text.substr(0, equals);
+    const std::string_view value =
+        equals == std::string_view::npos ? std::string_view() : text.substr(equals + 1);
+    if (const char* const wrong = fault(key, equals, value)) {
+        throw UsageError(fmt::format("--set: {}", wrong));
+    }
+    return {std::string(key), std::string(value)};
+}
+
+std::vector<Assignment> parseEnvFile(const std::string& text, const std::string& name) {
+    std::vector<Assignment> assignments;
+    std::string_view rest = text;
+    for (int number = 1; !rest.empty(); ++number) {
+        const std::size_t end = std::min(rest.find('\n'), rest.size());
+        const std::string_view line = trimmed(rest.substr(0, end));
+        rest.remove_prefix(std::min(end + 1, rest.size()));
+        if (line.empty() || line.front() == '#') {
+            continue;
+        }
+        const std::size_t equals = line.find('=');
+        const std::string_view key = trimmed(line.substr(0, equals));
+        const std::string_view value = equals == std::string_view::npos
+                                           ? std::string_view()
+                                           : unquoted(trimmed(line.substr(equals + 1)));
+        if (const char* const wrong = fault(key, equals, value)) {
+            throw UsageError(fmt::format("{}:{}: {}", name, number, wrong));
+        }
+        assignments.push_back({std::string(key), std::string(value)});
+    }
+    return assignments;
+}
+
+void applyEnvironment(const std::optional<std::string>& envFile,
+                      const std::vector<std::string>& sets) {
+    std::vector<Assignment> assignments;
+    assignments.reserve(sets.size());
+    for (const std::string& text : sets) {
+        assignments.push_back(parseAssignment(text));
+    }
+    if (envFile) {
+        applyEnvFile(*envFile);
+    }
+    for (const Assignment& assignment : assignments) {
+        set(assignment);
+    }
+}
+
+} // namespace sysconfctl

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "cli/CommandTable.h"
+
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace sysconfctl {
+
+/// The words before the cursor, parsed as far as possible.
+class PartialCommandLine {
+public:
+    /// @param words The last one is the word at the cursor; it is ignored.
+    explicit PartialCommandLine(const std::vector<std::string>& words);
+
+    const CommandRow* command = nullptr;
+    /// The word in the place of the command is not a command.
+    bool commandUnknown = false;
+    std::vector<std::string> operands;
+    /// The option that expects its value next.
+    const OptionRow* pendingOption = nullptr;
+    std::set<Option> given;
+    /// "--" ends the options.
+    bool optionsEnded = false;
+    std::optional<std::string> envFile;
+    std::vector<std::string> sets;
+
+    /// The options that are allowed at the cursor.
+    std::vector<Option> options() const;
+
+    /// The option that the word is or begins with: "--set", "--set=", "-o". Null if there is none.
+    const OptionRow* optionAt(std::string_view word) const;
+
+private:
+    void parseWord(const std::string& word);
+    void parseOption(const std::string& word);
+    void setValue(const OptionRow& row, const std::string& value);
+};
+
+} // namespace sysconfctl

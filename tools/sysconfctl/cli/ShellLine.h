@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace sysconfctl {
+
+/// A bash command line up to the cursor. Nothing in it is expanded or run: quotes and backslashes
+/// are removed, "$" and backquotes are ordinary characters.
+struct ShellLine {
+    /// The last one is the word at the cursor; it may be empty.
+    std::vector<std::string> words;
+    /// The quote that is open at the cursor: ', ", $ for $'...', or 0.
+    char quote = 0;
+    /// The length of the part of the last word that a completion does not replace. Words of bash
+    /// are shorter: a new one begins after each "=" and ":".
+    std::size_t kept = 0;
+    /// The last word is the file of a redirection.
+    bool redirection = false;
+};
+
+/// @param breaks COMP_WORDBREAKS: the shell begins a new word after each of these characters.
+ShellLine readShellLine(std::string_view line, std::string_view breaks);
+
+/// Quotes the text for insertion inside that quote, or outside of any (0).
+std::string shellQuoted(std::string_view text, char quote);
+
+} // namespace sysconfctl

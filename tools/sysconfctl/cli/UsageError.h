@@ -1,0 +1,12 @@
+#pragma once
+
+#include <stdexcept>
+
+namespace sysconfctl {
+
+/// The request of the user is invalid. The message is shown to the user; values in it are quoted.
+struct UsageError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+} // namespace sysconfctl

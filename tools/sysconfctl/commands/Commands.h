@@ -1,0 +1,34 @@
+#pragma once
+
+#include "cli/CommandLine.h"
+#include "cli/ExitStatus.h"
+
+namespace sysconfctl {
+
+/// Shows all answers. Exceptions of the library are also reported on standard error.
+ExitStatus runShow(const Options& options);
+
+/// Prints one answer.
+ExitStatus runGet(const Options& options);
+
+/// Shows all answers, then each change, until SIGINT, SIGTERM or SIGHUP. Reports first on standard
+/// error whether there is a subscription to changes. Without one, only the answers that the library
+/// reads from the files on every call can change.
+ExitStatus runWatch(const Options& options);
+
+/// Explains one answer, or all.
+ExitStatus runExplain(const Options& options);
+
+/// Reports what is wrong with the files and the environment. Changes nothing.
+ExitStatus runCheck(const Options& options);
+
+/// Lists the nodes of both lists. Files that do not load are reported on standard error.
+ExitStatus runNodes(const Options& options);
+
+/// Draws the deployment.
+ExitStatus runMap(const Options& options);
+
+/// Lists all queries.
+ExitStatus runList(const Options& options);
+
+} // namespace sysconfctl

@@ -1,0 +1,97 @@
+#include "commands/Commands.h"
+
+#include "query/Reply.h"
+#include "render/Color.h"
+#include "render/Diagnostics.h"
+#include "render/Json.h"
+#include "render/Output.h"
+#include "render/Plain.h"
+#include "render/Table.h"
+#include "render/Text.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace sysconfctl {
+namespace {
+
+/// A single text is written verbatim to files and pipes, so that a script gets the exact answer. It
+/// is escaped on a terminal.
+std::string plain(const Answer& answer) {
+    const auto* const text = std::get_if<std::string>(&answer.value);
+    if (text != nullptr && !outputIsTerminal()) {
+        return *text + '\n';
+    }
+    std::string lines;
+    for (const std::string& line : plainLines(answer)) {
+        lines += line + '\n';
+    }
+    return lines;
+}
+
+std::string written(const Reply& reply, const Options& options) {
+    switch (options.format) {
+    case Format::Json: {
+        Json::Value value = toJson(reply);
+        value["schemaVersion"] = kSchemaVersion;
+        return indentedJson(value);
+    }
+    case Format::Table: {
+        TableRow row = tableRow(reply);
+        row.section = {};
+        return table({row}, outputWidth(), colorWanted(options.color));
+    }
+    default:
+        break;
+    }
+    return plain(reply.answer);
+}
+
+std::string listTable(bool color) {
+    std::vector<TableRow> rows;
+    for (const Query& query : queries()) {
+        rows.push_back({query.section, usageOf(query), {{std::string(query.help)}}});
+    }
+    return table(rows, outputWidth(), color);
+}
+
+/// One line for each query, never wrapped.
+std::string plainList() {
+    std::size_t width = 0;
+    for (const Query& query : queries()) {
+        width = std::max(width, usageOf(query).size());
+    }
+    std::string text;
+    for (const Query& query : queries()) {
+        text += fmt::format("{:<{}}  {}\n", usageOf(query), width, query.help);
+    }
+    return text;
+}
+
+} // namespace
+
+ExitStatus runGet(const Options& options) {
+    const Query& query = findQuery(options.query);
+    checkArgumentCount(query, options.arguments);
+    const library::Session session;
+    const Reply reply = ask(query, options.arguments, options.revealSecrets);
+    writeOutput(written(reply, options));
+    if (reply.error) {
+        reportThrow(reply.label(), *reply.error);
+        return ExitStatus::LibraryThrew;
+    }
+    return reply.answer.isAnswered() ? ExitStatus::Answered : ExitStatus::NoAnswer;
+}
+
+ExitStatus runList(const Options& options) {
+    if (options.format == Format::Json) {
+        writeOutput(indentedJson(toJson(queries())));
+        return ExitStatus::Answered;
+    }
+    writeOutput(options.format == Format::Table ? listTable(colorWanted(options.color))
+                                                : plainList());
+    return ExitStatus::Answered;
+}
+
+} // namespace sysconfctl

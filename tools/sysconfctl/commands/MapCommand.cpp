@@ -1,0 +1,49 @@
+#include "commands/Commands.h"
+
+#include "deployment/Cluster.h"
+#include "deployment/KeepUntilExit.h"
+#include "map/Graphviz.h"
+#include "map/Picture.h"
+#include "render/Color.h"
+#include "render/Diagnostics.h"
+#include "render/Output.h"
+#include "render/Text.h"
+
+namespace sysconfctl {
+
+ExitStatus runMap(const Options& options) {
+    const Cluster& cluster =
+        keepUntilExit(clusterOf(keepUntilExit(readSources(options.localAddresses))));
+    const Picture& picture = keepUntilExit(pictureOf(cluster));
+    std::optional<std::string> text;
+    switch (options.format) {
+    case Format::Mermaid:
+        text = mermaid(picture);
+        break;
+    case Format::Table:
+        text = pictureTable(picture, outputWidth(), colorWanted(options.color));
+        break;
+    case Format::Plain:
+        text = picturePlain(picture);
+        break;
+    case Format::Json:
+        text = pictureJson(picture);
+        break;
+    case Format::Svg:
+        text = drawWithGraphviz(dot(picture));
+        break;
+    default:
+        text = dot(picture);
+    }
+    reportUnloadedFiles(cluster.troubles);
+    if (!text) {
+        reportError(diagnostic::kNoGraphviz,
+                    "-o svg needs Graphviz's dot, which is not installed; -o dot and -o mermaid do "
+                    "without");
+        return ExitStatus::NoAnswer;
+    }
+    writeOutput(*text);
+    return cluster.nodes.empty() ? ExitStatus::NoAnswer : ExitStatus::Answered;
+}
+
+} // namespace sysconfctl

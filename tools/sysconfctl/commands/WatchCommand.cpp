@@ -1,0 +1,126 @@
+#include "commands/Commands.h"
+
+#include "render/Color.h"
+#include "render/Diagnostics.h"
+#include "render/Output.h"
+#include "render/Table.h"
+#include "render/Text.h"
+#include "watch/Changes.h"
+#include "watch/EndSignals.h"
+#include "watch/Events.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <poll.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace sysconfctl {
+namespace {
+
+/// Answers that are read from the files on every call also change without an event.
+constexpr int kPollInterval = 1000; // milliseconds
+/// The library may apply a change only after the tool's own event has arrived, so the next poll
+/// follows soon.
+constexpr int kPollIntervalAfterEvent = 100;
+
+/// Makes the library subscribe, which it does on first use. Every reply reports its exception.
+void useLibrary() {
+    try {
+        library::reader();
+    } catch (...) {
+        return;
+    }
+}
+
+void reportSubscription(const Events& events) {
+    if (events.subscribed()) {
+        reportNotice(diagnostic::kSubscribed,
+                     "subscribed to changes through " + escaped(events.report()));
+    } else {
+        reportNotice(diagnostic::kNotSubscribed,
+                     "not subscribed to changes: " + escaped(events.report()));
+    }
+}
+
+/// Waits for an event or for the next poll.
+/// @return False after a signal to end.
+/// @throws OutputError if the reader of the output has closed it.
+bool waitForNextPoll(const EndSignals& signals, Events& events, bool& event) {
+    std::array<pollfd, 3> ready = {pollfd{signals.descriptor(), POLLIN, 0},
+                                   pollfd{events.descriptor(), POLLIN, 0},
+                                   pollfd{STDOUT_FILENO, 0, 0}};
+    if (::poll(ready.data(), ready.size(), event ? kPollIntervalAfterEvent : kPollInterval) < 0 &&
+        errno != EINTR) {
+        throw std::system_error(errno, std::generic_category(), "poll");
+    }
+    if (ready[0].revents == 0 && ready[2].revents != 0) {
+        throw OutputError("the reader of the output has closed it");
+    }
+    event = ready[1].revents != 0;
+    events.clear();
+    return ready[0].revents == 0;
+}
+
+std::string written(const std::vector<Observation>& observations, const Options& options) {
+    if (options.format == Format::Table) {
+        std::vector<Reply> replies;
+        replies.reserve(observations.size());
+        for (const Observation& observation : observations) {
+            replies.push_back(observation.reply);
+        }
+        return tableOf(replies, outputWidth(), colorWanted(options.color)) + '\n';
+    }
+    const WallTime now = std::chrono::system_clock::now();
+    std::string text;
+    for (const Observation& observation : observations) {
+        text += options.format == Format::Json ? answerLine(observation.reply, now)
+                                               : answerPlain(observation.reply, now);
+    }
+    return text;
+}
+
+std::string written(const Change& change, WallTime now, const Options& options) {
+    switch (options.format) {
+    case Format::Json:
+        return changeLine(change, now);
+    case Format::Plain:
+        return changePlain(change, now);
+    default:
+        return changeText(change, now, outputWidth(), colorWanted(options.color));
+    }
+}
+
+std::string written(const std::vector<Change>& found, const Options& options) {
+    const WallTime now = std::chrono::system_clock::now();
+    std::string text;
+    for (const Change& change : found) {
+        text += written(change, now, options);
+    }
+    return text;
+}
+
+} // namespace
+
+ExitStatus runWatch(const Options& options) {
+    const EndSignals signals;
+    const library::Session session;
+    useLibrary();
+    Events events;
+    reportSubscription(events);
+    std::vector<Observation> last = observe(options.revealSecrets);
+    writeOutput(written(last, options));
+    bool event = false;
+    while (waitForNextPoll(signals, events, event)) {
+        std::vector<Observation> next = observe(options.revealSecrets);
+        writeOutput(written(changes(last, next), options));
+        last = std::move(next);
+    }
+    const bool threw = std::any_of(last.begin(), last.end(), [](const Observation& observation) {
+        return observation.reply.error.has_value();
+    });
+    return threw ? ExitStatus::LibraryThrew : ExitStatus::Answered;
+}
+
+} // namespace sysconfctl

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "query/Queries.h"
+
+#include <vector>
+
+namespace sysconfctl {
+
+/// A query with its arguments.
+struct Question {
+    const Query* query;
+    Arguments arguments;
+};
+
+/// Returns the questions of `show`. The databases are an answer of the library, so the list may
+/// differ from call to call.
+std::vector<Question> allQuestions();
+
+} // namespace sysconfctl

@@ -1,0 +1,31 @@
+#include "query/Reply.h"
+
+#include "cli/UsageError.h"
+
+#include <exception>
+
+namespace sysconfctl {
+
+std::string Reply::label() const {
+    return labelOf(*query, arguments);
+}
+
+Reply ask(const Query& query, const Arguments& arguments, bool revealSecrets) {
+    checkArgumentCount(query, arguments);
+    Reply reply{&query, arguments, {NoAnswer{}}};
+    try {
+        reply.answer = query.ask(arguments);
+    } catch (const UsageError&) {
+        throw;
+    } catch (const std::exception& exception) {
+        reply.error = exception.what();
+    } catch (...) {
+        reply.error = "an exception of unknown type";
+    }
+    if (!revealSecrets) {
+        mask(reply.answer, query.secret);
+    }
+    return reply;
+}
+
+} // namespace sysconfctl

@@ -1,0 +1,52 @@
+#include "render/Diagnostics.h"
+
+#include "render/Json.h"
+#include "render/Output.h"
+#include "render/Text.h"
+
+#include <string>
+
+namespace sysconfctl {
+namespace {
+
+/// Set once, before the first message.
+bool inJson = false;
+
+void report(const char* kind, std::string_view name, std::string_view sentence) {
+    if (!inJson) {
+        writeErrors("sysconfctl: " + std::string(sentence) + '\n');
+        return;
+    }
+    Json::Value value;
+    value["schemaVersion"] = kSchemaVersion;
+    value["kind"] = kind;
+    value["name"] = std::string(name);
+    value["text"] = std::string(sentence);
+    writeErrors(compactJson(value) + '\n');
+}
+
+} // namespace
+
+void useJsonDiagnostics() {
+    inJson = true;
+}
+
+void reportError(std::string_view name, std::string_view sentence) {
+    report("error", name, sentence);
+}
+
+void reportNotice(std::string_view name, std::string_view sentence) {
+    report("notice", name, sentence);
+}
+
+void reportThrow(const std::string& queryLabel, const std::string& message) {
+    reportError(diagnostic::kLibraryThrew, queryLabel + ": the library threw: " + escaped(message));
+}
+
+void reportUnloadedFiles(const std::vector<std::string>& troubles) {
+    for (const std::string& trouble : troubles) {
+        reportError(diagnostic::kDoesNotLoad, "the " + escaped(trouble));
+    }
+}
+
+} // namespace sysconfctl

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// Messages on standard error, one line each: the name of the tool and a sentence; or, if JSON
+/// output is requested, {"schemaVersion", "kind": "error" or "notice", "name", "text"}.
+namespace sysconfctl {
+
+/// The names of the messages. Scripts rely on them.
+namespace diagnostic {
+inline constexpr std::string_view kUsage = "usage";
+inline constexpr std::string_view kLibraryThrew = "library-threw";
+inline constexpr std::string_view kDoesNotLoad = "does-not-load";
+inline constexpr std::string_view kNoSuchNode = "no-such-node";
+inline constexpr std::string_view kNoGraphviz = "no-graphviz";
+inline constexpr std::string_view kOutput = "output";
+inline constexpr std::string_view kInternal = "internal";
+/// Notices of `watch`.
+inline constexpr std::string_view kSubscribed = "subscribed";
+inline constexpr std::string_view kNotSubscribed = "not-subscribed";
+} // namespace diagnostic
+
+/// Makes all later messages JSON.
+void useJsonDiagnostics();
+
+/// Writes an error message; a failure to write is ignored. Values in the sentence are escaped or
+/// quoted by the caller.
+void reportError(std::string_view name, std::string_view sentence);
+/// Writes a message that is not an error, in the same way.
+void reportNotice(std::string_view name, std::string_view sentence);
+
+/// Reports that the library threw an exception with that message on a query.
+void reportThrow(const std::string& queryLabel, const std::string& message);
+/// Reports each file that does not load.
+void reportUnloadedFiles(const std::vector<std::string>& troubles);
+
+} // namespace sysconfctl

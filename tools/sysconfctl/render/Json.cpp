@@ -1,0 +1,115 @@
+#include "render/Json.h"
+
+#include <json/writer.h>
+
+namespace sysconfctl {
+namespace {
+
+std::string written(const Json::Value& value, const char* indentation) {
+    Json::StreamWriterBuilder builder;
+    builder["indentation"] = indentation;
+    // Writes "name": value, without a blank before the colon.
+    builder["enableYAMLCompatibility"] = *indentation != '\0';
+    std::string text = Json::writeString(builder, value);
+    // The only control character that jsoncpp does not escape; it can only be inside a string.
+    for (std::size_t at = 0; (at = text.find('\x7f', at)) != std::string::npos;) {
+        text.replace(at, 1, "\\u007f");
+    }
+    return text;
+}
+
+Json::Value array(const List& texts) {
+    Json::Value value(Json::arrayValue);
+    for (const std::string& text : texts) {
+        value.append(text);
+    }
+    return value;
+}
+
+Json::Value valueOf(const Answer& answer) {
+    return std::visit(Overloaded{
+                          [](const NoAnswer&) { return Json::Value(); },
+                          [](const List& list) { return array(list); },
+                          [](const Map& map) {
+                              Json::Value value(Json::objectValue);
+                              for (const auto& [key, text] : map) {
+                                  value[key] = text;
+                              }
+                              return value;
+                          },
+                          [](const Groups& groups) {
+                              Json::Value value(Json::objectValue);
+                              for (const auto& [key, texts] : groups) {
+                                  value[key] = array(texts);
+                              }
+                              return value;
+                          },
+                          [](const auto& scalar) { return Json::Value(scalar); },
+                      },
+                      answer.value);
+}
+
+Json::Value toJson(const Parameter& parameter) {
+    Json::Value value;
+    value["name"] = std::string(parameter.name);
+    value["required"] = parameter.occurs != Occurs::AnyTimes;
+    value["repeatable"] = parameter.occurs != Occurs::Once;
+    return value;
+}
+
+} // namespace
+
+std::string compactJson(const Json::Value& value) {
+    return written(value, "");
+}
+
+std::string indentedJson(const Json::Value& value) {
+    return written(value, "  ") + '\n';
+}
+
+Json::Value toJson(const Reply& reply) {
+    Json::Value value;
+    value["query"] = std::string(reply.query->name);
+    value["operation"] = std::string(reply.query->operation);
+    value["arguments"] = array(reply.arguments);
+    value["answered"] = reply.answer.isAnswered();
+    value["value"] = valueOf(reply.answer);
+    if (reply.answer.masked) {
+        value["masked"] = true;
+    }
+    if (reply.error) {
+        value["error"] = *reply.error;
+    }
+    return value;
+}
+
+Json::Value toJson(const std::vector<Reply>& replies) {
+    Json::Value value;
+    value["schemaVersion"] = kSchemaVersion;
+    value["answers"] = Json::Value(Json::arrayValue);
+    for (const Reply& reply : replies) {
+        value["answers"].append(toJson(reply));
+    }
+    return value;
+}
+
+Json::Value toJson(const std::vector<Query>& queries) {
+    Json::Value value;
+    value["schemaVersion"] = kSchemaVersion;
+    value["queries"] = Json::Value(Json::arrayValue);
+    for (const Query& query : queries) {
+        Json::Value row;
+        row["name"] = std::string(query.name);
+        row["operation"] = std::string(query.operation);
+        row["section"] = std::string(query.section);
+        row["help"] = std::string(query.help);
+        row["arguments"] = Json::Value(Json::arrayValue);
+        for (const Parameter& parameter : query.parameters) {
+            row["arguments"].append(toJson(parameter));
+        }
+        value["queries"].append(row);
+    }
+    return value;
+}
+
+} // namespace sysconfctl

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "query/Reply.h"
+
+#include <json/value.h>
+
+#include <string>
+#include <vector>
+
+namespace sysconfctl {
+
+/// Is incremented when a member of the tool's JSON output is renamed, removed or redefined.
+inline constexpr int kSchemaVersion = 1;
+
+/// JSON on one line without a line end, or indented and with one. Everything but printable ASCII
+/// is escaped.
+std::string compactJson(const Json::Value& value);
+std::string indentedJson(const Json::Value& value);
+
+/// {"query", "operation", "arguments", "answered", "value"}, and "masked" or "error" if they apply;
+/// "error" is the message of the exception. The value of no answer is null, that of a list an
+/// array, that of a map an object.
+Json::Value toJson(const Reply& reply);
+
+/// {"schemaVersion", "answers": [...]}
+Json::Value toJson(const std::vector<Reply>& replies);
+
+/// {"schemaVersion", "queries": [{"name", "operation", "section", "help", "arguments": [...]}]}
+Json::Value toJson(const std::vector<Query>& queries);
+
+} // namespace sysconfctl

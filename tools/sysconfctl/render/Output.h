@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstddef>
+#include <stdexcept>
+#include <string_view>
+
+namespace sysconfctl {
+
+/// The output cannot be written, for example because the disk is full or the pipe is closed.
+struct OutputError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// Writes the whole text to standard output.
+/// @throws OutputError if any of it cannot be written.
+void writeOutput(std::string_view text);
+
+/// Writes the text to standard error; a failure is ignored.
+void writeErrors(std::string_view text);
+
+bool outputIsTerminal();
+
+/// The width of tables: `COLUMNS`, else the width of the terminal, else 100.
+std::size_t outputWidth();
+
+} // namespace sysconfctl

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace sysconfctl {
+
+/// Escapes what a terminal would not show verbatim: control characters, invalid UTF-8, and
+/// characters that are invisible or change the reading direction. The notation is that of bash's
+/// $'...': \\ \t \n \r \xHH \uHHHH \UHHHHHHHH.
+std::string escaped(std::string_view text);
+
+/// The number of terminal columns of an escaped text: 0 for a combining mark, 2 for a wide
+/// character.
+std::size_t displayWidth(std::string_view text);
+
+/// Wraps an escaped text into lines of at most `width` columns (at least 1), after a space, ";",
+/// "," or "/" if possible. Returns at least one line. A blank at the end of a line is dropped; a
+/// single character wider than `width` has its own line.
+std::vector<std::string> wrapped(std::string_view text, std::size_t width);
+
+/// The word in shell syntax: verbatim, or quoted if necessary.
+std::string shellWord(std::string_view word);
+
+/// Parts joined by a separator.
+std::string joined(const std::vector<std::string>& parts, std::string_view separator);
+
+} // namespace sysconfctl

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "query/Reply.h"
+
+#include <chrono>
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace sysconfctl {
+
+/// A reply, and a text that changes whenever the unmasked reply changes.
+struct Observation {
+    Reply reply;
+    std::string identity;
+};
+
+/// Asks all questions once.
+std::vector<Observation> observe(bool revealSecrets);
+
+/// A difference between two observations of one question. A null pointer means that it was not
+/// asked: a database was added or removed.
+struct Change {
+    const Reply* before;
+    const Reply* after;
+};
+
+/// The changes in the order of `after`, then the removed questions. They point into both vectors.
+std::vector<Change> changes(const std::vector<Observation>& before,
+                            const std::vector<Observation>& after);
+
+using WallTime = std::chrono::system_clock::time_point;
+
+/// "2031-07-09T10:42:11.083Z"
+std::string timeText(WallTime time);
+
+/// A line with the time and the query, then the lines before ("-") and after ("+") the change, each
+/// at most `width` columns wide.
+std::string changeText(const Change& change, WallTime time, std::size_t width, bool color = false);
+
+/// One tab-separated line for each line of an answer: the time, "=" for the initial answer, "-" for
+/// the old or "+" for the new one, the query, and the text.
+std::string answerPlain(const Reply& reply, WallTime time);
+std::string changePlain(const Change& change, WallTime time);
+
+/// One line of JSON: {"schemaVersion", "kind": "answer", "time"} and the members of the reply; or
+/// {"schemaVersion", "kind": "change", "time", "query", "operation", "arguments", "old", "new"},
+/// with "old" and "new" null or {"answered", "value"}, with "masked" and "error" as in a reply.
+std::string answerLine(const Reply& reply, WallTime time);
+std::string changeLine(const Change& change, WallTime time);
+
+} // namespace sysconfctl

@@ -1,0 +1,37 @@
+#include "watch/EndSignals.h"
+
+#include <cerrno>
+#include <csignal>
+#include <sys/signalfd.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace sysconfctl {
+namespace {
+
+sigset_t blockedEndSignals() {
+    sigset_t signals;
+    ::sigemptyset(&signals);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        ::sigaddset(&signals, signal);
+    }
+    ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    return signals;
+}
+
+} // namespace
+
+EndSignals::EndSignals() {
+    const sigset_t signals = blockedEndSignals();
+    m_descriptor = ::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+    if (m_descriptor < 0) {
+        throw std::system_error(errno, std::generic_category(), "signalfd");
+    }
+}
+
+EndSignals::~EndSignals() {
+    // The signals stay blocked: the process ends in an orderly way from here on.
+    ::close(m_descriptor);
+}
+
+} // namespace sysconfctl
