@@ -3,14 +3,14 @@
 
 # Debian packages that building the library and the tool needs, and those that the tests need on top.
 # shellcheck disable=SC2034 # used by the scripts that source this one
-build_packages=(g++ cmake ninja-build pkg-config libjsoncpp-dev libace-dev rapidjson-dev
+build_packages=(g++ cmake ninja-build pkgconf libjsoncpp-dev libace-dev rapidjson-dev
   libsimdjson-dev libcli11-dev libfmt-dev)
 # Those that make and check packages.
 # shellcheck disable=SC2034
-package_packages=(binutils doxygen dpkg-dev file lintian)
+package_packages=(binutils chrpath debhelper doxygen dpkg-dev file lintian)
 # shellcheck disable=SC2034
 test_packages=("${package_packages[@]}" abigail-tools xz-utils
-  clang libclang-rt-dev libgtest-dev libgmock-dev
+  clang libclang-rt-dev lld meson libgtest-dev libgmock-dev
   libbenchmark-dev nlohmann-json3-dev locales graphviz strace python3 python3-jsonschema
   zsh fish mandoc groff-base)
 # shellcheck disable=SC2034
@@ -42,12 +42,13 @@ missing_packages() {
 as_root() {
   if [[ $(id -u) -eq 0 ]]; then
     "$@"
-  elif command -v sudo >/dev/null; then
-    sudo "$@"
   else
-    die "cannot run as root (no sudo): $*"
+    sudo "$@"
   fi
 }
+
+# With "no" nothing is installed; --no-install of the scripts says so.
+install=yes
 
 apt_install() {
   as_root env DEBIAN_FRONTEND=noninteractive \
@@ -67,10 +68,17 @@ install_packages() {
   if [[ ${#missing[@]} -eq 0 ]]; then
     return
   fi
+  local by_hand="install them with: apt-get install ${missing[*]}"
+  if [[ $install == no ]]; then
+    die "packages are missing, and --no-install is given; $by_hand"
+  elif [[ $(id -u) -ne 0 ]] && ! command -v sudo >/dev/null; then
+    die "packages are missing, and only root can install them (there is no sudo); $by_hand"
+  fi
   say "Installing ${missing[*]}"
   if ! apt_install "${missing[@]}" 2>/dev/null; then
-    as_root timeout 300 apt-get update -qq >&2 || say "apt-get update failed; trying without it"
-    apt_install "${missing[@]}" || die "could not install ${missing[*]}"
+    as_root timeout 300 apt-get update -qq >&2 ||
+      say "apt-get update failed: is there a network, and may you use sudo? Trying without it"
+    apt_install "${missing[@]}" || die "apt-get could not install packages; $by_hand"
   fi
 }
 
@@ -91,13 +99,24 @@ configure() {
   fi
 }
 
+# configure_all FOLDER OPTION...: with everything but the fuzzers, unless an option says otherwise.
+configure_all() {
+  configure "$1" -DBUILD_TESTING=ON -DSYSCONFREADER_BUILD_TOOLS=ON \
+    -DSYSCONFREADER_BUILD_EXAMPLES=ON -DSYSCONFREADER_BUILD_BENCHMARKS=ON "${@:2}"
+}
+
 # configure_for_tests FOLDER COMPILER SANITIZER: as the gate tests. -O1: the library and the tool of a
 # test run take longer to optimise further than to run. The folders are those of Debian's packages.
 configure_for_tests() {
-  configure "$1" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_FLAGS_RELWITHDEBINFO="-O1 -g1" \
-    -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_CXX_COMPILER="$2" -DSYSCONFREADER_SANITIZE="$3" \
-    -DSYSCONFREADER_WERROR=ON \
+  configure_all "$1" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+    -DCMAKE_CXX_FLAGS_RELWITHDEBINFO="-O1 -g1" -DCMAKE_INSTALL_PREFIX=/usr \
+    -DCMAKE_CXX_COMPILER="$2" -DSYSCONFREADER_SANITIZE="$3" -DSYSCONFREADER_WERROR=ON \
     -DSYSCONFREADER_BUILD_BENCHMARKS="$([[ -n $3 ]] && echo OFF || echo ON)"
+}
+
+# copy_sources FOLDER: the sources without what was built of them.
+copy_sources() {
+  tar --exclude='./build*' --exclude=./.git --exclude=./.ccache -cf - . | tar -C "$1" -xf -
 }
 
 # build FOLDER [TARGET...]: builds the targets, or all, with as many jobs as JOBS says or there are

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# platform-switch.sh SOURCE BUILD TOOL: installs the bundled platform libraries to a prefix, builds the
-# library and the parts of the tool that depend on it against that prefix with
-# SYSCONFREADER_PLATFORM=system, and compares the tool's output for every sample with both libraries.
+# platform-switch.sh SOURCE BUILD TOOL: installs the stand-ins of BUILD to a prefix as a platform would,
+# builds the library and the parts of the tool that depend on it against that prefix with
+# SYSCONFREADER_PLATFORM=system, compares the tool's output for every sample with both libraries, and
+# builds programs with the installed library.
 set -euo pipefail
 
 source=$1
@@ -13,8 +14,7 @@ trap 'rm -rf "$work"' EXIT
 
 configure() {
   "$cmake" -S "$source" -B "$work/build" -G Ninja -DSYSCONFREADER_PLATFORM=system \
-    -DSYSCONFREADER_BUILD_TESTS=OFF -DSYSCONFREADER_BUILD_BENCHMARKS=OFF \
-    -DSYSCONFREADER_BUILD_EXAMPLES=OFF \
+    -DSYSCONFREADER_BUILD_TOOLS=ON \
     -DCMAKE_CXX_COMPILER="$CXX" -DCMAKE_CXX_COMPILER_LAUNCHER="${LAUNCHER:-}" "$@"
 }
 
@@ -25,7 +25,10 @@ if configure >"$work/log" 2>&1; then
 fi
 grep -F "libquarnjsonutil.so" "$work/log"
 
-"$cmake" --install "$build" --component platform --prefix "$work/prefix" >/dev/null
+mkdir -p "$work"/prefix/{lib,include}
+cp "$build"/tests/platform/libquarn{json,base}util.so "$work/prefix/lib"
+cp "$source"/platform/quarn*/{JsonReader,QuarnCommonUtils,QuarnCommonUtils_i}.h "$work/prefix/include" \
+  2>/dev/null || true # each is in one of the two folders
 rm -rf "$work/build"
 if ! { configure -DCMAKE_PREFIX_PATH="$work/prefix" &&
   "$cmake" --build "$work/build" --parallel 2 --target sysconfreader sysconfctl_located; } \
@@ -42,9 +45,10 @@ fi
 
 # with_other COMMAND...: runs it with the library that was built here.
 with_other() {
-  LD_LIBRARY_PATH=$work/build/src:$work/prefix/lib:$work/prefix/lib/$(gcc -print-multiarch) "$@"
+  LD_LIBRARY_PATH=$work/build/src:$work/prefix/lib "$@"
 }
 with_other ldd "$tool" | grep -F "$work/build/src/libsysconfreader.so"
+with_other ldd "$tool" | grep -F "$work/prefix/lib/libquarnjsonutil.so"
 
 shopt -s nullglob
 compared=0
@@ -55,3 +59,23 @@ for env_file in "$source"/samples/*/*.env; do
 done
 echo "compared $compared samples"
 [[ $compared -gt 0 ]]
+
+# Programs that are linked with it need not know of the platform's libraries.
+for component in library development; do
+  "$cmake" --install "$work/build" --component "$component" --prefix "$work/installed" >/dev/null
+done
+consumer=$source/tests/packaging/consumer
+pc=$(find "$work/installed" -name sysconfreader.pc)
+read -ra flags < <(PKG_CONFIG_PATH=$(dirname "$pc") pkg-config --cflags --libs sysconfreader)
+"$CXX" -std=c++17 "$consumer/main.cpp" -o "$work/by-pkg-config" "${flags[@]}"
+"$cmake" -S "$consumer" -B "$work/consumer" -G Ninja -DCMAKE_CXX_COMPILER="$CXX" \
+  -DCMAKE_PREFIX_PATH="$work/installed" >/dev/null
+"$cmake" --build "$work/consumer" >/dev/null
+cd "$source/samples/ha-pair"
+set -a
+# shellcheck source=/dev/null
+source ./master.env
+set +a
+for program in "$work/by-pkg-config" "$work/consumer/consumer"; do
+  [[ $(with_other "$program" | head -n 1) == core ]]
+done

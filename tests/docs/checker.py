@@ -134,6 +134,7 @@ class Commands:
         "man",
         "sysctl",
         "ctest",
+        "dpkg-buildpackage",
         "source",
         "cp",
         "cd",
@@ -162,8 +163,16 @@ class Commands:
             self.sysconfctl(arguments)
         elif name == "cmake":
             self.cmake(arguments)
+        elif name == "apt":
+            self.apt(arguments)
         elif name not in self.FOREIGN:
             raise Wrong(f"unknown command {name}")
+
+    def apt(self, arguments):
+        known = re.findall(r"[\w+-]+", self.tree.text("scripts/lib.sh"))
+        for package in arguments[1:]:
+            if package not in known:
+                raise Wrong(f"scripts/lib.sh does not install {package}")
 
     def script(self, name, options):
         path = self.tree.source / name

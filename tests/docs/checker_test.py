@@ -156,6 +156,7 @@ class CheckerTest(unittest.TestCase):
             "    cmake --build build --target docs\n"
             "    cmake --install build --component library\n"
             "    sysconfctl show --env-file some.env\n"
+            "    apt install g++ libace-dev\n"
             '    {"a":1}\n'
         )
         for line, complaint in {
@@ -168,6 +169,7 @@ class CheckerTest(unittest.TestCase):
             "cmake --build build --target missing": "no target missing",
             "cmake --install build --component missing": "component missing",
             "cmake --preset missing": "no preset missing",
+            "apt install libmissing-dev": "does not install libmissing-dev",
             "missing --option": "unknown command missing",
             "{": "not JSON",
         }.items():

@@ -40,7 +40,6 @@ done
 
 # The programs run with that library.
 output=$(cd "$source/samples/ha-pair" && APP_CONF_FILE=node-1/etc/app.json APP_ROOT=node-1 \
-  LD_LIBRARY_PATH=$build/platform/quarnjsonutil:$build/platform/quarnbaseutil \
   "$work/database-entry/database-entry" alarms)
 [[ $output == "0: postgresql at "* ]]
 [[ -f $work/event-library/libeventcbutil.so ]]

@@ -12,35 +12,13 @@
 
 namespace {
 
-/// What the library exports besides its public operations.
-bool isInternal(const std::string& symbol) {
-    static const std::set<std::string> internal{"SysConfReader::collectNodeIPs",
-                                                "SysConfReader::identity",
-                                                "SysConfReader::loadFiles",
-                                                "SysConfReader::m_pInstance",
-                                                "SysConfReader::m_pMutex",
-                                                "SysConfReader::reloadInstance",
-                                                "SysConfReader::reloadLocked",
-                                                "SysConfReaderImpl::applyChange",
-                                                "SysConfReaderImpl::currentAnswer",
-                                                "SysConfReaderImpl::endSubscription",
-                                                "SysConfReaderImpl::ensureSubscribed",
-                                                "SysConfReaderImpl::m_pInstance",
-                                                "SysConfReaderImpl::m_pMutex",
-                                                "SysConfReader_i::m_pInstance",
-                                                "SysConfReader_i::m_pMutex"};
-    return internal.count(symbol) == 1;
-}
-
 std::multiset<std::string> exported() {
     std::multiset<std::string> symbols;
     std::ifstream list(SYSCONF_EXPORTED_SYMBOLS);
     const std::string space = "Quarncommon::";
     for (std::string symbol; std::getline(list, symbol);) {
         symbol.erase(0, symbol.starts_with(space) ? space.size() : 0);
-        if (!isInternal(symbol)) {
-            symbols.insert(symbol);
-        }
+        symbols.insert(symbol);
     }
     return symbols;
 }

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# consumers.sh CASE SOURCE BUILD LIBDIR [TOOL]: uses the library as projects of others do, from a folder
-# that it was moved to after it was installed. CASE is one of the functions below.
+# consumers.sh CASE SOURCE BUILD LIBDIR TOOL OLDEST: uses the library as projects of others do, from a folder
+# that it was moved to after it was installed. OLDEST is the oldest C++ that the
+# headers are for. CASE is one of the functions below.
 set -euo pipefail
 export LC_ALL=C
 
@@ -9,6 +10,7 @@ source=$2
 build=$3
 libdir=$4
 tool=${5:-}
+oldest=${6:-}
 cmake=${CMAKE:-cmake}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -69,41 +71,112 @@ refused() {
 }
 
 cmake_package() {
-  install_to_moved library platform development
+  install_to_moved library development
   refused 'compatible with requested version "0.2"' -DVERSION=0.2
   refused 'compatible with requested version "1.0"' -DVERSION=1.0
   refused "its component eventcbutil is not installed" -DVERSION=0.1 -DCOMPONENTS=eventcbutil
-  build_consumer -DVERSION=0.1 -DCOMPONENTS=platform
+  build_consumer -DVERSION=0.1 -DCOMPONENTS=
   answers_like_the_tool "$work/build/consumer"
 }
 
 event_component() {
-  install_to_moved library platform development eventcbutil
+  install_to_moved library development eventcbutil
   build_consumer -DVERSION=0.1 -DCOMPONENTS=eventcbutil
   "$work/build/event-consumer"
 }
 
-without_platform() {
+# find_by_pkg_config: sets flags.
+find_by_pkg_config() {
   install_to_moved library development
-  refused "libquarnjsonutil.so and libquarnbaseutil.so"
+  export PKG_CONFIG_PATH=$prefix/$libdir/pkgconfig
+  read -ra flags < <(pkg-config --cflags --libs sysconfreader)
 }
 
-# Whatever the compiler, and with the oldest language that the headers are for.
+# compile SOURCE OPTION...: as $work/program, in the oldest language that the headers are for, which
+# ACE's headers decide.
+compile() {
+  "$CXX" -std="c++$oldest" -Wall -Wextra -Werror "$source/tests/packaging/consumer/$1" \
+    -o "$work/program" "${@:2}" "${flags[@]}"
+}
+
+# Whatever the compiler.
 pkg_config() {
-  local compiler flags
-  install_to_moved library platform development
-  export PKG_CONFIG_PATH=$prefix/$libdir/pkgconfig
+  find_by_pkg_config
   [[ $(pkg-config --modversion sysconfreader) == $("$tool" --version | sed 's/.* //') ]]
-  read -ra flags < <(pkg-config --cflags --libs sysconfreader)
-  for compiler in g++ clang++; do
-    "$compiler" -std=c++14 -Wall -Wextra -Werror "$source/tests/packaging/consumer/main.cpp" \
-      -o "$work/$compiler" "${flags[@]}"
-    library_path=$prefix/$libdir answers_like_the_tool "$work/$compiler"
+  for CXX in g++ clang++; do
+    compile main.cpp
+    library_path=$prefix/$libdir answers_like_the_tool "$work/program"
   done
 }
 
+linkers() {
+  local option
+  find_by_pkg_config
+  for option in -fuse-ld=bfd -fuse-ld=gold -fuse-ld=lld -Wl,--no-as-needed; do
+    if [[ $option == *gold ]] && ! command -v ld.gold >/dev/null; then
+      echo "this release has no gold"
+      continue
+    fi
+    compile main.cpp "$option"
+    library_path=$prefix/$libdir answers_like_the_tool "$work/program"
+  done
+}
+
+# The program's classes have the names of those inside the library.
+same_names() {
+  find_by_pkg_config
+  compile same-names.cpp
+  library_path=$prefix/$libdir answers_like_the_tool "$work/program"
+}
+
+meson_project() {
+  install_to_moved library development
+  PKG_CONFIG_PATH=$prefix/$libdir/pkgconfig meson setup "$work/build" \
+    "$source/tests/packaging/consumer" >"$work/log" || {
+    cat "$work/log" >&2
+    exit 1
+  }
+  meson compile -C "$work/build" >/dev/null
+  library_path=$prefix/$libdir answers_like_the_tool "$work/build/consumer"
+}
+
+# build_all SOURCE OPTION...: in $work/build.
+build_all() {
+  if ! { "$cmake" -S "$1" -B "$work/build" -G Ninja -DCMAKE_CXX_COMPILER="$CXX" \
+    -DCMAKE_CXX_COMPILER_LAUNCHER="${LAUNCHER:-}" "${@:2}" &&
+    "$cmake" --build "$work/build" --parallel 2; } >"$work/log" 2>&1; then
+    cat "$work/log" >&2
+    exit 1
+  fi
+}
+
+# Fetched, warnings as errors, unity build and link-time optimisation are what the project that
+# includes it wants.
+fetched() {
+  build_all "$source/tests/packaging/embedding" -DFETCHCONTENT_SOURCE_DIR_SYSCONFREADER="$source"
+  answers_like_the_tool "$work/build/consumer"
+  # Nothing of it gets installed or tested with that project.
+  [[ ! -e $work/build/tests && ! -e $work/build/sysconfctl ]]
+}
+
+# The static library, whose names do not collide either, installed.
+static_library() {
+  build_all "$source" -DBUILD_SHARED_LIBS=OFF -DCMAKE_BUILD_TYPE=Debug -DCMAKE_UNITY_BUILD=ON \
+    -DSYSCONFREADER_BUILD_TOOLS=OFF -DSYSCONFREADER_BUILD_EVENTCBUTIL=OFF
+  "$cmake" --install "$work/build" --prefix "$work/installed" >/dev/null
+  rm -r "$work/build"
+  mkdir "$work/moved"
+  mv "$work/installed" "$prefix"
+  build_consumer -DVERSION=0.1 -DCOMPONENTS=
+  answers_like_the_tool "$work/build/consumer"
+  read -ra flags < <(PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name sysconfreader.pc)") \
+    pkg-config --static --cflags --libs sysconfreader)
+  compile same-names.cpp
+  answers_like_the_tool "$work/program"
+}
+
 dynamic_loading() {
-  install_to_moved library platform
+  install_to_moved library
   "$CXX" "$source/tests/packaging/consumer/loaded.cpp" -o "$work/loaded" -ldl
   diff <("$tool" --env-file "$source/samples/ha-pair/master.env" get wss-port) \
     <(library_path=$prefix/$libdir as_master "$work/loaded")

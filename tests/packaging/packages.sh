@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# packages.sh CASE BUILD LIBDIR FOLDER [SOURCE]: makes Debian packages of what is built, in FOLDER, and
+# packages.sh CASE BUILD LIBDIR FOLDER SOURCE: makes Debian packages of what is built, in FOLDER, and
 # looks at them. CASE is one of the functions below; "make" comes before the others.
 set -euo pipefail
 export LC_ALL=C
@@ -8,10 +8,10 @@ case=$1
 build=$2
 libdir=$3
 folder=$4
-source=${5:-}
+source=$5
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-all=(libeventcbutil libquarn-platform libsysconfreader libsysconfreader-dev sysconfctl)
+all=(libeventcbutil libeventcbutil-dev libsysconfreader libsysconfreader-dev sysconfctl)
 root=$work/root
 
 fail() {
@@ -19,13 +19,21 @@ fail() {
   exit 1
 }
 
-# pack FOLDER UMASK
+# pack FOLDER UMASK: from the packaging, the pages and the examples alone; the rest has been built. -d:
+# what the build needs has been found when BUILD was configured.
 pack() {
-  if ! (umask "$2" && cpack --config "$build/CPackConfig.cmake" -B "$1") >"$work/log" 2>&1; then
+  mkdir -p "$1"
+  if ! (
+    umask "$2"
+    cp -r "$source"/{debian,examples,CHANGELOG.md} "$(mktemp -d -p "$work" sourceXXX)"
+    cd "$work"/source*
+    SYSCONFREADER_BUILT=$build dpkg-buildpackage --build=binary -us -uc -d
+  ) >"$work/log" 2>&1; then
     cat "$work/log" >&2
     exit 1
   fi
-  rm -r "$1/_CPack_Packages"
+  rm -r "$work"/source*
+  mv "$work"/*.deb "$work"/*.changes "$work"/*.buildinfo "$1"
 }
 
 package() {
@@ -40,9 +48,11 @@ field() {
 make() {
   rm -rf "$folder"
   pack "$folder" 022
-  diff <(printf '%s\n' "${all[@]}") <(find "$folder" -name '*.deb' -printf '%f\n' | sed 's/_.*//' | sort)
+  diff <(printf '%s\n' "${all[@]}") <(find "$folder" -name '*.deb' ! -name '*-dbgsym_*' -printf '%f\n' |
+    sed 's/_.*//' | sort)
+  [[ $(find "$folder" -name '*-dbgsym_*.deb' | wc -l) -eq 3 ]] || fail "not three packages of debug symbols"
   pack "$work/again" 077
-  diff -r "$folder" "$work/again"
+  diff -r --exclude='*.buildinfo' --exclude='*.changes' "$folder" "$work/again"
 }
 
 lintian_errors() {
@@ -50,27 +60,25 @@ lintian_errors() {
   if [[ $(id -u) -eq 0 ]]; then
     options+=(--allow-root)
   fi
-  lintian "${options[@]}" "$folder"/*.deb
+  lintian "${options[@]}" "$folder"/*.changes
 }
 
 # has PACKAGE FILE...: these, and what every package has.
 has() {
   local package=$1
   shift
-  diff <(printf './usr/%s\n' "$@" "share/doc/$package"/{copyright,changelog{,.Debian}.gz} \
-    "share/lintian/overrides/$package" | sort) \
+  diff <(printf './usr/%s\n' "$@" "share/doc/$package"/{copyright,changelog{,.Debian}.gz} | sort) \
     <(dpkg-deb --fsys-tarfile "$(package "$package")" | tar --list --file - |
-      sed -E '/\/$/d; /\/man3\//d; s/-targets-[a-z]+\.cmake$/-targets-CONFIG.cmake/' | sort) ||
+      sed -E '/\/$/d; /\/man3\//d; /\/lintian\//d; /\/examples\//d
+        s/-targets-[a-z]+\.cmake$/-targets-CONFIG.cmake/' | sort) ||
     fail "$package has other files"
 }
 
 contents() {
   local cmake=$libdir/cmake/sysconfreader
   has libsysconfreader "$libdir/libsysconfreader.so"
-  has libquarn-platform "$libdir"/libquarn{base,json}util.so \
-    include/{JsonDocument,JsonReader,QuarnCommonUtils,QuarnCommonUtils_i}.h \
-    "$cmake"/sysconfreader-platform-targets{,-CONFIG}.cmake
-  has libeventcbutil "$libdir/libeventcbutil.so" include/EventConsumerCB.h \
+  has libeventcbutil "$libdir/libeventcbutil.so"
+  has libeventcbutil-dev include/EventConsumerCB.h \
     "$cmake"/sysconfreader-eventcbutil-targets{,-CONFIG}.cmake
   has libsysconfreader-dev include/SysConfReader{,Event,Impl,_i}.h \
     "$cmake"/sysconfreader{-targets,-targets-CONFIG,Config,ConfigVersion}.cmake \
@@ -93,18 +101,24 @@ needs() {
 }
 
 dependencies() {
-  local version
+  local version abi
   version=$(field libsysconfreader Version)
-  needs libsysconfreader "libquarn-platform (= $version)" 'libjsoncpp[0-9]*' 'libace-[0-9]*' libc6 \
-    libstdc++6
-  needs libquarn-platform 'libjsoncpp[0-9]*' 'libsimdjson[0-9]*' libc6
+  abi=libsysconfreader-abi-${version%.*}
+  needs libsysconfreader 'libjsoncpp[0-9]*' 'libace-[0-9]*' 'libsimdjson[0-9]*' libc6 libstdc++6
   needs libeventcbutil libc6 libstdc++6
-  needs libsysconfreader-dev "libsysconfreader (= $version)" "libquarn-platform (= $version)" \
-    libjsoncpp-dev libace-dev pkg-config
-  needs sysconfctl "libsysconfreader (= $version)" "libquarn-platform (= $version)" 'libfmt[0-9]*'
-  # What packages of others depend on.
+  needs libsysconfreader-dev "libsysconfreader (= $version)" libjsoncpp-dev libace-dev pkgconf
+  needs libeventcbutil-dev "libeventcbutil (= $version)" "libsysconfreader-dev (= $version)"
+  needs sysconfctl "libsysconfreader (= $version)" 'libfmt[0-9]*' "$abi"
+  # A library with another binary interface provides another name, and programs depend on the name.
+  [[ $(field libsysconfreader Provides) == "$abi" ]] || fail "libsysconfreader does not provide $abi"
   dpkg-deb --info "$(package libsysconfreader)" symbols |
-    grep -x "libsysconfreader.so libsysconfreader #MINVER#"
+    grep -x "libsysconfreader.so libsysconfreader #MINVER#, $abi"
+  # One event library at a time, a platform's own included.
+  [[ $(field libsysconfreader Recommends) == "libeventcbutil | event-callback-library" ]] ||
+    fail "libsysconfreader does not recommend an event library"
+  for relation in Provides Conflicts; do
+    [[ $(field libeventcbutil "$relation") == event-callback-library ]] || fail "no $relation"
+  done
 }
 
 # With a record of packages of its own, in which nothing else is installed: hence --force-depends. The
@@ -129,7 +143,7 @@ older() {
   for package in "${all[@]}"; do
     tree=$work/older/$package
     dpkg-deb --raw-extract "$(package "$package")" "$tree"
-    sed -i "s/$version/0.0.1-1/" "$tree/DEBIAN/control"
+    sed -i "s/$version/0.0.1/" "$tree/DEBIAN/control"
     echo "of the older version" >"$tree/usr/share/doc/$package/old"
     dpkg-deb --root-owner-group -Zgzip -z1 --build "$tree" "$work/older/$package.deb" >/dev/null
   done
@@ -141,7 +155,7 @@ tool() {
 }
 
 installation() {
-  local version dynamic
+  local version dynamic packages
   version=$(field libsysconfreader Version)
   mkdir -p "$root"/var/lib/dpkg/{info,updates}
   touch "$root/var/lib/dpkg/status"
@@ -150,8 +164,9 @@ installation() {
   own_dpkg --install "$work"/older/*.deb
   [[ $(in_root | grep -c '/old$') -eq ${#all[@]} ]] || fail "the older version is not installed"
 
-  own_dpkg --install "$folder"/*.deb
-  diff <(for package in "$folder"/*.deb; do dpkg-deb --fsys-tarfile "$package" | tar --list --file -; done |
+  mapfile -t packages < <(for package in "${all[@]}"; do package "$package"; done)
+  own_dpkg --install "${packages[@]}"
+  diff <(for package in "${packages[@]}"; do dpkg-deb --fsys-tarfile "$package" | tar --list --file -; done |
     sed '/\/$/d; s/^\.//' | sort) <(in_root) || fail "not just the new version is installed"
   [[ $(dpkg-query --admindir="$root/var/lib/dpkg" --show --showformat '${Version}\n' |
     sort | uniq -c) =~ ^\ *5\ $version$ ]] || fail "not all are upgraded to $version"
@@ -159,7 +174,7 @@ installation() {
 
   dynamic=$(readelf --dynamic "$root/usr/bin/sysconfctl" "$root/usr/$libdir"/lib*.so)
   grep -E 'R(UN)?PATH' <<<"$dynamic" && fail "libraries are searched for in folders of their own"
-  [[ "sysconfctl ${version%-*}" == "$(tool --version)" ]] || fail "the tool says $(tool --version)"
+  [[ "sysconfctl $version" == "$(tool --version)" ]] || fail "the tool says $(tool --version)"
   [[ $(tool --env-file "$source/samples/ha-pair/master.env" get product-name) == core ]] ||
     fail "the tool does not answer"
 

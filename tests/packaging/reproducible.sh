@@ -18,16 +18,14 @@ if ! {
   mkdir -p "$copy" &&
     tar -C "$source" --exclude='./build*' --exclude=./.git --exclude=./.ccache -cf - . |
     tar -C "$copy" -xf - &&
-    "$cmake" -S "$copy" -B "$copy_build" -G Ninja "$@" -DSYSCONFREADER_BUILD_TOOLS=OFF \
-      -DSYSCONFREADER_BUILD_TESTS=OFF -DSYSCONFREADER_BUILD_BENCHMARKS=OFF \
-      -DSYSCONFREADER_BUILD_EXAMPLES=OFF &&
+    "$cmake" -S "$copy" -B "$copy_build" -G Ninja "$@" -DSYSCONFREADER_BUILD_TOOLS=OFF &&
     CCACHE_DISABLE=1 "$cmake" --build "$copy_build" --parallel 2
 } >"$work/log" 2>&1; then
   cat "$work/log" >&2
   exit 1
 fi
 
-for component in library development platform eventcbutil; do
+for component in library development eventcbutil; do
   "$cmake" --install "$build" --component "$component" --prefix "$work/here" >/dev/null
   "$cmake" --install "$copy_build" --component "$component" --prefix "$work/there" >/dev/null
 done

@@ -1,0 +1,54 @@
+#!/usr/bin/env bash
+# configure.sh CASE SOURCE: configures the project as users do, without building it. CASE is one of the
+# functions below.
+set -euo pipefail
+
+case=$1
+source=$2
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+configure() {
+  "${CMAKE:-cmake}" -S "$source" -B "$work/build" -G Ninja -DCMAKE_CXX_COMPILER="$CXX" "$@" \
+    >"$work/log" 2>&1
+}
+
+fail() {
+  cat "$work/log" >&2
+  echo "$*" >&2
+  exit 1
+}
+
+# linked: the programs and libraries that a build would make.
+linked() {
+  ninja -C "$work/build" -n -v | sed -nE 's/.* -o ([^ ]*\/)?([^ /]*) .*/\2/p' | grep -v '\.o$' | sort
+}
+
+plain() {
+  configure || fail "not configured"
+  diff <(linked) <(printf '%s\n' libeventcbutil.so libsysconfreader.so sysconfctl)
+}
+
+# reports TEXT: in the output, of which lines may be broken anywhere.
+reports() {
+  tr -s '[:space:]' ' ' <"$work/log" | grep -F "$1" || fail "does not report: $1"
+}
+
+missing() {
+  if PKG_CONFIG_LIBDIR=$work configure -DBUILD_TESTING=ON -DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON; then
+    fail "configured without any package"
+  fi
+  reports "apt install libjsoncpp-dev libace-dev rapidjson-dev libsimdjson-dev libgtest-dev libgmock-dev"
+}
+
+without_tool() {
+  configure -DCMAKE_DISABLE_FIND_PACKAGE_CLI11=ON || fail "not configured"
+  reports "sysconfctl is not built, because packages are missing: libcli11-dev"
+  diff <(linked) <(printf '%s\n' libeventcbutil.so libsysconfreader.so)
+  if configure -DCMAKE_DISABLE_FIND_PACKAGE_CLI11=ON -DSYSCONFREADER_BUILD_TOOLS=ON; then
+    fail "configured without the packages of what was asked for"
+  fi
+  reports "apt install libcli11-dev"
+}
+
+"$case"
