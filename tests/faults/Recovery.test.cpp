@@ -48,8 +48,8 @@ std::vector<Scenario> firstUses() {
     return all;
 }
 
-/// Whether the operation is one that the caller has to repeat: a step of a load, or an event that it
-/// has delivered itself.
+/// Whether the operation is one that the caller has to repeat: a step of a load, or an event that
+/// it has delivered itself.
 bool isRepeatedByItsCaller(const faults::Operation& operation) {
     const std::string symbol = operation.symbol;
     return symbol.find("::init") != std::string::npos ||
@@ -124,9 +124,13 @@ std::vector<Scenario> entryPoints() {
                  Quarncommon::SysConfReader::Destory();
              },
              Scenario::Thread::Caller, Repair::None, true},
-            {"EventConsumerCBFini with a change pending", &findEntryPoints,
+            {"EventConsumerCBFini during a change",
              [](Deployment& files) {
+                 faults::writeFiles(files, "before");
+                 findEntryPoints(files);
                  faults::writeFiles(files, "standby");
+             },
+             [](Deployment&) {
                  g_fini();
                  Quarncommon::SysConfReader::Destory();
              },
