@@ -73,7 +73,10 @@ std::vector<Scenario> operations(Effect effect) {
         // Made in advance: it is not the operation that takes this memory.
         scenario.act = [call = operation.call, outputs = std::make_shared<faults::Outputs>()](
                            Deployment&) { call(*outputs); };
-        scenario.repair = isRepeatedByItsCaller(operation) ? Repair::Reload : Repair::None;
+        scenario.repair = isRepeatedByItsCaller(operation) ? Repair::Reload
+                          : std::string(operation.symbol).find("::Reload") != std::string::npos
+                              ? Repair::ReloadIfThrown
+                              : Repair::None;
         scenario.leavesWork = effect == Effect::Changes;
         all.push_back(scenario);
     }
