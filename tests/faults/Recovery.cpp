@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -51,6 +52,7 @@ struct Report {
     std::size_t problems;
     long slowestRecovery; // milliseconds
     bool happened;
+    std::array<std::size_t, support::kCalls> calls;
     std::array<char, 6000> text;
 };
 
@@ -137,6 +139,9 @@ public:
         act();
         support::release();
         happened = support::faultHappened();
+        for (std::size_t call = 0; call < calls.size(); ++call) {
+            calls[call] = support::callCount(static_cast<Call>(call));
+        }
         expectLocksFree();
         const Clock::time_point released = Clock::now();
         expectRecovery();
@@ -147,6 +152,7 @@ public:
     }
 
     bool happened = false;
+    std::array<std::size_t, support::kCalls> calls{};
     Clock::duration recovery{};
 
 private:
@@ -168,7 +174,8 @@ private:
         try {
             m_scenario.act(m_files);
         } catch (const std::bad_alloc&) {
-            // Where an operation may throw it is what other tests check.
+            // Other tests check which operations may throw it.
+            m_threw = true;
         }
         m_notUnderTest.emplace();
         if (!onCaller) {
@@ -195,7 +202,9 @@ private:
         const auto recovered = [&] { return answersAre(kDuring); };
         recovered(); // creates what does not exist
         const bool subscribed = serviceThreads() != 0;
-        if (m_scenario.repair == Repair::None && subscribed && !eventually(recovered)) {
+        const bool byItself = m_scenario.repair == Repair::None ||
+                              (m_scenario.repair == Repair::ReloadIfThrown && !m_threw);
+        if (byItself && subscribed && !eventually(recovered)) {
             problem("subscribed, but the answers stay wrong: " + difference(kDuring));
         }
         if (!recovered() || !subscribed) {
@@ -235,6 +244,7 @@ private:
     Resources m_start;
     support::Deployment m_files;
     std::optional<support::NotUnderTest> m_notUnderTest;
+    bool m_threw = false;
     std::string m_problems;
 };
 
@@ -264,16 +274,21 @@ void tryOne(const Scenario& scenario, const Failing& failing, std::size_t first,
             const Undisturbed& undisturbed, const fs::path& directory, Report& report) {
     report.happened = false;
     const int status = inProcess([&] {
-        Trial trial(scenario, {failing.call, failing.error, first, failing.count}, undisturbed,
-                    directory);
-        const std::string problems = trial.run();
-        report.happened = trial.happened;
-        report.injected += trial.happened ? 1 : 0;
-        const auto recovery =
-            std::chrono::duration_cast<std::chrono::milliseconds>(trial.recovery).count();
-        report.slowestRecovery = std::max<long>(report.slowestRecovery, recovery);
-        if (!problems.empty()) {
-            add(report, describe(scenario, failing, first) + problems);
+        try {
+            Trial trial(scenario, {failing.call, failing.error, first, failing.count}, undisturbed,
+                        directory);
+            const std::string problems = trial.run();
+            report.happened = trial.happened;
+            report.calls = trial.calls;
+            report.injected += trial.happened ? 1 : 0;
+            const auto recovery =
+                std::chrono::duration_cast<std::chrono::milliseconds>(trial.recovery).count();
+            report.slowestRecovery = std::max<long>(report.slowestRecovery, recovery);
+            if (!problems.empty()) {
+                add(report, describe(scenario, failing, first) + problems);
+            }
+        } catch (const std::exception& thrown) {
+            add(report, describe(scenario, failing, first) + "  throws " + thrown.what() + "\n");
         }
     });
     if (status != 0) {
@@ -286,16 +301,49 @@ void tryOne(const Scenario& scenario, const Failing& failing, std::size_t first,
     fs::remove_all(directory, ignored);
 }
 
-/// One scenario with one failing call, each time that the call is made; of the allocations, which
-/// are many, one row tries `failing.step`-th ones.
-void tryAll(const Scenario& scenario, const Failing& failing, const Undisturbed& undisturbed,
-            const fs::path& directory, Report& report) {
-    std::size_t first = failing.from;
-    do {
+/// One scenario with one failing call, at each `failing.step`-th time that the call is made. There
+/// are `calls` of them without a fault; there may be more with one.
+void tryAll(const Scenario& scenario, const Failing& failing, std::size_t calls,
+            const Undisturbed& undisturbed, const fs::path& directory, Report& report) {
+    for (std::size_t first = failing.from; first <= calls || (takesItsTime() && report.happened);
+         first += failing.step) {
         tryOne(scenario, failing, first, undisturbed, directory / std::to_string(first), report);
-        first += failing.step;
-    } while (report.happened && (takesItsTime() || report.problems < kProblemsPerRow));
+        if (report.problems >= kProblemsPerRow && !takesItsTime()) {
+            return;
+        }
+    }
 }
+
+/// At most so many processes at once.
+class Processes {
+public:
+    template <typename Work>
+    void start(Work work) {
+        if (m_running == kProcessesPerProcessor * std::thread::hardware_concurrency()) {
+            waitForOne();
+        }
+        if (::fork() == 0) {
+            work();
+            ::_exit(0);
+        }
+        ++m_running;
+    }
+
+    void waitForAll() {
+        while (m_running > 0) {
+            waitForOne();
+        }
+    }
+
+private:
+    void waitForOne() {
+        if (::wait(nullptr) > 0) {
+            --m_running;
+        }
+    }
+
+    std::size_t m_running = 0;
+};
 
 constexpr char kEnd = '\0';
 
@@ -343,18 +391,17 @@ Undisturbed observe(const fs::path& directory) {
     return observed;
 }
 
-void waitForOne(std::size_t& running) {
-    if (::wait(nullptr) > 0) {
-        --running;
-    }
-}
-
 void addBothLengths(std::vector<Failing>& all, Call call, const char* name,
                     std::initializer_list<int> errors) {
+    // The errors take turns, unless there is time for each at each call.
+    const std::size_t step = takesItsTime() ? 1 : errors.size();
+    std::size_t from = 1;
     for (const int error : errors) {
-        all.push_back({call, name, error, 1});
+        all.push_back({call, name, error, 1, from, step});
         // Who is interrupted calls again, so an endless interruption is an endless loop.
-        all.push_back({call, name, error, error == EINTR ? 16 : support::kUntilReleased});
+        all.push_back(
+            {call, name, error, error == EINTR ? 16 : support::kUntilReleased, from, step});
+        from += takesItsTime() ? 0 : 1;
     }
 }
 
@@ -400,29 +447,39 @@ std::vector<Failing> failingAllocations(std::size_t step) {
 
 void expectRecovery(const std::vector<Scenario>& scenarios, const std::vector<Failing>& failing,
                     std::size_t leastFaults) {
-    const fs::path directory = support::testDirectory();
-    fs::create_symlink(SYSCONF_EVENT_LIBRARY, directory / "libeventcbutil.so");
+    const fs::path library = support::testDirectory() / "libeventcbutil.so";
+    if (!fs::exists(library)) {
+        fs::create_symlink(SYSCONF_EVENT_LIBRARY, library);
+    }
+    const fs::path directory =
+        support::testDirectory() / testing::UnitTest::GetInstance()->current_test_info()->name();
     const Undisturbed undisturbed = observe(directory / "undisturbed" / "1");
+    Processes processes;
+    // First without a fault, which shows how many calls there are, and that nothing else is wrong.
+    SharedReports controls(scenarios.size());
+    for (std::size_t i = 0; i < scenarios.size(); ++i) {
+        processes.start([&, i] {
+            tryOne(scenarios[i], {Call::Allocate, "no fault", 0, 0}, 1, undisturbed,
+                   directory / "control" / std::to_string(i), controls[i]);
+        });
+    }
+    processes.waitForAll();
     SharedReports reports(scenarios.size() * failing.size());
-    const std::size_t most = kProcessesPerProcessor * std::thread::hardware_concurrency();
-    std::size_t running = 0;
     std::size_t row = 0;
-    for (const Scenario& scenario : scenarios) {
+    for (std::size_t i = 0; i < scenarios.size(); ++i) {
+        EXPECT_EQ(controls[i].problems, 0U) << controls[i].text.data();
         for (const Failing& one : failing) {
-            if (running == most) {
-                waitForOne(running);
+            const std::size_t calls = controls[i].calls[static_cast<std::size_t>(one.call)];
+            if (one.from <= calls) {
+                processes.start([&, i, row] {
+                    tryAll(scenarios[i], one, calls, undisturbed, directory / std::to_string(row),
+                           reports[row]);
+                });
             }
-            if (::fork() == 0) {
-                tryAll(scenario, one, undisturbed, directory / std::to_string(row), reports[row]);
-                ::_exit(0);
-            }
-            ++running;
             ++row;
         }
     }
-    while (running > 0) {
-        waitForOne(running);
-    }
+    processes.waitForAll();
     std::size_t injected = 0;
     std::size_t problems = 0;
     long slowest = 0;

@@ -20,6 +20,8 @@ enum class Repair {
     /// the
     /// fault refused it one, then one reload.
     None,
+    /// One reload if `act` threw std::bad_alloc: it has reloaded nothing, and the caller knows.
+    ReloadIfThrown,
     /// One reload: the caller's own load was the one that failed.
     Reload
 };

@@ -48,8 +48,8 @@ std::vector<Scenario> firstUses() {
     return all;
 }
 
-/// Whether the operation is one that the caller has to repeat: a step of a load, or an event that it
-/// has delivered itself.
+/// Whether the operation is one that the caller has to repeat: a step of a load, or an event that
+/// it has delivered itself.
 bool isRepeatedByItsCaller(const faults::Operation& operation) {
     const std::string symbol = operation.symbol;
     return symbol.find("::init") != std::string::npos ||
@@ -73,7 +73,10 @@ std::vector<Scenario> operations(Effect effect) {
         // Made in advance: it is not the operation that takes this memory.
         scenario.act = [call = operation.call, outputs = std::make_shared<faults::Outputs>()](
                            Deployment&) { call(*outputs); };
-        scenario.repair = isRepeatedByItsCaller(operation) ? Repair::Reload : Repair::None;
+        scenario.repair = isRepeatedByItsCaller(operation) ? Repair::Reload
+                          : std::string(operation.symbol).find("::Reload") != std::string::npos
+                              ? Repair::ReloadIfThrown
+                              : Repair::None;
         scenario.leavesWork = effect == Effect::Changes;
         all.push_back(scenario);
     }
@@ -124,9 +127,13 @@ std::vector<Scenario> entryPoints() {
                  Quarncommon::SysConfReader::Destory();
              },
              Scenario::Thread::Caller, Repair::None, true},
-            {"EventConsumerCBFini with a change pending", &findEntryPoints,
+            {"EventConsumerCBFini during a change",
              [](Deployment& files) {
+                 faults::writeFiles(files, "before");
+                 findEntryPoints(files);
                  faults::writeFiles(files, "standby");
+             },
+             [](Deployment&) {
                  g_fini();
                  Quarncommon::SysConfReader::Destory();
              },
