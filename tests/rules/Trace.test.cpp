@@ -82,10 +82,10 @@ TEST(Trace, InternalServiceAddress_ReportsTheFallbackOrThatItIsNotNeeded) {
         R"([{"IP":"A","usage":["maintenance"]},{"IP":"B","usage":["internal_service"]}])", rule);
     EXPECT_THAT(only(lines, "filled"),
                 ElementsAre("maintenance filled by /0 = A", "internal_service filled by /1 = B"));
-    EXPECT_EQ(lines.back(), "maintenance not needed");
-    EXPECT_EQ(traced(R"([{"IP":"A","usage":["maintenance"]}])", rule).back(),
-              "fallback to maintenance = A");
-    EXPECT_EQ(traced("[]", rule).back(), "fallback to maintenance = ");
+    EXPECT_THAT(only(lines, "needed"), ElementsAre("maintenance not needed"));
+    EXPECT_THAT(only(traced(R"([{"IP":"A","usage":["maintenance"]}])", rule), "fallback"),
+                ElementsAre("fallback to maintenance = A"));
+    EXPECT_THAT(traced("[]", rule), ElementsAre("fallback to maintenance = "));
 }
 
 TEST(Trace, FindMasterAndStandby_ReportsRolesAndWhyNodesAreSkipped) {
