@@ -166,7 +166,7 @@ TEST(Recovery, LoadsAndDestructionsWithoutMemory_NextLoadIsWhole) {
 }
 
 TEST(Recovery, QueriesWhileSystemCallsFail_NextAnswersAreRight) {
-    faults::expectRecovery(operations(Effect::Answers), faults::failingSystemCalls(), 100);
+    faults::expectRecovery(operations(Effect::Answers), faults::failingSystemCalls(), 40);
 }
 
 TEST(Recovery, QueriesWithoutMemory_NextAnswersAreRight) {
