@@ -41,6 +41,8 @@ using support::CallFault;
 constexpr std::chrono::seconds kPatience{10};
 /// A row with that many problems ends, unless the test is to take its time.
 constexpr std::size_t kProblemsPerRow = 4;
+/// Each error is tried at every so many-th turn of its system call, unless there is time for all.
+constexpr std::size_t kSampled = 4;
 /// How long a fault lasts that lasts for a while.
 constexpr std::chrono::milliseconds kWhile{300};
 /// Most of the time the processes wait for events.
@@ -394,7 +396,7 @@ Undisturbed observe(const fs::path& directory) {
 void addBothLengths(std::vector<Failing>& all, Call call, const char* name,
                     std::initializer_list<int> errors) {
     // The errors take turns, unless there is time for each at each call.
-    const std::size_t step = takesItsTime() ? 1 : errors.size();
+    const std::size_t step = takesItsTime() ? 1 : kSampled * errors.size();
     std::size_t from = 1;
     for (const int error : errors) {
         all.push_back({call, name, error, 1, from, step});

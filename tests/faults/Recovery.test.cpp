@@ -145,7 +145,7 @@ TEST(Recovery, FirstUseWhileSystemCallsFail_AnswersAndFollowsChanges) {
 }
 
 TEST(Recovery, FirstUseWithoutMemory_AnswersAndFollowsChanges) {
-    faults::expectRecovery(firstUses(), faults::failingAllocations(everyAllocationOr(3)), 100);
+    faults::expectRecovery(firstUses(), faults::failingAllocations(everyAllocationOr(5)), 50);
 }
 
 TEST(Recovery, EventWhileSystemCallsFail_IsAppliedAndTheNextOneToo) {
@@ -153,7 +153,7 @@ TEST(Recovery, EventWhileSystemCallsFail_IsAppliedAndTheNextOneToo) {
 }
 
 TEST(Recovery, EventWithoutMemory_IsAppliedAndTheNextOneToo) {
-    faults::expectRecovery(events(), faults::failingAllocations(everyAllocationOr(1)), 100);
+    faults::expectRecovery(events(), faults::failingAllocations(everyAllocationOr(3)), 50);
 }
 
 TEST(Recovery, LoadsAndDestructionsWhileSystemCallsFail_NextLoadIsWhole) {
@@ -166,7 +166,7 @@ TEST(Recovery, LoadsAndDestructionsWithoutMemory_NextLoadIsWhole) {
 }
 
 TEST(Recovery, QueriesWhileSystemCallsFail_NextAnswersAreRight) {
-    faults::expectRecovery(operations(Effect::Answers), faults::failingSystemCalls(), 100);
+    faults::expectRecovery(operations(Effect::Answers), faults::failingSystemCalls(), 40);
 }
 
 TEST(Recovery, QueriesWithoutMemory_NextAnswersAreRight) {
@@ -179,7 +179,7 @@ TEST(Recovery, EntryPointsWhileSystemCallsFail_NextSubscriptionIsWhole) {
 }
 
 TEST(Recovery, EntryPointsWithoutMemory_NextSubscriptionIsWhole) {
-    faults::expectRecovery(entryPoints(), faults::failingAllocations(everyAllocationOr(1)), 20);
+    faults::expectRecovery(entryPoints(), faults::failingAllocations(everyAllocationOr(3)), 20);
 }
 
 } // namespace
