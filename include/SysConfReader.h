@@ -148,12 +148,12 @@ public:
     std::string GetWssIPAddress();
     /// `<instance>."local"."ip"`.
     std::string getLocalhostIPAddress();
-    /// Maintenance address of this process: `<instance>."IR"."ip"`. The last fallback of
-    /// getLocalServiceIP, getLocalNorthIP and getLocalSouthIP.
+    /// Maintenance address of this process, the "ip" under "IR" of its `<instance>`. The last
+    /// fallback of getLocalServiceIP, getLocalNorthIP and getLocalSouthIP.
     std::string getMaintenanceIPAddress();
-    /// Host tag of the float node: its `"extAttr"."HOSTID"` in the node list.
+    /// Host tag of the float node, its "HOSTID" under "extAttr" in the node list.
     std::string getLocalHostTagName();
-    /// Id of the float node: `<instance>."nodeId"`, or on a standby node the id that
+    /// Id of the float node: the "nodeId" of `<instance>`, or on a standby node the id that
     /// getSourceNodeId found.
     std::string getFloatNodeId();
     /// @}
