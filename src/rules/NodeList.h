@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 /// Where a node list has its nodes and their addresses, and the one walk over the tags of address
@@ -62,7 +63,7 @@ using SharedAddress = std::shared_ptr<const std::string>;
 template <typename AnyNode>
 class AddressEntry {
 public:
-    explicit AddressEntry(const AnyNode& entry) : m_entry(entry) {
+    explicit AddressEntry(AnyNode entry) : m_entry(std::move(entry)) {
         report(m_entry, [](const Path& path) { return EntryVisited{path}; });
     }
 

@@ -186,7 +186,7 @@ public:
     }
 
     std::string asString() const {
-        std::string text =
+        auto text =
             tried<std::string>(TypeMismatch::Expected::Text, {}, [&] { return m_node.asString(); });
         m_trace->report(ValueRead{m_path, text});
         return text;
@@ -222,6 +222,7 @@ private:
 
     std::vector<TracedNode> byIndex(const std::vector<Node>& nodes) const {
         std::vector<TracedNode> traced;
+        traced.reserve(nodes.size());
         for (const Node& node : nodes) {
             traced.push_back(at(std::to_string(traced.size()), node));
         }
