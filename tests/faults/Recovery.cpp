@@ -135,8 +135,9 @@ public:
     /// Returns the problems, one a line. Sets `happened` and `recovery`.
     std::string run() {
         m_notUnderTest.emplace();
+        // The locks are counted from the start: an event that the preparation causes may hold one
+        // here.
         m_scenario.prepare(m_files);
-        support::resetLockCounts();
         support::arm(m_fault);
         act();
         support::release();
