@@ -50,11 +50,6 @@ support::Deployment smallDeployment() {
     return deployment;
 }
 
-std::string appConfigPath() {
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): there is only one thread.
-    return std::getenv("APP_CONF_FILE");
-}
-
 TEST(Completion, Values_AreThoseOfBothListsAndTheConfiguration) {
     const auto deployment = smallDeployment();
     EXPECT_THAT(completed({"nodes", ""}),
@@ -200,7 +195,9 @@ TEST(Completion, Values_ReadOnlyTheFilesThatHaveThem) {
                 files.insert(name);
             }
         }
-        if (opened.find('"' + appConfigPath() + '"') != std::string::npos) {
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): there is only one thread.
+        const std::string appConfig = std::getenv("APP_CONF_FILE");
+        if (opened.find('"' + appConfig + '"') != std::string::npos) {
             files.insert("app");
         }
         EXPECT_EQ(files, row.files) << testing::PrintToString(row.words);
