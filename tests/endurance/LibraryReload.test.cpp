@@ -97,8 +97,8 @@ protected:
 
 private:
     static constexpr int kRounds = 60;
-    // What the lists of free blocks of ended threads differ by. A subscription that every round left
-    // behind would take more in the rounds that are compared.
+    // What the lists of free blocks of ended threads differ by. A subscription that every round
+    // left behind would take more in the rounds that are compared.
     static constexpr std::size_t kTolerance = 32U * 1024U;
 };
 
