@@ -329,6 +329,8 @@ public:
 private:
     friend class SysConfReaderImpl;
     friend class ForkedChild;
+    template <typename Class>
+    friend class ClassLock;
 
     SysConfReader() = default;
     ~SysConfReader() = default;

@@ -142,6 +142,8 @@ private:
     friend class SysConfReader;
     friend class SysConfReader_i;
     friend class ForkedChild;
+    template <typename Class>
+    friend class ClassLock;
     friend int ::SysConfReaderEventProcessCB(const std::string& eventName,
                                              const std::string& second, const std::string& third,
                                              void* userData);

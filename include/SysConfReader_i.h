@@ -50,6 +50,8 @@ public:
 
 private:
     friend class ForkedChild;
+    template <typename Class>
+    friend class ClassLock;
 
     SysConfReader_i() = default;
     ~SysConfReader_i();

@@ -1,6 +1,6 @@
 #include "SysConfReader.h"
 
-#include "sysconfreader/Guards.h"
+#include "locks/ClassLock.h"
 
 #include <new>
 
@@ -36,7 +36,7 @@ std::string text(const Json::Value* value) {
 } // namespace
 
 int SysConfReader::getDBInfo(const std::string& name, Json::Value& info) {
-    const ReadGuard guard(m_pMutex, turnsOf<SysConfReader>);
+    const ReadGuard<SysConfReader> guard;
     const auto database = m_dbInfo.find(name);
     if (database == m_dbInfo.end()) {
         return -1;
@@ -46,50 +46,50 @@ int SysConfReader::getDBInfo(const std::string& name, Json::Value& info) {
 }
 
 int SysConfReader::getAllDBInfo(std::map<std::string, Json::Value>& all) {
-    const ReadGuard guard(m_pMutex, turnsOf<SysConfReader>);
+    const ReadGuard<SysConfReader> guard;
     Databases copy = copyOf(m_dbInfo);
     all.swap(copy);
     return 0;
 }
 
 int SysConfReader::getDBAccessPort(const std::string& name, unsigned int index) {
-    const ReadGuard guard(m_pMutex, turnsOf<SysConfReader>);
+    const ReadGuard<SysConfReader> guard;
     const Json::Value* port = field(m_dbInfo, name, index, "accessPort");
     return port != nullptr ? port->asInt() : -1;
 }
 
 std::string SysConfReader::getDBType(const std::string& name, unsigned int index) {
-    const ReadGuard guard(m_pMutex, turnsOf<SysConfReader>);
+    const ReadGuard<SysConfReader> guard;
     return text(field(m_dbInfo, name, index, "type"));
 }
 
 std::string SysConfReader::getDBUserName(const std::string& name, unsigned int index) {
-    const ReadGuard guard(m_pMutex, turnsOf<SysConfReader>);
+    const ReadGuard<SysConfReader> guard;
     return text(field(m_dbInfo, name, index, "user"));
 }
 
 std::string SysConfReader::getDBServiceName(const std::string& name, unsigned int index) {
-    const ReadGuard guard(m_pMutex, turnsOf<SysConfReader>);
+    const ReadGuard<SysConfReader> guard;
     return text(field(m_dbInfo, name, index, "serviceName"));
 }
 
 std::string SysConfReader::getDBPassword(const std::string& name, unsigned int index) {
-    const ReadGuard guard(m_pMutex, turnsOf<SysConfReader>);
+    const ReadGuard<SysConfReader> guard;
     return text(field(m_dbInfo, name, index, "passwd"));
 }
 
 std::string SysConfReader::getDBServerName(const std::string& name, unsigned int index) {
-    const ReadGuard guard(m_pMutex, turnsOf<SysConfReader>);
+    const ReadGuard<SysConfReader> guard;
     return text(field(m_dbInfo, name, index, "serverName"));
 }
 
 std::string SysConfReader::getDBAccessHost(const std::string& name, unsigned int index) {
-    const ReadGuard guard(m_pMutex, turnsOf<SysConfReader>);
+    const ReadGuard<SysConfReader> guard;
     return text(field(m_dbInfo, name, index, "accessHost"));
 }
 
 std::string SysConfReader::getDBLib(const std::string& name, unsigned int index) {
-    const ReadGuard guard(m_pMutex, turnsOf<SysConfReader>);
+    const ReadGuard<SysConfReader> guard;
     const Json::Value* extension = field(m_dbInfo, name, index, "instanceExt");
     return text(extension != nullptr ? &(*extension)["lib"] : nullptr);
 }

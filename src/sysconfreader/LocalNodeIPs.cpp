@@ -1,10 +1,9 @@
 #include "SysConfReader.h"
 
+#include "base/Exceptions.h"
 #include "rules/NodeIPs.h"
 #include "rules/SouthboundKeys.h"
-#include "sysconfreader/ConfigFiles.h"
-#include "sysconfreader/Guards.h"
-#include "sysconfreader/SouthboundWalk.h"
+#include "sysconfreader/NodeAddresses.h"
 #include "sysconfreader/UsageTags.h"
 
 #include <string>
@@ -38,7 +37,7 @@ void emptySouthboundKeys(std::map<std::string, std::string>& usageIPs) {
 void SysConfReader::getLocalNodeIPs(const std::string& usagePrefix,
                                     std::map<int, std::string>& indexedIPs, std::string& serviceIP,
                                     std::string& service2IP) {
-    completes([&] {
+    runDroppingExceptions([&] {
         collectNodeIPs(identity().floatNodeId, usagePrefix, indexedIPs, serviceIP, service2IP);
     });
 }
@@ -46,12 +45,10 @@ void SysConfReader::getLocalNodeIPs(const std::string& usagePrefix,
 void SysConfReader::collectNodeIPs(const std::string& nodeId, const std::string& usagePrefix,
                                    std::map<int, std::string>& indexedIPs, std::string& serviceIP,
                                    std::string& service2IP) {
-    completes([&] {
-        config::Document list;
-        if (config::readJsonFile(config::pathOf(config::kNodeList), list)) {
-            rules::collectByNumber(rules::addressEntries(rules::nodeEntry(list.root(), nodeId)),
-                                   usagePrefix, indexedIPs, serviceIP, service2IP);
-        }
+    runDroppingExceptions([&] {
+        readNodeAddresses(nodeId, [&](const rules::Node& addresses) {
+            rules::collectByNumber(addresses, usagePrefix, indexedIPs, serviceIP, service2IP);
+        });
     });
 }
 
@@ -70,7 +67,7 @@ void SysConfReader::getLocalNodeIPs(std::map<std::string, std::string>& usageIPs
         walkTags(nodeId, prepare, [&](const rules::Node& addresses, rules::TagWalk& walk) {
             rules::collectByTag(addresses, slotFor, walk);
         });
-    completes([&] { rules::addServices(seen, usageIPs); });
+    runDroppingExceptions([&] { rules::addServices(seen, usageIPs); });
 }
 
 } // namespace Quarncommon

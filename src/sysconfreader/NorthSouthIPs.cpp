@@ -1,9 +1,9 @@
 #include "SysConfReader.h"
 
+#include "base/Exceptions.h"
+#include "locks/ClassLock.h"
 #include "rules/SlotLists.h"
-#include "sysconfreader/ConfigFiles.h"
-#include "sysconfreader/Guards.h"
-#include "sysconfreader/SouthboundWalk.h"
+#include "sysconfreader/NodeAddresses.h"
 #include "sysconfreader/UsageTags.h"
 
 namespace Quarncommon {
@@ -14,13 +14,11 @@ std::string SysConfReader::getLocalNorthIP() {
     rules::SlotMap byNumber;
     std::string service;
     std::string service2;
-    completes([&] {
-        config::Document list;
-        if (config::readJsonFile(config::pathOf(config::kNodeList), list)) {
-            rules::collectByNumber(
-                rules::addressEntries(rules::nodeEntry(list.root(), loaded.floatNodeId)),
-                std::string(kNorthboundFamily), byNumber, service, service2);
-        }
+    runDroppingExceptions([&] {
+        readNodeAddresses(loaded.floatNodeId, [&](const rules::Node& addresses) {
+            rules::collectByNumber(addresses, std::string(kNorthboundFamily), byNumber, service,
+                                   service2);
+        });
     });
     return rules::northSlotList(byNumber, service, service2, loaded.maintenanceIP);
 }
@@ -28,7 +26,7 @@ std::string SysConfReader::getLocalNorthIP() {
 // The answer that the second getLocalNodeIPs gives on an empty map, without its 1024 keys: only the
 // slots that have an address are stored, under their numbers.
 std::string SysConfReader::getLocalSouthIP() {
-    const ReadGuard guard(m_pMutex, turnsOf<SysConfReader>);
+    const ReadGuard<SysConfReader> guard;
     rules::SlotMap bySlot;
     const rules::TagWalk seen = walkTags(
         m_floatNodeId, [] {},

@@ -1,8 +1,8 @@
 #include "SysConfReader.h"
 
 #include "SysConfReaderImpl.h"
-#include "rules/ReaderLoad.h"
-#include "sysconfreader/Loads.h"
+#include "config/Shortages.h"
+#include "locks/ClassLock.h"
 #include "sysconfreader/UsageTags.h"
 #include "sysconfreaderimpl/ChangeEvents.h"
 
@@ -29,7 +29,7 @@ SysConfReader* SysConfReader::Instance() {
 }
 
 SysConfReader* SysConfReader::create() {
-    const WriteGuard guard(m_pMutex, turnsOf<SysConfReader>);
+    const WriteGuard<SysConfReader> guard;
     if (SysConfReader* reader = m_pInstance.load(std::memory_order_acquire)) {
         return reader;
     }
@@ -53,15 +53,15 @@ void SysConfReader::Destory() {
     }
     SysConfReaderImpl::Instance();
     SysConfReaderImpl::Destory();
-    const WriteGuard guard(m_pMutex, turnsOf<SysConfReader>);
+    const WriteGuard<SysConfReader> guard;
     // Unpublished first: Instance() reads the pointer without the lock.
     delete m_pInstance.exchange(nullptr);
-    incomplete<SysConfReader> = false;
+    unreportedShortage<SysConfReader> = false;
 }
 
 void SysConfReader::Reload() {
     {
-        const WriteGuard guard(m_pMutex, turnsOf<SysConfReader>);
+        const WriteGuard<SysConfReader> guard;
         reloadLocked();
     }
     SysConfReaderImpl::finishLoad();
@@ -74,7 +74,7 @@ void SysConfReader::reloadInstance() {
 }
 
 void SysConfReader::reloadExisting() {
-    const WriteGuard guard(m_pMutex, turnsOf<SysConfReader>);
+    const WriteGuard<SysConfReader> guard;
     if (SysConfReader* reader = m_pInstance.load(std::memory_order_acquire)) {
         reader->reloadLocked();
     }
@@ -83,64 +83,6 @@ void SysConfReader::reloadExisting() {
 void SysConfReader::reloadLocked() {
     m_dbInfo.clear();
     init_i();
-}
-
-void SysConfReader::init_i() {
-    SysConfReaderImpl::ensureSubscribed();
-    missedEvent<SysConfReader> = false;
-    const std::string appConfigPath = config::pathOf(config::kAppConfig);
-    const std::string instanceId = config::environment(config::kInstanceIdVariable);
-    load<SysConfReader>([&] { loadStep([&] { loadFiles(appConfigPath, instanceId); }); });
-}
-
-/// The two values that queries read without the lock, during a load. The load works on copies,
-/// which replace the members in one step when it ends, also by an exception.
-class SysConfReader::IdentityUpdate {
-public:
-    explicit IdentityUpdate(SysConfReader& reader) : loaded(reader.identity()), m_reader(reader) {}
-    IdentityUpdate(const IdentityUpdate&) = delete;
-    IdentityUpdate& operator=(const IdentityUpdate&) = delete;
-    ~IdentityUpdate() {
-        const std::lock_guard<std::mutex> guard(m_reader.m_identityMutex);
-        m_reader.m_floatNodeId.swap(loaded.floatNodeId);
-        m_reader.m_maintenanceIP.swap(loaded.maintenanceIP);
-    }
-
-    Identity loaded;
-
-private:
-    SysConfReader& m_reader;
-};
-
-void SysConfReader::loadFiles(const std::string& appConfigPath, const std::string& instanceId) {
-    IdentityUpdate identity(*this);
-    const rules::ReaderValues values{.databases = m_dbInfo,
-                                     .maintenanceIP = identity.loaded.maintenanceIP,
-                                     .localhostIP = m_localhostIP,
-                                     .wssIP = m_wssIP,
-                                     .wssPort = m_wssPort,
-                                     .localPort = m_localPort,
-                                     .corbaPort = m_corbaPort,
-                                     .corbaSSLPort = m_corbaSSLPort,
-                                     .nodeId = m_nodeId,
-                                     .hostType = m_hostType,
-                                     .floatNodeId = identity.loaded.floatNodeId,
-                                     .hostTagName = m_hostTagName};
-    config::Document appConfig;
-    if (readForLoad(appConfigPath, appConfig)) {
-        rules::loadAppConfig(appConfig.root(), instanceId, values);
-    }
-    config::Document list;
-    if (readForLoad(config::pathOf(config::kNodeList), list)) {
-        const auto replaceBySource = [this](std::string& nodeId) { getSourceNodeId(nodeId); };
-        rules::loadNodeList(list.root(), replaceBySource, values);
-    }
-}
-
-SysConfReader::Identity SysConfReader::identity() {
-    noticeFork();
-    const std::lock_guard<std::mutex> guard(m_identityMutex);
-    return {m_floatNodeId, m_maintenanceIP};
 }
 
 } // namespace Quarncommon

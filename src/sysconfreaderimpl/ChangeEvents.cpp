@@ -3,7 +3,9 @@
 #include "SysConfReader.h"
 #include "SysConfReaderEvent.h"
 #include "SysConfReaderImpl.h"
-#include "sysconfreader/Loads.h"
+#include "base/Exceptions.h"
+#include "config/Shortages.h"
+#include "locks/ClassLock.h"
 #include "sysconfreaderimpl/EventGate.h"
 
 #include <QuarnCommonUtils.h>
@@ -58,8 +60,8 @@ public:
     ~Applying() { --t_applying; }
 };
 
-/// Thrown at the end of an event that could not be applied completely.
-struct Incomplete {};
+/// Thrown at the end of an event whose reload met a shortage.
+struct ShortageMet {};
 
 bool isSet(const char* variable) {
     try {
@@ -90,16 +92,16 @@ EntryPoint* entryPoint(void* library, const char* name) {
     return reinterpret_cast<EntryPoint*>(::dlsym(library, name));
 }
 
-/// Whether a load met a shortage that has not been reported yet. The caller reports it.
-bool takeIncomplete() {
-    const bool reader = incomplete<SysConfReader>.exchange(false);
-    return incomplete<SysConfReaderImpl>.exchange(false) || reader;
+/// Returns whether a load met a shortage that has not been reported yet. The caller reports it.
+bool takeUnreportedShortage() {
+    const bool reader = unreportedShortage<SysConfReader>.exchange(false);
+    return unreportedShortage<SysConfReaderImpl>.exchange(false) || reader;
 }
 
 } // namespace
 
-void forgetEventsOfOtherThreads() {
-    g_eventGate.forgetOtherThreads();
+void resetEventsAfterFork() {
+    g_eventGate.resetAfterFork();
     g_redeliver = nullptr; // The child has no subscription.
     // The flag may be set before the handler is registered. Registering twice is harmless.
     g_closedAtExit = false;
@@ -212,10 +214,10 @@ void SysConfReaderImpl::Destory() {
         return;
     }
     EventGate::Closure closed(g_eventGate);
-    const WriteGuard guard(m_pMutex, turnsOf<SysConfReaderImpl>);
+    const WriteGuard<SysConfReaderImpl> guard;
     // Unpublished first: Instance() reads the pointer without the lock.
     delete m_pInstance.exchange(nullptr);
-    incomplete<SysConfReaderImpl> = false;
+    unreportedShortage<SysConfReaderImpl> = false;
     // Still under the lock: an instance that another thread creates next must miss no event.
     closed.end();
 }
@@ -230,30 +232,30 @@ void SysConfReaderImpl::applyChange(const void* subscriber) {
     {
         // Waits for a first load to publish the instance that it has subscribed. The user data is
         // only compared: it may belong to an instance that no longer exists.
-        const ReadGuard guard(m_pMutex, turnsOf<SysConfReaderImpl>);
+        const ReadGuard<SysConfReaderImpl> guard;
         reader = m_pInstance.load(std::memory_order_acquire);
     }
-    if (reader == nullptr && WriterTurns::lockHeldHere()) {
+    if (reader == nullptr && WriterHandoff::lockHeldHere()) {
         // Delivered inside the subscription of a role reader, which loads its files after that.
         missedEvent<SysConfReader> = true;
     }
     if (reader != nullptr && reader == subscriber) {
         reader->Reload();
-        if (takeIncomplete()) {
-            throw Incomplete();
+        if (takeUnreportedShortage()) {
+            throw ShortageMet();
         }
     }
 }
 
 void SysConfReaderImpl::finishLoad() {
-    if (WriterTurns::lockHeldHere() || t_applying != 0) {
+    if (WriterHandoff::lockHeldHere() || t_applying != 0) {
         return; // The operation that this load is part of calls again.
     }
     if (missedEvent<SysConfReader>.exchange(false)) {
-        completes([] { SysConfReader::reloadExisting(); });
+        runDroppingExceptions([] { SysConfReader::reloadExisting(); });
     }
     if (missedEvent<SysConfReaderImpl>.exchange(false)) {
-        completes([] { reloadExisting(); });
+        runDroppingExceptions([] { reloadExisting(); });
     }
     requestRedelivery();
 }
@@ -264,9 +266,9 @@ void SysConfReaderImpl::requestRedelivery() {
     SysConfReaderImpl* reader =
         stay.admitted() ? m_pInstance.load(std::memory_order_acquire) : nullptr;
     EventConsumerCBRedeliverFunction* redeliver = g_redeliver;
-    if (reader != nullptr && redeliver != nullptr && takeIncomplete()) {
+    if (reader != nullptr && redeliver != nullptr && takeUnreportedShortage()) {
         const EventConsumerCallback callback{&SysConfReaderEventProcessCB, reader};
-        completes([&] { redeliver(&callback); });
+        runDroppingExceptions([&] { redeliver(&callback); });
     }
 }
 
@@ -278,9 +280,9 @@ int SysConfReaderEventProcessCB(const std::string& eventName, const std::string&
     if (eventName != kChangeEvent || userData == nullptr) {
         return -1;
     }
-    const bool applied = completes([&] { SysConfReaderImpl::applyChange(userData); });
+    const bool applied = runDroppingExceptions([&] { SysConfReaderImpl::applyChange(userData); });
     if (t_applying == 0 && t_postponed != nullptr) {
-        completes([] { std::exchange(t_postponed, nullptr)(); });
+        runDroppingExceptions([] { std::exchange(t_postponed, nullptr)(); });
     }
     return applied ? 0 : -1;
 }

@@ -19,6 +19,6 @@ inline constinit std::atomic<bool> missedEvent{false};
 bool postponedUntilApplied(void (*destroy)());
 
 /// For a forked child, in which no other thread is applying an event.
-void forgetEventsOfOtherThreads();
+void resetEventsAfterFork();
 
 } // namespace Quarncommon

@@ -1,6 +1,6 @@
 #include "sysconfreaderimpl/EventGate.h"
 
-#include "sysconfreader/Forks.h"
+#include "locks/ForkCheck.h"
 
 namespace Quarncommon {
 

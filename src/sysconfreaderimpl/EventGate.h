@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sysconfreader/TimedWait.h"
+#include "locks/TimedWait.h"
 
 #include <atomic>
 
@@ -23,7 +23,7 @@ public:
     void close(Clock::duration limit);
 
     /// For a forked child, which has none of the other threads: opens the gate.
-    void forgetOtherThreads() { m_state = s_staysHere; }
+    void resetAfterFork() { m_state = s_staysHere; }
 
     /// A stay inside. Check `admitted` first.
     class Stay {

@@ -1,8 +1,10 @@
 #include "SysConfReaderImpl.h"
 
 #include "SysConfReader.h"
+#include "config/ConfigFiles.h"
+#include "config/Shortages.h"
+#include "locks/ClassLock.h"
 #include "rules/RoleLoad.h"
-#include "sysconfreader/Loads.h"
 #include "sysconfreader/UsageTags.h"
 #include "sysconfreaderimpl/ChangeEvents.h"
 
@@ -35,7 +37,7 @@ SysConfReaderImpl* SysConfReaderImpl::Instance() {
 }
 
 SysConfReaderImpl* SysConfReaderImpl::create() {
-    const WriteGuard guard(m_pMutex, turnsOf<SysConfReaderImpl>);
+    const WriteGuard<SysConfReaderImpl> guard;
     if (SysConfReaderImpl* reader = m_pInstance.load(std::memory_order_acquire)) {
         return reader;
     }
@@ -64,7 +66,7 @@ SysConfReaderImpl* SysConfReaderImpl::create() {
 std::string SysConfReaderImpl::currentAnswer(std::string SysConfReaderImpl::*answer) {
     for (;;) {
         Instance();
-        const ReadGuard guard(m_pMutex, turnsOf<SysConfReaderImpl>);
+        const ReadGuard<SysConfReaderImpl> guard;
         // Null if another thread has destroyed the instance in between; then try again.
         if (const SysConfReaderImpl* reader = m_pInstance.load(std::memory_order_acquire)) {
             return reader->*answer;
@@ -75,14 +77,14 @@ std::string SysConfReaderImpl::currentAnswer(std::string SysConfReaderImpl::*ans
 void SysConfReaderImpl::Reload() {
     SysConfReader::reloadInstance();
     {
-        const WriteGuard guard(m_pMutex, turnsOf<SysConfReaderImpl>);
+        const WriteGuard<SysConfReaderImpl> guard;
         Init_i();
     }
     finishLoad();
 }
 
 void SysConfReaderImpl::reloadExisting() {
-    const WriteGuard guard(m_pMutex, turnsOf<SysConfReaderImpl>);
+    const WriteGuard<SysConfReaderImpl> guard;
     if (SysConfReaderImpl* reader = m_pInstance.load(std::memory_order_acquire)) {
         reader->Init_i();
     }
@@ -163,19 +165,19 @@ std::string SysConfReaderImpl::GetManagerNodeListFilePath() const {
 }
 
 std::string SysConfReaderImpl::GetLocalInternalServiceIP() const {
-    return copyUnder(m_pMutex, turnsOf<SysConfReaderImpl>, m_localInternalServiceIP);
+    return copyLocked<SysConfReaderImpl>(m_localInternalServiceIP);
 }
 
 std::string SysConfReaderImpl::GetMasterInternalServiceIP() const {
-    return copyUnder(m_pMutex, turnsOf<SysConfReaderImpl>, m_masterInternalServiceIP);
+    return copyLocked<SysConfReaderImpl>(m_masterInternalServiceIP);
 }
 
 std::string SysConfReaderImpl::GetStandbyInternalServiceIP() const {
-    return copyUnder(m_pMutex, turnsOf<SysConfReaderImpl>, m_standbyInternalServiceIP);
+    return copyLocked<SysConfReaderImpl>(m_standbyInternalServiceIP);
 }
 
 std::string SysConfReaderImpl::GetProductName() const {
-    return copyUnder(m_pMutex, turnsOf<SysConfReaderImpl>, m_productName);
+    return copyLocked<SysConfReaderImpl>(m_productName);
 }
 
 } // namespace Quarncommon

@@ -1,7 +1,7 @@
 #include "SysConfReader_i.h"
 
 #include "SysConfReaderImpl.h"
-#include "sysconfreader/Guards.h"
+#include "locks/ClassLock.h"
 #include "sysconfreader/UsageTags.h"
 
 namespace Quarncommon {
@@ -21,7 +21,7 @@ SysConfReader_i* SysConfReader_i::Instance() {
     if (SysConfReader_i* facade = m_pInstance.load(std::memory_order_acquire)) {
         return facade;
     }
-    const WriteGuard guard(m_pMutex, turnsOf<SysConfReader_i>);
+    const WriteGuard<SysConfReader_i> guard;
     SysConfReader_i* facade = m_pInstance.load(std::memory_order_acquire);
     if (facade == nullptr) {
         facade = new SysConfReader_i;
@@ -31,7 +31,7 @@ SysConfReader_i* SysConfReader_i::Instance() {
 }
 
 void SysConfReader_i::Destory() {
-    const WriteGuard guard(m_pMutex, turnsOf<SysConfReader_i>);
+    const WriteGuard<SysConfReader_i> guard;
     // Unpublished first: Instance() reads the pointer without the lock.
     delete m_pInstance.exchange(nullptr);
 }

@@ -1,6 +1,7 @@
 // Environment, paths and the one way in which a file is read.
 
-#include "sysconfreader/ConfigFiles.h"
+#include "config/ConfigFiles.h"
+#include "config/JsonFiles.h"
 
 #include "support/Deployment.h"
 #include "support/FileCalls.h"

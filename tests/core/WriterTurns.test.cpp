@@ -1,8 +1,8 @@
 // Reloads beside callers that never pause, and callers that hold a lock while a reload waits.
 
-#include "sysconfreader/WriterTurns.h"
 #include "SysConfReader.h"
 #include "SysConfReaderImpl.h"
+#include "locks/WriterHandoff.h"
 #include "support/Answers.h"
 #include "support/Deployment.h"
 #include "support/EventLibrary.h"
@@ -22,7 +22,7 @@ namespace {
 
 using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReaderImpl;
-using Quarncommon::WriterTurns;
+using Quarncommon::WriterHandoff;
 using support::Deployment;
 using support::LockCall;
 
@@ -147,7 +147,7 @@ TEST(ChangeEvent, WithinASubscriptionThatAnotherThreadWaitsFor_DoesNotWait) {
     support::expectLocksFree();
 }
 
-TEST(WriterTurns, Claim_IsTheFirstSecondOfEveryTen) {
+TEST(WriterHandoff, Claim_IsTheFirstSecondOfEveryTen) {
     using std::chrono::milliseconds;
     constexpr std::pair<milliseconds, milliseconds> kRows[] = {
         {milliseconds(0), milliseconds(1000)},     {milliseconds(1), milliseconds(999)},
@@ -155,21 +155,21 @@ TEST(WriterTurns, Claim_IsTheFirstSecondOfEveryTen) {
         {milliseconds(9999), milliseconds(0)},     {milliseconds(10000), milliseconds(1000)},
         {milliseconds(3600500), milliseconds(500)}};
     for (const auto& [waited, remaining] : kRows) {
-        EXPECT_EQ(WriterTurns::remainingClaim(waited), remaining) << waited.count();
+        EXPECT_EQ(WriterHandoff::remainingClaim(waited), remaining) << waited.count();
     }
 }
 
-TEST(WriterTurns, OfWritersWithoutEnd_AReaderLetsOnePass) {
-    WriterTurns turns;
-    auto next = std::make_unique<WriterTurns::Wait>(turns);
+TEST(WriterHandoff, OfWritersWithoutEnd_AReaderLetsOnePass) {
+    WriterHandoff handoff;
+    auto next = std::make_unique<WriterHandoff::Wait>(handoff);
     std::atomic<bool> passed{false};
     const std::jthread reader([&] {
-        turns.letOneWriterPass();
+        handoff.letOneWriterPass();
         passed = true;
     });
     while (!passed) {
         auto last = std::move(next);
-        next = std::make_unique<WriterTurns::Wait>(turns);
+        next = std::make_unique<WriterHandoff::Wait>(handoff);
         last.reset();
         std::this_thread::yield();
     }

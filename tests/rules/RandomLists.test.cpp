@@ -1,6 +1,7 @@
 // Every rule against its naive telling, on lists made by chance.
 
 #include "rules/RandomLists.h"
+#include "config/ConfigDocument.h"
 #include "rules/LocalIPByUsage.h"
 #include "rules/ManagerNodes.h"
 #include "rules/NaiveRules.h"
@@ -10,7 +11,6 @@
 #include "rules/SlotLists.h"
 #include "rules/SourceNodeId.h"
 #include "support/Sanitizers.h"
-#include "sysconfreader/ConfigFiles.h"
 
 #include <gtest/gtest.h>
 

@@ -3,8 +3,8 @@
 #include "rules/Json.h"
 #include "rules/Trace.h"
 
+#include <config/ConfigDocument.h>
 #include <gtest/gtest.h>
-#include <sysconfreader/ConfigFiles.h>
 
 #include <string>
 #include <vector>

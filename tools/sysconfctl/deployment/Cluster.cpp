@@ -1,9 +1,9 @@
 #include "deployment/Cluster.h"
 
+#include <base/Exceptions.h>
 #include <rules/LocalIPByUsage.h>
 #include <rules/NodeList.h>
 #include <rules/Roles.h>
-#include <sysconfreader/Guards.h>
 
 #include <algorithm>
 #include <exception>
@@ -76,7 +76,7 @@ Json::Value withoutAddresses(const Json::Value& node) {
 /// are left out: the rule stops there, whichever tenancy it looks for.
 std::map<std::string, Json::Value> listsByTenancy(const Json::Value& list) {
     std::map<std::string, Json::Value> lists;
-    Quarncommon::completes([&] {
+    Quarncommon::runDroppingExceptions([&] {
         const Json::Value& nodes = list["nodeList"];
         for (auto node = nodes.begin(); nodes.isObject() && node != nodes.end(); ++node) {
             lists[rules::tenancy(*node)]["nodeList"][node.name()] = withoutAddresses(*node);
@@ -91,7 +91,7 @@ void markRoles(std::map<std::string, ClusterNode>& nodes, const SourceFile& mana
         std::string master;
         std::string standby;
         // Ids that are found before a value of a wrong type are used.
-        Quarncommon::completes([&] {
+        Quarncommon::runDroppingExceptions([&] {
             rules::findMasterAndStandby(rules::Node(list.second), list.first, master, standby);
         });
         const auto mark = [&](const std::string& id, bool ClusterNode::*role) {

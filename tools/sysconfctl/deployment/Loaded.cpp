@@ -3,9 +3,9 @@
 #include "deployment/Recorder.h"
 #include "deployment/TypeMismatches.h"
 
+#include <base/Exceptions.h>
 #include <rules/RoleLoad.h>
 #include <rules/SourceNodeId.h>
-#include <sysconfreader/Guards.h>
 
 namespace sysconfctl {
 
@@ -30,7 +30,7 @@ std::map<std::string, std::string> serviceAddressesOf(const SourceFile& list) {
     std::map<std::string, std::string> services;
     // What was found before a value that the rule cannot take counts.
     if (list.loads) {
-        Quarncommon::completes(
+        Quarncommon::runDroppingExceptions(
             [&] { rules::collectServiceAddresses(rules::Node(list.tree), services); });
     }
     return services;
@@ -53,7 +53,7 @@ template <typename Load>
 bool Loaded::run(LoadStep step, const SourceFile& file, Load load) {
     MismatchRecorder recorder;
     if (!file.loads ||
-        Quarncommon::completes([&] { load(rules::TracedNode(file.tree, recorder)); })) {
+        Quarncommon::runDroppingExceptions([&] { load(rules::TracedNode(file.tree, recorder)); })) {
         return true;
     }
     if (const auto& mismatch = recorder.mismatch) {

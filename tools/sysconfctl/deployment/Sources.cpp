@@ -2,6 +2,8 @@
 
 #include "render/Text.h"
 
+#include <config/FileText.h>
+
 #include <JsonReader.h>
 #include <QuarnCommonUtils_i.h>
 

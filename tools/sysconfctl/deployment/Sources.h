@@ -2,7 +2,7 @@
 
 #include "located/Document.h"
 
-#include <sysconfreader/ConfigFiles.h>
+#include <config/ConfigFiles.h>
 
 #include <json/value.h>
 

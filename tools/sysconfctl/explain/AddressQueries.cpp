@@ -3,11 +3,11 @@
 #include "render/Text.h"
 
 #include <QuarnCommonUtils.h>
+#include <base/Exceptions.h>
 #include <rules/LocalIPByUsage.h>
 #include <rules/NodeIPs.h>
 #include <rules/NodeList.h>
 #include <rules/SlotLists.h>
-#include <sysconfreader/Guards.h>
 
 #include <fmt/format.h>
 
@@ -17,7 +17,7 @@ namespace sysconfctl {
 namespace {
 
 namespace rules = Quarncommon::rules;
-using Quarncommon::completes;
+using Quarncommon::runDroppingExceptions;
 
 using rules::kSouthboundFamily;
 constexpr const char* kOwn = "the own node, whatever it stands in for";
@@ -27,7 +27,7 @@ constexpr const char* kFloat = "the float node";
 /// stays.
 template <typename Rule>
 void traced(const ExplanationBuilder& builder, Recorder& trace, Rule rule) {
-    completes([&] { rule(rules::TracedNode(builder.sources.nodeList.tree, trace)); });
+    runDroppingExceptions([&] { rule(rules::TracedNode(builder.sources.nodeList.tree, trace)); });
 }
 
 std::string sameLabel(const std::string& slot) {

@@ -3,10 +3,10 @@
 #include "deployment/TypeMismatches.h"
 #include "render/Text.h"
 
+#include <base/Exceptions.h>
 #include <rules/ManagerNodes.h>
 #include <rules/NodeList.h>
 #include <rules/SourceNodeId.h>
-#include <sysconfreader/Guards.h>
 
 #include <fmt/format.h>
 
@@ -17,7 +17,7 @@ namespace sysconfctl {
 namespace {
 
 namespace rules = Quarncommon::rules;
-using Quarncommon::completes;
+using Quarncommon::runDroppingExceptions;
 
 bool managerList(ExplanationBuilder& builder) {
     const SourceFile& list = builder.sources.managerNodeList;
@@ -106,7 +106,7 @@ Answer byField(ExplanationBuilder& builder) {
     const std::string& field = builder.argument(0);
     Recorder trace;
     std::list<std::string> addresses;
-    const bool complete = completes([&] {
+    const bool complete = runDroppingExceptions([&] {
         rules::appendAddresses(rules::TracedNode(list.tree, trace), field, builder.argument(1),
                                addresses);
     });
@@ -138,7 +138,7 @@ Answer byTags(ExplanationBuilder& builder) {
     }
     Recorder trace;
     std::map<std::string, std::set<std::string>> nodes;
-    const bool complete = completes(
+    const bool complete = runDroppingExceptions(
         [&] { rules::collectTaggedAddresses(rules::TracedNode(list.tree, trace), tags, nodes); });
     tellNodes(builder, list, trace, [&](const NodeOutcome& node) {
         const std::set<std::string>& found = nodes[node.id];

@@ -2,9 +2,9 @@
 
 #include "render/Text.h"
 
+#include <base/Exceptions.h>
 #include <rules/NodeList.h>
 #include <rules/Roles.h>
-#include <sysconfreader/Guards.h>
 
 #include <fmt/format.h>
 
@@ -52,7 +52,7 @@ void internalService(ExplanationBuilder& builder, const SourceFile& file, const 
         return;
     }
     Recorder trace;
-    Quarncommon::completes([&] {
+    Quarncommon::runDroppingExceptions([&] {
         const rules::TracedNode list(file.tree, trace);
         rules::internalServiceAddress(rules::addressEntries(rules::nodeEntry(list, id)));
     });
@@ -127,7 +127,7 @@ void candidates(ExplanationBuilder& builder, bool master) {
     const std::string role(master ? rules::kMaster : rules::kStandby);
     const std::string& winner = master ? builder.values.masterNodeId : builder.values.standbyNodeId;
     Recorder trace;
-    Quarncommon::completes([&] {
+    Quarncommon::runDroppingExceptions([&] {
         std::string masterId;
         std::string standbyId;
         rules::findMasterAndStandby(rules::TracedNode(list.tree, trace), builder.values.tenancy,

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sysconfreader/TimedWait.h"
+#include "locks/TimedWait.h"
 
 #include <atomic>
 
@@ -19,12 +19,12 @@ namespace Quarncommon {
 /// very lock. There are two cases: a query that takes the read side twice, and an event that the
 /// event library delivers on the thread that is loading. Only these are recorded, in a counter of
 /// the thread: counting in every query would make the shortest ones slower by a third.
-class WriterTurns {
+class WriterHandoff {
 public:
     static constexpr Clock::duration kClaim = std::chrono::seconds(1);
     static constexpr Clock::duration kPeriod = std::chrono::seconds(10);
 
-    constexpr WriterTurns() = default;
+    constexpr WriterHandoff() = default;
 
     void letOneWriterPass() {
         if (m_waiting.load() != 0 && s_locksHeldHere == 0) {
@@ -42,22 +42,22 @@ public:
     /// A writer's wait for the lock. Ends when the writer has the lock or has failed to get it.
     class Wait {
     public:
-        explicit Wait(WriterTurns& turns) : m_turns(turns) {
-            if (m_turns.m_waiting.fetch_add(1) == 0) {
-                m_turns.beginClaim();
+        explicit Wait(WriterHandoff& handoff) : m_handoff(handoff) {
+            if (m_handoff.m_waiting.fetch_add(1) == 0) {
+                m_handoff.beginClaim();
             }
         }
         Wait(const Wait&) = delete;
         Wait& operator=(const Wait&) = delete;
         ~Wait() {
-            m_turns.beginClaim(); // of the next one, if more are waiting
-            --m_turns.m_waiting;
-            ++m_turns.m_passed;
-            wakeAll(m_turns.m_passed);
+            m_handoff.beginClaim(); // of the next one, if more are waiting
+            --m_handoff.m_waiting;
+            ++m_handoff.m_passed;
+            wakeAll(m_handoff.m_passed);
         }
 
     private:
-        WriterTurns& m_turns;
+        WriterHandoff& m_handoff;
     };
 
     /// Around a query during which its thread takes the read side a second time.
@@ -79,7 +79,7 @@ public:
     static bool lockHeldHere() { return s_locksHeldHere != 0; }
 
     /// For a forked child, which has none of the threads that were waiting or writing.
-    void forgetOtherThreads() {
+    void resetAfterFork() {
         m_waiting = 0;
         m_writing = 0;
     }
@@ -107,9 +107,5 @@ private:
 
     static inline constinit thread_local unsigned int s_locksHeldHere = 0;
 };
-
-/// The WriterTurns that belong to the lock of a class.
-template <typename Class>
-inline constinit WriterTurns turnsOf{};
 
 } // namespace Quarncommon

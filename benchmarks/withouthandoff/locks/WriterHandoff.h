@@ -3,13 +3,13 @@
 namespace Quarncommon {
 
 /// Replaces the library's header of the same name: readers never wait for a waiting writer.
-class WriterTurns {
+class WriterHandoff {
 public:
     void letOneWriterPass() {}
 
     class Wait {
     public:
-        explicit Wait(WriterTurns& /*turns*/) {}
+        explicit Wait(WriterHandoff& /*handoff*/) {}
     };
 
     static void beginReadingTwice() {}
@@ -18,10 +18,7 @@ public:
     void endWriting() {}
     bool writing() const { return false; }
     static bool lockHeldHere() { return false; }
-    void forgetOtherThreads() {}
+    void resetAfterFork() {}
 };
-
-template <typename Class>
-inline constinit WriterTurns turnsOf{};
 
 } // namespace Quarncommon

@@ -5,8 +5,8 @@
 #include "SysConfReader.h"
 #include "SysConfReaderImpl.h"
 #include "SysConfReader_i.h"
-#include "sysconfreader/Forks.h"
-#include "sysconfreader/WriterTurns.h"
+#include "locks/ClassLock.h"
+#include "locks/ForkCheck.h"
 #include "sysconfreaderimpl/ChangeEvents.h"
 
 #include <json/value.h>
@@ -23,11 +23,11 @@ public:
     static void start() {
         // An event library that forks inside a subscription continues it in the child, with locks
         // that it still has to release.
-        if (WriterTurns::lockHeldHere()) { // GCOVR_EXCL_BR_LINE: as the next line
+        if (WriterHandoff::lockHeldHere()) { // GCOVR_EXCL_BR_LINE: as the next line
             return; // GCOVR_EXCL_LINE: in a child that must not exit, and so reports no coverage
         }
         g_forks = 0;
-        forgetEventsOfOtherThreads();
+        resetEventsAfterFork();
         reset<SysConfReader_i>();
         reset<SysConfReader>();
         reset<SysConfReaderImpl>();
@@ -41,12 +41,10 @@ private:
     /// it may be half-written.
     template <typename Class>
     static void reset() {
-        if (turnsOf<Class>.writing()) {
+        if (ClassLock<Class>::handoff().writing()) {
             Class::m_pInstance = nullptr;
         }
-        turnsOf<Class>.forgetOtherThreads();
-        // A lock whose owner no longer exists cannot be released, so a new one is built in place.
-        new (&Class::m_pMutex) ACE_RW_Thread_Mutex;
+        ClassLock<Class>::resetAfterFork();
     }
 };
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "sysconfreader/ConfigFiles.h"
-#include "sysconfreader/Guards.h"
+#include "base/Exceptions.h"
+#include "config/JsonFiles.h"
 
 #include <json/value.h>
 
@@ -10,37 +10,39 @@
 #include <string>
 #include <utility>
 
-/// Loads that met a shortage: a resource or the storage failed, and the files may be all right.
+/// Loads that meet a shortage: a resource or the storage fails, although the files may be valid.
 /// What such a load found is kept like that of any other, but a load should follow soon.
 namespace Quarncommon {
 
-/// The shortages that this thread has met. A counter, because loads of the two readers nest.
-inline constinit thread_local unsigned int t_shortages = 0;
+/// The number of shortages that this thread has met. A counter, because loads of the two readers
+/// nest.
+inline constinit thread_local unsigned int t_shortageCount = 0;
 
-/// Whether the last load of the class met a shortage that the event library does not know of yet.
+/// Whether the last load of the class met a shortage that has not been reported to the event
+/// library.
 template <typename Class>
-inline constinit std::atomic<bool> incomplete{false};
+inline constinit std::atomic<bool> unreportedShortage{false};
 
 /// Runs `steps`, which load the class.
 template <typename Class, typename Steps>
 void load(Steps&& steps) {
-    const unsigned int before = t_shortages;
+    const unsigned int before = t_shortageCount;
     std::forward<Steps>(steps)();
-    incomplete<Class> = t_shortages != before;
+    unreportedShortage<Class> = t_shortageCount != before;
 }
 
-/// Runs a part of a load as `completes` does.
+/// Runs a part of a load, drops its exceptions, and counts those that are shortages.
 template <typename Step>
 void loadStep(Step&& step) {
-    completes([&] {
+    runDroppingExceptions([&] {
         try {
             std::forward<Step>(step)();
         } catch (const std::bad_alloc&) {
-            ++t_shortages;
+            ++t_shortageCount;
             throw;
         } catch (const Json::RuntimeError&) {
             // How jsoncpp reports that it has no memory for a text; a wrong type is a LogicError.
-            ++t_shortages;
+            ++t_shortageCount;
             throw;
         }
     });
@@ -50,7 +52,7 @@ void loadStep(Step&& step) {
 template <typename Value>
 bool readForLoad(const std::string& path, Value& value) {
     const config::ReadResult result = config::readJsonFile(path, value);
-    t_shortages += result.unavailable() ? 1 : 0;
+    t_shortageCount += result.unavailable() ? 1 : 0;
     return static_cast<bool>(result);
 }
 

@@ -1,24 +1,20 @@
-#include "rules/LocalIPByUsage.h"
-
 #include "SysConfReader.h"
-#include "rules/NodeList.h"
-#include "sysconfreader/ConfigFiles.h"
-#include "sysconfreader/Guards.h"
+
+#include "base/Exceptions.h"
+#include "locks/ClassLock.h"
+#include "rules/LocalIPByUsage.h"
+#include "sysconfreader/NodeAddresses.h"
 
 namespace Quarncommon {
 
 std::string SysConfReader::getLocalIPByUsage(const std::string& usage) {
     std::string address;
-    completes([&] {
+    runDroppingExceptions([&] {
         const std::string tag = rules::lowerCased(usage);
-        const ReadGuard guard(m_pMutex, turnsOf<SysConfReader>);
-        config::Document list;
-        if (!config::readJsonFile(config::pathOf(config::kNodeList), list)) {
-            return;
-        }
-        const std::string& nodeId = rules::nodeForTag(tag, m_nodeId, m_floatNodeId);
-        address =
-            rules::addressByTag(rules::addressEntries(rules::nodeEntry(list.root(), nodeId)), tag);
+        const ReadGuard<SysConfReader> guard;
+        readNodeAddresses(
+            rules::nodeForTag(tag, m_nodeId, m_floatNodeId),
+            [&](const rules::Node& addresses) { address = rules::addressByTag(addresses, tag); });
     });
     return address;
 }
@@ -30,8 +26,8 @@ std::string SysConfReader::getLocalMaintenanceIP() {
 std::string SysConfReader::getLocalServiceIP() {
     std::string address = getLocalIPByUsage(std::string(rules::kServiceTag));
     if (address.empty()) {
-        completes([&] {
-            const ReadGuard guard(m_pMutex, turnsOf<SysConfReader>);
+        runDroppingExceptions([&] {
+            const ReadGuard<SysConfReader> guard;
             address = m_maintenanceIP;
         });
     }

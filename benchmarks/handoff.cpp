@@ -1,6 +1,6 @@
-// bench-turns DIRECTORY: prints, as JSON, the CPU time of three queries while no writer waits: a
+// bench-handoff DIRECTORY: prints, as JSON, the CPU time of three queries while no writer waits: a
 // value of the reader, a value of the role reader, a query that reads the node list. Alternate runs
-// with and without LD_LIBRARY_PATH set to benchmarks/without-turns, whose readers never wait for
+// with and without LD_LIBRARY_PATH set to benchmarks/without-handoff, whose readers never wait for
 // writers: the difference is the cost of checking for a waiting writer.
 
 #include "Environment.h"

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "rules/Node.h"
+
+#include <json/value.h>
+
+#include <cstddef>
+
+namespace Quarncommon::config {
+
+#ifdef SYSCONFREADER_WITH_DOCUMENT
+/// A parsed file.
+using Document = JsonDocument;
+#else
+/// A parsed file. For a platform whose JSON library has no JsonDocument: builds the full tree and
+/// answers from it.
+class Document {
+public:
+    static constexpr std::size_t kPadding = 0;
+    bool read(const char* text, std::size_t length);
+    rules::Node root() const { return m_tree; }
+
+private:
+    Json::Value m_tree;
+};
+#endif
+
+} // namespace Quarncommon::config

@@ -1,0 +1,198 @@
+#include "config/FileText.h"
+
+#include "base/Exceptions.h"
+#include "config/ConfigDocument.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <new>
+#include <pthread.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+namespace Quarncommon::config {
+
+namespace {
+
+using Outcome = ReadResult::Outcome;
+
+/// Classifies a failed system call: some errors are lasting properties of the path, the others may
+/// be gone at the next call.
+Outcome outcomeOf(int error) {
+    constexpr std::array kTransient = {ENOMEM, EMFILE, ENFILE, EIO,       ESTALE,
+                                       EINTR,  EAGAIN, EBUSY,  ETIMEDOUT, ENOBUFS};
+    const bool transient =
+        std::find(kTransient.begin(), kTransient.end(), error) != kTransient.end();
+    return transient ? Outcome::Unavailable : Outcome::NotParsed;
+}
+
+/// Opens the path. Repeats the call if a signal interrupts it, which happens on network file
+/// systems and while the kernel waits for a lease to end.
+int openUninterrupted(const std::string& path, int flags) {
+    int descriptor = -1;
+    do {
+        descriptor = ::open(path.c_str(), flags);
+    } while (descriptor < 0 && errno == EINTR);
+    return descriptor;
+}
+
+/// An open file. Cancellation is disabled while the file is open: close() is a cancellation point,
+/// and unwinding out of a destructor terminates the process.
+class Descriptor {
+public:
+    explicit Descriptor(const std::string& path) {
+        ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_cancelState);
+        // O_NONBLOCK, because callers hold locks and the path may be a pipe. The call blocks only
+        // for a file that another process has leased.
+        constexpr int kFlags = O_RDONLY | O_CLOEXEC | O_NOCTTY;
+        m_descriptor = openUninterrupted(path, kFlags | O_NONBLOCK);
+        if (m_descriptor < 0 && errno == EWOULDBLOCK) {
+            m_descriptor = openUninterrupted(path, kFlags);
+        }
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() {
+        if (m_descriptor >= 0) {
+            ::close(m_descriptor);
+        }
+        ::pthread_setcancelstate(m_cancelState, nullptr);
+    }
+    int get() const { return m_descriptor; }
+
+private:
+    int m_cancelState = PTHREAD_CANCEL_ENABLE;
+    int m_descriptor = -1;
+};
+
+bool operator==(const FileText& one, const FileText& other) {
+    return std::equal(one.data(), one.data() + one.length(), other.data(),
+                      other.data() + other.length());
+}
+
+bool sameTime(const timespec& a, const timespec& b) {
+    return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+}
+
+/// Whether nothing that the kernel reports has changed. The change time is compared as well,
+/// because a program can set the modification time back.
+bool sameState(const struct stat& a, const struct stat& b) {
+    return a.st_size == b.st_size && sameTime(a.st_mtim, b.st_mtim) &&
+           sameTime(a.st_ctim, b.st_ctim);
+}
+
+double secondsBetween(const timespec& earlier, const timespec& later) {
+    return static_cast<double>(later.tv_sec - earlier.tv_sec) +
+           static_cast<double>(later.tv_nsec - earlier.tv_nsec) * 1e-9;
+}
+
+/// Whether another write may leave the same time stamps. FAT has the coarsest ones, of 2 s; the
+/// kernel's clock tick, of which all others are multiples, is at most 10 ms.
+bool writtenLately(const struct stat& status) {
+    constexpr double kGranularity = 2.05;
+    timespec now{};
+    ::clock_gettime(CLOCK_REALTIME, &now);
+    return secondsBetween(status.st_mtim, now) < kGranularity ||
+           secondsBetween(status.st_ctim, now) < kGranularity;
+}
+
+} // namespace
+
+bool FileText::readFrom(int descriptor, std::size_t size) {
+    const std::size_t most = size != 0 ? size : kLargestWithoutSize;
+    m_length = 0;
+    for (;;) {
+        reserveMore(size, most);
+        char* const end = m_bytes.get() + m_length;
+        const ssize_t count = ::pread(descriptor, end, std::min(m_capacity, most) - m_length,
+                                      static_cast<off_t>(m_length));
+        if (count < 0 && errno != EINTR) {
+            return false;
+        }
+        const auto added = static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+        if (const void* nul = added != 0 ? std::memchr(end, '\0', added) : nullptr) {
+            m_length = static_cast<std::size_t>(static_cast<const char*>(nul) - data()) + 1;
+            return true;
+        }
+        m_length += added;
+        // The read that would find the end is left out: the caller compares the size again.
+        if (count == 0 || (size != 0 && m_length == size)) {
+            return true;
+        }
+        if (m_length == most) {
+            errno = EFBIG;
+            return false;
+        }
+    }
+}
+
+void FileText::reserveMore(std::size_t size, std::size_t most) {
+    constexpr std::size_t kSmallest = 4096;
+    constexpr std::size_t kTrusted = std::size_t{4} << 20U;
+    if (m_length < m_capacity) {
+        return;
+    }
+    const std::size_t wanted =
+        std::min(most, std::max({2 * m_capacity, kSmallest, std::min(size, kTrusted)}));
+    // realloc, because it moves large blocks without copying them.
+    void* bytes = std::realloc(m_bytes.get(), wanted + Document::kPadding);
+    if (bytes == nullptr) {
+        throw std::bad_alloc();
+    }
+    static_cast<void>(m_bytes.release());
+    m_bytes.reset(static_cast<char*>(bytes));
+    m_capacity = wanted;
+}
+
+// One read is enough if nothing changes meanwhile and the time stamps would show it. If they might
+// not, a second read must give the same bytes. If they change during each read, something may just
+// be touching the file: then the last two reads decide.
+ReadResult::Outcome readWhole(const std::string& path, FileText& text) {
+    constexpr int kReads = 8;
+    const Descriptor file(path);
+    if (file.get() < 0) {
+        return outcomeOf(errno);
+    }
+    FileText former;
+    for (int read = 0; read < kReads; ++read) {
+        struct stat before {};
+        struct stat after {};
+        if (::fstat(file.get(), &before) != 0) {
+            return outcomeOf(errno);
+        }
+        const auto size = static_cast<std::size_t>(before.st_size);
+        if (!S_ISREG(before.st_mode) || size > FileText::kLargest) {
+            return Outcome::NotParsed;
+        }
+        if (!text.readFrom(file.get(), size) || ::fstat(file.get(), &after) != 0) {
+            return outcomeOf(errno);
+        }
+        const bool still = sameState(before, after);
+        if (still && !writtenLately(after)) {
+            return Outcome::Parsed;
+        }
+        if (read != 0 && text == former && (still || read == kReads - 1)) {
+            return Outcome::Parsed;
+        }
+        std::swap(text, former);
+    }
+    return Outcome::Unavailable;
+}
+
+std::optional<std::string> readText(const std::string& path) {
+    std::optional<std::string> bytes;
+    runDroppingExceptions([&] {
+        FileText text;
+        if (readWhole(path, text) == Outcome::Parsed) {
+            bytes.emplace(text.data(), text.length());
+        }
+    });
+    return bytes;
+}
+
+} // namespace Quarncommon::config

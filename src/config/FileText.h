@@ -1,0 +1,80 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <string>
+
+/// Reading a whole file, also one that changes while it is read.
+namespace Quarncommon::config {
+
+/// The result of reading and parsing a file. True if it was parsed.
+class ReadResult {
+public:
+    enum class Outcome {
+        Parsed,
+        /// Missing, not permitted, not a regular file, too large, or not one valid JSON text.
+        /// Reading again gives the same until somebody changes something.
+        NotParsed,
+        /// A resource or the storage failed, or the file changed during each of eight reads. Its
+        /// content is unknown, and reading again may succeed.
+        Unavailable
+    };
+
+    ReadResult(Outcome outcome) : m_outcome(outcome) {} // NOLINT(google-explicit-constructor)
+    explicit operator bool() const { return m_outcome == Outcome::Parsed; }
+    bool unavailable() const { return m_outcome == Outcome::Unavailable; }
+
+private:
+    Outcome m_outcome;
+};
+
+/// The bytes of a file, followed by the padding that a Document may read.
+class FileText {
+public:
+    /// A longer file is refused by its size: no reader accepts a longer text.
+    static constexpr std::size_t kLargest = std::size_t{1} << 30U;
+    /// The same limit for a file that does not report its size, as those of /proc.
+    static constexpr std::size_t kLargestWithoutSize = std::size_t{16} << 20U;
+
+    const char* data() const { return m_bytes.get(); }
+    std::size_t length() const { return m_length; }
+    bool endsWithNul() const { return m_length != 0 && data()[m_length - 1] == '\0'; }
+
+    /// Reads the first `size` bytes, or up to the end of the file if that comes first or if `size`,
+    /// which is st_size, is 0. Stops after the first NUL byte: no JSON text contains one, and the
+    /// rest of a sparse file may be gigabytes of them.
+    /// @return False with the error in `errno` if reading fails.
+    bool readFrom(int descriptor, std::size_t size);
+
+private:
+    struct Free {
+        void operator()(char* bytes) const { std::free(bytes); }
+    };
+
+    /// Makes room for at least one more byte. The size that a file reports is trusted up to a few
+    /// megabytes; beyond, and without a size, the room doubles each time it has been filled.
+    void reserveMore(std::size_t size, std::size_t most);
+
+    std::unique_ptr<char, Free> m_bytes;
+    std::size_t m_length = 0;
+    std::size_t m_capacity = 0;
+};
+
+/// Reads the file until its content is known. Which bytes these are if the file changes while it
+/// is read:
+/// - A file that is replaced by rename() gives one text or the other, always whole.
+/// - A file that is written in place is read up to eight times, until it has not changed while it
+///   was read. If it was touched during each of these reads, the last two must be equal. The bytes
+///   can still contain a part of the old and a part of the new text, if the writer did not write
+///   between these reads: nothing distinguishes that state of the file from a finished one.
+/// @return Parsed if `text` is the content.
+/// @throws std::bad_alloc if memory runs out.
+ReadResult::Outcome readWhole(const std::string& path, FileText& text);
+
+/// Returns the bytes of a regular file as readWhole does, up to and including the first NUL byte if
+/// there is one; nothing if readJsonFile has no text to parse. Never throws.
+std::optional<std::string> readText(const std::string& path);
+
+} // namespace Quarncommon::config

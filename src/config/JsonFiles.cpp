@@ -1,0 +1,51 @@
+#include "config/JsonFiles.h"
+
+#include "config/ConfigFiles.h"
+
+#include <JsonReader.h>
+
+namespace Quarncommon::config {
+
+namespace {
+
+/// Reads the file and passes its text to `parse`. A text with a NUL byte is refused here, because
+/// it is not complete.
+template <typename Parse>
+ReadResult readAndParse(const std::string& path, Parse parse) {
+    FileText text;
+    const ReadResult::Outcome read = readWhole(path, text);
+    if (read == ReadResult::Outcome::Parsed && (text.endsWithNul() || !parse(text))) {
+        return ReadResult::Outcome::NotParsed;
+    }
+    return read;
+}
+
+} // namespace
+
+ReadResult readJsonFile(const std::string& path, Json::Value& value) {
+    return readAndParse(path, [&](const FileText& text) {
+        return JsonReader(false).parse(std::string(text.data(), text.length()), value);
+    });
+}
+
+ReadResult readJsonFile(const std::string& path, Document& document) {
+    return readAndParse(
+        path, [&](const FileText& text) { return document.read(text.data(), text.length()); });
+}
+
+ReadResult readNodeList(Document& list) {
+    return readJsonFile(pathOf(kNodeList), list);
+}
+
+ReadResult readManagerNodeList(Document& list) {
+    const std::optional<std::string> path = pathIfSet(kManagerNodeList);
+    return path ? readJsonFile(*path, list) : ReadResult::Outcome::NotParsed;
+}
+
+#ifndef SYSCONFREADER_WITH_DOCUMENT
+bool Document::read(const char* text, std::size_t length) {
+    return JsonReader(false).parse(std::string(text, length), m_tree);
+}
+#endif
+
+} // namespace Quarncommon::config

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "config/ConfigDocument.h"
+#include "config/FileText.h"
+
+#include <json/value.h>
+
+#include <string>
+
+/// Reading and parsing the configuration files.
+namespace Quarncommon::config {
+
+/// Reads the whole regular file and parses it into `value`, which is changed only if the result is
+/// true.
+///
+/// Limits: a file of more than 1 GiB is refused by its size. A file that reports no size, as those
+/// of /proc, is refused after 16 MiB. Memory grows with what was read, not with the reported size,
+/// and reading stops at the first NUL byte: no JSON text contains one.
+/// @throws std::bad_alloc if memory runs out, and what a JsonReader of the platform throws.
+ReadResult readJsonFile(const std::string& path, Json::Value& value);
+
+/// The same without building values: `document` answers from the text.
+ReadResult readJsonFile(const std::string& path, Document& document);
+
+/// Reads the node list for a query.
+ReadResult readNodeList(Document& list);
+
+/// Reads the manager node list for a query. Not parsed if its variable is unset.
+ReadResult readManagerNodeList(Document& list);
+
+} // namespace Quarncommon::config

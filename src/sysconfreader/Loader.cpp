@@ -1,0 +1,108 @@
+// What a load of SysConfReader does.
+
+#include "SysConfReader.h"
+
+#include "SysConfReaderImpl.h"
+#include "config/ConfigFiles.h"
+#include "config/Shortages.h"
+#include "locks/ForkCheck.h"
+#include "rules/ReaderLoad.h"
+#include "rules/SourceNodeId.h"
+#include "sysconfreaderimpl/ChangeEvents.h"
+
+#include <QuarnCommonUtils_i.h>
+
+#include <cerrno>
+
+namespace Quarncommon {
+
+namespace {
+
+/// The addresses of this host. The platform's operation cannot report a failure: an empty list with
+/// an error number of a used-up resource is a shortage.
+std::list<std::string> hostAddresses() {
+    std::list<std::string> addresses;
+    const int errnoBefore = errno;
+    errno = 0;
+    QuarnCommonUtils_i::getAllIPAddr(addresses);
+    const int error = errno;
+    const bool usedUp = error == EMFILE || error == ENFILE || error == ENOMEM || error == ENOBUFS;
+    t_shortageCount += addresses.empty() && usedUp ? 1 : 0;
+    errno = error != 0 ? error : errnoBefore;
+    return addresses;
+}
+
+} // namespace
+
+void SysConfReader::init_i() {
+    SysConfReaderImpl::ensureSubscribed();
+    missedEvent<SysConfReader> = false;
+    const std::string appConfigPath = config::pathOf(config::kAppConfig);
+    const std::string instanceId = config::environment(config::kInstanceIdVariable);
+    load<SysConfReader>([&] { loadStep([&] { loadFiles(appConfigPath, instanceId); }); });
+}
+
+/// The two values that queries read without the lock, during a load. The load works on copies,
+/// which replace the members in one step when it ends, also by an exception.
+class SysConfReader::IdentityUpdate {
+public:
+    explicit IdentityUpdate(SysConfReader& reader) : loaded(reader.identity()), m_reader(reader) {}
+    IdentityUpdate(const IdentityUpdate&) = delete;
+    IdentityUpdate& operator=(const IdentityUpdate&) = delete;
+    ~IdentityUpdate() {
+        const std::lock_guard<std::mutex> guard(m_reader.m_identityMutex);
+        m_reader.m_floatNodeId.swap(loaded.floatNodeId);
+        m_reader.m_maintenanceIP.swap(loaded.maintenanceIP);
+    }
+
+    Identity loaded;
+
+private:
+    SysConfReader& m_reader;
+};
+
+void SysConfReader::loadFiles(const std::string& appConfigPath, const std::string& instanceId) {
+    IdentityUpdate identity(*this);
+    const rules::ReaderValues values{.databases = m_dbInfo,
+                                     .maintenanceIP = identity.loaded.maintenanceIP,
+                                     .localhostIP = m_localhostIP,
+                                     .wssIP = m_wssIP,
+                                     .wssPort = m_wssPort,
+                                     .localPort = m_localPort,
+                                     .corbaPort = m_corbaPort,
+                                     .corbaSSLPort = m_corbaSSLPort,
+                                     .nodeId = m_nodeId,
+                                     .hostType = m_hostType,
+                                     .floatNodeId = identity.loaded.floatNodeId,
+                                     .hostTagName = m_hostTagName};
+    config::Document appConfig;
+    if (readForLoad(appConfigPath, appConfig)) {
+        rules::loadAppConfig(appConfig.root(), instanceId, values);
+    }
+    config::Document list;
+    if (readForLoad(config::pathOf(config::kNodeList), list)) {
+        const auto replaceBySource = [this](std::string& nodeId) { getSourceNodeId(nodeId); };
+        rules::loadNodeList(list.root(), replaceBySource, values);
+    }
+}
+
+SysConfReader::Identity SysConfReader::identity() {
+    noticeFork();
+    const std::lock_guard<std::mutex> guard(m_identityMutex);
+    return {m_floatNodeId, m_maintenanceIP};
+}
+
+void SysConfReader::getSourceNodeId(std::string& sourceNodeId) {
+    std::map<std::string, std::string> serviceAddresses;
+    loadStep([&] {
+        config::Document list;
+        if (readForLoad(config::pathOf(config::kNodeList), list)) {
+            rules::collectServiceAddresses(list.root(), serviceAddresses);
+        }
+    });
+    if (const std::string* source = rules::sourceNode(serviceAddresses, hostAddresses())) {
+        sourceNodeId = *source;
+    }
+}
+
+} // namespace Quarncommon

@@ -1,0 +1,45 @@
+#include "SysConfReader.h"
+
+#include "base/Exceptions.h"
+#include "config/JsonFiles.h"
+#include "locks/ClassLock.h"
+#include "rules/ManagerNodes.h"
+
+namespace Quarncommon {
+
+namespace {
+
+/// Reads the manager node list and passes it to `collect`, under the read lock. Returns 0 if that
+/// completed, -1 if `TOLM_ROOT` is unset, the list does not parse, or an exception was thrown.
+template <typename Collect>
+int collectFromManagerNodes(Collect collect) {
+    int result = -1;
+    runDroppingExceptions([&] {
+        const ReadGuard<SysConfReader> guard;
+        config::Document list;
+        if (config::readManagerNodeList(list)) {
+            collect(list.root());
+            result = 0;
+        }
+    });
+    return result;
+}
+
+} // namespace
+
+int SysConfReader::getIPAddresses(const std::string& fieldName, const std::string& valuePrefix,
+                                  std::list<std::string>& addresses) {
+    return collectFromManagerNodes([&](const rules::Node& list) {
+        rules::appendAddresses(list, fieldName, valuePrefix, addresses);
+    });
+}
+
+// The published signature takes the tags by value.
+int SysConfReader::getAllFloatIP(
+    std::set<std::string> usages, // NOLINT(performance-unnecessary-value-param)
+    std::map<std::string, std::set<std::string>>& floatIPs) {
+    return collectFromManagerNodes(
+        [&](const rules::Node& list) { rules::collectTaggedAddresses(list, usages, floatIPs); });
+}
+
+} // namespace Quarncommon

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "base/Exceptions.h"
+#include "config/JsonFiles.h"
+#include "rules/NodeIPs.h"
+
+#include <string>
+
+/// The common step of all queries for addresses of one node.
+namespace Quarncommon {
+
+/// Reads the node list and passes the address entries of a node to `collect`, which is not called
+/// if the list does not parse. The caller handles exceptions.
+template <typename Collect>
+void readNodeAddresses(const std::string& nodeId, Collect collect) {
+    config::Document list;
+    if (config::readNodeList(list)) {
+        collect(rules::addressEntries(rules::nodeEntry(list.root(), nodeId)));
+    }
+}
+
+/// Runs `prepare`, then passes the address entries of a node to `collect`, which fills the TagWalk
+/// (see rules::collectByTag). An exception ends the walk, which then stays incomplete.
+template <typename Prepare, typename Collect>
+rules::TagWalk walkTags(const std::string& nodeId, Prepare prepare, Collect collect) {
+    rules::TagWalk seen;
+    runDroppingExceptions([&] {
+        prepare();
+        readNodeAddresses(nodeId, [&](const rules::Node& addresses) { collect(addresses, seen); });
+    });
+    return seen;
+}
+
+} // namespace Quarncommon
