@@ -8,7 +8,8 @@ namespace Quarncommon {
 /// there.
 inline constinit std::atomic<unsigned int> g_forks{0};
 
-/// Starts the library again if this is a child in which that has not been done yet.
+/// Starts the library again if this is a child in which that has not been done yet. Defined in
+/// fork/ForkedChild.cpp, because it resets both classes.
 void startInChild();
 
 /// To be called before any wait. A child's handlers (pthread_atfork) run in the order of their
