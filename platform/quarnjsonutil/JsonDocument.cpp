@@ -26,9 +26,21 @@ bool JsonDocument::read(const char* text, std::size_t length) {
     return accepted;
 }
 
+bool JsonDocument::pack(const char* text, std::size_t length) {
+    if (length > Tape::kLargestPacked || m_contents->tape.empty()) {
+        return false;
+    }
+    m_contents->tape = m_contents->tape.packed(std::string_view(text, length));
+    return true;
+}
+
+std::size_t JsonDocument::packedSize() const {
+    return sizeof(Contents) + m_contents->tape.packedSize();
+}
+
 JsonDocument::Node JsonDocument::root() const {
-    return m_contents->tape.words != nullptr ? Node(&m_contents->tape, Tape::kRoot)
-                                             : Node(Json::Value::nullSingleton());
+    return m_contents->tape.empty() ? Node(Json::Value::nullSingleton())
+                                    : Node(&m_contents->tape, Tape::kRoot);
 }
 
 /// How nodes refer to their values: by an index of a tape, or by the address of a Json::Value.
@@ -45,31 +57,6 @@ struct JsonDocument::Node::Places {
     static Json::Value shallowValue(const Node& node) {
         return tape(node).shallowValue(node.m_index);
     }
-
-    /// The indexes of an object's member names in ascending order of the names, each name once.
-    static std::vector<std::uint32_t> sortedNames(const Tape& tape, std::size_t object) {
-        std::vector<std::uint32_t> names;
-        for (std::size_t name = object + 1; !tape.isEnd(name); name = tape.next(name + 1)) {
-            names.push_back(static_cast<std::uint32_t>(name));
-        }
-        const auto ascending = [&](std::uint32_t a, std::uint32_t b) {
-            return tape.text(a) < tape.text(b);
-        };
-        const auto notAscending = [&](std::uint32_t a, std::uint32_t b) {
-            return !ascending(a, b);
-        };
-        if (std::adjacent_find(names.begin(), names.end(), notAscending) != names.end()) {
-            std::sort(names.begin(), names.end(), [&](std::uint32_t a, std::uint32_t b) {
-                const int order = tape.text(a).compare(tape.text(b));
-                return order != 0 ? order < 0 : a > b; // of equal names the last one comes first
-            });
-            const auto same = [&](std::uint32_t a, std::uint32_t b) {
-                return tape.text(a) == tape.text(b);
-            };
-            names.erase(std::unique(names.begin(), names.end(), same), names.end());
-        }
-        return names;
-    }
 };
 
 JsonDocument::Node::Node(const Json::Value& value) : Node(&value, Places::kTree) {}
@@ -79,18 +66,14 @@ JsonDocument::Node JsonDocument::Node::operator[](const std::string& name) const
         return (*tree)[name];
     }
     const Tape& tape = Places::tape(*this);
-    Node found(Json::Value::nullSingleton());
-    if (tape.type(m_index) != Tape::kObject) {
+    std::size_t found = 0;
+    if (tape.type(m_index) == Tape::kObject) {
+        found = tape.member(m_index, name);
+    } else {
         const Json::Value other = Places::shallowValue(*this);
         static_cast<void>(other[name]);
-        return found;
     }
-    for (std::size_t at = m_index + 1; !tape.isEnd(at); at = tape.next(at + 1)) {
-        if (tape.text(at) == name) {
-            found = Node(&tape, at + 1);
-        }
-    }
-    return found;
+    return found != 0 ? Node(&tape, found) : Node(Json::Value::nullSingleton());
 }
 
 std::vector<std::pair<std::string, JsonDocument::Node>> JsonDocument::Node::members() const {
@@ -106,7 +89,7 @@ std::vector<std::pair<std::string, JsonDocument::Node>> JsonDocument::Node::memb
         static_cast<void>(Places::shallowValue(*this).getMemberNames());
         return members;
     }
-    const std::vector<std::uint32_t> names = Places::sortedNames(tape, m_index);
+    const std::vector<std::uint32_t> names = tape.sortedNames(m_index);
     members.reserve(names.size());
     for (const std::uint32_t name : names) {
         members.emplace_back(tape.text(name), Node(&tape, name + 1));
@@ -144,7 +127,7 @@ JsonDocument::Node::Range JsonDocument::Node::children() const {
         if (tape.type(m_index) != Tape::kObject) {
             return elements();
         }
-        const std::vector<std::uint32_t> names = Places::sortedNames(tape, m_index);
+        const std::vector<std::uint32_t> names = tape.sortedNames(m_index);
         members.m_members.reserve(names.size());
         for (const std::uint32_t name : names) {
             members.m_members.push_back(Node(&tape, name + 1));
@@ -178,9 +161,9 @@ std::string JsonDocument::Node::asString() const {
     case Tape::kText:
         return std::string(tape.text(m_index));
     case Tape::kSigned:
-        return std::to_string(static_cast<std::int64_t>(tape.words[m_index + 1]));
+        return std::to_string(static_cast<std::int64_t>(tape.number(m_index)));
     case Tape::kUnsigned:
-        return std::to_string(tape.words[m_index + 1]);
+        return std::to_string(tape.number(m_index));
     default:
         return Places::shallowValue(*this).asString();
     }

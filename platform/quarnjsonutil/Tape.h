@@ -7,17 +7,23 @@
 #include <cstring>
 #include <memory>
 #include <string_view>
+#include <utility>
+#include <vector>
 
-/// A JSON text in a flat form, which is simdjson's: one 64-bit word for each value, in the order of
-/// the text. Reading and freeing it takes no stack, however deep the text is nested.
+/// A JSON text in a flat form: values in the order of the text, each found by an index. No
+/// operation takes stack for nesting.
+///
+/// A reader produces simdjson's form: one 64-bit word for each value. pack() turns it into a form
+/// for texts that are kept: 32-bit words, which refer to the text itself, and an index of the
+/// members of large objects.
 class Tape {
 public:
     using Word = std::uint64_t;
 
-    /// The types of values, in the upper 8 bits of a word. A container starts with its opening
-    /// bracket, whose lower 32 bits are the index after the closing one. The word of a number is
-    /// followed by its 64 bits. A text's lower bits are where `texts` has it. A member is its name,
-    /// a text, followed by its value.
+    /// The types of values, in the upper 8 bits of a 64-bit word. A container starts with its
+    /// opening bracket, whose lower 32 bits are the index after the closing one. The word of a
+    /// number is followed by its 64 bits. A text's lower bits are where `texts` has it. A member is
+    /// its name, a text, followed by its value.
     enum Type : char {
         kNull = 'n',
         kTrue = 't',
@@ -40,7 +46,12 @@ public:
     /// Each text as its length, in four bytes, and its bytes.
     std::unique_ptr<std::uint8_t[]> texts;
 
-    Type type(std::size_t index) const { return static_cast<Type>(words[index] >> kTypeShift); }
+    bool empty() const { return words == nullptr && m_packed.empty(); }
+
+    Type type(std::size_t index) const {
+        return m_packed.empty() ? static_cast<Type>(words[index] >> kTypeShift)
+                                : kPackedTypes[m_packed[index] >> kPackedShift];
+    }
     bool isContainer(std::size_t index) const {
         return type(index) == kArray || type(index) == kObject;
     }
@@ -53,11 +64,11 @@ public:
         switch (type(index)) {
         case kArray:
         case kObject:
-            return static_cast<std::uint32_t>(words[index]);
+            return m_packed.empty() ? static_cast<std::uint32_t>(words[index]) : payload(index);
         case kSigned:
         case kUnsigned:
         case kDouble:
-            return index + 2;
+            return m_packed.empty() ? index + 2 : index + 1;
         default:
             return index + 1;
         }
@@ -65,6 +76,9 @@ public:
 
     /// The text or member name at `index`.
     std::string_view text(std::size_t index) const {
+        if (!m_packed.empty()) {
+            return packedText(index);
+        }
         constexpr Word kOffset = (Word{1} << kTypeShift) - 1;
         const std::uint8_t* const start = texts.get() + (words[index] & kOffset);
         std::uint32_t length = 0;
@@ -72,9 +86,60 @@ public:
         return {reinterpret_cast<const char*>(start) + sizeof length, length};
     }
 
+    /// The 64 bits of the number at `index`.
+    Word number(std::size_t index) const {
+        return m_packed.empty() ? words[index + 1] : m_numbers[payload(index)];
+    }
+
     /// The value at `index`; of a container its type only, without what is in it.
     Json::Value shallowValue(std::size_t index) const;
 
     /// The value at `index` with everything in it.
     Json::Value value(std::size_t index) const;
+
+    /// The names of the members of the object at `index`, as indexes in ascending order of the
+    /// names by bytes; of equal names only the last one.
+    std::vector<std::uint32_t> sortedNames(std::size_t object) const;
+
+    /// The value of the last member of that name; 0 if there is none.
+    std::size_t member(std::size_t object, std::string_view name) const;
+
+    /// A text of more bytes cannot be packed: its offsets have no room.
+    static constexpr std::size_t kLargestPacked = (std::size_t{1} << 26U) - 1;
+
+    /// Returns the packed form of a tape that was read from `text`. It refers to the text, which
+    /// must stay as it is as long as the tape is used.
+    /// @throws std::bad_alloc if memory runs out.
+    Tape packed(std::string_view text) const;
+
+    /// The bytes that a packed tape takes.
+    std::size_t packedSize() const;
+
+private:
+    class Packer;
+
+    /// The upper 6 bits of a packed word are an index of this table. kVerbatim: the payload is
+    /// where the text has the opening quote, and the bytes are as they are there. kRespelled: the
+    /// payload is where m_respelled has the bytes, in the form of `texts`.
+    static constexpr Type kPackedTypes[] = {kNull, kTrue, kFalse, kSigned,   kUnsigned, kDouble,
+                                            kText, kText, kArray, kArrayEnd, kObject,   kObjectEnd};
+    enum : std::uint32_t { kVerbatim = 6, kRespelled = 7 };
+    static constexpr unsigned kPackedShift = 26;
+    static constexpr std::uint32_t kPayload = (std::uint32_t{1} << kPackedShift) - 1;
+
+    /// An object with at least this number of members gets an index of them.
+    static constexpr std::size_t kLarge = 16;
+
+    std::uint32_t payload(std::size_t index) const { return m_packed[index] & kPayload; }
+    std::string_view packedText(std::size_t index) const;
+    /// The sorted names of a large object; null for another one.
+    const std::vector<std::uint32_t>* indexOf(std::size_t object) const;
+    std::vector<std::uint32_t> sortNames(std::size_t object) const;
+
+    std::vector<std::uint32_t> m_packed;
+    std::string_view m_source;
+    std::vector<Word> m_numbers;
+    std::vector<char> m_respelled;
+    /// Large objects in ascending order, with their sorted names.
+    std::vector<std::pair<std::size_t, std::vector<std::uint32_t>>> m_large;
 };

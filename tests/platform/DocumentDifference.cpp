@@ -136,5 +136,13 @@ std::string documentDifference(std::string_view text) {
     if (document.read(padded.data(), text.size()) != accepted) {
         return accepted ? "refused by the document only" : "accepted by the document only";
     }
-    return Comparison().compare(tree, document.root());
+    if (std::string difference = Comparison().compare(tree, document.root());
+        !difference.empty() || !accepted) {
+        return difference;
+    }
+    if (!document.pack(padded.data(), text.size())) {
+        return "not packed";
+    }
+    const std::string difference = Comparison().compare(tree, document.root());
+    return difference.empty() ? "" : "packed: " + difference;
 }
