@@ -63,21 +63,38 @@ void preferLargePages(void* memory, std::size_t size) {
     ::madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
 }
 
+/// Makes room for what the second stage writes: a valid text has at most three words more than it
+/// has structural characters and scalars, and its texts take at most one byte more for each of them
+/// than the text has. A text that is not valid is refused before it needs more.
+void allocate(dom::document& document, std::size_t length, std::size_t structurals) {
+    constexpr std::size_t kRoom = 16;
+    const std::size_t words = structurals + kRoom;
+    // simdjson copies texts in blocks, beyond their end.
+    const std::size_t bytes = length + structurals + simdjson::SIMDJSON_PADDING + kRoom;
+    document.tape.reset(new std::uint64_t[words]);
+    document.string_buf.reset(new std::uint8_t[bytes]);
+    preferLargePages(document.tape.get(), words * sizeof(std::uint64_t));
+    preferLargePages(document.string_buf.get(), bytes);
+}
+
 } // namespace
 
-// What dom::parser does, in memory that is freed with the tape.
+// What dom::parser does, in memory that is freed with the tape and is no larger than necessary.
 bool readFast(const char* text, std::size_t length, Tape& tape) {
-    dom::document document;
     std::unique_ptr<simdjson::internal::dom_parser_implementation> parser;
-    if (length > JsonReader::kTextLimit || !succeeded(document.allocate(length)) ||
+    if (length > JsonReader::kTextLimit ||
         !succeeded(kImplementation->create_dom_parser_implementation(
             length, JsonReader::kNestingLimit, parser))) {
         return false;
     }
-    preferLargePages(document.tape.get(), length * sizeof(std::uint64_t));
-    preferLargePages(document.string_buf.get(), length);
     preferLargePages(parser->structural_indexes.get(), length * sizeof(std::uint32_t));
-    if (!succeeded(parser->parse(reinterpret_cast<const std::uint8_t*>(text), length, document))) {
+    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(text);
+    if (!succeeded(parser->stage1(bytes, length, simdjson::stage1_mode::regular))) {
+        return false;
+    }
+    dom::document document;
+    allocate(document, length, parser->n_structural_indexes);
+    if (!succeeded(parser->stage2(document))) {
         return false;
     }
     tape.words = std::move(document.tape);

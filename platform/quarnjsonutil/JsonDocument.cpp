@@ -26,16 +26,19 @@ bool JsonDocument::read(const char* text, std::size_t length) {
     return accepted;
 }
 
-bool JsonDocument::pack(const char* text, std::size_t length) {
-    if (length > Tape::kLargestPacked || m_contents->tape.empty()) {
+bool JsonDocument::pack(const JsonDocument& document, const char* text, std::size_t length) {
+    const Tape& tape = document.m_contents->tape;
+    if (length > Tape::kLargestPacked || tape.empty()) {
         return false;
     }
-    m_contents->tape = m_contents->tape.packed(std::string_view(text, length));
+    auto contents = std::make_unique<Contents>();
+    contents->tape = tape.packed(std::string_view(text, length));
+    m_contents = std::move(contents);
     return true;
 }
 
-std::size_t JsonDocument::packedSize() const {
-    return sizeof(Contents) + m_contents->tape.packedSize();
+std::size_t JsonDocument::memory() const {
+    return sizeof(Contents) + m_contents->tape.memory();
 }
 
 JsonDocument::Node JsonDocument::root() const {

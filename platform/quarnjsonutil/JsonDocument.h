@@ -40,17 +40,18 @@ public:
     /// @throws std::bad_alloc if memory runs out; the root is then unchanged.
     bool read(const char* text, std::size_t length);
 
-    /// Makes the document smaller, and faster to search, for a text that is kept: the members of a
-    /// large object are then found without walking over them. The document refers to the text from
-    /// now on, which must stay as it is as long as the document is used.
-    /// @param text The text that was read.
-    /// @return Whether the document was packed; texts of 64 MiB or more are not. The answers are
-    ///         the same in either case.
-    /// @throws std::bad_alloc if memory runs out; the document is then unchanged.
-    bool pack(const char* text, std::size_t length);
+    /// Becomes a packed copy of a document, for a text that is kept. The copy is smaller, and finds
+    /// a member of a large object without walking over the others; its answers are the same. It
+    /// refers to the text, which must stay unchanged as long as this document is used.
+    /// @param text The text that `document` has read.
+    /// @return Whether there is a copy: not of a document that has read nothing, nor of a text of
+    ///         64 MiB or more.
+    /// @throws std::bad_alloc if memory runs out; this document is then unchanged.
+    bool pack(const JsonDocument& document, const char* text, std::size_t length);
 
-    /// The bytes that a packed document takes, without the text.
-    std::size_t packedSize() const;
+    /// Returns how many bytes the document has filled, without the text: of a packed one exactly,
+    /// of another one about.
+    std::size_t memory() const;
 
     /// The whole text's value; null before the first successful read.
     Node root() const;

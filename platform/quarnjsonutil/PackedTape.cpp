@@ -1,42 +1,44 @@
 #include "Tape.h"
 
 #include <algorithm>
+#include <array>
+#include <iterator>
 
 /// Walks over a tape and the text that it was read from, side by side.
 class Tape::Packer {
+    /// The index in kPackedTypes for each type.
+    static constexpr auto kCodes = [] {
+        std::array<std::uint8_t, 256> codes{};
+        for (std::uint8_t code = 0; code != std::size(kPackedTypes); ++code) {
+            codes.at(static_cast<unsigned char>(kPackedTypes[code])) = code;
+        }
+        return codes;
+    }();
+
 public:
     Packer(const Tape& tape, std::string_view text, Tape& packed)
-        : m_tape(tape), m_text(text), m_packed(packed) {}
+        : m_tape(tape), m_text(text), m_packed(packed), m_hasEscapes(text.find('\\') != text.npos) {
+    }
 
     void pack() {
         const std::size_t end = m_tape.next(kRoot);
         m_packed.m_source = m_text;
-        reserve(end);
+        m_packed.m_packed.reserve(end);
         m_packed.m_packed.push_back(0);
         for (std::size_t index = kRoot; index != end;) {
-            index = packValue(index);
+            index = packWord(index);
         }
+        m_packed.m_packed.shrink_to_fit();
+        m_packed.m_numbers.shrink_to_fit();
+        m_packed.m_respelled.shrink_to_fit();
         std::sort(m_packed.m_large.begin(), m_packed.m_large.end());
+        m_packed.m_large.shrink_to_fit();
     }
 
 private:
-    /// Counts first, so that the vectors have no more room than they need.
-    void reserve(std::size_t end) {
-        std::size_t words = 1;
-        std::size_t numbers = 0;
-        for (std::size_t index = kRoot; index != end; ++words) {
-            const bool number = !m_tape.isContainer(index) && m_tape.next(index) == index + 2;
-            numbers += number ? 1 : 0;
-            index += number ? 2 : 1;
-        }
-        m_packed.m_packed.reserve(words);
-        m_packed.m_numbers.reserve(numbers);
-    }
-
-    /// Packs the word at `index`, without what is in a container. Returns the index after it.
-    std::size_t packValue(std::size_t index) {
+    /// Packs what is at `index`; of a container, its bracket. Returns the index after it.
+    std::size_t packWord(std::size_t index) {
         const Type type = m_tape.type(index);
-        const std::size_t here = m_packed.m_packed.size();
         switch (type) {
         case kText:
             packText(m_tape.text(index));
@@ -49,17 +51,13 @@ private:
             return index + 2;
         case kArray:
         case kObject:
-            m_open.push_back(here);
+            m_open.push_back(m_packed.m_packed.size());
             put(type, 0);
             return index + 1;
         case kArrayEnd:
         case kObjectEnd:
             put(type, 0);
-            m_packed.m_packed[m_open.back()] |= static_cast<std::uint32_t>(here + 1);
-            if (type == kObjectEnd) {
-                indexIfLarge(m_open.back());
-            }
-            m_open.pop_back();
+            close(type);
             return index + 1;
         default:
             put(type, 0);
@@ -67,9 +65,20 @@ private:
         }
     }
 
+    /// Completes the innermost container, whose closing bracket is the last word.
+    void close(Type type) {
+        const std::size_t container = m_open.back();
+        m_open.pop_back();
+        const std::size_t end = m_packed.m_packed.size();
+        m_packed.m_packed[container] |= static_cast<std::uint32_t>(end);
+        // A member has two words or more.
+        if (type == kObjectEnd && end - container > 2 * kLarge) {
+            indexIfLarge(container);
+        }
+    }
+
     void put(Type type, std::size_t payload) {
-        const auto* const code = std::find(std::begin(kPackedTypes), std::end(kPackedTypes), type);
-        putCode(static_cast<std::uint32_t>(code - std::begin(kPackedTypes)), payload);
+        putCode(kCodes[static_cast<unsigned char>(type)], payload);
     }
 
     void putCode(std::uint32_t code, std::size_t payload) {
@@ -79,12 +88,9 @@ private:
     void packText(std::string_view bytes) {
         // Between two texts of a valid text there are no quotes.
         m_position = m_text.find('"', m_position);
-        const std::string_view source = m_text.substr(m_position + 1, bytes.size());
-        const std::size_t end = m_position + 1 + bytes.size();
-        // Without a backslash before it, the quote at `end` is the closing one.
-        if (m_text[end] == '"' && source == bytes && source.find('\\') == source.npos) {
+        if (isVerbatim(bytes)) {
             putCode(kVerbatim, m_position);
-            m_position = end + 1;
+            m_position += bytes.size() + 2;
             return;
         }
         putCode(kRespelled, m_packed.m_respelled.size());
@@ -93,6 +99,14 @@ private:
         m_packed.m_respelled.insert(m_packed.m_respelled.end(), size, size + sizeof length);
         m_packed.m_respelled.insert(m_packed.m_respelled.end(), bytes.begin(), bytes.end());
         skipText();
+    }
+
+    /// Whether the text at the opening quote has no escape: a text with one is longer than its
+    /// bytes, so that the quote after so many bytes is missing, or has a backslash before it.
+    bool isVerbatim(std::string_view bytes) const {
+        return !m_hasEscapes ||
+               (m_text[m_position + 1 + bytes.size()] == '"' &&
+                m_text.substr(m_position + 1, bytes.size()).find('\\') == m_text.npos);
     }
 
     /// Goes from an opening quote to after the closing one.
@@ -117,6 +131,7 @@ private:
     const Tape& m_tape;
     std::string_view m_text;
     Tape& m_packed;
+    bool m_hasEscapes;
     std::size_t m_position = 0;
     /// The containers that are not closed yet, innermost last.
     std::vector<std::size_t> m_open;
@@ -128,7 +143,16 @@ Tape Tape::packed(std::string_view text) const {
     return packed;
 }
 
-std::size_t Tape::packedSize() const {
+std::size_t Tape::memory() const {
+    if (empty()) {
+        return 0;
+    }
+    if (m_packed.empty()) {
+        const std::string_view text = lastText();
+        const auto* const end = reinterpret_cast<const std::uint8_t*>(text.data() + text.size());
+        return next(kRoot) * sizeof(Word) +
+               (text.data() != nullptr ? static_cast<std::size_t>(end - texts.get()) : 0);
+    }
     std::size_t size = m_packed.capacity() * sizeof m_packed[0] +
                        m_numbers.capacity() * sizeof m_numbers[0] + m_respelled.capacity() +
                        m_large.capacity() * sizeof m_large[0];
@@ -136,6 +160,22 @@ std::size_t Tape::packedSize() const {
         size += names.capacity() * sizeof names[0];
     }
     return size;
+}
+
+std::string_view Tape::lastText() const {
+    std::size_t last = 0;
+    for (std::size_t container = kRoot; isContainer(container);) {
+        std::size_t child = container;
+        for (std::size_t at = container + 1; !isEnd(at); at = next(at)) {
+            last = type(at) == kText ? at : last;
+            child = at;
+        }
+        if (child == container) {
+            break;
+        }
+        container = child;
+    }
+    return last != 0 ? text(last) : std::string_view();
 }
 
 std::string_view Tape::packedText(std::size_t index) const {

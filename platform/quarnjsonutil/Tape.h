@@ -112,8 +112,8 @@ public:
     /// @throws std::bad_alloc if memory runs out.
     Tape packed(std::string_view text) const;
 
-    /// The bytes that a packed tape takes.
-    std::size_t packedSize() const;
+    /// The bytes that the tape has filled: those of a packed one exactly, otherwise about.
+    std::size_t memory() const;
 
 private:
     class Packer;
@@ -131,6 +131,8 @@ private:
     static constexpr std::size_t kLarge = 16;
 
     std::uint32_t payload(std::size_t index) const { return m_packed[index] & kPayload; }
+    /// The last text of the innermost last value: about where `texts` ends.
+    std::string_view lastText() const;
     std::string_view packedText(std::size_t index) const;
     /// The sorted names of a large object; null for another one.
     const std::vector<std::uint32_t>* indexOf(std::size_t object) const;

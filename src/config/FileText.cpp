@@ -71,8 +71,8 @@ private:
 };
 
 bool operator==(const FileText& one, const FileText& other) {
-    return std::equal(one.data(), one.data() + one.length(), other.data(),
-                      other.data() + other.length());
+    return one.data() == other.data() || std::equal(one.data(), one.data() + one.length(),
+                                                    other.data(), other.data() + other.length());
 }
 
 bool sameTime(const timespec& a, const timespec& b) {
@@ -103,9 +103,34 @@ bool writtenLately(const struct stat& status) {
 
 } // namespace
 
-bool FileText::readFrom(int descriptor, std::size_t size) {
-    const std::size_t most = size != 0 ? size : kLargestWithoutSize;
+bool FileText::readFrom(int descriptor, std::size_t size, const FileText* known) {
     m_length = 0;
+    m_same = nullptr;
+    if (known == nullptr || known->length() != size || size == 0) {
+        return readMore(descriptor, size);
+    }
+    // By pieces that stay in the processor's cache.
+    constexpr std::size_t kPiece = std::size_t{32} << 10U;
+    const std::unique_ptr<char[]> piece(new char[std::min(size, kPiece)]);
+    std::size_t equal = 0;
+    while (equal != size) {
+        const ssize_t count = ::pread(descriptor, piece.get(), std::min(size - equal, kPiece),
+                                      static_cast<off_t>(equal));
+        if (count <= 0 ||
+            std::memcmp(piece.get(), known->data() + equal, static_cast<std::size_t>(count)) != 0) {
+            // Another text, an error or the end: reading goes on from here without comparing.
+            assign(*known, equal);
+            return readMore(descriptor, size);
+        }
+        equal += static_cast<std::size_t>(count);
+    }
+    m_same = known;
+    m_length = size;
+    return true;
+}
+
+bool FileText::readMore(int descriptor, std::size_t size) {
+    const std::size_t most = size != 0 ? size : kLargestWithoutSize;
     for (;;) {
         reserveMore(size, most);
         char* const end = m_bytes.get() + m_length;
@@ -134,25 +159,34 @@ bool FileText::readFrom(int descriptor, std::size_t size) {
 void FileText::reserveMore(std::size_t size, std::size_t most) {
     constexpr std::size_t kSmallest = 4096;
     constexpr std::size_t kTrusted = std::size_t{4} << 20U;
-    if (m_length < m_capacity) {
-        return;
+    if (m_length == m_capacity) {
+        grow(std::min(most, std::max({2 * m_capacity, kSmallest, std::min(size, kTrusted)})));
     }
-    const std::size_t wanted =
-        std::min(most, std::max({2 * m_capacity, kSmallest, std::min(size, kTrusted)}));
+}
+
+void FileText::grow(std::size_t capacity) {
     // realloc, because it moves large blocks without copying them.
-    void* bytes = std::realloc(m_bytes.get(), wanted + Document::kPadding);
+    void* bytes = std::realloc(m_bytes.get(), capacity + Document::kPadding);
     if (bytes == nullptr) {
         throw std::bad_alloc();
     }
     static_cast<void>(m_bytes.release());
     m_bytes.reset(static_cast<char*>(bytes));
-    m_capacity = wanted;
+    m_capacity = capacity;
+}
+
+void FileText::assign(const FileText& known, std::size_t length) {
+    if (m_capacity < known.length()) {
+        grow(known.length());
+    }
+    std::memcpy(m_bytes.get(), known.data(), length);
+    m_length = length;
 }
 
 // One read is enough if nothing changes meanwhile and the time stamps would show it. If they might
 // not, a second read must give the same bytes. If they change during each read, something may just
 // be touching the file: then the last two reads decide.
-ReadResult::Outcome readWhole(const std::string& path, FileText& text) {
+ReadResult::Outcome readWhole(const std::string& path, FileText& text, const FileText* known) {
     constexpr int kReads = 8;
     const Descriptor file(path);
     if (file.get() < 0) {
@@ -169,7 +203,7 @@ ReadResult::Outcome readWhole(const std::string& path, FileText& text) {
         if (!S_ISREG(before.st_mode) || size > FileText::kLargest) {
             return Outcome::NotParsed;
         }
-        if (!text.readFrom(file.get(), size) || ::fstat(file.get(), &after) != 0) {
+        if (!text.readFrom(file.get(), size, known) || ::fstat(file.get(), &after) != 0) {
             return outcomeOf(errno);
         }
         const bool still = sameState(before, after);

@@ -38,15 +38,24 @@ public:
     /// The same limit for a file that does not report its size, as those of /proc.
     static constexpr std::size_t kLargestWithoutSize = std::size_t{16} << 20U;
 
-    const char* data() const { return m_bytes.get(); }
+    const char* data() const { return m_same != nullptr ? m_same->data() : m_bytes.get(); }
     std::size_t length() const { return m_length; }
     bool endsWithNul() const { return m_length != 0 && data()[m_length - 1] == '\0'; }
+
+    /// Whether the bytes are those of `known`, in its memory.
+    bool sameAs(const FileText& known) const { return m_same == &known; }
+
+    /// Whether no memory is left unused, which is so if the file reported its size.
+    bool isTight() const { return m_capacity == m_length; }
 
     /// Reads the first `size` bytes, or up to the end of the file if that comes first or if `size`,
     /// which is st_size, is 0. Stops after the first NUL byte: no JSON text contains one, and the
     /// rest of a sparse file may be gigabytes of them.
+    /// @param known A text that the file may still have, or null. It is compared while the file is
+    ///        read; if all bytes are the same, they are not stored again, and `known` must outlive
+    ///        this text.
     /// @return False with the error in `errno` if reading fails.
-    bool readFrom(int descriptor, std::size_t size);
+    bool readFrom(int descriptor, std::size_t size, const FileText* known);
 
 private:
     struct Free {
@@ -56,7 +65,12 @@ private:
     /// Makes room for at least one more byte. The size that a file reports is trusted up to a few
     /// megabytes; beyond, and without a size, the room doubles each time it has been filled.
     void reserveMore(std::size_t size, std::size_t most);
+    void grow(std::size_t capacity);
+    bool readMore(int descriptor, std::size_t size);
+    /// Copies the beginning of a text.
+    void assign(const FileText& known, std::size_t length);
 
+    const FileText* m_same = nullptr;
     std::unique_ptr<char, Free> m_bytes;
     std::size_t m_length = 0;
     std::size_t m_capacity = 0;
@@ -69,9 +83,11 @@ private:
 ///   was read. If it was touched during each of these reads, the last two must be equal. The bytes
 ///   can still contain a part of the old and a part of the new text, if the writer did not write
 ///   between these reads: nothing distinguishes that state of the file from a finished one.
+/// @param known See FileText::readFrom.
 /// @return Parsed if `text` is the content.
 /// @throws std::bad_alloc if memory runs out.
-ReadResult::Outcome readWhole(const std::string& path, FileText& text);
+ReadResult::Outcome readWhole(const std::string& path, FileText& text,
+                              const FileText* known = nullptr);
 
 /// Returns the bytes of a regular file as readWhole does, up to and including the first NUL byte if
 /// there is one; nothing if readJsonFile has no text to parse. Never throws.

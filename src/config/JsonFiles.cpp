@@ -1,7 +1,5 @@
 #include "config/JsonFiles.h"
 
-#include "config/ConfigFiles.h"
-
 #include <JsonReader.h>
 
 namespace Quarncommon::config {
@@ -31,15 +29,6 @@ ReadResult readJsonFile(const std::string& path, Json::Value& value) {
 ReadResult readJsonFile(const std::string& path, Document& document) {
     return readAndParse(
         path, [&](const FileText& text) { return document.read(text.data(), text.length()); });
-}
-
-ReadResult readNodeList(Document& list) {
-    return readJsonFile(pathOf(kNodeList), list);
-}
-
-ReadResult readManagerNodeList(Document& list) {
-    const std::optional<std::string> path = pathIfSet(kManagerNodeList);
-    return path ? readJsonFile(*path, list) : ReadResult::Outcome::NotParsed;
 }
 
 #ifndef SYSCONFREADER_WITH_DOCUMENT

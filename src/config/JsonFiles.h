@@ -22,10 +22,4 @@ ReadResult readJsonFile(const std::string& path, Json::Value& value);
 /// The same without building values: `document` answers from the text.
 ReadResult readJsonFile(const std::string& path, Document& document);
 
-/// Reads the node list for a query.
-ReadResult readNodeList(Document& list);
-
-/// Reads the manager node list for a query. Not parsed if its variable is unset.
-ReadResult readManagerNodeList(Document& list);
-
 } // namespace Quarncommon::config

@@ -1,13 +1,12 @@
 #pragma once
 
 #include "base/Exceptions.h"
-#include "config/JsonFiles.h"
+#include "config/FileText.h"
 
 #include <json/value.h>
 
 #include <atomic>
 #include <new>
-#include <string>
 #include <utility>
 
 /// Loads that meet a shortage: a resource or the storage fails, although the files may be valid.
@@ -48,10 +47,8 @@ void loadStep(Step&& step) {
     });
 }
 
-/// Reads and parses a file for a load.
-template <typename Value>
-bool readForLoad(const std::string& path, Value& value) {
-    const config::ReadResult result = config::readJsonFile(path, value);
+/// Returns whether a load has read and parsed a file, and counts a shortage.
+inline bool parsedForLoad(config::ReadResult result) {
     t_shortageCount += result.unavailable() ? 1 : 0;
     return static_cast<bool>(result);
 }

@@ -5,8 +5,9 @@
 #include "SysConfReader.h"
 #include "SysConfReaderImpl.h"
 #include "SysConfReader_i.h"
+#include "config/Lists.h"
+#include "fork/ForkCheck.h"
 #include "locks/ClassLock.h"
-#include "locks/ForkCheck.h"
 #include "sysconfreaderimpl/ChangeEvents.h"
 
 #include <json/value.h>
@@ -28,6 +29,7 @@ public:
         }
         g_forks = 0;
         resetEventsAfterFork();
+        config::resetListsAfterFork();
         reset<SysConfReader_i>();
         reset<SysConfReader>();
         reset<SysConfReaderImpl>();

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "locks/ForkCheck.h"
+#include "fork/ForkCheck.h"
 #include "locks/WriterHandoff.h"
 
 #include <ace/Guard_T.h>

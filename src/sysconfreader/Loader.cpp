@@ -4,8 +4,9 @@
 
 #include "SysConfReaderImpl.h"
 #include "config/ConfigFiles.h"
+#include "config/Lists.h"
 #include "config/Shortages.h"
-#include "locks/ForkCheck.h"
+#include "fork/ForkCheck.h"
 #include "rules/ReaderLoad.h"
 #include "rules/SourceNodeId.h"
 #include "sysconfreaderimpl/ChangeEvents.h"
@@ -76,11 +77,11 @@ void SysConfReader::loadFiles(const std::string& appConfigPath, const std::strin
                                      .floatNodeId = identity.loaded.floatNodeId,
                                      .hostTagName = m_hostTagName};
     config::Document appConfig;
-    if (readForLoad(appConfigPath, appConfig)) {
+    if (parsedForLoad(config::readJsonFile(appConfigPath, appConfig))) {
         rules::loadAppConfig(appConfig.root(), instanceId, values);
     }
-    config::Document list;
-    if (readForLoad(config::pathOf(config::kNodeList), list)) {
+    config::List list;
+    if (parsedForLoad(config::readNodeList(list))) {
         const auto replaceBySource = [this](std::string& nodeId) { getSourceNodeId(nodeId); };
         rules::loadNodeList(list.root(), replaceBySource, values);
     }
@@ -95,8 +96,8 @@ SysConfReader::Identity SysConfReader::identity() {
 void SysConfReader::getSourceNodeId(std::string& sourceNodeId) {
     std::map<std::string, std::string> serviceAddresses;
     loadStep([&] {
-        config::Document list;
-        if (readForLoad(config::pathOf(config::kNodeList), list)) {
+        config::List list;
+        if (parsedForLoad(config::readNodeList(list))) {
             rules::collectServiceAddresses(list.root(), serviceAddresses);
         }
     });

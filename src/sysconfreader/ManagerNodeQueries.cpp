@@ -1,7 +1,7 @@
 #include "SysConfReader.h"
 
 #include "base/Exceptions.h"
-#include "config/JsonFiles.h"
+#include "config/Lists.h"
 #include "locks/ClassLock.h"
 #include "rules/ManagerNodes.h"
 
@@ -16,7 +16,7 @@ int collectFromManagerNodes(Collect collect) {
     int result = -1;
     runDroppingExceptions([&] {
         const ReadGuard<SysConfReader> guard;
-        config::Document list;
+        config::List list;
         if (config::readManagerNodeList(list)) {
             collect(list.root());
             result = 0;

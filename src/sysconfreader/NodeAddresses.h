@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/Exceptions.h"
-#include "config/JsonFiles.h"
+#include "config/Lists.h"
 #include "rules/NodeIPs.h"
 
 #include <string>
@@ -13,7 +13,7 @@ namespace Quarncommon {
 /// if the list does not parse. The caller handles exceptions.
 template <typename Collect>
 void readNodeAddresses(const std::string& nodeId, Collect collect) {
-    config::Document list;
+    config::List list;
     if (config::readNodeList(list)) {
         collect(rules::addressEntries(rules::nodeEntry(list.root(), nodeId)));
     }

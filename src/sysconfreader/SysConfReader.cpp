@@ -1,6 +1,7 @@
 #include "SysConfReader.h"
 
 #include "SysConfReaderImpl.h"
+#include "config/Lists.h"
 #include "config/Shortages.h"
 #include "locks/ClassLock.h"
 #include "sysconfreader/UsageTags.h"
@@ -57,6 +58,7 @@ void SysConfReader::Destory() {
     // Unpublished first: Instance() reads the pointer without the lock.
     delete m_pInstance.exchange(nullptr);
     unreportedShortage<SysConfReader> = false;
+    config::forgetLists();
 }
 
 void SysConfReader::Reload() {

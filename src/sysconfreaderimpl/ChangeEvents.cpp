@@ -4,6 +4,7 @@
 #include "SysConfReaderEvent.h"
 #include "SysConfReaderImpl.h"
 #include "base/Exceptions.h"
+#include "config/Lists.h"
 #include "config/Shortages.h"
 #include "locks/ClassLock.h"
 #include "sysconfreaderimpl/EventGate.h"
@@ -218,6 +219,7 @@ void SysConfReaderImpl::Destory() {
     // Unpublished first: Instance() reads the pointer without the lock.
     delete m_pInstance.exchange(nullptr);
     unreportedShortage<SysConfReaderImpl> = false;
+    config::forgetLists();
     // Still under the lock: an instance that another thread creates next must miss no event.
     closed.end();
 }

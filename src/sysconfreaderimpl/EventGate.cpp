@@ -1,6 +1,6 @@
 #include "sysconfreaderimpl/EventGate.h"
 
-#include "locks/ForkCheck.h"
+#include "fork/ForkCheck.h"
 
 namespace Quarncommon {
 

@@ -2,6 +2,7 @@
 
 #include "SysConfReader.h"
 #include "config/ConfigFiles.h"
+#include "config/Lists.h"
 #include "config/Shortages.h"
 #include "locks/ClassLock.h"
 #include "rules/RoleLoad.h"
@@ -109,7 +110,7 @@ void SysConfReaderImpl::InitLocalNodeId() {
     loadStep([this] {
         const std::string instanceId = config::environment(config::kInstanceIdVariable);
         config::Document appConfig;
-        if (readForLoad(config::pathOf(config::kAppConfig), appConfig)) {
+        if (parsedForLoad(config::readJsonFile(config::pathOf(config::kAppConfig), appConfig))) {
             rules::loadLocalNodeId(appConfig.root(), instanceId, m_localNodeId);
         }
     });
@@ -117,8 +118,8 @@ void SysConfReaderImpl::InitLocalNodeId() {
 
 void SysConfReaderImpl::InitLocalIp() {
     loadStep([this] {
-        config::Document list;
-        if (readForLoad(GetNodeListFilePath(), list)) {
+        config::List list;
+        if (parsedForLoad(config::readNodeList(GetNodeListFilePath(), list))) {
             rules::loadLocalIp(list.root(), m_localNodeId, m_localInternalServiceIP);
         }
     });
@@ -126,8 +127,8 @@ void SysConfReaderImpl::InitLocalIp() {
 
 void SysConfReaderImpl::InitAssignedToTenancy() {
     loadStep([this] {
-        config::Document list;
-        if (readForLoad(GetNodeListFilePath(), list)) {
+        config::List list;
+        if (parsedForLoad(config::readNodeList(GetNodeListFilePath(), list))) {
             rules::loadTenancy(list.root(), m_localNodeId, m_productName);
         }
     });
@@ -135,8 +136,8 @@ void SysConfReaderImpl::InitAssignedToTenancy() {
 
 void SysConfReaderImpl::InitMasterAndStandyNodeId() {
     loadStep([this] {
-        config::Document list;
-        if (readForLoad(GetManagerNodeListFilePath(), list)) {
+        config::List list;
+        if (parsedForLoad(config::readManagerNodeList(GetManagerNodeListFilePath(), list))) {
             rules::loadRoleNodeIds(list.root(), m_productName, m_masterNodeId, m_standbyNodeId);
         }
     });
@@ -144,8 +145,8 @@ void SysConfReaderImpl::InitMasterAndStandyNodeId() {
 
 void SysConfReaderImpl::InitMasterAndStandyIp() {
     loadStep([this] {
-        config::Document list;
-        if (readForLoad(GetManagerNodeListFilePath(), list)) {
+        config::List list;
+        if (parsedForLoad(config::readManagerNodeList(GetManagerNodeListFilePath(), list))) {
             rules::loadRoleIps(list.root(), m_masterNodeId, m_standbyNodeId,
                                m_masterInternalServiceIP, m_standbyInternalServiceIP);
         }

@@ -1,0 +1,84 @@
+#include "config/Lists.h"
+
+#include "config/ConfigFiles.h"
+
+#include <optional>
+#include <utility>
+
+namespace Quarncommon::config {
+
+#ifdef SYSCONFREADER_WITH_DOCUMENT
+
+namespace {
+
+/// A ListMemory that is never destroyed: threads may still query while the process exits.
+union LastingMemory {
+    constexpr LastingMemory() : memory() {}
+    LastingMemory(const LastingMemory&) = delete;
+    LastingMemory& operator=(const LastingMemory&) = delete;
+    ~LastingMemory() {} // NOLINT(modernize-use-equals-default): that would be deleted
+
+    ListMemory memory;
+};
+
+constinit LastingMemory g_nodeList;
+constinit LastingMemory g_managerNodeList;
+
+ReadResult readList(const std::string& path, ListMemory& memory, List& list) {
+    const ParsedTextPointer known = memory.current();
+    FileText text;
+    const ReadResult result = readWhole(path, text, known != nullptr ? known->text.get() : nullptr);
+    if (!result || text.endsWithNul()) {
+        return result ? ReadResult::Outcome::NotParsed : result;
+    }
+    const bool same = known != nullptr && text.sameAs(*known->text);
+    list.parsed = same ? parseAgain(known, memory) : parseNew(std::move(text), memory);
+    return list.parsed != nullptr ? result : ReadResult::Outcome::NotParsed;
+}
+
+} // namespace
+
+ReadResult readNodeList(const std::string& path, List& list) {
+    return readList(path, g_nodeList.memory, list);
+}
+
+ReadResult readManagerNodeList(const std::string& path, List& list) {
+    return readList(path, g_managerNodeList.memory, list);
+}
+
+void forgetLists() {
+    g_nodeList.memory.keep(nullptr);
+    g_managerNodeList.memory.keep(nullptr);
+}
+
+void resetListsAfterFork() {
+    g_nodeList.memory.resetAfterFork();
+    g_managerNodeList.memory.resetAfterFork();
+}
+
+#else
+
+ReadResult readNodeList(const std::string& path, List& list) {
+    return readJsonFile(path, list);
+}
+
+ReadResult readManagerNodeList(const std::string& path, List& list) {
+    return readJsonFile(path, list);
+}
+
+void forgetLists() {}
+
+void resetListsAfterFork() {}
+
+#endif
+
+ReadResult readNodeList(List& list) {
+    return readNodeList(pathOf(kNodeList), list);
+}
+
+ReadResult readManagerNodeList(List& list) {
+    const std::optional<std::string> path = pathIfSet(kManagerNodeList);
+    return path ? readManagerNodeList(*path, list) : ReadResult::Outcome::NotParsed;
+}
+
+} // namespace Quarncommon::config

@@ -1,0 +1,112 @@
+#include "config/RememberedText.h"
+
+#include "fork/ForkCheck.h"
+
+#include <new>
+
+#ifdef SYSCONFREADER_WITH_DOCUMENT
+
+namespace Quarncommon::config {
+
+namespace {
+
+using Text = std::shared_ptr<const FileText>;
+
+/// A parse that takes more than this many times the memory of its text is not kept.
+constexpr double kLargestParse = 1.5;
+
+bool isSmall(const Document& parse, const FileText& text) {
+    return static_cast<double>(parse.memory()) <=
+           kLargestParse * static_cast<double>(text.length());
+}
+
+/// Null if the text is not valid.
+std::shared_ptr<ParsedText> parsed(Text text) {
+    auto result = std::make_shared<ParsedText>(std::move(text), false);
+    const bool valid = result->parse.emplace().read(result->text->data(), result->text->length());
+    return valid ? result : nullptr;
+}
+
+/// The final form of a text that was parsed.
+ParsedTextPointer packed(const ParsedText& parsed) {
+    auto result = std::make_shared<ParsedText>(parsed.text, true);
+    const FileText& text = *parsed.text;
+    Document& packed = result->parse.emplace();
+    if (!packed.pack(*parsed.parse, text.data(), text.length()) || !isSmall(packed, text)) {
+        result->parse.reset();
+    }
+    return result;
+}
+
+} // namespace
+
+ParsedTextPointer ListMemory::current() {
+    noticeFork();
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    return m_text;
+}
+
+void ListMemory::keep(ParsedTextPointer text) {
+    noticeFork();
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    m_text.swap(text); // what was kept is freed after the mutex
+}
+
+void ListMemory::replace(const ParsedTextPointer& former, ParsedTextPointer text) {
+    noticeFork();
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    if (m_text == former) {
+        m_text.swap(text);
+    }
+}
+
+void ListMemory::resetAfterFork() {
+    if (m_mutex.try_lock()) {
+        m_mutex.unlock();
+        return;
+    }
+    new (&m_mutex) std::mutex;
+    new (&m_text) ParsedTextPointer;
+}
+
+ParsedTextPointer parseNew(FileText&& text, ListMemory& memory) {
+    const ParsedTextPointer result = parsed(std::make_shared<const FileText>(std::move(text)));
+    if (result == nullptr) {
+        return nullptr;
+    }
+    ParsedTextPointer kept;
+    try {
+        if (result->text->length() <= ListMemory::kLargest && result->text->isTight()) {
+            // Without a large parse, which is made again and packed if the text is used again.
+            kept = isSmall(*result->parse, *result->text)
+                       ? result
+                       : std::make_shared<const ParsedText>(result->text, false);
+        }
+    } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch): then nothing is kept
+    }
+    memory.keep(std::move(kept));
+    return result;
+}
+
+ParsedTextPointer parseAgain(const ParsedTextPointer& known, ListMemory& memory) {
+    // A load reads each list up to four times: packing costs more than that saves.
+    constexpr unsigned int kUsesUnpacked = 4;
+    const bool usable = known->parse.has_value();
+    if (usable && (known->final || known->uses.fetch_add(1) < kUsesUnpacked)) {
+        return known;
+    }
+    const ParsedTextPointer unpacked = usable ? known : parsed(known->text);
+    try {
+        if (!known->final) {
+            ParsedTextPointer result = packed(*unpacked);
+            memory.replace(known, result);
+            return result->parse ? result : unpacked;
+        }
+    } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch): then it is not packed
+    }
+    return unpacked;
+}
+
+} // namespace Quarncommon::config
+
+#endif

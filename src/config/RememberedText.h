@@ -1,0 +1,73 @@
+#pragma once
+
+#include "config/ConfigDocument.h"
+#include "config/FileText.h"
+
+#ifdef SYSCONFREADER_WITH_DOCUMENT
+
+#include <atomic>
+#include <cstddef>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <utility>
+
+namespace Quarncommon::config {
+
+/// A text and its parse. Threads share it. It does not change, but for the count of its uses.
+struct ParsedText {
+    ParsedText(std::shared_ptr<const FileText> itsText, bool isFinal)
+        : text(std::move(itsText)), final(isFinal) {}
+
+    /// A packed parse refers to it.
+    const std::shared_ptr<const FileText> text;
+
+    /// None if it would take too much memory.
+    std::optional<Document> parse;
+
+    /// Whether the parse was packed, or is not worth it.
+    const bool final;
+    mutable std::atomic<unsigned int> uses{0};
+};
+
+using ParsedTextPointer = std::shared_ptr<const ParsedText>;
+
+/// Where the last text of a list is kept between queries, for all threads.
+class ListMemory {
+public:
+    /// A longer text is not kept.
+    static constexpr std::size_t kLargest = (std::size_t{64} << 20U) - 1;
+
+    constexpr ListMemory() = default;
+
+    /// Returns the kept text, null if there is none.
+    ParsedTextPointer current();
+
+    /// Keeps a text; null keeps none.
+    void keep(ParsedTextPointer text);
+
+    /// Keeps `text` instead of `former`, unless that was replaced meanwhile.
+    void replace(const ParsedTextPointer& former, ParsedTextPointer text);
+
+    /// For a forked child. If another thread was changing the pointer at the time of the fork, it
+    /// may be half-written; it is then leaked on purpose.
+    void resetAfterFork();
+
+private:
+    /// Guards m_text. Held only while the pointer is copied or swapped.
+    std::mutex m_mutex;
+    ParsedTextPointer m_text;
+};
+
+/// Parses a text that was read again after another one, and keeps it. Null if it is not valid.
+/// @throws std::bad_alloc if memory runs out.
+ParsedTextPointer parseNew(FileText&& text, ListMemory& memory);
+
+/// Returns the parse of the kept text, which was read again: packs it when it has been used a few
+/// times, or parses it again if its parse is not kept.
+/// @throws std::bad_alloc if memory runs out.
+ParsedTextPointer parseAgain(const ParsedTextPointer& known, ListMemory& memory);
+
+} // namespace Quarncommon::config
+
+#endif
