@@ -1,0 +1,166 @@
+// The memory that remembered lists take, and what happens when there is none.
+
+#include "SysConfReader.h"
+#include "support/AllocationFaults.h"
+#include "support/Deployment.h"
+#include "support/Sanitizers.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <malloc.h>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Quarncommon::SysConfReader;
+using support::AllocationFault;
+using support::Deployment;
+
+constexpr const char* kAppConfig = R"({"processes":{"p1":{"nodeId":"n1"}}})";
+constexpr int kQueriesUntilKept = 8;
+
+std::string listWith(const std::string& first, const std::string& rest) {
+    return R"({"nodeList":{"n1":{"IPAddresses":[{"usage":["service"],"IP":")" + first + "\"}]}" +
+           rest + "}}";
+}
+
+std::string service() {
+    return SysConfReader::Instance()->getLocalIPByUsage("service");
+}
+
+/// Of every query until the parse is kept, each single allocation fails once.
+TEST(RememberedMemory, AnyAllocationFails_NextAnswersAreRight) {
+    Deployment deployment;
+    deployment.appConfig(kAppConfig);
+    std::string nodes;
+    for (int i = 0; i < 40; ++i) {
+        nodes += ",\"x" + std::to_string(i) + R"(":{"name":"\n","n":1})";
+    }
+    SysConfReader::Instance();
+    std::size_t failed = 0;
+    /// For each query, the allocations without which it has no answer.
+    std::vector<std::size_t> lost;
+    int generation = 0;
+    for (int query = 1; query <= kQueriesUntilKept; ++query) {
+        std::size_t withoutAnswer = 0;
+        for (std::size_t which = 1;; ++which) {
+            const std::string address = "10.0.0." + std::to_string(++generation);
+            deployment.nodeList(listWith(address, nodes));
+            for (int i = 1; i < query; ++i) {
+                ASSERT_EQ(service(), address);
+            }
+            bool happened = false;
+            std::string answer;
+            {
+                const AllocationFault fault(which);
+                answer = service();
+                happened = fault.happened();
+            }
+            if (!happened) {
+                EXPECT_EQ(answer, address);
+                break;
+            }
+            ++failed;
+            withoutAnswer += answer.empty() ? 1 : 0;
+            EXPECT_TRUE(answer.empty() || answer == address) << answer;
+            for (int i = 0; i < kQueriesUntilKept; ++i) {
+                ASSERT_EQ(service(), address) << "query " << query << ", allocation " << which;
+            }
+        }
+        lost.push_back(withoutAnswer);
+    }
+    // Reading and answering need memory. Keeping and packing do, too, but no answer is lost by
+    // them.
+    EXPECT_EQ(std::set<std::size_t>(lost.begin() + 1, lost.end()).size(), 1U)
+        << testing::PrintToString(lost);
+    EXPECT_GT(failed, 30U);
+}
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) && !defined(__clang__)
+
+std::size_t allocated() {
+    const struct mallinfo2 info = ::mallinfo2();
+    return info.uordblks + info.hblkhd;
+}
+
+/// How many times the length of a list is allocated after a few queries of it.
+double keptFor(Deployment& deployment, const std::string& text, int queries) {
+    SysConfReader::Instance();
+    deployment.nodeList(R"({"nodeList":{}})");
+    service();
+    const std::size_t before = allocated();
+    deployment.nodeList(text);
+    for (int i = 0; i < queries; ++i) {
+        EXPECT_EQ(service(), "10.0.0.1");
+    }
+    return static_cast<double>(allocated() - before) / static_cast<double>(text.size());
+}
+
+class MemoryOfLists : public testing::Test {
+protected:
+    MemoryOfLists() { deployment.appConfig(kAppConfig); }
+
+    /// A list of at least that many bytes, of such nodes.
+    static std::string listOf(const std::string& node, std::size_t length) {
+        std::string nodes;
+        for (int i = 0; nodes.size() < length; ++i) {
+            nodes += ",\"x" + std::to_string(i) + "\":" + node;
+        }
+        return listWith("10.0.0.1", nodes);
+    }
+
+    Deployment deployment;
+};
+
+constexpr const char* kMinified =
+    R"({"IPAddresses":[{"IP":"10.20.30.40","usage":["southbound"]},{"IP":"10.20.30.41","usage":["service"]}]})";
+
+constexpr const char* kIndented = R"({
+      "IPAddresses": [
+        {
+          "IP": "10.20.30.40",
+          "usage": [
+            "southbound"
+          ]
+        }
+      ]
+    })";
+
+TEST_F(MemoryOfLists, OrdinaryLists_TakeLessThanTwoAndAHalfTimesTheirLength) {
+    for (const char* node : {kMinified, kIndented}) {
+        const double kept = keptFor(deployment, listOf(node, 2'000'000), kQueriesUntilKept);
+        EXPECT_LT(kept, 2.0) << node;
+        EXPECT_GT(kept, 1.0) << node;
+    }
+}
+
+TEST_F(MemoryOfLists, ParseLargerThanUsual_OnlyTheTextIsKept) {
+    std::string numbers = "[1";
+    for (int i = 0; i < 500; ++i) {
+        numbers += ",1";
+    }
+    const double kept = keptFor(deployment, listOf(numbers + "]", 2'000'000), kQueriesUntilKept);
+    EXPECT_LT(kept, 1.1);
+    EXPECT_GT(kept, 0.9);
+}
+
+TEST_F(MemoryOfLists, TextOf64MiB_IsNotKept) {
+    const std::string text = listOf(kIndented, 1000) + std::string(64U << 20U, ' ');
+    EXPECT_LT(keptFor(deployment, text, 3), 0.01);
+}
+
+TEST_F(MemoryOfLists, Destroyed_EverythingIsFreed) {
+    SysConfReader::Instance();
+    SysConfReader::Destory();
+    const std::size_t before = allocated();
+    EXPECT_GT(keptFor(deployment, listOf(kMinified, 2'000'000), kQueriesUntilKept), 1.0);
+    SysConfReader::Destory();
+    EXPECT_LT(allocated(), before + 20'000);
+}
+
+#endif
+
+} // namespace
