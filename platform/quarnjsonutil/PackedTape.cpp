@@ -189,6 +189,25 @@ std::string_view Tape::packedText(std::size_t index) const {
     return {start + sizeof length, length};
 }
 
+std::size_t Tape::packedMember(std::size_t object, std::string_view name) const {
+    // No text in the source has a quote inside.
+    const bool maybeVerbatim = name.find('"') == name.npos;
+    const auto hasName = [&](std::size_t index) {
+        if (m_packed[index] >> kPackedShift != kVerbatim) {
+            return text(index) == name;
+        }
+        // The place of the closing quote is compared first, which most other names do not share.
+        const std::string_view start = m_source.substr(payload(index) + 1);
+        return maybeVerbatim && start.size() > name.size() && start[name.size()] == '"' &&
+               start.starts_with(name);
+    };
+    std::size_t found = 0;
+    for (std::size_t at = object + 1; !isEnd(at); at = next(at + 1)) {
+        found = hasName(at) ? at + 1 : found;
+    }
+    return found;
+}
+
 const std::vector<std::uint32_t>* Tape::indexOf(std::size_t object) const {
     const auto found = std::lower_bound(
         m_large.begin(), m_large.end(), object,

@@ -70,6 +70,9 @@ std::size_t Tape::member(std::size_t object, std::string_view name) const {
                              });
         return found != index->end() && text(*found) == name ? *found + 1 : 0;
     }
+    if (!m_packed.empty()) {
+        return packedMember(object, name);
+    }
     std::size_t found = 0;
     for (std::size_t at = object + 1; !isEnd(at); at = next(at + 1)) {
         if (text(at) == name) {

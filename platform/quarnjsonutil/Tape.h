@@ -134,6 +134,7 @@ private:
     /// The last text of the innermost last value: about where `texts` ends.
     std::string_view lastText() const;
     std::string_view packedText(std::size_t index) const;
+    std::size_t packedMember(std::size_t object, std::string_view name) const;
     /// The sorted names of a large object; null for another one.
     const std::vector<std::uint32_t>* indexOf(std::size_t object) const;
     std::vector<std::uint32_t> sortNames(std::size_t object) const;

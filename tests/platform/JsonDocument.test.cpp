@@ -275,6 +275,18 @@ TEST(JsonDocument, PackedTextWithEscapes_AnswersLikeTheTree) {
     });
 }
 
+TEST(JsonDocument, PackedObject_NameWithQuotesIsNotTakenForTheTextAroundANameAndItsValue) {
+    const std::string text = R"({"a":"x","b\"c":1})";
+    const std::string padded = text + std::string(JsonDocument::kPadding, ' ');
+    JsonDocument document;
+    JsonDocument packed;
+    ASSERT_TRUE(document.read(padded.data(), text.size()));
+    ASSERT_TRUE(packed.pack(document, padded.data(), text.size()));
+    EXPECT_TRUE(packed.root()["a\":\"x"].value().isNull());
+    EXPECT_EQ(packed.root()["b\"c"].asString(), "1");
+    EXPECT_EQ(packed.root()["a"].asString(), "x");
+}
+
 TEST(JsonDocument, PackedObjectWithManyMembers_FindsEachAndTheLastOfOneName) {
     for (const int members : {15, 16, 17, 300}) {
         std::string text = "{";
