@@ -28,8 +28,9 @@ namespace Quarncommon {
 /// An unset variable reads as "" unless an operation says otherwise. Paths are concatenated
 /// verbatim; nothing is normalised. Only regular files are read. A file that is missing, is not
 /// regular, cannot be read completely, or is not one valid JSON text is not parsed. Loaded values
-/// are those of the last load. Address queries read and parse their file on every call, so that a
-/// change is visible at once.
+/// are those of the last load. Address queries read their file on every call, so that a change is
+/// visible at once. They parse it if its bytes are not those of the last read: each of the two
+/// lists is kept in memory with its parse, in at most 2.5 times its size, until Destory().
 ///
 /// Environment. **Do not call setenv(), putenv() or unsetenv() while another thread may be in this
 /// library: POSIX allows such a call to crash the reader.** With change events switched on, a

@@ -1,6 +1,6 @@
 #include "config/RememberedText.h"
 
-#include "fork/ForkCheck.h"
+#include "base/ForkCheck.h"
 
 #include <new>
 

@@ -5,8 +5,8 @@
 #include "SysConfReader.h"
 #include "SysConfReaderImpl.h"
 #include "SysConfReader_i.h"
+#include "base/ForkCheck.h"
 #include "config/Lists.h"
-#include "fork/ForkCheck.h"
 #include "locks/ClassLock.h"
 #include "sysconfreaderimpl/ChangeEvents.h"
 

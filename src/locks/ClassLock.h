@@ -1,6 +1,6 @@
 #pragma once
 
-#include "fork/ForkCheck.h"
+#include "base/ForkCheck.h"
 #include "locks/WriterHandoff.h"
 
 #include <ace/Guard_T.h>

@@ -3,10 +3,10 @@
 #include "SysConfReader.h"
 
 #include "SysConfReaderImpl.h"
+#include "base/ForkCheck.h"
 #include "config/ConfigFiles.h"
 #include "config/Lists.h"
 #include "config/Shortages.h"
-#include "fork/ForkCheck.h"
 #include "rules/ReaderLoad.h"
 #include "rules/SourceNodeId.h"
 #include "sysconfreaderimpl/ChangeEvents.h"

@@ -1,6 +1,6 @@
 #include "sysconfreaderimpl/EventGate.h"
 
-#include "fork/ForkCheck.h"
+#include "base/ForkCheck.h"
 
 namespace Quarncommon {
 
