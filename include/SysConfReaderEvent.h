@@ -22,7 +22,8 @@
 ///
 /// EventConsumerCBFini ends the subscription; no callback may start after it has returned. It is
 /// called under the role reader's write lock, but never while a callback of this library is
-/// working, so an event library may wait in it for running callbacks.
+/// working, so an event library may wait in it for running callbacks. If the event library cannot
+/// be opened at that moment, the subscription is left to the next destruction.
 ///
 /// These two must not call this library, nor wait for a callback that they have started: they are
 /// called in the middle of a load or of a destruction. They may deliver an event on the calling

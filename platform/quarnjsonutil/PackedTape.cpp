@@ -164,16 +164,17 @@ std::size_t Tape::memory() const {
 
 std::string_view Tape::lastText() const {
     std::size_t last = 0;
-    for (std::size_t container = kRoot; isContainer(container);) {
-        std::size_t child = container;
+    for (std::size_t container = kRoot; container != 0 && isContainer(container);) {
+        std::size_t inner = 0; // the last container after the last text
         for (std::size_t at = container + 1; !isEnd(at); at = next(at)) {
-            last = type(at) == kText ? at : last;
-            child = at;
+            if (type(at) == kText) {
+                last = at;
+                inner = 0;
+            } else if (isContainer(at)) {
+                inner = at;
+            }
         }
-        if (child == container) {
-            break;
-        }
-        container = child;
+        container = inner;
     }
     return last != 0 ? text(last) : std::string_view();
 }

@@ -131,7 +131,7 @@ private:
     static constexpr std::size_t kLarge = 16;
 
     std::uint32_t payload(std::size_t index) const { return m_packed[index] & kPayload; }
-    /// The last text of the innermost last value: about where `texts` ends.
+    /// The last text, or nearly: where `texts` ends.
     std::string_view lastText() const;
     std::string_view packedText(std::size_t index) const;
     std::size_t packedMember(std::size_t object, std::string_view name) const;
