@@ -2,7 +2,7 @@
 
 #include "Rounds.h"
 #include "SysConfReader.h"
-#include "eventcbutil/Resources.h"
+#include "support/Resources.h"
 #include "support/EventLibrary.h"
 #include "support/SampleTexts.h"
 #include "support/TestDirectory.h"

@@ -9,7 +9,7 @@
 #include "SysConfReader.h"
 #include "SysConfReaderImpl.h"
 #include "SysConfReader_i.h"
-#include "eventcbutil/Resources.h"
+#include "support/Resources.h"
 #include "support/Sanitizers.h"
 #include "support/TestDirectory.h"
 

@@ -1,6 +1,6 @@
 #include "faults/Recovery.h"
 
-#include "eventcbutil/Resources.h"
+#include "support/Resources.h"
 #include "faults/Operations.h"
 #include "support/Deployment.h"
 #include "support/HostAddresses.h"

@@ -1,7 +1,7 @@
 // Each way in which a configuration file changes, on real files, through the event library.
 
 #include "Recorder.h"
-#include "Resources.h"
+#include "support/Resources.h"
 #include "support/Deployment.h"
 #include "support/TestDirectory.h"
 

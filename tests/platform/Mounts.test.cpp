@@ -2,7 +2,7 @@
 // not have its own mount namespace.
 
 #include "Recorder.h"
-#include "Resources.h"
+#include "support/Resources.h"
 #include "SubscribedProcess.h"
 #include "support/Deployment.h"
 #include "support/TestDirectory.h"

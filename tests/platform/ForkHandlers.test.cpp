@@ -2,7 +2,7 @@
 
 #include "EventConsumerCB.h"
 #include "Recorder.h"
-#include "Resources.h"
+#include "support/Resources.h"
 #include "SubscribedProcess.h"
 #include "support/Deployment.h"
 

@@ -1,7 +1,7 @@
 #include "Recorder.h"
 
 #include "EventConsumerCB.h"
-#include "Resources.h"
+#include "support/Resources.h"
 
 #include <algorithm>
 #include <fstream>

@@ -4,7 +4,7 @@
 #ifndef SANITIZED
 
 #include "ContentReader.h"
-#include "Resources.h"
+#include "support/Resources.h"
 #include "support/Deployment.h"
 #include "support/TestDirectory.h"
 

@@ -1,4 +1,4 @@
-#include "Resources.h"
+#include "support/Resources.h"
 
 #include <fstream>
 #include <iterator>

@@ -4,7 +4,7 @@
 
 #include "EventConsumerCB.h"
 #include "Recorder.h"
-#include "Resources.h"
+#include "support/Resources.h"
 #include "ServiceAllocations.h"
 #include "SubscribedProcess.h"
 #include "WatchFaults.h"

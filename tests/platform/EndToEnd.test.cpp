@@ -1,6 +1,6 @@
 // The library with the event library, on real files: a change on disk becomes an answer.
 
-#include "Resources.h"
+#include "support/Resources.h"
 #include "SysConfReader.h"
 #include "SysConfReader_i.h"
 #include "support/Answers.h"

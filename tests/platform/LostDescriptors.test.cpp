@@ -3,7 +3,7 @@
 #include "EventConsumerCB.h"
 #include "OpenDescriptors.h"
 #include "Recorder.h"
-#include "Resources.h"
+#include "support/Resources.h"
 #include "SubscribedProcess.h"
 #include "WatchFaults.h"
 #include "support/Deployment.h"
