@@ -1,7 +1,8 @@
-// The main program of every test executable. It runs the tests in a process of their own, in a
-// fresh directory of their own, with an environment that holds nothing of the library's and with
-// that directory as the dynamic loader's search path, so that a test decides which event library
-// can be found. The directory is removed afterwards, however the tests end.
+// The main program of every test executable. It runs the tests in a child process, in a new
+// directory and without the library's environment variables. The dynamic loader searches that
+// directory first, so that a test decides which event library is found; then the folder that
+// SYSCONF_TEST_LIBRARY names, which can hold another build of the library under test. The directory
+// is removed when the tests have ended, also after a crash.
 
 #include "support/TestDirectory.h"
 
@@ -29,9 +30,12 @@ constexpr const char* kReadersVariables[] = {"APP_CONF_FILE", "PROCESS_INSTANCE_
         ::unsetenv(variable);
     }
     ::setenv(support::kTestDirectoryVariable, directory.c_str(), 1);
-    const char* searchPath = std::getenv("LD_LIBRARY_PATH");
-    ::setenv("LD_LIBRARY_PATH",
-             searchPath != nullptr ? (directory + ":" + searchPath).c_str() : directory.c_str(), 1);
+    std::string searchPath = directory;
+    for (const char* variable : {"SYSCONF_TEST_LIBRARY", "LD_LIBRARY_PATH"}) {
+        const char* folders = std::getenv(variable);
+        searchPath += folders != nullptr ? std::string(":") + folders : "";
+    }
+    ::setenv("LD_LIBRARY_PATH", searchPath.c_str(), 1);
     ::execv("/proc/self/exe", arguments);
     std::perror("execv");
     std::_Exit(EXIT_FAILURE);
@@ -60,7 +64,7 @@ int runInDirectory(char** arguments) {
 } // namespace
 
 int main(int argc, char** argv) {
-    // GoogleTest takes its flags out of argv, but the test process is to see them too.
+    // Copied, because GoogleTest removes its flags from argv and the child process needs them.
     std::vector<char*> arguments(argv, argv + argc + 1);
     ::testing::InitGoogleTest(&argc, argv);
     if (GTEST_FLAG_GET(list_tests)) {
