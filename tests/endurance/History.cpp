@@ -11,6 +11,7 @@
 #include <optional>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
 
 namespace endurance {
 
@@ -106,8 +107,8 @@ Reading read(const std::string& answer) {
 
 History::History() {
     write(1);
-    for (const queries::Query& query : queries::all()) {
-        m_forms[query.name] = read(query.ask()).form;
+    for (const queries::ReaderQuery& query : queries::ofReader()) {
+        m_forms[query.name] = read(queries::ask(query)).form;
     }
     for (const auto& [name, answer] : support::roleAnswers()) {
         m_forms[name] = read(answer).form;
@@ -135,16 +136,19 @@ bool History::answersAreOf(int generation) const {
            isOf(Quarncommon::SysConfReader_i::Instance()->GetMasterInternalServiceIP());
 }
 
-std::string History::wrongWith(const queries::Query& query) const {
+std::string History::wrongWith(const queries::ReaderQuery& query) const {
     const Floor before = floor();
-    const std::string answer = query.ask();
+    const std::string answer = queries::ask(query);
     switch (query.reads) {
     case queries::Reads::NodeList:
         return judge(query.name, answer, before.nodeList, before.loaded);
     case queries::Reads::ManagerNodeList:
         return judge(query.name, answer, before.managerNodeList, 0);
     default:
-        return judge(query.name, answer, before.loaded, before.loaded);
+        // The reader's two role queries answer for a manager node.
+        const bool ofOwnNode =
+            std::string_view(query.name).find("InternalServiceIP") == std::string_view::npos;
+        return judge(query.name, answer, before.loaded, ofOwnNode ? before.loaded : 0);
     }
 }
 

@@ -2,7 +2,7 @@
 
 #include "support/Answers.h"
 #include "support/Deployment.h"
-#include "sysconfreader/Queries.h"
+#include "support/SampleQueries.h"
 
 #include <array>
 #include <atomic>
@@ -30,7 +30,7 @@ public:
     /// Asks one query, and answers what is wrong with its answer, "" when nothing is: it must be of
     /// the form of the quiet one, all of one generation, and that one which was there at some
     /// moment of the call.
-    std::string wrongWith(const queries::Query& query) const;
+    std::string wrongWith(const queries::ReaderQuery& query) const;
     /// The same for the four answers of the role reader.
     std::string wrongWithRoles() const;
 

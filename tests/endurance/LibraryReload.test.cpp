@@ -2,8 +2,8 @@
 
 #include "Rounds.h"
 #include "SysConfReader.h"
-#include "support/Resources.h"
 #include "support/EventLibrary.h"
+#include "support/Resources.h"
 #include "support/SampleTexts.h"
 #include "support/TestDirectory.h"
 

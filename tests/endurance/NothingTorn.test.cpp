@@ -47,11 +47,11 @@ TEST(NothingTorn, FilesReplacedAndReloadedUnderQueries_AnswersAreOfOneGeneration
             done = true;
             return;
         }
-        const std::vector<queries::Query>& all = queries::all();
+        const std::vector<queries::ReaderQuery>& all = queries::ofReader();
         for (std::size_t i = thread; !done; ++i, ++asked) {
             if (i % (all.size() + 1) == 0) {
                 check(history.wrongWithRoles());
-            } else if (const queries::Query& query = all[i % (all.size() + 1) - 1];
+            } else if (const queries::ReaderQuery& query = all[i % (all.size() + 1) - 1];
                        query.name != std::string("GetAppRoot")) {
                 check(history.wrongWith(query));
             }

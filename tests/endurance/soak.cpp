@@ -159,7 +159,7 @@ private:
     }
 
     void ask(std::size_t first) {
-        const std::vector<queries::Query>& all = queries::all();
+        const std::vector<queries::ReaderQuery>& all = queries::ofReader();
         for (std::size_t i = first; !m_done; ++i) {
             m_instances.use([&] {
                 if (i % (all.size() + 1) == all.size()) {

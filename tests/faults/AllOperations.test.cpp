@@ -1,8 +1,8 @@
 // The table of operations is complete, and all of them have something to answer.
 
-#include "faults/Operations.h"
 #include "support/Deployment.h"
 #include "support/HostAddresses.h"
+#include "support/Operations.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -27,9 +27,9 @@ TEST(AllOperations, EveryExportedOne_IsInTheTable) {
     const std::multiset<std::string> symbols = exported();
     ASSERT_GT(symbols.size(), 50U);
     std::multiset<std::string> table;
-    for (const faults::Operation& operation : faults::operations()) {
-        EXPECT_EQ(symbols.count(operation.symbol) > 0, true) << operation.symbol;
-        table.insert(operation.symbol);
+    for (const operations::Operation& operation : operations::all()) {
+        EXPECT_GE(symbols.count(operation.symbol()), 1U) << operation.name;
+        table.insert(operation.symbol());
     }
     for (const std::string& symbol : symbols) {
         EXPECT_GE(table.count(symbol), symbols.count(symbol)) << symbol;
@@ -38,18 +38,18 @@ TEST(AllOperations, EveryExportedOne_IsInTheTable) {
 
 TEST(AllOperations, EveryFile_IsToldByTheAnswers) {
     support::Deployment files;
-    support::setHostAddresses({faults::kSourceAddress});
-    faults::writeFiles(files, "a");
-    const faults::Answers whole = faults::answers();
+    support::setHostAddresses({operations::kSourceAddress});
+    operations::writeFiles(files, "a");
+    const operations::Answers whole = operations::answers();
     for (const auto& [symbol, answer] : whole) {
         EXPECT_THAT(answer, testing::Not(testing::StartsWith("throws"))) << symbol;
     }
     std::set<std::string> differing;
-    for (const auto& path : faults::paths(files)) {
-        faults::destroyAll();
-        faults::writeFiles(files, "a");
+    for (const auto& path : operations::paths(files)) {
+        operations::destroyAll();
+        operations::writeFiles(files, "a");
         std::filesystem::remove(path);
-        const faults::Answers without = faults::answers();
+        const operations::Answers without = operations::answers();
         EXPECT_NE(without, whole) << path;
         for (const auto& [symbol, answer] : without) {
             if (answer != whole.at(symbol)) {

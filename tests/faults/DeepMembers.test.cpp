@@ -24,13 +24,13 @@ protected:
         };
         const std::array nodeListMembers = {"nodeList", "extAttr", "hostType", "IPAddresses",
                                             "usage"};
-        files.appConfig(added(faults::appConfig("standby"), std::array{"processes", "IR"}));
-        files.nodeList(added(faults::nodeList("standby"), nodeListMembers));
-        files.managerNodeList(added(faults::managerNodeList("standby"), nodeListMembers));
+        files.appConfig(added(operations::appConfig("standby"), std::array{"processes", "IR"}));
+        files.nodeList(added(operations::nodeList("standby"), nodeListMembers));
+        files.managerNodeList(added(operations::managerNodeList("standby"), nodeListMembers));
     }
 
-    faults::Answers answersOfOrdinaryFiles() {
-        faults::writeFiles(files, "standby");
+    operations::Answers answersOfOrdinaryFiles() {
+        operations::writeFiles(files, "standby");
         return answersAfterAll();
     }
 };
@@ -39,7 +39,7 @@ protected:
 constexpr std::size_t kDeepest = JsonReader::kNestingLimit - 5;
 
 TEST_F(DeepMembers, IgnoredUpToTheLimit_AnswersOnASmallStackAreThoseWithoutThem) {
-    const faults::Answers ordinary = answersOfOrdinaryFiles();
+    const operations::Answers ordinary = answersOfOrdinaryFiles();
     for (const bool objects : {false, true}) {
         for (const std::size_t depth : {std::size_t{25}, std::size_t{1000}, kDeepest}) {
             SCOPED_TRACE(testing::Message() << depth << (objects ? " objects" : " arrays"));
@@ -50,7 +50,7 @@ TEST_F(DeepMembers, IgnoredUpToTheLimit_AnswersOnASmallStackAreThoseWithoutThem)
 }
 
 TEST_F(DeepMembers, IgnoredWithWhatTheFastReaderRefuses_AnswersOnASmallStackAreThoseWithoutThem) {
-    const faults::Answers ordinary = answersOfOrdinaryFiles();
+    const operations::Answers ordinary = answersOfOrdinaryFiles();
     for (const char* odd : {"1e400", "99999999999999999999", "\"\\ud800\"", "\"\xff\""}) {
         SCOPED_TRACE(odd);
         writeWithIgnored("[" + std::string(odd) + "," + nested(kDeepest - 1, true) + "]");
@@ -59,11 +59,11 @@ TEST_F(DeepMembers, IgnoredWithWhatTheFastReaderRefuses_AnswersOnASmallStackAreT
 }
 
 TEST_F(DeepMembers, BeyondTheLimit_FilesCountAsUnreadableOnASmallStack) {
-    faults::writeFiles(files, "standby");
-    for (const auto& path : faults::paths(files)) {
+    operations::writeFiles(files, "standby");
+    for (const auto& path : operations::paths(files)) {
         std::filesystem::remove(path);
     }
-    const faults::Answers none = answersAfterAll();
+    const operations::Answers none = answersAfterAll();
     for (const std::size_t depth : {std::size_t{JsonReader::kNestingLimit}, std::size_t{100000}}) {
         for (const bool objects : {false, true}) {
             SCOPED_TRACE(testing::Message() << depth << (objects ? " objects" : " arrays"));

@@ -1,10 +1,10 @@
 // The environment in every condition. The paths of the three files and the key of the process come
 // from it, as bytes.
 
-#include "faults/Operations.h"
 #include "support/Deployment.h"
 #include "support/EventLibrary.h"
 #include "support/FileCalls.h"
+#include "support/Operations.h"
 #include "support/TestDirectory.h"
 
 #include <gtest/gtest.h>
@@ -14,20 +14,12 @@
 namespace {
 
 namespace fs = std::filesystem;
-using faults::Answers;
+using operations::Answers;
+using operations::answersFromFiles;
 using support::setEnvironment;
 
 constexpr const char* kVariables[] = {"APP_CONF_FILE", "PROCESS_INSTANCE_ID", "APP_ROOT",
                                       "TOLM_ROOT"};
-
-/// All answers but those that tell the environment itself.
-Answers answersFromFiles() {
-    Answers all = faults::answers();
-    all.erase("SysConfReader::GetAppRoot");
-    all.erase("SysConfReaderImpl::GetNodeListFilePath");
-    all.erase("SysConfReaderImpl::GetManagerNodeListFilePath");
-    return all;
-}
 
 class EnvironmentVariables : public testing::Test {
 protected:
@@ -37,17 +29,17 @@ protected:
             support::redirectOpen(list, "/nowhere");
         }
         m_none = answersFromFiles();
-        faults::destroyAll();
-        faults::writeFiles(files, "a");
+        operations::destroyAll();
+        operations::writeFiles(files, "a");
         m_whole = answersFromFiles();
-        faults::destroyAll();
+        operations::destroyAll();
     }
 
     void expectAnswers(const Answers& expected) {
-        EXPECT_EQ(faults::differences(answersFromFiles(), expected), "") << "first load";
-        faults::reloadAll();
-        EXPECT_EQ(faults::differences(answersFromFiles(), expected), "") << "reload";
-        faults::destroyAll();
+        EXPECT_EQ(operations::differences(answersFromFiles(), expected), "") << "first load";
+        operations::reloadAll();
+        EXPECT_EQ(operations::differences(answersFromFiles(), expected), "") << "reload";
+        operations::destroyAll();
     }
 
     support::Deployment files;
@@ -71,8 +63,10 @@ TEST_F(EnvironmentVariables, Huge_AnswersAsWithoutFiles) {
         for (const char* variable : kVariables) {
             setEnvironment(variable, huge.c_str());
         }
-        EXPECT_TRUE(faults::answers().at("SysConfReader::GetAppRoot") == "0 " + huge + " null\n");
-        faults::destroyAll();
+        operations::Outputs root;
+        root.text = huge;
+        EXPECT_TRUE(operations::answers().at("SysConfReader::GetAppRoot") == root.toText());
+        operations::destroyAll();
         expectAnswers(m_none);
     }
 }
@@ -94,7 +88,7 @@ TEST_F(EnvironmentVariables, BytesThatAreNoCharacters_AreTakenAsTheyAre) {
     fs::create_directory(root);
     fs::rename(files.appRoot(), root / "app");
     fs::rename(files.managerRoot(), root / "tolm");
-    std::string config = faults::appConfig("a");
+    std::string config = operations::appConfig("a");
     config.replace(config.find("\"p1\""), 4, "\"\xff\xfe\xc3(\x80 \"");
     support::writeFile(root / "app.json", config);
     setEnvironment("APP_CONF_FILE", (root / "app.json").c_str());
@@ -111,7 +105,7 @@ TEST_F(EnvironmentVariables, RelativePaths_StartAtTheDirectoryOfTheMoment) {
     setEnvironment("APP_ROOT", "app");
     setEnvironment("TOLM_ROOT", "./tolm");
     fs::current_path(support::testDirectory());
-    EXPECT_EQ(faults::differences(answersFromFiles(), m_whole), "");
+    EXPECT_EQ(operations::differences(answersFromFiles(), m_whole), "");
 
     fs::current_path(elsewhere);
     const Answers moved = answersFromFiles();
@@ -122,8 +116,8 @@ TEST_F(EnvironmentVariables, RelativePaths_StartAtTheDirectoryOfTheMoment) {
     EXPECT_EQ(moved.at("SysConfReader::getLocalPort"), m_whole.at("SysConfReader::getLocalPort"));
 
     fs::current_path(support::testDirectory());
-    EXPECT_EQ(faults::differences(answersFromFiles(), m_whole), "");
-    faults::destroyAll();
+    EXPECT_EQ(operations::differences(answersFromFiles(), m_whole), "");
+    operations::destroyAll();
     fs::current_path(elsewhere);
     expectAnswers(m_none);
     // A directory that is gone has no paths in it.
@@ -134,7 +128,7 @@ TEST_F(EnvironmentVariables, RelativePaths_StartAtTheDirectoryOfTheMoment) {
 }
 
 TEST_F(EnvironmentVariables, ChangedBetweenCalls_QueriesFollowAtOnceAndTheRestAtALoad) {
-    faults::createAll();
+    operations::createAll();
     for (const char* variable : kVariables) {
         setEnvironment(variable, "/nowhere");
     }
@@ -147,12 +141,12 @@ TEST_F(EnvironmentVariables, ChangedBetweenCalls_QueriesFollowAtOnceAndTheRestAt
               m_whole.at("SysConfReader::getDBPassword"));
     EXPECT_EQ(changed.at("SysConfReader_i::GetProductName"),
               m_whole.at("SysConfReader_i::GetProductName"));
-    faults::reloadAll();
+    operations::reloadAll();
     EXPECT_EQ(answersFromFiles().at("SysConfReader::getDBPassword"),
               m_none.at("SysConfReader::getDBPassword"));
     const support::Deployment again; // sets the variables
-    faults::reloadAll();
-    EXPECT_EQ(faults::differences(answersFromFiles(), m_whole), "");
+    operations::reloadAll();
+    EXPECT_EQ(operations::differences(answersFromFiles(), m_whole), "");
 }
 
 } // namespace

@@ -1,10 +1,10 @@
 // Lists whose size is in one place. A query takes time in proportion to a list's size, whatever the
 // list is: one whose time grew with the square would not end before the test's time limit.
 
-#include "faults/Operations.h"
 #include "support/Deployment.h"
 #include "support/EventLibrary.h"
 #include "support/HostAddresses.h"
+#include "support/Operations.h"
 
 #include <gtest/gtest.h>
 
@@ -45,14 +45,14 @@ protected:
     HostileLists() {
         support::setHostAddresses({});
         support::installEventLibrary("recording");
-        files.appConfig(faults::appConfig("own"));
+        files.appConfig(operations::appConfig("own"));
     }
 
-    faults::Answers answersOver(const std::string& list) {
+    operations::Answers answersOver(const std::string& list) {
         files.nodeList(list).managerNodeList(list);
-        faults::createAll();
-        faults::reloadAll();
-        return faults::answers();
+        operations::createAll();
+        operations::reloadAll();
+        return operations::answers();
     }
 
     support::Deployment files;
@@ -63,16 +63,16 @@ const std::string kTags =
 constexpr std::size_t kMany = 100000;
 
 TEST_F(HostileLists, ManyMembersAndTagsInOneEntry_AnswersOfEachTagOnce) {
-    const faults::Answers once = answersOver(listOf(entry("A", 0, kTags)));
+    const operations::Answers once = answersOver(listOf(entry("A", 0, kTags)));
     const std::string many = listOf(entry("A", 3 * kMany, times(kMany / 7, kTags)));
-    EXPECT_EQ(faults::differences(answersOver(many), once), "");
+    EXPECT_EQ(operations::differences(answersOver(many), once), "");
 }
 
 TEST_F(HostileLists, LongAddressWithManyTags_AnswersOfEachTagOnce) {
     const std::string address(2000000, 'A');
-    const faults::Answers once = answersOver(listOf(entry(address, 0, kTags)));
+    const operations::Answers once = answersOver(listOf(entry(address, 0, kTags)));
     const std::string many = listOf(entry(address, 0, times(kMany / 7, kTags)));
-    EXPECT_TRUE(faults::differences(answersOver(many), once).empty());
+    EXPECT_TRUE(operations::differences(answersOver(many), once).empty());
 }
 
 } // namespace

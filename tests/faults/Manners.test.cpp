@@ -1,10 +1,10 @@
 // What the library leaves alone in its caller's process, and what of that process it does not mind.
 
-#include "faults/Operations.h"
 #include "support/Deployment.h"
 #include "support/EventLibrary.h"
 #include "support/FileCalls.h"
 #include "support/HostAddresses.h"
+#include "support/Operations.h"
 #include "support/TestDirectory.h"
 
 #include <gmock/gmock.h>
@@ -27,7 +27,7 @@ extern char** environ;
 namespace {
 
 namespace fs = std::filesystem;
-using faults::Answers;
+using operations::Answers;
 
 /// What belongs to the process, by name, as text.
 using Possessions = std::map<std::string, std::string>;
@@ -76,29 +76,26 @@ Possessions possessions() {
 
 /// Everything once: every operation, in an order that leaves all existing.
 void callEverything() {
-    for (const faults::Operation& operation : faults::operations()) {
-        faults::createAll();
-        if (operation.prepare != nullptr) {
-            operation.prepare();
-        }
-        faults::Outputs outputs;
+    for (const operations::Operation& operation : operations::all()) {
+        operations::prepare(operation);
+        operations::Outputs outputs = operations::outputs();
         operation.call(outputs);
     }
-    faults::destroyAll();
+    operations::destroyAll();
 }
 
 /// A program of which everything goes well at first and then goes wrong in every way.
 class Manners : public testing::Test {
 protected:
     Manners() {
-        support::setHostAddresses({faults::kSourceAddress});
+        support::setHostAddresses({operations::kSourceAddress});
         support::installEventLibrary("recording");
-        faults::writeFiles(files, "standby");
+        operations::writeFiles(files, "standby");
     }
 
     void callEverythingWellAndBadly() {
         callEverything();
-        for (const fs::path& path : faults::paths(files)) {
+        for (const fs::path& path : operations::paths(files)) {
             for (const char* text : {"", "{", "[1,2]", R"({"nodeList":7,"databases":"x"})",
                                      R"({"nodeList":{"":[]},"processes":{"p1":[]}})"}) {
                 support::writeFile(path, text);
@@ -117,9 +114,9 @@ protected:
 
     /// With the fault there, some database queries throw what they promise to throw.
     static void callUnlessItThrows() {
-        faults::reloadAll();
-        faults::answers();
-        faults::destroyAll();
+        operations::reloadAll();
+        operations::answers();
+        operations::destroyAll();
     }
 
     support::Deployment files;
@@ -131,14 +128,14 @@ TEST_F(Manners, PasswordOfAWrongType_IsNotToldByWhatIsThrown) {
                         std::string(password) + R"(,"accessPort":"s3cret","type":["s3cret"],
                         "instanceExt":"s3cret"}]},"processes":{"p1":{"local":{"port":"s3cret"}}}})");
         std::size_t thrown = 0;
-        for (const auto& [symbol, answer] : faults::answers()) {
+        for (const auto& [symbol, answer] : operations::answers()) {
             if (answer.starts_with("throws")) {
                 EXPECT_THAT(answer, testing::Not(testing::HasSubstr("s3cret"))) << symbol;
                 ++thrown;
             }
         }
         EXPECT_EQ(thrown, 4U) << password;
-        faults::destroyAll();
+        operations::destroyAll();
     }
 }
 
@@ -186,7 +183,7 @@ TEST_F(Manners, EverythingWellAndBadly_WritesNothing) {
 
 TEST_F(Manners, EverythingWellAndBadly_LeavesTheProcessAsItIs) {
     // The first use loads the event library, whose runtime may have needs of its own.
-    faults::createAll();
+    operations::createAll();
     const Possessions before = possessions();
     ASSERT_GT(before.size(), 70U);
     callEverythingWellAndBadly();
@@ -204,17 +201,17 @@ TEST_F(Manners, EveryOpenedFile_IsClosedOnExec) {
 }
 
 TEST_F(Manners, StandardDescriptorsClosed_AnswersAsEver) {
-    const Answers expected = faults::answers();
-    faults::destroyAll();
+    const Answers expected = operations::answers();
+    operations::destroyAll();
     std::fflush(nullptr);
     std::array<int, 3> saved{};
     for (int descriptor = 0; descriptor < 3; ++descriptor) {
         saved[static_cast<std::size_t>(descriptor)] = ::fcntl(descriptor, F_DUPFD_CLOEXEC, 100);
         ::close(descriptor);
     }
-    const Answers first = faults::answers();
-    faults::reloadAll();
-    const Answers again = faults::answers();
+    const Answers first = operations::answers();
+    operations::reloadAll();
+    const Answers again = operations::answers();
     std::array<bool, 3> closed{};
     for (int descriptor = 0; descriptor < 3; ++descriptor) {
         closed[static_cast<std::size_t>(descriptor)] = ::fcntl(descriptor, F_GETFD) == -1;
@@ -222,8 +219,8 @@ TEST_F(Manners, StandardDescriptorsClosed_AnswersAsEver) {
         ::close(saved[static_cast<std::size_t>(descriptor)]);
     }
     EXPECT_THAT(closed, testing::Each(true));
-    EXPECT_EQ(faults::differences(first, expected), "");
-    EXPECT_EQ(faults::differences(again, expected), "");
+    EXPECT_EQ(operations::differences(first, expected), "");
+    EXPECT_EQ(operations::differences(again, expected), "");
 }
 
 /// While it lives, the process can open nothing any more.
@@ -262,8 +259,8 @@ TEST_F(Manners, DescriptorsUsedUp_AnswersAsWithoutFiles) {
     fs::rename(files.appRoot(), aside.string() + "-app");
     fs::rename(files.managerRoot(), aside.string() + "-manager");
     support::setInitResult(-1);
-    const Answers without = faults::answers();
-    faults::destroyAll();
+    const Answers without = operations::answers();
+    operations::destroyAll();
     support::setInitResult(0);
     fs::rename(aside, files.appConfigPath());
     fs::rename(aside.string() + "-app", files.appRoot());
@@ -272,26 +269,26 @@ TEST_F(Manners, DescriptorsUsedUp_AnswersAsWithoutFiles) {
     Answers again;
     {
         const DescriptorsUsedUp none;
-        first = faults::answers();
-        faults::reloadAll();
-        again = faults::answers();
+        first = operations::answers();
+        operations::reloadAll();
+        again = operations::answers();
     }
-    EXPECT_EQ(faults::differences(first, without), "");
-    EXPECT_EQ(faults::differences(again, without), "");
-    faults::reloadAll();
-    const Answers after = faults::answers();
-    faults::destroyAll();
-    EXPECT_EQ(faults::differences(after, faults::answers()), "");
+    EXPECT_EQ(operations::differences(first, without), "");
+    EXPECT_EQ(operations::differences(again, without), "");
+    operations::reloadAll();
+    const Answers after = operations::answers();
+    operations::destroyAll();
+    EXPECT_EQ(operations::differences(after, operations::answers()), "");
     EXPECT_TRUE(support::subscribed());
 }
 
 TEST_F(Manners, DescriptorsUsedUpBetweenTwoLoads_LoadedValuesStay) {
-    const Answers before = faults::answers();
+    const Answers before = operations::answers();
     Answers during;
     {
         const DescriptorsUsedUp none;
-        during = faults::answers();
-        faults::reloadAll();
+        during = operations::answers();
+        operations::reloadAll();
     }
     for (const char* loaded :
          {"SysConfReader::getLocalPort", "SysConfReader::getMaintenanceIPAddress",
@@ -299,8 +296,8 @@ TEST_F(Manners, DescriptorsUsedUpBetweenTwoLoads_LoadedValuesStay) {
           "SysConfReader_i::GetMasterInternalServiceIP"}) {
         EXPECT_EQ(during.at(loaded), before.at(loaded));
     }
-    EXPECT_EQ(during.at("SysConfReader::getLocalIPByUsage"), "0  null\n");
-    EXPECT_EQ(faults::answers().at("SysConfReader::getLocalPort"),
+    EXPECT_EQ(during.at("SysConfReader::getLocalIPByUsage"), operations::Outputs().toText());
+    EXPECT_EQ(operations::answers().at("SysConfReader::getLocalPort"),
               before.at("SysConfReader::getLocalPort"));
 }
 
@@ -331,9 +328,9 @@ struct DecimalComma : std::numpunct<char> {
 
 TEST_F(Manners, DecimalCommaInBothLocales_AnswersAsEver) {
     writeNumbers(files);
-    const Answers expected = faults::answers();
-    EXPECT_EQ(expected.at("SysConfReader::getDBType"), "0 1234.5 null\n");
-    faults::destroyAll();
+    const Answers expected = operations::answers();
+    EXPECT_NE(expected.at("SysConfReader::getDBType").find("\"1234.5\""), std::string::npos);
+    operations::destroyAll();
 
     support::setEnvironment("LOCPATH", SYSCONF_TEST_LOCALES);
     std::locale::global(std::locale(std::locale::classic(), new DecimalComma));
@@ -343,14 +340,14 @@ TEST_F(Manners, DecimalCommaInBothLocales_AnswersAsEver) {
     grouped << 1234567 << " " << 0.5;
     ASSERT_EQ(grouped.str(), "1.234.567 0,5");
 
-    const Answers first = faults::answers();
-    faults::reloadAll();
-    const Answers again = faults::answers();
-    faults::destroyAll();
+    const Answers first = operations::answers();
+    operations::reloadAll();
+    const Answers again = operations::answers();
+    operations::destroyAll();
     EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "de_DE.UTF-8");
     std::locale::global(std::locale::classic());
-    EXPECT_EQ(faults::differences(first, expected), "");
-    EXPECT_EQ(faults::differences(again, expected), "");
+    EXPECT_EQ(operations::differences(first, expected), "");
+    EXPECT_EQ(operations::differences(again, expected), "");
 }
 
 } // namespace

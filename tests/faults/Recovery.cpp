@@ -1,10 +1,10 @@
 #include "faults/Recovery.h"
 
-#include "support/Resources.h"
-#include "faults/Operations.h"
 #include "support/Deployment.h"
 #include "support/HostAddresses.h"
 #include "support/LockFaults.h"
+#include "support/Operations.h"
+#include "support/Resources.h"
 #include "support/TestDirectory.h"
 
 #include <gtest/gtest.h>
@@ -33,6 +33,7 @@ bool takesItsTime() {
 namespace {
 
 namespace fs = std::filesystem;
+using namespace operations;
 using Clock = std::chrono::steady_clock;
 using support::Call;
 using support::CallFault;
@@ -90,15 +91,6 @@ struct Undisturbed {
 constexpr const char* kBefore = "before";
 constexpr const char* kDuring = "standby";
 constexpr const char* kAfter = "after";
-
-/// Without those that depend on the directory of the process.
-Answers answersFromFiles() {
-    Answers all = answers();
-    all.erase("SysConfReader::GetAppRoot");
-    all.erase("SysConfReaderImpl::GetNodeListFilePath");
-    all.erase("SysConfReaderImpl::GetManagerNodeListFilePath");
-    return all;
-}
 
 template <typename Condition>
 bool eventually(Condition condition) {

@@ -8,8 +8,8 @@
 #include "SysConfReaderEvent.h"
 #include "SysConfReaderImpl.h"
 #include "SysConfReader_i.h"
-#include "faults/Operations.h"
 #include "support/Deployment.h"
+#include "support/Operations.h"
 
 #include <gtest/gtest.h>
 
@@ -17,9 +17,9 @@
 
 namespace {
 
-using faults::Effect;
 using faults::Repair;
 using faults::Scenario;
+using operations::Effect;
 using support::Deployment;
 
 std::size_t everyAllocationOr(std::size_t step) {
@@ -29,7 +29,7 @@ std::size_t everyAllocationOr(std::size_t step) {
 void nothing(Deployment& /*files*/) {}
 
 void createAll(Deployment& /*files*/) {
-    faults::createAll();
+    operations::createAll();
 }
 
 /// Nothing of either library has been used in the process.
@@ -50,31 +50,27 @@ std::vector<Scenario> firstUses() {
 
 /// Whether the operation is one that the caller has to repeat: a step of a load, or an event that
 /// it has delivered itself.
-bool isRepeatedByItsCaller(const faults::Operation& operation) {
-    const std::string symbol = operation.symbol;
+bool isRepeatedByItsCaller(const operations::Operation& operation) {
+    const std::string symbol = operation.symbol();
     return symbol.find("::init") != std::string::npos ||
            symbol.find("::Init") != std::string::npos || symbol == "SysConfReaderEventProcessCB";
 }
 
-std::vector<Scenario> operations(Effect effect) {
+std::vector<Scenario> eachOperation(Effect effect) {
     std::vector<Scenario> all;
-    for (const faults::Operation& operation : faults::operations()) {
+    for (const operations::Operation& operation : operations::all()) {
         if (operation.effect != effect) {
             continue;
         }
         Scenario scenario;
-        scenario.name = operation.symbol;
-        scenario.prepare = [prepare = operation.prepare](Deployment&) {
-            faults::createAll();
-            if (prepare != nullptr) {
-                prepare();
-            }
-        };
-        // Made in advance: it is not the operation that takes this memory.
-        scenario.act = [call = operation.call, outputs = std::make_shared<faults::Outputs>()](
-                           Deployment&) { call(*outputs); };
+        scenario.name = operation.name;
+        scenario.prepare = [&operation](Deployment&) { operations::prepare(operation); };
+        // Made in advance: the operation itself does not allocate the outputs.
+        scenario.act = [&operation,
+                        outputs = std::make_shared<operations::Outputs>(operations::outputs())](
+                           Deployment&) { operation.call(*outputs); };
         scenario.repair = isRepeatedByItsCaller(operation) ? Repair::Reload
-                          : std::string(operation.symbol).find("::Reload") != std::string::npos
+                          : operation.name.find("::Reload") != std::string::npos
                               ? Repair::ReloadIfThrown
                               : Repair::None;
         scenario.leavesWork = effect == Effect::Changes;
@@ -87,10 +83,10 @@ std::vector<Scenario> operations(Effect effect) {
 std::vector<Scenario> events() {
     return {{"event",
              [](Deployment& files) {
-                 faults::writeFiles(files, "before");
-                 faults::createAll();
+                 operations::writeFiles(files, "before");
+                 operations::createAll();
              },
-             [](Deployment& files) { faults::writeFiles(files, "standby"); },
+             [](Deployment& files) { operations::writeFiles(files, "standby"); },
              Scenario::Thread::Other}};
 }
 
@@ -129,9 +125,9 @@ std::vector<Scenario> entryPoints() {
              Scenario::Thread::Caller, Repair::None, true},
             {"EventConsumerCBFini during a change",
              [](Deployment& files) {
-                 faults::writeFiles(files, "before");
+                 operations::writeFiles(files, "before");
                  findEntryPoints(files);
-                 faults::writeFiles(files, "standby");
+                 operations::writeFiles(files, "standby");
              },
              [](Deployment&) {
                  g_fini();
@@ -157,20 +153,20 @@ TEST(Recovery, EventWithoutMemory_IsAppliedAndTheNextOneToo) {
 }
 
 TEST(Recovery, LoadsAndDestructionsWhileSystemCallsFail_NextLoadIsWhole) {
-    faults::expectRecovery(operations(Effect::Changes), faults::failingSystemCalls(), 100);
+    faults::expectRecovery(eachOperation(Effect::Changes), faults::failingSystemCalls(), 100);
 }
 
 TEST(Recovery, LoadsAndDestructionsWithoutMemory_NextLoadIsWhole) {
-    faults::expectRecovery(operations(Effect::Changes),
+    faults::expectRecovery(eachOperation(Effect::Changes),
                            faults::failingAllocations(everyAllocationOr(23)), 100);
 }
 
 TEST(Recovery, QueriesWhileSystemCallsFail_NextAnswersAreRight) {
-    faults::expectRecovery(operations(Effect::Answers), faults::failingSystemCalls(), 40);
+    faults::expectRecovery(eachOperation(Effect::Answers), faults::failingSystemCalls(), 40);
 }
 
 TEST(Recovery, QueriesWithoutMemory_NextAnswersAreRight) {
-    faults::expectRecovery(operations(Effect::Answers),
+    faults::expectRecovery(eachOperation(Effect::Answers),
                            faults::failingAllocations(everyAllocationOr(17)), 100);
 }
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "faults/Operations.h"
 #include "support/Deployment.h"
 #include "support/EventLibrary.h"
 #include "support/HostAddresses.h"
+#include "support/Operations.h"
 #include "support/Sanitizers.h"
 
 #include <gtest/gtest.h>
@@ -77,33 +77,33 @@ private:
 class SmallStackTest : public testing::Test {
 protected:
     SmallStackTest() {
-        support::setHostAddresses({kSourceAddress});
+        support::setHostAddresses({operations::kSourceAddress});
         support::installEventLibrary("recording");
     }
 
     /// Every operation answers on the small stack as on the large one of this thread.
     void expectAlike() { expectOnSmallStack(answersAfterAll()); }
 
-    void expectOnSmallStack(const Answers& expected) {
-        Answers there;
+    void expectOnSmallStack(const operations::Answers& expected) {
+        operations::Answers there;
         m_stack.run([&] { there = answersAfterAll(); });
         RecordProperty("stack_used", static_cast<int>(m_stack.used()));
-        EXPECT_EQ(differences(there, expected), "");
+        EXPECT_EQ(operations::differences(there, expected), "");
     }
 
-    static Answers answersAfterAll() {
-        destroyAll();
-        for (const Operation& operation : operations()) {
-            createAll();
+    static operations::Answers answersAfterAll() {
+        operations::destroyAll();
+        for (const operations::Operation& operation : operations::all()) {
+            operations::createAll();
             try {
-                Outputs outputs;
+                operations::Outputs outputs = operations::outputs();
                 operation.call(outputs);
             } catch (const std::exception&) {
                 // A database of a wrong type throws; the headers say so.
             }
         }
-        reloadAll();
-        return answers();
+        operations::reloadAll();
+        return operations::answers();
     }
 
     support::Deployment files;

@@ -10,7 +10,7 @@ using faults::withMember;
 using SmallStack = faults::SmallStackTest;
 
 TEST_F(SmallStack, OrdinaryFiles_EveryOperationAnswers) {
-    faults::writeFiles(files, "standby");
+    operations::writeFiles(files, "standby");
     expectAlike();
 }
 
@@ -19,10 +19,11 @@ TEST_F(SmallStack, SixteenLevels_EveryOperationAnswers) {
         SCOPED_TRACE(objects ? "objects" : "arrays");
         const auto levels = [&](std::size_t above) { return nested(16 - above, objects); };
         files.appConfig(
-            withMember(faults::appConfig("standby"), "another database", "deep", levels(2)));
-        files.nodeList(withMember(faults::nodeList("standby"), "IPAddresses", "deep", levels(3)));
+            withMember(operations::appConfig("standby"), "another database", "deep", levels(2)));
+        files.nodeList(
+            withMember(operations::nodeList("standby"), "IPAddresses", "deep", levels(3)));
         files.managerNodeList(
-            withMember(faults::managerNodeList("standby"), "usage", "usage", levels(5)));
+            withMember(operations::managerNodeList("standby"), "usage", "usage", levels(5)));
         expectAlike();
     }
 }
@@ -37,9 +38,11 @@ TEST_F(SmallStack, WideAndDeep_EveryOperationAnswers) {
         }
         value = wide + "\"deeper\":" + value + "}";
     }
-    files.appConfig(withMember(faults::appConfig("standby"), "another database", "deep", value));
-    files.nodeList(withMember(faults::nodeList("standby"), "HOSTID", "HOSTID", value));
-    files.managerNodeList(withMember(faults::managerNodeList("standby"), "usage", "usage", value));
+    files.appConfig(
+        withMember(operations::appConfig("standby"), "another database", "deep", value));
+    files.nodeList(withMember(operations::nodeList("standby"), "HOSTID", "HOSTID", value));
+    files.managerNodeList(
+        withMember(operations::managerNodeList("standby"), "usage", "usage", value));
     expectAlike();
 }
 

@@ -2,12 +2,12 @@
 // that are not what they should be, one at a time. Whatever it is, the library answers as if the
 // file were not there; and right again afterwards.
 
-#include "faults/Operations.h"
 #include "support/Deployment.h"
 #include "support/EventLibrary.h"
 #include "support/FileCalls.h"
 #include "support/HostAddresses.h"
 #include "support/LocksFree.h"
+#include "support/Operations.h"
 #include "support/TestDirectory.h"
 
 #include <gtest/gtest.h>
@@ -24,7 +24,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-using faults::Answers;
+using operations::Answers;
 
 /// A fault of one file: how it is made and taken away.
 struct Fault {
@@ -36,7 +36,7 @@ struct Fault {
 class SystemCalls : public testing::Test {
 protected:
     SystemCalls() {
-        support::setHostAddresses({faults::kSourceAddress});
+        support::setHostAddresses({operations::kSourceAddress});
         support::installEventLibrary("recording");
     }
 
@@ -47,41 +47,41 @@ protected:
     };
 
     static void expectAlike(const Loads& loads, const Loads& expected) {
-        EXPECT_EQ(faults::differences(loads.first, expected.first), "") << "first load";
-        EXPECT_EQ(faults::differences(loads.again, expected.again), "") << "reload";
+        EXPECT_EQ(operations::differences(loads.first, expected.first), "") << "first load";
+        EXPECT_EQ(operations::differences(loads.again, expected.again), "") << "reload";
     }
 
     Loads loadsUnder(const Fault& fault, const fs::path& path) {
         Loads loads;
-        faults::destroyAll();
+        operations::destroyAll();
         writeAll("standby");
         fault.make(path);
-        loads.first = faults::answers();
+        loads.first = operations::answers();
         fault.end(path);
 
-        faults::destroyAll();
+        operations::destroyAll();
         writeAll("before");
-        faults::createAll();
+        operations::createAll();
         writeAll("standby");
         fault.make(path);
-        faults::reloadAll();
-        loads.again = faults::answers();
+        operations::reloadAll();
+        loads.again = operations::answers();
         fault.end(path);
         support::expectLocksFree();
         return loads;
     }
 
     void writeAll(const std::string& mark) {
-        for (const fs::path& path : faults::paths(files)) {
+        for (const fs::path& path : operations::paths(files)) {
             fs::remove_all(path);
         }
-        faults::writeFiles(files, mark);
+        operations::writeFiles(files, mark);
     }
 
     void expectLikeWithoutTheFile(const std::vector<Fault>& all) {
         const Fault absent{"absent", [](const fs::path& path) { fs::remove(path); }};
         const Fault none{"none", [](const fs::path&) {}};
-        for (const fs::path& path : faults::paths(files)) {
+        for (const fs::path& path : operations::paths(files)) {
             const Loads without = loadsUnder(absent, path);
             const Loads whole = loadsUnder(none, path);
             EXPECT_NE(without.first, whole.first);
@@ -90,14 +90,15 @@ protected:
                 SCOPED_TRACE(fault.name + " of " + path.filename().string());
                 expectAlike(loadsUnder(fault, path), without);
                 writeAll("standby");
-                faults::reloadAll();
-                EXPECT_EQ(faults::differences(faults::answers(), whole.again), "") << "after it";
+                operations::reloadAll();
+                EXPECT_EQ(operations::differences(operations::answers(), whole.again), "")
+                    << "after it";
             }
         }
     }
 
     void expectLikeWithTheFile(const std::vector<Fault>& all) {
-        for (const fs::path& path : faults::paths(files)) {
+        for (const fs::path& path : operations::paths(files)) {
             const Loads whole = loadsUnder({"none", [](const fs::path&) {}}, path);
             for (const Fault& fault : all) {
                 SCOPED_TRACE(fault.name + " of " + path.filename().string());
@@ -254,58 +255,56 @@ TEST_F(SystemCalls, EachSampleCutAtEachByte_LoadsLikeWithoutTheFile) {
         const std::string text = entry.path().extension() == ".json" ? textOf(entry.path()) : "";
         const std::size_t valuable = text.find_last_not_of(" \n") + 1;
         // The role of the sample's file: by its name, "app.json" and the two lists.
-        for (const fs::path& path : faults::paths(files)) {
+        for (const fs::path& path : operations::paths(files)) {
             if (text.empty() || path.filename() != entry.path().filename()) {
                 continue;
             }
             SCOPED_TRACE(entry.path().string());
-            faults::destroyAll();
+            operations::destroyAll();
             writeAll("standby");
             fs::remove(path);
-            const Answers without = faults::answers();
+            const Answers without = operations::answers();
             std::ofstream(path, std::ios::binary) << text;
             for (std::size_t length = valuable; length-- > 0 && !HasFailure();) {
                 SCOPED_TRACE(length);
                 fs::resize_file(path, length);
-                // One question in turn, the lengths of all samples being many; now and then a load.
-                const auto& all = faults::operations();
-                const faults::Operation& operation = all[length % all.size()];
-                if (operation.effect == faults::Effect::Answers) {
-                    faults::Outputs outputs;
+                // Too many lengths for every query at each: one after the other, sometimes a load.
+                const auto& all = operations::all();
+                const operations::Operation& operation = all[length % all.size()];
+                if (operation.effect == operations::Effect::Answers) {
+                    operations::Outputs outputs = operations::outputs();
                     operation.call(outputs);
-                    EXPECT_NE(without.at(operation.symbol).find(outputs.told() + "\n"),
-                              std::string::npos)
-                        << operation.symbol << ": " << outputs.told();
+                    EXPECT_EQ(outputs.toText(), without.at(operation.name)) << operation.name;
                 } else if (length % 3 == 0) {
-                    faults::reloadAll();
+                    operations::reloadAll();
                 }
                 ++cuts;
             }
-            EXPECT_EQ(faults::differences(faults::answers(), without), "");
+            EXPECT_EQ(operations::differences(operations::answers(), without), "");
         }
     }
     EXPECT_GT(cuts, 10000U);
 }
 
 TEST_F(SystemCalls, HostsAddressesCannotBeHad_StandsInForNobody) {
-    faults::writeFiles(files, "standby");
-    const Answers standingIn = faults::answers();
-    faults::destroyAll();
+    operations::writeFiles(files, "standby");
+    const Answers standingIn = operations::answers();
+    operations::destroyAll();
     support::setHostAddresses({});
-    const Answers alone = faults::answers();
+    const Answers alone = operations::answers();
     EXPECT_NE(alone, standingIn);
-    support::setHostAddresses({faults::kSourceAddress});
+    support::setHostAddresses({operations::kSourceAddress});
     for (const int error : {EACCES, EPERM, EMFILE, ENFILE, ENOBUFS, ENOMEM, EAFNOSUPPORT, EINTR,
                             EINVAL, EIO, ENODEV, ENOSYS}) {
         SCOPED_TRACE(error);
-        faults::destroyAll();
+        operations::destroyAll();
         support::failHostAddresses(error);
-        EXPECT_EQ(faults::differences(faults::answers(), alone), "");
-        faults::reloadAll();
-        EXPECT_EQ(faults::differences(faults::answers(), alone), "");
+        EXPECT_EQ(operations::differences(operations::answers(), alone), "");
+        operations::reloadAll();
+        EXPECT_EQ(operations::differences(operations::answers(), alone), "");
         support::failHostAddresses(0);
-        faults::reloadAll();
-        EXPECT_EQ(faults::differences(faults::answers(), standingIn), "");
+        operations::reloadAll();
+        EXPECT_EQ(operations::differences(operations::answers(), standingIn), "");
     }
 }
 

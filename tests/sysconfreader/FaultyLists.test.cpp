@@ -1,5 +1,5 @@
 #include "OwnNode.h"
-#include "Queries.h"
+#include "support/SampleQueries.h"
 #include "support/TestDirectory.h"
 
 #include <gtest/gtest.h>
@@ -18,9 +18,9 @@ using Answers = std::map<std::string, std::string>;
 
 Answers answers() {
     Answers answers;
-    for (const queries::Query& query : queries::all()) {
+    for (const queries::ReaderQuery& query : queries::ofReader()) {
         if (query.reads != queries::Reads::Nothing) {
-            answers[query.name] = query.ask();
+            answers[query.name] = queries::ask(query);
         }
     }
     return answers;
@@ -140,7 +140,7 @@ TEST_F(FaultyLists, HugeList_AnswersLikeASmallOne) {
     const Answers small = answers();
     writeBoth(queries::nodeList("1", 10000));
     const Answers huge = answers();
-    for (const queries::Query& query : queries::reading(queries::Reads::NodeList)) {
+    for (const queries::ReaderQuery& query : queries::reading(queries::Reads::NodeList)) {
         EXPECT_EQ(huge.at(query.name), small.at(query.name)) << query.name;
     }
     std::list<std::string> addresses;

@@ -2,9 +2,9 @@
 // answer is that of the old list, of the new one, or that without a list; never a mixture.
 
 #include "FileWatch.h"
-#include "Queries.h"
 #include "SysConfReader.h"
 #include "support/Deployment.h"
+#include "support/SampleQueries.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -81,36 +81,36 @@ struct Lists {
         SysConfReader::Instance();
     }
 
-    std::filesystem::path pathFor(const queries::Query& query) const {
+    std::filesystem::path pathFor(const queries::ReaderQuery& query) const {
         return query.reads == queries::Reads::NodeList ? files.nodeListPath()
                                                        : files.managerNodeListPath();
     }
 };
 
-std::vector<queries::Query> listQueries() {
-    std::vector<queries::Query> queries = queries::reading(queries::Reads::NodeList);
-    for (const queries::Query& query : queries::reading(queries::Reads::ManagerNodeList)) {
-        queries.push_back(query);
+std::vector<queries::ReaderQuery> listQueries() {
+    std::vector<queries::ReaderQuery> both = queries::reading(queries::Reads::NodeList);
+    for (const queries::ReaderQuery& query : queries::reading(queries::Reads::ManagerNodeList)) {
+        both.push_back(query);
     }
-    return queries;
+    return both;
 }
 
 TEST(FilesInMotion, MovedBetweenCalls_AnswerOfTheNewListAtOnce) {
     const Lists lists;
     const std::string texts[] = {queries::nodeList("a"), queries::nodeList("bb"),
                                  queries::nodeList("c")};
-    for (const queries::Query& query : listQueries()) {
+    for (const queries::ReaderQuery& query : listQueries()) {
         const std::filesystem::path path = lists.pathFor(query);
         std::filesystem::remove(path);
-        const std::string none = query.ask();
+        const std::string none = queries::ask(query);
         for (const auto& [motion, name] : kMotions) {
             for (const std::string& text : texts) {
                 support::writeFile(path, text);
-                const std::string expected = motion == Motion::Deleted ? none : query.ask();
+                const std::string expected = motion == Motion::Deleted ? none : queries::ask(query);
                 support::writeFile(path, texts[0]);
-                query.ask();
+                queries::ask(query);
                 move(motion, path, text);
-                EXPECT_EQ(query.ask(), expected) << query.name << ", " << name;
+                EXPECT_EQ(queries::ask(query), expected) << query.name << ", " << name;
             }
         }
     }
@@ -124,21 +124,21 @@ struct Answers {
     testing::Matcher<std::string> oneOfThem() const { return testing::AnyOf(oldOne, newOne, none); }
 };
 
-Answers quietAnswers(const queries::Query& query, const std::filesystem::path& path,
+Answers quietAnswers(const queries::ReaderQuery& query, const std::filesystem::path& path,
                      const std::string& oldText, const std::string& newText) {
     Answers answers;
     std::filesystem::remove(path);
-    answers.none = query.ask();
+    answers.none = queries::ask(query);
     support::writeFile(path, newText);
-    answers.newOne = query.ask();
+    answers.newOne = queries::ask(query);
     support::writeFile(path, oldText);
-    answers.oldOne = query.ask();
+    answers.oldOne = queries::ask(query);
     return answers;
 }
 
 /// Asks with the file moved right before file call number `at` of the query (from 0); tells the
 /// answer and whether the query made that many calls.
-std::pair<std::string, bool> askWhileMoving(const queries::Query& query, std::size_t at,
+std::pair<std::string, bool> askWhileMoving(const queries::ReaderQuery& query, std::size_t at,
                                             const std::function<void()>& moveIt) {
     std::size_t calls = 0;
     support::FileWatch watch([&](support::FileCall, const std::string&) {
@@ -148,7 +148,7 @@ std::pair<std::string, bool> askWhileMoving(const queries::Query& query, std::si
     });
     // Several reads, so that there is a between.
     watch.limitReads(150);
-    std::string answer = query.ask();
+    std::string answer = queries::ask(query);
     return {std::move(answer), calls > at};
 }
 
@@ -156,7 +156,7 @@ std::pair<std::string, bool> askWhileMoving(const queries::Query& query, std::si
 void moveAtEachFileCall(Motion motion, const std::string& oldText, const std::string& newText,
                         Stamp kind) {
     const Lists lists;
-    for (const queries::Query& query : listQueries()) {
+    for (const queries::ReaderQuery& query : listQueries()) {
         const std::filesystem::path path = lists.pathFor(query);
         const Answers answers = quietAnswers(query, path, oldText, newText);
         bool reached = true;
@@ -238,7 +238,7 @@ std::string withMark(std::string answer, const std::string& from, const std::str
 TEST(FilesInMotion, RewrittenBeforeEachFileCall_AnswerIsOfOneListOrNone) {
     const Lists lists;
     for (const Motion motion : {Motion::TruncatedAndRewritten, Motion::Overwritten}) {
-        for (const queries::Query& query : listQueries()) {
+        for (const queries::ReaderQuery& query : listQueries()) {
             const std::filesystem::path path = lists.pathFor(query);
             const std::string first = queries::nodeList(markOf(0));
             const Answers answers = quietAnswers(query, path, first, first);
@@ -248,7 +248,7 @@ TEST(FilesInMotion, RewrittenBeforeEachFileCall_AnswerIsOfOneListOrNone) {
                     move(motion, path, queries::nodeList(markOf(++calls)));
                 });
                 watch.limitReads(limit);
-                const std::string answer = query.ask();
+                const std::string answer = queries::ask(query);
                 std::set<std::string> whole{answers.none};
                 for (std::size_t n = 0; n <= calls; ++n) {
                     whole.insert(withMark(answers.oldOne, markOf(0), markOf(n)));
@@ -272,7 +272,7 @@ void ask(const Race& race) {
     const Lists lists;
     const std::string texts[] = {queries::nodeList("a", race.furtherNodes),
                                  queries::nodeList("b", race.furtherNodes)};
-    for (const queries::Query& query : listQueries()) {
+    for (const queries::ReaderQuery& query : listQueries()) {
         const std::filesystem::path path = lists.pathFor(query);
         const Answers answers = quietAnswers(query, path, texts[0], texts[1]);
         std::atomic<bool> done{false};
@@ -287,7 +287,7 @@ void ask(const Race& race) {
             }
         });
         for (int question = 0; question < race.questions; ++question) {
-            const std::string answer = query.ask();
+            const std::string answer = queries::ask(query);
             EXPECT_THAT(answer, answers.oneOfThem()) << query.name;
             if (race.motion == Motion::Renamed) {
                 // There is a whole list at any moment.

@@ -72,28 +72,6 @@ TEST(Reload, Loading_HoldsTheWriteLock) {
     expectLocksFree();
 }
 
-TEST(GetSourceNodeId, CalledDirectly_TakesNoLock) {
-    const Deployment deployment;
-    SysConfReader& reader = *SysConfReader::Instance();
-    support::resetLockCounts();
-    std::string sourceNodeId;
-    reader.getSourceNodeId(sourceNodeId);
-    reader.GetAppRoot();
-    const support::LockCounts counts = support::lockCounts();
-    EXPECT_EQ(counts.read + counts.write + counts.unlock, 0U);
-}
-
-TEST(Queries, WhileTheyCopy_HoldTheReadLockOnce) {
-    const Deployment deployment;
-    SysConfReader& reader = *SysConfReader::Instance();
-    support::resetLockCounts();
-    reader.getLocalPort();
-    const support::LockCounts counts = support::lockCounts();
-    EXPECT_EQ(counts.read, 1U);
-    EXPECT_EQ(counts.write, 0U);
-    expectLocksFree();
-}
-
 TEST(Destory, ThenInstance_LoadsAfresh) {
     Deployment deployment;
     writeGeneration(deployment, 1);

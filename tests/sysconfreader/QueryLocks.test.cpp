@@ -1,15 +1,13 @@
 #include "FileWatch.h"
 #include "OwnNode.h"
-#include "Queries.h"
-#include "SysConfReaderImpl.h"
+#include "SysConfReader_i.h"
 #include "support/LockFaults.h"
 #include "support/LocksFree.h"
+#include "support/SampleQueries.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <cstring>
-#include <filesystem>
 
 namespace {
 
@@ -17,8 +15,6 @@ using Quarncommon::SysConfReader;
 using support::FileCall;
 using support::LockCall;
 using support::LockCounts;
-
-constexpr int kErrors[] = {EAGAIN, EDEADLK, EINVAL};
 
 struct Seen {
     LockCounts counts;
@@ -53,8 +49,10 @@ TEST(QueryLocks, EachQuery_HoldsItsReadLocksWhileReadingFiles) {
     support::Deployment files;
     queries::write(files, "1");
     SysConfReader::Instance();
-    for (const queries::Query& query : queries::all()) {
-        const Seen seen = watch(query.ask);
+    // The role queries create it, under its write lock.
+    Quarncommon::SysConfReader_i::Instance();
+    for (const queries::ReaderQuery& query : queries::ofReader()) {
+        const Seen seen = watch([&] { return queries::ask(query); });
         EXPECT_EQ(seen.counts.read, query.readLocks) << query.name;
         EXPECT_EQ(seen.counts.unlock, query.readLocks) << query.name;
         EXPECT_EQ(seen.counts.write, 0U) << query.name;
@@ -70,8 +68,8 @@ TEST(QueryLocks, EachQuery_HoldsItsReadLocksWhileReadingFiles) {
 TEST(QueryLocks, ListsAbsent_OnlyTheServiceAddressTakesItsLockAgain) {
     const OwnNode node;
     SysConfReader::Instance();
-    for (const queries::Query& query : queries::all()) {
-        const Seen seen = watch(query.ask);
+    for (const queries::ReaderQuery& query : queries::ofReader()) {
+        const Seen seen = watch([&] { return queries::ask(query); });
         const bool fallsBack = query.name == std::string("getLocalServiceIP");
         EXPECT_EQ(seen.counts.read, fallsBack ? 2U : query.readLocks) << query.name;
         EXPECT_EQ(seen.mostHeld, query.readLocks) << query.name << ": locks at once";
@@ -85,26 +83,11 @@ TEST(QueryLocks, ManagerRootUnset_LockIsTakenAndNoFileOpened) {
     const OwnNode node;
     SysConfReader::Instance();
     support::setEnvironment("TOLM_ROOT", nullptr);
-    for (const queries::Query& query : queries::reading(queries::Reads::ManagerNodeList)) {
-        const Seen seen = watch(query.ask);
+    for (const queries::ReaderQuery& query : queries::reading(queries::Reads::ManagerNodeList)) {
+        const Seen seen = watch([&] { return queries::ask(query); });
         EXPECT_EQ(seen.counts.read, 1U) << query.name;
         EXPECT_EQ(seen.opens, 0U) << query.name;
         support::expectNoLockHeld(query.name);
-    }
-}
-
-TEST(QueryLocks, RoleAnswers_TakeOnlyTheReadLockOfTheRoleReader) {
-    const OwnNode node;
-    const SysConfReader& reader = *SysConfReader::Instance();
-    reader.GetMasterInternalServiceIP();
-    for (const bool master : {true, false}) {
-        const Seen seen = watch([&] {
-            return master ? reader.GetMasterInternalServiceIP()
-                          : reader.GetStandbyInternalServiceIP();
-        });
-        EXPECT_EQ(seen.counts.read, 1U);
-        EXPECT_EQ(seen.counts.write, 0U);
-        support::expectNoLockHeld(master ? "master" : "standby");
     }
 }
 
@@ -124,7 +107,7 @@ TEST(QueryLocks, DatabaseQueriesThatThrow_ReleaseTheLock) {
     EXPECT_EQ(support::lockCounts().read, 8U);
     EXPECT_EQ(support::lockCounts().unlock, 8U);
     support::expectNoLockHeld("exceptions");
-    for (const int error : kErrors) {
+    for (const int error : {EAGAIN, EDEADLK, EINVAL}) {
         support::failLockCalls(LockCall::Read, error);
         errno = 0;
         EXPECT_THROW(reader.getDBLib("db", 0), Json::LogicError);
@@ -140,89 +123,12 @@ TEST(QueryLocks, WrongTypes_ReleaseTheLock) {
                              R"({"nodeList":{"n1":{"IPAddresses":[7]}}})"}) {
         node.files.nodeList(list).managerNodeList(list);
         SysConfReader::Instance();
-        for (const queries::Query& query : queries::all()) {
-            const Seen seen = watch(query.ask);
+        Quarncommon::SysConfReader_i::Instance();
+        for (const queries::ReaderQuery& query : queries::ofReader()) {
+            const Seen seen = watch([&] { return queries::ask(query); });
             EXPECT_EQ(seen.counts.read, seen.counts.unlock) << query.name << ' ' << list;
             support::expectNoLockHeld(query.name);
         }
-    }
-}
-
-struct Faulty {
-    std::string answer;
-    int error = 0;
-};
-
-Faulty askWithFault(const queries::Query& query, LockCall call, int error) {
-    if (call == LockCall::Unlock) {
-        support::misreportUnlocks(error);
-    } else {
-        support::failLockCalls(call, error);
-    }
-    errno = 0;
-    Faulty faulty{query.ask(), errno};
-    support::misreportUnlocks(0);
-    support::failLockCalls(call, 0);
-    return faulty;
-}
-
-void expectAnswersInSpite(LockCall call) {
-    SysConfReader::Instance();
-    for (const queries::Query& query : queries::all()) {
-        const std::string expected = query.ask();
-        for (const int error : kErrors) {
-            support::resetLockCounts();
-            const Faulty faulty = askWithFault(query, call, error);
-            EXPECT_EQ(faulty.answer, expected) << query.name << ": " << std::strerror(error);
-            if (query.readLocks > 0) {
-                EXPECT_EQ(faulty.error, error) << query.name;
-            }
-            if (call == LockCall::Read) {
-                EXPECT_EQ(support::lockCounts().unlock, 0U) << query.name;
-            }
-            support::expectNoLockHeld(query.name);
-        }
-    }
-}
-
-TEST(QueryLockFaults, ReadLockFails_SetsErrnoAndAnswersCorrectly) {
-    support::Deployment files;
-    queries::write(files, "1");
-    expectAnswersInSpite(LockCall::Read);
-}
-
-TEST(QueryLockFaults, ReadLockFailsWithoutLists_ErrnoIsThatOfTheLock) {
-    const OwnNode node;
-    expectAnswersInSpite(LockCall::Read);
-}
-
-TEST(QueryLockFaults, ReadLockFailsWithoutManagerRoot_NothingIsUnlocked) {
-    const OwnNode node;
-    SysConfReader::Instance();
-    support::setEnvironment("TOLM_ROOT", nullptr);
-    expectAnswersInSpite(LockCall::Read);
-}
-
-TEST(QueryLockFaults, UnlockFails_SetsErrnoAndAnswersCorrectly) {
-    support::Deployment files;
-    queries::write(files, "1");
-    expectAnswersInSpite(LockCall::Unlock);
-}
-
-TEST(QueryLockFaults, RoleAnswers_SetErrnoAndAnswerCorrectly) {
-    OwnNode node;
-    node.files.managerNodeList(R"({"nodeList":{
-        "a":{"extAttr":{"hostType":"master","domain_node_type":"ACCESS_Master"},
-             "IPAddresses":[{"IP":"10.1.0.1","usage":["internal_service"]}]}}})");
-    const SysConfReader& reader = node.reader();
-    ASSERT_EQ(reader.GetMasterInternalServiceIP(), "10.1.0.1");
-    for (const int error : kErrors) {
-        support::failLockCalls(LockCall::Read, error);
-        errno = 0;
-        EXPECT_EQ(reader.GetMasterInternalServiceIP(), "10.1.0.1");
-        EXPECT_EQ(errno, error);
-        support::failLockCalls(LockCall::Read, 0);
-        support::expectNoLockHeld("role answer");
     }
 }
 

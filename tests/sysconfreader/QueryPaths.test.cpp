@@ -1,6 +1,6 @@
 #include "FileWatch.h"
 #include "OwnNode.h"
-#include "Queries.h"
+#include "support/SampleQueries.h"
 #include "support/TestDirectory.h"
 
 #include <gmock/gmock.h>
@@ -29,8 +29,8 @@ Paths opened(const std::function<void()>& step) {
     return paths;
 }
 
-Paths openedBy(const queries::Query& query) {
-    return opened([&] { query.ask(); });
+Paths openedBy(const queries::ReaderQuery& query) {
+    return opened([&] { queries::ask(query); });
 }
 
 TEST(QueryPaths, AppRootOfEachForm_IsConcatenatedVerbatim) {
@@ -46,7 +46,7 @@ TEST(QueryPaths, AppRootOfEachForm_IsConcatenatedVerbatim) {
     };
     for (const auto& [root, expected] : rows) {
         support::setEnvironment("APP_ROOT", root);
-        for (const queries::Query& query : queries::reading(queries::Reads::NodeList)) {
+        for (const queries::ReaderQuery& query : queries::reading(queries::Reads::NodeList)) {
             EXPECT_THAT(openedBy(query), ElementsAre(expected)) << query.name;
         }
     }
@@ -64,7 +64,8 @@ TEST(QueryPaths, ManagerRootOfEachForm_IsConcatenatedVerbatimAndUnsetOpensNothin
     };
     for (const auto& [root, expected] : rows) {
         support::setEnvironment("TOLM_ROOT", root);
-        for (const queries::Query& query : queries::reading(queries::Reads::ManagerNodeList)) {
+        for (const queries::ReaderQuery& query :
+             queries::reading(queries::Reads::ManagerNodeList)) {
             EXPECT_EQ(openedBy(query), expected) << query.name;
         }
     }
@@ -75,8 +76,8 @@ TEST(QueryPaths, RootsWithSlashOrRelative_AreFound) {
     queries::write(files, "1");
     SysConfReader::Instance();
     std::map<std::string, std::string> expected;
-    for (const queries::Query& query : queries::all()) {
-        expected[query.name] = query.ask();
+    for (const queries::ReaderQuery& query : queries::ofReader()) {
+        expected[query.name] = queries::ask(query);
     }
     expected.erase("GetAppRoot");
     std::filesystem::current_path(support::testDirectory());
@@ -85,9 +86,9 @@ TEST(QueryPaths, RootsWithSlashOrRelative_AreFound) {
                                 relative ? "app" : (files.appRoot().string() + "/").c_str());
         support::setEnvironment("TOLM_ROOT",
                                 relative ? "tolm" : (files.managerRoot().string() + "/").c_str());
-        for (const queries::Query& query : queries::all()) {
+        for (const queries::ReaderQuery& query : queries::ofReader()) {
             if (expected.count(query.name) != 0) {
-                EXPECT_EQ(query.ask(), expected[query.name]) << query.name;
+                EXPECT_EQ(queries::ask(query), expected[query.name]) << query.name;
             }
         }
     }
@@ -125,7 +126,7 @@ TEST(QueryPaths, DatabaseAndLoadedValues_ReadNoFile) {
     support::Deployment files;
     queries::write(files, "1");
     SysConfReader::Instance();
-    for (const queries::Query& query : queries::reading(queries::Reads::Nothing)) {
+    for (const queries::ReaderQuery& query : queries::reading(queries::Reads::Nothing)) {
         EXPECT_THAT(openedBy(query), IsEmpty()) << query.name;
     }
 }

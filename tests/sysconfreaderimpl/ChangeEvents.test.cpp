@@ -280,25 +280,6 @@ TEST(ChangeEvent, LibraryThrowsWhileTheReaderIsCreated_LeavesNoReader) {
     EXPECT_EQ(SysConfReader::Instance()->getLocalPort(), 4001);
 }
 
-TEST(ChangeEvent, LocksFail_IsAppliedAllTheSame) {
-    for (const support::LockCall call : {support::LockCall::Read, support::LockCall::Write}) {
-        for (const int error : {EAGAIN, EDEADLK, EINVAL}) {
-            SCOPED_TRACE(testing::Message()
-                         << "kind " << static_cast<int>(call) << ", error " << error);
-            Deployment deployment;
-            SysConfReader::Destory();
-            loadOneWriteTwo(deployment);
-            SysConfReaderImpl* roles = SysConfReaderImpl::Instance();
-            support::failLockCalls(call, error);
-            EXPECT_EQ(SysConfReaderEventProcessCB(kEvent, "", "", roles), 0);
-            support::failLockCalls(call, 0);
-            expectLocksFree();
-            EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(2));
-            EXPECT_EQ(support::loadedValues(deployment), support::sampleLoadedValues(2));
-        }
-    }
-}
-
 /// Starts a delivery on another thread as soon as the subscription stands, that is, in the middle
 /// of the first load, which goes on only when the delivery is about to call.
 class DeliveryDuringTheLoad {

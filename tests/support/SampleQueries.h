@@ -1,0 +1,35 @@
+#pragma once
+
+#include "SysConfReader.h"
+#include "support/Queries.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace support {
+class Deployment;
+}
+
+/// Every query of SysConfReader, asked of files in which every answer but the ports contains a
+/// mark.
+namespace queries {
+
+using ReaderQuery = Query<Quarncommon::SysConfReader>;
+
+inline const std::vector<ReaderQuery>& ofReader() {
+    return all<Quarncommon::SysConfReader>();
+}
+std::vector<ReaderQuery> reading(Reads reads);
+
+/// Returns the answer of SysConfReader::Instance() as text. The outputs are "old" before the call.
+std::string ask(const ReaderQuery& query);
+
+/// The three files for process "p1" on node "n1". The lists have that many further nodes, which
+/// contain `mark` too. Either list can serve as both.
+std::string appConfig(const std::string& mark);
+std::string nodeList(const std::string& mark, std::size_t furtherNodes = 0);
+
+void write(support::Deployment& files, const std::string& mark);
+
+} // namespace queries
