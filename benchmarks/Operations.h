@@ -2,14 +2,15 @@
 
 #include "Environment.h"
 #include "Suite.h"
-#include "Text.h"
+#include "support/Queries.h"
 
 #include <initializer_list>
 #include <list>
-#include <map>
 #include <set>
+#include <stdexcept>
 #include <string>
-#include <utility>
+#include <string_view>
+#include <vector>
 
 /// The measured operations. `Reader` and `Roles` are the classes of the product or of the baseline,
 /// whose operations have the same names.
@@ -25,11 +26,17 @@ struct Singletons {
     static std::string loaded() {
         Reader& r = reader();
         Roles& o = roles();
-        return text(r.getFloatNodeId()) + text(r.getMaintenanceIPAddress()) +
-               text(r.getLocalHostTagName()) + text(r.getLocalPort()) +
-               text(r.getDBAccessPort("inventory", 0)) + text(r.getDBUserName("alarms", 1)) +
-               text(o.GetLocalInternalServiceIP()) + text(o.GetMasterInternalServiceIP()) +
-               text(o.GetStandbyInternalServiceIP()) + text(o.GetProductName());
+        const std::string port = std::to_string(r.getLocalPort());
+        const std::string accessPort = std::to_string(r.getDBAccessPort("inventory", 0));
+        std::string all;
+        for (const std::string& value :
+             {r.getFloatNodeId(), r.getMaintenanceIPAddress(), r.getLocalHostTagName(), port,
+              accessPort, r.getDBUserName("alarms", 1), o.GetLocalInternalServiceIP(),
+              o.GetMasterInternalServiceIP(), o.GetStandbyInternalServiceIP(),
+              o.GetProductName()}) {
+            all += value + '\n';
+        }
+        return all;
     }
 };
 
@@ -49,71 +56,104 @@ std::string withFilesOnlyFor(std::initializer_list<const char*> variables, Run r
     return S::loaded();
 }
 
-/// A query `op(reader)`. Each run copies `op`; values that it captures are reused within the run.
-template <typename S, typename Op>
-Operation query(std::string name, Op op, bool threads = false) {
-    return {std::move(name), [op]() mutable { return text(op(S::reader())); },
-            [op](benchmark::State& state) {
-                Op own = op;
-                auto& reader = S::reader();
-                if (state.max_iterations > 1) {
-                    benchmark::DoNotOptimize(own(reader));
-                }
-                for (auto _ : state) {
-                    benchmark::DoNotOptimize(own(reader));
-                }
-            },
-            threads};
-}
+/// A measured query: its name in the results, and its name and arguments in the table of all
+/// queries.
+struct Measured {
+    const char* name;
+    const char* query;
+    queries::Arguments with{};
+    std::set<std::string> tags{};
+    /// Whether a call adds to the outputs of the one before, which are cleared therefore.
+    bool accumulates = false;
+    bool threads = false;
+};
 
-template <typename S>
-void addLocalQueries(Suite& suite) {
-    suite.add(query<S>(
-        "getLocalIPByUsage",
-        [usage = std::string("southbound3")](auto& r) { return r.getLocalIPByUsage(usage); },
-        true));
-    suite.add(query<S>("getLocalMaintenanceIP", [](auto& r) { return r.getLocalMaintenanceIP(); }));
-    suite.add(query<S>("getLocalServiceIP", [](auto& r) { return r.getLocalServiceIP(); }));
-    suite.add(query<S>("getLocalService2IP", [](auto& r) { return r.getLocalService2IP(); }));
-    suite.add(query<S>("getLocalNorthIP", [](auto& r) { return r.getLocalNorthIP(); }));
-    suite.add(query<S>("getLocalNodeIPs-1", [prefix = std::string("northbound")](auto& r) {
-        std::map<int, std::string> indexed;
-        std::pair<std::string, std::string> service;
-        r.getLocalNodeIPs(prefix, indexed, service.first, service.second);
-        return std::make_pair(std::move(indexed), std::move(service));
-    }));
-    suite.add(query<S>("getLocalSouthIP", [](auto& r) { return r.getLocalSouthIP(); }));
-    suite.add(query<S>(
-        "getLocalNodeIPs-2",
-        [usageIPs = std::map<std::string, std::string>()](auto& r) mutable -> const auto& {
-            r.getLocalNodeIPs(usageIPs);
-            return usageIPs;
-        }));
-    suite.add(query<S>("getSourceNodeId", [](auto& r) {
-        std::string id;
-        r.getSourceNodeId(id);
-        return id;
-    }));
-}
-
-template <typename S>
-void addManagerQueries(Suite& suite) {
-    const auto addressesOf = [](const char* valuePrefix) {
-        return
-            [field = std::string("assignedToTenancy"), prefix = std::string(valuePrefix)](auto& r) {
-                std::list<std::string> addresses;
-                const int status = r.getIPAddresses(field, prefix, addresses);
-                return std::make_pair(status, std::move(addresses));
-            };
+inline const std::vector<Measured>& measuredQueries() {
+    static const std::vector<Measured> all{
+        {.name = "getLocalIPByUsage",
+         .query = "getLocalIPByUsage",
+         .with = {.tag = "southbound3"},
+         .threads = true},
+        {.name = "getLocalMaintenanceIP", .query = "getLocalMaintenanceIP"},
+        {.name = "getLocalServiceIP", .query = "getLocalServiceIP"},
+        {.name = "getLocalService2IP", .query = "getLocalService2IP"},
+        {.name = "getLocalNorthIP", .query = "getLocalNorthIP"},
+        {.name = "getLocalNodeIPs-1",
+         .query = "getLocalNodeIPs by number",
+         .with = {.prefix = "northbound"},
+         .accumulates = true},
+        {.name = "getLocalSouthIP", .query = "getLocalSouthIP"},
+        // Measured with a map that has the keys already.
+        {.name = "getLocalNodeIPs-2", .query = "getLocalNodeIPs by tag"},
+        {.name = "getSourceNodeId", .query = "getSourceNodeId"},
+        {.name = "getIPAddresses-quarter",
+         .query = "getIPAddresses",
+         .with = {.field = "assignedToTenancy", .valuePrefix = "tenancy-0"},
+         .accumulates = true},
+        {.name = "getIPAddresses-all",
+         .query = "getIPAddresses",
+         .with = {.field = "assignedToTenancy", .valuePrefix = "tenancy-"},
+         .accumulates = true},
+        {.name = "getAllFloatIP",
+         .query = "getAllFloatIP",
+         .tags = {"service", "northbound"},
+         .accumulates = true},
+        {.name = "loaded-text", .query = "getMaintenanceIPAddress"},
+        {.name = "loaded-number", .query = "getLocalPort"},
+        {.name = "database-text",
+         .query = "getDBUserName",
+         .with = {.database = "alarms", .index = 1}},
+        {.name = "database-number",
+         .query = "getDBAccessPort",
+         .with = {.database = "alarms", .index = 1}},
     };
-    suite.add(query<S>("getIPAddresses-quarter", addressesOf("tenancy-0")));
-    suite.add(query<S>("getIPAddresses-all", addressesOf("tenancy-")));
-    suite.add(query<S>("getAllFloatIP",
-                       [usages = std::set<std::string>{"service", "northbound"}](auto& r) {
-                           std::map<std::string, std::set<std::string>> floatIPs;
-                           const int status = r.getAllFloatIP(usages, floatIPs);
-                           return std::make_pair(status, std::move(floatIPs));
-                       }));
+    return all;
+}
+
+template <typename Reader>
+const queries::Query<Reader>& queryNamed(const char* name) {
+    for (const queries::Query<Reader>& query : queries::all<Reader>()) {
+        if (std::string_view(query.name) == name) {
+            return query;
+        }
+    }
+    throw std::invalid_argument(name);
+}
+
+template <typename Reader, typename S>
+void addQueries(Suite& suite) {
+    for (const Measured& measured : measuredQueries()) {
+        const queries::Query<Reader>& query = queryNamed<Reader>(measured.query);
+        const auto answer = [&measured, &query] {
+            queries::Outputs out;
+            out.tags = measured.tags;
+            query.call(S::reader(), measured.with, out);
+            return out.toText();
+        };
+        const auto time = [&measured, &query](benchmark::State& state) {
+            Reader& reader = S::reader();
+            queries::Outputs out;
+            const auto run = [&] {
+                if (measured.accumulates) {
+                    out = queries::Outputs();
+                    out.tags = measured.tags;
+                }
+                query.call(reader, measured.with, out);
+                benchmark::DoNotOptimize(out);
+            };
+            if (state.max_iterations > 1) {
+                run();
+            }
+            for (auto _ : state) {
+                run();
+            }
+        };
+        suite.add({measured.name, answer, time, measured.threads});
+    }
+}
+
+template <typename S>
+void addLoads(Suite& suite) {
     suite.add({"master-and-standby",
                [] {
                    return withFilesOnlyFor<S>({"TOLM_ROOT"}, [] {
@@ -127,10 +167,6 @@ void addManagerQueries(Suite& suite) {
                        roles.InitMasterAndStandyNodeId();
                    }
                }});
-}
-
-template <typename S>
-void addLoads(Suite& suite) {
     suite.add({"first-use",
                [] {
                    S::forget();
@@ -157,25 +193,11 @@ void addLoads(Suite& suite) {
                }});
 }
 
-template <typename S>
-void addLoadedValues(Suite& suite) {
-    suite.add(query<S>("loaded-text", [](auto& r) { return r.getMaintenanceIPAddress(); }));
-    suite.add(query<S>("loaded-number", [](auto& r) { return r.getLocalPort(); }));
-    suite.add(query<S>("database-text", [name = std::string("alarms")](auto& r) {
-        return r.getDBUserName(name, 1);
-    }));
-    suite.add(query<S>("database-number", [name = std::string("alarms")](auto& r) {
-        return r.getDBAccessPort(name, 1);
-    }));
-}
-
 template <typename Reader, typename Roles>
 void addOperations(Suite& suite) {
     using S = Singletons<Reader, Roles>;
-    addLocalQueries<S>(suite);
-    addManagerQueries<S>(suite);
+    addQueries<Reader, S>(suite);
     addLoads<S>(suite);
-    addLoadedValues<S>(suite);
 }
 
 } // namespace bench

@@ -2,9 +2,8 @@
 // address needs in a fresh process. The singletons are loaded without a node list, so that the
 // query is the first to read it.
 
+#include "Baseline.h"
 #include "Environment.h"
-#include "Variants.h"
-#include "baseline/SysConfReader.h"
 #include "generator/Deployment.h"
 
 #include <SysConfReader.h>
@@ -58,7 +57,7 @@ int main(int argc, char** argv) {
         if (variant == "product") {
             measure<Quarncommon::SysConfReader>("product", argv[2]);
         } else {
-            measure<baseline::SysConfReader>("baseline", argv[2]);
+            measure<bench::Baseline>("baseline", argv[2]);
         }
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s: %s\n", argv[0], error.what());

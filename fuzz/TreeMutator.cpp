@@ -4,7 +4,7 @@
 
 #include "Parts.h"
 
-#include "rules/RandomLists.h"
+#include "comparison/RandomLists.h"
 
 #include <JsonReader.h>
 

@@ -5,8 +5,8 @@
 // An input has parts, with a line "%%" between them: lines that change the environment or hold
 // arguments, the three files of the first load, and, unless left out, those of the reload.
 
-#include "Deployment.h"
 #include "Parts.h"
+#include "comparison/SoundDeployment.h"
 
 #include "query/Reply.h"
 #include <check/Finding.h>

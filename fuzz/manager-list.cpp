@@ -1,8 +1,8 @@
-// The manager node list: whatever it holds, the role reader and every query that reads the list
-// answer as they are told naively. See Comparison.h for what else is expected.
+// The manager node list: whatever it contains, the role reader and every query that reads the list
+// answer as NaiveReader does.
 
-#include "Comparison.h"
-#include "Deployment.h"
+#include "comparison/Comparison.h"
+#include "comparison/SoundDeployment.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -10,10 +10,6 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     files::Texts texts = soundDeployment();
     texts.managerNodeList.assign(reinterpret_cast<const char*>(data), size);
-    const std::set<std::string> tags = comparison::someTexts(texts.managerNodeList);
-    const auto ask = [&](auto& reader, questions::Answers& answers) {
-        questions::putManagerNodeList(reader, tags, answers);
-    };
-    comparison::compare(soundDeployment(), texts, comparison::asking(ask));
+    comparison::requireSame(soundDeployment(), texts, queries::Reads::ManagerNodeList);
     return 0;
 }

@@ -1,8 +1,8 @@
-// The node list: whatever it holds, the loaders and every query that reads it answer as they are
-// told naively. See Comparison.h for what else is expected.
+// The node list: whatever it contains, the loaders and every query that reads it answer as
+// NaiveReader does.
 
-#include "Comparison.h"
-#include "Deployment.h"
+#include "comparison/Comparison.h"
+#include "comparison/SoundDeployment.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -10,10 +10,6 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     files::Texts texts = soundDeployment();
     texts.nodeList.assign(reinterpret_cast<const char*>(data), size);
-    const std::set<std::string> tags = comparison::someTexts(texts.nodeList);
-    const auto ask = [&](auto& reader, questions::Answers& answers) {
-        questions::putNodeList(reader, tags, answers);
-    };
-    comparison::compare(soundDeployment(), texts, comparison::asking(ask));
+    comparison::requireSame(soundDeployment(), texts, queries::Reads::NodeList);
     return 0;
 }

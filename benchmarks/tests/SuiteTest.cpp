@@ -1,10 +1,7 @@
 #include "Suite.h"
-#include "Text.h"
 
 #include <gtest/gtest.h>
 
-#include <list>
-#include <map>
 #include <stdexcept>
 #include <string>
 
@@ -35,13 +32,6 @@ TEST(Answers, OneThatDiffers_IsNamed) {
     EXPECT_NE(bench::difference(answers, {{"north", "A"}, {"south", "C"}}).find("south"),
               std::string::npos);
     EXPECT_NE(bench::difference(answers, {{"north", "A"}}), "");
-}
-
-TEST(Answers, Texts_SeparateElements) {
-    EXPECT_NE(bench::text(std::list<std::string>{"ab"}),
-              bench::text(std::list<std::string>{"a", "b"}));
-    EXPECT_NE(bench::text(std::list<int>{12}), bench::text(std::list<int>{1, 2}));
-    EXPECT_EQ(bench::text(std::map<int, std::string>{{3, "K"}}), "[<3 \"K\">]");
 }
 
 } // namespace

@@ -3,7 +3,7 @@
 #include "support/AllocationFaults.h"
 #include "SysConfReader.h"
 #include "SysConfReaderImpl.h"
-#include "rules/NaiveRules.h"
+#include "comparison/NaiveRules.h"
 #include "support/Deployment.h"
 #include "support/EventLibrary.h"
 #include "support/HostAddresses.h"

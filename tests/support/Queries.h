@@ -24,12 +24,12 @@ enum class Takes { Nothing, Database, Tag, Prefix, Keys, Field, Tags };
 enum class Shortage { NeverThrows, MayThrow };
 
 struct Arguments {
-    std::string database;
+    std::string database{};
     unsigned int index = 0;
-    std::string tag;
-    std::string prefix;
-    std::string field;
-    std::string valuePrefix;
+    std::string tag{};
+    std::string prefix{};
+    std::string field{};
+    std::string valuePrefix{};
 };
 
 /// Everything that a query returns or writes to.

@@ -1,5 +1,4 @@
 #include "SysConfReader.h"
-#include "rules/RandomLists.h"
 #include "support/Deployment.h"
 
 #include <JsonReader.h>
@@ -253,56 +252,6 @@ TEST(DatabaseFields, InstanceExtOfEachType_AnswersOrThrowsLikeJsoncpp) {
         EXPECT_EQ(outcome([&] { return reader.getDBLib("db", 0); }), expected) << extension;
         reader.Reload();
     }
-}
-
-TEST(DatabaseFields, RandomDatabases_AnswerLikeJsoncppOnACopy) {
-    support::Deployment files;
-    int exceptions = 0;
-    for (std::uint64_t seed = 1; seed <= 300; ++seed) {
-        RandomLists random(seed);
-        // Any tree can serve as a database: only the types of its values matter.
-        const Json::Value database = random.oneIn(2) ? random.list() : random.addresses();
-        Json::Value config;
-        config["databases"]["db"] = database;
-        if (database.isArray()) {
-            for (Json::ArrayIndex i = 0; i < database.size(); ++i) {
-                Json::Value& entry = config["databases"]["db"][i];
-                if (entry.isObject()) {
-                    entry["accessPort"] = entry["IP"];
-                    entry["type"] = entry["usage"];
-                    entry["instanceExt"]["lib"] = entry["IP"];
-                }
-            }
-        }
-        files.appConfig(textOf(config));
-        SysConfReader& reader = *SysConfReader::Instance();
-        reader.Reload();
-        for (const unsigned int index : {0U, 1U, 7U}) {
-            const auto copy = [&] { return config["databases"]["db"]; };
-            const std::string port = portOutcome(reader, index);
-            EXPECT_EQ(port, outcome([&] {
-                          Json::Value value = copy();
-                          return std::to_string(value[index]["accessPort"].asInt());
-                      }))
-                << "seed " << seed << ": " << textOf(config);
-            EXPECT_EQ(outcome([&] { return reader.getDBType("db", index); }), outcome([&] {
-                          Json::Value value = copy();
-                          return value[index]["type"].asString();
-                      }))
-                << "seed " << seed << ": " << textOf(config);
-            EXPECT_EQ(outcome([&] { return reader.getDBLib("db", index); }), outcome([&] {
-                          Json::Value value = copy();
-                          return value[index]["instanceExt"]["lib"].asString();
-                      }))
-                << "seed " << seed << ": " << textOf(config);
-            exceptions += port.find("throws") == 0 ? 1 : 0;
-        }
-        Json::Value info;
-        EXPECT_EQ(reader.getDBInfo("db", info), 0);
-        EXPECT_EQ(info, config["databases"]["db"]) << "seed " << seed;
-    }
-    EXPECT_GT(exceptions, 100);
-    EXPECT_LT(exceptions, 800);
 }
 
 TEST(Databases, GetDBInfo_ReplacesTheWholeValueByACopy) {

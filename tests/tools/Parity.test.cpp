@@ -5,7 +5,7 @@
 #include "explain/Explanation.h"
 #include "query/Reply.h"
 
-#include "rules/RandomLists.h"
+#include "comparison/RandomLists.h"
 #include "support/Deployment.h"
 #include "support/TestDirectory.h"
 

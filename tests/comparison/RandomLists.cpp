@@ -1,4 +1,4 @@
-#include "rules/RandomLists.h"
+#include "comparison/RandomLists.h"
 
 #include <json/writer.h>
 

@@ -1,27 +1,34 @@
 #pragma once
 
-#include "rules/NaiveRules.h"
+#include "comparison/NaiveRules.h"
 
+#include <functional>
 #include <list>
 #include <map>
 #include <set>
 #include <string>
 
-/// What the library's two classes do, told naively once more: how they load, and what they answer
-/// afterwards. The operations have the library's names.
+/// The library's two classes in one, written as literally as the rules: how they load, and what
+/// they answer afterwards. The operations have the library's names. Takes no lock and has no
+/// events.
 class NaiveReader {
 public:
-    struct Files {
-        naive::File appConfig;
-        naive::File nodeList;
-        naive::File managerNodeList;
+    /// Reads and parses a file. Called as often as the library reads that file.
+    using Read = std::function<naive::File()>;
+    struct Sources {
+        Read appConfig;
+        Read nodeList;
+        Read managerNodeList;
+        std::function<std::list<std::string>()> hostAddresses;
     };
 
-    NaiveReader(std::string instanceId, std::list<std::string> hostAddresses)
-        : m_instanceId(std::move(instanceId)), m_hostAddresses(std::move(hostAddresses)) {}
+    NaiveReader(std::string instanceId, Sources sources)
+        : m_instanceId(std::move(instanceId)), m_sources(std::move(sources)) {}
 
-    /// A load over the values of the one before, as a first one or as a reload.
-    void load(const Files& files);
+    /// The first load or a reload of both classes.
+    void Reload();
+    void InitMasterAndStandyNodeId();
+    void InitMasterAndStandyIp();
 
     int getLocalPort() { return m_localPort; }
     int getCorbaPort() { return m_corbaPort; }
@@ -32,16 +39,29 @@ public:
     std::string getMaintenanceIPAddress() { return m_maintenanceIP; }
     std::string getLocalHostTagName() { return m_hostTag; }
     std::string getFloatNodeId() { return m_floatNodeId; }
+    std::string GetAppRoot();
 
     int getDBInfo(const std::string& name, Json::Value& info);
     int getAllDBInfo(std::map<std::string, Json::Value>& all);
     int getDBAccessPort(const std::string& name, unsigned int index);
-    std::string getDBType(const std::string& name, unsigned int index);
-    std::string getDBUserName(const std::string& name, unsigned int index);
-    std::string getDBServiceName(const std::string& name, unsigned int index);
-    std::string getDBPassword(const std::string& name, unsigned int index);
-    std::string getDBServerName(const std::string& name, unsigned int index);
-    std::string getDBAccessHost(const std::string& name, unsigned int index);
+    std::string getDBType(const std::string& name, unsigned int index) {
+        return databaseText(name, index, "type");
+    }
+    std::string getDBUserName(const std::string& name, unsigned int index) {
+        return databaseText(name, index, "user");
+    }
+    std::string getDBServiceName(const std::string& name, unsigned int index) {
+        return databaseText(name, index, "serviceName");
+    }
+    std::string getDBPassword(const std::string& name, unsigned int index) {
+        return databaseText(name, index, "passwd");
+    }
+    std::string getDBServerName(const std::string& name, unsigned int index) {
+        return databaseText(name, index, "serverName");
+    }
+    std::string getDBAccessHost(const std::string& name, unsigned int index) {
+        return databaseText(name, index, "accessHost");
+    }
     std::string getDBLib(const std::string& name, unsigned int index);
 
     std::string getLocalIPByUsage(const std::string& usage);
@@ -53,7 +73,7 @@ public:
     void getLocalNodeIPs(std::map<std::string, std::string>& usageIPs);
     std::string getLocalNorthIP();
     std::string getLocalSouthIP();
-    int getPFType();
+    int getPFType() { return naive::pfType(getLocalSouthIP()); }
 
     int getIPAddresses(const std::string& fieldName, const std::string& valuePrefix,
                        std::list<std::string>& addresses);
@@ -67,16 +87,13 @@ public:
     std::string GetProductName() const { return m_tenancy; }
 
 private:
-    void loadAppConfig();
-    void loadNodeList();
+    void loadAppConfig(Json::Value root);
+    void loadNodeList(Json::Value root);
     void loadRoles();
     std::string databaseText(const std::string& name, unsigned int index, const char* field);
 
     std::string m_instanceId;
-    std::list<std::string> m_hostAddresses;
-    Files m_files;
-    /// Kept until the next load: it is worth not asking twice.
-    std::optional<std::string> m_southIP;
+    Sources m_sources;
 
     std::map<std::string, Json::Value> m_databases;
     std::string m_maintenanceIP;

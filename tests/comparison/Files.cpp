@@ -1,4 +1,4 @@
-#include "Files.h"
+#include "comparison/Files.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Files.h"
+#include "comparison/Files.h"
 
 /// A deployment in which nothing is wrong: the process "p1" on "n1", the standby of tenancy "t1",
 /// which stands in for "n2".

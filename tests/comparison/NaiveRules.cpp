@@ -1,4 +1,4 @@
-#include "rules/NaiveRules.h"
+#include "comparison/NaiveRules.h"
 
 #include <cctype>
 #include <cstdint>
@@ -18,38 +18,18 @@ std::string lower(const std::string& text) {
     return result;
 }
 
-Json::Value addressesOf(Json::Value root, const std::string& nodeId) {
+Json::Value addressesOf(Json::Value& root, const std::string& nodeId) {
     return root["nodeList"][nodeId]["IPAddresses"];
 }
 
-/// "southbound2" to "southbound1024" and, unused, those before; spelled once, as they are many.
-const std::string& key(int n) {
-    static const std::vector<std::string> keys = [] {
-        std::vector<std::string> all;
-        for (int number = 0; number <= 1024; ++number) {
-            all.push_back("southbound" + std::to_string(number));
-        }
-        return all;
-    }();
-    return keys[static_cast<std::size_t>(n)];
-}
-
-/// All southbound keys, each with "".
-const std::map<std::string, std::string>& emptySlots() {
-    static const std::map<std::string, std::string> slots = [] {
-        std::map<std::string, std::string> all{{"southbound", ""}};
-        for (int n = 2; n <= 1024; ++n) {
-            all[key(n)] = "";
-        }
-        return all;
-    }();
-    return slots;
+std::string key(int n) {
+    return "southbound" + std::to_string(n);
 }
 
 } // namespace
 
-std::string localIPByUsage(const File& nodeList, const std::string& nodeId,
-                           const std::string& floatNodeId, const std::string& usage) {
+std::string localIPByUsage(File nodeList, const std::string& nodeId, const std::string& floatNodeId,
+                           const std::string& usage) {
     const std::string wanted = lower(usage);
     if (!nodeList) {
         return "";
@@ -75,20 +55,19 @@ std::string localIPByUsage(const File& nodeList, const std::string& nodeId,
     return "";
 }
 
-std::string localServiceIP(const File& nodeList, const std::string& floatNodeId,
+std::string localServiceIP(File nodeList, const std::string& floatNodeId,
                            const std::string& maintenanceIP) {
-    const std::string service = localIPByUsage(nodeList, "", floatNodeId, "service");
+    const std::string service = localIPByUsage(std::move(nodeList), "", floatNodeId, "service");
     return service != "" ? service : maintenanceIP;
 }
 
-int ipAddresses(const File& managerNodeList, const std::string& fieldName,
-                const std::string& valuePrefix, std::list<std::string>& addresses) {
+int ipAddresses(File managerNodeList, const std::string& fieldName, const std::string& valuePrefix,
+                std::list<std::string>& addresses) {
     if (!managerNodeList) {
         return -1;
     }
     try {
-        Json::Value root = *managerNodeList;
-        Json::Value nodes = root["nodeList"];
+        Json::Value nodes = (*managerNodeList)["nodeList"];
         const std::vector<std::string> names = nodes.getMemberNames();
         for (std::size_t n = 0; n < names.size(); ++n) {
             const std::string value = nodes[names[n]][fieldName].asString();
@@ -110,13 +89,13 @@ int ipAddresses(const File& managerNodeList, const std::string& fieldName,
     return 0;
 }
 
-int allFloatIP(const File& managerNodeList, const std::set<std::string>& usages,
+int allFloatIP(File managerNodeList, const std::set<std::string>& usages,
                std::map<std::string, std::set<std::string>>& floatIPs) {
     if (!managerNodeList) {
         return -1;
     }
     try {
-        Json::Value root = *managerNodeList;
+        Json::Value& root = *managerNodeList;
         const std::vector<std::string> names = root["nodeList"].getMemberNames();
         for (std::size_t n = 0; n < names.size(); ++n) {
             std::set<std::string> found;
@@ -136,9 +115,9 @@ int allFloatIP(const File& managerNodeList, const std::set<std::string>& usages,
     return 0;
 }
 
-void localNodeIPs(const File& nodeList, const std::string& floatNodeId,
-                  const std::string& usagePrefix, std::map<int, std::string>& indexedIPs,
-                  std::string& serviceIP, std::string& service2IP) {
+void localNodeIPs(File nodeList, const std::string& floatNodeId, const std::string& usagePrefix,
+                  std::map<int, std::string>& indexedIPs, std::string& serviceIP,
+                  std::string& service2IP) {
     if (!nodeList) {
         return;
     }
@@ -173,11 +152,12 @@ void localNodeIPs(const File& nodeList, const std::string& floatNodeId,
     }
 }
 
-void localNodeIPs(const File& nodeList, const std::string& floatNodeId,
+void localNodeIPs(File nodeList, const std::string& floatNodeId,
                   std::map<std::string, std::string>& usageIPs) {
-    std::map<std::string, std::string> keys = emptySlots();
-    keys.insert(usageIPs.begin(), usageIPs.end());
-    usageIPs = keys;
+    usageIPs["southbound"] = "";
+    for (int n = 2; n <= 1024; ++n) {
+        usageIPs[key(n)] = "";
+    }
     if (!nodeList) {
         usageIPs["service"] = "";
         return;
@@ -214,12 +194,12 @@ void localNodeIPs(const File& nodeList, const std::string& floatNodeId,
     }
 }
 
-std::string localNorthIP(const File& nodeList, const std::string& floatNodeId,
+std::string localNorthIP(File nodeList, const std::string& floatNodeId,
                          const std::string& maintenanceIP) {
     std::map<int, std::string> indexed;
     std::string service;
     std::string service2;
-    localNodeIPs(nodeList, floatNodeId, "northbound", indexed, service, service2);
+    localNodeIPs(std::move(nodeList), floatNodeId, "northbound", indexed, service, service2);
     if (indexed.size() == 0) {
         if (service == "") {
             return maintenanceIP;
@@ -240,10 +220,10 @@ std::string localNorthIP(const File& nodeList, const std::string& floatNodeId,
     return others == "" ? answer : answer.substr(0, answer.size() - 1);
 }
 
-std::string localSouthIP(const File& nodeList, const std::string& floatNodeId,
+std::string localSouthIP(File nodeList, const std::string& floatNodeId,
                          const std::string& maintenanceIP) {
     std::map<std::string, std::string> usageIPs;
-    localNodeIPs(nodeList, floatNodeId, usageIPs);
+    localNodeIPs(std::move(nodeList), floatNodeId, usageIPs);
     if (usageIPs.count("service") == 1) {
         if (usageIPs["service"] == "") {
             return maintenanceIP;
@@ -287,12 +267,12 @@ int pfType(const std::string& southIP) {
     return six ? 1 : 0;
 }
 
-void sourceNodeId(const File& nodeList, const std::list<std::string>& hostAddresses,
+void sourceNodeId(File nodeList, const std::list<std::string>& hostAddresses,
                   std::string& sourceNodeId) {
     std::map<std::string, std::string> table;
     if (nodeList) {
         try {
-            Json::Value root = *nodeList;
+            Json::Value& root = *nodeList;
             const std::vector<std::string> ids = root["nodeList"].getMemberNames();
             for (std::size_t n = 0; n < ids.size(); ++n) {
                 if (root["nodeList"][ids[n]]["extAttr"]["hostType"].asString() == "standby") {
@@ -309,7 +289,7 @@ void sourceNodeId(const File& nodeList, const std::list<std::string>& hostAddres
                 }
             }
         } catch (...) {
-            // Those found so far are still looked at.
+            // The nodes before the value of the wrong type are still compared.
         }
     }
     for (std::map<std::string, std::string>::iterator it = table.begin(); it != table.end(); ++it) {
