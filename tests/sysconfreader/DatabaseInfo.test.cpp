@@ -292,39 +292,4 @@ TEST(Databases, NoneLoaded_GetAllDBInfoEmptiesTheMap) {
     }
 }
 
-TEST(Databases, FileChangedOrRemoved_AnswersChangeAtTheReload) {
-    support::Deployment files;
-    SysConfReader& reader = load(files, R"({"db":[{"accessPort":1}],"gone":[{"type":"t"}]})");
-    files.appConfig(R"({"databases":{"db":[{"accessPort":2}]}})");
-    EXPECT_EQ(reader.getDBAccessPort("db", 0), 1);
-    EXPECT_EQ(reader.getDBType("gone", 0), "t");
-    reader.Reload();
-    EXPECT_EQ(reader.getDBAccessPort("db", 0), 2);
-    EXPECT_EQ(reader.getDBAccessPort("gone", 0), -1);
-    std::filesystem::remove(files.appConfigPath());
-    EXPECT_EQ(reader.getDBAccessPort("db", 0), 2);
-}
-
-TEST(Databases, FileThatDoesNotParse_ReloadForgetsEveryName) {
-    support::Deployment files;
-    SysConfReader& reader = load(files, kTwoEntries);
-    for (const char* config : {"", "{", "no JSON", R"({"databases":{"db":[]}} x)"}) {
-        files.appConfig(R"({"databases":{"db":[{"accessPort":7}]}})");
-        reader.Reload();
-        ASSERT_EQ(reader.getDBAccessPort("db", 0), 7);
-        files.appConfig(config);
-        reader.Reload();
-        EXPECT_EQ(reader.getDBAccessPort("db", 0), -1) << config;
-        for (const Field& field : kTexts) {
-            EXPECT_EQ((reader.*field.query)("db", 0), "") << field.key << ' ' << config;
-        }
-        Json::Value info("untouched");
-        EXPECT_EQ(reader.getDBInfo("db", info), -1) << config;
-        EXPECT_EQ(info.asString(), "untouched") << config;
-        std::map<std::string, Json::Value> all;
-        EXPECT_EQ(reader.getAllDBInfo(all), 0) << config;
-        EXPECT_THAT(all, IsEmpty()) << config;
-    }
-}
-
 } // namespace

@@ -98,22 +98,6 @@ TEST_F(FaultyLists, TextWithSpaceAround_AnswersLikeWithoutSpace) {
     EXPECT_EQ(answers(), expected);
 }
 
-TEST_F(FaultyLists, FilesOfOtherKinds_AnswerLikeWithoutLists) {
-    namespace fs = std::filesystem;
-    makeBoth([](const fs::path& path) { fs::create_directory(path); });
-    expectAnswersLikeWithoutLists("directory");
-    makeBoth([](const fs::path& path) { fs::create_symlink("nowhere.json", path); });
-    expectAnswersLikeWithoutLists("dangling link");
-    makeBoth([](const fs::path& path) { fs::create_symlink(path.filename(), path); });
-    expectAnswersLikeWithoutLists("link to itself");
-    makeBoth([](const fs::path& path) { ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0); });
-    expectAnswersLikeWithoutLists("pipe that nobody writes to");
-    makeBoth([](const fs::path& path) { fs::create_symlink("/dev/null", path); });
-    expectAnswersLikeWithoutLists("device");
-    makeBoth([](const fs::path& path) { fs::create_symlink("/proc/self/mem", path); });
-    expectAnswersLikeWithoutLists("file whose reading fails");
-}
-
 TEST_F(FaultyLists, FolderMissingOrAFile_AnswersLikeWithoutLists) {
     namespace fs = std::filesystem;
     fs::remove_all(files.appRoot());
@@ -123,16 +107,6 @@ TEST_F(FaultyLists, FolderMissingOrAFile_AnswersLikeWithoutLists) {
         support::writeFile(root, "{}");
     }
     expectAnswersLikeWithoutLists("file in place of the folder");
-}
-
-TEST_F(FaultyLists, LinkToTheList_AnswersLikeTheList) {
-    writeBoth(queries::nodeList("1"));
-    const Answers expected = answers();
-    const auto target = support::testDirectory() / "elsewhere.json";
-    support::writeFile(target, queries::nodeList("1"));
-    makeBoth(
-        [&](const std::filesystem::path& path) { std::filesystem::create_symlink(target, path); });
-    EXPECT_EQ(answers(), expected);
 }
 
 TEST_F(FaultyLists, HugeList_AnswersLikeASmallOne) {

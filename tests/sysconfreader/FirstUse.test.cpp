@@ -39,58 +39,43 @@ std::array<std::size_t, 3> opens(const Deployment& deployment) {
 constexpr std::array<std::size_t, 3> kLoadOfRoleReader{1, 2, 2};
 constexpr std::array<std::size_t, 3> kLoadOfBoth{2, 3, 2};
 
-TEST(FirstUse, SixtyFourThreads_GetOneReaderFromOneLoad) {
+/// Expects that all threads get the same instance, from `load`, and right answers.
+template <typename Class, typename Query>
+void expectOneInstanceFromOneLoad(const std::array<std::size_t, 3>& load, Query query,
+                                  const std::string& expected) {
     Deployment deployment;
     writeGeneration(deployment, 1);
     for (int round = 0; round < kRounds; ++round) {
         support::resetOpenCalls();
-        std::array<SysConfReader*, kThreads> readers{};
-        std::array<int, kThreads> ports{};
+        std::array<Class*, kThreads> instances{};
+        std::array<std::string, kThreads> answers;
         support::runTogether(kThreads, [&](std::size_t i) {
-            readers[i] = SysConfReader::Instance();
-            ports[i] = readers[i]->getLocalPort();
+            instances[i] = Class::Instance();
+            answers[i] = query(*instances[i]);
         });
-        EXPECT_THAT(readers, testing::Each(SysConfReader::Instance()));
-        EXPECT_THAT(ports, testing::Each(4001));
-        EXPECT_EQ(opens(deployment), kLoadOfBoth);
-        SysConfReader::Destory();
+        EXPECT_THAT(instances, testing::Each(Class::Instance()));
+        EXPECT_THAT(answers, testing::Each(expected));
+        EXPECT_EQ(opens(deployment), load);
+        Class::Destory();
     }
+}
+
+TEST(FirstUse, SixtyFourThreads_GetOneReaderFromOneLoad) {
+    expectOneInstanceFromOneLoad<SysConfReader>(
+        kLoadOfBoth, [](SysConfReader& reader) { return reader.getMaintenanceIPAddress(); },
+        "10.1.0.1");
 }
 
 TEST(FirstUse, SixtyFourThreads_GetOneRoleReaderFromOneLoad) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    for (int round = 0; round < kRounds; ++round) {
-        support::resetOpenCalls();
-        std::array<SysConfReaderImpl*, kThreads> readers{};
-        std::array<std::string, kThreads> names;
-        support::runTogether(kThreads, [&](std::size_t i) {
-            readers[i] = SysConfReaderImpl::Instance();
-            names[i] = readers[i]->GetProductName();
-        });
-        EXPECT_THAT(readers, testing::Each(SysConfReaderImpl::Instance()));
-        EXPECT_THAT(names, testing::Each("tenancy1"));
-        EXPECT_EQ(opens(deployment), kLoadOfRoleReader);
-        SysConfReaderImpl::Destory();
-    }
+    expectOneInstanceFromOneLoad<SysConfReaderImpl>(
+        kLoadOfRoleReader, [](SysConfReaderImpl& roles) { return roles.GetProductName(); },
+        "tenancy1");
 }
 
 TEST(FirstUse, SixtyFourThreads_GetOneFacadeAndOneLoadOfRoles) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    for (int round = 0; round < kRounds; ++round) {
-        support::resetOpenCalls();
-        std::array<SysConfReader_i*, kThreads> facades{};
-        std::array<std::string, kThreads> addresses;
-        support::runTogether(kThreads, [&](std::size_t i) {
-            facades[i] = SysConfReader_i::Instance();
-            addresses[i] = facades[i]->GetMasterInternalServiceIP();
-        });
-        EXPECT_THAT(facades, testing::Each(SysConfReader_i::Instance()));
-        EXPECT_THAT(addresses, testing::Each("20.1.1.1"));
-        EXPECT_EQ(opens(deployment), kLoadOfRoleReader);
-        SysConfReader_i::Destory();
-    }
+    expectOneInstanceFromOneLoad<SysConfReader_i>(
+        kLoadOfRoleReader,
+        [](SysConfReader_i& facade) { return facade.GetMasterInternalServiceIP(); }, "20.1.1.1");
 }
 
 TEST(FirstUse, AllClassesAtOnce_LoadOnceEach) {

@@ -101,14 +101,6 @@ TEST(FloatIPs, NoNodes_Answer0) {
     }
 }
 
-TEST(FloatIPs, RootUnset_AnswersMinusOne) {
-    support::Deployment files;
-    files.managerNodeList(list(addressEntry("A", {"x"})));
-    SysConfReader::Instance();
-    support::setEnvironment("TOLM_ROOT", nullptr);
-    EXPECT_EQ(ask({"x"}, {{"old", {}}}), (Answer{-1, {{"old", {}}}}));
-}
-
 TEST(FloatIPs, ListThatDoesNotParse_AnswersMinusOne) {
     support::Deployment files;
     EXPECT_EQ(ask({"x"}, {{"old", {}}}), (Answer{-1, {{"old", {}}}})) << "missing";
@@ -157,14 +149,6 @@ TEST(FloatIPs, NothingLoaded_Answers) {
     support::setEnvironment("APP_ROOT", nullptr);
     files.managerNodeList(list(addressEntry("A", {"x"})));
     EXPECT_EQ(ask({"x"}), (Answer{0, {{"n", {"A"}}}}));
-}
-
-TEST(FloatIPs, ListChangedBetweenCalls_AnswersTheNewAddresses) {
-    support::Deployment files;
-    files.managerNodeList(list(addressEntry("A", {"x"})));
-    EXPECT_EQ(ask({"x"}), (Answer{0, {{"n", {"A"}}}}));
-    files.managerNodeList(list(addressEntry("B", {"x"})));
-    EXPECT_EQ(ask({"x"}), (Answer{0, {{"n", {"B"}}}}));
 }
 
 } // namespace

@@ -66,19 +66,6 @@ TEST(Loader, FirstUse_LoadsTheRoleReaderThenEachFileOnce) {
                                                     managerNodeList, appConfig, nodeList));
 }
 
-TEST(Loader, LoadedValues_AreAnsweredWithoutOpeningAFile) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    SysConfReader& reader = *SysConfReader::Instance();
-    support::resetOpenCalls();
-    reader.getLocalPort();
-    reader.getMaintenanceIPAddress();
-    reader.getFloatNodeId();
-    reader.getLocalHostTagName();
-    reader.getDBType("db", 0);
-    EXPECT_THAT(openedPaths(), testing::IsEmpty());
-}
-
 TEST(Loader, AppConfigVariableUnset_LoadsTheNodeListAlone) {
     Deployment deployment;
     Json::Value nodes = support::sampleNodeList(1);
@@ -160,17 +147,6 @@ TEST(Loader, AnyAppRoot_IsJoinedAsItStands) {
         EXPECT_EQ(reader.getLocalHostTagName(), "host1-1");
         EXPECT_GT(support::openCount(root + "/etc/sysconf/nodelist.json"), 0U);
     }
-}
-
-TEST(GetAppRoot, VariableChanged_IsReadAnew) {
-    const Deployment deployment;
-    SysConfReader& reader = *SysConfReader::Instance();
-    for (const char* root : {"/one", "two/", ""}) {
-        setEnvironment("APP_ROOT", root);
-        EXPECT_EQ(reader.GetAppRoot(), root);
-    }
-    setEnvironment("APP_ROOT", nullptr);
-    EXPECT_EQ(reader.GetAppRoot(), "");
 }
 
 /// A value as it stands in the file (null: the key is missing) and what is loaded of it: nothing

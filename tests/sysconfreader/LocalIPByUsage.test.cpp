@@ -49,6 +49,14 @@ TEST(LocalIPByUsage, EachNodeList_FirstTaggedEntryDecides) {
         {"NUL ends nothing", addressEntry("A", {R"(service\u0000)"}), "service", ""},
         {"tag not in ASCII", addressEntry("A", {"m\xC3\xA4rz"}), "M\xC3\xA4RZ", "A"},
         {"address is any text", addressEntry(R"(a\u0000\"b)", {"x"}), "x", "a\0\"b"s},
+        {"null entry", "null," + addressEntry("B", {"x"}), "x", "B"},
+        {"number as IP", R"({"IP":5,"usage":["x"]})", "x", "5"},
+        {"number as tag", R"({"IP":"A","usage":[5]})", "5", "A"},
+        {"null as tag", R"({"IP":"A","usage":[null]})", "", "A"},
+        {"wrong IP after the answer", addressEntry("A", {"x"}) + R"(,{"IP":[1],"usage":["x"]})",
+         "x", "A"},
+        {"wrong IP of another tag", R"({"IP":[1],"usage":["w"]},)" + addressEntry("B", {"x"}), "x",
+         "B"},
         {"no entries", "", "service", ""},
     };
     OwnNode node;
@@ -136,16 +144,6 @@ TEST(LocalIPByUsage, ServiceFallback_IsTheLoadedAddressNotTheLists) {
     node.addresses(addressEntry("from the list", {"maintenance"}));
     EXPECT_EQ(node.reader().getLocalServiceIP(), "M");
     EXPECT_EQ(node.reader().getLocalMaintenanceIP(), "from the list");
-}
-
-TEST(LocalIPByUsage, ListEditedBetweenCalls_AnswersTheNewAddressWithoutReload) {
-    OwnNode node;
-    node.addresses(addressEntries({{"A", "service"}}));
-    EXPECT_EQ(node.reader().getLocalServiceIP(), "A");
-    node.addresses(addressEntries({{"B", "service"}}));
-    EXPECT_EQ(node.reader().getLocalServiceIP(), "B");
-    std::filesystem::remove(node.files.nodeListPath());
-    EXPECT_EQ(node.reader().getLocalServiceIP(), "M");
 }
 
 TEST(LocalIPByUsage, NodeIdChangedOnDisk_TakesEffectAtTheReload) {

@@ -104,6 +104,10 @@ TEST(LocalNodeIPsByNumber, EachListAndPrefix_CollectsItsAddresses) {
          addressEntries({{"B", "northbound"}, {"A", "pre-northbound5"}}),
          "northbound",
          {{{0, "B"}}}},
+        {"prefix in the middle cuts at its length",
+         addressEntries({{"A", "12northbound5"}, {"B", "xxxx7y"}, {"C", "x7y"}}),
+         "y",
+         {{{0, "B"}, {7, "C"}}}},
         {"capitals in the list",
          addressEntries({{"A", "NorthBound2"}}),
          "northbound",
@@ -185,6 +189,17 @@ TEST(LocalNodeIPsByNumber, NumbersBeyondIntAndLong_SaturateAndAreTruncated) {
         {"02", 2},
         {"+2", 2},
         {" 2", 2},
+        {"0", 0},
+        {"010", 10},
+        {"-5", -5},
+        {R"(\t\n2)", 2},
+        {"2 ", 2},
+        {"2x", 2},
+        {"x2", 0},
+        {"- 2", 0},
+        {"0x10", 0},
+        {"1e3", 1},
+        {"\xEF\xBC\x92", 0},
     };
     OwnNode node;
     node.reader();
@@ -239,9 +254,9 @@ TEST(LocalNodeIPsByNumber, WrongType_KeepsWhatWasCollected) {
 TEST(LocalNodeIPsByNumber, ObjectsInPlaceOfArrays_AreWalkedInKeyOrder) {
     OwnNode node;
     node.files.nodeList(R"({"nodeList":{"n1":{"IPAddresses":{
-        "b":{"IP":"B","usage":["northbound2"]},
-        "a":{"IP":"A","usage":{"z":"northbound","y":"northbound2"}}}}}})");
-    EXPECT_EQ(askNumbered("northbound"), (Numbered{{{0, "A"}, {2, "A"}}}));
+        "b":{"IP":"B","usage":["northbound2","service"]},
+        "a":{"IP":"A","usage":{"z":"northbound","y":"northbound2","x":"service"}}}}}})");
+    EXPECT_EQ(askNumbered("northbound"), (Numbered{{{0, "A"}, {2, "A"}}, "B", "-"}));
 }
 
 TEST(LocalNodeIPsByTag, EachList_FillsItsKeys) {
@@ -303,7 +318,11 @@ TEST(LocalNodeIPsByTag, EachList_FillsItsKeys) {
                          {"C", "southbound 2"},
                          {"D", "southbound2 "},
                          {"E", "xsouthbound2"},
-                         {"F", "southbound0"}}),
+                         {"F", "southbound0"},
+                         {"G", "southbound00"},
+                         {"H", "southbound9999"},
+                         {"I", "southbound18446744073709551618"},
+                         {"J", "southboun"}}),
          {},
          {{"service", ""}}},
         {"NUL after the key", addressEntry("A", {R"(southbound2\u0000)"}), {}, {{"service", ""}}},
@@ -457,83 +476,6 @@ TEST(LocalNodeIPsByTag, WrongType_ServiceIsTheLastOneBefore) {
     }
 }
 
-// The intended differences between the two overloads, side by side.
-
-TEST(LocalNodeIPsDifferences, Family_IsGivenOrSouthbound) {
-    OwnNode node;
-    node.addresses(addressEntries({{"A", "x2"}, {"B", "southbound2"}}));
-    EXPECT_EQ(askNumbered("x"), (Numbered{{{2, "A"}}}));
-    EXPECT_EQ(filled(askTagged()), (ByTag{{"southbound2", "B"}}));
-}
-
-TEST(LocalNodeIPsDifferences, Membership_IsContainingThePrefixOrBeingAKey) {
-    OwnNode node;
-    node.addresses(addressEntries({{"A", "my-southbound"}, {"B", "southbound1"}}));
-    EXPECT_EQ(askNumbered("southbound"), (Numbered{{{0, "A"}, {1, "B"}}}));
-    EXPECT_EQ(filled(askTagged()), (ByTag{{"service", ""}}));
-}
-
-TEST(LocalNodeIPsDifferences, OutputKey_IsTheNumberOrTheWholeTag) {
-    OwnNode node;
-    node.addresses(addressEntries({{"A", "southbound02"}, {"B", "southbound4"}}));
-    EXPECT_EQ(askNumbered("southbound"), (Numbered{{{2, "A"}, {4, "B"}}}));
-    EXPECT_EQ(filled(askTagged()), (ByTag{{"southbound4", "B"}}));
-}
-
-TEST(LocalNodeIPsDifferences, RepeatedKey_KeepsTheFirstOrTheLast) {
-    OwnNode node;
-    node.addresses(addressEntries({{"A", "southbound2"}, {"B", "southbound2"}}));
-    EXPECT_EQ(askNumbered("southbound"), (Numbered{{{2, "A"}}}));
-    EXPECT_EQ(filled(askTagged()), (ByTag{{"southbound2", "B"}}));
-}
-
-TEST(LocalNodeIPsDifferences, Outputs_AreUnchangedOrPrepared) {
-    OwnNode node;
-    node.addresses("");
-    EXPECT_EQ(askNumbered("southbound", {{{2, "old"}}}), (Numbered{{{2, "old"}}}));
-    EXPECT_EQ(filled(askTagged({{"southbound2", "old"}})), (ByTag{{"service", ""}}));
-}
-
-TEST(LocalNodeIPsDifferences, ServiceAddresses_AreSetAlwaysOrOnlyWithoutFamilyTag) {
-    OwnNode node;
-    node.addresses(addressEntries({{"A", "southbound"}, {"S", "service"}, {"", "service2"}}));
-    EXPECT_EQ(askNumbered("southbound"), (Numbered{{{0, "A"}}, "S", ""}));
-    EXPECT_EQ(filled(askTagged()), (ByTag{{"southbound", "A"}}));
-    node.addresses(addressEntries({{"S", "service"}, {"", "service2"}}));
-    EXPECT_EQ(askNumbered("southbound"), (Numbered{{}, "S", ""}));
-    EXPECT_EQ(filled(askTagged()), (ByTag{{"service", "S"}}));
-}
-
-TEST(LocalNodeIPsDifferences, ObjectsInPlaceOfArrays_AreWalkedOrRejected) {
-    OwnNode node;
-    node.files.nodeList(R"({"nodeList":{"n1":{"IPAddresses":{
-        "a":{"IP":"A","usage":{"z":"southbound"}}}}}})");
-    EXPECT_EQ(askNumbered("southbound"), (Numbered{{{0, "A"}}}));
-    EXPECT_EQ(filled(askTagged()), (ByTag{{"service", ""}}));
-}
-
-TEST(LocalNodeIPsDifferences, ParseFailure_WritesNothingOrAnEmptyService) {
-    const OwnNode node;
-    EXPECT_EQ(askNumbered("southbound", {{}, "s", "t"}), (Numbered{{}, "s", "t"}));
-    EXPECT_EQ(filled(askTagged({{"service", "s"}, {"service2", "t"}})),
-              (ByTag{{"service", ""}, {"service2", "t"}}));
-}
-
-TEST(LocalNodeIPsDifferences, WrongType_KeepsWhatWasWrittenOrSetsTheService) {
-    OwnNode node;
-    node.addresses(addressEntries({{"A", "southbound"}, {"S", "service"}, {"T", "service2"}}) +
-                   ",7");
-    EXPECT_EQ(askNumbered("southbound"), (Numbered{{{0, "A"}}, "S", "T"}));
-    EXPECT_EQ(filled(askTagged()), (ByTag{{"southbound", "A"}, {"service", "S"}}));
-}
-
-TEST(LocalNodeIPsDifferences, WrongTypeOfAnUnusedAddress_EndsOnlyTheWalkByNumber) {
-    OwnNode node;
-    node.addresses(R"({"IP":{},"usage":["x"]},)" + addressEntry("A", {"southbound"}));
-    EXPECT_EQ(askNumbered("southbound"), Numbered{});
-    EXPECT_EQ(filled(askTagged()), (ByTag{{"southbound", "A"}}));
-}
-
 TEST(LocalNodeIPs, StandbyNode_BothAnswerForTheSourceNode) {
     support::setHostAddresses({"10.0.0.7"});
     OwnNode node;
@@ -543,19 +485,6 @@ TEST(LocalNodeIPs, StandbyNode_BothAnswerForTheSourceNode) {
                         addressEntry("source", {"southbound"}) + "]}}}");
     EXPECT_EQ(askNumbered("southbound"), (Numbered{{{0, "source"}}, "10.0.0.7", "-"}));
     EXPECT_EQ(filled(askTagged()), (ByTag{{"southbound", "source"}}));
-}
-
-TEST(LocalNodeIPs, ListChangedBetweenCalls_BothAnswerTheNewAddress) {
-    OwnNode node;
-    node.addresses(addressEntry("A", {"southbound"}));
-    EXPECT_EQ(askNumbered("southbound"), (Numbered{{{0, "A"}}}));
-    EXPECT_EQ(filled(askTagged()), (ByTag{{"southbound", "A"}}));
-    node.addresses(addressEntry("B", {"southbound"}));
-    EXPECT_EQ(askNumbered("southbound"), (Numbered{{{0, "B"}}}));
-    EXPECT_EQ(filled(askTagged()), (ByTag{{"southbound", "B"}}));
-    std::filesystem::remove(node.files.nodeListPath());
-    EXPECT_EQ(askNumbered("southbound"), Numbered{});
-    EXPECT_EQ(filled(askTagged()), (ByTag{{"service", ""}}));
 }
 
 TEST(LocalNodeIPs, NothingLoaded_UsesTheNodeWithTheEmptyId) {

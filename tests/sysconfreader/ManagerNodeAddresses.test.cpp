@@ -95,14 +95,6 @@ TEST(ManagerNodeAddresses, NoNodes_Answer0) {
     }
 }
 
-TEST(ManagerNodeAddresses, RootUnset_AnswersMinusOne) {
-    support::Deployment files;
-    files.managerNodeList(kList);
-    SysConfReader::Instance();
-    support::setEnvironment("TOLM_ROOT", nullptr);
-    EXPECT_EQ(ask("kind", "", {"old"}), (Answer{-1, {"old"}}));
-}
-
 TEST(ManagerNodeAddresses, ListThatDoesNotParse_AnswersMinusOne) {
     support::Deployment files;
     EXPECT_EQ(ask("kind", "", {"old"}), (Answer{-1, {"old"}})) << "missing";
@@ -142,14 +134,6 @@ TEST(ManagerNodeAddresses, NodeThatIsNotSelected_IsNotRead) {
     files.managerNodeList(
         R"({"nodeList":{"a":{"kind":"x","IPAddresses":[7]},"b":{"kind":"t","IPAddresses":[{"IP":"1"}]}}})");
     EXPECT_EQ(ask("kind", "t"), (Answer{0, {"1"}}));
-}
-
-TEST(ManagerNodeAddresses, ListChangedBetweenCalls_AnswersTheNewAddresses) {
-    support::Deployment files;
-    files.managerNodeList(R"({"nodeList":{"a":{"IPAddresses":[{"IP":"1"}]}}})");
-    EXPECT_EQ(ask("", ""), (Answer{0, {"1"}}));
-    files.managerNodeList(R"({"nodeList":{"a":{"IPAddresses":[{"IP":"2"}]}}})");
-    EXPECT_EQ(ask("", ""), (Answer{0, {"2"}}));
 }
 
 TEST(ManagerNodeAddresses, IdsOfEveryKind_AscendByBytes) {

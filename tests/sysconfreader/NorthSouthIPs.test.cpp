@@ -38,6 +38,14 @@ TEST(LocalNorthIP, EachNodeList_HasItsSlots) {
         {"further numbers without address are kept",
          addressEntries({{"", "northbound5"}, {"F", "northbound6"}, {"", "northbound7"}}),
          ";;;;;F;"},
+        {"two further numbers without address",
+         addressEntries({{"", "northbound5"}, {"", "northbound6"}}), ";;;;;"},
+        {"least and greatest number",
+         addressEntries(
+             {{"Z", "northbound2147483647"}, {"X", "northbound1"}, {"L", "northbound-2147483648"}}),
+         ";;;;L;X;Z"},
+        {"other spelling of a number", addressEntries({{"B", "northbound02"}}), ";B;;;"},
+        {"address with a separator", addressEntries({{"1;2", "northbound2"}}), ";1;2;;;"},
         {"one further number without address", addressEntries({{"", "northbound5"}}), ";;;;"},
         {"first address of a number", addressEntries({{"A", "northbound"}, {"B", "northbound"}}),
          "A;;;;"},
@@ -78,6 +86,8 @@ TEST(LocalSouthIP, EachNodeList_HasItsSlots) {
         {"tenth and twelfth",
          addressEntries({{"A", "southbound"}, {"J", "southbound10"}, {"L", "southbound12"}}),
          "A;;;;;;;;;J;L"},
+        {"tenth", addressEntries({{"J", "southbound10"}}), ";;;;;;;;;J"},
+        {"eleventh", addressEntries({{"K", "southbound11"}}), ";;;;;;;;;;K"},
         {"1024 only", addressEntries({{"Z", "southbound1024"}}), ";;;;;;;;;;Z"},
         {"all ten",
          addressEntries({{"1", "southbound"},
@@ -196,56 +206,6 @@ TEST(NorthSouthIPs, LoadEndedByAWrongType_AnswersUseWhatItAssigned) {
     EXPECT_EQ(node.reader().getLocalSouthIP(), "N");
 }
 
-// The intended differences between the two queries, side by side.
-
-/// The answers of both queries to the same list, with "north" and "south" in place of "*".
-std::pair<std::string, std::string> bothAnswers(OwnNode& node, const std::string& addresses) {
-    std::pair<std::string, std::string> answers;
-    for (const bool north : {true, false}) {
-        std::string list = addresses;
-        for (std::size_t at = 0; (at = list.find('*', at)) != std::string::npos;) {
-            list.replace(at, 1, north ? "north" : "south");
-        }
-        node.addresses(list);
-        (north ? answers.first : answers.second) =
-            north ? node.reader().getLocalNorthIP() : node.reader().getLocalSouthIP();
-    }
-    return answers;
-}
-
-TEST(NorthSouthDifferences, EachList_GivesBothAnswers) {
-    const struct {
-        const char* point;
-        std::string addresses;
-        std::string north;
-        std::string south;
-    } rows[] = {
-        {"fixed slots and trailing separator", addressEntry("A", {"*bound"}), "A;;;;",
-         "A;;;;;;;;;"},
-        {"source: number or whole tag", addressEntry("A", {"*bound02"}), ";A;;;", "M"},
-        {"beyond the fixed slots: all or non-empty only",
-         addressEntries({{"", "*bound11"}, {"L", "*bound12"}, {"", "*bound13"}}), ";;;;;L;",
-         ";;;;;;;;;;L"},
-        {"beyond the fixed slots: number 1", addressEntry("X", {"*bound1"}), ";;;;X", "M"},
-        {"beyond the fixed slots: number 5", addressEntry("E", {"*bound5"}), ";;;;E", ";;;;E;;;;;"},
-        {"beyond the fixed slots: above 1024", addressEntry("Z", {"*bound1025"}), ";;;;Z", "M"},
-        {"repeated number: first or last", addressEntries({{"A", "*bound"}, {"B", "*bound"}}),
-         "A;;;;", "B;;;;;;;;;"},
-        {"error part-way: family or service address",
-         addressEntries({{"A", "*bound"}, {"S", "service"}, {"T", "service2"}}) + ",7", "A;;;;",
-         "S"},
-        {"error part-way, services only: both or the first",
-         addressEntries({{"S", "service"}, {"T", "service2"}}) + ",7", "S;T", "S"},
-        {"maintenance address", "", "M", "M"},
-    };
-    OwnNode node;
-    for (const auto& row : rows) {
-        const auto [north, south] = bothAnswers(node, row.addresses);
-        EXPECT_EQ(north, row.north) << row.point;
-        EXPECT_EQ(south, row.south) << row.point;
-    }
-}
-
 TEST(NorthSouthIPs, StandbyNode_BothAnswerForTheSourceNode) {
     support::setHostAddresses({"10.0.0.7"});
     OwnNode node;
@@ -255,16 +215,6 @@ TEST(NorthSouthIPs, StandbyNode_BothAnswerForTheSourceNode) {
                         "," + addressEntry("source", {"northbound", "southbound"}) + "]}}}");
     EXPECT_EQ(node.reader().getLocalNorthIP(), "source;;;;");
     EXPECT_EQ(node.reader().getLocalSouthIP(), "source;;;;;;;;;");
-}
-
-TEST(NorthSouthIPs, ListChangedBetweenCalls_AnswerTheNewAddresses) {
-    OwnNode node;
-    node.addresses(addressEntry("A", {"northbound", "southbound"}));
-    EXPECT_EQ(node.reader().getLocalNorthIP(), "A;;;;");
-    EXPECT_EQ(node.reader().getLocalSouthIP(), "A;;;;;;;;;");
-    node.addresses(addressEntry("B", {"northbound", "southbound"}));
-    EXPECT_EQ(node.reader().getLocalNorthIP(), "B;;;;");
-    EXPECT_EQ(node.reader().getLocalSouthIP(), "B;;;;;;;;;");
 }
 
 } // namespace

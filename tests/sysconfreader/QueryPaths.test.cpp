@@ -71,57 +71,6 @@ TEST(QueryPaths, ManagerRootOfEachForm_IsConcatenatedVerbatimAndUnsetOpensNothin
     }
 }
 
-TEST(QueryPaths, RootsWithSlashOrRelative_AreFound) {
-    support::Deployment files;
-    queries::write(files, "1");
-    SysConfReader::Instance();
-    std::map<std::string, std::string> expected;
-    for (const queries::ReaderQuery& query : queries::ofReader()) {
-        expected[query.name] = queries::ask(query);
-    }
-    expected.erase("GetAppRoot");
-    std::filesystem::current_path(support::testDirectory());
-    for (const bool relative : {false, true}) {
-        support::setEnvironment("APP_ROOT",
-                                relative ? "app" : (files.appRoot().string() + "/").c_str());
-        support::setEnvironment("TOLM_ROOT",
-                                relative ? "tolm" : (files.managerRoot().string() + "/").c_str());
-        for (const queries::ReaderQuery& query : queries::ofReader()) {
-            if (expected.count(query.name) != 0) {
-                EXPECT_EQ(queries::ask(query), expected[query.name]) << query.name;
-            }
-        }
-    }
-}
-
-TEST(QueryPaths, AppConfigUnset_LoadsNothingFromItButReadsTheNodeList) {
-    support::Deployment files;
-    queries::write(files, "1");
-    files.nodeList(R"({"nodeList":{"":{"extAttr":{"HOSTID":"tag of the empty id"}}}})");
-    support::setEnvironment("APP_CONF_FILE", nullptr);
-    const Paths paths = opened([] { SysConfReader::Instance(); });
-    EXPECT_THAT(paths, Contains(HasSubstr("nodelist.json")));
-    EXPECT_THAT(paths, testing::Not(Contains(HasSubstr("app.json"))));
-    SysConfReader& reader = *SysConfReader::Instance();
-    EXPECT_EQ(reader.getLocalHostTagName(), "tag of the empty id");
-    EXPECT_EQ(reader.getLocalPort(), 0);
-    EXPECT_EQ(reader.getMaintenanceIPAddress(), "");
-    EXPECT_EQ(reader.getFloatNodeId(), "");
-    EXPECT_EQ(reader.getDBAccessPort("db", 0), -1);
-}
-
-TEST(QueryPaths, InstanceIdUnset_UsesTheProcessWithTheEmptyKey) {
-    support::Deployment files;
-    support::setEnvironment("PROCESS_INSTANCE_ID", nullptr);
-    files.appConfig(R"({"processes":{"p1":{"local":{"port":1}}}})");
-    EXPECT_EQ(SysConfReader::Instance()->getLocalPort(), 0);
-    EXPECT_EQ(SysConfReader::Instance()->getLocalhostIPAddress(), "");
-    files.appConfig(R"({"processes":{"p1":{},"":{"local":{"port":2,"ip":"a"}}}})");
-    SysConfReader::Instance()->Reload();
-    EXPECT_EQ(SysConfReader::Instance()->getLocalPort(), 2);
-    EXPECT_EQ(SysConfReader::Instance()->getLocalhostIPAddress(), "a");
-}
-
 TEST(QueryPaths, DatabaseAndLoadedValues_ReadNoFile) {
     support::Deployment files;
     queries::write(files, "1");

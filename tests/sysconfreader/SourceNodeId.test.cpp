@@ -126,6 +126,8 @@ const SourceRow kRows[] = {
      R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}, "text"]}})", "n1"},
     {"tag that is no text",
      R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": [{}, "service"]}]}})", nullptr},
+    {"wrong type after the service tag is not read",
+     R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service", []]}]}})", "n1"},
     {"tag that is a number",
      R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": [5, "service"]}]}})", "n1"},
     {"IP an object", R"({"n1": {"IPAddresses": [{"IP": {}, "usage": ["service"]}]}})", nullptr},
