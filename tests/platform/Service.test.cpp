@@ -3,9 +3,10 @@
 #include "EventConsumerCB.h"
 #include "OpenDescriptors.h"
 #include "Recorder.h"
-#include "support/Resources.h"
+#include "SubscribedProcess.h"
 #include "WatchFaults.h"
 #include "support/Deployment.h"
+#include "support/Resources.h"
 #include "support/Sanitizers.h"
 #include "support/TestDirectory.h"
 #include "support/Threads.h"
@@ -30,25 +31,23 @@
 
 namespace {
 
-using support::Deployment;
 using support::setEnvironment;
 using support::writeFile;
 using testing::ElementsAre;
 namespace fs = std::filesystem;
 
-class EventService : public testing::Test {
+class EventService : public SubscribedProcess {
 protected:
-    Deployment m_deployment;
-    fs::path m_file = m_deployment.nodeListPath();
-    Recorder m_recorder{m_file};
-
     void SetUp() override {
+        SubscribedProcess::SetUp();
         setEnvironment("SYSCONF_EVENT_QUIET_MS", "5");
-        writeFile(m_file, "before");
         writeFile(m_deployment.appConfigPath(), "{}");
         writeFile(m_deployment.managerNodeListPath(), "{}");
-        // A sanitizer starts a thread along with the first one.
-        std::thread([] {}).join();
+    }
+
+    void expectThatItCanBeSubscribed() {
+        subscribeAndSeeAChange();
+        endService();
     }
 };
 
@@ -90,30 +89,17 @@ TEST_F(EventService, WhatCannotBeSubscribed_IsRefusedAndLeavesNothing) {
     EXPECT_EQ(resources(), before);
 }
 
-TEST_F(EventService, KernelRefusesWatches_RefusedAndPossibleLater) {
+TEST_F(EventService, SystemCallFails_RefusedAndPossibleLater) {
     const Resources before = resources();
-    failCalls(Call::AddWatch, ENOSPC);
-    EXPECT_LT(m_recorder.subscribe(), 0);
-    EXPECT_EQ(resources(), before);
-    failCalls(Call::AddWatch, 0);
-    ASSERT_EQ(m_recorder.subscribe(), 0);
-    writeFile(m_file, "after");
-    m_recorder.waitForText("after");
-    endService();
-}
-
-TEST_F(EventService, KernelRefusesDescriptors_RefusedAndPossibleLater) {
-    const Resources before = resources();
-    for (const Call call : {Call::InotifyInit, Call::Pipe}) {
-        failCalls(call, EMFILE);
+    const std::pair<Call, int> rows[] = {
+        {Call::AddWatch, ENOSPC}, {Call::InotifyInit, EMFILE}, {Call::Pipe, EMFILE}};
+    for (const auto& [call, error] : rows) {
+        failCalls(call, error);
         EXPECT_LT(m_recorder.subscribe(), 0);
         failCalls(call, 0);
         EXPECT_EQ(resources(), before);
     }
-    ASSERT_EQ(m_recorder.subscribe(), 0);
-    writeFile(m_file, "after");
-    m_recorder.waitForText("after");
-    endService();
+    expectThatItCanBeSubscribed();
 }
 
 /// No thread can be started with a stack that no address space can hold.
@@ -128,10 +114,7 @@ TEST_F(EventService, NoThreadToBeHad_RefusedAndPossibleLater) {
     EXPECT_LT(m_recorder.subscribe(), 0);
     ASSERT_EQ(::pthread_setattr_default_np(&ordinary), 0);
     EXPECT_EQ(resources(), before);
-    ASSERT_EQ(m_recorder.subscribe(), 0);
-    writeFile(m_file, "after");
-    m_recorder.waitForText("after");
-    endService();
+    expectThatItCanBeSubscribed();
 }
 
 #ifndef SANITIZED
@@ -140,10 +123,7 @@ TEST_F(EventService, NoForkHandlersToBeHad_RefusedAndPossibleLater) {
     EXPECT_LT(m_recorder.subscribe(), 0);
     EventConsumerCBFini();
     failCalls(Call::RegisterFork, 0);
-    ASSERT_EQ(m_recorder.subscribe(), 0);
-    writeFile(m_file, "after");
-    m_recorder.waitForText("after");
-    endService();
+    expectThatItCanBeSubscribed();
 }
 #endif
 

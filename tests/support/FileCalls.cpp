@@ -18,31 +18,28 @@
 // inline. That is also why <fcntl.h> and <unistd.h> are left out.
 extern "C" {
 [[gnu::weak]] int __interceptor_open(const char*, int, ...);
-[[gnu::weak]] int __interceptor_open64(const char*, int, ...);
 [[gnu::weak]] int __interceptor_openat(int, const char*, int, ...);
-[[gnu::weak]] int __interceptor_openat64(int, const char*, int, ...);
 [[gnu::weak]] std::FILE* __interceptor_fopen(const char*, const char*);
-[[gnu::weak]] std::FILE* __interceptor_fopen64(const char*, const char*);
 [[gnu::weak]] ssize_t __interceptor_read(int, void*, std::size_t);
 [[gnu::weak]] ssize_t __interceptor_pread(int, void*, std::size_t, off_t);
-[[gnu::weak]] ssize_t __interceptor_pread64(int, void*, std::size_t, off_t);
 ssize_t readlink(const char*, char*, std::size_t) noexcept;
 struct stat;
 
 [[gnu::visibility("default")]] int replacedOpen(const char*, int, ...) __asm__("open");
-[[gnu::visibility("default")]] int replacedOpen64(const char*, int, ...) __asm__("open64");
 [[gnu::visibility("default")]] int replacedOpenat(int, const char*, int, ...) __asm__("openat");
-[[gnu::visibility("default")]] int replacedOpenat64(int, const char*, int, ...) __asm__("openat64");
 [[gnu::visibility("default")]] std::FILE* replacedFopen(const char*, const char*) __asm__("fopen");
-[[gnu::visibility("default")]] std::FILE* replacedFopen64(const char*,
-                                                          const char*) __asm__("fopen64");
 [[gnu::visibility("default")]] ssize_t replacedRead(int, void*, std::size_t) __asm__("read");
 [[gnu::visibility("default")]] ssize_t replacedPread(int, void*, std::size_t,
                                                      off_t) __asm__("pread");
-[[gnu::visibility("default")]] ssize_t replacedPread64(int, void*, std::size_t,
-                                                       off_t) __asm__("pread64");
 [[gnu::visibility("default")]] int replacedFstat(int, struct stat*) __asm__("fstat");
-[[gnu::visibility("default")]] int replacedFstat64(int, struct stat*) __asm__("fstat64");
+
+// The same functions under the names for large files, which mean the same where off_t has 64 bits.
+static_assert(sizeof(off_t) == 8);
+[[gnu::visibility("default"), gnu::alias("open")]] int open64(const char*, int, ...);
+[[gnu::visibility("default"), gnu::alias("openat")]] int openat64(int, const char*, int, ...);
+[[gnu::visibility("default"), gnu::alias("fopen")]] std::FILE* fopen64(const char*, const char*);
+[[gnu::visibility("default"), gnu::alias("pread")]] ssize_t pread64(int, void*, std::size_t, off_t);
+[[gnu::visibility("default"), gnu::alias("fstat")]] int fstat64(int, struct stat*);
 }
 
 namespace {
@@ -182,11 +179,6 @@ bool creates(int flags) {
     return (flags & (kCreate | kTemporary)) != 0;
 }
 
-std::FILE* watchedFopen(FopenFunction* real, const char* path, const char* mode) {
-    return watchedOpen<std::FILE*>(path, std::strchr(mode, 'e') != nullptr, nullptr,
-                                   [&](const char* target) { return real(target, mode); });
-}
-
 } // namespace
 
 extern "C" {
@@ -196,16 +188,6 @@ int replacedOpen(const char* path, int flags, ...) {
     const unsigned int mode = creates(flags) ? va_arg(arguments, unsigned int) : 0;
     va_end(arguments);
     auto* real = support::realFunction<OpenFunction>(&__interceptor_open, "open");
-    return watchedOpen(path, closesOnExec(flags), -1,
-                       [&](const char* target) { return real(target, flags, mode); });
-}
-
-int replacedOpen64(const char* path, int flags, ...) {
-    std::va_list arguments;
-    va_start(arguments, flags);
-    const unsigned int mode = creates(flags) ? va_arg(arguments, unsigned int) : 0;
-    va_end(arguments);
-    auto* real = support::realFunction<OpenFunction>(&__interceptor_open64, "open64");
     return watchedOpen(path, closesOnExec(flags), -1,
                        [&](const char* target) { return real(target, flags, mode); });
 }
@@ -220,24 +202,10 @@ int replacedOpenat(int directory, const char* path, int flags, ...) {
                        [&](const char* target) { return real(directory, target, flags, mode); });
 }
 
-int replacedOpenat64(int directory, const char* path, int flags, ...) {
-    std::va_list arguments;
-    va_start(arguments, flags);
-    const unsigned int mode = creates(flags) ? va_arg(arguments, unsigned int) : 0;
-    va_end(arguments);
-    auto* real = support::realFunction<OpenatFunction>(&__interceptor_openat64, "openat64");
-    return watchedOpen(path, closesOnExec(flags), -1,
-                       [&](const char* target) { return real(directory, target, flags, mode); });
-}
-
 std::FILE* replacedFopen(const char* path, const char* mode) {
-    return watchedFopen(support::realFunction<FopenFunction>(&__interceptor_fopen, "fopen"), path,
-                        mode);
-}
-
-std::FILE* replacedFopen64(const char* path, const char* mode) {
-    return watchedFopen(support::realFunction<FopenFunction>(&__interceptor_fopen64, "fopen64"),
-                        path, mode);
+    auto* real = support::realFunction<FopenFunction>(&__interceptor_fopen, "fopen");
+    return watchedOpen<std::FILE*>(path, std::strchr(mode, 'e') != nullptr, nullptr,
+                                   [&](const char* target) { return real(target, mode); });
 }
 
 ssize_t replacedRead(int descriptor, void* buffer, std::size_t size) {
@@ -253,20 +221,8 @@ ssize_t replacedPread(int descriptor, void* buffer, std::size_t size, off_t offs
     });
 }
 
-ssize_t replacedPread64(int descriptor, void* buffer, std::size_t size, off_t offset) {
-    auto* real = support::realFunction<PreadFunction>(&__interceptor_pread64, "pread64");
-    return disturbedRead(descriptor, buffer, size, [&](std::size_t allowed) {
-        return real(descriptor, buffer, allowed, offset);
-    });
-}
-
 int replacedFstat(int descriptor, struct stat* status) {
     auto* real = support::realFunction<FstatFunction>(nullptr, "fstat");
-    return watchedStat(descriptor, [&] { return real(descriptor, status); });
-}
-
-int replacedFstat64(int descriptor, struct stat* status) {
-    auto* real = support::realFunction<FstatFunction>(nullptr, "fstat64");
     return watchedStat(descriptor, [&] { return real(descriptor, status); });
 }
 }

@@ -1,5 +1,5 @@
-// Events that are delivered while instances are destroyed and created, over and over. The event
-// library waits at the end of a subscription for deliveries that are running.
+// Events that are delivered while instances are destroyed and created, again and again. The event
+// library waits for running deliveries at the end of a subscription.
 
 #include "SysConfReader.h"
 #include "SysConfReaderEvent.h"
@@ -92,40 +92,21 @@ protected:
     std::atomic<int> m_wrong{0};
 };
 
-TEST_F(EventsBesideDestruction, OfTheReader_NeitherHangNorTouchWhatIsGone) {
-    runBeside(
-        kRounds,
-        [] {
-            SysConfReader::Instance();
-            SysConfReader::Destory();
-        },
-        deliveries(), lateCallbacks());
-    EXPECT_GE(support::eventLibraryCalls().finis, kRounds);
-    expectSound();
+template <typename Class>
+void recreate() {
+    Class::Instance();
+    Class::Destory();
 }
 
-TEST_F(EventsBesideDestruction, OfTheRoleReader_NeitherHangNorTouchWhatIsGone) {
-    runBeside(
-        kRounds,
-        [] {
-            SysConfReaderImpl::Instance();
-            SysConfReaderImpl::Destory();
-        },
-        deliveries(), lateCallbacks());
-    EXPECT_GE(support::eventLibraryCalls().finis, kRounds);
-    expectSound();
-}
-
-TEST_F(EventsBesideDestruction, OfTheFacade_NeitherHangNorTouchWhatIsGone) {
-    runBeside(
-        kRounds,
-        [] {
-            SysConfReader_i::Instance();
-            SysConfReader_i::Destory();
-        },
-        deliveries(), lateCallbacks());
-    EXPECT_GE(support::eventLibraryCalls().finis, kRounds);
-    expectSound();
+TEST_F(EventsBesideDestruction, OfEachClass_NeitherHangNorUseADestroyedInstance) {
+    int ended = 0;
+    for (void (*round)() :
+         {&recreate<SysConfReader>, &recreate<SysConfReaderImpl>, &recreate<SysConfReader_i>}) {
+        runBeside(kRounds, round, deliveries(), lateCallbacks());
+        ended += kRounds;
+        EXPECT_GE(support::eventLibraryCalls().finis, ended);
+        expectSound();
+    }
 }
 
 TEST_F(EventsBesideDestruction, WhileQuestionsAreAsked_AnswersAreAlwaysRight) {
@@ -134,13 +115,7 @@ TEST_F(EventsBesideDestruction, WhileQuestionsAreAsked_AnswersAreAlwaysRight) {
         m_wrong += facade.GetMasterInternalServiceIP() != "20.1.1.1" ? 1 : 0;
         m_wrong += facade.GetProductName() != "tenancy1" ? 1 : 0;
     };
-    runBeside(
-        kFewerRounds,
-        [] {
-            SysConfReaderImpl::Instance();
-            SysConfReaderImpl::Destory();
-        },
-        deliveries(), questions);
+    runBeside(kFewerRounds, &recreate<SysConfReaderImpl>, deliveries(), questions);
     expectSound();
 }
 
@@ -170,18 +145,8 @@ TEST_F(EventsBesideDestruction, WithALibraryThatRefusesAtFirst_LoseNoSubscriber)
     expectSound();
 }
 
-TEST_F(EventsBesideDestruction, FromTwoDestroyersAtOnce_NeitherHangNorTouchWhatIsGone) {
-    const auto facades = [] {
-        SysConfReader_i::Instance();
-        SysConfReader_i::Destory();
-    };
-    runBeside(
-        kFewerRounds,
-        [] {
-            SysConfReaderImpl::Instance();
-            SysConfReaderImpl::Destory();
-        },
-        facades, deliveries());
+TEST_F(EventsBesideDestruction, FromTwoDestroyersAtOnce_NeitherHangNorUseADestroyedInstance) {
+    runBeside(kFewerRounds, &recreate<SysConfReaderImpl>, &recreate<SysConfReader_i>, deliveries());
     expectSound();
 }
 

@@ -149,14 +149,6 @@ TEST(EventLibrary, RoleReaderAlone_TriesOnce) {
     EXPECT_EQ(calls(), (Calls{1, 0, 1, 0}));
 }
 
-TEST(EventLibrary, NotALibrary_IsTriedAtEachLoad) {
-    Deployment deployment;
-    support::installEventLibrary("no such kind");
-    SysConfReaderImpl::Instance();
-    EXPECT_EQ(calls(), (Calls{1, 0, 0, 0}));
-    EXPECT_FALSE(support::eventLibraryOpens().front().opened);
-}
-
 fs::path installedLibrary() {
     return support::testDirectory() / "libeventcbutil.so";
 }
@@ -441,16 +433,6 @@ TEST(EventSwitches, AnyNonEmptyText_TurnsTheSubscriptionOff) {
         EXPECT_EQ(calls().finis - before.finis, row.on ? 1 : 0);
         EXPECT_FALSE(support::subscribed());
     }
-}
-
-TEST(EventSwitches, SetAtTheFirstUse_LoadNoLibrary) {
-    const Deployment deployment;
-    support::installEventLibrary("recording");
-    setEnvironment("NO_EM_CLIENT", "0");
-    SysConfReader::Instance();
-    SysConfReader::Destory();
-    EXPECT_EQ(calls(), Calls());
-    EXPECT_FALSE(support::eventLibraryLoaded());
 }
 
 TEST(EventSwitches, ClearedLater_SubscribeAtTheNextLoad) {
