@@ -102,6 +102,7 @@ TEST_F(EventsBesideDestruction, OfEachClass_NeitherHangNorUseADestroyedInstance)
     int ended = 0;
     for (void (*round)() :
          {&recreate<SysConfReader>, &recreate<SysConfReaderImpl>, &recreate<SysConfReader_i>}) {
+        writeGeneration(m_deployment, 1);
         runBeside(kRounds, round, deliveries(), lateCallbacks());
         ended += kRounds;
         EXPECT_GE(support::eventLibraryCalls().finis, ended);
