@@ -84,7 +84,7 @@ std::string holdableWithinQuotes(std::string_view piece) {
     }
     const unsigned int unit = piece.size() == 6 ? escapedUnit(piece) : 0;
     if (unit >= 0xD800 && unit < 0xE000) {
-        // From the surrogates to the characters behind them.
+        // From the surrogates to the characters that follow them in Unicode.
         return (unit < 0xDC00 ? "\\uE" : "\\uF") + std::string(piece.substr(3));
     }
     return std::string(piece);

@@ -25,7 +25,7 @@ void require(bool holds, const char* what) {
     }
 }
 
-/// Equal in type, too, and a double in every bit, and so is whatever is inside.
+/// Whether two values have the same type and content; doubles are compared bit by bit.
 bool same(const Json::Value& one, const Json::Value& other) {
     if (one.type() != other.type() || one.size() != other.size()) {
         return false;

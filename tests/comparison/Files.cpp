@@ -18,7 +18,7 @@ void require(bool done, const char* what) {
     }
 }
 
-/// A file that stays open: to write it anew takes two calls.
+/// A file that stays open, so that rewriting it takes two system calls.
 class File {
 public:
     explicit File(const std::filesystem::path& path) {
@@ -50,7 +50,7 @@ std::string madeFolder() {
 }
 
 struct Folder {
-    /// Never destroyed, so that it is there at exit.
+    /// Never destroyed, because the exit handler uses it.
     static Folder& folder() {
         static Folder* const made = [] {
             std::atexit([] {

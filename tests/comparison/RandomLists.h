@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-/// Node lists made by chance: valid ones, ones with values of the wrong type at random places, odd
-/// tags, odd ids. The same seed gives the same lists on every machine.
+/// Random node lists: with and without values of the wrong type, with odd tags and odd ids. The
+/// same seed gives the same lists on every machine.
 class RandomLists {
 public:
     explicit RandomLists(std::uint64_t seed) : m_random(seed) {}
@@ -19,7 +19,7 @@ public:
     /// The address entries of a node.
     Json::Value addresses();
 
-    /// Ids, tags and the like as they occur in the lists, to ask for.
+    /// Ids, tags and the like, as they occur in the lists.
     std::string nodeId();
     std::string askedNodeId() { return oneIn(3) ? nodeId() : "n1"; }
     std::string tag();
@@ -27,7 +27,7 @@ public:
     std::string askedTag();
     std::set<std::string> tags();
     std::string address();
-    /// What the second overload of getLocalNodeIPs may find among its caller's keys.
+    /// A key that the caller of getLocalNodeIPs may have in its map.
     std::string callersKey();
     int callersNumber();
     std::string prefix();
@@ -43,7 +43,7 @@ private:
     const T& anyOf(const std::vector<T>& choices) {
         return choices[below(choices.size())];
     }
-    /// A value of another type in place of what should stand there, if this list is a mistyped one.
+    /// The value, or one of another type if the list has wrong types.
     Json::Value perhapsMistyped(Json::Value value);
     Json::Value wrongValue();
     Json::Value usage();
@@ -52,7 +52,7 @@ private:
     std::string someCapitals(std::string text);
 
     std::mt19937_64 m_random;
-    /// Of how many values one is mistyped; 0 for none.
+    /// One value in so many has the wrong type; 0 for none.
     unsigned int m_mistypedOneIn = 0;
 };
 

@@ -2,8 +2,8 @@
 
 #include "comparison/Files.h"
 
-/// A deployment in which nothing is wrong: the process "p1" on "n1", the standby of tenancy "t1",
-/// which stands in for "n2".
+/// A deployment without faults: the process "p1" on "n1", the standby of tenancy "t1", whose source
+/// node is "n2".
 inline files::Texts soundDeployment() {
     const char* const nodes = R"({"nodeList":{
 "n1":{"assignedToTenancy":"t1","extAttr":{"hostType":"standby","domain_node_type":"ACCESS_Backup",

@@ -1,5 +1,5 @@
-// All three singletons destroyed and created anew, while events arrive and others ask for
-// instances.
+// All three singletons are destroyed and created again while events arrive and other threads call
+// Instance().
 
 #include "Rounds.h"
 #include "SysConfReader.h"
@@ -32,7 +32,7 @@ void destroyAll(int round) {
     }
 }
 
-/// Three ask for instances, two deliver events, one calls back for subscriptions of long ago.
+/// Three threads call Instance(), two deliver events, one calls back for ended subscriptions.
 TEST(DestructionStorm, UnderEventsAndRequestsForInstances_NeitherHangsNorTouchesWhatIsGone) {
     support::Deployment deployment;
     support::writeGeneration(deployment, 1);

@@ -32,8 +32,8 @@ using support::LockCall;
 
 constexpr unsigned int kPatience = 60; // seconds
 
-/// Runs `work` in a forked child. Its exit status, or what signal ended it, less than
-/// 0: SIGALRM is that of a hang.
+/// Runs `work` in a forked child. Returns its exit status, or the negative number of the signal
+/// that ended it; SIGALRM means that it hung.
 int inChild(const std::function<int()>& work) {
     const pid_t child = ::fork();
     if (child == 0) {
@@ -54,7 +54,7 @@ int exitInOrder() {
     std::exit(0);
 }
 
-/// Everything that a child may ask; 0 when all is answered as it should be.
+/// Queries, reloads and queries again. Returns 0 if all answers are right.
 int ask() {
     SysConfReader& reader = *SysConfReader::Instance();
     if (reader.getLocalPort() != 4001 || reader.getLocalServiceIP() != "10.1.1.3" ||
@@ -98,8 +98,7 @@ protected:
     // The lock hooks use what belongs to the test.
     ~ForkedChild() override { support::setLockHook(nullptr); }
 
-    /// Forks one child of each life, `rounds` times, while each of `others` runs again and again on
-    /// a thread of its own.
+    /// Forks one child of each life, `rounds` times, while other threads repeat `others`, one each.
     static void forkBeside(int rounds, const std::vector<std::function<void()>>& others) {
         SysConfReader::Instance();
         std::atomic<bool> done{false};
@@ -198,11 +197,11 @@ TEST_F(ForkedChild, WithTheEventLibraryOfTheFiles_AnswersExecsAndExits) {
     SysConfReader::Destory();
 }
 
-/// A thread that stops where a lock is asked for or got, until it is told to go on.
+/// A thread that stops before or after an acquisition of a lock until this object is destroyed.
 class Stopped {
 public:
-    /// Runs `work` on a thread of its own and returns when it is at its `which`-th call (from 1) of
-    /// that kind.
+    /// Runs `work` on a new thread and returns when that is at its `which`-th call (from 1) of that
+    /// kind.
     Stopped(LockCall call, bool held, int which, const std::function<void()>& work) {
         support::setLockHook([=, this](LockCall seen, bool seenHeld) {
             if (std::this_thread::get_id() == m_thread.get_id() && seen == call &&

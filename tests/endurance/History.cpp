@@ -64,7 +64,7 @@ std::string managerNodeList(int generation) {
     return support::jsonText(root);
 }
 
-/// The marks in an answer, and its form: the answer without what the marks tell.
+/// The marks of an answer, and its form: the answer without the content of the marks.
 struct Reading {
     std::string form;
     std::optional<int> generation;
@@ -161,8 +161,9 @@ std::string History::wrongWithRoles() const {
     return wrong;
 }
 
-/// @param oldestNode The oldest generation that may have told which node is the own one, 0 when the
-///        answer is not of the own node.
+/// @param oldestNode The oldest generation from which the own node id may come; 0 if the answer is
+/// not
+///        about the own node.
 std::string History::judge(const std::string& name, const std::string& answer, int oldest,
                            int oldestNode) const {
     const int newest = m_begun;

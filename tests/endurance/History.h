@@ -11,12 +11,12 @@
 
 namespace endurance {
 
-/// The files of a deployment in one generation after the other, and what the library may answer
-/// meanwhile. In every text stands its generation, and with it the node that it belongs to; the
-/// process moves on to another node with each generation. One thread writes, any may ask.
+/// Writes generation after generation of a deployment's files and checks the library's answers.
+/// Every text contains its generation and its node. Each generation puts the process on another
+/// node. One thread writes, any thread may query.
 class History {
 public:
-    /// Writes generation 1 and asks every query once, while nothing else is going on.
+    /// Writes generation 1 and calls every query once.
     History();
 
     /// Replaces all three files, one after the other, by renaming.
@@ -27,15 +27,14 @@ public:
     /// Both singletons answer with what they have loaded of that generation.
     bool answersAreOf(int generation) const;
 
-    /// Asks one query, and answers what is wrong with its answer, "" when nothing is: it must be of
-    /// the form of the quiet one, all of one generation, and that one which was there at some
-    /// moment of the call.
+    /// Calls a query and returns what is wrong with its answer, "" if nothing is. The answer must
+    /// have the form of the first one and be of one generation, one that existed during the call.
     std::string wrongWith(const queries::ReaderQuery& query) const;
     /// The same for the four answers of the role reader.
     std::string wrongWithRoles() const;
 
 private:
-    /// What must have been in force when a call began.
+    /// The oldest generations that may be in an answer, taken before the call.
     struct Floor {
         int nodeList;
         int managerNodeList;

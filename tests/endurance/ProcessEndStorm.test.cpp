@@ -66,8 +66,8 @@ protected:
     }
 
 private:
-    /// Returns after that many changes have become answers, with a thread left that goes on
-    /// changing the files and one that goes on asking.
+    /// Returns after that many changes have become answers. Two threads continue: one changes the
+    /// files, one queries.
     void subscribeUnderAStorm(int changes) {
         SysConfReader::Instance();
         std::thread([this] {

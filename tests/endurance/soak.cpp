@@ -1,8 +1,8 @@
-// soak EVENT_LIBRARY minutes N | rounds N: everything at once, for long. Threads ask, one replaces
-// the files and reloads or leaves that to the event library, one destroys the singletons, one asks
-// for instances. Every interval all of them pause, the singletons are destroyed and created, and
-// what the process holds then is told and compared: it must not grow. Fails when it does, when an
-// answer was wrong, or when nothing moves for two minutes.
+// soak EVENT_LIBRARY minutes N | rounds N: threads query, one replaces the files and reloads or
+// leaves that to the event library, one destroys the singletons, one calls Instance(). At each
+// interval all threads pause, the singletons are destroyed and created, and the resources of the
+// process are printed and compared. Fails if they grow, if an answer is wrong, or if there is no
+// progress for two minutes.
 
 #include "History.h"
 #include "Rounds.h"
@@ -54,8 +54,8 @@ constexpr std::size_t kHeapTolerance = 64U * 1024U;
 /// What the resident memory may grow by once it has warmed up; the heap fragments.
 constexpr long kResidentTolerance = 4096; // KiB
 
-/// Whoever uses an instance keeps it from being destroyed, which is for the library's callers to
-/// see to. Who destroys has its turn: those who ask would else never let it in.
+/// Keeps an instance from being destroyed while it is used, which is a duty of the library's
+/// callers. The mutex lets the destroying thread in between the many that use instances.
 class Instances {
 public:
     template <typename Work>
@@ -123,8 +123,8 @@ public:
 
     const Counts& counts() const { return m_counts; }
 
-    /// What the process holds while the threads pause: of memory when no instance exists, of
-    /// everything else when one has just subscribed anew.
+    /// The resources of the process while the threads pause: memory without an instance, everything
+    /// else with one that has just subscribed.
     Sample sample() {
         Sample sample{};
         const std::lock_guard<std::mutex> nobodyAsks(m_asking);
@@ -223,7 +223,7 @@ private:
         }
     }
 
-    /// Needs nobody's leave: the instances are not used.
+    /// Takes no lock: the instances are not used.
     void askForInstances() {
         while (!m_done) {
             std::this_thread::sleep_for(std::chrono::microseconds(200));
@@ -303,13 +303,13 @@ bool soak(const std::string& unit, long amount) {
     return isFlat && soak.counts().wrong == 0;
 }
 
-/// Caches of each thread would count as memory in use.
+/// Starts the process again without caches per thread, which malloc reports as memory in use.
 void withoutThreadCaches(char** argv) {
     constexpr const char* kTunables = "GLIBC_TUNABLES";
     if (std::getenv(kTunables) == nullptr) {
         ::setenv(kTunables, "glibc.malloc.tcache_count=0", 1);
         ::execv("/proc/self/exe", argv);
-        throw std::runtime_error("cannot start once more");
+        throw std::runtime_error("cannot restart");
     }
 }
 

@@ -36,7 +36,7 @@ TEST(AllOperations, EveryExportedOne_IsInTheTable) {
     }
 }
 
-TEST(AllOperations, EveryFile_IsToldByTheAnswers) {
+TEST(AllOperations, EveryFile_ChangesAnswers) {
     support::Deployment files;
     support::setHostAddresses({operations::kSourceAddress});
     operations::writeFiles(files, "a");

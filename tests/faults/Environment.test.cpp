@@ -1,5 +1,4 @@
-// The environment in every condition. The paths of the three files and the key of the process come
-// from it, as bytes.
+// Environment variables: the paths of the three files and the key of the process, as bytes.
 
 #include "support/Deployment.h"
 #include "support/EventLibrary.h"

@@ -1,4 +1,5 @@
-// What the library leaves alone in its caller's process, and what of that process it does not mind.
+// What the library does not change in the process, and what the process may change without an
+// effect on the library.
 
 #include "support/Deployment.h"
 #include "support/EventLibrary.h"
@@ -29,7 +30,7 @@ namespace {
 namespace fs = std::filesystem;
 using operations::Answers;
 
-/// What belongs to the process, by name, as text.
+/// Properties of the process as text, by name.
 using Possessions = std::map<std::string, std::string>;
 
 std::string handlerOf(int signal) {
@@ -74,7 +75,7 @@ Possessions possessions() {
     return all;
 }
 
-/// Everything once: every operation, in an order that leaves all existing.
+/// Calls every operation once.
 void callEverything() {
     for (const operations::Operation& operation : operations::all()) {
         operations::prepare(operation);
@@ -84,7 +85,6 @@ void callEverything() {
     operations::destroyAll();
 }
 
-/// A program of which everything goes well at first and then goes wrong in every way.
 class Manners : public testing::Test {
 protected:
     Manners() {
@@ -122,7 +122,7 @@ protected:
     support::Deployment files;
 };
 
-TEST_F(Manners, PasswordOfAWrongType_IsNotToldByWhatIsThrown) {
+TEST_F(Manners, PasswordOfAWrongType_IsNotInTheException) {
     for (const char* password : {R"({"hidden":"s3cret"})", R"(["s3cret"])", R"({"s3cret":null})"}) {
         files.appConfig(R"({"databases":{"a database with a long name":[{"passwd":)" +
                         std::string(password) + R"(,"accessPort":"s3cret","type":["s3cret"],
@@ -139,7 +139,7 @@ TEST_F(Manners, PasswordOfAWrongType_IsNotToldByWhatIsThrown) {
     }
 }
 
-/// While it lives, standard output and standard error are one empty file.
+/// While it exists, standard output and standard error are one empty file.
 class SilentOutputs {
 public:
     SilentOutputs() {
@@ -182,7 +182,7 @@ TEST_F(Manners, EverythingWellAndBadly_WritesNothing) {
 }
 
 TEST_F(Manners, EverythingWellAndBadly_LeavesTheProcessAsItIs) {
-    // The first use loads the event library, whose runtime may have needs of its own.
+    // The first use loads the event library, whose runtime may allocate resources.
     operations::createAll();
     const Possessions before = possessions();
     ASSERT_GT(before.size(), 70U);
@@ -200,7 +200,7 @@ TEST_F(Manners, EveryOpenedFile_IsClosedOnExec) {
     EXPECT_THAT(opened, testing::ElementsAre("app.json", "nodelist.json", "nodelists.json"));
 }
 
-TEST_F(Manners, StandardDescriptorsClosed_AnswersAsEver) {
+TEST_F(Manners, StandardDescriptorsClosed_AnswersAreTheSame) {
     const Answers expected = operations::answers();
     operations::destroyAll();
     std::fflush(nullptr);
@@ -223,7 +223,7 @@ TEST_F(Manners, StandardDescriptorsClosed_AnswersAsEver) {
     EXPECT_EQ(operations::differences(again, expected), "");
 }
 
-/// While it lives, the process can open nothing any more.
+/// While it exists, the process cannot open any file.
 class DescriptorsUsedUp {
 public:
     DescriptorsUsedUp() {
@@ -301,7 +301,7 @@ TEST_F(Manners, DescriptorsUsedUpBetweenTwoLoads_LoadedValuesStay) {
               before.at("SysConfReader::getLocalPort"));
 }
 
-/// Lists and databases in which numbers stand where texts are asked for.
+/// Lists and databases with numbers in place of texts.
 void writeNumbers(support::Deployment& files) {
     const std::string nodes = R"({"nodeList":{"1234567.5":{
         "a member of the nodes by which they are selected":"any","assignedToTenancy":7654321.25,
@@ -319,14 +319,14 @@ void writeNumbers(support::Deployment& files) {
         .managerNodeList(nodes);
 }
 
-/// Numbers as they are written where the comma stands before the fraction.
+/// Numbers with a decimal comma.
 struct DecimalComma : std::numpunct<char> {
     char do_decimal_point() const override { return ','; }
     char do_thousands_sep() const override { return '.'; }
     std::string do_grouping() const override { return "\3"; }
 };
 
-TEST_F(Manners, DecimalCommaInBothLocales_AnswersAsEver) {
+TEST_F(Manners, DecimalCommaInBothLocales_AnswersAreTheSame) {
     writeNumbers(files);
     const Answers expected = operations::answers();
     EXPECT_NE(expected.at("SysConfReader::getDBType").find("\"1234.5\""), std::string::npos);

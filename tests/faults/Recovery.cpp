@@ -116,7 +116,7 @@ support::Deployment deploymentIn(const fs::path& directory) {
     return files;
 }
 
-/// One scenario with one fault, in a process of its own.
+/// One scenario with one fault, in its own process.
 class Trial {
 public:
     Trial(const Scenario& scenario, const CallFault& fault, const Undisturbed& undisturbed,
@@ -400,7 +400,7 @@ void addBothLengths(std::vector<Failing>& all, Call call, const char* name,
     std::size_t from = 1;
     for (const int error : errors) {
         all.push_back({call, name, error, 1, from, step});
-        // Who is interrupted calls again, so an endless interruption is an endless loop.
+        // An interrupted call is repeated, so interrupting without end would be an endless loop.
         all.push_back(
             {call, name, error, error == EINTR ? 16 : support::kUntilReleased, from, step});
         from += takesItsTime() ? 0 : 1;

@@ -37,7 +37,7 @@ bool same(const Json::Value& one, const Json::Value& other) {
     return one == other;
 }
 
-/// Goes through both trees side by side. `path` is where they are; it tells of a difference.
+/// Walks both trees in parallel. `path` is the place of a difference.
 class Comparison {
 public:
     std::string compare(const Json::Value& tree, const Node& node) {
@@ -130,7 +130,7 @@ std::string documentDifference(std::string_view text) {
     Json::Value tree;
     const bool accepted = JsonReader(false).parse(std::string(text), tree);
     std::string padded(text);
-    // Closing brackets behind the text would show if they were looked at.
+    // Closing brackets after the text would change the result if they were read.
     padded.append(JsonDocument::kPadding, ']');
     JsonDocument document;
     if (document.read(padded.data(), text.size()) != accepted) {

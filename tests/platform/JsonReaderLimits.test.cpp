@@ -139,7 +139,7 @@ bool documentAnswers(const std::string& text) {
 constexpr std::size_t kSmallStack = std::size_t{64} * 1024;
 
 #ifdef ADDRESS_SANITIZED
-// The sanitizer's malloc notes its caller's stack, in frames of its own of two kibibytes.
+// The sanitizer's malloc records the stack of its caller, in frames of two kibibytes.
 constexpr std::size_t kThreadStack = kSmallStack + std::size_t{8} * 1024;
 #else
 constexpr std::size_t kThreadStack = kSmallStack;

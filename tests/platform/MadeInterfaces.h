@@ -23,7 +23,7 @@ public:
     ifaddrs& operator[](std::size_t index) { return m_nodes[index].entry; }
     sockaddr_in6& v6(std::size_t index) { return m_nodes[index].v6; }
 
-    /// How many lists getifaddrs has given out, made or real, that nobody has freed.
+    /// The number of lists from getifaddrs, made or real, that have not been freed.
     static int unfreed();
 
 private:

@@ -1,14 +1,14 @@
 // Each system call and each allocation of the event library fails, once, ten times or for a while,
-// in each of its operations. Afterwards the service must work: a subscription is refused, or the
-// next change is delivered; and nothing is left behind.
+// in each of its operations. Afterwards the service works: a subscription is refused, or the next
+// change is delivered. No resource is leaked.
 
 #include "EventConsumerCB.h"
 #include "Recorder.h"
-#include "support/Resources.h"
 #include "ServiceAllocations.h"
 #include "SubscribedProcess.h"
 #include "WatchFaults.h"
 #include "support/Deployment.h"
+#include "support/Resources.h"
 
 #include <gtest/gtest.h>
 
@@ -75,13 +75,13 @@ protected:
         SubscribedProcess::SetUp();
         fs::rename(m_deployment.appRoot(), m_deployment.appRoot().string() + ".1");
         fs::create_directory_symlink("app.1", m_deployment.appRoot());
-        // What the first use of the library leaves behind for good comes first.
+        // The first use of the library allocates what it keeps until the process exits.
         subscribeAndSeeAChange();
         endService();
         m_before = resources();
     }
 
-    /// The link is switched, and so all paths are followed again.
+    /// Switches the link, so that all paths are resolved again.
     void change(const std::string& text) {
         const std::string root = m_deployment.appRoot().string();
         const std::string next = "app." + std::to_string(++m_changes % 2);
@@ -97,7 +97,7 @@ protected:
         m_recorder.waitForText(text);
     }
 
-    void expectThatItEndsWithoutARest() {
+    void expectThatItEndsWithoutALeak() {
         endService();
         EXPECT_EQ(resources(), m_before);
     }
@@ -117,7 +117,7 @@ protected:
             if (count == kAWhile) {
                 std::this_thread::sleep_for(std::chrono::milliseconds(300));
             }
-            // The few that have not come yet may come while the check runs.
+            // The remaining failures may happen during the check.
             if (count != 10) {
                 failCalls(GetParam().call, 0);
             }
@@ -134,7 +134,7 @@ TEST_P(Torture, Subscription_IsRefusedOrWorks) {
              if (result == 0) {
                  expectThatItWorks();
              }
-             expectThatItEndsWithoutARest();
+             expectThatItEndsWithoutALeak();
          });
 }
 
@@ -142,7 +142,7 @@ TEST_P(Torture, Delivery_TheNextChangeIsDelivered) {
     ASSERT_EQ(m_recorder.subscribe(), 0);
     fail([&] { change("while it fails " + std::to_string(m_changes)); },
          [&] { expectThatItWorks(); });
-    expectThatItEndsWithoutARest();
+    expectThatItEndsWithoutALeak();
 }
 
 TEST_P(Torture, End_LeavesNothing) {
@@ -169,7 +169,7 @@ TEST_P(Torture, Request_IsDelivered) {
             EventConsumerCBRedeliver(&callback);
         },
         [&] { m_recorder.waitForCount(before + 1); });
-    expectThatItEndsWithoutARest();
+    expectThatItEndsWithoutALeak();
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, Torture, testing::ValuesIn(kRows),
@@ -196,7 +196,7 @@ TEST_P(TortureByAllocations, Subscription_IsRefusedOrWorks) {
         if (result == 0) {
             expectThatItWorks();
         }
-        expectThatItEndsWithoutARest();
+        expectThatItEndsWithoutALeak();
     }
 }
 
@@ -217,7 +217,7 @@ TEST_P(TortureByAllocations, Delivery_TheNextChangeIsDelivered) {
             failed = stopFailingAllocations();
         }
     }
-    expectThatItEndsWithoutARest();
+    expectThatItEndsWithoutALeak();
 }
 
 TEST_P(TortureByAllocations, RequestAndEnd_SucceedWithoutMemory) {
@@ -235,7 +235,7 @@ TEST_P(TortureByAllocations, RequestAndEnd_SucceedWithoutMemory) {
         failAllocations(threads, 0, GetParam());
         EventConsumerCBFini();
         stopFailingAllocations();
-        expectThatItEndsWithoutARest();
+        expectThatItEndsWithoutALeak();
     }
 }
 

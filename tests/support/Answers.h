@@ -13,8 +13,8 @@ using Answers = std::vector<std::pair<std::string, std::string>>;
 
 /// What the last load of SysConfReader left, in the order in which the loader assigns it:
 /// databases, maintenanceIP, localhostIP, wssIP, wssPort, localPort, corbaPort, corbaSSLPort,
-/// nodeId, floatNodeId, hostTag. The id of the own node shows only in answers from the node list,
-/// so that file is replaced by one that tells it ("node1" to "node3", "source" and "" are known).
+/// nodeId, floatNodeId, hostTag. The own node id is visible only in answers from the node list, so
+/// this replaces that file by one in which the node ids "node1" to "node3", "source" and "" differ.
 Answers loadedValues(Deployment& deployment);
 
 /// How many of the loaded values the loader assigns from each file.

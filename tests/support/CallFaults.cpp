@@ -112,7 +112,7 @@ int openFileAt(int folder, const char* path, int flags, unsigned int mode) {
     return kernel(Call::Open, SYS_openat, folder, path, flags, mode);
 }
 
-/// The optional third argument; reading one that was not passed gives a value that nobody uses.
+/// The optional third argument. If it was not passed, the value is not used.
 #define OPTIONAL_ARGUMENT(type, name, last)                                                        \
     std::va_list rest;                                                                             \
     va_start(rest, last);                                                                          \

@@ -46,9 +46,9 @@ private:
     std::unique_ptr<State> m_state;
 };
 
-/// A command to run in a process of its own, in the environment of the test process and the
-/// changes made here, with standard input empty. Standard output goes to a pipe unless said
-/// otherwise, standard error always.
+/// A command to run in its own process, with the environment of the test process and the changes
+/// made here, and with empty standard input. Standard output goes to a pipe by default, standard
+/// error always.
 class Command {
 public:
     Command(std::filesystem::path program, std::vector<std::string> arguments);
@@ -59,7 +59,7 @@ public:
     Command& outputToFile(const std::filesystem::path& file);
     /// Standard output is a terminal of that many columns.
     Command& outputToTerminal(unsigned short columns);
-    /// Standard output is a pipe that nobody will ever read.
+    /// Standard output is a pipe without a reader.
     Command& outputToClosedPipe();
 
     /// Runs the command to its end.

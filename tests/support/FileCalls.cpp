@@ -14,8 +14,8 @@
 #include <string_view>
 #include <sys/types.h>
 
-// The replaced functions are defined under names of our own, because the headers may define them
-// inline. That is also why <fcntl.h> and <unistd.h> are left out.
+// The replaced functions have other names here, because the headers may define them inline. That is
+// also why <fcntl.h> and <unistd.h> are left out.
 extern "C" {
 [[gnu::weak]] int __interceptor_open(const char*, int, ...);
 [[gnu::weak]] int __interceptor_openat(int, const char*, int, ...);
@@ -65,13 +65,13 @@ Watch& watch() {
     return watch;
 }
 
-/// What becomes of an open: the path that is opened in fact, or the error that it fails with.
+/// What an open does: opens that path, or fails with that error.
 struct OpenStep {
     std::string target;
     int error = 0;
 };
 
-/// Notes the open and tells what becomes of it.
+/// Records the open and returns what it does.
 OpenStep noted(const char* path, bool closeOnExec) {
     std::function<void(const std::string&)> hook;
     OpenStep step{path};
@@ -106,14 +106,14 @@ Result watchedOpen(const char* path, bool closeOnExec, Result failed, Open open)
     return open(step.target.c_str());
 }
 
-/// The path of an open file, "" when the kernel does not tell it.
+/// The path of an open file, "" if the kernel does not know it.
 std::string pathOf(int descriptor) {
     const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
     std::array<char, 4096> path{};
     return ::readlink(link.c_str(), path.data(), path.size() - 1) < 0 ? "" : path.data();
 }
 
-/// What the script says of this read, a step without any effect when it is not disturbed.
+/// The script's step for this read; without a script, a step without effect.
 support::ReadStep nextStep(int descriptor) {
     const std::string path = pathOf(descriptor);
     std::function<support::ReadStep(std::size_t)> script;

@@ -6,9 +6,8 @@
 #include <string>
 #include <vector>
 
-/// The file calls of the library under test, watched and disturbed from outside: the test
-/// executable defines open, fopen, fstat, read and pread itself, so this header goes with
-/// FileCalls.cpp linked in. Only what goes through these calls of the C library is seen.
+/// Records the file calls of the library under test and makes them fail. FileCalls.cpp, linked into
+/// the test executable, replaces open, fopen, fstat, read and pread of the C library.
 namespace support {
 
 struct OpenCall {
@@ -19,7 +18,7 @@ struct OpenCall {
 /// The opens of JSON files (paths that end in ".json") since the start or the last reset, in
 /// order, whether they succeeded or not.
 std::vector<OpenCall> openCalls();
-/// How many of them were of that path.
+/// The number of opens of that path.
 std::size_t openCount(const std::string& path);
 void resetOpenCalls();
 
@@ -30,23 +29,22 @@ void redirectOpen(const std::string& path, const std::string& target);
 /// is 0.
 void failOpens(const std::string& path, std::function<int(std::size_t)> script);
 
-/// Runs on the opening thread before each open of a JSON file; null takes it away.
+/// Runs on the opening thread before each open of a JSON file; null removes it.
 void setOpenHook(std::function<void(const std::string& path)> hook);
 
-/// What one read call does: fails with `error`, or else reads at most that many bytes; not from the
-/// file but that many times `fill`, unless that is NUL.
+/// What one read call does: fails with `error`, or reads at most that many bytes. If `fill` is not
+/// NUL, the bytes are `fill` and do not come from the file.
 struct ReadStep {
     int error = 0;
     std::size_t atMost = std::numeric_limits<std::size_t>::max();
     char fill = '\0';
 };
 
-/// From now on the n-th read or pread (from 0) of the file at `path` does script(n); null lets the
-/// reads through again.
+/// From now on the n-th read or pread (from 0) of the file at `path` does script(n); null ends it.
 void disturbReads(const std::string& path, std::function<ReadStep(std::size_t)> script);
 
 /// From now on the n-th fstat (from 0) of the file at `path` fails with the error number script(n),
-/// unless that is 0; null lets them through again.
+/// unless that is 0; null ends it.
 void failStats(const std::string& path, std::function<int(std::size_t)> script);
 
 } // namespace support

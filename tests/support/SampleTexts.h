@@ -6,8 +6,8 @@
 
 #include <string>
 
-/// Configuration in generations: every value tells which generation it is from, so that a test can
-/// see which of several loads an answer comes from. In generation 7 the process "p1" runs on
+/// Configuration in generations: every value contains its generation, so that a test can see from
+/// which of several loads an answer comes. In generation 7 the process "p1" runs on
 /// "node7".
 namespace support {
 

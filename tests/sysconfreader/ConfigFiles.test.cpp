@@ -1,4 +1,4 @@
-// Environment, paths and the one way in which a file is read.
+// Environment, paths and the reading of files.
 
 #include "config/ConfigFiles.h"
 #include "config/JsonFiles.h"
@@ -50,14 +50,14 @@ std::size_t openDescriptors() {
     return static_cast<std::size_t>(std::distance(begin(descriptors), end(descriptors)));
 }
 
-/// Expects that the file at `name` counts as not parsed and leaves the value as it was.
+/// Expects that the file at `name` is not parsed and the value is unchanged.
 void expectNotParsed(const std::string& name) {
     Json::Value value = "before";
     EXPECT_FALSE(config::readJsonFile(name, value));
     EXPECT_EQ(value, Json::Value("before"));
 }
 
-TEST(ReadText, RegularFile_GivesItsBytesUpToTheFirstNul) {
+TEST(ReadText, RegularFile_ReturnsItsBytesUpToTheFirstNul) {
     for (const std::string& text : {std::string(), kText, std::string("{\xff\r\n")}) {
         writeFile(path(), text);
         EXPECT_EQ(config::readText(path()), text);
@@ -66,7 +66,7 @@ TEST(ReadText, RegularFile_GivesItsBytesUpToTheFirstNul) {
     }
 }
 
-TEST(ReadText, WhatIsNoReadableFile_GivesNothing) {
+TEST(ReadText, UnreadableFile_ReturnsNothing) {
     std::filesystem::create_directory(path("folder"));
     std::filesystem::create_symlink("nowhere", path("link"));
     for (const char* name : {"", "folder", "link", "absent"}) {
@@ -80,7 +80,7 @@ TEST(Environment, Unset_ReadsAsEmpty) {
     EXPECT_EQ(config::environment(config::kInstanceIdVariable), "");
 }
 
-TEST(Environment, ChangedBetweenCalls_IsReadAnew) {
+TEST(Environment, ChangedBetweenCalls_IsReadAgain) {
     for (const char* value : {"p1", "", "p2"}) {
         setEnvironment("PROCESS_INSTANCE_ID", value);
         EXPECT_EQ(config::environment(config::kInstanceIdVariable), value);
@@ -95,7 +95,7 @@ struct PathRow {
 };
 
 const PathRow kPathRows[] = {
-    {"app config as it stands", config::kAppConfig, "/opt/app.json", "/opt/app.json"},
+    {"app config verbatim", config::kAppConfig, "/opt/app.json", "/opt/app.json"},
     {"app config relative", config::kAppConfig, "app.json", "app.json"},
     {"app config empty", config::kAppConfig, "", ""},
     {"app config unset", config::kAppConfig, nullptr, ""},
@@ -113,7 +113,7 @@ const PathRow kPathRows[] = {
     {"manager list, root unset", config::kManagerNodeList, nullptr, "/etc/sysconf/nodelists.json"},
 };
 
-TEST(PathOf, AnyRoot_JoinsValueAndSuffixAsTheyStand) {
+TEST(PathOf, AnyRoot_JoinsValueAndSuffixVerbatim) {
     for (const PathRow& row : kPathRows) {
         SCOPED_TRACE(row.name);
         setEnvironment(row.file.variable, row.value);
@@ -160,7 +160,7 @@ TEST(ReadJsonFile, MissingFile_IsNotParsed) {
     expectNotParsed(path(std::string(5000, 'x')));
 }
 
-TEST(ReadJsonFile, NotRegular_IsNotParsedNorReadNorWaitedFor) {
+TEST(ReadJsonFile, NotRegular_IsNeitherParsedNorRead) {
     std::filesystem::create_directory(path("directory.json"));
     ASSERT_EQ(::mkfifo(path("pipe.json").c_str(), 0600), 0);
     for (const std::string& name : {path("directory.json"), path("pipe.json"),
@@ -261,7 +261,7 @@ TEST(ReadJsonFile, FileWithoutSizeOrEnd_IsNotParsedAfter16MiB) {
 }
 
 TEST(ReadJsonFile, RegularFileWithoutSize_IsReadToItsEnd) {
-    // The kernel tells the size 0 of this file; its text is what the thread is called.
+    // The kernel reports the size 0 for this file; its text is the name of the thread.
     ASSERT_EQ(::prctl(PR_SET_NAME, "[1, 2, 3]"), 0);
     const std::string name = "/proc/thread-self/comm";
     ASSERT_EQ(std::filesystem::file_size(name), 0U);
@@ -350,7 +350,7 @@ TEST(ReadJsonFile, OverwrittenWhileItIsRead_IsNoMixtureOfTwoTexts) {
     }
 }
 
-TEST(ReadJsonFile, OverwrittenWithItsTimePutBack_IsNoMixtureOfTwoTexts) {
+TEST(ReadJsonFile, OverwrittenWithItsOldTimeStamp_IsNoMixtureOfTwoTexts) {
     const auto longAgo = std::filesystem::file_time_type::clock::now() - std::chrono::hours(1000);
     for (std::size_t moment = 1; moment <= 5; ++moment) {
         SCOPED_TRACE(moment);
@@ -369,7 +369,7 @@ TEST(ReadJsonFile, OverwrittenWithItsTimePutBack_IsNoMixtureOfTwoTexts) {
     }
 }
 
-TEST(ReadJsonFile, NeverHoldingStill_IsUnavailable) {
+TEST(ReadJsonFile, ChangingDuringEachRead_IsUnavailable) {
     writeFile(path(), listOf(0));
     support::disturbReads(path(), [&](std::size_t call) {
         overwrite(listOf(call));

@@ -40,7 +40,7 @@ protected:
 
     void writeBoth(const std::string& text) { files.nodeList(text).managerNodeList(text); }
 
-    /// Both lists put in place by `make`, behind folders that exist.
+    /// Replaces both lists by what `make` creates.
     void makeBoth(const std::function<void(const std::filesystem::path&)>& make) {
         for (const auto& path : {files.nodeListPath(), files.managerNodeListPath()}) {
             std::filesystem::create_directories(path.parent_path());

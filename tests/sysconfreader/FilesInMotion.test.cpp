@@ -42,7 +42,7 @@ void writeInPlace(const std::filesystem::path& path, const std::string& text, in
     ::close(file);
 }
 
-/// Brings `text` into the file in that way (or the file away).
+/// Writes `text` in that way, or deletes the file.
 void move(Motion motion, const std::filesystem::path& path, const std::string& text) {
     switch (motion) {
     case Motion::Renamed:
@@ -60,9 +60,8 @@ void move(Motion motion, const std::filesystem::path& path, const std::string& t
     }
 }
 
-/// What the file's time stamp tells while it is moved: that it was written just now, that it was
-/// written long ago, or, all the time, one and the same moment that is not past yet: so a file
-/// looks that is written twice within one tick of the clock.
+/// The file's time stamp during the change: now, long ago, or always the same moment in the future,
+/// like that of a file that is written twice within one tick of the clock.
 enum class Stamp { JustNow, LongAgo, OneTick };
 
 void stamp(const std::filesystem::path& path, Stamp kind) {
@@ -136,8 +135,8 @@ Answers quietAnswers(const queries::ReaderQuery& query, const std::filesystem::p
     return answers;
 }
 
-/// Asks with the file moved right before file call number `at` of the query (from 0); tells the
-/// answer and whether the query made that many calls.
+/// Calls the query and changes the file before the query's file call number `at` (from 0). Returns
+/// the answer and whether the query made that many calls.
 std::pair<std::string, bool> askWhileMoving(const queries::ReaderQuery& query, std::size_t at,
                                             const std::function<void()>& moveIt) {
     std::size_t calls = 0;
@@ -266,8 +265,8 @@ struct Race {
     int questions;
 };
 
-/// A thread that moves the file without pause, while this one asks. (Overwriting does not come in
-/// question: between the writer's two writes the file itself is a mixture, at rest.)
+/// Calls every query while another thread changes the file without pause. Overwriting is left out:
+/// between its two writes the file itself is a mixture.
 void ask(const Race& race) {
     const Lists lists;
     const std::string texts[] = {queries::nodeList("a", race.furtherNodes),

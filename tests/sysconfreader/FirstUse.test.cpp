@@ -1,4 +1,4 @@
-// Threads that come first together, and queries beside reloads.
+// First uses from many threads, and queries during reloads.
 
 #include "SysConfReader.h"
 #include "SysConfReaderImpl.h"
@@ -147,7 +147,7 @@ TEST(FirstUse, Threads_AreTheCallersOnly) {
     EXPECT_EQ(threads(), before);
 }
 
-/// An app config file whose databases "a", "b" and "c" all tell the generation.
+/// An app config file whose databases "a", "b" and "c" contain the generation.
 std::string threeDatabases(int generation) {
     Json::Value root;
     for (const char* name : {"a", "b", "c"}) {

@@ -1,4 +1,4 @@
-// The life of the one reader: creation, destruction, what is locked meanwhile, and an event library
+// Creation and destruction of the reader, the locks that are held during them, and an event library
 // that throws.
 
 #include "SysConfReader.h"
@@ -191,8 +191,8 @@ TEST(Destory, AnswersGivenBefore_StayWithTheCaller) {
     EXPECT_EQ(tag, "host1-1");
 }
 
-/// Ends the calling thread by cancellation. An address sanitizer, which sees exceptions but not
-/// this way of unwinding, is told that the frames on the stack are gone.
+/// Ends the calling thread by cancellation. The address sanitizer does not see this way of
+/// unwinding and needs to be notified.
 void cancelHere() {
     if (&__asan_handle_no_return != nullptr) {
         __asan_handle_no_return();

@@ -1,5 +1,4 @@
-// What the loader makes of the environment, of the files' values and of nodes that stand in for
-// others.
+// How the loader uses the environment, converts values and finds the float node.
 
 #include "SysConfReader.h"
 #include "support/Answers.h"
@@ -102,7 +101,7 @@ TEST(Loader, NoEntryForTheInstance_LoadsTheDatabasesAlone) {
     }
 }
 
-TEST(Loader, VariablesChanged_AreReadAnewByTheNextLoad) {
+TEST(Loader, VariablesChanged_AreReadByTheNextLoad) {
     Deployment deployment;
     writeGeneration(deployment, 1);
     SysConfReader& reader = *SysConfReader::Instance();
@@ -132,7 +131,7 @@ TEST(Loader, AppRootUnset_ReadsTheNodeListUnderEtc) {
     }
 }
 
-TEST(Loader, AnyAppRoot_IsJoinedAsItStands) {
+TEST(Loader, AnyAppRoot_IsJoinedVerbatim) {
     Deployment deployment;
     writeGeneration(deployment, 1);
     std::filesystem::current_path(support::testDirectory());
@@ -149,8 +148,7 @@ TEST(Loader, AnyAppRoot_IsJoinedAsItStands) {
     }
 }
 
-/// A value as it stands in the file (null: the key is missing) and what is loaded of it: nothing
-/// when the load ends there.
+/// A value as JSON (null: the key is missing) and the loaded value (null: the load ends there).
 struct ConversionRow {
     const char* value;
     const char* loaded;
@@ -203,7 +201,7 @@ std::string appConfigWith(const std::string& section, const std::string& key, co
     return R"({"processes": {"p1": {")" + section + R"(": {)" + member + "}, " + next + "}}}";
 }
 
-TEST(Loader, ValueWhereATextBelongs_IsConvertedOrEndsTheLoad) {
+TEST(Loader, ValueInPlaceOfAText_IsConvertedOrEndsTheLoad) {
     Deployment deployment;
     for (const ConversionRow& row : kTextRows) {
         SCOPED_TRACE(row.value != nullptr ? row.value : "missing");
@@ -215,7 +213,7 @@ TEST(Loader, ValueWhereATextBelongs_IsConvertedOrEndsTheLoad) {
     }
 }
 
-TEST(Loader, ValueWhereAPortBelongs_IsConvertedOrEndsTheLoad) {
+TEST(Loader, ValueInPlaceOfAPort_IsConvertedOrEndsTheLoad) {
     Deployment deployment;
     for (const ConversionRow& row : kPortRows) {
         SCOPED_TRACE(row.value != nullptr ? row.value : "missing");
@@ -228,7 +226,7 @@ TEST(Loader, ValueWhereAPortBelongs_IsConvertedOrEndsTheLoad) {
     }
 }
 
-TEST(Loader, AnyMemberMissing_ReadsAsEmptyAndTheLoadGoesOn) {
+TEST(Loader, AnyMemberMissing_ReadsAsEmptyAndTheLoadContinues) {
     Deployment deployment;
     for (const char* section : {"IR", "local", "wss", "CORBA", "CORBA_SSL"}) {
         for (const bool null : {false, true}) {
@@ -368,8 +366,7 @@ TEST(FloatNode, Reload_FollowsTheSourceAndComesBack) {
 TEST(FloatNode, HostTypeOfTheOwnNodeDecides_NotThatOfTheSource) {
     Deployment deployment;
     deployment.appConfig(jsonText(support::sampleAppConfig(1)));
-    // The node stands in for "source" since the first load. Its own entry says so again on each
-    // load, even though the float node before the load was another.
+    // Each load uses the host type of the own node, not that of the float node of the load before.
     deployment.nodeList(standbyNodeList("standby", "127.0.0.1"));
     SysConfReader& reader = *SysConfReader::Instance();
     EXPECT_EQ(reader.getFloatNodeId(), "source");

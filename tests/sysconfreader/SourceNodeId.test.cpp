@@ -1,4 +1,4 @@
-// Whom this host stands in for: the node list against addresses that the test gives the host.
+// The source node: the node list is compared with the addresses that the test gives the host.
 
 #include "SysConfReader.h"
 #include "support/Deployment.h"
@@ -55,7 +55,7 @@ const SourceRow kRows[] = {
      R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["x", "service", "y"]}]}})", "n1"},
     {"tag twice in an entry",
      R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service", "service"]}]}})", "n1"},
-    {"last of two service entries counts",
+    {"last of two service entries wins",
      R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]},
                                 {"IP": "192.0.2.3", "usage": ["service"]}]}})",
      nullptr},
@@ -118,7 +118,7 @@ const SourceRow kRows[] = {
      R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]},
          "n2": {"extAttr": []}})",
      "n1"},
-    {"nodes behind a wrong type are not reached",
+    {"nodes after a wrong type are not reached",
      R"({"n1": {"extAttr": []},
          "n2": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]}})",
      nullptr},
@@ -127,7 +127,9 @@ const SourceRow kRows[] = {
     {"tag that is no text",
      R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": [{}, "service"]}]}})", nullptr},
     {"wrong type after the service tag is not read",
-     R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service", []]}]}})", "n1"},
+     R"({"n1": {"IPAddresses": [{"IP": "192.0.2.3", "usage": ["service", []]}]},
+         "n2": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]}})",
+     "n2"},
     {"tag that is a number",
      R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": [5, "service"]}]}})", "n1"},
     {"IP an object", R"({"n1": {"IPAddresses": [{"IP": {}, "usage": ["service"]}]}})", nullptr},
@@ -184,7 +186,7 @@ TEST(SourceNodeId, ListNotParsable_LeavesTheArgumentAlone) {
     EXPECT_EQ(answer("before"), "before");
 }
 
-TEST(SourceNodeId, ListOrHostChanged_IsReadAnewOnEachCall) {
+TEST(SourceNodeId, ListOrHostChanged_IsReadOnEachCall) {
     Deployment deployment;
     const auto list = [](const std::string& id) {
         return R"({"nodeList": {")" + id +

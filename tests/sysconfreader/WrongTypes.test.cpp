@@ -1,5 +1,5 @@
-// Values of the wrong type, in the order in which the loader comes by them: what is before them is
-// new, what is behind them is old.
+// Values of the wrong type, in the order in which the loader reads them: values before them are
+// new, values after them are unchanged.
 
 #include "SysConfReader.h"
 #include "support/Answers.h"
@@ -143,7 +143,7 @@ TEST(WrongType, AnyValue_EndsTheLoadInSilenceAndTheNextLoadIsWhole) {
     }
 }
 
-/// A node list whose own node "node2" is a standby and stands in for "source".
+/// A node list whose own node "node2" is a standby with the source node "source".
 Json::Value standbyNodeList() {
     Json::Value nodes = support::sampleNodeList(2);
     nodes["nodeList"]["node2"]["extAttr"]["hostType"] = "standby";
@@ -175,7 +175,7 @@ TEST(WrongType, HostTagOfTheOwnNode_IsNotLookedAtOnAStandbyNode) {
 }
 
 TEST(WrongType, InAnotherNodesEntry_EndsTheSearchForTheSourceOnly) {
-    // The entry "a" is before the source's, "z" behind it.
+    // The entry "a" is before the source's, "z" after it.
     for (const auto& [id, found] : {std::pair("a", "node2"), std::pair("z", "source")}) {
         SCOPED_TRACE(id);
         Deployment deployment;

@@ -1,4 +1,4 @@
-// The callback: which events it takes, what it does for them, and events at odd moments.
+// The callback: which events it accepts, what it does, and events during loads and destructions.
 
 #include "SysConfReader.h"
 #include "SysConfReaderEvent.h"
@@ -117,7 +117,7 @@ TEST(ChangeEvent, OtherTexts_AreNotLookedAt) {
 TEST(ChangeEvent, UserDataOfNoRoleReader_IsNotTouched) {
     Deployment deployment;
     loadOneWriteTwo(deployment);
-    // Addresses that nobody could read.
+    // Addresses that cannot be read.
     for (const std::uintptr_t address :
          {std::uintptr_t{1}, std::uintptr_t{16}, ~std::uintptr_t{0}}) {
         EXPECT_EQ(SysConfReaderEventProcessCB(kEvent, "", "", reinterpret_cast<void*>(address)), 0);
@@ -217,7 +217,7 @@ TEST(ChangeEvent, FromManyThreadsAtOnce_AllAreAppliedAndTheLastFilesAreTheAnswer
 }
 
 TEST(ChangeEvent, CalledBackAfterTheEndOfTheSubscription_IsDropped) {
-    // A library that goes on where it must not: it has kept the record that it was given.
+    // An event library that uses the callback record after the end of the subscription.
     Deployment deployment;
     writeGeneration(deployment, 1);
     support::installEventLibrary("recording");
@@ -280,8 +280,8 @@ TEST(ChangeEvent, LibraryThrowsWhileTheReaderIsCreated_LeavesNoReader) {
     EXPECT_EQ(SysConfReader::Instance()->getLocalPort(), 4001);
 }
 
-/// Starts a delivery on another thread as soon as the subscription stands, that is, in the middle
-/// of the first load, which goes on only when the delivery is about to call.
+/// Starts a delivery on another thread when the subscription has been made, which is during the
+/// first load. The load continues when the delivery is about to call back.
 class DeliveryDuringTheLoad {
 public:
     DeliveryDuringTheLoad() {
@@ -298,7 +298,7 @@ public:
     DeliveryDuringTheLoad(const DeliveryDuringTheLoad&) = delete;
     DeliveryDuringTheLoad& operator=(const DeliveryDuringTheLoad&) = delete;
 
-    /// Waits for the delivery's end and tells its answer.
+    /// Waits for the delivery's end and returns its answer.
     int finish() {
         support::setSubscribedHook(nullptr);
         if (m_thread.joinable()) {

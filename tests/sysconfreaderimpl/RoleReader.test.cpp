@@ -143,7 +143,7 @@ struct PathRow {
     const char* managerNodeList;
 };
 
-TEST(RoleReader, AnyRoot_IsJoinedAsItStandsAtEachCall) {
+TEST(RoleReader, AnyRoot_IsJoinedVerbatimAtEachCall) {
     const PathRow rows[] = {
         {nullptr, "/etc/sysconf/nodelist.json", "/etc/sysconf/nodelists.json"},
         {"", "/etc/sysconf/nodelist.json", "/etc/sysconf/nodelists.json"},
@@ -352,7 +352,7 @@ const InternalIpRow kInternalIpRows[] = {
     {"maintenance in mixed case", R"([{"IP": "A", "usage": ["MainTenance"]}])", "A"},
     {"last of two maintenances",
      R"([{"IP": "A", "usage": ["maintenance"]}, {"IP": "B", "usage": ["maintenance"]}])", "B"},
-    {"internal service behind maintenance",
+    {"internal service after maintenance",
      R"([{"IP": "A", "usage": ["maintenance"]}, {"IP": "B", "usage": ["internal_service"]}])", "B"},
     {"internal service before maintenance",
      R"([{"IP": "A", "usage": ["internal_service"]}, {"IP": "B", "usage": ["maintenance"]}])", "A"},
@@ -365,8 +365,7 @@ const InternalIpRow kInternalIpRows[] = {
     {"null entries", R"([null, {"IP": "A", "usage": ["internal_service"]}])", "A"},
     {"number as IP", R"([{"IP": 7, "usage": ["internal_service"]}])", "7"},
     {"number as tag", R"([{"IP": "A", "usage": [7, "internal_service"]}])", "A"},
-    {"wrong type behind the answer", R"([{"IP": "A", "usage": ["internal_service"]}, "text"])",
-     "A"},
+    {"wrong type after the answer", R"([{"IP": "A", "usage": ["internal_service"]}, "text"])", "A"},
     {"wrong type before the answer", R"(["text", {"IP": "A", "usage": ["internal_service"]}])",
      nullptr},
     {"object as IP", R"([{"IP": {}, "usage": ["internal_service"]}])", nullptr},

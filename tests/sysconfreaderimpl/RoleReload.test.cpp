@@ -74,7 +74,7 @@ struct StepRow {
 
 const StepRow kRows[] = {
     {"nothing", [](auto&, auto&, auto&) {}, "2", "2", "2", "2"},
-    // The own node id: steps behind it look for what they have.
+    // The own node id: later steps use the old one.
     {"processes an array", [](auto& app, auto&, auto&) { app["processes"] = array(); }, "10.2.1.2",
      "2", "2", "2"},
     {"own process a text", [](auto& app, auto&, auto&) { app["processes"]["p1"] = "text"; },
@@ -89,7 +89,7 @@ const StepRow kRows[] = {
      "", "", "", ""},
     {"nodeId unknown", [](auto& app, auto&, auto&) { app["processes"]["p1"]["nodeId"] = "x"; }, "",
      "", "", ""},
-    // The own address: the next step reads the list once more.
+    // The own address: the next step reads the list again.
     {"nodeList an array", [](auto&, auto& nodes, auto&) { nodes["nodeList"] = array(); }, "1", "",
      "", "1"},
     {"own node an array", [](auto&, auto& nodes, auto&) { nodes["nodeList"]["node2"] = array(); },
@@ -119,7 +119,7 @@ const StepRow kRows[] = {
          nodes["nodeList"]["node2"]["assignedToTenancy"] = Json::Value();
      },
      "2", "", "", ""},
-    // The roles. The ids stay where none is found, the addresses are looked up anew.
+    // The roles. If no node is found, the old ids stay, and their addresses are looked up again.
     {"manager list an array", [](auto&, auto&, auto& manager) { manager = array(); }, "2", "1", "1",
      "2"},
     {"manager's nodeList an array",
@@ -194,7 +194,7 @@ TEST(RoleReload, FileNotParsable_KeepsTheAnswersThatComeFromIt) {
     EXPECT_EQ(reloadWith(deployment.managerNodeListPath()), expected);
 }
 
-TEST(RoleReload, NoMasterAnyMore_KeepsItsIdAndLooksUpTheAddressAnew) {
+TEST(RoleReload, NoMasterLeft_KeepsItsIdAndLooksUpTheAddressAgain) {
     Deployment deployment;
     SysConfReaderImpl& roles = loadGeneration(deployment, 1);
     Json::Value manager = support::sampleManagerNodeList(1);
@@ -218,7 +218,7 @@ TEST(RoleReload, NoMasterAnyMore_KeepsItsIdAndLooksUpTheAddressAnew) {
     EXPECT_EQ(roles.GetMasterInternalServiceIP(), "20.3.1.1");
 }
 
-TEST(RoleReload, NoStandbyAnyMore_KeepsItsIdAndLooksUpTheAddressAnew) {
+TEST(RoleReload, NoStandbyLeft_KeepsItsIdAndLooksUpTheAddressAgain) {
     Deployment deployment;
     SysConfReaderImpl& roles = loadGeneration(deployment, 1);
     Json::Value manager = support::sampleManagerNodeList(1);

@@ -158,7 +158,7 @@ std::string bytesOf(const fs::path& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// A real event library, as a file of its own, with one byte of its header changed.
+/// A copy of a real event library with one byte of its header changed.
 std::function<void()> changedHeader(std::size_t at, char value) {
     return [=] {
         support::installEventLibrary("recording");
@@ -196,7 +196,7 @@ const UnusableRow kUnusable[] = {
     {"that is a device", [] { fs::create_symlink("/dev/null", installedLibrary()); }},
 };
 
-TEST(EventLibrary, OneThatCannotBeLoaded_IsTriedAtEachLoadAndDoesNoHarm) {
+TEST(EventLibrary, OneThatCannotBeLoaded_IsTriedAtEachLoadWithoutEffect) {
     Deployment deployment;
     writeGeneration(deployment, 1);
     for (const UnusableRow& row : kUnusable) {
@@ -226,7 +226,7 @@ TEST(EventLibrary, UnloadingItself_IsLoadedAgainForTheEndOfTheSubscription) {
     support::installEventLibrary("recording");
     SysConfReader::Instance();
     ASSERT_TRUE(support::eventLibraryLoaded());
-    // As from its own thread: a reference of its own, then both given back.
+    // As the library could on its own thread: takes one more reference and drops both.
     void* library = ::dlopen("libeventcbutil.so", RTLD_LAZY | RTLD_NOLOAD);
     ASSERT_NE(library, nullptr);
     ::dlclose(library);
@@ -379,7 +379,7 @@ TEST(EventLibrary, CannotBeClosed_SubscriptionEndsAndTheNextOneStands) {
     EXPECT_EQ(calls(), (Calls{4, 2, 2, 2}));
 }
 
-TEST(EventLibrary, WhileItSubscribes_TheSubscriptionCountsAsMade) {
+TEST(EventLibrary, WhileItSubscribes_NoSecondSubscriptionIsMade) {
     const Deployment deployment;
     support::installEventLibrary("recording");
     support::setInitResult(kRefused);
