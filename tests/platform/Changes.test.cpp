@@ -1,8 +1,8 @@
 // Each way in which a configuration file changes, on real files, through the event library.
 
 #include "Recorder.h"
-#include "support/Resources.h"
 #include "support/Deployment.h"
+#include "support/Resources.h"
 #include "support/TestDirectory.h"
 
 #include <gtest/gtest.h>

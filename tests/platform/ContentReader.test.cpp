@@ -4,8 +4,8 @@
 #ifndef SANITIZED
 
 #include "ContentReader.h"
-#include "support/Resources.h"
 #include "support/Deployment.h"
+#include "support/Resources.h"
 #include "support/TestDirectory.h"
 
 #include <gtest/gtest.h>

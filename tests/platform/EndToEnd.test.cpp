@@ -1,11 +1,11 @@
 // The library with the event library, on real files: a change on disk becomes an answer.
 
-#include "support/Resources.h"
 #include "SysConfReader.h"
 #include "SysConfReader_i.h"
 #include "support/Answers.h"
 #include "support/Deployment.h"
 #include "support/EventLibrary.h"
+#include "support/Resources.h"
 #include "support/SampleTexts.h"
 #include "support/TestDirectory.h"
 

@@ -2,10 +2,10 @@
 
 #include "EventConsumerCB.h"
 #include "Recorder.h"
-#include "support/Resources.h"
 #include "SubscribedProcess.h"
 #include "WatchFaults.h"
 #include "support/Deployment.h"
+#include "support/Resources.h"
 #include "support/Sanitizers.h"
 
 #include <gmock/gmock.h>

@@ -2,9 +2,9 @@
 
 #include "EventConsumerCB.h"
 #include "Recorder.h"
-#include "support/Resources.h"
 #include "SubscribedProcess.h"
 #include "support/Deployment.h"
+#include "support/Resources.h"
 
 #include <gtest/gtest.h>
 

@@ -2,9 +2,9 @@
 // not have its own mount namespace.
 
 #include "Recorder.h"
-#include "support/Resources.h"
 #include "SubscribedProcess.h"
 #include "support/Deployment.h"
+#include "support/Resources.h"
 #include "support/TestDirectory.h"
 
 #include <gtest/gtest.h>
