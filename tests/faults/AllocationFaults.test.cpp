@@ -15,6 +15,7 @@
 #include <json/reader.h>
 
 #include <algorithm>
+#include <fstream>
 #include <new>
 #include <sstream>
 
