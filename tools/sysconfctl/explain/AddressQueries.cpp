@@ -11,6 +11,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <variant>
 
 namespace sysconfctl {
@@ -20,8 +21,6 @@ namespace rules = Quarncommon::rules;
 using Quarncommon::runDroppingExceptions;
 
 using rules::kSouthboundFamily;
-constexpr const char* kOwn = "the own node, whatever it stands in for";
-constexpr const char* kFloat = "the float node";
 
 /// Runs a rule over the node list with a trace; what it found before a value of the wrong type
 /// stays.
@@ -34,30 +33,90 @@ std::string sameLabel(const std::string& slot) {
     return slot;
 }
 
-std::string byTag(ExplanationBuilder& builder, const std::string& usage) {
-    const std::string tag = rules::lowerCased(usage);
-    const bool own = tag == rules::kMaintenanceTag;
-    builder.floatNode();
-    const std::string& id =
-        rules::nodeForTag(tag, builder.values.nodeId, builder.values.floatNodeId);
-    Recorder trace;
-    std::string address;
-    traced(builder, trace, [&](const rules::TracedNode& list) {
-        address = rules::addressByTag(rules::addressEntries(rules::nodeEntry(list, id)), tag);
-    });
-    builder.walk(builder.sources.nodeList, id, own ? kOwn : kFloat, trace, sameLabel);
-    return address;
+/// "soutbound3 is no southbound tag; did you mean southbound3?"
+std::string missSentence(const EntryFate& miss, const std::string& kind) {
+    return fmt::format("{} is no {} tag; did you mean {}?", named(miss.nearTag), kind,
+                       named(miss.meantTag));
 }
 
-void maintenanceFallback(ExplanationBuilder& builder, const std::string& without) {
+/// "node-2 answers for node-1: ", if the addresses are not those of the own node.
+std::string standingIn(const ExplanationBuilder& builder) {
+    return builder.standsIn() ? fmt::format("{} answers for {}: ", named(builder.values.nodeId),
+                                            named(builder.values.floatNodeId))
+                              : "";
+}
+
+/// An address by one tag, and the walk to it.
+struct Tagged {
+    std::string tag;
+    std::string node;
+    std::string address;
+    WalkedEntries walked;
+};
+
+Tagged byTag(ExplanationBuilder& builder, const std::string& usage) {
+    Tagged found{rules::lowerCased(usage), {}, {}, {}};
+    const bool own = found.tag == rules::kMaintenanceTag;
+    if (own) {
+        builder.ownNode(LoadStep::AppConfig);
+        builder.explanation.moment = Moment::NodeAtLoad;
+    } else {
+        builder.floatNode(false);
+    }
+    found.node = rules::nodeForTag(found.tag, builder.values.nodeId, builder.values.floatNodeId);
+    Recorder trace;
+    traced(builder, trace, [&](const rules::TracedNode& list) {
+        found.address = rules::addressByTag(
+            rules::addressEntries(rules::nodeEntry(list, found.node)), found.tag);
+    });
+    found.walked =
+        builder.walk(builder.sources.nodeList, found.node, trace, sameLabel, {{found.tag, false}});
+    return found;
+}
+
+/// Why an address by its tag is what it is, or why there is none.
+void concludeTag(ExplanationBuilder& builder, const Tagged& found, const std::string& effect) {
+    const bool own = found.tag == rules::kMaintenanceTag;
+    const std::string standing = own ? "" : standingIn(builder);
+    const std::string node = named(found.node);
+    const std::string then = effect.empty() ? "" : "; " + effect;
+    if (!found.address.empty()) {
+        builder.conclude("tag-found", fmt::format("{}{} is the first address of {} tagged {}",
+                                                  standing, found.address, node, named(found.tag)));
+    } else if (!found.walked.from.empty()) {
+        builder.conclude("entry-without-address",
+                         fmt::format("{}the first entry of {} tagged {} has no \"IP\", and the "
+                                     "search ends there{}",
+                                     standing, node, named(found.tag), then),
+                         effect, "give it an \"IP\", or remove the tag");
+    } else if (const EntryFate* const miss = found.walked.nearMiss()) {
+        builder.conclude("near-miss-tag",
+                         standing + missSentence(*miss, found.tag) +
+                             (effect.empty() ? "" : " without one, " + node + " " + effect),
+                         effect, "correct the tag");
+    } else {
+        builder.conclude(effect.empty() ? "tag-not-found" : "fallback",
+                         fmt::format("{}no {} tag on {}{}", standing, named(found.tag), node, then),
+                         effect, fmt::format("tag an address of {} with it", node));
+    }
+}
+
+/// The fallback to the maintenance address of the process. Returns what it means for the answer.
+std::string maintenanceFallback(ExplanationBuilder& builder) {
     const Spot spot = builder.processSpot({"IR", "ip"});
-    const bool there = builder.sources.appConfig.document.find(spot.path) != nullptr;
-    builder.fallback(
-        fmt::format("without {}, the maintenance address of this process is the "
-                    "answer: {}",
-                    without,
-                    builder.values.maintenanceIp.empty() ? "none" : builder.values.maintenanceIp),
-        there ? std::optional(spot) : std::nullopt);
+    const std::string& address = builder.values.maintenanceIp;
+    const bool there = builder.sources.appConfig.document.find(spot.path) != nullptr &&
+                       builder.loaded.hasRead(LoadStep::AppConfig, spot.path);
+    builder.step(
+        {.kind = "fallback",
+         .outcome = "fallback",
+         .sentence = fmt::format("the maintenance address of {} is {}", builder.processName(),
+                                 address.empty() ? "empty" : address),
+         .at = there ? std::optional(spot) : std::nullopt,
+         .facts = {.address = address}});
+    builder.decisive();
+    return address.empty() ? "falls back to the maintenance address of the process, which is empty"
+                           : "falls back to the maintenance address of the process";
 }
 
 struct Numbered {
@@ -82,68 +141,129 @@ std::string numberLabel(const std::string& slot) {
     return slot == rules::kServiceTag || slot == rules::kService2Tag ? slot : "number " + slot;
 }
 
-/// Where each slot of the list is, in the order of the slots' numbers.
-void tellSlots(ExplanationBuilder& builder, const Recorder& trace, const WalkedEntries& walked,
-               SlotLabel label) {
+/// The tag of a southbound slot.
+std::string southboundLabel(const std::string& slot) {
+    return std::string(kSouthboundFamily) + (slot == "1" ? "" : slot);
+}
+
+/// Adds the place of each slot in the list, in the order of the slots' numbers. Returns them in
+/// words: "northbound in slot 1".
+std::vector<std::string> slotSteps(ExplanationBuilder& builder, const Recorder& trace,
+                                   const WalkedEntries& walked, SlotLabel label) {
     std::map<int, rules::SlotPlaced> placed;
     for (const rules::TraceEvent& event : trace.events) {
         if (const auto* const slot = std::get_if<rules::SlotPlaced>(&event)) {
             placed.emplace(std::stoi(slot->slot), *slot);
         }
     }
+    std::vector<std::string> words;
     for (const auto& [number, slot] : placed) {
-        if (slot.value.empty()) {
-            continue;
-        }
         const std::string name = label(slot.slot);
         const auto from = walked.from.find(name);
-        const auto spot = [&] {
-            return Spot{&builder.sources.nodeList,
+        std::optional<Spot> spot;
+        if (from != walked.from.end()) {
+            spot = Spot{&builder.sources.nodeList,
                         {"nodeList", builder.values.floatNodeId, "IPAddresses",
                          walked.entries.at(from->second).step}};
-        };
-        builder.step("slot",
-                     fmt::format("slot {} of the list has {}: {}", slot.position, name, slot.value),
-                     from != walked.from.end() ? std::optional(spot()) : std::nullopt);
-    }
-}
-
-/// What a slot list falls back to, if it does.
-void tellFallback(ExplanationBuilder& builder, const Recorder& trace, const char* family) {
-    for (const rules::TraceEvent& event : trace.events) {
-        const auto* const fallback = std::get_if<rules::FallbackUsed>(&event);
-        if (fallback == nullptr) {
+        }
+        if (slot.value.empty()) {
+            builder.step(
+                {.kind = "slot",
+                 .outcome = "empty",
+                 .sentence = fmt::format("slot {} has {} without an \"IP\"", slot.position, name),
+                 .at = spot});
             continue;
         }
-        if (fallback->to == rules::FallbackUsed::To::Maintenance) {
-            maintenanceFallback(builder, fmt::format("a {} or service address", family));
-        } else {
-            builder.fallback(
-                fmt::format("without a {} address, the service addresses are the answer", family));
+        words.push_back(fmt::format("{} in slot {}", name, slot.position));
+        builder.step(
+            {.kind = "slot",
+             .outcome = "placed",
+             .sentence = fmt::format("slot {} has {}: {}", slot.position, name, slot.value),
+             .at = spot,
+             .facts = {.node = builder.values.floatNodeId, .address = slot.value}});
+    }
+    return words;
+}
+
+const rules::FallbackUsed* fallbackOf(const Recorder& trace) {
+    for (const rules::TraceEvent& event : trace.events) {
+        if (const auto* const fallback = std::get_if<rules::FallbackUsed>(&event)) {
+            return fallback;
         }
     }
+    return nullptr;
+}
+
+/// At most five of them.
+std::string someOf(std::vector<std::string> words) {
+    constexpr std::size_t kMost = 5;
+    const std::size_t more = words.size() > kMost ? words.size() - kMost : 0;
+    words.resize(words.size() - more);
+    return joined(words, ", ") + (more != 0 ? fmt::format(" and {} more", more) : "");
+}
+
+/// The verdict of a slot list of a family, "northbound" or "southbound".
+void concludeList(ExplanationBuilder& builder, const Recorder& trace, const WalkedEntries& walked,
+                  SlotLabel label, const std::string& family) {
+    const std::vector<std::string> slots = slotSteps(builder, trace, walked, label);
+    const std::string node = named(builder.values.floatNodeId);
+    const std::string standing = standingIn(builder);
+    const EntryFate* const miss = walked.nearMiss();
+    const rules::FallbackUsed* const fallback = fallbackOf(trace);
+    if (fallback == nullptr) {
+        const std::string also = miss != nullptr ? "; " + missSentence(*miss, family) : "";
+        const std::string sentence =
+            slots.empty()
+                ? fmt::format("the {} entries of {} have no \"IP\", so every slot is empty", family,
+                              node)
+                : fmt::format("{} has {} {} address{}: {}", node, slots.size(), family,
+                              slots.size() == 1 ? "" : "es", someOf(slots));
+        builder.conclude(slots.empty() ? "entry-without-address"
+                         : miss        ? "near-miss-tag"
+                                       : "family-found",
+                         standing + sentence + also, "what was found before it is the answer",
+                         miss != nullptr ? "correct the tag" : "");
+        return;
+    }
+    std::string effect = "falls back to its service address";
+    if (fallback->to == rules::FallbackUsed::To::Maintenance) {
+        effect = maintenanceFallback(builder);
+    } else {
+        builder.step(
+            {.kind = "fallback",
+             .outcome = "fallback",
+             .sentence = fmt::format("no {} address: the service addresses are the answer", family),
+             .weight = Weight::Deciding});
+    }
+    const bool noService = fallback->to == rules::FallbackUsed::To::Maintenance;
+    if (miss != nullptr) {
+        builder.conclude("near-miss-tag",
+                         standing + missSentence(*miss, family) + " without one, " + node + " " +
+                             effect,
+                         effect, "correct the tag");
+        return;
+    }
+    builder.conclude("fallback",
+                     fmt::format("{}no {}{} tag on {}; {}", standing, family,
+                                 noService ? " or service" : "", node, effect),
+                     effect);
 }
 
 std::string north(ExplanationBuilder& builder) {
-    builder.floatNode();
+    builder.floatNode(false);
     Recorder trace;
-    const Numbered found = numbered(builder, std::string(rules::kNorthboundFamily), trace);
+    const std::string family(rules::kNorthboundFamily);
+    const Numbered found = numbered(builder, family, trace);
     std::string list = rules::northSlotList(found.numbers, found.service, found.service2,
                                             builder.values.maintenanceIp, &trace);
     const WalkedEntries walked = builder.walk(builder.sources.nodeList, builder.values.floatNodeId,
-                                              kFloat, trace, numberLabel);
-    tellSlots(builder, trace, walked, numberLabel);
-    tellFallback(builder, trace, "northbound");
+                                              trace, numberLabel, {{family, true}});
+    concludeList(builder, trace, walked, numberLabel, family);
     return list;
 }
 
-/// The tag of a southbound slot.
-std::string southboundLabel(const std::string& slot) {
-    return std::string(kSouthboundFamily) + (slot == "1" ? "" : slot);
-}
-
 std::string south(ExplanationBuilder& builder) {
-    builder.floatNode();
+    builder.floatNode(false);
     const std::string& id = builder.values.floatNodeId;
     Recorder trace;
     rules::SlotMap bySlot;
@@ -153,20 +273,22 @@ std::string south(ExplanationBuilder& builder) {
                                  kSouthboundFamily, bySlot, seen);
     });
     std::string list = rules::southSlotList(bySlot, seen, builder.values.maintenanceIp, &trace);
+    const std::string family(kSouthboundFamily);
     const WalkedEntries walked =
-        builder.walk(builder.sources.nodeList, id, kFloat, trace, sameLabel);
-    tellSlots(builder, trace, walked, southboundLabel);
-    tellFallback(builder, trace, "southbound");
+        builder.walk(builder.sources.nodeList, id, trace, sameLabel, {{family, true}});
+    concludeList(builder, trace, walked, southboundLabel, family);
     return list;
 }
 
 /// The keys that the caller's map has: all southbound ones, which are created empty, and its own.
 Answer byWholeTag(ExplanationBuilder& builder) {
-    builder.floatNode();
+    builder.floatNode(false);
     const std::string& id = builder.values.floatNodeId;
     std::map<std::string, std::string> tags;
+    std::vector<AskedTag> asked = {{std::string(kSouthboundFamily), true}};
     for (const std::string& tag : builder.explanation.arguments) {
         tags[tag];
+        asked.push_back({tag, false});
     }
     const auto slotFor = [&](const std::string& tag) {
         const bool key = rules::southboundSlot(tag, kSouthboundFamily) != 0;
@@ -179,8 +301,64 @@ Answer byWholeTag(ExplanationBuilder& builder) {
         rules::collectByTag(rules::addressEntries(rules::nodeEntry(list, id)), slotFor, seen);
     });
     rules::addServices(seen, tags, &trace);
-    builder.walk(builder.sources.nodeList, id, kFloat, trace, sameLabel);
+    const WalkedEntries walked =
+        builder.walk(builder.sources.nodeList, id, trace, sameLabel, asked);
+    const std::string node = named(id);
+    const auto filled = std::count_if(tags.begin(), tags.end(),
+                                      [](const auto& tag) { return !tag.second.empty(); });
+    const EntryFate* const miss = walked.nearMiss();
+    const std::string also = miss != nullptr ? "; " + missSentence(*miss, "requested") : "";
+    builder.conclude(
+        seen.hasFamily() ? "family-found" : "fallback",
+        standingIn(builder) +
+            (seen.hasFamily()
+                 ? fmt::format("{} has {} address{} with these tags", node, filled,
+                               filled == 1 ? "" : "es")
+                 : fmt::format("no southbound{} tag on {}; its service addresses are "
+                               "the answer",
+                               builder.explanation.arguments.empty() ? "" : " or requested",
+                               node)) +
+            also,
+        "the southbound tags are left empty");
     return library::taggedAnswer(tags, builder.explanation.arguments);
+}
+
+Answer byNumber(ExplanationBuilder& builder) {
+    builder.floatNode(false);
+    Recorder trace;
+    const std::string& prefix = builder.argument(0);
+    const Numbered found = numbered(builder, prefix, trace);
+    const WalkedEntries walked = builder.walk(builder.sources.nodeList, builder.values.floatNodeId,
+                                              trace, numberLabel, {{prefix, true}});
+    std::map<int, std::string> numbers;
+    for (const auto& [number, address] : found.numbers) {
+        numbers[number] = *address;
+    }
+    const std::string node = named(builder.values.floatNodeId);
+    const std::string standing = standingIn(builder);
+    const EntryFate* const miss = walked.nearMiss();
+    const std::string also = miss != nullptr ? "; " + missSentence(*miss, named(prefix)) : "";
+    const std::string found0 =
+        fmt::format("{} has {} number{} in tags with {}", node, numbers.size(),
+                    numbers.size() == 1 ? "" : "s", named(prefix));
+    if (numbers.empty() && rules::lowerCased(prefix) != prefix) {
+        builder.conclude("capitals",
+                         fmt::format("{} has capitals and matches nothing: tags are compared in "
+                                     "lower case",
+                                     named(prefix)),
+                         "what was found before it is the answer",
+                         "ask for " + named(rules::lowerCased(prefix)));
+    } else if (numbers.empty()) {
+        builder.conclude(
+            miss != nullptr ? "near-miss-tag" : "tag-not-found",
+            fmt::format("{}no tag of {} contains {}{}{}", standing, node, named(prefix),
+                        found.service.empty() ? "" : "; only its service addresses are left", also),
+            "what was found before it is the answer");
+    } else {
+        builder.conclude(miss != nullptr ? "near-miss-tag" : "family-found",
+                         standing + found0 + also, "what was found before it is the answer");
+    }
+    return library::numberedAnswer(numbers, found.service, found.service2);
 }
 
 Answer protocols(ExplanationBuilder& builder) {
@@ -188,11 +366,23 @@ Answer protocols(ExplanationBuilder& builder) {
     const std::string list = south(builder);
     QuarnCommonUtils::split(list, ";", pieces);
     const int family = rules::protocolFamily(pieces);
-    builder.step("value",
-                 fmt::format("the southbound list is {}: {}", list.empty() ? "empty" : list,
-                             family == 0   ? "no address with a \":\", which counts as IPv4"
-                             : family == 1 ? "addresses with a \":\" only, IPv6"
-                                           : "addresses of both kinds"));
+    const bool any = list.find_first_not_of(';') != std::string::npos;
+    const std::string why = !any          ? "there is no southbound address, so it is 0, IPv4"
+                            : family == 0 ? "no southbound address has a \":\", so it is 0, IPv4"
+                            : family == 1 ? "southbound addresses have a \":\", so it is 1, IPv6"
+                                          : "southbound addresses with and without \":\", so it is "
+                                            "2, both";
+    builder.step(
+        {.kind = "value",
+         .outcome = "read",
+         .sentence = fmt::format("the southbound list is {}", list.empty() ? "empty" : list),
+         .weight = Weight::Deciding});
+    const bool fallback = builder.explanation.verdict.name != "family-found";
+    const Verdict list0 = builder.explanation.verdict;
+    builder.explanation.verdict = {list0.name, why, list0.advice};
+    if (fallback) {
+        builder.explanation.verdict.sentence = why + "; " + list0.sentence;
+    }
     return {family};
 }
 
@@ -201,19 +391,18 @@ Answer protocols(ExplanationBuilder& builder) {
 bool explainAddresses(ExplanationBuilder& builder) {
     Answer& answer = builder.explanation.answer;
     const std::string_view name = builder.explanation.query->name;
-    if (name == "local-maintenance-ip") {
-        answer = textAnswer(byTag(builder, std::string(rules::kMaintenanceTag)));
-    } else if (name == "local-service-ip") {
-        std::string address = byTag(builder, std::string(rules::kServiceTag));
-        if (address.empty()) {
-            maintenanceFallback(builder, "a service address");
-            address = builder.values.maintenanceIp;
-        }
-        answer = textAnswer(std::move(address));
-    } else if (name == "local-service2-ip") {
-        answer = textAnswer(byTag(builder, std::string(rules::kService2Tag)));
-    } else if (name == "local-ip-by-usage") {
-        answer = textAnswer(byTag(builder, builder.argument(0)));
+    if (name == "local-service-ip") {
+        Tagged found = byTag(builder, std::string(rules::kServiceTag));
+        concludeTag(builder, found, found.address.empty() ? maintenanceFallback(builder) : "");
+        answer = textAnswer(found.address.empty() ? builder.values.maintenanceIp : found.address);
+    } else if (name == "local-maintenance-ip" || name == "local-service2-ip" ||
+               name == "local-ip-by-usage") {
+        const std::string tag = name == "local-maintenance-ip" ? std::string(rules::kMaintenanceTag)
+                                : name == "local-service2-ip"  ? std::string(rules::kService2Tag)
+                                                               : builder.argument(0);
+        const Tagged found = byTag(builder, tag);
+        concludeTag(builder, found, "");
+        answer = textAnswer(found.address);
     } else if (name == "local-north-ip") {
         answer = textAnswer(north(builder));
     } else if (name == "local-south-ip") {
@@ -221,16 +410,7 @@ bool explainAddresses(ExplanationBuilder& builder) {
     } else if (name == "pf-type") {
         answer = protocols(builder);
     } else if (name == "local-node-ips") {
-        builder.floatNode();
-        Recorder trace;
-        const Numbered found = numbered(builder, builder.argument(0), trace);
-        builder.walk(builder.sources.nodeList, builder.values.floatNodeId, kFloat, trace,
-                     numberLabel);
-        std::map<int, std::string> numbers;
-        for (const auto& [number, address] : found.numbers) {
-            numbers[number] = *address;
-        }
-        answer = library::numberedAnswer(numbers, found.service, found.service2);
+        answer = byNumber(builder);
     } else if (name == "local-node-ips-by-tag") {
         answer = byWholeTag(builder);
     } else {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "explain/NearMiss.h"
 #include "located/Document.h"
 
 #include <json/value.h>
@@ -22,7 +23,7 @@ enum class Fate {
     OtherTags,   ///< none of its tags is asked for
     NoTags,      ///< it has no tags
     NoList,      ///< its usage is no list and matches nothing
-    Ends,        ///< the rule cannot take it and ends
+    Ends,        ///< it has a value that ends the rule
     NotLookedAt, ///< the rule had come to its end before
 };
 
@@ -34,6 +35,12 @@ struct EntryFate {
     std::vector<std::string> slots;
     /// The entry that has its slot.
     std::optional<std::size_t> winner;
+    /// The value that ended the rule.
+    std::optional<Quarncommon::rules::TypeMismatch> mismatch;
+    /// A tag that was not taken and is probably misspelt, lower-cased; empty if there is none.
+    std::string nearTag;
+    std::string meantTag;
+    located::Path nearTagPath;
 };
 
 /// The entries that a rule walked, from its trace.
@@ -41,16 +48,23 @@ struct WalkedEntries {
     std::vector<EntryFate> entries;
     /// Slot -> number of the entry that its address comes from.
     std::map<std::string, std::size_t> from;
-    /// The entries as a whole are of a type that the rule cannot take.
-    bool refused = false;
+    /// The entries as a whole, or the node, have a type that the rule cannot take.
+    std::optional<Quarncommon::rules::TypeMismatch> refused;
+    /// The entry with the value that ended the rule; else the last one visited if others follow.
+    std::optional<std::string> endedBy;
+    std::optional<std::string> stoppedAt;
+
+    /// The first misspelt tag; null if there is none.
+    const EntryFate* nearMiss() const;
 };
 
 /// The names under which slots are shown.
 using SlotLabel = std::string (*)(const std::string& slot);
 
 /// @param entries The value at `path`, the list of entries.
+/// @param asked The tags that the rule looks for, to find misspelt ones.
 WalkedEntries walkedEntries(const Json::Value& entries, const located::Path& path,
                             const std::vector<Quarncommon::rules::TraceEvent>& events,
-                            SlotLabel label);
+                            SlotLabel label, const std::vector<AskedTag>& asked = {});
 
 } // namespace sysconfctl

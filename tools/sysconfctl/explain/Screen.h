@@ -1,0 +1,29 @@
+#pragma once
+
+#include "explain/Explanation.h"
+#include "query/Reply.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace sysconfctl {
+
+struct ScreenOptions {
+    std::size_t width = 80;
+    bool color = false;
+    /// Show all steps, with JSON pointers.
+    bool verbose = false;
+    /// The addresses of the host that the answer is predicted for; empty: this host.
+    std::vector<std::string> localAddresses;
+};
+
+/// An explanation for a reader: the answer, the verdict, what to do, and the deciding steps.
+std::string explanationScreen(const Explanation& explanation, const Reply& reply,
+                              const ScreenOptions& options);
+
+/// When the answer is decided, and for which host.
+std::string momentSentence(const Explanation& explanation,
+                           const std::vector<std::string>& localAddresses);
+
+} // namespace sysconfctl
