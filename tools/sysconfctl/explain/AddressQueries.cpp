@@ -41,7 +41,7 @@ std::string missSentence(const EntryFate& miss, const std::string& kind) {
 
 /// "node-2 answers for node-1: ", if the addresses are not those of the own node.
 std::string standingIn(const ExplanationBuilder& builder) {
-    return builder.standsIn() ? fmt::format("{} answers for {}: ", named(builder.values.nodeId),
+    return builder.standsIn() ? fmt::format("{} answers for {}; ", named(builder.values.nodeId),
                                             named(builder.values.floatNodeId))
                               : "";
 }

@@ -117,7 +117,7 @@ Answer entryField(ExplanationBuilder& builder, const Column& column) {
         Answer answer = fieldOf(*database, index, column, path, expected);
         const bool secret = builder.explanation.query->secret == Secret::Whole;
         if (database->isArray() && index < database->size()) {
-            builder.value(builder.sources.appConfig, path, secret);
+            builder.value(builder.sources.appConfig, path, Weight::Decisive, secret);
         } else {
             const std::string sentence =
                 fmt::format("database {} has no entry {}, which reads as empty",

@@ -211,7 +211,8 @@ void ExplanationBuilder::absent(const SourceFile& file, const located::Path& pat
             miss->misplaced ? "move it" : "correct the name");
 }
 
-bool ExplanationBuilder::value(const SourceFile& file, const located::Path& path, bool secret) {
+bool ExplanationBuilder::value(const SourceFile& file, const located::Path& path, Weight weight,
+                               bool secret) {
     if (file.document.find(path) == nullptr) {
         absent(file, path);
         return false;
@@ -232,8 +233,8 @@ bool ExplanationBuilder::value(const SourceFile& file, const located::Path& path
     step({.kind = "value",
           .outcome = empty ? "empty" : "read",
           .sentence = name + (empty ? " is empty" : " is " + text),
-          .at = Spot{&file, path}});
-    decisive();
+          .at = Spot{&file, path},
+          .weight = weight});
     if (empty) {
         because("value-empty", name + " is empty", "give it a value");
     }
@@ -333,7 +334,7 @@ bool ExplanationBuilder::ownNode(LoadStep name) {
         stopped(name);
         return false;
     }
-    return value(sources.appConfig, own.path);
+    return value(sources.appConfig, own.path, standsIn() ? Weight::Deciding : Weight::Detail);
 }
 
 } // namespace sysconfctl

@@ -50,7 +50,8 @@ public:
     bool file(const SourceFile& file);
     /// Adds the value at a path as a rule reads it, or that it is absent. Returns whether it has a
     /// value.
-    bool value(const SourceFile& file, const located::Path& path, bool secret = false);
+    bool value(const SourceFile& file, const located::Path& path, Weight weight = Weight::Decisive,
+               bool secret = false);
     /// Adds the value that ended a step of a load, if one did.
     bool stopped(LoadStep name);
     /// Adds a value of the wrong type, as a cause.

@@ -90,10 +90,11 @@ bool tenancy(ExplanationBuilder& builder) {
         builder.stopped(LoadStep::Tenancy);
         return false;
     }
-    return builder.node(list, id, none) && builder.value(list, path);
+    return builder.node(list, id, none) && builder.value(list, path, Weight::Deciding);
 }
 
 /// The internal-service address of a node in a list, entry by entry.
+/// @param role "the master", or empty for the own node.
 void internalService(ExplanationBuilder& builder, const SourceFile& file, const std::string& id,
                      const std::string& role, const std::string& address) {
     Recorder trace;
@@ -106,7 +107,8 @@ void internalService(ExplanationBuilder& builder, const SourceFile& file, const 
                                                {std::string(rules::kMaintenanceTag), false}});
     const std::string tag(rules::kInternalServiceTag);
     const EntryFate* const miss = walked.nearMiss();
-    const std::string who = role + named(id);
+    const std::string who = named(id) + (role.empty() ? "" : ", " + role);
+    const std::string whose = who + (role.empty() ? "" : ",");
     const std::string hint = miss == nullptr
                                  ? ""
                                  : fmt::format("; {} is no tag that is read; did you mean {}?",
@@ -115,8 +117,8 @@ void internalService(ExplanationBuilder& builder, const SourceFile& file, const 
         builder.conclude(
             address.empty() ? "entry-without-address" : "tag-found",
             address.empty()
-                ? fmt::format("the first entry of {} tagged {} has no \"IP\"", who, tag)
-                : fmt::format("{} is the first address of {} tagged {}", address, who, tag));
+                ? fmt::format("the first entry of {} tagged {} has no \"IP\"", whose, tag)
+                : fmt::format("{} is the first address of {} tagged {}", address, whose, tag));
     } else if (!walked.from.empty()) {
         builder.conclude(miss != nullptr ? "near-miss-tag" : "fallback",
                          fmt::format("no {} tag on {}; falls back to its last maintenance address{}"
@@ -336,7 +338,7 @@ void roleAddress(ExplanationBuilder& builder, std::string_view role) {
         builder.conclude({}, {}, fmt::format("the {} is unknown", role));
         return;
     }
-    internalService(builder, list, id, fmt::format("the {}, ", role), address);
+    internalService(builder, list, id, fmt::format("the {}", role), address);
 }
 
 void localInternalService(ExplanationBuilder& builder) {

@@ -35,6 +35,7 @@ std::map<std::string, located::Path> servicePaths(const Recorder& trace) {
 
 void ExplanationBuilder::sourceSearch(Weight weight) {
     const SourceFile& list = sources.nodeList;
+    bool found = false;
     Recorder trace;
     std::map<std::string, std::string> services;
     Quarncommon::completes(
@@ -44,6 +45,7 @@ void ExplanationBuilder::sourceSearch(Weight weight) {
     for (const rules::TraceEvent& event : trace.events) {
         if (const auto* const compared = std::get_if<rules::SourceCompared>(&event)) {
             const auto at = paths.find(compared->nodeId);
+            found = found || compared->carried;
             step({.kind = "host",
                   .outcome = compared->carried ? "carried" : "not-carried",
                   .sentence = fmt::format("this host {} {}, the service address of {}",
@@ -62,7 +64,7 @@ void ExplanationBuilder::sourceSearch(Weight weight) {
           .outcome = "read",
           .sentence = "the addresses of this host: " +
                       joined({sources.hostAddresses.begin(), sources.hostAddresses.end()}, ", "),
-          .weight = weight});
+          .weight = found ? Weight::Detail : weight});
 }
 
 bool ExplanationBuilder::isStandby(bool asked) {
