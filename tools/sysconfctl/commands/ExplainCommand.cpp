@@ -100,7 +100,12 @@ Json::Value toJson(const Explained& explained, const Options& options) {
     value["verdict"] = explanation.verdict.sentence;
     value["reason"] = std::string(explanation.verdict.name);
     add(value, "advice", explanation.verdict.advice);
-    add(value, "holds", momentSentence(explanation, options.localAddresses));
+    value["decided"] = explanation.moment == Moment::Call   ? "call"
+                       : explanation.moment == Moment::Load ? "load"
+                                                            : "node-at-load";
+    for (const std::string& address : options.localAddresses) {
+        value["localAddresses"].append(address);
+    }
     value["steps"] = Json::Value(Json::arrayValue);
     for (const Step& step : explanation.steps) {
         value["steps"].append(toJson(step));

@@ -33,12 +33,6 @@ std::string sameLabel(const std::string& slot) {
     return slot;
 }
 
-/// "soutbound3 is no southbound tag; did you mean southbound3?"
-std::string missSentence(const EntryFate& miss, const std::string& kind) {
-    return fmt::format("{} is no {} tag; did you mean {}?", named(miss.nearTag), kind,
-                       named(miss.meantTag));
-}
-
 /// "node-2 answers for node-1: ", if the addresses are not those of the own node.
 std::string standingIn(const ExplanationBuilder& builder) {
     return builder.standsIn() ? fmt::format("{} answers for {}; ", named(builder.values.nodeId),
@@ -74,33 +68,6 @@ Tagged byTag(ExplanationBuilder& builder, const std::string& usage) {
     return found;
 }
 
-/// Why an address by its tag is what it is, or why there is none.
-void concludeTag(ExplanationBuilder& builder, const Tagged& found, const std::string& effect) {
-    const bool own = found.tag == rules::kMaintenanceTag;
-    const std::string standing = own ? "" : standingIn(builder);
-    const std::string node = named(found.node);
-    const std::string then = effect.empty() ? "" : "; " + effect;
-    if (!found.address.empty()) {
-        builder.conclude("tag-found", fmt::format("{}{} is the first address of {} tagged {}",
-                                                  standing, found.address, node, named(found.tag)));
-    } else if (!found.walked.from.empty()) {
-        builder.conclude("entry-without-address",
-                         fmt::format("{}the first entry of {} tagged {} has no \"IP\", and the "
-                                     "search ends there{}",
-                                     standing, node, named(found.tag), then),
-                         effect, "give it an \"IP\", or remove the tag");
-    } else if (const EntryFate* const miss = found.walked.nearMiss()) {
-        builder.conclude("near-miss-tag",
-                         standing + missSentence(*miss, found.tag) +
-                             (effect.empty() ? "" : " without one, " + node + " " + effect),
-                         effect, "correct the tag");
-    } else {
-        builder.conclude(effect.empty() ? "tag-not-found" : "fallback",
-                         fmt::format("{}no {} tag on {}{}", standing, named(found.tag), node, then),
-                         effect, fmt::format("tag an address of {} with it", node));
-    }
-}
-
 /// The fallback to the maintenance address of the process. Returns what it means for the answer.
 std::string maintenanceFallback(ExplanationBuilder& builder) {
     const Spot spot = builder.processSpot({"IR", "ip"});
@@ -117,6 +84,50 @@ std::string maintenanceFallback(ExplanationBuilder& builder) {
     builder.decisive();
     return address.empty() ? "falls back to the maintenance address of the process, which is empty"
                            : "falls back to the maintenance address of the process";
+}
+
+/// Makes a mistake in an entry the reason of an answer, if there is one.
+/// @param then What follows without the tag.
+/// @return Whether there is one.
+bool concludeHint(ExplanationBuilder& builder, const WalkedEntries& walked,
+                  const std::string& standing, const std::string& then, const std::string& effect) {
+    if (!walked.hint) {
+        return false;
+    }
+    const Hint& hint = *walked.hint;
+    builder.decideAt(hint.step);
+    builder.conclude(hint.name, standing + clauses(hint.sentence, then), effect, hint.advice);
+    return true;
+}
+
+/// Why an address by its tag is what it is, or why there is none.
+/// @param effect What the query falls back to; empty if it does not.
+void concludeTag(ExplanationBuilder& builder, const Tagged& found, const std::string& effect) {
+    const bool own = found.tag == rules::kMaintenanceTag;
+    const std::string standing = own ? "" : standingIn(builder);
+    const std::string node = named(found.node);
+    if (!found.address.empty()) {
+        builder.conclude("tag-found", fmt::format("{}{} is the first address of {} tagged {}",
+                                                  standing, found.address, node, named(found.tag)));
+        return;
+    }
+    const std::string without = effect.empty() ? "" : fmt::format("{} {}", node, effect);
+    if (concludeHint(builder, found.walked, standing, without, effect)) {
+        return;
+    }
+    if (!found.walked.from.empty()) {
+        builder.conclude("entry-without-address",
+                         clauses(fmt::format("{}the first entry of {} tagged {} has no \"IP\", and "
+                                             "the search ends there",
+                                             standing, node, named(found.tag)),
+                                 effect),
+                         effect, "give it an \"IP\", or remove the tag");
+        return;
+    }
+    builder.conclude(
+        effect.empty() ? "tag-not-found" : "fallback",
+        clauses(fmt::format("{}no {} tag on {}", standing, named(found.tag), node), effect), effect,
+        fmt::format("if it should have one, tag an address of {}", node));
 }
 
 struct Numbered {
@@ -139,6 +150,12 @@ Numbered numbered(const ExplanationBuilder& builder, const std::string& prefix, 
 /// Numbered slots by their numbers, service addresses by their tags.
 std::string numberLabel(const std::string& slot) {
     return slot == rules::kServiceTag || slot == rules::kService2Tag ? slot : "number " + slot;
+}
+
+/// The tag of a northbound slot.
+std::string northboundLabel(const std::string& slot) {
+    const bool service = slot == rules::kServiceTag || slot == rules::kService2Tag;
+    return service ? slot : std::string(rules::kNorthboundFamily) + (slot == "0" ? "" : slot);
 }
 
 /// The tag of a southbound slot.
@@ -202,51 +219,68 @@ std::string someOf(std::vector<std::string> words) {
     return joined(words, ", ") + (more != 0 ? fmt::format(" and {} more", more) : "");
 }
 
+std::string overriddenClause(const WalkedEntries& walked) {
+    const std::size_t count = walked.overridden();
+    return count == 0   ? ""
+           : count == 1 ? "1 entry with the same tag is overridden"
+                        : fmt::format("{} entries with the same tags are overridden", count);
+}
+
+/// The verdict of an answer that has several addresses.
+void concludeMany(ExplanationBuilder& builder, const WalkedEntries& walked, std::string_view name,
+                  const std::string& sentence, const std::string& effect) {
+    const std::string whole = clauses(standingIn(builder) + sentence, overriddenClause(walked));
+    if (walked.hint) {
+        builder.decideAt(walked.hint->step);
+        builder.conclude(walked.hint->name, clauses(whole, walked.hint->sentence), effect,
+                         walked.hint->advice);
+    } else {
+        builder.conclude(name, whole, effect);
+    }
+}
+
+/// The verdict of a slot list that has addresses of its family.
+void concludeFamily(ExplanationBuilder& builder, const WalkedEntries& walked,
+                    const std::vector<std::string>& slots, const std::string& family) {
+    const std::string node = named(builder.values.floatNodeId);
+    concludeMany(builder, walked, slots.empty() ? "entry-without-address" : "family-found",
+                 slots.empty()
+                     ? fmt::format("the {} entries of {} have no \"IP\", so every slot is empty",
+                                   family, node)
+                     : fmt::format("{} has {} {} address{}: {}", node, slots.size(), family,
+                                   slots.size() == 1 ? "" : "es", someOf(slots)),
+                 "what was found before it is the answer");
+}
+
 /// The verdict of a slot list of a family, "northbound" or "southbound".
 void concludeList(ExplanationBuilder& builder, const Recorder& trace, const WalkedEntries& walked,
                   SlotLabel label, const std::string& family) {
     const std::vector<std::string> slots = slotSteps(builder, trace, walked, label);
-    const std::string node = named(builder.values.floatNodeId);
-    const std::string standing = standingIn(builder);
-    const EntryFate* const miss = walked.nearMiss();
     const rules::FallbackUsed* const fallback = fallbackOf(trace);
     if (fallback == nullptr) {
-        const std::string also = miss != nullptr ? "; " + missSentence(*miss, family) : "";
-        const std::string sentence =
-            slots.empty()
-                ? fmt::format("the {} entries of {} have no \"IP\", so every slot is empty", family,
-                              node)
-                : fmt::format("{} has {} {} address{}: {}", node, slots.size(), family,
-                              slots.size() == 1 ? "" : "es", someOf(slots));
-        builder.conclude(slots.empty() ? "entry-without-address"
-                         : miss        ? "near-miss-tag"
-                                       : "family-found",
-                         standing + sentence + also, "what was found before it is the answer",
-                         miss != nullptr ? "correct the tag" : "");
+        concludeFamily(builder, walked, slots, family);
         return;
-    }
-    std::string effect = "falls back to its service address";
-    if (fallback->to == rules::FallbackUsed::To::Maintenance) {
-        effect = maintenanceFallback(builder);
-    } else {
-        builder.step(
-            {.kind = "fallback",
-             .outcome = "fallback",
-             .sentence = fmt::format("no {} address: the service addresses are the answer", family),
-             .weight = Weight::Deciding});
     }
     const bool noService = fallback->to == rules::FallbackUsed::To::Maintenance;
-    if (miss != nullptr) {
-        builder.conclude("near-miss-tag",
-                         standing + missSentence(*miss, family) + " without one, " + node + " " +
-                             effect,
-                         effect, "correct the tag");
-        return;
+    std::string effect = "falls back to its service address";
+    if (noService) {
+        effect = maintenanceFallback(builder);
+    } else {
+        builder.step({.kind = "fallback",
+                      .outcome = "fallback",
+                      .sentence = fmt::format(
+                          "without a {} address, the service addresses are the answer", family),
+                      .facts = {.address = fallback->value}});
     }
-    builder.conclude("fallback",
-                     fmt::format("{}no {}{} tag on {}; {}", standing, family,
-                                 noService ? " or service" : "", node, effect),
-                     effect);
+    builder.decideLast();
+    const std::string node = named(builder.values.floatNodeId);
+    const std::string standing = standingIn(builder);
+    if (!concludeHint(builder, walked, standing, node + " " + effect, effect)) {
+        builder.conclude("fallback",
+                         fmt::format("{}no {}{} tag on {}; {}", standing, family,
+                                     noService ? " or service" : "", node, effect),
+                         effect);
+    }
 }
 
 std::string north(ExplanationBuilder& builder) {
@@ -257,8 +291,8 @@ std::string north(ExplanationBuilder& builder) {
     std::string list = rules::northSlotList(found.numbers, found.service, found.service2,
                                             builder.values.maintenanceIp, &trace);
     const WalkedEntries walked = builder.walk(builder.sources.nodeList, builder.values.floatNodeId,
-                                              trace, numberLabel, {{family, true}});
-    concludeList(builder, trace, walked, numberLabel, family);
+                                              trace, northboundLabel, {{family, true}});
+    concludeList(builder, trace, walked, northboundLabel, family);
     return list;
 }
 
@@ -306,20 +340,14 @@ Answer byWholeTag(ExplanationBuilder& builder) {
     const std::string node = named(id);
     const auto filled = std::count_if(tags.begin(), tags.end(),
                                       [](const auto& tag) { return !tag.second.empty(); });
-    const EntryFate* const miss = walked.nearMiss();
-    const std::string also = miss != nullptr ? "; " + missSentence(*miss, "requested") : "";
-    builder.conclude(
-        seen.hasFamily() ? "family-found" : "fallback",
-        standingIn(builder) +
-            (seen.hasFamily()
-                 ? fmt::format("{} has {} address{} with these tags", node, filled,
-                               filled == 1 ? "" : "es")
-                 : fmt::format("no southbound{} tag on {}; its service addresses are "
-                               "the answer",
-                               builder.explanation.arguments.empty() ? "" : " or requested",
-                               node)) +
-            also,
-        "the southbound tags are left empty");
+    const std::string sentence =
+        seen.hasFamily()
+            ? fmt::format("{} has {} address{} with these tags", node, filled,
+                          filled == 1 ? "" : "es")
+            : fmt::format("no southbound{} tag on {}; its service addresses are the answer",
+                          builder.explanation.arguments.empty() ? "" : " or requested", node);
+    concludeMany(builder, walked, seen.hasFamily() ? "family-found" : "fallback", sentence,
+                 "the southbound tags are left empty");
     return library::taggedAnswer(tags, builder.explanation.arguments);
 }
 
@@ -335,28 +363,23 @@ Answer byNumber(ExplanationBuilder& builder) {
         numbers[number] = *address;
     }
     const std::string node = named(builder.values.floatNodeId);
-    const std::string standing = standingIn(builder);
-    const EntryFate* const miss = walked.nearMiss();
-    const std::string also = miss != nullptr ? "; " + missSentence(*miss, named(prefix)) : "";
-    const std::string found0 =
-        fmt::format("{} has {} number{} in tags with {}", node, numbers.size(),
-                    numbers.size() == 1 ? "" : "s", named(prefix));
+    const char* const effect = "what was found before it is the answer";
     if (numbers.empty() && rules::lowerCased(prefix) != prefix) {
         builder.conclude("capitals",
                          fmt::format("{} has capitals and matches nothing: tags are compared in "
                                      "lower case",
                                      named(prefix)),
-                         "what was found before it is the answer",
-                         "ask for " + named(rules::lowerCased(prefix)));
+                         effect, "ask for " + named(rules::lowerCased(prefix)));
     } else if (numbers.empty()) {
-        builder.conclude(
-            miss != nullptr ? "near-miss-tag" : "tag-not-found",
-            fmt::format("{}no tag of {} contains {}{}{}", standing, node, named(prefix),
-                        found.service.empty() ? "" : "; only its service addresses are left", also),
-            "what was found before it is the answer");
+        concludeMany(builder, walked, "tag-not-found",
+                     fmt::format("no tag of {} contains {}{}", node, named(prefix),
+                                 found.service.empty() ? "" : "; only service addresses are left"),
+                     effect);
     } else {
-        builder.conclude(miss != nullptr ? "near-miss-tag" : "family-found",
-                         standing + found0 + also, "what was found before it is the answer");
+        concludeMany(builder, walked, "family-found",
+                     fmt::format("{} has {} number{} in tags with {}", node, numbers.size(),
+                                 numbers.size() == 1 ? "" : "s", named(prefix)),
+                     effect);
     }
     return library::numberedAnswer(numbers, found.service, found.service2);
 }

@@ -58,7 +58,7 @@ public:
     void operator()(const Other& /*event*/) {}
 
     WalkedEntries result() const {
-        WalkedEntries walked{{}, m_from, m_refused, {}, {}};
+        WalkedEntries walked{{}, m_from, m_refused, {}, {}, m_asked, {}};
         for (std::size_t i = 0; !m_refused && i < m_steps.size(); ++i) {
             walked.entries.push_back(fateOf(i));
             if (m_seen[i].mismatch) {
@@ -152,7 +152,7 @@ private:
         }
         if (!fate.slots.empty()) {
             fate.fate = Fate::Taken;
-            fate.winner.reset();
+            fate.lost = std::move(lost);
             return;
         }
         fate.slots = std::move(lost);
@@ -174,10 +174,10 @@ private:
 
 } // namespace
 
-const EntryFate* WalkedEntries::nearMiss() const {
-    const auto found = std::find_if(entries.begin(), entries.end(),
-                                    [](const EntryFate& entry) { return !entry.meantTag.empty(); });
-    return found != entries.end() ? &*found : nullptr;
+std::size_t WalkedEntries::overridden() const {
+    return static_cast<std::size_t>(
+        std::count_if(entries.begin(), entries.end(),
+                      [](const EntryFate& entry) { return entry.winner.has_value(); }));
 }
 
 WalkedEntries walkedEntries(const Json::Value& entries, const located::Path& path,

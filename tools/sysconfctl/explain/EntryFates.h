@@ -31,9 +31,11 @@ struct EntryFate {
     Fate fate = Fate::NotLookedAt;
     /// Its place: an index, or a name where an object is in the array's place.
     std::string step;
-    /// The slots that it has, or that it lost.
+    /// The slots that it has; if it has none, those that it lost.
     std::vector<std::string> slots;
-    /// The entry that has its slot.
+    /// The slots that it lost although it has others.
+    std::vector<std::string> lost;
+    /// The entry that has the slot that it lost.
     std::optional<std::size_t> winner;
     /// The value that ended the rule.
     std::optional<Quarncommon::rules::TypeMismatch> mismatch;
@@ -41,6 +43,15 @@ struct EntryFate {
     std::string nearTag;
     std::string meantTag;
     located::Path nearTagPath;
+};
+
+/// A mistake in an entry that is probably the reason why a tag is not found.
+struct Hint {
+    std::string_view name;
+    std::string sentence;
+    std::string advice;
+    /// The number of the step that shows it.
+    std::size_t step = 0;
 };
 
 /// The entries that a rule walked, from its trace.
@@ -53,9 +64,13 @@ struct WalkedEntries {
     /// The entry with the value that ended the rule; else the last one visited if others follow.
     std::optional<std::string> endedBy;
     std::optional<std::string> stoppedAt;
+    /// The tags that the rule looks for.
+    std::vector<AskedTag> asked;
+    /// The first such mistake.
+    std::optional<Hint> hint;
 
-    /// The first misspelt tag; null if there is none.
-    const EntryFate* nearMiss() const;
+    /// How many entries lost a slot to another entry.
+    std::size_t overridden() const;
 };
 
 /// The names under which slots are shown.

@@ -10,6 +10,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <variant>
 
 namespace sysconfctl {
@@ -49,6 +50,18 @@ std::string entryText(const Json::Value& entry) {
     return entry["usage"].isArray() ? text + " [" + joined(tagsOf(entry), ", ") + "]" : text;
 }
 
+/// Whether a text, or one of a list, is a tag that is asked for.
+bool isAskedFor(const Json::Value& usage, const std::vector<AskedTag>& asked) {
+    if (usage.isArray()) {
+        return std::any_of(usage.begin(), usage.end(),
+                           [&](const Json::Value& tag) { return isAskedFor(tag, asked); });
+    }
+    const std::string tag = usage.isString() ? rules::lowerCased(usage.asString()) : "";
+    return std::any_of(asked.begin(), asked.end(), [&](const AskedTag& one) {
+        return one.family ? tag.starts_with(one.tag) : tag == one.tag;
+    });
+}
+
 struct FateWords {
     std::string_view outcome;
     std::string text;
@@ -63,7 +76,11 @@ FateWords fateWords(const EntryFate& entry, const WalkedEntries& found, const Js
     const std::string slots = joined(entry.slots, ", ");
     switch (entry.fate) {
     case Fate::Taken:
-        return {"taken", "taken for " + slots};
+        return {"taken",
+                entry.lost.empty()
+                    ? "taken for " + slots
+                    : fmt::format("taken for {}; overridden by position for {}, which {} has",
+                                  slots, joined(entry.lost, ", "), winner())};
     case Fate::Earlier:
         return {
             "overridden",
@@ -148,7 +165,7 @@ bool ExplanationBuilder::node(const SourceFile& file, const std::string& id,
 }
 
 void ExplanationBuilder::entry(const SourceFile& file, const located::Path& list,
-                               const EntryFate& entry, const WalkedEntries& found) {
+                               const EntryFate& entry, WalkedEntries& found) {
     located::Path path = list;
     path.push_back(entry.step);
     const Json::Value& value = valueAt(file.tree, path);
@@ -186,20 +203,60 @@ void ExplanationBuilder::entry(const SourceFile& file, const located::Path& list
                 fmt::format("{} {}, and the search ends there", valueName(entry.mismatch->path),
                             describe(*entry.mismatch, file.tree)),
                 fmt::format("make it {}", expectedText(entry.mismatch->expected)));
-    } else if (entry.fate == Fate::NoList) {
-        deciding();
     }
-    if (!entry.meantTag.empty()) {
+    entryMistakes(file, path, entry, found);
+}
+
+void ExplanationBuilder::entryMistakes(const SourceFile& file, const located::Path& path,
+                                       const EntryFate& entry, WalkedEntries& found) {
+    const auto mistake = [&](std::string_view name, const located::Path& at, std::string sentence,
+                             std::string advice, std::string meant, std::string is) {
         step({.kind = "entry",
-              .outcome = "near-miss",
-              .sentence = fmt::format("{} is no tag that is read; did you mean {}?",
-                                      named(entry.nearTag), named(entry.meantTag)),
-              .at = Spot{&file, entry.nearTagPath},
-              .facts = {.node = list.at(1),
+              .outcome = name,
+              .sentence = sentence,
+              .at = Spot{&file, at},
+              .facts = {.node = path.at(1),
                         .entry = entry.step,
-                        .expected = entry.meantTag,
-                        .found = entry.nearTag},
+                        .expected = std::move(meant),
+                        .found = std::move(is)},
               .weight = Weight::Deciding});
+        if (!found.hint) {
+            found.hint =
+                Hint{name, std::move(sentence), std::move(advice), explanation.steps.size() - 1};
+        }
+    };
+    if (!entry.meantTag.empty()) {
+        mistake("near-miss-tag", entry.nearTagPath,
+                fmt::format("{} is no {} tag; did you mean {}?", named(entry.nearTag),
+                            tagFamily(entry.meantTag), named(entry.meantTag)),
+                "correct the tag", entry.meantTag, entry.nearTag);
+    }
+    const Json::Value& value = valueAt(file.tree, path);
+    if (entry.fate == Fate::NoList && isAskedFor(value["usage"], found.asked)) {
+        located::Path usage = path;
+        usage.emplace_back("usage");
+        mistake("usage-no-array", usage,
+                fmt::format("{} is {}, not an array, and matches nothing", valueName(usage),
+                            kindOf(value["usage"])),
+                "make it an array of texts", "an array", kindOf(value["usage"]));
+    }
+    const auto misspelt = [&](const char* member) {
+        const auto miss = misspeltMember(value, {member});
+        if (!miss || miss->misplaced ||
+            (entry.fate == Fate::NoTags && !isAskedFor(value[miss->name], found.asked))) {
+            return;
+        }
+        located::Path at = path;
+        at.push_back(miss->name);
+        mistake("misspelt-name", at,
+                fmt::format("{} of entry {} is no name that is read; did you mean {}?",
+                            named(miss->name), entry.step, member),
+                "correct the name", member, miss->name);
+    };
+    if (entry.fate == Fate::NoTags) {
+        misspelt("usage");
+    } else if (entry.fate == Fate::Taken && !value.isMember("IP")) {
+        misspelt("IP");
     }
 }
 
@@ -229,8 +286,8 @@ WalkedEntries ExplanationBuilder::walk(const SourceFile& file, const std::string
         because("no-address-entries", fmt::format("{} has no address entries", named(id)),
                 "add them to IPAddresses");
     }
-    for (const EntryFate& one : found.entries) {
-        entry(file, path, one, found);
+    for (std::size_t i = 0; i < found.entries.size(); ++i) {
+        entry(file, path, found.entries[i], found);
     }
     return found;
 }

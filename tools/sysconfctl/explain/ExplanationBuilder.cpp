@@ -40,6 +40,13 @@ std::string adviceFor(const SourceFile& file) {
     }
 }
 
+/// A path without the list and the name in it.
+located::Path innerPath(const located::Path& path) {
+    constexpr std::size_t kOwner = 2;
+    return {path.begin() + static_cast<std::ptrdiff_t>(std::min(kOwner, path.size() - 1)),
+            path.end()};
+}
+
 std::vector<std::string> memberNames(const Json::Value& value) {
     return value.isObject() ? value.getMemberNames() : std::vector<std::string>();
 }
@@ -80,9 +87,23 @@ std::string valueName(const located::Path& path) {
     return joined({path.begin() + kOwner, path.end()}, ".") + " of " + owner;
 }
 
+std::string clauses(const std::string& first, const std::string& second) {
+    const std::string_view between = first.empty() || second.empty() ? ""
+                                     : first.ends_with('?')          ? " "
+                                                                     : "; ";
+    return fmt::format("{}{}{}", first, between, second);
+}
+
 void ExplanationBuilder::weigh(Weight weight) {
     Step& last = explanation.steps.back();
     last.weight = std::max(last.weight, weight);
+}
+
+void ExplanationBuilder::decideAt(std::size_t number) {
+    for (Step& step : explanation.steps) {
+        step.weight = step.weight == Weight::Decisive ? Weight::Deciding : step.weight;
+    }
+    explanation.steps.at(number).weight = Weight::Decisive;
 }
 
 void ExplanationBuilder::because(std::string_view name, std::string sentence, std::string advice,
@@ -103,9 +124,7 @@ void ExplanationBuilder::conclude(std::string_view name, std::string sentence,
     }
     explanation.verdict = m_cause->verdict;
     for (const std::string& more : {m_cause->effect, effect}) {
-        if (!more.empty()) {
-            explanation.verdict.sentence += "; " + more;
-        }
+        explanation.verdict.sentence = clauses(explanation.verdict.sentence, more);
     }
 }
 
@@ -181,7 +200,7 @@ bool ExplanationBuilder::file(const SourceFile& file) {
     const std::string why = error ? error->sentence : "the JSON library refuses it";
     step({.kind = "file",
           .outcome = "does-not-parse",
-          .sentence = why,
+          .sentence = fmt::format("the {} is not valid JSON: {}", file.title, why),
           .at = Spot{&file, {}, error ? error->offset : 0}});
     because("file-does-not-parse", fmt::format("the {} is not valid JSON: {}", file.title, why),
             error && !error->hint.empty() ? error->hint : "correct the file",
@@ -193,13 +212,21 @@ void ExplanationBuilder::absent(const SourceFile& file, const located::Path& pat
     const std::string name = valueName(path);
     const auto miss = misspeltMember(file.tree, path);
     if (!miss) {
-        step({.kind = "value", .outcome = "absent", .sentence = name + " is not in the file"});
+        located::Path around = path;
+        while (!around.empty() && file.document.find(around) == nullptr) {
+            around.pop_back();
+        }
+        step({.kind = "value",
+              .outcome = "absent",
+              .sentence = name + " is not in the file",
+              .at = Spot{&file, around}});
         because("value-absent", name + " is not set", "add it");
         return;
     }
+    const std::string inner = joined(innerPath(path), ".");
     const std::string sentence =
         miss->misplaced ? fmt::format("{} is in the wrong place and is not read; did you mean {}?",
-                                      valueName(miss->path), valueName(path))
+                                      valueName(miss->path), inner)
                         : fmt::format("{} is no name that is read; did you mean {}?",
                                       named(miss->name), named(miss->meant));
     step({.kind = "value",
@@ -208,7 +235,7 @@ void ExplanationBuilder::absent(const SourceFile& file, const located::Path& pat
           .at = Spot{&file, miss->path},
           .facts = {.expected = miss->meant, .found = miss->name}});
     because(miss->misplaced ? "misplaced-name" : "misspelt-name", sentence,
-            miss->misplaced ? "move it" : "correct the name");
+            miss->misplaced ? "move it to " + inner : "correct the name");
 }
 
 bool ExplanationBuilder::value(const SourceFile& file, const located::Path& path, Weight weight,

@@ -30,6 +30,10 @@ public:
     /// The last step is the one that decides, unless a cause is found.
     void decisive() { weigh(Weight::Decisive); }
 
+    /// That step decides, and no other one.
+    void decideAt(std::size_t number);
+    void decideLast() { decideAt(explanation.steps.size() - 1); }
+
     /// The last step shows the cause of a wrong or missing answer. The first cause wins.
     /// @param effect What follows for all that depends on it; may be empty.
     void because(std::string_view name, std::string sentence, std::string advice,
@@ -92,7 +96,10 @@ private:
     void unreadable(const SourceFile& file);
     void absent(const SourceFile& file, const located::Path& path);
     void entry(const SourceFile& file, const located::Path& list, const EntryFate& entry,
-               const WalkedEntries& found);
+               WalkedEntries& found);
+    /// Adds mistakes in the names and types of an entry.
+    void entryMistakes(const SourceFile& file, const located::Path& path, const EntryFate& entry,
+                       WalkedEntries& found);
     /// The role of the own node, as the load reads it. Returns whether it is a standby.
     bool isStandby(bool asked);
 
@@ -102,6 +109,9 @@ private:
 
 /// A value in a sentence: "wss.port of process alarm-1", "extAttr.hostType of node-1".
 std::string valueName(const located::Path& path);
+
+/// Two clauses of a sentence; either may be empty.
+std::string clauses(const std::string& first, const std::string& second);
 
 /// Each explains the queries of a section. Returns false for any other query.
 bool explainProcess(ExplanationBuilder& builder);

@@ -30,12 +30,6 @@ bool isMember(std::string_view name) {
     return std::find(kMembers.begin(), kMembers.end(), name) != kMembers.end();
 }
 
-/// A tag without its number; the number is what remains.
-std::string_view stemOf(std::string_view tag) {
-    const std::size_t end = tag.find_last_not_of("0123456789");
-    return tag.substr(0, end == std::string_view::npos ? 0 : end + 1);
-}
-
 bool sameButForCase(const std::string& left, const std::string& right) {
     return rules::lowerCased(left) == rules::lowerCased(right);
 }
@@ -80,12 +74,12 @@ std::optional<NearMiss> misplacedMember(const Json::Value& root, located::Path p
 }
 
 bool isKnown(std::string_view tag) {
-    return std::find(kStems.begin(), kStems.end(), stemOf(tag)) != kStems.end();
+    return std::find(kStems.begin(), kStems.end(), tagFamily(tag)) != kStems.end();
 }
 
 /// The tag that the library itself reads and that was probably meant.
 std::string meantKnownTag(const std::string& tag) {
-    const std::string_view stem = stemOf(tag);
+    const std::string_view stem = tagFamily(tag);
     const std::string number = tag.substr(stem.size());
     if (isKnown(tag)) {
         const bool first = number == "1" && stem == rules::kSouthboundFamily;
@@ -99,6 +93,11 @@ std::string meantKnownTag(const std::string& tag) {
 
 } // namespace
 
+std::string_view tagFamily(std::string_view tag) {
+    const std::size_t end = tag.find_last_not_of("0123456789");
+    return tag.substr(0, end == std::string_view::npos ? 0 : end + 1);
+}
+
 std::string meantTag(const std::string& tag, const std::vector<AskedTag>& asked) {
     const std::string known = meantKnownTag(tag);
     for (const AskedTag& one : asked) {
@@ -106,8 +105,8 @@ std::string meantTag(const std::string& tag, const std::vector<AskedTag>& asked)
             return known;
         }
         // A number apart is another tag of the same kind.
-        if (!one.family && !isKnown(one.tag) && !isKnown(tag) && stemOf(tag) != stemOf(one.tag) &&
-            near(tag, one.tag)) {
+        if (!one.family && !isKnown(one.tag) && !isKnown(tag) &&
+            tagFamily(tag) != tagFamily(one.tag) && near(tag, one.tag)) {
             return one.tag;
         }
     }
@@ -127,7 +126,7 @@ std::optional<NearMiss> misspeltMember(const Json::Value& root, const located::P
     located::Path parent;
     for (const std::string& step : path) {
         const Json::Value& object = valueAt(root, parent);
-        if (object.isObject() && object.isMember(step)) {
+        if (object.isArray() || (object.isObject() && object.isMember(step))) {
             parent.push_back(step);
             continue;
         }

@@ -6,6 +6,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// Names in a file that are probably meant to be those that a rule reads.
@@ -29,6 +30,9 @@ struct AskedTag {
 /// The tag asked for that a lower-cased tag, which the rule does not take, was probably meant to
 /// be; empty if there is none: "southbound3" for "soutbound3".
 std::string meantTag(const std::string& tag, const std::vector<AskedTag>& asked);
+
+/// A tag without its number: "southbound" for "southbound3".
+std::string_view tagFamily(std::string_view tag);
 
 /// Of several names the one that is probably meant; empty if none is.
 std::string nearestName(const std::string& name, const std::vector<std::string>& candidates);

@@ -95,8 +95,10 @@ bool tenancy(ExplanationBuilder& builder) {
 
 /// The internal-service address of a node in a list, entry by entry.
 /// @param role "the master", or empty for the own node.
+/// @param also What else is to be known about the role.
 void internalService(ExplanationBuilder& builder, const SourceFile& file, const std::string& id,
-                     const std::string& role, const std::string& address) {
+                     const std::string& role, const std::string& address,
+                     const std::string& also = {}) {
     Recorder trace;
     Quarncommon::completes([&] {
         const rules::TracedNode list(file.tree, trace);
@@ -106,31 +108,32 @@ void internalService(ExplanationBuilder& builder, const SourceFile& file, const 
                                               {{std::string(rules::kInternalServiceTag), false},
                                                {std::string(rules::kMaintenanceTag), false}});
     const std::string tag(rules::kInternalServiceTag);
-    const EntryFate* const miss = walked.nearMiss();
     const std::string who = named(id) + (role.empty() ? "" : ", " + role);
     const std::string whose = who + (role.empty() ? "" : ",");
-    const std::string hint = miss == nullptr
-                                 ? ""
-                                 : fmt::format("; {} is no tag that is read; did you mean {}?",
-                                               named(miss->nearTag), named(miss->meantTag));
-    if (walked.from.contains(tag)) {
-        builder.conclude(
-            address.empty() ? "entry-without-address" : "tag-found",
-            address.empty()
-                ? fmt::format("the first entry of {} tagged {} has no \"IP\"", whose, tag)
-                : fmt::format("{} is the first address of {} tagged {}", address, whose, tag));
-    } else if (!walked.from.empty()) {
-        builder.conclude(miss != nullptr ? "near-miss-tag" : "fallback",
-                         fmt::format("no {} tag on {}; falls back to its last maintenance address{}"
-                                     "{}",
-                                     tag, who, address.empty() ? ", which is empty" : "", hint),
-                         {}, miss != nullptr ? "correct the tag" : "");
-    } else {
-        builder.conclude(miss != nullptr ? "near-miss-tag" : "tag-not-found",
-                         fmt::format("no {} and no maintenance tag on {}{}", tag, who, hint), {},
-                         miss != nullptr ? "correct the tag"
-                                         : "tag an address of the node with it");
+    std::string_view name = "tag-found";
+    std::string sentence =
+        address.empty()
+            ? fmt::format("the first entry of {} tagged {} has no \"IP\"", whose, tag)
+            : fmt::format("{} is the first address of {} tagged {}", address, whose, tag);
+    if (walked.from.empty()) {
+        name = "tag-not-found";
+        sentence = fmt::format("no {} and no maintenance tag on {}", tag, who);
+    } else if (!walked.from.contains(tag)) {
+        name = "fallback";
+        sentence = fmt::format("no {} tag on {}; falls back to its last maintenance address{}", tag,
+                               who, address.empty() ? ", which is empty" : "");
+    } else if (address.empty()) {
+        name = "entry-without-address";
     }
+    if (walked.hint) {
+        builder.decideAt(walked.hint->step);
+        builder.conclude(walked.hint->name, clauses(sentence, walked.hint->sentence), {},
+                         walked.hint->advice);
+        return;
+    }
+    const bool found = name == "tag-found" || name == "fallback";
+    builder.conclude(name, clauses(sentence, also), {},
+                     found ? "" : "tag an address of the node with it, or give it an \"IP\"");
 }
 
 /// What the search for master and standby decided about a node.
@@ -248,7 +251,8 @@ located::Path placeOf(const std::string& id, const Candidate& candidate) {
 }
 
 /// Every node of the manager node list, with what makes it a candidate for a role or not.
-void candidates(ExplanationBuilder& builder, std::string_view role) {
+/// @return The other nodes that could have the role, in words.
+std::string candidates(ExplanationBuilder& builder, std::string_view role) {
     const SourceFile& list = builder.sources.managerNodeList;
     const Values& values = builder.values;
     Recorder trace;
@@ -266,6 +270,8 @@ void candidates(ExplanationBuilder& builder, std::string_view role) {
         !(role == rules::kMaster ? values.masterNodeId : values.standbyNodeId).empty();
     const Json::Value& nodes = valueAt(list.tree, {"nodeList"});
     std::size_t inTenancy = 0;
+    std::vector<std::string> others;
+    std::vector<std::string> tenancies;
     for (const std::string& id : nodes.isObject() ? nodes.getMemberNames() : List{}) {
         const Candidate candidate = verdicts.of(id);
         located::Path path = placeOf(id, candidate);
@@ -273,6 +279,11 @@ void candidates(ExplanationBuilder& builder, std::string_view role) {
         const bool counts =
             candidate.outcome != "other-tenancy" && candidate.outcome != "not-reached";
         inTenancy += counts ? 1 : 0;
+        if (candidate.outcome == "overridden") {
+            others.push_back(named(id));
+        } else if (candidate.outcome == "other-tenancy") {
+            tenancies.push_back(candidate.found);
+        }
         builder.step({.kind = "node",
                       .outcome = candidate.outcome,
                       .sentence = named(id) + " " + candidate.sentence,
@@ -286,24 +297,29 @@ void candidates(ExplanationBuilder& builder, std::string_view role) {
                                     : Weight::Detail});
         if (!found && candidate.outcome == "near-miss") {
             builder.because("near-miss-role", named(id) + " " + candidate.sentence,
-                            fmt::format("write \"{}\"", candidate.expected),
-                            fmt::format("tenancy {} has no {}", named(values.tenancy), role));
+                            fmt::format("write \"{}\"", candidate.expected));
         }
     }
     if (found) {
-        return;
+        return others.empty() ? ""
+                              : fmt::format("{} could be the {} too, the greatest id wins",
+                                            joined(others, ", "), role);
     }
     if (inTenancy == 0) {
+        const std::string near = nearestName(values.tenancy, tenancies);
         const std::string sentence =
-            fmt::format("no node of the {} is of tenancy {}", list.title, named(values.tenancy));
+            fmt::format("no node of the {} is of tenancy {}{}", list.title, named(values.tenancy),
+                        near.empty() ? "" : fmt::format("; did you mean {}?", named(near)));
         builder.step({.kind = "node",
                       .outcome = "no-tenancy",
                       .sentence = sentence,
+                      .at = Spot{&builder.sources.nodeList,
+                                 {"nodeList", values.roleNodeId, "assignedToTenancy"}},
                       .weight = Weight::Deciding});
         builder.because("no-tenancy", sentence,
                         "correct assignedToTenancy of the own node, or that "
                         "of the nodes in the list");
-        return;
+        return {};
     }
     const bool master = role == rules::kMaster;
     const std::string needed =
@@ -316,6 +332,7 @@ void candidates(ExplanationBuilder& builder, std::string_view role) {
     builder.because(master ? "no-master" : "no-standby",
                     fmt::format("no node of tenancy {} is its {}", named(values.tenancy), role),
                     fmt::format("if there should be one, give the node {}", needed));
+    return {};
 }
 
 void roleAddress(ExplanationBuilder& builder, std::string_view role) {
@@ -325,12 +342,13 @@ void roleAddress(ExplanationBuilder& builder, std::string_view role) {
     builder.explanation.moment = Moment::Load;
     const std::string& id = master ? values.masterNodeId : values.standbyNodeId;
     const std::string& address = master ? values.masterInternalIp : values.standbyInternalIp;
+    std::string also;
     // An empty tenancy is one like any other.
     if (!tenancy(builder) && !id.empty()) {
         builder.withdrawCause();
     }
     if (!builder.hasCause() && builder.file(list) && !builder.stopped(LoadStep::Roles)) {
-        candidates(builder, role);
+        also = candidates(builder, role);
     }
     const Stop* const stop = builder.loaded.stop(LoadStep::RoleIps);
     const bool ended = stop != nullptr && (stop->path.size() < 2 || stop->path[1] != id);
@@ -338,7 +356,7 @@ void roleAddress(ExplanationBuilder& builder, std::string_view role) {
         builder.conclude({}, {}, fmt::format("the {} is unknown", role));
         return;
     }
-    internalService(builder, list, id, fmt::format("the {}", role), address);
+    internalService(builder, list, id, fmt::format("the {}", role), address, also);
 }
 
 void localInternalService(ExplanationBuilder& builder) {

@@ -134,20 +134,16 @@ std::string answerLines(const Reply& reply, const ScreenOptions& options) {
 
 } // namespace
 
-std::string momentSentence(const Explanation& explanation,
-                           const std::vector<std::string>& localAddresses) {
-    const std::string host = localAddresses.empty()
-                                 ? ""
-                                 : fmt::format(" on a host with {}", joined(localAddresses, ", "));
+std::string momentSentence(const Explanation& explanation) {
     switch (explanation.moment) {
     case Moment::Load:
-        return "decided at load: holds for a process that starts now" + host;
+        return "decided at load; this is for a process that starts now";
     case Moment::NodeAtLoad:
-        return "the node is decided at load: holds for a process that starts now" + host;
+        return "the node is decided at load; this is for a process that starts now";
     case Moment::Call:
         break;
     }
-    return localAddresses.empty() ? "" : "holds" + host;
+    return {};
 }
 
 std::string explanationScreen(const Explanation& explanation, const Reply& reply,
@@ -172,9 +168,12 @@ std::string explanationScreen(const Explanation& explanation, const Reply& reply
     if (const std::size_t more = explanation.steps.size() - steps.size(); more != 0) {
         text += fmt::format("{} more step{}: -v\n", more, more == 1 ? "" : "s");
     }
-    const std::string moment = momentSentence(explanation, options.localAddresses);
-    if (!moment.empty()) {
-        append(text, escaped(moment), options.width, 0);
+    if (!options.localAddresses.empty()) {
+        append(text, "predicted for a host with " + joined(options.localAddresses, ", "),
+               options.width, 0);
+    }
+    if (const std::string moment = momentSentence(explanation); !moment.empty()) {
+        append(text, moment, options.width, 0);
     }
     return text;
 }

@@ -22,8 +22,7 @@ struct ScreenOptions {
 std::string explanationScreen(const Explanation& explanation, const Reply& reply,
                               const ScreenOptions& options);
 
-/// When the answer is decided, and for which host.
-std::string momentSentence(const Explanation& explanation,
-                           const std::vector<std::string>& localAddresses);
+/// When the answer is decided; empty if on each call.
+std::string momentSentence(const Explanation& explanation);
 
 } // namespace sysconfctl
