@@ -123,9 +123,13 @@ std::string written(const std::vector<Explained>& all, const Options& options) {
         }
         return indentedJson(value);
     }
-    const ScreenOptions screen{outputWidth(), colorWanted(options.color), options.verbose,
-                               options.localAddresses};
+    const ScreenOptions screen{outputWidth(), colorWanted(options.color), options.verbose};
     std::string text;
+    if (options.format == Format::Table && !options.localAddresses.empty()) {
+        const std::string host =
+            "predicted for a host with " + joined(options.localAddresses, ", ");
+        text = joined(wrappedWords(host, screen.width), "\n") + '\n';
+    }
     for (const Explained& explained : all) {
         if (options.format == Format::Plain) {
             text += plain(explained);

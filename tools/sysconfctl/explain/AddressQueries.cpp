@@ -363,7 +363,8 @@ Answer byNumber(ExplanationBuilder& builder) {
         numbers[number] = *address;
     }
     const std::string node = named(builder.values.floatNodeId);
-    const char* const effect = "what was found before it is the answer";
+    const bool any = !numbers.empty() || !found.service.empty() || !found.service2.empty();
+    const char* const effect = any ? "what was found before it is the answer" : "";
     if (numbers.empty() && rules::lowerCased(prefix) != prefix) {
         builder.conclude("capitals",
                          fmt::format("{} has capitals and matches nothing: tags are compared in "
@@ -390,22 +391,17 @@ Answer protocols(ExplanationBuilder& builder) {
     QuarnCommonUtils::split(list, ";", pieces);
     const int family = rules::protocolFamily(pieces);
     const bool any = list.find_first_not_of(';') != std::string::npos;
-    const std::string why = !any          ? "there is no southbound address, so it is 0, IPv4"
-                            : family == 0 ? "no southbound address has a \":\", so it is 0, IPv4"
-                            : family == 1 ? "southbound addresses have a \":\", so it is 1, IPv6"
-                                          : "southbound addresses with and without \":\", so it is "
-                                            "2, both";
+    const std::string why = !any          ? "without any address it is 0, IPv4"
+                            : family == 0 ? "no address has a \":\", so it is 0, IPv4"
+                            : family == 1 ? "every address has a \":\", so it is 1, IPv6"
+                                          : "addresses with and without \":\", so it is 2, both";
     builder.step(
         {.kind = "value",
          .outcome = "read",
          .sentence = fmt::format("the southbound list is {}", list.empty() ? "empty" : list),
          .weight = Weight::Deciding});
-    const bool fallback = builder.explanation.verdict.name != "family-found";
-    const Verdict list0 = builder.explanation.verdict;
-    builder.explanation.verdict = {list0.name, why, list0.advice};
-    if (fallback) {
-        builder.explanation.verdict.sentence = why + "; " + list0.sentence;
-    }
+    Verdict& verdict = builder.explanation.verdict;
+    verdict.sentence = clauses(verdict.sentence, why);
     return {family};
 }
 

@@ -93,8 +93,8 @@ FateWords fateWords(const EntryFate& entry, const WalkedEntries& found, const Js
             "position"};
     case Fate::NotNeeded:
         return {"overridden",
-                fmt::format("{} is overridden by tag: it is used only without the tag asked for",
-                            slots),
+                fmt::format("overridden by tag: {} is used only without {}", slots,
+                            found.asked.empty() ? "the tag asked for" : found.asked.front().tag),
                 "tag"};
     case Fate::OtherTags:
         return {"no-match", "not asked for"};

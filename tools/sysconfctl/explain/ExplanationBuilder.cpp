@@ -187,7 +187,7 @@ bool ExplanationBuilder::file(const SourceFile& file) {
               .outcome = "loads",
               .sentence =
                   fmt::format("{}, by {}", file.title,
-                              file.variable.value ? file.variable.name + "=" + *file.variable.value
+                              file.variable.value ? file.variable.name
                                                   : file.variable.name + ", which is not set"),
               .at = Spot{&file, {}}});
         return true;

@@ -151,14 +151,16 @@ Answer byField(ExplanationBuilder& builder) {
                                  joined(node.addresses, ", "));
     });
     const std::size_t chosen = selected(nodes);
-    builder.conclude(chosen != 0 ? "nodes-selected" : "no-node",
-                     chosen != 0
-                         ? fmt::format("{} of {} begin with {} in {}: {}", chosen,
-                                       counted(nodes.size(), "node"), named(prefix), named(field),
-                                       counted(addresses.size(), "address"))
-                         : fmt::format("no node has addresses and a {} that begins with {}{}",
-                                       named(field), named(prefix), valuesOf(nodes)),
-                     "the query answers -1");
+    const std::string count = counted(addresses.size(), "address");
+    const std::string sentence =
+        chosen == 0      ? fmt::format("no node with addresses has a {} that begins with {}{}",
+                                       named(field), named(prefix), valuesOf(nodes))
+        : prefix.empty() ? fmt::format("an empty prefix selects every node, whatever its {}: {}",
+                                       named(field), count)
+                         : fmt::format("{} of {} {} a {} that begins with {}: {}", chosen,
+                                       counted(nodes.size(), "node"), chosen == 1 ? "has" : "have",
+                                       named(field), named(prefix), count);
+    builder.conclude(chosen != 0 ? "nodes-selected" : "no-node", sentence, "the query answers -1");
     return complete ? Answer{List(addresses.begin(), addresses.end())} : Answer{NoAnswer{}};
 }
 
@@ -198,8 +200,9 @@ Answer byTags(ExplanationBuilder& builder) {
     builder.conclude(!capitals.empty() ? "capitals"
                      : chosen != 0     ? "nodes-selected"
                                        : "no-node",
-                     (chosen != 0 ? fmt::format("{} of {} have an address tagged {}", chosen,
-                                                counted(outcomes.size(), "node"), asked)
+                     (chosen != 0 ? fmt::format("{} of {} {} an address tagged {}", chosen,
+                                                counted(outcomes.size(), "node"),
+                                                chosen == 1 ? "has" : "have", asked)
                                   : fmt::format("none of {} has an address tagged {}",
                                                 counted(outcomes.size(), "node"), asked)) +
                          (capitals.empty() ? "" : "; " + capitals),

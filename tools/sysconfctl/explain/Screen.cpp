@@ -168,10 +168,6 @@ std::string explanationScreen(const Explanation& explanation, const Reply& reply
     if (const std::size_t more = explanation.steps.size() - steps.size(); more != 0) {
         text += fmt::format("{} more step{}: -v\n", more, more == 1 ? "" : "s");
     }
-    if (!options.localAddresses.empty()) {
-        append(text, "predicted for a host with " + joined(options.localAddresses, ", "),
-               options.width, 0);
-    }
     if (const std::string moment = momentSentence(explanation); !moment.empty()) {
         append(text, moment, options.width, 0);
     }

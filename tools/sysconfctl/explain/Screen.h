@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <string>
-#include <vector>
 
 namespace sysconfctl {
 
@@ -14,8 +13,6 @@ struct ScreenOptions {
     bool color = false;
     /// Show all steps, with JSON pointers.
     bool verbose = false;
-    /// The addresses of the host that the answer is predicted for; empty: this host.
-    std::vector<std::string> localAddresses;
 };
 
 /// An explanation for a reader: the answer, the verdict, what to do, and the deciding steps.
