@@ -68,6 +68,14 @@ struct FateWords {
     std::string_view by = {};
 };
 
+/// The slots that an entry lost although it has others.
+std::string lostText(const EntryFate& entry, const WalkedEntries& found) {
+    const std::string slots = joined(entry.lost, ", ");
+    return entry.winner ? fmt::format("overridden by position for {}, which entry {} has", slots,
+                                      found.entries.at(*entry.winner).step)
+                        : "overridden by tag for " + slots;
+}
+
 FateWords fateWords(const EntryFate& entry, const WalkedEntries& found, const Json::Value& value) {
     const auto winner = [&] {
         const EntryFate& other = found.entries.at(*entry.winner);
@@ -77,10 +85,7 @@ FateWords fateWords(const EntryFate& entry, const WalkedEntries& found, const Js
     switch (entry.fate) {
     case Fate::Taken:
         return {"taken",
-                entry.lost.empty()
-                    ? "taken for " + slots
-                    : fmt::format("taken for {}; overridden by position for {}, which {} has",
-                                  slots, joined(entry.lost, ", "), winner())};
+                clauses("taken for " + slots, entry.lost.empty() ? "" : lostText(entry, found))};
     case Fate::Earlier:
         return {
             "overridden",
