@@ -91,8 +91,7 @@ void wrongType(ExplanationBuilder& builder, const located::Path& path, const Jso
 Answer fieldOf(const Json::Value& database, unsigned int index, const Column& column,
                located::Path& reached, const char*& expected) {
     expected = "an array";
-    Json::Value copy = database;
-    const Json::Value* value = &copy[index];
+    const Json::Value* value = &database[index];
     reached.push_back(std::to_string(index));
     for (const std::string& step : column.path) {
         expected = "an object";

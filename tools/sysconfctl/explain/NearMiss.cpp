@@ -47,7 +47,8 @@ std::optional<std::string> nearMember(const Json::Value& object, const std::stri
         return std::nullopt;
     }
     for (const std::string& name : object.getMemberNames()) {
-        if (name != meant && !isMember(name) && near(name, meant)) {
+        const bool read = isMember(name) && !sameButForCase(name, meant);
+        if (name != meant && !read && near(name, meant)) {
             return name;
         }
     }

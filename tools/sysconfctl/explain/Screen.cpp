@@ -17,6 +17,9 @@ constexpr std::size_t kMostSteps = 8;
 /// A sentence beside its place has at least this room.
 constexpr std::size_t kLeastRoom = 36;
 constexpr std::size_t kGap = 2;
+/// Lists of addresses are broken between these.
+constexpr std::string_view kListBreak = ";";
+constexpr std::string_view kJsonBreak = ",";
 constexpr std::string_view kMarker = "> ";
 constexpr std::string_view kNoMarker = "  ";
 
@@ -91,7 +94,7 @@ std::string padded(const std::string& text, std::size_t width) {
 }
 
 std::string stepLines(const Row& row, const Layout& layout, Paint paint, bool color) {
-    std::vector<std::string> sentence = wrappedWords(row.sentence, layout.sentence);
+    std::vector<std::string> sentence = wrappedWords(row.sentence, layout.sentence, kListBreak);
     std::vector<std::string> places(layout.beside ? 0 : sentence.size());
     places.insert(places.end(), row.places.begin(), row.places.end());
     sentence.resize(std::max(sentence.size(), places.size()));
@@ -113,19 +116,21 @@ std::string stepLines(const Row& row, const Layout& layout, Paint paint, bool co
     return text;
 }
 
-void append(std::string& text, const std::string& sentence, std::size_t width, std::size_t indent) {
-    for (const std::string& line : wrappedWords(sentence, width - std::min(width - 1, indent))) {
-        text += std::string(indent, ' ') + line + '\n';
+void append(std::string& text, const std::string& sentence, std::size_t width) {
+    for (const std::string& line : wrappedWords(sentence, width, kListBreak)) {
+        text += line + '\n';
     }
 }
 
 std::string answerLines(const Reply& reply, const ScreenOptions& options) {
     const Paint paint = reply.answer.isAnswered() ? Paint::Green : Paint::Red;
+    const bool json = std::holds_alternative<Json::Value>(reply.answer.value);
+    const std::string_view breaks = json ? kJsonBreak : kListBreak;
+    const std::size_t room = options.width > kGap ? options.width - kGap : 1;
     std::string text;
     for (std::string line : shownLines(reply)) {
         std::replace(line.begin(), line.end(), '\t', ' ');
-        for (const std::string& piece :
-             wrappedWords(line, std::max<std::size_t>(options.width, 3) - 2, ";")) {
+        for (const std::string& piece : wrappedWords(line, room, breaks)) {
             text += "  " + painted(piece, paint, options.color) + '\n';
         }
     }
@@ -153,10 +158,10 @@ std::string explanationScreen(const Explanation& explanation, const Reply& reply
         text += painted(line, Paint::Bold, options.color) + '\n';
     }
     text += answerLines(reply, options);
-    append(text, escaped(explanation.verdict.sentence), options.width, 0);
+    append(text, escaped(explanation.verdict.sentence), options.width);
     const bool wrong = !explanation.verdict.advice.empty();
     if (wrong) {
-        append(text, "to do: " + escaped(explanation.verdict.advice), options.width, 0);
+        append(text, "to do: " + escaped(explanation.verdict.advice), options.width);
     }
     const std::vector<const Step*> steps = chosenSteps(explanation.steps, options.verbose);
     const std::vector<Row> rows = rowsOf(steps, options.verbose);
@@ -169,7 +174,7 @@ std::string explanationScreen(const Explanation& explanation, const Reply& reply
         text += fmt::format("{} more step{}: -v\n", more, more == 1 ? "" : "s");
     }
     if (const std::string moment = momentSentence(explanation); !moment.empty()) {
-        append(text, moment, options.width, 0);
+        append(text, moment, options.width);
     }
     return text;
 }
