@@ -372,6 +372,9 @@ Answer byNumber(ExplanationBuilder& builder) {
                                      named(prefix)),
                          effect, "ask for " + named(rules::lowerCased(prefix)));
     } else if (numbers.empty()) {
+        builder.notFound(builder.values.floatNodeId,
+                         fmt::format("a tag that contains {}", named(prefix)),
+                         builder.sources.nodeList);
         concludeMany(builder, walked, "tag-not-found",
                      fmt::format("no tag of {} contains {}{}", node, named(prefix),
                                  found.service.empty() ? "" : "; only service addresses are left"),

@@ -140,22 +140,27 @@ private:
     }
 
     void withSlots(std::size_t number, const Seen& entry, EntryFate& fate) const {
+        // Slots that another entry has, and those that nothing needs.
         std::vector<std::string> lost;
+        std::vector<std::string> unneeded;
         for (const std::string& slot : entry.slots) {
             const auto has = m_from.find(slot);
-            if (has != m_from.end() && has->second == number) {
+            if (has == m_from.end()) {
+                unneeded.push_back(slot);
+            } else if (has->second == number) {
                 fate.slots.push_back(slot);
             } else {
                 lost.push_back(slot);
-                fate.winner = has != m_from.end() ? std::optional(has->second) : fate.winner;
+                fate.winner = has->second;
             }
         }
+        std::vector<std::string>& other = lost.empty() ? unneeded : lost;
         if (!fate.slots.empty()) {
             fate.fate = Fate::Taken;
-            fate.lost = std::move(lost);
+            fate.lost = std::move(other);
             return;
         }
-        fate.slots = std::move(lost);
+        fate.slots = std::move(other);
         fate.fate = !fate.winner            ? Fate::NotNeeded
                     : *fate.winner < number ? Fate::Earlier
                                             : Fate::Later;

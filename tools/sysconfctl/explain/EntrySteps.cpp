@@ -265,6 +265,20 @@ void ExplanationBuilder::entryMistakes(const SourceFile& file, const located::Pa
     }
 }
 
+void ExplanationBuilder::notFound(const std::string& id, const std::string& what,
+                                  const SourceFile& file) {
+    const located::Path path = {"nodeList", id, "IPAddresses"};
+    if (hasCause() || file.document.find(path) == nullptr) {
+        return;
+    }
+    step({.kind = "entry",
+          .outcome = "not-found",
+          .sentence = fmt::format("no address of {} has {}", named(id), what),
+          .at = Spot{&file, path},
+          .facts = {.node = id}});
+    decideLast();
+}
+
 WalkedEntries ExplanationBuilder::walk(const SourceFile& file, const std::string& id,
                                        const Recorder& trace, SlotLabel label,
                                        const std::vector<AskedTag>& asked) {

@@ -78,6 +78,9 @@ public:
     WalkedEntries walk(const SourceFile& file, const std::string& id, const Recorder& trace,
                        SlotLabel label, const std::vector<AskedTag>& asked);
 
+    /// That no address entry of the node has what is asked for, as the step that decides unless
+    /// something else explains it.
+    void notFound(const std::string& id, const std::string& what, const SourceFile& file);
     Spot processSpot(std::initializer_list<const char*> path) const;
     /// "process alarm-1".
     std::string processName() const;

@@ -153,11 +153,11 @@ Answer byField(ExplanationBuilder& builder) {
     const std::size_t chosen = selected(nodes);
     const std::string count = counted(addresses.size(), "address");
     const std::string sentence =
-        chosen == 0      ? fmt::format("no node with addresses has a {} that begins with {}{}",
-                                       named(field), named(prefix), valuesOf(nodes))
+        chosen == 0 ? fmt::format("no node with addresses has {} beginning with {}{}", named(field),
+                                  named(prefix), valuesOf(nodes))
         : prefix.empty() ? fmt::format("an empty prefix selects every node, whatever its {}: {}",
                                        named(field), count)
-                         : fmt::format("{} of {} {} a {} that begins with {}: {}", chosen,
+                         : fmt::format("{} of {} {} {} beginning with {}: {}", chosen,
                                        counted(nodes.size(), "node"), chosen == 1 ? "has" : "have",
                                        named(field), named(prefix), count);
     builder.conclude(chosen != 0 ? "nodes-selected" : "no-node", sentence, "the query answers -1");

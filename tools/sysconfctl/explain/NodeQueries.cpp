@@ -117,6 +117,7 @@ void internalService(ExplanationBuilder& builder, const SourceFile& file, const 
             : fmt::format("{} is the first address of {} tagged {}", address, whose, tag);
     if (walked.from.empty()) {
         name = "tag-not-found";
+        builder.notFound(id, "one of these tags", file);
         sentence = fmt::format("no {} and no maintenance tag on {}", tag, who);
     } else if (!walked.from.contains(tag)) {
         name = "fallback";

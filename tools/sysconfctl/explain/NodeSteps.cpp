@@ -108,7 +108,7 @@ bool ExplanationBuilder::isStandby(bool asked) {
           .weight = asked || standby || almost ? Weight::Deciding : Weight::Detail});
     if (almost && asked) {
         because("near-miss-role", sentence, "write \"standby\"");
-    } else if (asked) {
+    } else if (asked && !standby) {
         decisive();
     }
     return standby;
@@ -122,6 +122,9 @@ void ExplanationBuilder::floatNode(bool asked) {
         return;
     }
     sourceSearch(asked || standsIn() ? Weight::Deciding : Weight::Detail);
+    if (asked && !standsIn()) {
+        decisive(); // none of the host's addresses matches
+    }
 }
 
 } // namespace sysconfctl
