@@ -124,6 +124,10 @@ void concludeTag(ExplanationBuilder& builder, const Tagged& found, const std::st
                          effect, "give it an \"IP\", or remove the tag");
         return;
     }
+    if (effect.empty()) {
+        builder.notFound(found.node, fmt::format("the tag {}", named(found.tag)),
+                         builder.sources.nodeList);
+    }
     builder.conclude(
         effect.empty() ? "tag-not-found" : "fallback",
         clauses(fmt::format("{}no {} tag on {}", standing, named(found.tag), node), effect), effect,
