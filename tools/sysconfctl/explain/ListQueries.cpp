@@ -139,7 +139,7 @@ Answer byField(ExplanationBuilder& builder) {
     const std::string& prefix = builder.argument(1);
     Recorder trace;
     std::list<std::string> addresses;
-    const bool complete = completes([&] {
+    const bool complete = runDroppingExceptions([&] {
         rules::appendAddresses(rules::TracedNode(list.tree, trace), field, prefix, addresses);
     });
     const std::vector<NodeOutcome> nodes = NodeOutcomes(trace, field).nodes;

@@ -4,9 +4,9 @@
 #include "explain/NearMiss.h"
 #include "render/Text.h"
 
+#include <base/Exceptions.h>
 #include <rules/NodeList.h>
 #include <rules/Roles.h>
-#include <sysconfreader/Guards.h>
 
 #include <fmt/format.h>
 
@@ -100,7 +100,7 @@ void internalService(ExplanationBuilder& builder, const SourceFile& file, const 
                      const std::string& role, const std::string& address,
                      const std::string& also = {}) {
     Recorder trace;
-    Quarncommon::completes([&] {
+    Quarncommon::runDroppingExceptions([&] {
         const rules::TracedNode list(file.tree, trace);
         rules::internalServiceAddress(rules::addressEntries(rules::nodeEntry(list, id)));
     });
@@ -257,7 +257,7 @@ std::string candidates(ExplanationBuilder& builder, std::string_view role) {
     const SourceFile& list = builder.sources.managerNodeList;
     const Values& values = builder.values;
     Recorder trace;
-    Quarncommon::completes([&] {
+    Quarncommon::runDroppingExceptions([&] {
         std::string masterId;
         std::string standbyId;
         rules::findMasterAndStandby(rules::TracedNode(list.tree, trace), values.tenancy, masterId,

@@ -5,10 +5,10 @@
 #include "explain/NearMiss.h"
 #include "render/Text.h"
 
+#include <base/Exceptions.h>
 #include <rules/NodeList.h>
 #include <rules/Roles.h>
 #include <rules/SourceNodeId.h>
-#include <sysconfreader/Guards.h>
 
 #include <fmt/format.h>
 
@@ -38,7 +38,7 @@ void ExplanationBuilder::sourceSearch(Weight weight) {
     bool found = false;
     Recorder trace;
     std::map<std::string, std::string> services;
-    Quarncommon::completes(
+    Quarncommon::runDroppingExceptions(
         [&] { rules::collectServiceAddresses(rules::TracedNode(list.tree, trace), services); });
     const std::map<std::string, located::Path> paths = servicePaths(trace);
     rules::sourceNode(services, sources.hostAddresses, &trace);
