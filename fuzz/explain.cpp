@@ -113,14 +113,14 @@ void compareQuery(const Query& query, const Arguments& arguments, const Sources&
     const Reply reply = ask(query, arguments, true);
     if (!agrees(explanation, reply)) {
         fail(reply.label() + "\nexplained: " + shown(explanation.answer) +
-             (explanation.throws ? " throws" : "") + "\nanswered: " + shown(reply.answer) + " " +
+             explanation.error.value_or("") + "\nanswered: " + shown(reply.answer) + " " +
              reply.error.value_or(""));
     }
     if (explanation.steps.empty()) {
         fail(reply.label() + " is explained by nothing");
     }
-    if (explanation.reason.has_value() == explanation.answer.isAnswered()) {
-        fail(reply.label() + " has a reason and an answer, or neither");
+    if (explanation.verdict.sentence.empty()) {
+        fail(reply.label() + " has no verdict");
     }
     for (const Step& step : explanation.steps) {
         if (step.at && step.at->file != nullptr) {

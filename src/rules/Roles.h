@@ -8,6 +8,8 @@ namespace Quarncommon::rules {
 
 inline constexpr std::string_view kMaster = "master";
 inline constexpr std::string_view kStandby = "standby";
+inline constexpr std::string_view kMasterDomainType = "ACCESS_Master";
+inline constexpr std::string_view kStandbyDomainType = "ACCESS_Backup";
 
 /// Returns the address for traffic between the cluster's nodes: the "IP" of the first entry tagged
 /// "internal_service", else of the last one tagged "maintenance", else "".
@@ -36,10 +38,13 @@ template <typename AnyNode>
 std::string_view roleOf(const AnyNode& node) {
     const std::string role = hostType(node);
     const std::string domainType = node["extAttr"]["domain_node_type"].asString();
-    if (role == kMaster && domainType == "ACCESS_Master") {
-        return kMaster;
-    }
-    return role == kStandby && domainType == "ACCESS_Backup" ? kStandby : std::string_view();
+    const bool master = role == kMaster && domainType == kMasterDomainType;
+    const bool standby = role == kStandby && domainType == kStandbyDomainType;
+    const std::string_view found = master ? kMaster : standby ? kStandby : std::string_view();
+    report(node, [&](const Path& path) {
+        return RoleCompared{path, role, domainType, std::string(found)};
+    });
+    return found;
 }
 
 /// Sets the ids of the master and the standby node among the list's nodes that are assigned to

@@ -98,6 +98,14 @@ struct Skipped {
     Path path;
 };
 
+/// A node's role was decided from the two texts that name it; "" if they name none.
+struct RoleCompared {
+    Path path;
+    std::string hostType;
+    std::string domainType;
+    std::string role;
+};
+
 /// A node's service address was looked for among the host's addresses.
 struct SourceCompared {
     std::string nodeId;
@@ -114,7 +122,7 @@ struct TypeMismatch {
 
 using TraceEvent = std::variant<ValueRead, NodeLookup, EntryVisited, TagCompared, SlotFilled,
                                 SlotKept, SlotNotNeeded, SlotPlaced, FallbackUsed, Collected,
-                                NodeFinished, Skipped, SourceCompared, TypeMismatch>;
+                                NodeFinished, Skipped, RoleCompared, SourceCompared, TypeMismatch>;
 
 /// A slot's name in a trace: its tag, or its number.
 inline std::string slotName(const std::string& tag) {

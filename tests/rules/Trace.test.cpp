@@ -107,6 +107,19 @@ TEST(Trace, FindMasterAndStandby_ReportsRolesAndWhyNodesAreSkipped) {
                             "standby filled by /nodeList/d = d"));
 }
 
+TEST(Trace, RoleOf_ReportsTheTextsThatNameTheRole) {
+    EXPECT_THAT(only(traced(R"({"nodeList":{
+                 "a":{"extAttr":{"hostType":"master","domain_node_type":"ACCESS_Master"}},
+                 "b":{"extAttr":{"hostType":"Standby","domain_node_type":"ACCESS_Backup"}}}})",
+                            [](const TracedNode& list) {
+                                roleOf(nodeEntry(list, "a"));
+                                roleOf(nodeEntry(list, "b"));
+                            }),
+                     "role "),
+                ElementsAre("role master at /nodeList/a, of master and ACCESS_Master",
+                            "role  at /nodeList/b, of Standby and ACCESS_Backup"));
+}
+
 TEST(Trace, CollectServiceAddresses_ReportsStandbysAndEachAddress) {
     EXPECT_THAT(only(traced(R"({"nodeList":{
                           "a":{"extAttr":{"hostType":"standby"}},

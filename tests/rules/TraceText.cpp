@@ -51,6 +51,10 @@ struct Writer {
                                             "other field", "no address",    "already in answer"};
         return "skipped " + pointer(event.path) + ": " + kReasons[static_cast<int>(event.why)];
     }
+    std::string operator()(const RoleCompared& event) const {
+        return "role " + event.role + " at " + pointer(event.path) + ", of " + event.hostType +
+               " and " + event.domainType;
+    }
     std::string operator()(const SourceCompared& event) const {
         return event.nodeId + " has " + event.address + (event.carried ? ", carried" : "");
     }

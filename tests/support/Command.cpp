@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <linux/capability.h>
 #include <poll.h>
 #include <pty.h>
 #include <stdexcept>
@@ -138,6 +139,11 @@ Command& Command::workingDirectory(const std::filesystem::path& directory) {
     return *this;
 }
 
+Command& Command::withoutFilePrivileges() {
+    m_withoutFilePrivileges = true;
+    return *this;
+}
+
 Command& Command::outputToFile(const std::filesystem::path& file) {
     m_output = Output::File;
     m_outputFile = file;
@@ -180,6 +186,11 @@ void Command::becomeCommand(int output, int errors) const {
     ::dup2(errors, STDERR_FILENO);
     for (const auto& [name, value] : m_variables) {
         ::setenv(name.c_str(), value.c_str(), 1);
+    }
+    if (m_withoutFilePrivileges) {
+        // Not permitted to other users, who have none of them.
+        ::prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE, 0, 0, 0);
+        ::prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH, 0, 0, 0);
     }
     std::string program = m_program.string();
     std::vector<char*> words = {program.data()};

@@ -55,6 +55,8 @@ public:
 
     Command& variable(const std::string& name, const std::string& value);
     Command& workingDirectory(const std::filesystem::path& directory);
+    /// The mode of a file applies to the command even if root runs it.
+    Command& withoutFilePrivileges();
     /// Standard output is that file, opened for writing.
     Command& outputToFile(const std::filesystem::path& file);
     /// Standard output is a terminal of that many columns.
@@ -81,6 +83,7 @@ private:
     Output m_output = Output::Pipe;
     std::filesystem::path m_outputFile;
     unsigned short m_columns = 0;
+    bool m_withoutFilePrivileges = false;
 };
 
 } // namespace support

@@ -84,7 +84,7 @@ TEST(EntryFates, RuleThatStops_LooksNoFurther) {
 TEST(EntryFates, RuleThatGoesOn_NamesTheEntryThatWon) {
     const Row rows[] = {
         {R"([{"IP":"a","usage":["n2"]},{"IP":"a","usage":["n2"]},{"IP":"c","usage":["n3","n2"]}])",
-         "taken earlier:0 taken"},
+         "taken earlier:0 taken:0"},
         {R"([{"IP":"a","usage":["service"]},{"IP":"b","usage":["service"]}])", "later:1 taken"},
         {R"({"x":{"IP":"a","usage":["service"]},"y":{"IP":"b","usage":{"z":"n1"}}})",
          "taken taken"},
@@ -99,6 +99,8 @@ TEST(EntryFates, EntryThatLosesOneOfItsSlots_IsTakenForTheOthersOnly) {
         walked(parsed(R"([{"IP":"a","usage":["n2"]},{"IP":"c","usage":["n3","n2"]}])"), byNumber);
     ASSERT_EQ(found.entries.size(), 2U);
     EXPECT_EQ(found.entries[1].slots, std::vector<std::string>{"3"});
+    EXPECT_EQ(found.entries[1].lost, std::vector<std::string>{"2"});
+    EXPECT_EQ(found.entries[1].winner, 0U);
 }
 
 TEST(EntryFates, ObjectInPlaceOfTheList_EndsARuleThatGoesByIndex) {

@@ -1,8 +1,22 @@
 #include "Golden.h"
 
+#include "support/Deployment.h"
+
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 namespace tool {
+
+void expectGoldenText(const std::string& text, const std::string& name) {
+    const std::filesystem::path path = sourceDirectory() / "tests/tools/golden" / name;
+    if (std::getenv("SYSCONF_RENEW_GOLDEN") != nullptr) {
+        support::writeFile(path, text);
+        ADD_FAILURE() << name << " is written, not compared";
+        return;
+    }
+    EXPECT_EQ(text, readFile(path)) << name;
+}
 
 void expectGolden(const View& view, const std::vector<std::string>& arguments, int exitStatus,
                   const std::string& name) {
@@ -13,7 +27,7 @@ void expectGolden(const View& view, const std::vector<std::string>& arguments, i
     for (std::size_t at = 0; (at = text.find(folder, at)) != std::string::npos;) {
         text.replace(at, folder.size(), "@SAMPLES@");
     }
-    EXPECT_EQ(text, readFile(sourceDirectory() / "tests/tools/golden" / name)) << name;
+    expectGoldenText(text, name);
 }
 
 } // namespace tool

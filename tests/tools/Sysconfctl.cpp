@@ -78,4 +78,10 @@ std::vector<std::string> linesOf(const std::string& text) {
     return lines;
 }
 
+bool fits(const std::string& line, std::size_t columns) {
+    const std::size_t word = line.find_first_not_of(' ');
+    return line.size() <= columns ||
+           (word != std::string::npos && line.find(' ', word) == std::string::npos);
+}
+
 } // namespace tool

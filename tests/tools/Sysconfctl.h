@@ -44,4 +44,7 @@ Json::Value parsed(const std::string& text);
 std::string readFile(const std::filesystem::path& path);
 std::vector<std::string> linesOf(const std::string& text);
 
+/// Whether a line is no wider than that, or is one word, which is never cut: an address, a path.
+bool fits(const std::string& line, std::size_t columns);
+
 } // namespace tool

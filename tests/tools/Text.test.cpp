@@ -60,6 +60,17 @@ TEST(Text, Wrapping_BreaksAfterSeparators) {
     EXPECT_THAT(wrapped("/usr/lib", 6), ElementsAre("/usr/", "lib"));
 }
 
+TEST(Text, WrappingOfWords_CutsNoWord) {
+    EXPECT_THAT(wrappedWords("a bc def", 4), ElementsAre("a bc", "def"));
+    EXPECT_THAT(wrappedWords("at 2001:db8::1/64, so", 6),
+                ElementsAre("at", "2001:db8::1/64,", "so"));
+    EXPECT_THAT(wrappedWords("192.0.2.1", 3), ElementsAre("192.0.2.1"));
+    EXPECT_THAT(wrappedWords("a;b;;c", 3), ElementsAre("a;b;;c"));
+    EXPECT_THAT(wrappedWords("192.0.2.1;192.0.2.2;;", 11, ";"),
+                ElementsAre("192.0.2.1;", "192.0.2.2;;"));
+    EXPECT_THAT(wrappedWords("", 3), ElementsAre(""));
+}
+
 TEST(Text, Wrapping_CutsWhatHasNoSeparator) {
     EXPECT_THAT(wrapped("abcdefg", 3), ElementsAre("abc", "def", "g"));
     EXPECT_THAT(wrapped("\xe4\xb8\xad\xe6\x96\x87", 3),

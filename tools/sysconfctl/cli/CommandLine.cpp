@@ -1,5 +1,6 @@
 #include "cli/CommandLine.h"
 
+#include "cli/Address.h"
 #include "cli/Suggestion.h"
 #include "cli/UsageError.h"
 #include "render/Output.h"
@@ -226,6 +227,9 @@ private:
         case Option::All:
             app.add_flag(name, m_options.all, help);
             break;
+        case Option::Verbose:
+            app.add_flag(name, m_options.verbose, help);
+            break;
         case Option::Strict:
             app.add_flag(name, m_options.strict, help);
             break;
@@ -279,6 +283,9 @@ private:
         removeGuards(m_options.arguments);
         removeGuards(m_options.nodes);
         removeGuards(m_options.localAddresses);
+        for (std::string& address : m_options.localAddresses) {
+            address = parseAddress(address);
+        }
         if (row.operands == Operands::Query &&
             (m_list || m_options.all) != m_options.query.empty()) {
             throw UsageError(fmt::format("{} takes either a query or {}", row.name,

@@ -22,6 +22,8 @@ struct Options {
     std::vector<std::string> nodes;
     /// Explain every query, not a single one.
     bool all = false;
+    /// Show every step of an explanation.
+    bool verbose = false;
     /// Warnings change the exit status, too.
     bool strict = false;
     ColorChoice color = ColorChoice::Auto;

@@ -20,6 +20,7 @@ enum class Option {
     LocalAddress,
     List,
     All,
+    Verbose,
     Strict,
     Help,
     Version

@@ -1,10 +1,10 @@
 #include "commands/Commands.h"
 
-#include "explain/Explanation.h"
-#include "query/Questions.h"
+#include "explain/Prediction.h"
+#include "explain/Screen.h"
+#include "explain/StepPlace.h"
 #include "render/Color.h"
 #include "render/Diagnostics.h"
-#include "render/Grid.h"
 #include "render/Json.h"
 #include "render/Output.h"
 #include "render/Plain.h"
@@ -21,35 +21,11 @@ namespace {
 struct Explained {
     Explanation explanation;
     Reply reply;
-    bool agreed = false;
+    /// Unset if the library was not asked, because it cannot know the addresses of another host.
+    std::optional<bool> agreed = std::nullopt;
+
+    bool disagreed() const { return agreed && !*agreed; }
 };
-
-struct At {
-    located::Place place;
-    std::string pointer;
-    const SourceFile* file;
-};
-
-std::optional<At> placeOf(const Step& step) {
-    if (!step.at) {
-        return std::nullopt;
-    }
-    const located::Value* const value = step.at->file->document.find(step.at->path);
-    if (value == nullptr) {
-        return std::nullopt;
-    }
-    return At{step.at->file->document.place(value->begin), located::pointer(step.at->path),
-              step.at->file};
-}
-
-std::string shortPlace(const At& at) {
-    const std::string name = at.file->path.substr(at.file->path.find_last_of('/') + 1);
-    return escaped(fmt::format("{}:{}:{}", name, at.place.line, at.place.column));
-}
-
-std::string longPlace(const At& at) {
-    return escaped(fmt::format("{}:{}:{}", at.file->path, at.place.line, at.place.column));
-}
 
 std::vector<std::string> answerLines(const Explained& explained) {
     std::vector<std::string> lines = shownLines(explained.reply);
@@ -59,61 +35,23 @@ std::vector<std::string> answerLines(const Explained& explained) {
     return lines;
 }
 
-std::string wrappedText(const std::string& text, std::size_t indent) {
-    std::string lines;
-    for (const std::string& line : wrapped(text, outputWidth() - indent)) {
-        lines += std::string(indent, ' ') + line + '\n';
-    }
-    return lines;
-}
-
-std::string explainedTable(const Explained& explained, bool color) {
-    const Explanation& explanation = explained.explanation;
-    std::string text;
-    for (const std::string& line : wrapped(explanation.label(), outputWidth())) {
-        text += painted(line, Paint::Bold, color) + '\n';
-    }
-    for (const std::string& line : answerLines(explained)) {
-        for (const std::string& piece : wrapped(line, outputWidth() - 2)) {
-            text += "  " +
-                    painted(piece, explained.reply.answer.isAnswered() ? Paint::Green : Paint::Red,
-                            color) +
-                    '\n';
-        }
-    }
-    if (explanation.reason) {
-        const Reason& reason = *explanation.reason;
-        text += wrappedText(fmt::format("why ({}): {}", reason.name, escaped(reason.sentence)), 2);
-        text += wrappedText("what to do: " + escaped(reason.advice), 2);
-    }
-    std::vector<std::vector<Cell>> rows;
-    for (const Step& step : explanation.steps) {
-        const auto at = placeOf(step);
-        rows.push_back({{std::string(step.kind)},
-                        {escaped(step.sentence)},
-                        at ? Cell{shortPlace(*at), escaped(at->pointer)} : Cell{}});
-    }
-    return text + grid({"STEP", "", "WHERE"}, rows, outputWidth(), color);
-}
-
-/// One step a line: query, kind, sentence, place and pointer behind a tab each; then the answer.
+/// One step a line: query, kind, sentence, place and pointer, with a tab between each; then the
+/// verdict and the answer.
 std::string plain(const Explained& explained) {
     const Explanation& explanation = explained.explanation;
     const std::string label = explanation.label();
     std::string text;
     for (const Step& step : explanation.steps) {
-        const auto at = placeOf(step);
+        const auto place = placeOf(step);
         text += joined({label, std::string(step.kind), escaped(step.sentence),
-                        at ? longPlace(*at) : "", at ? escaped(at->pointer) : ""},
+                        place ? shownPlace(*place) : "", place ? escaped(place->pointer) : ""},
                        "\t") +
                 '\n';
     }
-    if (explanation.reason) {
-        text += joined({label, "reason",
-                        std::string(explanation.reason->name) + ": " +
-                            escaped(explanation.reason->sentence)},
-                       "\t") +
-                "\t\t\n";
+    const Verdict& verdict = explanation.verdict;
+    text += joined({label, "verdict", escaped(verdict.sentence)}, "\t") + "\t\t\n";
+    if (!verdict.advice.empty()) {
+        text += joined({label, "advice", escaped(verdict.advice)}, "\t") + "\t\t\n";
     }
     for (const std::string& line : answerLines(explained)) {
         text += joined({label, "answer", line}, "\t") + "\t\t\n";
@@ -121,26 +59,56 @@ std::string plain(const Explained& explained) {
     return text;
 }
 
-Json::Value toJson(const Explained& explained) {
-    Json::Value value = toJson(explained.reply);
-    value["agrees"] = explained.agreed;
-    value["steps"] = Json::Value(Json::arrayValue);
-    for (const Step& step : explained.explanation.steps) {
-        Json::Value row;
-        row["kind"] = std::string(step.kind);
-        row["text"] = step.sentence;
-        if (const auto at = placeOf(step)) {
-            row["file"] = at->file->path;
-            row["line"] = static_cast<Json::UInt64>(at->place.line);
-            row["column"] = static_cast<Json::UInt64>(at->place.column);
-            row["pointer"] = at->pointer;
-        }
-        value["steps"].append(row);
+void add(Json::Value& row, const char* name, std::string_view text) {
+    if (!text.empty()) {
+        row[name] = std::string(text);
     }
-    if (explained.explanation.reason) {
-        value["reason"]["name"] = std::string(explained.explanation.reason->name);
-        value["reason"]["text"] = explained.explanation.reason->sentence;
-        value["reason"]["advice"] = explained.explanation.reason->advice;
+}
+
+Json::Value toJson(const Step& step) {
+    Json::Value row;
+    row["kind"] = std::string(step.kind);
+    row["outcome"] = std::string(step.outcome);
+    row["text"] = step.sentence;
+    row["decides"] = step.weight == Weight::Decisive;
+    if (const auto place = placeOf(step)) {
+        row["file"] = place->file->path;
+        row["line"] = static_cast<Json::UInt64>(place->place.line);
+        row["column"] = static_cast<Json::UInt64>(place->place.column);
+        row["pointer"] = place->pointer;
+    }
+    add(row, "node", step.facts.node);
+    add(row, "entry", step.facts.entry);
+    if (step.facts.address) {
+        row["address"] = *step.facts.address;
+    }
+    for (const std::string& tag : step.facts.tags) {
+        row["tags"].append(tag);
+    }
+    add(row, "expected", step.facts.expected);
+    add(row, "found", step.facts.found);
+    add(row, "by", step.facts.by);
+    return row;
+}
+
+Json::Value toJson(const Explained& explained, const Options& options) {
+    const Explanation& explanation = explained.explanation;
+    Json::Value value = toJson(explained.reply);
+    if (explained.agreed) {
+        value["agrees"] = *explained.agreed;
+    }
+    value["verdict"] = explanation.verdict.sentence;
+    value["reason"] = std::string(explanation.verdict.name);
+    add(value, "advice", explanation.verdict.advice);
+    value["decided"] = explanation.moment == Moment::Call   ? "call"
+                       : explanation.moment == Moment::Load ? "load"
+                                                            : "node-at-load";
+    for (const std::string& address : options.localAddresses) {
+        value["localAddresses"].append(address);
+    }
+    value["steps"] = Json::Value(Json::arrayValue);
+    for (const Step& step : explanation.steps) {
+        value["steps"].append(toJson(step));
     }
     return value;
 }
@@ -151,21 +119,24 @@ std::string written(const std::vector<Explained>& all, const Options& options) {
         value["schemaVersion"] = kSchemaVersion;
         value["explanations"] = Json::Value(Json::arrayValue);
         for (const Explained& explained : all) {
-            value["explanations"].append(toJson(explained));
+            value["explanations"].append(toJson(explained, options));
         }
         return indentedJson(value);
     }
-    const bool color = colorWanted(options.color);
+    const ScreenOptions screen{outputWidth(), colorWanted(options.color), options.verbose};
     std::string text;
+    if (options.format == Format::Table && !options.localAddresses.empty()) {
+        const std::string host =
+            "predicted for a host with " + joined(options.localAddresses, ", ");
+        text = joined(wrappedWords(host, screen.width), "\n") + '\n';
+    }
     for (const Explained& explained : all) {
         if (options.format == Format::Plain) {
             text += plain(explained);
             continue;
         }
-        if (!text.empty()) {
-            text += '\n';
-        }
-        text += explainedTable(explained, color);
+        text += text.empty() ? "" : "\n";
+        text += explanationScreen(explained.explanation, explained.reply, screen);
     }
     return text;
 }
@@ -191,6 +162,21 @@ bool sameTexts(const Sources& left, const Sources& right) {
            left.hostAddresses == right.hostAddresses;
 }
 
+Question askedQuestion(const Options& options) {
+    return {&findQuery(options.query), options.arguments};
+}
+
+std::vector<Explained> predicted(const Prediction& prediction, const Options& options) {
+    std::vector<Explained> all;
+    for (const Question& question :
+         options.all ? prediction.allQuestions() : std::vector<Question>{askedQuestion(options)}) {
+        Explanation explanation = prediction.explain(question);
+        Reply reply = evaluated(explanation, options.revealSecrets);
+        all.push_back({std::move(explanation), std::move(reply)});
+    }
+    return all;
+}
+
 /// Explains over sources that did not change meanwhile, as far as that can be had: files that are
 /// being written are read again, and the library loads anew.
 std::vector<Explained> explainedAtOnce(const Options& options, Sources& sources) {
@@ -200,17 +186,13 @@ std::vector<Explained> explainedAtOnce(const Options& options, Sources& sources)
         sources = readSources();
         Loaded loaded;
         loaded.load(sources);
-        std::vector<Question> questions;
-        if (options.all) {
-            questions = allQuestions();
-        } else {
-            questions.push_back({&findQuery(options.query), options.arguments});
-        }
+        const std::vector<Question> questions =
+            options.all ? allQuestions() : std::vector<Question>{askedQuestion(options)};
         std::vector<Explained> all;
         bool agreed = true;
         for (const Question& question : questions) {
             all.push_back(explained(question, sources, loaded, options.revealSecrets));
-            agreed = agreed && all.back().agreed;
+            agreed = agreed && !all.back().disagreed();
         }
         if (agreed || attempt == kAttempts || sameTexts(sources, readSources())) {
             return all;
@@ -218,14 +200,7 @@ std::vector<Explained> explainedAtOnce(const Options& options, Sources& sources)
     }
 }
 
-} // namespace
-
-ExitStatus runExplain(const Options& options) {
-    if (!options.all) {
-        checkArgumentCount(findQuery(options.query), options.arguments);
-    }
-    Sources sources;
-    const std::vector<Explained> all = explainedAtOnce(options, sources);
+ExitStatus report(const std::vector<Explained>& all, const Options& options) {
     writeOutput(written(all, options));
     ExitStatus status = ExitStatus::Answered;
     for (const Explained& one : all) {
@@ -237,7 +212,7 @@ ExitStatus runExplain(const Options& options) {
         }
     }
     for (const Explained& one : all) {
-        if (!one.agreed) {
+        if (one.disagreed()) {
             reportError(diagnostic::kInternal,
                         one.explanation.label() +
                             ": internal error: what is explained is not what the library answers");
@@ -245,6 +220,21 @@ ExitStatus runExplain(const Options& options) {
         }
     }
     return status;
+}
+
+} // namespace
+
+ExitStatus runExplain(const Options& options) {
+    if (!options.all) {
+        checkArgumentCount(findQuery(options.query), options.arguments);
+    }
+    if (!options.localAddresses.empty()) {
+        // The steps refer to the sources of the prediction.
+        const Prediction prediction(options.localAddresses);
+        return report(predicted(prediction, options), options);
+    }
+    Sources sources;
+    return report(explainedAtOnce(options, sources), options);
 }
 
 } // namespace sysconfctl

@@ -1,5 +1,6 @@
 #include "commands/Commands.h"
 
+#include "explain/Prediction.h"
 #include "query/Reply.h"
 #include "render/Color.h"
 #include "render/Diagnostics.h"
@@ -69,13 +70,21 @@ std::string plainList() {
     return text;
 }
 
+/// The library's answer, or that which it would give on a host with the given addresses.
+Reply answerTo(const Question& question, const Options& options) {
+    if (!options.localAddresses.empty()) {
+        return Prediction(options.localAddresses).ask(question, options.revealSecrets);
+    }
+    const library::Session session;
+    return ask(*question.query, question.arguments, options.revealSecrets);
+}
+
 } // namespace
 
 ExitStatus runGet(const Options& options) {
     const Query& query = findQuery(options.query);
     checkArgumentCount(query, options.arguments);
-    const library::Session session;
-    const Reply reply = ask(query, options.arguments, options.revealSecrets);
+    const Reply reply = answerTo({&query, options.arguments}, options);
     writeOutput(written(reply, options));
     if (reply.error) {
         reportThrow(reply.label(), *reply.error);

@@ -1,5 +1,6 @@
 #include "commands/Commands.h"
 
+#include "explain/Prediction.h"
 #include "query/Questions.h"
 #include "query/Reply.h"
 #include "render/Color.h"
@@ -39,16 +40,34 @@ std::string written(const std::vector<Reply>& replies, const Options& options) {
     return tableOf(replies, outputWidth(), colorWanted(options.color));
 }
 
+template <typename Ask>
+std::vector<Reply> repliesTo(const std::vector<Question>& questions, Ask ask) {
+    std::vector<Reply> replies;
+    replies.reserve(questions.size());
+    for (const Question& question : questions) {
+        replies.push_back(ask(question));
+    }
+    return replies;
+}
+
+/// The library's answers, or those which it would give on a host with the given addresses.
+std::vector<Reply> allReplies(const Options& options) {
+    if (!options.localAddresses.empty()) {
+        const Prediction prediction(options.localAddresses);
+        return repliesTo(prediction.allQuestions(), [&](const Question& question) {
+            return prediction.ask(question, options.revealSecrets);
+        });
+    }
+    const library::Session session;
+    return repliesTo(allQuestions(), [&](const Question& question) {
+        return ask(*question.query, question.arguments, options.revealSecrets);
+    });
+}
+
 } // namespace
 
 ExitStatus runShow(const Options& options) {
-    const library::Session session;
-    std::vector<Reply> replies;
-    const std::vector<Question> questions = allQuestions();
-    replies.reserve(questions.size());
-    for (const Question& question : questions) {
-        replies.push_back(ask(*question.query, question.arguments, options.revealSecrets));
-    }
+    const std::vector<Reply> replies = allReplies(options);
     writeOutput(written(replies, options));
     ExitStatus status = ExitStatus::Answered;
     for (const Reply& reply : replies) {

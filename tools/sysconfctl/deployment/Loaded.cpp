@@ -41,8 +41,14 @@ const Stop* Loaded::stop(LoadStep step) const {
     return found != m_stops.end() ? &found->second : nullptr;
 }
 
+bool Loaded::hasRead(LoadStep step, const located::Path& path) const {
+    const auto found = m_reads.find(step);
+    return found != m_reads.end() && found->second.contains(path);
+}
+
 void Loaded::load(const Sources& sources) {
     m_stops.clear();
+    m_reads.clear();
     m_values.databases.clear();
     m_services = serviceAddressesOf(sources.nodeList);
     loadReader(sources);
@@ -51,13 +57,13 @@ void Loaded::load(const Sources& sources) {
 
 template <typename Load>
 bool Loaded::run(LoadStep step, const SourceFile& file, Load load) {
-    MismatchRecorder recorder;
+    LoadRecorder recorder(m_reads[step]);
     if (!file.loads ||
         Quarncommon::runDroppingExceptions([&] { load(rules::TracedNode(file.tree, recorder)); })) {
         return true;
     }
     if (const auto& mismatch = recorder.mismatch) {
-        m_stops[step] = Stop{&file, mismatch->path, describe(*mismatch, file.tree)};
+        m_stops[step] = Stop{&file, mismatch->path, describe(*mismatch, file.tree), *mismatch};
     }
     return false;
 }

@@ -5,6 +5,7 @@
 #include <rules/ReaderLoad.h>
 
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,7 @@ struct Stop {
     const SourceFile* file = nullptr;
     located::Path path;
     std::string sentence;
+    Quarncommon::rules::TypeMismatch mismatch;
 };
 
 /// What the library's singletons keep of a load.
@@ -57,6 +59,8 @@ public:
     const Values& values() const { return m_values; }
     /// What ended a step, null when it came to its end.
     const Stop* stop(LoadStep step) const;
+    /// Whether a step has read the value at that path.
+    bool hasRead(LoadStep step, const located::Path& path) const;
     /// The service addresses of the nodes that a standby node may stand in for.
     const std::map<std::string, std::string>& serviceAddresses() const { return m_services; }
 
@@ -70,6 +74,7 @@ private:
     Values m_values;
     std::map<std::string, std::string> m_services;
     std::map<LoadStep, Stop> m_stops;
+    std::map<LoadStep, std::set<located::Path>> m_reads;
 };
 
 /// What getSourceNodeId finds: the node ids with their service addresses.

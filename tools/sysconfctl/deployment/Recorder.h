@@ -3,6 +3,7 @@
 #include <rules/Trace.h>
 
 #include <optional>
+#include <set>
 #include <vector>
 
 namespace sysconfctl {
@@ -15,16 +16,23 @@ public:
     std::vector<Quarncommon::rules::TraceEvent> events;
 };
 
-/// Stores the value that ended a rule, if one did.
-class MismatchRecorder : public Quarncommon::rules::Trace {
+/// Stores which values a step of a load has read, and the one that ended it, if one did.
+class LoadRecorder : public Quarncommon::rules::Trace {
 public:
+    explicit LoadRecorder(std::set<Quarncommon::rules::Path>& reads) : m_reads(reads) {}
+
     void report(const Quarncommon::rules::TraceEvent& event) override {
         if (const auto* found = std::get_if<Quarncommon::rules::TypeMismatch>(&event)) {
             mismatch = *found;
+        } else if (const auto* read = std::get_if<Quarncommon::rules::ValueRead>(&event)) {
+            m_reads.insert(read->path);
         }
     }
 
     std::optional<Quarncommon::rules::TypeMismatch> mismatch;
+
+private:
+    std::set<Quarncommon::rules::Path>& m_reads;
 };
 
 } // namespace sysconfctl

@@ -28,20 +28,27 @@ Variable variable(const char* name) {
     return {name, value != nullptr ? std::optional<std::string>(value) : std::nullopt};
 }
 
-std::string whyUnreadable(const std::string& path) {
+void explainUnreadable(SourceFile& source) {
+    const auto failed = [&] {
+        source.errorNumber = errno;
+        source.unreadable = std::system_category().message(source.errorNumber);
+    };
     struct stat status {};
-    if (::stat(path.c_str(), &status) != 0) {
-        return std::system_category().message(errno);
+    if (::stat(source.path.c_str(), &status) != 0) {
+        failed();
+        return;
     }
     if (!S_ISREG(status.st_mode)) {
-        return "Not a regular file";
+        source.unreadable = "Not a regular file";
+        return;
     }
-    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    const int descriptor = ::open(source.path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (descriptor < 0) {
-        return std::system_category().message(errno);
+        failed();
+        return;
     }
     ::close(descriptor);
-    return "It changes while it is read";
+    source.unreadable = "It changes while it is read";
 }
 
 SourceFile read(std::string_view title, const config::ConfigFile& file) {
@@ -51,7 +58,7 @@ SourceFile read(std::string_view title, const config::ConfigFile& file) {
     source.path = config::pathOf(file);
     std::optional<std::string> text = config::readText(source.path);
     if (!text) {
-        source.unreadable = whyUnreadable(source.path);
+        explainUnreadable(source);
         return source;
     }
     source.loads = JsonReader(false).parse(*text, source.tree);

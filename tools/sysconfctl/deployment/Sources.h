@@ -31,6 +31,8 @@ struct SourceFile {
     std::string path;
     /// Why there is no text; empty when there is one.
     std::string unreadable;
+    /// The error number of that; 0 if it has none.
+    int errorNumber = 0;
     located::Document document{""};
     /// Whether the library's reader accepts the text; `tree` is null if not.
     bool loads = false;

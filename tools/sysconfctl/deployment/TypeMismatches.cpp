@@ -14,20 +14,6 @@ namespace {
 
 namespace rules = Quarncommon::rules;
 
-const char* textOf(TypeMismatch::Expected expected) {
-    switch (expected) {
-    case TypeMismatch::Expected::Object:
-        return "an object";
-    case TypeMismatch::Expected::Array:
-        return "an array";
-    case TypeMismatch::Expected::Text:
-        return "a text";
-    case TypeMismatch::Expected::Int:
-        break;
-    }
-    return "a whole number of 32 bits";
-}
-
 /// Stores each value of the wrong type once, and lets the rule go on.
 class Collector : public rules::Trace {
 public:
@@ -69,9 +55,23 @@ void readAddresses(const rules::TracedNode& list, const std::string& nodeId) {
 
 } // namespace
 
+const char* expectedText(TypeMismatch::Expected expected) {
+    switch (expected) {
+    case TypeMismatch::Expected::Object:
+        return "an object";
+    case TypeMismatch::Expected::Array:
+        return "an array";
+    case TypeMismatch::Expected::Text:
+        return "a text";
+    case TypeMismatch::Expected::Int:
+        break;
+    }
+    return "a whole number of 32 bits";
+}
+
 std::string describe(const TypeMismatch& mismatch, const Json::Value& root) {
-    return "is " + kindOf(valueAt(root, mismatch.path)) + " where " + textOf(mismatch.expected) +
-           " is read";
+    return "is " + kindOf(valueAt(root, mismatch.path)) + " where " +
+           expectedText(mismatch.expected) + " is read";
 }
 
 std::vector<TypeMismatch> appConfigMismatches(const Json::Value& root,

@@ -13,6 +13,9 @@ namespace sysconfctl {
 
 using Quarncommon::rules::TypeMismatch;
 
+/// What a rule expected: "an object", "a text".
+const char* expectedText(TypeMismatch::Expected expected);
+
 /// "is an array where an object is read".
 std::string describe(const TypeMismatch& mismatch, const Json::Value& root);
 

@@ -11,6 +11,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <variant>
 
 namespace sysconfctl {
@@ -20,8 +21,6 @@ namespace rules = Quarncommon::rules;
 using Quarncommon::runDroppingExceptions;
 
 using rules::kSouthboundFamily;
-constexpr const char* kOwn = "the own node, whatever it stands in for";
-constexpr const char* kFloat = "the float node";
 
 /// Runs a rule over the node list with a trace; what it found before a value of the wrong type
 /// stays.
@@ -34,30 +33,105 @@ std::string sameLabel(const std::string& slot) {
     return slot;
 }
 
-std::string byTag(ExplanationBuilder& builder, const std::string& usage) {
-    const std::string tag = rules::lowerCased(usage);
-    const bool own = tag == rules::kMaintenanceTag;
-    builder.floatNode();
-    const std::string& id =
-        rules::nodeForTag(tag, builder.values.nodeId, builder.values.floatNodeId);
-    Recorder trace;
-    std::string address;
-    traced(builder, trace, [&](const rules::TracedNode& list) {
-        address = rules::addressByTag(rules::addressEntries(rules::nodeEntry(list, id)), tag);
-    });
-    builder.walk(builder.sources.nodeList, id, own ? kOwn : kFloat, trace, sameLabel);
-    return address;
+/// "node-2 answers for node-1: ", if the addresses are not those of the own node.
+std::string standingIn(const ExplanationBuilder& builder) {
+    return builder.standsIn() ? fmt::format("{} answers for {}; ", named(builder.values.nodeId),
+                                            named(builder.values.floatNodeId))
+                              : "";
 }
 
-void maintenanceFallback(ExplanationBuilder& builder, const std::string& without) {
+/// An address by one tag, and the walk to it.
+struct Tagged {
+    std::string tag;
+    std::string node;
+    std::string address;
+    WalkedEntries walked;
+};
+
+Tagged byTag(ExplanationBuilder& builder, const std::string& usage) {
+    Tagged found{rules::lowerCased(usage), {}, {}, {}};
+    const bool own = found.tag == rules::kMaintenanceTag;
+    if (own) {
+        builder.ownNode(LoadStep::AppConfig);
+        builder.explanation.moment = Moment::NodeAtLoad;
+    } else {
+        builder.floatNode(false);
+    }
+    found.node = rules::nodeForTag(found.tag, builder.values.nodeId, builder.values.floatNodeId);
+    Recorder trace;
+    traced(builder, trace, [&](const rules::TracedNode& list) {
+        found.address = rules::addressByTag(
+            rules::addressEntries(rules::nodeEntry(list, found.node)), found.tag);
+    });
+    found.walked =
+        builder.walk(builder.sources.nodeList, found.node, trace, sameLabel, {{found.tag, false}});
+    return found;
+}
+
+/// The fallback to the maintenance address of the process. Returns what it means for the answer.
+std::string maintenanceFallback(ExplanationBuilder& builder) {
     const Spot spot = builder.processSpot({"IR", "ip"});
-    const bool there = builder.sources.appConfig.document.find(spot.path) != nullptr;
-    builder.fallback(
-        fmt::format("without {}, the maintenance address of this process is the "
-                    "answer: {}",
-                    without,
-                    builder.values.maintenanceIp.empty() ? "none" : builder.values.maintenanceIp),
-        there ? std::optional(spot) : std::nullopt);
+    const std::string& address = builder.values.maintenanceIp;
+    const bool there = builder.sources.appConfig.document.find(spot.path) != nullptr &&
+                       builder.loaded.hasRead(LoadStep::AppConfig, spot.path);
+    builder.step(
+        {.kind = "fallback",
+         .outcome = "fallback",
+         .sentence = fmt::format("the maintenance address of {} is {}", builder.processName(),
+                                 address.empty() ? "empty" : address),
+         .at = there ? std::optional(spot) : std::nullopt,
+         .facts = {.address = address}});
+    builder.decisive();
+    return address.empty() ? "falls back to the maintenance address of the process, which is empty"
+                           : "falls back to the maintenance address of the process";
+}
+
+/// Makes a mistake in an entry the reason of an answer, if there is one.
+/// @param then What follows without the tag.
+/// @return Whether there is one.
+bool concludeHint(ExplanationBuilder& builder, const WalkedEntries& walked,
+                  const std::string& standing, const std::string& then, const std::string& effect) {
+    if (!walked.hint) {
+        return false;
+    }
+    const Hint& hint = *walked.hint;
+    builder.decideAt(hint.step);
+    builder.conclude(hint.name, standing + clauses(hint.sentence, then), effect, hint.advice);
+    return true;
+}
+
+/// Why an address by its tag is what it is, or why there is none.
+/// @param effect What the query falls back to; empty if it does not.
+void concludeTag(ExplanationBuilder& builder, const Tagged& found, const std::string& effect) {
+    const bool own = found.tag == rules::kMaintenanceTag;
+    const std::string standing = own ? "" : standingIn(builder);
+    const std::string node = named(found.node);
+    if (!found.address.empty()) {
+        builder.conclude("tag-found", fmt::format("{}{} is the first address of {} tagged {}",
+                                                  standing, found.address, node, named(found.tag)));
+        return;
+    }
+    const std::string without = effect.empty() ? "" : fmt::format("{} {}", node, effect);
+    if (concludeHint(builder, found.walked, standing, without, effect)) {
+        return;
+    }
+    if (!found.walked.from.empty()) {
+        builder.conclude("entry-without-address",
+                         clauses(fmt::format("{}the first entry of {} tagged {} has no \"IP\", and "
+                                             "the search ends there",
+                                             standing, node, named(found.tag)),
+                                 effect),
+                         effect, "give it an \"IP\", or remove the tag");
+        return;
+    }
+    if (effect.empty()) {
+        builder.notFound(found.node, fmt::format("the tag {}", named(found.tag)),
+                         builder.sources.nodeList);
+    }
+    builder.conclude(
+        effect.empty() ? "tag-not-found" : "fallback",
+        clauses(fmt::format("{}no {} tag on {}", standing, named(found.tag), node), effect), effect,
+        fmt::format("if it should have one, tag an address of {}", node));
 }
 
 struct Numbered {
@@ -82,59 +156,10 @@ std::string numberLabel(const std::string& slot) {
     return slot == rules::kServiceTag || slot == rules::kService2Tag ? slot : "number " + slot;
 }
 
-/// Where each slot of the list is, in the order of the slots' numbers.
-void tellSlots(ExplanationBuilder& builder, const Recorder& trace, const WalkedEntries& walked,
-               SlotLabel label) {
-    std::map<int, rules::SlotPlaced> placed;
-    for (const rules::TraceEvent& event : trace.events) {
-        if (const auto* const slot = std::get_if<rules::SlotPlaced>(&event)) {
-            placed.emplace(std::stoi(slot->slot), *slot);
-        }
-    }
-    for (const auto& [number, slot] : placed) {
-        if (slot.value.empty()) {
-            continue;
-        }
-        const std::string name = label(slot.slot);
-        const auto from = walked.from.find(name);
-        const auto spot = [&] {
-            return Spot{&builder.sources.nodeList,
-                        {"nodeList", builder.values.floatNodeId, "IPAddresses",
-                         walked.entries.at(from->second).step}};
-        };
-        builder.step("slot",
-                     fmt::format("slot {} of the list has {}: {}", slot.position, name, slot.value),
-                     from != walked.from.end() ? std::optional(spot()) : std::nullopt);
-    }
-}
-
-/// What a slot list falls back to, if it does.
-void tellFallback(ExplanationBuilder& builder, const Recorder& trace, const char* family) {
-    for (const rules::TraceEvent& event : trace.events) {
-        const auto* const fallback = std::get_if<rules::FallbackUsed>(&event);
-        if (fallback == nullptr) {
-            continue;
-        }
-        if (fallback->to == rules::FallbackUsed::To::Maintenance) {
-            maintenanceFallback(builder, fmt::format("a {} or service address", family));
-        } else {
-            builder.fallback(
-                fmt::format("without a {} address, the service addresses are the answer", family));
-        }
-    }
-}
-
-std::string north(ExplanationBuilder& builder) {
-    builder.floatNode();
-    Recorder trace;
-    const Numbered found = numbered(builder, std::string(rules::kNorthboundFamily), trace);
-    std::string list = rules::northSlotList(found.numbers, found.service, found.service2,
-                                            builder.values.maintenanceIp, &trace);
-    const WalkedEntries walked = builder.walk(builder.sources.nodeList, builder.values.floatNodeId,
-                                              kFloat, trace, numberLabel);
-    tellSlots(builder, trace, walked, numberLabel);
-    tellFallback(builder, trace, "northbound");
-    return list;
+/// The tag of a northbound slot.
+std::string northboundLabel(const std::string& slot) {
+    const bool service = slot == rules::kServiceTag || slot == rules::kService2Tag;
+    return service ? slot : std::string(rules::kNorthboundFamily) + (slot == "0" ? "" : slot);
 }
 
 /// The tag of a southbound slot.
@@ -142,8 +167,141 @@ std::string southboundLabel(const std::string& slot) {
     return std::string(kSouthboundFamily) + (slot == "1" ? "" : slot);
 }
 
+/// Adds the place of each slot in the list, in the order of the slots' numbers. Returns them in
+/// words: "northbound in slot 1".
+std::vector<std::string> slotSteps(ExplanationBuilder& builder, const Recorder& trace,
+                                   const WalkedEntries& walked, SlotLabel label) {
+    std::map<int, rules::SlotPlaced> placed;
+    for (const rules::TraceEvent& event : trace.events) {
+        if (const auto* const slot = std::get_if<rules::SlotPlaced>(&event)) {
+            placed.emplace(std::stoi(slot->slot), *slot);
+        }
+    }
+    std::vector<std::string> words;
+    for (const auto& [number, slot] : placed) {
+        const std::string name = label(slot.slot);
+        const auto from = walked.from.find(name);
+        std::optional<Spot> spot;
+        if (from != walked.from.end()) {
+            spot = Spot{&builder.sources.nodeList,
+                        {"nodeList", builder.values.floatNodeId, "IPAddresses",
+                         walked.entries.at(from->second).step}};
+        }
+        if (slot.value.empty()) {
+            builder.step(
+                {.kind = "slot",
+                 .outcome = "empty",
+                 .sentence = fmt::format("slot {} has {} without an \"IP\"", slot.position, name),
+                 .at = spot});
+            continue;
+        }
+        words.push_back(fmt::format("{} in slot {}", name, slot.position));
+        builder.step(
+            {.kind = "slot",
+             .outcome = "placed",
+             .sentence = fmt::format("slot {} has {}: {}", slot.position, name, slot.value),
+             .at = spot,
+             .facts = {.node = builder.values.floatNodeId, .address = slot.value}});
+    }
+    return words;
+}
+
+const rules::FallbackUsed* fallbackOf(const Recorder& trace) {
+    for (const rules::TraceEvent& event : trace.events) {
+        if (const auto* const fallback = std::get_if<rules::FallbackUsed>(&event)) {
+            return fallback;
+        }
+    }
+    return nullptr;
+}
+
+/// At most five of them.
+std::string someOf(std::vector<std::string> words) {
+    constexpr std::size_t kMost = 5;
+    const std::size_t more = words.size() > kMost ? words.size() - kMost : 0;
+    words.resize(words.size() - more);
+    return joined(words, ", ") + (more != 0 ? fmt::format(" and {} more", more) : "");
+}
+
+std::string overriddenClause(const WalkedEntries& walked) {
+    const std::size_t count = walked.overridden();
+    return count == 0   ? ""
+           : count == 1 ? "1 entry with the same tag is overridden"
+                        : fmt::format("{} entries with the same tags are overridden", count);
+}
+
+/// The verdict of an answer that has several addresses.
+void concludeMany(ExplanationBuilder& builder, const WalkedEntries& walked, std::string_view name,
+                  const std::string& sentence, const std::string& effect) {
+    const std::string whole = clauses(standingIn(builder) + sentence, overriddenClause(walked));
+    if (walked.hint) {
+        builder.decideAt(walked.hint->step);
+        builder.conclude(walked.hint->name, clauses(whole, walked.hint->sentence), effect,
+                         walked.hint->advice);
+    } else {
+        builder.conclude(name, whole, effect);
+    }
+}
+
+/// The verdict of a slot list that has addresses of its family.
+void concludeFamily(ExplanationBuilder& builder, const WalkedEntries& walked,
+                    const std::vector<std::string>& slots, const std::string& family) {
+    const std::string node = named(builder.values.floatNodeId);
+    concludeMany(builder, walked, slots.empty() ? "entry-without-address" : "family-found",
+                 slots.empty()
+                     ? fmt::format("the {} entries of {} have no \"IP\", so every slot is empty",
+                                   family, node)
+                     : fmt::format("{} has {} {} address{}: {}", node, slots.size(), family,
+                                   slots.size() == 1 ? "" : "es", someOf(slots)),
+                 "what was found before it is the answer");
+}
+
+/// The verdict of a slot list of a family, "northbound" or "southbound".
+void concludeList(ExplanationBuilder& builder, const Recorder& trace, const WalkedEntries& walked,
+                  SlotLabel label, const std::string& family) {
+    const std::vector<std::string> slots = slotSteps(builder, trace, walked, label);
+    const rules::FallbackUsed* const fallback = fallbackOf(trace);
+    if (fallback == nullptr) {
+        concludeFamily(builder, walked, slots, family);
+        return;
+    }
+    const bool noService = fallback->to == rules::FallbackUsed::To::Maintenance;
+    std::string effect = "falls back to its service address";
+    if (noService) {
+        effect = maintenanceFallback(builder);
+    } else {
+        builder.step({.kind = "fallback",
+                      .outcome = "fallback",
+                      .sentence = fmt::format(
+                          "without a {} address, the service addresses are the answer", family),
+                      .facts = {.address = fallback->value}});
+    }
+    builder.decideLast();
+    const std::string node = named(builder.values.floatNodeId);
+    const std::string standing = standingIn(builder);
+    if (!concludeHint(builder, walked, standing, node + " " + effect, effect)) {
+        builder.conclude("fallback",
+                         fmt::format("{}no {}{} tag on {}; {}", standing, family,
+                                     noService ? " or service" : "", node, effect),
+                         effect);
+    }
+}
+
+std::string north(ExplanationBuilder& builder) {
+    builder.floatNode(false);
+    Recorder trace;
+    const std::string family(rules::kNorthboundFamily);
+    const Numbered found = numbered(builder, family, trace);
+    std::string list = rules::northSlotList(found.numbers, found.service, found.service2,
+                                            builder.values.maintenanceIp, &trace);
+    const WalkedEntries walked = builder.walk(builder.sources.nodeList, builder.values.floatNodeId,
+                                              trace, northboundLabel, {{family, true}});
+    concludeList(builder, trace, walked, northboundLabel, family);
+    return list;
+}
+
 std::string south(ExplanationBuilder& builder) {
-    builder.floatNode();
+    builder.floatNode(false);
     const std::string& id = builder.values.floatNodeId;
     Recorder trace;
     rules::SlotMap bySlot;
@@ -153,20 +311,22 @@ std::string south(ExplanationBuilder& builder) {
                                  kSouthboundFamily, bySlot, seen);
     });
     std::string list = rules::southSlotList(bySlot, seen, builder.values.maintenanceIp, &trace);
+    const std::string family(kSouthboundFamily);
     const WalkedEntries walked =
-        builder.walk(builder.sources.nodeList, id, kFloat, trace, sameLabel);
-    tellSlots(builder, trace, walked, southboundLabel);
-    tellFallback(builder, trace, "southbound");
+        builder.walk(builder.sources.nodeList, id, trace, sameLabel, {{family, true}});
+    concludeList(builder, trace, walked, southboundLabel, family);
     return list;
 }
 
 /// The keys that the caller's map has: all southbound ones, which are created empty, and its own.
 Answer byWholeTag(ExplanationBuilder& builder) {
-    builder.floatNode();
+    builder.floatNode(false);
     const std::string& id = builder.values.floatNodeId;
     std::map<std::string, std::string> tags;
+    std::vector<AskedTag> asked = {{std::string(kSouthboundFamily), true}};
     for (const std::string& tag : builder.explanation.arguments) {
         tags[tag];
+        asked.push_back({tag, false});
     }
     const auto slotFor = [&](const std::string& tag) {
         const bool key = rules::southboundSlot(tag, kSouthboundFamily) != 0;
@@ -179,8 +339,57 @@ Answer byWholeTag(ExplanationBuilder& builder) {
         rules::collectByTag(rules::addressEntries(rules::nodeEntry(list, id)), slotFor, seen);
     });
     rules::addServices(seen, tags, &trace);
-    builder.walk(builder.sources.nodeList, id, kFloat, trace, sameLabel);
+    const WalkedEntries walked =
+        builder.walk(builder.sources.nodeList, id, trace, sameLabel, asked);
+    const std::string node = named(id);
+    const auto filled = std::count_if(tags.begin(), tags.end(),
+                                      [](const auto& tag) { return !tag.second.empty(); });
+    const std::string sentence =
+        seen.hasFamily()
+            ? fmt::format("{} has {} address{} with these tags", node, filled,
+                          filled == 1 ? "" : "es")
+            : fmt::format("no southbound{} tag on {}; its service addresses are the answer",
+                          builder.explanation.arguments.empty() ? "" : " or requested", node);
+    concludeMany(builder, walked, seen.hasFamily() ? "family-found" : "fallback", sentence,
+                 "the southbound tags are left empty");
     return library::taggedAnswer(tags, builder.explanation.arguments);
+}
+
+Answer byNumber(ExplanationBuilder& builder) {
+    builder.floatNode(false);
+    Recorder trace;
+    const std::string& prefix = builder.argument(0);
+    const Numbered found = numbered(builder, prefix, trace);
+    const WalkedEntries walked = builder.walk(builder.sources.nodeList, builder.values.floatNodeId,
+                                              trace, numberLabel, {{prefix, true}});
+    std::map<int, std::string> numbers;
+    for (const auto& [number, address] : found.numbers) {
+        numbers[number] = *address;
+    }
+    const std::string node = named(builder.values.floatNodeId);
+    const bool any = !numbers.empty() || !found.service.empty() || !found.service2.empty();
+    const char* const effect = any ? "what was found before it is the answer" : "";
+    if (numbers.empty() && rules::lowerCased(prefix) != prefix) {
+        builder.conclude("capitals",
+                         fmt::format("{} has capitals and matches nothing: tags are compared in "
+                                     "lower case",
+                                     named(prefix)),
+                         effect, "ask for " + named(rules::lowerCased(prefix)));
+    } else if (numbers.empty()) {
+        builder.notFound(builder.values.floatNodeId,
+                         fmt::format("a tag that contains {}", named(prefix)),
+                         builder.sources.nodeList);
+        concludeMany(builder, walked, "tag-not-found",
+                     fmt::format("no tag of {} contains {}{}", node, named(prefix),
+                                 found.service.empty() ? "" : "; only service addresses are left"),
+                     effect);
+    } else {
+        concludeMany(builder, walked, "family-found",
+                     fmt::format("{} has {} number{} in tags with {}", node, numbers.size(),
+                                 numbers.size() == 1 ? "" : "s", named(prefix)),
+                     effect);
+    }
+    return library::numberedAnswer(numbers, found.service, found.service2);
 }
 
 Answer protocols(ExplanationBuilder& builder) {
@@ -188,11 +397,18 @@ Answer protocols(ExplanationBuilder& builder) {
     const std::string list = south(builder);
     QuarnCommonUtils::split(list, ";", pieces);
     const int family = rules::protocolFamily(pieces);
-    builder.step("value",
-                 fmt::format("the southbound list is {}: {}", list.empty() ? "empty" : list,
-                             family == 0   ? "no address with a \":\", which counts as IPv4"
-                             : family == 1 ? "addresses with a \":\" only, IPv6"
-                                           : "addresses of both kinds"));
+    const bool any = list.find_first_not_of(';') != std::string::npos;
+    const std::string why = !any          ? "without any address it is 0, IPv4"
+                            : family == 0 ? "no address has a \":\", so it is 0, IPv4"
+                            : family == 1 ? "every address has a \":\", so it is 1, IPv6"
+                                          : "addresses with and without \":\", so it is 2, both";
+    builder.step(
+        {.kind = "value",
+         .outcome = "read",
+         .sentence = fmt::format("the southbound list is {}", list.empty() ? "empty" : list),
+         .weight = Weight::Deciding});
+    Verdict& verdict = builder.explanation.verdict;
+    verdict.sentence = clauses(verdict.sentence, why);
     return {family};
 }
 
@@ -201,19 +417,18 @@ Answer protocols(ExplanationBuilder& builder) {
 bool explainAddresses(ExplanationBuilder& builder) {
     Answer& answer = builder.explanation.answer;
     const std::string_view name = builder.explanation.query->name;
-    if (name == "local-maintenance-ip") {
-        answer = textAnswer(byTag(builder, std::string(rules::kMaintenanceTag)));
-    } else if (name == "local-service-ip") {
-        std::string address = byTag(builder, std::string(rules::kServiceTag));
-        if (address.empty()) {
-            maintenanceFallback(builder, "a service address");
-            address = builder.values.maintenanceIp;
-        }
-        answer = textAnswer(std::move(address));
-    } else if (name == "local-service2-ip") {
-        answer = textAnswer(byTag(builder, std::string(rules::kService2Tag)));
-    } else if (name == "local-ip-by-usage") {
-        answer = textAnswer(byTag(builder, builder.argument(0)));
+    if (name == "local-service-ip") {
+        Tagged found = byTag(builder, std::string(rules::kServiceTag));
+        concludeTag(builder, found, found.address.empty() ? maintenanceFallback(builder) : "");
+        answer = textAnswer(found.address.empty() ? builder.values.maintenanceIp : found.address);
+    } else if (name == "local-maintenance-ip" || name == "local-service2-ip" ||
+               name == "local-ip-by-usage") {
+        const std::string tag = name == "local-maintenance-ip" ? std::string(rules::kMaintenanceTag)
+                                : name == "local-service2-ip"  ? std::string(rules::kService2Tag)
+                                                               : builder.argument(0);
+        const Tagged found = byTag(builder, tag);
+        concludeTag(builder, found, "");
+        answer = textAnswer(found.address);
     } else if (name == "local-north-ip") {
         answer = textAnswer(north(builder));
     } else if (name == "local-south-ip") {
@@ -221,16 +436,7 @@ bool explainAddresses(ExplanationBuilder& builder) {
     } else if (name == "pf-type") {
         answer = protocols(builder);
     } else if (name == "local-node-ips") {
-        builder.floatNode();
-        Recorder trace;
-        const Numbered found = numbered(builder, builder.argument(0), trace);
-        builder.walk(builder.sources.nodeList, builder.values.floatNodeId, kFloat, trace,
-                     numberLabel);
-        std::map<int, std::string> numbers;
-        for (const auto& [number, address] : found.numbers) {
-            numbers[number] = *address;
-        }
-        answer = library::numberedAnswer(numbers, found.service, found.service2);
+        answer = byNumber(builder);
     } else if (name == "local-node-ips-by-tag") {
         answer = byWholeTag(builder);
     } else {

@@ -23,19 +23,33 @@ std::vector<std::string> stepsOf(const Json::Value& entries) {
 /// Follows the events of a walk over the entries at one path.
 class Walk {
 public:
-    Walk(const Json::Value& entries, const located::Path& path, SlotLabel label)
-        : m_entries(entries), m_path(path), m_label(label), m_steps(stepsOf(entries)),
-          m_seen(m_steps.size()) {
+    Walk(const Json::Value& entries, const located::Path& path, SlotLabel label,
+         const std::vector<AskedTag>& asked)
+        : m_entries(entries), m_path(path), m_label(label), m_asked(asked),
+          m_steps(stepsOf(entries)), m_seen(m_steps.size()) {
         for (std::size_t i = 0; i < m_steps.size(); ++i) {
             m_numbers[m_steps[i]] = i;
         }
     }
 
-    void operator()(const rules::EntryVisited& event) { seen(event.path, &Seen::visited); }
-    void operator()(const rules::TagCompared& event) { seen(event.path, &Seen::tagged); }
+    void operator()(const rules::EntryVisited& event) {
+        if (Seen* const entry = at(event.path)) {
+            entry->visited = true;
+        }
+    }
+    void operator()(const rules::TagCompared& event) {
+        if (Seen* const entry = at(event.path)) {
+            entry->tagged = true;
+            entry->keepMiss();
+            entry->candidate = {event.tag, meantTag(event.tag, m_asked), event.path};
+        }
+    }
     void operator()(const rules::TypeMismatch& event) {
-        m_refused = m_refused || event.path == m_path;
-        seen(event.path, &Seen::ends);
+        if (Seen* const entry = at(event.path)) {
+            entry->mismatch = event;
+        } else if (!m_refused) {
+            m_refused = event;
+        }
     }
     void operator()(const rules::SlotFilled& event) { slot(event.path, event.slot, true); }
     void operator()(const rules::SlotKept& event) { slot(event.path, event.slot, false); }
@@ -44,9 +58,15 @@ public:
     void operator()(const Other& /*event*/) {}
 
     WalkedEntries result() const {
-        WalkedEntries walked{{}, m_from, m_refused};
+        WalkedEntries walked{{}, m_from, m_refused, {}, {}, m_asked, {}};
         for (std::size_t i = 0; !m_refused && i < m_steps.size(); ++i) {
             walked.entries.push_back(fateOf(i));
+            if (m_seen[i].mismatch) {
+                walked.endedBy = m_steps[i];
+            }
+            if (m_seen[i].visited) {
+                walked.stoppedAt = m_steps[i];
+            }
         }
         return walked;
     }
@@ -55,8 +75,17 @@ private:
     struct Seen {
         bool visited = false;
         bool tagged = false;
-        bool ends = false;
+        std::optional<rules::TypeMismatch> mismatch;
+        /// The last tag compared, and the first one that was not taken and is misspelt.
+        NearMiss candidate;
+        NearMiss miss;
         std::set<std::string> slots;
+
+        void keepMiss() {
+            if (miss.meant.empty() && !candidate.meant.empty()) {
+                miss = candidate;
+            }
+        }
     };
 
     Seen* at(const located::Path& path) {
@@ -66,16 +95,11 @@ private:
         return number != m_numbers.end() ? &m_seen[number->second] : nullptr;
     }
 
-    void seen(const located::Path& path, bool Seen::*what) {
-        if (Seen* const entry = at(path)) {
-            entry->*what = true;
-        }
-    }
-
     void slot(const located::Path& path, const std::string& slot, bool taken) {
         if (Seen* const entry = at(path)) {
             const std::string name = m_label(slot);
             entry->slots.insert(name);
+            entry->candidate = {}; // the tag is taken
             if (taken) {
                 m_from[name] = static_cast<std::size_t>(entry - m_seen.data());
             }
@@ -83,13 +107,18 @@ private:
     }
 
     EntryFate fateOf(std::size_t number) const {
-        const Seen& entry = m_seen[number];
+        Seen entry = m_seen[number];
+        entry.keepMiss();
         EntryFate fate;
+        fate.nearTag = entry.miss.name;
+        fate.meantTag = entry.miss.meant;
+        fate.nearTagPath = entry.miss.path;
         fate.step = m_steps[number];
+        fate.mismatch = entry.mismatch;
         if (!entry.visited) {
             return fate;
         }
-        if (entry.ends) {
+        if (entry.mismatch) {
             fate.fate = Fate::Ends;
         } else if (entry.slots.empty()) {
             fate.fate = withoutSlot(fate.step, entry);
@@ -111,22 +140,27 @@ private:
     }
 
     void withSlots(std::size_t number, const Seen& entry, EntryFate& fate) const {
+        // Slots that another entry has, and those that nothing needs.
         std::vector<std::string> lost;
+        std::vector<std::string> unneeded;
         for (const std::string& slot : entry.slots) {
             const auto has = m_from.find(slot);
-            if (has != m_from.end() && has->second == number) {
+            if (has == m_from.end()) {
+                unneeded.push_back(slot);
+            } else if (has->second == number) {
                 fate.slots.push_back(slot);
             } else {
                 lost.push_back(slot);
-                fate.winner = has != m_from.end() ? std::optional(has->second) : fate.winner;
+                fate.winner = has->second;
             }
         }
+        std::vector<std::string>& other = lost.empty() ? unneeded : lost;
         if (!fate.slots.empty()) {
             fate.fate = Fate::Taken;
-            fate.winner.reset();
+            fate.lost = std::move(other);
             return;
         }
-        fate.slots = std::move(lost);
+        fate.slots = std::move(other);
         fate.fate = !fate.winner            ? Fate::NotNeeded
                     : *fate.winner < number ? Fate::Earlier
                                             : Fate::Later;
@@ -135,18 +169,26 @@ private:
     const Json::Value& m_entries;
     const located::Path& m_path;
     SlotLabel m_label;
+    const std::vector<AskedTag>& m_asked;
     std::vector<std::string> m_steps;
     std::vector<Seen> m_seen;
     std::map<std::string, std::size_t> m_numbers;
     std::map<std::string, std::size_t> m_from;
-    bool m_refused = false;
+    std::optional<rules::TypeMismatch> m_refused;
 };
 
 } // namespace
 
+std::size_t WalkedEntries::overridden() const {
+    return static_cast<std::size_t>(
+        std::count_if(entries.begin(), entries.end(),
+                      [](const EntryFate& entry) { return entry.winner.has_value(); }));
+}
+
 WalkedEntries walkedEntries(const Json::Value& entries, const located::Path& path,
-                            const std::vector<rules::TraceEvent>& events, SlotLabel label) {
-    Walk walk(entries, path, label);
+                            const std::vector<rules::TraceEvent>& events, SlotLabel label,
+                            const std::vector<AskedTag>& asked) {
+    Walk walk(entries, path, label, asked);
     for (const rules::TraceEvent& event : events) {
         std::visit(walk, event);
     }

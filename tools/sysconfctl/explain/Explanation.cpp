@@ -9,7 +9,11 @@
 namespace sysconfctl {
 
 std::string Explanation::label() const {
-    return Reply{query, arguments, {NoAnswer{}}}.label();
+    return labelOf(*query, arguments);
+}
+
+std::string named(const std::string& name) {
+    return !name.empty() && shellWord(name) == name ? name : '"' + name + '"';
 }
 
 Explanation explain(const Query& query, const Arguments& arguments, const Sources& sources,
@@ -25,17 +29,13 @@ Explanation explain(const Query& query, const Arguments& arguments, const Source
     if (!known) {
         throw std::logic_error("nothing explains " + std::string(query.name));
     }
-    if (explanation.answer.isAnswered()) {
-        explanation.reason.reset();
-    } else if (!explanation.reason) {
-        explanation.reason = Reason{"empty", "the value that counts is empty", "give it a value"};
-    }
+    builder.finish();
     return explanation;
 }
 
 bool agrees(const Explanation& explanation, const Reply& reply) {
-    if (explanation.throws || reply.error) {
-        return explanation.throws && reply.error.has_value();
+    if (explanation.error || reply.error) {
+        return explanation.error.has_value() == reply.error.has_value();
     }
     const auto& mine = explanation.answer.value;
     const auto& its = reply.answer.value;
@@ -49,6 +49,14 @@ bool agrees(const Explanation& explanation, const Reply& reply) {
                                                   }
                                               },
                                               mine);
+}
+
+Reply evaluated(const Explanation& explanation, bool revealSecrets) {
+    Reply reply{explanation.query, explanation.arguments, explanation.answer, explanation.error};
+    if (!revealSecrets) {
+        mask(reply.answer, reply.query->secret);
+    }
+    return reply;
 }
 
 } // namespace sysconfctl

@@ -4,6 +4,7 @@
 #include "query/Answer.h"
 #include "query/Queries.h"
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -11,47 +12,80 @@
 
 namespace sysconfctl {
 
-/// A value of a file that a step speaks of.
+/// A value of a file that a step is about, or the place of a syntax error.
 struct Spot {
     const SourceFile* file = nullptr;
     located::Path path;
+    /// An offset in the file, in place of that of the value.
+    std::optional<std::size_t> offset = std::nullopt;
 };
+
+/// What a step is about, apart from its sentence; empty where it does not apply.
+struct Facts {
+    std::string node = {};
+    std::string entry = {};
+    std::optional<std::string> address = std::nullopt;
+    std::vector<std::string> tags = {};
+    std::string expected = {};
+    std::string found = {};
+    /// The rule that made the value lose: "tag", "order" of node ids, "position" in the list.
+    std::string_view by = {};
+};
+
+/// How much a step has to do with the answer.
+enum class Weight { Detail, Deciding, Decisive };
 
 /// One step of the way to an answer.
 struct Step {
     /// "variable", "file", "load", "node", "entry", "host", "fallback", "slot", "value".
     std::string_view kind;
-    /// Unescaped: every writer escapes for itself.
+    /// What became of it, in a word that scripts may rely on: "read", "taken", "overridden".
+    std::string_view outcome;
+    /// Not escaped: every writer escapes it.
     std::string sentence;
     std::optional<Spot> at = std::nullopt;
+    Facts facts = {};
+    Weight weight = Weight::Detail;
 };
 
-/// Why there is no answer, in a word that scripts may rely on, and what to do about it.
-struct Reason {
+/// Why the answer is what it is: a word that scripts may rely on, one sentence, and what to do if
+/// something is wrong.
+struct Verdict {
     std::string_view name;
     std::string sentence;
     std::string advice;
 };
+
+/// When an answer is decided.
+enum class Moment { Call, Load, NodeAtLoad };
 
 /// An answer as it follows from the files by the library's rules, with the way to it.
 struct Explanation {
     const Query* query = nullptr;
     Arguments arguments;
     Answer answer{NoAnswer{}};
-    /// The library is bound to throw here.
-    bool throws = false;
+    /// The message of the exception that the library throws here.
+    std::optional<std::string> error;
     std::vector<Step> steps;
-    std::optional<Reason> reason;
+    Verdict verdict;
+    Moment moment = Moment::Call;
 
     std::string label() const;
 };
 
-/// Explains one query over sources that were loaded.
-/// @throws UsageError when the arguments are none that the query takes.
+/// Explains one query. The sources must have been loaded into `loaded`.
+/// @throws UsageError if the query does not accept the arguments.
 Explanation explain(const Query& query, const Arguments& arguments, const Sources& sources,
                     const Loaded& loaded);
 
 /// Whether the library's reply is what the explanation says. Neither may be masked.
 bool agrees(const Explanation& explanation, const struct Reply& reply);
+
+/// The answer that the rules give for these sources, as a reply of the library. Unless
+/// `revealSecrets` is true, secrets are masked.
+struct Reply evaluated(const Explanation& explanation, bool revealSecrets);
+
+/// A name in a sentence: verbatim, or in quotation marks if it could be misread.
+std::string named(const std::string& name);
 
 } // namespace sysconfctl

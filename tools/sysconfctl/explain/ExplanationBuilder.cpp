@@ -1,117 +1,285 @@
 #include "explain/ExplanationBuilder.h"
 
+#include "deployment/TypeMismatches.h"
+#include "explain/NearMiss.h"
 #include "render/Masking.h"
 #include "render/Text.h"
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+
 namespace sysconfctl {
 namespace {
 
-std::string quoted(const std::string& text) {
-    return '"' + text + '"';
-}
+constexpr const char* kEmptyProcess = "every value of the process is empty";
 
-/// Addresses and tags as they stand in the entry.
-std::string entryText(const Json::Value& entry) {
-    if (!entry.isObject()) {
-        return kindOf(entry);
-    }
-    const Json::Value& ip = entry["IP"];
-    std::string text = ip.isNull()                     ? "no \"IP\""
-                       : ip.isArray() || ip.isObject() ? "an \"IP\" that is " + kindOf(ip)
-                       : ip.asString().empty()         ? "an empty \"IP\""
-                                                       : ip.asString();
-    const Json::Value& usage = entry["usage"];
-    std::vector<std::string> tags;
-    if (usage.isArray()) {
-        for (const Json::Value& tag : usage) {
-            tags.push_back(tag.isArray() || tag.isObject() ? kindOf(tag) : tag.asString());
-        }
-        text += " [" + joined(tags, ", ") + "]";
+/// "permission denied", as the system says it, within a sentence.
+std::string uncapitalized(std::string text) {
+    if (!text.empty()) {
+        text[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[0])));
     }
     return text;
 }
 
-std::string fateText(const EntryFate& entry, const WalkedEntries& found, const Json::Value& value) {
-    const auto winner = [&] {
-        return entry.winner ? "entry " + found.entries.at(*entry.winner).step : std::string();
-    };
-    switch (entry.fate) {
-    case Fate::Taken:
-        return "taken for " + joined(entry.slots, ", ");
-    case Fate::Earlier:
-        return "not taken: " + winner() + " stands before it and counts";
-    case Fate::Later:
-        return "overwritten: " + winner() + " comes later and counts";
-    case Fate::NotNeeded:
-        return "not needed: there is an address of the kind asked for";
-    case Fate::OtherTags:
-        return "other tags";
-    case Fate::NoTags:
-        return "no tags";
-    case Fate::NoList:
-        return "its \"usage\" is " + kindOf(value["usage"]) + ", not a list: it matches nothing";
-    case Fate::Ends:
-        return "holds a value of a wrong type: the library's walk ends here";
-    case Fate::NotLookedAt:
-        break;
+std::string adviceFor(const SourceFile& file) {
+    const std::string& name = file.variable.name;
+    if (!file.variable.value) {
+        return "set " + name;
     }
-    return "not looked at: the walk has ended before";
+    switch (file.errorNumber) {
+    case EACCES:
+        return "give the user of the process permission to read it";
+    case ENOENT:
+    case ENOTDIR:
+        return fmt::format("correct {}, or put the file there", name);
+    default:
+        return fmt::format("let {} lead to a file that can be read", name);
+    }
+}
+
+/// A path without the list and the name in it.
+located::Path innerPath(const located::Path& path) {
+    constexpr std::size_t kOwner = 2;
+    return {path.begin() + static_cast<std::ptrdiff_t>(std::min(kOwner, path.size() - 1)),
+            path.end()};
+}
+
+std::vector<std::string> memberNames(const Json::Value& value) {
+    return value.isObject() ? value.getMemberNames() : std::vector<std::string>();
+}
+
+std::string didYouMean(const std::string& name, const Json::Value& object) {
+    const std::string near = nearestName(name, memberNames(object));
+    return near.empty() ? near : fmt::format("; did you mean {}?", named(near));
 }
 
 } // namespace
 
+std::string valueName(const located::Path& path) {
+    constexpr std::size_t kOwner = 2; // the list and the name in it
+    if (path.empty()) {
+        return "the whole file";
+    }
+    const bool process = path[0] == "processes";
+    const bool database = path[0] == "databases";
+    if (path.size() < kOwner || (!process && !database && path[0] != "nodeList")) {
+        return '"' + joined(path, ".") + '"';
+    }
+    const std::string owner = fmt::format("{}{}",
+                                          process    ? "process "
+                                          : database ? "database "
+                                                     : "",
+                                          named(path[1]));
+    if (path.size() == kOwner) {
+        return database ? owner : "the entry of " + owner;
+    }
+    const bool addresses = path[2] == "IPAddresses";
+    const std::size_t number = database ? kOwner : kOwner + 1;
+    if (!process && (database || addresses) && path.size() > number) {
+        const std::vector<std::string> inner(path.begin() + static_cast<std::ptrdiff_t>(number) + 1,
+                                             path.end());
+        return fmt::format("{}{}entry {} of {}", joined(inner, "."), inner.empty() ? "" : " of ",
+                           path[number], owner);
+    }
+    return joined({path.begin() + kOwner, path.end()}, ".") + " of " + owner;
+}
+
+std::string clauses(const std::string& first, const std::string& second) {
+    const std::string_view between = first.empty() || second.empty() ? ""
+                                     : first.ends_with('?')          ? " "
+                                                                     : "; ";
+    return fmt::format("{}{}{}", first, between, second);
+}
+
+void ExplanationBuilder::weigh(Weight weight) {
+    Step& last = explanation.steps.back();
+    last.weight = std::max(last.weight, weight);
+}
+
+void ExplanationBuilder::decideAt(std::size_t number) {
+    for (Step& step : explanation.steps) {
+        step.weight = step.weight == Weight::Decisive ? Weight::Deciding : step.weight;
+    }
+    explanation.steps.at(number).weight = Weight::Decisive;
+}
+
+void ExplanationBuilder::because(std::string_view name, std::string sentence, std::string advice,
+                                 std::string effect) {
+    if (!m_cause) {
+        deciding();
+        m_cause = Cause{{name, std::move(sentence), std::move(advice)},
+                        std::move(effect),
+                        explanation.steps.size() - 1};
+    }
+}
+
+void ExplanationBuilder::conclude(std::string_view name, std::string sentence,
+                                  const std::string& effect, std::string advice) {
+    if (!m_cause) {
+        explanation.verdict = {name, std::move(sentence), std::move(advice)};
+        return;
+    }
+    explanation.verdict = m_cause->verdict;
+    for (const std::string& more : {m_cause->effect, effect}) {
+        explanation.verdict.sentence = clauses(explanation.verdict.sentence, more);
+    }
+}
+
+void ExplanationBuilder::finish() {
+    std::vector<Step>& steps = explanation.steps;
+    if (explanation.verdict.sentence.empty()) {
+        conclude("empty", "the value that is read is empty");
+    }
+    std::optional<std::size_t> decisive;
+    for (std::size_t i = 0; i < steps.size(); ++i) {
+        const bool first = steps[i].weight == Weight::Decisive && !decisive && !m_cause;
+        if (first || (m_cause && m_cause->step == i)) {
+            decisive = i;
+            steps[i].weight = Weight::Decisive;
+        } else if (steps[i].weight == Weight::Decisive) {
+            steps[i].weight = Weight::Deciding;
+        }
+    }
+    if (!decisive && !steps.empty()) {
+        steps.back().weight = Weight::Decisive;
+    }
+}
+
 void ExplanationBuilder::variable(const Variable& variable) {
-    step("variable", variable.value ? variable.name + "=" + *variable.value
-                                    : variable.name + " is not set, which counts as empty");
+    step({.kind = "variable",
+          .outcome = variable.value ? "set" : "unset",
+          .sentence =
+              variable.name + (variable.value ? " is " + named(*variable.value) : " is not set")});
+}
+
+void ExplanationBuilder::unreadable(const SourceFile& file) {
+    const bool processFile = &file == &sources.appConfig;
+    const std::string& name = file.variable.name;
+    const std::string effect = processFile ? kEmptyProcess : "";
+    if (!file.variable.value) {
+        step({.kind = "file",
+              .outcome = "unset",
+              .sentence = fmt::format("{} is not set{}", name,
+                                      processFile ? "" : ", so " + file.path + " is read")});
+        because("variable-unset", name + " is not set", adviceFor(file), effect);
+        return;
+    }
+    const std::string why = uncapitalized(file.unreadable);
+    step({.kind = "file",
+          .outcome = "unreadable",
+          .sentence = fmt::format("the {}, {}, is not readable: {}", file.title,
+                                  file.path.empty() ? "\"\"" : file.path, why)});
+    because("file-unreadable",
+            processFile ? fmt::format("{} is not readable: {}", name, why)
+                        : fmt::format("the {} of {} is not readable: {}", file.title, name, why),
+            adviceFor(file), effect);
 }
 
 bool ExplanationBuilder::file(const SourceFile& file) {
     if (!m_shownFiles.insert(&file).second) {
         return file.loads;
     }
-    variable(file.variable);
     if (file.loads) {
-        step("file", fmt::format("the {} {} is read and parsed", file.title, file.path));
+        step({.kind = "file",
+              .outcome = "loads",
+              .sentence =
+                  fmt::format("{}, by {}", file.title,
+                              file.variable.value ? file.variable.name
+                                                  : file.variable.name + ", which is not set"),
+              .at = Spot{&file, {}}});
         return true;
     }
-    step("file", fmt::format("the {} does not load: {}", file.title, file.trouble()));
-    if (!file.variable.value && !file.unreadable.empty()) {
-        because("variable-unset", file.variable.name + " is not set",
-                "set it to where the " + std::string(file.title) + " is");
-    } else if (!file.unreadable.empty()) {
-        because("file-unreadable", file.trouble(),
-                "put the " + std::string(file.title) + " there, or correct " + file.variable.name);
-    } else {
-        because("file-does-not-parse", file.trouble(),
-                "correct the file; sysconfctl check shows the place");
+    if (!file.unreadable.empty()) {
+        unreadable(file);
+        return false;
     }
+    const auto& error = file.document.error();
+    const std::string why = error ? error->sentence : "the JSON library refuses it";
+    step({.kind = "file",
+          .outcome = "does-not-parse",
+          .sentence = fmt::format("the {} is not valid JSON: {}", file.title, why),
+          .at = Spot{&file, {}, error ? error->offset : 0}});
+    because("file-does-not-parse", fmt::format("the {} is not valid JSON: {}", file.title, why),
+            error && !error->hint.empty() ? error->hint : "correct the file",
+            &file == &sources.appConfig ? kEmptyProcess : "");
     return false;
 }
 
-bool ExplanationBuilder::value(const SourceFile& file, const located::Path& path, bool secret) {
-    const Json::Value& found = valueAt(file.tree, path);
-    const std::string where = located::pointer(path);
+void ExplanationBuilder::absent(const SourceFile& file, const located::Path& path) {
+    const std::string name = valueName(path);
+    const auto miss = misspeltMember(file.tree, path);
+    if (!miss) {
+        located::Path around = path;
+        while (!around.empty() && file.document.find(around) == nullptr) {
+            around.pop_back();
+        }
+        step({.kind = "value",
+              .outcome = "absent",
+              .sentence = name + " is not in the file",
+              .at = Spot{&file, around}});
+        because("value-absent", name + " is not set", "add it");
+        return;
+    }
+    const std::string inner = joined(innerPath(path), ".");
+    const std::string sentence =
+        miss->misplaced ? fmt::format("{} is in the wrong place and is not read; did you mean {}?",
+                                      valueName(miss->path), inner)
+                        : fmt::format("{} is no name that is read; did you mean {}?",
+                                      named(miss->name), named(miss->meant));
+    step({.kind = "value",
+          .outcome = miss->misplaced ? "misplaced" : "misspelt",
+          .sentence = sentence,
+          .at = Spot{&file, miss->path},
+          .facts = {.expected = miss->meant, .found = miss->name}});
+    because(miss->misplaced ? "misplaced-name" : "misspelt-name", sentence,
+            miss->misplaced ? "move it to " + inner : "correct the name");
+}
+
+bool ExplanationBuilder::value(const SourceFile& file, const located::Path& path, Weight weight,
+                               bool secret) {
     if (file.document.find(path) == nullptr) {
-        step("value", where + " is absent, which reads as nothing");
-        because("value-absent", where + " is absent in " + file.path, "add it");
+        absent(file, path);
         return false;
     }
-    const Spot spot{&file, path};
+    const Json::Value& found = valueAt(file.tree, path);
+    const std::string name = valueName(path);
     if (found.isArray() || found.isObject()) {
-        step("value", where + " is " + kindOf(found), spot);
-        because("wrong-type", where + " is " + kindOf(found), "correct its type");
-        return true;
+        step({.kind = "value",
+              .outcome = "wrong-type",
+              .sentence = fmt::format("{} is {}", name, kindOf(found)),
+              .at = Spot{&file, path},
+              .facts = {.found = kindOf(found)}});
+        because("wrong-type", fmt::format("{} is {}", name, kindOf(found)), "correct its type");
+        return false;
     }
     const bool empty = found.isNull() || (found.isString() && found.asString().empty());
-    step("value",
-         where + (empty ? " is empty" : " is " + (secret ? std::string(kMask) : found.asString())),
-         spot);
+    const std::string text = secret ? std::string(kMask) : found.asString();
+    step({.kind = "value",
+          .outcome = empty ? "empty" : "read",
+          .sentence = name + (empty ? " is empty" : " is " + text),
+          .at = Spot{&file, path},
+          .weight = weight});
     if (empty) {
-        because("value-empty", where + " is empty in " + file.path, "give it a value");
+        because("value-empty", name + " is empty", "give it a value");
     }
     return !empty;
+}
+
+void ExplanationBuilder::mismatch(const SourceFile& file,
+                                  const Quarncommon::rules::TypeMismatch& mismatch,
+                                  std::string_view kind) {
+    const std::string sentence =
+        fmt::format("{} {}", valueName(mismatch.path), describe(mismatch, file.tree));
+    step({.kind = kind,
+          .outcome = "wrong-type",
+          .sentence = sentence,
+          .at = Spot{&file, mismatch.path},
+          .facts = {.expected = expectedText(mismatch.expected),
+                    .found = kindOf(valueAt(file.tree, mismatch.path))}});
+    because("wrong-type", sentence, fmt::format("make it {}", expectedText(mismatch.expected)));
 }
 
 bool ExplanationBuilder::stopped(LoadStep name) {
@@ -119,13 +287,16 @@ bool ExplanationBuilder::stopped(LoadStep name) {
     if (stop == nullptr) {
         return false;
     }
-    const std::string where = located::pointer(stop->path);
-    step("load",
-         fmt::format("the loader stops at {}, which {}: all that it reads after this keeps its "
-                     "previous value",
-                     where.empty() ? "the root" : where, stop->sentence),
-         Spot{stop->file, stop->path});
-    because("loader-stopped", fmt::format("{} {}", where, stop->sentence), "correct its type");
+    step({.kind = "load",
+          .outcome = "stopped",
+          .sentence =
+              fmt::format("the load ends here: {} {}", valueName(stop->path), stop->sentence),
+          .at = Spot{stop->file, stop->path},
+          .facts = {.expected = expectedText(stop->mismatch.expected),
+                    .found = kindOf(valueAt(stop->file->tree, stop->path))}});
+    because("load-stopped", fmt::format("{} {}", valueName(stop->path), stop->sentence),
+            fmt::format("make it {}", expectedText(stop->mismatch.expected)),
+            "the load ends there");
     return true;
 }
 
@@ -135,134 +306,62 @@ Spot ExplanationBuilder::processSpot(std::initializer_list<const char*> path) co
     return spot;
 }
 
+std::string ExplanationBuilder::processName() const {
+    return "process " + named(sources.instance.text());
+}
+
+std::string ExplanationBuilder::floatName() const {
+    return named(values.floatNodeId);
+}
+
 void ExplanationBuilder::process() {
-    const bool loads = file(sources.appConfig);
-    variable(sources.instance);
-    if (!loads) {
+    if (!file(sources.appConfig)) {
         return;
     }
     const std::string& id = sources.instance.text();
     const Spot spot = processSpot({});
-    if (sources.appConfig.document.find(spot.path) == nullptr) {
-        step("value", "\"processes\" has no entry " + quoted(id));
-        because(
-            "no-instance-entry",
-            fmt::format("\"processes\" in {} has no entry {}", sources.appConfig.path, quoted(id)),
-            "add it, or correct PROCESS_INSTANCE_ID");
-    } else {
-        step("value", "the entry of this process is " + quoted(id), spot);
+    if (sources.appConfig.document.find(spot.path) != nullptr) {
+        step({.kind = "value",
+              .outcome = "found",
+              .sentence = fmt::format("the entry of {}, by PROCESS_INSTANCE_ID", processName()),
+              .at = spot});
+        return;
     }
-    stopped(LoadStep::AppConfig);
+    // A load that ended before it came to the processes is the cause.
+    if (const Stop* const stop = loaded.stop(LoadStep::AppConfig);
+        stop != nullptr && stop->path.size() < 2) {
+        stopped(LoadStep::AppConfig);
+        return;
+    }
+    const Json::Value& processes = valueAt(sources.appConfig.tree, {"processes"});
+    const std::string near = didYouMean(id, processes);
+    const std::string sentence =
+        sources.instance.value
+            ? fmt::format("PROCESS_INSTANCE_ID is {}, and \"processes\" has no such entry{}",
+                          named(id), near)
+            : "PROCESS_INSTANCE_ID is not set, so no entry of \"processes\" is read";
+    step({.kind = "variable",
+          .outcome = sources.instance.value ? "not-found" : "unset",
+          .sentence = sentence,
+          .at = processes.isObject() ? std::optional(Spot{&sources.appConfig, {"processes"}})
+                                     : std::nullopt});
+    because(sources.instance.value ? "no-instance-entry" : "variable-unset", sentence,
+            sources.instance.value ? "correct PROCESS_INSTANCE_ID, or add the entry"
+                                   : "set it to one of " + joined(memberNames(processes), ", "),
+            kEmptyProcess);
 }
 
-void ExplanationBuilder::floatNode() {
+bool ExplanationBuilder::ownNode(LoadStep name) {
     process();
     const Spot own = processSpot({"nodeId"});
-    const bool there = sources.appConfig.document.find(own.path) != nullptr;
-    step("node", "the own node id is " + quoted(values.nodeId),
-         there ? std::optional(own) : std::nullopt);
-    if (values.nodeId.empty()) {
-        because("no-node-id", "the own node id is empty",
-                "name the node as \"nodeId\" in the entry of this process");
-    }
-    const located::Path role = {"nodeList", values.nodeId, "extAttr", "hostType"};
-    if (loaded.stop(LoadStep::AppConfig) != nullptr || !file(sources.nodeList)) {
-        return;
-    }
-    const bool roleThere = sources.nodeList.document.find(role) != nullptr;
-    step("node", "its host type is " + quoted(values.hostType),
-         roleThere ? std::optional(Spot{&sources.nodeList, role}) : std::nullopt);
-    if (values.hostType != "standby") {
-        step("node", "it is no \"standby\", so it answers for itself");
-        return;
-    }
-    for (const auto& [id, address] : loaded.serviceAddresses()) {
-        step("host",
-             fmt::format("a standby may stand in for {}, whose service address is {}", quoted(id),
-                         quoted(address)),
-             Spot{&sources.nodeList, {"nodeList", id}});
-    }
-    step("host", "the addresses of this host are " +
-                     joined({sources.hostAddresses.begin(), sources.hostAddresses.end()}, ", "));
-    if (values.floatNodeId == values.nodeId) {
-        step("node",
-             "this host carries none of these addresses, so the standby answers for itself");
-    } else {
-        step("node", fmt::format("this host carries the service address of {}: it stands in for it",
-                                 quoted(values.floatNodeId)));
-    }
-}
-
-bool ExplanationBuilder::node(const SourceFile& file, const std::string& id,
-                              const std::string& why) {
-    const located::Path path = {"nodeList", id};
-    if (file.document.find(path) == nullptr) {
-        step("node", fmt::format("the {} has no node {} ({})", file.title, quoted(id), why));
-        because("node-not-listed", fmt::format("{} has no node {}", file.path, quoted(id)),
-                "add the node, or correct its id");
+    if (!sources.appConfig.loads || hasCause()) {
         return false;
     }
-    step("node", fmt::format("the node looked up is {} ({})", quoted(id), why), Spot{&file, path});
-    return true;
-}
-
-bool ExplanationBuilder::lookup(const SourceFile& file, const std::string& id,
-                                const std::string& why, const Recorder& trace) {
-    for (const auto& event : trace.events) {
-        const auto* const mismatch = std::get_if<Quarncommon::rules::TypeMismatch>(&event);
-        if (mismatch != nullptr && mismatch->path.size() <= 2) {
-            const std::string where =
-                mismatch->path.empty() ? "the root" : located::pointer(mismatch->path);
-            const std::string kind = kindOf(valueAt(file.tree, mismatch->path));
-            step("node", where + " is " + kind + ": the library's walk ends here",
-                 Spot{&file, mismatch->path});
-            because("wrong-type", where + " is " + kind, "make it an object");
-            return false;
-        }
+    if (!loaded.hasRead(name, own.path)) {
+        stopped(name);
+        return false;
     }
-    return node(file, id, why);
-}
-
-WalkedEntries ExplanationBuilder::walk(const SourceFile& file, const std::string& id,
-                                       const std::string& why, const Recorder& trace,
-                                       SlotLabel label) {
-    if (!this->file(file) || !lookup(file, id, why, trace)) {
-        return {};
-    }
-    const located::Path path = {"nodeList", id, "IPAddresses"};
-    const Json::Value& list = valueAt(file.tree, path);
-    WalkedEntries found = walkedEntries(list, path, trace.events, label);
-    if (found.refused) {
-        step("entry", "\"IPAddresses\" is " + kindOf(list) + ": the library's walk ends here",
-             Spot{&file, path});
-        because("wrong-type", located::pointer(path) + " is " + kindOf(list), "make it a list");
-    } else if (found.entries.empty()) {
-        step("entry", list.isNull() ? "the node has no \"IPAddresses\""
-                                    : "\"IPAddresses\" is " + kindOf(list) + " without entries");
-        because("no-address-entries", "the node has no address entries", "add \"IPAddresses\"");
-    }
-    for (const EntryFate& entry : found.entries) {
-        located::Path place = path;
-        place.push_back(entry.step);
-        const Json::Value& value = valueAt(file.tree, place);
-        step("entry",
-             fmt::format("entry {}, {}: {}", entry.step, entryText(value),
-                         fateText(entry, found, value)),
-             Spot{&file, place});
-        if (entry.fate == Fate::Ends) {
-            because("wrong-type", located::pointer(place) + " holds a value of a wrong type",
-                    "correct its type; sysconfctl check shows the place");
-        }
-        if (entry.fate == Fate::Taken && value["IP"].asString().empty()) {
-            because("entry-without-address", located::pointer(place) + " counts but has no \"IP\"",
-                    "give it an \"IP\", or remove the tag");
-        }
-    }
-    if (found.from.empty()) {
-        because("tag-not-found", "no address entry of the node has a tag that is asked for",
-                "tag an address entry; \"usage\" must be a list of texts");
-    }
-    return found;
+    return value(sources.appConfig, own.path, standsIn() ? Weight::Deciding : Weight::Detail);
 }
 
 } // namespace sysconfctl

@@ -161,8 +161,12 @@ Answer groupedAnswer(const std::map<std::string, std::set<std::string>>& nodes) 
 std::vector<DatabaseEntries> databaseEntries() {
     std::map<std::string, Json::Value> all;
     reader().getAllDBInfo(all);
+    return entriesOf(all);
+}
+
+std::vector<DatabaseEntries> entriesOf(const std::map<std::string, Json::Value>& databases) {
     std::vector<DatabaseEntries> entries;
-    for (const auto& [name, info] : all) {
+    for (const auto& [name, info] : databases) {
         const std::size_t count = info.isArray() ? info.size() : 0;
         entries.push_back({name, std::max<std::size_t>(count, 1)});
     }

@@ -81,5 +81,6 @@ struct DatabaseEntries {
     std::size_t count;
 };
 std::vector<DatabaseEntries> databaseEntries();
+std::vector<DatabaseEntries> entriesOf(const std::map<std::string, Json::Value>& databases);
 
 } // namespace sysconfctl::library

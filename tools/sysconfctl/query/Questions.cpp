@@ -16,10 +16,6 @@ auto answerOrEmpty(Ask ask) -> decltype(ask()) {
     }
 }
 
-std::string localTenancy() {
-    return answerOrEmpty([] { return Quarncommon::SysConfReader_i::Instance()->GetProductName(); });
-}
-
 /// Asks for all fields of one entry before those of the next one.
 void appendEntryQuestions(std::vector<Question>& questions, const DatabaseEntries& database) {
     for (std::size_t index = 0; index < database.count; ++index) {
@@ -31,8 +27,9 @@ void appendEntryQuestions(std::vector<Question>& questions, const DatabaseEntrie
     }
 }
 
-void appendDatabaseQuestions(std::vector<Question>& questions) {
-    for (const DatabaseEntries& database : answerOrEmpty(library::databaseEntries)) {
+void appendDatabaseQuestions(std::vector<Question>& questions,
+                             const std::vector<DatabaseEntries>& databases) {
+    for (const DatabaseEntries& database : databases) {
         for (const Query& query : queries()) {
             if (query.shown == Shown::EachDatabase) {
                 questions.push_back({&query, {database.name}});
@@ -42,20 +39,31 @@ void appendDatabaseQuestions(std::vector<Question>& questions) {
     }
 }
 
-} // namespace
-
-std::vector<Question> allQuestions() {
+std::vector<Question> questionsFor(const std::string& tenancy,
+                                   const std::vector<DatabaseEntries>& databases) {
     std::vector<Question> questions;
     for (const Query& query : queries()) {
         if (query.shown == Shown::Once) {
             questions.push_back({&query, query.shownWith});
         } else if (query.shown == Shown::ForLocalTenancy) {
             questions.push_back({&query, query.shownWith});
-            questions.back().arguments.push_back(localTenancy());
+            questions.back().arguments.push_back(tenancy);
         }
     }
-    appendDatabaseQuestions(questions);
+    appendDatabaseQuestions(questions, databases);
     return questions;
+}
+
+} // namespace
+
+std::vector<Question> allQuestions() {
+    return questionsFor(
+        answerOrEmpty([] { return Quarncommon::SysConfReader_i::Instance()->GetProductName(); }),
+        answerOrEmpty(library::databaseEntries));
+}
+
+std::vector<Question> allQuestions(const Values& values) {
+    return questionsFor(values.tenancy, library::entriesOf(values.databases));
 }
 
 } // namespace sysconfctl

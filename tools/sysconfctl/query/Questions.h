@@ -1,5 +1,6 @@
 #pragma once
 
+#include "deployment/Loaded.h"
 #include "query/Queries.h"
 
 #include <vector>
@@ -15,5 +16,8 @@ struct Question {
 /// Returns the questions of `show`. The databases are an answer of the library, so the list may
 /// differ from call to call.
 std::vector<Question> allQuestions();
+
+/// The same for values that the tool loaded itself.
+std::vector<Question> allQuestions(const Values& values);
 
 } // namespace sysconfctl

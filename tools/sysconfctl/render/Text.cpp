@@ -117,9 +117,15 @@ std::size_t columns(const Character& character) {
     return within(kTwoColumns, character.code) ? 2 : 1;
 }
 
+/// The characters after which lines are broken, and whether a longer word is cut.
+struct Breaks {
+    std::string_view after;
+    bool cut;
+};
+
 /// The length in bytes of the first line of a text: up to the last place to break in `width`
-/// columns, else up to the last character that fits.
-std::size_t firstLineLength(std::string_view text, std::size_t width) {
+/// columns, else up to the last character that fits, or up to the first place to break.
+std::size_t firstLineLength(std::string_view text, std::size_t width, const Breaks& breaks) {
     std::size_t used = 0;
     std::size_t place = 0;
     std::size_t position = 0;
@@ -127,15 +133,31 @@ std::size_t firstLineLength(std::string_view text, std::size_t width) {
         const Character character = frontCharacter(text.substr(position));
         used += columns(character);
         const char c = text[position];
-        if (used > width && position > 0) {
+        if (used > width && position > 0 && (breaks.cut || place > 0 || c == ' ')) {
             return place > 0 && c != ' ' ? place : position;
         }
         position += character.length;
-        if (c == ' ' || c == ';' || c == ',' || c == '/') {
+        if (breaks.after.find(c) != std::string_view::npos) {
             place = position;
         }
     }
     return text.size();
+}
+
+std::vector<std::string> brokenLines(std::string_view text, std::size_t width,
+                                     const Breaks& breaks) {
+    std::vector<std::string> lines;
+    do {
+        const std::size_t length = firstLineLength(text, width, breaks);
+        std::string_view line = text.substr(0, length);
+        text.remove_prefix(length);
+        if (!text.empty()) {
+            line.remove_suffix(line.ends_with(' ') ? 1 : 0);
+            text.remove_prefix(text.starts_with(' ') ? 1 : 0);
+        }
+        lines.emplace_back(line);
+    } while (!text.empty());
+    return lines;
 }
 
 bool isPlainWord(std::string_view word) {
@@ -177,18 +199,13 @@ std::size_t displayWidth(std::string_view text) {
 }
 
 std::vector<std::string> wrapped(std::string_view text, std::size_t width) {
-    std::vector<std::string> lines;
-    do {
-        const std::size_t length = firstLineLength(text, width);
-        std::string_view line = text.substr(0, length);
-        text.remove_prefix(length);
-        if (!text.empty()) {
-            line.remove_suffix(line.ends_with(' ') ? 1 : 0);
-            text.remove_prefix(text.starts_with(' ') ? 1 : 0);
-        }
-        lines.emplace_back(line);
-    } while (!text.empty());
-    return lines;
+    return brokenLines(text, width, {" ;,/", true});
+}
+
+std::vector<std::string> wrappedWords(std::string_view text, std::size_t width,
+                                      std::string_view also) {
+    const std::string after = " " + std::string(also);
+    return brokenLines(text, width, {after, false});
 }
 
 std::string shellWord(std::string_view word) {

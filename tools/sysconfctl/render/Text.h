@@ -21,6 +21,12 @@ std::size_t displayWidth(std::string_view text);
 /// single character wider than `width` has its own line.
 std::vector<std::string> wrapped(std::string_view text, std::size_t width);
 
+/// Wraps an escaped text after blanks only, so that no address, id or path is cut: a longer word
+/// runs over the width.
+/// @param also Characters after which a line may be broken, too.
+std::vector<std::string> wrappedWords(std::string_view text, std::size_t width,
+                                      std::string_view also = {});
+
 /// The word in shell syntax: verbatim, or quoted if necessary.
 std::string shellWord(std::string_view word);
 

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+
+namespace sysconfctl {
+
+/// Parses an IPv4 or IPv6 address. Returns it as the host lists its own addresses: an IPv6 address
+/// in its shortest form, in lower case and without a scope.
+/// @throws UsageError if it is malformed.
+std::string parseAddress(const std::string& text);
+
+} // namespace sysconfctl

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "explain/Explanation.h"
+#include "query/Questions.h"
+#include "query/Reply.h"
+
+#include <string>
+#include <vector>
+
+namespace sysconfctl {
+
+/// A process that starts now on a host with given addresses. The library asks its own host only, so
+/// its rules are called here.
+class Prediction {
+public:
+    explicit Prediction(const std::vector<std::string>& localAddresses)
+        : m_sources(readSources(localAddresses)) {
+        m_loaded.load(m_sources);
+    }
+
+    /// @throws UsageError if the query does not accept the arguments.
+    Explanation explain(const Question& question) const {
+        return sysconfctl::explain(*question.query, question.arguments, m_sources, m_loaded);
+    }
+
+    /// @throws UsageError if the query does not accept the arguments.
+    Reply ask(const Question& question, bool revealSecrets) const {
+        return evaluated(explain(question), revealSecrets);
+    }
+
+    std::vector<Question> allQuestions() const {
+        return sysconfctl::allQuestions(m_loaded.values());
+    }
+
+private:
+    Sources m_sources;
+    Loaded m_loaded;
+};
+
+} // namespace sysconfctl

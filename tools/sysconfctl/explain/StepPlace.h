@@ -1,0 +1,28 @@
+#pragma once
+
+#include "explain/Explanation.h"
+
+#include <optional>
+#include <string>
+
+namespace sysconfctl {
+
+/// The place of a step in a file.
+struct StepPlace {
+    const SourceFile* file = nullptr;
+    located::Place place;
+    std::string pointer;
+    /// The step is about the file as a whole.
+    bool whole = false;
+};
+
+/// Nothing if the step has none.
+std::optional<StepPlace> placeOf(const Step& step);
+
+/// The path as it is, or relative to the working directory if that is shorter.
+std::string shortPath(const std::string& path);
+
+/// "node-1/etc/app.json:18:17", escaped; the path alone for a whole file.
+std::string shownPlace(const StepPlace& place);
+
+} // namespace sysconfctl
