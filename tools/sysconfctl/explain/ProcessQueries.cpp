@@ -137,7 +137,8 @@ void candidates(ExplanationBuilder& builder, bool master) {
     for (const rules::TraceEvent& event : trace.events) {
         std::visit(verdicts, event);
     }
-    const Json::Value& nodes = valueAt(list.tree, {"nodeList"});
+    const located::Path nodeList = {"nodeList"};
+    const Json::Value& nodes = valueAt(list.tree, nodeList);
     for (const std::string& id : nodes.isObject() ? nodes.getMemberNames() : List{}) {
         builder.step("node", fmt::format("node \"{}\" {}", id, verdicts.of(id)),
                      Spot{&list, {"nodeList", id}});
