@@ -16,6 +16,10 @@ test_packages=("${package_packages[@]}" abigail-tools xz-utils
 # shellcheck disable=SC2034
 lint_packages=(clang clang-format clang-tidy cmake-format shfmt shellcheck flake8 python3)
 
+# Where scripts/in-release keeps the roots of releases.
+# shellcheck disable=SC2034
+roots=${ROOTS:-/var/cache/sysconfreader-roots}
+
 # Should there be a compiler cache, what was built in one checkout serves another.
 export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=pch_defines,time_macros
 
