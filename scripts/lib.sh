@@ -14,7 +14,7 @@ test_packages=("${package_packages[@]}" abigail-tools xz-utils
   libbenchmark-dev nlohmann-json3-dev locales graphviz strace python3 python3-jsonschema
   zsh fish mandoc groff-base)
 # shellcheck disable=SC2034
-lint_packages=(clang clang-format clang-tidy cmake-format shfmt shellcheck flake8 python3)
+lint_packages=(clang clang-format clang-tidy cmake-format lintian shfmt shellcheck flake8 python3)
 
 # Where scripts/in-release keeps the roots of releases.
 # shellcheck disable=SC2034

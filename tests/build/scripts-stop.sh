@@ -35,7 +35,7 @@ stops() {
 stub dpkg-query exit 1
 stub apt-get "echo \"\$*\" >>$work/apt-get; exit 1"
 stub id echo 0
-for script in demo test package; do
+for script in demo test package lint; do
   stops "$script" "--no-install is given" --no-install
 done
 stub id echo 1000
