@@ -7,7 +7,7 @@ build_packages=(g++ cmake ninja-build pkgconf libjsoncpp-dev libace-dev rapidjso
   libsimdjson-dev libcli11-dev libfmt-dev)
 # Those that make and check packages.
 # shellcheck disable=SC2034
-package_packages=(binutils chrpath debhelper doxygen dpkg-dev file lintian)
+package_packages=(binutils build-essential chrpath debhelper doxygen dpkg-dev file lintian)
 # shellcheck disable=SC2034
 test_packages=("${package_packages[@]}" abigail-tools xz-utils
   clang libclang-rt-dev lld meson libgtest-dev libgmock-dev
