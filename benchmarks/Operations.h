@@ -85,7 +85,7 @@ void addLocalQueries(Suite& suite) {
     suite.add(query<S>("getLocalSouthIP", [](auto& r) { return r.getLocalSouthIP(); }));
     suite.add(query<S>(
         "getLocalNodeIPs-2",
-        [usageIPs = std::map<std::string, std::string>()](auto& r) mutable -> const auto& {
+        [usageIPs = std::map<std::string, std::string>()](auto& r) mutable -> auto& {
             r.getLocalNodeIPs(usageIPs);
             return usageIPs;
         }));
