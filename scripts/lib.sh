@@ -56,7 +56,7 @@ install=yes
 
 apt_install() {
   as_root env DEBIAN_FRONTEND=noninteractive \
-    apt-get install --yes --no-install-recommends -qq "$@" >&2
+    apt-get install --yes --no-install-recommends -qq "$@" 2>&1
 }
 
 # install_packages PACKAGE...: installs what is missing, and does nothing when nothing is. The lists
@@ -79,10 +79,13 @@ install_packages() {
     die "packages are missing, and only root can install them (there is no sudo); $by_hand"
   fi
   say "Installing ${missing[*]}"
-  if ! apt_install "${missing[@]}" 2>/dev/null; then
-    as_root timeout 300 apt-get update -qq >&2 ||
-      say "apt-get update failed: is there a network, and may you use sudo? Trying without it"
-    apt_install "${missing[@]}" || die "apt-get could not install packages; $by_hand"
+  local output
+  if ! output=$(apt_install "${missing[@]}"); then
+    as_root timeout 300 apt-get update -qq >&2 || say "apt-get update failed; trying without it"
+    if ! output=$(apt_install "${missing[@]}"); then
+      tail -n 3 <<<"$output" >&2
+      die "apt-get could not install packages: is there a network, and may you use sudo? If so, $by_hand"
+    fi
   fi
 }
 

@@ -8,7 +8,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 bin=$work/bin
 mkdir "$bin"
-for command in basename bash dirname env sed timeout; do
+for command in basename bash dirname env sed tail timeout; do
   ln -s "$(command -v "$command")" "$bin/$command"
 done
 
@@ -46,5 +46,5 @@ if [[ -e $work/apt-get ]]; then
 fi
 
 stub id echo 0
-stops demo "is there a network"
+stops demo "is there a network, and may you use sudo"
 grep -F "install --yes" "$work/apt-get"
