@@ -7,14 +7,18 @@ build_packages=(g++ cmake ninja-build pkgconf libjsoncpp-dev libace-dev rapidjso
   libsimdjson-dev libcli11-dev libfmt-dev)
 # Those that make and check packages.
 # shellcheck disable=SC2034
-package_packages=(binutils chrpath debhelper doxygen dpkg-dev file lintian)
+package_packages=(binutils build-essential chrpath debhelper doxygen dpkg-dev file lintian)
 # shellcheck disable=SC2034
 test_packages=("${package_packages[@]}" abigail-tools xz-utils
   clang libclang-rt-dev lld meson libgtest-dev libgmock-dev
   libbenchmark-dev nlohmann-json3-dev locales graphviz strace python3 python3-jsonschema
   zsh fish mandoc groff-base)
 # shellcheck disable=SC2034
-lint_packages=(clang clang-format clang-tidy cmake-format shfmt shellcheck flake8 python3)
+lint_packages=(clang clang-format clang-tidy cmake-format lintian shfmt shellcheck flake8 python3)
+
+# Where scripts/in-release keeps the roots of releases.
+# shellcheck disable=SC2034
+roots=${ROOTS:-/var/cache/sysconfreader-roots}
 
 # Should there be a compiler cache, what was built in one checkout serves another.
 export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=pch_defines,time_macros
@@ -52,7 +56,7 @@ install=yes
 
 apt_install() {
   as_root env DEBIAN_FRONTEND=noninteractive \
-    apt-get install --yes --no-install-recommends -qq "$@" >&2
+    apt-get install --yes --no-install-recommends -qq "$@" 2>&1
 }
 
 # install_packages PACKAGE...: installs what is missing, and does nothing when nothing is. The lists
@@ -75,10 +79,13 @@ install_packages() {
     die "packages are missing, and only root can install them (there is no sudo); $by_hand"
   fi
   say "Installing ${missing[*]}"
-  if ! apt_install "${missing[@]}" 2>/dev/null; then
-    as_root timeout 300 apt-get update -qq >&2 ||
-      say "apt-get update failed: is there a network, and may you use sudo? Trying without it"
-    apt_install "${missing[@]}" || die "apt-get could not install packages; $by_hand"
+  local output
+  if ! output=$(apt_install "${missing[@]}"); then
+    as_root timeout 300 apt-get update -qq >&2 || say "apt-get update failed; trying without it"
+    if ! output=$(apt_install "${missing[@]}"); then
+      tail -n 3 <<<"$output" >&2
+      die "apt-get could not install packages: is there a network, and may you use sudo? If so, $by_hand"
+    fi
   fi
 }
 

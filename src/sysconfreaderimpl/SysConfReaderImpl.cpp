@@ -17,12 +17,12 @@ namespace {
 
 // Built when the library is loaded, after those of SysConfReader, and not read: see UsageTags.h.
 const std::string kRolesInternalServiceUsage(kInternalServiceTag);
-const std::string kRolesSouthboundUsage(kSouthboundFamily);
-const std::string kRolesNorthboundUsage(kNorthboundFamily);
+[[maybe_unused]] const std::string kRolesSouthboundUsage(kSouthboundFamily);
+[[maybe_unused]] const std::string kRolesNorthboundUsage(kNorthboundFamily);
 
 } // namespace
 
-const std::string kSysConfigEvent(kChangeEvent);
+[[maybe_unused]] const std::string kSysConfigEvent(kChangeEvent);
 ACE_RW_Thread_Mutex SysConfReaderImpl::m_pMutex;
 
 std::atomic<SysConfReaderImpl*> SysConfReaderImpl::m_pInstance{nullptr};

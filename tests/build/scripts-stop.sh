@@ -8,7 +8,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 bin=$work/bin
 mkdir "$bin"
-for command in basename bash dirname env sed timeout; do
+for command in basename bash dirname env sed tail timeout; do
   ln -s "$(command -v "$command")" "$bin/$command"
 done
 
@@ -35,7 +35,7 @@ stops() {
 stub dpkg-query exit 1
 stub apt-get "echo \"\$*\" >>$work/apt-get; exit 1"
 stub id echo 0
-for script in demo test package; do
+for script in demo test package lint; do
   stops "$script" "--no-install is given" --no-install
 done
 stub id echo 1000
@@ -46,5 +46,5 @@ if [[ -e $work/apt-get ]]; then
 fi
 
 stub id echo 0
-stops demo "is there a network"
+stops demo "is there a network, and may you use sudo"
 grep -F "install --yes" "$work/apt-get"

@@ -14,7 +14,7 @@ abidw --headers-dir "$headers" --drop-private-types --exported-interfaces-only -
   --no-comp-dir-path --no-corpus-path --no-elf-needed --no-show-locs \
   --out-file "$work/now.abi" "$library"
 for class in SysConfReader SysConfReaderImpl SysConfReader_i; do
-  if ! grep -qE "class-decl name='$class' size-in-bits='[0-9]+'" "$work/now.abi"; then
+  if ! grep -qE "class-decl name='$class'[^>]* size-in-bits='[0-9]+'" "$work/now.abi"; then
     echo "the layout of $class is not seen" >&2
     exit 1
   fi

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
+#include <string_view>
 
 namespace {
 
@@ -16,7 +17,7 @@ using ::testing::Not;
 using ::testing::StartsWith;
 
 /// All formats of a command.
-const std::vector<std::string>& formatsOf(const std::string& command) {
+const std::vector<std::string>& formatsOf(std::string_view command) {
     static const std::vector<std::string> usual = {"table", "plain", "json"};
     static const std::vector<std::string> ofNodes = {"table", "wide", "plain", "json"};
     static const std::vector<std::string> ofMap = {"dot",   "mermaid", "svg",

@@ -87,7 +87,8 @@ void checkPort(Checker& checker, const SourceFile& file, const Path& path,
 void checkProcess(Checker& checker, const SourceFile& file) {
     const std::string id = checker.sources.instance.text();
     const Path process = {"processes", id};
-    const Json::Value& entries = valueAt(file.tree, {"processes"});
+    const Path processes = {"processes"};
+    const Json::Value& entries = valueAt(file.tree, processes);
     if (!entries.isNull() && !entries.isObject()) {
         return;
     }
@@ -141,11 +142,12 @@ void checkEntry(Checker& checker, const SourceFile& file, const Path& path) {
     for (const Path& field : texts) {
         Path place = path;
         place.insert(place.end(), field.begin(), field.end());
-        const Json::Value& owner = valueAt(file.tree, {place.begin(), place.end() - 1});
+        const Path parent(place.begin(), place.end() - 1);
+        const Json::Value& owner = valueAt(file.tree, parent);
         const Json::Value& value = valueAt(file.tree, place);
         if (!owner.isNull() && !owner.isObject()) {
             checker.at(
-                file, {place.begin(), place.end() - 1}, Severity::Error, "wrong-type",
+                file, parent, Severity::Error, "wrong-type",
                 fmt::format("this is {} where an object is read: its query throws", kindOf(owner)));
         } else if (value.isArray() || value.isObject()) {
             checker.at(file, place, Severity::Error, "wrong-type",
@@ -170,9 +172,10 @@ void checkEntry(Checker& checker, const SourceFile& file, const Path& path) {
 }
 
 void checkDatabases(Checker& checker, const SourceFile& file) {
-    const Json::Value& databases = valueAt(file.tree, {"databases"});
+    const Path member = {"databases"};
+    const Json::Value& databases = valueAt(file.tree, member);
     if (databases.isNull() && file.tree.isObject()) {
-        checker.at(file, {"databases"}, Severity::Warning, "absent",
+        checker.at(file, member, Severity::Warning, "absent",
                    "\"databases\" is absent: there is no database");
     }
     if (!databases.isObject()) {

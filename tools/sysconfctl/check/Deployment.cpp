@@ -18,7 +18,8 @@ namespace rules = Quarncommon::rules;
 using located::Path;
 
 const Json::Value& nodesOf(const SourceFile& list) {
-    const Json::Value& nodes = valueAt(list.tree, {"nodeList"});
+    const Path nodeList = {"nodeList"};
+    const Json::Value& nodes = valueAt(list.tree, nodeList);
     return nodes.isObject() ? nodes : Json::Value::nullSingleton();
 }
 
@@ -160,8 +161,7 @@ void checkBoth(Checker& checker, const std::string& id) {
                 "both lists should say the same");
         }
     }
-    const Json::Value& addresses = valueAt(one, {"IPAddresses"});
-    if (addresses != valueAt(other, {"IPAddresses"})) {
+    if (valueAt(one, {"IPAddresses"}) != valueAt(other, {"IPAddresses"})) {
         checker.at(
             local, {"nodeList", id, "IPAddresses"}, Severity::Warning, "list-mismatch",
             fmt::format("node \"{}\" has other addresses or tags in the manager node list", id),

@@ -12,9 +12,8 @@
 namespace sysconfctl {
 
 ExitStatus runMap(const Options& options) {
-    const Cluster& cluster =
-        keepUntilExit(clusterOf(keepUntilExit(readSources(options.localAddresses))));
-    const Picture& picture = keepUntilExit(pictureOf(cluster));
+    Cluster& cluster = keepUntilExit(clusterOf(keepUntilExit(readSources(options.localAddresses))));
+    Picture& picture = keepUntilExit(pictureOf(cluster));
     std::optional<std::string> text;
     switch (options.format) {
     case Format::Mermaid:

@@ -139,7 +139,8 @@ bool ExplanationBuilder::node(const SourceFile& file, const std::string& id,
               .facts = {.node = id}});
         return true;
     }
-    const Json::Value& nodes = valueAt(file.tree, {"nodeList"});
+    const located::Path nodeList = {"nodeList"};
+    const Json::Value& nodes = valueAt(file.tree, nodeList);
     const std::vector<std::string> ids =
         nodes.isObject() ? nodes.getMemberNames() : std::vector<std::string>();
     const std::string near = nearestName(id, ids);

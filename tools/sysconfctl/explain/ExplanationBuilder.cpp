@@ -333,7 +333,8 @@ void ExplanationBuilder::process() {
         stopped(LoadStep::AppConfig);
         return;
     }
-    const Json::Value& processes = valueAt(sources.appConfig.tree, {"processes"});
+    const located::Path path = {"processes"};
+    const Json::Value& processes = valueAt(sources.appConfig.tree, path);
     const std::string near = didYouMean(id, processes);
     const std::string sentence =
         sources.instance.value

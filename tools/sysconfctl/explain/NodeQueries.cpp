@@ -269,7 +269,8 @@ std::string candidates(ExplanationBuilder& builder, std::string_view role) {
     }
     const bool found =
         !(role == rules::kMaster ? values.masterNodeId : values.standbyNodeId).empty();
-    const Json::Value& nodes = valueAt(list.tree, {"nodeList"});
+    const located::Path nodeList = {"nodeList"};
+    const Json::Value& nodes = valueAt(list.tree, nodeList);
     std::size_t inTenancy = 0;
     std::vector<std::string> others;
     std::vector<std::string> tenancies;
