@@ -9,9 +9,9 @@ namespace bench {
 void addProduct(Suite& suite);
 void addBaseline(Suite& suite);
 
-/// The least work that any implementation must do. "validate": reads a node list into a reused
-/// buffer and validates it with simdjson's DOM. "guarded-text" and "guarded-number": copy one value
-/// under a bare ACE_Read_Guard.
+/// The least work that any implementation must do. "read": opens a node list, reads it into a
+/// reused buffer and closes it. "guarded-text" and "guarded-number": copy one value under a bare
+/// ACE_Read_Guard.
 void addLimit(Suite& suite);
 
 /// Compares the answers of product and baseline, each from its own process.

@@ -15,8 +15,8 @@ from results import Results
 from tables import duration, table
 
 SIZES = (2, 10, 100, 1000, 10000)
-ONE_NODE = (5, 13, 28, 30, 30)
-ONE_NODE_LIMIT = (2.2, 1.7, 1.25, 1.2, 1.3)
+ONE_NODE = (26, 90, 250, 200, 200)
+ONE_NODE_LIMIT = (1.8, 2.0, 2.2, 2.6, 2.5)
 MANAGER = (6, 12, 20, 22, 22)
 MANY = (3.5, 4, 4, 4, 5)
 LOADS = (3, 5, 10, 12, 12)
@@ -28,7 +28,7 @@ OPERATIONS = (
     ("getLocalService2IP", "getLocalService2IP", ONE_NODE),
     ("getLocalNorthIP", "getLocalNorthIP", ONE_NODE),
     ("getLocalNodeIPs-1", "getLocalNodeIPs, by number", ONE_NODE),
-    ("getLocalSouthIP", "getLocalSouthIP", (22, 25, 30, 30, 30)),
+    ("getLocalSouthIP", "getLocalSouthIP", ONE_NODE),
     ("getLocalNodeIPs-2", "getLocalNodeIPs, by tag", (5, 8, 20, 25, 25)),
     ("getIPAddresses-quarter", "getIPAddresses, a quarter", MANAGER),
     ("getIPAddresses-all", "getIPAddresses, all nodes", MANAGER),
@@ -44,10 +44,12 @@ LOADED_VALUES = (
     ("database-text", "getDBUserName", "guarded-text"),
     ("database-number", "getDBAccessPort", "guarded-number"),
 )
-LOADED_VALUE_LIMIT, MEMORY_LIMIT, TWO_THREADS = 1.3, 3, 1.8
-# Targets for the wait of a reload: 99 of 100 in median queries, all in milliseconds.
-RELOAD_QUERIES, RELOAD_WORST = 10, 1000
-NAMES = {"baseline": "baseline", "product": "library", "limit": "validation limit",
+LOADED_VALUE_LIMIT, KEPT_LIMIT = 1.3, 2.5
+# The kernel lets two threads that open one path gain about a third.
+TWO_THREADS = (1.3, 1.8, 1.8, 1.8, 1.8)
+# Targets for the wait of a reload, in milliseconds.
+RELOAD_MEDIAN, RELOAD_WORST = 10, 100
+NAMES = {"baseline": "baseline", "product": "library", "limit": "open, read, close",
          "ideal": "in proportion to threads"}
 
 
@@ -84,14 +86,14 @@ class Report:
             return f"{duration(product)}: {ratio} (≥ {target})"
         return self.by_size(layout, cell)
 
-    def against_validation(self, layout):
+    def against_kernel(self, layout):
         def cell(name, what, targets, nodes):
             product = self.results.time(layout, nodes, "product", name)
-            ratio = product / self.results.time(layout, nodes, "limit", "validate")
+            ratio = product / self.results.time(layout, nodes, "limit", "read")
             if targets is not ONE_NODE:
                 return f"{ratio:.2f}"
             most = ONE_NODE_LIMIT[SIZES.index(nodes)]
-            return f"{self.judge(what + ', against validation', ratio, most, False)} (≤ {most})"
+            return f"{self.judge(what + ', against the kernel', ratio, most, False)} (≤ {most})"
         return self.by_size(layout, cell)
 
     def loaded_values(self):
@@ -106,49 +108,47 @@ class Report:
         return table(rows)
 
     def memory(self):
-        rows = [("variant", "file", "peak of one query", "times the file", "target",
-                 "kept after it")]
+        rows = [("variant", "file", "peak of one query", "times the file", "kept",
+                 "times the file", "target")]
         for run in self.results.memory:
-            ratio, target = f"{run['peak'] / run['file']:.2f}", ""
+            ratio, target = f"{run['kept'] / run['file']:.2f}", ""
             if run["variant"] == "product":
-                ratio = self.judge("peak memory", run["peak"] / run["file"], MEMORY_LIMIT, False)
-                target = f"≤ {MEMORY_LIMIT}"
+                ratio = self.judge("kept memory", run["kept"] / run["file"], KEPT_LIMIT, False)
+                target = f"≤ {KEPT_LIMIT}"
             rows.append((NAMES[run["variant"]], f"{run['file'] / 1e6:.1f} MB",
-                         f"{run['peak'] / 1e6:.1f} MB", ratio, target, f"{run['kept']:,} B"))
+                         f"{run['peak'] / 1e6:.1f} MB", f"{run['peak'] / run['file']:.2f}",
+                         f"{run['kept'] / 1e6:.1f} MB", ratio, target))
         return table(rows)
 
     def throughput(self):
         layout = self.results.layouts[0]
         rows = [("nodes", *(f"{n} thread{'s' if n > 1 else ''}" for n in self.results.threads),
-                 "2 threads to 1", "target", "baseline 2 to 1", "validation 2 to 1")]
+                 "2 threads to 1", "target", "baseline 2 to 1", "kernel 2 to 1")]
         for nodes in self.results.sizes:
             def gain(variant, size=nodes):
                 return (self.results.rate(layout, size, variant, 2) /
                         self.results.rate(layout, size, variant, 1))
+            target = TWO_THREADS[SIZES.index(nodes)]
             rows.append((f"{nodes:,}",
                          *(f"{self.results.rate(layout, nodes, 'product', n):,.0f} /s"
                            for n in self.results.threads),
-                         self.judge(f"two threads, {nodes:,} nodes", gain("product"), TWO_THREADS,
-                                    True),
-                         f"≥ {TWO_THREADS}", f"{gain('baseline'):.2f}", f"{gain('limit'):.2f}"))
+                         self.judge(f"two threads, {nodes:,} nodes", gain("product"), target, True),
+                         f"≥ {target}", f"{gain('baseline'):.2f}", f"{gain('limit'):.2f}"))
         return table(rows)
 
     def reloads(self):
         rows = [("reload of", "threads", "reloads", "query, median", "wait, median",
-                 "wait, 99 of 100", "in queries", "target", "longest wait", "target")]
+                 "target", "wait, 99 of 100", "longest wait", "target")]
         for which, title in (("reader", "the reader"), ("roles", "the role reader")):
             run = self.results.reload[which]
             query, wait = run["query"], run["wait"]
-            queries, longest = "", f"{wait['worst_ms']:.3g}"
-            if which == "reader":
-                queries = self.judge("wait of 99 of 100 reloads, in queries",
-                                     wait["p99_ms"] / query["median_ms"], RELOAD_QUERIES, False)
+            median = self.judge(f"median wait of a reload of {title}, ms", wait["median_ms"],
+                                RELOAD_MEDIAN, False)
             longest = self.judge(f"longest wait of a reload of {title}, ms", wait["worst_ms"],
                                  RELOAD_WORST, False)
             rows.append((title, str(run["threads"]), str(run["reloads"]),
-                         duration(query["median_ms"] * 1e6), duration(wait["median_ms"] * 1e6),
-                         duration(wait["p99_ms"] * 1e6), queries,
-                         f"≤ {RELOAD_QUERIES}" if queries else "", longest + " ms",
+                         duration(query["median_ms"] * 1e6), median + " ms",
+                         f"≤ {RELOAD_MEDIAN} ms", duration(wait["p99_ms"] * 1e6), longest + " ms",
                          f"≤ {RELOAD_WORST} ms"))
         return table(rows)
 
@@ -159,8 +159,8 @@ class Report:
             cells = [f"{figure:.2f}" for variant in ("product", "baseline")
                      for figure in self.results.growth(layout, variant, name)]
             rows.append((title, cells[0], f"{cells[1]} times", cells[2], f"{cells[3]} times"))
-        limit = [f"{figure:.2f}" for figure in self.results.growth(layout, "limit", "validate")]
-        rows.append(("validation", limit[0], f"{limit[1]} times", "", ""))
+        limit = [f"{figure:.2f}" for figure in self.results.growth(layout, "limit", "read")]
+        rows.append(("open, read, close", limit[0], f"{limit[1]} times", "", ""))
         return table(rows)
 
 
@@ -178,7 +178,7 @@ def machine():
 
 def draw(results, output):
     layout = results.layouts[0]
-    limit = [(n, results.time(layout, n, "limit", "validate")) for n in results.sizes]
+    limit = [(n, results.time(layout, n, "limit", "read")) for n in results.sizes]
     panels = [(title, {"baseline": [(n, results.time(layout, n, "baseline", name))
                                     for n in results.sizes],
                        "limit": limit,
@@ -218,7 +218,7 @@ def fill(template, values):
 def maintainers_tables(results):
     report = Report(results)
     values = {f"speedup_{layout}": report.speedup(layout) for layout in results.layouts}
-    values |= {f"validation_{layout}": report.against_validation(layout)
+    values |= {f"kernel_{layout}": report.against_kernel(layout)
                for layout in results.layouts}
     values |= {"loaded_values": report.loaded_values(), "memory": report.memory(),
                "throughput": report.throughput(),

@@ -52,7 +52,8 @@ def memory(results):
     run = next(run for run in results.memory if run["variant"] == "product")
     return (f"One query of a node's address on a list of {size(run['file'])} raises peak memory of "
             f"the process by\n{size(run['peak'])}, {run['peak'] / run['file']:.1f} times the "
-            f"size of the file. After the call {run['kept']:,} B remain in use.")
+            f"size of the file. The text and its parse are kept: {size(run['kept'])}, "
+            f"{run['kept'] / run['file']:.1f} times the file.")
 
 
 def throughput(results):

@@ -241,6 +241,33 @@ std::string difference(const files::Texts& before, const files::Texts& texts,
     return all + heldLocks();
 }
 
+std::string differenceInTurn(const files::Texts& texts, const std::vector<std::string>& lists) {
+    support::setHostAddresses({kHostAddresses.begin(), kHostAddresses.end()});
+    files::setEnvironment();
+    Parsed current(texts);
+    NaiveReader naive = naiveReader(current);
+    naive.Reload();
+    SysConfReader::Destory();
+    files::write(texts);
+    SysConfReader::Instance();
+    std::string all;
+    for (std::size_t turn = 0; turn <= lists.size() && all.empty(); ++turn) {
+        files::Texts changed = texts;
+        changed.nodeList = changed.managerNodeList = lists[turn % lists.size()];
+        current = Parsed(changed);
+        files::write(changed);
+        const Questions questions = questionsFor(changed);
+        const std::set<Reads> reads{Reads::NodeList, Reads::ManagerNodeList};
+        const Answers expected = ask(naive, naive, reads, questions);
+        for (std::size_t time = 0; time <= turn % 8 && all.empty(); ++time) {
+            all = firstDifference(("list " + std::to_string(turn)).c_str(),
+                                  askLibrary(reads, questions), expected);
+        }
+    }
+    SysConfReader::Destory();
+    return all + heldLocks();
+}
+
 void requireSame(const files::Texts& before, const files::Texts& texts, Reads reads) {
     const std::string found = difference(before, texts, {reads}, questionsFor(texts));
     if (!found.empty()) {

@@ -37,7 +37,13 @@ std::string difference(const files::Texts& before, const files::Texts& texts,
                        const std::set<queries::Reads>& reads, const Questions& questions,
                        Answers* answers = nullptr);
 
-/// The same for a fuzz target; aborts the process with a message if there is a difference.
+/// Loads `texts`, then writes each of `lists` to both node lists in turn, the first one again at
+/// the end, and asks for each between one and eight times what reads a list. Nothing is reloaded.
+/// Returns the first difference, "" if there is none.
+std::string differenceInTurn(const files::Texts& texts, const std::vector<std::string>& lists);
+
+/// The same as `difference` for a fuzz target; aborts the process with a message if there is a
+/// difference.
 void requireSame(const files::Texts& before, const files::Texts& texts, queries::Reads reads);
 
 } // namespace comparison
