@@ -74,7 +74,7 @@ class ReportTest(unittest.TestCase):
         for _, title, _ in report.OPERATIONS:
             self.assertIn(f"| {title} | 2 µs | 10 µs |", self.users)
         self.assertIn("| size of the node list | 4 KB | 20 KB |", self.users)
-        self.assertIn("(to the power of\n1.00 to 1.00)", self.users)
+        self.assertIn("(to the power of 1.00 to 1.00)", self.users)
 
     def test_targets_are_on_the_maintainers_page_only(self):
         self.assertNotIn("target is", self.users)

@@ -111,13 +111,16 @@ bool FileText::readFrom(int descriptor, std::size_t size, const FileText* known)
     }
     // By pieces that stay in the processor's cache.
     constexpr std::size_t kPiece = std::size_t{32} << 10U;
-    const std::unique_ptr<char[]> piece(new char[std::min(size, kPiece)]);
+    if (m_capacity == 0) {
+        grow(std::min(size, kPiece));
+    }
+    const std::size_t piece = std::min(m_capacity, kPiece);
     std::size_t equal = 0;
     while (equal != size) {
-        const ssize_t count = ::pread(descriptor, piece.get(), std::min(size - equal, kPiece),
+        const ssize_t count = ::pread(descriptor, m_bytes.get(), std::min(size - equal, piece),
                                       static_cast<off_t>(equal));
-        if (count <= 0 ||
-            std::memcmp(piece.get(), known->data() + equal, static_cast<std::size_t>(count)) != 0) {
+        if (count <= 0 || std::memcmp(m_bytes.get(), known->data() + equal,
+                                      static_cast<std::size_t>(count)) != 0) {
             // Another text, an error or the end: reading goes on from here without comparing.
             assign(*known, equal);
             return readMore(descriptor, size);

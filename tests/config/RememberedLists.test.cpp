@@ -130,8 +130,10 @@ TEST_F(RememberedLists, WrittenInPlaceWithinOneTickOfTheClock_NewBytesAnswer) {
 }
 
 TEST_F(RememberedLists, OneByteDiffersAtTheEnd_NewBytesAnswer) {
-    std::string text = listOf(1);
-    overwrite(text);
+    // Longer than what is read and compared at once.
+    std::string text = listOf(1, 600);
+    ASSERT_GT(text.size(), 100'000U);
+    deployment.nodeList(text);
     expectAnswer(1);
     for (int i = 0; i < kQueriesUntilKept; ++i) {
         text.back() = text.back() == '\n' ? 'x' : '\n';

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <list>
 #include <malloc.h>
 #include <set>
 #include <string>
@@ -156,6 +157,10 @@ TEST_F(MemoryOfLists, Destroyed_EverythingIsFreed) {
     SysConfReader::Instance();
     SysConfReader::Destory();
     const std::size_t before = allocated();
+    deployment.managerNodeList(listOf(kMinified, 2'000'000));
+    std::list<std::string> addresses;
+    EXPECT_EQ(SysConfReader::Instance()->getIPAddresses("", "x", addresses), 0);
+    EXPECT_GT(allocated(), before + 2'000'000);
     EXPECT_GT(keptFor(deployment, listOf(kMinified, 2'000'000), kQueriesUntilKept), 1.0);
     SysConfReader::Destory();
     EXPECT_LT(allocated(), before + 20'000);
