@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Replaces the kernel's list of host addresses for all variants: enumerating it takes longer than
 // the queries that use it.
 

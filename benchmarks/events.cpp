@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // bench-events LIBRARY [ROUNDS [SECONDS]]: prints the cost of the event library as JSON: the time
 // from a rename to the new answer, the resources that a subscription adds to the process, and the
 // CPU time of its thread during SECONDS without changes.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // bench-handoff DIRECTORY: prints, as JSON, the CPU time of three queries while no writer waits: a
 // value of the reader, a value of the role reader, a query that reads the node list. Alternate runs
 // with and without LD_LIBRARY_PATH set to benchmarks/without-handoff, whose readers never wait for

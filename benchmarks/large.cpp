@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // bench-large DIRECTORY MEBIBYTES: writes valid files of that size and prints, as JSON, the CPU
 // time and the peak memory of each call that reads them. Each call runs in a new process. Run it by
 // hand, with 16 for the figures of docs/security-model.md and 256 for those of docs/reliability.md.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // bench-queries product|baseline|limit DIRECTORY [--compared] [--once] [Google Benchmark's
 // options]: measures one variant on a deployment written by bench-deployment. Each variant needs
 // its own process: otherwise it is slowed down by the heap that another variant left.

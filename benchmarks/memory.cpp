@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // bench-memory product|baseline DIRECTORY: prints, as JSON, the peak memory that one query of one
 // node's address needs in a fresh process, and what is kept after a few more. The singletons are
 // loaded without a node list, so that the query is the first to read it.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // bench-reload reader|roles DIRECTORY [THREADS [RELOADS]]: prints, as JSON, how long a reload waits
 // for its lock while threads query without pause, and how long one of these queries takes.
 

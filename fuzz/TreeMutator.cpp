@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Mutates what JSON texts say rather than how they are written: half of the time a value of the
 // tree is replaced, moved, renamed, removed or made up, from the vocabulary of the system's own
 // files; the other half bytes are, as the fuzzer does by itself.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The app config file: whatever it contains, the loader and the queries of loaded values and
 // databases answer as NaiveReader does.
 

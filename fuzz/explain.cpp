@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Explanations beside answers: whatever the three files, the environment and the arguments are,
 // each query is explained as the library answers it, after a first load and after a reload; the
 // tool's reader accepts the files that the library's accepts; and check comes to its end.

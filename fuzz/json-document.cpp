@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // JsonDocument against JsonReader: whatever the bytes are, both accept or both refuse them, and
 // every question to every value is answered alike.
 

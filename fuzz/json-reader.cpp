@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // JsonReader against a reader that it has nothing in common with: whatever the bytes are, the
 // strict one accepts what is a JSON text and nothing else, and its values are those of the text. So
 // does the tool's reader, which knows where values stand.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The manager node list: whatever it contains, the role reader and every query that reads the list
 // answer as NaiveReader does.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The node list: whatever it contains, the loaders and every query that reads it answer as
 // NaiveReader does.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Several node lists, one after the other without a reload: what the library remembers of a list
 // never answers for another one. A byte 0xFE separates the lists; it is in no UTF-8 text.
 

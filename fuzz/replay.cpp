@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Runs a fuzz target once on each file of the folders that are named, without a fuzzer.
 
 #include <cstddef>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef SYSCONFREADEREVENT_H
 #define SYSCONFREADEREVENT_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef SYSCONFREADER_I_H
 #define SYSCONFREADER_I_H
 

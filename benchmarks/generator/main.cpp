@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // bench-deployment DIRECTORY NODES indented|compact [SEED]: writes a generated deployment.
 
 #include "generator/Deployment.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // database-entry NAME: prints the connection data of each entry of a database. The exit status is 1
 // if the database is unknown or a value has the wrong type.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A minimal event library, libeventcbutil.so. Events are lines from the named pipe in EVENT_PIPE,
 // one pipe per process. After changing the configuration files, send an event:
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // where-am-i [MILLISECONDS]: a service that prints its place, and again after each change, until
 // SIGINT or SIGTERM. It checks once per interval, every second by default.
 

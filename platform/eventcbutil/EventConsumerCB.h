@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef EVENTCONSUMERCB_H
 #define EVENTCONSUMERCB_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the thread of the service does.
 
 #include "Service.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef QUARNCOMMONUTILS_I_H
 #define QUARNCOMMONUTILS_I_H
 

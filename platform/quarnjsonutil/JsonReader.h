@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef JSONREADER_H
 #define JSONREADER_H
 

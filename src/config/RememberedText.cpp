@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "config/RememberedText.h"
 
 #include "base/ForkCheck.h"

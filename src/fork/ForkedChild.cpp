@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The library in a forked child. A child has one thread, the one that forked; locks that other
 // threads held are never released there. Because an event may start a load at any time, every child
 // may be affected, even one that only calls exit().

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Careless functions: the calls in the compiled code show which checks the compiler adds. Nobody
 // runs them.
 

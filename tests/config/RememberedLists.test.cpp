@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Queries of lists whose last text is remembered: whatever changes the bytes of a file, the next
 // query answers from the new ones.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The memory that remembered lists take, and what happens when there is none.
 
 #include "SysConfReader.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // All three singletons are destroyed and created again while events arrive and other threads call
 // Instance().
 

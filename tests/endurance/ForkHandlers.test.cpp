@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Handlers of pthread_atfork that destroy and create the instances, registered before the library's
 // own handler and after it.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Children that are forked in the middle of loads, destructions, queries and events.
 
 #include "Rounds.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The library opened, used and closed by a program that is not linked with it, over and over.
 
 #include "Rounds.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A crowd that asks everything there is to ask, while all three files are replaced and both
 // singletons reloaded, over and over.
 

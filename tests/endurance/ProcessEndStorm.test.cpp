@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // exit() while a change is being applied, from the main thread and from another.
 
 #include "Rounds.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // soak EVENT_LIBRARY minutes N | rounds N: threads query, one replaces the files and reloads or
 // leaves that to the event library, one destroys the singletons, one calls Instance(). At each
 // interval all threads pause, the singletons are destroyed and created, and the resources of the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The event libraries of the tests. One source: each kind leaves out or keeps an entry point.
 
 #include "support/EventBroker.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The table of operations is complete, and all of them have something to answer.
 
 #include "support/Deployment.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Each allocation of each operation fails: alone, or with all later ones.
 
 #include "support/AllocationFaults.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Members that nothing reads, nested up to the limit and beyond, and callers whose stack is small.
 
 #include "faults/SmallStack.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Environment variables: the paths of the three files and the key of the process, as bytes.
 
 #include "support/Deployment.h"

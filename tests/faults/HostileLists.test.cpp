@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Lists whose size is in one place. A query takes time in proportion to a list's size, whatever the
 // list is: one whose time grew with the square would not end before the test's time limit.
 

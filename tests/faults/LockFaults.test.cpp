@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Locks that fail: every operation does its work without them, leaves the error number in errno and
 // unlocks nothing that it has not locked.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the library does not change in the process, and what the process may change without an
 // effect on the library.
 

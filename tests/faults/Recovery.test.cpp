@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A call that fails, once or for a while, in each operation, at first use, during an event, a
 // destruction, a subscription and its end: afterwards the process holds what it held before, its
 // answers are those of the files, and it sees the next change.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Callers whose stack is small, and ordinary files: up to 16 levels.
 
 #include "faults/SmallStack.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Calls of the operating system that fail, each with each error number that it may have, and files
 // that are not what they should be, one at a time. Whatever it is, the library answers as if the
 // file were not there; and right again afterwards.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Each way in which a configuration file changes, on real files, through the event library.
 
 #include "Recorder.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The library with the event library, on real files: a change on disk becomes an answer.
 
 #include "SysConfReader.h"

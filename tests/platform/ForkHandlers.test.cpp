@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Handlers of pthread_atfork of the program that end the subscriptions and subscribe again.
 
 #include "EventConsumerCB.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A file that cannot be read to its end while the service compares the contents of the files.
 
 #include "WatchFaults.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A program that closes the service's descriptors, as closefrom(3) does, and uses their numbers.
 
 #include "EventConsumerCB.h"

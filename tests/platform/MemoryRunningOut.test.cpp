@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "JsonDocument.h"
 #include "JsonReader.h"
 #include "MadeInterfaces.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // File systems that are mounted and unmounted on the path of a file. Not run where this process may
 // not have its own mount namespace.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Deliveries that are repeated, because the callback failed or because it was requested.
 
 #include "EventConsumerCB.h"

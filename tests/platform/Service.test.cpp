@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The event library's contract: which callbacks are called, when, and how often.
 
 #include "EventConsumerCB.h"

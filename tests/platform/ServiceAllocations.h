@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Memory that runs out in a plain build: goes with ServiceAllocations.cpp linked in, which

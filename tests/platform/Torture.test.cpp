@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Each system call and each allocation of the event library fails, once, ten times or for a while,
 // in each of its operations. Afterwards the service works: a subscription is refused, or the next
 // change is delivered. No resource is leaked.

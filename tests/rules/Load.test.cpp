@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The steps of the two loads, over the values of the load before.
 
 #include "rules/ReaderLoad.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What each rule reports to a trace.
 
 #include "rules/LocalIPByUsage.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Which sanitizer a test is built with, for what a sanitizer's own frames, files and memory do not

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The main program of every test executable. It runs the tests in a child process, in a new
 // directory and without the library's environment variables. The dynamic loader searches that
 // directory first, so that a test decides which event library is found; then the folder that

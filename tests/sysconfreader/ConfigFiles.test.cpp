@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Environment, paths and the reading of files.
 
 #include "config/ConfigFiles.h"

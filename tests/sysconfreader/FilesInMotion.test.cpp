@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Lists that are replaced, rewritten or deleted between calls and while a call reads them. Every
 // answer is that of the old list, of the new one, or that without a list; never a mixture.
 

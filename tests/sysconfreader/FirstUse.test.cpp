@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // First uses from many threads, and queries during reloads.
 
 #include "SysConfReader.h"

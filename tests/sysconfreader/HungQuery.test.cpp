@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A query that hangs in the file system while it holds the read lock, and a reload that waits for
 // it.
 

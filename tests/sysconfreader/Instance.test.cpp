@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Creation and destruction of the reader, the locks that are held during them, and an event library
 // that throws.
 

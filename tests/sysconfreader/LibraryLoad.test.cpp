@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What happens when the library is loaded: its locks are made, and nothing is read.
 
 #include "SysConfReader.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Which of the two builds of the library this test program runs with.
 
 #include "SysConfReaderEvent.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How the loader uses the environment, converts values and finds the float node.
 
 #include "SysConfReader.h"

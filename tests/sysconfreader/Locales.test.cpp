@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Tags are lower-cased byte by byte in the current locale.
 
 #include "OwnNode.h"

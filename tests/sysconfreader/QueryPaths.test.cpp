@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "FileWatch.h"
 #include "OwnNode.h"
 #include "support/SampleQueries.h"

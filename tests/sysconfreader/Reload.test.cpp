@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a reload replaces and what it leaves, when files or values have gone.
 
 #include "SysConfReader.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The source node: the node list is compared with the addresses that the test gives the host.
 
 #include "SysConfReader.h"

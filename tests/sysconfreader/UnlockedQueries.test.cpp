@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The queries without the class lock, concurrent with loads that are blocked or repeated.
 
 #include "FileWatch.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reloads beside callers that never pause, and callers that hold a lock while a reload waits.
 
 #include "SysConfReader.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Values of the wrong type, in the order in which the loader reads them: values before them are
 // new, values after them are unchanged.
 

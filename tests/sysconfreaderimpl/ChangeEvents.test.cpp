@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The callback: which events it accepts, what it does, and events during loads and destructions.
 
 #include "SysConfReader.h"

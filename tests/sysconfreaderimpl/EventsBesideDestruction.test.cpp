@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Events that are delivered while instances are destroyed and created, again and again. The event
 // library waits for running deliveries at the end of a subscription.
 

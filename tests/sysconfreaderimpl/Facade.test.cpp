@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The published entry: its life, what it forwards to, what its destruction takes along.
 
 #include "SysConfReader.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Queries and loads after the library's static objects have been destroyed.
 
 #include "SysConfReader.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The end of the process: in the middle of events, or because a destruction threw.
 
 #include "SysConfReader.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the role reader finds in its files: addresses, roles, tenancy.
 
 #include "SysConfReader.h"

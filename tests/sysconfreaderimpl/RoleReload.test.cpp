@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a reload of the role reader replaces, step by step, when files or values have gone.
 
 #include "SysConfReader.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Loads that a used-up resource or the storage cuts short, and the deliveries that make up for
 // them.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How often and when the event library is opened, called and closed.
 
 #include "SysConfReader.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Messages on standard error, as sentences and as JSON.
 
 #include "Sysconfctl.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The fate of address entries under a rule.
 
 #include "explain/EntryFates.h"

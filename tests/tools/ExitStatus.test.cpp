@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Exit statuses by command, case and format.
 
 #include "Sysconfctl.h"

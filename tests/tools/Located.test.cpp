@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Positions of values in a text, and reasons why a text is rejected.
 
 #include "located/Document.h"

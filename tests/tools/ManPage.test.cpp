@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The manual page has exactly the entries of the tables of the tool.
 
 #include "cli/CommandTable.h"

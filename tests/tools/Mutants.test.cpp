@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Makes every small mistake at every place of the samples and compares the findings of check with
 // the effect on the answers. A mistake removes, misspells, retypes or repeats a member or an
 // element, or removes all elements of a list or all but the first one.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Output to pipes, terminals of any width, full disks and closed pipes.
 
 #include "Sysconfctl.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Explanations and answers of the library agree for every query on random deployments: valid,
 // damaged, with wrong types, and changed between reloads.
 

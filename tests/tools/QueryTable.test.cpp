@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The tool's table of queries has exactly the queries of the public headers.
 
 #include "Sysconfctl.h"

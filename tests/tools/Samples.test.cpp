@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Answers of the tool on every view of every sample deployment.
 
 #include "Golden.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The screens of `explain` on broken deployments: every query, at three widths, with and without
 // colour. golden/README.md describes how to renew them.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // `sysconfctl watch` with any event library.
 
 #include "Sysconfctl.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // `sysconfctl watch` with the event library that watches the files.
 
 #include "Sysconfctl.h"

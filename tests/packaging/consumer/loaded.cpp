@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Knows the library by its file's name and by the names of its functions only.
 #include <dlfcn.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A program whose classes have the names and signatures of the JSON and host address classes inside
 // the library.
 #include <SysConfReader.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The lookup of a node, and its address entries one by one.
 
 #include "explain/ExplanationBuilder.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How the float node is found.
 
 #include "explain/ExplanationBuilder.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "map/Picture.h"
 
 #include "render/Text.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "render/Plain.h"
 
 #include "render/Json.h"
