@@ -20,7 +20,7 @@
 /// fields must be copied. `second` is always empty. A negative result means that there is no
 /// subscription.
 ///
-/// EventConsumerCBFini ends the subscription; no callback may start after it has returned. It is
+/// EventConsumerCBFini ends the subscription; no delivery may begin after it has returned. It is
 /// called under the role reader's write lock, but never while a callback of this library is
 /// working, so an event library may wait in it for running callbacks. If the event library cannot
 /// be opened at that moment, the subscription is left to the next destruction.

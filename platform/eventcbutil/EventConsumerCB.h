@@ -70,14 +70,13 @@ EventConsumerCBInit(const std::string& eventName, const std::string& second,
 
 /// Ends all subscriptions of the process.
 ///
-/// No callback starts after this has returned. A callback that is running or about to start is
-/// waited for, but at most 1 s, because the caller may hold a lock that the callback needs. After
-/// that time the callback may still run, or make its first steps; what it uses must outlive it. On
-/// a thread that runs a callback this does not wait.
+/// No delivery begins after this has returned. A delivery that has begun is waited for, but at most
+/// 1 s, because the caller may hold a lock that the callback needs. After that time its callback
+/// may still start or run, so what it uses must outlive it. On a thread that runs a callback this
+/// does not wait.
 ///
-/// If the thread was waited for successfully, it and all descriptors are gone on return; else they
-/// go when the callback, or the system call that does not return, returns.
-/// exit(3) does the same, with the same bound.
+/// If the wait succeeds, the thread and all descriptors are gone on return; otherwise they go when
+/// the callback or the hanging system call returns. exit(3) does the same, with the same limit.
 /// Never throws.
 extern "C" [[gnu::visibility("default")]] void EventConsumerCBFini();
 

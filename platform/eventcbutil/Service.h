@@ -38,7 +38,7 @@ public:
     /// Requests a delivery for the subscription with that callback, if there is one.
     void redeliver(const EventConsumerCallback& callback);
 
-    /// Ends all subscriptions. No callback starts afterwards. Waits for one that is running and for
+    /// Ends all subscriptions: no delivery begins afterwards. Waits for one that has begun and for
     /// the thread, at most kLongestEnd; does not wait on the service's own thread.
     void unsubscribeAll();
 
@@ -93,7 +93,7 @@ private:
     /// callback or while waiting for a thread.
     ForkMutex m_mutex;
     std::shared_ptr<Run> m_run;
-    /// The run whose thread did not end in time.
+    /// The run of a thread that missed kLongestEnd.
     std::shared_ptr<Run> m_left;
     /// The runs of the parent processes. Their threads do not exist here.
     std::shared_ptr<Run> m_abandoned;
