@@ -82,15 +82,13 @@ public:
     static SysConfReader* Instance();
 
     /// Destroys the role reader (after creating it if it does not exist), which ends the
-    /// subscription to change events, and then, under the write lock, this reader. Waits like
-    /// SysConfReaderImpl::Destory() for a change event that another thread is applying. If this
-    /// thread is applying one, the destruction follows when the event has been applied.
+    /// subscription to change events, and then, under the write lock, this reader. During a change
+    /// event it waits or is postponed like SysConfReaderImpl::Destory().
     /// @throws as SysConfReaderImpl::Instance() does; nothing is destroyed then.
     static void Destory();
 
-    /// Clears the databases and runs the loader again, under the write lock. Other values change
-    /// only if the loader finds new ones: after a load that cannot parse the app config file there
-    /// are no databases, while addresses, ports and ids keep their previous values.
+    /// Clears the databases and runs the loader again, under the write lock. If the app config file
+    /// does not parse, there are no databases; addresses, ports and ids keep their values.
     /// @throws what an event library throws. Only the databases have changed then.
     void Reload();
 
