@@ -16,19 +16,11 @@
 /// EventConsumerCBInit:** the C library does not synchronize them with getenv(3), and the process
 /// may crash.
 ///
-/// Changes: everything that can change the content at a path. Writing in place, renaming over,
-/// deleting, creating, permissions; a symbolic link or a folder anywhere on the path; a mount. A
-/// burst is one event: it is delivered when the files have been quiet for 50 ms
+/// Events: one for each burst of changes, when the files have been quiet for 50 ms
 /// (`SYSCONF_EVENT_QUIET_MS`, 0 to 1000), and at the latest 1 s after the first change. Files with
-/// the same contents as at the last delivery are not announced again. If reading them for this
-/// comparison takes longer than 500 ms, this change is announced without it, and so is every
-/// further one until that read returns.
-///
-/// Repetition: a delivery is repeated until the callback returns 0, after 100 ms, 200 ms and so on
-/// up to 30 s. A new change starts again with 100 ms.
-///
-/// Files that cannot be watched at the moment (the kernel refuses a watch, /proc is missing, a path
-/// has more than PATH_MAX bytes without its links) are compared once a second.
+/// the same contents as at the last delivery are not announced again. A delivery is repeated until
+/// the callback returns 0, after 100 ms, 200 ms and so on up to 30 s; a new change starts again
+/// with 100 ms. docs/events.md describes which changes are noticed and which can be lost.
 ///
 /// Threads: any thread may call all functions at any time, holding its locks, from within a
 /// callback, and from handlers of pthread_atfork(3). Callbacks run one after another on one thread
