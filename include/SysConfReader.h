@@ -143,8 +143,12 @@ public:
     std::string GetStandbyInternalServiceIP() const;
     /// @}
 
+    /// @name The install root
+    /// @{
+
     /// Returns the value of `APP_ROOT`, "" if unset. Reads the variable on each call. No lock.
     std::string GetAppRoot();
+    /// @}
 
     /// @name Databases
     /// The entries of "databases" in the app config file, from the last load. A database is
@@ -289,6 +293,9 @@ public:
                       std::map<std::string, std::set<std::string>> & floatIPs);
     /// @}
 
+    /// @name The source node
+    /// @{
+
     /// Sets `sourceNodeId` to the id of the node whose service address is one of this host's
     /// addresses. Leaves it unchanged if there is none.
     ///
@@ -299,6 +306,7 @@ public:
     /// for loads: it enumerates the interfaces of the host.
     /// No lock; modifies only the argument.
     void getSourceNodeId(std::string & sourceNodeId);
+    /// @}
 
 private:
     friend class SysConfReaderImpl;

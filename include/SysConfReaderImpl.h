@@ -42,6 +42,9 @@ class SysConfReader_i;
 /// the step; values that it has not assigned are unchanged.
 class [[gnu::visibility("default")]] SysConfReaderImpl {
 public:
+    /// @name The instance
+    /// @{
+
     /// Returns the role reader, never null. Creates and loads it on first use, under the write
     /// lock; takes no lock if it exists. It becomes visible after it is loaded.
     /// @throws std::bad_alloc, and what an event library throws from its subscription. The lock is
@@ -65,6 +68,7 @@ public:
 
     SysConfReaderImpl(const SysConfReaderImpl&) = delete;
     SysConfReaderImpl& operator=(const SysConfReaderImpl&) = delete;
+    /// @}
 
     /// @name Answers
     /// Copies made under the read lock, "" if unknown.
@@ -120,6 +124,9 @@ public:
     void InitMasterAndStandyIp();
     /// @}
 
+    /// @name Helpers of the steps
+    /// @{
+
     /// Returns the internal-service address among a node's "IPAddresses": the "IP" of the first
     /// entry tagged "internal_service", else of the last one tagged "maintenance", else "". Tags
     /// are compared after lower-casing; a "usage" that is a plain string has no tags. Takes no
@@ -133,6 +140,7 @@ public:
     std::string GetManagerNodeListFilePath() const;
     /// File name of a dynamic library: "lib" + name + ".so".
     std::string GetDLLName(const std::string& name) const;
+    /// @}
 
 private:
     friend class SysConfReader;

@@ -23,6 +23,9 @@ namespace Quarncommon {
 /// library throws, copying a result throws std::bad_alloc; the locks are free then.
 class [[gnu::visibility("default")]] SysConfReader_i {
 public:
+    /// @name The instance
+    /// @{
+
     /// Returns the facade, never null. Creates it on first use, under its write lock; takes no lock
     /// if it exists. Does not create the role reader.
     /// @throws std::bad_alloc
@@ -38,6 +41,10 @@ public:
 
     SysConfReader_i(const SysConfReader_i&) = delete;
     SysConfReader_i& operator=(const SysConfReader_i&) = delete;
+    /// @}
+
+    /// @name Answers
+    /// @{
 
     /// SysConfReaderImpl::GetLocalInternalServiceIP().
     std::string GetLocalInternalServiceIP() const;
@@ -47,6 +54,7 @@ public:
     std::string GetStandbyInternalServiceIP() const;
     /// SysConfReaderImpl::GetProductName(): the tenancy of the local node.
     std::string GetProductName() const;
+    /// @}
 
 private:
     friend class ForkedChild;
