@@ -43,7 +43,7 @@ public:
     /// Returns the kept text, null if there is none.
     ParsedTextPointer current();
 
-    /// Keeps a text; null keeps none.
+    /// Replaces the kept text; null removes it.
     void keep(ParsedTextPointer text);
 
     /// Keeps `text` instead of `former`, unless `former` has been replaced.

@@ -15,7 +15,7 @@ namespace Quarncommon::rules {
 /// `long` and then cut to its low 32 bits.
 int numberInTag(const std::string& tag, std::size_t prefixLength);
 
-/// Keeps the address that the number has; returns whether it had none.
+/// Stores the address unless the number has one. Returns whether it was stored.
 inline bool keepFirst(std::map<int, std::string>& byNumber, int number,
                       const SharedAddress& address) {
     return byNumber.try_emplace(number, *address).second;
@@ -25,7 +25,7 @@ inline bool keepFirst(std::map<int, SharedAddress>& byNumber, int number,
     return byNumber.try_emplace(number, address).second;
 }
 
-/// By the number in the tag. The first address wins, numbers that are already keys included.
+/// Collects by the number in the tag. The first address wins; existing keys are not overwritten.
 /// Service addresses of tags outside the family are always reported. An object is walked like an
 /// array. `Address` is std::string or SharedAddress.
 template <typename AnyNode, typename Address>
@@ -66,9 +66,9 @@ struct TagWalk {
     std::string secondService() const { return complete ? service2 : std::string(); }
 };
 
-/// By the whole tag: `Slot slotFor(const std::string& tag)` returns the slot of a tag, a value that
-/// converts to false for a tag outside the family. The last address wins. Service addresses are
-/// reported apart from the family.
+/// Collects by the whole tag: `Slot slotFor(const std::string& tag)` returns the slot of a tag, a
+/// value that converts to false for a tag outside the family. The last address wins. Service
+/// addresses are reported apart from the family.
 template <typename AnyNode, typename SlotFor, typename Slot>
 void collectByTag(const AnyNode& addresses, SlotFor slotFor, std::map<Slot, SharedAddress>& bySlot,
                   TagWalk& seen) {
