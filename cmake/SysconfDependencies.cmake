@@ -1,5 +1,5 @@
-# Finds everything that the requested parts of the project need, and reports all that is missing at
-# once, by the names of Debian's packages.
+# Finds the dependencies of the requested parts, and reports all missing ones at once, by the names of
+# Debian's packages.
 set(missing)
 
 # need_module(PREFIX MODULE PACKAGE): the target PkgConfig::PREFIX.
@@ -12,7 +12,7 @@ macro(need_module prefix module package)
   endif()
 endmacro()
 
-# need_package(NAME PACKAGE): what find_package(NAME) finds.
+# need_package(NAME PACKAGE): the package NAME of find_package.
 macro(need_package name package)
   find_package(${name} QUIET)
   if(NOT ${name}_FOUND)

@@ -27,17 +27,14 @@ namespace Quarncommon {
 /// - manager node list: value of `TOLM_ROOT` followed by "/etc/sysconf/nodelists.json"
 ///
 /// An unset variable reads as "" unless an operation says otherwise. Paths are concatenated
-/// verbatim; nothing is normalised. Only regular files are read. A file that is missing, is not
-/// regular, cannot be read completely, or is not one valid JSON text is not parsed. Loaded values
-/// are those of the last load. Address queries read their file on every call, so that a change is
-/// visible at once. They parse it if its bytes are not those of the last read: each of the two
-/// lists is kept in memory with its parse, in at most 2.5 times its size, until Destory().
+/// verbatim. A file that is missing, is not regular, cannot be read completely, or is not one valid
+/// JSON text is not parsed. Loaded values are those of the last load. Address queries read their
+/// file on every call and parse it if its bytes have changed; until Destory(), up to 2.5 times the
+/// size of each list is kept for that.
 ///
-/// Environment. **Do not call setenv(), putenv() or unsetenv() while another thread may be in this
-/// library: POSIX allows such a call to crash the reader.** With change events switched on, a
-/// reload may run on the event library's thread at any time. Set all variables before the first use
-/// of the library, or switch events off (`NO_EM_CLIENT`). Each step of a load reads its variables
-/// once, before it reads its file.
+/// **Do not call setenv(), putenv() or unsetenv() while another thread may be in this library:
+/// POSIX allows such a call to crash the reader.** With change events, a reload may run at any
+/// time. Set all variables before the first use, or disable change events (`NO_EM_CLIENT`).
 ///
 /// Nodes. The own node is the member of "nodeList" named by `<instance>."nodeId"`. The float node
 /// is the own node, or, on a node whose `"extAttr"."hostType"` is "standby", the node whose service
@@ -48,44 +45,22 @@ namespace Quarncommon {
 /// entry has no tags.
 ///
 /// Threads. Any thread may call any operation. No thread may use a pointer from Instance() after
-/// Destory() has been called. The class has one reader/writer lock: "read lock" below means that
-/// the read side is held for the whole call, which waits for a load and runs beside other queries.
-/// Creation, Reload() and Destory() hold the write side. A waiting writer takes precedence over
-/// queries that begin later, so that busy callers do not starve a reload, but only during the first
-/// second of every ten that it waits: a query that hangs in the file system delays others by at
-/// most that second at a time, while the reload waits for it. Conversely, if queries that each take
-/// longer than a second overlap without a gap, a reload may wait until there is a gap. If a lock
-/// call fails, its error number is left in `errno` and the operation continues without the lock.
+/// Destory() has been called. "Read lock" below means that the read side of the class's one
+/// reader/writer lock is held for the whole call, which waits for a load and runs beside other
+/// queries. Creation, Reload() and Destory() hold the write side; a waiting writer takes precedence
+/// within limits. If a lock call fails, its error number is left in `errno` and the operation
+/// continues without the lock.
 ///
-/// Shortages. A load meets a shortage if a resource or the storage fails (ENOMEM, EMFILE, ENFILE,
-/// EIO, a file that changes during each attempt to read it, ...), as opposed to a file that is
-/// missing, malformed or of the wrong type. What such a load found is kept like that of any other.
-/// An event whose reload meets a shortage answers -1. A first load or a Reload() that meets one
-/// requests an event, if there is a subscription and the event library supports it
-/// (EventConsumerCBRedeliverFunction). A program without change events is not informed; after it
-/// has run out of memory or descriptors it should call Reload(), or Destory().
+/// Shortages. A load meets a shortage if memory, descriptors or the storage fail, as opposed to a
+/// file that is missing or malformed. An event whose reload meets one returns -1. Any other load
+/// that meets one requests an event. A program without change events is not informed: it should
+/// call Reload() or Destory() when it has recovered.
 ///
-/// Forks. A forked child may call exec, _exit and exit() at any time. It may also call every
-/// operation, as far as the C library supports allocation in a child of a process with threads
-/// (glibc does), if it calls Instance() again first: an instance that another thread was creating,
-/// reloading or destroying at the time of the fork is leaked in the child, and the next Instance()
-/// builds a new one. Any other instance is copied with the process. Handlers of pthread_atfork may
-/// destroy and create the instances, whether they are registered before this library is loaded or
-/// after.
-/// The child has no subscription to change events until its first load after a Destory() (or after
-/// a leaked instance), which calls the event library in the child. It never gets one if it was
-/// forked while another thread was subscribing, unsubscribing or searching for the event library
-/// (if there is none, every load searches). A child that an event library forks inside its entry
-/// points may only call exec or _exit.
-///
-/// Unloading. The library stays loaded until the process ends. dlclose() never unloads it, change
-/// events continue to be applied, and the next dlopen() finds the same instances.
-///
-/// End of the process. Queries are answered until the process has ended, also in static destructors
-/// and on other threads. From the library's exit handler on, change events are no longer applied.
-/// The handler waits at most one second for events that other threads are applying; it does not
-/// wait for an event of the thread that called exit(). A load that takes longer continues while the
-/// process exits; a static destructor that queries waits for the lock of that load.
+/// Forks and exit. A forked child may call exec, _exit and exit() at any time, and every operation
+/// after it has called Instance() again; it has no subscription to change events until the
+/// first load after a Destory(). dlclose() never unloads the library. Queries are answered until
+/// the process has ended. exit() waits at most one second for other threads that are applying a
+/// change event or subscribing. docs/embed.md has the exact rules, also for threads and shortages.
 ///
 /// Ownership. Results are copies. Output parameters belong to the caller; they are appended to or
 /// updated, never cleared, unless an operation says otherwise.
@@ -108,15 +83,13 @@ public:
     static SysConfReader* Instance();
 
     /// Destroys the role reader (after creating it if it does not exist), which ends the
-    /// subscription to change events, and then, under the write lock, this reader. Waits like
-    /// SysConfReaderImpl::Destory() for a change event that another thread is applying. If this
-    /// thread is applying one, the destruction follows when the event has been applied.
+    /// subscription to change events, and then, under the write lock, this reader. During a change
+    /// event it waits or is postponed like SysConfReaderImpl::Destory().
     /// @throws as SysConfReaderImpl::Instance() does; nothing is destroyed then.
     static void Destory();
 
-    /// Clears the databases and runs the loader again, under the write lock. Other values change
-    /// only if the loader finds new ones: after a load that cannot parse the app config file there
-    /// are no databases, while addresses, ports and ids keep their previous values.
+    /// Clears the databases and runs the loader again, under the write lock. If the app config file
+    /// does not parse, there are no databases; addresses, ports and ids keep their values.
     /// @throws what an event library throws. Only the databases have changed then.
     void Reload();
 
@@ -171,8 +144,12 @@ public:
     std::string GetStandbyInternalServiceIP() const;
     /// @}
 
+    /// @name The install root
+    /// @{
+
     /// Returns the value of `APP_ROOT`, "" if unset. Reads the variable on each call. No lock.
     std::string GetAppRoot();
+    /// @}
 
     /// @name Databases
     /// The entries of "databases" in the app config file, from the last load. A database is
@@ -317,6 +294,9 @@ public:
                       std::map<std::string, std::set<std::string>> & floatIPs);
     /// @}
 
+    /// @name The source node
+    /// @{
+
     /// Sets `sourceNodeId` to the id of the node whose service address is one of this host's
     /// addresses. Leaves it unchanged if there is none.
     ///
@@ -327,6 +307,7 @@ public:
     /// for loads: it enumerates the interfaces of the host.
     /// No lock; modifies only the argument.
     void getSourceNodeId(std::string & sourceNodeId);
+    /// @}
 
 private:
     friend class SysConfReaderImpl;

@@ -21,7 +21,7 @@
 /// fields must be copied. `second` is always empty. A negative result means that there is no
 /// subscription.
 ///
-/// EventConsumerCBFini ends the subscription; no callback may start after it has returned. It is
+/// EventConsumerCBFini ends the subscription; no delivery may begin after it has returned. It is
 /// called under the role reader's write lock, but never while a callback of this library is
 /// working, so an event library may wait in it for running callbacks. If the event library cannot
 /// be opened at that moment, the subscription is left to the next destruction.
@@ -39,10 +39,9 @@
 ///
 /// The callback's code stays in the process until it ends, even if this library is closed.
 ///
-/// Environment. With change events switched on, the library may call getenv() on the event
-/// library's thread whenever an event arrives. **The program must not call setenv(), putenv() or
-/// unsetenv() then.** Set all variables before the first use of the library, or switch events off
-/// by setting `NO_EM_CLIENT` or `NO_EM_CLIENT_CONSUMER` to any non-empty text.
+/// `NO_EM_CLIENT` or `NO_EM_CLIENT_CONSUMER`, set to any non-empty text, disables change events.
+/// Otherwise the library may call getenv() on the event library's thread at any time, so **the
+/// program must not call setenv(), putenv() or unsetenv()** after the first use of the library.
 ///
 /// A forked child has no subscription. It calls EventConsumerCBFini when it destroys a role reader
 /// that it has inherited, and EventConsumerCBInit at its next first load. If an event library
@@ -75,20 +74,18 @@ using EventConsumerCBRedeliverFunction = void(const EventConsumerCallback* callb
 ///
 /// @param eventName "SysConfigEvent", compared byte by byte; anything else is refused.
 /// @param second,third Ignored.
-/// @param userData The role reader that subscribed. Null is refused. One that has been destroyed,
-/// or
-///        is being destroyed by another thread, is never accessed: the event is dropped with 0, as
-///        one that arrives after the end of the subscription. The next role reader loads the
-///        changed files; a SysConfReader that continues to exist keeps its values until the next
-///        event or Reload().
+/// @param userData The role reader that subscribed. Null is refused. If it has been destroyed, is
+///        being destroyed, or was never published, it is not accessed: the event is dropped and the
+///        result is 0. The next role reader loads the changed files; a SysConfReader that still
+///        exists keeps its values until the next event or Reload().
 /// @return 0 if handled. -1 if refused, if the reload met a shortage, or if it ended with an
 ///         exception (which does not reach the caller).
 ///
-/// Any thread may call it. The reloads take first SysConfReader's write lock, and after its release
+/// Any thread may call it. It takes first SysConfReader's write lock, and after its release
 /// SysConfReaderImpl's. An event on another thread that arrives during a first load waits for that
-/// load and is then applied. An event that the event library delivers inside EventConsumerCBInit,
-/// on the loading thread, returns 0 at once: the load that follows reads the files, and a
-/// SysConfReader that already exists is reloaded when the creation is complete.
+/// load; if the load succeeds, the event is then applied. An event that the event library delivers
+/// inside EventConsumerCBInit, on the loading thread, returns 0 at once: the load that follows
+/// reads the files, and an existing SysConfReader is reloaded when the creation is complete.
 [[gnu::visibility("default")]] int SysConfReaderEventProcessCB(const std::string& eventName,
                                                                const std::string& second,
                                                                const std::string& third,

@@ -15,52 +15,51 @@ namespace Quarncommon {
 class SysConfReader;
 class SysConfReader_i;
 
-/// The role reader: which node of the local tenancy is master and which is standby, the addresses
-/// by which the nodes of the cluster reach each other, and the tenancy of the local node. It also
-/// owns the subscription to change events (SysConfReaderEvent.h).
+/// The role reader: master and standby of the local tenancy, internal-service addresses, and the
+/// tenancy of the local node. It also owns the subscription to change events
+/// (SysConfReaderEvent.h).
 ///
 /// One instance exists per process. It is created and loaded on first use, reloaded in place by
 /// Reload(), and freed only by Destory(). The next Instance() after that builds and loads a new
-/// one. Callers outside the library normally use SysConfReader_i, which forwards here.
+/// one. Programs normally use SysConfReader_i, which forwards here.
 ///
-/// Sources, read at each load and never in between:
+/// Sources, read at each load and never in between (`<instance id>` is the value of
+/// `PROCESS_INSTANCE_ID`; an unset variable is ""):
 /// - `APP_CONF_FILE`: `"processes".<instance id>."nodeId"`
 /// - `APP_ROOT` + "/etc/sysconf/nodelist.json": the addresses and tenancy of the local node
 /// - `TOLM_ROOT` + "/etc/sysconf/nodelists.json": all nodes, their roles and addresses
 ///
-/// where `<instance id>` is the value of `PROCESS_INSTANCE_ID` and an unset variable is "".
+/// Environment, shortages, forks and exit: see SysConfReader.
 ///
-/// What SysConfReader.h says about the environment, shortages, forks and the end of the process
-/// also applies to this class.
+/// Threads. Any thread may call Instance(), Destory(), Reload() and the getters. No thread may use
+/// a pointer from Instance() after Destory() has been called. Creation, the loading part of
+/// Reload() and destruction hold the write side of the class's lock, each getter the read side
+/// while it copies its result. The Init steps take no lock: their callers hold it for writing. If a
+/// lock call fails, its error number is left in `errno` and the operation continues without the
+/// lock.
 ///
-/// Threads: any thread may call Instance(), Destory(), Reload() and the getters. The class's
-/// reader/writer lock is held for writing during creation, the loading part of Reload() and
-/// destruction, and for reading by each getter while it copies its result. The Init steps take no
-/// lock: their callers hold it for writing. A pointer from Instance() must not be used after
-/// Destory() has been called.
-/// Failures: a file that is missing, unreadable or not valid JSON leaves the values that come from
-/// it unchanged; a missing key makes them ""; a value of the wrong type, or running out of memory,
-/// ends the step silently, and what the step had not yet assigned is unchanged. If a lock call
-/// fails, its error number is left in `errno` and the operation continues without the lock. Cost:
-/// the getters copy one string. A load reads the app config file once, the local node list twice
-/// and the manager node list twice; every step reads its own file.
+/// Failures. A file that is missing, unreadable or not valid JSON leaves its values unchanged; a
+/// missing key makes them "". A value of the wrong type, or running out of memory, silently ends
+/// the step; values that it has not assigned are unchanged.
 class [[gnu::visibility("default")]] SysConfReaderImpl {
 public:
+    /// @name The instance
+    /// @{
+
     /// Returns the role reader, never null. Creates and loads it on first use, under the write
     /// lock; takes no lock if it exists. It becomes visible after it is loaded.
     /// @throws std::bad_alloc, and what an event library throws from its subscription. The lock is
     ///         free then, nothing is published, and the next call tries again.
     static SysConfReaderImpl* Instance();
 
-    /// Ends the subscription to change events (if there is one and the environment does not switch
-    /// events off) and frees the role reader. Does nothing if there is none. Holds the write lock.
-    /// First waits, without limit, for a change event that another thread is applying; an event
-    /// that arrives later is dropped. If this thread is applying one, returns at once, and the
-    /// destruction follows when the event has been applied. Must not be called from an event
-    /// library's entry points.
+    /// Ends the subscription to change events (unless events are disabled) and frees the role
+    /// reader. Does nothing if there is none. Holds the write lock. First waits, without limit, for
+    /// a change event that another thread is applying; later events are dropped. If this thread is
+    /// applying one, returns at once, and the destruction follows when the event has been applied.
+    /// Must not be called from an event library's entry points.
     ///
-    /// From the beginning of the destruction on, Instance() on another thread waits for its end and
-    /// then creates a new role reader. It never returns the one that is being destroyed.
+    /// Instance() on another thread waits for the end of the destruction and then creates a new
+    /// role reader. It never returns the one that is being destroyed.
     static void Destory();
 
     /// Reloads SysConfReader (creating it if need be), then, under this class's write lock, this
@@ -70,6 +69,7 @@ public:
 
     SysConfReaderImpl(const SysConfReaderImpl&) = delete;
     SysConfReaderImpl& operator=(const SysConfReaderImpl&) = delete;
+    /// @}
 
     /// @name Answers
     /// Copies made under the read lock, "" if unknown.
@@ -125,6 +125,9 @@ public:
     void InitMasterAndStandyIp();
     /// @}
 
+    /// @name Helpers of the steps
+    /// @{
+
     /// Returns the internal-service address among a node's "IPAddresses": the "IP" of the first
     /// entry tagged "internal_service", else of the last one tagged "maintenance", else "". Tags
     /// are compared after lower-casing; a "usage" that is a plain string has no tags. Takes no
@@ -138,6 +141,7 @@ public:
     std::string GetManagerNodeListFilePath() const;
     /// File name of a dynamic library: "lib" + name + ".so".
     std::string GetDLLName(const std::string& name) const;
+    /// @}
 
 private:
     friend class SysConfReader;

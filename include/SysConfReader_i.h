@@ -15,15 +15,18 @@ namespace Quarncommon {
 /// no values: each query goes to the role reader, which is created and loaded if it does not exist,
 /// and returns a copy. SysConfReaderImpl documents the results.
 ///
-/// Threads: any thread may call every operation, but no thread may use a pointer from Instance()
-/// after Destory() has been called. The facade's lock guards only its creation and destruction; a
-/// query takes only the role reader's read lock. If a lock call fails, its error number is left in
-/// `errno` and the operation continues without that lock. What SysConfReader.h says about the
-/// environment, forks and the end of the process also applies to this class.
-/// Failures: unknown values are "". Exceptions come from creating an instance (out of memory, an
-/// event library that throws) and from copying a result (out of memory); the locks are free then.
+/// Threads. Any thread may call every operation. No thread may use a pointer from Instance() after
+/// Destory() has been called. The facade's lock guards its creation and destruction; a query takes
+/// only the role reader's read lock. If a lock call fails, its error number is left in `errno` and
+/// the operation continues without the lock. Environment, forks and exit: see SysConfReader.
+///
+/// Failures. Unknown values are "". Creating an instance throws std::bad_alloc and what an event
+/// library throws, copying a result throws std::bad_alloc; the locks are free then.
 class [[gnu::visibility("default")]] SysConfReader_i {
 public:
+    /// @name The instance
+    /// @{
+
     /// Returns the facade, never null. Creates it on first use, under its write lock; takes no lock
     /// if it exists. Does not create the role reader.
     /// @throws std::bad_alloc
@@ -39,6 +42,10 @@ public:
 
     SysConfReader_i(const SysConfReader_i&) = delete;
     SysConfReader_i& operator=(const SysConfReader_i&) = delete;
+    /// @}
+
+    /// @name Answers
+    /// @{
 
     /// SysConfReaderImpl::GetLocalInternalServiceIP().
     std::string GetLocalInternalServiceIP() const;
@@ -48,6 +55,7 @@ public:
     std::string GetStandbyInternalServiceIP() const;
     /// SysConfReaderImpl::GetProductName(): the tenancy of the local node.
     std::string GetProductName() const;
+    /// @}
 
 private:
     friend class ForkedChild;

@@ -1,7 +1,7 @@
 # shellcheck shell=bash
-# What the scripts of this folder have in common. Sourced, never run.
+# Shared by the scripts of this folder. Sourced, never run.
 
-# Debian packages that building the library and the tool needs, and those that the tests need on top.
+# Debian packages that the library and the tool need, and those that the tests need in addition.
 # shellcheck disable=SC2034 # used by the scripts that source this one
 build_packages=(g++ cmake ninja-build pkgconf libjsoncpp-dev libace-dev rapidjson-dev
   libsimdjson-dev libcli11-dev libfmt-dev)
@@ -20,7 +20,7 @@ lint_packages=(clang clang-format clang-tidy cmake-format lintian shfmt shellche
 # shellcheck disable=SC2034
 roots=${ROOTS:-/var/cache/sysconfreader-roots}
 
-# Should there be a compiler cache, what was built in one checkout serves another.
+# Lets checkouts share a compiler cache.
 export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=pch_defines,time_macros
 
 say() {
@@ -42,7 +42,7 @@ missing_packages() {
   done
 }
 
-# as_root COMMAND...: runs it as root, through sudo if need be.
+# as_root COMMAND...: runs it as root, through sudo if necessary.
 as_root() {
   if [[ $(id -u) -eq 0 ]]; then
     "$@"
@@ -106,7 +106,7 @@ configure() {
   fi
 }
 
-# configure_all FOLDER OPTION...: with everything but the fuzzers, unless an option says otherwise.
+# configure_all FOLDER OPTION...: the same with everything except the fuzzers by default.
 configure_all() {
   configure "$1" -DBUILD_TESTING=ON -DSYSCONFREADER_BUILD_TOOLS=ON \
     -DSYSCONFREADER_BUILD_EXAMPLES=ON -DSYSCONFREADER_BUILD_BENCHMARKS=ON "${@:2}"
@@ -121,13 +121,13 @@ configure_for_tests() {
     -DSYSCONFREADER_BUILD_BENCHMARKS="$([[ -n $3 ]] && echo OFF || echo ON)"
 }
 
-# copy_sources FOLDER: the sources without what was built of them.
+# copy_sources FOLDER: copies the sources without build folders.
 copy_sources() {
   tar --exclude='./build*' --exclude=./.git --exclude=./.ccache -cf - . | tar -C "$1" -xf -
 }
 
-# build FOLDER [TARGET...]: builds the targets, or all, with as many jobs as JOBS says or there are
-# processors. Tells warnings and errors only.
+# build FOLDER [TARGET...]: builds the targets, or all, with JOBS jobs, by default one per processor.
+# Prints warnings and errors only.
 build() {
   local folder=$1
   shift

@@ -1,6 +1,6 @@
 # cmake -DDOXYGEN=... -DDOT=... -DVERSION=... -DSOURCE=... -DOUTPUT=... -P reference.cmake: makes the
 # reference from the public headers, as HTML in OUTPUT/html and as section 3 manual pages in
-# OUTPUT/man3. Whatever Doxygen has to complain of is an error.
+# OUTPUT/man3. Any warning of Doxygen is an error.
 
 set(SYSCONFREADER_VERSION "${VERSION}")
 set(SYSCONFREADER_SOURCE "${SOURCE}")
@@ -15,7 +15,7 @@ file(MAKE_DIRECTORY "${OUTPUT}/man3")
 configure_file("${CMAKE_CURRENT_LIST_DIR}/Doxyfile.in" "${OUTPUT}/Doxyfile" @ONLY)
 execute_process(COMMAND "${DOXYGEN}" "${OUTPUT}/Doxyfile" RESULT_VARIABLE result)
 if(NOT result EQUAL 0)
-  message(FATAL_ERROR "Doxygen is not content with the public headers")
+  message(FATAL_ERROR "Doxygen reports mistakes in the public headers")
 endif()
 
 # manual_page(NAME RAW): RAW as the page NAME(3). Doxygen names a page by its scope or file, writes

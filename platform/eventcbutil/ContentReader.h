@@ -11,9 +11,8 @@
 
 namespace eventcbutil {
 
-/// Reads files for a comparison without being delayed by a file that hangs, as one on a network
-/// file system may. Each read has a short-lived thread. A read that hangs keeps its thread; while
-/// it does, no further one is started.
+/// Reads files for a comparison, without waiting for a file that hangs on a network file system.
+/// Each read has a short-lived thread. While a read hangs, no further one is started.
 class ContentReader {
 public:
     /// How long a read may take.

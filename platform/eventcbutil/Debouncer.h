@@ -7,8 +7,8 @@
 
 namespace eventcbutil {
 
-/// Gathers changes until there has been none for a quiet time, but no longer than a longest time.
-/// It has no clock; the caller passes the time.
+/// Gathers changes until none has arrived for a quiet time, at most for a longest time. It has no
+/// clock; the caller passes the time.
 class Debouncer {
 public:
     using Time = std::chrono::steady_clock::time_point;

@@ -5,20 +5,20 @@
 
 namespace eventcbutil {
 
-/// Owns a file descriptor, and knows it again.
+/// Owns a file descriptor and can verify it.
 ///
 /// The program may close any descriptor (`closefrom(3)` when it becomes a daemon) and open its own
-/// files under the same number. So each descriptor is marked at creation,
-/// and the mark is verified before the number is used again. fstat(2) alone does not suffice: all
-/// instances of inotify share one inode. The mark is the signal number of fcntl(F_SETSIG), which
-/// belongs to the open file description. No signal is ever sent, because O_ASYNC is not set.
+/// files under the same number. So each descriptor is marked at creation, and the mark is verified
+/// before each use. The mark is the signal number of fcntl(F_SETSIG), which belongs to the open
+/// file description; no signal is sent, because O_ASYNC is not set. fstat(2) does not suffice: all
+/// instances of inotify share one inode.
 ///
-/// The number is 3 or higher, so that a program that reopens its standard streams does not hit it.
+/// The number is 3 or higher, out of the way of a program that reopens its standard streams.
 class Descriptor {
 public:
     /// None.
     Descriptor() = default;
-    /// Takes over a descriptor that was opened a moment ago.
+    /// Takes ownership of a new descriptor.
     /// @param descriptor The result of the call that opened it. If it is negative, errno is thrown.
     /// @throws std::system_error if there is no descriptor or it cannot be marked; it is closed.
     Descriptor(int descriptor, const char* call);

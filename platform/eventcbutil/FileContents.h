@@ -7,7 +7,7 @@
 
 namespace eventcbutil {
 
-/// What a set of files contains at one moment.
+/// The contents of a set of files at one moment.
 ///
 /// Texts are kept and compared byte by byte: configuration files are small, a time stamp is too
 /// coarse for two writes in a row, and a checksum is not certain. Three kinds of file equal

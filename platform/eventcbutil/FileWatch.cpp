@@ -14,14 +14,14 @@
 namespace eventcbutil {
 namespace {
 
-/// What can make the path of a file lead elsewhere, to a file or to none.
+/// Events that can change what a path refers to.
 constexpr std::uint32_t kWay =
     IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_ATTRIB | IN_DELETE_SELF | IN_MOVE_SELF;
-/// Only for the folder of the file itself: a busy folder such as "/tmp" may be on the way.
+/// Only for the folder of the file itself: folders on the way, such as "/tmp", may be busy.
 constexpr std::uint32_t kContent = IN_MODIFY | IN_CLOSE_WRITE;
 
-/// Whether the error means that the path leads nowhere at the moment. The watch on the folder
-/// above, which is older than the attempt, reports when that changes.
+/// Whether the error means that the path does not exist now. The existing watch on the folder above
+/// reports when that changes.
 bool leadsNowhere(int error, const std::string& path) {
     // A name that is too long cannot exist. A path that is too long can, and can be opened through
     // links.
@@ -138,7 +138,7 @@ void FileWatch::renewDescriptors() {
         try {
             m_mounts.emplace();
         } catch (const std::system_error&) {
-            // Without it the watch is incomplete, but of use.
+            // Without it the watch is incomplete, but useful.
             return;
         }
     }

@@ -16,8 +16,8 @@
 
 namespace eventcbutil {
 
-/// Notices changes of a set of files, whichever part of their paths changes. It watches folders and
-/// not files, so that a file that is replaced stays in sight. Used by one thread at a time.
+/// Notices changes of a set of files and of any part of their paths. It watches folders, so that it
+/// notices the replacement of a file. Used by one thread at a time.
 ///
 /// The watch may be incomplete: the kernel refused something, a path is longer than the kernel
 /// takes, or the program closed the descriptors. Then changes may go unnoticed, and the owner looks

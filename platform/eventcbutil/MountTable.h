@@ -7,8 +7,7 @@
 
 namespace eventcbutil {
 
-/// Notices that a file system is mounted or unmounted. inotify(7) does not report that, but the
-/// path of a file may lead elsewhere afterwards.
+/// Notices mounts, which inotify(7) does not report but which can change what a path refers to.
 class MountTable {
 public:
     /// Nothing from now on is missed.

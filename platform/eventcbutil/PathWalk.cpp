@@ -26,7 +26,7 @@ void putInFront(Names& names, std::string_view path) {
     }
 }
 
-/// The folder is free of links, so its parent is the one in the text.
+/// The folder has no links, so its text contains its parent.
 std::string parent(const std::string& folder) {
     const std::size_t slash = folder.rfind('/');
     return slash == 0 ? "/" : folder.substr(0, slash);

@@ -6,13 +6,13 @@
 
 namespace eventcbutil {
 
-/// One name in one folder, on the way to a file. A watcher of every place on the way notices when
-/// the path begins to lead elsewhere.
+/// One name in one folder on the way to a file. A change of what the path refers to is a change at
+/// one of these places.
 struct Place {
     /// Absolute, free of symbolic links, "." and "..".
     std::string folder;
     std::string name;
-    /// Nothing follows: here is the file itself, or a link to it.
+    /// The last name of the path: the file itself, or a link to it.
     bool last = false;
 
     bool operator==(const Place&) const = default;

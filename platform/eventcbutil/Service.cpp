@@ -128,8 +128,8 @@ void Service::abandonIfForked() {
     abandon(std::move(m_left));
 }
 
-/// Closes the descriptors, so that the child does not keep the watches of its parent alive. Nothing
-/// is destroyed: the thread does not exist here, and it may have been using anything.
+/// Closes the descriptors, so that the child does not keep its parent's watches. Destroys nothing:
+/// the thread, which does not exist here, may have been using anything.
 void Service::abandon(std::shared_ptr<Run> run) {
     if (!run) {
         return;

@@ -16,16 +16,14 @@ namespace eventcbutil {
 
 /// The subscriptions of the process, and the thread that serves them while there are any.
 ///
-/// At most two threads exist: the one that serves, and one that was left because it did not return
-/// from a callback or a system call in time.
+/// At most two threads exist: the one that serves, and one that did not end in time.
 class Service {
 public:
     /// How long the end of the subscriptions waits for a thread.
     static constexpr std::chrono::seconds kLongestEnd{1};
 
-    /// The one service. It is never destroyed, because its thread may run until the very end of
-    /// the process; its thread ends with the static objects that were built before the first
-    /// subscription.
+    /// Never destroyed, because its thread may run until the process ends. Static destruction ends
+    /// the subscriptions.
     static Service& instance();
 
     Service(const Service&) = delete;
@@ -39,7 +37,7 @@ public:
     /// Requests a delivery for the subscription with that callback, if there is one.
     void redeliver(const EventConsumerCallback& callback);
 
-    /// Ends all subscriptions. No callback starts afterwards. Waits for one that is running and for
+    /// Ends all subscriptions: no delivery begins afterwards. Waits for one that has begun and for
     /// the thread, at most kLongestEnd; does not wait on the service's own thread.
     void unsubscribeAll();
 
@@ -53,9 +51,9 @@ private:
         Thread thread;
         /// Null if all have ended. Replaced, never changed, so that the thread can work on it.
         std::shared_ptr<const Subscriptions> subscriptions;
-        /// What the thread works on.
+        /// The subscriptions that the thread works on.
         std::weak_ptr<const Subscriptions> serving;
-        /// A callback is running or about to start.
+        /// A delivery has begun.
         bool calling = false;
         /// The thread touches nothing here any more.
         bool finished = false;
@@ -67,8 +65,8 @@ private:
         std::shared_ptr<Run> abandonedBefore;
     };
 
-    /// Holds the mutex. In a forked child, where a handler of the program may come before the
-    /// service's own, it first does what that one would do.
+    /// Holds the mutex. In a forked child it first does the work of the service's fork handler,
+    /// because handlers of the program may run before that.
     struct Access : ForkMutex::Guard {
         explicit Access(Service& service) : Guard(service.m_mutex) { service.abandonIfForked(); }
     };
@@ -94,7 +92,7 @@ private:
     /// callback or while waiting for a thread.
     ForkMutex m_mutex;
     std::shared_ptr<Run> m_run;
-    /// The run whose thread did not end in time.
+    /// The run of a thread that missed kLongestEnd.
     std::shared_ptr<Run> m_left;
     /// The runs of the parent processes. Their threads do not exist here.
     std::shared_ptr<Run> m_abandoned;

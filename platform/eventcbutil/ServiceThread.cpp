@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the thread of the service does.
+// The thread of the service.
 
 #include "Service.h"
 
@@ -16,7 +16,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Subscriptions = std::vector<std::shared_ptr<Subscription>>;
 
-/// Until the next attempt, if something is used up.
+/// The pause after running out of memory or descriptors.
 constexpr std::chrono::milliseconds kPause{100};
 
 int timeout(const Subscriptions& subscriptions, bool canBeWoken) {
@@ -66,13 +66,13 @@ void Service::serve(Run& run) {
             }
             waitForWork(run.wakeUp.descriptor(), *subscriptions);
         } catch (const std::exception&) {
-            // Out of memory. What was due stays due.
+            // Out of memory. Due deliveries stay due.
             std::this_thread::sleep_for(kPause);
         }
     }
 }
 
-/// What to serve. Null if all subscriptions have ended: the thread ends too.
+/// The subscriptions to serve. Null if all have ended: the thread ends too.
 std::shared_ptr<const Service::Subscriptions> Service::next(Run& run) {
     const Access access(*this);
     run.wakeUp.clear();

@@ -9,8 +9,7 @@
 namespace eventcbutil {
 namespace {
 
-/// Short enough not to be noticed by people, long enough for a configuration system to replace
-/// three files.
+/// Long enough for a configuration system to replace three files.
 constexpr std::chrono::milliseconds kQuietTime{50};
 
 std::string variable(const char* name) {

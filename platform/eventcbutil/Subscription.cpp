@@ -92,8 +92,8 @@ void Subscription::settle(Time now) {
     } else {
         m_backoff.reset();
     }
-    // The callback may have seen the files as they were found, or as they became a moment later. If
-    // anything happened in between, the next announcement must not be suppressed.
+    // The callback may have read the files before or after a change that happened in between. Then
+    // the next announcement must not be suppressed.
     gather(now);
     if (!m_debouncer.due()) {
         m_announced = std::move(m_found);

@@ -16,9 +16,9 @@
 
 namespace eventcbutil {
 
-/// A callback, the files whose changes it is called for, and what is to be delivered. Made on the
-/// subscriber's thread, where the watch begins; from then on only the service's thread uses it,
-/// except for `redeliver` and `sameCallback`.
+/// A callback, the files whose changes it is called for, and the pending delivery. Created on the
+/// subscriber's thread, where the watch begins; then used on the service's thread only, except for
+/// `redeliver` and `sameCallback`.
 class Subscription {
 public:
     using Time = Debouncer::Time;
@@ -39,7 +39,7 @@ public:
     void woken(const pollfd* results) { m_watch.woken(results); }
     void close() { m_watch.close(); }
 
-    /// Takes note of the changes so far.
+    /// Collects the changes so far.
     void gather(Time now);
 
     /// When to call `gather` and `ready` again even if no descriptor is readable.
@@ -51,7 +51,7 @@ public:
     /// Calls back and catches what the callback throws. `settle` must follow.
     void call();
 
-    /// Takes note of what was delivered and of the answer.
+    /// Records what was delivered and the result.
     /// @param now A time after the callback.
     void settle(Time now);
 

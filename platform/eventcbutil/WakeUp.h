@@ -5,8 +5,8 @@
 
 namespace eventcbutil {
 
-/// Wakes a thread that waits in poll(2). A pipe, because it wakes the thread even when the program
-/// closes it: poll(2) keeps the read end open, and a write end that is closed ends the wait.
+/// Wakes a thread that waits in poll(2). A pipe, because closing it also wakes the thread: poll(2)
+/// keeps the read end open, and a closed write end ends the wait.
 class WakeUp {
 public:
     /// @throws std::system_error if there is no pipe.
@@ -18,7 +18,7 @@ public:
     /// Wakes the thread, now or when it next waits.
     void ring();
 
-    /// Takes note of all wake-ups so far. Replaces a pipe that is lost, closed or unreadable; if
+    /// Clears all wake-ups so far. Replaces a pipe that is lost, closed or unreadable; if
     /// that fails, there is none until the next call.
     void clear();
 

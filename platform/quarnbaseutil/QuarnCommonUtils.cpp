@@ -27,7 +27,7 @@ std::string QuarnCommonUtils::Quarngetenv(const std::string& name) {
     if (name.find_first_of(kImpossible) != std::string::npos) {
         return {};
     }
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): callers see to it that nobody changes the environment.
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): callers do not change the environment.
     const char* const value = std::getenv(name.c_str());
     return value == nullptr ? std::string() : std::string(value);
 }

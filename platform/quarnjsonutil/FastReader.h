@@ -5,9 +5,8 @@
 
 /// Reads a text of that length, followed by JsonDocument::kPadding readable bytes, several times
 /// faster than readStrictly does. Takes no stack for nesting.
-/// @return Whether the text was accepted. Refuses some valid texts (integers beyond 64 bits,
-/// doubles
-///         beyond the range, bytes that are not UTF-8, lone surrogates), but accepts none that
-///         readStrictly refuses. Only then is `tape` replaced.
+/// @return Whether the text was accepted; only then is `tape` replaced. Refuses some valid texts
+///         (integers beyond 64 bits, doubles out of range, bytes that are not UTF-8, lone
+///         surrogates), but accepts none that readStrictly refuses.
 /// @throws std::bad_alloc if memory runs out.
 bool readFast(const char* text, std::size_t length, Tape& tape);

@@ -11,16 +11,16 @@
 #include <utility>
 #include <vector>
 
-/// A JSON text that was read and found valid as a whole, from which values are built only when they
-/// are needed. For large texts of which little is needed: reading takes a small part of the time
-/// and memory that JsonReader takes to build the full tree.
+/// A valid JSON text from which values are built when they are needed. For large texts of which
+/// little is needed: reading takes a small part of the time and memory of the full tree that
+/// JsonReader builds.
 ///
 /// It accepts exactly the texts that `JsonReader(false)` accepts, and its values are those of that
 /// reader's tree. A Node answers like a constant Json::Value: an absent member is null, and a value
 /// of the wrong type throws the same Json::Exception.
 ///
-/// Stack: reading, freeing and every question but value() take the same stack at every nesting
-/// depth, for texts that are refused as well. See Node::value().
+/// Stack: reading, freeing and every access except Node::value() take the same stack at every
+/// nesting depth, also for refused texts.
 ///
 /// Memory: a document takes at most 8 bytes for each byte of the text, and up to 13 while it is
 /// read, the text included.
@@ -41,9 +41,9 @@ public:
     /// @throws std::bad_alloc if memory runs out; the root is then unchanged.
     bool read(const char* text, std::size_t length);
 
-    /// Becomes a packed copy of a document, for a text that is kept. The copy is smaller, and finds
-    /// a member of a large object without walking over the others; its answers are the same. It
-    /// refers to the text, which must stay unchanged as long as this document is used.
+    /// Becomes a packed copy of a document, for a text that is kept. The copy is smaller and finds
+    /// a member of a large object without visiting the others. It refers to the text, which must
+    /// stay unchanged as long as this document is used.
     /// @param text The text that `document` has read.
     /// @return Whether there is a copy: not of a document that has read nothing, nor of a text of
     ///         64 MiB or more.
@@ -64,9 +64,8 @@ private:
     std::unique_ptr<Contents> m_contents;
 };
 
-/// A value of a document, or of any tree of Json::Values. It refers to the value and copies
-/// nothing: it is valid as long as its document is not read into again or destroyed, or its tree
-/// not changed.
+/// A reference to a value of a document, or of a tree of Json::Values. It is valid until the
+/// document is read into again or destroyed, or the tree is changed.
 class [[gnu::visibility("default")]] JsonDocument::Node {
 public:
     class Range;
@@ -85,13 +84,12 @@ public:
     /// @throws Json::Exception if this is neither an object nor null.
     std::vector<std::pair<std::string, Node>> members() const;
 
-    /// Returns what the indexes from 0 to size() - 1 give: the elements of an array, nothing for an
-    /// empty object or a value that is neither.
+    /// Returns the elements of an array; nothing for an empty object or a scalar.
     /// @throws Json::Exception for an object with members, which has a size but no indexes.
     Range elements() const;
 
-    /// Returns what an iteration gives: the elements of an array, the member values of an object in
-    /// ascending order of their names, nothing for a value that is neither.
+    /// Returns the elements of an array, or the member values of an object in ascending order of
+    /// their names; nothing for a scalar.
     Range children() const;
 
     /// Returns the value as text, like Json::Value::asString().

@@ -24,8 +24,7 @@
 ///                  ED BF BF).
 ///
 /// Two limits make a grammatical text fail: at most kNestingLimit arrays and objects may be open at
-/// once, and a text may have kTextLimit bytes, beyond which jsoncpp could not hold its longest
-/// possible member name.
+/// once, and a text may have kTextLimit bytes, because of the longest member name of jsoncpp.
 ///
 /// `JsonReader(true)`, the lenient reader, accepts what jsoncpp's Json::CharReaderBuilder accepts
 /// with its defaults: comments, several of the numbers above, anything after the value. At most
@@ -39,22 +38,17 @@
 class [[gnu::visibility("default")]] JsonReader {
 public:
     enum : unsigned {
-        /// Accepted by the strict reader. jsoncpp copies and frees a tree recursively. Measured
-        /// with
-        /// jsoncpp 1.9.5 on x86-64, copying takes 112 bytes of stack a level, and 48 more for each
-        /// step to the right in the search tree that holds the level's children, at most
-        /// 2 * log2(n + 1) of them; freeing takes less. At this limit that is 112 KiB for levels of
-        /// one child and up to 1.5 MiB for levels of 30,000. A tree of 16 levels, which is more
-        /// than
-        /// any configuration file needs, takes at most 24 KiB.
+        /// Of the strict reader. jsoncpp copies and frees a tree recursively. With jsoncpp 1.9.5 on
+        /// x86-64, copying takes 112 bytes of stack per level, and 48 for each step to the right in
+        /// the search tree of the level's n children, at most 2 * log2(n + 1); freeing takes less.
+        /// At this limit that is 112 KiB for levels of one child and up to 1.5 MiB for levels of
+        /// 30,000. A tree of 16 levels takes at most 24 KiB.
         kNestingLimit = 1024,
-        /// Accepted by the lenient reader, which is recursive itself and takes 544 bytes of stack a
-        /// level.
+        /// Of the lenient reader, which is recursive: 544 bytes of stack per level.
         kLenientNestingLimit = 24,
         kTextLimit = (1U << 30U) - 1
     };
 
-    /// @param lenient False for the strict reader, true for the lenient one.
     explicit JsonReader(bool lenient);
 
     /// Reads the whole text. An empty text fails.

@@ -7,7 +7,7 @@
 /// infinity above the range, 0 below it.
 double nearestDouble(const char* first, const char* last);
 
-/// A number as a tape has it.
+/// A number in the form of a tape.
 struct Number {
     Tape::Type type;
     Tape::Word bits;

@@ -8,9 +8,8 @@
 /// grammatical, are written so that it accepts them with the same value:
 ///
 ///   - A number with an exponent of three digits or more than 300 characters, which RapidJSON may
-///   take
-///     for too big (even `0e400`), is written short; one beyond the range of double as `10e308`,
-///     which it passes on.
+///     reject as too big (even `0e400`), is shortened; one beyond the range of double becomes
+///     `10e308`, which RapidJSON accepts.
 ///   - The escape of a leading surrogate without its other half is written as its three bytes.
 ///
 /// A text that is not grammatical stays so.

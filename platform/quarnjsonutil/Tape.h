@@ -109,7 +109,7 @@ public:
     static constexpr std::size_t kLargestPacked = (std::size_t{1} << 26U) - 1;
 
     /// Returns the packed form of a tape that was read from `text`. It refers to the text, which
-    /// must stay as it is as long as the tape is used.
+    /// must stay unchanged as long as the tape is used.
     /// @throws std::bad_alloc if memory runs out.
     Tape packed(std::string_view text) const;
 
@@ -119,9 +119,9 @@ public:
 private:
     class Packer;
 
-    /// The upper 6 bits of a packed word are an index of this table. kVerbatim: the payload is
-    /// where the text has the opening quote, and the bytes are as they are there. kRespelled: the
-    /// payload is where m_respelled has the bytes, in the form of `texts`.
+    /// The upper 6 bits of a packed word are an index of this table. kVerbatim: the payload is the
+    /// place of the opening quote in the text, which has the bytes. kRespelled: the payload is the
+    /// place of the bytes in m_respelled, in the form of `texts`.
     static constexpr Type kPackedTypes[] = {kNull, kTrue, kFalse, kSigned,   kUnsigned, kDouble,
                                             kText, kText, kArray, kArrayEnd, kObject,   kObjectEnd};
     enum : std::uint32_t { kVerbatim = 6, kRespelled = 7 };

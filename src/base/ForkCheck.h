@@ -5,8 +5,7 @@
 
 namespace Quarncommon {
 
-/// The forks that are in progress. In a child it stays above 0 until the library has started again
-/// there.
+/// The forks in progress. Stays above 0 in a child until the library has started again there.
 inline constinit std::atomic<unsigned int> g_forks{0};
 
 /// Starts the library again if this is a child in which that has not been done yet. Defined in

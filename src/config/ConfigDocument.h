@@ -13,8 +13,7 @@ namespace Quarncommon::config {
 /// A parsed file.
 using Document = JsonDocument;
 #else
-/// A parsed file. For a platform whose JSON library has no JsonDocument: builds the full tree and
-/// answers from it.
+/// The same for a platform whose JSON library has no JsonDocument: builds the full tree.
 class Document {
 public:
     static constexpr std::size_t kPadding = 0;

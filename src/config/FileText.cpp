@@ -22,8 +22,7 @@ namespace {
 
 using Outcome = ReadResult::Outcome;
 
-/// Classifies a failed system call: some errors are lasting properties of the path, the others may
-/// be gone at the next call.
+/// Classifies a failed system call: some errors are properties of the path, others are temporary.
 Outcome outcomeOf(int error) {
     constexpr std::array kTransient = {ENOMEM, EMFILE, ENFILE, EIO,       ESTALE,
                                        EINTR,  EAGAIN, EBUSY,  ETIMEDOUT, ENOBUFS};
@@ -122,7 +121,7 @@ bool FileText::readFrom(int descriptor, std::size_t size, const FileText* known)
                                       static_cast<off_t>(equal));
         if (count <= 0 || std::memcmp(m_bytes.get(), known->data() + equal,
                                       static_cast<std::size_t>(count)) != 0) {
-            // Another text, an error or the end: reading goes on from here without comparing.
+            // Another text, an error or the end: the rest is read without comparing.
             assign(*known, equal);
             return readMore(descriptor, size);
         }
@@ -149,7 +148,7 @@ bool FileText::readMore(int descriptor, std::size_t size) {
             return true;
         }
         m_length += added;
-        // The read that would find the end is left out: the caller compares the size again.
+        // The read at the end is skipped: the caller compares the size again.
         if (count == 0 || (size != 0 && m_length == size)) {
             return true;
         }
@@ -187,9 +186,9 @@ void FileText::assign(const FileText& known, std::size_t length) {
     m_length = length;
 }
 
-// One read is enough if nothing changes meanwhile and the time stamps would show it. If they might
-// not, a second read must give the same bytes. If they change during each read, something may just
-// be touching the file: then the last two reads decide.
+// One read is enough if the file does not change and its time stamps would show a change. If they
+// might not, a second read must give the same bytes. If they change during each read, a program may
+// only be touching the file: then the last two reads are compared.
 ReadResult::Outcome readWhole(const std::string& path, FileText& text, const FileText* known) {
     constexpr int kReads = 8;
     const Descriptor file(path);

@@ -16,10 +16,9 @@ public:
     enum class Outcome {
         Parsed,
         /// Missing, not permitted, not a regular file, too large, or not one valid JSON text.
-        /// Reading again gives the same until somebody changes something.
         NotParsed,
-        /// A resource or the storage failed, or the file changed during each of eight reads. Its
-        /// content is unknown, and reading again may succeed.
+        /// A resource or the storage failed, or the file changed during each of eight reads.
+        /// Reading again may succeed.
         Unavailable
     };
 
@@ -34,9 +33,9 @@ private:
 /// The bytes of a file, followed by the padding that a Document may read.
 class FileText {
 public:
-    /// A longer file is refused by its size: no reader accepts a longer text.
+    /// A larger file is refused unread: no reader accepts a longer text.
     static constexpr std::size_t kLargest = std::size_t{1} << 30U;
-    /// The same limit for a file that does not report its size, as those of /proc.
+    /// The limit for a file that does not report its size, as in /proc.
     static constexpr std::size_t kLargestWithoutSize = std::size_t{16} << 20U;
 
     const char* data() const { return m_same != nullptr ? m_same->data() : m_bytes.get(); }
@@ -46,7 +45,7 @@ public:
     /// Whether the bytes are those of `known`, in its memory.
     bool sameAs(const FileText& known) const { return m_same == &known; }
 
-    /// Whether no memory is left unused, which is so if the file reported its size.
+    /// Whether all allocated memory is used, as for a file that reports its size.
     bool isTight() const { return m_capacity == m_length; }
 
     /// Reads the first `size` bytes, or up to the end of the file if that comes first or if `size`,
@@ -63,8 +62,8 @@ private:
         void operator()(char* bytes) const { std::free(bytes); }
     };
 
-    /// Makes room for at least one more byte. The size that a file reports is trusted up to a few
-    /// megabytes; beyond, and without a size, the room doubles each time it has been filled.
+    /// Allocates at least one more byte. The reported size is trusted up to a few megabytes; beyond
+    /// that, and without a size, the capacity doubles whenever it is full.
     void reserveMore(std::size_t size, std::size_t most);
     void grow(std::size_t capacity);
     bool readMore(int descriptor, std::size_t size);
@@ -77,13 +76,11 @@ private:
     std::size_t m_capacity = 0;
 };
 
-/// Reads the file until its content is known. Which bytes these are if the file changes while it
-/// is read:
-/// - A file that is replaced by rename() gives one text or the other, always whole.
-/// - A file that is written in place is read up to eight times, until it has not changed while it
-///   was read. If it was touched during each of these reads, the last two must be equal. The bytes
-///   can still contain a part of the old and a part of the new text, if the writer did not write
-///   between these reads: nothing distinguishes that state of the file from a finished one.
+/// Reads the file until its content is known. If the file changes while it is read:
+/// - A file that is replaced by rename() gives the complete old or new text.
+/// - A file that is written in place is read up to eight times, until it does not change during the
+///   read. If it is touched during each read, the last two must be equal. If the writer pauses
+///   during these reads, the bytes can be a part of the old and a part of the new text.
 /// @param known See FileText::readFrom.
 /// @return Parsed if `text` is the content.
 /// @throws std::bad_alloc if memory runs out.

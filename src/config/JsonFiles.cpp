@@ -7,8 +7,7 @@ namespace Quarncommon::config {
 
 namespace {
 
-/// Reads the file and passes its text to `parse`. A text with a NUL byte is refused here, because
-/// it is not complete.
+/// Reads the file and passes its text to `parse`. Refuses a text with a NUL byte: it is incomplete.
 template <typename Parse>
 ReadResult readAndParse(const std::string& path, Parse parse) {
     FileText text;

@@ -14,9 +14,9 @@ namespace Quarncommon::config {
 /// Reads the whole regular file and parses it into `value`, which is changed only if the result is
 /// true.
 ///
-/// Limits: a file of more than 1 GiB is refused by its size. A file that reports no size, as those
-/// of /proc, is refused after 16 MiB. Memory grows with what was read, not with the reported size,
-/// and reading stops at the first NUL byte: no JSON text contains one.
+/// Limits: a file of more than 1 GiB is refused unread, one that reports no size after 16 MiB, and
+/// reading stops at the first NUL byte. Memory grows with what was read, not with the reported
+/// size.
 /// @throws std::bad_alloc if memory runs out, and what a JsonReader of the platform throws.
 ReadResult readJsonFile(const std::string& path, Json::Value& value);
 

@@ -7,9 +7,8 @@
 
 #include <string>
 
-/// Reading the two node lists. Each call reads the file. If it has the same bytes as at the last
-/// call, the parse of that call is used again: the parse depends on the bytes only, so the answer
-/// is the same. Time stamps and identities of files are not trusted.
+/// Reading the two node lists. Each call reads the file. If its bytes equal those of the last call,
+/// the parse of that call is used again; time stamps and identities of files are not trusted.
 namespace Quarncommon::config {
 
 #ifdef SYSCONFREADER_WITH_DOCUMENT

@@ -78,7 +78,7 @@ ParsedTextPointer parseNew(FileText&& text, ListMemory& memory) {
     ParsedTextPointer kept;
     try {
         if (result->text->length() <= ListMemory::kLargest && result->text->isTight()) {
-            // Without a large parse, which is made again and packed if the text is used again.
+            // A large parse is not kept. If the text is used again, it is parsed again and packed.
             kept = isSmall(*result->parse, *result->text)
                        ? result
                        : std::make_shared<const ParsedText>(result->text, false);

@@ -15,7 +15,7 @@
 
 namespace Quarncommon::config {
 
-/// A text and its parse. Threads share it. It does not change, but for the count of its uses.
+/// A text and its parse, shared by threads. Only the number of its uses changes.
 struct ParsedText {
     ParsedText(std::shared_ptr<const FileText> itsText, bool isFinal)
         : text(std::move(itsText)), final(isFinal) {}
@@ -33,7 +33,7 @@ struct ParsedText {
 
 using ParsedTextPointer = std::shared_ptr<const ParsedText>;
 
-/// Where the last text of a list is kept between queries, for all threads.
+/// The last text of a list, for all threads.
 class ListMemory {
 public:
     /// A longer text is not kept.
@@ -44,10 +44,10 @@ public:
     /// Returns the kept text, null if there is none.
     ParsedTextPointer current();
 
-    /// Keeps a text; null keeps none.
+    /// Replaces the kept text; null removes it.
     void keep(ParsedTextPointer text);
 
-    /// Keeps `text` instead of `former`, unless that was replaced meanwhile.
+    /// Keeps `text` instead of `former`, unless `former` has been replaced.
     void replace(const ParsedTextPointer& former, ParsedTextPointer text);
 
     /// For a forked child. If another thread was changing the pointer at the time of the fork, it

@@ -11,7 +11,7 @@
 #include <utility>
 
 /// Loads that meet a shortage: a resource or the storage fails, although the files may be valid.
-/// What such a load found is kept like that of any other, but a load should follow soon.
+/// The values that were read are kept, and another load should follow soon.
 namespace Quarncommon {
 
 /// The number of shortages that this thread has met. A counter, because loads of the two readers
@@ -31,7 +31,7 @@ void load(Steps&& steps) {
     unreportedShortage<Class> = t_shortageCount != before;
 }
 
-/// Runs a part of a load, drops its exceptions, and counts those that are shortages.
+/// Runs a part of a load and drops its exceptions. Increments the counter for a shortage.
 template <typename Step>
 void loadStep(Step&& step) {
     runDroppingExceptions([&] {
@@ -48,7 +48,7 @@ void loadStep(Step&& step) {
     });
 }
 
-/// Returns whether a load has read and parsed a file, and counts a shortage.
+/// Returns whether the file was read and parsed. Increments the counter for a shortage.
 inline bool parsedForLoad(config::ReadResult result) {
     t_shortageCount += result.unavailable() ? 1 : 0;
     return static_cast<bool>(result);

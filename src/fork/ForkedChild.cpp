@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// The library in a forked child. A child has one thread, the one that forked; locks that other
-// threads held are never released there. Because an event may start a load at any time, every child
-// may be affected, even one that only calls exit().
+// The library in a forked child, which has one thread: locks that other threads held are never
+// released there. An event may start a load at any time, so this affects every child, even one that
+// only calls exit().
 
 #include "SysConfReader.h"
 #include "SysConfReaderImpl.h"

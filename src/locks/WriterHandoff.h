@@ -12,14 +12,14 @@ namespace Quarncommon {
 /// would never get the lock. So a reader lets one waiting writer take the lock first. It does not
 /// wait for a second one: a stream of writers does not starve readers either.
 ///
-/// The wait is bounded. A query that hangs in a file system keeps the writer waiting, and the
-/// writer must not block all other queries too. Readers hold back during the first second of the
-/// writer's wait (the claim), then no longer; after ten seconds the writer claims again, and so on.
+/// The wait is limited, so that a query that hangs in a file system does not block all others while
+/// a writer waits for it. Readers hold back only during the first second of every ten that the
+/// writer waits (the claim).
 ///
 /// A thread that already holds a lock never waits here, because the writer may be waiting for that
-/// very lock. There are two cases: a query that takes the read side twice, and an event that the
-/// event library delivers on the thread that is loading. Only these are recorded, in a counter of
-/// the thread: counting in every query would make the shortest ones slower by a third.
+/// lock. There are two cases: a query that takes the read side twice, and an event that is
+/// delivered on the loading thread. Only these increment a counter of the thread; a counter in
+/// every query would make the shortest ones slower by a third.
 class WriterHandoff {
 public:
     static constexpr Clock::duration kClaim = std::chrono::seconds(1);

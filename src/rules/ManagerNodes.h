@@ -50,7 +50,6 @@ void collectTaggedAddresses(const AnyNode& list, const std::set<std::string>& ta
             }
             return Walk::OtherTags;
         });
-        // A node id that the caller's map already has keeps its addresses.
         if (!byNode.emplace(id, std::move(tagged)).second) {
             reportSkipped(node, Skipped::Why::AlreadyInAnswer);
         }

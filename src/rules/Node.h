@@ -15,13 +15,13 @@ namespace Quarncommon::rules {
 
 #ifdef SYSCONFREADER_WITH_DOCUMENT
 
-/// A value as rules see it, in a text or in a tree.
+/// A JSON value, in a text or in a tree.
 using Node = JsonDocument::Node;
 
 #else
 
-/// A value as rules see it, in a tree that must outlive the node. Answers like JsonDocument::Node,
-/// which the platform's JSON library does not have.
+/// The same for the platform's JSON library, which has no JsonDocument: a value in a tree that must
+/// outlive the node.
 class Node {
 public:
     Node(const Json::Value& value) : m_value(&value) {} // NOLINT(google-explicit-constructor)
@@ -38,8 +38,7 @@ public:
         return members;
     }
 
-    /// Returns what the indexes below size() give. An object with members has a size but no
-    /// indexes, and throws.
+    /// Returns the elements of an array. Throws for an object with members, which has no indexes.
     std::vector<Node> elements() const {
         std::vector<Node> elements;
         // NOLINTNEXTLINE(modernize-loop-convert): that would visit an object's members
@@ -49,7 +48,7 @@ public:
         return elements;
     }
 
-    /// Returns what an iteration gives, including the members of an object.
+    /// Returns the elements of an array or the values of an object.
     std::vector<Node> children() const { return {m_value->begin(), m_value->end()}; }
 
     std::string asString() const { return m_value->asString(); }

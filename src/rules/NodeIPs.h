@@ -8,15 +8,15 @@
 #include <string_view>
 
 /// The two ways to collect a family of numbered addresses from a node's entries. They differ on
-/// purpose in nearly every point: which tags belong to the family, which of several addresses wins,
-/// when service addresses are reported, and how the arrays are walked.
+/// purpose: in the tags of the family, the winner of several addresses, the condition for service
+/// addresses, and the walk over arrays.
 namespace Quarncommon::rules {
 
 /// Returns the number after a tag's prefix: decimal, 0 without digits, saturated to the range of
 /// `long` and then cut to its low 32 bits.
 int numberInTag(const std::string& tag, std::size_t prefixLength);
 
-/// Keeps the address that the number has; returns whether it had none.
+/// Stores the address unless the number has one. Returns whether it was stored.
 inline bool keepFirst(std::map<int, std::string>& byNumber, int number,
                       const SharedAddress& address) {
     return byNumber.try_emplace(number, *address).second;
@@ -26,7 +26,7 @@ inline bool keepFirst(std::map<int, SharedAddress>& byNumber, int number,
     return byNumber.try_emplace(number, address).second;
 }
 
-/// By the number in the tag. The first address wins, numbers that are already keys included.
+/// Collects by the number in the tag. The first address wins; existing keys are not overwritten.
 /// Service addresses of tags outside the family are always reported. An object is walked like an
 /// array. `Address` is std::string or SharedAddress.
 template <typename AnyNode, typename Address>
@@ -55,8 +55,8 @@ void collectByNumber(const AnyNode& addresses, const std::string& prefix,
     }
 }
 
-/// What a walk by tag has seen so far; valid also if the walk ended in an exception. Then the
-/// family is no part of the answer, and of the service addresses only the first one is.
+/// The result of a walk by tag. If an exception ended the walk, the answer has no address of the
+/// family, and "service" but not "service2".
 struct TagWalk {
     bool matched = false;
     bool complete = false;
@@ -67,9 +67,9 @@ struct TagWalk {
     std::string secondService() const { return complete ? service2 : std::string(); }
 };
 
-/// By the whole tag: `Slot slotFor(const std::string& tag)` returns the slot of a tag, a value that
-/// converts to false for a tag outside the family. The last address wins. Service addresses are
-/// reported apart from the family.
+/// Collects by the whole tag: `Slot slotFor(const std::string& tag)` returns the slot of a tag, a
+/// value that converts to false for a tag outside the family. The last address wins. Service
+/// addresses are reported apart from the family.
 template <typename AnyNode, typename SlotFor, typename Slot>
 void collectByTag(const AnyNode& addresses, SlotFor slotFor, std::map<Slot, SharedAddress>& bySlot,
                   TagWalk& seen) {
@@ -91,11 +91,10 @@ void collectByTag(const AnyNode& addresses, SlotFor slotFor, std::map<Slot, Shar
 }
 
 /// The same into texts: `std::string* slotFor(const std::string& tag)` returns where the address of
-/// a tag is stored. If the walk ends in an exception, what was found before is stored.
+/// a tag is stored. If an exception ends the walk, what was found before is stored.
 template <typename AnyNode, typename SlotFor>
 void collectByTag(const AnyNode& addresses, SlotFor slotFor, TagWalk& seen) {
-    // An address is copied only when it has won: each of many entries may be the last for all
-    // slots.
+    // An address is copied only after the walk: each of many entries may win all slots for a time.
     std::map<std::string*, SharedAddress> bySlot;
     const auto store = [&] {
         for (const auto& [slot, address] : bySlot) {
@@ -130,8 +129,8 @@ void collectSouthbound(const AnyNode& addresses, std::string_view family,
 void addServices(const TagWalk& seen, std::map<std::string, std::string>& byTag,
                  Trace* trace = nullptr);
 
-/// Reports which service addresses are left out of the answer to a walk. Those that the caller
-/// counts among the family, because their tags are keys, are not.
+/// Reports which service addresses are left out of the answer to a walk. Service tags that are keys
+/// of the caller belong to the family and are not reported.
 void reportServices(const TagWalk& seen, const std::map<std::string, std::string>& byTag,
                     Trace* trace);
 

@@ -10,10 +10,10 @@
 #include <utility>
 #include <vector>
 
-/// Where a node list has its nodes and their addresses, and the one walk over the tags of address
-/// entries. Like every rule, these are functions of a JSON value alone. A missing member reads as
-/// null; a value of the wrong type throws what jsoncpp throws. Each rule takes time in proportion
-/// to what it reads, whatever the values are.
+/// Access to nodes and addresses of a node list, and the walk over the tags of address entries.
+/// Like every rule, these are functions of a JSON value alone. A missing member reads as null; a
+/// value of the wrong type throws what jsoncpp throws. Each rule takes time in proportion to what
+/// it reads.
 namespace Quarncommon::rules {
 
 inline constexpr std::string_view kServiceTag = "service";
@@ -23,7 +23,6 @@ inline constexpr std::string_view kInternalServiceTag = "internal_service";
 inline constexpr std::string_view kSouthboundFamily = "southbound";
 inline constexpr std::string_view kNorthboundFamily = "northbound";
 
-/// Returns the text with every byte lower-cased by `tolower`.
 std::string lowerCased(std::string text);
 
 /// Returns the node entry of that id in a node list.
@@ -40,13 +39,13 @@ AnyNode addressEntries(const AnyNode& node) {
     return node["IPAddresses"];
 }
 
-/// Returns the role of a node entry, "extAttr"."hostType".
+/// Returns "extAttr"."hostType".
 template <typename AnyNode>
 std::string hostType(const AnyNode& node) {
     return node["extAttr"]["hostType"].asString();
 }
 
-/// Returns the tenancy of a node entry, "assignedToTenancy".
+/// Returns "assignedToTenancy".
 template <typename AnyNode>
 std::string tenancy(const AnyNode& node) {
     return node["assignedToTenancy"].asString();
@@ -58,9 +57,8 @@ enum class Walk { OtherTags, NextEntry, Stop };
 /// An address that several slots can have without copies.
 using SharedAddress = std::shared_ptr<const std::string>;
 
-/// An address entry, whose "IP" is read when it is first needed and only once. An entry can have
-/// very many tags and a very long address: finding or copying it for each tag would take time that
-/// grows with the square of the file's size.
+/// An address entry whose "IP" is read once, when it is first needed. An entry can have many tags
+/// and a long address: reading it for each tag would take time quadratic in the size of the file.
 template <typename AnyNode>
 class AddressEntry {
 public:
@@ -79,8 +77,7 @@ public:
         return m_address;
     }
 
-    /// Whether this is the first call for that output. A rule copies the address into an output
-    /// only then, because the copy for a further tag of the entry changes nothing.
+    /// Whether this is the first call for that output. Further copies would change nothing.
     bool firstFor(const void* output) {
         if (std::find(m_outputs.begin(), m_outputs.end(), output) != m_outputs.end()) {
             return false;

@@ -6,12 +6,12 @@
 #include <map>
 #include <string>
 
-/// The steps of a load of SysConfReader. The order of the assignments is binding: a value of the
-/// wrong type throws and ends the load, with every value before it new and every value after it
-/// that of the load before.
+/// The steps of a load of SysConfReader. The order of the assignments is part of the behaviour: a
+/// value of the wrong type throws and ends the load, and all later values are those of the previous
+/// load.
 namespace Quarncommon::rules {
 
-/// Where the values of a load are kept; they hold those of the load before.
+/// The loaded values; before a load, those of the previous one.
 struct ReaderValues {
     std::map<std::string, Json::Value>& databases;
     std::string& maintenanceIP;
@@ -33,7 +33,7 @@ AnyNode processEntry(const AnyNode& appConfig, const std::string& instanceId) {
     return appConfig["processes"][instanceId];
 }
 
-/// What the app config file says.
+/// Loads the values of the app config file.
 template <typename AnyNode>
 void loadAppConfig(const AnyNode& appConfig, const std::string& instanceId,
                    const ReaderValues& values) {
@@ -52,8 +52,8 @@ void loadAppConfig(const AnyNode& appConfig, const std::string& instanceId,
     values.floatNodeId = values.nodeId;
 }
 
-/// What the node list says. `replaceBySource(std::string& nodeId)` replaces the id by that of
-/// the source node, if there is one.
+/// Loads the values of the node list. `replaceBySource(std::string& nodeId)` replaces the id by
+/// that of the source node, if there is one.
 template <typename AnyNode, typename ReplaceBySource>
 void loadNodeList(const AnyNode& nodeList, ReplaceBySource replaceBySource,
                   const ReaderValues& values) {
@@ -61,7 +61,7 @@ void loadNodeList(const AnyNode& nodeList, ReplaceBySource replaceBySource,
     if (values.hostType == "standby") {
         replaceBySource(values.floatNodeId);
     }
-    // The role is the own node's, the tag that of the node whose addresses are answered.
+    // The role is that of the own node, the tag that of the float node.
     values.hostTagName = nodeEntry(nodeList, values.floatNodeId)["extAttr"]["HOSTID"].asString();
 }
 

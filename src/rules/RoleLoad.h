@@ -6,8 +6,8 @@
 
 #include <string>
 
-/// The steps of a load of SysConfReaderImpl, in their order. Each is given the values of the load
-/// before, and ends at a value of the wrong type, which throws: what it has not assigned stays.
+/// The steps of a load of SysConfReaderImpl, in their order. Each gets the values of the previous
+/// load and changes them. A value of the wrong type throws and ends the step.
 namespace Quarncommon::rules {
 
 template <typename AnyNode>
@@ -29,7 +29,7 @@ void loadTenancy(const AnyNode& nodeList, const std::string& localNodeId,
     productName = tenancy(nodeEntry(nodeList, localNodeId));
 }
 
-/// An id without a candidate is carried over from the load before.
+/// An id without a candidate is kept.
 template <typename AnyNode>
 void loadRoleNodeIds(const AnyNode& managerNodeList, const std::string& productName,
                      std::string& masterNodeId, std::string& standbyNodeId) {

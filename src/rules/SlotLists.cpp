@@ -22,7 +22,6 @@ std::string roomFor(const SlotMap& slots, std::size_t separators) {
     return list;
 }
 
-/// Appends an address of the slot list.
 void append(std::string& list, std::size_t position, int slot, const SharedAddress& address,
             Trace* trace) {
     list += *address;
@@ -31,7 +30,6 @@ void append(std::string& list, std::size_t position, int slot, const SharedAddre
     }
 }
 
-/// Appends the address of that slot, if it has one.
 void appendSlot(std::string& list, std::size_t position, int slot, const SlotMap& slots,
                 Trace* trace) {
     if (const auto found = slots.find(slot); found != slots.end()) {
@@ -63,8 +61,7 @@ std::string northList(const SlotMap& byNumber, Trace* trace) {
             list += ';';
         }
     }
-    // The last separator is removed only after further numbers: callers recognise the four slots
-    // alone by the one that stays.
+    // The last separator is removed only after further numbers: the list of four slots keeps it.
     if (further) {
         list.pop_back();
     }

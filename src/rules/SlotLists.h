@@ -7,7 +7,7 @@
 #include <map>
 #include <string>
 
-/// How addresses are joined into one text, slot by slot, and what such a text contains.
+/// Slot lists: addresses joined into one text, slot by slot.
 namespace Quarncommon::rules {
 
 using SlotMap = std::map<int, SharedAddress>;

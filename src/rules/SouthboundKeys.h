@@ -29,8 +29,8 @@ private:
     std::size_t m_length = 0;
 };
 
-/// All of them in ascending order by bytes, as a map has its keys: the family's name alone, then
-/// with 10, 100, 1000, 1001 and so on, 9, 90 ... 999.
+/// All names in ascending byte order, as in a map: the family's name alone, then with 10, 100,
+/// 1000, 1001 ... 9, 90 ... 999.
 struct SouthboundKeys {
     std::array<SouthboundKey, kSouthboundSlots> keys{};
     std::size_t count = 0;

@@ -10,7 +10,7 @@
 #include <variant>
 #include <vector>
 
-/// What a rule looks at and decides, reported to an observer.
+/// Reports of what a rule reads and decides.
 ///
 /// A rule is a template over the class of its nodes. With a Node it reports nothing, and the
 /// compiler removes every report. With a TracedNode it reports each step to a Trace, with the path
@@ -32,12 +32,12 @@ struct NodeLookup {
     bool found = false;
 };
 
-/// The rule has come to an address entry.
+/// The rule has reached an address entry.
 struct EntryVisited {
     Path path;
 };
 
-/// A tag was compared with those that are asked for; `tag` is lower-cased.
+/// A tag was compared with the wanted ones; `tag` is lower-cased.
 struct TagCompared {
     Path path;
     std::string tag;
@@ -51,7 +51,7 @@ struct SlotFilled {
     std::string value;
 };
 
-/// A value was not taken for a slot: the value that the slot has wins.
+/// A value was not taken for a slot, which keeps its value.
 struct SlotKept {
     std::string slot;
     Path path;
@@ -69,7 +69,7 @@ struct SlotPlaced {
     std::string value;
 };
 
-/// The slots that are asked for are empty, others are the answer.
+/// The wanted slots are empty; others are the answer.
 struct FallbackUsed {
     enum class To { Service, Maintenance } to = To::Service;
     std::string value;
@@ -81,7 +81,7 @@ struct Collected {
     std::string value;
 };
 
-/// A rule that walks all nodes has taken this one in.
+/// A rule that walks all nodes has finished this one.
 struct NodeFinished {
     Path path;
 };
@@ -114,7 +114,7 @@ struct SourceCompared {
     bool carried = false;
 };
 
-/// A value has a type that the rule cannot take.
+/// A value has the wrong type.
 struct TypeMismatch {
     enum class Expected { Object, Array, Text, Int } expected = Expected::Object;
     Path path;
@@ -143,8 +143,8 @@ public:
 
     virtual void report(const TraceEvent& event) = 0;
 
-    /// Whether the rule goes on after a value of the wrong type, which then reads as null. By
-    /// default it throws, as it does without a trace.
+    /// Whether the rule continues after a value of the wrong type, which then reads as null. By
+    /// default it throws, as without a trace.
     virtual bool resumesAfter(const TypeMismatch& /*mismatch*/) { return false; }
 };
 

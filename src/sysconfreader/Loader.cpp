@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a load of SysConfReader does.
 
 #include "SysConfReader.h"
 
@@ -44,8 +43,8 @@ void SysConfReader::init_i() {
     load<SysConfReader>([&] { loadStep([&] { loadFiles(appConfigPath, instanceId); }); });
 }
 
-/// The two values that queries read without the lock, during a load. The load works on copies,
-/// which replace the members in one step when it ends, also by an exception.
+/// The two values that queries read without the lock, during a load. The load works on copies and
+/// swaps them in when it ends, also by an exception.
 class SysConfReader::IdentityUpdate {
 public:
     explicit IdentityUpdate(SysConfReader& reader) : loaded(reader.identity()), m_reader(reader) {}

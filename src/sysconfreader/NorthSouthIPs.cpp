@@ -10,7 +10,7 @@
 namespace Quarncommon {
 
 std::string SysConfReader::getLocalNorthIP() {
-    // Both values of one load: read separately, one of them might be of the next load.
+    // Both values at once, so that they are of the same load.
     const Identity loaded = identity();
     rules::SlotMap byNumber;
     std::string service;
@@ -24,8 +24,7 @@ std::string SysConfReader::getLocalNorthIP() {
     return rules::northSlotList(byNumber, service, service2, loaded.maintenanceIP);
 }
 
-// The answer that the second getLocalNodeIPs gives on an empty map, without its 1024 keys: only the
-// slots that have an address are stored, under their numbers.
+// Equals the second getLocalNodeIPs on an empty map, but stores only slots with an address.
 std::string SysConfReader::getLocalSouthIP() {
     const ReadGuard<SysConfReader> guard;
     rules::SlotMap bySlot;

@@ -7,8 +7,8 @@
 
 namespace Quarncommon {
 
-/// Usage tags and families of them. These are what the queries read: strings with a destructor
-/// would be gone for a thread or a static destructor that queries while the process exits.
+/// Usage tags and families of tags. No destructors: threads and static destructors may still query
+/// while the process exits.
 using rules::kInternalServiceTag;
 using rules::kNorthboundFamily;
 using rules::kSouthboundFamily;

@@ -25,7 +25,7 @@ constexpr const char* kEventLibrary = "eventcbutil";
 /// The result of GetDLLName for it, as a constant: a destruction must not need memory.
 constexpr const char* kEventLibraryFile = "libeventcbutil.so";
 
-/// How long the end of the process waits for events that other threads are applying.
+/// How long exit() waits for other threads inside the gate.
 constexpr Clock::duration kExitLimit = std::chrono::seconds(1);
 
 constinit EventGate g_eventGate;
@@ -79,10 +79,9 @@ bool switchedOff() {
     return g_loaderLost || isSet("NO_EM_CLIENT") || isSet("NO_EM_CLIENT_CONSUMER");
 }
 
-/// From static destruction on no event is applied. Registered after everything that the library
-/// builds when it is loaded, and so run before any of that is destroyed. Not the destructor of a
-/// local static object: a child that is forked while another thread builds it would wait for that
-/// thread.
+/// No event is applied after the exit handler. It is registered after all static objects of the
+/// library were built, and so runs before they are destroyed. Not a local static object: a child
+/// that is forked while another thread builds it would wait for that thread.
 void closeGateAtExit() {
     if (!g_closedAtExit.exchange(true)) {
         std::atexit([] { g_eventGate.close(kExitLimit); });
@@ -156,8 +155,7 @@ void SysConfReaderImpl::InitConsumer() {
     if (m_consumerInited || switchedOff() || m_consumerInited.exchange(true)) {
         return;
     }
-    // Unless a subscription is made, every way out lets the next load try again, also an exception
-    // of the event library.
+    // If no subscription is made, also after an exception, the next load tries again.
     struct Attempt {
         std::atomic<bool>& inited;
         bool made;
@@ -179,8 +177,8 @@ void SysConfReaderImpl::InitConsumer() {
         return;
     }
     const EventConsumerCallback callback{&SysConfReaderEventProcessCB, this};
-    // The handle is never closed from here on: the event library's threads may run its code as long
-    // as the process lives, and an exception that it throws needs that code too.
+    // The handle is never closed from here on: threads of the event library may run its code until
+    // the process ends, and an exception that it throws needs that code, too.
     attempt.made = init(std::string(kChangeEvent), "", &callback) >= 0;
     if (attempt.made) {
         g_redeliver =
@@ -195,7 +193,7 @@ void SysConfReaderImpl::endSubscription() {
         return;
     }
     const LoaderUse inUse;
-    // A second reference to the loaded library, closed below.
+    // A second reference, closed below.
     void* library = ::dlopen(kEventLibraryFile, RTLD_LAZY | RTLD_GLOBAL);
     if (library == nullptr) {
         return;

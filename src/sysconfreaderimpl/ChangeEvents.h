@@ -15,8 +15,8 @@ inline constexpr std::string_view kChangeEvent = "SysConfigEvent";
 template <typename Class>
 inline constinit std::atomic<bool> missedEvent{false};
 
-/// If the calling thread is applying an event, postpones a destruction until that is done: the
-/// event is using what would be destroyed.
+/// If the calling thread is applying an event, which uses the instances, postpones the destruction
+/// until the event has been applied.
 bool postponedUntilApplied(void (*destroy)());
 
 /// For a forked child, in which no other thread is applying an event.

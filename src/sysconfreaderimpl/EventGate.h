@@ -10,11 +10,9 @@ namespace Quarncommon {
 /// Separates the destruction of the role reader from those who use it without its lock: the
 /// delivery of change events, and the main reader's loader while it subscribes.
 ///
-/// Destruction ends the subscription while it holds the role reader's write lock. The event library
-/// may wait there for a running callback, which would wait for the lock. So destruction first
-/// closes the gate: it waits, holding no lock, until the threads inside have left, and a thread
-/// that finds the gate closed returns at once. The role reader is not destroyed while a thread is
-/// inside.
+/// Destruction unsubscribes under the role reader's write lock. The event library may wait there
+/// for a running callback, which would wait for the lock. So destruction first closes the gate: it
+/// waits without a lock until the threads inside have left, and later threads return at once.
 class EventGate {
 public:
     constexpr EventGate() = default;

@@ -38,12 +38,6 @@ TEST(Map, OfTheSamples_LooksAsWrittenDown) {
     tool::expectGolden(tool::kEast, {"map", "-o", "dot"}, 0, "map-east-access-1.dot");
 }
 
-TEST(Map, OfTheLargerSample_IsTheOneThatTheReadmeShows) {
-    const auto result = tool::run(tool::kEast, {"map", "-o", "mermaid"});
-    EXPECT_THAT(tool::readFile(tool::sourceDirectory() / "README.md"),
-                HasSubstr("```mermaid\n" + result.output + "```\n"));
-}
-
 TEST(Map, HostileIds_AreDrawnByGraphvizAsTheyAre) {
     const auto deployment = hostileDeployment();
     const auto result = tool::run({"map", "-o", "svg"});
