@@ -141,7 +141,7 @@ void compareAll(Setting& setting, const Sources& sources, const Loaded& loaded) 
     for (const Query& query : queries()) {
         compareQuery(query, setting.argumentsFor(query), sources, loaded);
     }
-    for (const Finding& finding : findingsOf(sources)) {
+    for (const Finding& finding : check(inventoryOf(sources)).findings) {
         constexpr std::size_t kWidth = 80;
         if (finding.sentence.empty()) {
             fail("a finding that says nothing");

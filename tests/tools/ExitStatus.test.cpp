@@ -233,7 +233,7 @@ const std::vector<Misuse> kMisused = {
     {2, {"show", "-o", "1"}, "1 not in {table,plain,json}"},
     {2, {"show", "-o"}, "--output"},
     {2, {"check", "file"}, "file"},
-    {2, {"check", "-o", "svg"}, "svg not in {table,plain,json}"},
+    {2, {"check", "-o", "svg"}, "svg not in {table,plain,json,sarif,junit,github}"},
     {2, {"explain"}, "either a query or --all"},
     {2, {"explain", "--all", "local-port"}, "either a query or --all"},
     {2, {"explain", "locl-port"}, "unknown query locl-port, did you mean local-port?"},

@@ -3,57 +3,68 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <map>
+#include <set>
 
 namespace sysconfctl {
 namespace {
 
 /// What the library does without the file.
-std::string effectOf(const Checker& checker, const SourceFile& file) {
-    if (&file == &checker.sources.appConfig) {
+const char* effectOf(const View& view, const SourceFile* file) {
+    if (file == view.appConfig) {
         return "databases, ports, addresses of the process and the node id are not loaded";
     }
-    if (&file == &checker.sources.nodeList) {
-        return "every address of this node but the maintenance address of the process is empty";
-    }
-    return "master, standby and all queries over all nodes have no answer";
+    return file == view.nodeList
+               ? "every address of this node but the maintenance address of the process is empty"
+               : "master, standby and all queries over all nodes have no answer";
 }
 
-void checkFile(Checker& checker, const SourceFile& file) {
-    const std::string effect = effectOf(checker, file);
+void checkUnreadable(Checker& checker, const View& view, const SourceFile& file) {
+    const char* const effect = effectOf(view, &file);
+    if (file.variable.value) {
+        checker.environment(Severity::Error, "no-file",
+                            fmt::format("the {} cannot be read ({}: {}): {}", file.title, file.path,
+                                        file.unreadable, effect),
+                            fmt::format("correct {}, or put the file there", file.variable.name));
+        return;
+    }
+    // A deployment may do without a manager, but not without the other two files.
+    checker.environment(
+        &file == view.managerNodeList ? Severity::Note : Severity::Error, "no-file",
+        fmt::format("{} is not set, so there is no {}: {}", file.variable.name, file.title, effect),
+        fmt::format("set {}", file.variable.name));
+}
+
+void checkFile(Checker& checker, const View& view, const SourceFile& file) {
     if (!file.unreadable.empty()) {
-        const bool manager = &file == &checker.sources.managerNodeList;
-        const bool optional = manager && !file.variable.value;
-        const std::string sentence =
-            file.variable.value ? fmt::format("the {} cannot be read ({}: {}): {}", file.title,
-                                              file.path, file.unreadable, effect)
-                                : fmt::format("{} is not set, so there is no {}: {}",
-                                              file.variable.name, file.title, effect);
-        checker.environment(optional ? Severity::Warning : Severity::Error, "no-file", sentence,
-                            fmt::format("{} leads to the file", file.variable.name));
-        return;
+        checkUnreadable(checker, view, file);
+    } else if (!file.loads) {
+        const auto& error = file.document.error();
+        checker.add({Severity::Error, error ? "syntax" : "refused",
+                     fmt::format("{}: the file does not load, {}",
+                                 error ? error->sentence : "the JSON library refuses the file",
+                                 effectOf(view, &file)),
+                     error ? error->hint : "", &file, error ? error->offset : 0, 1,
+                     error ? located::pointer(error->path) : ""});
     }
-    if (file.loads) {
-        return;
-    }
-    if (const auto& error = file.document.error()) {
-        checker.findings.push_back(
-            {Severity::Error, "syntax",
-             fmt::format("{}: the file does not load, {}", error->sentence, effect), error->hint,
-             &file, error->offset, 1, located::pointer(error->path)});
-        return;
-    }
-    checker.findings.push_back({Severity::Error, "refused",
-                                fmt::format("the JSON library refuses the file: {}", effect), "",
-                                &file, 0, 1});
 }
 
-/// Members that are repeated: only the last one counts.
+bool isFlat(const located::Value& value) {
+    return std::all_of(value.members.begin(), value.members.end(), [](const auto& member) {
+        return member.value.members.empty() && member.value.elements.empty();
+    });
+}
+
+/// Members that are repeated: the last one wins.
 void checkRepeated(Checker& checker, const SourceFile& file, const located::Value& value,
                    const located::Path& path) {
     std::map<std::string_view, const located::Member*> last;
     for (const located::Member& member : value.members) {
         last[member.name] = &member;
+    }
+    if (last.size() == value.members.size() && value.elements.empty() && isFlat(value)) {
+        return;
     }
     for (std::size_t i = 0; i < value.elements.size(); ++i) {
         located::Path element = path;
@@ -66,13 +77,17 @@ void checkRepeated(Checker& checker, const SourceFile& file, const located::Valu
         const located::Member* const counts = last[member.name];
         if (counts != &member) {
             const located::Place where = file.document.place(counts->nameBegin);
-            checker.findings.push_back(
-                {Severity::Warning, "repeated-member",
-                 fmt::format("\"{}\" is repeated at line {}, column {}: the last one counts, this "
-                             "one does not",
-                             member.name, where.line, where.column),
-                 "remove one of them", &file, member.nameBegin, member.nameEnd - member.nameBegin,
-                 located::pointer(place)});
+            const std::string_view text = file.document.text();
+            const auto verbatim = [&](const located::Value& one) {
+                return text.substr(one.begin, one.end - one.begin);
+            };
+            // A value that is lost is wrong; the same value twice only looks wrong.
+            const bool same = verbatim(member.value) == verbatim(counts->value);
+            checker.add({same ? Severity::Warning : Severity::Error, "repeated-member",
+                         fmt::format("\"{}\" is repeated at line {}, column {}: the last one wins",
+                                     member.name, where.line, where.column),
+                         "remove one of them", &file, member.nameBegin,
+                         member.nameEnd - member.nameBegin, located::pointer(place)});
         } else {
             checkRepeated(checker, file, member.value, place);
         }
@@ -82,11 +97,16 @@ void checkRepeated(Checker& checker, const SourceFile& file, const located::Valu
 } // namespace
 
 void checkFiles(Checker& checker) {
-    for (const SourceFile* file : {&checker.sources.appConfig, &checker.sources.nodeList,
-                                   &checker.sources.managerNodeList}) {
-        checkFile(checker, *file);
-        if (file->loads) {
-            checkRepeated(checker, *file, file->document.root(), {});
+    std::set<const SourceFile*> seen;
+    for (const View& view : checker.inventory.views) {
+        for (const SourceFile* file : {view.appConfig, view.nodeList, view.managerNodeList}) {
+            if (file == nullptr || !seen.insert(file).second) {
+                continue;
+            }
+            checkFile(checker, view, *file);
+            if (file->loads) {
+                checkRepeated(checker, *file, file->document.root(), {});
+            }
         }
     }
 }

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "deployment/Loaded.h"
+#include "deployment/Sources.h"
 
+#include <deque>
+#include <list>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -10,14 +12,24 @@
 
 namespace sysconfctl {
 
-enum class Severity { Error, Warning };
+/// Error: something answers wrongly or not at all for some process of the deployment. Warning:
+/// probably wrong. Note: unusual, but as it should be.
+enum class Severity { Error, Warning, Note };
 
-/// One thing that is wrong, or looks wrong, with the files or the environment.
+/// Another place that a finding refers to, such as the file that disagrees.
+struct RelatedPlace {
+    const SourceFile* file = nullptr;
+    std::size_t offset = 0;
+    /// What is there; unescaped.
+    std::string sentence;
+};
+
+/// One thing that is wrong, or unusual, in the files or the environment.
 struct Finding {
     Severity severity = Severity::Error;
     /// A word that scripts may rely on.
     std::string_view name;
-    /// What is wrong and what it does in the library; unescaped.
+    /// What is wrong and what follows from it; unescaped.
     std::string sentence;
     /// What to do about it; may be empty.
     std::string hint;
@@ -27,10 +39,53 @@ struct Finding {
     std::optional<std::size_t> offset = std::nullopt;
     std::size_t length = 0;
     std::string pointer = {};
+    std::vector<RelatedPlace> related = {};
+    /// What would be a finding of its own without this one.
+    std::vector<std::string> consequences = {};
 };
 
-/// All findings, in the order of the files and of the places in them.
-std::vector<Finding> findingsOf(const Sources& sources);
+/// The files that a process reads; null for a file that is not part of what is checked.
+struct View {
+    const SourceFile* appConfig = nullptr;
+    const SourceFile* nodeList = nullptr;
+    const SourceFile* managerNodeList = nullptr;
+    /// The process that is asked about; nothing: every process of the app config file.
+    std::optional<std::string> instance = std::nullopt;
+};
+
+/// What is checked.
+struct Inventory {
+    /// The files that were found in a tree.
+    std::deque<SourceFile> files;
+    std::vector<View> views;
+    /// The addresses of the host; empty if the files are those of several hosts.
+    std::list<std::string> hostAddresses;
+};
+
+/// What was checked and found.
+struct CheckResult {
+    /// In the order of the files and of the places in them.
+    std::vector<Finding> findings;
+    std::size_t files = 0;
+    std::size_t processes = 0;
+    std::size_t nodes = 0;
+};
+
+/// The files of one process.
+Inventory inventoryOf(const Sources& sources);
+/// The files of whole trees: env files, app config files and node lists.
+/// @throws UsageError if an operand does not exist or nothing to check is found.
+Inventory inventoryOf(const std::vector<std::string>& operands,
+                      const std::vector<std::string>& localAddresses);
+
+CheckResult check(const Inventory& inventory);
+
+/// The names that findings can have, in alphabetical order, each with what it means.
+struct FindingName {
+    std::string_view name;
+    std::string_view meaning;
+};
+const std::vector<FindingName>& findingNames();
 
 /// The line of the text in which the finding is, and a line with carets under the place; passwords
 /// masked, both escaped and at most `width` columns wide. Empty without a place.

@@ -194,6 +194,10 @@ private:
         } else if (row.operands == Operands::Nodes) {
             app.add_option("NODE", m_options.nodes, "Ids of the nodes; default: all")
                 ->type_name("");
+        } else if (row.operands == Operands::Paths) {
+            app.add_option("FILE|DIR", m_options.paths,
+                           "Files or whole trees; default: the files of the environment")
+                ->type_name("");
         }
     }
 
@@ -233,6 +237,12 @@ private:
             break;
         case Option::Strict:
             app.add_flag(name, m_options.strict, help);
+            break;
+        case Option::Ignore:
+            added = app.add_option(name, m_options.ignored, help);
+            break;
+        case Option::Notes:
+            app.add_flag(name, m_options.notes, help);
             break;
         case Option::Help:
         case Option::Version:
@@ -287,6 +297,8 @@ private:
         for (std::string& address : m_options.localAddresses) {
             address = parseAddress(address);
         }
+        removeGuards(m_options.paths);
+        removeGuards(m_options.ignored);
         if (row.operands == Operands::Query &&
             (m_list || m_options.all) != m_options.query.empty()) {
             throw UsageError(fmt::format("{} takes either a query or {}", row.name,

@@ -27,6 +27,11 @@ struct Options {
     bool verbose = false;
     /// Warnings change the exit status, too.
     bool strict = false;
+    /// Files and folders to check; empty: those of the environment.
+    std::vector<std::string> paths;
+    /// Names of findings to leave out.
+    std::vector<std::string> ignored;
+    bool notes = false;
     ColorChoice color = ColorChoice::Auto;
     /// Used in place of the host's addresses; empty: the real ones.
     std::vector<std::string> localAddresses;

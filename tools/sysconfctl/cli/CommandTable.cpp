@@ -35,9 +35,9 @@ const std::vector<CommandRow>& commandTable() {
         {Command::Check,
          "check",
          "Find what is wrong with files and environment",
-         {Table, Plain, Json},
-         Operands::None,
-         {Option::Strict, Option::LocalAddress}},
+         {Table, Plain, Json, Sarif, Junit, Github},
+         Operands::Paths,
+         {Option::Strict, Option::Ignore, Option::Notes, Option::LocalAddress}},
         {Command::Nodes,
          "nodes",
          "List the nodes of both node lists, or those named",
@@ -70,6 +70,9 @@ const std::vector<OptionRow>& optionTable() {
         {Option::All, "--all", "", "", "Every query"},
         {Option::Verbose, "--verbose", "-v", "", "Show all steps, with JSON pointers"},
         {Option::Strict, "--strict", "", "", "End with 4 when there are warnings only"},
+        {Option::Ignore, "--ignore", "", "NAME", "Leave out the findings of that name; repeatable",
+         true},
+        {Option::Notes, "--notes", "", "", "List notes, too"},
         {Option::Help, "--help", "-h", "", "Print this help message and exit"},
         {Option::Version, "--version", "", "", "Display program version information and exit"},
     };
@@ -78,7 +81,7 @@ const std::vector<OptionRow>& optionTable() {
 
 const std::vector<StatusRow>& statusTable() {
     static const std::vector<StatusRow> table = {
-        {0, "answered; nothing wrong (check); ended by Ctrl-C or SIGTERM (watch)"},
+        {0, "answered; no errors (check); ended by Ctrl-C or SIGTERM (watch)"},
         {1, "no answer: the library gives an empty text or -1 (get, explain), there is\n"
             "no node (nodes, map), or nothing that draws (map)"},
         {2, "bad usage"},
@@ -125,6 +128,12 @@ std::string_view nameOf(Format format) {
         return "mermaid";
     case Format::Svg:
         return "svg";
+    case Format::Sarif:
+        return "sarif";
+    case Format::Junit:
+        return "junit";
+    case Format::Github:
+        return "github";
     case Format::Table:
         break;
     }

@@ -10,7 +10,7 @@
 namespace sysconfctl {
 
 enum class Command { Show, Get, Watch, List, Explain, Check, Nodes, Map };
-enum class Format { Table, Plain, Json, Wide, Dot, Mermaid, Svg };
+enum class Format { Table, Plain, Json, Wide, Dot, Mermaid, Svg, Sarif, Junit, Github };
 
 enum class Option {
     EnvFile,
@@ -23,6 +23,8 @@ enum class Option {
     All,
     Verbose,
     Strict,
+    Ignore,
+    Notes,
     Help,
     Version
 };
@@ -39,7 +41,7 @@ struct OptionRow {
 };
 
 /// The positional arguments of a command.
-enum class Operands { None, Query, Nodes };
+enum class Operands { None, Query, Nodes, Paths };
 
 struct CommandRow {
     Command command;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "cli/Completion.h"
 
+#include "check/Finding.h"
 #include "cli/CommandTable.h"
 #include "cli/DeployedNames.h"
 #include "cli/PartialCommandLine.h"
@@ -91,6 +92,7 @@ Candidates operands(const PartialCommandLine& line) {
     case Operands::Nodes:
         deployed::applyEnvironmentOf(line);
         return deployed::nodes();
+    case Operands::Paths:
     case Operands::None:
         break;
     }
@@ -143,6 +145,11 @@ Completion valuesOf(const OptionRow& option, const PartialCommandLine& line,
             candidates.push_back({std::string(name), ""});
         }
         break;
+    case Option::Ignore:
+        for (const FindingName& one : findingNames()) {
+            candidates.push_back({std::string(one.name), std::string(one.meaning)});
+        }
+        break;
     case Option::Output:
         for (const Format format :
              line.command != nullptr ? line.command->formats : std::vector<Format>{}) {
@@ -181,6 +188,9 @@ Completion anyCompletion(const PartialCommandLine& line, const std::string& word
     if (dashed &&
         (word.find('=') != std::string::npos || (word.size() > 1 && !word.starts_with("--")))) {
         return attachedValues(line, word);
+    }
+    if (!dashed && line.command != nullptr && line.command->operands == Operands::Paths) {
+        return {true, {}};
     }
     Completion completion{false, dashed ? options(line) : operands(line)};
     if (!dashed && !line.optionsEnded) {

@@ -90,7 +90,7 @@ bool isPath(const std::string& variable) {
 }
 
 void applyEnvFile(const std::string& path) {
-    const std::vector<Assignment> assignments = parseEnvFile(readFile(path), shellWord(path));
+    const std::vector<Assignment> assignments = readEnvFile(path);
     const std::filesystem::path folder = std::filesystem::absolute(path).parent_path();
     ::unsetenv(kInstanceId);
     for (const char* variable : kPaths) {
@@ -140,6 +140,10 @@ std::vector<Assignment> parseEnvFile(const std::string& text, const std::string&
         assignments.push_back({std::string(key), std::string(value)});
     }
     return assignments;
+}
+
+std::vector<Assignment> readEnvFile(const std::string& path) {
+    return parseEnvFile(readFile(path), shellWord(path));
 }
 
 void applyEnvironment(const std::optional<std::string>& envFile,

@@ -24,6 +24,10 @@ Assignment parseAssignment(std::string_view text);
 /// @throws UsageError that names the line, but never contains its value.
 std::vector<Assignment> parseEnvFile(const std::string& text, const std::string& name);
 
+/// Reads and parses an environment file.
+/// @throws UsageError if it cannot be read or is malformed.
+std::vector<Assignment> readEnvFile(const std::string& path);
+
 /// Sets the environment of this process to that of the process to ask about.
 ///
 /// An environment file is the whole configuration of a process: `APP_CONF_FILE`,

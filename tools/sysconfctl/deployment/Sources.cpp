@@ -52,11 +52,11 @@ void explainUnreadable(SourceFile& source) {
     source.unreadable = "It changes while it is read";
 }
 
-SourceFile read(std::string_view title, const config::ConfigFile& file) {
+SourceFile read(std::string_view title, Variable variable, std::string path) {
     SourceFile source;
     source.title = title;
-    source.variable = variable(file.variable);
-    source.path = config::pathOf(file);
+    source.variable = std::move(variable);
+    source.path = std::move(path);
     std::optional<std::string> text = config::readText(source.path);
     if (!text) {
         explainUnreadable(source);
@@ -65,6 +65,18 @@ SourceFile read(std::string_view title, const config::ConfigFile& file) {
     source.loads = JsonReader(false).parse(*text, source.tree);
     source.document = located::Document(std::move(*text));
     return source;
+}
+
+constexpr std::string_view kAppConfigTitle = "application configuration file";
+constexpr std::string_view kNodeListTitle = "node list";
+constexpr std::string_view kManagerNodeListTitle = "manager node list";
+
+SourceFile read(std::string_view title, const config::ConfigFile& file) {
+    return read(title, variable(file.variable), config::pathOf(file));
+}
+
+SourceFile readAt(std::string_view title, const config::ConfigFile& file, const std::string& path) {
+    return read(title, {file.variable, path}, path);
 }
 
 } // namespace
@@ -88,15 +100,27 @@ std::string SourceFile::trouble() const {
 }
 
 SourceFile readAppConfig() {
-    return read("application configuration file", config::kAppConfig);
+    return read(kAppConfigTitle, config::kAppConfig);
 }
 
 SourceFile readNodeList() {
-    return read("node list", config::kNodeList);
+    return read(kNodeListTitle, config::kNodeList);
 }
 
 SourceFile readManagerNodeList() {
-    return read("manager node list", config::kManagerNodeList);
+    return read(kManagerNodeListTitle, config::kManagerNodeList);
+}
+
+SourceFile readAppConfigAt(const std::string& path) {
+    return readAt(kAppConfigTitle, config::kAppConfig, path);
+}
+
+SourceFile readNodeListAt(const std::string& path) {
+    return readAt(kNodeListTitle, config::kNodeList, path);
+}
+
+SourceFile readManagerNodeListAt(const std::string& path) {
+    return readAt(kManagerNodeListTitle, config::kManagerNodeList, path);
 }
 
 Sources readSources(const std::vector<std::string>& localAddresses) {

@@ -59,6 +59,11 @@ SourceFile readAppConfig();
 SourceFile readNodeList();
 SourceFile readManagerNodeList();
 
+/// Each reads one file at that path, whatever the environment is.
+SourceFile readAppConfigAt(const std::string& path);
+SourceFile readNodeListAt(const std::string& path);
+SourceFile readManagerNodeListAt(const std::string& path);
+
 /// Reads them in the environment of this process.
 /// @param localAddresses What counts as the host's addresses; none: those that it has.
 Sources readSources(const std::vector<std::string>& localAddresses = {});

@@ -22,14 +22,6 @@ const Value* element(const Value& array, const std::string& step) {
     return found ? &array.elements[index] : nullptr;
 }
 
-const Value* child(const Value& value, const std::string& step) {
-    if (value.kind == Kind::Array) {
-        return element(value, step);
-    }
-    const Member* const member = value.member(step);
-    return member != nullptr ? &member->value : nullptr;
-}
-
 } // namespace
 
 const Member* Value::member(std::string_view name) const {
@@ -78,6 +70,29 @@ const Document::Scanned& Document::scanned() const {
     return *m_scanned;
 }
 
+const Member* Document::memberOf(const Value& object, std::string_view name) const {
+    constexpr std::size_t kFew = 32;
+    if (object.members.size() <= kFew) {
+        return object.member(name);
+    }
+    auto& byName = m_members[&object];
+    if (byName.empty()) {
+        for (const Member& member : object.members) {
+            byName[member.name] = &member;
+        }
+    }
+    const auto found = byName.find(name);
+    return found != byName.end() ? found->second : nullptr;
+}
+
+const Value* Document::child(const Value& value, const std::string& step) const {
+    if (value.kind == Kind::Array) {
+        return element(value, step);
+    }
+    const Member* const member = memberOf(value, step);
+    return member != nullptr ? &member->value : nullptr;
+}
+
 const Value* Document::find(const Path& path) const {
     const Value* value = &root();
     for (const std::string& step : path) {
@@ -94,7 +109,7 @@ const Member* Document::findMember(const Path& path) const {
         return nullptr;
     }
     const Value* const owner = find({path.begin(), path.end() - 1});
-    return owner != nullptr ? owner->member(path.back()) : nullptr;
+    return owner != nullptr ? memberOf(*owner, path.back()) : nullptr;
 }
 
 Place Document::place(std::size_t offset) const {

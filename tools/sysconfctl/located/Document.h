@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 /// A JSON parser that keeps the position of each value and member name. jsoncpp's tree has no
@@ -101,12 +102,19 @@ private:
     };
 
     const Scanned& scanned() const;
+    const Member* memberOf(const Value& object, std::string_view name) const;
+    const Value* child(const Value& value, const std::string& step) const;
 
     std::string m_text;
     Limits m_limits;
     std::vector<std::size_t> m_lineStarts;
     /// Parsed on first use: most explanations need one of the three files only.
     mutable std::optional<Scanned> m_scanned;
+    /// The members of large objects by name, so that looking up each member of one takes time in
+    /// proportion to their number. Moving the document keeps the addresses of all values but the
+    /// root.
+    mutable std::unordered_map<const Value*, std::unordered_map<std::string_view, const Member*>>
+        m_members;
     /// The last offset passed to `place`, and the number of characters before it in its line. Most
     /// calls have ascending offsets, so counting continues from there.
     mutable std::size_t m_countedTo = 0;

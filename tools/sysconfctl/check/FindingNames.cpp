@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "check/Finding.h"
+
+namespace sysconfctl {
+
+const std::vector<FindingName>& findingNames() {
+    static const std::vector<FindingName> names = {
+        {"absent", "A value that the library reads is absent"},
+        {"database-no-list", "The value of a database is no list"},
+        {"empty", "A value is empty"},
+        {"empty-id", "A node or a database has no name"},
+        {"empty-instance", "PROCESS_INSTANCE_ID is empty"},
+        {"equal-ports", "Two endpoints of a process have the same address and port"},
+        {"foreign-address", "An address of a process is none of its node"},
+        {"foreign-node", "An address of a process is one of another node"},
+        {"hidden-character", "A blank at an end, or an invisible character"},
+        {"list-mismatch", "Node lists describe a node differently"},
+        {"no-address", "An address entry has no address"},
+        {"no-addresses", "A node has no addresses"},
+        {"no-databases", "There is no database"},
+        {"no-file", "A file cannot be read"},
+        {"no-instance", "No process has the name in PROCESS_INSTANCE_ID"},
+        {"no-internal", "A node has no internal-service and no maintenance address"},
+        {"no-master", "A tenancy has a standby, but no master"},
+        {"no-node-id", "A process names no node"},
+        {"no-nodes", "A node list has no nodes"},
+        {"no-own-node", "The node list does not have the node of a process"},
+        {"no-processes", "An application configuration file has no processes"},
+        {"no-service", "A node has no service address"},
+        {"no-source", "A standby has no node to stand in for"},
+        {"no-tags", "An address has no tags"},
+        {"northbound-number",
+         "The number of a northbound tag is not the one that it seems to have"},
+        {"not-an-address", "A text is no address"},
+        {"not-in-manager-list", "A node of the node list is not in the manager node list"},
+        {"null", "A value is null"},
+        {"odd-type", "A value is converted from another type"},
+        {"port-range", "A port is out of range"},
+        {"refused", "The JSON library refuses a file"},
+        {"repeated-member", "A member is repeated"},
+        {"role-mismatch", "The two values of a role do not go together"},
+        {"role-name", "Nothing recognises the value of a role"},
+        {"same-address", "Two nodes have the same address for one purpose"},
+        {"same-slot", "A node has two addresses for one slot"},
+        {"several-masters", "A tenancy has several masters"},
+        {"several-sources", "A standby could stand in for several nodes"},
+        {"several-standbys", "A tenancy has several standbys"},
+        {"southbound-number", "A southbound tag names no slot"},
+        {"syntax", "A file is malformed"},
+        {"tenancy-mismatch", "Node lists name different tenancies for a node"},
+        {"unknown-member", "A member that is not read is nearly one that is absent"},
+        {"unknown-tag", "A tag is nearly one that the library asks for"},
+        {"unspecified-address", "An address is 0.0.0.0 or ::"},
+        {"usage-no-list", "The tags of an address are no list"},
+        {"wrong-type", "A value has a type at which a load or a query stops"},
+    };
+    return names;
+}
+
+} // namespace sysconfctl

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "check/Finding.h"
+#include "cli/CommandLine.h"
+
+namespace sysconfctl {
+
+const char* nameOf(Severity severity);
+std::size_t countOf(const CheckResult& result, Severity severity);
+/// "path:line:column", the path relative to the working directory if that is shorter.
+std::string placeOf(const Finding& finding);
+std::string placeOf(const RelatedPlace& place);
+/// The path of a file, relative to the working directory if that is shorter.
+std::string shortPath(const std::string& path);
+
+/// Each returns the whole output. Notes are listed only if that was asked for, but always in JSON
+/// and SARIF.
+std::string tableReport(const CheckResult& result, const Options& options);
+std::string plainReport(const CheckResult& result, const Options& options);
+std::string jsonReport(const CheckResult& result, const Options& options);
+std::string sarifReport(const CheckResult& result, const Options& options);
+std::string junitReport(const CheckResult& result, const Options& options);
+std::string githubReport(const CheckResult& result, const Options& options);
+
+} // namespace sysconfctl
