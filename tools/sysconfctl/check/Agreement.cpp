@@ -225,7 +225,8 @@ private:
         const Json::Value& values = valueAt(list.tree, path);
         for (Json::ArrayIndex i = 0; values.isArray() && i < values.size(); ++i) {
             Entry entry{textAt(values[i], {"IP"}), {}, with(path, {std::to_string(i)})};
-            const Json::Value& usage = valueAt(values[i], {"usage"});
+            const Path tags = {"usage"};
+            const Json::Value& usage = valueAt(values[i], tags);
             for (Json::ArrayIndex j = 0; usage.isArray() && j < usage.size(); ++j) {
                 entry.tags.push_back(usage[j].isString() ? rules::lowerCased(usage[j].asString())
                                                          : "");

@@ -212,7 +212,8 @@ std::set<std::string> ownNodes(const Inventory& inventory, const SourceFile& lis
         if (view.nodeList != &list || view.appConfig == nullptr || !view.appConfig->loads) {
             continue;
         }
-        for (const Json::Value& process : valueAt(view.appConfig->tree, {"processes"})) {
+        const Path processes = {"processes"};
+        for (const Json::Value& process : valueAt(view.appConfig->tree, processes)) {
             ids.insert(textAt(process, {"nodeId"}));
         }
     }
@@ -220,7 +221,8 @@ std::set<std::string> ownNodes(const Inventory& inventory, const SourceFile& lis
 }
 
 const Json::Value& nodesOf(const SourceFile& list) {
-    const Json::Value& nodes = valueAt(list.tree, {"nodeList"});
+    const Path nodeList = {"nodeList"};
+    const Json::Value& nodes = valueAt(list.tree, nodeList);
     return nodes.isObject() ? nodes : Json::Value::nullSingleton();
 }
 

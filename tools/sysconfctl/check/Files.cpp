@@ -74,15 +74,15 @@ void checkRepeated(Checker& checker, const SourceFile& file, const located::Valu
     for (const located::Member& member : value.members) {
         located::Path place = path;
         place.push_back(member.name);
-        const located::Member* const counts = last[member.name];
-        if (counts != &member) {
-            const located::Place where = file.document.place(counts->nameBegin);
+        const located::Member* const winner = last[member.name];
+        if (winner != &member) {
+            const located::Place where = file.document.place(winner->nameBegin);
             const std::string_view text = file.document.text();
             const auto verbatim = [&](const located::Value& one) {
                 return text.substr(one.begin, one.end - one.begin);
             };
             // A value that is lost is wrong; the same value twice only looks wrong.
-            const bool same = verbatim(member.value) == verbatim(counts->value);
+            const bool same = verbatim(member.value) == verbatim(winner->value);
             checker.add({same ? Severity::Warning : Severity::Error, "repeated-member",
                          fmt::format("\"{}\" is repeated at line {}, column {}: the last one wins",
                                      member.name, where.line, where.column),

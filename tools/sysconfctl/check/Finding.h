@@ -40,7 +40,7 @@ struct Finding {
     std::size_t length = 0;
     std::string pointer = {};
     std::vector<RelatedPlace> related = {};
-    /// What would be a finding of its own without this one.
+    /// What follows from this fault; no separate findings.
     std::vector<std::string> consequences = {};
 };
 

@@ -213,7 +213,7 @@ std::string withoutNumber(const std::string& tag) {
     return tag.substr(0, tag.find_last_not_of("0123456789") + 1);
 }
 
-/// A tag that fills no slot. Own tags are fine, with a number behind a known one, too.
+/// A tag that fills no slot. Own tags are fine, also with a number after a known one.
 void checkOtherTag(Checker& checker, const SourceFile& list, const Path& path,
                    const std::string& tag) {
     if (tag.starts_with(kSouthboundFamily)) {
@@ -485,7 +485,8 @@ void checkNodeList(Checker& checker, const SourceFile& list) {
         checker.unknownMembers(list, {}, {"nodeList"});
     }
     const bool hasNodes = nodes.isObject() && !nodes.empty();
-    const Json::Value& given = valueAt(list.tree, {"nodeList"});
+    const Path nodeList = {"nodeList"};
+    const Json::Value& given = valueAt(list.tree, nodeList);
     // Looking for wrong types is slow, so it is done only where there are some.
     if (!list.tree.isObject() || !(given.isNull() || given.isObject()) ||
         !std::all_of(nodes.begin(), nodes.end(), isRegular)) {

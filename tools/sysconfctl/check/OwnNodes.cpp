@@ -19,7 +19,7 @@ namespace {
 namespace rules = Quarncommon::rules;
 using located::Path;
 
-/// What one process finds of its own node.
+/// Checks what one process reads about its node.
 class OwnNode {
 public:
     OwnNode(Checker& checker, const View& view, std::string process)
@@ -82,7 +82,8 @@ private:
 
     std::set<std::string> addressesOf(const std::string& id) const {
         std::set<std::string> addresses;
-        const Json::Value& entries = valueAt(nodesOf(m_list)[id], {"IPAddresses"});
+        const Path member = {"IPAddresses"};
+        const Json::Value& entries = valueAt(nodesOf(m_list)[id], member);
         if (entries.isArray()) {
             for (const Json::Value& entry : entries) {
                 addresses.insert(textAt(entry, {"IP"}));
@@ -234,7 +235,8 @@ void checkOwnNodes(Checker& checker, const View& view) {
         !view.nodeList->loads) {
         return;
     }
-    const Json::Value& processes = valueAt(view.appConfig->tree, {"processes"});
+    const Path member = {"processes"};
+    const Json::Value& processes = valueAt(view.appConfig->tree, member);
     if (!processes.isObject()) {
         return;
     }

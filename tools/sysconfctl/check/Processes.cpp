@@ -196,7 +196,8 @@ void checkProcess(Checker& checker, const SourceFile& file, const std::string& i
 
 void checkProcesses(Checker& checker, const SourceFile& file) {
     checker.unknownMembers(file, {}, {"databases", "processes"});
-    const Json::Value& processes = valueAt(file.tree, {"processes"});
+    const Path member = {"processes"};
+    const Json::Value& processes = valueAt(file.tree, member);
     if ((!file.tree.isNull() && !file.tree.isObject()) ||
         (!processes.isNull() && !processes.isObject())) {
         checkStops(checker, file, "");
@@ -224,7 +225,8 @@ void checkInstance(Checker& checker, const View& view) {
         return;
     }
     const SourceFile& file = *view.appConfig;
-    const Json::Value& processes = valueAt(file.tree, {"processes"});
+    const Path member = {"processes"};
+    const Json::Value& processes = valueAt(file.tree, member);
     if (!processes.isObject() || processes.empty()) {
         return;
     }
