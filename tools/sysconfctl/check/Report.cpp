@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "check/Report.h"
 
+#include "explain/StepPlace.h"
 #include "render/Color.h"
 #include "render/Output.h"
 #include "render/Text.h"
@@ -8,7 +9,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <filesystem>
 
 namespace sysconfctl {
 namespace {
@@ -98,16 +98,6 @@ std::size_t countOf(const CheckResult& result, Severity severity) {
     return static_cast<std::size_t>(
         std::count_if(result.findings.begin(), result.findings.end(),
                       [&](const Finding& finding) { return finding.severity == severity; }));
-}
-
-std::string shortPath(const std::string& path) {
-    std::error_code error;
-    const std::filesystem::path here = std::filesystem::current_path(error);
-    if (error || !std::filesystem::path(path).is_absolute()) {
-        return path;
-    }
-    const std::string relative = std::filesystem::path(path).lexically_relative(here);
-    return relative.empty() || relative.size() >= path.size() ? path : relative;
 }
 
 std::string placeOf(const RelatedPlace& place) {

@@ -11,8 +11,6 @@ std::size_t countOf(const CheckResult& result, Severity severity);
 /// "path:line:column", the path relative to the working directory if that is shorter.
 std::string placeOf(const Finding& finding);
 std::string placeOf(const RelatedPlace& place);
-/// The path of a file, relative to the working directory if that is shorter.
-std::string shortPath(const std::string& path);
 
 /// Each returns the whole output. Notes are listed only if that was asked for, but always in JSON
 /// and SARIF.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "check/Report.h"
 
+#include "explain/StepPlace.h"
 #include "render/Json.h"
 #include "render/Text.h"
 
