@@ -18,8 +18,8 @@ class Tape::Packer {
 
 public:
     Packer(const Tape& tape, std::string_view text, Tape& packed)
-        : m_tape(tape), m_text(text), m_packed(packed), m_hasEscapes(text.find('\\') != text.npos) {
-    }
+        : m_tape(tape), m_text(text), m_packed(packed),
+          m_hasEscapes(text.find('\\') != std::string_view::npos) {}
 
     void pack() {
         const std::size_t end = m_tape.next(kRoot);
@@ -107,7 +107,7 @@ private:
     bool isVerbatim(std::string_view bytes) const {
         return !m_hasEscapes ||
                (m_text[m_position + 1 + bytes.size()] == '"' &&
-                m_text.substr(m_position + 1, bytes.size()).find('\\') == m_text.npos);
+                m_text.substr(m_position + 1, bytes.size()).find('\\') == std::string_view::npos);
     }
 
     /// Goes from an opening quote to after the closing one.
@@ -193,7 +193,7 @@ std::string_view Tape::packedText(std::size_t index) const {
 
 std::size_t Tape::packedMember(std::size_t object, std::string_view name) const {
     // No text in the source has a quote inside.
-    const bool maybeVerbatim = name.find('"') == name.npos;
+    const bool maybeVerbatim = name.find('"') == std::string_view::npos;
     const auto hasName = [&](std::size_t index) {
         if (m_packed[index] >> kPackedShift != kVerbatim) {
             return text(index) == name;

@@ -71,7 +71,7 @@ void ListMemory::resetAfterFork() {
 }
 
 ParsedTextPointer parseNew(FileText&& text, ListMemory& memory) {
-    const ParsedTextPointer result = parsed(std::make_shared<const FileText>(std::move(text)));
+    ParsedTextPointer result = parsed(std::make_shared<const FileText>(std::move(text)));
     if (result == nullptr) {
         return nullptr;
     }
@@ -96,7 +96,7 @@ ParsedTextPointer parseAgain(const ParsedTextPointer& known, ListMemory& memory)
     if (usable && (known->final || known->uses.fetch_add(1) < kUsesUnpacked)) {
         return known;
     }
-    const ParsedTextPointer unpacked = usable ? known : parsed(known->text);
+    ParsedTextPointer unpacked = usable ? known : parsed(known->text);
     try {
         if (!known->final) {
             ParsedTextPointer result = packed(*unpacked);

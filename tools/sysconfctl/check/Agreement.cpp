@@ -173,6 +173,7 @@ private:
             checkText(id, lists, rest);
         }
         std::vector<const Json::Value*> values;
+        values.reserve(lists.size());
         for (const SourceFile* list : lists) {
             values.push_back(&valueAt(nodesOf(*list)[id], {"IPAddresses"}));
         }
@@ -185,6 +186,7 @@ private:
     void checkText(const std::string& id, const std::vector<const SourceFile*>& lists,
                    const Path& rest) {
         std::vector<std::string> texts;
+        texts.reserve(lists.size());
         for (const SourceFile* list : lists) {
             texts.push_back(textAt(nodesOf(*list)[id], rest));
         }
@@ -192,6 +194,7 @@ private:
             return;
         }
         std::vector<const std::string*> values;
+        values.reserve(texts.size());
         for (const std::string& text : texts) {
             values.push_back(&text);
         }
@@ -330,14 +333,14 @@ private:
                            shown(here), wrong.title, shown(there), right.title));
     }
 
-    /// Entries that only `list` has are missing in the other one.
-    void reportMissing(const std::string& id, const SourceFile& other,
+    /// Entries that only `list` has are missing in `incomplete`.
+    void reportMissing(const std::string& id, const SourceFile& incomplete,
                        const std::vector<Entry>& entries, const SourceFile& list) {
         const Path place = {"nodeList", id, "IPAddresses"};
         for (const Entry& entry : entries) {
-            report(m_checker, other, place, list, entry.path, "list-mismatch",
+            report(m_checker, incomplete, place, list, entry.path, "list-mismatch",
                    fmt::format("the address {} of node \"{}\" is missing in the {}", entry.address,
-                               id, other.title));
+                               id, incomplete.title));
         }
     }
 

@@ -236,37 +236,61 @@ Path with(Path path, const Path& rest) {
     return path;
 }
 
-CheckResult check(const Inventory& inventory) {
-    Checker checker(inventory);
-    CheckResult result;
-    std::map<const SourceFile*, std::size_t> order; // each file once, in the order of the views
-    for (const auto kind : {&View::appConfig, &View::nodeList, &View::managerNodeList}) {
+namespace {
+
+using FileOf = const SourceFile* View::*;
+
+/// Each file once, in the order of the views.
+std::vector<std::pair<const SourceFile*, FileOf>> filesOf(const Inventory& inventory,
+                                                          std::initializer_list<FileOf> kinds) {
+    std::vector<std::pair<const SourceFile*, FileOf>> files;
+    std::set<const SourceFile*> seen{nullptr};
+    for (const FileOf kind : kinds) {
         for (const View& view : inventory.views) {
-            if (view.*kind != nullptr) {
-                order.emplace(view.*kind, order.size() + 1);
+            if (seen.insert(view.*kind).second) {
+                files.emplace_back(view.*kind, kind);
             }
         }
     }
-    checkFiles(checker);
-    std::set<const SourceFile*> seen;
-    for (const auto kind : {&View::nodeList, &View::managerNodeList, &View::appConfig}) {
-        for (const View& view : inventory.views) {
-            const SourceFile* const file = view.*kind;
-            if (file == nullptr || !file->loads || !seen.insert(file).second) {
-                continue;
-            }
-            ++result.files;
-            if (kind != &View::appConfig) {
-                checkNodeList(checker, *file);
-            } else {
-                checkProcesses(checker, *file);
-                checkDatabases(checker, *file);
-                result.processes += valueAt(file->tree, {"processes"}).size();
-            }
+    return files;
+}
+
+/// Sorts findings by file, and by the place in it. Those without a file come first.
+void sortByPlace(std::vector<Finding>& findings, const Inventory& inventory) {
+    std::map<const SourceFile*, std::size_t> order{{nullptr, 0}};
+    for (const auto& [file, kind] :
+         filesOf(inventory, {&View::appConfig, &View::nodeList, &View::managerNodeList})) {
+        order.emplace(file, order.size());
+    }
+    const auto place = [&](const Finding& one) {
+        return std::make_tuple(order[one.file], one.offset);
+    };
+    std::stable_sort(
+        findings.begin(), findings.end(),
+        [&](const Finding& left, const Finding& right) { return place(left) < place(right); });
+}
+
+void checkContents(Checker& checker, const Inventory& inventory, CheckResult& result) {
+    for (const auto& [file, kind] :
+         filesOf(inventory, {&View::nodeList, &View::managerNodeList, &View::appConfig})) {
+        if (!file->loads) {
+            continue;
+        }
+        ++result.files;
+        if (kind != &View::appConfig) {
+            checkNodeList(checker, *file);
+        } else {
+            checkProcesses(checker, *file);
+            checkDatabases(checker, *file);
+            result.processes += valueAt(file->tree, {"processes"}).size();
         }
     }
+}
+
+void checkGroups(Checker& checker, const Inventory& inventory, CheckResult& result) {
+    const auto groups = groupsOf(inventory);
     std::set<std::string> nodes;
-    for (const Group& group : groupsOf(inventory)) {
+    for (const Group& group : groups) {
         checkAgreement(checker, group);
         for (const SourceFile* list : group.lists()) {
             const std::vector<std::string> ids = nodesOf(*list).getMemberNames();
@@ -274,11 +298,21 @@ CheckResult check(const Inventory& inventory) {
         }
     }
     result.nodes = nodes.size();
-    for (const Group& group : groupsOf(inventory)) {
+    for (const Group& group : groups) {
         if (group.managerNodeList != nullptr) {
             checkRoles(checker, *group.managerNodeList);
         }
     }
+}
+
+} // namespace
+
+CheckResult check(const Inventory& inventory) {
+    Checker checker(inventory);
+    CheckResult result;
+    checkFiles(checker);
+    checkContents(checker, inventory, result);
+    checkGroups(checker, inventory, result);
     std::set<std::tuple<const SourceFile*, const SourceFile*, std::optional<std::string>>> views;
     for (const View& view : inventory.views) {
         if (views.emplace(view.appConfig, view.nodeList, view.instance).second) {
@@ -288,14 +322,7 @@ CheckResult check(const Inventory& inventory) {
     }
     result.findings.assign(std::make_move_iterator(checker.findings.begin()),
                            std::make_move_iterator(checker.findings.end()));
-    std::stable_sort(result.findings.begin(), result.findings.end(),
-                     [&](const Finding& left, const Finding& right) {
-                         const auto place = [&](const Finding& one) {
-                             return std::make_tuple(one.file == nullptr ? 0 : order[one.file],
-                                                    one.offset);
-                         };
-                         return place(left) < place(right);
-                     });
+    sortByPlace(result.findings, inventory);
     return result;
 }
 

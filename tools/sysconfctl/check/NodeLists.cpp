@@ -322,7 +322,7 @@ std::string checkAddress(Checker& checker, const SourceFile& list, const Path& e
     if (!isScalar(value) || checker.cause(list, path) != nullptr) {
         return {};
     }
-    const std::string address = value.asString();
+    std::string address = value.asString();
     if (address.empty()) {
         checker
             .at(list, path, Severity::Error, "no-address",

@@ -8,6 +8,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <map>
 
 namespace sysconfctl {
@@ -27,17 +28,15 @@ bool isIrregular(const Json::Value& process) {
     if (!process.isObject() || !isTextOrNull(process["nodeId"])) {
         return true;
     }
-    for (const char* group : {"IR", "local", "wss", "CORBA", "CORBA_SSL"}) {
+    static constexpr const char* kGroups[] = {"IR", "local", "wss", "CORBA", "CORBA_SSL"};
+    return std::ranges::any_of(kGroups, [&](const char* group) {
         const Json::Value& value = process[group];
-        if (!value.isNull() && !value.isObject()) {
-            return true;
+        if (!value.isObject()) {
+            return !value.isNull();
         }
-        if (value.isObject() && (!isTextOrNull(value["ip"]) || value["port"].isString() ||
-                                 !isPortOrNull(value["port"]))) {
-            return true;
-        }
-    }
-    return false;
+        return !isTextOrNull(value["ip"]) || value["port"].isString() ||
+               !isPortOrNull(value["port"]);
+    });
 }
 
 /// The values of the wrong type that a load for that process meets; it stops at the first one.
@@ -63,7 +62,7 @@ void checkStops(Checker& checker, const SourceFile& file, const std::string& id)
 }
 
 /// An address of the process. A group may be absent as a whole.
-void checkAddress(Checker& checker, const SourceFile& file, const Path& group) {
+void checkProcessAddress(Checker& checker, const SourceFile& file, const Path& group) {
     const Path path = with(group, {"ip"});
     const Json::Value& value = valueAt(file.tree, path);
     const std::string text = textAt(valueAt(file.tree, group), {"ip"});
@@ -182,7 +181,7 @@ void checkProcess(Checker& checker, const SourceFile& file, const std::string& i
         } else if (value.isObject()) {
             checker.unknownMembers(file, group, {"ip", "port"});
             if (hasAddress) {
-                checkAddress(checker, file, group);
+                checkProcessAddress(checker, file, group);
             }
             if (std::string_view(name) != "IR") {
                 checkPort(checker, file, group, ports);

@@ -62,6 +62,7 @@ const Json::Value* databaseNamed(ExplanationBuilder& builder, const std::string&
     }
     stoppedAtDatabases(builder);
     std::vector<std::string> names;
+    names.reserve(databases.size());
     for (const auto& [other, value] : databases) {
         names.push_back(other);
     }

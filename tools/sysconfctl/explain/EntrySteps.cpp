@@ -156,7 +156,8 @@ bool ExplanationBuilder::node(const SourceFile& file, const std::string& id,
           .facts = {.node = id}});
     // The node's id comes from this process, unless it is a node of the same list.
     const Spot own = processSpot({"nodeId"});
-    const bool fromProcess = id == values.nodeId && sources.appConfig.document.find(own.path);
+    const bool fromProcess =
+        id == values.nodeId && sources.appConfig.document.find(own.path) != nullptr;
     if (fromProcess) {
         step({.kind = "node",
               .outcome = "not-found",

@@ -101,7 +101,7 @@ std::string_view tagFamily(std::string_view tag) {
 }
 
 std::string meantTag(const std::string& tag, const std::vector<AskedTag>& asked) {
-    const std::string known = meantKnownTag(tag);
+    std::string known = meantKnownTag(tag);
     for (const AskedTag& one : asked) {
         if (one.family ? !known.empty() && known.starts_with(one.tag) : known == one.tag) {
             return known;

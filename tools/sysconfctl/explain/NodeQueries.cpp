@@ -19,10 +19,6 @@ namespace {
 
 namespace rules = Quarncommon::rules;
 
-std::string sameLabel(const std::string& slot) {
-    return slot;
-}
-
 /// Why the float node is which one it is.
 void concludeFloatNode(ExplanationBuilder& builder) {
     const Values& values = builder.values;
@@ -105,9 +101,10 @@ void internalService(ExplanationBuilder& builder, const SourceFile& file, const 
         const rules::TracedNode list(file.tree, trace);
         rules::internalServiceAddress(rules::addressEntries(rules::nodeEntry(list, id)));
     });
-    const WalkedEntries walked = builder.walk(file, id, trace, sameLabel,
-                                              {{std::string(rules::kInternalServiceTag), false},
-                                               {std::string(rules::kMaintenanceTag), false}});
+    const WalkedEntries walked =
+        builder.walk(file, id, trace, [](const std::string& slot) { return slot; },
+                     {{std::string(rules::kInternalServiceTag), false},
+                      {std::string(rules::kMaintenanceTag), false}});
     const std::string tag(rules::kInternalServiceTag);
     const std::string who = named(id) + (role.empty() ? "" : ", " + role);
     const std::string whose = who + (role.empty() ? "" : ",");
@@ -252,6 +249,41 @@ located::Path placeOf(const std::string& id, const Candidate& candidate) {
     return path;
 }
 
+void candidateStep(ExplanationBuilder& builder, const std::string& id, const Candidate& candidate,
+                   Weight weight) {
+    const SourceFile& list = builder.sources.managerNodeList;
+    const located::Path path = placeOf(id, candidate);
+    const bool there = list.document.find(path) != nullptr;
+    builder.step({.kind = "node",
+                  .outcome = candidate.outcome,
+                  .sentence = named(id) + " " + candidate.sentence,
+                  .at = Spot{&list, there ? path : located::Path{"nodeList", id}},
+                  .facts = {.node = id,
+                            .expected = candidate.expected,
+                            .found = candidate.found,
+                            .by = candidate.by},
+                  .weight = weight});
+}
+
+/// No node of the list is of the own tenancy.
+void concludeNoTenancy(ExplanationBuilder& builder, const std::vector<std::string>& tenancies) {
+    const SourceFile& list = builder.sources.managerNodeList;
+    const Values& values = builder.values;
+    const std::string near = nearestName(values.tenancy, tenancies);
+    const std::string sentence =
+        fmt::format("no node of the {} is of tenancy {}{}", list.title, named(values.tenancy),
+                    near.empty() ? "" : fmt::format("; did you mean {}?", named(near)));
+    builder.step({.kind = "node",
+                  .outcome = "no-tenancy",
+                  .sentence = sentence,
+                  .at = Spot{&builder.sources.nodeList,
+                             {"nodeList", values.roleNodeId, "assignedToTenancy"}},
+                  .weight = Weight::Deciding});
+    builder.because("no-tenancy", sentence,
+                    "correct assignedToTenancy of the own node, or that "
+                    "of the nodes in the list");
+}
+
 /// Every node of the manager node list, with what makes it a candidate for a role or not.
 /// @return The other nodes that could have the role, in words.
 std::string candidates(ExplanationBuilder& builder, std::string_view role) {
@@ -277,8 +309,6 @@ std::string candidates(ExplanationBuilder& builder, std::string_view role) {
     std::vector<std::string> tenancies;
     for (const std::string& id : nodes.isObject() ? nodes.getMemberNames() : List{}) {
         const Candidate candidate = verdicts.of(id);
-        located::Path path = placeOf(id, candidate);
-        const bool there = list.document.find(path) != nullptr;
         const bool counts =
             candidate.outcome != "other-tenancy" && candidate.outcome != "not-reached";
         inTenancy += counts ? 1 : 0;
@@ -287,17 +317,8 @@ std::string candidates(ExplanationBuilder& builder, std::string_view role) {
         } else if (candidate.outcome == "other-tenancy") {
             tenancies.push_back(candidate.found);
         }
-        builder.step({.kind = "node",
-                      .outcome = candidate.outcome,
-                      .sentence = named(id) + " " + candidate.sentence,
-                      .at = Spot{&list, there ? path : located::Path{"nodeList", id}},
-                      .facts = {.node = id,
-                                .expected = candidate.expected,
-                                .found = candidate.found,
-                                .by = candidate.by},
-                      .weight = counts && (!found || candidate.outcome != "other-role")
-                                    ? Weight::Deciding
-                                    : Weight::Detail});
+        const bool deciding = counts && (!found || candidate.outcome != "other-role");
+        candidateStep(builder, id, candidate, deciding ? Weight::Deciding : Weight::Detail);
         if (!found && candidate.outcome == "near-miss") {
             builder.because("near-miss-role", named(id) + " " + candidate.sentence,
                             fmt::format("write \"{}\"", candidate.expected));
@@ -309,19 +330,7 @@ std::string candidates(ExplanationBuilder& builder, std::string_view role) {
                                             joined(others, ", "), role);
     }
     if (inTenancy == 0) {
-        const std::string near = nearestName(values.tenancy, tenancies);
-        const std::string sentence =
-            fmt::format("no node of the {} is of tenancy {}{}", list.title, named(values.tenancy),
-                        near.empty() ? "" : fmt::format("; did you mean {}?", named(near)));
-        builder.step({.kind = "node",
-                      .outcome = "no-tenancy",
-                      .sentence = sentence,
-                      .at = Spot{&builder.sources.nodeList,
-                                 {"nodeList", values.roleNodeId, "assignedToTenancy"}},
-                      .weight = Weight::Deciding});
-        builder.because("no-tenancy", sentence,
-                        "correct assignedToTenancy of the own node, or that "
-                        "of the nodes in the list");
+        concludeNoTenancy(builder, tenancies);
         return {};
     }
     const bool master = role == rules::kMaster;
