@@ -119,9 +119,12 @@ bool FileText::readFrom(int descriptor, std::size_t size, const FileText* known)
     while (equal != size) {
         const ssize_t count = ::pread(descriptor, m_bytes.get(), std::min(size - equal, piece),
                                       static_cast<off_t>(equal));
+        if (count < 0 && errno != EINTR) {
+            return false;
+        }
         if (count <= 0 || std::memcmp(m_bytes.get(), known->data() + equal,
                                       static_cast<std::size_t>(count)) != 0) {
-            // Another text, an error or the end: the rest is read without comparing.
+            // Another text, an interruption or the end: the rest is read without comparing.
             assign(*known, equal);
             return readMore(descriptor, size);
         }

@@ -111,8 +111,10 @@ TEST(RandomDeployments, EachDeployment_IsAnsweredAsByNaiveReader) {
         }
     }
     given.erase("GetAppRoot");
+    // A sanitized run makes few deployments.
+    const std::size_t least = kDeployments < 200 ? 2 : 3;
     for (const auto& [query, answers] : given) {
-        EXPECT_GE(answers.size(), 3U) << query;
+        EXPECT_GE(answers.size(), least) << query;
         RecordProperty(query, static_cast<int>(answers.size()));
     }
 }
