@@ -44,7 +44,7 @@ std::optional<FileContents> ContentReader::read(const std::vector<std::string>& 
     m_task.reset();
     try {
         auto task = std::make_shared<Task>(files);
-        Thread("sysconf-compare", [task] { task->run(); }).detach();
+        Thread::startDetached("sysconf-compare", [task] { task->run(); });
         m_task = std::move(task);
     } catch (const std::exception&) {
         return std::nullopt;

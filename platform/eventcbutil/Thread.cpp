@@ -33,26 +33,56 @@ private:
 
 using Work = std::function<void()>;
 
-} // namespace
+/// The attributes of a thread that is joinable or detached.
+class Attributes {
+public:
+    explicit Attributes(int detachState) {
+        ::pthread_attr_init(&m_attributes);
+        ::pthread_attr_setdetachstate(&m_attributes, detachState);
+    }
+    Attributes(const Attributes&) = delete;
+    Attributes& operator=(const Attributes&) = delete;
+    ~Attributes() { ::pthread_attr_destroy(&m_attributes); }
+    const pthread_attr_t* get() const { return &m_attributes; }
 
-Thread::Thread(const char* name, Work work) {
-    auto start = std::make_unique<Work>(std::move(work));
+private:
+    pthread_attr_t m_attributes{};
+};
+
+pthread_t start(Work work, int detachState) {
+    auto argument = std::make_unique<Work>(std::move(work));
+    const Attributes attributes(detachState);
     const SignalsBlocked blocked;
+    pthread_t thread{};
     const int error = ::pthread_create(
-        &m_thread, nullptr,
-        [](void* argument) -> void* {
-            const std::unique_ptr<Work> mine(static_cast<Work*>(argument));
+        &thread, attributes.get(),
+        [](void* passed) -> void* {
+            const std::unique_ptr<Work> mine(static_cast<Work*>(passed));
             (*mine)();
             return nullptr;
         },
-        start.get());
+        argument.get());
     if (error != 0) {
         throw std::system_error(error, std::generic_category(), "pthread_create");
     }
-    [[maybe_unused]] const Work* const passedOn = start.release();
-    m_started = true;
-    m_joinable = true;
+    [[maybe_unused]] const Work* const passedOn = argument.release();
+    return thread;
+}
+
+} // namespace
+
+Thread::Thread(const char* name, Work work)
+    : m_thread(start(std::move(work), PTHREAD_CREATE_JOINABLE)), m_started(true), m_joinable(true) {
     ::pthread_setname_np(m_thread, name);
+}
+
+void Thread::startDetached(const char* name, Work work) {
+    // It names itself: once it runs, it may end at any time.
+    const auto named = [name, work = std::move(work)] {
+        ::pthread_setname_np(::pthread_self(), name);
+        work();
+    };
+    start(named, PTHREAD_CREATE_DETACHED);
 }
 
 void Thread::detach() {

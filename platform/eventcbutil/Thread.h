@@ -19,6 +19,10 @@ public:
     /// @throws std::system_error if there is no thread.
     Thread(const char* name, std::function<void()> work);
 
+    /// Starts such a thread detached. Detaching it later would leave a moment at which a process
+    /// that ends has a thread that nobody joins.
+    static void startDetached(const char* name, std::function<void()> work);
+
     bool joinable() const { return m_joinable; }
     bool isCurrent() const { return m_started && ::pthread_equal(m_thread, ::pthread_self()) != 0; }
 

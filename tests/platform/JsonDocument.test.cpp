@@ -179,7 +179,7 @@ TEST(JsonDocument, TextsThatAreNotJson_RefusedAlike) {
 }
 
 TEST(JsonDocument, NestingAroundTheLimit_AcceptedAlike) {
-    for (std::size_t depth = JsonReader::kNestingLimit - 2; depth <= JsonReader::kNestingLimit + 2;
+    for (std::size_t depth = JsonReader::kNestingLimit - 1; depth <= JsonReader::kNestingLimit + 1;
          ++depth) {
         std::string objects = "1";
         for (std::size_t i = 0; i < depth; ++i) {
