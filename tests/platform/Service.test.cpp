@@ -276,7 +276,7 @@ TEST_F(EventService, SameSubscriptionTwice_IsOneAndWatchesTheFilesOfTheSecond) {
 TEST_F(EventService, Fini_EndsThreadAndDescriptors) {
     const Resources before = resources();
     ASSERT_EQ(m_recorder.subscribe(), 0);
-    const Resources during = resources();
+    const Resources during = resourcesAtRest(1);
     EXPECT_EQ(during.threads, before.threads + 1);
     EXPECT_EQ(during.descriptors, before.descriptors + 4);
     EXPECT_GT(during.watches, before.watches);

@@ -70,7 +70,7 @@ Votes votes(const std::vector<const SourceFile*>& lists, const std::vector<Value
 
 class Agreement {
 public:
-    Agreement(Checker& checker, const Group& group) : m_checker(checker), m_group(group) {
+    Agreement(Checker& checker, const ListGroup& group) : m_checker(checker), m_group(group) {
         for (const SourceFile* list : group.lists()) {
             const Json::Value& nodes = nodesOf(*list);
             for (auto node = nodes.begin(); node != nodes.end(); ++node) {
@@ -345,7 +345,7 @@ private:
     }
 
     Checker& m_checker;
-    const Group& m_group;
+    const ListGroup& m_group;
     /// The lists that have a node; the manager node list is the last one.
     std::map<std::string, std::vector<const SourceFile*>> m_lists;
     std::map<std::string, std::size_t> m_tenancies;
@@ -356,7 +356,7 @@ private:
 
 } // namespace
 
-void checkAgreement(Checker& checker, const Group& group) {
+void checkAgreement(Checker& checker, const ListGroup& group) {
     Agreement(checker, group).run();
 }
 

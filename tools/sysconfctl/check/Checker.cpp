@@ -179,7 +179,7 @@ bool Checker::hidden(const SourceFile& file, const Path& path, const std::string
     return true;
 }
 
-std::vector<const SourceFile*> Group::lists() const {
+std::vector<const SourceFile*> ListGroup::lists() const {
     std::vector<const SourceFile*> all = nodeLists;
     if (managerNodeList != nullptr) {
         all.push_back(managerNodeList);
@@ -187,8 +187,8 @@ std::vector<const SourceFile*> Group::lists() const {
     return all;
 }
 
-std::vector<Group> groupsOf(const Inventory& inventory) {
-    std::vector<Group> groups;
+std::vector<ListGroup> groupsOf(const Inventory& inventory) {
+    std::vector<ListGroup> groups;
     std::map<const SourceFile*, std::size_t> known;
     for (const View& view : inventory.views) {
         const bool loads = view.managerNodeList != nullptr && view.managerNodeList->loads;
@@ -290,7 +290,7 @@ void checkContents(Checker& checker, const Inventory& inventory, CheckResult& re
 void checkGroups(Checker& checker, const Inventory& inventory, CheckResult& result) {
     const auto groups = groupsOf(inventory);
     std::set<std::string> nodes;
-    for (const Group& group : groups) {
+    for (const ListGroup& group : groups) {
         checkAgreement(checker, group);
         for (const SourceFile* list : group.lists()) {
             const std::vector<std::string> ids = nodesOf(*list).getMemberNames();
@@ -298,7 +298,7 @@ void checkGroups(Checker& checker, const Inventory& inventory, CheckResult& resu
         }
     }
     result.nodes = nodes.size();
-    for (const Group& group : groups) {
+    for (const ListGroup& group : groups) {
         if (group.managerNodeList != nullptr) {
             checkRoles(checker, *group.managerNodeList);
         }

@@ -55,7 +55,7 @@ private:
 };
 
 /// The files of one deployment: a manager node list, and the node lists beside it.
-struct Group {
+struct ListGroup {
     const SourceFile* managerNodeList = nullptr;
     std::vector<const SourceFile*> nodeLists;
 
@@ -63,7 +63,7 @@ struct Group {
     std::vector<const SourceFile*> lists() const;
 };
 
-std::vector<Group> groupsOf(const Inventory& inventory);
+std::vector<ListGroup> groupsOf(const Inventory& inventory);
 
 /// The node ids of the processes that read a node list.
 std::set<std::string> ownNodes(const Inventory& inventory, const SourceFile& list);
@@ -79,7 +79,7 @@ void checkProcesses(Checker& checker, const SourceFile& file);
 void checkInstance(Checker& checker, const View& view);
 void checkDatabases(Checker& checker, const SourceFile& file);
 void checkNodeList(Checker& checker, const SourceFile& list);
-void checkAgreement(Checker& checker, const Group& group);
+void checkAgreement(Checker& checker, const ListGroup& group);
 void checkRoles(Checker& checker, const SourceFile& managerNodeList);
 void checkOwnNodes(Checker& checker, const View& view);
 
