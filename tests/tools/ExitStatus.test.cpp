@@ -61,6 +61,20 @@ support::Deployment brokenDatabases() {
     return deployment;
 }
 
+/// Both lists have a misspelt tag.
+support::Deployment filesWithWarnings() {
+    const std::string list = R"({"nodeList": {"n1": {
+        "assignedToTenancy": "t",
+        "extAttr": {"hostType": "master", "domain_node_type": "ACCESS_Master"},
+        "IPAddresses": [{"IP": "10.0.0.1", "usage": ["service", "maintenance"]},
+                        {"IP": "10.0.0.2", "usage": ["soutbound"]}]}}})";
+    support::Deployment deployment;
+    deployment.appConfig(R"({"databases": {}, "processes": {"p1": {"nodeId": "n1"}}})")
+        .nodeList(list)
+        .managerNodeList(list);
+    return deployment;
+}
+
 const std::vector<Row> kRows = {
     {Found::BrokenDatabases, 0, {"get", "local-port"}, ""},
     {Found::BrokenDatabases, 0, {"get", "wss-port"}, ""},
@@ -122,7 +136,7 @@ const std::vector<Row> kRows = {
     {Found::Warnings, 0, {"check"}, ""},
     {Found::Warnings, 4, {"check", "--strict"}, ""},
     {Found::Warnings, 0, {"nodes"}, ""},
-    {Found::Warnings, 0, {"nodes", "west-data-1", "west-data-2"}, ""},
+    {Found::Warnings, 0, {"nodes", "n1"}, ""},
     {Found::Warnings, 0, {"map"}, ""},
     {Found::Clean, 0, {"show"}, ""},
     {Found::Clean, 0, {"get", "local-service-ip"}, ""},
@@ -135,15 +149,16 @@ const std::vector<Row> kRows = {
 };
 
 support::Deployment deploymentFor(Found found) {
-    return found == Found::BrokenDatabases ? brokenDatabases() : support::Deployment();
+    return found == Found::BrokenDatabases ? brokenDatabases()
+           : found == Found::Warnings      ? filesWithWarnings()
+                                           : support::Deployment();
 }
 
 std::vector<std::string> argumentsFor(const Row& row, const std::string& format) {
     std::vector<std::string> arguments = row.arguments;
     arguments.insert(arguments.end(), {"-o", format});
-    if (row.found == Found::Warnings || row.found == Found::Clean) {
-        const tool::View& view = row.found == Found::Clean ? tool::kMaster : tool::kWestData;
-        arguments.insert(arguments.end(), {"--env-file", view.envFile().string()});
+    if (row.found == Found::Clean) {
+        arguments.insert(arguments.end(), {"--env-file", tool::kMaster.envFile().string()});
     }
     return arguments;
 }
