@@ -84,13 +84,18 @@ TEST(ProcessEnd, EventsThatGoOn_AreTurnedAway) {
 #ifndef THREAD_SANITIZED // which reports that the lock of an unfinished load is destroyed
 constexpr unsigned int kPatience = 60; // seconds
 
+[[noreturn]] void exitHere() {
+    std::exit(EXIT_SUCCESS);
+}
+
 /// Refused at first, so that the next load calls the event library again, which then calls `exit`.
-[[noreturn]] void exitInsideTheNextSubscription(const std::function<void()>& load) {
+[[noreturn]] void exitInsideTheNextSubscription(const std::function<void()>& load,
+                                                const std::function<void()>& exit = exitHere) {
     ::alarm(kPatience);
     support::setInitResult(-1);
     SysConfReader::Instance();
     support::setInitResult(0);
-    support::setInitHook([] { std::exit(EXIT_SUCCESS); });
+    support::setInitHook(exit);
     load();
     std::_Exit(EXIT_FAILURE);
 }
@@ -103,6 +108,22 @@ TEST(ProcessEnd, ExitInsideAnEvent_DoesNotWaitForThatEvent) {
                     SysConfReaderEventProcessCB("SysConfigEvent", "", "",
                                                 SysConfReaderImpl::Instance());
                 }),
+                testing::ExitedWithCode(EXIT_SUCCESS), "");
+}
+
+TEST(ProcessEnd, ExitInASignalHandlerDuringAnEvent_DoesNotWaitForThatEvent) {
+    Deployment deployment;
+    writeGeneration(deployment, 1);
+    support::installEventLibrary("recording");
+    EXPECT_EXIT(exitInsideTheNextSubscription(
+                    [] {
+                        SysConfReaderEventProcessCB("SysConfigEvent", "", "",
+                                                    SysConfReaderImpl::Instance());
+                    },
+                    [] {
+                        std::signal(SIGUSR1, [](int) { exitHere(); });
+                        ::pthread_kill(::pthread_self(), SIGUSR1);
+                    }),
                 testing::ExitedWithCode(EXIT_SUCCESS), "");
 }
 
