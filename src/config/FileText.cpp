@@ -122,13 +122,13 @@ bool FileText::readFrom(int descriptor, std::size_t size, const FileText* known)
         if (count < 0 && errno != EINTR) {
             return false;
         }
-        if (count <= 0 || std::memcmp(m_bytes.get(), known->data() + equal,
-                                      static_cast<std::size_t>(count)) != 0) {
+        const auto bytes = static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+        if (bytes == 0 || std::memcmp(m_bytes.get(), known->data() + equal, bytes) != 0) {
             // Another text, an interruption or the end: the rest is read without comparing.
-            assign(*known, equal);
-            return readMore(descriptor, size);
+            prepend(*known, equal, bytes);
+            return append(bytes, size) || readMore(descriptor, size);
         }
-        equal += static_cast<std::size_t>(count);
+        equal += bytes;
     }
     m_same = known;
     m_length = size;
@@ -145,14 +145,7 @@ bool FileText::readMore(int descriptor, std::size_t size) {
         if (count < 0 && errno != EINTR) {
             return false;
         }
-        const auto added = static_cast<std::size_t>(std::max<ssize_t>(count, 0));
-        if (const void* nul = added != 0 ? std::memchr(end, '\0', added) : nullptr) {
-            m_length = static_cast<std::size_t>(static_cast<const char*>(nul) - data()) + 1;
-            return true;
-        }
-        m_length += added;
-        // The read at the end is skipped: the caller compares the size again.
-        if (count == 0 || (size != 0 && m_length == size)) {
+        if (append(static_cast<std::size_t>(std::max<ssize_t>(count, 0)), size) || count == 0) {
             return true;
         }
         if (m_length == most) {
@@ -181,12 +174,24 @@ void FileText::grow(std::size_t capacity) {
     m_capacity = capacity;
 }
 
-void FileText::assign(const FileText& known, std::size_t length) {
+void FileText::prepend(const FileText& known, std::size_t length, std::size_t bytes) {
     if (m_capacity < known.length()) {
         grow(known.length());
     }
+    std::memmove(m_bytes.get() + length, m_bytes.get(), bytes);
     std::memcpy(m_bytes.get(), known.data(), length);
     m_length = length;
+}
+
+bool FileText::append(std::size_t bytes, std::size_t size) {
+    const char* const end = m_bytes.get() + m_length;
+    if (const void* nul = bytes != 0 ? std::memchr(end, '\0', bytes) : nullptr) {
+        m_length = static_cast<std::size_t>(static_cast<const char*>(nul) - m_bytes.get()) + 1;
+        return true;
+    }
+    m_length += bytes;
+    // The read at the end is skipped: the caller compares the size again.
+    return size != 0 && m_length == size;
 }
 
 // One read is enough if the file does not change and its time stamps would show a change. If they

@@ -67,8 +67,11 @@ private:
     void reserveMore(std::size_t size, std::size_t most);
     void grow(std::size_t capacity);
     bool readMore(int descriptor, std::size_t size);
-    /// Copies the beginning of a text.
-    void assign(const FileText& known, std::size_t length);
+    /// Copies the first `length` bytes of a text before the `bytes` bytes that are stored.
+    void prepend(const FileText& known, std::size_t length, std::size_t bytes);
+    /// Adds bytes that were read to the end of the text, up to the first NUL byte. Returns whether
+    /// the text is complete.
+    bool append(std::size_t bytes, std::size_t size);
 
     const FileText* m_same = nullptr;
     std::unique_ptr<char, Free> m_bytes;
