@@ -111,7 +111,6 @@ void operator delete[](void* memory, const std::nothrow_t& /*tag*/) noexcept {
 
 // `new` calls malloc, so one replacement serves both.
 extern "C" {
-// The C library's own names for the functions replaced here.
 void* __libc_malloc(std::size_t size);                    // NOLINT(bugprone-reserved-identifier)
 void* __libc_calloc(std::size_t count, std::size_t size); // NOLINT(bugprone-reserved-identifier)
 void* __libc_realloc(void* memory, std::size_t size);     // NOLINT(bugprone-reserved-identifier)

@@ -3,14 +3,13 @@
 
 #include <cstddef>
 
-/// Failing allocations, injected from outside: the test executable replaces `new` and, in a plain
-/// build, malloc, calloc and realloc as well (a sanitizer's runtime keeps its own). Link
-/// AllocationFaults.cpp.
+/// Makes allocations fail: the test executable replaces `new`, and without a sanitizer also malloc,
+/// calloc and realloc. Link AllocationFaults.cpp.
 namespace support {
 
 enum class Shortage { OneAllocation, FromThereOn };
 
-/// While it exists, allocation number `which` of the current thread (counted from 1) fails; with
+/// While it exists, allocation number `which` (from 1) of the current thread fails; with
 /// FromThereOn, every later one fails too.
 class AllocationFault {
 public:
@@ -19,12 +18,11 @@ public:
     AllocationFault(const AllocationFault&) = delete;
     AllocationFault& operator=(const AllocationFault&) = delete;
 
-    /// Whether an allocation has failed.
     bool happened() const;
 };
 
-/// Called for each allocation, on every thread; if it returns true, the allocation fails. It must
-/// not allocate. Null removes it.
+/// Sets a function that is called for each allocation, on every thread. If it returns true, the
+/// allocation fails. It must not allocate. Null removes it.
 void setAllocationHook(bool (*fails)());
 
 } // namespace support

@@ -19,7 +19,7 @@ std::string databases(Quarncommon::SysConfReader& reader) {
     return text;
 }
 
-std::string nodeListThatTellsNodeIds() {
+std::string nodeListWithIdsAsAddresses() {
     Json::Value root;
     for (const char* id : {"", "node1", "node2", "node3", "source"}) {
         Json::Value& entry = root["nodeList"][id]["IPAddresses"][0U];
@@ -33,7 +33,7 @@ std::string nodeListThatTellsNodeIds() {
 
 Answers loadedValues(Deployment& deployment) {
     Quarncommon::SysConfReader& reader = *Quarncommon::SysConfReader::Instance();
-    deployment.nodeList(nodeListThatTellsNodeIds());
+    deployment.nodeList(nodeListWithIdsAsAddresses());
     return {{"databases", databases(reader)},
             {"maintenanceIP", reader.getMaintenanceIPAddress()},
             {"localhostIP", reader.getLocalhostIPAddress()},

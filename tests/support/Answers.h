@@ -9,29 +9,24 @@
 
 namespace support {
 
-/// What the library answers, name and text each.
+/// Names of values, each with its text.
 using Answers = std::vector<std::pair<std::string, std::string>>;
 
-/// What the last load of SysConfReader left, in the order in which the loader assigns it:
-/// databases, maintenanceIP, localhostIP, wssIP, wssPort, localPort, corbaPort, corbaSSLPort,
-/// nodeId, floatNodeId, hostTag. The own node id is visible only in answers from the node list, so
-/// this replaces that file by one in which the node ids "node1" to "node3", "source" and "" differ.
+/// The loaded values of SysConfReader, in the order in which the loader assigns them. The own node
+/// id is visible only in answers from the node list, so this replaces that file: each node's
+/// address is its id, for the ids "node1" to "node3", "source" and "".
 Answers loadedValues(Deployment& deployment);
 
 /// How many of the loaded values the loader assigns from each file.
 inline constexpr std::size_t kLoadedValues = 11;
 inline constexpr std::size_t kFromAppConfig = 10;
 
-/// The four answers of the role reader: localIP, masterIP, standbyIP, productName.
 Answers roleAnswers();
 
-/// The role answers in the generation of SampleTexts.h, and those of a role reader that found
-/// nothing.
-Answers sampleRoleAnswers(int generation);
-Answers noRoleAnswers();
-
-/// The loaded values in a generation of SampleTexts.h, and those of a reader that found nothing.
+/// What is expected in a generation of SampleTexts.h, and of readers that found nothing.
 Answers sampleLoadedValues(int generation);
 Answers noLoadedValues();
+Answers sampleRoleAnswers(int generation);
+Answers noRoleAnswers();
 
 } // namespace support

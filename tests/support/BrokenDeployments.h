@@ -7,11 +7,11 @@
 #include <utility>
 #include <vector>
 
-/// Faults of a deployment, one each, as an operator meets them. Each is a small change to the
-/// sample pair (samples/ha-pair), seen from one of its nodes.
+/// Typical faults of a deployment. Each is one small change to the sample pair (samples/ha-pair),
+/// seen from one of its nodes.
 namespace support {
 
-/// A text of a file of the sample that is replaced; it is in the file exactly once.
+/// Replaces a text that occurs exactly once in a file of the sample.
 struct Edit {
     std::string file;
     std::string from;
@@ -21,17 +21,14 @@ struct Edit {
 struct BrokenDeployment {
     /// "south-tag-misspelt"; the names of golden files begin with it.
     std::string name;
-    /// The node whose process asks.
     std::string node;
     /// A query whose answer the fault changes, with its arguments.
     std::vector<std::string> query;
     std::vector<Edit> edits = {};
-    /// Variables that differ from those of the sample; without a value, they are unset.
+    /// Variables that differ from those of the sample; those without a value are unset.
     std::vector<std::pair<std::string, std::optional<std::string>>> variables = {};
-    /// A file that is removed, and one that nobody may read.
     std::string removed = {};
     std::string unreadable = {};
-    /// The addresses of the host.
     std::vector<std::string> hostAddresses = {"192.0.2.11", "127.0.0.1"};
 };
 
@@ -43,8 +40,7 @@ const std::vector<BrokenDeployment>& brokenDeployments();
 void writeDeployment(const BrokenDeployment& deployment, const std::filesystem::path& pair,
                      const std::filesystem::path& folder);
 
-/// The environment of the process, with paths relative to the folder. A variable without a value is
-/// unset.
+/// The environment of the process, with paths relative to the folder.
 std::vector<std::pair<std::string, std::optional<std::string>>>
 environmentOf(const BrokenDeployment& deployment);
 

@@ -16,8 +16,8 @@
 #include <sys/syscall.h>
 #include <sys/types.h>
 
-// The replaced functions have names of their own here, because headers may define them inline. That
-// is why <fcntl.h>, <poll.h>, <sys/stat.h> and <unistd.h> are not included.
+// The replaced functions have other names here, and <fcntl.h>, <poll.h>, <sys/stat.h> and
+// <unistd.h> are not included, because these headers may define the functions inline.
 struct stat;
 extern "C" long syscall(long number, ...) noexcept;
 
@@ -25,7 +25,7 @@ namespace {
 
 using support::Call;
 
-// Constant-initialised: these are used before any constructor has run.
+// Constant-initialised: used before any constructor has run.
 thread_local bool t_notUnderTest = false;
 constinit std::atomic<int> g_call{-1};
 constinit std::atomic<int> g_error{0};
@@ -83,7 +83,7 @@ using CreateThreadFunction = int(pthread_t*, const pthread_attr_t*, void* (*)(vo
 using OpenLibraryFunction = void*(const char*, int);
 using RegisterAtForkFunction = int(void (*)(), void (*)(), void (*)(), void*);
 
-// Looked up in advance: a lookup in the middle of a call under test would be counted with it.
+// Looked up in advance, so that the calls of a lookup are not counted with those under test.
 CreateThreadFunction* const g_createThread = next<CreateThreadFunction>("pthread_create");
 OpenLibraryFunction* const g_openLibrary = next<OpenLibraryFunction>("dlopen");
 RegisterAtForkFunction* const g_registerAtFork = next<RegisterAtForkFunction>("__register_atfork");

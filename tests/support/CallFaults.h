@@ -3,10 +3,10 @@
 
 #include <cstddef>
 
-/// One failing call, injected from outside: the test executable defines the calls of the C library
-/// itself, counts them and lets one of them fail, once or for a while. Link CallFaults.cpp,
-/// AllocationFaults.cpp, LockFaults.cpp and HostAddresses.cpp. Not available under sanitizers,
-/// whose runtimes use some of these calls before they can run instrumented code.
+/// Makes calls of the C library fail, once or for a while: the test executable replaces and counts
+/// them. Link CallFaults.cpp, AllocationFaults.cpp, LockFaults.cpp and HostAddresses.cpp. Not
+/// available under sanitizers, whose runtimes use some of these calls before they can run
+/// instrumented code.
 namespace support {
 
 enum class Call {
@@ -34,8 +34,8 @@ enum class Call {
 };
 inline constexpr std::size_t kCalls = static_cast<std::size_t>(Call::Unlock) + 1;
 
-/// Calls number `first` to `first + count - 1` of that kind fail with `error`; counted from 1, on
-/// all threads that are under test.
+/// Calls number `first` to `first + count - 1` of that kind fail with `error`. Counted from 1, on
+/// all threads under test.
 struct CallFault {
     Call call;
     int error;
@@ -45,17 +45,17 @@ struct CallFault {
 
 inline constexpr std::size_t kUntilReleased = static_cast<std::size_t>(-1) / 2;
 
-/// Starts counting. Replaces the fault that was there.
+/// Starts counting from 1, and replaces an earlier fault.
 void arm(const CallFault& fault);
 /// From now on every call succeeds. Calls are still counted.
 void release();
 /// Whether a call has failed since `arm`.
 bool faultHappened();
-/// How many calls of that kind there have been since `arm`, failed or not.
+/// The number of calls of that kind since `arm`, failed or not.
 std::size_t callCount(Call call);
 
-/// While one exists, the calls of its thread neither fail nor are counted: the code of the test
-/// itself. Not nested.
+/// For the code of the test itself: while one exists, calls of its thread do not fail and are not
+/// counted. Not nested.
 class NotUnderTest {
 public:
     NotUnderTest();

@@ -26,7 +26,6 @@ constexpr int kCannotStart = 127;
     throw std::system_error(errno, std::generic_category(), what);
 }
 
-/// A file descriptor, closed at its end.
 class Descriptor {
 public:
     explicit Descriptor(int number = -1) : m_number(number) {}
@@ -61,7 +60,7 @@ Pipe makePipe() {
     return {Descriptor(ends[0]), Descriptor(ends[1])};
 }
 
-/// A terminal that passes bytes as they are written, so that a test sees exactly those.
+/// A terminal that passes bytes unchanged.
 Pipe makeTerminal(unsigned short columns) {
     termios raw{};
     ::cfmakeraw(&raw);
@@ -78,7 +77,7 @@ Pipe makeTerminal(unsigned short columns) {
     return {Descriptor(master), Descriptor(slave)};
 }
 
-/// Appends what can be read. False at the end, which a terminal reports as an input/output error.
+/// Appends what can be read. Returns false at the end, which a terminal reports as EIO.
 bool readSome(int descriptor, std::string& text) {
     std::array<char, 65536> buffer{};
     const ssize_t size = ::read(descriptor, buffer.data(), buffer.size());
@@ -88,7 +87,8 @@ bool readSome(int descriptor, std::string& text) {
     return size > 0 || (size < 0 && errno == EINTR);
 }
 
-/// Reads from whichever is ready first, so that the command never blocks. False at the end of both.
+/// Reads from the pipe that is ready first, so that the command never blocks. Returns false at the
+/// end of both.
 bool readEither(Descriptor& output, std::string& outputText, Descriptor& errors,
                 std::string& errorText) {
     std::array<pollfd, 2> ready = {pollfd{output.number(), POLLIN, 0},
@@ -121,7 +121,7 @@ void waitFor(pid_t child, CommandResult& result) {
 
 } // namespace
 
-/// `reading` stays with the test, `writing` becomes the command's standard output.
+/// The test keeps `reading`; `writing` becomes the command's standard output.
 struct Command::Ends {
     Descriptor reading;
     Descriptor writing;
@@ -189,7 +189,7 @@ void Command::becomeCommand(int output, int errors) const {
         ::setenv(name.c_str(), value.c_str(), 1);
     }
     if (m_withoutFilePrivileges) {
-        // Not permitted to other users, who have none of them.
+        // Fails for other users, who do not have the capability anyway.
         ::prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE, 0, 0, 0);
         ::prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH, 0, 0, 0);
     }

@@ -10,17 +10,16 @@
 
 namespace support {
 
-/// How a command ended, and what it wrote.
 struct CommandResult {
-    /// -1 when a signal ended the command.
+    /// -1 if a signal ended the command.
     int exitStatus = -1;
     int signal = 0;
-    /// Standard output, when that was a pipe or a terminal.
+    /// Standard output, if it was a pipe or a terminal.
     std::string output;
     std::string errors;
 };
 
-/// A command that has been started. It is killed at the latest when this is destroyed.
+/// A command that has been started. The destructor kills it.
 class RunningCommand {
 public:
     RunningCommand(RunningCommand&&) noexcept;
@@ -28,14 +27,13 @@ public:
 
     void signal(int number) const;
 
-    /// Returns when standard output, or standard error, contains the text.
-    /// @throws std::runtime_error with what there is when it ends without.
+    /// Waits until standard output, or standard error, contains the text.
+    /// @throws std::runtime_error with the output, if the command ends without it.
     void waitForOutput(const std::string& text);
     void waitForErrors(const std::string& text);
     /// All of standard output so far.
     const std::string& output() const;
 
-    /// Waits for the command's end.
     CommandResult finish();
 
 private:
@@ -47,16 +45,16 @@ private:
     std::unique_ptr<State> m_state;
 };
 
-/// A command to run in its own process, with the environment of the test process and the changes
-/// made here, and with empty standard input. Standard output goes to a pipe by default, standard
-/// error always.
+/// A command to run in its own process, with empty standard input. Its environment is that of the
+/// test process with the changes made here. Standard error goes to a pipe; so does standard output
+/// by default.
 class Command {
 public:
     Command(std::filesystem::path program, std::vector<std::string> arguments);
 
     Command& variable(const std::string& name, const std::string& value);
     Command& workingDirectory(const std::filesystem::path& directory);
-    /// The mode of a file applies to the command even if root runs it.
+    /// The modes of files apply to the command even if root runs it.
     Command& withoutFilePrivileges();
     /// Standard output is that file, opened for writing.
     Command& outputToFile(const std::filesystem::path& file);
@@ -65,8 +63,7 @@ public:
     /// Standard output is a pipe without a reader.
     Command& outputToClosedPipe();
 
-    /// Runs the command to its end.
-    /// @throws std::system_error when it cannot be started.
+    /// @throws std::system_error if the command cannot be started.
     CommandResult run() const;
     RunningCommand start() const;
 

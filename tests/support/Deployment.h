@@ -9,12 +9,12 @@ namespace support {
 /// Sets or, with null, unsets an environment variable of the test process.
 void setEnvironment(const char* variable, const char* value);
 
-/// Writes a file, making its folder if need be; replaces what was there in one step (rename).
+/// Writes a file, and creates its folder if necessary. Replaces an existing file by rename.
 void writeFile(const std::filesystem::path& path, const std::string& text);
 
-/// The files and the environment of a process of a deployment, in the test's own directory. The
-/// environment is set by the constructor: instance id "p1", every path into the directory; no file
-/// exists until it is written.
+/// The files and the environment of a process of a deployment, in the test's directory. The
+/// constructor sets the environment: instance id "p1", and paths into the directory. It writes no
+/// file.
 class Deployment {
 public:
     Deployment();

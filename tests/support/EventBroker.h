@@ -10,8 +10,8 @@
 
 namespace support {
 
-/// The state of the recording event library. It lives in the test executable, so that tests can
-/// set it before the library is loaded and read it after the library has been unloaded.
+/// The state of the recording event library. It is part of the test executable, so that tests can
+/// set it before the library is loaded and read it afterwards.
 struct EventBroker {
     std::mutex mutex;
     std::condition_variable idle;
@@ -35,5 +35,5 @@ struct EventBroker {
 
 } // namespace support
 
-/// Gives the recording library access to that state. Exported by the test executable.
+/// Called by the recording library; the test executable exports it.
 extern "C" [[gnu::visibility("default")]] support::EventBroker* sysconfTestEventBroker();

@@ -6,24 +6,23 @@
 #include <functional>
 #include <string>
 
-/// Event libraries for the tests. Each is a real libeventcbutil.so, put into the test's directory,
-/// where the dynamic loader looks first.
+/// Event libraries for the tests: real shared libraries libeventcbutil.so, copied to the test's
+/// directory, which the dynamic loader searches first.
 namespace support {
 
-/// Puts the event library of that kind where it will be found (replacing another that has not been
-/// loaded yet): "recording", "without-init", "without-fini", "without-redeliver".
+/// Installs an event library in place of an earlier one that has not been loaded yet.
+/// @param kind "recording", "without-init", "without-fini" or "without-redeliver".
 void installEventLibrary(const std::string& kind);
 
-/// True while the dynamic loader has libeventcbutil.so in the process.
 bool eventLibraryLoaded();
 
 /// @name The recording library
-/// It counts its calls and does what the test has set. Usable before it is loaded.
+/// It counts its calls and behaves as set here, also before it is loaded.
 /// @{
 
-/// The result of EventConsumerCBInit, 0 at first. It subscribes only if that is not negative.
+/// The result of EventConsumerCBInit, 0 by default. It subscribes only if that is not negative.
 void setInitResult(int result);
-/// Whether EventConsumerCBInit throws std::runtime_error instead of answering.
+/// Makes EventConsumerCBInit throw std::runtime_error.
 void setInitThrows(bool throws);
 /// Runs inside EventConsumerCBInit / EventConsumerCBFini before anything else.
 void setInitHook(std::function<void()> hook);
@@ -48,9 +47,9 @@ void* lastUserData();
 /// The record of the last request for another delivery.
 EventConsumerCallback lastRedelivery();
 
-/// Delivers an event on the calling thread to the present subscription. Returns the callback's
-/// result, or -2 if there is no subscription. EventConsumerCBFini waits for running deliveries and
-/// lets no further one start.
+/// Delivers an event to the current subscription, on the calling thread. Returns the callback's
+/// result, or -2 without a subscription. EventConsumerCBFini waits for running deliveries; none
+/// starts afterwards.
 int deliver(const std::string& eventName = "SysConfigEvent");
 /// @}
 

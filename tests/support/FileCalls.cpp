@@ -15,8 +15,8 @@
 #include <string_view>
 #include <sys/types.h>
 
-// The replaced functions have other names here, because the headers may define them inline. That is
-// also why <fcntl.h> and <unistd.h> are left out.
+// The replaced functions have other names here, and <fcntl.h> and <unistd.h> are not included,
+// because these headers may define the functions inline.
 extern "C" {
 [[gnu::weak]] int __interceptor_open(const char*, int, ...);
 [[gnu::weak]] int __interceptor_openat(int, const char*, int, ...);
@@ -34,7 +34,7 @@ struct stat;
                                                      off_t) __asm__("pread");
 [[gnu::visibility("default")]] int replacedFstat(int, struct stat*) __asm__("fstat");
 
-// The same functions under the names for large files, which mean the same where off_t has 64 bits.
+// With an off_t of 64 bits, the names for large files are other names of the same functions.
 static_assert(sizeof(off_t) == 8);
 [[gnu::visibility("default"), gnu::alias("open")]] int open64(const char*, int, ...);
 [[gnu::visibility("default"), gnu::alias("openat")]] int openat64(int, const char*, int, ...);
@@ -66,13 +66,12 @@ Watch& watch() {
     return watch;
 }
 
-/// What an open does: opens that path, or fails with that error.
+/// An open opens `target`, or fails with `error`.
 struct OpenStep {
     std::string target;
     int error = 0;
 };
 
-/// Records the open and returns what it does.
 OpenStep noted(const char* path, bool closeOnExec) {
     std::function<void(const std::string&)> hook;
     OpenStep step{path};
@@ -107,14 +106,13 @@ Result watchedOpen(const char* path, bool closeOnExec, Result failed, Open open)
     return open(step.target.c_str());
 }
 
-/// The path of an open file, "" if the kernel does not know it.
 std::string pathOf(int descriptor) {
     const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
     std::array<char, 4096> path{};
     return ::readlink(link.c_str(), path.data(), path.size() - 1) < 0 ? "" : path.data();
 }
 
-/// The script's step for this read; without a script, a step without effect.
+/// Returns the script's step for this read; without a script, a step without effect.
 support::ReadStep nextStep(int descriptor) {
     const std::string path = pathOf(descriptor);
     std::function<support::ReadStep(std::size_t)> script;

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-/// Records the file calls of the library under test and makes them fail. FileCalls.cpp, linked into
-/// the test executable, replaces open, fopen, fstat, read and pread of the C library.
+/// Records the file calls of the library under test and makes them fail: FileCalls.cpp replaces
+/// open, fopen, fstat, read and pread in the test executable.
 namespace support {
 
 struct OpenCall {
@@ -16,36 +16,34 @@ struct OpenCall {
     bool closeOnExec = false;
 };
 
-/// The opens of JSON files (paths that end in ".json") since the start or the last reset, in
-/// order, whether they succeeded or not.
+/// The opens of "*.json" since the start or the last reset, in order, failed ones included.
 std::vector<OpenCall> openCalls();
-/// The number of opens of that path.
 std::size_t openCount(const std::string& path);
 void resetOpenCalls();
 
-/// From now on an open of `path` opens `target` instead; it is counted under `path`.
+/// From now on an open of `path` opens `target`. It is recorded with `path`.
 void redirectOpen(const std::string& path, const std::string& target);
 
-/// From now on the n-th open (from 0) of `path` fails with the error number script(n), unless that
-/// is 0.
+/// From now on the n-th open (from 0) of `path` fails with the error number script(n); 0 is
+/// success.
 void failOpens(const std::string& path, std::function<int(std::size_t)> script);
 
 /// Runs on the opening thread before each open of a JSON file; null removes it.
 void setOpenHook(std::function<void(const std::string& path)> hook);
 
-/// What one read call does: fails with `error`, or reads at most that many bytes. If `fill` is not
-/// NUL, the bytes are `fill` and do not come from the file.
+/// A read call fails with `error`, or reads at most that many bytes: from the file, or `fill` if
+/// that is not NUL.
 struct ReadStep {
     int error = 0;
     std::size_t atMost = std::numeric_limits<std::size_t>::max();
     char fill = '\0';
 };
 
-/// From now on the n-th read or pread (from 0) of the file at `path` does script(n); null ends it.
+/// From now on the n-th read or pread (from 0) of the file at `path` does script(n). Null ends it.
 void disturbReads(const std::string& path, std::function<ReadStep(std::size_t)> script);
 
-/// From now on the n-th fstat (from 0) of the file at `path` fails with the error number script(n),
-/// unless that is 0; null ends it.
+/// From now on the n-th fstat (from 0) of the file at `path` fails with the error number script(n);
+/// 0 is success. Null ends it.
 void failStats(const std::string& path, std::function<int(std::size_t)> script);
 
 } // namespace support

@@ -16,7 +16,7 @@ struct Interface {
     ifaddrs entry{};
 };
 
-// A deque keeps elements in place: the entries point to each other and into themselves.
+// A deque, because the entries contain pointers to each other and to themselves.
 std::deque<Interface> g_interfaces;
 char g_name[] = "test0";
 int g_error = 0;

@@ -4,19 +4,18 @@
 #include <string>
 #include <vector>
 
-/// The addresses of the host, set by the test: the test executable defines getifaddrs itself. Link
-/// HostAddresses.cpp.
+/// Sets the addresses of the host: HostAddresses.cpp replaces getifaddrs in the test executable.
 namespace support {
 
-/// From now on the host has exactly these addresses, in this order, one interface each. At first
+/// From now on the host has these addresses, in this order, each on its own interface. At the start
 /// it has none.
 void setHostAddresses(const std::vector<std::string>& addresses);
 
 /// From now on listing the addresses fails with that error number; 0 ends it.
 void failHostAddresses(int error);
 
-/// Called whenever the addresses are listed; the call fails with that error number unless it is 0.
-/// Null removes it.
+/// Sets a function that is called when the addresses are listed. Its result is the error number of
+/// the call, 0 for success. Null removes it.
 void setHostAddressesHook(int (*error)());
 
 } // namespace support

@@ -19,7 +19,7 @@ namespace {
 struct Watch {
     std::mutex mutex;
     std::vector<support::LibraryOpen> opens;
-    /// How often each handle is open.
+    /// Each open handle with the number of its opens.
     std::map<void*, int> handles;
     int closes = 0;
     bool failOpens = false;

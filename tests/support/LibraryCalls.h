@@ -4,9 +4,8 @@
 #include <string>
 #include <vector>
 
-/// How the library under test opens and closes its event library, watched from outside: the test
-/// executable defines dlopen and dlclose itself, so this header goes with LibraryCalls.cpp linked
-/// in.
+/// Records how the library under test opens and closes its event library: LibraryCalls.cpp replaces
+/// dlopen and dlclose in the test executable.
 namespace support {
 
 struct LibraryOpen {
@@ -15,17 +14,14 @@ struct LibraryOpen {
     bool opened = false;
 };
 
-/// The dlopen calls for the event library since the start, in order, whether they succeeded or
-/// not.
+/// The dlopen calls for the event library since the start, in order, failed ones included.
 std::vector<LibraryOpen> eventLibraryOpens();
 
-/// From now on every such call fails, as it does when memory runs out; false lets them through.
+/// From now on these calls fail, or succeed.
 void failLibraryOpens(bool fail);
-
-/// From now on no handle of the event library can be closed; false lets them be.
 void failLibraryCloses(bool fail);
 
-/// How many of the handles that they gave were to be closed, whether they were or not.
+/// The number of dlclose calls for their handles, failed ones included.
 int eventLibraryCloses();
 
 } // namespace support

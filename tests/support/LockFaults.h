@@ -4,26 +4,26 @@
 #include <cstddef>
 #include <functional>
 
-/// Faults of the reader/writer locks of the library under test, injected from outside: the test
-/// executable defines the pthread calls itself. Link LockFaults.cpp.
+/// Makes the reader/writer locks of the library under test fail: LockFaults.cpp replaces the
+/// pthread calls in the test executable.
 namespace support {
 
 enum class LockCall { Read, Write, Unlock };
 
-/// From now on the calls of that kind fail with `error` (0 ends it). A failing call does nothing
-/// else: a failed unlock leaves the lock held.
+/// From now on the calls of that kind fail with `error` and do nothing: a failed unlock leaves the
+/// lock held. 0 ends it.
 void failLockCalls(LockCall call, int error);
 
-/// From now on unlock calls unlock but return `error` (0 ends it), so that calls can follow a
-/// failed release.
+/// From now on unlock calls unlock but return `error`, so that the test can continue. 0 ends it.
 void misreportUnlocks(int error);
 
-/// Called for each lock call, on every thread; the call returns that error number unless it is 0. A
-/// failing lock call does nothing else, a failing unlock call unlocks. Null removes it.
+/// Sets a function that is called for each lock call, on every thread. Its result is the error
+/// number of the call, 0 for success. A failing lock call does nothing; a failing unlock call
+/// unlocks. Null removes it.
 void setLockFaultHook(int (*error)(LockCall));
 
-/// Runs on each thread that acquires a side of a lock: before it waits and, with `held`, once it
-/// has acquired it. Set it only while no thread uses a lock.
+/// Sets a function that a thread calls before it waits for a side of a lock and, with `held`, when
+/// it has acquired it. Set it only while no thread uses a lock.
 void setLockHook(std::function<void(LockCall, bool held)> hook);
 
 /// Calls that succeeded since the start or the last reset, by kind.
@@ -34,11 +34,11 @@ struct LockCounts {
 };
 LockCounts lockCounts();
 void resetLockCounts();
-/// The largest number of locks that the calling thread has held at once since then.
+/// The largest number of locks that the calling thread has held at the same time since then.
 std::size_t mostLocksHeldHere();
 
-/// How many read and write sides the calling thread holds now. `unlock` is the number of its unlock
-/// calls on a lock that it did not hold.
+/// The read and write sides that the calling thread holds now. `unlock` is the number of its unlock
+/// calls for locks that it did not hold.
 LockCounts locksHeldHere();
 /// Releases the locks that the calling thread still holds because unlock calls failed.
 void releaseLocksHeldHere();

@@ -10,14 +10,13 @@
 #include <tuple>
 #include <vector>
 
-/// Goes with FileCalls.cpp and LockFaults.cpp linked in.
+/// Link FileCalls.cpp and LockFaults.cpp.
 namespace support {
 
-/// The name of an opened file, with the locks that the opening thread held for writing and for
-/// reading at that moment.
+/// The name of an opened file, and the number of locks that the opening thread then held for
+/// writing and for reading.
 using LockedOpen = std::tuple<std::string, std::size_t, std::size_t>;
 
-/// The files opened while `call` runs.
 template <typename Call>
 std::vector<LockedOpen> opensWithLocks(Call call) {
     std::vector<LockedOpen> opens;

@@ -7,10 +7,10 @@
 
 #include <string>
 
-/// What is expected of the locks after a call. Goes with LockFaults.cpp linked in.
+/// Checks of the locks after a call. Link LockFaults.cpp.
 namespace support {
 
-/// The calling thread holds no lock, and has released none that it did not hold.
+/// The calling thread holds no lock, and has released only locks that it held.
 inline void expectNoLockHeld(const std::string& when = "") {
     const LockCounts held = locksHeldHere();
     EXPECT_EQ(held.read, 0U) << when;
@@ -18,7 +18,7 @@ inline void expectNoLockHeld(const std::string& when = "") {
     EXPECT_EQ(held.unlock, 0U) << "unlocked without having locked " << when;
 }
 
-/// Nor does any other thread hold one of those taken since the start or the last reset.
+/// In addition, no thread holds a lock that was acquired since the start or the last reset.
 inline void expectLocksFree() {
     const LockCounts counts = lockCounts();
     EXPECT_EQ(counts.read + counts.write, counts.unlock);

@@ -19,7 +19,7 @@ using Quarncommon::SysConfReader_i;
 using Quarncommon::SysConfReaderImpl;
 
 // Longer than the inline buffer of a string, so that each copy allocates.
-const std::string kTail = " -- a text that takes memory of its own";
+const std::string kTail = " -- a text that is long enough to need memory";
 
 const std::string kEvent = "SysConfigEvent";
 const std::string kEmpty;

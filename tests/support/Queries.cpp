@@ -30,7 +30,7 @@ std::string Outputs::toText() const {
     for (const auto& [key, value] : byNumber) {
         all << ' ' << key << '=' << std::quoted(value);
     }
-    // A call adds a thousand empty southbound keys: their number is enough.
+    // A call adds a thousand empty southbound keys, of which only the number is printed.
     all << ' ' << byTag.size();
     for (const auto& [key, value] : byTag) {
         if (!value.empty() || !key.starts_with("southbound")) {

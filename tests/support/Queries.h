@@ -10,9 +10,8 @@
 #include <string>
 #include <vector>
 
-/// The one table of all queries of SysConfReader, for tests, fuzzers and benchmarks that run every
-/// query. It is a template, because the reference reader and the benchmarks' baseline have the same
-/// operations.
+/// A table of all queries of SysConfReader, for tests, fuzzers and benchmarks. It is a template,
+/// because the reference reader and the benchmarks' baseline have the same operations.
 namespace queries {
 
 /// The file that a query reads on each call.
@@ -44,7 +43,7 @@ struct Outputs {
     std::map<std::string, std::set<std::string>> byNode;
     Json::Value tree;
     std::map<std::string, Json::Value> trees;
-    /// An argument that getAllFloatIP takes by value: made before the call, like all arguments.
+    /// An argument of getAllFloatIP, by value: made before the call, like all arguments.
     std::set<std::string> tags;
 
     bool operator==(const Outputs&) const = default;
@@ -56,7 +55,7 @@ template <typename Reader>
 struct Query {
     const char* name;
     Reads reads;
-    /// How often it takes the read lock of its class if the list has an answer.
+    /// How often it acquires the read lock of its class if the list has an answer.
     std::size_t readLocks;
     Takes takes;
     Shortage shortage;

@@ -5,8 +5,8 @@
 
 namespace support {
 
-/// What a function that the test executable replaces is to call: the interceptor of the sanitizer,
-/// which must still see the calls that go through, or else the C library's own function.
+/// Returns the function that the test executable has replaced: the interceptor of the sanitizer,
+/// which must see the calls, or the C library's function.
 template <typename Function>
 Function* realFunction(Function* interceptor, const char* name) {
     return interceptor != nullptr ? interceptor

@@ -15,7 +15,7 @@ std::string textOf(const fs::path& file) {
 }
 
 Resources resources() {
-    // Listed to the end before any is opened, because an open file is listed too.
+    // Counted before any file is opened, because an open file has an entry too.
     const auto entries = [](const char* folder) {
         return static_cast<std::size_t>(
             std::distance(fs::directory_iterator(folder), fs::directory_iterator()));
@@ -40,7 +40,7 @@ namespace {
 std::size_t threadsNamed(std::string_view beginning) {
     std::size_t count = 0;
     for (const fs::directory_entry& task : fs::directory_iterator("/proc/self/task")) {
-        // A thread may end while it is being read; that reads as no name.
+        // If a thread has just ended, there is no name to read.
         std::ifstream stream(task.path() / "comm");
         std::string name;
         count += std::getline(stream, name) && name.starts_with(beginning) ? 1U : 0U;
@@ -55,7 +55,7 @@ std::size_t serviceThreads() {
 }
 
 Resources resourcesAtRest(std::size_t services) {
-    // Equal twice with no thread in between: nothing was read while they were counted.
+    // Two equal results without another thread in between: no file was open during the count.
     for (;;) {
         const Resources now = resources();
         if (threadsNamed("sysconf-") == services && now == resources()) {

@@ -8,7 +8,7 @@
 
 std::string textOf(const std::filesystem::path& file);
 
-/// How many threads this process has, descriptors, and kernel watches on folders.
+/// The numbers of threads, descriptors and inotify watches of this process.
 struct Resources {
     std::size_t threads;
     std::size_t descriptors;
@@ -17,13 +17,12 @@ struct Resources {
     bool operator==(const Resources&) const = default;
 };
 Resources resources();
-/// The same once exactly that many threads of the event service are left, and none of them reads a
-/// file. Returns only then.
+/// Waits until exactly that many threads of the event service exist and none reads a file.
 Resources resourcesAtRest(std::size_t services = 1);
 void PrintTo(const Resources& resources, std::ostream* stream);
 
-/// Returns when no thread of the event library is left. Joining a thread is not enough for that:
-/// the kernel lists it a moment longer.
+/// Waits until no thread of the event library is left. The kernel lists a joined thread for a
+/// moment longer.
 void waitForServiceToEnd();
-/// How many threads serve subscriptions, or did and have not ended yet.
+/// The number of threads that serve subscriptions or are about to end.
 std::size_t serviceThreads();

@@ -12,7 +12,7 @@ namespace support {
 class Deployment;
 }
 
-/// Every query of SysConfReader, asked of files in which every answer but the ports contains a
+/// Runs the queries of SysConfReader on files in which every value except the ports contains a
 /// mark.
 namespace queries {
 
@@ -26,8 +26,8 @@ std::vector<ReaderQuery> reading(Reads reads);
 /// Returns the answer of SysConfReader::Instance() as text. The outputs are "old" before the call.
 std::string ask(const ReaderQuery& query);
 
-/// The three files for process "p1" on node "n1". The lists have that many further nodes, which
-/// contain `mark` too. Either list can serve as both.
+/// The files for process "p1" on node "n1". The node list has `furtherNodes` more nodes, which
+/// contain `mark` too, and also serves as the manager's.
 std::string appConfig(const std::string& mark);
 std::string nodeList(const std::string& mark, std::size_t furtherNodes = 0);
 

@@ -7,25 +7,22 @@
 
 #include <string>
 
-/// Configuration in generations: every value contains its generation, so that a test can see from
-/// which of several loads an answer comes. In generation 7 the process "p1" runs on
-/// "node7".
+/// Configuration in generations: every value contains the number of its generation, so that a test
+/// can see which load an answer comes from. In generation 7 the process "p1" runs on "node7".
 namespace support {
 
 /// One database "db" with one entry, and the process "p1" with all its values.
 Json::Value sampleAppConfig(int generation);
 
 /// The nodes "node1" to "node3" and "node<generation>", masters of tenancy "tenancy<generation>"
-/// with a maintenance, an internal-service and a service address each; the latter is no host's.
+/// with a maintenance, an internal-service and a service address each. No host has the last one.
 Json::Value sampleNodeList(int generation);
 
 /// The nodes "m1" (master) and "m2" (standby) of the same tenancy.
 Json::Value sampleManagerNodeList(int generation);
 
-/// The text of a file with that content.
 std::string jsonText(const Json::Value& value);
 
-/// Writes all three files.
 void writeGeneration(Deployment& deployment, int generation);
 
 } // namespace support

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// Which sanitizer a test is built with, for what a sanitizer's own frames, files and memory do not
-/// let be tried. g++ defines macros, clang++ answers questions.
+/// The sanitizer of this build. A sanitizer needs stack, files and memory itself, which some tests
+/// cannot allow for. g++ defines macros for it; clang++ has __has_feature.
 #if defined(__SANITIZE_ADDRESS__)
 #define ADDRESS_SANITIZED 1
 #elif defined(__SANITIZE_THREAD__)
@@ -21,8 +21,7 @@
 
 namespace support {
 
-/// So many rounds of what repeats one thing with other data, or under a sanitizer, which makes each
-/// several times as long, an eighth of them.
+/// Returns how often to repeat a test with other data: less often under a sanitizer, which is slow.
 constexpr int rounds(int plain) {
 #ifdef SANITIZED
     return plain / 8;

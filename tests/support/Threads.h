@@ -8,8 +8,8 @@
 
 namespace support {
 
-/// Runs `work(i)` for every i below `count`, each on a thread of its own, all let go at once, and
-/// waits for them.
+/// Runs `work(i)` for every i below `count`, each on its own thread, and waits for all of them.
+/// They start at the same moment.
 template <typename Work>
 void runTogether(std::size_t count, Work work) {
     std::barrier start(static_cast<std::ptrdiff_t>(count));

@@ -1,3 +1,3 @@
 // SPDX-License-Identifier: Apache-2.0
-// Built for the headers alone that most tests include: they are compiled once, not once a test.
+// Compiles the headers that most tests include once for all tests.
 int main() {}

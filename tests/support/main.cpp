@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // The main program of every test executable. It runs the tests in a child process, in a new
-// directory and without the library's environment variables. The dynamic loader searches that
-// directory first, so that a test decides which event library is found; then the folder that
-// SYSCONF_TEST_LIBRARY names, which can hold another build of the library under test. The directory
-// is removed when the tests have ended, also after a crash.
+// directory and without the library's environment variables, and removes the directory at the end,
+// also after a crash. The dynamic loader searches that directory first, so that a test can install
+// an event library; then the folder SYSCONF_TEST_LIBRARY, which can hold another build of the
+// library under test.
 
 #include "support/TestDirectory.h"
 
