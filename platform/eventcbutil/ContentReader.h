@@ -11,14 +11,13 @@
 
 namespace eventcbutil {
 
-/// Reads files for a comparison, without waiting for a file that hangs on a network file system.
-/// Each read has a short-lived thread. While a read hangs, no further one is started.
+/// Reads files with a time limit, because a read from a network file system may hang. Each read has
+/// a short-lived thread. While a read hangs, no other one is started.
 class ContentReader {
 public:
-    /// How long a read may take.
     static constexpr std::chrono::milliseconds kLongest{500};
 
-    /// @return Nothing if a file hangs, or if memory or threads are used up.
+    /// @return Nothing if a read hangs, or if there is no memory or no thread.
     std::optional<FileContents> read(const std::vector<std::string>& files);
 
 private:

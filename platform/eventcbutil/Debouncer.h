@@ -7,8 +7,8 @@
 
 namespace eventcbutil {
 
-/// Gathers changes until none has arrived for a quiet time, at most for a longest time. It has no
-/// clock; the caller passes the time.
+/// Collects changes until none has arrived for a quiet time, with an upper limit. It has no clock;
+/// the caller passes the time.
 class Debouncer {
 public:
     using Time = std::chrono::steady_clock::time_point;
@@ -22,13 +22,13 @@ public:
         m_last = now;
     }
 
-    /// When the gathered changes are due; nothing if there are none.
+    /// When the collected changes are due; nothing if there are none.
     std::optional<Time> due() const {
         return m_gathering ? std::optional(std::min(m_last + m_quiet, m_first + m_longest))
                            : std::nullopt;
     }
 
-    /// The gathered changes are being announced.
+    /// The collected changes are being announced.
     void clear() { m_gathering = false; }
 
 private:

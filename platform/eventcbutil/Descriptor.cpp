@@ -15,8 +15,7 @@ namespace {
 
 constexpr int kFirstNumber = 3;
 
-/// Rotates through the real-time signals, so that two descriptors with the same number in
-/// succession have different marks.
+/// Rotates through the real-time signals, so that a reused number gets a different mark.
 int nextMark() {
     static constinit std::atomic<unsigned int> count{0};
     const auto first = static_cast<unsigned int>(SIGRTMIN);
@@ -86,7 +85,7 @@ bool Descriptor::intact() const {
     }
     struct stat status {};
     if (::fstat(m_descriptor, &status) != 0) {
-        // A network file system may fail here although the descriptor is ours.
+        // On a network file system this may fail although the descriptor is intact.
         return mark >= 0 && errno != EBADF;
     }
     return status.st_dev == m_device && status.st_ino == m_inode;

@@ -14,8 +14,8 @@ using namespace eventcbutil;
 
 constexpr const char* kEventName = "SysConfigEvent";
 
-/// A callback may run longer than Fini waits, so dlclose() must not unload the callback's library.
-/// A function of the main program needs no pin, and gets none.
+/// A callback may run longer than Fini waits, so dlclose() must not unload its library. The main
+/// program is never unloaded.
 void keepLoaded(EventProcessCallback* callback) {
     Dl_info place{};
     if (::dladdr(reinterpret_cast<void*>(callback), &place) == 0 || place.dli_fname == nullptr) {
@@ -48,8 +48,8 @@ void EventConsumerCBFini() {
     try {
         Service::instance().unsubscribeAll();
     } catch (...) {
-        // Only a mutex that reports misuse throws here, or the creation of the service, which has
-        // no subscription then. The caller is a destructor and could not react.
+        // The service could not be created and has no subscription, or its mutex reports misuse.
+        // The caller is a destructor and could not react.
         return;
     }
 }

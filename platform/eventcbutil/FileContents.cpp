@@ -13,7 +13,7 @@
 namespace eventcbutil {
 namespace {
 
-/// False if the file cannot be read, or has grown beyond that size since.
+/// Returns false if the file cannot be read, or is now larger than `size`.
 bool readAll(const Descriptor& descriptor, std::size_t size, std::string& text) {
     text.resize(size + 1);
     std::size_t length = 0;
@@ -48,9 +48,9 @@ bool FileContents::equals(const FileContents& other) const {
     return m_comparable && other.m_comparable && m_contents == other.m_contents;
 }
 
-/// False if the content cannot be compared.
+/// Returns false if the content cannot be compared.
 bool FileContents::read(const std::string& file, Content& content) {
-    // O_NONBLOCK: opening a FIFO that is in the place of the file must not wait for a writer.
+    // O_NONBLOCK: opening a FIFO must not wait for a writer.
     const int opened = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (opened < 0) {
         return errno == ENOENT || errno == ENOTDIR;

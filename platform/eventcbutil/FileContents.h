@@ -9,10 +9,9 @@ namespace eventcbutil {
 
 /// The contents of a set of files at one moment.
 ///
-/// Texts are kept and compared byte by byte: configuration files are small, a time stamp is too
-/// coarse for two writes in a row, and a checksum is not certain. Three kinds of file equal
-/// nothing, not even themselves: a file of more than kMostBytes, one that is not a regular file,
-/// and one that exists but cannot be read.
+/// Texts are compared byte by byte: configuration files are small, a time stamp is too coarse for
+/// two writes in a row, and different texts may have the same checksum. A file that is larger than
+/// kMostBytes, is not a regular file, or exists but cannot be read is never equal to anything.
 class FileContents {
 public:
     static constexpr std::size_t kMostBytes = 256UL * 1024;

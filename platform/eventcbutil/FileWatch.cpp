@@ -23,8 +23,7 @@ constexpr std::uint32_t kContent = IN_MODIFY | IN_CLOSE_WRITE;
 /// Whether the error means that the path does not exist now. The existing watch on the folder above
 /// reports when that changes.
 bool leadsNowhere(int error, const std::string& path) {
-    // A name that is too long cannot exist. A path that is too long can, and can be opened through
-    // links.
+    // A name that is too long cannot exist. A path that is too long can: it is reached by links.
     return error == ENOENT || error == ENOTDIR || error == ELOOP ||
            (error == ENAMETOOLONG && path.size() < PATH_MAX);
 }
@@ -83,7 +82,7 @@ FileWatch::Change FileWatch::changed() {
     Meaning all = Meaning::None;
     const bool readable = readNotices(all);
     if (!readable || (m_mounts && !m_mounts->intact())) {
-        // Closed here, so that poll(2) does not report them again before they are replaced.
+        // So that poll(2) does not report them again before they are replaced.
         closeDescriptors();
         m_complete = false;
         return all == Meaning::None ? Change::Possible : Change::Noticed;
@@ -122,7 +121,7 @@ void FileWatch::followAgain() {
         renewDescriptors();
         follow();
     } catch (const std::exception&) {
-        // Memory or descriptors are used up. The watch stays incomplete.
+        // Out of memory or descriptors. The watch remains incomplete.
         return;
     }
 }
@@ -190,16 +189,16 @@ int FileWatch::follow() {
         }
         m_watches = std::move(walk.watches);
     } else {
-        // The walk did not see everything, so an old watch may still be of use.
+        // The walk may not have reached every place, so old watches may still be needed.
         add(walk.watches);
     }
     m_complete = walk.complete && m_mounts;
     return walk.refusal;
 }
 
-/// Watches first and looks then: a change in between leaves a notice. A folder that may be passed
-/// but not listed cannot be watched. That is accepted far above the files, where it is common, and
-/// refused where a file is or may be created.
+/// Watches before it looks: a change in between is reported. A folder that may be passed but not
+/// listed cannot be watched. That is common far above the files and accepted there; it is an error
+/// for a folder in which a file is or may be created.
 Found FileWatch::watchAndLook(const Place& place, Walk& walk) {
     const int watch = m_inotify->watch(place.folder, place.last ? kWay | kContent : kWay);
     if (watch >= 0) {

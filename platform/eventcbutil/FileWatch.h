@@ -16,24 +16,21 @@
 
 namespace eventcbutil {
 
-/// Notices changes of a set of files and of any part of their paths. It watches folders, so that it
-/// notices the replacement of a file. Used by one thread at a time.
+/// Detects changes of a set of files and of any part of their paths. It watches folders, so that it
+/// detects the replacement of a file. Used by one thread at a time.
 ///
-/// The watch may be incomplete: the kernel refused something, a path is longer than the kernel
-/// takes, or the program closed the descriptors. Then changes may go unnoticed, and the owner looks
-/// at the files itself and calls `followAgain` from time to time.
+/// The watch may be incomplete: the kernel refused something, a path is longer than PATH_MAX, or
+/// the program closed the descriptors. Then changes may be missed, and the owner must read the
+/// files itself and call `followAgain` from time to time.
 class FileWatch {
 public:
     enum class Change {
         None,
-        /// The files may have changed: a mount, or notices that are lost.
-        Possible,
-        /// The kernel reported a change.
+        Possible, ///< Something was mounted, or reports of the kernel were lost.
         Noticed,
     };
 
-    /// Once the constructor has returned, nothing is missed unless the watch is incomplete.
-    /// @param files Absolute paths.
+    /// @param files Absolute paths. Their changes are detected from the return on.
     /// @throws std::system_error if the kernel refuses an instance or a watch.
     explicit FileWatch(std::vector<std::string> files);
 
@@ -41,18 +38,17 @@ public:
     std::array<pollfd, 2> waits() const;
     void woken(const pollfd* results);
 
-    /// What has happened since the last call. Follows the paths again if one may lead elsewhere.
+    /// The changes since the last call. Follows the paths again if one may lead elsewhere.
     Change changed();
 
     bool complete() const { return m_complete; }
 
-    /// Follows the paths again as far as the kernel allows, with new descriptors for lost ones.
+    /// Follows the paths again as far as possible, with new descriptors for lost ones.
     void followAgain();
 
     /// Closes the descriptors for good, in a forked child.
     void close();
 
-    /// How many folders are watched.
     std::size_t folderCount() const { return m_watches.size(); }
 
 private:
@@ -79,7 +75,7 @@ private:
     std::vector<std::string> m_files;
     std::optional<Inotify> m_inotify;
     std::optional<MountTable> m_mounts;
-    /// By watch: the names in that folder that are on the way to a file.
+    /// For each watch, the names in that folder that are on the way to a file.
     Watches m_watches;
     bool m_complete = false;
     bool m_closed = false;

@@ -7,12 +7,12 @@
 
 namespace eventcbutil {
 
-/// A mutex that a forking thread holds from before the fork until after it, so that the child finds
-/// consistent data. Handlers of the program (pthread_atfork) may run on that thread while it holds
-/// the mutex, and may call the library: their guards share the hold instead of waiting for it.
+/// A mutex that a thread holds while it forks, so that the data in the child is consistent.
+/// Handlers of the program (pthread_atfork) may run on that thread in the meantime and may call the
+/// library: their guards share the hold and do not wait.
 class ForkMutex {
 public:
-    /// For the handlers of the library. Forks may be nested: a handler may fork.
+    /// For the library's fork handlers. Forks may be nested, because a handler may fork.
     void holdForFork();
     void releaseAfterFork();
 
@@ -39,7 +39,7 @@ private:
     std::mutex m_mutex;
     /// The thread that holds the mutex for a fork.
     std::atomic<std::thread::id> m_forking{};
-    /// Of that thread's forks, those that began within another one.
+    /// The number of its forks that began within another one.
     int m_nested = 0;
 };
 

@@ -26,7 +26,7 @@ int Inotify::watch(const std::string& folder, std::uint32_t mask) {
 }
 
 void Inotify::unwatch(int watch) {
-    // Fails if the kernel has dropped the watch together with the folder, which is the same.
+    // Fails if the kernel has removed the watch with the folder, which is fine.
     if (intact()) {
         ::inotify_rm_watch(m_descriptor.get(), watch);
     }

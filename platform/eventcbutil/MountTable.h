@@ -7,22 +7,21 @@
 
 namespace eventcbutil {
 
-/// Notices mounts, which inotify(7) does not report but which can change what a path refers to.
+/// Detects mounts, which inotify(7) does not report but which can change what a path refers to.
 class MountTable {
 public:
-    /// Nothing from now on is missed.
     /// @throws std::system_error if there is no /proc, or no descriptor.
     MountTable();
 
     bool intact() const { return m_descriptor.intact(); }
     void close() { m_descriptor.close(); }
 
-    /// What to wait for. poll(2) reports each change only once, so the result must be passed to
+    /// What to poll. poll(2) reports each change only once, so the result must be passed to
     /// `woken`.
     pollfd wait() const { return {m_descriptor.get(), POLLPRI, 0}; }
     void woken(const pollfd& result);
 
-    /// Whether there has been a change since the last call. Asks only if the descriptor is intact.
+    /// Whether there has been a change since the last call.
     bool changed();
 
 private:

@@ -8,7 +8,7 @@
 namespace eventcbutil {
 namespace {
 
-/// The kernel follows this many.
+/// The kernel's limit.
 constexpr int kMostLinks = 40;
 
 /// The names of a path, the first one last.
@@ -26,7 +26,7 @@ void putInFront(Names& names, std::string_view path) {
     }
 }
 
-/// The folder has no links, so its text contains its parent.
+/// The path has no links, so the parent's path is a part of it.
 std::string parent(const std::string& folder) {
     const std::size_t slash = folder.rfind('/');
     return slash == 0 ? "/" : folder.substr(0, slash);

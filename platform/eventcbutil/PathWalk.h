@@ -6,8 +6,8 @@
 
 namespace eventcbutil {
 
-/// One name in one folder on the way to a file. A change of what the path refers to is a change at
-/// one of these places.
+/// A name in a folder on the way to a file. If a path refers to something else, one of its places
+/// has changed.
 struct Place {
     /// Absolute, free of symbolic links, "." and "..".
     std::string folder;
@@ -18,16 +18,15 @@ struct Place {
     bool operator==(const Place&) const = default;
 };
 
-/// What is found at a place.
 struct Found {
     enum class Kind { Nothing, Folder, Link, File };
     Kind kind = Kind::Nothing;
     std::string target; // of a link
 };
 
-/// Calls `look` for every place on the way of an absolute path, in the order in which the kernel
-/// resolves it, links step by step, up to the file or to the first place that does not lead on. A
-/// place is not looked at before `look` is called for it, so that `look` can watch it first.
+/// Calls `look` for every place of an absolute path, in the order in which the kernel resolves the
+/// path and its links, up to the file or to the first place that cannot be passed. Only `look`
+/// reads places, so that it can watch them first.
 void walkPath(const std::string& path, const std::function<Found(const Place&)>& look);
 
 } // namespace eventcbutil

@@ -23,10 +23,10 @@ Service::Service() {
 }
 
 bool Service::subscribe(std::shared_ptr<Subscription> subscription) {
-    // Destroyed without the mutex: closing descriptors takes time.
+    // Destroyed after the mutex is released: closing descriptors takes time.
     std::shared_ptr<const Subscriptions> before;
     const Access access(*this);
-    // Under the mutex, so that no fork finds the static object half built.
+    // With the mutex, so that no child of fork() gets a static object under construction.
     static const struct AtExit {
         ~AtExit() { instance().exit(); }
     } atExit;
@@ -87,7 +87,7 @@ void Service::unsubscribeAll() {
 
 void Service::waitForEnd(Access& access, const std::shared_ptr<Run>& run) {
     ++run->waiting;
-    // The thread does not end if there are new subscriptions, but it has left the old ones then.
+    // With new subscriptions the thread does not end, but it no longer uses the old ones.
     run->changed.wait_until(access, std::chrono::steady_clock::now() + kLongestEnd,
                             [&] { return run->finished || (run->subscriptions && !run->calling); });
     --run->waiting;
@@ -118,7 +118,7 @@ void Service::endFork() {
     m_mutex.releaseAfterFork();
 }
 
-/// The mutex is held. In a forked child the only thread is here.
+/// Requires the mutex. A forked child has only this thread.
 void Service::abandonIfForked() {
     const pid_t process = ::getpid();
     if (std::exchange(m_process, process) == process) {
@@ -128,8 +128,8 @@ void Service::abandonIfForked() {
     abandon(std::move(m_left));
 }
 
-/// Closes the descriptors, so that the child does not keep its parent's watches. Destroys nothing:
-/// the thread, which does not exist here, may have been using anything.
+/// Closes the descriptors, so that the child does not keep its parent's watches. Leaks the rest:
+/// the parent's thread may have been modifying it.
 void Service::abandon(std::shared_ptr<Run> run) {
     if (!run) {
         return;
@@ -142,7 +142,7 @@ void Service::abandon(std::shared_ptr<Run> run) {
         }
     }
     run->wakeUp.close();
-    // If the callback has forked, its thread continues here and must find its subscriptions ended.
+    // If a callback forked, the service's thread continues here; its subscriptions have ended.
     run->abandoned = std::move(run->subscriptions);
     run->abandonedBefore = std::move(m_abandoned);
     m_abandoned = std::move(run);

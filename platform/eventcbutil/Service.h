@@ -19,7 +19,7 @@ namespace eventcbutil {
 /// At most two threads exist: the one that serves, and one that did not end in time.
 class Service {
 public:
-    /// How long the end of the subscriptions waits for a thread.
+    /// The longest wait for a thread when the subscriptions end.
     static constexpr std::chrono::seconds kLongestEnd{1};
 
     /// Never destroyed, because its thread may run until the process ends. Static destruction ends
@@ -44,20 +44,18 @@ public:
 private:
     using Subscriptions = std::vector<std::shared_ptr<Subscription>>;
 
-    /// What belongs to one thread.
+    /// The state of one thread.
     struct Run {
-        /// Descriptors: the thread replaces them, others ring.
         WakeUp wakeUp;
         Thread thread;
         /// Null if all have ended. Replaced, never changed, so that the thread can work on it.
         std::shared_ptr<const Subscriptions> subscriptions;
         /// The subscriptions that the thread works on.
         std::weak_ptr<const Subscriptions> serving;
-        /// A delivery has begun.
         bool calling = false;
-        /// The thread touches nothing here any more.
+        /// The thread uses nothing here any more.
         bool finished = false;
-        /// How many threads wait for the end.
+        /// The number of threads that wait for the end.
         int waiting = 0;
         std::condition_variable_any changed;
         /// In a forked child: keeps what cannot be destroyed there.
@@ -66,7 +64,7 @@ private:
     };
 
     /// Holds the mutex. In a forked child it first does the work of the service's fork handler,
-    /// because handlers of the program may run before that.
+    /// which may run after handlers of the program.
     struct Access : ForkMutex::Guard {
         explicit Access(Service& service) : Guard(service.m_mutex) { service.abandonIfForked(); }
     };
@@ -79,7 +77,6 @@ private:
     void abandonIfForked();
     void abandon(std::shared_ptr<Run> run);
 
-    // In ServiceThread.cpp.
     void startThread(const std::shared_ptr<Run>& run);
     void serve(Run& run);
     std::shared_ptr<const Subscriptions> next(Run& run);
@@ -92,9 +89,9 @@ private:
     /// callback or while waiting for a thread.
     ForkMutex m_mutex;
     std::shared_ptr<Run> m_run;
-    /// The run of a thread that missed kLongestEnd.
+    /// The run of a thread that did not end in time.
     std::shared_ptr<Run> m_left;
-    /// The runs of the parent processes. Their threads do not exist here.
+    /// The runs of the parent processes.
     std::shared_ptr<Run> m_abandoned;
     /// The process that the runs belong to.
     pid_t m_process = 0;

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The thread of the service.
-
 #include "Service.h"
 
 #include <algorithm>
@@ -32,7 +30,6 @@ int timeout(const Subscriptions& subscriptions, bool canBeWoken) {
     return least;
 }
 
-/// Returns when there may be something to do.
 void waitForWork(int wakeUp, const Subscriptions& subscriptions) {
     std::vector<pollfd> waits{{wakeUp, POLLIN, 0}};
     for (const auto& subscription : subscriptions) {
@@ -66,13 +63,13 @@ void Service::serve(Run& run) {
             }
             waitForWork(run.wakeUp.descriptor(), *subscriptions);
         } catch (const std::exception&) {
-            // Out of memory. Due deliveries stay due.
+            // Out of memory. Due deliveries remain due.
             std::this_thread::sleep_for(kPause);
         }
     }
 }
 
-/// The subscriptions to serve. Null if all have ended: the thread ends too.
+/// The subscriptions to serve; null if the thread must end.
 std::shared_ptr<const Service::Subscriptions> Service::next(Run& run) {
     const Access access(*this);
     run.wakeUp.clear();
@@ -86,7 +83,7 @@ std::shared_ptr<const Service::Subscriptions> Service::next(Run& run) {
 void Service::finish(Run& run) {
     run.wakeUp.close();
     run.finished = true;
-    // In a forked child the run is neither, and no thread waits for it.
+    // In a forked child the run is neither of them, and no thread waits for it.
     if (m_run.get() == &run) {
         if (run.waiting == 0) {
             run.thread.detach();
@@ -111,7 +108,7 @@ void Service::attend(Run& run, const std::shared_ptr<Subscription>& subscription
     }
 }
 
-/// False if the subscription has been ended or replaced since.
+/// Returns false if the subscription has been ended or replaced.
 bool Service::beginCall(Run& run, const std::shared_ptr<Subscription>& subscription) {
     const Access access(*this);
     run.calling = run.subscriptions &&

@@ -7,18 +7,16 @@
 
 namespace eventcbutil {
 
-/// The longest time from a change to its announcement, and the longest quiet time there is.
+/// The longest time from a change to its announcement, and the longest quiet time.
 inline constexpr std::chrono::milliseconds kLongestWait{1000};
 
-/// The settings of a subscription.
 struct Settings {
     /// Absolute, not normalised.
     std::vector<std::string> files;
     std::chrono::milliseconds quietTime;
 };
 
-/// An unset APP_CONF_FILE names no file. A quiet time that is not a number from 0 to 1000 is
-/// ignored.
+/// Ignores an unset APP_CONF_FILE, and a quiet time that is not a number from 0 to 1000.
 /// @throws std::filesystem::filesystem_error for a relative path without a working directory.
 Settings settingsFromEnvironment();
 

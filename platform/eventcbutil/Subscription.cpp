@@ -10,8 +10,7 @@ namespace {
 using Change = FileWatch::Change;
 using OptionalTime = std::optional<Subscription::Time>;
 
-/// While the watch is incomplete: the pause between two attempts to complete it, and between two
-/// looks at the files.
+/// While the watch is incomplete: the pause between attempts to complete it and to read the files.
 constexpr std::chrono::milliseconds kRetry{1000};
 
 bool reached(const OptionalTime& due, Subscription::Time now) {
@@ -41,7 +40,7 @@ void Subscription::gather(Time now) {
         change = std::max(change, Change::Possible);
     }
     if (change == Change::Noticed && m_backoff.due()) {
-        // The delivery of the new change takes the place of the failed one.
+        // The delivery of the new change replaces the failed one.
         m_backoff.reset();
         m_announced.reset();
     }
@@ -92,8 +91,8 @@ void Subscription::settle(Time now) {
     } else {
         m_backoff.reset();
     }
-    // The callback may have read the files before or after a change that happened in between. Then
-    // the next announcement must not be suppressed.
+    // If a file changed during the callback, it may have read the old or the new contents. Then the
+    // next announcement must not be suppressed.
     gather(now);
     if (!m_debouncer.due()) {
         m_announced = std::move(m_found);

@@ -16,9 +16,8 @@
 
 namespace eventcbutil {
 
-/// A callback, the files whose changes it is called for, and the pending delivery. Created on the
-/// subscriber's thread, where the watch begins; then used on the service's thread only, except for
-/// `redeliver` and `sameCallback`.
+/// A callback, the files that it depends on, and the pending delivery. Created on the subscriber's
+/// thread, then used on the service's thread only, except for `redeliver` and `sameCallback`.
 class Subscription {
 public:
     using Time = Debouncer::Time;
@@ -27,7 +26,7 @@ public:
     Subscription(std::string eventName, const EventConsumerCallback& callback,
                  const Settings& settings);
 
-    /// Whether function and user data are these.
+    /// Whether function and user data are equal.
     bool sameCallback(const EventConsumerCallback& callback) const;
     const EventConsumerCallback& callback() const { return m_callback; }
 
@@ -39,13 +38,12 @@ public:
     void woken(const pollfd* results) { m_watch.woken(results); }
     void close() { m_watch.close(); }
 
-    /// Collects the changes so far.
     void gather(Time now);
 
     /// When to call `gather` and `ready` again even if no descriptor is readable.
     std::optional<Time> due() const;
 
-    /// True if a delivery is due; `call` must follow. Reads the files for that.
+    /// Reads the files and returns whether a delivery is due; `call` must follow.
     bool ready(Time now);
 
     /// Calls back and catches what the callback throws. `settle` must follow.
@@ -66,7 +64,7 @@ private:
     Backoff m_backoff;
     std::atomic<bool> m_redeliver{false};
     ContentReader m_reader;
-    /// What the files contained at the last call, if it is certain that the callback saw just that.
+    /// The contents at the last call, if it is certain that the callback has read exactly these.
     std::optional<FileContents> m_announced;
     std::optional<FileContents> m_found;
     bool m_handled = false;

@@ -11,7 +11,7 @@
 namespace eventcbutil {
 namespace {
 
-/// While one exists, threads that the calling thread starts begin with most signals blocked.
+/// While one exists, threads that the calling thread creates have most signals blocked.
 class SignalsBlocked {
 public:
     SignalsBlocked() {
@@ -77,7 +77,7 @@ Thread::Thread(const char* name, Work work)
 }
 
 void Thread::startDetached(const char* name, Work work) {
-    // It names itself: once it runs, it may end at any time.
+    // The thread sets its own name, because it may end at any time.
     const auto named = [name, work = std::move(work)] {
         ::pthread_setname_np(::pthread_self(), name);
         work();

@@ -7,27 +7,26 @@
 
 namespace eventcbutil {
 
-/// A thread that can be joined for a bounded time, unlike std::thread. Destruction leaves it
-/// running; it must have been joined or detached.
+/// A thread that can be joined with a time limit. It must be joined or detached before destruction.
 class Thread {
 public:
     Thread() = default;
-    /// Starts a thread that blocks all signals but those that report its own faults: a crash
-    /// handler of the program must run.
+    /// Starts a thread that blocks all signals except those for its own faults, which a crash
+    /// handler of the program must get.
     /// @param name At most 15 letters.
     /// @param work Must not throw.
     /// @throws std::system_error if there is no thread.
     Thread(const char* name, std::function<void()> work);
 
-    /// Starts such a thread detached. Detaching it later would leave a moment at which a process
-    /// that ends has a thread that nobody joins.
+    /// Starts such a thread detached. If it were detached later, the process could end before that
+    /// with a thread that is neither joined nor detached.
     static void startDetached(const char* name, std::function<void()> work);
 
     bool joinable() const { return m_joinable; }
     bool isCurrent() const { return m_started && ::pthread_equal(m_thread, ::pthread_self()) != 0; }
 
     void detach();
-    /// Waits for the end, at most that long; detaches the thread then.
+    /// Waits for the end, at most that long. After that time, detaches the thread.
     void join(std::chrono::seconds longest);
 
 private:

@@ -29,11 +29,11 @@ void WakeUp::open() {
 
 void WakeUp::ring() {
     const char byte = 0;
-    // A full pipe holds a wake-up already.
+    // A full pipe contains a wake-up already.
     if (m_writeEnd.intact() && (::write(m_writeEnd.get(), &byte, 1) == 1 || errno == EAGAIN)) {
         return;
     }
-    // A pipe that cannot be written wakes the thread by being closed.
+    // Closing a pipe that cannot be written to wakes the thread.
     m_writeEnd.close();
 }
 
@@ -49,7 +49,7 @@ void WakeUp::clear() {
     }
 }
 
-/// False if the pipe is at its end or cannot be read.
+/// Returns false if the pipe is at its end or cannot be read.
 bool WakeUp::drain() {
     std::array<char, 256> bytes{};
     ssize_t count = 0;

@@ -5,8 +5,8 @@
 
 namespace eventcbutil {
 
-/// Wakes a thread that waits in poll(2). A pipe, because closing it also wakes the thread: poll(2)
-/// keeps the read end open, and a closed write end ends the wait.
+/// Wakes a thread that waits in poll(2). A pipe, because it also wakes the thread when its write
+/// end is closed.
 class WakeUp {
 public:
     /// @throws std::system_error if there is no pipe.
@@ -18,8 +18,8 @@ public:
     /// Wakes the thread, now or when it next waits.
     void ring();
 
-    /// Clears all wake-ups so far. Replaces a pipe that is lost, closed or unreadable; if
-    /// that fails, there is none until the next call.
+    /// Clears the wake-ups so far. Replaces a pipe that is lost, closed or unreadable; if that
+    /// fails, there is none until the next call.
     void clear();
 
     void close();

@@ -22,7 +22,7 @@ void QuarnCommonUtils::split(const std::string& text, const std::string& separat
 }
 
 std::string QuarnCommonUtils::Quarngetenv(const std::string& name) {
-    // getenv would read the name up to its NUL byte, and find "A=B" in an environment with A=B=C.
+    // getenv(3) ignores what follows a NUL byte, and finds "A=B" in an environment with A=B=C.
     constexpr std::string_view kImpossible("=\0", 2);
     if (name.find_first_of(kImpossible) != std::string::npos) {
         return {};

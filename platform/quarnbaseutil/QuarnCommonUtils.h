@@ -5,23 +5,22 @@
 #include <list>
 #include <string>
 
-/// Helpers for texts and the environment, without state.
 class [[gnu::visibility("default")]] QuarnCommonUtils {
 public:
     /// Appends the pieces of `text` between the occurrences of `separator`, found from left to
     /// right without overlap, empty pieces included: ";a;;" at ";" gives "", "a", "", "". An empty
     /// text has no pieces. An empty separator occurs nowhere: the text is one piece.
     ///
-    /// Threads may call this at once on different lists.
-    /// @throws std::bad_alloc when memory runs out; nothing has been appended then.
+    /// Thread-safe for different lists.
+    /// @throws std::bad_alloc if memory runs out; nothing is appended.
     static void split(const std::string& text, const std::string& separator,
                       std::list<std::string>& pieces);
 
     /// Returns the value of the environment variable, "" if it is unset. A name with "=" or a NUL
     /// byte is unset.
     ///
-    /// Any thread may call this as long as no thread changes the environment at the same time.
-    /// @throws std::bad_alloc when memory runs out.
+    /// Thread-safe as long as no thread changes the environment.
+    /// @throws std::bad_alloc if memory runs out.
     static std::string Quarngetenv(const std::string& name);
 };
 

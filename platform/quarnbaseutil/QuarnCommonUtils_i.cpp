@@ -17,8 +17,8 @@ AddressList listAddresses() {
     return {getifaddrs(&first) == 0 ? first : nullptr, &freeifaddrs};
 }
 
-/// The address proper inside a socket address; null if it is neither IPv4 nor IPv6. An interface
-/// without any address has an entry too, with no socket address.
+/// Returns the bytes of an IPv4 or IPv6 address; null for another socket address, and for the null
+/// of an interface without an address.
 const void* addressBytes(const sockaddr* address) {
     if (address == nullptr) {
         return nullptr;

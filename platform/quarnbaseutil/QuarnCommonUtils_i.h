@@ -5,7 +5,6 @@
 #include <list>
 #include <string>
 
-/// The addresses of the host. No state; threads may call this at once on different lists.
 class [[gnu::visibility("default")]] QuarnCommonUtils_i {
 public:
     /// Appends the host's IPv4 and IPv6 addresses in the order of the kernel: those of every
@@ -13,7 +12,8 @@ public:
     /// each. A link-local address has no scope ("fe80::1", not "fe80::1%eth0").
     ///
     /// Reads the addresses on every call. Appends nothing if the kernel returns an error.
-    /// @throws std::bad_alloc when memory runs out; nothing has been appended then.
+    /// Thread-safe for different lists.
+    /// @throws std::bad_alloc if memory runs out; nothing is appended.
     // clang-format off
     static void getAllIPAddr(std::list<std::string>& addresses);
     // clang-format on

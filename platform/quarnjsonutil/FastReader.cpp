@@ -16,7 +16,7 @@ namespace dom = simdjson::dom;
 
 namespace {
 
-/// simdjson's code for this processor.
+/// Returns simdjson's implementation for this processor.
 const simdjson::implementation& bestImplementation() {
     const simdjson::implementation* const active = simdjson::get_active_implementation();
     static_cast<void>(active->name()); // its first use replaces it
@@ -24,8 +24,8 @@ const simdjson::implementation& bestImplementation() {
 }
 
 /// A copy of simdjson's implementation object that is never destroyed. simdjson destroys the
-/// original when the process exits, at which time threads may still be parsing; their next virtual
-/// call would be undefined. The object has no state but the pointer to its functions.
+/// original when the process exits, while threads may still be parsing. The object has no state
+/// except the pointer to its functions.
 class LastingImplementation {
 public:
     explicit LastingImplementation(const simdjson::implementation& chosen) {
@@ -42,7 +42,7 @@ private:
 /// Chosen when this library is loaded.
 const LastingImplementation kImplementation(bestImplementation());
 
-/// Whether the step succeeded; false also for a text that simdjson refuses.
+/// Returns false for a text that simdjson refuses.
 bool succeeded(simdjson::error_code error) {
     if (error == simdjson::MEMALLOC) {
         throw std::bad_alloc();
@@ -50,8 +50,8 @@ bool succeeded(simdjson::error_code error) {
     return error == simdjson::SUCCESS;
 }
 
-/// Asks for large pages in memory that has not been touched yet. A text of megabytes is read into
-/// fresh memory; faulting it in by pages of 4 KiB would take as long as reading it.
+/// Asks for large pages in new memory. For a text of megabytes, page faults of 4 KiB each would
+/// take as long as reading it.
 void preferLargePages(void* memory, std::size_t size) {
     constexpr std::size_t kWorthwhile = 4U << 20U;
     constexpr std::uintptr_t kPage = 4096;
@@ -64,9 +64,9 @@ void preferLargePages(void* memory, std::size_t size) {
     ::madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
 }
 
-/// Makes room for what the second stage writes: a valid text has at most three words more than it
-/// has structural characters and scalars, and its texts take at most one byte more for each of them
-/// than the text has. A text that is not valid is refused before it needs more.
+/// Allocates the memory for the second stage. The tape of a valid text has at most three words more
+/// than the text has structural characters and scalars, and its strings take at most one byte more
+/// for each of them than the text has. A malformed text is refused before it needs more.
 void allocate(dom::document& document, std::size_t length, std::size_t structurals) {
     constexpr std::size_t kRoom = 16;
     const std::size_t words = structurals + kRoom;
@@ -80,7 +80,7 @@ void allocate(dom::document& document, std::size_t length, std::size_t structura
 
 } // namespace
 
-// What dom::parser does, in memory that is freed with the tape and is no larger than necessary.
+// As dom::parser does, but in memory that belongs to the tape and is no larger than necessary.
 bool readFast(const char* text, std::size_t length, Tape& tape) {
     std::unique_ptr<simdjson::internal::dom_parser_implementation> parser;
     if (length > JsonReader::kTextLimit ||

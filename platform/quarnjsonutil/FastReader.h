@@ -4,7 +4,7 @@
 #include "Tape.h"
 
 /// Reads a text of that length, followed by JsonDocument::kPadding readable bytes, several times
-/// faster than readStrictly does. Takes no stack for nesting.
+/// faster than readStrictly does. Not recursive.
 /// @return Whether the text was accepted; only then is `tape` replaced. Refuses some valid texts
 ///         (integers beyond 64 bits, doubles out of range, bytes that are not UTF-8, lone
 ///         surrogates), but accepts none that readStrictly refuses.

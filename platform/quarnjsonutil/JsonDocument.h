@@ -11,16 +11,14 @@
 #include <utility>
 #include <vector>
 
-/// A valid JSON text from which values are built when they are needed. For large texts of which
-/// little is needed: reading takes a small part of the time and memory of the full tree that
-/// JsonReader builds.
+/// A JSON text whose values are built on demand. For large texts of which little is needed: reading
+/// takes a small part of the time and memory of the full tree that JsonReader builds.
 ///
-/// It accepts exactly the texts that `JsonReader(false)` accepts, and its values are those of that
-/// reader's tree. A Node answers like a constant Json::Value: an absent member is null, and a value
-/// of the wrong type throws the same Json::Exception.
+/// It accepts the same texts as `JsonReader(false)`, with the same values. A Node behaves like a
+/// constant Json::Value: an absent member is null, and a value of the wrong type throws the same
+/// Json::Exception.
 ///
-/// Stack: reading, freeing and every access except Node::value() take the same stack at every
-/// nesting depth, also for refused texts.
+/// Stack: only Node::value() takes more stack for a deeper text.
 ///
 /// Memory: a document takes at most 8 bytes for each byte of the text, and up to 13 while it is
 /// read, the text included.
@@ -42,16 +40,16 @@ public:
     bool read(const char* text, std::size_t length);
 
     /// Becomes a packed copy of a document, for a text that is kept. The copy is smaller and finds
-    /// a member of a large object without visiting the others. It refers to the text, which must
-    /// stay unchanged as long as this document is used.
+    /// a member of a large object by binary search. It refers to the text, which must not change as
+    /// long as this document is used.
     /// @param text The text that `document` has read.
     /// @return Whether there is a copy: not of a document that has read nothing, nor of a text of
     ///         64 MiB or more.
     /// @throws std::bad_alloc if memory runs out; this document is then unchanged.
     bool pack(const JsonDocument& document, const char* text, std::size_t length);
 
-    /// Returns how many bytes the document has filled, without the text: of a packed one exactly,
-    /// of another one about.
+    /// Returns the bytes that the document uses, without the text: exact for a packed one,
+    /// otherwise approximate.
     std::size_t memory() const;
 
     /// The whole text's value; null before the first successful read.
@@ -73,14 +71,13 @@ public:
     /// Refers to a value of a tree.
     Node(const Json::Value& value); // NOLINT(google-explicit-constructor): it is the same value
 
-    /// Returns the member of that name, the last one of several; null if it is absent or this is
-    /// null. Takes time in proportion to the number of members; in a packed document, to its
-    /// logarithm if there are many.
+    /// Returns the member of that name; if several have it, the last one; null if it is absent or
+    /// this is null. Takes linear time, in a large object of a packed document logarithmic time.
     /// @throws Json::Exception if this is neither an object nor null.
     Node operator[](const std::string& name) const;
 
-    /// Returns the members of an object in ascending order of their names by bytes, each name once
-    /// (the last value wins); none for null.
+    /// Returns the members of an object, sorted by the bytes of their names, each name once (the
+    /// last value wins); none for null.
     /// @throws Json::Exception if this is neither an object nor null.
     std::vector<std::pair<std::string, Node>> members() const;
 
@@ -88,8 +85,8 @@ public:
     /// @throws Json::Exception for an object with members, which has a size but no indexes.
     Range elements() const;
 
-    /// Returns the elements of an array, or the member values of an object in ascending order of
-    /// their names; nothing for a scalar.
+    /// Returns the elements of an array, or the member values of an object sorted by name; nothing
+    /// for a scalar.
     Range children() const;
 
     /// Returns the value as text, like Json::Value::asString().

@@ -41,8 +41,8 @@ bool JsonReader::parse(const std::string& text, Json::Value& value) {
     try {
         return m_lenient ? readLeniently(text, value) : readTree(text, value);
     } catch (const Json::Exception&) {
-        // The lenient reader throws for nesting that is too deep. Of a text that the strict one has
-        // accepted, jsoncpp builds a tree unless memory runs out.
+        // The lenient reader throws for nesting that is too deep. With the strict one, only running
+        // out of memory throws here.
         if (m_lenient) {
             return false;
         }

@@ -23,26 +23,26 @@
 ///                  character of UTF-8; a surrogate alone becomes its own three bytes (ED A0 80 to
 ///                  ED BF BF).
 ///
-/// Two limits make a grammatical text fail: at most kNestingLimit arrays and objects may be open at
-/// once, and a text may have kTextLimit bytes, because of the longest member name of jsoncpp.
+/// Limits: kNestingLimit nested arrays and objects, and kTextLimit bytes, because of jsoncpp's
+/// limit for member names.
 ///
 /// `JsonReader(true)`, the lenient reader, accepts what jsoncpp's Json::CharReaderBuilder accepts
 /// with its defaults: comments, several of the numbers above, anything after the value. At most
 /// kLenientNestingLimit levels are accepted, a value in the innermost container being one of them.
 /// The global C++ locale decides how it reads fractions.
 ///
-/// Stack: the strict reader takes none for nesting, but jsoncpp copies and frees the tree that it
-/// builds recursively: see kNestingLimit. JsonDocument reads without a tree.
+/// Stack: the strict reader is not recursive, but jsoncpp copies and frees the tree recursively:
+/// see kNestingLimit. JsonDocument reads without a tree.
 ///
-/// Threads: a reader has no state but its flag; any number of threads may use one at once.
+/// Threads: any number of threads may use a reader at the same time.
 class [[gnu::visibility("default")]] JsonReader {
 public:
     enum : unsigned {
-        /// Of the strict reader. jsoncpp copies and frees a tree recursively. With jsoncpp 1.9.5 on
-        /// x86-64, copying takes 112 bytes of stack per level, and 48 for each step to the right in
-        /// the search tree of the level's n children, at most 2 * log2(n + 1); freeing takes less.
-        /// At this limit that is 112 KiB for levels of one child and up to 1.5 MiB for levels of
-        /// 30,000. A tree of 16 levels takes at most 24 KiB.
+        /// Of the strict reader. Copying a tree of this depth with jsoncpp 1.9.5 on x86-64 takes
+        /// 112 KiB of stack if each level has one child, and up to 1.5 MiB with 30,000 children:
+        /// 112
+        /// bytes per level, and 48 for each step to the right in its search tree of n children (at
+        /// most 2 * log2(n + 1)). A tree of 16 levels takes at most 24 KiB. Freeing takes less.
         kNestingLimit = 1024,
         /// Of the lenient reader, which is recursive: 544 bytes of stack per level.
         kLenientNestingLimit = 24,

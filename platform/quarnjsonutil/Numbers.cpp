@@ -13,9 +13,8 @@
 
 namespace {
 
-/// Built into the C library: creating it cannot fail, and there is nothing to free. Created when
-/// this library is loaded, because a child that is forked while another thread creates it would
-/// block.
+/// Part of the C library: creation cannot fail, and there is nothing to free. Created at load time:
+/// a child forked while another thread creates it would block.
 const locale_t kCLocale = newlocale(LC_ALL_MASK, "C", nullptr);
 
 } // namespace
@@ -25,8 +24,8 @@ double nearestDouble(const char* first, const char* last) {
     if (std::from_chars(first, last, value).ec == std::errc()) {
         return value;
     }
-    // Out of range, but std::from_chars does not say whether it is too large or too small. If the
-    // digits are few, only the exponent can be the reason.
+    // Out of range, but std::from_chars does not report whether too large or too small. With few
+    // digits, the sign of the exponent decides.
     constexpr std::ptrdiff_t kFew = 100;
     if (last - first <= kFew) {
         const bool small = std::adjacent_find(first, last, [](char a, char b) {

@@ -5,7 +5,7 @@
 #include <array>
 #include <iterator>
 
-/// Walks over a tape and the text that it was read from, side by side.
+/// Walks over a tape and its source text in parallel.
 class Tape::Packer {
     /// The index in kPackedTypes for each type.
     static constexpr auto kCodes = [] {
@@ -37,7 +37,7 @@ public:
     }
 
 private:
-    /// Packs what is at `index`; of a container, its bracket. Returns the index after it.
+    /// Packs the word at `index` and a number's value. Returns the index after it.
     std::size_t packWord(std::size_t index) {
         const Type type = m_tape.type(index);
         switch (type) {
@@ -87,7 +87,7 @@ private:
     }
 
     void packText(std::string_view bytes) {
-        // Between two texts of a valid text there are no quotes.
+        // Outside strings a valid text has no quotes.
         m_position = m_text.find('"', m_position);
         if (isVerbatim(bytes)) {
             putCode(kVerbatim, m_position);
@@ -102,8 +102,8 @@ private:
         skipText();
     }
 
-    /// Whether the text at the opening quote has no escape: a text with one is longer than its
-    /// bytes, so that the quote after so many bytes is missing, or has a backslash before it.
+    /// Whether the string at the opening quote has no escape. With an escape, its source is longer
+    /// than `bytes`: after that length there is no quote, or there is a backslash before it.
     bool isVerbatim(std::string_view bytes) const {
         return !m_hasEscapes ||
                (m_text[m_position + 1 + bytes.size()] == '"' &&
@@ -192,13 +192,13 @@ std::string_view Tape::packedText(std::size_t index) const {
 }
 
 std::size_t Tape::packedMember(std::size_t object, std::string_view name) const {
-    // No text in the source has a quote inside.
+    // A string that is stored verbatim contains no quote.
     const bool maybeVerbatim = name.find('"') == std::string_view::npos;
     const auto hasName = [&](std::size_t index) {
         if (m_packed[index] >> kPackedShift != kVerbatim) {
             return text(index) == name;
         }
-        // The place of the closing quote is compared first, which most other names do not share.
+        // The closing quote is compared first: most other names have another length.
         const std::string_view start = m_source.substr(payload(index) + 1);
         return maybeVerbatim && start.size() > name.size() && start[name.size()] == '"' &&
                start.starts_with(name);

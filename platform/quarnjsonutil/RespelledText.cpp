@@ -53,7 +53,7 @@ bool isNumber(std::string_view text) {
     return text.empty();
 }
 
-/// The number in a form that keeps its value and, by its exponent, the type realValue.
+/// Returns a shorter number of the same value. Its exponent makes it a realValue.
 std::string shortForm(const std::string& number) {
     const double value = nearestDouble(number.c_str(), number.c_str() + number.size());
     if (std::isinf(value)) {
@@ -65,8 +65,8 @@ std::string shortForm(const std::string& number) {
     return {digits.data(), written.ptr};
 }
 
-/// The code unit of an escape \uXXXX at the start of the text; 0, or anything below the surrogates,
-/// if there is no such escape.
+/// Returns the code unit of an escape \uXXXX at the start of the text; without one, a value below
+/// the surrogates.
 unsigned escapedUnit(std::string_view text) {
     unsigned unit = 0;
     if (text.size() >= kEscapeLength && text.starts_with("\\u")) {
@@ -75,8 +75,8 @@ unsigned escapedUnit(std::string_view text) {
     return unit;
 }
 
-/// Appends the escape at the start of `text`, respelled if necessary, or the part of it that
-/// matters here. Returns the length of what was appended from `text`.
+/// Appends the escape at the start of `text`, or the part that must not be split, respelled if
+/// necessary. Returns its length in `text`.
 std::size_t appendEscape(std::string_view text, std::string& copy) {
     const unsigned unit = escapedUnit(text);
     if (unit >= 0xD800 && unit < 0xDC00) {
@@ -93,8 +93,8 @@ std::size_t appendEscape(std::string_view text, std::string& copy) {
     return start.size();
 }
 
-/// Whether RapidJSON may take the number for too big: only if it has hundreds of digits or an
-/// exponent of three.
+/// Whether RapidJSON may refuse the number as too big: it has hundreds of digits, or an exponent of
+/// three.
 bool maySeemTooBig(std::string_view number) {
     constexpr std::size_t kHarmlessLength = 300;
     const std::size_t exponent = number.find_first_of("eE");
@@ -102,7 +102,7 @@ bool maySeemTooBig(std::string_view number) {
            (exponent != std::string_view::npos && number.size() - exponent > 3);
 }
 
-/// Appends the run of number characters at the start of `text`, or the one character that is none.
+/// Appends the number at the start of `text`, or the one character that is not part of a number.
 std::size_t appendToken(std::string_view text, std::string& copy) {
     const auto* const end = std::find_if_not(text.begin(), text.end(), isNumberCharacter);
     const std::string_view run = text.substr(0, static_cast<std::size_t>(end - text.begin()));

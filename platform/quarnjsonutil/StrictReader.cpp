@@ -29,8 +29,7 @@ struct ThrowingAllocator {
 using Utf8 = rapidjson::UTF8<>;
 using Reader = rapidjson::GenericReader<Utf8, Utf8, ThrowingAllocator>;
 
-/// Iterative, so that nesting takes no stack. Numbers as texts, because RapidJSON does not always
-/// round them correctly.
+/// Not recursive. Numbers as texts, because RapidJSON does not always round them correctly.
 constexpr unsigned kFlags = rapidjson::kParseIterativeFlag | rapidjson::kParseNumbersAsStringsFlag;
 
 rapidjson::ParseErrorCode read(std::string_view text, Tape& tape) {
@@ -42,7 +41,7 @@ rapidjson::ParseErrorCode read(std::string_view text, Tape& tape) {
     if (result.IsError()) {
         return result.Code();
     }
-    // RapidJSON takes a NUL byte for the end of the text.
+    // RapidJSON stops at a NUL byte.
     if (stream.Tell() != text.size()) {
         return rapidjson::kParseErrorDocumentRootNotSingular;
     }

@@ -5,7 +5,7 @@
 
 #include <string_view>
 
-/// Reads what JsonReader(false) accepts, and nothing else. Takes no stack for nesting.
+/// Reads the texts that JsonReader(false) accepts. Not recursive.
 /// @return Whether the text was accepted; only then is `tape` replaced.
 /// @throws std::bad_alloc if memory runs out.
 bool readStrictly(std::string_view text, Tape& tape);

@@ -30,8 +30,7 @@ Json::Value Tape::shallowValue(std::size_t index) const {
 
 Json::Value Tape::value(std::size_t index) const {
     Json::Value built;
-    // The containers that are not complete, innermost last. They keep their addresses: jsoncpp
-    // keeps children in a search tree.
+    // The open containers, innermost last. Addresses are stable: jsoncpp keeps children in a map.
     std::vector<Json::Value*> open;
     for (const std::size_t end = next(index); index != end;) {
         if (isEnd(index)) {

@@ -11,8 +11,8 @@
 #include <utility>
 #include <vector>
 
-/// A JSON text in a flat form: values in the order of the text, each found by an index. No
-/// operation takes stack for nesting.
+/// A JSON text in a flat form: values in the order of the text, each found by an index. Not
+/// recursive.
 ///
 /// A reader produces simdjson's form: one 64-bit word for each value. pack() turns it into a form
 /// for texts that are kept: 32-bit words, which refer to the text itself, and an index of the
@@ -21,10 +21,9 @@ class Tape {
 public:
     using Word = std::uint64_t;
 
-    /// The types of values, in the upper 8 bits of a 64-bit word. A container starts with its
-    /// opening bracket, whose lower 32 bits are the index after the closing one. The word of a
-    /// number is followed by its 64 bits. A text's lower bits are where `texts` has it. A member is
-    /// its name, a text, followed by its value.
+    /// The type of a value, in the upper 8 bits of a 64-bit word. The lower bits of an opening
+    /// bracket are the index after the closing one; those of a text, its position in `texts`. The
+    /// word of a number is followed by its 64 bits; the name of a member, a text, by its value.
     enum Type : char {
         kNull = 'n',
         kTrue = 't',
@@ -44,7 +43,7 @@ public:
     static constexpr std::size_t kRoot = 1;
 
     std::unique_ptr<Word[]> words;
-    /// Each text as its length, in four bytes, and its bytes.
+    /// For each text its length, in four bytes, and its bytes.
     std::unique_ptr<std::uint8_t[]> texts;
 
     bool empty() const { return words == nullptr && m_packed.empty(); }
@@ -60,7 +59,7 @@ public:
         return type(index) == kArrayEnd || type(index) == kObjectEnd;
     }
 
-    /// The index after the value at `index`, with everything in it.
+    /// The index after the value at `index`.
     std::size_t next(std::size_t index) const {
         switch (type(index)) {
         case kArray:
@@ -92,47 +91,45 @@ public:
         return m_packed.empty() ? words[index + 1] : m_numbers[payload(index)];
     }
 
-    /// The value at `index`; of a container its type only, without what is in it.
+    /// The value at `index`; an array or object is empty.
     Json::Value shallowValue(std::size_t index) const;
 
-    /// The value at `index` with everything in it.
     Json::Value value(std::size_t index) const;
 
-    /// The names of the members of the object at `index`, as indexes in ascending order of the
-    /// names by bytes; of equal names only the last one.
+    /// The indexes of an object's member names, sorted by bytes; of equal names only the last one.
     std::vector<std::uint32_t> sortedNames(std::size_t object) const;
 
     /// The value of the last member of that name; 0 if there is none.
     std::size_t member(std::size_t object, std::string_view name) const;
 
-    /// A text of more bytes cannot be packed: its offsets have no room.
+    /// Offsets in a longer text do not fit into a packed word.
     static constexpr std::size_t kLargestPacked = (std::size_t{1} << 26U) - 1;
 
-    /// Returns the packed form of a tape that was read from `text`. It refers to the text, which
-    /// must stay unchanged as long as the tape is used.
+    /// Returns the packed form of a tape that was read from `text`. The text must not change as
+    /// long as the packed tape is used.
     /// @throws std::bad_alloc if memory runs out.
     Tape packed(std::string_view text) const;
 
-    /// The bytes that the tape has filled: those of a packed one exactly, otherwise about.
+    /// The bytes that the tape uses: exact for a packed tape, otherwise approximate.
     std::size_t memory() const;
 
 private:
     class Packer;
 
-    /// The upper 6 bits of a packed word are an index of this table. kVerbatim: the payload is the
-    /// place of the opening quote in the text, which has the bytes. kRespelled: the payload is the
-    /// place of the bytes in m_respelled, in the form of `texts`.
+    /// The upper 6 bits of a packed word are an index of this table. The payload of a kVerbatim
+    /// text is the position of its opening quote in the source; of a kRespelled one, its position
+    /// in m_respelled, in the form of `texts`.
     static constexpr Type kPackedTypes[] = {kNull, kTrue, kFalse, kSigned,   kUnsigned, kDouble,
                                             kText, kText, kArray, kArrayEnd, kObject,   kObjectEnd};
     enum : std::uint32_t { kVerbatim = 6, kRespelled = 7 };
     static constexpr unsigned kPackedShift = 26;
     static constexpr std::uint32_t kPayload = (std::uint32_t{1} << kPackedShift) - 1;
 
-    /// An object with at least this number of members gets an index of them.
+    /// Objects with at least this number of members have an index.
     static constexpr std::size_t kLarge = 16;
 
     std::uint32_t payload(std::size_t index) const { return m_packed[index] & kPayload; }
-    /// The last text, or nearly: where `texts` ends.
+    /// The last text, which shows where `texts` ends.
     std::string_view lastText() const;
     std::string_view packedText(std::size_t index) const;
     std::size_t packedMember(std::size_t object, std::string_view name) const;

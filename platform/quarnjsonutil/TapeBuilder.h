@@ -7,13 +7,13 @@
 
 #include <vector>
 
-/// Writes a tape from what RapidJSON reports, one event at a time. An event that returns false ends
-/// the parse: nesting exceeds the limit of JsonReader.
+/// Writes a tape from RapidJSON's events. An event returns false, which ends the parse, if the
+/// nesting exceeds the limit of JsonReader.
 class TapeBuilder : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, TapeBuilder> {
 public:
     using Length = rapidjson::SizeType;
 
-    /// @param length The length of the text, which limits what its tape can have.
+    /// @param length The length of the text, which limits the size of the tape.
     explicit TapeBuilder(std::size_t length);
 
     bool Null() { return put(Tape::kNull); }
@@ -25,7 +25,7 @@ public:
     bool EndObject(Length /*count*/) { return close(Tape::kObjectEnd); }
     bool StartArray() { return open(Tape::kArray); }
     bool EndArray(Length /*count*/) { return close(Tape::kArrayEnd); }
-    /// The events of converted numbers, which RapidJSON is asked not to send.
+    /// Events that RapidJSON does not send with kParseNumbersAsStringsFlag.
     static bool Default() { return false; }
 
     /// Complete after RapidJSON has reported success.
@@ -39,6 +39,6 @@ private:
     Tape m_tape;
     std::size_t m_words = Tape::kRoot;
     std::size_t m_texts = 0;
-    /// The indexes of the containers that are not closed yet, innermost last.
+    /// The indexes of the open containers, innermost last.
     std::vector<std::size_t> m_open;
 };
