@@ -35,9 +35,7 @@ void destroyAll(int round) {
 
 /// Three threads call Instance(), two deliver events, one calls back for ended subscriptions.
 TEST(DestructionStorm, UnderEventsAndRequestsForInstances_NeitherHangsNorTouchesWhatIsGone) {
-    support::Deployment deployment;
-    support::writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    support::SampleDeployment deployment("recording");
     endurance::Watchdog watchdog;
     const int rounds = endurance::rounds(300);
     std::atomic<bool> done{false};

@@ -23,6 +23,7 @@ using operations::Operation;
 using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReaderImpl;
 using support::Deployment;
+using support::SampleDeployment;
 using support::LockCall;
 
 /// The files that an operation finds, when there were others before.
@@ -159,9 +160,7 @@ TEST(LockFaults, EveryLockCall_OperationsWithoutALockAreUnaffected) {
 }
 
 TEST(LockFaults, WriteLockOfTwoCreations_TheFirstPublishedIsKeptAndSubscribed) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     support::failLockCalls(LockCall::Write, EAGAIN);
     SysConfReaderImpl* first = nullptr;
     support::setInitHook([&] {
@@ -184,8 +183,7 @@ TEST(LockFaults, WriteLockOfTwoCreations_TheFirstPublishedIsKeptAndSubscribed) {
 }
 
 TEST(LockFaults, ReleaseThatLeavesTheReadLockHeld_SetsErrnoAndReadersContinue) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     SysConfReader& reader = *SysConfReader::Instance();
     support::failLockCalls(LockCall::Unlock, EINVAL);
     errno = 0;
@@ -197,8 +195,7 @@ TEST(LockFaults, ReleaseThatLeavesTheReadLockHeld_SetsErrnoAndReadersContinue) {
 }
 
 TEST(LockFaults, ReleaseThatLeavesTheWriteLockHeld_ThisThreadStillGetsAnswers) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     support::failLockCalls(LockCall::Unlock, EINVAL);
     errno = 0;
     SysConfReader& reader = *SysConfReader::Instance();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Each way in which a configuration file changes, on real files, through the event library.
+// The event library with every way to change a file.
 
 #include "Recorder.h"
 #include "support/Deployment.h"
@@ -20,7 +20,6 @@ using support::setEnvironment;
 using support::writeFile;
 namespace fs = std::filesystem;
 
-/// The node list of the deployment, which is what changes here.
 fs::path nodeList() {
     return support::testDirectory() / "app/etc/sysconf/nodelist.json";
 }
@@ -38,7 +37,7 @@ void switchLink(const fs::path& link, const fs::path& target) {
     fs::rename(link.string() + ".next", link);
 }
 
-/// The files of a mounted volume: links into a folder that is a link itself.
+/// Mounted volumes contain links into a folder that is a link too.
 void mountedVolume() {
     writeFile(folder() / "v1/nodelist.json", "before");
     writeFile(folder() / "v2/nodelist.json", "after");
@@ -91,7 +90,6 @@ const Row kRows[] = {
      }},
     {"StillOpenForWriting", before,
      [] {
-         // Kept open until the process ends.
          static std::ofstream file;
          file.open(nodeList(), std::ios::trunc);
          file << "after" << std::flush;
@@ -142,7 +140,7 @@ const Row kRows[] = {
          before();
      },
      [] { writeFile(nodeList(), "after"); }},
-    {"FolderComesIntoBeing", [] {}, [] { writeFile(nodeList(), "after"); }},
+    {"FolderCreated", [] {}, [] { writeFile(nodeList(), "after"); }},
     {"FolderMovedIntoPlaceWithTheFile",
      [] { writeFile(support::testDirectory() / "staged/etc/sysconf/nodelist.json", "after"); },
      [] { fs::rename(support::testDirectory() / "staged", appRoot()); }},
@@ -202,15 +200,15 @@ protected:
     void SetUp() override { setEnvironment("SYSCONF_EVENT_QUIET_MS", "5"); }
 };
 
-TEST_P(Change, IsDelivered_AndTheNextOneToo) {
+TEST_P(Change, IsDelivered_AndSoIsTheNextOne) {
     Deployment deployment;
     GetParam().prepare();
     Recorder recorder(nodeList());
     ASSERT_EQ(recorder.subscribe(), 0);
     GetParam().change();
     recorder.waitForText(GetParam().after);
-    writeFile(nodeList(), "once more");
-    recorder.waitForText("once more");
+    writeFile(nodeList(), "again");
+    recorder.waitForText("again");
     writeInPlace(nodeList(), "and in place");
     recorder.waitForText("and in place");
     endService();

@@ -32,14 +32,14 @@ protected:
     void TearDown() override { waitForServiceToEnd(); }
 };
 
-TEST_F(ContentReaderOf, FilesThatAnswer_ReadsThem) {
+TEST_F(ContentReaderOf, ReadableFiles_ReadsThem) {
     const std::optional<FileContents> read = m_reader.read(m_files);
     ASSERT_TRUE(read);
     EXPECT_TRUE(read->equals(FileContents(m_files)));
     EXPECT_TRUE(m_reader.read(m_files));
 }
 
-TEST_F(ContentReaderOf, FileThatHangs_ReadsNothingAndKeepsOneThreadUntilItAnswers) {
+TEST_F(ContentReaderOf, ReadHangs_ReadsNothingAndKeepsOneThreadUntilItReturns) {
     hangCalls(Call::Open, m_file);
     EXPECT_FALSE(m_reader.read(m_files));
     EXPECT_FALSE(m_reader.read(m_files));

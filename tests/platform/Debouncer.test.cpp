@@ -36,7 +36,7 @@ TEST(Debouncer, ChangesWithoutRest_DueAtTheLongestTime) {
     EXPECT_EQ(debouncer.due(), kStart + 1s);
 }
 
-TEST(Debouncer, Clear_NextChangeStartsAnew) {
+TEST(Debouncer, Clear_NextChangeStartsAgain) {
     Debouncer debouncer(50ms, 1s);
     debouncer.change(kStart);
     debouncer.clear();

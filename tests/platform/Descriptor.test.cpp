@@ -42,7 +42,7 @@ TEST(Descriptor, ClosedByTheProgram_IsNotIntact) {
     EXPECT_FALSE(descriptor.intact());
 }
 
-/// Even if the program's file is of the same kind, which has the same inode.
+/// Also if the program's file has the same inode.
 TEST(Descriptor, NumberReusedByTheProgram_IsNotIntactAndStaysOpen) {
     int number = -1;
     {

@@ -12,7 +12,7 @@ namespace {
 
 using Node = JsonDocument::Node;
 
-/// What a question answers, or nothing when it throws.
+/// Returns the answer, or nothing if the question throws.
 template <typename Question>
 auto answer(Question question) -> std::optional<decltype(question())> {
     try {
@@ -26,7 +26,7 @@ std::vector<Node> listed(const Node::Range& range) {
     return {range.begin(), range.end()};
 }
 
-/// Equal in type, too, and a double in every bit.
+/// Compares also the types, and all bits of a double.
 bool same(const Json::Value& one, const Json::Value& other) {
     if (one.type() != other.type()) {
         return false;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The library with the event library, on real files: a change on disk becomes an answer.
+// The library and the event library together, on real files.
 
 #include "SysConfReader.h"
 #include "SysConfReader_i.h"
@@ -43,7 +43,7 @@ protected:
         support::writeGeneration(m_deployment, 1);
     }
 
-    /// Returns when both singletons answer with that generation of every file.
+    /// Waits until both singletons answer from that generation of every file.
     static void waitForGeneration(int generation) {
         const std::string g = std::to_string(generation);
         while (SysConfReader::Instance()->getMaintenanceIPAddress() !=
@@ -66,7 +66,7 @@ TEST_F(EndToEnd, ChangedFiles_BecomeTheAnswersOfBothSingletons) {
     SysConfReader::Destory();
 }
 
-TEST_F(EndToEnd, DeletedFiles_LeaveWhatAReloadWithoutThemLeaves) {
+TEST_F(EndToEnd, DeletedAppConfig_NoDatabasesAndTheLastAddresses) {
     waitForGeneration(1);
     fs::remove(m_deployment.appConfigPath());
     std::map<std::string, Json::Value> databases;
@@ -78,8 +78,8 @@ TEST_F(EndToEnd, DeletedFiles_LeaveWhatAReloadWithoutThemLeaves) {
     SysConfReader::Destory();
 }
 
-TEST_F(EndToEnd, AfterDestory_ThreadAndDescriptorsAreGoneAndTheNextOneFollowsChangesAgain) {
-    // The first round loads the library, which stays.
+TEST_F(EndToEnd, DestoryAndNewInstance_LeaksNothingAndFollowsChanges) {
+    // The library that the first round loads remains loaded.
     waitForGeneration(1);
     SysConfReader::Destory();
     waitForServiceToEnd();
@@ -94,7 +94,7 @@ TEST_F(EndToEnd, AfterDestory_ThreadAndDescriptorsAreGoneAndTheNextOneFollowsCha
     }
 }
 
-TEST_F(EndToEnd, DestroyedByTheFacade_MainReaderThatLivesOnFollowsTheNextChangeAgain) {
+TEST_F(EndToEnd, RolesDestroyedByTheFacadeAndCreatedAgain_MainReaderFollowsChanges) {
     waitForGeneration(1);
     SysConfReader_i::Instance();
     SysConfReader_i::Destory();
@@ -107,8 +107,8 @@ TEST_F(EndToEnd, DestroyedByTheFacade_MainReaderThatLivesOnFollowsTheNextChangeA
     SysConfReader::Destory();
 }
 
-/// Eight threads query without a pause while the singletons are destroyed and created again.
-TEST_F(EndToEnd, TenThousandChangesUnderQueriesAndDestruction_LastFilesAreTheAnswers) {
+/// Eight threads query while the singletons are destroyed and created again.
+TEST_F(EndToEnd, TenThousandChangesDuringQueriesAndDestruction_AnswersAreFromTheLastFiles) {
     constexpr int kChanges = 10'000;
     setEnvironment("SYSCONF_EVENT_QUIET_MS", "0");
     waitForGeneration(1);
@@ -116,8 +116,8 @@ TEST_F(EndToEnd, TenThousandChangesUnderQueriesAndDestruction_LastFilesAreTheAns
     std::atomic<bool> stop{false};
     std::atomic<long> queries{0};
     std::atomic<long> destructions{0};
-    // An instance that others are asking must not be destroyed, which is for its callers to see to.
-    // Who destroys goes first: eight who ask would else never let it in.
+    // Callers must not destroy an instance that is in use: `alive`. Without `turn`, the eight
+    // readers would starve the writer.
     std::vector<std::thread> threads;
     std::mutex turn;
     std::shared_mutex alive;

@@ -44,7 +44,7 @@ TEST_F(Ending, WhileACallbackRuns_WaitsForItsReturn) {
 }
 
 #ifndef SANITIZED
-/// The thread that is about to call is delayed after its last look at the subscriptions.
+/// The service's thread is delayed between its last look at the subscriptions and the callback.
 TEST_F(Ending, WhileACallbackIsAboutToStart_NoneStartsAfterTheReturn) {
     delayUnlocksOfThreads(true);
     std::atomic<int> startedAfterwards{0};
@@ -57,7 +57,7 @@ TEST_F(Ending, WhileACallbackIsAboutToStart_NoneStartsAfterTheReturn) {
         ended = false;
         ASSERT_EQ(m_recorder.subscribe(), 0);
         writeFile(m_file, std::to_string(round));
-        // Spread over the time that a delivery takes.
+        // Another moment of the delivery in each round.
         std::this_thread::sleep_for(std::chrono::microseconds(50 * round));
         EventConsumerCBFini();
         ended = true;
@@ -83,7 +83,7 @@ TEST_F(Ending, WhileASystemCallHangs_IsBoundedAndNoCallbackFollows) {
     EXPECT_THAT(m_recorder.texts(), ElementsAre());
 }
 
-TEST_F(Ending, WhileAThreadIsLeftInASystemCall_NewSubscriptionsAreServed) {
+TEST_F(Ending, WhileAThreadHangsInASystemCall_NewSubscriptionsWork) {
     ASSERT_EQ(m_recorder.subscribe(), 0);
     hangCalls(Call::Lstat, m_file.string());
     writeFile(m_file, "after");
@@ -105,7 +105,7 @@ TEST_F(Ending, WhileAThreadIsLeftInASystemCall_NewSubscriptionsAreServed) {
 }
 #endif
 
-TEST_F(Ending, CallbacksThatDoNotReturn_KeepTwoThreadsAtMost) {
+TEST_F(Ending, CallbacksThatDoNotReturn_KeepAtMostTwoThreads) {
     constexpr int kRounds = 3;
     const Resources before = resources();
     std::deque<Barrier> barriers(kRounds);
@@ -129,15 +129,13 @@ TEST_F(Ending, CallbacksThatDoNotReturn_KeepTwoThreadsAtMost) {
     for (Barrier& barrier : barriers) {
         barrier.letGo();
     }
-    ASSERT_EQ(m_recorder.subscribe(), 0);
-    writeFile(m_file, "after");
-    m_recorder.waitForText("after");
+    subscribeAndSeeAChange();
     endService();
     EXPECT_EQ(resources(), before);
 }
 
-/// The thread that ends is used again rather than left beside a new one.
-TEST_F(Ending, FromWithinTheCallbackAndSubscribedAgain_KeepsOneThread) {
+/// The thread is used again; no second one is started.
+TEST_F(Ending, InTheCallbackAndSubscribedAgain_KeepsOneThread) {
     const Resources before = resources();
     std::size_t most = 0;
     std::atomic<int> calls{0};

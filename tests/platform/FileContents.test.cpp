@@ -40,7 +40,7 @@ TEST_F(FileContentsOf, AnyFileDiffers_NotEqual) {
     EXPECT_FALSE(before.equals(now()));
 }
 
-TEST_F(FileContentsOf, ZeroBytesAndEnds_Count) {
+TEST_F(FileContentsOf, ZeroBytesAndLengths_AreCompared) {
     support::writeFile(m_one, std::string("a\0b", 3));
     const FileContents before = now();
     support::writeFile(m_one, std::string("a\0c", 3));
@@ -87,12 +87,12 @@ TEST_F(FileContentsOf, LargerFile_EqualsNothing) {
     EXPECT_FALSE(now().equals(now()));
 }
 
-TEST_F(FileContentsOf, FolderInTheFilesPlace_EqualsNothing) {
+TEST_F(FileContentsOf, FolderInPlaceOfTheFile_EqualsNothing) {
     fs::create_directory(m_one);
     EXPECT_FALSE(now().equals(now()));
 }
 
-TEST_F(FileContentsOf, PipeInTheFilesPlace_EqualsNothingAndIsNotWaitedFor) {
+TEST_F(FileContentsOf, PipeInPlaceOfTheFile_EqualsNothingAndDoesNotBlock) {
     ASSERT_EQ(::mkfifo(m_one.c_str(), 0600), 0);
     EXPECT_FALSE(now().equals(now()));
 }

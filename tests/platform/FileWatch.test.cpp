@@ -32,7 +32,7 @@ void touch(const fs::path& path) {
     ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), nullptr, 0), 0);
 }
 
-/// The kernel queues a notice before the change returns, so nothing needs to be waited for.
+/// The kernel queues a report before the change returns, so no test has to wait.
 class FileWatchOf : public testing::Test {
 protected:
     fs::path m_folder = support::testDirectory() / "conf";
@@ -48,14 +48,14 @@ TEST_F(FileWatchOf, NothingHappens_NoChange) {
 }
 
 #ifndef SANITIZED
-TEST_F(FileWatchOf, NoticesCannotBeRead_MayBeAChangeAndTheWatchIsMadeAgain) {
+TEST_F(FileWatchOf, ReadFails_ChangeIsPossibleAndTheWatchIsReplaced) {
     for (const Call call : {Call::Ioctl, Call::Read}) {
         FileWatch watch({m_file.string()});
         writeInPlace(m_file, "other");
         failCalls(call, EIO, 1);
         EXPECT_EQ(watch.changed(), FileWatch::Change::Possible);
         EXPECT_FALSE(watch.complete());
-        // Nothing to wait for that would be readable all the time.
+        // Otherwise poll(2) would return at once again and again.
         EXPECT_EQ(watch.waits()[0].fd, -1);
         watch.followAgain();
         EXPECT_TRUE(watch.complete());
@@ -65,7 +65,7 @@ TEST_F(FileWatchOf, NoticesCannotBeRead_MayBeAChangeAndTheWatchIsMadeAgain) {
 }
 #endif
 
-TEST_F(FileWatchOf, FolderGoneWhenItIsWatched_CountsAsAbsent) {
+TEST_F(FileWatchOf, FolderDeletedBeforeItIsWatched_IsTreatedAsMissing) {
     for (const int error : {ENOENT, ENOTDIR, ELOOP, ENAMETOOLONG}) {
         failCalls(Call::AddWatch, error);
         EXPECT_NO_THROW(FileWatch({m_file.string()})) << error;
@@ -74,7 +74,7 @@ TEST_F(FileWatchOf, FolderGoneWhenItIsWatched_CountsAsAbsent) {
 }
 
 #ifndef SANITIZED
-TEST_F(FileWatchOf, LinkGoneWhenItIsFollowed_CountsAsAbsentUntilItIsBack) {
+TEST_F(FileWatchOf, LinkDeletedBeforeItIsRead_IsTreatedAsMissingUntilItIsBack) {
     const fs::path link = m_folder / "link";
     const fs::path place = support::testDirectory() / "elsewhere" / "file";
     support::writeFile(place, "text");
@@ -99,7 +99,7 @@ TEST_F(FileWatchOf, ReadingTheFile_NoChange) {
     EXPECT_FALSE(changed(watch));
 }
 
-TEST_F(FileWatchOf, ChangesAreTold_Once) {
+TEST_F(FileWatchOf, Change_IsReportedOnce) {
     FileWatch watch({m_file.string()});
     writeInPlace(m_file, "other");
     EXPECT_TRUE(changed(watch));
@@ -141,7 +141,7 @@ TEST_F(FileWatchOf, FileStillOpenForWriting_EachWriteIsAChange) {
     EXPECT_TRUE(changed(watch));
 }
 
-TEST_F(FileWatchOf, FileThatWasRenamedOver_IsOutOfSight) {
+TEST_F(FileWatchOf, FileThatWasReplaced_IsNotWatched) {
     std::ofstream old(m_file, std::ios::app);
     FileWatch watch({m_file.string()});
     support::writeFile(m_file, "new");
@@ -150,7 +150,7 @@ TEST_F(FileWatchOf, FileThatWasRenamedOver_IsOutOfSight) {
     EXPECT_FALSE(changed(watch));
 }
 
-TEST_F(FileWatchOf, FolderMovedAway_ItsFilesAreOutOfSight) {
+TEST_F(FileWatchOf, FolderMovedAway_ItsFilesAreNotWatched) {
     FileWatch watch({m_file.string()});
     const fs::path away = support::testDirectory() / "away";
     fs::rename(m_folder, away);
@@ -159,7 +159,7 @@ TEST_F(FileWatchOf, FolderMovedAway_ItsFilesAreOutOfSight) {
     EXPECT_FALSE(changed(watch));
 }
 
-TEST_F(FileWatchOf, OtherPathsThanBefore_NoWatchIsLeftBehind) {
+TEST_F(FileWatchOf, PathsLeadElsewhere_OldWatchesAreRemoved) {
     fs::create_directories(m_folder / "v1");
     fs::create_directories(m_folder / "v2");
     fs::create_directory_symlink("v1", m_folder / "data");
@@ -190,39 +190,30 @@ TEST_F(FileWatchOf, FoldersCreatedOneByOne_AllChangesSeen) {
     EXPECT_TRUE(changed(watch));
 }
 
-TEST_F(FileWatchOf, TwoFilesInOneFolder_EachIsSeen) {
+TEST_F(FileWatchOf, FilesInOneFolderAndBelowIt_EachIsWatched) {
     const fs::path other = m_folder / "other";
-    FileWatch watch({m_file.string(), other.string()});
-    writeInPlace(other, "text");
-    EXPECT_TRUE(changed(watch));
-    writeInPlace(m_file, "text2");
-    EXPECT_TRUE(changed(watch));
-}
-
-TEST_F(FileWatchOf, FolderOfOneFileOnTheWayToAnother_BothAreSeen) {
     const fs::path deeper = m_folder / "deeper/file";
     support::writeFile(deeper, "text");
-    FileWatch watch({m_file.string(), deeper.string()});
-    writeInPlace(m_file, "text2");
-    EXPECT_TRUE(changed(watch));
-    writeInPlace(deeper, "text2");
-    EXPECT_TRUE(changed(watch));
+    FileWatch watch({m_file.string(), other.string(), deeper.string()});
+    for (const fs::path& file : {other, m_file, deeper}) {
+        writeInPlace(file, "text2");
+        EXPECT_TRUE(changed(watch)) << file;
+    }
 }
 
-/// So many notices for another file that the one about this file does not fit into the kernel's
-/// queue any more.
+/// Reports about other files fill the kernel's queue, so that the one about this file is lost.
 TEST_F(FileWatchOf, QueueOverflows_IsAChange) {
     std::size_t most = 0;
     std::ifstream("/proc/sys/fs/inotify/max_queued_events") >> most;
     ASSERT_GT(most, 0U);
     FileWatch watch({m_file.string()});
-    // Equal notices in a row are one, so two files take turns.
+    // The kernel merges equal reports in a row, so two files alternate.
     std::ofstream one(m_folder / "one");
     std::ofstream two(m_folder / "two");
     for (std::size_t i = 0; i <= most; ++i) {
         (i % 2 == 0 ? one : two) << 'x' << std::flush;
     }
-    writeInPlace(m_file, "lost notice");
+    writeInPlace(m_file, "not reported");
     EXPECT_TRUE(changed(watch));
     EXPECT_FALSE(changed(watch));
     writeInPlace(m_file, "seen again");
@@ -244,7 +235,7 @@ TEST_F(FileWatchOf, FolderOfTheFileMayNotBeListed_ConstructorThrows) {
     EXPECT_THROW(FileWatch({m_file.string()}), std::system_error);
 }
 
-TEST_F(FileWatchOf, KernelRefusesWatchesLater_IncompleteUntilItGivesThemAgain) {
+TEST_F(FileWatchOf, KernelRefusesWatchesForAWhile_IncompleteDuringIt) {
     FileWatch watch({m_file.string()});
     failCalls(Call::AddWatch, ENOSPC);
     support::writeFile(m_file, "new");

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Handlers of pthread_atfork of the program that end the subscriptions and subscribe again.
+// Fork handlers of the program that end the subscriptions and subscribe again.
 
 #include "EventConsumerCB.h"
 #include "Recorder.h"
@@ -14,8 +14,6 @@
 #include <functional>
 #include <ostream>
 #include <pthread.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace {
 
@@ -39,12 +37,6 @@ void registerHandlers() {
     ASSERT_EQ(::pthread_atfork(run<Prepare>, run<Parent>, run<Child>), 0);
 }
 
-int exitStatus(pid_t child) {
-    int status = 0;
-    EXPECT_EQ(::waitpid(child, &status, 0), child);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
 struct Row {
     const char* name;
     Position position;
@@ -66,10 +58,10 @@ const Row kRows[] = {
 
 class ForkHandlers : public SubscribedProcess, public testing::WithParamInterface<Row> {
 protected:
-    // The child cannot use the first one: a callback of the parent may hold its lock.
+    // The child cannot use m_recorder: the parent's thread may have held its lock.
     Recorder m_childs{m_file};
 
-    /// What the child does; its exit status.
+    /// Returns the child's exit status.
     int follow(bool subscribed) {
         if (!subscribed && m_childs.subscribe() != 0) {
             return 1;
@@ -98,15 +90,10 @@ TEST_P(ForkHandlers, EndAndSubscribeAgain_ParentAndChildFollowTheFiles) {
         EventConsumerCBFini();
         subscribed = (position == Child ? m_childs : m_recorder).subscribe();
     };
-    const pid_t child = ::fork();
-    if (child == 0) {
-        ::_exit(follow(position == Child && subscribed == 0));
-    }
+    EXPECT_EQ(inChild([&] { return follow(position == Child && subscribed == 0); }), 0);
     handlers()[position] = nullptr;
-    EXPECT_EQ(exitStatus(child), 0);
     EXPECT_EQ(subscribed, position == Child ? 1 : 0);
-    writeFile(m_file, "parent's");
-    m_recorder.waitForText("parent's");
+    seeAChange("parent's");
     endService();
 }
 
@@ -115,15 +102,14 @@ INSTANTIATE_TEST_SUITE_P(Of, ForkHandlers, testing::ValuesIn(kRows),
 
 using ForkHandler = SubscribedProcess;
 
-/// The callback needs the service while the handler, on the forking thread, waits for it.
+/// The handler waits for a callback that uses the service.
 TEST_F(ForkHandler, EndsTheSubscriptionWhileACallbackUsesTheService_BothReturn) {
     registerHandlers();
     Barrier inCallback;
     std::atomic<bool> returning{false};
     m_recorder.setHook([&] {
         inCallback.arrive();
-        const EventConsumerCallback callback = m_recorder.record();
-        EventConsumerCBRedeliver(&callback);
+        m_recorder.requestDelivery();
         returning = true;
         return 0;
     });
@@ -136,37 +122,26 @@ TEST_F(ForkHandler, EndsTheSubscriptionWhileACallbackUsesTheService_BothReturn) 
         EventConsumerCBFini();
         returned = returning;
     };
-    const pid_t child = ::fork();
-    if (child == 0) {
-        ::_exit(0);
-    }
+    EXPECT_EQ(inChild([] { return 0; }), 0);
     EXPECT_TRUE(returned);
-    EXPECT_EQ(exitStatus(child), 0);
     endService();
 }
 
-TEST_F(ForkHandler, Forks_BothChildrenEndInOrder) {
+TEST_F(ForkHandler, Forks_BothChildrenExit) {
     registerHandlers();
     subscribeAndSeeAChange();
     int inner = -1;
+    const auto end = [] {
+        EventConsumerCBFini();
+        return 0;
+    };
     handlers()[Prepare] = [&] {
         handlers()[Prepare] = nullptr;
-        const pid_t child = ::fork();
-        if (child == 0) {
-            EventConsumerCBFini();
-            ::_exit(0);
-        }
-        inner = exitStatus(child);
+        inner = inChild(end);
     };
-    const pid_t child = ::fork();
-    if (child == 0) {
-        EventConsumerCBFini();
-        ::_exit(0);
-    }
+    EXPECT_EQ(inChild(end), 0);
     EXPECT_EQ(inner, 0);
-    EXPECT_EQ(exitStatus(child), 0);
-    writeFile(m_file, "parent's");
-    m_recorder.waitForText("parent's");
+    seeAChange("parent's");
     endService();
 }
 

@@ -11,7 +11,6 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
@@ -21,20 +20,17 @@ using support::writeFile;
 
 class ForkedChild : public SubscribedProcess {
 protected:
-    /// Runs `work` in a forked child and answers the child's exit status, -1 for another end.
-    template <typename Work>
-    static int inChild(Work work) {
-        const pid_t child = ::fork();
-        if (child == 0) {
-            ::_exit(work());
+    bool follows(Recorder& recorder, const std::string& text) {
+        if (recorder.subscribe() != 0 || serviceThreads() != 1) {
+            return false;
         }
-        int status = 0;
-        EXPECT_EQ(::waitpid(child, &status, 0), child);
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        writeFile(m_file, text);
+        recorder.waitForText(text);
+        return true;
     }
 };
 
-TEST_F(ForkedChild, HasNothingOfTheServiceAndCanSubscribe) {
+TEST_F(ForkedChild, HasNoThreadAndNoWatchesAndCanSubscribe) {
     subscribeAndSeeAChange();
     const int status = inChild([&] {
         if (resources().watches != 0 || serviceThreads() != 0) {
@@ -42,64 +38,39 @@ TEST_F(ForkedChild, HasNothingOfTheServiceAndCanSubscribe) {
         }
         EventConsumerCBFini();
         Recorder own(m_file);
-        if (own.subscribe() != 0 || serviceThreads() != 1) {
-            return 2;
-        }
-        writeFile(m_file, "child's");
-        own.waitForText("child's");
+        const bool works = follows(own, "child's");
         endService();
-        return 0;
+        return works ? 0 : 2;
     });
     EXPECT_EQ(status, 0);
-    // The parent's subscription is untouched by what the child has done with its own.
+    // The parent's subscription is unaffected.
     m_recorder.waitForText("child's");
-    writeFile(m_file, "parent's");
-    m_recorder.waitForText("parent's");
+    seeAChange("parent's");
     endService();
 }
 
-TEST_F(ForkedChild, WithoutFini_CanSubscribeToo) {
+TEST_F(ForkedChild, WithoutFini_CanSubscribeAndSoCanItsChild) {
     subscribeAndSeeAChange();
     const int status = inChild([&] {
-        if (m_recorder.subscribe() != 0) {
-            return 1;
-        }
-        writeFile(m_file, "child's");
-        m_recorder.waitForText("child's");
-        endService();
-        return 0;
-    });
-    EXPECT_EQ(status, 0);
-    endService();
-}
-
-TEST_F(ForkedChild, OfAForkedChild_CanSubscribeToo) {
-    subscribeAndSeeAChange();
-    const int status = inChild([&] {
-        if (m_recorder.subscribe() != 0) {
+        if (!follows(m_recorder, "child's")) {
             return 1;
         }
         return inChild([&] {
             Recorder own(m_file);
-            if (own.subscribe() != 0) {
-                return 2;
-            }
-            writeFile(m_file, "grandchild's");
-            own.waitForText("grandchild's");
+            const bool works = follows(own, "grandchild's");
             endService();
-            return 0;
+            return works ? 0 : 2;
         });
     });
     EXPECT_EQ(status, 0);
     endService();
 }
 
-TEST_F(ForkedChild, OfACallback_EndsWithItsOnlyThread) {
+TEST_F(ForkedChild, OfACallback_ExitsWhenTheCallbackReturns) {
     std::atomic<pid_t> child{0};
     m_recorder.setHook([&] {
         child = ::fork();
         if (child == 0) {
-            // Past a sanitizer's look for leaks, for which the stacks of the parent are gone.
             std::atexit([] { ::_exit(42); });
         }
         return 0;
@@ -109,14 +80,11 @@ TEST_F(ForkedChild, OfACallback_EndsWithItsOnlyThread) {
     while (child == 0) {
         std::this_thread::yield();
     }
-    int status = -1;
-    EXPECT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 42);
+    EXPECT_EQ(exitStatus(child), 42);
     endService();
 }
 
-TEST_F(ForkedChild, UnderAStormOfChanges_NeverFindsALockHeld) {
+TEST_F(ForkedChild, DuringManyChanges_NeverWaitsForALock) {
     ASSERT_EQ(m_recorder.subscribe(), 0);
     std::atomic<bool> stop{false};
     std::thread writer([&] {

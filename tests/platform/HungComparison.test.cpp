@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A file that cannot be read to its end while the service compares the contents of the files.
+// A file whose read hangs while the service compares the contents of the files.
 
 #include "WatchFaults.h"
 #include "support/Sanitizers.h"
@@ -28,7 +28,6 @@ protected:
         writeFile(m_deployment.managerNodeListPath(), "text");
     }
 
-    /// Only the event library opens that file here.
     void hang() { hangCalls(Call::Open, m_deployment.managerNodeListPath().string()); }
 
     static void waitForRelease() {

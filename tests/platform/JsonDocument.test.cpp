@@ -16,7 +16,7 @@ namespace {
 
 using namespace std::string_literals;
 
-/// A document of that text, which the test expects to be accepted.
+/// A document that has read that text.
 class Read {
 public:
     explicit Read(const std::string& text) {
@@ -54,7 +54,7 @@ TEST(JsonDocument, TextRefused_RootIsNull) {
     EXPECT_TRUE(document.root().value().isNull());
 }
 
-TEST(JsonDocument, MembersOfOneName_LastCounts) {
+TEST(JsonDocument, RepeatedMemberName_LastValueWins) {
     const Read read(R"({"b":1,"a":{"x":1},"b":2,"a":{"y":2},"c":3,"b":[7]})");
     EXPECT_EQ(listed((*read)["b"].elements()).at(0).asString(), "7");
     EXPECT_EQ((*read)["a"]["x"].asString(), "");
@@ -69,7 +69,7 @@ TEST(JsonDocument, MembersOfOneName_LastCounts) {
     EXPECT_EQ(names, "a2b7c");
 }
 
-TEST(JsonDocument, TreeNode_AnswersOfTheTree) {
+TEST(JsonDocument, NodeOfATree_AnswersFromTheTree) {
     Json::Value tree;
     tree["a"][0] = "x";
     const JsonDocument::Node node = tree;
@@ -80,7 +80,7 @@ TEST(JsonDocument, TreeNode_AnswersOfTheTree) {
     EXPECT_THROW(node["a"]["b"], Json::Exception);
 }
 
-TEST(JsonDocument, TextGone_ValuesStay) {
+TEST(JsonDocument, TextDestroyed_ValuesRemain) {
     JsonDocument document;
     {
         std::string text = R"({"a":"a text too long for a string's own room"})";
@@ -92,7 +92,7 @@ TEST(JsonDocument, TextGone_ValuesStay) {
     EXPECT_EQ(document.root()["a"].asString(), "a text too long for a string's own room");
 }
 
-TEST(JsonDocument, ValuesOfEveryType_AnswerLikeTheTrees) {
+TEST(JsonDocument, ValuesOfEveryType_AnswerLikeATree) {
     expectNoDifference({
         "null",
         "true",
@@ -123,7 +123,7 @@ TEST(JsonDocument, ValuesOfEveryType_AnswerLikeTheTrees) {
     });
 }
 
-TEST(JsonDocument, NumbersAtTheirLimits_AnswerLikeTheTrees) {
+TEST(JsonDocument, NumbersAtTheirLimits_AnswerLikeATree) {
     expectNoDifference({
         "2147483647",
         "2147483648",
@@ -154,7 +154,7 @@ TEST(JsonDocument, NumbersAtTheirLimits_AnswerLikeTheTrees) {
     });
 }
 
-TEST(JsonDocument, ValidTextsOutsideUnicode_AnswerLikeTheTrees) {
+TEST(JsonDocument, ValidTextsOutsideUnicode_AnswerLikeATree) {
     expectNoDifference({"[\"\xff\xfe\"]", "{\"\xc3\":\"\x80\"}", R"(["\ud800"])", R"(["\udc00x"])",
                         R"({"\ud800":1,"a":"\ud83d\u0041"})", "[\"\xed\xa0\x80\"]",
                         "[\"\xf4\x90\x80\x80\"]", "[\"\xc0\x80\"]"});
@@ -212,7 +212,7 @@ TEST(JsonDocument, EveryByteInEveryPlace_AcceptedAlike) {
     }
 }
 
-/// Pieces of JSON put together by chance: mostly something near a valid text.
+/// Random pieces of JSON, most of them nearly valid.
 std::string randomText(std::mt19937& random, int depth) {
     static const std::vector<std::string> kScalars{
         "null",        "true",   "false",       "0",        "-0",
@@ -222,7 +222,7 @@ std::string randomText(std::mt19937& random, int depth) {
     const auto pick = [&](std::size_t below) { return random() % below; };
     const std::size_t kind = depth > 5 ? 0 : pick(4);
     if (kind < 2) {
-        // The broken ones are the last of the list, and seldom.
+        // The malformed ones are the last of the list, and rare.
         return kScalars[pick(pick(40) == 0 ? kScalars.size() : kScalars.size() - 4)];
     }
     std::string text(1, kind == 2 ? '[' : '{');
@@ -237,7 +237,7 @@ std::string randomText(std::mt19937& random, int depth) {
     return text + (pick(200) == 0 ? ' ' : kind == 2 ? ']' : '}');
 }
 
-TEST(JsonDocument, TextsMadeByChance_ReadLikeByTheReader) {
+TEST(JsonDocument, RandomTexts_AnswerLikeATree) {
     int accepted = 0;
     constexpr unsigned kTexts = 10000;
     for (unsigned seed = 1; seed <= kTexts && !HasFailure(); ++seed) {
@@ -254,7 +254,7 @@ TEST(JsonDocument, TextsMadeByChance_ReadLikeByTheReader) {
     EXPECT_LT(accepted, static_cast<int>(kTexts / 4 * 3.9));
 }
 
-TEST(JsonDocument, LargeText_ReadLikeByTheReader) {
+TEST(JsonDocument, LargeText_AnswersLikeATree) {
     std::string text = "{\"nodeList\":{";
     for (int i = 0; i < 500; ++i) {
         text += (i == 0 ? "\"" : ",\"") + std::to_string(i * 7919 % 503) +
@@ -266,8 +266,7 @@ TEST(JsonDocument, LargeText_ReadLikeByTheReader) {
     EXPECT_EQ(documentDifference(text), "");
 }
 
-TEST(JsonDocument, PackedTextWithEscapes_AnswersLikeTheTree) {
-    // Before packing, the length of each text tells nothing of its length in the file.
+TEST(JsonDocument, PackedTextWithEscapes_AnswersLikeATree) {
     expectNoDifference({
         R"({"\\":"\\\\","a\"":"\"\"","\"":"\\\""})",
         R"(["\\","\\\"","\u005c","\u005cu005c\"","\u0022","x\"y\"z","\/"])",
@@ -276,7 +275,7 @@ TEST(JsonDocument, PackedTextWithEscapes_AnswersLikeTheTree) {
     });
 }
 
-TEST(JsonDocument, PackedObject_NameWithQuotesIsNotTakenForTheTextAroundANameAndItsValue) {
+TEST(JsonDocument, PackedObject_NameWithQuotesDoesNotMatchTheTextAroundAName) {
     const std::string text = R"({"a":"x","b\"c":1})";
     const std::string padded = text + std::string(JsonDocument::kPadding, ' ');
     JsonDocument document;
@@ -326,7 +325,7 @@ TEST(JsonDocument, NothingRead_NotPacked) {
     EXPECT_TRUE(packed.root().value().isNull());
 }
 
-TEST(JsonDocument, OneDocumentOnSeveralThreads_AnswersEach) {
+TEST(JsonDocument, OneDocumentOnSeveralThreads_AnswersAll) {
     const Read read(R"({"b":{"x":[1,2,3]},"a":"text"})");
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {

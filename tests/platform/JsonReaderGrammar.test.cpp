@@ -31,7 +31,7 @@ void expectEach(const std::vector<std::string>& texts, bool accepted) {
     }
 }
 
-// Every value, every kind of token; each of its proper prefixes is incomplete.
+// Contains every kind of token. Each of its proper prefixes is incomplete.
 const std::string kDocument =
     "{ \"a\\\"\\u00e9\" : [ 0 , -1.5e+3 , true , false , null , \"\\ud83d\\ude00\\n\" , [ ] , { } "
     "] , \"b\" : { \"c\" : \"\xc3\xa9\" } }";

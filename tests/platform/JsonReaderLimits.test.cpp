@@ -17,11 +17,11 @@ namespace {
 constexpr std::size_t kLimit = JsonReader::kNestingLimit;
 static_assert(kLimit >= 1000);
 
-/// More levels than any configuration file needs: a tree of them fits a small stack.
+/// More levels than any configuration file needs. A tree of them can be copied on a small stack.
 constexpr std::size_t kOrdinary = 16;
 
-/// Levels of containers around a 1, outermost first: 'a' for an array, 'o' for an object. Each has
-/// `width` children, of which the last, the one that costs most stack to reach, is the next level.
+/// Containers around a 1, outermost first: 'a' for an array, 'o' for an object. Each has `width`
+/// children. The last one, which takes the most stack to reach, is the next level.
 std::string nested(const std::string& levels, std::size_t width = 1) {
     std::string head;
     std::string tail;
@@ -72,7 +72,7 @@ TEST(JsonReaderStrict, NestingAtTheLimitManyTimes_AcceptedSideBySide) {
     EXPECT_FALSE(accepts("[" + deep + ",[" + deep + "]," + deep + "]"));
 }
 
-TEST(JsonReaderStrict, NestingInStringsAndNames_CountsForNothing) {
+TEST(JsonReaderStrict, BracketsInStringsAndNames_AreNoNesting) {
     const std::string brackets(1000, '[');
     EXPECT_TRUE(accepts("{\"" + brackets + "\":\"" + brackets + "\"}"));
 }
@@ -92,7 +92,7 @@ TEST(JsonReaderStrict, WidthOfALevel_NotLimited) {
     EXPECT_TRUE(accepts(nested("oaoao", 100000)));
 }
 
-// The thread sanitizer needs minutes for the book that it keeps of every byte.
+// The thread sanitizer takes minutes for a text of this size.
 #ifndef THREAD_SANITIZED
 TEST(JsonReaderStrict, TextBeyondTheLimit_Refused) {
     std::string text(std::size_t{JsonReader::kTextLimit} + 1, ' ');
@@ -106,14 +106,12 @@ TEST(JsonReaderStrict, TextBeyondTheLimit_Refused) {
 }
 #endif
 
-/// What a caller on a small stack does with a text.
 struct Errand {
     std::string text;
     bool (*run)(const std::string& text);
     bool done = false;
 };
 
-/// Reads the text into a tree, copies it and frees both.
 template <bool kLenient>
 bool treeIsCopied(const std::string& text) {
     Json::Value value;
@@ -121,7 +119,7 @@ bool treeIsCopied(const std::string& text) {
            *std::make_unique<Json::Value>(value) == value;
 }
 
-/// Reads the text into a document and finds the 1 by its name, if the text is a chain of objects.
+/// Reads the text into a document. In nested objects, also finds the 1 by its name.
 bool documentAnswers(const std::string& text) {
     std::string padded = text;
     padded.resize(text.size() + JsonDocument::kPadding);
@@ -140,13 +138,13 @@ bool documentAnswers(const std::string& text) {
 constexpr std::size_t kSmallStack = std::size_t{64} * 1024;
 
 #ifdef ADDRESS_SANITIZED
-// The sanitizer's malloc records the stack of its caller, in frames of two kibibytes.
+// The sanitizer's malloc has stack frames of 2 KiB.
 constexpr std::size_t kThreadStack = kSmallStack + std::size_t{8} * 1024;
 #else
 constexpr std::size_t kThreadStack = kSmallStack;
 #endif
 
-/// Takes a third of the small stack away, as a caller's own functions might.
+/// Uses a third of the small stack, as a caller's functions may do.
 void* runErrand(void* argument) {
     std::array<volatile char, kSmallStack / 3> callers;
     for (volatile char& byte : callers) {
@@ -179,7 +177,7 @@ TEST(JsonReaderStrict, OrdinaryTree_ReadCopiedAndFreedOnASmallStack) {
 }
 
 TEST(JsonReaderStrict, NestedBeyondTheLimit_RefusedOnASmallStack) {
-    // Two are refused for their end only.
+    // Two are malformed only at their end.
     for (const std::string& text :
          {nested(std::string(kLimit, 'a'), 31) + "]", nested(std::string(kLimit, 'o'), 31) + "}",
           nested(std::string(kLimit + 1, 'a'), 31), nested(std::string(100000, 'a'))}) {
@@ -193,7 +191,7 @@ TEST(JsonDocument, NestedUpToTheLimit_ReadAndFreedOnASmallStack) {
     for (const std::string& text : {objects, arrays, nested(std::string(kLimit, 'a'), 31)}) {
         EXPECT_TRUE(isDoneOnASmallStack(text, &documentAnswers)) << text.substr(0, 200);
     }
-    // What the fast reader refuses and the strict one reads, and what both refuse.
+    // Texts that only the strict reader accepts, and texts that both refuse.
     for (const std::string value : {"1e400", "\"\\ud800\"", "\"\xff\"", "99999999999999999999"}) {
         EXPECT_TRUE(isDoneOnASmallStack("[" + value + "," + arrays + "]", &documentAnswers));
         EXPECT_FALSE(isDoneOnASmallStack("[" + value + "," + arrays + ",]", &documentAnswers));

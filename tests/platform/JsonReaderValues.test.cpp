@@ -28,7 +28,7 @@ struct Row {
     Json::Value expected;
 };
 
-/// Type by type and bit by bit: to jsoncpp itself -0.0 and 0.0 are equal.
+/// Compares types and bits, because -0.0 == 0.0.
 void expectEach(const std::vector<Row>& rows) {
     for (const auto& [text, expected] : rows) {
         const Json::Value value = strict(text);
@@ -136,7 +136,7 @@ TEST(JsonReaderStrict, NumbersBesideOneOutOfRange_KeepTypeAndValue) {
     EXPECT_EQ(value[2].type(), Json::intValue);
 }
 
-TEST(JsonReaderStrict, NumberOutOfRange_LeavesErrnoAlone) {
+TEST(JsonReaderStrict, NumberOutOfRange_LeavesErrnoUnchanged) {
     errno = ELOOP;
     strict("[1e400,1e-400,1.5]");
     EXPECT_EQ(errno, ELOOP);
@@ -152,7 +152,7 @@ TEST(JsonReaderStrict, Escapes_BecomeTheirBytes) {
                 {R"("\\u0041")", "\\u0041"}});
 }
 
-TEST(JsonReaderStrict, SurrogatesAlone_BecomeTheirOwnThreeBytes) {
+TEST(JsonReaderStrict, SingleSurrogates_BecomeTheirThreeBytes) {
     expectEach({{R"("\uD800")", "\xed\xa0\x80"},
                 {R"("\uDBFF")", "\xed\xaf\xbf"},
                 {R"("\uDC00")", "\xed\xb0\x80"},
@@ -167,7 +167,7 @@ TEST(JsonReaderStrict, SurrogatesAlone_BecomeTheirOwnThreeBytes) {
                 {R"("\ud800\\udc00")", "\xed\xa0\x80\\udc00"}});
 }
 
-TEST(JsonReaderStrict, BytesFrom0x80_PassAsTheyStand) {
+TEST(JsonReaderStrict, BytesFrom0x80_AreKeptVerbatim) {
     std::string bytes;
     for (int byte = 0x80; byte < 0x100; ++byte) {
         bytes += static_cast<char>(byte);
@@ -176,7 +176,7 @@ TEST(JsonReaderStrict, BytesFrom0x80_PassAsTheyStand) {
     EXPECT_EQ(strict("{\"" + bytes + "\":1}").getMemberNames(), std::vector{bytes});
 }
 
-TEST(JsonReaderStrict, MemberNames_HoldAnyBytes) {
+TEST(JsonReaderStrict, MemberNames_ContainAnyBytes) {
     const Json::Value value = strict(R"({"a\u0000b":1,"a":2,"":3,"\ud800":4,"\u00e9":5})");
     EXPECT_EQ(value.getMemberNames(),
               (std::vector{""s, "a"s, "a\0b"s, "\xc3\xa9"s, "\xed\xa0\x80"s}));
@@ -240,7 +240,7 @@ TEST(JsonReaderStrict, TextRefused_LeavesTheValueUntouched) {
     }
 }
 
-TEST(JsonReaderStrict, ReaderUsedAgain_RemembersNothing) {
+TEST(JsonReaderStrict, ReaderUsedTwice_KeepsNoState) {
     JsonReader reader(false);
     Json::Value value;
     EXPECT_FALSE(reader.parse("[1,", value));
@@ -269,7 +269,7 @@ TEST(JsonReaderStrict, ReaderSharedByThreads_ReadsEachText) {
     EXPECT_EQ(right, std::vector<int>(4, 200));
 }
 
-/// Decimal comma, thousands in groups: what many European locales have.
+/// Decimal comma and groups of thousands, as in many European locales.
 class CommaPunctuation : public std::numpunct<char> {
 protected:
     char do_decimal_point() const override { return ','; }

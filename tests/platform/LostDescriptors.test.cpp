@@ -13,15 +13,14 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cerrno>
 #include <fcntl.h>
-#include <functional>
-#include <map>
+#include <set>
 #include <sys/inotify.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -30,12 +29,15 @@ namespace {
 
 using support::writeFile;
 
-/// How many descriptors a subscription has in all.
+/// The descriptors of a single subscription.
 constexpr std::size_t kDescriptors = 4;
 
-/// The thread sanitizer would report the close, which races with the service on purpose.
-void closeUnnoticed(int number) {
-    ::syscall(SYS_close, number);
+/// Closes with a plain system call, because the thread sanitizer would report the intended race.
+template <typename Numbers>
+void closeEach(const Numbers& numbers) {
+    for (const int number : numbers) {
+        ::syscall(SYS_close, number);
+    }
 }
 
 class LostDescriptors : public SubscribedProcess {
@@ -44,24 +46,17 @@ protected:
         const std::set<int> before = openDescriptors();
         subscribeAndSeeAChange();
         std::set<int> own = openedSince(before);
-        // A comparison has another one for a moment.
+        // While it reads a file, the service has one more.
         while (own.size() > kDescriptors) {
             own = openedSince(before);
         }
         EXPECT_EQ(own.size(), kDescriptors);
         return {own.begin(), own.end()};
     }
-
-    void seeAChange(const std::string& text) {
-        writeFile(m_file, text);
-        m_recorder.waitForText(text);
-    }
 };
 
 TEST_F(LostDescriptors, All_ChangesAreDelivered) {
-    for (const int number : subscribeAndFindDescriptors()) {
-        closeUnnoticed(number);
-    }
+    closeEach(subscribeAndFindDescriptors());
     seeAChange("one");
     seeAChange("two");
     endService();
@@ -76,7 +71,7 @@ TEST_F(LostDescriptors, AnyOne_ChangesAreDelivered) {
         ASSERT_EQ(recorder.subscribe(), 0);
         const std::set<int> own = openedSince(others);
         ASSERT_EQ(own.size(), kDescriptors);
-        closeUnnoticed(*std::next(own.begin(), static_cast<std::ptrdiff_t>(i)));
+        closeEach(std::array{*std::next(own.begin(), static_cast<std::ptrdiff_t>(i))});
         for (const std::string& text : {"one" + round, "two" + round}) {
             writeFile(m_file, text);
             recorder.waitForText(text);
@@ -86,27 +81,24 @@ TEST_F(LostDescriptors, AnyOne_ChangesAreDelivered) {
     }
 }
 
-TEST_F(LostDescriptors, WithinTheCallback_ChangesAreDelivered) {
-    std::vector<int> own;
+TEST_F(LostDescriptors, ClosedInTheCallback_ChangesAreDelivered) {
+    std::set<int> own;
     m_recorder.setHook([&] {
-        for (const int number : own) {
-            closeUnnoticed(number);
-        }
+        closeEach(own);
         own.clear();
         return 0;
     });
     const std::set<int> before = openDescriptors();
     ASSERT_EQ(m_recorder.subscribe(), 0);
-    const std::set<int> opened = openedSince(before);
-    own.assign(opened.begin(), opened.end());
+    own = openedSince(before);
     seeAChange("one");
     seeAChange("two");
     seeAChange("three");
     endService();
 }
 
-/// What the program opens under the numbers: a file, a pipe with bytes to read, an inotify instance
-/// with a notice to read, and the write end of the pipe.
+/// The program reuses the numbers for a file, a pipe with bytes to read, an inotify instance with a
+/// report to read, and the write end of the pipe.
 class NumbersReused : public LostDescriptors {
 protected:
     std::vector<int> m_numbers;
@@ -156,7 +148,7 @@ protected:
     }
 };
 
-TEST_F(NumbersReused, Changes_AreDeliveredAndTheProgramsFilesUntouched) {
+TEST_F(NumbersReused, Changes_AreDeliveredAndLeaveTheProgramsFilesUntouched) {
     for (int i = 0; i < 10; ++i) {
         seeAChange("after " + std::to_string(i));
     }
@@ -173,8 +165,7 @@ TEST_F(NumbersReused, EndOfTheSubscriptions_LeavesTheProgramsFilesUntouched) {
 
 TEST_F(NumbersReused, RequestOfADelivery_IsDelivered) {
     const std::size_t before = m_recorder.count();
-    const EventConsumerCallback callback = m_recorder.record();
-    EventConsumerCBRedeliver(&callback);
+    m_recorder.requestDelivery();
     m_recorder.waitForCount(before + 1);
     expectUntouched();
     endService();
@@ -182,34 +173,28 @@ TEST_F(NumbersReused, RequestOfADelivery_IsDelivered) {
 
 #ifndef SANITIZED
 TEST_F(NumbersReused, ForkedChild_LeavesTheProgramsFilesUntouched) {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        EventConsumerCBFini();
-        expectUntouched();
-        ::_exit(HasFailure() ? 1 : 0);
-    }
-    int status = -1;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
+    EXPECT_EQ(inChild([&] {
+                  EventConsumerCBFini();
+                  expectUntouched();
+                  return HasFailure() ? 1 : 0;
+              }),
+              0);
     expectUntouched();
     endService();
 }
 #endif
 
-TEST_F(LostDescriptors, WhileThereAreNoNewOnes_PausesAndRecoversAfterwards) {
+TEST_F(LostDescriptors, NoDescriptorsForAWhile_PausesAndRecovers) {
     for (const Call refused : {Call::Pipe, Call::InotifyInit}) {
         const std::vector<int> own = subscribeAndFindDescriptors();
         failCalls(refused, EMFILE);
-        for (const int number : own) {
-            closeUnnoticed(number);
-        }
-        const auto attempts = [&] { return callCount(refused); };
-        const int attemptsBefore = attempts();
+        closeEach(own);
+        const int attemptsBefore = callCount(refused);
         const int waitsBefore = callCount(Call::Poll);
-        while (attempts() < attemptsBefore + 3) {
+        while (callCount(refused) < attemptsBefore + 3) {
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
-        // One to wait and one to look at the mounts a round, and a tenth of a second each.
+        // Two in each round, which takes at least 100 ms.
         EXPECT_LE(callCount(Call::Poll) - waitsBefore, 100);
         failCalls(refused, 0);
         seeAChange("again " + std::to_string(static_cast<int>(refused)));

@@ -60,7 +60,7 @@ sockaddr* MadeInterfaces::Node::fill(const std::string& text) {
     return &other;
 }
 
-// Visible to the library under test, unlike all else here.
+// Visible to the library under test.
 
 extern "C" [[gnu::visibility("default")]] int getifaddrs(ifaddrs** list) noexcept {
     if (answer.kernel == Kernel::Refusing) {

@@ -8,14 +8,15 @@
 #include <string>
 #include <vector>
 
-/// Interfaces that the C library's getifaddrs, replaced in this program, answers with while the
-/// object lives; otherwise it answers with the host's own.
+/// While this exists, getifaddrs, replaced in this program, returns these interfaces instead of the
+/// host's.
 class MadeInterfaces {
 public:
-    /// One entry a text: an IPv4 or IPv6 address, "none" for an entry without any address, "link"
-    /// for an address of no IP family.
+    /// @param texts For each interface its IPv4 or IPv6 address, "none" for no address, or "link"
+    /// for
+    ///        an address of another family.
     explicit MadeInterfaces(const std::vector<std::string>& texts);
-    /// getifaddrs fails.
+    /// Makes getifaddrs fail.
     static MadeInterfaces refused() { return {}; }
     ~MadeInterfaces();
     MadeInterfaces(const MadeInterfaces&) = delete;
@@ -24,7 +25,7 @@ public:
     ifaddrs& operator[](std::size_t index) { return m_nodes[index].entry; }
     sockaddr_in6& v6(std::size_t index) { return m_nodes[index].v6; }
 
-    /// The number of lists from getifaddrs, made or real, that have not been freed.
+    /// The number of lists from getifaddrs that have not been freed.
     static int unfreed();
 
 private:

@@ -17,8 +17,8 @@ namespace {
 
 enum class Outcome { Done, Refused, BadAlloc };
 
-/// Runs the operation again and again, a later allocation failing each time, until none fails, and
-/// lets `check` see how each run ended. Answers how many allocations could fail.
+/// Runs the operation once for each of its allocations, which fails, and a last time without a
+/// failure. Calls `check` after each run. Returns the number of allocations.
 unsigned failEachAllocation(const std::function<bool()>& operation,
                             const std::function<void(Outcome, bool hasFailed)>& check) {
     for (unsigned failures = 0;; ++failures) {
@@ -42,8 +42,8 @@ unsigned failEachAllocation(const std::function<bool()>& operation,
 }
 
 TEST(JsonReaderStrict, MemoryRunsOutAnywhere_ThrowsBadAllocAndLeavesTheValue) {
-    // Takes memory in every way: containers, names and texts too long for the reader's first
-    // stack, and a second reading for the number out of range and the surrogate alone.
+    // Allocates in every way: containers, names and texts that exceed the reader's first stack, and
+    // a second reading because of a number out of range and a single surrogate.
     const std::string text = R"({"list":[1,2.5,[{"a":"b"}],1e400],"text":")" +
                              std::string(2000, 'x') + R"(","\ud800)" + std::string(300, 'y') +
                              R"(":{"a":1,"a":{"b":"c"}}})";
@@ -77,7 +77,6 @@ void expectDocumentSurvives(const std::string& text) {
 
 TEST(JsonDocument, MemoryRunsOutWhileReading_ThrowsBadAllocAndLeavesTheDocument) {
     expectDocumentSurvives(R"([1,{"a":"b"}])");
-    // One that takes the full tree.
     expectDocumentSurvives(R"([99999999999999999999,{"a":"b"}])");
 }
 

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// File systems that are mounted and unmounted on the path of a file. Not run where this process may
-// not have its own mount namespace.
+// Mounts on the path of a file. Skipped if this process may not create a mount namespace.
 
 #include "Recorder.h"
 #include "SubscribedProcess.h"
@@ -22,7 +21,7 @@ namespace {
 using support::writeFile;
 namespace fs = std::filesystem;
 
-/// As the super-user of this machine or, if that is not allowed, of a user namespace.
+/// As root or, if that is not possible, in a user namespace.
 bool enterMountNamespace() {
     const uid_t user = ::getuid();
     if (::unshare(CLONE_NEWNS) != 0) {
@@ -86,13 +85,13 @@ TEST_F(Mounts, UnmountedWhileWatched_IsAChangeAndWhatFollowsIsSeen) {
     mountOverEtc();
     writeFile(m_file, "before");
     subscribeAndSeeAChange();
-    // The folders of the mount exist below it, too.
+    // The folders of the mount also exist below it.
     ASSERT_EQ(::umount2(m_etc.c_str(), MNT_DETACH), 0);
     m_recorder.waitForLastText("before");
     seeAChange("unmounted");
 }
 
-TEST_F(Mounts, WithinTheCallback_IsNotMissed) {
+TEST_F(Mounts, MountedInTheCallback_IsAChange) {
     m_recorder.setHook([this] {
         if (++m_calls == 1) {
             mountOverEtc();

@@ -6,18 +6,17 @@
 #include <set>
 #include <string>
 
-/// The numbers of all open descriptors of this process.
 inline std::set<int> openDescriptors() {
     std::set<int> numbers;
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
         numbers.insert(std::stoi(entry.path().filename()));
     }
-    // The listing had a descriptor itself, which is closed now.
+    // The descriptor of the listing is closed now.
     std::erase_if(numbers, [](int number) { return ::fcntl(number, F_GETFD) < 0; });
     return numbers;
 }
 
-/// Those that are open now and not in `before`.
+/// The descriptors that are open now and are not in `before`.
 inline std::set<int> openedSince(const std::set<int>& before) {
     std::set<int> numbers = openDescriptors();
     std::erase_if(numbers, [&](int number) { return before.contains(number); });

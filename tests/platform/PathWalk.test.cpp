@@ -15,7 +15,7 @@ using eventcbutil::Found;
 using eventcbutil::Place;
 using testing::ElementsAreArray;
 
-/// What there is, by path; everything else is missing.
+/// The existing files by path.
 using Tree = std::map<std::string, Found>;
 
 const Found kFolder{Found::Kind::Folder, {}};
@@ -70,7 +70,7 @@ const Row kRows[] = {
      {{"/a", kFolder}, {"/b", kFolder}, {"/b/f", kFile}},
      {{"/", "a"}, {"/", "b"}, {"/b", "f", true}}},
     {"ParentOfTheRoot_IsTheRoot", "/../f", {{"/f", kFile}}, {{"/", "f", true}}},
-    {"ParentOfAMissingFolder_IsNoWay", "/a/../f", {{"/f", kFile}}, {{"/", "a"}}},
+    {"ParentOfAMissingFolder_IsMissing", "/a/../f", {{"/f", kFile}}, {{"/", "a"}}},
     {"LinkToTheFile_TheLinkAndItsTarget",
      "/a/f",
      {{"/a", kFolder}, {"/a/f", linkTo("../b/g")}, {"/b", kFolder}, {"/b/g", kFile}},
@@ -106,7 +106,7 @@ TEST_P(PathWalk, Places_InTheKernelsOrder) {
 INSTANTIATE_TEST_SUITE_P(Of, PathWalk, testing::ValuesIn(kRows),
                          [](const auto& row) { return row.param.name; });
 
-TEST(PathWalkLinks, CircleOfLinks_EndsWhereTheKernelGivesUp) {
+TEST(PathWalkLinks, CircleOfLinks_EndsAtTheKernelsLimit) {
     const std::vector<Place> places =
         placesOf({"", "/a/f", {{"/a", linkTo("b")}, {"/b", linkTo("a")}}, {}});
     EXPECT_EQ(places.size(), 41U);

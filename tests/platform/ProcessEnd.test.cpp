@@ -26,7 +26,7 @@ using support::writeFile;
 
 using ProcessEnd = SubscribedProcess;
 
-/// Runs when static objects are destroyed; one that was built before the first subscription.
+/// Runs when a static object that is older than the first subscription is destroyed.
 std::function<void()>& atStaticDestruction() {
     struct Destroyed {
         std::function<void()> hook = [] {};
@@ -36,7 +36,7 @@ std::function<void()>& atStaticDestruction() {
     return destroyed.hook;
 }
 
-TEST_F(ProcessEnd, ExitWithASubscription_ServiceHasEndedBeforeOlderStaticObjectsGo) {
+TEST_F(ProcessEnd, ExitWithASubscription_ServiceEndsBeforeOlderStaticObjectsAreDestroyed) {
     EXPECT_EXIT(
         {
             atStaticDestruction() = [this] {
@@ -53,7 +53,7 @@ TEST_F(ProcessEnd, ExitWithASubscription_ServiceHasEndedBeforeOlderStaticObjects
 TEST_F(ProcessEnd, ExitWhileACallbackNeverReturns_DoesNotWaitForIt) {
     EXPECT_EXIT(
         {
-            // Never destroyed, because the callback still waits in it.
+            // Never destroyed, because the callback still uses it.
             static Barrier& barrier = *new Barrier;
             m_recorder.setHook([] {
                 barrier.arrive();
@@ -67,7 +67,7 @@ TEST_F(ProcessEnd, ExitWhileACallbackNeverReturns_DoesNotWaitForIt) {
         testing::ExitedWithCode(42), "");
 }
 
-TEST_F(ProcessEnd, ExitFromWithinACallback_EndsTheProcess) {
+TEST_F(ProcessEnd, ExitInACallback_EndsTheProcess) {
     EXPECT_EXIT(
         {
             m_recorder.setHook([]() -> int { std::exit(42); });
@@ -80,7 +80,7 @@ TEST_F(ProcessEnd, ExitFromWithinACallback_EndsTheProcess) {
         testing::ExitedWithCode(42), "");
 }
 
-/// In each of these the thread is somewhere it does not return from.
+/// In each of these the service's thread hangs.
 #ifndef SANITIZED
 TEST_F(ProcessEnd, ExitWhileASystemCallHangs_IsBounded) {
     EXPECT_EXIT(
@@ -111,7 +111,7 @@ TEST_F(ProcessEnd, ExitWhileAComparisonHangs_IsBounded) {
 }
 #endif
 
-TEST_F(ProcessEnd, ExitFromWithinACallbackThatHasSubscribedAgain_EndsTheProcess) {
+TEST_F(ProcessEnd, ExitInACallbackThatHasSubscribedAgain_EndsTheProcess) {
     EXPECT_EXIT(
         {
             m_recorder.setHook([this]() -> int {
@@ -128,7 +128,7 @@ TEST_F(ProcessEnd, ExitFromWithinACallbackThatHasSubscribedAgain_EndsTheProcess)
         testing::ExitedWithCode(42), "");
 }
 
-TEST_F(ProcessEnd, ExitUnderAStormOfChanges_EndsInOrder) {
+TEST_F(ProcessEnd, ExitDuringManyChanges_EndsNormally) {
     EXPECT_EXIT(
         {
             std::thread([this] {

@@ -14,7 +14,7 @@ using namespace std::string_literals;
 
 using Pieces = std::list<std::string>;
 
-TEST(QuarnCommonUtilsSplit, EachText_MakesItsPieces) {
+TEST(QuarnCommonUtilsSplit, EachText_IsSplitIntoItsPieces) {
     struct Row {
         std::string text;
         std::string separator;
@@ -56,7 +56,7 @@ TEST(QuarnCommonUtilsSplit, ListNotEmpty_IsAppendedTo) {
     EXPECT_EQ(pieces, (Pieces{"before", "a", "b", "c"}));
 }
 
-TEST(QuarnCommonUtilsSplit, TextInsideTheList_IsSplitAsAnyOther) {
+TEST(QuarnCommonUtilsSplit, TextInsideTheList_IsSplitLikeAnyOther) {
     Pieces pieces{"a;b"};
     QuarnCommonUtils::split(pieces.front(), ";", pieces);
     EXPECT_EQ(pieces, (Pieces{"a;b", "a", "b"}));
@@ -70,7 +70,7 @@ protected:
     static constexpr const char* kName = "QUARNGETENV_TEST";
 };
 
-TEST_F(Quarngetenv, VariableSet_ReadAnewOnEveryCall) {
+TEST_F(Quarngetenv, VariableSet_ReadOnEveryCall) {
     for (const std::string value : {"value", "0", " ", "a=b", "\xff"}) {
         ASSERT_EQ(setenv(kName, value.c_str(), 1), 0);
         EXPECT_EQ(QuarnCommonUtils::Quarngetenv(kName), value);
@@ -84,7 +84,7 @@ TEST_F(Quarngetenv, VariableEmptyOrUnset_ReadsEmpty) {
     EXPECT_EQ(QuarnCommonUtils::Quarngetenv(""), "");
 }
 
-TEST_F(Quarngetenv, NameOfNoVariable_ReadsEmpty) {
+TEST_F(Quarngetenv, ImpossibleName_ReadsEmpty) {
     ASSERT_EQ(setenv(kName, "a=b", 1), 0);
     EXPECT_EQ(QuarnCommonUtils::Quarngetenv(kName + "=a"s), "");
     EXPECT_EQ(QuarnCommonUtils::Quarngetenv(kName + "\0"s), "");

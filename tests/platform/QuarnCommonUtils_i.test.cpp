@@ -50,7 +50,7 @@ TEST(QuarnCommonUtilsGetAllIPAddr, EveryAddress_ListedInTheKernelsOrder) {
     EXPECT_EQ(MadeInterfaces::unfreed(), 0);
 }
 
-TEST(QuarnCommonUtilsGetAllIPAddr, InterfaceDownOrPointToPoint_ListedAsAnyOther) {
+TEST(QuarnCommonUtilsGetAllIPAddr, InterfaceDownOrPointToPoint_ListedLikeAnyOther) {
     MadeInterfaces made({"10.0.0.1", "10.0.0.2"});
     made[0].ifa_flags = 0;
     made[1].ifa_flags = IFF_UP | IFF_RUNNING | IFF_POINTOPOINT;
@@ -64,7 +64,7 @@ TEST(QuarnCommonUtilsGetAllIPAddr, LinkLocalAddress_ListedWithoutItsScope) {
     EXPECT_EQ(allAddresses(), (Addresses{"fe80::1", "fe80::1"}));
 }
 
-TEST(QuarnCommonUtilsGetAllIPAddr, EntryWithoutAnIpAddress_PassedOver) {
+TEST(QuarnCommonUtilsGetAllIPAddr, EntryWithoutAnIpAddress_Skipped) {
     const MadeInterfaces made({"none", "link", "10.0.0.1", "none", "link", "fd00::1", "none"});
     EXPECT_EQ(allAddresses(), (Addresses{"10.0.0.1", "fd00::1"}));
     EXPECT_EQ(MadeInterfaces::unfreed(), 0);
@@ -78,7 +78,7 @@ TEST(QuarnCommonUtilsGetAllIPAddr, ListNotEmpty_IsAppendedTo) {
     EXPECT_EQ(addresses, (Addresses{"before", "10.0.0.1", "10.0.0.1"}));
 }
 
-TEST(QuarnCommonUtilsGetAllIPAddr, NoAnswerOrNoAddress_AppendsNothing) {
+TEST(QuarnCommonUtilsGetAllIPAddr, ErrorOrNoAddress_AppendsNothing) {
     Addresses addresses{"before"};
     {
         const MadeInterfaces refused = MadeInterfaces::refused();

@@ -24,15 +24,20 @@ int Recorder::subscribe() {
     return EventConsumerCBInit("SysConfigEvent", "", &callback);
 }
 
+void Recorder::requestDelivery() {
+    const EventConsumerCallback callback = record();
+    EventConsumerCBRedeliver(&callback);
+}
+
 void Recorder::waitForText(const std::string& text) {
     std::unique_lock<std::mutex> guard(m_mutex);
     m_changed.wait(
         guard, [&] { return std::find(m_texts.begin(), m_texts.end(), text) != m_texts.end(); });
 }
 
-void Recorder::waitForCount(std::size_t count) {
+void Recorder::waitForCount(std::size_t callbacks) {
     std::unique_lock<std::mutex> guard(m_mutex);
-    m_changed.wait(guard, [&] { return m_texts.size() >= count; });
+    m_changed.wait(guard, [&] { return m_texts.size() >= callbacks; });
 }
 
 void Recorder::waitForLastText(const std::string& text) {
@@ -56,8 +61,8 @@ int Recorder::called(const std::string& eventName, const std::string& /*second*/
         hook = self.m_hook;
         self.m_changed.notify_all();
     }
-    // Whatever the hook does, the callback takes the lock at its end, as the destructor does: all
-    // that callbacks do happens before what follows the end of the service.
+    // The callback acquires the lock at its end, as the destructor does: so everything that
+    // callbacks do happens before the destruction.
     const struct LastAct {
         std::mutex& mutex;
         ~LastAct() { const std::lock_guard<std::mutex> guard(mutex); }

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-/// A subscriber that keeps a record of its callbacks: each time what the watched file reads.
+/// A subscriber that records its callbacks: the contents of the file at each one.
 class Recorder {
 public:
     explicit Recorder(std::filesystem::path file) : m_file(std::move(file)) {}
@@ -19,19 +19,18 @@ public:
     /// The service must have ended, see `endService`.
     ~Recorder();
 
-    /// Runs in every callback, after the record; the callback answers or throws what it does.
+    /// Runs in every callback after the file is read. The callback returns or throws what it does.
     void setHook(std::function<int()> hook);
 
     EventConsumerCallback record() { return {&Recorder::called, this}; }
-    /// What EventConsumerCBInit answers.
+    /// Returns the result of EventConsumerCBInit.
     int subscribe();
+    void requestDelivery();
 
-    /// Returns when the file has been read with that text, "" for a missing file.
+    /// Waits until a callback has read that text, "" for a missing file.
     void waitForText(const std::string& text);
-    /// Returns when there have been that many callbacks.
-    void waitForCount(std::size_t count);
-
-    /// Returns when that text is the last one read.
+    void waitForCount(std::size_t callbacks);
+    /// Waits until the last callback has read that text.
     void waitForLastText(const std::string& text);
 
     std::vector<std::string> texts();
@@ -51,7 +50,7 @@ private:
 /// A point at which a callback waits until the test lets it continue.
 class Barrier {
 public:
-    /// Called by the callback; waits only the first time.
+    /// Called by the callback. Waits only the first time.
     void arrive();
     void waitForArrival();
     void letGo();
@@ -63,8 +62,8 @@ private:
     bool m_open = false;
 };
 
-/// Ends all subscriptions and returns when no callback is running any more, so that what callbacks
-/// use can be destroyed.
+/// Ends all subscriptions and waits until no callback runs, so that what callbacks use can be
+/// destroyed.
 void endService();
 
 void writeInPlace(const std::filesystem::path& file, const std::string& text);

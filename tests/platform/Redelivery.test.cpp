@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Deliveries that are repeated, because the callback failed or because it was requested.
+// Deliveries that are repeated because the callback failed or requested it.
 
 #include "EventConsumerCB.h"
 #include "Recorder.h"
@@ -18,15 +18,9 @@ namespace {
 using support::writeFile;
 using testing::ElementsAre;
 
-class Redelivery : public SubscribedProcess {
-protected:
-    void request() {
-        const EventConsumerCallback callback = m_recorder.record();
-        EventConsumerCBRedeliver(&callback);
-    }
-};
+using Redelivery = SubscribedProcess;
 
-TEST_F(Redelivery, CallbackThrowsOrRefuses_IsCalledAgainWithoutAChangeUntilItAnswers0) {
+TEST_F(Redelivery, CallbackThrowsOrFails_IsCalledAgainWithoutAChangeUntilItReturns0) {
     std::atomic<int> calls{0};
     m_recorder.setHook([&]() -> int {
         switch (calls++) {
@@ -43,60 +37,51 @@ TEST_F(Redelivery, CallbackThrowsOrRefuses_IsCalledAgainWithoutAChangeUntilItAns
     ASSERT_EQ(m_recorder.subscribe(), 0);
     writeFile(m_file, "after");
     m_recorder.waitForCount(4);
-    writeFile(m_file, "last");
-    m_recorder.waitForText("last");
+    seeAChange("last");
     endService();
     EXPECT_THAT(m_recorder.texts(), ElementsAre("after", "after", "after", "after", "last"));
 }
 
 TEST_F(Redelivery, Requested_IsDeliveredWithoutAChange) {
     ASSERT_EQ(m_recorder.subscribe(), 0);
-    request();
+    m_recorder.requestDelivery();
     m_recorder.waitForCount(1);
     endService();
     EXPECT_THAT(m_recorder.texts(), ElementsAre("before"));
 }
 
-TEST_F(Redelivery, RequestedFromWithinTheCallback_IsDeliveredAgainAfterAnAnswerOf0) {
+TEST_F(Redelivery, RequestedInTheCallback_IsDeliveredAgainAlthoughItReturns0) {
     std::atomic<int> calls{0};
     m_recorder.setHook([&] {
         if (calls++ == 0) {
-            request();
+            m_recorder.requestDelivery();
         }
         return 0;
     });
     ASSERT_EQ(m_recorder.subscribe(), 0);
     writeFile(m_file, "after");
     m_recorder.waitForCount(2);
-    writeFile(m_file, "last");
-    m_recorder.waitForText("last");
+    seeAChange("last");
     endService();
     EXPECT_THAT(m_recorder.texts(), ElementsAre("after", "after", "last"));
 }
 
-TEST_F(Redelivery, RequestedUnderALockThatTheCallbackNeeds_DoesNotWait) {
+TEST_F(Redelivery, RequestedWithALockThatTheCallbackNeeds_DoesNotWait) {
     std::mutex lock;
     Barrier inCallback;
-    m_recorder.setHook([&] {
-        inCallback.arrive();
-        const std::lock_guard<std::mutex> guard(lock);
-        return 0;
-    });
-    ASSERT_EQ(m_recorder.subscribe(), 0);
-    writeFile(m_file, "after");
-    inCallback.waitForArrival();
+    holdACallback(inCallback, &lock);
     {
         const std::lock_guard<std::mutex> guard(lock);
         inCallback.letGo();
-        request();
+        m_recorder.requestDelivery();
     }
     m_recorder.waitForCount(2);
     endService();
 }
 
-TEST_F(Redelivery, RequestedForNoSubscription_NothingHappens) {
+TEST_F(Redelivery, RequestedWithoutASubscription_NothingHappens) {
     EventConsumerCBRedeliver(nullptr);
-    request();
+    m_recorder.requestDelivery();
     Recorder other(m_file);
     ASSERT_EQ(other.subscribe(), 0);
     EventConsumerCallback function = other.record();
@@ -104,15 +89,14 @@ TEST_F(Redelivery, RequestedForNoSubscription_NothingHappens) {
         return 0;
     };
     EventConsumerCBRedeliver(&function);
-    request();
-    // What was requested before would have been delivered by then.
+    m_recorder.requestDelivery();
+    // The requests above would be delivered before this one.
     writeFile(m_file, "after");
     other.waitForText("after");
-    const EventConsumerCallback callback = other.record();
-    EventConsumerCBRedeliver(&callback);
+    other.requestDelivery();
     other.waitForCount(2);
     endService();
-    request();
+    m_recorder.requestDelivery();
     EXPECT_THAT(other.texts(), ElementsAre("after", "after"));
     EXPECT_THAT(m_recorder.texts(), ElementsAre());
 }

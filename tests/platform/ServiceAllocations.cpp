@@ -46,7 +46,6 @@ bool stopFailingAllocations() {
 }
 
 extern "C" {
-// The C library's own names for what is replaced here.
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* memory, std::size_t size);

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// Memory that runs out in a plain build: goes with ServiceAllocations.cpp linked in, which
-/// replaces malloc, calloc and realloc. Unlike support::AllocationFault it reaches the threads of
-/// the event library.
+/// Makes allocations fail, also on the threads of the event library: ServiceAllocations.cpp
+/// replaces malloc, calloc and realloc. Not with sanitizers.
 
 enum class Threads { First, Others };
 
-/// Of the allocations on these threads, the next `skip` succeed and the `count` after them fail.
+/// On these threads the next `skip` allocations succeed and the `count` after them fail.
 void failAllocations(Threads threads, int skip, int count);
-/// Whether one has failed. Lets all succeed again.
+/// Returns whether one has failed.
 bool stopFailingAllocations();

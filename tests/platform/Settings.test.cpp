@@ -15,7 +15,7 @@ using eventcbutil::settingsFromEnvironment;
 using support::setEnvironment;
 using testing::ElementsAre;
 
-TEST(Settings, Files_AsTheEnvironmentNamesThem) {
+TEST(Settings, Files_AreNamedByTheEnvironment) {
     setEnvironment("APP_CONF_FILE", "/conf/app.json");
     setEnvironment("APP_ROOT", "/app/");
     setEnvironment("TOLM_ROOT", "/tolm");
@@ -40,7 +40,7 @@ TEST(Settings, RelativePaths_StartAtTheWorkingDirectory) {
                             here + "/../tolm/etc/sysconf/nodelists.json"));
 }
 
-TEST(Settings, QuietTime_FiftyMillisecondsUnlessANumberUpToAThousandIsSet) {
+TEST(Settings, QuietTime_Is50MillisecondsUnlessANumberUpTo1000IsSet) {
     EXPECT_EQ(settingsFromEnvironment().quietTime.count(), 50);
     const std::pair<const char*, int> rows[] = {{"0", 0},     {"7", 7},   {"1000", 1000},
                                                 {"1001", 50}, {"-1", 50}, {"", 50},

@@ -7,9 +7,13 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <mutex>
+#include <string>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 
-/// A process that follows the node list of its deployment, every notice announced at once.
+/// A process that subscribes to changes of its node list, with a quiet time of 0.
 class SubscribedProcess : public testing::Test {
 protected:
     support::Deployment m_deployment;
@@ -19,13 +23,48 @@ protected:
     void SetUp() override {
         support::setEnvironment("SYSCONF_EVENT_QUIET_MS", "0");
         support::writeFile(m_file, "before");
-        // A sanitizer starts a thread along with the first one.
+        // A sanitizer starts its own thread together with the first one.
         std::thread([] {}).join();
+    }
+
+    /// Writes the file and waits until the callback has read that text.
+    void seeAChange(const std::string& text) {
+        support::writeFile(m_file, text);
+        m_recorder.waitForText(text);
     }
 
     void subscribeAndSeeAChange() {
         ASSERT_EQ(m_recorder.subscribe(), 0);
+        seeAChange("after");
+    }
+
+    /// Subscribes, and returns when a callback for the text "after" waits at the barrier. After the
+    /// barrier it acquires the lock, if there is one.
+    void holdACallback(Barrier& barrier, std::mutex* lock = nullptr) {
+        m_recorder.setHook([&barrier, lock] {
+            barrier.arrive();
+            const auto guard =
+                lock != nullptr ? std::unique_lock(*lock) : std::unique_lock<std::mutex>();
+            return 0;
+        });
+        ASSERT_EQ(m_recorder.subscribe(), 0);
         support::writeFile(m_file, "after");
-        m_recorder.waitForText("after");
+        barrier.waitForArrival();
+    }
+
+    static int exitStatus(pid_t child) {
+        int status = 0;
+        EXPECT_EQ(::waitpid(child, &status, 0), child);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+    /// Returns the exit status of a forked child that runs `work`; -1 if a signal ends it.
+    template <typename Work>
+    static int inChild(Work work) {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            ::_exit(work());
+        }
+        return exitStatus(child);
     }
 };

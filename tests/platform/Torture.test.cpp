@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// Each system call and each allocation of the event library fails, once, ten times or for a while,
-// in each of its operations. Afterwards the service works: a subscription is refused, or the next
-// change is delivered. No resource is leaked.
+// In each operation of the event library, each system call and each allocation fails once, ten
+// times or for a while. Either the subscription fails, or the next change is delivered. Nothing is
+// leaked.
 
 #include "EventConsumerCB.h"
 #include "Recorder.h"
@@ -76,7 +76,7 @@ protected:
         SubscribedProcess::SetUp();
         fs::rename(m_deployment.appRoot(), m_deployment.appRoot().string() + ".1");
         fs::create_directory_symlink("app.1", m_deployment.appRoot());
-        // The first use of the library allocates what it keeps until the process exits.
+        // The first use allocates what the library keeps until the process exits.
         subscribeAndSeeAChange();
         endService();
         m_before = resources();
@@ -92,10 +92,8 @@ protected:
     }
 
     void expectThatItWorks() {
-        // Below the link, so that it is only seen if the link was followed.
-        const std::string text = "works " + std::to_string(++m_works);
-        writeFile(m_file, text);
-        m_recorder.waitForText(text);
+        // Below the link, so that the service must have followed it.
+        seeAChange("works " + std::to_string(++m_works));
     }
 
     void expectThatItEndsWithoutALeak() {
@@ -108,7 +106,8 @@ protected:
 
 class Torture : public TortureBase, public testing::WithParamInterface<Row> {
 protected:
-    /// Runs `work` while the call fails once, ten times and for a while, then `check` without.
+    /// Runs `work` while the call fails once, ten times and for a while, each time followed by
+    /// `check`.
     template <typename Work, typename Check>
     void fail(Work work, Check check) {
         for (const int count : {1, 10, kAWhile}) {
@@ -118,7 +117,7 @@ protected:
             if (count == kAWhile) {
                 std::this_thread::sleep_for(std::chrono::milliseconds(300));
             }
-            // The remaining failures may happen during the check.
+            // Of ten failures some may happen during the check.
             if (count != 10) {
                 failCalls(GetParam().call, 0);
             }
@@ -128,7 +127,7 @@ protected:
     }
 };
 
-TEST_P(Torture, Subscription_IsRefusedOrWorks) {
+TEST_P(Torture, Subscription_FailsOrWorks) {
     int result = 0;
     fail([&] { result = m_recorder.subscribe(); },
          [&] {
@@ -146,7 +145,7 @@ TEST_P(Torture, Delivery_TheNextChangeIsDelivered) {
     expectThatItEndsWithoutALeak();
 }
 
-TEST_P(Torture, End_LeavesNothing) {
+TEST_P(Torture, End_LeaksNothing) {
     for (const int count : {1, 10, kAWhile}) {
         SCOPED_TRACE(count);
         ASSERT_EQ(m_recorder.subscribe(), 0);
@@ -166,8 +165,7 @@ TEST_P(Torture, Request_IsDelivered) {
     fail(
         [&] {
             before = m_recorder.count();
-            const EventConsumerCallback callback = m_recorder.record();
-            EventConsumerCBRedeliver(&callback);
+            m_recorder.requestDelivery();
         },
         [&] { m_recorder.waitForCount(before + 1); });
     expectThatItEndsWithoutALeak();
@@ -181,12 +179,12 @@ class TortureByAllocations : public TortureBase, public testing::WithParamInterf
 protected:
     void SetUp() override {
         TortureBase::SetUp();
-        // The record of a callback that had no memory to read the file is empty.
+        // Without memory to read the file, the callback records an empty text.
         m_recorder.setHook([this] { return m_recorder.texts().back().empty() ? -1 : 0; });
     }
 };
 
-TEST_P(TortureByAllocations, Subscription_IsRefusedOrWorks) {
+TEST_P(TortureByAllocations, Subscription_FailsOrWorks) {
     bool failed = true;
     for (int skip = 0; failed; ++skip) {
         SCOPED_TRACE(skip);

@@ -40,7 +40,7 @@ std::string& hangingPath() {
     return path;
 }
 
-/// Where the code of the event library is; everywhere if it is no shared library.
+/// The code of the event library; all code if it is no shared library.
 struct Code {
     std::uintptr_t from = 0;
     std::uintptr_t to = UINTPTR_MAX;
@@ -76,7 +76,7 @@ Fault& fault(Call call) {
     return g_faults[static_cast<std::size_t>(call)];
 }
 
-/// Whether the call is to fail; errno is set then.
+/// Whether the call must fail; sets errno.
 bool refused(Call call, const void* caller) {
     Fault& its = fault(call);
     if (!ofTheEventLibrary(caller)) {
@@ -99,10 +99,6 @@ void failCalls(Call call, int error, int count) {
     fault(call).left = 0;
     fault(call).error = error;
     fault(call).left = error != 0 ? count : 0;
-}
-
-int failuresLeft(Call call) {
-    return fault(call).left;
 }
 
 int callCount(Call call) {
@@ -153,7 +149,7 @@ FAULTY int poll(pollfd* descriptors, nfds_t count, int timeout) {
                : static_cast<int>(::syscall(SYS_poll, descriptors, count, timeout));
 }
 
-// Sanitizers call these themselves before they are ready for instrumented code.
+// Sanitizers call these before they can run instrumented code.
 #ifndef SANITIZED
 
 namespace {
@@ -262,7 +258,7 @@ FAULTY int pthread_mutex_unlock(pthread_mutex_t* mutex) noexcept {
     return result;
 }
 
-// What pthread_atfork calls.
+// Called by pthread_atfork.
 FAULTY int __register_atfork(void (*prepare)(), void (*parent)(), void (*child)(), void* library) {
     static auto* const real =
         reinterpret_cast<decltype(&__register_atfork)>(::dlsym(RTLD_NEXT, "__register_atfork"));

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "support/SampleTexts.h"
 
+#include "support/EventLibrary.h"
+
 #include <json/writer.h>
 
 namespace support {
@@ -88,6 +90,13 @@ void writeGeneration(Deployment& deployment, int generation) {
     deployment.appConfig(jsonText(sampleAppConfig(generation)))
         .nodeList(jsonText(sampleNodeList(generation)))
         .managerNodeList(jsonText(sampleManagerNodeList(generation)));
+}
+
+SampleDeployment::SampleDeployment(const char* eventLibrary) {
+    writeGeneration(*this, 1);
+    if (eventLibrary != nullptr) {
+        installEventLibrary(eventLibrary);
+    }
 }
 
 } // namespace support

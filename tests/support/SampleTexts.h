@@ -25,4 +25,9 @@ std::string jsonText(const Json::Value& value);
 
 void writeGeneration(Deployment& deployment, int generation);
 
+/// A deployment with the files of generation 1 and, if it is not null, that event library.
+struct SampleDeployment : Deployment {
+    explicit SampleDeployment(const char* eventLibrary = nullptr);
+};
+
 } // namespace support

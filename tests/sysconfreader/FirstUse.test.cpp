@@ -25,6 +25,7 @@ using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReader_i;
 using Quarncommon::SysConfReaderImpl;
 using support::Deployment;
+using support::SampleDeployment;
 
 constexpr std::size_t kThreads = 64;
 constexpr int kRounds = 20;
@@ -44,8 +45,7 @@ constexpr std::array<std::size_t, 3> kLoadOfBoth{2, 3, 2};
 template <typename Class, typename Query>
 void expectOneInstanceFromOneLoad(const std::array<std::size_t, 3>& load, Query query,
                                   const std::string& expected) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     for (int round = 0; round < kRounds; ++round) {
         support::resetOpenCalls();
         std::array<Class*, kThreads> instances{};
@@ -80,8 +80,7 @@ TEST(FirstUse, SixtyFourThreads_GetOneFacadeAndOneLoadOfRoles) {
 }
 
 TEST(FirstUse, AllClassesAtOnce_LoadOnceEach) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     for (int round = 0; round < kRounds; ++round) {
         support::resetOpenCalls();
         std::array<std::string, kThreads> answers;
@@ -111,8 +110,7 @@ TEST(FirstUse, AllClassesAtOnce_LoadOnceEach) {
 }
 
 TEST(FirstUse, OfAnotherThread_IsSeenWholeThroughThePointerAlone) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     // The flag puts the threads in no order: a thread sanitizer sees whether the pointer does.
     std::atomic<bool> created{false};
     const std::jthread creator([&] {
@@ -136,8 +134,7 @@ TEST(FirstUse, SixtyFourThreads_TryToSubscribeAsOneLoadDoes) {
 }
 
 TEST(FirstUse, Threads_AreTheCallersOnly) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     const auto threads = [] {
         const std::filesystem::directory_iterator tasks("/proc/self/task");
         return std::distance(begin(tasks), end(tasks));
@@ -190,8 +187,7 @@ TEST(Reload, QueriesBesideIt_SeeOneLoadOrTheOther) {
 }
 
 TEST(Reload, FromManyThreads_LeavesTheNewestValues) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     SysConfReader::Instance();
     writeGeneration(deployment, 2);
     support::runTogether(16, [](std::size_t i) {

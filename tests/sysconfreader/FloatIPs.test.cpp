@@ -32,7 +32,7 @@ Answer ask(const Tags& tags, ByNode before = {}) {
 }
 
 std::string list(const std::string& entriesOfN) {
-    return R"({"nodeList":{"n":{"IPAddresses":[)" + entriesOfN + "]}}}";
+    return listOf(nodeWith("n", entriesOfN));
 }
 
 TEST(FloatIPs, EachNodeAndTags_GivesTheTaggedAddresses) {
@@ -42,30 +42,21 @@ TEST(FloatIPs, EachNodeAndTags_GivesTheTaggedAddresses) {
         Tags tags;
         Tags expected;
     } rows[] = {
-        {"one tag", addressEntries({{"A", "x"}, {"B", "y"}}), {"x"}, {"A"}},
-        {"several tags",
-         addressEntries({{"A", "x"}, {"B", "y"}, {"C", "z"}}),
-         {"x", "z"},
-         {"A", "C"}},
-        {"capitals in the list", addressEntries({{"A", "FloatX"}}), {"floatx"}, {"A"}},
-        {"capitals in the request",
-         addressEntries({{"A", "FloatX"}, {"B", "floatx"}}),
-         {"FloatX"},
-         {}},
-        {"several tags of one entry", addressEntry("A", {"x", "y"}), {"x", "y"}, {"A"}},
-        {"same address twice", addressEntries({{"A", "x"}, {"A", "x"}}), {"x"}, {"A"}},
-        {"beginning of a tag", addressEntries({{"A", "floating"}}), {"float"}, {}},
-        {"tagged entry without IP",
-         R"({"usage":["x"]},)" + addressEntry("A", {"x"}),
-         {"x"},
-         {"", "A"}},
-        {"tagged entry with empty IP", addressEntries({{"", "x"}}), {"x"}, {""}},
+        {"one tag", entries("A=x,B=y"), {"x"}, {"A"}},
+        {"several tags", entries("A=x,B=y,C=z"), {"x", "z"}, {"A", "C"}},
+        {"capitals in the list", entries("A=FloatX"), {"floatx"}, {"A"}},
+        {"capitals in the request", entries("A=FloatX,B=floatx"), {"FloatX"}, {}},
+        {"several tags of one entry", entries("A=x|y"), {"x", "y"}, {"A"}},
+        {"same address twice", entries("A=x,A=x"), {"x"}, {"A"}},
+        {"beginning of a tag", entries("A=floating"), {"float"}, {}},
+        {"tagged entry without IP", R"({"usage":["x"]},)" + entries("A=x"), {"x"}, {"", "A"}},
+        {"tagged entry with empty IP", entries("=x"), {"x"}, {""}},
         {"null IP", R"({"IP":null,"usage":["x"]})", {"x"}, {""}},
         {"plain string", R"({"IP":"A","usage":"x"})", {"x"}, {}},
-        {"no tags asked for", addressEntries({{"A", "x"}, {"B", ""}}), {}, {}},
-        {"empty tag", addressEntries({{"A", "x"}, {"B", ""}}), {""}, {"B"}},
-        {"quote, space, NUL", addressEntry("A", {R"(a \"\u0000b)"}), {"a \"\0b"s}, {"A"}},
-        {"not in ASCII", addressEntry("A", {"\xC3\xA9"}), {"\xC3\xA9"}, {"A"}},
+        {"no tags asked for", entries("A=x,B="), {}, {}},
+        {"empty tag", entries("A=x,B="), {""}, {"B"}},
+        {"quote, space, NUL", entries(R"(A=a \"\u0000b)"), {"a \"\0b"s}, {"A"}},
+        {"not in ASCII", entries("A=\xC3\xA9"), {"\xC3\xA9"}, {"A"}},
         {"no entries", "", {"x"}, {}},
         {"entry without usage", R"({"IP":"A"})", {"x"}, {}},
     };
@@ -78,8 +69,8 @@ TEST(FloatIPs, EachNodeAndTags_GivesTheTaggedAddresses) {
 
 TEST(FloatIPs, EveryNode_IsInsertedEvenWithoutAddress) {
     support::Deployment files;
-    files.managerNodeList(R"({"nodeList":{"b":{},"a":null,"c":{"IPAddresses":[)" +
-                          addressEntry("C", {"x"}) + R"(]},"d":{"IPAddresses":null}}})");
+    files.managerNodeList(
+        listOf(R"("b":{},"a":null,"d":{"IPAddresses":null},)" + nodeWith("c", entries("C=x"))));
     EXPECT_EQ(ask({"x"}), (Answer{0, {{"a", {}}, {"b", {}}, {"c", {"C"}}, {"d", {}}}}));
     EXPECT_EQ(ask({}), (Answer{0, {{"a", {}}, {"b", {}}, {"c", {}}, {"d", {}}}}));
     EXPECT_EQ(ask({"y"}), (Answer{0, {{"a", {}}, {"b", {}}, {"c", {}}, {"d", {}}}}));
@@ -87,7 +78,7 @@ TEST(FloatIPs, EveryNode_IsInsertedEvenWithoutAddress) {
 
 TEST(FloatIPs, NodesAlreadyInTheMap_KeepTheirAddresses) {
     support::Deployment files;
-    files.managerNodeList(list(addressEntry("new", {"x"})));
+    files.managerNodeList(list(entries("new=x")));
     EXPECT_EQ(ask({"x"}, {{"n", {"old"}}, {"other", {"o"}}}),
               (Answer{0, {{"n", {"old"}}, {"other", {"o"}}}}));
     EXPECT_EQ(ask({"x"}, {{"n", {}}}), (Answer{0, {{"n", {}}}}));
@@ -140,7 +131,7 @@ TEST(FloatIPs, WrongType_AnswersMinusOneWithTheNodesBefore) {
 
 TEST(FloatIPs, WrongTypeOfAnIPWithoutTheTag_IsIgnored) {
     support::Deployment files;
-    files.managerNodeList(list(R"({"IP":{},"usage":["y"]},)" + addressEntry("A", {"x"})));
+    files.managerNodeList(list(R"({"IP":{},"usage":["y"]},)" + entries("A=x")));
     EXPECT_EQ(ask({"x"}), (Answer{0, {{"n", {"A"}}}}));
 }
 
@@ -148,7 +139,7 @@ TEST(FloatIPs, NothingLoaded_Answers) {
     support::Deployment files;
     support::setEnvironment("APP_CONF_FILE", nullptr);
     support::setEnvironment("APP_ROOT", nullptr);
-    files.managerNodeList(list(addressEntry("A", {"x"})));
+    files.managerNodeList(list(entries("A=x")));
     EXPECT_EQ(ask({"x"}), (Answer{0, {{"n", {"A"}}}}));
 }
 

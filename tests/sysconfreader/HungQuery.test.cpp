@@ -55,8 +55,7 @@ private:
 };
 
 TEST(HungQuery, WithAReloadWaiting_OtherQueriesAreAnswered) {
-    support::Deployment deployment;
-    writeGeneration(deployment, 1);
+    support::SampleDeployment deployment;
     SysConfReader& reader = *SysConfReader::Instance();
     std::binary_semaphore asks{0};
     std::atomic<bool> reloaded{false};

@@ -29,13 +29,13 @@ namespace {
 using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReaderImpl;
 using support::Deployment;
+using support::SampleDeployment;
 using support::expectLocksFree;
 using support::LockedOpen;
 using support::opensWithLocks;
 
 TEST(Instance, Twice_IsTheSameFromOneLoad) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     SysConfReader* reader = SysConfReader::Instance();
     ASSERT_NE(reader, nullptr);
     support::resetOpenCalls();
@@ -74,8 +74,7 @@ TEST(Reload, Loading_HoldsTheWriteLock) {
 }
 
 TEST(Destory, ThenInstance_LoadsAfresh) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     SysConfReader::Instance();
     writeGeneration(deployment, 2);
     SysConfReader::Destory();
@@ -84,8 +83,7 @@ TEST(Destory, ThenInstance_LoadsAfresh) {
 }
 
 TEST(Destory, ThenInstanceWithoutFiles_KeepsNothing) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     SysConfReader::Instance();
     std::filesystem::remove(deployment.appConfigPath());
     std::filesystem::remove(deployment.nodeListPath());
@@ -95,9 +93,7 @@ TEST(Destory, ThenInstanceWithoutFiles_KeepsNothing) {
 }
 
 TEST(Destory, NothingExists_CreatesAndDestroysTheRoleReader) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     for (int round = 1; round <= 3; ++round) {
         support::resetOpenCalls();
         SysConfReader::Destory();
@@ -110,9 +106,7 @@ TEST(Destory, NothingExists_CreatesAndDestroysTheRoleReader) {
 }
 
 TEST(Destory, RoleReaderGoneAlready_CreatesItToDestroyIt) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     SysConfReader::Instance();
     SysConfReaderImpl::Destory();
     support::resetOpenCalls();
@@ -124,9 +118,7 @@ TEST(Destory, RoleReaderGoneAlready_CreatesItToDestroyIt) {
 }
 
 TEST(Destory, RoleReader_GoesFirstAndUnderItsLockAlone) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     const SysConfReader* reader = SysConfReader::Instance();
     support::LockCounts held;
     const SysConfReader* readerMeanwhile = nullptr;
@@ -144,9 +136,7 @@ TEST(Destory, RoleReader_GoesFirstAndUnderItsLockAlone) {
 TEST(Destory, WhileItRuns_InstanceOnAnotherThreadWaitsForAFreshOne) {
     // Instance() takes no lock when there is an instance. One that is being destroyed must not be
     // seen any more.
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     SysConfReaderImpl::Instance();
     std::jthread other;
     std::atomic<bool> asks{false};
@@ -176,8 +166,7 @@ TEST(Destory, WhileItRuns_InstanceOnAnotherThreadWaitsForAFreshOne) {
 }
 
 TEST(Destory, AnswersGivenBefore_StayWithTheCaller) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     SysConfReader& reader = *SysConfReader::Instance();
     std::map<std::string, Json::Value> all;
     reader.getAllDBInfo(all);
@@ -203,8 +192,7 @@ void cancelHere() {
 }
 
 TEST(CancelledThread, InTheMiddleOfALoad_FinishesTheLoad) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     SysConfReader& reader = *SysConfReader::Instance();
     writeGeneration(deployment, 2);
     bool finished = false;
@@ -221,9 +209,7 @@ TEST(CancelledThread, InTheMiddleOfALoad_FinishesTheLoad) {
 }
 
 TEST(CancelledThread, InTheEventLibrary_LeavesNothingLockedAndTheNextCallWorks) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     support::setInitHook(cancelHere);
     for (int attempt = 1; attempt <= 3; ++attempt) {
         std::thread([] { SysConfReader::Instance(); }).join();
@@ -236,9 +222,7 @@ TEST(CancelledThread, InTheEventLibrary_LeavesNothingLockedAndTheNextCallWorks) 
 }
 
 TEST(CancelledThread, WhileItAppliesAnEvent_LeavesNothingLockedAndTheNextEventIsApplied) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     support::setInitResult(-1);
     SysConfReaderImpl* roles = SysConfReaderImpl::Instance();
     support::setInitHook(cancelHere);
@@ -259,9 +243,7 @@ TEST(CancelledThread, WhileItAppliesAnEvent_LeavesNothingLockedAndTheNextEventIs
 }
 
 TEST(ThrowingEventLibrary, AtFirstUse_PublishesNothingAndTheNextCallTriesAgain) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     support::setInitThrows(true);
     for (int attempt = 1; attempt <= 3; ++attempt) {
         EXPECT_THROW(SysConfReader::Instance(), std::runtime_error);
@@ -276,9 +258,7 @@ TEST(ThrowingEventLibrary, AtFirstUse_PublishesNothingAndTheNextCallTriesAgain) 
 }
 
 TEST(ThrowingEventLibrary, AtDestory_DestroysNothing) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     const SysConfReader* reader = SysConfReader::Instance();
     SysConfReaderImpl::Destory();
     support::setInitThrows(true);
@@ -288,9 +268,7 @@ TEST(ThrowingEventLibrary, AtDestory_DestroysNothing) {
 }
 
 TEST(ThrowingEventLibrary, AtReload_LosesTheDatabasesAlone) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     support::setInitResult(-1);
     SysConfReader& reader = *SysConfReader::Instance();
     support::setInitThrows(true);

@@ -20,6 +20,7 @@ namespace {
 using Quarncommon::SysConfReader;
 using support::Answers;
 using support::Deployment;
+using support::SampleDeployment;
 using support::jsonText;
 using support::setEnvironment;
 
@@ -44,8 +45,7 @@ std::vector<std::string> openedPaths() {
 }
 
 TEST(Loader, GoodFiles_LoadEveryValue) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     EXPECT_EQ(support::loadedValues(deployment), support::sampleLoadedValues(1));
 }
 
@@ -56,8 +56,7 @@ TEST(Loader, NoFiles_LoadNothing) {
 }
 
 TEST(Loader, FirstUse_LoadsTheRoleReaderThenEachFileOnce) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     SysConfReader::Instance();
     const std::string appConfig = deployment.appConfigPath();
     const std::string nodeList = deployment.nodeListPath();
@@ -103,8 +102,7 @@ TEST(Loader, NoEntryForTheInstance_LoadsTheDatabasesAlone) {
 }
 
 TEST(Loader, VariablesChanged_AreReadByTheNextLoad) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     SysConfReader& reader = *SysConfReader::Instance();
     Json::Value app;
     app["processes"]["p2"]["local"]["port"] = 77;
@@ -117,8 +115,7 @@ TEST(Loader, VariablesChanged_AreReadByTheNextLoad) {
 }
 
 TEST(Loader, AppRootUnset_ReadsTheNodeListUnderEtc) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     support::redirectOpen("/etc/sysconf/nodelist.json", deployment.nodeListPath());
     for (const char* root : {static_cast<const char*>(nullptr), ""}) {
         SCOPED_TRACE(root != nullptr ? root : "unset");
@@ -133,8 +130,7 @@ TEST(Loader, AppRootUnset_ReadsTheNodeListUnderEtc) {
 }
 
 TEST(Loader, AnyAppRoot_IsJoinedVerbatim) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     std::filesystem::current_path(support::testDirectory());
     for (const std::string& root :
          {deployment.appRoot().string(), deployment.appRoot().string() + "/", std::string("app"),

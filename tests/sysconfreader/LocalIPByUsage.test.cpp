@@ -21,43 +21,38 @@ struct UsageRow {
 
 TEST(LocalIPByUsage, EachNodeList_FirstTaggedEntryDecides) {
     const UsageRow rows[] = {
-        {"one entry", addressEntries({{"A", "service"}}), "service", "A"},
-        {"first of two", addressEntries({{"A", "service"}, {"B", "service"}}), "service", "A"},
-        {"capitals first", addressEntries({{"A", "Maintenance"}, {"B", "maintenance"}}),
-         "maintenance", "A"},
-        {"capitals in the request", addressEntries({{"A", "service"}}), "SERVICE", "A"},
-        {"capitals in both", addressEntries({{"A", "sErViCe"}}), "SeRvIcE", "A"},
-        {"second tag", addressEntry("A", {"x", "service"}), "service", "A"},
-        {"beginning of a tag", addressEntries({{"A", "service"}}), "serv", ""},
-        {"end of a tag", addressEntries({{"A", "internal_service"}}), "service", ""},
-        {"tag and more", addressEntries({{"A", "service"}}), "service2", ""},
-        {"unknown tag", addressEntries({{"A", "service"}}), "x", ""},
-        {"any tag that a caller makes up", addressEntries({{"A", "my own tag"}}), "My Own Tag",
-         "A"},
-        {"empty tag in the list", addressEntries({{"A", "x"}, {"B", ""}}), "", "B"},
-        {"no empty tag", addressEntries({{"A", "x"}}), "", ""},
+        {"one entry", entries("A=service"), "service", "A"},
+        {"first of two", entries("A=service,B=service"), "service", "A"},
+        {"capitals first", entries("A=Maintenance,B=maintenance"), "maintenance", "A"},
+        {"capitals in the request", entries("A=service"), "SERVICE", "A"},
+        {"capitals in both", entries("A=sErViCe"), "SeRvIcE", "A"},
+        {"second tag", entries("A=x|service"), "service", "A"},
+        {"beginning of a tag", entries("A=service"), "serv", ""},
+        {"end of a tag", entries("A=internal_service"), "service", ""},
+        {"tag and more", entries("A=service"), "service2", ""},
+        {"unknown tag", entries("A=service"), "x", ""},
+        {"any tag that a caller makes up", entries("A=my own tag"), "My Own Tag", "A"},
+        {"empty tag in the list", entries("A=x,B="), "", "B"},
+        {"no empty tag", entries("A=x"), "", ""},
         {"plain string", R"({"IP":"A","usage":"service"})", "service", ""},
-        {"plain string before an array",
-         R"({"IP":"A","usage":"service"},)" + addressEntry("B", {"service"}), "service", "B"},
-        {"first without IP", R"({"usage":["service"]},)" + addressEntry("B", {"service"}),
+        {"plain string before an array", R"({"IP":"A","usage":"service"},)" + entries("B=service"),
+         "service", "B"},
+        {"first without IP", R"({"usage":["service"]},)" + entries("B=service"), "service", ""},
+        {"first with null IP", R"({"IP":null,"usage":["service"]},)" + entries("B=service"),
          "service", ""},
-        {"first with null IP",
-         R"({"IP":null,"usage":["service"]},)" + addressEntry("B", {"service"}), "service", ""},
-        {"first with empty IP", addressEntries({{"", "service"}, {"B", "service"}}), "service", ""},
-        {"entry without usage", R"({"IP":"A"},)" + addressEntry("B", {"service"}), "service", "B"},
-        {"quote in a tag", addressEntry("A", {R"(se\"rv)"}), "SE\"RV", "A"},
-        {"NUL in a tag", addressEntry("A", {R"(a\u0000B)"}), "A\0b"s, "A"},
-        {"NUL ends nothing", addressEntry("A", {R"(service\u0000)"}), "service", ""},
-        {"tag not in ASCII", addressEntry("A", {"m\xC3\xA4rz"}), "M\xC3\xA4RZ", "A"},
-        {"address is any text", addressEntry(R"(a\u0000\"b)", {"x"}), "x", "a\0\"b"s},
-        {"null entry", "null," + addressEntry("B", {"x"}), "x", "B"},
+        {"first with empty IP", entries("=service,B=service"), "service", ""},
+        {"entry without usage", R"({"IP":"A"},)" + entries("B=service"), "service", "B"},
+        {"quote in a tag", entries(R"(A=se\"rv)"), "SE\"RV", "A"},
+        {"NUL in a tag", entries(R"(A=a\u0000B)"), "A\0b"s, "A"},
+        {"NUL ends nothing", entries(R"(A=service\u0000)"), "service", ""},
+        {"tag not in ASCII", entries("A=m\xC3\xA4rz"), "M\xC3\xA4RZ", "A"},
+        {"address is any text", entries(R"(a\u0000\"b=x)"), "x", "a\0\"b"s},
+        {"null entry", "null," + entries("B=x"), "x", "B"},
         {"number as IP", R"({"IP":5,"usage":["x"]})", "x", "5"},
         {"number as tag", R"({"IP":"A","usage":[5]})", "5", "A"},
         {"null as tag", R"({"IP":"A","usage":[null]})", "", "A"},
-        {"wrong IP after the answer", addressEntry("A", {"x"}) + R"(,{"IP":[1],"usage":["x"]})",
-         "x", "A"},
-        {"wrong IP of another tag", R"({"IP":[1],"usage":["w"]},)" + addressEntry("B", {"x"}), "x",
-         "B"},
+        {"wrong IP after the answer", entries("A=x") + R"(,{"IP":[1],"usage":["x"]})", "x", "A"},
+        {"wrong IP of another tag", R"({"IP":[1],"usage":["w"]},)" + entries("B=x"), "x", "B"},
         {"no entries", "", "service", ""},
     };
     OwnNode node;
@@ -98,7 +93,7 @@ TEST(LocalIPByUsage, WrongTypeBeforeTheAnswer_AnswersEmpty) {
 
 TEST(LocalIPByUsage, WrongTypeAfterTheAnswer_IsIgnored) {
     OwnNode node;
-    node.addresses(addressEntry("A", {"service"}) + ",7");
+    node.addresses(entries("A=service") + ",7");
     EXPECT_EQ(node.reader().getLocalIPByUsage("service"), "A");
     EXPECT_EQ(node.reader().getLocalIPByUsage("x"), "");
 }
@@ -128,29 +123,29 @@ TEST(LocalIPByUsage, ListAbsent_OnlyTheServiceAddressFallsBack) {
 
 TEST(LocalIPByUsage, EntryWithBothServiceTags_AnswersBoth) {
     OwnNode node;
-    node.addresses(addressEntry("A", {"service", "service2"}));
+    node.addresses(entries("A=service|service2"));
     EXPECT_EQ(node.reader().getLocalServiceIP(), "A");
     EXPECT_EQ(node.reader().getLocalService2IP(), "A");
 }
 
 TEST(LocalIPByUsage, FirstServiceEntryWithoutIP_OnlyTheNamedQueryFallsBack) {
     OwnNode node;
-    node.addresses(R"({"usage":["service"]},)" + addressEntry("B", {"service"}));
+    node.addresses(R"({"usage":["service"]},)" + entries("B=service"));
     EXPECT_EQ(node.reader().getLocalIPByUsage("service"), "");
     EXPECT_EQ(node.reader().getLocalServiceIP(), "M");
 }
 
 TEST(LocalIPByUsage, ServiceFallback_IsTheLoadedAddressNotTheLists) {
     OwnNode node;
-    node.addresses(addressEntry("from the list", {"maintenance"}));
+    node.addresses(entries("from the list=maintenance"));
     EXPECT_EQ(node.reader().getLocalServiceIP(), "M");
     EXPECT_EQ(node.reader().getLocalMaintenanceIP(), "from the list");
 }
 
 TEST(LocalIPByUsage, NodeIdChangedOnDisk_TakesEffectAtTheReload) {
     OwnNode node;
-    node.files.nodeList(R"({"nodeList":{"n1":{"IPAddresses":[)" + addressEntry("A", {"service"}) +
-                        R"(]},"n2":{"IPAddresses":[)" + addressEntry("B", {"service"}) + "]}}}");
+    node.files.nodeList(
+        listOf(nodeWith("n1", entries("A=service")) + "," + nodeWith("n2", entries("B=service"))));
     EXPECT_EQ(node.reader().getLocalServiceIP(), "A");
     node.files.appConfig(R"({"processes":{"p1":{"nodeId":"n2"}}})");
     EXPECT_EQ(node.reader().getLocalServiceIP(), "A");
@@ -160,37 +155,29 @@ TEST(LocalIPByUsage, NodeIdChangedOnDisk_TakesEffectAtTheReload) {
 
 TEST(LocalIPByUsage, NothingLoaded_UsesTheNodeWithTheEmptyId) {
     support::Deployment files;
-    files.nodeList(R"({"nodeList":{"":{"IPAddresses":[)" + addressEntry("A", {"service"}) + "]}}}");
+    files.nodeList(listOf(nodeWith("", entries("A=service"))));
     EXPECT_EQ(SysConfReader::Instance()->getLocalServiceIP(), "A");
-    files.nodeList(R"({"nodeList":{"n1":{"IPAddresses":[)" + addressEntry("A", {"service"}) +
-                   "]}}}");
+    files.nodeList(listOf(nodeWith("n1", entries("A=service"))));
     EXPECT_EQ(SysConfReader::Instance()->getLocalServiceIP(), "");
 }
 
 TEST(LocalIPByUsage, IdsOfEveryKind_AreComparedByBytes) {
-    const std::pair<const char*, const char*> rows[] = {
-        {"node 1", "found"},       {R"(no\"de)", "found"}, {R"(n\u0000x)", "found"},
-        {"\xE7\xAF\x80", "found"}, {"\xFF", "found"},      {R"(\u00e9)", "found"},
-    };
     OwnNode node;
-    for (const auto& [id, expected] : rows) {
+    for (const char* id :
+         {"node 1", R"(no\"de)", R"(n\u0000x)", "\xE7\xAF\x80", "\xFF", R"(\u00e9)"}) {
         node.files.appConfig(R"({"processes":{"p1":{"nodeId":")" + std::string(id) + R"("}}})");
-        node.files.nodeList(R"({"nodeList":{"n":{"IPAddresses":[)" +
-                            addressEntry("prefix", {"service"}) + R"(]},")" + std::string(id) +
-                            R"(":{"IPAddresses":[)" + addressEntry(expected, {"service"}) + "]}}}");
+        node.files.nodeList(listOf(nodeWith("n", entries("prefix=service")) + "," +
+                                   nodeWith(id, entries("found=service"))));
         node.reader().Reload();
-        EXPECT_EQ(node.reader().getLocalServiceIP(), expected) << id;
+        EXPECT_EQ(node.reader().getLocalServiceIP(), "found") << id;
     }
 }
 
 TEST(LocalIPByUsage, StandbyNode_MaintenanceIsTheOwnNodesAllElseTheSourceNodes) {
     support::setHostAddresses({"10.0.0.7"});
     OwnNode node;
-    node.files.nodeList(R"({"nodeList":{"n1":{"extAttr":{"hostType":"standby"},"IPAddresses":[)" +
-                        addressEntry("own", {"maintenance", "service", "service2", "x"}) +
-                        R"(]},"source":{"IPAddresses":[)" +
-                        addressEntry("10.0.0.7", {"service", "maintenance"}) + "," +
-                        addressEntry("source", {"service2", "x"}) + "]}}}");
+    node.standby(entries("own=maintenance|service|service2|x"),
+                 entries("10.0.0.7=service|maintenance,source=service2|x"));
     ASSERT_EQ(node.reader().getFloatNodeId(), "source");
     EXPECT_EQ(node.reader().getLocalMaintenanceIP(), "own");
     for (const char* usage : {"maintenance", "Maintenance", "MAINTENANCE", "mAINTENANCe"}) {

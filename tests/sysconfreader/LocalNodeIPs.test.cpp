@@ -74,95 +74,60 @@ TEST(LocalNodeIPsByNumber, EachListAndPrefix_CollectsItsAddresses) {
     const struct {
         const char* name;
         std::string addresses;
-        std::string prefix;
         Numbered expected;
+        std::string prefix = "northbound";
     } rows[] = {
         {"first address of a number wins",
-         addressEntries({{"A", "northbound"}, {"B", "northbound2"}, {"C", "northbound2"}}),
-         "northbound",
+         entries("A=northbound,B=northbound2,C=northbound2"),
          {{{0, "A"}, {2, "B"}}}},
-        {"first wins even if it is empty",
-         addressEntries({{"", "northbound2"}, {"C", "northbound2"}}),
-         "northbound",
-         {{{2, ""}}}},
+        {"first wins even if it is empty", entries("=northbound2,C=northbound2"), {{{2, ""}}}},
         {"first wins even without IP",
-         R"({"usage":["northbound2"]},)" + addressEntry("C", {"northbound2"}),
-         "northbound",
+         R"({"usage":["northbound2"]},)" + entries("C=northbound2"),
          {{{2, ""}}}},
-        {"number of two digits",
-         addressEntries({{"A", "northbound10"}}),
-         "northbound",
-         {{{10, "A"}}}},
-        {"no digits",
-         addressEntries({{"A", "northboundx"}, {"B", "northbound"}}),
-         "northbound",
-         {{{0, "A"}}}},
-        {"prefix in the middle",
-         addressEntries({{"A", "pre-northbound5"}}),
-         "northbound",
-         {{{0, "A"}}}},
+        {"number of two digits", entries("A=northbound10"), {{{10, "A"}}}},
+        {"no digits", entries("A=northboundx,B=northbound"), {{{0, "A"}}}},
+        {"prefix in the middle", entries("A=pre-northbound5"), {{{0, "A"}}}},
         {"prefix in the middle, number taken",
-         addressEntries({{"B", "northbound"}, {"A", "pre-northbound5"}}),
-         "northbound",
+         entries("B=northbound,A=pre-northbound5"),
          {{{0, "B"}}}},
         {"prefix in the middle cuts at its length",
-         addressEntries({{"A", "12northbound5"}, {"B", "xxxx7y"}, {"C", "x7y"}}),
-         "y",
-         {{{0, "B"}, {7, "C"}}}},
-        {"capitals in the list",
-         addressEntries({{"A", "NorthBound2"}}),
-         "northbound",
-         {{{2, "A"}}}},
+         entries("A=12northbound5,B=xxxx7y,C=x7y"),
+         {{{0, "B"}, {7, "C"}}},
+         "y"},
+        {"capitals in the list", entries("A=NorthBound2"), {{{2, "A"}}}},
         {"capitals in the prefix",
-         addressEntries({{"A", "Northbound2"}, {"S", "service"}, {"T", "service2"}}),
-         "Northbound",
-         {{}, "S", "T"}},
-        {"one capital in the prefix", addressEntries({{"A", "northbound"}}), "northbounD", {}},
+         entries("A=Northbound2,S=service,T=service2"),
+         {{}, "S", "T"},
+         "Northbound"},
+        {"one capital in the prefix", entries("A=northbound"), {}, "northbounD"},
         {"empty prefix",
-         addressEntries({{"A", "northbound"}, {"S", "service"}, {"T", "service2"}, {"B", "5"}}),
-         "",
-         {{{0, "A"}, {5, "B"}}}},
+         entries("A=northbound,S=service,T=service2,B=5"),
+         {{{0, "A"}, {5, "B"}}},
+         ""},
         {"last service address wins",
-         addressEntries(
-             {{"S", "service"}, {"S2", "service"}, {"T", "service2"}, {"T2", "SERVICE2"}}),
-         "northbound",
+         entries("S=service,S2=service,T=service2,T2=SERVICE2"),
          {{}, "S2", "T2"}},
         {"last service address wins even if it is empty",
-         addressEntries({{"S", "service"}, {"", "service"}}),
-         "northbound",
+         entries("S=service,=service"),
          {{}, "", "-"}},
-        {"service entry without IP",
-         R"({"usage":["service","service2"]})",
-         "northbound",
-         {{}, "", ""}},
+        {"service entry without IP", R"({"usage":["service","service2"]})", {{}, "", ""}},
         {"service tags in addition to the family",
-         addressEntries({{"A", "northbound"}, {"S", "service"}, {"T", "service2"}}),
-         "northbound",
+         entries("A=northbound,S=service,T=service2"),
          {{{0, "A"}}, "S", "T"}},
-        {"tags that only start like service",
-         addressEntries({{"A", "service3"}, {"B", "service "}}),
-         "northbound",
-         {}},
+        {"tags that only start like service", entries("A=service3,B=service "), {}},
         {"prefix service takes the service tags",
-         addressEntries({{"S", "service"}, {"T", "service2"}}),
-         "service",
-         {{{0, "S"}, {2, "T"}}}},
+         entries("S=service,T=service2"),
+         {{{0, "S"}, {2, "T"}}},
+         "service"},
         {"one entry, many tags",
-         addressEntry("A", {"northbound", "northbound3", "service"}),
-         "northbound",
+         entries("A=northbound|northbound3|service"),
          {{{0, "A"}, {3, "A"}}, "A", "-"}},
-        {"longer than every tag", addressEntries({{"A", "north"}}), "northbound", {}},
-        {"plain string", R"({"IP":"A","usage":"northbound"})", "northbound", {}},
-        {"no entries", "", "northbound", {}},
-        {"NUL before the number",
-         addressEntry("A", {R"(northbound\u00002)"}),
-         "northbound",
-         {{{0, "A"}}}},
-        {"NUL after the number",
-         addressEntry("A", {R"(northbound2\u00003)"}),
-         "northbound",
-         {{{2, "A"}}}},
-        {"NUL as prefix", addressEntry("A", {R"(x\u00007)"}), "\0"s, {{{0, "A"}}}},
+        {"longer than every tag", entries("A=north"), {}},
+        {"plain string", R"({"IP":"A","usage":"northbound"})", {}},
+        {"no entries", "", {}},
+        {"NUL before the number", entries(R"(A=northbound\u00002)"), {{{0, "A"}}}},
+        {"NUL after the number", entries(R"(A=northbound2\u00003)"), {{{2, "A"}}}},
+        {"NUL as prefix", entries(R"(A=x\u00007)"), {{{0, "A"}}}, "\0"s},
     };
     OwnNode node;
     node.reader();
@@ -205,14 +170,14 @@ TEST(LocalNodeIPsByNumber, NumbersBeyondIntAndLong_SaturateAndAreTruncated) {
     OwnNode node;
     node.reader();
     for (const auto& [number, expected] : rows) {
-        node.addresses(addressEntry("A", {("northbound" + std::string(number)).c_str()}));
+        node.addresses(entries("A=northbound" + std::string(number)));
         EXPECT_EQ(askNumbered("northbound"), (Numbered{{{expected, "A"}}})) << number;
     }
 }
 
 TEST(LocalNodeIPsByNumber, NumbersOfTheCaller_AreNeverOverwritten) {
     OwnNode node;
-    node.addresses(addressEntries({{"A", "northbound"}, {"B", "northbound2"}}));
+    node.addresses(entries("A=northbound,B=northbound2"));
     EXPECT_EQ(askNumbered("northbound", {{{2, "mine"}, {7, "also mine"}}, "s", "t"}),
               (Numbered{{{0, "A"}, {2, "mine"}, {7, "also mine"}}, "s", "t"}));
 }
@@ -228,17 +193,16 @@ TEST(LocalNodeIPsByNumber, ListThatDoesNotParse_ChangesNothing) {
 }
 
 TEST(LocalNodeIPsByNumber, WrongType_KeepsWhatWasCollected) {
-    const std::string start = addressEntries({{"S", "service"}, {"A", "northbound"}});
+    const std::string start = entries("S=service,A=northbound");
     const struct {
         std::string addresses;
         Numbered expected;
     } rows[] = {
-        {start + R"(,7,)" + addressEntry("B", {"northbound2"}), {{{0, "A"}}, "S", "-"}},
-        {start + R"(,{"IP":{},"usage":[]},)" + addressEntry("B", {"northbound2"}),
-         {{{0, "A"}}, "S", "-"}},
+        {start + R"(,7,)" + entries("B=northbound2"), {{{0, "A"}}, "S", "-"}},
+        {start + R"(,{"IP":{},"usage":[]},)" + entries("B=northbound2"), {{{0, "A"}}, "S", "-"}},
         {start + R"(,{"IP":"B","usage":["northbound2",[],"northbound3"]})",
          {{{0, "A"}, {2, "B"}}, "S", "-"}},
-        {start + R"(,[],)" + addressEntry("B", {"northbound2"}), {{{0, "A"}}, "S", "-"}},
+        {start + R"(,[],)" + entries("B=northbound2"), {{{0, "A"}}, "S", "-"}},
     };
     OwnNode node;
     node.reader();
@@ -264,107 +228,72 @@ TEST(LocalNodeIPsByTag, EachList_FillsItsKeys) {
     const struct {
         const char* name;
         std::string addresses;
-        ByTag before;
         ByTag expected;
+        ByTag before = {};
     } rows[] = {
         {"family tags, no service key",
-         addressEntries({{"A", "southbound"}, {"K", "southbound3"}}),
-         {},
+         entries("A=southbound,K=southbound3"),
          {{"southbound", "A"}, {"southbound3", "K"}}},
         {"service tags only",
-         addressEntries({{"S", "service"}, {"T", "service2"}}),
-         {},
+         entries("S=service,T=service2"),
          {{"service", "S"}, {"service2", "T"}}},
-        {"no second service tag", addressEntries({{"S", "service"}}), {}, {{"service", "S"}}},
-        {"second service tag alone",
-         addressEntries({{"T", "service2"}}),
-         {},
-         {{"service", ""}, {"service2", "T"}}},
-        {"second service address empty",
-         addressEntries({{"S", "service"}, {"", "service2"}}),
-         {},
-         {{"service", "S"}}},
-        {"no address", "", {}, {{"service", ""}}},
-        {"other tags", addressEntries({{"A", "northbound"}, {"B", "x"}}), {}, {{"service", ""}}},
+        {"no second service tag", entries("S=service"), {{"service", "S"}}},
+        {"second service tag alone", entries("T=service2"), {{"service", ""}, {"service2", "T"}}},
+        {"second service address empty", entries("S=service,=service2"), {{"service", "S"}}},
+        {"no address", "", {{"service", ""}}},
+        {"other tags", entries("A=northbound,B=x"), {{"service", ""}}},
         {"service tags in addition to the family",
-         addressEntries({{"S", "service"}, {"A", "southbound"}, {"T", "service2"}}),
-         {},
+         entries("S=service,A=southbound,T=service2"),
          {{"southbound", "A"}}},
         {"last address of a tag wins",
-         addressEntries({{"A", "southbound2"}, {"B", "southbound2"}}),
-         {},
+         entries("A=southbound2,B=southbound2"),
          {{"southbound2", "B"}}},
-        {"last wins even if it is empty",
-         addressEntries({{"A", "southbound2"}, {"", "southbound2"}}),
-         {},
-         {}},
+        {"last wins even if it is empty", entries("A=southbound2,=southbound2"), {}},
         {"last service address wins",
-         addressEntries(
-             {{"S", "service"}, {"S2", "service"}, {"T", "service2"}, {"T2", "service2"}}),
-         {},
+         entries("S=service,S2=service,T=service2,T2=service2"),
          {{"service", "S2"}, {"service2", "T2"}}},
-        {"capitals in the list",
-         addressEntries({{"A", "SouthBound2"}}),
-         {},
-         {{"southbound2", "A"}}},
-        {"southbound1", addressEntries({{"A", "southbound1"}}), {}, {{"service", ""}}},
-        {"southbound1024",
-         addressEntries({{"A", "southbound1024"}}),
-         {},
-         {{"southbound1024", "A"}}},
-        {"southbound1025", addressEntries({{"A", "southbound1025"}}), {}, {{"service", ""}}},
+        {"capitals in the list", entries("A=SouthBound2"), {{"southbound2", "A"}}},
+        {"southbound1", entries("A=southbound1"), {{"service", ""}}},
+        {"southbound1024", entries("A=southbound1024"), {{"southbound1024", "A"}}},
+        {"southbound1025", entries("A=southbound1025"), {{"service", ""}}},
         {"not the digits of the key",
-         addressEntries({{"A", "southbound02"},
-                         {"B", "southbound+2"},
-                         {"C", "southbound 2"},
-                         {"D", "southbound2 "},
-                         {"E", "xsouthbound2"},
-                         {"F", "southbound0"},
-                         {"G", "southbound00"},
-                         {"H", "southbound9999"},
-                         {"I", "southbound18446744073709551618"},
-                         {"J", "southboun"}}),
-         {},
+         entries("A=southbound02,B=southbound+2,C=southbound 2,D=southbound2 ,E=xsouthbound2,"
+                 "F=southbound0,G=southbound00,H=southbound9999,I=southbound18446744073709551618,"
+                 "J=southboun"),
          {{"service", ""}}},
-        {"NUL after the key", addressEntry("A", {R"(southbound2\u0000)"}), {}, {{"service", ""}}},
-        {"family tag without IP",
-         R"({"usage":["southbound"]},)" + addressEntry("S", {"service"}),
-         {},
-         {}},
-        {"plain string", R"({"IP":"A","usage":"southbound"})", {}, {{"service", ""}}},
+        {"NUL after the key", entries(R"(A=southbound2\u0000)"), {{"service", ""}}},
+        {"family tag without IP", R"({"usage":["southbound"]},)" + entries("S=service"), {}},
+        {"plain string", R"({"IP":"A","usage":"southbound"})", {{"service", ""}}},
         {"caller's key of another family",
-         addressEntries({{"A", "northbound"}, {"S", "service"}}),
-         {{"northbound", "old"}},
-         {{"northbound", "A"}}},
+         entries("A=northbound,S=service"),
+         {{"northbound", "A"}},
+         {{"northbound", "old"}}},
         {"caller's key without tag",
-         addressEntries({{"S", "service"}}),
-         {{"x", "old"}},
-         {{"x", "old"}, {"service", "S"}}},
+         entries("S=service"),
+         {{"x", "old"}, {"service", "S"}},
+         {{"x", "old"}}},
         {"caller's key in capitals",
-         addressEntries({{"A", "MyTag"}}),
-         {{"MyTag", "old"}},
-         {{"MyTag", "old"}, {"service", ""}}},
-        {"caller's key in lower case",
-         addressEntries({{"A", "MyTag"}}),
-         {{"mytag", "old"}},
-         {{"mytag", "A"}}},
+         entries("A=MyTag"),
+         {{"MyTag", "old"}, {"service", ""}},
+         {{"MyTag", "old"}}},
+        {"caller's key in lower case", entries("A=MyTag"), {{"mytag", "A"}}, {{"mytag", "old"}}},
         {"caller's service key",
-         addressEntries({{"S", "service"}, {"T", "service2"}}),
-         {{"service", "old"}},
-         {{"service", "S"}}},
+         entries("S=service,T=service2"),
+         {{"service", "S"}},
+         {{"service", "old"}}},
         {"caller's service2 key",
-         addressEntries({{"S", "service"}, {"T", "service2"}}),
-         {{"service2", "old"}},
-         {{"service2", "T"}}},
+         entries("S=service,T=service2"),
+         {{"service2", "T"}},
+         {{"service2", "old"}}},
         {"caller's service2 key, not met",
-         addressEntries({{"S", "service"}}),
-         {{"service2", "old"}},
-         {{"service", "S"}, {"service2", "old"}}},
+         entries("S=service"),
+         {{"service", "S"}, {"service2", "old"}},
+         {{"service2", "old"}}},
         {"caller's family key is emptied",
-         addressEntries({{"S", "service"}}),
-         {{"southbound2", "old"}},
-         {{"service", "S"}}},
-        {"caller's empty key", addressEntries({{"A", ""}}), {{"", "old"}}, {{"", "A"}}},
+         entries("S=service"),
+         {{"service", "S"}},
+         {{"southbound2", "old"}}},
+        {"caller's empty key", entries("A="), {{"", "A"}}, {{"", "old"}}},
     };
     OwnNode node;
     node.reader();
@@ -376,7 +305,7 @@ TEST(LocalNodeIPsByTag, EachList_FillsItsKeys) {
 
 TEST(LocalNodeIPsByTag, EmptyMap_GetsAll1024FamilyKeys) {
     OwnNode node;
-    node.addresses(addressEntries({{"A", "southbound"}, {"K", "southbound3"}}));
+    node.addresses(entries("A=southbound,K=southbound3"));
     const ByTag map = askTagged();
     EXPECT_EQ(map.size(), 1024U);
     EXPECT_EQ(emptyFamilyKeys(map), 1022U);
@@ -387,7 +316,7 @@ TEST(LocalNodeIPsByTag, EmptyMap_GetsAll1024FamilyKeys) {
 
 TEST(LocalNodeIPsByTag, CallersSouthbound1_IsAKeyLikeAnyOther) {
     OwnNode node;
-    node.addresses(addressEntries({{"A", "southbound1"}, {"S", "service"}}));
+    node.addresses(entries("A=southbound1,S=service"));
     const ByTag map = askTagged({{"southbound1", "old"}});
     EXPECT_EQ(map.at("southbound1"), "A");
     EXPECT_EQ(map.size(), 1025U);
@@ -395,14 +324,14 @@ TEST(LocalNodeIPsByTag, CallersSouthbound1_IsAKeyLikeAnyOther) {
 
 TEST(LocalNodeIPsByTag, SameMapTwice_ServiceKeyOfTheFirstCallIsAMatchInTheSecond) {
     OwnNode node;
-    node.addresses(addressEntries({{"S", "service"}, {"T", "service2"}}));
+    node.addresses(entries("S=service,T=service2"));
     ByTag map = askTagged();
     EXPECT_EQ(filled(map), (ByTag{{"service", "S"}, {"service2", "T"}}));
-    node.addresses(addressEntries({{"S2", "service"}, {"", "service2"}}));
+    node.addresses(entries("S2=service,=service2"));
     map = askTagged(map);
     EXPECT_EQ(filled(map), (ByTag{{"service", "S2"}, {"service2", ""}}));
     // The tag is gone, but another key matched: the old service address is kept.
-    node.addresses(addressEntries({{"A", "southbound"}}));
+    node.addresses(entries("A=southbound"));
     EXPECT_EQ(filled(askTagged(map)),
               (ByTag{{"service", "S2"}, {"service2", ""}, {"southbound", "A"}}));
     node.addresses("");
@@ -429,38 +358,30 @@ TEST(LocalNodeIPsByTag, WrongType_ServiceIsTheLastOneBefore) {
     const struct {
         const char* name;
         std::string addresses;
-        ByTag before;
         ByTag expected;
+        ByTag before = {};
     } rows[] = {
-        {"nothing seen", "7," + addressEntry("S", {"service"}), {}, {{"service", ""}}},
-        {"service seen",
-         addressEntries({{"S", "service"}, {"T", "service2"}}) + ",7",
-         {},
-         {{"service", "S"}}},
+        {"nothing seen", "7," + entries("S=service"), {{"service", ""}}},
+        {"service seen", entries("S=service,T=service2") + ",7", {{"service", "S"}}},
         {"family matched before",
-         addressEntries({{"A", "southbound"}, {"S", "service"}}) + ",7",
-         {},
+         entries("A=southbound,S=service") + ",7",
          {{"southbound", "A"}, {"service", "S"}}},
         {"family matched, no service",
-         addressEntry("A", {"southbound"}) + ",[]",
-         {},
+         entries("A=southbound") + ",[]",
          {{"southbound", "A"}, {"service", ""}}},
         {"caller's service key was the match",
-         addressEntries({{"S", "service"}}) + ",7",
-         {{"service", "old"}},
-         {{"service", ""}}},
-        {"address of a matched tag", R"({"IP":{},"usage":["southbound"]})", {}, {{"service", ""}}},
+         entries("S=service") + ",7",
+         {{"service", ""}},
+         {{"service", "old"}}},
+        {"address of a matched tag", R"({"IP":{},"usage":["southbound"]})", {{"service", ""}}},
         {"address of a tag that is not asked for",
-         R"({"IP":{},"usage":["x"]},)" + addressEntry("A", {"southbound"}),
-         {},
+         R"({"IP":{},"usage":["x"]},)" + entries("A=southbound"),
          {{"southbound", "A"}}},
         {"tag that is no text",
          R"({"IP":"A","usage":["southbound",{},"southbound2"]})",
-         {},
          {{"southbound", "A"}, {"service", ""}}},
         {"object in place of the tags",
          R"({"IP":"A","usage":{"0":"southbound"}})",
-         {},
          {{"service", ""}}},
     };
     OwnNode node;
@@ -480,18 +401,14 @@ TEST(LocalNodeIPsByTag, WrongType_ServiceIsTheLastOneBefore) {
 TEST(LocalNodeIPs, StandbyNode_BothAnswerForTheSourceNode) {
     support::setHostAddresses({"10.0.0.7"});
     OwnNode node;
-    node.files.nodeList(R"({"nodeList":{"n1":{"extAttr":{"hostType":"standby"},"IPAddresses":[)" +
-                        addressEntry("own", {"southbound"}) + R"(]},"source":{"IPAddresses":[)" +
-                        addressEntry("10.0.0.7", {"service"}) + "," +
-                        addressEntry("source", {"southbound"}) + "]}}}");
+    node.standby(entries("own=southbound"), entries("10.0.0.7=service,source=southbound"));
     EXPECT_EQ(askNumbered("southbound"), (Numbered{{{0, "source"}}, "10.0.0.7", "-"}));
     EXPECT_EQ(filled(askTagged()), (ByTag{{"southbound", "source"}}));
 }
 
 TEST(LocalNodeIPs, NothingLoaded_UsesTheNodeWithTheEmptyId) {
     support::Deployment files;
-    files.nodeList(R"({"nodeList":{"":{"IPAddresses":[)" + addressEntry("A", {"southbound"}) +
-                   "]}}}");
+    files.nodeList(listOf(nodeWith("", entries("A=southbound"))));
     EXPECT_EQ(askNumbered("southbound"), (Numbered{{{0, "A"}}}));
     EXPECT_EQ(filled(askTagged()), (ByTag{{"southbound", "A"}}));
 }

@@ -45,8 +45,7 @@ void PrintTo(const Found& found, std::ostream* out) {
 }
 
 Found ask(OwnNode& node, const std::string& inTheList, const std::string& asked) {
-    const std::string list =
-        R"({"nodeList":{"n1":{"IPAddresses":[)" + addressEntry("A", {inTheList.c_str()}) + "]}}}";
+    const std::string list = listOf(nodeWith("n1", entries("A=" + inTheList)));
     node.files.nodeList(list).managerNodeList(list);
     SysConfReader& reader = node.reader();
     std::map<std::string, std::set<std::string>> floatIPs;
@@ -148,7 +147,7 @@ TEST(Locales, LocaleOfTheThread_IsUsed) {
 
 TEST(Locales, EveryLocale_NumbersOfTagsAreReadAlike) {
     OwnNode node;
-    node.addresses(addressEntries({{"A", "Northbound1000"}, {"B", "SOUTHBOUND1000"}}));
+    node.addresses(entries("A=Northbound1000,B=SOUTHBOUND1000"));
     for (const char* name : {"C", kUtf8, kLatin1, kTurkish}) {
         setLocale(name);
         EXPECT_EQ(node.reader().getLocalNorthIP(), ";;;;A") << name;

@@ -4,10 +4,37 @@
 #include "SysConfReader.h"
 #include "support/Deployment.h"
 
-#include <initializer_list>
+#include <sstream>
 #include <string>
 
-/// Process "p1" on node "n1" with the maintenance address "M", with files in the test's directory.
+/// Returns address entries as JSON. "A=service,B=x|y" is the address "A" with the tag "service",
+/// and the address "B" with the tags "x" and "y". Addresses and tags are inserted verbatim and may
+/// contain JSON escapes.
+inline std::string entries(const std::string& addressesAndTags) {
+    std::string json;
+    std::istringstream all(addressesAndTags);
+    for (std::string entry; std::getline(all, entry, ',');) {
+        const std::size_t equals = entry.find('=');
+        std::string tags = entry.substr(equals + 1);
+        for (std::size_t at = 0; (at = tags.find('|', at)) != std::string::npos; at += 3) {
+            tags.replace(at, 1, R"(",")");
+        }
+        json += (json.empty() ? "" : ",") + (R"({"IP":")" + entry.substr(0, equals)) +
+                R"(","usage":[")" + tags + R"("]})";
+    }
+    return json;
+}
+
+/// Returns a member of "nodeList" with these address entries.
+inline std::string nodeWith(const std::string& id, const std::string& entries) {
+    return '"' + id + R"(":{"IPAddresses":[)" + entries + "]}";
+}
+
+inline std::string listOf(const std::string& nodes) {
+    return R"({"nodeList":{)" + nodes + "}}";
+}
+
+/// The deployment of process "p1" on node "n1" with the maintenance address "M".
 class OwnNode {
 public:
     static constexpr const char* kAppConfig =
@@ -15,32 +42,20 @@ public:
 
     OwnNode() { files.appConfig(kAppConfig); }
 
-    /// Writes a node list in which "n1" has these address entries (see addressEntry).
+    /// Writes a node list in which "n1" has these address entries.
     OwnNode& addresses(const std::string& entries) {
-        files.nodeList(R"({"nodeList":{"n1":{"IPAddresses":[)" + entries + "]}}}");
+        files.nodeList(listOf(nodeWith("n1", entries)));
         return *this;
+    }
+
+    /// Writes a node list in which "n1" is a standby node, and "source" is its source node if the
+    /// host has the service address of "source".
+    void standby(const std::string& own, const std::string& source) {
+        files.nodeList(listOf(R"("n1":{"extAttr":{"hostType":"standby"},"IPAddresses":[)" + own +
+                              "]}," + nodeWith("source", source)));
     }
 
     Quarncommon::SysConfReader& reader() { return *Quarncommon::SysConfReader::Instance(); }
 
     support::Deployment files;
 };
-
-/// An address entry as JSON. Tags and address are inserted verbatim and may contain escapes.
-inline std::string addressEntry(const std::string& ip, std::initializer_list<const char*> tags) {
-    std::string usage;
-    for (const char* tag : tags) {
-        usage += (usage.empty() ? "\"" : ",\"") + std::string(tag) + "\"";
-    }
-    return R"({"IP":")" + ip + R"(","usage":[)" + usage + "]}";
-}
-
-/// Several entries, each with one tag; `addressEntries({{"A", "northbound"}, {"B", "service"}})`.
-inline std::string
-addressEntries(std::initializer_list<std::pair<const char*, const char*>> addressesAndTags) {
-    std::string all;
-    for (const auto& [ip, tag] : addressesAndTags) {
-        all += (all.empty() ? "" : ",") + addressEntry(ip, {tag});
-    }
-    return all;
-}

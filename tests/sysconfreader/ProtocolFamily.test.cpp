@@ -26,23 +26,21 @@ struct FamilyRow {
 
 TEST(ProtocolFamilies, EachSetOfSouthboundAddresses_HasItsFamily) {
     const FamilyRow rows[] = {
-        {"IPv4", addressEntries({{"10.0.0.1", "southbound"}}), 0},
-        {"IPv6", addressEntries({{"fe80::1", "southbound"}}), 1},
-        {"IPv4, IPv6", addressEntries({{"10.0.0.1", "southbound"}, {"fe80::1", "southbound2"}}), 2},
-        {"IPv6, IPv4", addressEntries({{"fe80::1", "southbound"}, {"10.0.0.1", "southbound2"}}), 2},
-        {"both IPv4", addressEntries({{"10.0.0.1", "southbound"}, {"10.0.0.2", "southbound2"}}), 0},
-        {"both IPv6", addressEntries({{"fe80::1", "southbound"}, {"fe80::2", "southbound2"}}), 1},
-        {"IPv4 in IPv6 notation", addressEntries({{"::ffff:10.0.0.1", "southbound"}}), 1},
+        {"IPv4", entries("10.0.0.1=southbound"), 0},
+        {"IPv6", entries("fe80::1=southbound"), 1},
+        {"IPv4, IPv6", entries("10.0.0.1=southbound,fe80::1=southbound2"), 2},
+        {"IPv6, IPv4", entries("fe80::1=southbound,10.0.0.1=southbound2"), 2},
+        {"both IPv4", entries("10.0.0.1=southbound,10.0.0.2=southbound2"), 0},
+        {"both IPv6", entries("fe80::1=southbound,fe80::2=southbound2"), 1},
+        {"IPv4 in IPv6 notation", entries("::ffff:10.0.0.1=southbound"), 1},
         {"IPv4 in IPv6 notation, IPv4",
-         addressEntries({{"::ffff:10.0.0.1", "southbound"}, {"10.0.0.1", "southbound1024"}}), 2},
-        {"IPv6, host name", addressEntries({{"fe80::1", "southbound"}, {"host", "southbound2"}}),
-         1},
-        {"host name", addressEntries({{"host", "southbound"}}), 0},
-        {"IPv4, host name", addressEntries({{"10.0.0.1", "southbound"}, {"host", "southbound2"}}),
-         0},
-        {"empty slots only", addressEntries({{"", "southbound"}}), 0},
-        {"services of both", addressEntries({{"10.0.0.1", "service"}, {"fe80::1", "service2"}}), 2},
-        {"services, IPv6 first", addressEntries({{"fe80::1", "service"}, {"host", "service2"}}), 1},
+         entries("::ffff:10.0.0.1=southbound,10.0.0.1=southbound1024"), 2},
+        {"IPv6, host name", entries("fe80::1=southbound,host=southbound2"), 1},
+        {"host name", entries("host=southbound"), 0},
+        {"IPv4, host name", entries("10.0.0.1=southbound,host=southbound2"), 0},
+        {"empty slots only", entries("=southbound"), 0},
+        {"services of both", entries("10.0.0.1=service,fe80::1=service2"), 2},
+        {"services, IPv6 first", entries("fe80::1=service,host=service2"), 1},
         {"no address at all", "", 0},
     };
     OwnNode node;
@@ -63,10 +61,10 @@ TEST(ProtocolFamilies, NoList_MaintenanceAddressDecides) {
 
 TEST(ProtocolFamilies, FirstCallOfTheProcess_Answers) {
     OwnNode node;
-    node.addresses(addressEntries({{"10.0.0.1", "southbound"}, {"fe80::1", "southbound2"}}));
+    node.addresses(entries("10.0.0.1=southbound,fe80::1=southbound2"));
     EXPECT_EQ(SysConfReader::Instance()->getPFType(), 2);
     SysConfReader::Destory();
-    node.addresses(addressEntries({{"fe80::1", "southbound2"}}));
+    node.addresses(entries("fe80::1=southbound2"));
     EXPECT_EQ(SysConfReader::Instance()->getPFType(), 1);
 }
 

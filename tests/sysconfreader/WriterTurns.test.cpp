@@ -24,7 +24,7 @@ namespace {
 using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReaderImpl;
 using Quarncommon::WriterHandoff;
-using support::Deployment;
+using support::SampleDeployment;
 using support::LockCall;
 
 /// Threads that repeat the same work until the object is destroyed.
@@ -53,8 +53,7 @@ constexpr int kCrowd = 16;
 constexpr int kReloads = 50;
 
 TEST(Reload, AmongThreadsThatQueryWithoutPause_GetsItsTurn) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     SysConfReader& reader = *SysConfReader::Instance();
     const Crowd crowd(kCrowd, [&] { reader.getLocalIPByUsage("service"); });
     for (int i = 0; i < kReloads; ++i) {
@@ -66,8 +65,7 @@ TEST(Reload, AmongThreadsThatQueryWithoutPause_GetsItsTurn) {
 }
 
 TEST(RoleReload, AmongThreadsThatAskWithoutPause_GetsItsTurn) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     SysConfReaderImpl& roles = *SysConfReaderImpl::Instance();
     const Crowd crowd(kCrowd, [&] { roles.GetMasterInternalServiceIP(); });
     for (int i = 0; i < kReloads; ++i) {
@@ -79,8 +77,7 @@ TEST(RoleReload, AmongThreadsThatAskWithoutPause_GetsItsTurn) {
 }
 
 TEST(Queries, AmongThreadsThatReloadWithoutPause_GetTheirTurn) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     SysConfReader& reader = *SysConfReader::Instance();
     const Crowd crowd(4, [&] { reader.Reload(); });
     for (int i = 0; i < 20; ++i) {
@@ -112,8 +109,7 @@ private:
 };
 
 TEST(ProtocolFamily, WhileAReloadWaits_ReadsTwiceWithoutWaitingForIt) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     SysConfReader& reader = *SysConfReader::Instance();
     const int family = reader.getPFType();
     {
@@ -131,9 +127,7 @@ TEST(ProtocolFamily, WhileAReloadWaits_ReadsTwiceWithoutWaitingForIt) {
 }
 
 TEST(ChangeEvent, WithinASubscriptionThatAnotherThreadWaitsFor_DoesNotWait) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     {
         WaitingWriter writer;
         int answer = -3;

@@ -13,6 +13,7 @@ namespace {
 using Quarncommon::SysConfReader;
 using support::Answers;
 using support::Deployment;
+using support::SampleDeployment;
 using support::jsonText;
 
 Json::Value object() {
@@ -156,8 +157,7 @@ Json::Value standbyNodeList() {
 }
 
 TEST(WrongType, HostTagOfTheSource_LeavesTheFloatNodeNew) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     SysConfReader& reader = *SysConfReader::Instance();
     Json::Value nodes = standbyNodeList();
     nodes["nodeList"]["source"]["extAttr"]["HOSTID"] = object();

@@ -31,6 +31,7 @@ using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReader_i;
 using Quarncommon::SysConfReaderImpl;
 using support::Deployment;
+using support::SampleDeployment;
 using support::expectLocksFree;
 
 constexpr const char* kEvent = "SysConfigEvent";
@@ -129,8 +130,7 @@ TEST(ChangeEvent, UserDataOfNoRoleReader_IsNotTouched) {
 }
 
 TEST(ChangeEvent, UserDataOfADestroyedRoleReader_IsNotTouched) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     void* destroyed = SysConfReaderImpl::Instance();
     SysConfReaderImpl::Destory();
     support::resetOpenCalls();
@@ -140,8 +140,7 @@ TEST(ChangeEvent, UserDataOfADestroyedRoleReader_IsNotTouched) {
 }
 
 TEST(ChangeEvent, UserDataOfAnEarlierRoleReader_LeavesTheNewOneAlone) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     void* destroyed = SysConfReaderImpl::Instance();
     SysConfReaderImpl::Destory();
     // Keep the new role reader from getting the same memory: take blocks of its size until that one
@@ -161,8 +160,7 @@ TEST(ChangeEvent, UserDataOfAnEarlierRoleReader_LeavesTheNewOneAlone) {
 }
 
 TEST(ChangeEvent, NothingExists_CreatesNothing) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     int anything = 0;
     EXPECT_EQ(SysConfReaderEventProcessCB(kEvent, "", "", &anything), 0);
     EXPECT_EQ(SysConfReaderEventProcessCB(kEvent, "", "", nullptr), -1);
@@ -170,9 +168,7 @@ TEST(ChangeEvent, NothingExists_CreatesNothing) {
 }
 
 TEST(ChangeEvent, ReaderAbsent_IsCreated) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     SysConfReaderImpl::Instance();
     writeGeneration(deployment, 2);
     support::resetOpenCalls();
@@ -186,9 +182,7 @@ TEST(ChangeEvent, ReaderAbsent_IsCreated) {
 }
 
 TEST(ChangeEvent, EventsInARow_AreAllApplied) {
-    Deployment deployment;
-    support::installEventLibrary("recording");
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment("recording");
     SysConfReader& reader = *SysConfReader::Instance();
     for (int generation = 2; generation <= 50; ++generation) {
         writeGeneration(deployment, generation);
@@ -201,9 +195,7 @@ TEST(ChangeEvent, EventsInARow_AreAllApplied) {
 }
 
 TEST(ChangeEvent, FromManyThreadsAtOnce_AllAreAppliedAndTheLastFilesAreTheAnswers) {
-    Deployment deployment;
-    support::installEventLibrary("recording");
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment("recording");
     SysConfReader::Instance();
     std::atomic<int> applied{0};
     for (int generation = 2; generation <= 10; ++generation) {
@@ -219,9 +211,7 @@ TEST(ChangeEvent, FromManyThreadsAtOnce_AllAreAppliedAndTheLastFilesAreTheAnswer
 
 TEST(ChangeEvent, CalledBackAfterTheEndOfTheSubscription_IsDropped) {
     // An event library that uses the callback record after the end of the subscription.
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     SysConfReader::Instance();
     void* const kept = support::lastUserData();
     int during = -3;
@@ -268,9 +258,7 @@ TEST(ChangeEvent, LibraryThrowsDuringTheReload_IsAnsweredAndNothingStaysLocked) 
 }
 
 TEST(ChangeEvent, LibraryThrowsWhileTheReaderIsCreated_LeavesNoReader) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     support::setInitResult(-1);
     SysConfReaderImpl* roles = SysConfReaderImpl::Instance();
     support::setInitThrows(true);
@@ -343,9 +331,7 @@ TEST(ChangeEvent, DuringTheFirstLoadOfTheRoleReader_IsAppliedAfterIt) {
 }
 
 TEST(ChangeEvent, DuringALoadThatHasReadTheFilesAlready_ReadsThemAgain) {
-    Deployment deployment;
-    support::installEventLibrary("recording");
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment("recording");
     DeliveryDuringTheLoad delivery;
     // The files change when the load of the role reader is about to read the last of them.
     int opens = 0;
@@ -362,9 +348,7 @@ TEST(ChangeEvent, DuringALoadThatHasReadTheFilesAlready_ReadsThemAgain) {
 }
 
 TEST(ChangeEvent, FromWithinTheSubscription_NeitherHangsNorCreatesASecondReader) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     int answer = -3;
     support::setSubscribedHook([&] { answer = support::deliver(kEvent); });
     SysConfReader* reader = SysConfReader::Instance();
@@ -379,9 +363,7 @@ TEST(ChangeEvent, FromWithinTheSubscription_NeitherHangsNorCreatesASecondReader)
 }
 
 TEST(ChangeEvent, FromWithinTheSubscriptionOfASecondRoleReader_IsAppliedToTheReaderThatLivesOn) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     SysConfReader& reader = *SysConfReader::Instance();
     SysConfReaderImpl::Destory();
     writeGeneration(deployment, 2);
@@ -395,9 +377,7 @@ TEST(ChangeEvent, FromWithinTheSubscriptionOfASecondRoleReader_IsAppliedToTheRea
 }
 
 TEST(ChangeEvent, ThatDestroysTheReaders_DestroysThemWhenItIsApplied) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     support::setInitResult(-1);
     SysConfReader* reader = SysConfReader::Instance();
     SysConfReaderImpl* roles = SysConfReaderImpl::Instance();
@@ -425,9 +405,7 @@ TEST(ChangeEvent, ThatDestroysTheReaders_DestroysThemWhenItIsApplied) {
 TEST(ChangeEvent, FromWithinALaterSubscription_BothLoadsGiveTheSameReader) {
     // The role reader was refused; now the reader's first load subscribes it. The event needs a
     // reader before that load has published its own.
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     support::setInitResult(-1);
     SysConfReaderImpl::Instance();
     support::setInitResult(0);

@@ -19,6 +19,7 @@ using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReader_i;
 using Quarncommon::SysConfReaderImpl;
 using support::Deployment;
+using support::SampleDeployment;
 
 TEST(Facade, Twice_IsTheSame) {
     const Deployment deployment;
@@ -30,18 +31,14 @@ TEST(Facade, Twice_IsTheSame) {
 }
 
 TEST(Facade, Creation_ReadsNothing) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     SysConfReader_i::Instance();
     EXPECT_THAT(support::openCalls(), testing::IsEmpty());
     EXPECT_EQ(support::eventLibraryCalls().inits, 0);
 }
 
 TEST(Facade, FirstQuestion_CreatesAndLoadsTheRoleReader) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     EXPECT_EQ(SysConfReader_i::Instance()->GetProductName(), "tenancy1");
     EXPECT_EQ(support::openCount(deployment.appConfigPath()), 1U);
     EXPECT_EQ(support::eventLibraryCalls().inits, 1);
@@ -50,8 +47,7 @@ TEST(Facade, FirstQuestion_CreatesAndLoadsTheRoleReader) {
 }
 
 TEST(Facade, Questions_AnswerAsTheRoleReader) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     const SysConfReader_i& facade = *SysConfReader_i::Instance();
     const SysConfReaderImpl& roles = *SysConfReaderImpl::Instance();
     EXPECT_EQ(facade.GetLocalInternalServiceIP(), roles.GetLocalInternalServiceIP());
@@ -62,8 +58,7 @@ TEST(Facade, Questions_AnswerAsTheRoleReader) {
 }
 
 TEST(Facade, Question_TakesTheRoleReadersReadLockAlone) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     const SysConfReader_i& facade = *SysConfReader_i::Instance();
     facade.GetProductName();
     support::resetLockCounts();
@@ -74,16 +69,14 @@ TEST(Facade, Question_TakesTheRoleReadersReadLockAlone) {
 }
 
 TEST(Facade, ReadersRoleQuestions_AreForwardedHere) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     const SysConfReader& reader = *SysConfReader::Instance();
     EXPECT_EQ(reader.GetMasterInternalServiceIP(), "20.1.1.1");
     EXPECT_EQ(reader.GetStandbyInternalServiceIP(), "20.1.2.1");
 }
 
 TEST(Facade, RoleReaderReloaded_AnswersTheNewValues) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     SysConfReader_i::Instance()->GetProductName();
     writeGeneration(deployment, 2);
     SysConfReaderImpl::Instance()->Reload();
@@ -91,8 +84,7 @@ TEST(Facade, RoleReaderReloaded_AnswersTheNewValues) {
 }
 
 TEST(Facade, RoleReaderDestoryed_QuestionCreatesANewOne) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     SysConfReader_i* facade = SysConfReader_i::Instance();
     for (void (*destory)() : {&SysConfReaderImpl::Destory, &SysConfReader::Destory}) {
         writeGeneration(deployment, 1);
@@ -108,9 +100,7 @@ TEST(Facade, RoleReaderDestoryed_QuestionCreatesANewOne) {
 }
 
 TEST(FacadeDestory, NoFacade_DoesNothing) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     SysConfReader_i::Destory();
     EXPECT_THAT(support::openCalls(), testing::IsEmpty());
     SysConfReaderImpl::Instance();
@@ -120,9 +110,7 @@ TEST(FacadeDestory, NoFacade_DoesNothing) {
 }
 
 TEST(FacadeDestory, RoleReaderNeverUsed_CreatesLoadsAndDestroysIt) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     SysConfReader_i::Instance();
     SysConfReader_i::Destory();
     EXPECT_EQ(support::openCount(deployment.appConfigPath()), 1U);
@@ -135,9 +123,7 @@ TEST(FacadeDestory, RoleReaderNeverUsed_CreatesLoadsAndDestroysIt) {
 }
 
 TEST(FacadeDestory, RoleReaderInUse_IsDestroyedAndUnsubscribed) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     SysConfReader_i::Instance()->GetProductName();
     support::resetOpenCalls();
     SysConfReader_i::Destory();
@@ -148,9 +134,7 @@ TEST(FacadeDestory, RoleReaderInUse_IsDestroyedAndUnsubscribed) {
 }
 
 TEST(FacadeDestory, RoleReader_GoesUnderTheFacadesLockAndItsOwn) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     SysConfReader_i::Instance()->GetProductName();
     support::LockCounts held;
     support::setFiniHook([&] { held = support::locksHeldHere(); });
@@ -161,8 +145,7 @@ TEST(FacadeDestory, RoleReader_GoesUnderTheFacadesLockAndItsOwn) {
 }
 
 TEST(FacadeDestory, Reader_StaysAsItIs) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     const SysConfReader* reader = SysConfReader::Instance();
     SysConfReader_i::Instance();
     writeGeneration(deployment, 2);
@@ -174,9 +157,7 @@ TEST(FacadeDestory, Reader_StaysAsItIs) {
 }
 
 TEST(FacadeDestory, Repeated_CreatesANewFacadeEachTime) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     for (int round = 1; round <= 5; ++round) {
         EXPECT_EQ(SysConfReader_i::Instance()->GetProductName(), "tenancy1");
         SysConfReader_i::Destory();

@@ -26,6 +26,7 @@ using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReader_i;
 using Quarncommon::SysConfReaderImpl;
 using support::Deployment;
+using support::SampleDeployment;
 
 void throwRuntimeError() {
     throw std::runtime_error("on purpose");
@@ -49,9 +50,7 @@ TEST(ProcessEnd, RoleReaderCannotBeCreatedForTheFacadesEnd_EndsTheProcess) {
 }
 
 TEST(ProcessEnd, InstancesLeftAlone_EndsAsItShould) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     SysConfReader::Instance();
     SysConfReader_i::Instance()->GetProductName();
     // The subscription is not ended: the event library ends with the process.
@@ -73,9 +72,7 @@ TEST(ProcessEnd, InstancesLeftAlone_EndsAsItShould) {
 }
 
 TEST(ProcessEnd, EventsThatGoOn_AreTurnedAway) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     for (int round = 0; round < 20; ++round) {
         EXPECT_EXIT(exitBesideEvents(), testing::ExitedWithCode(EXIT_SUCCESS), "");
     }
@@ -101,9 +98,7 @@ constexpr unsigned int kPatience = 60; // seconds
 }
 
 TEST(ProcessEnd, ExitInsideAnEvent_DoesNotWaitForThatEvent) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     EXPECT_EXIT(exitInsideTheNextSubscription([] {
                     SysConfReaderEventProcessCB("SysConfigEvent", "", "",
                                                 SysConfReaderImpl::Instance());
@@ -128,9 +123,7 @@ TEST(ProcessEnd, ExitInASignalHandlerDuringAnEvent_DoesNotWaitForThatEvent) {
 }
 
 TEST(ProcessEnd, ExitInsideALaterSubscription_DoesNotWaitForThatLoad) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     EXPECT_EXIT(exitInsideTheNextSubscription([] { SysConfReader::Instance()->Reload(); }),
                 testing::ExitedWithCode(EXIT_SUCCESS), "");
 }
@@ -154,9 +147,7 @@ TEST(ProcessEnd, ExitInsideALaterSubscription_DoesNotWaitForThatLoad) {
 }
 
 TEST(ProcessEnd, EventThatHangs_IsNotWaitedForWithoutLimit) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     EXPECT_EXIT(exitBesideAHungEvent(), testing::ExitedWithCode(EXIT_SUCCESS), "");
 }
 #endif

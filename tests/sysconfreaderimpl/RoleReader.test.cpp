@@ -22,6 +22,7 @@ namespace {
 using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReaderImpl;
 using support::Deployment;
+using support::SampleDeployment;
 using support::jsonText;
 using support::LockedOpen;
 using support::opensWithLocks;
@@ -41,8 +42,7 @@ SysConfReaderImpl& freshRoles() {
 }
 
 TEST(RoleReader, GoodFiles_AnswerAllFourQuestions) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     SysConfReaderImpl& roles = *SysConfReaderImpl::Instance();
     EXPECT_EQ(roles.GetLocalInternalServiceIP(), "10.1.1.2");
     EXPECT_EQ(roles.GetMasterInternalServiceIP(), "20.1.1.1");
@@ -57,8 +57,7 @@ TEST(RoleReader, NoFiles_AnswersNothing) {
 }
 
 TEST(RoleReader, Twice_IsTheSameFromOneLoadAndTakesNoLock) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     const SysConfReaderImpl* roles = SysConfReaderImpl::Instance();
     ASSERT_NE(roles, nullptr);
     support::resetOpenCalls();
@@ -91,8 +90,7 @@ TEST(RoleReader, Reload_LoadsTheReaderFirstAndHoldsOneLockAtATime) {
 }
 
 TEST(RoleReader, Questions_CopyUnderTheReadLockAndOpenNoFile) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     const SysConfReaderImpl& roles = *SysConfReaderImpl::Instance();
     support::resetOpenCalls();
     support::resetLockCounts();
@@ -107,8 +105,7 @@ TEST(RoleReader, Questions_CopyUnderTheReadLockAndOpenNoFile) {
 }
 
 TEST(RoleReader, LoadingSteps_TakeNoLock) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     SysConfReaderImpl& roles = *SysConfReaderImpl::Instance();
     support::resetLockCounts();
     roles.Init_i();
@@ -116,8 +113,7 @@ TEST(RoleReader, LoadingSteps_TakeNoLock) {
 }
 
 TEST(RoleReader, DestoryOfNothing_DoesNothing) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     SysConfReaderImpl::Destory();
     SysConfReaderImpl::Destory();
     EXPECT_THAT(support::openCalls(), testing::IsEmpty());
@@ -125,8 +121,7 @@ TEST(RoleReader, DestoryOfNothing_DoesNothing) {
 }
 
 TEST(RoleReader, Destoryed_LoadsAfreshAtTheNextUse) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     SysConfReaderImpl::Instance();
     std::filesystem::remove(deployment.appConfigPath());
     std::filesystem::remove(deployment.nodeListPath());
@@ -166,8 +161,7 @@ TEST(RoleReader, AnyRoot_IsJoinedVerbatimAtEachCall) {
 }
 
 TEST(RoleReader, RootsUnset_ReadsTheListsUnderEtc) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     setEnvironment("APP_ROOT", nullptr);
     setEnvironment("TOLM_ROOT", nullptr);
     support::redirectOpen("/etc/sysconf/nodelist.json", deployment.nodeListPath());
@@ -190,8 +184,7 @@ TEST(RoleReader, AppConfigVariableUnset_IsTheNodeWithTheEmptyId) {
 }
 
 TEST(RoleReader, InstanceIdUnset_ReadsTheMemberWithTheEmptyKey) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     Json::Value app = support::sampleAppConfig(1);
     app["processes"][""]["nodeId"] = "node3";
     deployment.appConfig(jsonText(app));
@@ -200,8 +193,7 @@ TEST(RoleReader, InstanceIdUnset_ReadsTheMemberWithTheEmptyKey) {
 }
 
 TEST(RoleReader, TenancyMissing_MatchesNodesWithoutTenancyOnly) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     Json::Value nodes = support::sampleNodeList(1);
     nodes["nodeList"]["node1"].removeMember("assignedToTenancy");
     deployment.nodeList(jsonText(nodes));
@@ -266,8 +258,7 @@ const RoleRow kRoleRows[] = {
 };
 
 TEST(RoleReader, HostTypeAndDomainType_DecideTheRoleTogether) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     for (const RoleRow& row : kRoleRows) {
         SCOPED_TRACE(testing::Message()
                      << (row.hostType != nullptr ? row.hostType : "missing") << ", "
@@ -290,8 +281,7 @@ TEST(RoleReader, HostTypeAndDomainType_DecideTheRoleTogether) {
 }
 
 TEST(RoleReader, SeveralCandidates_TheGreatestIdByBytesWins) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     const Json::Value sample = support::sampleManagerNodeList(1);
     for (const auto& [first, second, winner] :
          {std::tuple("node1", "node2", "node2"), std::tuple("node2", "node1", "node2"),
@@ -313,8 +303,7 @@ TEST(RoleReader, SeveralCandidates_TheGreatestIdByBytesWins) {
 }
 
 TEST(RoleReader, OtherTenancies_TakeNoPart) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     Json::Value manager = support::sampleManagerNodeList(1);
     for (const char* role : {"m1", "m2"}) {
         Json::Value& other = manager["nodeList"]["z" + std::string(role)];

@@ -17,6 +17,7 @@ using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReaderImpl;
 using support::Answers;
 using support::Deployment;
+using support::SampleDeployment;
 using support::jsonText;
 
 SysConfReaderImpl& loadGeneration(Deployment& deployment, int generation) {
@@ -42,8 +43,7 @@ TEST(RoleReload, NewFiles_ReplaceEveryAnswerInPlace) {
 }
 
 TEST(RoleReload, Reader_IsReloadedToo) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     SysConfReader::Instance();
     writeGeneration(deployment, 2);
     SysConfReaderImpl::Instance()->Reload();
@@ -262,8 +262,7 @@ TEST(RoleReload, WrongTypeBetweenTheRoles_KeepsTheRoleThatWasNotReached) {
 }
 
 TEST(RoleReload, WrongTypeInANodeOfAnotherTenancy_IsNotLookedAt) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     Json::Value manager = support::sampleManagerNodeList(1);
     manager["nodeList"]["a"]["assignedToTenancy"] = "another";
     manager["nodeList"]["a"]["extAttr"] = array();
@@ -296,8 +295,7 @@ TEST(RoleReload, WrongTypeInTheStandbysAddresses_TakesTheMastersOnly) {
 }
 
 TEST(RoleReload, ReaderAlone_LeavesTheRolesAsTheyAre) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     SysConfReader::Instance();
     writeGeneration(deployment, 2);
     SysConfReader::Instance()->Reload();

@@ -31,6 +31,7 @@ using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReader_i;
 using Quarncommon::SysConfReaderImpl;
 using support::Deployment;
+using support::SampleDeployment;
 using support::setEnvironment;
 
 /// All that was done with the event library so far.
@@ -198,8 +199,7 @@ const UnusableRow kUnusable[] = {
 };
 
 TEST(EventLibrary, OneThatCannotBeLoaded_IsTriedAtEachLoadWithoutEffect) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
+    SampleDeployment deployment;
     for (const UnusableRow& row : kUnusable) {
         SCOPED_TRACE(row.name);
         fs::remove_all(installedLibrary());
@@ -222,9 +222,7 @@ TEST(EventLibrary, OneThatCannotBeLoaded_IsTriedAtEachLoadWithoutEffect) {
 }
 
 TEST(EventLibrary, UnloadingItself_IsLoadedAgainForTheEndOfTheSubscription) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     SysConfReader::Instance();
     ASSERT_TRUE(support::eventLibraryLoaded());
     // As the library could on its own thread: takes one more reference and drops both.
