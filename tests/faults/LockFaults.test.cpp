@@ -23,8 +23,8 @@ using operations::Operation;
 using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReaderImpl;
 using support::Deployment;
-using support::SampleDeployment;
 using support::LockCall;
+using support::SampleDeployment;
 
 /// The files that an operation finds, when there were others before.
 struct Situation {

@@ -51,7 +51,6 @@ std::size_t openDescriptors() {
     return static_cast<std::size_t>(std::distance(begin(descriptors), end(descriptors)));
 }
 
-/// Expects that the file at `name` is not parsed and the value is unchanged.
 void expectNotParsed(const std::string& name) {
     Json::Value value = "before";
     EXPECT_FALSE(config::readJsonFile(name, value));
@@ -177,7 +176,7 @@ TEST(ReadJsonFile, NotRegular_IsNeitherParsedNorRead) {
     }
 }
 
-TEST(ReadJsonFile, NotOneValidText_IsNotParsed) {
+TEST(ReadJsonFile, MalformedText_IsNotParsed) {
     for (const std::string& text :
          {std::string("{} {}"), std::string("{}x"), std::string("{'a': 1}"), std::string("[1,]"),
           std::string("// c\n{}"), std::string("{} // c"), std::string("\xef\xbb\xbf{}"),
@@ -188,17 +187,12 @@ TEST(ReadJsonFile, NotOneValidText_IsNotParsed) {
     }
 }
 
-/// A text of exactly that length.
-std::string textOfLength(std::size_t length) {
-    return '"' + std::string(length - 2, 'x') + '"';
-}
-
 TEST(ReadJsonFile, AnyLength_IsReadToItsEnd) {
-    // Around the sizes of pages and buffers, and a long one.
+    // Around the sizes of pages and buffers, and a large one.
     for (const std::size_t length : {2UL, 3UL, 511UL, 512UL, 4094UL, 4095UL, 4096UL, 4097UL, 8191UL,
                                      8192UL, 8193UL, 65536UL, 5000000UL}) {
         SCOPED_TRACE(length);
-        writeFile(path(), textOfLength(length));
+        writeFile(path(), '"' + std::string(length - 2, 'x') + '"');
         Json::Value value;
         EXPECT_TRUE(config::readJsonFile(path(), value));
         EXPECT_EQ(value.asString().size(), length - 2);
@@ -223,7 +217,7 @@ TEST(ReadJsonFile, LongerThanAnyText_IsNotParsedNorRead) {
     EXPECT_EQ(reads, 1U);
 }
 
-/// The most memory that this process has had so far, in bytes.
+/// The peak memory of this process so far, in bytes.
 std::size_t peakMemory() {
     rusage usage{};
     EXPECT_EQ(::getrusage(RUSAGE_SELF, &usage), 0);
@@ -231,7 +225,7 @@ std::size_t peakMemory() {
 }
 
 TEST(ReadJsonFile, SparseFileOfTheLargestSize_IsNotParsedAndTakesLittleMemory) {
-    // A quarter of what the file claims to have: sanitizers need memory of their own.
+    // A quarter of the file's size, because sanitizers need memory too.
     constexpr std::size_t kBound = std::size_t{256} << 20U;
     const std::size_t before = peakMemory();
     for (const std::string& start : {std::string(), kText, std::string(5000000, ' ')}) {
@@ -256,13 +250,13 @@ TEST(ReadJsonFile, FileWithoutSizeOrEnd_IsNotParsedAfter16MiB) {
         return support::ReadStep{0, kStep, ++reads > 1000 ? '\0' : ' '};
     });
     expectNotParsed("/proc/thread-self/comm");
-    // The first reads are shorter, because the room for them starts small.
+    // The first reads are shorter, because the buffer starts small.
     EXPECT_GE(reads, 16U);
     EXPECT_LE(reads, 40U);
 }
 
 TEST(ReadJsonFile, RegularFileWithoutSize_IsReadToItsEnd) {
-    // The kernel reports the size 0 for this file; its text is the name of the thread.
+    // The kernel reports the size 0 for this file, which contains the name of the thread.
     ASSERT_EQ(::prctl(PR_SET_NAME, "[1, 2, 3]"), 0);
     const std::string name = "/proc/thread-self/comm";
     ASSERT_EQ(std::filesystem::file_size(name), 0U);
@@ -272,7 +266,7 @@ TEST(ReadJsonFile, RegularFileWithoutSize_IsReadToItsEnd) {
 }
 
 TEST(ReadJsonFile, ReadFailsHalfWay_IsNotParsed) {
-    // What was read before the failure is a valid text already.
+    // The text that is read before the failure is valid.
     writeFile(path(), kText + std::string(20, ' '));
     for (const int error : {EIO, EISDIR, ENXIO}) {
         for (const std::size_t failing : {0UL, 1UL, 2UL}) {
@@ -315,7 +309,7 @@ TEST(ReadJsonFile, ShrinksWhileItIsRead_IsReadToItsNewEnd) {
     EXPECT_EQ(value.size(), 1U);
 }
 
-/// A list that holds nothing but that digit; every such text has the same length.
+/// A list in which every element is that digit. All these texts have the same length.
 std::string listOf(std::size_t digit) {
     std::string text = "[";
     for (int i = 0; i < 500; ++i) {
@@ -329,11 +323,11 @@ void overwrite(const std::string& text) {
     std::fstream(path(), std::ios::in | std::ios::out | std::ios::binary) << text;
 }
 
-TEST(ReadJsonFile, OverwrittenWhileItIsRead_IsNoMixtureOfTwoTexts) {
+TEST(ReadJsonFile, OverwrittenWhileItIsRead_IsOneOfTheTwoTexts) {
     for (std::size_t moment = 1; moment <= 11; ++moment) {
         SCOPED_TRACE(moment);
         writeFile(path(), listOf(1));
-        // Counts as written just now however slow the machine is, and so is read a second time.
+        // Such a recent file is read twice, however slow the machine is.
         std::filesystem::last_write_time(path(), std::filesystem::file_time_type::clock::now() +
                                                      std::chrono::hours(1));
         bool overwritten = false;
@@ -351,7 +345,7 @@ TEST(ReadJsonFile, OverwrittenWhileItIsRead_IsNoMixtureOfTwoTexts) {
     }
 }
 
-TEST(ReadJsonFile, OverwrittenWithItsOldTimeStamp_IsNoMixtureOfTwoTexts) {
+TEST(ReadJsonFile, OverwrittenWithItsOldTimeStamp_IsOneOfTheTwoTexts) {
     const auto longAgo = std::filesystem::file_time_type::clock::now() - std::chrono::hours(1000);
     for (std::size_t moment = 1; moment <= 5; ++moment) {
         SCOPED_TRACE(moment);
@@ -407,7 +401,7 @@ TEST(ReadJsonFile, AnyOutcome_DescriptorIsCloseOnExecFromCreation) {
     }
 }
 
-TEST(ReadJsonFile, ThousandCallsOfEveryOutcome_LeaveNoDescriptorOpen) {
+TEST(ReadJsonFile, AThousandCallsOfEveryOutcome_LeaveNoDescriptorOpen) {
     writeFile(path("good.json"), kText);
     writeFile(path("bad.json"), "{");
     writeFile(path("failing.json"), kText);

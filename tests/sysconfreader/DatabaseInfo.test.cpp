@@ -141,7 +141,7 @@ std::string portOutcome(SysConfReader& reader, unsigned int index) {
     return outcome([&] { return std::to_string(reader.getDBAccessPort("db", index)); });
 }
 
-/// Returns every answer of "db". Each reload would block if the query before it held the lock.
+/// Returns every answer of "db". A reload would hang if the query before it still held the lock.
 std::vector<std::string> allOutcomes(SysConfReader& reader, unsigned int index) {
     std::vector<std::string> outcomes{portOutcome(reader, index)};
     reader.Reload();

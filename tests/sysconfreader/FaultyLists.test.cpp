@@ -14,7 +14,7 @@ namespace {
 
 using Quarncommon::SysConfReader;
 
-/// Every answer of the queries that read a list while they run, by the query's name.
+/// The answers of the queries that read a list, by name.
 using Answers = std::map<std::string, std::string>;
 
 Answers answers() {
@@ -41,7 +41,7 @@ protected:
 
     void writeBoth(const std::string& text) { files.nodeList(text).managerNodeList(text); }
 
-    /// Replaces both lists by what `make` creates.
+    /// Removes both lists and calls `make` for each path.
     void makeBoth(const std::function<void(const std::filesystem::path&)>& make) {
         for (const auto& path : {files.nodeListPath(), files.managerNodeListPath()}) {
             std::filesystem::create_directories(path.parent_path());
@@ -123,8 +123,7 @@ TEST_F(FaultyLists, HugeList_AnswersLikeASmallOne) {
     EXPECT_EQ(addresses.size(), 6U * 10001);
 }
 
-// Each file size around the first buffer and its doublings, so that no byte is lost or added where
-// a buffer ends.
+// File sizes around the ends of the buffers.
 TEST_F(FaultyLists, ListOfAnySizeAroundABuffer_IsReadToItsLastByte) {
     for (const std::size_t size : {4095U, 4096U, 4097U, 8191U, 8192U, 8193U, 65535U, 65536U}) {
         const std::string start = R"({"nodeList":{"n1":{"IPAddresses":[{"usage":["x"],"IP":")";

@@ -9,7 +9,7 @@
 #include <map>
 #include <sys/types.h>
 
-// Replaced by symbol, because the C library's headers may define some of these inline.
+// Replaced by symbol, because headers may define some of these functions inline.
 extern "C" {
 [[gnu::visibility("default")]] int replacedOpen(const char*, int, ...) __asm__("open");
 [[gnu::visibility("default")]] ssize_t replacedRead(int, void*, std::size_t) __asm__("read");
@@ -44,7 +44,7 @@ Watch* watch() {
     return t_watch != nullptr && !t_watch->inside ? t_watch : nullptr;
 }
 
-/// The watch, if this descriptor was opened under it.
+/// The watch under which this descriptor was opened, or null.
 Watch* watchOf(int descriptor) {
     Watch* watching = watch();
     return watching != nullptr && watching->paths.count(descriptor) != 0 ? watching : nullptr;

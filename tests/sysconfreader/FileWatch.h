@@ -5,8 +5,8 @@
 #include <functional>
 #include <string>
 
-/// Watches and delays the file calls of the library: FileWatch.cpp, linked into the test
-/// executable, replaces open, read, pread and close.
+/// Watches and delays the file calls of the library: FileWatch.cpp replaces open, read, pread and
+/// close in the test executable.
 namespace support {
 
 enum class FileCall { Open, Read, Close };
@@ -14,8 +14,8 @@ enum class FileCall { Open, Read, Close };
 /// Runs on the watched thread before the call, with the path of the file.
 using FileWatcher = std::function<void(FileCall call, const std::string& path)>;
 
-/// While it exists, its watcher is notified of every file that the current thread opens, reads or
-/// closes, except by the watcher itself.
+/// While it exists, its watcher is called before every open, read and close of the current thread,
+/// except for calls of the watcher.
 class FileWatch {
 public:
     explicit FileWatch(FileWatcher watcher);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Lists that are replaced, rewritten or deleted between calls and while a call reads them. Every
-// answer is that of the old list, of the new one, or that without a list; never a mixture.
+// Lists that are replaced, rewritten or deleted between calls and during a call. Every answer is
+// from the old list, from the new one, or that without a list; never a mixture.
 
 #include "FileWatch.h"
 #include "SysConfReader.h"
@@ -34,7 +34,7 @@ const std::pair<Motion, const char*> kMotions[] = {
 void writeInPlace(const std::filesystem::path& path, const std::string& text, int flags) {
     const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | flags, 0600);
     ASSERT_GE(file, 0);
-    // In two pieces, as a program that writes through a buffer would.
+    // In two pieces, like a program with a buffer.
     const std::size_t half = text.size() / 2;
     ASSERT_EQ(::write(file, text.data(), half), static_cast<ssize_t>(half));
     ASSERT_EQ(::write(file, text.data() + half, text.size() - half),
@@ -43,7 +43,6 @@ void writeInPlace(const std::filesystem::path& path, const std::string& text, in
     ::close(file);
 }
 
-/// Writes `text` in that way, or deletes the file.
 void move(Motion motion, const std::filesystem::path& path, const std::string& text) {
     switch (motion) {
     case Motion::Renamed:
@@ -61,8 +60,8 @@ void move(Motion motion, const std::filesystem::path& path, const std::string& t
     }
 }
 
-/// The file's time stamp during the change: now, long ago, or always the same moment in the future,
-/// like that of a file that is written twice within one tick of the clock.
+/// The time stamp of the file during the change: now, long ago, or a fixed moment in the future, as
+/// if the file were written twice within one tick of the clock.
 enum class Stamp { JustNow, LongAgo, OneTick };
 
 void stamp(const std::filesystem::path& path, Stamp kind) {
@@ -146,13 +145,12 @@ std::pair<std::string, bool> askWhileMoving(const queries::ReaderQuery& query, s
             moveIt();
         }
     });
-    // Several reads, so that there is a between.
-    watch.limitReads(150);
+    watch.limitReads(150); // several reads for each file
     std::string answer = queries::ask(query);
     return {std::move(answer), calls > at};
 }
 
-/// Every query, moved at every one of its file calls.
+/// For every query, changes the file before each of its file calls.
 void moveAtEachFileCall(Motion motion, const std::string& oldText, const std::string& newText,
                         Stamp kind) {
     const Lists lists;
@@ -208,7 +206,7 @@ TEST(FilesInMotion, RewrittenDuringACallToAnotherLength_AnswerIsOfOneListOrNone)
                            Stamp::JustNow);
         moveAtEachFileCall(motion, queries::nodeList("a", 3), queries::nodeList("b"),
                            Stamp::JustNow);
-        // Nothing but space is added or taken, so that the parser would not mind.
+        // Differs by white space, which the parser accepts.
         moveAtEachFileCall(motion, queries::nodeList("a"),
                            queries::nodeList("b") + std::string(500, ' '), Stamp::LongAgo);
     }
@@ -220,12 +218,12 @@ TEST(FilesInMotion, TruncatedDuringACall_AnswerIsOfTheListOrNone) {
     }
 }
 
-/// A mark of five digits; every number has its own.
+/// A mark of five digits for each number.
 std::string markOf(std::size_t number) {
     return std::to_string(10000 + number);
 }
 
-/// `answer` with one mark in place of another.
+/// Returns `answer` with `from` replaced by `to`.
 std::string withMark(std::string answer, const std::string& from, const std::string& to) {
     for (std::size_t at = 0; (at = answer.find(from, at)) != std::string::npos; at += to.size()) {
         answer.replace(at, from.size(), to);
@@ -233,8 +231,8 @@ std::string withMark(std::string answer, const std::string& from, const std::str
     return answer;
 }
 
-// Each time with another text: a writer that alternated between two, in step with the reads, would
-// make each pass over the file give the same mixture.
+// A new text each time: with two texts that alternate in step with the reads, each pass over the
+// file could give the same mixture.
 TEST(FilesInMotion, RewrittenBeforeEachFileCall_AnswerIsOfOneListOrNone) {
     const Lists lists;
     for (const Motion motion : {Motion::TruncatedAndRewritten, Motion::Overwritten}) {
@@ -266,8 +264,8 @@ struct Race {
     int questions;
 };
 
-/// Calls every query while another thread changes the file without pause. Overwriting is left out:
-/// between its two writes the file itself is a mixture.
+/// Calls every query while another thread changes the file continuously. Not for overwriting,
+/// during which the file itself is a mixture.
 void ask(const Race& race) {
     const Lists lists;
     const std::string texts[] = {queries::nodeList("a", race.furtherNodes),
@@ -290,7 +288,7 @@ void ask(const Race& race) {
             const std::string answer = queries::ask(query);
             EXPECT_THAT(answer, answers.oneOfThem()) << query.name;
             if (race.motion == Motion::Renamed) {
-                // There is a whole list at any moment.
+                // There is a complete list at any moment.
                 EXPECT_THAT(answer, testing::AnyOf(answers.oldOne, answers.newOne)) << query.name;
             }
         }

@@ -30,7 +30,7 @@ using support::SampleDeployment;
 constexpr std::size_t kThreads = 64;
 constexpr int kRounds = 20;
 
-/// How often each file of the deployment was opened: app config, node list, manager node list.
+/// The number of opens of app config, node list and manager node list.
 std::array<std::size_t, 3> opens(const Deployment& deployment) {
     return {support::openCount(deployment.appConfigPath()),
             support::openCount(deployment.nodeListPath()),
@@ -41,7 +41,7 @@ std::array<std::size_t, 3> opens(const Deployment& deployment) {
 constexpr std::array<std::size_t, 3> kLoadOfRoleReader{1, 2, 2};
 constexpr std::array<std::size_t, 3> kLoadOfBoth{2, 3, 2};
 
-/// Expects that all threads get the same instance, from `load`, and right answers.
+/// Expects that all threads get the same instance after one load, and right answers.
 template <typename Class, typename Query>
 void expectOneInstanceFromOneLoad(const std::array<std::size_t, 3>& load, Query query,
                                   const std::string& expected) {
@@ -109,9 +109,9 @@ TEST(FirstUse, AllClassesAtOnce_LoadOnceEach) {
     }
 }
 
-TEST(FirstUse, OfAnotherThread_IsSeenWholeThroughThePointerAlone) {
+TEST(FirstUse, OfAnotherThread_IsPublishedCompletelyByThePointer) {
     SampleDeployment deployment;
-    // The flag puts the threads in no order: a thread sanitizer sees whether the pointer does.
+    // The flag is relaxed, so that only the pointer synchronises; a thread sanitizer checks that.
     std::atomic<bool> created{false};
     const std::jthread creator([&] {
         SysConfReader::Instance();
@@ -120,20 +120,20 @@ TEST(FirstUse, OfAnotherThread_IsSeenWholeThroughThePointerAlone) {
     while (!created.load(std::memory_order_relaxed)) {
         std::this_thread::yield();
     }
-    // A query that takes no lock of its class.
+    // A query that acquires no lock.
     EXPECT_EQ(SysConfReader::Instance()->getLocalNorthIP(), "10.1.1.3");
 }
 
-TEST(FirstUse, SixtyFourThreads_TryToSubscribeAsOneLoadDoes) {
+TEST(FirstUse, SixtyFourThreads_TryToSubscribeLikeOneLoad) {
     const Deployment deployment;
     support::installEventLibrary("recording");
     support::setInitResult(-1);
     support::runTogether(kThreads, [](std::size_t) { SysConfReader::Instance(); });
-    // Refused, each load tries again: that of the role reader, then that of the reader.
+    // After a refusal each load tries: first the role reader's, then the reader's.
     EXPECT_EQ(support::eventLibraryCalls().inits, 2);
 }
 
-TEST(FirstUse, Threads_AreTheCallersOnly) {
+TEST(FirstUse, OfAllClasses_StartsNoThread) {
     SampleDeployment deployment;
     const auto threads = [] {
         const std::filesystem::directory_iterator tasks("/proc/self/task");
@@ -154,7 +154,7 @@ std::string threeDatabases(int generation) {
     return support::jsonText(root);
 }
 
-TEST(Reload, QueriesBesideIt_SeeOneLoadOrTheOther) {
+TEST(Reload, QueriesDuringIt_AnswerFromOneLoad) {
     constexpr int kReloads = 300;
     Deployment deployment;
     deployment.appConfig(threeDatabases(0));

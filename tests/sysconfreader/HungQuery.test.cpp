@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A query that hangs in the file system while it holds the read lock, and a reload that waits for
-// it.
+// A query that hangs in the file system with the read lock, and a reload that waits for it.
 
 #include "SysConfReader.h"
 #include "support/EventLibrary.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Creation and destruction of the reader, the locks that are held during them, and an event library
-// that throws.
+// Creation and destruction of the reader, the locks that they hold, and an event library that
+// throws.
 
 #include "SysConfReader.h"
 #include "SysConfReaderEvent.h"
@@ -29,10 +29,10 @@ namespace {
 using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReaderImpl;
 using support::Deployment;
-using support::SampleDeployment;
 using support::expectLocksFree;
 using support::LockedOpen;
 using support::opensWithLocks;
+using support::SampleDeployment;
 
 TEST(Instance, Twice_IsTheSameFromOneLoad) {
     SampleDeployment deployment;
@@ -55,7 +55,7 @@ TEST(Instance, Existing_TakesNoLock) {
 TEST(Instance, Creation_LoadsUnderTheWriteLock) {
     const Deployment deployment;
     const std::vector<LockedOpen> opens = opensWithLocks([] { SysConfReader::Instance(); });
-    // The role reader is created from within the loader, under the locks of both.
+    // The loader creates the role reader, with the locks of both.
     EXPECT_THAT(opens, testing::ElementsAre(
                            LockedOpen("app.json", 2, 0), LockedOpen("nodelist.json", 2, 0),
                            LockedOpen("nodelist.json", 2, 0), LockedOpen("nodelists.json", 2, 0),
@@ -73,7 +73,7 @@ TEST(Reload, Loading_HoldsTheWriteLock) {
     expectLocksFree();
 }
 
-TEST(Destory, ThenInstance_LoadsAfresh) {
+TEST(Destory, ThenInstance_LoadsAgain) {
     SampleDeployment deployment;
     SysConfReader::Instance();
     writeGeneration(deployment, 2);
@@ -105,7 +105,7 @@ TEST(Destory, NothingExists_CreatesAndDestroysTheRoleReader) {
     expectLocksFree();
 }
 
-TEST(Destory, RoleReaderGoneAlready_CreatesItToDestroyIt) {
+TEST(Destory, RoleReaderDestroyedBefore_CreatesItToDestroyIt) {
     SampleDeployment deployment("recording");
     SysConfReader::Instance();
     SysConfReaderImpl::Destory();
@@ -117,7 +117,7 @@ TEST(Destory, RoleReaderGoneAlready_CreatesItToDestroyIt) {
     EXPECT_FALSE(support::subscribed());
 }
 
-TEST(Destory, RoleReader_GoesFirstAndUnderItsLockAlone) {
+TEST(Destory, RoleReader_IsDestroyedFirstAndWithItsLockOnly) {
     SampleDeployment deployment("recording");
     const SysConfReader* reader = SysConfReader::Instance();
     support::LockCounts held;
@@ -133,9 +133,7 @@ TEST(Destory, RoleReader_GoesFirstAndUnderItsLockAlone) {
     expectLocksFree();
 }
 
-TEST(Destory, WhileItRuns_InstanceOnAnotherThreadWaitsForAFreshOne) {
-    // Instance() takes no lock when there is an instance. One that is being destroyed must not be
-    // seen any more.
+TEST(Destory, WhileItRuns_InstanceOnAnotherThreadWaitsForANewOne) {
     SampleDeployment deployment("recording");
     SysConfReaderImpl::Instance();
     std::jthread other;
@@ -165,7 +163,7 @@ TEST(Destory, WhileItRuns_InstanceOnAnotherThreadWaitsForAFreshOne) {
     EXPECT_EQ(support::eventLibraryCalls().inits, 2);
 }
 
-TEST(Destory, AnswersGivenBefore_StayWithTheCaller) {
+TEST(Destory, EarlierAnswers_BelongToTheCaller) {
     SampleDeployment deployment;
     SysConfReader& reader = *SysConfReader::Instance();
     std::map<std::string, Json::Value> all;
@@ -181,8 +179,8 @@ TEST(Destory, AnswersGivenBefore_StayWithTheCaller) {
     EXPECT_EQ(tag, "host1-1");
 }
 
-/// Ends the calling thread by cancellation. The address sanitizer does not see this way of
-/// unwinding and needs to be notified.
+/// Cancels the calling thread. The address sanitizer does not notice this kind of unwinding, so it
+/// is notified.
 void cancelHere() {
     if (&__asan_handle_no_return != nullptr) {
         __asan_handle_no_return();
@@ -191,7 +189,7 @@ void cancelHere() {
     ::pthread_testcancel();
 }
 
-TEST(CancelledThread, InTheMiddleOfALoad_FinishesTheLoad) {
+TEST(CancelledThread, DuringALoad_FinishesTheLoad) {
     SampleDeployment deployment;
     SysConfReader& reader = *SysConfReader::Instance();
     writeGeneration(deployment, 2);
@@ -208,7 +206,7 @@ TEST(CancelledThread, InTheMiddleOfALoad_FinishesTheLoad) {
     EXPECT_EQ(support::loadedValues(deployment), support::sampleLoadedValues(2));
 }
 
-TEST(CancelledThread, InTheEventLibrary_LeavesNothingLockedAndTheNextCallWorks) {
+TEST(CancelledThread, InTheEventLibrary_ReleasesTheLocksAndTheNextCallWorks) {
     SampleDeployment deployment("recording");
     support::setInitHook(cancelHere);
     for (int attempt = 1; attempt <= 3; ++attempt) {
@@ -221,7 +219,7 @@ TEST(CancelledThread, InTheEventLibrary_LeavesNothingLockedAndTheNextCallWorks) 
     EXPECT_TRUE(support::subscribed());
 }
 
-TEST(CancelledThread, WhileItAppliesAnEvent_LeavesNothingLockedAndTheNextEventIsApplied) {
+TEST(CancelledThread, DuringAnEvent_ReleasesTheLocksAndTheNextEventIsApplied) {
     SampleDeployment deployment("recording");
     support::setInitResult(-1);
     SysConfReaderImpl* roles = SysConfReaderImpl::Instance();
@@ -238,7 +236,7 @@ TEST(CancelledThread, WhileItAppliesAnEvent_LeavesNothingLockedAndTheNextEventIs
     writeGeneration(deployment, 2);
     EXPECT_EQ(SysConfReaderEventProcessCB("SysConfigEvent", "", "", roles), 0);
     EXPECT_EQ(support::loadedValues(deployment), support::sampleLoadedValues(2));
-    // Waits for events that are being applied: there is none left.
+    // Would hang if an event were still registered as running.
     SysConfReader::Destory();
 }
 
@@ -267,7 +265,7 @@ TEST(ThrowingEventLibrary, AtDestory_DestroysNothing) {
     EXPECT_EQ(SysConfReader::Instance(), reader);
 }
 
-TEST(ThrowingEventLibrary, AtReload_LosesTheDatabasesAlone) {
+TEST(ThrowingEventLibrary, AtReload_OnlyTheDatabasesAreLost) {
     SampleDeployment deployment("recording");
     support::setInitResult(-1);
     SysConfReader& reader = *SysConfReader::Instance();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What happens when the library is loaded: its locks are made, and nothing is read.
+// Loading the library creates its locks and reads nothing.
 
 #include "SysConfReader.h"
 #include "support/FileCalls.h"
@@ -27,13 +27,13 @@ namespace {
 
 std::mutex g_mutex;
 
-/// Where in the library its locks are, in the order in which they were made.
+/// The offsets of the locks in the library, in the order of their creation.
 std::vector<std::uintptr_t>& lockOffsets() {
     static std::vector<std::uintptr_t> offsets;
     return offsets;
 }
 
-/// Notes the lock if it lies inside the library under test.
+/// Records the lock if it is inside the library under test.
 void note(const pthread_rwlock_t* lock) {
     Dl_info found{};
     if (::dladdr(lock, &found) != 0 &&
@@ -44,7 +44,7 @@ void note(const pthread_rwlock_t* lock) {
     }
 }
 
-/// The names of the library's data by offset, those that it does not export included.
+/// The names of the library's data by offset, including those that are not exported.
 std::map<std::uintptr_t, std::string> dataSymbols() {
     std::map<std::uintptr_t, std::string> symbols;
     FILE* nm = ::popen(SYSCONF_NM " --demangle " SYSCONF_LIBRARY, "r");
@@ -78,7 +78,7 @@ void* load() {
     return ::dlopen(SYSCONF_LIBRARY, RTLD_NOW | RTLD_LOCAL);
 }
 
-TEST(LibraryLoad, Always_MakesTheLockOfEachClass) {
+TEST(LibraryLoad, Always_CreatesTheLockOfEachClass) {
     EXPECT_THAT(lockOffsets(), testing::IsEmpty());
     void* library = load();
     ASSERT_NE(library, nullptr) << ::dlerror();
@@ -97,7 +97,7 @@ TEST(LibraryLoad, Always_ReadsNothingUntilTheFirstUse) {
     void* library = load();
     ASSERT_NE(library, nullptr) << ::dlerror();
     EXPECT_THAT(support::openCalls(), testing::IsEmpty());
-    // The first use proves that the opens of the library are seen here.
+    // The first use shows that opens of the library are recorded.
     auto* instance = reinterpret_cast<Quarncommon::SysConfReader* (*)()>(
         ::dlsym(library, "_ZN11Quarncommon13SysConfReader8InstanceEv"));
     ASSERT_NE(instance, nullptr);
@@ -105,7 +105,7 @@ TEST(LibraryLoad, Always_ReadsNothingUntilTheFirstUse) {
     EXPECT_EQ(support::openCount((support::testDirectory() / "app.json").string()), 2U);
 }
 
-TEST(LibraryLoad, Repeated_NeitherFailsNorLeavesAnything) {
+TEST(LibraryLoad, Repeated_NeitherFailsNorLeaks) {
     for (int round = 0; round < 10; ++round) {
         void* library = load();
         ASSERT_NE(library, nullptr) << ::dlerror();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Which of the two builds of the library this test program runs with.
+// Which build of the library this program runs with.
 
 #include "SysConfReaderEvent.h"
 
@@ -11,7 +11,7 @@
 
 namespace {
 
-TEST(LibraryUnderTest, LoadedFile_IsTheOneAskedFor) {
+TEST(LibraryUnderTest, LoadedFile_IsTheConfiguredOne) {
     const char* const asked = std::getenv("SYSCONF_TEST_LIBRARY");
     const std::filesystem::path folder = asked != nullptr ? asked : SYSCONF_LIBRARY_FOLDER;
     Dl_info library{};

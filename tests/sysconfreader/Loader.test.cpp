@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// How the loader uses the environment, converts values and finds the float node.
+// The loader: environment, conversion of values, and the float node.
 
 #include "SysConfReader.h"
 #include "support/Answers.h"
@@ -20,8 +20,8 @@ namespace {
 using Quarncommon::SysConfReader;
 using support::Answers;
 using support::Deployment;
-using support::SampleDeployment;
 using support::jsonText;
+using support::SampleDeployment;
 using support::setEnvironment;
 
 SysConfReader& freshReader() {
@@ -189,8 +189,8 @@ const ConversionRow kPortRows[] = {
     {"-2147483649", nullptr},
 };
 
-/// The text of an app config file whose process has that value for the key, and "next" as the value
-/// that is loaded after it.
+/// The text of an app config file whose process has that value for the key, and the member `next`,
+/// which is loaded after it.
 std::string appConfigWith(const std::string& section, const std::string& key, const char* value,
                           const std::string& next) {
     const std::string member =
@@ -275,7 +275,7 @@ TEST(Loader, OwnNodeNotListed_HasNoHostTag) {
     }
 }
 
-TEST(Loader, DatabasesOfAnyType_AreKeptAsTheyAre) {
+TEST(Loader, DatabasesOfAnyType_AreKeptUnchanged) {
     Deployment deployment;
     deployment.appConfig(
         R"({"databases": {"b": [], "a": [{"type": "t"}], "": null, "c": 5, "d": {"x": 1}}})");
@@ -288,8 +288,8 @@ TEST(Loader, DatabasesOfAnyType_AreKeptAsTheyAre) {
     EXPECT_EQ(text, R"(=null;a=[{"type":"t"}];b=[];c=5;d={"x":1};)");
 }
 
-/// A node list with the own node "node1" of that host type and the node "source", whose service
-/// address is `address`.
+/// A node list with the own node "node1" of that host type, and the node "source" with that service
+/// address.
 std::string standbyNodeList(const std::string& hostType, const std::string& address) {
     Json::Value nodes;
     nodes["nodeList"]["node1"]["extAttr"]["hostType"] = hostType;
@@ -308,7 +308,7 @@ bool hostHas(const std::string& address) {
     return std::find(addresses.begin(), addresses.end(), address) != addresses.end();
 }
 
-TEST(FloatNode, StandbyThatCarriesASourcesAddress_IsThatSource) {
+TEST(FloatNode, StandbyWhoseHostHasTheSourcesAddress_IsThatSource) {
     ASSERT_TRUE(hostHas("127.0.0.1"));
     Deployment deployment;
     deployment.appConfig(jsonText(support::sampleAppConfig(1)))
@@ -345,7 +345,7 @@ TEST(FloatNode, HostTypeNotExactlyStandby_IsTheOwnNode) {
     }
 }
 
-TEST(FloatNode, Reload_FollowsTheSourceAndComesBack) {
+TEST(FloatNode, Reload_FollowsTheHostsAddresses) {
     Deployment deployment;
     deployment.appConfig(jsonText(support::sampleAppConfig(1)))
         .nodeList(standbyNodeList("standby", "127.0.0.1"));
@@ -363,11 +363,10 @@ TEST(FloatNode, Reload_FollowsTheSourceAndComesBack) {
 TEST(FloatNode, HostTypeOfTheOwnNodeDecides_NotThatOfTheSource) {
     Deployment deployment;
     deployment.appConfig(jsonText(support::sampleAppConfig(1)));
-    // Each load uses the host type of the own node, not that of the float node of the load before.
     deployment.nodeList(standbyNodeList("standby", "127.0.0.1"));
     SysConfReader& reader = *SysConfReader::Instance();
     EXPECT_EQ(reader.getFloatNodeId(), "source");
-    // Without app config the float node stays, and the own entry still is "node1".
+    // Without app config the float node remains, and the own node is still "node1".
     std::filesystem::remove(deployment.appConfigPath());
     deployment.nodeList(standbyNodeList("master", "127.0.0.1"));
     reader.Reload();

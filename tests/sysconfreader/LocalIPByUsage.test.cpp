@@ -173,7 +173,7 @@ TEST(LocalIPByUsage, IdsOfEveryKind_AreComparedByBytes) {
     }
 }
 
-TEST(LocalIPByUsage, StandbyNode_MaintenanceIsTheOwnNodesAllElseTheSourceNodes) {
+TEST(LocalIPByUsage, StandbyNode_OnlyMaintenanceIsTheOwnNodes) {
     support::setHostAddresses({"10.0.0.7"});
     OwnNode node;
     node.standby(entries("own=maintenance|service|service2|x"),

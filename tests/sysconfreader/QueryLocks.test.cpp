@@ -50,7 +50,7 @@ TEST(QueryLocks, EachQuery_HoldsItsReadLocksWhileReadingFiles) {
     support::Deployment files;
     queries::write(files, "1");
     SysConfReader::Instance();
-    // The role queries create it, under its write lock.
+    // Otherwise the role queries would create it, with its write lock.
     Quarncommon::SysConfReader_i::Instance();
     for (const queries::ReaderQuery& query : queries::ofReader()) {
         const Seen seen = watch([&] { return queries::ask(query); });
@@ -66,7 +66,7 @@ TEST(QueryLocks, EachQuery_HoldsItsReadLocksWhileReadingFiles) {
     }
 }
 
-TEST(QueryLocks, ListsAbsent_OnlyTheServiceAddressTakesItsLockAgain) {
+TEST(QueryLocks, ListsAbsent_OnlyTheServiceAddressLocksTwice) {
     const OwnNode node;
     SysConfReader::Instance();
     for (const queries::ReaderQuery& query : queries::ofReader()) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a reload replaces and what it leaves, when files or values have gone.
+// Which values a reload replaces if files or values are missing now.
 
 #include "SysConfReader.h"
 #include "support/Answers.h"
@@ -32,7 +32,7 @@ TEST(FirstLoad, AppConfigNotParsable_StillReadsTheNodeList) {
     EXPECT_EQ(support::loadedValues(deployment), expected);
 }
 
-TEST(FirstLoad, NodeListNotParsable_KeepsWhatTheAppConfigGave) {
+TEST(FirstLoad, NodeListNotParsable_LoadsTheAppConfig) {
     Deployment deployment;
     Answers expected = support::sampleLoadedValues(1);
     expected.back().second = "";
@@ -59,7 +59,7 @@ TEST(Reload, FilesChangedOnly_KeepsTheValuesUntilThen) {
     EXPECT_EQ(support::loadedValues(deployment), support::sampleLoadedValues(1));
 }
 
-TEST(Reload, AppConfigNotParsable_LosesTheDatabasesAndReadsTheNodeListForTheOldNode) {
+TEST(Reload, AppConfigNotParsable_HasNoDatabasesAndReadsTheNodeListForTheOldNode) {
     Deployment deployment;
     Answers expected = support::sampleLoadedValues(1);
     expected.front().second = "";
@@ -70,7 +70,7 @@ TEST(Reload, AppConfigNotParsable_LosesTheDatabasesAndReadsTheNodeListForTheOldN
     EXPECT_EQ(support::loadedValues(deployment), expected);
 }
 
-TEST(Reload, NodeListNotParsable_KeepsTheHostTagAndTakesTheNewNode) {
+TEST(Reload, NodeListNotParsable_KeepsTheHostTagAndUsesTheNewNode) {
     Deployment deployment;
     Answers expected = support::sampleLoadedValues(2);
     expected.back().second = "host1-1";
@@ -90,7 +90,6 @@ TEST(Reload, NodeListDeletedOnAStandbyNode_FallsBackToTheOwnNode) {
     EXPECT_EQ(reader.getFloatNodeId(), "source");
     std::filesystem::remove(deployment.nodeListPath());
     reader.Reload();
-    // The float node is a copy of the own id again, and nothing replaced it.
     EXPECT_EQ(reader.getFloatNodeId(), "node1");
     EXPECT_EQ(reader.getLocalHostTagName(), "tag");
 }
@@ -121,7 +120,7 @@ TEST(Reload, DatabaseRemovedAddedAndChanged_LeavesExactlyTheNewOnes) {
     EXPECT_EQ(all, expected);
 }
 
-TEST(Reload, MembersMissingNow_BecomeEmpty) {
+TEST(Reload, MembersRemoved_BecomeEmpty) {
     Deployment deployment;
     SysConfReader& reader = loadGeneration(deployment, 1);
     deployment.appConfig("{}");

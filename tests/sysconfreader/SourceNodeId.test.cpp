@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The source node: the node list is compared with the addresses that the test gives the host.
+// The source node. The test sets the addresses of the host.
 
 #include "SysConfReader.h"
 #include "support/Deployment.h"
@@ -156,7 +156,7 @@ TEST(SourceNodeId, AnyNodeList_AnswersByItsServiceAddresses) {
     }
 }
 
-TEST(SourceNodeId, NoMatch_LeavesTheArgumentAlone) {
+TEST(SourceNodeId, NoMatch_LeavesTheArgumentUnchanged) {
     Deployment deployment;
     deployment.nodeList(
         R"({"nodeList": {"n1": {"IPAddresses": [{"IP": "192.0.2.3", "usage": ["service"]}]}}})");
@@ -173,7 +173,7 @@ TEST(SourceNodeId, HostWithoutAddresses_MatchesNothing) {
     EXPECT_EQ(answer("before"), "before");
 }
 
-TEST(SourceNodeId, ListNotParsable_LeavesTheArgumentAlone) {
+TEST(SourceNodeId, ListNotParsable_LeavesTheArgumentUnchanged) {
     Deployment deployment;
     support::setHostAddresses({"192.0.2.1"});
     EXPECT_EQ(answer("before"), "before");
@@ -202,7 +202,7 @@ TEST(SourceNodeId, ListOrHostChanged_IsReadOnEachCall) {
     EXPECT_EQ(answer("before"), "before");
 }
 
-TEST(SourceNodeId, OwnNodeThatIsNoStandby_IsItsOwnSource) {
+TEST(SourceNodeId, OwnNodeIsNoStandby_FloatNodeIsTheOwnNode) {
     Deployment deployment;
     deployment.appConfig(R"({"processes": {"p1": {"nodeId": "own"}}})").nodeList(R"({"nodeList": {
             "own": {"extAttr": {"hostType": "master"},
@@ -212,7 +212,7 @@ TEST(SourceNodeId, OwnNodeThatIsNoStandby_IsItsOwnSource) {
     EXPECT_EQ(answer("before"), "own");
 }
 
-TEST(SourceNodeId, StandbyNode_TakesTheSmallestSourceAtTheLoad) {
+TEST(SourceNodeId, SeveralSources_SmallestIdWins) {
     Deployment deployment;
     deployment.appConfig(R"({"processes": {"p1": {"nodeId": "own"}}})").nodeList(R"({"nodeList": {
             "own": {"extAttr": {"hostType": "standby", "HOSTID": "own tag"},
@@ -225,8 +225,8 @@ TEST(SourceNodeId, StandbyNode_TakesTheSmallestSourceAtTheLoad) {
     EXPECT_EQ(SysConfReader::Instance()->getLocalHostTagName(), "b tag");
 }
 
-TEST(SourceNodeId, StandbyNodeWithoutItsAppConfig_TakesTheNewSourceAtAReload) {
-    // The role of the own node decides, which is known from the load before.
+TEST(SourceNodeId, StandbyNodeWithoutAppConfig_UsesTheNewSourceAtAReload) {
+    // The own node is known from the load before.
     const auto list = [](const std::string& source) {
         return R"({"nodeList": {
             "own": {"extAttr": {"hostType": "standby"}},

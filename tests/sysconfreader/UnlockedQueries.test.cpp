@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The queries without the class lock, concurrent with loads that are blocked or repeated.
+// Queries without a lock during loads that are blocked or repeated.
 
 #include "FileWatch.h"
 #include "OwnNode.h"
@@ -43,8 +43,8 @@ Unlocked askUnlocked() {
     return {reader.getLocalNorthIP(), byNumber[0], byTag["southbound"]};
 }
 
-/// s1 and s2 are standby nodes, n1 and n2 carry service addresses. During a load the float node of
-/// a standby is first its own id; an answer with "half" would show that intermediate state.
+/// s1 and s2 are standby nodes, n1 and n2 have service addresses. During a load the float node of a
+/// standby is first its own id; an answer with "half" would show that intermediate state.
 constexpr const char* kStandbyNodes = R"({"nodeList":{
     "s1":{"extAttr":{"hostType":"standby"},"IPAddresses":[{"IP":"half1","usage":["northbound","southbound"]}]},
     "s2":{"extAttr":{"hostType":"standby"},"IPAddresses":[{"IP":"half2","usage":["northbound","southbound"]}]},
@@ -64,7 +64,7 @@ const Unlocked kTwo{"two;;;;", "two", "two"};
 /// A reload on another thread that stops at chosen points.
 class BlockedReload {
 public:
-    /// Called by the reloading thread where it is to stop.
+    /// Called by the reloading thread to stop there.
     void stop() {
         m_stopped.release();
         m_continue.acquire();
@@ -113,7 +113,7 @@ TEST(UnlockedQueries, ReloadBlockedAtEachFile_AnswersAreOfThePreviousLoad) {
         },
         [](int stop) {
             EXPECT_EQ(askUnlocked(), kOne) << "stop " << stop;
-            // Neither do these wait for the load.
+            // These do not wait for the load either.
             EXPECT_EQ(SysConfReader::Instance()->GetMasterInternalServiceIP(), "");
             EXPECT_EQ(SysConfReader::Instance()->GetStandbyInternalServiceIP(), "");
             EXPECT_NE(SysConfReader::Instance()->GetAppRoot(), "");
@@ -166,8 +166,8 @@ TEST(UnlockedQueries, ReloadBlockedInTheEventLibrary_QueriesAnswer) {
 }
 
 TEST(UnlockedQueries, ReloadBetweenFloatNodeAndFallback_AnswerIsOfOneLoad) {
-    // The old node has no address, so the old answer is the old maintenance address; the new node
-    // has one. The new maintenance address would be an answer from parts of two loads.
+    // The old answer is the old maintenance address, because the old node has no other; the new
+    // answer is the new node's. The new maintenance address would be a mixture of two loads.
     support::Deployment files;
     files.nodeList(R"({"nodeList":{"n2":{"IPAddresses":[{"IP":"two","usage":["northbound"]}]}}})");
     files.appConfig(processOn("n1", "M1"));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Reloads beside callers that never pause, and callers that hold a lock while a reload waits.
+// Reloads among callers that never pause, and callers with a lock for which a reload waits.
 
 #include "SysConfReader.h"
 #include "SysConfReaderImpl.h"
@@ -24,8 +24,8 @@ namespace {
 using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReaderImpl;
 using Quarncommon::WriterHandoff;
-using support::SampleDeployment;
 using support::LockCall;
+using support::SampleDeployment;
 
 /// Threads that repeat the same work until the object is destroyed.
 class Crowd {
@@ -52,7 +52,7 @@ private:
 constexpr int kCrowd = 16;
 constexpr int kReloads = 50;
 
-TEST(Reload, AmongThreadsThatQueryWithoutPause_GetsItsTurn) {
+TEST(Reload, AmongThreadsThatQueryWithoutPause_Returns) {
     SampleDeployment deployment;
     SysConfReader& reader = *SysConfReader::Instance();
     const Crowd crowd(kCrowd, [&] { reader.getLocalIPByUsage("service"); });
@@ -64,7 +64,7 @@ TEST(Reload, AmongThreadsThatQueryWithoutPause_GetsItsTurn) {
     EXPECT_EQ(support::loadedValues(deployment), support::sampleLoadedValues(2));
 }
 
-TEST(RoleReload, AmongThreadsThatAskWithoutPause_GetsItsTurn) {
+TEST(RoleReload, AmongThreadsThatQueryWithoutPause_Returns) {
     SampleDeployment deployment;
     SysConfReaderImpl& roles = *SysConfReaderImpl::Instance();
     const Crowd crowd(kCrowd, [&] { roles.GetMasterInternalServiceIP(); });
@@ -76,7 +76,7 @@ TEST(RoleReload, AmongThreadsThatAskWithoutPause_GetsItsTurn) {
     EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(2));
 }
 
-TEST(Queries, AmongThreadsThatReloadWithoutPause_GetTheirTurn) {
+TEST(Queries, AmongThreadsThatReloadWithoutPause_Return) {
     SampleDeployment deployment;
     SysConfReader& reader = *SysConfReader::Instance();
     const Crowd crowd(4, [&] { reader.Reload(); });
@@ -85,10 +85,10 @@ TEST(Queries, AmongThreadsThatReloadWithoutPause_GetTheirTurn) {
     }
 }
 
-/// A thread that is made to wait for the write side of a lock.
+/// A thread that waits for the write side of a lock.
 class WaitingWriter {
 public:
-    /// Runs `write` on another thread and returns when that asks for the write side.
+    /// Runs `write` on another thread and returns when that waits for the write side.
     void start(const std::function<void()>& write) {
         m_thread = std::jthread(write);
         while (!m_asks) {
@@ -96,7 +96,7 @@ public:
         }
     }
     bool started() const { return m_thread.joinable(); }
-    /// To be called by the lock hook.
+    /// Called by the lock hook.
     void note(LockCall call, bool held) {
         if (call == LockCall::Write && !held) {
             m_asks = true;
@@ -108,7 +108,7 @@ private:
     std::jthread m_thread;
 };
 
-TEST(ProtocolFamily, WhileAReloadWaits_ReadsTwiceWithoutWaitingForIt) {
+TEST(ProtocolFamily, WhileAReloadWaits_LocksTwiceWithoutWaitingForIt) {
     SampleDeployment deployment;
     SysConfReader& reader = *SysConfReader::Instance();
     const int family = reader.getPFType();
@@ -126,7 +126,7 @@ TEST(ProtocolFamily, WhileAReloadWaits_ReadsTwiceWithoutWaitingForIt) {
     support::expectLocksFree();
 }
 
-TEST(ChangeEvent, WithinASubscriptionThatAnotherThreadWaitsFor_DoesNotWait) {
+TEST(ChangeEvent, InAnInitThatAnotherThreadWaitsFor_DoesNotWait) {
     SampleDeployment deployment("recording");
     {
         WaitingWriter writer;
@@ -154,7 +154,7 @@ TEST(WriterHandoff, Claim_IsTheFirstSecondOfEveryTen) {
     }
 }
 
-TEST(WriterHandoff, OfWritersWithoutEnd_AReaderLetsOnePass) {
+TEST(WriterHandoff, WritersWithoutPause_AReaderLetsOnePass) {
     WriterHandoff handoff;
     auto next = std::make_unique<WriterHandoff::Wait>(handoff);
     std::atomic<bool> passed{false};
@@ -168,7 +168,7 @@ TEST(WriterHandoff, OfWritersWithoutEnd_AReaderLetsOnePass) {
         last.reset();
         std::this_thread::yield();
     }
-    // At every moment at least one writer was waiting, and one still is.
+    // At every moment at least one writer was waiting, also now.
     EXPECT_TRUE(passed);
 }
 

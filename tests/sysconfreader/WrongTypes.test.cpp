@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Values of the wrong type, in the order in which the loader reads them: values before them are
-// new, values after them are unchanged.
+// Values of the wrong type, in the order in which the loader reads them: the values before one are
+// new, those after it are unchanged.
 
 #include "SysConfReader.h"
 #include "support/Answers.h"
@@ -13,8 +13,8 @@ namespace {
 using Quarncommon::SysConfReader;
 using support::Answers;
 using support::Deployment;
-using support::SampleDeployment;
 using support::jsonText;
+using support::SampleDeployment;
 
 Json::Value object() {
     Json::Value value;
@@ -32,7 +32,7 @@ struct WrongTypeRow {
     const char* name;
     /// Puts the wrong value into the trees of generation 2.
     void (*poison)(Json::Value& app, Json::Value& nodes);
-    /// How many of the loaded values are new.
+    /// The number of loaded values that are new.
     std::size_t assigned;
 };
 
@@ -40,7 +40,7 @@ Json::Value& process(Json::Value& app) {
     return app["processes"]["p1"];
 }
 
-// The loader goes through these from top to bottom.
+// In the order of the loader.
 const WrongTypeRow kRows[] = {
     {"app config an array", [](auto& app, auto&) { app = array(); }, 0},
     {"app config a text", [](auto& app, auto&) { app = "text"; }, 0},
@@ -103,7 +103,7 @@ Answers firstNew(std::size_t count, const Answers& now, Answers before) {
     return before;
 }
 
-TEST(WrongType, OnTheFirstLoad_LeavesAllThatFollowsEmpty) {
+TEST(WrongType, OnTheFirstLoad_LeavesLaterValuesEmpty) {
     Deployment deployment;
     for (const WrongTypeRow& row : kRows) {
         SCOPED_TRACE(row.name);
@@ -116,10 +116,10 @@ TEST(WrongType, OnTheFirstLoad_LeavesAllThatFollowsEmpty) {
     }
 }
 
-TEST(WrongType, OnAReload_LeavesAllThatFollowsAsItWas) {
+TEST(WrongType, OnAReload_LeavesLaterValuesUnchanged) {
     Deployment deployment;
     Answers before = support::sampleLoadedValues(1);
-    before.front().second = ""; // The one value that a reload empties first.
+    before.front().second = ""; // a reload clears the databases first
     for (const WrongTypeRow& row : kRows) {
         SCOPED_TRACE(row.name);
         SysConfReader::Destory();
@@ -132,7 +132,7 @@ TEST(WrongType, OnAReload_LeavesAllThatFollowsAsItWas) {
     }
 }
 
-TEST(WrongType, AnyValue_EndsTheLoadInSilenceAndTheNextLoadIsWhole) {
+TEST(WrongType, AnyValue_EndsTheLoadWithoutAnExceptionAndTheNextLoadIsComplete) {
     Deployment deployment;
     for (const WrongTypeRow& row : kRows) {
         SCOPED_TRACE(row.name);
@@ -156,7 +156,7 @@ Json::Value standbyNodeList() {
     return nodes;
 }
 
-TEST(WrongType, HostTagOfTheSource_LeavesTheFloatNodeNew) {
+TEST(WrongType, HostTagOfTheSource_FloatNodeIsNew) {
     SampleDeployment deployment;
     SysConfReader& reader = *SysConfReader::Instance();
     Json::Value nodes = standbyNodeList();
@@ -167,7 +167,7 @@ TEST(WrongType, HostTagOfTheSource_LeavesTheFloatNodeNew) {
     EXPECT_EQ(reader.getLocalHostTagName(), "host1-1");
 }
 
-TEST(WrongType, HostTagOfTheOwnNode_IsNotLookedAtOnAStandbyNode) {
+TEST(WrongType, HostTagOfTheOwnNode_IsIgnoredOnAStandbyNode) {
     Deployment deployment;
     Json::Value nodes = standbyNodeList();
     nodes["nodeList"]["node2"]["extAttr"]["HOSTID"] = object();
@@ -175,7 +175,7 @@ TEST(WrongType, HostTagOfTheOwnNode_IsNotLookedAtOnAStandbyNode) {
     EXPECT_EQ(SysConfReader::Instance()->getLocalHostTagName(), "source tag");
 }
 
-TEST(WrongType, InAnotherNodesEntry_EndsTheSearchForTheSourceOnly) {
+TEST(WrongType, InAnotherNodesEntry_EndsOnlyTheSearchForTheSource) {
     // The entry "a" is before the source's, "z" after it.
     for (const auto& [id, found] : {std::pair("a", "node2"), std::pair("z", "source")}) {
         SCOPED_TRACE(id);
@@ -191,7 +191,7 @@ TEST(WrongType, InAnotherNodesEntry_EndsTheSearchForTheSourceOnly) {
     }
 }
 
-TEST(WrongType, InAnotherProcess_IsNotLookedAt) {
+TEST(WrongType, InAnotherProcess_IsIgnored) {
     Deployment deployment;
     Json::Value app = support::sampleAppConfig(2);
     app["processes"]["p0"] = array();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The callback: which events it accepts, what it does, and events during loads and destructions.
+// The callback: the events that it accepts, its effects, and events during loads and destructions.
 
 #include "SysConfReader.h"
 #include "SysConfReaderEvent.h"
@@ -31,12 +31,12 @@ using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReader_i;
 using Quarncommon::SysConfReaderImpl;
 using support::Deployment;
-using support::SampleDeployment;
 using support::expectLocksFree;
+using support::SampleDeployment;
 
 constexpr const char* kEvent = "SysConfigEvent";
 
-/// Both readers in generation 1, files in generation 2.
+/// Loads generation 1 and writes generation 2.
 void loadOneWriteTwo(Deployment& deployment) {
     writeGeneration(deployment, 1);
     SysConfReader::Instance();
@@ -101,7 +101,7 @@ TEST(ChangeEvent, NoUserData_IsRefusedAndReloadsNothing) {
     EXPECT_THAT(support::openCalls(), testing::IsEmpty());
 }
 
-TEST(ChangeEvent, OtherTexts_AreNotLookedAt) {
+TEST(ChangeEvent, OtherTexts_AreIgnored) {
     Deployment deployment;
     loadOneWriteTwo(deployment);
     SysConfReaderImpl* roles = SysConfReaderImpl::Instance();
@@ -116,10 +116,9 @@ TEST(ChangeEvent, OtherTexts_AreNotLookedAt) {
     }
 }
 
-TEST(ChangeEvent, UserDataOfNoRoleReader_IsNotTouched) {
+TEST(ChangeEvent, UserDataOfNoRoleReader_IsNotUsed) {
     Deployment deployment;
     loadOneWriteTwo(deployment);
-    // Addresses that cannot be read.
     for (const std::uintptr_t address :
          {std::uintptr_t{1}, std::uintptr_t{16}, ~std::uintptr_t{0}}) {
         EXPECT_EQ(SysConfReaderEventProcessCB(kEvent, "", "", reinterpret_cast<void*>(address)), 0);
@@ -129,7 +128,7 @@ TEST(ChangeEvent, UserDataOfNoRoleReader_IsNotTouched) {
     expectLocksFree();
 }
 
-TEST(ChangeEvent, UserDataOfADestroyedRoleReader_IsNotTouched) {
+TEST(ChangeEvent, UserDataOfADestroyedRoleReader_IsNotUsed) {
     SampleDeployment deployment;
     void* destroyed = SysConfReaderImpl::Instance();
     SysConfReaderImpl::Destory();
@@ -139,12 +138,12 @@ TEST(ChangeEvent, UserDataOfADestroyedRoleReader_IsNotTouched) {
     expectLocksFree();
 }
 
-TEST(ChangeEvent, UserDataOfAnEarlierRoleReader_LeavesTheNewOneAlone) {
+TEST(ChangeEvent, UserDataOfAnEarlierRoleReader_DoesNotReloadTheNewOne) {
     SampleDeployment deployment;
     void* destroyed = SysConfReaderImpl::Instance();
     SysConfReaderImpl::Destory();
-    // Keep the new role reader from getting the same memory: take blocks of its size until that one
-    // is among them, or so many that the allocator evidently keeps it back.
+    // The new role reader must not get the same memory: allocate blocks of its size until one of
+    // them is that memory, or until it is clear that the allocator does not reuse it.
     constexpr std::size_t kEnough = 10000;
     std::vector<std::unique_ptr<char[]>> placeholders;
     do {
@@ -173,7 +172,7 @@ TEST(ChangeEvent, ReaderAbsent_IsCreated) {
     writeGeneration(deployment, 2);
     support::resetOpenCalls();
     EXPECT_EQ(support::deliver(kEvent), 0);
-    // The reader's creation and its reload, then the role reader's.
+    // The creation of the reader, its reload, and the reload of the role reader.
     EXPECT_EQ(support::openCount(deployment.appConfigPath()), 3U);
     support::resetOpenCalls();
     EXPECT_EQ(SysConfReader::Instance()->getLocalPort(), 4002);
@@ -194,7 +193,7 @@ TEST(ChangeEvent, EventsInARow_AreAllApplied) {
     EXPECT_EQ(support::eventLibraryCalls().inits, 1);
 }
 
-TEST(ChangeEvent, FromManyThreadsAtOnce_AllAreAppliedAndTheLastFilesAreTheAnswers) {
+TEST(ChangeEvent, FromManyThreads_AllAreAppliedAndAnswersAreFromTheLastFiles) {
     SampleDeployment deployment("recording");
     SysConfReader::Instance();
     std::atomic<int> applied{0};
@@ -209,8 +208,7 @@ TEST(ChangeEvent, FromManyThreadsAtOnce_AllAreAppliedAndTheLastFilesAreTheAnswer
     expectLocksFree();
 }
 
-TEST(ChangeEvent, CalledBackAfterTheEndOfTheSubscription_IsDropped) {
-    // An event library that uses the callback record after the end of the subscription.
+TEST(ChangeEvent, AfterTheEndOfTheSubscription_IsDropped) {
     SampleDeployment deployment("recording");
     SysConfReader::Instance();
     void* const kept = support::lastUserData();
@@ -225,16 +223,7 @@ TEST(ChangeEvent, CalledBackAfterTheEndOfTheSubscription_IsDropped) {
     expectLocksFree();
 }
 
-TEST(ChangeEvent, AfterTheSubscriptionEnded_ReachesNobody) {
-    const Deployment deployment;
-    support::installEventLibrary("recording");
-    SysConfReader::Instance();
-    SysConfReader::Destory();
-    EXPECT_FALSE(support::subscribed());
-    EXPECT_EQ(support::eventLibraryCalls().finis, 1);
-}
-
-TEST(ChangeEvent, LibraryThrowsDuringTheReload_IsAnsweredAndNothingStaysLocked) {
+TEST(ChangeEvent, LibraryThrowsDuringTheReload_ReturnsMinusOneAndReleasesTheLocks) {
     Deployment deployment;
     support::installEventLibrary("recording");
     support::setInitResult(-1);
@@ -252,7 +241,7 @@ TEST(ChangeEvent, LibraryThrowsDuringTheReload_IsAnsweredAndNothingStaysLocked) 
     EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(2));
     EXPECT_TRUE(support::subscribed());
     expectLocksFree();
-    // Neither event is still under way for the destruction to wait for.
+    // Would hang if an event were still registered as running.
     SysConfReader::Destory();
     EXPECT_FALSE(support::subscribed());
 }
@@ -269,8 +258,8 @@ TEST(ChangeEvent, LibraryThrowsWhileTheReaderIsCreated_LeavesNoReader) {
     EXPECT_EQ(SysConfReader::Instance()->getLocalPort(), 4001);
 }
 
-/// Starts a delivery on another thread when the subscription has been made, which is during the
-/// first load. The load continues when the delivery is about to call back.
+/// Starts a delivery on another thread when the subscription has been made, which happens during
+/// the first load. The load continues when the delivery has begun.
 class DeliveryDuringTheLoad {
 public:
     DeliveryDuringTheLoad() {
@@ -287,7 +276,7 @@ public:
     DeliveryDuringTheLoad(const DeliveryDuringTheLoad&) = delete;
     DeliveryDuringTheLoad& operator=(const DeliveryDuringTheLoad&) = delete;
 
-    /// Waits for the delivery's end and returns its answer.
+    /// Waits for the delivery and returns its result.
     int finish() {
         support::setSubscribedHook(nullptr);
         if (m_thread.joinable()) {
@@ -302,7 +291,7 @@ private:
     std::thread m_thread;
 };
 
-/// Creates the instance of that class, with an event delivered during its first load.
+/// Creates an instance of that class; an event is delivered during its first load.
 template <typename Class>
 void expectAppliedAfterTheFirstLoad() {
     Deployment deployment;
@@ -314,7 +303,7 @@ void expectAppliedAfterTheFirstLoad() {
         const Class* created = Class::Instance();
         EXPECT_EQ(delivery.finish(), 0);
         EXPECT_EQ(Class::Instance(), created);
-        // Two loads of each reader, and no second instance of either.
+        // Two loads of each reader.
         EXPECT_EQ(support::openCount(deployment.appConfigPath()), 4U);
         EXPECT_EQ(support::openCount(deployment.managerNodeListPath()), 4U);
         SysConfReader::Destory();
@@ -330,10 +319,10 @@ TEST(ChangeEvent, DuringTheFirstLoadOfTheRoleReader_IsAppliedAfterIt) {
     expectAppliedAfterTheFirstLoad<SysConfReaderImpl>();
 }
 
-TEST(ChangeEvent, DuringALoadThatHasReadTheFilesAlready_ReadsThemAgain) {
+TEST(ChangeEvent, AfterALoadHasReadTheFiles_ReadsThemAgain) {
     SampleDeployment deployment("recording");
     DeliveryDuringTheLoad delivery;
-    // The files change when the load of the role reader is about to read the last of them.
+    // The files change before the role reader's load opens the last one.
     int opens = 0;
     support::setOpenHook([&](const std::string&) {
         if (++opens == 5) {
@@ -347,7 +336,7 @@ TEST(ChangeEvent, DuringALoadThatHasReadTheFilesAlready_ReadsThemAgain) {
     EXPECT_EQ(support::loadedValues(deployment), support::sampleLoadedValues(2));
 }
 
-TEST(ChangeEvent, FromWithinTheSubscription_NeitherHangsNorCreatesASecondReader) {
+TEST(ChangeEvent, DuringInit_NeitherHangsNorCreatesASecondReader) {
     SampleDeployment deployment("recording");
     int answer = -3;
     support::setSubscribedHook([&] { answer = support::deliver(kEvent); });
@@ -362,7 +351,7 @@ TEST(ChangeEvent, FromWithinTheSubscription_NeitherHangsNorCreatesASecondReader)
     SysConfReader::Destory();
 }
 
-TEST(ChangeEvent, FromWithinTheSubscriptionOfASecondRoleReader_IsAppliedToTheReaderThatLivesOn) {
+TEST(ChangeEvent, DuringInitOfASecondRoleReader_ReloadsTheExistingReader) {
     SampleDeployment deployment("recording");
     SysConfReader& reader = *SysConfReader::Instance();
     SysConfReaderImpl::Destory();
@@ -376,7 +365,7 @@ TEST(ChangeEvent, FromWithinTheSubscriptionOfASecondRoleReader_IsAppliedToTheRea
     expectLocksFree();
 }
 
-TEST(ChangeEvent, ThatDestroysTheReaders_DestroysThemWhenItIsApplied) {
+TEST(ChangeEvent, ThatDestroysTheReaders_DestroysThemAfterIt) {
     SampleDeployment deployment("recording");
     support::setInitResult(-1);
     SysConfReader* reader = SysConfReader::Instance();
@@ -402,9 +391,8 @@ TEST(ChangeEvent, ThatDestroysTheReaders_DestroysThemWhenItIsApplied) {
     EXPECT_EQ(support::openCount(deployment.appConfigPath()), 2U) << "both are new";
 }
 
-TEST(ChangeEvent, FromWithinALaterSubscription_BothLoadsGiveTheSameReader) {
-    // The role reader was refused; now the reader's first load subscribes it. The event needs a
-    // reader before that load has published its own.
+TEST(ChangeEvent, DuringInitInTheReadersFirstLoad_CreatesOneReader) {
+    // The event needs a reader before the load has published its own.
     SampleDeployment deployment("recording");
     support::setInitResult(-1);
     SysConfReaderImpl::Instance();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Events that are delivered while instances are destroyed and created, again and again. The event
-// library waits for running deliveries at the end of a subscription.
+// Events during destructions and creations of instances. At the end of a subscription the event
+// library waits for running deliveries.
 
 #include "SysConfReader.h"
 #include "SysConfReaderEvent.h"
@@ -25,7 +25,7 @@ using support::Deployment;
 constexpr int kRounds = 2000;
 constexpr int kFewerRounds = 1000;
 
-/// Runs `round` that often on one thread, and the others in a loop beside it until it is done.
+/// Repeats `round` on one thread, and each of the others on its own thread until `round` is done.
 template <typename Round, typename... Others>
 void runBeside(int rounds, Round round, Others... others) {
     std::atomic<bool> done{false};
@@ -56,7 +56,7 @@ protected:
         support::installEventLibrary("recording");
     }
 
-    /// Delivers an event the way that an event library does.
+    /// Delivers events like an event library.
     auto deliveries() {
         return [this] {
             const int answer = support::deliver();
@@ -65,7 +65,7 @@ protected:
         };
     }
 
-    /// Calls the callback for a subscription that may have ended long ago.
+    /// Calls the callback for a subscription that may have ended.
     auto lateCallbacks() {
         return [this] {
             void* userData = support::lastUserData();
@@ -74,7 +74,7 @@ protected:
         };
     }
 
-    /// Expects that all is in order, and that a new start finds its values.
+    /// Expects that no lock is held and that new instances load the values.
     void expectSound() {
         EXPECT_EQ(m_wrong, 0);
         EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(1));
@@ -122,7 +122,7 @@ TEST_F(EventsBesideDestruction, WhileQuestionsAreAsked_AnswersAreAlwaysRight) {
 }
 
 TEST_F(EventsBesideDestruction, OfTheRoleReaderWhileTheReaderReloads_LoseNoSubscriber) {
-    // The reader's loader asks a role reader to subscribe that may be on its way out.
+    // The reader's loader may ask a role reader to subscribe that is being destroyed.
     SysConfReader& reader = *SysConfReader::Instance();
     const auto reloads = [&] {
         reader.Reload();

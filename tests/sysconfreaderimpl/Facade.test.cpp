@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The published entry: its life, what it forwards to, what its destruction takes along.
+// The facade: creation, forwarding, and destruction together with the role reader.
 
 #include "SysConfReader.h"
 #include "SysConfReaderImpl.h"
@@ -37,7 +37,7 @@ TEST(Facade, Creation_ReadsNothing) {
     EXPECT_EQ(support::eventLibraryCalls().inits, 0);
 }
 
-TEST(Facade, FirstQuestion_CreatesAndLoadsTheRoleReader) {
+TEST(Facade, FirstQuery_CreatesAndLoadsTheRoleReader) {
     SampleDeployment deployment("recording");
     EXPECT_EQ(SysConfReader_i::Instance()->GetProductName(), "tenancy1");
     EXPECT_EQ(support::openCount(deployment.appConfigPath()), 1U);
@@ -46,7 +46,7 @@ TEST(Facade, FirstQuestion_CreatesAndLoadsTheRoleReader) {
     EXPECT_EQ(support::openCount(deployment.appConfigPath()), 1U);
 }
 
-TEST(Facade, Questions_AnswerAsTheRoleReader) {
+TEST(Facade, Queries_AnswerLikeTheRoleReader) {
     SampleDeployment deployment;
     const SysConfReader_i& facade = *SysConfReader_i::Instance();
     const SysConfReaderImpl& roles = *SysConfReaderImpl::Instance();
@@ -57,7 +57,7 @@ TEST(Facade, Questions_AnswerAsTheRoleReader) {
     EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(1));
 }
 
-TEST(Facade, Question_TakesTheRoleReadersReadLockAlone) {
+TEST(Facade, Query_AcquiresOnlyTheRoleReadersReadLock) {
     SampleDeployment deployment;
     const SysConfReader_i& facade = *SysConfReader_i::Instance();
     facade.GetProductName();
@@ -68,7 +68,7 @@ TEST(Facade, Question_TakesTheRoleReadersReadLockAlone) {
     EXPECT_EQ(support::lockCounts().unlock, 1U);
 }
 
-TEST(Facade, ReadersRoleQuestions_AreForwardedHere) {
+TEST(Facade, RoleQueriesOfTheReader_AreForwardedHere) {
     SampleDeployment deployment;
     const SysConfReader& reader = *SysConfReader::Instance();
     EXPECT_EQ(reader.GetMasterInternalServiceIP(), "20.1.1.1");
@@ -83,7 +83,7 @@ TEST(Facade, RoleReaderReloaded_AnswersTheNewValues) {
     EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(2));
 }
 
-TEST(Facade, RoleReaderDestoryed_QuestionCreatesANewOne) {
+TEST(Facade, RoleReaderDestroyed_QueryCreatesANewOne) {
     SampleDeployment deployment;
     SysConfReader_i* facade = SysConfReader_i::Instance();
     for (void (*destory)() : {&SysConfReaderImpl::Destory, &SysConfReader::Destory}) {
@@ -133,7 +133,7 @@ TEST(FacadeDestory, RoleReaderInUse_IsDestroyedAndUnsubscribed) {
     EXPECT_EQ(SysConfReader_i::Instance()->GetProductName(), "tenancy2");
 }
 
-TEST(FacadeDestory, RoleReader_GoesUnderTheFacadesLockAndItsOwn) {
+TEST(FacadeDestory, RoleReader_IsDestroyedWithTheFacadesLockAndItsOwn) {
     SampleDeployment deployment("recording");
     SysConfReader_i::Instance()->GetProductName();
     support::LockCounts held;
@@ -144,7 +144,7 @@ TEST(FacadeDestory, RoleReader_GoesUnderTheFacadesLockAndItsOwn) {
     EXPECT_EQ(support::locksHeldHere().write, 0U);
 }
 
-TEST(FacadeDestory, Reader_StaysAsItIs) {
+TEST(FacadeDestory, Reader_RemainsUnchanged) {
     SampleDeployment deployment;
     const SysConfReader* reader = SysConfReader::Instance();
     SysConfReader_i::Instance();

@@ -44,7 +44,7 @@ std::vector<std::string> answers() {
             roles.GetProductName()};
 }
 
-/// Never destroyed. Null: not in the process that checks.
+/// Never destroyed. Null in the process that does not check.
 const std::vector<std::string>* g_expected = nullptr;
 
 void checkAtTheEnd(int /*status*/, void* /*nothing*/) {
@@ -59,8 +59,8 @@ void registerFirst(int /*count*/, char** /*arguments*/, char** /*environment*/) 
     ::on_exit(&checkAtTheEnd, nullptr);
 }
 
-/// Registered before the dynamic loader registers the end of the shared libraries, and so run after
-/// it. Not by std::atexit, whose functions run at the end of the object that they are part of.
+/// Registers before the dynamic loader registers the destructors of the shared libraries, so that
+/// the handler runs after these. std::atexit would run it too early.
 [[gnu::section(".preinit_array"),
   gnu::used]] void (*const g_registerFirst)(int, char**, char**) = &registerFirst;
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The end of the process: in the middle of events, or because a destruction threw.
+// The end of the process during events, or because a destructor has thrown.
 
 #include "SysConfReader.h"
 #include "SysConfReaderEvent.h"
@@ -41,7 +41,7 @@ TEST(ProcessEnd, EventLibraryThrowsAtTheEndOfTheSubscription_EndsTheProcess) {
     EXPECT_EXIT(SysConfReader::Destory(), testing::KilledBySignal(SIGABRT), "on purpose");
 }
 
-TEST(ProcessEnd, RoleReaderCannotBeCreatedForTheFacadesEnd_EndsTheProcess) {
+TEST(ProcessEnd, RoleReaderCannotBeCreatedToDestroyTheFacade_EndsTheProcess) {
     const Deployment deployment;
     support::installEventLibrary("recording");
     SysConfReader_i::Instance();
@@ -49,18 +49,16 @@ TEST(ProcessEnd, RoleReaderCannotBeCreatedForTheFacadesEnd_EndsTheProcess) {
     EXPECT_EXIT(SysConfReader_i::Destory(), testing::KilledBySignal(SIGABRT), "on purpose");
 }
 
-TEST(ProcessEnd, InstancesLeftAlone_EndsAsItShould) {
+TEST(ProcessEnd, InstancesNotDestroyed_ExitsNormally) {
     SampleDeployment deployment("recording");
     SysConfReader::Instance();
     SysConfReader_i::Instance()->GetProductName();
-    // The subscription is not ended: the event library ends with the process.
     EXPECT_EXIT(std::exit(EXIT_SUCCESS), testing::ExitedWithCode(EXIT_SUCCESS), "");
 }
 
 [[noreturn]] void exitBesideEvents() {
     SysConfReader::Instance();
     std::atomic<int> applied{0};
-    // The thread runs until the process has ended.
     std::thread([&applied, roles = SysConfReaderImpl::Instance()] {
         for (;;) {
             applied += SysConfReaderEventProcessCB("SysConfigEvent", "", "", roles) == 0 ? 1 : 0;
@@ -71,7 +69,7 @@ TEST(ProcessEnd, InstancesLeftAlone_EndsAsItShould) {
     std::exit(EXIT_SUCCESS);
 }
 
-TEST(ProcessEnd, EventsThatGoOn_AreTurnedAway) {
+TEST(ProcessEnd, EventsDuringExit_AreRefused) {
     SampleDeployment deployment("recording");
     for (int round = 0; round < 20; ++round) {
         EXPECT_EXIT(exitBesideEvents(), testing::ExitedWithCode(EXIT_SUCCESS), "");
@@ -85,7 +83,7 @@ constexpr unsigned int kPatience = 60; // seconds
     std::exit(EXIT_SUCCESS);
 }
 
-/// Refused at first, so that the next load calls the event library again, which then calls `exit`.
+/// The first subscription is refused, so that the next load calls Init again, which calls `exit`.
 [[noreturn]] void exitInsideTheNextSubscription(const std::function<void()>& load,
                                                 const std::function<void()>& exit = exitHere) {
     ::alarm(kPatience);
@@ -97,7 +95,7 @@ constexpr unsigned int kPatience = 60; // seconds
     std::_Exit(EXIT_FAILURE);
 }
 
-TEST(ProcessEnd, ExitInsideAnEvent_DoesNotWaitForThatEvent) {
+TEST(ProcessEnd, ExitDuringAnEvent_DoesNotWaitForThatEvent) {
     SampleDeployment deployment("recording");
     EXPECT_EXIT(exitInsideTheNextSubscription([] {
                     SysConfReaderEventProcessCB("SysConfigEvent", "", "",
@@ -107,9 +105,7 @@ TEST(ProcessEnd, ExitInsideAnEvent_DoesNotWaitForThatEvent) {
 }
 
 TEST(ProcessEnd, ExitInASignalHandlerDuringAnEvent_DoesNotWaitForThatEvent) {
-    Deployment deployment;
-    writeGeneration(deployment, 1);
-    support::installEventLibrary("recording");
+    SampleDeployment deployment("recording");
     EXPECT_EXIT(exitInsideTheNextSubscription(
                     [] {
                         SysConfReaderEventProcessCB("SysConfigEvent", "", "",
@@ -122,7 +118,7 @@ TEST(ProcessEnd, ExitInASignalHandlerDuringAnEvent_DoesNotWaitForThatEvent) {
                 testing::ExitedWithCode(EXIT_SUCCESS), "");
 }
 
-TEST(ProcessEnd, ExitInsideALaterSubscription_DoesNotWaitForThatLoad) {
+TEST(ProcessEnd, ExitDuringALaterInit_DoesNotWaitForThatLoad) {
     SampleDeployment deployment("recording");
     EXPECT_EXIT(exitInsideTheNextSubscription([] { SysConfReader::Instance()->Reload(); }),
                 testing::ExitedWithCode(EXIT_SUCCESS), "");
@@ -146,7 +142,7 @@ TEST(ProcessEnd, ExitInsideALaterSubscription_DoesNotWaitForThatLoad) {
     std::exit(EXIT_SUCCESS);
 }
 
-TEST(ProcessEnd, EventThatHangs_IsNotWaitedForWithoutLimit) {
+TEST(ProcessEnd, EventThatHangs_IsWaitedForWithALimit) {
     SampleDeployment deployment("recording");
     EXPECT_EXIT(exitBesideAHungEvent(), testing::ExitedWithCode(EXIT_SUCCESS), "");
 }
@@ -154,8 +150,7 @@ TEST(ProcessEnd, EventThatHangs_IsNotWaitedForWithoutLimit) {
 
 Deployment* g_deployment = nullptr;
 
-/// Runs while the process exits. The readers still answer, which shows whether an event was
-/// applied.
+/// Runs during exit(). The readers still answer, which shows whether an event was applied.
 void exitAfterALateEvent() {
     writeGeneration(*g_deployment, 2);
     const int answer =
@@ -165,13 +160,13 @@ void exitAfterALateEvent() {
 }
 
 [[noreturn]] void exitWithALateEvent() {
-    // Registered before the library registers its own end, and so run after that.
+    // Registered before the library's own handler, so it runs after that.
     std::atexit(exitAfterALateEvent);
     SysConfReader::Instance();
     std::exit(EXIT_FAILURE);
 }
 
-TEST(ProcessEnd, EventAfterTheLibrarysOwnEnd_IsNotApplied) {
+TEST(ProcessEnd, EventAfterTheLibrarysExitHandler_IsNotApplied) {
     Deployment deployment;
     g_deployment = &deployment;
     writeGeneration(deployment, 1);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the role reader finds in its files: addresses, roles, tenancy.
+// The values of the role reader: addresses, roles, tenancy.
 
 #include "SysConfReader.h"
 #include "SysConfReaderImpl.h"
@@ -22,10 +22,10 @@ namespace {
 using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReaderImpl;
 using support::Deployment;
-using support::SampleDeployment;
 using support::jsonText;
 using support::LockedOpen;
 using support::opensWithLocks;
+using support::SampleDeployment;
 using support::setEnvironment;
 
 Json::Value parsed(const std::string& text) {
@@ -41,7 +41,7 @@ SysConfReaderImpl& freshRoles() {
     return *SysConfReaderImpl::Instance();
 }
 
-TEST(RoleReader, GoodFiles_AnswerAllFourQuestions) {
+TEST(RoleReader, GoodFiles_AnswerAllFourQueries) {
     SampleDeployment deployment;
     SysConfReaderImpl& roles = *SysConfReaderImpl::Instance();
     EXPECT_EQ(roles.GetLocalInternalServiceIP(), "10.1.1.2");
@@ -89,7 +89,7 @@ TEST(RoleReader, Reload_LoadsTheReaderFirstAndHoldsOneLockAtATime) {
     EXPECT_EQ(support::locksHeldHere().write, 0U);
 }
 
-TEST(RoleReader, Questions_CopyUnderTheReadLockAndOpenNoFile) {
+TEST(RoleReader, Queries_CopyWithTheReadLockAndOpenNoFile) {
     SampleDeployment deployment;
     const SysConfReaderImpl& roles = *SysConfReaderImpl::Instance();
     support::resetOpenCalls();
@@ -120,7 +120,7 @@ TEST(RoleReader, DestoryOfNothing_DoesNothing) {
     EXPECT_EQ(support::lockCounts().write, support::lockCounts().unlock);
 }
 
-TEST(RoleReader, Destoryed_LoadsAfreshAtTheNextUse) {
+TEST(RoleReader, Destroyed_LoadsAgainAtTheNextUse) {
     SampleDeployment deployment;
     SysConfReaderImpl::Instance();
     std::filesystem::remove(deployment.appConfigPath());
@@ -280,7 +280,7 @@ TEST(RoleReader, HostTypeAndDomainType_DecideTheRoleTogether) {
     }
 }
 
-TEST(RoleReader, SeveralCandidates_TheGreatestIdByBytesWins) {
+TEST(RoleReader, SeveralCandidates_GreatestIdByBytesWins) {
     SampleDeployment deployment;
     const Json::Value sample = support::sampleManagerNodeList(1);
     for (const auto& [first, second, winner] :
@@ -302,7 +302,7 @@ TEST(RoleReader, SeveralCandidates_TheGreatestIdByBytesWins) {
     }
 }
 
-TEST(RoleReader, OtherTenancies_TakeNoPart) {
+TEST(RoleReader, OtherTenancies_AreIgnored) {
     SampleDeployment deployment;
     Json::Value manager = support::sampleManagerNodeList(1);
     for (const char* role : {"m1", "m2"}) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a reload of the role reader replaces, step by step, when files or values have gone.
+// Which values a reload of the role reader replaces if files or values are missing now.
 
 #include "SysConfReader.h"
 #include "SysConfReaderImpl.h"
@@ -17,8 +17,8 @@ using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReaderImpl;
 using support::Answers;
 using support::Deployment;
-using support::SampleDeployment;
 using support::jsonText;
+using support::SampleDeployment;
 
 SysConfReaderImpl& loadGeneration(Deployment& deployment, int generation) {
     SysConfReaderImpl::Destory();
@@ -55,15 +55,15 @@ TEST(RoleReload, ReaderAbsent_IsCreated) {
     loadGeneration(deployment, 1);
     support::resetOpenCalls();
     SysConfReaderImpl::Instance()->Reload();
-    // Created, then reloaded; then the role reader's own load.
+    // The creation of the reader, its reload, and the reload of the role reader.
     EXPECT_EQ(support::openCount(deployment.appConfigPath()), 3U);
     support::resetOpenCalls();
     SysConfReader::Instance();
     EXPECT_EQ(support::openCount(deployment.appConfigPath()), 0U);
 }
 
-/// One change of the files of generation 2, and what a role reader of generation 1 answers after
-/// a reload. "" is empty, "1" and "2" are the sample answers of those generations.
+/// A change of the files of generation 2, and the answers after a reload of a role reader that has
+/// loaded generation 1. "1" and "2" stand for the sample answers of those generations.
 struct StepRow {
     const char* name;
     void (*change)(Json::Value& app, Json::Value& nodes, Json::Value& manager);
@@ -75,7 +75,7 @@ struct StepRow {
 
 const StepRow kRows[] = {
     {"nothing", [](auto&, auto&, auto&) {}, "2", "2", "2", "2"},
-    // The own node id: later steps use the old one.
+    // Without the own node id, later steps use the old one.
     {"processes an array", [](auto& app, auto&, auto&) { app["processes"] = array(); }, "10.2.1.2",
      "2", "2", "2"},
     {"own process a text", [](auto& app, auto&, auto&) { app["processes"]["p1"] = "text"; },
@@ -90,7 +90,7 @@ const StepRow kRows[] = {
      "", "", "", ""},
     {"nodeId unknown", [](auto& app, auto&, auto&) { app["processes"]["p1"]["nodeId"] = "x"; }, "",
      "", "", ""},
-    // The own address: the next step reads the list again.
+    // Without the own address. The next step reads the list again.
     {"nodeList an array", [](auto&, auto& nodes, auto&) { nodes["nodeList"] = array(); }, "1", "",
      "", "1"},
     {"own node an array", [](auto&, auto& nodes, auto&) { nodes["nodeList"]["node2"] = array(); },
@@ -104,7 +104,7 @@ const StepRow kRows[] = {
     {"addresses missing",
      [](auto&, auto& nodes, auto&) { nodes["nodeList"]["node2"].removeMember("IPAddresses"); }, "",
      "2", "2", "2"},
-    // The tenancy: the roles are looked for in the old one.
+    // Without the tenancy, the nodes of the old one are searched.
     {"tenancy an object",
      [](auto&, auto& nodes, auto&) {
          nodes["nodeList"]["node2"]["assignedToTenancy"] = Json::objectValue;
@@ -120,7 +120,7 @@ const StepRow kRows[] = {
          nodes["nodeList"]["node2"]["assignedToTenancy"] = Json::Value();
      },
      "2", "", "", ""},
-    // The roles. If no node is found, the old ids stay, and their addresses are looked up again.
+    // Without a master or standby, the old id remains, and its address is read again.
     {"manager list an array", [](auto&, auto&, auto& manager) { manager = array(); }, "2", "1", "1",
      "2"},
     {"manager's nodeList an array",
@@ -152,7 +152,7 @@ TEST(RoleReload, AnyStepWithoutItsValue_KeepsOrEmptiesItsOwnAnswer) {
         Json::Value app = support::sampleAppConfig(2);
         Json::Value nodes = support::sampleNodeList(2);
         Json::Value manager = support::sampleManagerNodeList(2);
-        // Roles of another id, so that an id that was kept finds nothing.
+        // Master and standby have other ids, so that an old id finds nothing.
         manager["nodeList"]["m3"] = manager["nodeList"]["m1"];
         manager["nodeList"]["m4"] = manager["nodeList"]["m2"];
         manager["nodeList"].removeMember("m1");
@@ -183,7 +183,7 @@ TEST(RoleReload, FileNotParsable_KeepsTheAnswersThatComeFromIt) {
     expected[0].second = "10.2.1.2"; // of "node1" in the new list
     EXPECT_EQ(reloadWith(deployment.appConfigPath()), expected);
 
-    // The new manager list has no node of the old tenancy: the ids stay, and are in the new list.
+    // The new manager list has no node of the old tenancy, so the ids remain.
     EXPECT_EQ(reloadWith(deployment.nodeListPath()), (Answers{{"localIP", "10.1.1.2"},
                                                               {"masterIP", "20.2.1.1"},
                                                               {"standbyIP", "20.2.2.1"},
@@ -195,7 +195,7 @@ TEST(RoleReload, FileNotParsable_KeepsTheAnswersThatComeFromIt) {
     EXPECT_EQ(reloadWith(deployment.managerNodeListPath()), expected);
 }
 
-TEST(RoleReload, NoMasterLeft_KeepsItsIdAndLooksUpTheAddressAgain) {
+TEST(RoleReload, NoMasterLeft_KeepsItsIdAndReadsItsAddress) {
     Deployment deployment;
     SysConfReaderImpl& roles = loadGeneration(deployment, 1);
     Json::Value manager = support::sampleManagerNodeList(1);
@@ -211,7 +211,6 @@ TEST(RoleReload, NoMasterLeft_KeepsItsIdAndLooksUpTheAddressAgain) {
     roles.Reload();
     EXPECT_EQ(roles.GetMasterInternalServiceIP(), "");
 
-    // The id was kept all the time.
     manager["nodeList"]["m1"]["IPAddresses"] =
         support::sampleManagerNodeList(3)["nodeList"]["m1"]["IPAddresses"];
     deployment.managerNodeList(jsonText(manager));
@@ -219,7 +218,7 @@ TEST(RoleReload, NoMasterLeft_KeepsItsIdAndLooksUpTheAddressAgain) {
     EXPECT_EQ(roles.GetMasterInternalServiceIP(), "20.3.1.1");
 }
 
-TEST(RoleReload, NoStandbyLeft_KeepsItsIdAndLooksUpTheAddressAgain) {
+TEST(RoleReload, NoStandbyLeft_KeepsItsIdAndReadsItsAddress) {
     Deployment deployment;
     SysConfReaderImpl& roles = loadGeneration(deployment, 1);
     Json::Value manager = support::sampleManagerNodeList(1);
@@ -261,7 +260,7 @@ TEST(RoleReload, WrongTypeBetweenTheRoles_KeepsTheRoleThatWasNotReached) {
     }
 }
 
-TEST(RoleReload, WrongTypeInANodeOfAnotherTenancy_IsNotLookedAt) {
+TEST(RoleReload, WrongTypeInANodeOfAnotherTenancy_IsIgnored) {
     SampleDeployment deployment;
     Json::Value manager = support::sampleManagerNodeList(1);
     manager["nodeList"]["a"]["assignedToTenancy"] = "another";
@@ -294,7 +293,7 @@ TEST(RoleReload, WrongTypeInTheStandbysAddresses_TakesTheMastersOnly) {
     EXPECT_EQ(roles.GetStandbyInternalServiceIP(), "20.1.2.1");
 }
 
-TEST(RoleReload, ReaderAlone_LeavesTheRolesAsTheyAre) {
+TEST(RoleReload, ReaderAlone_LeavesTheRolesUnchanged) {
     SampleDeployment deployment;
     SysConfReader::Instance();
     writeGeneration(deployment, 2);
@@ -302,8 +301,7 @@ TEST(RoleReload, ReaderAlone_LeavesTheRolesAsTheyAre) {
     EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(1));
 }
 
-/// The steps by themselves, in an order of the test's own: each reads its file and uses what the
-/// steps before it have left.
+/// The steps in another order: each reads its file and uses the values of the steps before it.
 TEST(RoleSteps, EachAlone_ChangesItsOwnAnswersOnly) {
     Deployment deployment;
     SysConfReaderImpl& roles = loadGeneration(deployment, 1);

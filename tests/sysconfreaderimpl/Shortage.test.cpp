@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Loads that a used-up resource or the storage cuts short, and the deliveries that make up for
-// them.
+// Incomplete loads because of a used-up resource or a failing disk, and the deliveries that
+// complete them.
 
 #include "SysConfReader.h"
 #include "SysConfReaderEvent.h"
@@ -29,7 +29,7 @@ using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReader_i;
 using Quarncommon::SysConfReaderImpl;
 
-/// Makes the n-th call of a kind (from 0) on a file fail, and notes whether there was such a call.
+/// Makes the n-th call of a kind (from 0) on a file fail, and records whether there was one.
 struct FailingCall {
     const char* name;
     std::function<void(const fs::path&, std::size_t which, bool& happened)> make;
@@ -70,7 +70,7 @@ protected:
         writeOld(1);
     }
 
-    /// Files whose time stamps are so old that each is read once, not twice.
+    /// Writes files with old time stamps, so that each is read only once.
     void writeOld(int generation) {
         writeGeneration(m_files, generation);
         for (const fs::path& path : paths()) {
@@ -86,7 +86,7 @@ protected:
         support::failOpens(path, [error](std::size_t) { return error; });
     }
 
-    /// Whether both readers have all values of a generation. Reads no file.
+    /// Whether both readers have all values of a generation. Opens no file.
     static bool whole(int generation) {
         SysConfReader& reader = *SysConfReader::Instance();
         const std::string number = std::to_string(generation);
@@ -101,7 +101,7 @@ protected:
     support::Deployment m_files;
 };
 
-TEST_F(Shortage, AtAnEvent_AnswersMinusOneAndTheNextDeliveryIsApplied) {
+TEST_F(Shortage, AtAnEvent_ReturnsMinusOneAndTheNextDeliveryIsApplied) {
     SysConfReader::Instance();
     int generation = 1;
     for (const fs::path& path : paths()) {
@@ -139,11 +139,11 @@ TEST_F(Shortage, AtAnyCallOfTheFirstUse_RequestsADeliveryIfSomethingIsMissing) {
             }
         }
     }
-    // Two readers open the app config file, the node list three times, the manager list twice.
+    // The app config file is opened twice, the node list three times, the manager list twice.
     EXPECT_GE(incomplete, 3 * 7);
 }
 
-TEST_F(Shortage, AtTheFirstUse_RequestNamesTheSubscriptionAndComesWithoutALock) {
+TEST_F(Shortage, AtTheFirstUse_RequestNamesTheSubscriptionAndHoldsNoLock) {
     support::LockCounts held{1, 1, 1};
     support::setRedeliverHook([&] { held = support::locksHeldHere(); });
     failAllOpens(m_files.appConfigPath(), ENFILE);
@@ -204,7 +204,7 @@ TEST_F(Shortage, InAForkedChild_RequestsNothingBeforeItSubscribes) {
     EXPECT_EXIT(requestsOfTheChild(), testing::ExitedWithCode(EXIT_SUCCESS), "");
 }
 
-TEST_F(Shortage, WithoutTheEntryPoint_LeavesTheAnswerOfTheEvent) {
+TEST_F(Shortage, WithoutTheEntryPoint_EventStillReturnsMinusOne) {
     support::installEventLibrary("without-redeliver");
     failAllOpens(m_files.appConfigPath(), EMFILE);
     SysConfReader& reader = *SysConfReader::Instance();
@@ -242,7 +242,7 @@ TEST_F(Shortage, OfTheHostsAddresses_RequestsADelivery) {
     EXPECT_EQ(requests(), before);
 }
 
-TEST_F(Shortage, FileThatIsMissingMalformedOrMistyped_IsNone) {
+TEST_F(Shortage, MissingMalformedOrMistypedFile_IsNoShortage) {
     const std::function<void(const fs::path&)> kFaults[] = {
         [](const fs::path& path) { fs::remove(path); },
         [](const fs::path& path) { support::writeFile(path, ""); },

@@ -34,7 +34,7 @@ using support::Deployment;
 using support::SampleDeployment;
 using support::setEnvironment;
 
-/// All that was done with the event library so far.
+/// The calls of the event library so far.
 struct Calls {
     int opens = 0;
     int closes = 0;
@@ -64,7 +64,7 @@ void (*const kSteps[])() = {
     [] { SysConfReader::Destory(); },
 };
 
-/// What is to have been done in all after each of the steps.
+/// The expected calls in all after each step.
 using Counts = std::array<int, std::size(kSteps)>;
 struct Course {
     Counts opens{};
@@ -73,7 +73,7 @@ struct Course {
     Counts finis{};
 };
 
-// A subscription is made once and ended once; each end opens the library a second time.
+// Each subscription is made and ended once; its end opens the library again.
 const Course kSubscribed = {
     .opens = {1, 1, 1, 1, 2, 3, 4},
     .closes = {0, 0, 0, 0, 1, 1, 2},
@@ -84,60 +84,58 @@ const Course kSubscribed = {
 // reader, two at a reload of the role reader.
 const Counts kEachLoad = {2, 3, 5, 7, 7, 9, 9};
 
-enum class Library { StaysLoaded, IsNotLoaded };
+constexpr int kRefused = -1;
 
-void expectCourse(const Course& course, Library library) {
+struct CourseRow {
+    const char* name;
+    const char* library; // null: none
+    int initResult;
+    Course course;
+    bool remainsLoaded;
+};
+
+void PrintTo(const CourseRow& row, std::ostream* stream) {
+    *stream << row.name;
+}
+
+const CourseRow kCourses[] = {
+    {"Accepts", "recording", 0, kSubscribed, true},
+    {"AcceptsWithAPositiveNumber", "recording", 17, kSubscribed, true},
+    {"Refuses", "recording", kRefused, {.opens = kEachLoad, .inits = kEachLoad}, true},
+    {"RefusesWithTheSmallestNumber",
+     "recording",
+     std::numeric_limits<int>::min(),
+     {.opens = kEachLoad, .inits = kEachLoad},
+     true},
+    {"HasNoInit", "without-init", 0, {.opens = kEachLoad, .closes = kEachLoad}, false},
+    {"HasNoFini",
+     "without-fini",
+     0,
+     {.opens = kSubscribed.opens, .closes = kSubscribed.closes, .inits = kSubscribed.inits},
+     true},
+    {"IsAbsent", nullptr, 0, {.opens = kEachLoad}, false},
+};
+
+class EventLibraryThat : public testing::TestWithParam<CourseRow> {};
+
+TEST_P(EventLibraryThat, IsCalledAtTheseSteps) {
+    const auto& [name, library, initResult, course, remainsLoaded] = GetParam();
     const Deployment deployment;
-    EXPECT_EQ(calls(), Calls());
+    if (library != nullptr) {
+        support::installEventLibrary(library);
+    }
+    support::setInitResult(initResult);
     for (std::size_t step = 0; step < std::size(kSteps); ++step) {
         SCOPED_TRACE(testing::Message() << "step " << step + 1);
         kSteps[step]();
         EXPECT_EQ(calls(), (Calls{course.opens[step], course.closes[step], course.inits[step],
                                   course.finis[step]}));
-        EXPECT_EQ(support::eventLibraryLoaded(), library == Library::StaysLoaded);
+        EXPECT_EQ(support::eventLibraryLoaded(), remainsLoaded);
     }
 }
 
-constexpr int kRefused = -1;
-
-TEST(EventLibrary, Subscribing_IsCalledOnceAndStaysLoaded) {
-    support::installEventLibrary("recording");
-    expectCourse(kSubscribed, Library::StaysLoaded);
-}
-
-TEST(EventLibrary, AnsweringPositively_IsCalledOnceAndStaysLoaded) {
-    support::installEventLibrary("recording");
-    support::setInitResult(17);
-    expectCourse(kSubscribed, Library::StaysLoaded);
-}
-
-TEST(EventLibrary, Refusing_IsTriedAtEachLoadAndStaysLoaded) {
-    support::installEventLibrary("recording");
-    support::setInitResult(kRefused);
-    expectCourse({.opens = kEachLoad, .inits = kEachLoad}, Library::StaysLoaded);
-}
-
-TEST(EventLibrary, RefusingWithTheSmallestNumber_IsTriedAtEachLoad) {
-    support::installEventLibrary("recording");
-    support::setInitResult(std::numeric_limits<int>::min());
-    expectCourse({.opens = kEachLoad, .inits = kEachLoad}, Library::StaysLoaded);
-}
-
-TEST(EventLibrary, WithoutInit_IsClosedAtOnceAndTriedAtEachLoad) {
-    support::installEventLibrary("without-init");
-    expectCourse({.opens = kEachLoad, .closes = kEachLoad}, Library::IsNotLoaded);
-}
-
-TEST(EventLibrary, WithoutFini_IsOpenedAndClosedAtTheEnd) {
-    support::installEventLibrary("without-fini");
-    Course course = kSubscribed;
-    course.finis = {};
-    expectCourse(course, Library::StaysLoaded);
-}
-
-TEST(EventLibrary, Absent_IsLookedForAtEachLoad) {
-    expectCourse({.opens = kEachLoad}, Library::IsNotLoaded);
-}
+INSTANTIATE_TEST_SUITE_P(Of, EventLibraryThat, testing::ValuesIn(kCourses),
+                         [](const auto& row) { return row.param.name; });
 
 TEST(EventLibrary, RoleReaderAlone_TriesOnce) {
     const Deployment deployment;
@@ -184,7 +182,7 @@ const UnusableRow kUnusable[] = {
     {"of another system", changedHeader(EI_OSABI, static_cast<char>(ELFOSABI_SOLARIS))},
     {"that is only compiled", changedHeader(EI_NIDENT, ET_REL)},
     {"that is a core dump", changedHeader(EI_NIDENT, ET_CORE)},
-    {"that ends in its header",
+    {"that is cut short in its header",
      [] {
          support::writeFile(installedLibrary(), "\x7f"
                                                 "ELF");
@@ -198,7 +196,7 @@ const UnusableRow kUnusable[] = {
     {"that is a device", [] { fs::create_symlink("/dev/null", installedLibrary()); }},
 };
 
-TEST(EventLibrary, OneThatCannotBeLoaded_IsTriedAtEachLoadWithoutEffect) {
+TEST(EventLibrary, CannotBeLoaded_IsTriedAtEachLoadWithoutEffect) {
     SampleDeployment deployment;
     for (const UnusableRow& row : kUnusable) {
         SCOPED_TRACE(row.name);
@@ -221,17 +219,20 @@ TEST(EventLibrary, OneThatCannotBeLoaded_IsTriedAtEachLoadWithoutEffect) {
     EXPECT_TRUE(support::subscribed());
 }
 
-TEST(EventLibrary, UnloadingItself_IsLoadedAgainForTheEndOfTheSubscription) {
-    SampleDeployment deployment("recording");
-    SysConfReader::Instance();
-    ASSERT_TRUE(support::eventLibraryLoaded());
-    // As the library could on its own thread: takes one more reference and drops both.
+/// As the library could do: adds a reference to itself and releases both.
+void unloadEventLibrary() {
     void* library = ::dlopen("libeventcbutil.so", RTLD_LAZY | RTLD_NOLOAD);
     ASSERT_NE(library, nullptr);
     ::dlclose(library);
     ::dlclose(library);
     ASSERT_FALSE(support::eventLibraryLoaded());
+}
 
+TEST(EventLibrary, UnloadsItself_IsLoadedAgainForTheEndOfTheSubscription) {
+    SampleDeployment deployment("recording");
+    SysConfReader::Instance();
+    ASSERT_TRUE(support::eventLibraryLoaded());
+    unloadEventLibrary();
     writeGeneration(deployment, 2);
     SysConfReaderImpl::Instance()->Reload();
     EXPECT_EQ(SysConfReader::Instance()->getLocalPort(), 4002);
@@ -243,14 +244,11 @@ TEST(EventLibrary, UnloadingItself_IsLoadedAgainForTheEndOfTheSubscription) {
     EXPECT_EQ(support::deliver(), 0);
 }
 
-TEST(EventLibrary, UnloadingItselfAndDeleted_LeavesNothingToEnd) {
+TEST(EventLibrary, UnloadsItselfAndIsDeleted_FiniIsNotCalled) {
     const Deployment deployment;
     support::installEventLibrary("recording");
     SysConfReader::Instance();
-    void* library = ::dlopen("libeventcbutil.so", RTLD_LAZY | RTLD_NOLOAD);
-    ASSERT_NE(library, nullptr);
-    ::dlclose(library);
-    ::dlclose(library);
+    unloadEventLibrary();
     fs::remove(installedLibrary());
     SysConfReader::Destory();
     EXPECT_EQ(support::eventLibraryCalls().finis, 0);
@@ -278,7 +276,7 @@ TEST(EventLibrary, Subscription_NamesTheEventAndTheRoleReader) {
     EXPECT_EQ(support::eventLibraryCalls().lastEventName, "SysConfigEvent");
     EXPECT_EQ(support::eventLibraryCalls().lastSecond, "");
     EXPECT_EQ(support::lastUserData(), SysConfReaderImpl::Instance());
-    // The callback is the published one: it refuses what that refuses.
+    // The callback is the exported one: it refuses the same events.
     EXPECT_EQ(support::deliver("SysConfigEvent"), 0);
     EXPECT_EQ(support::deliver("another event"), -1);
 }
@@ -320,7 +318,7 @@ TEST(EventLibrary, AcceptsAfterARefusal_IsSubscribedOnceAndEnded) {
     EXPECT_EQ(calls(), (Calls{3, 1, 2, 1}));
 }
 
-TEST(EventLibrary, Throwing_IsNotSubscribedToAndTriedAgain) {
+TEST(EventLibrary, Throws_IsNotSubscribedToAndTriedAgain) {
     const Deployment deployment;
     support::installEventLibrary("recording");
     support::setInitThrows(true);
@@ -336,7 +334,7 @@ TEST(EventLibrary, Throwing_IsNotSubscribedToAndTriedAgain) {
     EXPECT_EQ(calls(), (Calls{5, 0, 5, 0}));
 }
 
-TEST(EventLibrary, ThrowingAtAReload_LeavesTheRoleReaderAsItWas) {
+TEST(EventLibrary, ThrowsAtAReload_LeavesTheRoleReaderUnchanged) {
     const Deployment deployment;
     support::installEventLibrary("recording");
     support::setInitResult(kRefused);
@@ -349,14 +347,14 @@ TEST(EventLibrary, ThrowingAtAReload_LeavesTheRoleReaderAsItWas) {
     EXPECT_EQ(support::eventLibraryCalls().finis, 0);
 }
 
-TEST(EventLibrary, CannotBeOpenedAtTheEnd_SubscriptionIsLeftStanding) {
+TEST(EventLibrary, CannotBeOpenedAtTheEnd_SubscriptionRemains) {
     const Deployment deployment;
     support::installEventLibrary("recording");
     SysConfReaderImpl::Instance();
     support::failLibraryOpens(true);
     SysConfReaderImpl::Destory();
     EXPECT_EQ(calls(), (Calls{2, 0, 1, 0}));
-    // What is delivered now finds no role reader; the next one subscribes like any other.
+    // A delivery finds no role reader now. The next role reader subscribes as usual.
     EXPECT_EQ(support::deliver(), 0);
     support::failLibraryOpens(false);
     SysConfReaderImpl::Instance();
@@ -364,7 +362,7 @@ TEST(EventLibrary, CannotBeOpenedAtTheEnd_SubscriptionIsLeftStanding) {
     EXPECT_EQ(calls(), (Calls{4, 1, 2, 1}));
 }
 
-TEST(EventLibrary, CannotBeClosed_SubscriptionEndsAndTheNextOneStands) {
+TEST(EventLibrary, CannotBeClosed_SubscriptionEndsAndTheNextOneIsMade) {
     const Deployment deployment;
     support::installEventLibrary("recording");
     support::failLibraryCloses(true);
@@ -446,7 +444,7 @@ TEST(EventSwitches, ClearedLater_SubscribeAtTheNextLoad) {
     EXPECT_EQ(calls(), (Calls{1, 0, 1, 0}));
 }
 
-TEST(EventSwitches, SetAfterTheSubscription_LeaveItStanding) {
+TEST(EventSwitches, SetAfterTheSubscription_SubscriptionRemains) {
     const Deployment deployment;
     support::installEventLibrary("recording");
     for (const SwitchRow& row : kSwitchRows) {
@@ -461,13 +459,13 @@ TEST(EventSwitches, SetAfterTheSubscription_LeaveItStanding) {
         SysConfReader::Destory();
         EXPECT_EQ(calls(), before);
         EXPECT_TRUE(support::subscribed());
-        // What is delivered now finds no role reader, and nothing happens.
+        // A delivery finds no role reader now, and does nothing.
         EXPECT_EQ(support::deliver(), 0);
         EXPECT_EQ(calls(), before);
     }
 }
 
-TEST(GetDLLName, AnyName_IsFramed) {
+TEST(GetDLLName, AnyName_GetsPrefixAndSuffix) {
     const Deployment deployment;
     const SysConfReaderImpl& roles = *SysConfReaderImpl::Instance();
     EXPECT_EQ(roles.GetDLLName("eventcbutil"), "libeventcbutil.so");
