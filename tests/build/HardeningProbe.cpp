@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Careless functions: the calls in the compiled code show which checks the compiler adds. Nobody
-// runs them.
+// Unsafe functions, which are compiled but never run: their code shows the checks that the compiler
+// adds.
 
 #include <cstdlib>
 #include <cstring>

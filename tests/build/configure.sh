@@ -19,7 +19,7 @@ fail() {
   exit 1
 }
 
-# linked: the programs and libraries that a build would make.
+# linked: lists the programs and libraries that a build would create.
 linked() {
   ninja -C "$work/build" -n -v | sed -nE 's/.* -o ([^ ]*\/)?([^ /]*) .*/\2/p' | grep -v '\.o$' | sort
 }
@@ -29,7 +29,7 @@ plain() {
   diff <(linked) <(printf '%s\n' libeventcbutil.so libsysconfreader.so sysconfctl)
 }
 
-# reports TEXT: in the output, of which lines may be broken anywhere.
+# reports TEXT: the output contains TEXT, apart from line breaks.
 reports() {
   tr -s '[:space:]' ' ' <"$work/log" | grep -F "$1" || fail "does not report: $1"
 }

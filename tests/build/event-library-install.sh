@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# event-library-install.sh CMAKE BUILD: checks which files the component of the event library installs,
-# and that the component of the platform libraries does not install them.
+# event-library-install.sh CMAKE BUILD: checks which files the components of the event library and of
+# the platform libraries install.
 set -euo pipefail
 export LC_ALL=C
 

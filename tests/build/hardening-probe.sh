@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# hardening-probe.sh LIBRARY 2|3|unoptimised: code that is built like the project's own checks its
-# stack before it returns, indices into containers and, if it is optimised, the buffers that it copies
-# into: at level 3 also those whose size is known only at run time.
+# hardening-probe.sh LIBRARY 2|3|unoptimised: code that is built with the project's options checks the
+# stack before a return, indices into containers and, if it is optimised, the size of buffers; at level
+# 3 also of buffers whose size is known only at run time.
 set -euo pipefail
 
 library=$1

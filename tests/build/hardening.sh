@@ -30,8 +30,7 @@ check_memory() {
   grep -qw __stack_chk_fail <<<"$imports" || fail "no stack protector"
 }
 
-# Out-of-range accesses to standard containers end the process. In the tool the
-# compiler may have none left to check.
+# Out-of-range accesses to standard containers end the process. The tool may have none to check.
 check_assertions() {
   case $(basename "$file") in
   libsysconfreader.so | libeventcbutil.so)
@@ -49,12 +48,12 @@ check_frames() {
   steps=$(grep -oE 'sub +\$0x[0-9a-f]{4,7},%rsp' <<<"$code" | grep -v '\$0x1000,' || true)
   [[ -z $steps ]] || fail "frames of more than a page: $steps"
   probes=$(grep -A1 -E 'sub +\$0x1000,%rsp' <<<"$code" | grep -cE '(or|mov)q +\$0x0,\(%rsp\)' || true)
-  # Reading the kernel's notices takes a buffer of several pages.
+  # Reading inotify events needs a buffer of several pages.
   [[ $(basename "$file") != libeventcbutil.so || $probes -gt 0 ]] || fail "no stack probes"
 }
 
-# Libraries are searched for only beside the file itself: not in folders of the build, nor in the
-# current one, which is what an empty entry means.
+# Libraries are searched only relative to the file: not in folders of the build, and not in the current
+# folder, which an empty entry means.
 check_search_path() {
   local found expected=
   case $(basename "$file") in

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# platform-switch.sh SOURCE BUILD TOOL: installs the stand-ins of BUILD to a prefix as a platform would,
-# builds the library and the parts of the tool that depend on it against that prefix with
-# SYSCONFREADER_PLATFORM=system, compares the tool's output for every sample with both libraries, and
-# builds programs with the installed library.
+# platform-switch.sh SOURCE BUILD TOOL: installs the bundled libraries of BUILD to a prefix like a
+# platform, builds the library and parts of the tool against them with SYSCONFREADER_PLATFORM=system,
+# compares the tool's output for every sample with both libraries, and builds programs with the
+# installed library.
 set -euo pipefail
 
 source=$1
@@ -43,7 +43,7 @@ if find "$work/build" -name 'libquarn*' -o -name 'libeventcbutil*' | grep .; the
   exit 1
 fi
 
-# with_other COMMAND...: runs it with the library that was built here.
+# with_other COMMAND...: runs it with this library.
 with_other() {
   LD_LIBRARY_PATH=$work/build/src:$work/prefix/lib "$@"
 }
@@ -60,7 +60,7 @@ done
 echo "compared $compared samples"
 [[ $compared -gt 0 ]]
 
-# Programs that are linked with it need not know of the platform's libraries.
+# Programs need not be linked with the platform's libraries.
 for component in library development; do
   "$cmake" --install "$work/build" --component "$component" --prefix "$work/installed" >/dev/null
 done

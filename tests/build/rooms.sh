@@ -47,7 +47,7 @@ if ((checked < 50)); then
   status=1
 fi
 
-# "FOLDER/NAME" without ending, once per pair of header and source; then the names that are left twice.
+# "FOLDER/NAME" without ending, once per pair of header and source; then the repeated names.
 repeated=$(find src platform tools -type f ! -name CMakeLists.txt |
   sed -E 's,\.[^./]*$,,' | sort -u | sed 's,.*/,,' | sort | uniq -d)
 for name in $repeated; do

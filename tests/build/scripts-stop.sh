@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# scripts-stop.sh SOURCE: runs the scripts that install packages on a machine that seems to have none of
-# them, and sees that they say why they stop and what to install.
+# scripts-stop.sh SOURCE: runs the scripts that need packages as if none were installed, and checks that
+# they print why they stop and what to install.
 set -euo pipefail
 
 source=$1
@@ -12,13 +12,13 @@ for command in basename bash dirname env sed tail timeout; do
   ln -s "$(command -v "$command")" "$bin/$command"
 done
 
-# stub NAME COMMAND...: what the scripts run under that name.
+# stub NAME COMMAND...: replaces a command for the scripts.
 stub() {
   printf '#!/bin/sh\n%s\n' "${*:2}" >"$bin/$1"
   chmod +x "$bin/$1"
 }
 
-# stops SCRIPT TEXT OPTION...: the script fails, and says TEXT and how to install what is missing.
+# stops SCRIPT TEXT OPTION...: the script fails and prints TEXT and how to install the packages.
 stops() {
   local script=$1 text=$2 output
   shift 2

@@ -93,7 +93,7 @@ std::vector<std::pair<Arguments, Outputs>> calls(Takes takes, const Questions& q
     return all;
 }
 
-/// The names of up to two databases, and one that does not exist.
+/// The names of up to two databases, and of one that does not exist.
 template <typename Reader>
 std::vector<std::string> someDatabases(Reader& reader) {
     std::map<std::string, Json::Value> all;
@@ -117,7 +117,7 @@ std::string label(const char* name, const Arguments& with) {
     return all;
 }
 
-/// Asks each query that reads nothing, and each that reads one of `reads`.
+/// Calls each query that reads nothing, and each that reads one of `reads`.
 template <typename Reader, typename Roles>
 Answers ask(Reader& reader, const Roles& roles, const std::set<Reads>& reads,
             const Questions& questions) {
@@ -125,7 +125,7 @@ Answers ask(Reader& reader, const Roles& roles, const std::set<Reads>& reads,
     const std::vector<std::string> databases = someDatabases(reader);
     for (const queries::Query<Reader>& query : queries::all<Reader>()) {
         const std::string name = query.name;
-        // These two show which nodes a load found.
+        // These two show which nodes a load has found.
         const bool always = query.reads == Reads::Nothing || name == "getLocalMaintenanceIP" ||
                             name == "getLocalNorthIP";
         if (!always && !reads.contains(query.reads)) {
@@ -236,7 +236,7 @@ std::string difference(const files::Texts& before, const files::Texts& texts,
     if (answers != nullptr) {
         *answers = expected;
     }
-    // Leaves nothing for the next comparison.
+    // The next comparison starts without an instance.
     SysConfReader::Destory();
     files::write(before);
     return all + heldLocks();

@@ -12,7 +12,7 @@
 /// Compares the library with NaiveReader.
 namespace comparison {
 
-/// What the queries are asked with.
+/// The arguments of the queries.
 struct Questions {
     std::set<std::string> tags;
     std::set<std::string> prefixes{"northbound", "southbound", "", "s", "North"};
@@ -28,23 +28,22 @@ struct Questions {
 /// Common tags and a few strings of the texts.
 Questions questionsFor(const files::Texts& texts);
 
-/// Query, with its arguments, and answer.
+/// Queries with their arguments, and the answers.
 using Answers = std::vector<std::pair<std::string, std::string>>;
 
-/// Compares the answers after a first load of `texts`, asked twice, and what a reload of `texts`
-/// over `before` loads. Each query that reads nothing is asked, and each that reads one of `reads`.
-/// Returns the first difference, "" if there is none. Also expects that no lock stays held.
+/// Compares the answers after a first load of `texts`, twice, and after a reload of `texts` over
+/// `before`. Calls each query that reads nothing, and each that reads one of `reads`. Returns the
+/// first difference, "" if there is none. Also expects that no lock remains held.
 std::string difference(const files::Texts& before, const files::Texts& texts,
                        const std::set<queries::Reads>& reads, const Questions& questions,
                        Answers* answers = nullptr);
 
-/// Loads `texts`, then writes each of `lists` to both node lists in turn, the first one again at
-/// the end, and asks for each between one and eight times what reads a list. Nothing is reloaded.
-/// Returns the first difference, "" if there is none.
+/// Loads `texts`, then writes each of `lists` to both node lists, at the end the first one again.
+/// Calls the queries that read a list one to eight times for each, without a reload. Returns the
+/// first difference, "" if there is none.
 std::string differenceInTurn(const files::Texts& texts, const std::vector<std::string>& lists);
 
-/// The same as `difference` for a fuzz target; aborts the process with a message if there is a
-/// difference.
+/// Aborts the process with a message if there is a difference. For fuzz targets.
 void requireSame(const files::Texts& before, const files::Texts& texts, queries::Reads reads);
 
 } // namespace comparison

@@ -19,7 +19,7 @@ void require(bool done, const char* what) {
     }
 }
 
-/// A file that stays open, so that rewriting it takes two system calls.
+/// A file that remains open, so that rewriting it takes two system calls.
 class File {
 public:
     explicit File(const std::filesystem::path& path) {

@@ -3,8 +3,8 @@
 
 #include <string>
 
-/// The library's three files in a folder of this process, and the environment that names them. The
-/// folder is created in `TMPDIR` on first use and removed when the process exits.
+/// The library's three files in a folder of this process. The folder is created in `TMPDIR` on
+/// first use and removed when the process exits.
 namespace files {
 
 struct Texts {
@@ -15,7 +15,6 @@ struct Texts {
 
 inline constexpr const char* kInstanceId = "p1";
 
-/// Replaces the contents of the files.
 void write(const Texts& texts);
 
 /// Sets all variables for the process "p1" and these files, without events.

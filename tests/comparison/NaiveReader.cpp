@@ -5,7 +5,7 @@
 
 namespace {
 
-/// A step of a load, if the file parses. The first value of the wrong type ends the step.
+/// Runs a step of a load if the file parses. The first value of the wrong type ends the step.
 void attempt(naive::File file, const std::function<void(Json::Value&)>& step) {
     try {
         if (file) {
@@ -32,7 +32,7 @@ void NaiveReader::Reload() {
             loadNodeList(std::move(*nodeList));
         }
     } catch (const Json::Exception&) {
-        // The values that were assigned before the one of the wrong type stay.
+        // The values before the one of the wrong type remain assigned.
     }
     loadRoles();
 }

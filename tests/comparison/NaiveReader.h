@@ -9,12 +9,11 @@
 #include <set>
 #include <string>
 
-/// The library's two classes in one, written as literally as the rules: how they load, and what
-/// they answer afterwards. The operations have the library's names. Takes no lock and has no
-/// events.
+/// A literal implementation of the library's two classes in one, without locks and events. The
+/// operations have the library's names.
 class NaiveReader {
 public:
-    /// Reads and parses a file. Called as often as the library reads that file.
+    /// Reads and parses a file. Called whenever the library would read that file.
     using Read = std::function<naive::File()>;
     struct Sources {
         Read appConfig;

@@ -9,12 +9,11 @@
 #include <set>
 #include <string>
 
-/// The rules of every query, written as literally as possible and without a line of the library:
-/// with jsoncpp's own look-ups, a thousand keys in a map, and texts joined slot by slot. Do not
-/// optimise them: the benchmarks measure the library against them.
+/// A literal implementation of every query's rules, without code of the library. Do not optimise
+/// it: the benchmarks compare the library with it.
 namespace naive {
 
-/// The parsed file, or nothing if it does not parse. The rules modify their copy.
+/// The parsed file, or nothing. The rules modify their copy.
 using File = std::optional<Json::Value>;
 
 std::string localIPByUsage(File nodeList, const std::string& nodeId, const std::string& floatNodeId,

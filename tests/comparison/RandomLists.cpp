@@ -85,7 +85,7 @@ Json::Value RandomLists::list() {
         const std::string id = nodeId();
         nodes[id] = perhapsMistyped(node());
     }
-    // The node that the queries ask for is nearly always there.
+    // The node of the queries is nearly always listed.
     if (!oneIn(10)) {
         nodes["n1"] = perhapsMistyped(node());
     }
@@ -191,7 +191,7 @@ std::string RandomLists::tag() {
         return someCapitals("northbound" + anyOf(kNumbers));
     case 2:
     case 3:
-        // Lists without any southbound tag must be frequent, too.
+        // Lists without a southbound tag must be frequent too.
         return oneIn(3) ? someCapitals("southbound" + anyOf(kNumbers))
                         : someCapitals("s" + anyOf(kNumbers));
     default:

@@ -15,20 +15,20 @@ class RandomLists {
 public:
     explicit RandomLists(std::uint64_t seed) : m_random(seed) {}
 
-    /// A whole document, as a node list or manager node list holds it.
+    /// A complete node list or manager node list.
     Json::Value list();
     /// The address entries of a node.
     Json::Value addresses();
 
-    /// Ids, tags and the like, as they occur in the lists.
+    /// Ids, tags and other texts that occur in the lists.
     std::string nodeId();
     std::string askedNodeId() { return oneIn(3) ? nodeId() : "n1"; }
     std::string tag();
-    /// One that is likely to be there.
+    /// A tag that is probably in the list.
     std::string askedTag();
     std::set<std::string> tags();
     std::string address();
-    /// A key that the caller of getLocalNodeIPs may have in its map.
+    /// A key that is in the map of a caller of getLocalNodeIPs.
     std::string callersKey();
     int callersNumber();
     std::string prefix();
@@ -53,7 +53,7 @@ private:
     std::string someCapitals(std::string text);
 
     std::mt19937_64 m_random;
-    /// One value in so many has the wrong type; 0 for none.
+    /// One value in this number has the wrong type; 0 for none.
     unsigned int m_mistypedOneIn = 0;
 };
 

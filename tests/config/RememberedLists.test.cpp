@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Queries of lists whose last text is remembered: whatever changes the bytes of a file, the next
-// query answers from the new ones.
+// Queries of remembered lists: after any change of a file, the next query answers from the new
+// bytes.
 
 #include "SysConfReader.h"
 #include "support/Deployment.h"
@@ -27,8 +27,7 @@
 
 namespace {
 
-/// Added to the time of day, so that a file seems to have been written some time ago: reading it
-/// once is then enough.
+/// Added to the time of day. A file that seems old is read only once.
 std::atomic<time_t> g_later{0};
 
 } // namespace
@@ -47,19 +46,18 @@ using Quarncommon::SysConfReader;
 using support::Deployment;
 using support::rounds;
 
-/// After so many queries of one text, its parse has reached the form in which it stays.
+/// After this number of queries of one text, its parse has its final form.
 constexpr int kQueriesUntilKept = 8;
 
 constexpr const char* kAppConfig = R"({"processes":{"p1":{"nodeId":"n1"}}})";
 
-/// All addresses have the same length, and so have all lists with the same number of nodes.
+/// All addresses have the same length, so lists with the same number of nodes have it too.
 std::string address(int number) {
     const std::string block = std::to_string(100 + number / 100);
     return "10." + block + "." + std::to_string(100 + number % 100) + ".1";
 }
 
-/// A list of the node "n1", whose service address it is, and of so many others, before and after
-/// it.
+/// A list of the node "n1" with that service address, and of other nodes before and after it.
 std::string listOf(int number, int others = 30) {
     const auto node = [&](const std::string& id) {
         return "\n    \"" + id + R"(": {"IPAddresses": [{"usage": ["service", "float"], "IP": ")" +
@@ -104,8 +102,8 @@ protected:
     SysConfReader* reader = nullptr;
 };
 
-TEST_F(RememberedLists, StoredThroughAMapping_NewBytesAnswer) {
-    // Such a store may leave the time stamps as they are for half a minute.
+TEST_F(RememberedLists, StoredThroughAMapping_AnswersFromTheNewBytes) {
+    // Such a store may change the time stamps only after half a minute.
     g_later = 3600;
     const std::string list = listOf(0);
     const int file = ::open(path().c_str(), O_RDWR | O_CLOEXEC);
@@ -123,7 +121,7 @@ TEST_F(RememberedLists, StoredThroughAMapping_NewBytesAnswer) {
     ::munmap(mapped, list.size());
 }
 
-TEST_F(RememberedLists, WrittenInPlaceWithinOneTickOfTheClock_NewBytesAnswer) {
+TEST_F(RememberedLists, WrittenInPlaceWithinOneTickOfTheClock_AnswersFromTheNewBytes) {
     for (int round = 1; round <= rounds(400); ++round) {
         overwrite(listOf(round));
         expectAnswer(round);
@@ -131,8 +129,8 @@ TEST_F(RememberedLists, WrittenInPlaceWithinOneTickOfTheClock_NewBytesAnswer) {
     }
 }
 
-TEST_F(RememberedLists, OneByteDiffersAtTheEnd_NewBytesAnswer) {
-    // Longer than what is read and compared at once.
+TEST_F(RememberedLists, OneByteDiffersAtTheEnd_AnswersFromTheNewBytes) {
+    // Longer than the pieces that are read and compared.
     std::string text = listOf(1, 600);
     ASSERT_GT(text.size(), 100'000U);
     deployment.nodeList(text);
@@ -144,7 +142,7 @@ TEST_F(RememberedLists, OneByteDiffersAtTheEnd_NewBytesAnswer) {
     }
 }
 
-TEST_F(RememberedLists, ReplacedByAFileOfTheSameSizeAndTime_NewBytesAnswer) {
+TEST_F(RememberedLists, ReplacedByAFileOfTheSameSizeAndTime_AnswersFromTheNewBytes) {
     g_later = 3600;
     struct stat status {};
     ASSERT_EQ(::stat(path().c_str(), &status), 0);
@@ -156,7 +154,7 @@ TEST_F(RememberedLists, ReplacedByAFileOfTheSameSizeAndTime_NewBytesAnswer) {
     }
 }
 
-TEST_F(RememberedLists, TextsAlternate_EachAnswers) {
+TEST_F(RememberedLists, TextsAlternate_AnswersFromEach) {
     for (int round = 0; round < 60; ++round) {
         deployment.nodeList(listOf(round % 3, round % 2 == 0 ? 30 : 31));
         for (int i = 0; i <= round % kQueriesUntilKept; ++i) {
@@ -165,7 +163,7 @@ TEST_F(RememberedLists, TextsAlternate_EachAnswers) {
     }
 }
 
-TEST_F(RememberedLists, Touched_AnswersStay) {
+TEST_F(RememberedLists, Touched_AnswersAreUnchanged) {
     for (int round = 0; round < 20; ++round) {
         g_later = 3600 * (round % 2);
         ASSERT_EQ(::utimensat(AT_FDCWD, path().c_str(), nullptr, 0), 0);
@@ -188,7 +186,7 @@ TEST_F(RememberedLists, TruncatedRemovedAndBack_AnswersFollow) {
     EXPECT_EQ(service(), "");
 }
 
-TEST_F(RememberedLists, PathSwitchedByTheEnvironment_ListOfThatPathAnswers) {
+TEST_F(RememberedLists, PathSwitchedByTheEnvironment_AnswersFromThatPath) {
     Deployment other;
     const std::filesystem::path root = deployment.appRoot().parent_path() / "other";
     support::writeFile(root / "etc/sysconf/nodelist.json", listOf(7));
@@ -199,7 +197,7 @@ TEST_F(RememberedLists, PathSwitchedByTheEnvironment_ListOfThatPathAnswers) {
     }
 }
 
-TEST_F(RememberedLists, ManagerNodeList_IsRememberedApart) {
+TEST_F(RememberedLists, ManagerNodeList_IsRememberedSeparately) {
     const auto answers = [&] {
         std::map<std::string, std::set<std::string>> byNode;
         EXPECT_EQ(reader->getAllFloatIP({"float"}, byNode), 0);
@@ -236,7 +234,7 @@ TEST_F(RememberedLists, Destroyed_NextReaderAnswersFromTheFile) {
     }
 }
 
-TEST_F(RememberedLists, ReplacedWhileThreadsAsk_EachAnswerIsOfOneText) {
+TEST_F(RememberedLists, ReplacedWhileThreadsQuery_EachAnswerIsFromOneText) {
     const int last = rounds(800);
     std::atomic<int> written{0};
     support::runTogether(5, [&](std::size_t thread) {
@@ -255,14 +253,14 @@ TEST_F(RememberedLists, ReplacedWhileThreadsAsk_EachAnswerIsOfOneText) {
             reader->getLocalNodeIPs("float", byNumber, first, second);
             ASSERT_EQ(first, second);
             ASSERT_EQ(byNumber[0], first);
-            // Addresses ascend with the rounds, as texts do.
+            // Addresses ascend with the rounds.
             ASSERT_GE(first, address(before));
         }
     });
     expectAnswer(last);
 }
 
-TEST_F(RememberedLists, WrittenByOneLongCallWhileThreadsAsk_AnswersAreOfEitherText) {
+TEST_F(RememberedLists, WrittenByOneLongCallWhileThreadsQuery_AnswersAreFromEitherText) {
     const std::string texts[] = {listOf(1, 600), listOf(2, 600)};
     std::atomic<bool> done{false};
     std::array<std::atomic<int>, 2> answers{};
@@ -271,7 +269,7 @@ TEST_F(RememberedLists, WrittenByOneLongCallWhileThreadsAsk_AnswersAreOfEitherTe
         if (thread == 0) {
             for (int round = 0; round < rounds(160); ++round) {
                 overwrite(texts[round % 2]);
-                // A file that changes during each of several reads has no content.
+                // A file that changes during each of several reads is unreadable.
                 for (const std::atomic<int>& given : answers) {
                     const int before = given;
                     while (given < before + 2) {
@@ -290,7 +288,7 @@ TEST_F(RememberedLists, WrittenByOneLongCallWhileThreadsAsk_AnswersAreOfEitherTe
     expectAnswer(2);
 }
 
-TEST_F(RememberedLists, ChildForkedWhileThreadsAskAndTextsChange_AnswersFromTheFile) {
+TEST_F(RememberedLists, ChildForkedWhileThreadsQueryAndTextsChange_AnswersFromTheFile) {
     std::atomic<bool> done{false};
     std::vector<std::jthread> threads;
     threads.emplace_back([&] {

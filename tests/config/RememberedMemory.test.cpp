@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The memory that remembered lists take, and what happens when there is none.
+// The memory of remembered lists, and queries that run out of memory.
 
 #include "SysConfReader.h"
 #include "support/AllocationFaults.h"
@@ -33,7 +33,7 @@ std::string service() {
     return SysConfReader::Instance()->getLocalIPByUsage("service");
 }
 
-/// Of every query until the parse is kept, each single allocation fails once.
+/// In every query until the parse is kept, each allocation fails once.
 TEST(RememberedMemory, AnyAllocationFails_NextAnswersAreRight) {
     Deployment deployment;
     deployment.appConfig(kAppConfig);
@@ -74,8 +74,8 @@ TEST(RememberedMemory, AnyAllocationFails_NextAnswersAreRight) {
         }
         lost.push_back(withoutAnswer);
     }
-    // Reading and answering need memory. Keeping and packing do, too, but no answer is lost by
-    // them.
+    // Without memory for reading or answering the answer is lost, but not without memory for
+    // keeping and packing.
     EXPECT_EQ(std::set<std::size_t>(lost.begin() + 1, lost.end()).size(), 1U)
         << testing::PrintToString(lost);
     EXPECT_GT(failed, 30U);
@@ -88,7 +88,7 @@ std::size_t allocated() {
     return info.uordblks + info.hblkhd;
 }
 
-/// How many times the length of a list is allocated after a few queries of it.
+/// Returns the memory that is allocated after some queries of a list, as a multiple of its length.
 double keptFor(Deployment& deployment, const std::string& text, int queries) {
     SysConfReader::Instance();
     deployment.nodeList(R"({"nodeList":{}})");
@@ -105,7 +105,7 @@ class MemoryOfLists : public testing::Test {
 protected:
     MemoryOfLists() { deployment.appConfig(kAppConfig); }
 
-    /// A list of at least that many bytes, of such nodes.
+    /// A list of at least that length, of copies of a node.
     static std::string listOf(const std::string& node, std::size_t length) {
         std::string nodes;
         for (int i = 0; nodes.size() < length; ++i) {

@@ -22,7 +22,7 @@ using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReader_i;
 using Quarncommon::SysConfReaderImpl;
 
-/// Destroys one of the three after the other, in each of the orders that there are.
+/// Destroys all three, in another order each round.
 void destroyAll(int round) {
     void (*const destroy[])() = {&SysConfReader::Destory, &SysConfReaderImpl::Destory,
                                  &SysConfReader_i::Destory};
@@ -34,7 +34,7 @@ void destroyAll(int round) {
 }
 
 /// Three threads call Instance(), two deliver events, one calls back for ended subscriptions.
-TEST(DestructionStorm, UnderEventsAndRequestsForInstances_NeitherHangsNorTouchesWhatIsGone) {
+TEST(DestructionStorm, DuringEventsAndCallsOfInstance_NeitherHangsNorUsesDestroyedInstances) {
     support::SampleDeployment deployment("recording");
     endurance::Watchdog watchdog;
     const int rounds = endurance::rounds(300);

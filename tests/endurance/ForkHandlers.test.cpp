@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Handlers of pthread_atfork that destroy and create the instances, registered before the library's
-// own handler and after it.
+// Fork handlers of the program that destroy and create the instances, registered before and after
+// the library's handler.
 
 #include "SysConfReader.h"
 #include "SysConfReaderImpl.h"
@@ -37,7 +37,7 @@ void registerFirst(int /*count*/, char** /*arguments*/, char** /*environment*/) 
     ::pthread_atfork(&handler<0>, &handler<1>, &handler<2>);
 }
 
-/// Runs before any shared library is initialised, and so before the library registers its handler.
+/// Runs before shared libraries are initialised, and so before the library registers its handler.
 [[gnu::section(".preinit_array"),
   gnu::used]] void (*const g_registerFirst)(int, char**, char**) = &registerFirst;
 
@@ -53,7 +53,8 @@ int ask() {
                : 1;
 }
 
-/// The exit status of a child, or less than 0 for the signal that ended it; SIGALRM is a hang.
+/// Returns the exit status of a child, or the negative number of the signal that ended it; SIGALRM
+/// means that it hung.
 int forkAndAsk() {
     const pid_t child = ::fork();
     if (child == 0) {
@@ -92,7 +93,7 @@ TEST_F(ForkHandlers, ThatDestroyAndCreate_LeaveParentAndChildWorking) {
     EXPECT_TRUE(support::subscribed());
 }
 
-/// Set while another thread holds the lock: alarms are not inherited by a child.
+/// A child does not inherit the alarm.
 void recreateInTime() {
     ::alarm(kPatience);
     recreate();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Children that are forked in the middle of loads, destructions, queries and events.
+// Children that are forked during loads, destructions, queries and events.
 
 #include "Rounds.h"
 #include "SysConfReader.h"
@@ -96,10 +96,10 @@ const std::vector<std::function<int()>>& lives() {
 class ForkedChild : public testing::Test {
 protected:
     ForkedChild() { support::writeGeneration(m_deployment, 1); }
-    // The lock hooks use what belongs to the test.
     ~ForkedChild() override { support::setLockHook(nullptr); }
 
-    /// Forks one child of each life, `rounds` times, while other threads repeat `others`, one each.
+    /// Forks one child of each kind, `rounds` times, while other threads repeat one of `others`
+    /// each.
     static void forkBeside(int rounds, const std::vector<std::function<void()>>& others) {
         SysConfReader::Instance();
         std::atomic<bool> done{false};
@@ -153,7 +153,7 @@ TEST_F(ForkedChild, BesideReloadsAndQueries_AnswersExecsAndExits) {
 
 TEST_F(ForkedChild, BesideEvents_AnswersExecsAndExits) {
     support::installEventLibrary("recording");
-    // The child has no thread that could be in a delivery, nor a use for the parent's.
+    // The child has no delivery that Fini could wait for.
     forkBeside(endurance::rounds(kRounds),
                {[] {
                     SysConfReaderEventProcessCB("SysConfigEvent", "", "",
@@ -173,7 +173,7 @@ TEST_F(ForkedChild, BesideDestructions_AnswersExecsAndExits) {
                 [] { SysConfReaderImpl::Instance(); }, [] { SysConfReader::Instance(); }});
 }
 
-/// In the middle of a load, under the locks of its thread, which the child has too.
+/// Forks during a load, with locks that the child's thread holds too.
 TEST_F(ForkedChild, OfAnEventLibraryThatSubscribes_ExecsOrEndsAtOnce) {
     support::installEventLibrary("recording");
     int executed = -1;
@@ -198,11 +198,11 @@ TEST_F(ForkedChild, WithTheEventLibraryOfTheFiles_AnswersExecsAndExits) {
     SysConfReader::Destory();
 }
 
-/// A thread that stops before or after an acquisition of a lock until this object is destroyed.
+/// A thread that stops before or after acquiring a lock, until this object is destroyed.
 class Stopped {
 public:
-    /// Runs `work` on a new thread and returns when that is at its `which`-th call (from 1) of that
-    /// kind.
+    /// Runs `work` on a new thread and returns when that is at its call number `which` (from 1) of
+    /// that kind.
     Stopped(LockCall call, bool held, int which, const std::function<void()>& work) {
         support::setLockHook([=, this](LockCall seen, bool seenHeld) {
             if (std::this_thread::get_id() == m_thread.get_id() && seen == call &&
@@ -236,7 +236,7 @@ private:
     std::jthread m_thread;
 };
 
-/// What threads can be in the middle of.
+/// The operations that a fork may interrupt.
 const std::vector<std::pair<const char*, std::function<void()>>>& operations() {
     static const std::vector<std::pair<const char*, std::function<void()>>> operations{
         {"reload of the reader", reloadReader},
@@ -259,7 +259,7 @@ const std::vector<std::pair<const char*, std::function<void()>>>& operations() {
     return operations;
 }
 
-TEST_F(ForkedChild, WhileAnotherThreadWaitsForOrHasEachLock_AnswersExecsAndExits) {
+TEST_F(ForkedChild, WhileAnotherThreadWaitsForOrHoldsEachLock_AnswersExecsAndExits) {
     support::installEventLibrary("recording");
     for (const auto& [name, operation] : operations()) {
         int stops = 0;
@@ -285,9 +285,9 @@ TEST_F(ForkedChild, WhileAnotherThreadWaitsForOrHasEachLock_AnswersExecsAndExits
     }
 }
 
-TEST_F(ForkedChild, InTheMiddleOfALoad_FindsNothingHalfLoaded) {
+TEST_F(ForkedChild, DuringALoad_HasNoPartlyLoadedValues) {
     support::installEventLibrary("recording");
-    // Each load tries to subscribe, at a time when it has forgotten the databases.
+    // Each load tries to subscribe after it has cleared the databases.
     support::setInitResult(-1);
     SysConfReader::Instance();
     std::binary_semaphore stopped{0};
@@ -308,7 +308,7 @@ TEST_F(ForkedChild, InTheMiddleOfALoad_FindsNothingHalfLoaded) {
     EXPECT_EQ(ask(), 0);
 }
 
-TEST_F(ForkedChild, OfAProcessAtRest_GoesOnWithThePointersOfItsParent) {
+TEST_F(ForkedChild, OfAProcessAtRest_UsesThePointersOfItsParent) {
     SysConfReader& reader = *SysConfReader::Instance();
     const SysConfReader_i& facade = *SysConfReader_i::Instance();
     facade.GetProductName();

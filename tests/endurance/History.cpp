@@ -65,7 +65,7 @@ std::string managerNodeList(int generation) {
     return support::jsonText(root);
 }
 
-/// The marks of an answer, and its form: the answer without the content of the marks.
+/// The marks of an answer, and the answer without them.
 struct Reading {
     std::string form;
     std::optional<int> generation;
@@ -131,7 +131,7 @@ bool History::answersAreOf(int generation) const {
     const auto isOf = [generation](const std::string& answer) {
         return read(answer).generation == generation;
     };
-    // The first value that each loads of every file.
+    // The first value that each class loads from each file.
     return isOf(reader.getMaintenanceIPAddress()) && isOf(reader.getLocalHostTagName()) &&
            isOf(Quarncommon::SysConfReader_i::Instance()->GetLocalInternalServiceIP()) &&
            isOf(Quarncommon::SysConfReader_i::Instance()->GetMasterInternalServiceIP());
@@ -146,7 +146,7 @@ std::string History::wrongWith(const queries::ReaderQuery& query) const {
     case queries::Reads::ManagerNodeList:
         return judge(query.name, answer, before.managerNodeList, 0);
     default:
-        // The reader's two role queries answer for a manager node.
+        // Two role queries answer for a manager node.
         const bool ofOwnNode =
             std::string_view(query.name).find("InternalServiceIP") == std::string_view::npos;
         return judge(query.name, answer, before.loaded, ofOwnNode ? before.loaded : 0);
@@ -162,9 +162,8 @@ std::string History::wrongWithRoles() const {
     return wrong;
 }
 
-/// @param oldestNode The oldest generation from which the own node id may come; 0 if the answer is
-/// not
-///        about the own node.
+/// @param oldestNode The oldest generation of the own node id, or 0 if the answer is not about the
+///        own node.
 std::string History::judge(const std::string& name, const std::string& answer, int oldest,
                            int oldestNode) const {
     const int newest = m_begun;

@@ -12,15 +12,15 @@
 
 namespace endurance {
 
-/// Writes generation after generation of a deployment's files and checks the library's answers.
-/// Every text contains its generation and its node. Each generation puts the process on another
-/// node. One thread writes, any thread may query.
+/// Writes successive generations of a deployment's files and checks the library's answers. Every
+/// text contains its generation and its node, and each generation runs the process on another node.
+/// One thread writes, any thread may query.
 class History {
 public:
     /// Writes generation 1 and calls every query once.
     History();
 
-    /// Replaces all three files, one after the other, by renaming.
+    /// Replaces the three files by renaming.
     void write(int generation);
     /// Both singletons have loaded that generation.
     void noteLoaded(int generation) { m_loaded = generation; }
@@ -28,14 +28,14 @@ public:
     /// Both singletons answer with what they have loaded of that generation.
     bool answersAreOf(int generation) const;
 
-    /// Calls a query and returns what is wrong with its answer, "" if nothing is. The answer must
-    /// have the form of the first one and be of one generation, one that existed during the call.
+    /// Calls a query and returns the error in its answer, "" if there is none. The answer must have
+    /// the form of the first one and come from one generation that existed during the call.
     std::string wrongWith(const queries::ReaderQuery& query) const;
     /// The same for the four answers of the role reader.
     std::string wrongWithRoles() const;
 
 private:
-    /// The oldest generations that may be in an answer, taken before the call.
+    /// The oldest possible generations of an answer, determined before the call.
     struct Floor {
         int nodeList;
         int managerNodeList;

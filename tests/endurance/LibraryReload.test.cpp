@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The library opened, used and closed by a program that is not linked with it, over and over.
+// A program that is not linked with the library opens, uses and closes it repeatedly.
 
 #include "Rounds.h"
 #include "SysConfReader.h"
@@ -23,7 +23,7 @@ namespace {
 
 using Quarncommon::SysConfReader;
 
-/// The library, for the time that somebody holds a handle on it.
+/// An open handle of the library.
 class Opened {
 public:
     Opened() : m_handle(::dlopen(SYSCONF_LIBRARY, RTLD_NOW | RTLD_LOCAL)) {
@@ -65,11 +65,11 @@ class LibraryReload : public testing::Test {
 protected:
     LibraryReload() { support::writeGeneration(m_deployment, 1); }
 
-    /// Opens, uses and closes the library again and again; `closed` runs each time it is closed.
-    /// What the process holds, with that many threads of the event library, must not grow.
+    /// Opens, uses and closes the library repeatedly and calls `closed` after each round. Expects
+    /// that resources and heap do not grow.
     template <typename Closed>
     void run(bool destroy, Closed closed, std::size_t eventThreads = 0) {
-        // The blocks in the caches of threads count as used, and there are more or fewer of them.
+        // malloc reports the blocks in the caches of threads as used.
         ASSERT_STREQ(std::getenv("GLIBC_TUNABLES"), "glibc.malloc.tcache_count=0")
             << "to be run by ctest, which sets this";
         endurance::Watchdog watchdog;
@@ -100,7 +100,7 @@ protected:
     support::Deployment m_deployment;
 
 private:
-    /// The least of a hundred looks: the event library's thread may have a file open for a moment.
+    /// The minimum of a hundred samples, because the event library's thread may have a file open.
     static Resources leastResources(std::size_t eventThreads) {
         Resources least = resourcesAtRest(eventThreads);
         for (int look = 0; look < 100; ++look) {
@@ -110,7 +110,7 @@ private:
         return least;
     }
 
-    /// The resources when they are those of `before`, or else those after ten seconds.
+    /// Waits up to ten seconds until the resources are those of `before`.
     static Resources resourcesOnceAsAt(const Resources& before, std::size_t eventThreads) {
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
         Resources now = resourcesAtRest(eventThreads);
@@ -122,29 +122,29 @@ private:
     }
 
     static constexpr int kRounds = 60;
-    // What two states at rest differ by. It does not grow with the rounds: a leak of a hundred
-    // bytes a round shows in the short form of this test, a smaller one in the long form.
+    // The difference between two states at rest. It does not grow with the rounds, so more rounds
+    // find smaller leaks: the short form of the test those of 100 bytes per round.
     static constexpr std::size_t kTolerance = 4096;
 };
 
-/// The contract of an event library does not ask it to keep the code of its callbacks loaded.
-TEST_F(LibraryReload, UnderAnEventLibraryThatPinsNothing_EventsFindTheCodeThatTheyCall) {
+/// An event library need not keep the code of its callbacks loaded.
+TEST_F(LibraryReload, EventLibraryThatPinsNothing_CallbacksRemainLoaded) {
     support::installEventLibrary("recording");
     run(false, [] { ASSERT_EQ(support::deliver(), 0); });
     EXPECT_FALSE(support::subscribed());
 }
 
-TEST_F(LibraryReload, WithoutASubscription_HoldsNoMore) {
+TEST_F(LibraryReload, WithoutASubscription_LeaksNothing) {
     support::setEnvironment("NO_EM_CLIENT", "1");
     run(false, [] {});
 }
 
 #ifdef SYSCONF_EVENT_LIBRARY
-TEST_F(LibraryReload, UnderTheEventLibraryOfTheFiles_ChangesBecomeAnswersAfterClosing) {
+TEST_F(LibraryReload, EventLibraryThatWatchesFiles_ChangesAreAppliedAfterClosing) {
     std::filesystem::create_symlink(SYSCONF_EVENT_LIBRARY,
                                     support::testDirectory() / "libeventcbutil.so");
     support::setEnvironment("SYSCONF_EVENT_QUIET_MS", "0");
-    // The ports differ between generations, the rest of what is asked is in both.
+    // Of the values that are compared, only the ports differ between generations.
     int port = 4001;
     const auto change = [&] {
         port = port == 4001 ? 4002 : 4001;

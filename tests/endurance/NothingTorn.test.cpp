@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A crowd that asks everything there is to ask, while all three files are replaced and both
-// singletons reloaded, over and over.
+// Threads call every query while all three files are replaced and both singletons are reloaded.
 
 #include "History.h"
 #include "Rounds.h"
@@ -19,8 +18,8 @@ using Quarncommon::SysConfReaderImpl;
 
 constexpr std::size_t kThreads = 32;
 
-/// Rounds are queries.
-TEST(NothingTorn, FilesReplacedAndReloadedUnderQueries_AnswersAreOfOneGenerationThatThereWas) {
+/// A round is a query.
+TEST(NothingTorn, FilesReplacedAndReloadedDuringQueries_EachAnswerIsFromOneGeneration) {
     History history;
     endurance::Watchdog watchdog;
     const int questions = endurance::rounds(20'000);

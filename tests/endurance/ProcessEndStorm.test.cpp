@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// exit() while a change is being applied, from the main thread and from another.
+// exit() while a change is being applied, on the main thread and on another.
 
 #include "Rounds.h"
 #include "SysConfReader.h"
@@ -24,8 +24,8 @@ using Quarncommon::SysConfReader;
 
 constexpr unsigned int kPatience = 120; // seconds
 
-/// Under a sanitizer it only waits: that takes the destruction of a static object which a thread is
-/// using for a mistake even if nothing can come of it.
+/// Only waits with a sanitizer, which reports the destruction of a static object that a thread
+/// uses, even if it is harmless.
 [[noreturn]] void askToTheEnd() {
     for (;;) {
 #ifdef SYSCONF_SANITIZED
@@ -46,13 +46,12 @@ protected:
         support::writeGeneration(m_deployment, 1);
     }
 
-    /// Starts as many processes as there are rounds. Each subscribes, has seen a few events applied
-    /// while others still come, and ends by `exit`.
+    /// Starts one process per round. Each subscribes, waits for a few events and calls exit() while
+    /// others arrive.
     void run(int few, const std::function<void()>& exit) {
         const int rounds = endurance::rounds(few);
         for (int round = 0; round < rounds; ++round) {
-            // The test process has one thread, and so has every child the library as it is at
-            // first.
+            // The test process never uses the library, so each child starts without instances.
             const pid_t child = ::fork();
             if (child == 0) {
                 ::alarm(kPatience);
@@ -67,8 +66,8 @@ protected:
     }
 
 private:
-    /// Returns after that many changes have become answers. Two threads continue: one changes the
-    /// files, one queries.
+    /// Returns after that number of applied changes. Two threads continue: one changes the files,
+    /// one queries.
     void subscribeUnderAStorm(int changes) {
         SysConfReader::Instance();
         std::thread([this] {
@@ -91,16 +90,16 @@ private:
 };
 
 #ifdef SYSCONF_SANITIZED
-constexpr int kRounds = 4; // the thread sanitizer sleeps for a second at the end of each
+constexpr int kRounds = 4; // with the thread sanitizer each takes another second
 #else
 constexpr int kRounds = 20;
 #endif
 
-TEST_F(ProcessEndStorm, FromMain_EndsInOrder) {
+TEST_F(ProcessEndStorm, FromMain_ExitsNormally) {
     run(kRounds, [] { std::exit(42); });
 }
 
-TEST_F(ProcessEndStorm, FromAnotherThread_EndsInOrder) {
+TEST_F(ProcessEndStorm, FromAnotherThread_ExitsNormally) {
     run(kRounds, [] {
         std::thread([] { std::exit(42); }).detach();
         askToTheEnd();

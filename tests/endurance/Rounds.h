@@ -5,16 +5,16 @@
 #include <string>
 #include <unistd.h>
 
-/// How long the tests of this folder run, and what ends one that hangs.
 namespace endurance {
 
-/// How many rounds a test makes: `few` of them, or as many as SYSCONFREADER_ROUNDS says.
+/// The number of rounds of a test: SYSCONFREADER_ROUNDS if it is set, else `few`.
 inline int rounds(int few) {
     const char* wanted = std::getenv("SYSCONFREADER_ROUNDS");
     return wanted != nullptr ? std::stoi(wanted) : few;
 }
 
-/// Ends the process when for a long time there has been no progress.
+/// Kills the process if there is no progress for two minutes. By SIGALRM, which also reaches
+/// threads that wait.
 class Watchdog {
 public:
     Watchdog() { progress(); }
@@ -22,7 +22,6 @@ public:
     Watchdog& operator=(const Watchdog&) = delete;
     ~Watchdog() { ::alarm(0); }
 
-    // By a signal, which comes through whatever the threads are waiting for.
     void progress() { ::alarm(kPatience); }
 
 private:

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// soak EVENT_LIBRARY minutes N | rounds N: threads query, one replaces the files and reloads or
-// leaves that to the event library, one destroys the singletons, one calls Instance(). At each
-// interval all threads pause, the singletons are destroyed and created, and the resources of the
-// process are printed and compared. Fails if they grow, if an answer is wrong, or if there is no
-// progress for two minutes.
+// soak EVENT_LIBRARY minutes N | rounds N: some threads query, one replaces the files and either
+// reloads or waits for an event, one destroys the singletons, one calls Instance(). At intervals
+// all threads pause, the singletons are created again, and the resources of the process are
+// printed. Fails if they grow, if an answer is wrong, or if there is no progress for two minutes.
 
 #include "History.h"
 #include "Rounds.h"
@@ -50,13 +49,13 @@ constexpr bool kHeapIsOurs = true;
 
 constexpr int kAskers = 8;
 
-/// What the heap may differ by: the loader's and the C library's own caches.
+/// The allowed difference of the heap: caches of the dynamic loader and the C library.
 constexpr std::size_t kHeapTolerance = 64U * 1024U;
-/// What the resident memory may grow by once it has warmed up; the heap fragments.
+/// The allowed growth of the resident memory after warming up, by fragmentation.
 constexpr long kResidentTolerance = 4096; // KiB
 
-/// Keeps an instance from being destroyed while it is used, which is a duty of the library's
-/// callers. The mutex lets the destroying thread in between the many that use instances.
+/// Prevents the destruction of an instance in use, as callers of the library must. The mutex
+/// prevents that the many users starve the destroying thread.
 class Instances {
 public:
     template <typename Work>
@@ -124,8 +123,8 @@ public:
 
     const Counts& counts() const { return m_counts; }
 
-    /// The resources of the process while the threads pause: memory without an instance, everything
-    /// else with one that has just subscribed.
+    /// The resources while the threads pause: memory without an instance, everything else with a
+    /// new one.
     Sample sample() {
         Sample sample{};
         const std::lock_guard<std::mutex> nobodyAsks(m_asking);
@@ -172,7 +171,7 @@ private:
         }
     }
 
-    /// By turns reloads itself and waits until an event has.
+    /// Alternately reloads and waits for an event.
     void write() {
         for (int generation = 2; !m_done; ++generation) {
             const bool reload = generation % 2 == 0;
@@ -215,8 +214,7 @@ private:
                     SysConfReaderImpl::Destory();
                     break;
                 }
-                // Without a subscription the reader has missed what has changed since the last
-                // event.
+                // Without a subscription the reader has missed changes.
                 SysConfReaderImpl::Instance()->Reload();
             });
             ++m_counts.destructions;
@@ -224,7 +222,7 @@ private:
         }
     }
 
-    /// Takes no lock: the instances are not used.
+    /// Needs no lock, because it does not use the instances.
     void askForInstances() {
         while (!m_done) {
             std::this_thread::sleep_for(std::chrono::microseconds(200));
@@ -241,7 +239,7 @@ private:
     History m_history;
     Counts m_counts;
     Instances m_instances;
-    /// Held while instances are asked for without leave.
+    /// Held during calls of Instance() without `Instances`.
     std::mutex m_asking;
     std::atomic<bool> m_done{false};
     std::vector<std::jthread> m_threads;
@@ -264,7 +262,7 @@ void tell(Clock::time_point start, const Counts& counts, const Sample& sample) {
     std::fflush(stdout);
 }
 
-/// Compares with the first sample what is exact, and with the time after warming up what is not.
+/// Compares exact values with the first sample, and the others with the time after warming up.
 bool flat(const std::vector<Sample>& samples, bool residentToo) {
     bool flat = true;
     for (const Sample& sample : samples) {
@@ -278,7 +276,6 @@ bool flat(const std::vector<Sample>& samples, bool residentToo) {
     return flat;
 }
 
-/// True when everything has held.
 bool soak(const std::string& unit, long amount) {
     constexpr std::chrono::seconds kInterval{10};
     constexpr long kGenerationsASample = 10;
@@ -304,7 +301,7 @@ bool soak(const std::string& unit, long amount) {
     return isFlat && soak.counts().wrong == 0;
 }
 
-/// Starts the process again without caches per thread, which malloc reports as memory in use.
+/// Restarts the process without caches per thread, which malloc reports as memory in use.
 void withoutThreadCaches(char** argv) {
     constexpr const char* kTunables = "GLIBC_TUNABLES";
     if (std::getenv(kTunables) == nullptr) {
@@ -345,7 +342,7 @@ int main(int argc, char** argv) {
     }
     try {
         withoutThreadCaches(argv);
-        // Found by its name from now on.
+        // Later found by its name.
         if (::dlopen(argv[1], RTLD_LAZY | RTLD_GLOBAL) == nullptr) {
             throw std::runtime_error(::dlerror());
         }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The event libraries of the tests. One source: each kind leaves out or keeps an entry point.
+// The event libraries of the tests. Each kind lacks another entry point or none.
 
 #include "support/EventBroker.h"
 

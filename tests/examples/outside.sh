@@ -38,7 +38,6 @@ for example in "$source"/examples/*/; do
 done
 [[ $examples -ge 3 ]]
 
-# The programs run with that library.
 output=$(cd "$source/samples/ha-pair" && APP_CONF_FILE=node-1/etc/app.json APP_ROOT=node-1 \
   "$work/database-entry/database-entry" alarms)
 [[ $output == "0: postgresql at "* ]]

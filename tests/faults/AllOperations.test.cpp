@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The table of operations is complete, and all of them have something to answer.
+// The table of operations is complete, and each operation has an answer.
 
 #include "support/Deployment.h"
 #include "support/HostAddresses.h"
@@ -58,7 +58,7 @@ TEST(AllOperations, EveryFile_ChangesAnswers) {
             }
         }
     }
-    // All but what depends on no file, and the family, which is that of no address too.
+    // All except those that read no file, and the protocol family.
     EXPECT_EQ(differing.size(), whole.size() - 6) << testing::PrintToString(differing);
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Each allocation of each operation fails: alone, or with all later ones.
+// Each allocation of each operation fails, alone or with all later ones.
 
 #include "support/AllocationFaults.h"
 #include "SysConfReader.h"
@@ -53,7 +53,7 @@ protected:
         support::setHostAddresses({operations::kSourceAddress});
         operations::writeFiles(m_files, kMark);
         support::installEventLibrary("recording");
-        // Loads the event library, which allocates memory of the C library's.
+        // Loads the event library, for which the C library allocates memory.
         operations::createAll();
         m_answers = operations::answers();
     }
@@ -94,7 +94,7 @@ protected:
         }
     }
 
-    /// The node list with only those address entries of the own node that have one of the tags.
+    /// Removes the own node's address entries that have none of the tags from the node list.
     void keepAddresses(const std::set<std::string>& tags) {
         Json::Value list = parsed(operations::nodeList(kMark));
         Json::Value& entries = list["nodeList"]["node-of-this-process-a"]["IPAddresses"];
@@ -128,7 +128,7 @@ bool isAnyOf(const std::string& text, const std::set<std::string>& texts) {
     return texts.contains(text);
 }
 
-/// The north answers of all walks that end before one of the tags.
+/// The answers of getLocalNorthIP for all walks that end before one of the tags.
 std::set<std::string> northAnswersPartWay(const std::filesystem::path& nodeList) {
     std::set<std::string> answers{maintenanceAddress()};
     std::ifstream file(nodeList);
@@ -151,7 +151,7 @@ std::set<std::string> northAnswersPartWay(const std::filesystem::path& nodeList)
     return answers;
 }
 
-/// Cleared and not filled again, not cleared yet, or "service" set because the walk ended early.
+/// Whether the map is cleared, unchanged, or has only "service" because the walk ended early.
 bool isRightByTag(const Outcome& o, const std::string& service) {
     return std::all_of(o.outputs.byTag.begin(), o.outputs.byTag.end(), [&](const auto& entry) {
         const auto& [tag, address] = entry;
@@ -161,8 +161,8 @@ bool isRightByTag(const Outcome& o, const std::string& service) {
     });
 }
 
-/// Whether the outputs are acceptable, for the queries that answer without the memory that they
-/// need; the others leave their outputs unchanged and throw.
+/// Whether the outputs are correct for a query that returns although it ran out of memory. The
+/// other queries throw and leave their outputs unchanged.
 bool isAllowed(const std::string& name, const Outcome& o, const support::Deployment& files) {
     const Outputs& out = o.outputs;
     if (out == (o.threw ? o.before : o.expected)) {
@@ -225,7 +225,7 @@ Outputs filledOutputs() {
     return before;
 }
 
-/// A map from an earlier call has a thousand keys already.
+/// The map of an earlier call, with a thousand keys.
 Outputs outputsWithKeys() {
     Outputs before = filledOutputs();
     SysConfReader::Instance()->getLocalNodeIPs(before.byTag);
@@ -258,7 +258,7 @@ TEST_F(AllocationFaults, EachOfEveryQuery_AnswersWithinItsGuaranteesAndTheNextAn
                 EXPECT_EQ(next, outcome.expected);
             };
             const bool addsKeys = operation.name == "SysConfReader::getLocalNodeIPs by tag";
-            // Where everything is slow, a thousand similar allocations are sampled.
+            // In slow builds, a thousand similar allocations are sampled.
             exhaust(operation, filledOutputs(), check, addsKeys ? SYSCONF_KEY_STEP : 1);
             if (addsKeys) {
                 exhaust(operation, outputsWithKeys(), check);
@@ -284,7 +284,7 @@ TEST_F(AllocationFaults, EachOfEveryLoadAndDestruction_IsReportedAndTheNextLoadI
                 EXPECT_TRUE(outcome.threw) << "the first allocation is the instance";
             }
             if (requestsDeliveries) {
-                // The role reader is part of both; a reader that threw was not published.
+                // Both create the role reader. A reader that threw was not published.
                 const bool reader = operation.name.starts_with("SysConfReader::");
                 const auto isComplete = [&](const operations::Answers& answers) {
                     return std::all_of(answers.begin(), answers.end(), [&](const auto& answer) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Members that nothing reads, nested up to the limit and beyond, and callers whose stack is small.
+// Ignored members, nested up to the limit and beyond, and callers with a small stack.
 
 #include "faults/SmallStack.h"
 
@@ -36,10 +36,10 @@ protected:
     }
 };
 
-/// The deepest place of an ignored member is within five containers.
+/// An ignored member is inside up to five containers.
 constexpr std::size_t kDeepest = JsonReader::kNestingLimit - 5;
 
-TEST_F(DeepMembers, IgnoredUpToTheLimit_AnswersOnASmallStackAreThoseWithoutThem) {
+TEST_F(DeepMembers, IgnoredUpToTheLimit_AnswersOnASmallStackAreUnchanged) {
     const operations::Answers ordinary = answersOfOrdinaryFiles();
     for (const bool objects : {false, true}) {
         for (const std::size_t depth : {std::size_t{25}, std::size_t{1000}, kDeepest}) {
@@ -50,7 +50,7 @@ TEST_F(DeepMembers, IgnoredUpToTheLimit_AnswersOnASmallStackAreThoseWithoutThem)
     }
 }
 
-TEST_F(DeepMembers, IgnoredWithWhatTheFastReaderRefuses_AnswersOnASmallStackAreThoseWithoutThem) {
+TEST_F(DeepMembers, IgnoredAndRefusedByTheFastReader_AnswersOnASmallStackAreUnchanged) {
     const operations::Answers ordinary = answersOfOrdinaryFiles();
     for (const char* odd : {"1e400", "99999999999999999999", "\"\\ud800\"", "\"\xff\""}) {
         SCOPED_TRACE(odd);
@@ -59,7 +59,7 @@ TEST_F(DeepMembers, IgnoredWithWhatTheFastReaderRefuses_AnswersOnASmallStackAreT
     }
 }
 
-TEST_F(DeepMembers, BeyondTheLimit_FilesCountAsUnreadableOnASmallStack) {
+TEST_F(DeepMembers, BeyondTheLimit_FilesAreUnreadableOnASmallStack) {
     operations::writeFiles(files, "standby");
     for (const auto& path : operations::paths(files)) {
         std::filesystem::remove(path);

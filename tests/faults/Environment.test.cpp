@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Environment variables: the paths of the three files and the key of the process, as bytes.
+// Environment variables with unusual values.
 
 #include "support/Deployment.h"
 #include "support/EventLibrary.h"
@@ -24,7 +24,7 @@ constexpr const char* kVariables[] = {"APP_CONF_FILE", "PROCESS_INSTANCE_ID", "A
 class EnvironmentVariables : public testing::Test {
 protected:
     EnvironmentVariables() {
-        // Should the machine have lists at the root, they are out of sight.
+        // Hides lists below the root of this machine.
         for (const char* list : {"/etc/sysconf/nodelist.json", "/etc/sysconf/nodelists.json"}) {
             support::redirectOpen(list, "/nowhere");
         }
@@ -82,7 +82,7 @@ TEST_F(EnvironmentVariables, HugeSwitch_TurnsTheSubscriptionOff) {
     }
 }
 
-TEST_F(EnvironmentVariables, BytesThatAreNoCharacters_AreTakenAsTheyAre) {
+TEST_F(EnvironmentVariables, BytesThatAreNoCharacters_AreUsedVerbatim) {
     const std::string odd = "\xff\xfe\xc3(\x80 \n'";
     const fs::path root = support::testDirectory() / odd;
     fs::create_directory(root);
@@ -98,7 +98,7 @@ TEST_F(EnvironmentVariables, BytesThatAreNoCharacters_AreTakenAsTheyAre) {
     expectAnswers(m_whole);
 }
 
-TEST_F(EnvironmentVariables, RelativePaths_StartAtTheDirectoryOfTheMoment) {
+TEST_F(EnvironmentVariables, RelativePaths_StartAtTheCurrentDirectory) {
     const fs::path elsewhere = support::testDirectory() / "elsewhere";
     fs::create_directory(elsewhere);
     setEnvironment("APP_CONF_FILE", "app.json");
@@ -120,14 +120,14 @@ TEST_F(EnvironmentVariables, RelativePaths_StartAtTheDirectoryOfTheMoment) {
     operations::destroyAll();
     fs::current_path(elsewhere);
     expectAnswers(m_none);
-    // A directory that is gone has no paths in it.
+    // There are no files below a deleted directory.
     fs::remove(elsewhere);
     expectAnswers(m_none);
     fs::current_path(support::testDirectory());
     expectAnswers(m_whole);
 }
 
-TEST_F(EnvironmentVariables, ChangedBetweenCalls_QueriesFollowAtOnceAndTheRestAtALoad) {
+TEST_F(EnvironmentVariables, ChangedBetweenCalls_QueriesFollowAtOnceAndLoadedValuesAtALoad) {
     operations::createAll();
     for (const char* variable : kVariables) {
         setEnvironment(variable, "/nowhere");

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Lists whose size is in one place. A query takes time in proportion to a list's size, whatever the
-// list is: one whose time grew with the square would not end before the test's time limit.
+// Lists with a very large entry. A query takes linear time for any list; quadratic time would
+// exceed the test's time limit.
 
 #include "support/Deployment.h"
 #include "support/EventLibrary.h"
@@ -14,7 +14,6 @@
 
 namespace {
 
-/// That many copies of a piece of text.
 std::string times(std::size_t count, const std::string& piece) {
     std::string text;
     text.reserve(count * piece.size());
@@ -24,7 +23,7 @@ std::string times(std::size_t count, const std::string& piece) {
     return text;
 }
 
-/// A list of the node of this process and of a master and a standby node, each with the addresses.
+/// A list of the own node, a master and a standby node, each with these addresses.
 std::string listOf(const std::string& addresses) {
     const auto node = [&](const std::string& id, const std::string& role,
                           const std::string& domain) {
@@ -35,7 +34,7 @@ std::string listOf(const std::string& addresses) {
            node("other", "standby", "ACCESS_Backup") + "}}";
 }
 
-/// An address entry with members that nothing reads.
+/// An address entry with further, ignored members.
 std::string entry(const std::string& address, std::size_t members, const std::string& tags) {
     return "{" + times(members, R"("":0,)") + R"("IP":")" + address + R"(","usage":[)" + tags +
            "\"x\"]}";
@@ -63,13 +62,13 @@ const std::string kTags =
     R"("maintenance","service","service2","southbound","southbound11","northbound","northbound5",)";
 constexpr std::size_t kMany = 100000;
 
-TEST_F(HostileLists, ManyMembersAndTagsInOneEntry_AnswersOfEachTagOnce) {
+TEST_F(HostileLists, ManyMembersAndTagsInOneEntry_AnswersLikeForEachTagOnce) {
     const operations::Answers once = answersOver(listOf(entry("A", 0, kTags)));
     const std::string many = listOf(entry("A", 3 * kMany, times(kMany / 7, kTags)));
     EXPECT_EQ(operations::differences(answersOver(many), once), "");
 }
 
-TEST_F(HostileLists, LongAddressWithManyTags_AnswersOfEachTagOnce) {
+TEST_F(HostileLists, LongAddressWithManyTags_AnswersLikeForEachTagOnce) {
     const std::string address(2000000, 'A');
     const operations::Answers once = answersOver(listOf(entry(address, 0, kTags)));
     const std::string many = listOf(entry(address, 0, times(kMany / 7, kTags)));

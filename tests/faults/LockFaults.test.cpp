@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Locks that fail: every operation does its work without them, leaves the error number in errno and
-// unlocks nothing that it has not locked.
+// Locks that fail: every operation works without them, sets errno, and releases only locks that it
+// holds.
 
 #include "support/LockFaults.h"
 #include "SysConfReader.h"
@@ -26,7 +26,7 @@ using support::Deployment;
 using support::LockCall;
 using support::SampleDeployment;
 
-/// The files that an operation finds, when there were others before.
+/// The files before and during an operation.
 struct Situation {
     const char* name;
     void (*enter)(Deployment& files);
@@ -51,11 +51,11 @@ struct Outcome {
     std::string answer;
     int error = 0;
     support::LockCounts counts;
-    /// All answers, after the fault has ended.
+    /// All answers after the fault.
     operations::Answers after;
 };
 
-/// Runs the operation in new instances, with `fault` around the operation alone.
+/// Runs the operation in new instances, with the fault during the operation only.
 Outcome outcome(const Operation& operation, const Situation& situation, void (*fault)(int),
                 int error) {
     operations::destroyAll();
@@ -79,8 +79,8 @@ Outcome outcome(const Operation& operation, const Situation& situation, void (*f
 
 void noFault(int /*error*/) {}
 
-/// Expects each operation that takes one of those locks to work as without the fault, and to leave
-/// its error number in errno.
+/// Expects each operation that acquires one of those locks to work in spite of the fault, and to
+/// set errno.
 void expectWorksInSpiteOf(void (*fault)(int), std::initializer_list<Locks> locks) {
     for (const Operation& operation : operations::all()) {
         if (std::find(locks.begin(), locks.end(), operation.locks) == locks.end()) {
@@ -102,7 +102,7 @@ void expectWorksInSpiteOf(void (*fault)(int), std::initializer_list<Locks> locks
     }
 }
 
-TEST(LockFaults, None_EveryOperationTakesItsLocksAndReleasesThem) {
+TEST(LockFaults, None_EveryOperationAcquiresItsLocksAndReleasesThem) {
     for (const Operation& operation : operations::all()) {
         for (const Situation& situation : kSituations) {
             SCOPED_TRACE(testing::Message() << operation.name << ", " << situation.name);
@@ -130,7 +130,7 @@ TEST(LockFaults, EveryAcquisition_EveryOperationWorksWithoutAnyUnlock) {
         [](int error) {
             support::failLockCalls(LockCall::Read, error);
             support::failLockCalls(LockCall::Write, error);
-            // Only a call that unlocks what it has not locked sees this error.
+            // Only a call that releases a lock that it does not hold gets this error.
             support::failLockCalls(LockCall::Unlock, error != 0 ? EPERM : 0);
         },
         {Locks::Read, Locks::Write});
@@ -159,20 +159,20 @@ TEST(LockFaults, EveryLockCall_OperationsWithoutALockAreUnaffected) {
     }
 }
 
-TEST(LockFaults, WriteLockOfTwoCreations_TheFirstPublishedIsKeptAndSubscribed) {
+TEST(LockFaults, WriteLockOfTwoCreations_FirstPublishedInstanceIsKeptAndSubscribed) {
     SampleDeployment deployment("recording");
     support::failLockCalls(LockCall::Write, EAGAIN);
     SysConfReaderImpl* first = nullptr;
     support::setInitHook([&] {
         support::setInitHook(nullptr);
         first = SysConfReaderImpl::Instance();
-        // An event of this change is delivered to the second one.
+        // The event is delivered to the second one.
         writeGeneration(deployment, 2);
     });
     EXPECT_EQ(SysConfReaderImpl::Instance(), first);
     ASSERT_NE(first, nullptr);
-    // The second one replaced the first in the event library, and was then discarded. It ended no
-    // subscription, and the first one is subscribed again and has the change.
+    // The second one replaced the first in the event library and was then discarded, without ending
+    // a subscription. The first one is subscribed again and has the change.
     EXPECT_EQ(support::eventLibraryCalls().subscriptions, 3);
     EXPECT_EQ(support::eventLibraryCalls().finis, 0);
     EXPECT_EQ(support::lastUserData(), first);

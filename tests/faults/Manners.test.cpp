@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the library does not change in the process, and what the process may change without an
-// effect on the library.
+// Properties of the process that the library does not change, or does not depend on.
 
 #include "support/Deployment.h"
 #include "support/EventLibrary.h"
@@ -113,7 +112,7 @@ protected:
         support::setInitResult(0);
     }
 
-    /// With the fault there, some database queries throw what they promise to throw.
+    /// With the fault, some database queries throw.
     static void callUnlessItThrows() {
         operations::reloadAll();
         operations::answers();
@@ -140,7 +139,7 @@ TEST_F(Manners, PasswordOfAWrongType_IsNotInTheException) {
     }
 }
 
-/// While it exists, standard output and standard error are one empty file.
+/// While it exists, standard output and standard error go to one file.
 class SilentOutputs {
 public:
     SilentOutputs() {
@@ -161,7 +160,7 @@ public:
             ::close(m_saved[static_cast<std::size_t>(descriptor)]);
         }
     }
-    /// How much has been written.
+    /// The number of bytes written.
     static std::size_t written() {
         std::fflush(nullptr);
         return fs::file_size(support::testDirectory() / "output");
@@ -171,7 +170,7 @@ private:
     std::array<int, 3> m_saved{};
 };
 
-TEST_F(Manners, EverythingWellAndBadly_WritesNothing) {
+TEST_F(Manners, EveryOperationWithAndWithoutFaults_WritesNothing) {
     std::fflush(nullptr);
     std::size_t written = 99;
     {
@@ -182,8 +181,8 @@ TEST_F(Manners, EverythingWellAndBadly_WritesNothing) {
     EXPECT_EQ(written, 0U);
 }
 
-TEST_F(Manners, EverythingWellAndBadly_LeavesTheProcessAsItIs) {
-    // The first use loads the event library, whose runtime may allocate resources.
+TEST_F(Manners, EveryOperationWithAndWithoutFaults_LeavesTheProcessUnchanged) {
+    // The first use loads the event library, which may keep resources.
     operations::createAll();
     const Possessions before = possessions();
     ASSERT_GT(before.size(), 70U);
@@ -191,7 +190,7 @@ TEST_F(Manners, EverythingWellAndBadly_LeavesTheProcessAsItIs) {
     EXPECT_EQ(possessions(), before);
 }
 
-TEST_F(Manners, EveryOpenedFile_IsClosedOnExec) {
+TEST_F(Manners, EveryOpenedFile_IsCloseOnExec) {
     callEverythingWellAndBadly();
     std::set<std::string> opened;
     for (const support::OpenCall& call : support::openCalls()) {
@@ -283,7 +282,7 @@ TEST_F(Manners, DescriptorsUsedUp_AnswersAsWithoutFiles) {
     EXPECT_TRUE(support::subscribed());
 }
 
-TEST_F(Manners, DescriptorsUsedUpBetweenTwoLoads_LoadedValuesStay) {
+TEST_F(Manners, DescriptorsUsedUpBetweenTwoLoads_LoadedValuesAreKept) {
     const Answers before = operations::answers();
     Answers during;
     {

@@ -39,18 +39,18 @@ using Clock = std::chrono::steady_clock;
 using support::Call;
 using support::CallFault;
 
-/// How long a process waits for what must come: only a failing test waits that long.
+/// The time limit of a wait. Only a failing test waits that long.
 constexpr std::chrono::seconds kPatience{10};
-/// A row with that many problems ends, unless the test is to take its time.
+/// A row ends after this number of problems, unless everything is tried.
 constexpr std::size_t kProblemsPerRow = 4;
-/// Each error is tried at every so many-th turn of its system call, unless there is time for all.
+/// Each error is tried at every n-th call, unless everything is tried.
 constexpr std::size_t kSampled = 4;
-/// How long a fault lasts that lasts for a while.
+/// The duration of a fault that is released.
 constexpr std::chrono::milliseconds kWhile{300};
-/// Most of the time the processes wait for events.
+/// More than one, because the processes mostly wait for events.
 constexpr std::size_t kProcessesPerProcessor = 6;
 
-/// What the processes of one row report, in memory that they share.
+/// The report of the processes of one row, in shared memory.
 struct Report {
     std::size_t injected;
     std::size_t problems;
@@ -82,13 +82,13 @@ void add(Report& report, const std::string& problem) {
     problem.copy(report.text.data() + length, report.text.size() - length - 1);
 }
 
-/// What an undisturbed process answers and holds.
+/// The answers and resources of a process without faults.
 struct Undisturbed {
     std::map<std::string, Answers> answers;
     Resources subscribed;
 };
 
-// The marks of the files' texts, in the order in which they replace each other.
+// The marks of the files, in the order in which they replace each other.
 constexpr const char* kBefore = "before";
 constexpr const char* kDuring = "standby";
 constexpr const char* kAfter = "after";
@@ -105,7 +105,7 @@ bool eventually(Condition condition) {
     return true;
 }
 
-/// Files and environment of a process, below a folder that a link leads to.
+/// Files and environment of a process. A link leads to the files.
 support::Deployment deploymentIn(const fs::path& directory) {
     fs::create_directories(directory / "real");
     fs::create_directory_symlink("real", directory / "link");
@@ -125,11 +125,10 @@ public:
         : m_scenario(scenario), m_fault(fault), m_undisturbed(undisturbed), m_start(resources()),
           m_files(deploymentIn(directory)) {}
 
-    /// Returns the problems, one a line. Sets `happened` and `recovery`.
+    /// Returns the problems, one per line. Sets `happened` and `recovery`.
     std::string run() {
         m_notUnderTest.emplace();
-        // The locks are counted from the start: an event that the preparation causes may hold one
-        // here.
+        // Locks are counted from the start, because an event of the preparation may hold one now.
         m_scenario.prepare(m_files);
         support::arm(m_fault);
         act();
@@ -170,7 +169,7 @@ private:
         try {
             m_scenario.act(m_files);
         } catch (const std::bad_alloc&) {
-            // Other tests check which operations may throw it.
+            // Other tests check which operations may throw.
             m_threw = true;
         }
         m_notUnderTest.emplace();
@@ -196,7 +195,7 @@ private:
 
     void expectRecovery() {
         const auto recovered = [&] { return answersAre(kDuring); };
-        recovered(); // creates what does not exist
+        recovered(); // creates missing instances
         const bool subscribed = serviceThreads() != 0;
         const bool byItself = m_scenario.repair == Repair::None ||
                               (m_scenario.repair == Repair::ReloadIfThrown && !m_threw);
@@ -223,9 +222,8 @@ private:
 
     void expectNothingLeftBehind() {
         if (m_fault.call == Call::OpenLibrary) {
-            // A destruction that cannot open the event library leaves the subscription to the next
-            // destruction. Where the allocator puts the next role reader decides whether its
-            // subscription replaces that one.
+            // A destruction that cannot open the event library leaves the subscription. The next
+            // role reader's subscription replaces it only if the role reader has the same address.
             destroyAll();
             answersFromFiles();
         }
@@ -251,7 +249,7 @@ private:
     std::string m_problems;
 };
 
-/// Runs `work` in a forked process and returns its wait status. Ends it if it hangs.
+/// Runs `work` in a forked process and returns its wait status. Kills it if it hangs.
 template <typename Work>
 int inProcess(Work work) {
     const pid_t child = ::fork();
@@ -304,8 +302,8 @@ void tryOne(const Scenario& scenario, const Failing& failing, std::size_t first,
     fs::remove_all(directory, ignored);
 }
 
-/// One scenario with one failing call, at each `failing.step`-th time that the call is made. There
-/// are `calls` of them without a fault; there may be more with one.
+/// One scenario with one failing call: each `failing.step`-th call of `calls`, which is their
+/// number without a fault; with one there may be more.
 void tryAll(const Scenario& scenario, const Failing& failing, std::size_t calls,
             const Undisturbed& undisturbed, const fs::path& directory, Report& report) {
     for (std::size_t first = failing.from; first <= calls || (takesItsTime() && report.happened);
@@ -317,7 +315,7 @@ void tryAll(const Scenario& scenario, const Failing& failing, std::size_t calls,
     }
 }
 
-/// At most so many processes at once.
+/// Limits the number of processes that run at once.
 class Processes {
 public:
     template <typename Work>
@@ -367,8 +365,8 @@ Answers saved(const fs::path& path) {
     return all;
 }
 
-/// The test's own process never uses the library, so that each process that it forks is new. The
-/// directory is as deep as those of the rows, because each folder on the way has a watch.
+/// Runs in a forked process: the test's process never uses the library, so that each child starts
+/// without it. The directory is as deep as those of the rows, because each folder has a watch.
 Undisturbed observe(const fs::path& directory) {
     Undisturbed observed;
     SharedReports reports(1);
@@ -379,7 +377,7 @@ Undisturbed observe(const fs::path& directory) {
                       destroyAll();
                       save(directory / mark, answersFromFiles());
                   }
-                  // Counted before the file is open.
+                  // Counted before the file is opened.
                   const Resources held = resourcesAtRest();
                   std::ofstream(directory / "resources")
                       << held.threads << " " << held.descriptors << " " << held.watches;
@@ -396,12 +394,12 @@ Undisturbed observe(const fs::path& directory) {
 
 void addBothLengths(std::vector<Failing>& all, Call call, const char* name,
                     std::initializer_list<int> errors) {
-    // The errors take turns, unless there is time for each at each call.
+    // The errors alternate, unless everything is tried.
     const std::size_t step = takesItsTime() ? 1 : kSampled * errors.size();
     std::size_t from = 1;
     for (const int error : errors) {
         all.push_back({call, name, error, 1, from, step});
-        // An interrupted call is repeated, so interrupting without end would be an endless loop.
+        // An interrupted call is repeated, so EINTR must end.
         all.push_back(
             {call, name, error, error == EINTR ? 16 : support::kUntilReleased, from, step});
         from += takesItsTime() ? 0 : 1;
@@ -437,7 +435,7 @@ std::vector<Failing> failingSystemCalls() {
 
 std::vector<Failing> failingAllocations(std::size_t step) {
     constexpr std::size_t kRows = 6;
-    // An allocation that fails until released takes those after it with it, so fewer are tried.
+    // An allocation that fails until released includes later ones, so fewer are tried.
     const std::size_t lasting = takesItsTime() ? 1 : 5;
     std::vector<Failing> all;
     for (std::size_t row = 0; row < kRows; ++row) {
@@ -458,7 +456,7 @@ void expectRecovery(const std::vector<Scenario>& scenarios, const std::vector<Fa
         support::testDirectory() / testing::UnitTest::GetInstance()->current_test_info()->name();
     const Undisturbed undisturbed = observe(directory / "undisturbed" / "1");
     Processes processes;
-    // First without a fault, which shows how many calls there are, and that nothing else is wrong.
+    // First without a fault: counts the calls and checks the scenario.
     SharedReports controls(scenarios.size());
     for (std::size_t i = 0; i < scenarios.size(); ++i) {
         processes.start([&, i] {

@@ -11,58 +11,55 @@ namespace support {
 class Deployment;
 }
 
-/// Tests that a process recovers from a failing call: afterwards it holds what it held, answers
+/// Tests that a process recovers from a failing call: afterwards it has leaked nothing, answers
 /// from the files and follows their changes. Each fault is tried in a new process.
 namespace faults {
 
-/// What makes the answers right again after a fault.
+/// The action after which the answers are right again.
 enum class Repair {
-    /// Nothing is needed but time, or the next call. If the process has no subscription, because
-    /// the
-    /// fault refused it one, then one reload.
+    /// None, or one reload if the fault prevented the subscription.
     None,
-    /// One reload if `act` threw std::bad_alloc: it has reloaded nothing, and the caller knows.
+    /// One reload if `act` threw std::bad_alloc.
     ReloadIfThrown,
-    /// One reload: the caller's own load was the one that failed.
+    /// One reload, because the caller's load failed.
     Reload
 };
 
-/// Something that a process does with the libraries while a call fails.
+/// A use of the libraries while a call fails.
 struct Scenario {
     std::string name;
-    /// The state before; the files are there.
+    /// Runs before the fault. The files exist.
     std::function<void(support::Deployment&)> prepare;
-    /// During this the fault can happen.
+    /// Runs with the fault.
     std::function<void(support::Deployment&)> act;
-    /// On which thread: the one that calls `act`, or another one, because of it.
+    /// The thread on which calls fail: the one that calls `act`, or the others.
     enum class Thread { Caller, Other } thread = Thread::Caller;
     Repair repair = Repair::None;
-    /// Whether `act` leaves work to the event library's thread, so that the fault has to last
-    /// longer than `act`.
+    /// Whether the event library's thread continues after `act`, so that the fault must last
+    /// longer.
     bool leavesWork = false;
 };
 
-/// A call that fails, from one time on.
 struct Failing {
     support::Call call;
     const char* name;
     int error;
     std::size_t count;
-    /// The first of the calls that are tried, and from each to the next.
+    /// The number of the first call that is tried, and the distance to the next.
     std::size_t from = 1;
     std::size_t step = 1;
 };
 
-/// Whether the tests try everything, however long that takes.
+/// Whether the tests try everything, which takes long.
 bool takesItsTime();
 
-/// Every call but allocations, with its likely errors, once and until released.
+/// Every system call with its likely errors, once and until released.
 std::vector<Failing> failingSystemCalls();
-/// Every so many-th allocation, the same.
+/// Every `step`-th allocation, once and until released.
 std::vector<Failing> failingAllocations(std::size_t step);
 
-/// Tries each failing call in each scenario, at the first such call, the second, and so on until
-/// the scenario has no more of them. Expects no problem, and at least `leastFaults` faults.
+/// Tries each failing call in each scenario at each of its calls. Expects no problem, and at least
+/// `leastFaults` faults.
 void expectRecovery(const std::vector<Scenario>& scenarios, const std::vector<Failing>& failing,
                     std::size_t leastFaults);
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// A call that fails, once or for a while, in each operation, at first use, during an event, a
-// destruction, a subscription and its end: afterwards the process holds what it held before, its
-// answers are those of the files, and it sees the next change.
+// A call fails, once or for a while, in each operation, at first use, and during events,
+// destructions and subscriptions. Afterwards nothing is leaked, the answers are right, and changes
+// are noticed.
 
 #include "faults/Recovery.h"
 
@@ -33,7 +33,6 @@ void createAll(Deployment& /*files*/) {
     operations::createAll();
 }
 
-/// Nothing of either library has been used in the process.
 std::vector<Scenario> firstUses() {
     std::vector<Scenario> all{
         {"first SysConfReader::Instance", &nothing,
@@ -49,8 +48,7 @@ std::vector<Scenario> firstUses() {
     return all;
 }
 
-/// Whether the operation is one that the caller has to repeat: a step of a load, or an event that
-/// it has delivered itself.
+/// Whether the caller must repeat the operation: a step of a load, or an event that it delivers.
 bool isRepeatedByItsCaller(const operations::Operation& operation) {
     const std::string symbol = operation.symbol();
     return symbol.find("::init") != std::string::npos ||
@@ -66,7 +64,7 @@ std::vector<Scenario> eachOperation(Effect effect) {
         Scenario scenario;
         scenario.name = operation.name;
         scenario.prepare = [&operation](Deployment&) { operations::prepare(operation); };
-        // Made in advance: the operation itself does not allocate the outputs.
+        // Created in advance, so that the operation does not allocate the outputs.
         scenario.act = [&operation,
                         outputs = std::make_shared<operations::Outputs>(operations::outputs())](
                            Deployment&) { operation.call(*outputs); };
@@ -80,7 +78,6 @@ std::vector<Scenario> eachOperation(Effect effect) {
     return all;
 }
 
-/// Files change, and the event library's thread reloads.
 std::vector<Scenario> events() {
     return {{"event",
              [](Deployment& files) {
@@ -111,7 +108,7 @@ int ignoreEvent(const std::string& /*event*/, const std::string& /*second*/,
     return 0;
 }
 
-/// The event library's own entry points, called by another part of the program.
+/// Another part of the program calls the event library's entry points.
 std::vector<Scenario> entryPoints() {
     static const std::string event = "SysConfigEvent";
     static const std::string none;
@@ -120,7 +117,7 @@ std::vector<Scenario> entryPoints() {
                  const EventConsumerCallback callback{&ignoreEvent, nullptr};
                  g_init(event, none, &callback);
                  g_fini();
-                 // The reader's subscription has ended too, which the reader cannot know.
+                 // The reader's subscription has ended too, but the reader does not know that.
                  Quarncommon::SysConfReader::Destory();
              },
              Scenario::Thread::Caller, Repair::None, true},
@@ -153,11 +150,11 @@ TEST(Recovery, EventWithoutMemory_IsAppliedAndTheNextOneToo) {
     faults::expectRecovery(events(), faults::failingAllocations(everyAllocationOr(3)), 50);
 }
 
-TEST(Recovery, LoadsAndDestructionsWhileSystemCallsFail_NextLoadIsWhole) {
+TEST(Recovery, LoadsAndDestructionsWhileSystemCallsFail_NextLoadIsComplete) {
     faults::expectRecovery(eachOperation(Effect::Changes), faults::failingSystemCalls(), 100);
 }
 
-TEST(Recovery, LoadsAndDestructionsWithoutMemory_NextLoadIsWhole) {
+TEST(Recovery, LoadsAndDestructionsWithoutMemory_NextLoadIsComplete) {
     faults::expectRecovery(eachOperation(Effect::Changes),
                            faults::failingAllocations(everyAllocationOr(23)), 100);
 }
@@ -171,11 +168,11 @@ TEST(Recovery, QueriesWithoutMemory_NextAnswersAreRight) {
                            faults::failingAllocations(everyAllocationOr(17)), 100);
 }
 
-TEST(Recovery, EntryPointsWhileSystemCallsFail_NextSubscriptionIsWhole) {
+TEST(Recovery, EntryPointsWhileSystemCallsFail_NextSubscriptionWorks) {
     faults::expectRecovery(entryPoints(), faults::failingSystemCalls(), 20);
 }
 
-TEST(Recovery, EntryPointsWithoutMemory_NextSubscriptionIsWhole) {
+TEST(Recovery, EntryPointsWithoutMemory_NextSubscriptionWorks) {
     faults::expectRecovery(entryPoints(), faults::failingAllocations(everyAllocationOr(3)), 20);
 }
 

@@ -20,7 +20,7 @@
 namespace faults {
 
 #ifdef SANITIZED
-// A sanitizer has larger frames and thread-local data; such a build checks the memory only.
+// Sanitizers have larger frames and thread-local data, so that such a build checks only the memory.
 inline constexpr std::size_t kSmallStack = std::size_t{2048} * 1024;
 #else
 inline constexpr std::size_t kSmallStack = std::size_t{64} * 1024;
@@ -53,7 +53,7 @@ public:
         ASSERT_EQ(::pthread_join(thread, nullptr), 0);
     }
 
-    /// How much of it the last work has used, thread-local data included.
+    /// The bytes that the last work has used, thread-local data included.
     std::size_t used() const {
         const unsigned char* const end = bottom() + kSmallStack;
         return static_cast<std::size_t>(
@@ -82,7 +82,6 @@ protected:
         support::installEventLibrary("recording");
     }
 
-    /// Every operation answers on the small stack as on the large one of this thread.
     void expectAlike() { expectOnSmallStack(answersAfterAll()); }
 
     void expectOnSmallStack(const operations::Answers& expected) {
@@ -100,7 +99,7 @@ protected:
                 operations::Outputs outputs = operations::outputs();
                 operation.call(outputs);
             } catch (const std::exception&) {
-                // A database of a wrong type throws; the headers say so.
+                // A database of the wrong type throws.
             }
         }
         operations::reloadAll();
@@ -121,7 +120,7 @@ inline std::string nested(std::size_t depth, bool objects) {
     return text + std::string(depth, objects ? '}' : ']');
 }
 
-/// `text` with another member before the first one of the name `before`.
+/// Inserts a member before the first one with the name `before`.
 inline std::string withMember(std::string text, const std::string& before, const std::string& name,
                               const std::string& value) {
     const std::size_t at = text.find("\"" + before + "\":");

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Callers whose stack is small, and ordinary files: up to 16 levels.
+// Callers with a small stack, and ordinary files of up to 16 levels.
 
 #include "faults/SmallStack.h"
 

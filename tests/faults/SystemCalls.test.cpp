@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Calls of the operating system that fail, each with each error number that it may have, and files
-// that are not what they should be, one at a time. Whatever it is, the library answers as if the
-// file were not there; and right again afterwards.
+// System calls that fail with each of their error numbers, and other things in place of a file. The
+// library answers as if the file did not exist, and correctly afterwards.
 
 #include "support/Deployment.h"
 #include "support/EventLibrary.h"
@@ -27,7 +26,7 @@ namespace {
 namespace fs = std::filesystem;
 using operations::Answers;
 
-/// A fault of one file: how it is made and taken away.
+/// Starts and ends a fault of one file.
 struct Fault {
     std::string name;
     std::function<void(const fs::path&)> make;
@@ -41,7 +40,7 @@ protected:
         support::installEventLibrary("recording");
     }
 
-    /// All answers, of a first load and of a reload after one of other files.
+    /// All answers after a first load, and after a reload over other files.
     struct Loads {
         Answers first;
         Answers again;
@@ -119,7 +118,7 @@ Fault failingOpen(int error) {
             [](const fs::path& path) { support::failOpens(path, nullptr); }};
 }
 
-/// Of each time that the file is looked at, the first look or the one after the reading fails.
+/// For each open file, the fstat() before or after reading fails.
 Fault failingStat(int error, std::size_t which) {
     return {"fstat " + std::to_string(which) + ", " + std::to_string(error),
             [=](const fs::path& path) {
@@ -147,7 +146,7 @@ TEST_F(SystemCalls, OpenFails_AnswerLikeWithoutTheFile) {
     expectLikeWithoutTheFile(all);
 }
 
-TEST_F(SystemCalls, LookAtTheOpenFileFails_AnswerLikeWithoutTheFile) {
+TEST_F(SystemCalls, FstatFails_AnswerLikeWithoutTheFile) {
     std::vector<Fault> all;
     for (const int error : {EBADF, EIO, ENOMEM, EOVERFLOW, EACCES, ESTALE}) {
         all.push_back(failingStat(error, 0));
@@ -197,7 +196,7 @@ TEST_F(SystemCalls, InterruptedOrShort_AnswerLikeUndisturbed) {
 }
 
 void makeSocket(const fs::path& path) {
-    // Its address has no room for a long path.
+    // The address of a socket has no room for a long path.
     const fs::path before = fs::current_path();
     fs::current_path(path.parent_path());
     sockaddr_un address{};
@@ -216,7 +215,7 @@ Fault inPlace(const std::string& name, const std::function<void(const fs::path&)
             }};
 }
 
-TEST_F(SystemCalls, OtherThingsInTheFilesPlace_AnswerLikeWithoutTheFile) {
+TEST_F(SystemCalls, NoRegularFile_AnswerLikeWithoutTheFile) {
     const auto link = [](const char* target) {
         return inPlace(std::string("link to ") + target,
                        [target](const fs::path& path) { fs::create_symlink(target, path); });
@@ -255,7 +254,7 @@ TEST_F(SystemCalls, EachSampleCutAtEachByte_LoadsLikeWithoutTheFile) {
     for (const auto& entry : fs::recursive_directory_iterator(SYSCONF_SAMPLES)) {
         const std::string text = entry.path().extension() == ".json" ? textOf(entry.path()) : "";
         const std::size_t valuable = text.find_last_not_of(" \n") + 1;
-        // The role of the sample's file: by its name, "app.json" and the two lists.
+        // The file is identified by its name.
         for (const fs::path& path : operations::paths(files)) {
             if (text.empty() || path.filename() != entry.path().filename()) {
                 continue;
@@ -269,7 +268,7 @@ TEST_F(SystemCalls, EachSampleCutAtEachByte_LoadsLikeWithoutTheFile) {
             for (std::size_t length = valuable; length-- > 0 && !HasFailure();) {
                 SCOPED_TRACE(length);
                 fs::resize_file(path, length);
-                // Too many lengths for every query at each: one after the other, sometimes a load.
+                // Too many lengths for all queries at each: the operations alternate.
                 const auto& all = operations::all();
                 const operations::Operation& operation = all[length % all.size()];
                 if (operation.effect == operations::Effect::Answers) {
@@ -287,7 +286,7 @@ TEST_F(SystemCalls, EachSampleCutAtEachByte_LoadsLikeWithoutTheFile) {
     EXPECT_GT(cuts, 10000U);
 }
 
-TEST_F(SystemCalls, HostsAddressesCannotBeHad_StandsInForNobody) {
+TEST_F(SystemCalls, GetifaddrsFails_FloatNodeIsTheOwnNode) {
     operations::writeFiles(files, "standby");
     const Answers standingIn = operations::answers();
     operations::destroyAll();

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # abi.sh LIBRARY HEADERS BASELINE [write]: compares the binary interface of the library (its
-# functions, and the layout of its classes) with the one in BASELINE, or writes it there. What nothing
-# exported leads to is left out, and where in the sources something stands.
+# functions, and the layout of its classes) with the one in BASELINE, or writes it there. Omits types
+# that no exported function uses, and positions in the sources.
 set -euo pipefail
 
 library=$1

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# consumers.sh CASE SOURCE BUILD LIBDIR TOOL OLDEST: uses the library as projects of others do, from a folder
-# that it was moved to after it was installed. OLDEST is the oldest C++ that the
-# headers are for. CASE is one of the functions below.
+# consumers.sh CASE SOURCE BUILD LIBDIR TOOL OLDEST: uses the installed library in other projects, after
+# its folder was moved. OLDEST is the oldest C++ version that the headers support. CASE is one of the
+# functions below.
 set -euo pipefail
 export LC_ALL=C
 
@@ -26,7 +26,7 @@ install_to_moved() {
   mv "$work/installed" "$prefix"
 }
 
-# As the master of the sample pair; the paths in its file are relative to the file's own folder.
+# Runs a command as the master of the sample pair. The paths in its file are relative to its folder.
 as_master() (
   cd "$source/samples/ha-pair"
   set -a
@@ -43,7 +43,7 @@ answers_like_the_tool() {
   done) <(as_master "$1")
 }
 
-# configure_consumer OPTION...: the project outside, before it is built.
+# configure_consumer OPTION...: configures the other project.
 configure_consumer() {
   "$cmake" -S "$source/tests/packaging/consumer" -B "$work/build" -G Ninja \
     -DCMAKE_CXX_COMPILER="$CXX" -DCMAKE_PREFIX_PATH="$prefix" "$@" >"$work/log" 2>&1
@@ -56,7 +56,7 @@ build_consumer() {
   fi
 }
 
-# refused TEXT OPTION...: configuring fails, and says TEXT, of which lines may be broken anywhere.
+# refused TEXT OPTION...: configuring fails with TEXT, apart from line breaks.
 refused() {
   local text=$1
   shift
@@ -92,14 +92,13 @@ find_by_pkg_config() {
   read -ra flags < <(pkg-config --cflags --libs sysconfreader)
 }
 
-# compile SOURCE OPTION...: as $work/program, in the oldest language that the headers are for, which
-# ACE's headers decide.
+# compile SOURCE OPTION...: compiles $work/program in the oldest C++ version that the headers support;
+# ACE's headers decide it.
 compile() {
   "$CXX" -std="c++$oldest" -Wall -Wextra -Werror "$source/tests/packaging/consumer/$1" \
     -o "$work/program" "${@:2}" "${flags[@]}"
 }
 
-# Whatever the compiler.
 pkg_config() {
   find_by_pkg_config
   [[ $(pkg-config --modversion sysconfreader) == $("$tool" --version | sed 's/.* //') ]]
@@ -122,7 +121,7 @@ linkers() {
   done
 }
 
-# The program's classes have the names of those inside the library.
+# The program has classes with the names of classes inside the library.
 same_names() {
   find_by_pkg_config
   compile same-names.cpp
@@ -150,16 +149,16 @@ build_all() {
   fi
 }
 
-# Fetched, warnings as errors, unity build and link-time optimisation are what the project that
-# includes it wants.
+# Another project fetches the sources and builds them with warnings as errors, as a unity build and with
+# link-time optimisation.
 fetched() {
   build_all "$source/tests/packaging/embedding" -DFETCHCONTENT_SOURCE_DIR_SYSCONFREADER="$source"
   answers_like_the_tool "$work/build/consumer"
-  # Nothing of it gets installed or tested with that project.
+  # That project does not install or test it.
   [[ ! -e $work/build/tests && ! -e $work/build/sysconfctl ]]
 }
 
-# The static library, whose names do not collide either, installed.
+# The installed static library, whose names do not collide either.
 static_library() {
   build_all "$source" -DBUILD_SHARED_LIBS=OFF -DCMAKE_BUILD_TYPE=Debug -DCMAKE_UNITY_BUILD=ON \
     -DSYSCONFREADER_BUILD_TOOLS=OFF -DSYSCONFREADER_BUILD_EVENTCBUTIL=OFF

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # lifecycle.sh FOLDER: installs the Debian packages in FOLDER with apt, runs debian/tests with them,
-# upgrades, downgrades, removes and purges them, and looks for what is left. Newer versions are the same
-# packages with other numbers. Changes the machine: meant for a root or container that is thrown away,
-# as root and with a network. scripts/test --release runs it, and so does CI.
+# upgrades, downgrades, removes and purges them, and checks that nothing is left. Newer versions are the
+# same packages with other numbers. Changes the machine: run it as root in a disposable container with a
+# network. scripts/test --release and CI run it.
 set -euo pipefail
 export LC_ALL=C DEBIAN_FRONTEND=noninteractive
 cd "$(dirname "${BASH_SOURCE[0]}")/../.."
@@ -11,7 +11,7 @@ folder=$(realpath "$1")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 all=(libeventcbutil libeventcbutil-dev libsysconfreader libsysconfreader-dev sysconfctl)
-# Of the program that is packaged as users of the library package theirs.
+# The name of a program that is packaged like a user's.
 program=where-am-i
 
 fail() {
@@ -19,7 +19,7 @@ fail() {
   exit 1
 }
 
-# step TEXT: says what is done now, and when.
+# step TEXT: prints the next step and the time.
 step() {
   printf '%4d s  %s\n' "$SECONDS" "$*"
 }
@@ -39,13 +39,13 @@ packages() {
   done
 }
 
-# installed PACKAGE...: those of them that dpkg has a record of, with their versions.
+# installed PACKAGE...: the installed ones, with their versions.
 installed() {
   dpkg-query --show --showformat '${binary:Package} ${Version} ${db:Status-Status}\n' 2>/dev/null |
     sed 's/:[^ ]* / /' | grep -E "^($(IFS='|' && echo "$*")) " || true
 }
 
-# are_installed VERSION: all packages, in that version, as packed.
+# are_installed VERSION: all packages are installed in that version, and unmodified.
 are_installed() {
   diff <(printf "%s $1 installed\n" "${all[@]}") <(installed "${all[@]}") ||
     fail "not all packages are installed in version $1"
@@ -55,7 +55,7 @@ are_installed() {
   [[ $marked == "$1" ]] || fail "files are those of $marked, not of $1"
 }
 
-# answer COMMAND...: as on the master of the sample pair.
+# answer COMMAND...: runs it as the master of the sample pair.
 answer() (
   cd samples/ha-pair
   set -a
@@ -69,7 +69,7 @@ programs_answer() {
   answer "$program"
 }
 
-# simulate VERSION: the same packages as of that version, in $work/VERSION.
+# simulate VERSION: makes the same packages with that version, in $work/VERSION.
 simulate() {
   local file tree
   mkdir "$work/$1"
@@ -85,7 +85,7 @@ simulate() {
   done < <(packages "$folder")
 }
 
-# package_program: the program that debian/tests compiled, with the dependencies that Debian's tools find.
+# package_program: packages the program of debian/tests, with the dependencies that Debian's tools find.
 package_program() {
   local source=$work/program depends
   local tree=$source/debian/$program
@@ -106,7 +106,7 @@ CONTROL
   dpkg-deb --root-owner-group --build "$tree" "$work/$program.deb" >/dev/null
 }
 
-# files: all of the machine, without what package tools keep for themselves.
+# files: lists all files of the machine except those of the package tools.
 files() {
   find / -xdev \( -path /proc -o -path /sys -o -path /dev -o -path /run -o -path /tmp -o -path "$PWD" \
     -o -path "$folder" -o -path /var/cache -o -path /var/log -o -path /var/lib/apt -o -path /var/lib/dpkg \

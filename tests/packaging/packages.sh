@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# packages.sh CASE BUILD LIBDIR FOLDER SOURCE: makes Debian packages of what is built, in FOLDER, and
-# looks at them. CASE is one of the functions below; "make" comes before the others.
+# packages.sh CASE BUILD LIBDIR FOLDER SOURCE: makes Debian packages of BUILD in FOLDER and checks them.
+# CASE is one of the functions below; "make" runs before the others.
 set -euo pipefail
 export LC_ALL=C
 
@@ -19,8 +19,8 @@ fail() {
   exit 1
 }
 
-# pack FOLDER UMASK: from the packaging, the pages and the examples alone; the rest has been built. -d:
-# what the build needs has been found when BUILD was configured.
+# pack FOLDER UMASK: needs only the packaging, the pages and the examples. -d: the build dependencies
+# were checked when BUILD was configured.
 pack() {
   mkdir -p "$1"
   if ! (
@@ -44,7 +44,7 @@ field() {
   dpkg-deb --field "$(package "$1")" "$2"
 }
 
-# Neither the time, nor the folder, nor whoever packages with which habits shows.
+# The packages do not depend on the time, the folder, the user or the umask.
 make() {
   rm -rf "$folder"
   pack "$folder" 022
@@ -63,7 +63,7 @@ lintian_errors() {
   lintian "${options[@]}" "$folder"/*.changes
 }
 
-# has PACKAGE FILE...: these, and what every package has.
+# has PACKAGE FILE...: the package contains exactly these files and those of every package.
 has() {
   local package=$1
   shift
@@ -89,7 +89,7 @@ contents() {
     share/fish/vendor_completions.d/sysconfctl.fish
 }
 
-# needs PACKAGE PATTERN...: among what it depends on is one that matches.
+# needs PACKAGE PATTERN...: each pattern matches one of its dependencies.
 needs() {
   local package=$1 other depends
   shift
@@ -109,11 +109,11 @@ dependencies() {
   needs libsysconfreader-dev "libsysconfreader (= $version)" libjsoncpp-dev libace-dev pkgconf
   needs libeventcbutil-dev "libeventcbutil (= $version)" "libsysconfreader-dev (= $version)"
   needs sysconfctl "libsysconfreader (= $version)" 'libfmt[0-9]*' "$abi"
-  # A library with another binary interface provides another name, and programs depend on the name.
+  # Programs depend on this name, which changes with the binary interface.
   [[ $(field libsysconfreader Provides) == "$abi" ]] || fail "libsysconfreader does not provide $abi"
   dpkg-deb --info "$(package libsysconfreader)" symbols |
     grep -x "libsysconfreader.so libsysconfreader #MINVER#, $abi"
-  # One event library at a time, a platform's own included.
+  # Only one event library can be installed, including that of a platform.
   [[ $(field libsysconfreader Recommends) == "libeventcbutil | event-callback-library" ]] ||
     fail "libsysconfreader does not recommend an event library"
   for relation in Provides Conflicts; do
@@ -121,8 +121,8 @@ dependencies() {
   done
 }
 
-# With a record of packages of its own, in which nothing else is installed: hence --force-depends. The
-# other permissions are for who is not root; the packages have no scripts, which only root could run.
+# Uses a separate package database, in which nothing else is installed: hence --force-depends. The other
+# options are for users other than root.
 own_dpkg() {
   dpkg --root="$root" --log="$work/dpkg.log" --force-depends --force-not-root --force-bad-path \
     --force-unsafe-io "$@" >"$work/log" 2>&1 || {
@@ -135,7 +135,7 @@ in_root() {
   find "$root" -path "$root/var/lib/dpkg" -prune -o ! -type d -printf '/%P\n' | sort
 }
 
-# older: the packages as of an older version, with one file more.
+# older: makes packages of an older version, with one more file.
 older() {
   local package tree version
   mkdir "$work/older"
@@ -149,7 +149,7 @@ older() {
   done
 }
 
-# tool ARGUMENT...: the installed one, with the installed libraries.
+# tool ARGUMENT...: runs the installed tool with the installed libraries.
 tool() {
   LD_LIBRARY_PATH=$root/usr/$libdir "$root/usr/bin/sysconfctl" "$@"
 }

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# reproducible.sh SOURCE BUILD OPTION...: builds the libraries from a copy of the sources in a place of
-# another name, with OPTIONs, which are those that BUILD was configured with, and compares every byte
-# that both install. BUILD is below SOURCE.
+# reproducible.sh SOURCE BUILD OPTION...: builds the libraries from a copy of the sources in another
+# folder, with the OPTIONs of BUILD, and compares the installed files byte by byte. BUILD is below
+# SOURCE.
 set -euo pipefail
 
 source=$1
@@ -13,7 +13,7 @@ trap 'rm -rf "$work"' EXIT
 copy=$work/a/place/of/another/name
 copy_build=$copy${build#"$source"}
 
-# The compiler itself, and no cache, which would give what was built here before.
+# Without ccache, which would return the files of the first build.
 if ! {
   mkdir -p "$copy" &&
     tar -C "$source" --exclude='./build*' --exclude=./.git --exclude=./.ccache -cf - . |

@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <string>
 
-/// The tree of a JSON text, as jsoncpp itself reads it; for trees written down in tests.
+/// Returns the tree of a JSON text. Uses jsoncpp's reader.
 inline Json::Value json(const std::string& text) {
     Json::Value value;
     Json::CharReaderBuilder builder;

@@ -28,7 +28,7 @@ Lines only(const Lines& lines, const std::string& text) {
     return found;
 }
 
-TEST(Trace, AddressByTag_ReportsEntriesTagsAndTheOneTaken) {
+TEST(Trace, AddressByTag_ReportsEntriesTagsAndTheMatch) {
     EXPECT_THAT(traced(R"([{"usage":["x"]},{"IP":"A","usage":["Y","z"]},{"IP":"B"}])",
                        [](const TracedNode& list) { addressByTag(list, "y"); }),
                 ElementsAre("entry /0", "read /0/usage/0 = x", "tag x at /0/usage/0", "entry /1",
@@ -238,7 +238,7 @@ TEST(Trace, NumberOfTheWrongType_IsReported) {
     }
 }
 
-TEST(Trace, ThatResumes_ReadsEachValueOfTheWrongTypeAsNull) {
+TEST(Trace, ThatContinues_ReadsEachValueOfTheWrongTypeAsNull) {
     struct Resuming : TraceText {
         bool resumesAfter(const TypeMismatch& /*mismatch*/) override { return true; }
     } trace;

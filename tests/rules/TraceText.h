@@ -20,8 +20,8 @@ public:
     Lines lines;
 };
 
-/// What a rule reports over the value of a JSON text, up to what it throws. The value is once a
-/// tree and once a document; both give the same events.
+/// Returns the events of a rule for the value of a JSON text, up to an exception. Expects the same
+/// events for a tree and for a document.
 template <typename Rule>
 TraceText::Lines traced(const std::string& text, Rule rule) {
     namespace rules = Quarncommon::rules;

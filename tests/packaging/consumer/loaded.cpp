@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Knows the library by its file's name and by the names of its functions only.
+// Loads the library at run time.
 #include <dlfcn.h>
 
 #include <iostream>
