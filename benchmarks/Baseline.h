@@ -5,9 +5,9 @@
 
 namespace bench {
 
-/// The reference for the product's speed: NaiveReader with files that it reads as often as the
-/// product does, through stream-buffer iterators, and parses with jsoncpp's strict reader. It takes
-/// no lock. Never linked into the product.
+/// The reference for the product's speed: NaiveReader on files. It reads them as often as the
+/// product does, with stream-buffer iterators, and parses them with jsoncpp's strict reader. No
+/// locks.
 class Baseline : public NaiveReader {
 public:
     static Baseline* Instance();

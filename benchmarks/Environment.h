@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <string>
 
-/// The environment of a process of a generated deployment.
 namespace bench {
 
 /// Sets the variables for a generated deployment and disables change events.

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Replaces the kernel's list of host addresses for all variants: enumerating it takes longer than
-// the queries that use it.
+// Replaces the kernel's list of host addresses, which takes longer than the queries that use it.
 
 #include <array>
 #include <cstring>

@@ -19,7 +19,6 @@ namespace {
 
 class FileReader {
 public:
-    /// Reads the file and returns its length.
     std::size_t read(const std::string& path) {
         const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
         struct stat status {};
@@ -39,7 +38,6 @@ private:
     std::vector<char> m_text;
 };
 
-/// One value under a lock, in the simplest form.
 struct Guarded {
     ACE_RW_Thread_Mutex mutex;
     std::string text = "192.0.2.11";

@@ -13,8 +13,7 @@
 #include <string_view>
 #include <vector>
 
-/// The measured operations. `Reader` and `Roles` are the classes of the product or of the baseline,
-/// whose operations have the same names.
+/// The measured operations. `Reader` and `Roles` are classes of the product or the baseline.
 namespace bench {
 
 template <typename Reader, typename Roles>
@@ -57,14 +56,13 @@ std::string withFilesOnlyFor(std::initializer_list<const char*> variables, Run r
     return S::loaded();
 }
 
-/// A measured query: its name in the results, and its name and arguments in the table of all
-/// queries.
+/// A measured query: its name in the results, and its row in the table of all queries.
 struct Measured {
     const char* name;
     const char* query;
     queries::Arguments with{};
     std::set<std::string> tags{};
-    /// Whether a call adds to the outputs of the one before, which are cleared therefore.
+    /// Whether a call appends to its outputs, so that they must be cleared.
     bool accumulates = false;
     bool threads = false;
 };
@@ -84,7 +82,7 @@ inline const std::vector<Measured>& measuredQueries() {
          .with = {.prefix = "northbound"},
          .accumulates = true},
         {.name = "getLocalSouthIP", .query = "getLocalSouthIP"},
-        // Measured with a map that has the keys already.
+        // With a map that already has the keys.
         {.name = "getLocalNodeIPs-2", .query = "getLocalNodeIPs by tag"},
         {.name = "getSourceNodeId", .query = "getSourceNodeId"},
         {.name = "getIPAddresses-quarter",

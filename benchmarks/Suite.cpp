@@ -15,8 +15,7 @@ namespace bench {
 
 namespace {
 
-/// The answers in the form in which they are sent between processes: name and answer, each followed
-/// by a NUL byte. Answers contain no NUL.
+/// The answers as one text for a pipe: names and answers, each followed by a NUL byte.
 std::string flattened(const Answers& answers) {
     std::string text;
     for (const auto& [name, answer] : answers) {
@@ -93,7 +92,7 @@ void Suite::registerAll(bool once) const {
             timed->Iterations(1);
         }
     }
-    // Registered last, so that the others are timed in a process that never had a second thread.
+    // Registered last, so that the others run in a process with one thread.
     for (const Operation& operation : m_operations) {
         if (!operation.threads) {
             continue;

@@ -18,7 +18,7 @@ struct Operation {
     /// Returns the answer as text; empty for an operation without an answer.
     std::function<std::string()> answer;
     std::function<void(benchmark::State&)> time;
-    /// Also timed on several threads at once, as "throughput/<name>".
+    /// Also timed on several threads, as "throughput/<name>".
     bool threads = false;
 };
 
@@ -33,8 +33,8 @@ private:
     std::vector<Operation> m_operations;
 };
 
-/// Returns the answers of the operations that `fill` adds. They run in a child process, so that
-/// they do not change the heap of this one. Call it before threads are started.
+/// Returns the answers of the operations that `fill` adds. They run in a child process, so that the
+/// heap of this one is unchanged. Call it before threads are started.
 /// @throws std::runtime_error if the child process fails.
 Answers answersApart(const std::function<void(Suite&)>& fill);
 

@@ -10,9 +10,8 @@ namespace bench {
 void addProduct(Suite& suite);
 void addBaseline(Suite& suite);
 
-/// The least work that any implementation must do. "read": opens a node list, reads it into a
-/// reused buffer and closes it. "guarded-text" and "guarded-number": copy one value under a bare
-/// ACE_Read_Guard.
+/// The minimum for any implementation. "read" opens a node list, reads it into a reused buffer and
+/// closes it. "guarded-text" and "guarded-number" copy a value with an ACE_Read_Guard.
 void addLimit(Suite& suite);
 
 /// Compares the answers of product and baseline, each from its own process.

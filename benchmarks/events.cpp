@@ -35,7 +35,6 @@ std::string textOf(const fs::path& file) {
     return text.str();
 }
 
-/// Returns the number after "name:" in a file of such lines.
 long number(const fs::path& file, const std::string& name) {
     std::ifstream stream(file);
     for (std::string line; std::getline(stream, line);) {
@@ -162,7 +161,7 @@ Json::Value added(const char* library) {
     const long threads = entries("/proc/self/task");
     const long descriptors = entries("/proc/self/fd");
     const long memory = privateMemory();
-    // An already loaded library is found by its name.
+    // Later found by its name.
     if (::dlopen(library, RTLD_LAZY | RTLD_GLOBAL) == nullptr) {
         throw std::runtime_error(::dlerror());
     }

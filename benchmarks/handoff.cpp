@@ -23,14 +23,13 @@ namespace {
 using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReaderImpl;
 
-/// CPU time of the calling thread.
 double processorNanoseconds() {
     timespec time{};
     ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
     return static_cast<double>(time.tv_sec) * 1e9 + static_cast<double>(time.tv_nsec);
 }
 
-/// CPU time of one call in the fastest of many blocks: disturbances only make a block slower.
+/// CPU time of one call in the fastest of many blocks.
 template <typename Call>
 double nanoseconds(int calls, Call call) {
     constexpr int kBlocks = 40;

@@ -26,7 +26,6 @@ using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReaderImpl;
 namespace fs = std::filesystem;
 
-/// CPU time of this process so far, in seconds.
 double processorTime() {
     timespec now{};
     ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
@@ -57,7 +56,7 @@ const Call kQueries[] = {
 
 const Call kLoad[] = {{"SysConfReader::Reload", [] { SysConfReader::Instance()->Reload(); }}};
 
-/// Measures the call in a child process whose singletons were loaded without any file.
+/// Measures the call in a child process with singletons that have loaded no file.
 void measure(const char* file, const Call& call, const fs::path& directory) {
     std::fflush(stdout);
     const pid_t child = ::fork();
@@ -110,7 +109,7 @@ void measureNodes(const fs::path& directory, std::size_t size) {
     }
 }
 
-/// Writes both node lists: one node of which `part` is repeated between `start` and `end`.
+/// Writes both node lists: `part` is repeated between `start` and `end`.
 void writeLists(const fs::path& directory, const std::string& start, const std::string& part,
                 std::size_t size, const std::string& end) {
     for (const char* list : {generator::kNodeListFile, generator::kManagerNodeListFile}) {
@@ -118,7 +117,6 @@ void writeLists(const fs::path& directory, const std::string& start, const std::
     }
 }
 
-/// A node list that has its size in one place.
 struct List {
     const char* name;
     std::string start;
@@ -126,7 +124,6 @@ struct List {
     std::string end;
 };
 
-/// The start of a list up to the addresses of this process's node, whose id is empty.
 const std::string kAddresses = R"({"nodeList":{"":{"IPAddresses":[)";
 
 const List kLists[] = {
@@ -150,7 +147,7 @@ void measureLists(const fs::path& directory, std::size_t size) {
     }
 }
 
-/// Lists with an entry of which one half is repeated members or a long address, the other one tags.
+/// Lists with one entry: half of it is members or a long address, the other half tags.
 void measureTags(const fs::path& directory, std::size_t size) {
     const std::string tags = R"("maintenance","service","southbound","northbound",)";
     const std::string end = R"("x"]}]}}})";
@@ -177,7 +174,7 @@ void measureAppConfig(const fs::path& directory, std::size_t size) {
     measure("app config of ignored objects", kLoad[0], directory);
     write(config, R"({"processes":{},"ignored":[0)", ",0", size, "]}");
     measure("app config of ignored numbers of one digit", kLoad[0], directory);
-    constexpr std::size_t kPart = 16; // the whole would need more than most machines have
+    constexpr std::size_t kPart = 16; // most machines do not have enough memory for more
     write(config, R"({"databases":{"d":[0)", object, size / kPart, "]}}");
     measure("app config of a database of small objects, a sixteenth of the size", kLoad[0],
             directory);

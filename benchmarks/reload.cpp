@@ -30,7 +30,7 @@ using Clock = std::chrono::steady_clock;
 using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReaderImpl;
 
-/// The longest time that the current thread waited for the write side of a lock.
+/// The longest wait of the current thread for the write side of a lock.
 thread_local Clock::duration t_wait{};
 
 double milliseconds(Clock::duration time) {
@@ -75,9 +75,8 @@ public:
         }
     }
 
-    /// Returns after `count` more queries.
-    void waitForQueries(std::size_t count) const {
-        const std::size_t enough = m_queries + count;
+    void waitForQueries(std::size_t more) const {
+        const std::size_t enough = m_queries + more;
         while (m_queries < enough) {
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }

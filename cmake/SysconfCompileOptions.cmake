@@ -1,7 +1,5 @@
-# Builds are reproducible: debug information and messages name source files relative to the build
-# folder, where debuggers find them, and never by an absolute path. A compiler cache that rewrites
-# paths knows this option and still shares results between checkouts. Debug builds keep absolute
-# paths.
+# Reproducible builds: debug information and messages name source files relative to the build folder.
+# ccache still shares results between checkouts. Debug builds keep absolute paths.
 if(NOT SYSCONFREADER_SANITIZE)
   cmake_path(IS_PREFIX PROJECT_SOURCE_DIR "${PROJECT_BINARY_DIR}" build_is_inside)
   if(build_is_inside)
@@ -15,8 +13,8 @@ if(NOT SYSCONFREADER_SANITIZE)
   endforeach()
 endif()
 
-# Hardening that not every supported compiler and C library has. A compiler that ignores an option
-# warns, so the probes treat warnings as errors.
+# Hardening that some compilers and C libraries lack. A compiler that ignores an option warns, so the
+# probes treat warnings as errors.
 include(CheckCXXCompilerFlag)
 include(CheckCXXSourceCompiles)
 set(CMAKE_REQUIRED_FLAGS -Werror)
@@ -33,8 +31,8 @@ int main() {}"
 unset(CMAKE_REQUIRED_FLAGS)
 set(SYSCONFREADER_FORTIFY_LEVEL $<IF:$<BOOL:${SYSCONFREADER_HAS_FORTIFY_LEVEL_3}>,3,2>)
 
-# sysconf_compile_options(TARGET): the language level, warnings, hardening and sanitizer that every
-# target of the project is built with. They do not reach a consumer's own targets.
+# sysconf_compile_options(TARGET): language level, warnings, hardening and sanitizer of every target of
+# the project. They do not affect targets of consumers.
 function(sysconf_compile_options target)
   set_target_properties(
     ${target}
@@ -71,10 +69,9 @@ function(sysconf_compile_options target)
   endif()
   # Without a sanitizer every symbol must be defined at link time, and the hardening applies.
   if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$")
-    # The linker marks a file as compatible with shadow stacks only if all its input files are marked,
-    # and some C libraries' start files are not. They are compatible: they change no return address.
-    # No option forces the mark for indirect branch tracking: where start files lack that mark, their
-    # _init does not begin with endbr64, and the file must not claim it.
+    # The linker marks a file as compatible with shadow stacks only if all its input files are marked.
+    # Some start files are compatible but not marked, so the mark is forced. It is not forced for
+    # indirect branch tracking: the _init of unmarked start files does not begin with endbr64.
     target_compile_options(${target} PRIVATE -fcf-protection)
     target_link_options(${target} PRIVATE -Wl,-z,shstk)
   elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64)$")

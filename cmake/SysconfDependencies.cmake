@@ -1,5 +1,5 @@
-# Finds the dependencies of the requested parts, and reports all missing ones at once, by the names of
-# Debian's packages.
+# Finds the dependencies of the requested parts and reports all missing ones together, by the names of
+# Debian packages.
 set(missing)
 
 # need_module(PREFIX MODULE PACKAGE): the target PkgConfig::PREFIX.

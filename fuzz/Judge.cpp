@@ -51,7 +51,7 @@ bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
-/// The code unit of an escape \uXXXX at the start of the text; 0 if there is none.
+/// Returns the code unit of an escape \uXXXX at the start of the text; 0 if there is none.
 unsigned int escapedUnit(std::string_view text) {
     if (text.size() < 6 || text[0] != '\\' || text[1] != 'u') {
         return 0;
@@ -67,7 +67,7 @@ unsigned int escapedUnit(std::string_view text) {
     return unit;
 }
 
-/// What stands within quotes at the start of the text, one byte or one escape.
+/// Returns the byte or escape at the start of the text, which is inside quotes.
 std::string_view unquoted(std::string_view text) {
     if (const unsigned int unit = escapedUnit(text); unit != 0) {
         const unsigned int next = escapedUnit(text.substr(6));
@@ -77,7 +77,7 @@ std::string_view unquoted(std::string_view text) {
     return text.substr(0, text[0] == '\\' ? 2 : 1);
 }
 
-std::string holdableWithinQuotes(std::string_view piece) {
+std::string supportedInStrings(std::string_view piece) {
     const auto byte = static_cast<unsigned char>(piece[0]);
     if (byte >= 0x80) {
         return {static_cast<char>(0xC4 + ((byte >> 6U) & 1U)),
@@ -85,7 +85,7 @@ std::string holdableWithinQuotes(std::string_view piece) {
     }
     const unsigned int unit = piece.size() == 6 ? escapedUnit(piece) : 0;
     if (unit >= 0xD800 && unit < 0xE000) {
-        // From the surrogates to the characters that follow them in Unicode.
+        // Replaces a surrogate by a character from the block after the surrogates.
         return (unit < 0xDC00 ? "\\uE" : "\\uF") + std::string(piece.substr(3));
     }
     return std::string(piece);
@@ -113,7 +113,7 @@ std::optional<Verdict> read(std::string_view text) {
     return verdict;
 }
 
-std::string holdable(std::string_view text) {
+std::string supported(std::string_view text) {
     std::string copy;
     bool quoted = false;
     std::size_t digits = 0;
@@ -124,7 +124,7 @@ std::string holdable(std::string_view text) {
             quoted = !quoted;
             copy += piece;
         } else if (quoted) {
-            copy += holdableWithinQuotes(piece);
+            copy += supportedInStrings(piece);
         } else if (digits <= 2) {
             copy += piece;
         }

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Mutates what JSON texts say rather than how they are written: half of the time a value of the
-// tree is replaced, moved, renamed, removed or made up, from the vocabulary of the system's own
-// files; the other half bytes are, as the fuzzer does by itself.
+// Mutates JSON texts: in half of the cases it replaces, moves, renames, removes or creates values
+// of the tree, with the vocabulary of the configuration files; otherwise the fuzzer mutates bytes.
 
 #include "Parts.h"
 
@@ -139,7 +138,7 @@ private:
         }
     }
 
-    /// A copy first: one may lie inside the other.
+    /// Copies first, because one value may be inside the other.
     static void replace(Json::Value& place, const Json::Value& other) {
         Json::Value copy = other;
         place.swap(copy);
@@ -198,7 +197,7 @@ private:
     std::vector<Json::Value*> m_places;
 };
 
-/// The text with a few values changed; nothing when it is none, or grows too long.
+/// Changes a few values of the text. Returns false if it is malformed or becomes too long.
 bool mutateTree(std::string& text, std::size_t maxSize, unsigned int seed) {
     Json::Value root;
     if (!JsonReader(false).parse(text, root)) {

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The app config file: whatever it contains, the loader and the queries of loaded values and
-// databases answer as NaiveReader does.
+// Any app config file: loaded values and database queries give the answers of NaiveReader.
 
 #include "comparison/Comparison.h"
 #include "comparison/SoundDeployment.h"

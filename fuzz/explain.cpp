@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-// Explanations beside answers: whatever the three files, the environment and the arguments are,
-// each query is explained as the library answers it, after a first load and after a reload; the
-// tool's reader accepts the files that the library's accepts; and check comes to its end.
+// Any files, environment and arguments: the explanation of each query gives the library's answer,
+// after a first load and after a reload; the tool's reader accepts the same files as the library's;
+// and `check` returns.
 //
-// An input has parts, with a line "%%" between them: lines that change the environment or hold
-// arguments, the three files of the first load, and, unless left out, those of the reload.
+// An input has parts, with a line "%%" between them: settings, the three files of the first load
+// and, optionally, those of the reload.
 
 #include "Parts.h"
 #include "comparison/SoundDeployment.h"
@@ -37,7 +37,8 @@ using namespace sysconfctl;
     std::abort();
 }
 
-/// The first part's lines: "unset VARIABLE", "instance ID", "ask ARGUMENT"; others mean nothing.
+/// The lines of the first part: "unset VARIABLE", "instance ID", "ask ARGUMENT". Others are
+/// ignored.
 class Setting {
 public:
     explicit Setting(const std::string& lines) {
@@ -51,7 +52,6 @@ public:
         }
     }
 
-    /// What the query is to be asked with.
     Arguments argumentsFor(const Query& query) {
         Arguments arguments;
         for (const Parameter& parameter : query.parameters) {
@@ -150,7 +150,7 @@ void compareAll(Setting& setting, const Sources& sources, const Loaded& loaded) 
     }
 }
 
-/// Replaces the files by those of the parts from `first` on that are there.
+/// Replaces the files by the parts from `first` on, as far as there are any.
 void take(const std::vector<std::string>& parts, std::size_t first, files::Texts& texts) {
     std::string* const files[] = {&texts.appConfig, &texts.nodeList, &texts.managerNodeList};
     for (std::size_t i = 0; i < std::size(files) && first + i < parts.size(); ++i) {
@@ -184,7 +184,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         loaded.load(sources);
         compareAll(setting, sources, loaded);
     }
-    // Nothing of one input is left to the next.
+    // The next input starts without an instance.
     Quarncommon::SysConfReader::Destory();
     files::write(soundDeployment());
     return 0;

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// JsonDocument against JsonReader: whatever the bytes are, both accept or both refuse them, and
-// every question to every value is answered alike.
+// Any bytes: JsonDocument accepts them if JsonReader does, and gives the same answers.
 
 #include "DocumentDifference.h"
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// JsonReader against a reader that it has nothing in common with: whatever the bytes are, the
-// strict one accepts what is a JSON text and nothing else, and its values are those of the text. So
-// does the tool's reader, which knows where values stand.
+// Any bytes: JsonReader and the tool's reader, which records positions, accept them if an
+// independent reader (see Judge.h) does, with the same values.
 
 #include "Judge.h"
 
@@ -45,12 +44,12 @@ bool same(const Json::Value& one, const Json::Value& other) {
     return std::equal(one.begin(), one.end(), other.begin(), sameChild);
 }
 
-/// What the judge lets pass though it is no JSON text, and JsonReader must not.
+/// Malformed texts that the judge accepts and JsonReader must refuse.
 bool isBeyondTheJudge(std::string_view text) {
     return text.find('\0') != std::string_view::npos || text.starts_with("\xEF\xBB\xBF");
 }
 
-/// Reads with the strict reader, whose answer is compared with the judge's.
+/// Compares the strict reader with the judge.
 bool readsLike(const judge::Verdict& verdict, const std::string& text) {
     Json::Value value;
     const bool accepted = JsonReader(false).parse(text, value);
@@ -60,7 +59,7 @@ bool readsLike(const judge::Verdict& verdict, const std::string& text) {
     return accepted;
 }
 
-/// Whether the text is to be accepted, as far as the judge knows it.
+/// Whether the text must be accepted, according to the judge.
 bool isAcceptable(const std::string& text) {
     if (isBeyondTheJudge(text)) {
         return false;
@@ -68,8 +67,8 @@ bool isAcceptable(const std::string& text) {
     if (const auto verdict = judge::read(text)) {
         return readsLike(*verdict, text);
     }
-    // The judge may only have been unable to hold what it says.
-    const std::string other = judge::holdable(text);
+    // The judge may have refused it as unsupported.
+    const std::string other = judge::supported(text);
     const auto verdict = judge::read(other);
     return verdict && readsLike(*verdict, other);
 }

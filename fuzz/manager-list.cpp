@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The manager node list: whatever it contains, the role reader and every query that reads the list
-// answer as NaiveReader does.
+// Any manager node list: the role reader and the queries of that list give the answers of
+// NaiveReader.
 
 #include "comparison/Comparison.h"
 #include "comparison/SoundDeployment.h"

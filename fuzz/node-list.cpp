@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The node list: whatever it contains, the loaders and every query that reads it answer as
-// NaiveReader does.
+// Any node list: the loaders and the queries of that list give the answers of NaiveReader.
 
 #include "comparison/Comparison.h"
 #include "comparison/SoundDeployment.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Several node lists, one after the other without a reload: what the library remembers of a list
-// never answers for another one. A byte 0xFE separates the lists; it is in no UTF-8 text.
+// Several node lists, one after the other without a reload: the library never answers from an
+// earlier list. The lists are separated by a byte 0xFE, which does not occur in UTF-8.
 
 #include "comparison/Comparison.h"
 #include "comparison/SoundDeployment.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Runs a fuzz target once on each file of the folders that are named, without a fuzzer.
+// replay-TARGET FOLDER...: runs a fuzz target once on each file of the folders.
 
 #include <cstddef>
 #include <cstdint>
@@ -18,7 +18,7 @@ int main(int argc, char** argv) {
         for (const auto& entry : std::filesystem::directory_iterator(argv[i])) {
             std::ifstream file(entry.path(), std::ios::binary);
             const std::string text(std::istreambuf_iterator<char>(file), {});
-            // Said before, so that the last name is that of the file that ends the process.
+            // Printed first, so that the last name is that of a file that ends the process.
             std::printf("%s\n", entry.path().c_str());
             std::fflush(stdout);
             LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(text.data()), text.size());

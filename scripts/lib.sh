@@ -1,11 +1,11 @@
 # shellcheck shell=bash
 # Shared by the scripts of this folder. Sourced, never run.
 
-# Debian packages that the library and the tool need, and those that the tests need in addition.
+# Debian packages for the library and the tool.
 # shellcheck disable=SC2034 # used by the scripts that source this one
 build_packages=(g++ cmake ninja-build pkgconf libjsoncpp-dev libace-dev rapidjson-dev
   libsimdjson-dev libcli11-dev libfmt-dev)
-# Those that make and check packages.
+# To make and check packages.
 # shellcheck disable=SC2034
 package_packages=(binutils build-essential chrpath debhelper doxygen dpkg-dev file lintian)
 # shellcheck disable=SC2034
@@ -32,7 +32,7 @@ die() {
   exit 1
 }
 
-# missing_packages PACKAGE...: those that are not installed, one a line.
+# missing_packages PACKAGE...: prints those that are not installed, one per line.
 missing_packages() {
   local package
   for package in "$@"; do
@@ -51,7 +51,7 @@ as_root() {
   fi
 }
 
-# With "no" nothing is installed; --no-install of the scripts says so.
+# "no" for the option --no-install.
 install=yes
 
 apt_install() {
@@ -59,9 +59,9 @@ apt_install() {
     apt-get install --yes --no-install-recommends -qq "$@" 2>&1
 }
 
-# install_packages PACKAGE...: installs what is missing, and does nothing when nothing is. The lists
-# of packages are brought up to date only when they are of no use as they are, and a mirror that is
-# slow or away is no failure as long as the packages can be had.
+# install_packages PACKAGE...: installs missing packages. Updates the lists of packages only if the
+# installation fails without that, so that a slow or unreachable mirror is no error as long as the
+# packages are available.
 install_packages() {
   local missing
   if ! command -v dpkg-query >/dev/null; then
@@ -89,8 +89,8 @@ install_packages() {
   fi
 }
 
-# configure FOLDER OPTION...: makes FOLDER a build folder of the project, with a compiler cache if
-# there is one. Silent unless it fails.
+# configure FOLDER OPTION...: configures the build folder FOLDER, with ccache if it is installed.
+# Silent unless it fails.
 configure() {
   local folder=$1 log
   shift
@@ -112,8 +112,8 @@ configure_all() {
     -DSYSCONFREADER_BUILD_EXAMPLES=ON -DSYSCONFREADER_BUILD_BENCHMARKS=ON "${@:2}"
 }
 
-# configure_for_tests FOLDER COMPILER SANITIZER: as the gate tests. -O1: the library and the tool of a
-# test run take longer to optimise further than to run. The folders are those of Debian's packages.
+# configure_for_tests FOLDER COMPILER SANITIZER: for a test run, with -O1 because more optimisation
+# takes longer than it saves. The folders are those of Debian's packages.
 configure_for_tests() {
   configure_all "$1" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DCMAKE_CXX_FLAGS_RELWITHDEBINFO="-O1 -g1" -DCMAKE_INSTALL_PREFIX=/usr \
@@ -126,8 +126,8 @@ copy_sources() {
   tar --exclude='./build*' --exclude=./.git --exclude=./.ccache -cf - . | tar -C "$1" -xf -
 }
 
-# build FOLDER [TARGET...]: builds the targets, or all, with JOBS jobs, by default one per processor.
-# Prints warnings and errors only.
+# build FOLDER [TARGET...]: builds the targets, or all, with JOBS jobs (by default one per processor).
+# Prints only warnings and errors.
 build() {
   local folder=$1
   shift

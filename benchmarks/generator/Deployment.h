@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <string>
 
-/// Generates deployments of any size. The same shape gives the same bytes on every machine.
+/// Generates deployments. The same shape gives the same bytes on every machine.
 namespace generator {
 
 struct Shape {
@@ -16,7 +16,6 @@ struct Shape {
     std::uint64_t seed = 1;
 };
 
-/// The key of the process in the app config file.
 inline constexpr const char* kInstanceId = "alarm-1";
 
 /// The own node: a master in the middle of the list, and the only node with the service address

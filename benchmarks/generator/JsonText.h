@@ -17,17 +17,14 @@ public:
 
     JsonText& object() { return open('{'); }
     JsonText& array() { return open('['); }
-    /// Ends the innermost object or array.
     JsonText& end();
-    /// The name of the next member; must need no escapes.
+    /// Names and texts are inserted verbatim.
     JsonText& name(std::string_view name);
-    /// A string; must need no escapes, or have them already.
     JsonText& text(std::string_view text) { return value('"' + std::string(text) + '"'); }
     JsonText& number(long number) { return value(std::to_string(number)); }
     /// A literal or a number, verbatim.
     JsonText& value(std::string_view value);
 
-    /// The text; complete after every object and array has been ended.
     const std::string& str() const { return m_text; }
 
 private:

@@ -3,7 +3,7 @@
 
 namespace Quarncommon {
 
-/// Replaces the library's header of the same name: readers never wait for a waiting writer.
+/// Replaces the library's header: readers never wait for a waiting writer.
 class WriterHandoff {
 public:
     void letOneWriterPass() {}
