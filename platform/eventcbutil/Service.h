@@ -16,7 +16,7 @@ namespace eventcbutil {
 
 /// The subscriptions of the process, and the thread that serves them while there are any.
 ///
-/// At most two threads exist: the one that serves, and one that did not end in time.
+/// At most two threads exist: the one that serves, and one that missed kLongestEnd.
 class Service {
 public:
     /// The longest wait for a thread when the subscriptions end.
@@ -89,7 +89,7 @@ private:
     /// callback or while waiting for a thread.
     ForkMutex m_mutex;
     std::shared_ptr<Run> m_run;
-    /// The run of a thread that did not end in time.
+    /// The run of a thread that missed kLongestEnd.
     std::shared_ptr<Run> m_left;
     /// The runs of the parent processes.
     std::shared_ptr<Run> m_abandoned;

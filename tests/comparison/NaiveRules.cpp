@@ -172,7 +172,7 @@ void localNodeIPs(File nodeList, const std::string& floatNodeId,
             Json::Value usages = addresses[i]["usage"];
             for (Json::ArrayIndex j = 0; j < usages.size(); ++j) {
                 const std::string tag = lower(usages[j].asString());
-                if (usageIPs.count(tag) == 1) {
+                if (usageIPs.contains(tag)) {
                     usageIPs[tag] = addresses[i]["IP"].asString();
                     familyMatched = true;
                 } else if (tag == "service") {
@@ -225,7 +225,7 @@ std::string localSouthIP(File nodeList, const std::string& floatNodeId,
                          const std::string& maintenanceIP) {
     std::map<std::string, std::string> usageIPs;
     localNodeIPs(std::move(nodeList), floatNodeId, usageIPs);
-    if (usageIPs.count("service") == 1) {
+    if (usageIPs.contains("service")) {
         if (usageIPs["service"] == "") {
             return maintenanceIP;
         }

@@ -41,7 +41,7 @@ TEST_F(ProcessEnd, ExitWithASubscription_ServiceEndsBeforeOlderStaticObjectsAreD
         {
             atStaticDestruction() = [this] {
                 waitForServiceToEnd();
-                writeFile(m_file, "nobody listens");
+                writeFile(m_file, "no subscription");
                 ::_exit(m_recorder.subscribe() < 0 ? 42 : 1);
             };
             subscribeAndSeeAChange();

@@ -47,7 +47,7 @@ Watch* watch() {
 /// The watch under which this descriptor was opened, or null.
 Watch* watchOf(int descriptor) {
     Watch* watching = watch();
-    return watching != nullptr && watching->paths.count(descriptor) != 0 ? watching : nullptr;
+    return watching != nullptr && watching->paths.contains(descriptor) ? watching : nullptr;
 }
 
 } // namespace

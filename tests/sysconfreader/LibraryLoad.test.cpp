@@ -85,7 +85,7 @@ TEST(LibraryLoad, Always_CreatesTheLockOfEachClass) {
     const std::map<std::uintptr_t, std::string> names = dataSymbols();
     std::vector<std::string> symbols;
     for (const std::uintptr_t offset : lockOffsets()) {
-        symbols.push_back(names.count(offset) == 1 ? names.at(offset) : "no symbol");
+        symbols.push_back(names.contains(offset) ? names.at(offset) : "no symbol");
     }
     EXPECT_THAT(symbols, testing::UnorderedElementsAre("Quarncommon::SysConfReader::m_pMutex",
                                                        "Quarncommon::SysConfReaderImpl::m_pMutex",

@@ -56,7 +56,7 @@ Found ask(OwnNode& node, const std::string& inTheList, const std::string& asked)
     reader.getLocalNodeIPs(asked, byNumber, service, service2);
     std::map<std::string, std::string> byTag{{asked, ""}};
     reader.getLocalNodeIPs(byTag);
-    return {reader.getLocalIPByUsage(asked) == "A", floatIPs["n1"].count("A") == 1,
+    return {reader.getLocalIPByUsage(asked) == "A", floatIPs["n1"].contains("A"),
             !byNumber.empty(), byTag[asked] == "A"};
 }
 

@@ -63,7 +63,7 @@ TEST(RoleReload, ReaderAbsent_IsCreated) {
 }
 
 /// A change of the files of generation 2, and the answers after a reload of a role reader that has
-/// loaded generation 1. "1" and "2" stand for the sample answers of those generations.
+/// loaded generation 1. "1" and "2" are the sample answers of those generations.
 struct StepRow {
     const char* name;
     void (*change)(Json::Value& app, Json::Value& nodes, Json::Value& manager);
