@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The source node. The test sets the addresses of the host.
 
-#include "SysConfReader.h"
-#include "support/Deployment.h"
+#include "OwnNode.h"
 #include "support/HostAddresses.h"
 
 #include <gtest/gtest.h>
@@ -16,84 +15,65 @@ using support::Deployment;
 
 struct SourceRow {
     const char* name;
-    const char* nodes; // the text of "nodeList"
+    std::string list;  // the text of "nodeList"
     const char* found; // null: the argument keeps its value
 };
 
+/// The text of "nodeList": nodes with their address entries, see `entries`.
+std::string nodes(std::initializer_list<std::pair<const char*, const char*>> idsAndEntries) {
+    std::string json;
+    for (const auto& [id, addressesAndTags] : idsAndEntries) {
+        json += (json.empty() ? "{" : ",") + nodeWith(id, entries(addressesAndTags));
+    }
+    return json + "}";
+}
+
 // The host has 192.0.2.1, 192.0.2.2 and 2001:db8::1, in this order.
 const SourceRow kRows[] = {
-    {"service address of the host",
-     R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]}})", "n1"},
-    {"second address of the host",
-     R"({"n1": {"IPAddresses": [{"IP": "192.0.2.2", "usage": ["service"]}]}})", "n1"},
-    {"IPv6 address of the host",
-     R"({"n1": {"IPAddresses": [{"IP": "2001:db8::1", "usage": ["service"]}]}})", "n1"},
-    {"IPv6 address in another spelling",
-     R"({"n1": {"IPAddresses": [{"IP": "2001:DB8::1", "usage": ["service"]}]}})", nullptr},
-    {"longer address", R"({"n1": {"IPAddresses": [{"IP": "192.0.2.11", "usage": ["service"]}]}})",
-     nullptr},
-    {"shorter address", R"({"n1": {"IPAddresses": [{"IP": "192.0.2.", "usage": ["service"]}]}})",
-     nullptr},
-    {"address with a blank",
-     R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1 ", "usage": ["service"]}]}})", nullptr},
-    {"address of another host",
-     R"({"n1": {"IPAddresses": [{"IP": "192.0.2.3", "usage": ["service"]}]}})", nullptr},
+    {"service address of the host", nodes({{"n1", "192.0.2.1=service"}}), "n1"},
+    {"second address of the host", nodes({{"n1", "192.0.2.2=service"}}), "n1"},
+    {"IPv6 address of the host", nodes({{"n1", "2001:db8::1=service"}}), "n1"},
+    {"IPv6 address in another spelling", nodes({{"n1", "2001:DB8::1=service"}}), nullptr},
+    {"longer address", nodes({{"n1", "192.0.2.11=service"}}), nullptr},
+    {"shorter address", nodes({{"n1", "192.0.2.=service"}}), nullptr},
+    {"address with a blank", nodes({{"n1", "192.0.2.1 =service"}}), nullptr},
+    {"address of another host", nodes({{"n1", "192.0.2.3=service"}}), nullptr},
     {"no node", "{}", nullptr},
     {"nodeList null", "null", nullptr},
     {"node without addresses", R"({"n1": {}, "n2": {"IPAddresses": []}, "n3": null})", nullptr},
     {"entry without usage", R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1"}]}})", nullptr},
     {"usage a plain text", R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": "service"}]}})",
      nullptr},
-    {"tag in mixed case", R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["SerVice"]}]}})",
-     "n1"},
-    {"tag in upper case", R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["SERVICE"]}]}})",
-     "n1"},
+    {"tag in mixed case", nodes({{"n1", "192.0.2.1=SerVice"}}), "n1"},
+    {"tag in upper case", nodes({{"n1", "192.0.2.1=SERVICE"}}), "n1"},
     {"other tags",
-     R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage":
-         ["service2", "services", "servic", " service", "internal_service", "maintenance"]}]}})",
+     nodes({{"n1", "192.0.2.1=service2|services|servic| service|internal_service|maintenance"}}),
      nullptr},
-    {"tag among others",
-     R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["x", "service", "y"]}]}})", "n1"},
-    {"tag twice in an entry",
-     R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service", "service"]}]}})", "n1"},
-    {"last of two service entries wins",
-     R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]},
-                                {"IP": "192.0.2.3", "usage": ["service"]}]}})",
+    {"tag among others", nodes({{"n1", "192.0.2.1=x|service|y"}}), "n1"},
+    {"tag twice in an entry", nodes({{"n1", "192.0.2.1=service|service"}}), "n1"},
+    {"last of two service entries wins", nodes({{"n1", "192.0.2.1=service,192.0.2.3=service"}}),
      nullptr},
     {"last of two service entries is the host's",
-     R"({"n1": {"IPAddresses": [{"IP": "192.0.2.3", "usage": ["service"]},
-                                {"IP": "192.0.2.1", "usage": ["service"]}]}})",
-     "n1"},
+     nodes({{"n1", "192.0.2.3=service,192.0.2.1=service"}}), "n1"},
     {"later entries without the tag add nothing",
-     R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]},
-                                {"IP": "192.0.2.3", "usage": ["maintenance"]}]}})",
-     "n1"},
+     nodes({{"n1", "192.0.2.1=service,192.0.2.3=maintenance"}}), "n1"},
     {"last service entry without IP",
      R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]},
                                 {"usage": ["service"]}]}})",
      nullptr},
-    {"smallest id of two",
-     R"({"n2": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]},
-         "n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]}})",
-     "n1"},
+    {"smallest id of two", nodes({{"n2", "192.0.2.1=service"}, {"n1", "192.0.2.1=service"}}), "n1"},
     {"smallest id before the host's first address",
-     R"({"n1": {"IPAddresses": [{"IP": "192.0.2.2", "usage": ["service"]}]},
-         "n2": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]}})",
-     "n1"},
-    {"smallest id by bytes",
-     R"({"n9": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]},
-         "n10": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]}})",
+     nodes({{"n1", "192.0.2.2=service"}, {"n2", "192.0.2.1=service"}}), "n1"},
+    {"smallest id by bytes", nodes({{"n9", "192.0.2.1=service"}, {"n10", "192.0.2.1=service"}}),
      "n10"},
     {"upper case ids before lower case ones",
-     R"({"a": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]},
-         "B": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]}})",
-     "B"},
-    {"empty id", R"({"": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]}})", ""},
+     nodes({{"a", "192.0.2.1=service"}, {"B", "192.0.2.1=service"}}), "B"},
+    {"empty id", nodes({{"", "192.0.2.1=service"}}), ""},
     {"standby is no source",
      R"({"n1": {"extAttr": {"hostType": "standby"},
                 "IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]}})",
      nullptr},
-    {"standby passed over for a later master",
+    {"standby is skipped",
      R"({"n1": {"extAttr": {"hostType": "standby"},
                 "IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]},
          "n2": {"extAttr": {"hostType": "master"},
@@ -111,11 +91,11 @@ const SourceRow kRows[] = {
      R"({"n1": {"extAttr": {"hostType": null},
                 "IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]}})",
      "n1"},
-    {"wrong type in a standby's addresses is not looked at",
+    {"wrong type in a standby's addresses is not read",
      R"({"n1": {"extAttr": {"hostType": "standby"}, "IPAddresses": "text"},
          "n2": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]}})",
      "n2"},
-    {"nodes before a wrong type stay",
+    {"nodes before a wrong type are used",
      R"({"n1": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]},
          "n2": {"extAttr": []}})",
      "n1"},
@@ -151,15 +131,14 @@ TEST(SourceNodeId, AnyNodeList_AnswersByItsServiceAddresses) {
     support::setHostAddresses({"192.0.2.1", "192.0.2.2", "2001:db8::1"});
     for (const SourceRow& row : kRows) {
         SCOPED_TRACE(row.name);
-        deployment.nodeList(R"({"nodeList": )" + std::string(row.nodes) + "}");
+        deployment.nodeList(R"({"nodeList": )" + row.list + "}");
         EXPECT_EQ(answer("before"), row.found != nullptr ? row.found : "before");
     }
 }
 
 TEST(SourceNodeId, NoMatch_LeavesTheArgumentUnchanged) {
     Deployment deployment;
-    deployment.nodeList(
-        R"({"nodeList": {"n1": {"IPAddresses": [{"IP": "192.0.2.3", "usage": ["service"]}]}}})");
+    deployment.nodeList(listOf(nodeWith("n1", entries("192.0.2.3=service"))));
     support::setHostAddresses({"192.0.2.1"});
     for (const char* before : {"", "own", "n1"}) {
         EXPECT_EQ(answer(before), before);
@@ -190,8 +169,7 @@ TEST(SourceNodeId, ListNotParsable_LeavesTheArgumentUnchanged) {
 TEST(SourceNodeId, ListOrHostChanged_IsReadOnEachCall) {
     Deployment deployment;
     const auto list = [](const std::string& id) {
-        return R"({"nodeList": {")" + id +
-               R"(": {"IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]}}})";
+        return listOf(nodeWith(id, entries("192.0.2.1=service")));
     };
     deployment.nodeList(list("n1"));
     support::setHostAddresses({"192.0.2.1"});
@@ -202,7 +180,7 @@ TEST(SourceNodeId, ListOrHostChanged_IsReadOnEachCall) {
     EXPECT_EQ(answer("before"), "before");
 }
 
-TEST(SourceNodeId, OwnNodeIsNoStandby_FloatNodeIsTheOwnNode) {
+TEST(SourceNodeId, OwnMasterNode_CanBeTheSource) {
     Deployment deployment;
     deployment.appConfig(R"({"processes": {"p1": {"nodeId": "own"}}})").nodeList(R"({"nodeList": {
             "own": {"extAttr": {"hostType": "master"},
@@ -228,12 +206,8 @@ TEST(SourceNodeId, SeveralSources_SmallestIdWins) {
 TEST(SourceNodeId, StandbyNodeWithoutAppConfig_UsesTheNewSourceAtAReload) {
     // The own node is known from the load before.
     const auto list = [](const std::string& source) {
-        return R"({"nodeList": {
-            "own": {"extAttr": {"hostType": "standby"}},
-            ")" +
-               source +
-               R"(": {"extAttr": {"hostType": "master"},
-                    "IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]}}})";
+        return listOf(R"("own": {"extAttr": {"hostType": "standby"}},)" +
+                      nodeWith(source, entries("192.0.2.1=service")));
     };
     Deployment deployment;
     deployment.appConfig(R"({"processes": {"p1": {"nodeId": "own"}}})").nodeList(list("b"));

@@ -269,28 +269,21 @@ TEST(RoleReload, WrongTypeInANodeOfAnotherTenancy_IsIgnored) {
     EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(1));
 }
 
-TEST(RoleReload, WrongTypeInTheMastersAddresses_KeepsBothAddresses) {
-    Deployment deployment;
-    SysConfReaderImpl& roles = loadGeneration(deployment, 1);
-    Json::Value manager = support::sampleManagerNodeList(1);
-    manager["nodeList"]["m1"]["IPAddresses"][0]["IP"] = array();
-    manager["nodeList"]["m2"]["IPAddresses"][0]["IP"] = "new standby";
-    deployment.managerNodeList(jsonText(manager));
-    roles.Reload();
-    EXPECT_EQ(roles.GetMasterInternalServiceIP(), "20.1.1.1");
-    EXPECT_EQ(roles.GetStandbyInternalServiceIP(), "20.1.2.1");
-}
-
-TEST(RoleReload, WrongTypeInTheStandbysAddresses_TakesTheMastersOnly) {
-    Deployment deployment;
-    SysConfReaderImpl& roles = loadGeneration(deployment, 1);
-    Json::Value manager = support::sampleManagerNodeList(1);
-    manager["nodeList"]["m1"]["IPAddresses"][0]["IP"] = "new master";
-    manager["nodeList"]["m2"]["IPAddresses"][0]["IP"] = array();
-    deployment.managerNodeList(jsonText(manager));
-    roles.Reload();
-    EXPECT_EQ(roles.GetMasterInternalServiceIP(), "new master");
-    EXPECT_EQ(roles.GetStandbyInternalServiceIP(), "20.1.2.1");
+TEST(RoleReload, WrongTypeInTheAddresses_KeepsTheseAndTheFollowingOnes) {
+    for (const bool inMaster : {true, false}) {
+        SCOPED_TRACE(inMaster ? "of the master" : "of the standby");
+        Deployment deployment;
+        SysConfReaderImpl& roles = loadGeneration(deployment, 1);
+        Json::Value manager = support::sampleManagerNodeList(1);
+        for (const char* id : {"m1", "m2"}) {
+            manager["nodeList"][id]["IPAddresses"][0]["IP"] = "new";
+        }
+        manager["nodeList"][inMaster ? "m1" : "m2"]["IPAddresses"][0]["IP"] = array();
+        deployment.managerNodeList(jsonText(manager));
+        roles.Reload();
+        EXPECT_EQ(roles.GetMasterInternalServiceIP(), inMaster ? "20.1.1.1" : "new");
+        EXPECT_EQ(roles.GetStandbyInternalServiceIP(), "20.1.2.1");
+    }
 }
 
 TEST(RoleReload, ReaderAlone_LeavesTheRolesUnchanged) {
