@@ -26,9 +26,10 @@
 /// Threads: any thread may call all functions at any time, holding its locks, from within a
 /// callback, and from handlers of pthread_atfork(3). Callbacks run one after another on one thread
 /// of the service. That thread blocks all signals except SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGSYS,
-/// SIGTRAP and SIGABRT. No lock of the service is held during a callback. At most one thread that
-/// missed the time limit of an end exists besides it; if a second one does, a new subscription waits
-/// for it. A forked child has no subscription and can make new ones.
+/// SIGTRAP and SIGABRT. No lock of the service is held during a callback. A thread that does not
+/// end within the limit of EventConsumerCBFini continues; there is at most one such thread, and a
+/// new subscription waits for a second one. A forked child has no subscription and can make new
+/// ones.
 ///
 /// Descriptors: two for the thread and two for each subscription, close-on-exec and numbered 3 or
 /// higher. A program may close them (`closefrom(3)`): the service verifies its descriptors before

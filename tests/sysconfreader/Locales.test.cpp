@@ -56,8 +56,8 @@ Found ask(OwnNode& node, const std::string& inTheList, const std::string& asked)
     reader.getLocalNodeIPs(asked, byNumber, service, service2);
     std::map<std::string, std::string> byTag{{asked, ""}};
     reader.getLocalNodeIPs(byTag);
-    return {reader.getLocalIPByUsage(asked) == "A", floatIPs["n1"].contains("A"),
-            !byNumber.empty(), byTag[asked] == "A"};
+    return {reader.getLocalIPByUsage(asked) == "A", floatIPs["n1"].contains("A"), !byNumber.empty(),
+            byTag[asked] == "A"};
 }
 
 // getLocalIPByUsage lower-cases its argument too, the other queries do not.
