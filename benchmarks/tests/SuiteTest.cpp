@@ -12,7 +12,7 @@ bench::Operation answering(std::string name, std::string answer) {
     return {std::move(name), [answer] { return answer; }, {}};
 }
 
-TEST(Answers, OfAChildProcess_ArriveWholeAndInOrder) {
+TEST(Answers, OfAChildProcess_ArriveCompletelyAndInOrder) {
     const std::string large(300000, 'x');
     const bench::Answers answers = bench::answersApart([&](bench::Suite& suite) {
         suite.add(answering("b", large));

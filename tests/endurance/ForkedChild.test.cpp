@@ -147,11 +147,11 @@ void askForRoles() {
 
 constexpr int kRounds = 25;
 
-TEST_F(ForkedChild, BesideReloadsAndQueries_AnswersExecsAndExits) {
+TEST_F(ForkedChild, DuringReloadsAndQueries_AnswersExecsAndExits) {
     forkBeside(endurance::rounds(kRounds), {reloadReader, reloadBoth, query, query, askForRoles});
 }
 
-TEST_F(ForkedChild, BesideEvents_AnswersExecsAndExits) {
+TEST_F(ForkedChild, DuringEvents_AnswersExecsAndExits) {
     support::installEventLibrary("recording");
     // The child has no delivery that Fini could wait for.
     forkBeside(endurance::rounds(kRounds),
@@ -162,7 +162,7 @@ TEST_F(ForkedChild, BesideEvents_AnswersExecsAndExits) {
                 query, askForRoles});
 }
 
-TEST_F(ForkedChild, BesideDestructions_AnswersExecsAndExits) {
+TEST_F(ForkedChild, DuringDestructions_AnswersExecsAndExits) {
     forkBeside(endurance::rounds(kRounds),
                {[] {
                     SysConfReader::Instance();

@@ -251,7 +251,7 @@ void tellHead() {
                 "heap bytes", "descriptors", "watches");
 }
 
-void tell(Clock::time_point start, const Counts& counts, const Sample& sample) {
+void printSample(Clock::time_point start, const Counts& counts, const Sample& sample) {
     const auto seconds =
         std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - start).count();
     std::printf("%8ld %9ld %11ld %8ld %8ld %12ld %8zu %9ld %10zu %11zu %8zu\n",
@@ -293,7 +293,7 @@ bool soak(const std::string& unit, long amount) {
         }
         soak.waitForGenerations((round + 2) * kGenerationsASample);
         samples.push_back(soak.sample());
-        tell(start, soak.counts(), samples.back());
+        printSample(start, soak.counts(), samples.back());
     }
     const bool isFlat = flat(samples, timed);
     std::printf("%s, %ld answers wrong\n", isFlat ? "flat" : "NOT FLAT",

@@ -43,7 +43,7 @@ TEST(Descriptor, ClosedByTheProgram_IsNotIntact) {
 }
 
 /// Also if the program's file has the same inode.
-TEST(Descriptor, NumberReusedByTheProgram_IsNotIntactAndStaysOpen) {
+TEST(Descriptor, NumberReusedByTheProgram_IsNotIntactAndRemainsOpen) {
     int number = -1;
     {
         const Descriptor descriptor(newInotify(), "inotify_init1");

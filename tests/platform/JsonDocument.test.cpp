@@ -160,7 +160,7 @@ TEST(JsonDocument, ValidTextsOutsideUnicode_AnswerLikeATree) {
                         "[\"\xf4\x90\x80\x80\"]", "[\"\xc0\x80\"]"});
 }
 
-TEST(JsonDocument, TextsThatAreNotJson_RefusedAlike) {
+TEST(JsonDocument, TextsThatAreNotJson_RefusedByBoth) {
     expectNoDifference({"",           " ",           "\xef\xbb\xbf{}",
                         "{}x",        "{} {}",       "[1,]",
                         "{\"a\":1,}", "{a:1}",       "['a']",
@@ -178,7 +178,7 @@ TEST(JsonDocument, TextsThatAreNotJson_RefusedAlike) {
                         "\v1",        "1\f"});
 }
 
-TEST(JsonDocument, NestingAroundTheLimit_AcceptedAlike) {
+TEST(JsonDocument, NestingAroundTheLimit_AcceptedByBothOrNeither) {
     for (std::size_t depth = JsonReader::kNestingLimit - 1; depth <= JsonReader::kNestingLimit + 1;
          ++depth) {
         std::string objects = "1";
@@ -192,7 +192,7 @@ TEST(JsonDocument, NestingAroundTheLimit_AcceptedAlike) {
     }
 }
 
-TEST(JsonDocument, EveryBeginningOfAText_AcceptedAlike) {
+TEST(JsonDocument, EveryBeginningOfAText_AcceptedByBothOrNeither) {
     const std::string text =
         "{ \"a\\u00e9\" : [ 0 , -1.5e+3 , true , false , null , \"\\n\" , [ ] ,"
         " { } ] , \"b\" : { \"c\" : \"\xc3\xa9\" , \"c\" : 2 } } ";
@@ -201,7 +201,7 @@ TEST(JsonDocument, EveryBeginningOfAText_AcceptedAlike) {
     }
 }
 
-TEST(JsonDocument, EveryByteInEveryPlace_AcceptedAlike) {
+TEST(JsonDocument, EveryByteInEveryPlace_AcceptedByBothOrNeither) {
     const std::string text = R"({"a":[1,"b\n"]})";
     for (std::size_t at = 0; at < text.size(); ++at) {
         for (int byte = 0; byte < 256; ++byte) {

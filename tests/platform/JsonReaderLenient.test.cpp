@@ -25,7 +25,7 @@ TEST(JsonReaderLenient, WhatTheStrictReaderRefuses_AcceptedAsJsoncppDoes) {
     }
 }
 
-TEST(JsonReaderLenient, WhatJsoncppRefuses_RefusedAndValueUntouched) {
+TEST(JsonReaderLenient, WhatJsoncppRefuses_RefusedAndValueUnchanged) {
     for (const std::string& text : {""s, " "s, "{"s, "[1"s, "tru"s, "'a'"s, "{a:1}"s, "NaN"s,
                                     "[1,,2]"s, R"("\ud800")"s, "[1\0]"s}) {
         Json::Value value("old");

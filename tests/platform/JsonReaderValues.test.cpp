@@ -226,7 +226,7 @@ TEST(JsonReaderStrict, TextAccepted_ReplacesTheWholeValue) {
     EXPECT_TRUE(value.isNull());
 }
 
-TEST(JsonReaderStrict, TextRefused_LeavesTheValueUntouched) {
+TEST(JsonReaderStrict, TextRefused_LeavesTheValueUnchanged) {
     for (const std::string& text :
          {""s, "{"s, R"({"old":2,"new":1)"s, R"({"new":1}x)"s, "[1]\0"s, "[1e400"s, "[1e400]\0"s,
           R"(["\ud800",])"s, std::string(JsonReader::kNestingLimit + 1, '[')}) {

@@ -41,7 +41,7 @@ unsigned failEachAllocation(const std::function<bool()>& operation,
     }
 }
 
-TEST(JsonReaderStrict, MemoryRunsOutAnywhere_ThrowsBadAllocAndLeavesTheValue) {
+TEST(JsonReaderStrict, MemoryRunsOutAnywhere_ThrowsBadAllocAndLeavesTheValueUnchanged) {
     // Allocates in every way: containers, names and texts that exceed the reader's first stack, and
     // a second reading because of a number out of range and a single surrogate.
     const std::string text = R"({"list":[1,2.5,[{"a":"b"}],1e400],"text":")" +
@@ -75,12 +75,12 @@ void expectDocumentSurvives(const std::string& text) {
     EXPECT_GT(failures, 4U);
 }
 
-TEST(JsonDocument, MemoryRunsOutWhileReading_ThrowsBadAllocAndLeavesTheDocument) {
+TEST(JsonDocument, MemoryRunsOutWhileReading_ThrowsBadAllocAndLeavesTheDocumentUnchanged) {
     expectDocumentSurvives(R"([1,{"a":"b"}])");
     expectDocumentSurvives(R"([99999999999999999999,{"a":"b"}])");
 }
 
-TEST(JsonReaderLenient, MemoryRunsOutAnywhere_FailsAndLeavesTheValue) {
+TEST(JsonReaderLenient, MemoryRunsOutAnywhere_FailsAndLeavesTheValueUnchanged) {
     const std::string text = R"({"list":[1,2.5,[{"a":"b"}]]} // )" + std::string(300, 'y');
     Json::Value expected;
     ASSERT_TRUE(JsonReader(true).parse(text, expected));

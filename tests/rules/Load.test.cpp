@@ -92,7 +92,7 @@ TEST(ReaderLoad, AppConfig_ReportsTheKeysInTheirOrder) {
                     "read /processes/p/CORBA_SSL/port = 44", "read /processes/p/nodeId = d"));
 }
 
-TEST(ReaderLoad, NodeList_TakesTheRoleFromTheOwnNodeAndTheTagFromTheFloatNode) {
+TEST(ReaderLoad, NodeList_ReadsTheRoleOfTheOwnNodeAndTheTagOfTheFloatNode) {
     const std::string list = R"({"nodeList":{
         "n":{"extAttr":{"hostType":"standby","HOSTID":"own"}},
         "s":{"extAttr":{"hostType":"master","HOSTID":"other"}},

@@ -56,7 +56,7 @@ private:
     Answers m_withoutLists;
 };
 
-TEST_F(FaultyLists, WholeList_AnswersDifferFromThoseWithoutLists) {
+TEST_F(FaultyLists, ValidList_AnswersDifferFromThoseWithoutLists) {
     writeBoth(queries::nodeList("1"));
     const Answers whole = answers();
     std::filesystem::remove(files.nodeListPath());
@@ -77,7 +77,7 @@ TEST_F(FaultyLists, TruncatedAtAnyByte_AnswersLikeWithoutLists) {
     }
 }
 
-TEST_F(FaultyLists, TextThatIsNotOneJsonText_AnswersLikeWithoutLists) {
+TEST_F(FaultyLists, MalformedText_AnswersLikeWithoutLists) {
     using namespace std::string_literals;
     const std::string text = queries::nodeList("1");
     for (const std::string& broken :

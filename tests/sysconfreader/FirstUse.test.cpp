@@ -186,7 +186,7 @@ TEST(Reload, QueriesDuringIt_AnswerFromOneLoad) {
     EXPECT_EQ(reader.getDBAccessPort("d", 0), -1);
 }
 
-TEST(Reload, FromManyThreads_LeavesTheNewestValues) {
+TEST(Reload, FromManyThreads_LoadsTheNewestValues) {
     SampleDeployment deployment;
     SysConfReader::Instance();
     writeGeneration(deployment, 2);

@@ -43,7 +43,7 @@ TEST(Instance, Twice_IsTheSameFromOneLoad) {
     EXPECT_THAT(support::openCalls(), testing::IsEmpty());
 }
 
-TEST(Instance, Existing_TakesNoLock) {
+TEST(Instance, Existing_AcquiresNoLock) {
     const Deployment deployment;
     SysConfReader::Instance();
     support::resetLockCounts();
@@ -52,7 +52,7 @@ TEST(Instance, Existing_TakesNoLock) {
     EXPECT_EQ(counts.read + counts.write + counts.unlock, 0U);
 }
 
-TEST(Instance, Creation_LoadsUnderTheWriteLock) {
+TEST(Instance, Creation_LoadsWithTheWriteLock) {
     const Deployment deployment;
     const std::vector<LockedOpen> opens = opensWithLocks([] { SysConfReader::Instance(); });
     // The loader creates the role reader, with the locks of both.

@@ -65,7 +65,7 @@ TEST(Loader, FirstUse_LoadsTheRoleReaderThenEachFileOnce) {
                                                     managerNodeList, appConfig, nodeList));
 }
 
-TEST(Loader, AppConfigVariableUnset_LoadsTheNodeListAlone) {
+TEST(Loader, AppConfigVariableUnset_LoadsOnlyTheNodeList) {
     Deployment deployment;
     Json::Value nodes = support::sampleNodeList(1);
     nodes["nodeList"][""]["extAttr"]["HOSTID"] = "host of no node";
@@ -88,7 +88,7 @@ TEST(Loader, InstanceIdUnset_ReadsTheMemberWithTheEmptyKey) {
     EXPECT_EQ(support::loadedValues(deployment), support::sampleLoadedValues(1));
 }
 
-TEST(Loader, NoEntryForTheInstance_LoadsTheDatabasesAlone) {
+TEST(Loader, NoEntryForTheInstance_LoadsOnlyTheDatabases) {
     Deployment deployment;
     Answers expected = support::noLoadedValues();
     expected.front() = support::sampleLoadedValues(1).front();

@@ -106,7 +106,7 @@ TEST(Reload, BothFilesDeletedOnAStandbyNode_KeepsTheFloatNode) {
     EXPECT_EQ(reader.getFloatNodeId(), "source");
 }
 
-TEST(Reload, DatabaseRemovedAddedAndChanged_LeavesExactlyTheNewOnes) {
+TEST(Reload, DatabaseRemovedAddedAndChanged_HasExactlyTheNewOnes) {
     Deployment deployment;
     deployment.appConfig(R"({"databases": {"a": [1], "b": [2]}})");
     SysConfReader& reader = *SysConfReader::Instance();

@@ -111,7 +111,7 @@ TEST_F(EventsBesideDestruction, OfEachClass_NeitherHangNorUseADestroyedInstance)
     }
 }
 
-TEST_F(EventsBesideDestruction, WhileQuestionsAreAsked_AnswersAreAlwaysRight) {
+TEST_F(EventsBesideDestruction, DuringQueries_AnswersAreAlwaysRight) {
     const SysConfReader_i& facade = *SysConfReader_i::Instance();
     const auto questions = [&] {
         m_wrong += facade.GetMasterInternalServiceIP() != "20.1.1.1" ? 1 : 0;
@@ -121,7 +121,7 @@ TEST_F(EventsBesideDestruction, WhileQuestionsAreAsked_AnswersAreAlwaysRight) {
     expectSound();
 }
 
-TEST_F(EventsBesideDestruction, OfTheRoleReaderWhileTheReaderReloads_LoseNoSubscriber) {
+TEST_F(EventsBesideDestruction, DuringReloadsOfTheReader_NoSubscriptionIsLost) {
     // The reader's loader may ask a role reader to subscribe that is being destroyed.
     SysConfReader& reader = *SysConfReader::Instance();
     const auto reloads = [&] {
@@ -133,7 +133,7 @@ TEST_F(EventsBesideDestruction, OfTheRoleReaderWhileTheReaderReloads_LoseNoSubsc
     expectSound();
 }
 
-TEST_F(EventsBesideDestruction, WithALibraryThatRefusesAtFirst_LoseNoSubscriber) {
+TEST_F(EventsBesideDestruction, AfterARefusal_NoSubscriptionIsLost) {
     SysConfReader& reader = *SysConfReader::Instance();
     int loads = 0;
     const auto reloads = [&] {
@@ -147,7 +147,7 @@ TEST_F(EventsBesideDestruction, WithALibraryThatRefusesAtFirst_LoseNoSubscriber)
     expectSound();
 }
 
-TEST_F(EventsBesideDestruction, FromTwoDestroyersAtOnce_NeitherHangNorUseADestroyedInstance) {
+TEST_F(EventsBesideDestruction, DuringTwoDestructions_NeitherHangNorUseADestroyedInstance) {
     runBeside(kFewerRounds, &recreate<SysConfReaderImpl>, &recreate<SysConfReader_i>, deliveries());
     expectSound();
 }

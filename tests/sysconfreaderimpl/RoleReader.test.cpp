@@ -56,7 +56,7 @@ TEST(RoleReader, NoFiles_AnswersNothing) {
     EXPECT_EQ(support::roleAnswers(), support::noRoleAnswers());
 }
 
-TEST(RoleReader, Twice_IsTheSameFromOneLoadAndTakesNoLock) {
+TEST(RoleReader, Twice_IsTheSameFromOneLoadAndAcquiresNoLock) {
     SampleDeployment deployment;
     const SysConfReaderImpl* roles = SysConfReaderImpl::Instance();
     ASSERT_NE(roles, nullptr);
@@ -67,7 +67,7 @@ TEST(RoleReader, Twice_IsTheSameFromOneLoadAndTakesNoLock) {
     EXPECT_EQ(support::lockCounts().read + support::lockCounts().write, 0U);
 }
 
-TEST(RoleReader, Creation_ReadsEveryFileItselfUnderTheWriteLock) {
+TEST(RoleReader, Creation_ReadsEveryFileWithTheWriteLock) {
     const Deployment deployment;
     const auto opens = opensWithLocks([] { SysConfReaderImpl::Instance(); });
     EXPECT_THAT(opens, testing::ElementsAre(
