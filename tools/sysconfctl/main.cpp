@@ -19,6 +19,9 @@ ExitStatus run(const Options& options) {
     if (options.command == Command::List) {
         return runList(options);
     }
+    if (options.command == Command::Diff) {
+        return runDiff(options);
+    }
     applyEnvironment(options.envFile, options.sets);
     switch (options.command) {
     case Command::Get:
@@ -27,6 +30,8 @@ ExitStatus run(const Options& options) {
         return runWatch(options);
     case Command::Explain:
         return runExplain(options);
+    case Command::Who:
+        return runWho(options);
     case Command::Check:
         return runCheck(options);
     case Command::Nodes:

@@ -191,6 +191,16 @@ private:
                 ->type_name("");
             app.add_option("ARGUMENT", m_options.arguments, "Arguments of the query")
                 ->type_name("");
+        } else if (row.operands == Operands::Environments) {
+            app.add_option("A", m_environmentA, "Env file, or directory of a node or deployment")
+                ->type_name("");
+            app.add_option("B", m_environmentB, "The same, to compare it with")->type_name("");
+            app.add_option("QUERY", m_options.queries,
+                           "Queries to compare, arguments in the same word; default: all")
+                ->type_name("");
+        } else if (row.operands == Operands::Word) {
+            app.add_option("WORD", m_options.word, "An address, the id of a node, or a tag")
+                ->type_name("");
         } else if (row.operands == Operands::Nodes) {
             app.add_option("NODE", m_options.nodes, "Ids of the nodes; default: all")
                 ->type_name("");
@@ -292,6 +302,13 @@ private:
         }
         m_options.query = unguarded(m_options.query);
         removeGuards(m_options.arguments);
+        for (const std::string& environment : {m_environmentA, m_environmentB}) {
+            if (!environment.empty()) {
+                m_options.environments.push_back(unguarded(environment));
+            }
+        }
+        removeGuards(m_options.queries);
+        m_options.word = unguarded(m_options.word);
         removeGuards(m_options.nodes);
         removeGuards(m_options.localAddresses);
         for (std::string& address : m_options.localAddresses) {
@@ -299,6 +316,11 @@ private:
         }
         removeGuards(m_options.paths);
         removeGuards(m_options.ignored);
+        if (row.operands == Operands::Environments && m_options.envFile) {
+            throw UsageError(fmt::format("{} compares the environments A and B and takes no "
+                                         "--env-file",
+                                         row.name));
+        }
         if (row.operands == Operands::Query &&
             (m_list || m_options.all) != m_options.query.empty()) {
             throw UsageError(fmt::format("{} takes either a query or {}", row.name,
@@ -312,6 +334,8 @@ private:
     CommonOptions m_beforeCommand;
     CommonOptions m_afterCommand;
     Options m_options;
+    std::string m_environmentA;
+    std::string m_environmentB;
     std::string m_format;
     bool m_list = false;
 };

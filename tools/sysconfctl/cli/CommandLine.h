@@ -19,6 +19,12 @@ struct Options {
     bool revealSecrets = false;
     std::string query;
     std::vector<std::string> arguments;
+    /// The environments to compare: env files and directories.
+    std::vector<std::string> environments;
+    /// The queries to compare, each with its arguments in one word; empty: all.
+    std::vector<std::string> queries;
+    /// What to look for: an address, the id of a node, a tag.
+    std::string word;
     /// Ids of the nodes to list; empty: all.
     std::vector<std::string> nodes;
     /// Explain every query, not a single one.

@@ -32,6 +32,18 @@ const std::vector<CommandRow>& commandTable() {
          {Table, Plain, Json},
          Operands::Query,
          {Option::All, Option::Verbose, Option::LocalAddress}},
+        {Command::Diff,
+         "diff",
+         "Show which answers of two environments differ, and why",
+         {Table, Plain, Json},
+         Operands::Environments,
+         {Option::LocalAddress}},
+        {Command::Who,
+         "who",
+         "Show where an address, a node or a tag appears",
+         {Table, Plain, Json},
+         Operands::Word,
+         {Option::LocalAddress}},
         {Command::Check,
          "check",
          "Find what is wrong with files and environment",
@@ -81,9 +93,10 @@ const std::vector<OptionRow>& optionTable() {
 
 const std::vector<StatusRow>& statusTable() {
     static const std::vector<StatusRow> table = {
-        {0, "answered; no errors (check); ended by Ctrl-C or SIGTERM (watch)"},
+        {0, "answered; no difference (diff); no errors (check); ended by Ctrl-C or\n"
+            "SIGTERM (watch)"},
         {1, "no answer: the library gives an empty text or -1 (get, explain), there is\n"
-            "no node (nodes, map), or nothing that draws (map)"},
+            "no node (nodes, map), or nothing that draws (map); different (diff); nowhere (who)"},
         {2, "bad usage"},
         {3, "the library threw; errors found (check)"},
         {4, "warnings found, no errors (check --strict)"},

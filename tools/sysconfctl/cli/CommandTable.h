@@ -9,7 +9,7 @@
 /// the help and the shell completion use these tables; a test compares the manual page with them.
 namespace sysconfctl {
 
-enum class Command { Show, Get, Watch, List, Explain, Check, Nodes, Map };
+enum class Command { Show, Get, Watch, List, Explain, Diff, Who, Check, Nodes, Map };
 enum class Format { Table, Plain, Json, Wide, Dot, Mermaid, Svg, Sarif, Junit, Github };
 
 enum class Option {
@@ -41,7 +41,7 @@ struct OptionRow {
 };
 
 /// The positional arguments of a command.
-enum class Operands { None, Query, Nodes, Paths };
+enum class Operands { None, Query, Environments, Word, Nodes, Paths };
 
 struct CommandRow {
     Command command;

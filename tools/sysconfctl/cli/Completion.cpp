@@ -92,11 +92,28 @@ Candidates operands(const PartialCommandLine& line) {
     case Operands::Nodes:
         deployed::applyEnvironmentOf(line);
         return deployed::nodes();
+    case Operands::Environments:
+        return queryNames();
+    case Operands::Word:
+        if (!line.operands.empty()) {
+            return {};
+        }
+        deployed::applyEnvironmentOf(line);
+        return deployed::words();
     case Operands::Paths:
     case Operands::None:
         break;
     }
     return {};
+}
+
+/// Whether the operand at the cursor is a file or a directory.
+bool takesFiles(const PartialCommandLine& line) {
+    if (line.command == nullptr) {
+        return false;
+    }
+    return line.command->operands == Operands::Paths ||
+           (line.command->operands == Operands::Environments && line.operands.size() < 2);
 }
 
 bool isPath(std::string_view variable) {
@@ -189,7 +206,7 @@ Completion anyCompletion(const PartialCommandLine& line, const std::string& word
         (word.find('=') != std::string::npos || (word.size() > 1 && !word.starts_with("--")))) {
         return attachedValues(line, word);
     }
-    if (!dashed && line.command != nullptr && line.command->operands == Operands::Paths) {
+    if (!dashed && takesFiles(line)) {
         return {true, {}};
     }
     Completion completion{false, dashed ? options(line) : operands(line)};

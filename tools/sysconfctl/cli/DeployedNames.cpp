@@ -117,6 +117,14 @@ Candidates addresses() {
     return candidatesOf(addresses);
 }
 
+Candidates words() {
+    Candidates candidates = nodes();
+    for (const Candidates& more : {tags(), addresses()}) {
+        candidates.insert(candidates.end(), more.begin(), more.end());
+    }
+    return candidates;
+}
+
 Candidates databases() {
     return memberCandidates(readAppConfig(), "databases");
 }

@@ -20,6 +20,14 @@ ExitStatus runWatch(const Options& options);
 /// Explains one answer, or all.
 ExitStatus runExplain(const Options& options);
 
+/// Compares the answers of two environments.
+/// @throws UsageError if there are not two.
+ExitStatus runDiff(const Options& options);
+
+/// Shows where a word appears: in the files and in the answers.
+/// @throws UsageError if there is none.
+ExitStatus runWho(const Options& options);
+
 /// Reports what is wrong with the files and the environment. Changes nothing.
 ExitStatus runCheck(const Options& options);
 

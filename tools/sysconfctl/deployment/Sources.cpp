@@ -123,16 +123,17 @@ SourceFile readManagerNodeListAt(const std::string& path) {
     return readAt(kManagerNodeListTitle, config::kManagerNodeList, path);
 }
 
-Sources readSources(const std::vector<std::string>& localAddresses) {
-    Sources sources{variable(config::kInstanceIdVariable),
-                    readAppConfig(),
-                    readNodeList(),
-                    readManagerNodeList(),
-                    {localAddresses.begin(), localAddresses.end()}};
-    if (sources.hostAddresses.empty()) {
-        QuarnCommonUtils_i::getAllIPAddr(sources.hostAddresses);
+std::list<std::string> addressesOfHost(const std::vector<std::string>& localAddresses) {
+    std::list<std::string> addresses(localAddresses.begin(), localAddresses.end());
+    if (addresses.empty()) {
+        QuarnCommonUtils_i::getAllIPAddr(addresses);
     }
-    return sources;
+    return addresses;
+}
+
+Sources readSources(const std::vector<std::string>& localAddresses) {
+    return {variable(config::kInstanceIdVariable), readAppConfig(), readNodeList(),
+            readManagerNodeList(), addressesOfHost(localAddresses)};
 }
 
 } // namespace sysconfctl

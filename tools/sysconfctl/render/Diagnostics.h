@@ -15,6 +15,7 @@ inline constexpr std::string_view kUsage = "usage";
 inline constexpr std::string_view kLibraryThrew = "library-threw";
 inline constexpr std::string_view kDoesNotLoad = "does-not-load";
 inline constexpr std::string_view kNoSuchNode = "no-such-node";
+inline constexpr std::string_view kNowhere = "nowhere";
 inline constexpr std::string_view kNoGraphviz = "no-graphviz";
 inline constexpr std::string_view kOutput = "output";
 inline constexpr std::string_view kInternal = "internal";

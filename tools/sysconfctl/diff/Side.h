@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "explain/Prediction.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace sysconfctl {
+
+/// A process of a directory, and the files that it reads.
+struct ProcessFiles {
+    /// The path of the app config file within the directory, and the instance id: what the process
+    /// has in common with its counterpart in another directory.
+    std::string key;
+    std::string appConfig;
+    /// Empty if the directory has none.
+    std::string nodeList;
+    std::string managerNodeList;
+    std::string instance;
+    /// APP_ROOT of the process, relative to the directory: two copies have the same.
+    std::string appRoot;
+};
+
+/// One of the two environments to compare: one process, or those of a directory.
+class Side {
+public:
+    /// A process whose files have been read.
+    Side(std::string name, Sources sources);
+    /// The processes of a directory.
+    /// @throws UsageError if it has none.
+    Side(const std::string& directory, const std::vector<std::string>& localAddresses);
+
+    const std::string& name() const { return m_name; }
+    /// In ascending order of their keys; empty for a single process that is not from a directory.
+    const std::vector<ProcessFiles>& processes() const { return m_processes; }
+    bool isOneProcess() const { return m_processes.size() <= 1; }
+    /// The instance id of the only process.
+    std::string instance() const;
+
+    /// The process, which must be one of `processes`; null: the only one. Valid until the next
+    /// call.
+    const Prediction& process(const ProcessFiles* files);
+
+private:
+    /// A file of the last process is read again only if this process has another one.
+    Sources sourcesOf(const ProcessFiles& files);
+
+    std::string m_name;
+    std::vector<ProcessFiles> m_processes;
+    std::vector<std::string> m_localAddresses;
+    std::optional<Prediction> m_prediction;
+};
+
+} // namespace sysconfctl
