@@ -4,22 +4,9 @@
 #include "explain/Screen.h"
 #include "render/Color.h"
 #include "render/Json.h"
-#include "render/Plain.h"
 #include "render/Text.h"
 
-#include <algorithm>
-
 namespace sysconfctl {
-namespace {
-
-/// The answer as one escaped line.
-std::string answerLine(const Reply& reply) {
-    std::string line = joined(shownLines(reply), ", ");
-    std::replace(line.begin(), line.end(), '\t', ' ');
-    return line;
-}
-
-} // namespace
 
 std::string appearanceTable(const Appearances& found, std::size_t width, bool color) {
     if (found.none()) {
@@ -32,8 +19,9 @@ std::string appearanceTable(const Appearances& found, std::size_t width, bool co
             rows.back().places.push_back(one.place->shown);
         }
     }
-    for (const Reply& reply : found.answers) {
-        rows.push_back({false, "answer", reply.label() + ": " + answerLine(reply), {}});
+    for (const AppearanceInAnswer& one : found.answers) {
+        const std::string label = one.reply.label();
+        rows.push_back({false, "answer", one.part.empty() ? label : label + ": " + one.part, {}});
     }
     return painted(escaped(found.word), Paint::Bold, color) + '\n' +
            screenRows(rows, {width, color, false}, Paint::Green);
@@ -47,8 +35,8 @@ std::string appearancePlain(const Appearances& found) {
                        "\t") +
                 '\n';
     }
-    for (const Reply& reply : found.answers) {
-        text += joined({"answer", reply.label(), answerLine(reply)}, "\t") + '\n';
+    for (const AppearanceInAnswer& one : found.answers) {
+        text += joined({"answer", one.reply.label(), one.part}, "\t") + '\n';
     }
     return text;
 }
@@ -78,7 +66,10 @@ std::string appearanceJson(const Appearances& found) {
         }
         value["places"].append(row);
     }
-    value["answers"] = toJson(found.answers)["answers"];
+    value["answers"] = Json::Value(Json::arrayValue);
+    for (const AppearanceInAnswer& one : found.answers) {
+        value["answers"].append(toJson(one.reply));
+    }
     return indentedJson(value);
 }
 

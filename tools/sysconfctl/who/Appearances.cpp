@@ -212,6 +212,34 @@ bool contains(const Answer& answer, const Word& word) {
                       answer.value);
 }
 
+/// The part of an answer that has the word.
+std::string partOf(const Answer& answer, const Word& word) {
+    std::vector<std::string> parts;
+    const auto add = [&](const std::string& key, const std::string& text) {
+        if (word.is(key) || word.is(text)) {
+            parts.push_back(escaped(key) + ' ' + escaped(text));
+        }
+    };
+    std::visit(Overloaded{
+                   [&](const std::string& text) { parts.push_back(escaped(text)); },
+                   [&](const Map& map) {
+                       for (const auto& [key, text] : map) {
+                           add(key, text);
+                       }
+                   },
+                   [&](const Groups& groups) {
+                       for (const auto& [key, texts] : groups) {
+                           for (const std::string& text : texts) {
+                               add(key, text);
+                           }
+                       }
+                   },
+                   [](const auto& /*other*/) {},
+               },
+               answer.value);
+    return joined(parts, ", ");
+}
+
 /// Whether an entry with that tag was taken for the answer, or the query was asked about the word.
 bool concerns(const Explanation& explanation, const Word& word) {
     const Arguments& arguments = explanation.arguments;
@@ -243,10 +271,12 @@ Appearances appearancesOf(const std::string& text, const Prediction& prediction,
     }
     for (const Question& question : prediction.allQuestions()) {
         const Explanation explanation = prediction.explain(question);
-        Reply reply = evaluated(explanation, revealSecrets);
-        if (!reply.error && (contains(reply.answer, word) ||
-                             (reply.answer.isAnswered() && concerns(explanation, word)))) {
-            found.answers.push_back(std::move(reply));
+        const Reply masked = evaluated(explanation, false);
+        if (!masked.error && (contains(masked.answer, word) ||
+                              (masked.answer.isAnswered() && concerns(explanation, word)))) {
+            Reply reply = evaluated(explanation, revealSecrets);
+            std::string part = partOf(reply.answer, word);
+            found.answers.push_back({std::move(reply), std::move(part)});
         }
     }
     if (found.none()) {

@@ -29,11 +29,18 @@ struct Appearance {
     std::vector<std::string> tags = {};
 };
 
+/// An answer of `show` in which the word appears, masked.
+struct AppearanceInAnswer {
+    Reply reply;
+    /// The part of the answer that has it: items of a list, lines of a map. The whole of a text.
+    /// Empty if the part is a large one, such as a database. Escaped.
+    std::string part;
+};
+
 struct Appearances {
     std::string word;
     std::vector<Appearance> places;
-    /// The answers of `show` in which it appears, masked.
-    std::vector<Reply> answers;
+    std::vector<AppearanceInAnswer> answers;
     /// What was probably meant if it appears nowhere; may be empty.
     std::string near;
 
