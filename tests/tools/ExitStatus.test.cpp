@@ -120,6 +120,9 @@ const std::vector<Row> kRows = {
     {Found::BrokenDatabases, 0, {"nodes", "n"}, "manager node list does not load"},
     {Found::BrokenDatabases, 1, {"nodes", "n", "m"}, "no node m in either list"},
     {Found::BrokenDatabases, 0, {"map"}, "manager node list does not load"},
+    {Found::BrokenDatabases, 0, {"who", "me"}, "manager node list does not load"},
+    {Found::BrokenDatabases, 1, {"who", "nobody"}, "nobody appears in no file and no answer"},
+    {Found::Nothing, 1, {"who", "n1"}, "n1 appears in no file and no answer"},
     {Found::Nothing, 0, {"show"}, ""},
     {Found::Nothing, 1, {"get", "local-service-ip"}, ""},
     {Found::Nothing, 0, {"get", "--list"}, ""},
@@ -146,6 +149,7 @@ const std::vector<Row> kRows = {
     {Found::Clean, 0, {"check", "--strict"}, ""},
     {Found::Clean, 0, {"nodes"}, ""},
     {Found::Clean, 0, {"map"}, ""},
+    {Found::Clean, 0, {"who", "node-1"}, ""},
 };
 
 support::Deployment deploymentFor(Found found) {
@@ -258,6 +262,10 @@ const std::vector<Misuse> kMisused = {
     {2, {"nodes", "-o", "dot"}, "dot not in {table,wide,plain,json}"},
     {2, {"map", "-o", "wide"}, "wide not in {dot,mermaid,svg,table,plain,json}"},
     {2, {"map", "n1"}, "n1"},
+    {2, {"who"}, "who takes an address, the id of a node, or a tag"},
+    {2, {"who", "a", "b"}, "b"},
+    {2, {"diff", "a", "b", "-o", "sarif"}, "sarif not in {table,plain,json}"},
+    {2, {"show", "--pid"}, "--pid"},
     {2, {"watch", "-o", "text"}, "text not in {table,plain,json}"},
     {2, {"watch", "local-port"}, "local-port"},
     {2, {"map", "--local-address"}, "--local-address"},
@@ -305,6 +313,8 @@ TEST(ExitStatus, HelpAndVersion_AreAnswers) {
                                                                        {"explain", "--help"},
                                                                        {"nodes", "--help"},
                                                                        {"map", "--help"},
+                                                                       {"diff", "--help"},
+                                                                       {"who", "--help"},
                                                                        {"watch", "--help"},
                                                                        {"--version"}}) {
         const auto result = tool::run(arguments);

@@ -35,6 +35,7 @@ std::vector<std::vector<std::string>> everyCommand() {
         {{"explain", "local-north-ip"}, usual},
         {{"explain", "--all"}, usual},
         {{"check"}, {"table", "json"}}, // no finding: plain has no line
+        {{"who", "service"}, usual},
         {{"nodes"}, {"table", "wide", "plain", "json"}},
         {{"map"}, {"dot", "mermaid", "svg", "table", "plain", "json"}},
     };
@@ -57,6 +58,7 @@ const std::vector<std::vector<std::string>> kTables = {
     {"explain", "local-north-ip"},
     {"explain", "--all"},
     {"check"},
+    {"who", "service"},
     {"nodes"},
     {"nodes", "-o", "wide"},
     {"map", "-o", "table"},
@@ -114,6 +116,10 @@ TEST(Output, ControlCharactersOfTheFiles_NeverReachATerminal) {
         {"check"},
         {"check", "-o", "plain"},
         {"check", "-o", "json"},
+        {"who", "n"},
+        {"who", "service"},
+        {"who", "service", "-o", "plain"},
+        {"who", "absent\033", "-o", "json"},
         {"nodes"},
         {"nodes", "-o", "wide"},
         {"nodes", "-o", "plain"},
@@ -175,8 +181,8 @@ TEST(Output, Table_IsNoWiderThanTheTerminal) {
                 EXPECT_NE(result.output, "") << testing::PrintToString(words);
             }
         }
-        for (const char* command :
-             {"--version", "show", "get", "watch", "explain", "check", "nodes", "map"}) {
+        for (const char* command : {"--version", "show", "get", "watch", "explain", "diff", "who",
+                                    "check", "nodes", "map"}) {
             const auto result =
                 tool::sysconfctl({command, "--help"}).outputToTerminal(columns).run();
             EXPECT_THAT(tool::linesOf(result.output), Each(SizeIs(Le(columns)))) << command;
@@ -188,7 +194,8 @@ TEST(Output, Table_IsNoWiderThanTheTerminal) {
 
 TEST(Output, EverythingButPlainLinesToAPipe_IsNoWiderThan100Columns) {
     std::vector<std::vector<std::string>> commands = kTables;
-    for (const char* command : {"show", "get", "watch", "explain", "check", "nodes", "map"}) {
+    for (const char* command :
+         {"show", "get", "watch", "explain", "diff", "who", "check", "nodes", "map"}) {
         commands.push_back({command, "--help"});
     }
     commands.push_back({"get", "--list", "-o", "table"});

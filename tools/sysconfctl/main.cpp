@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "cli/Completion.h"
 #include "cli/Environment.h"
+#include "cli/ProcessEnvironment.h"
 #include "cli/UsageError.h"
 #include "commands/Commands.h"
+#include "deployment/ProcessAge.h"
 #include "render/Diagnostics.h"
 #include "render/Output.h"
 #include "render/Text.h"
@@ -15,6 +17,13 @@ namespace {
 
 using namespace sysconfctl;
 
+/// The answers are those of a process that starts now.
+void reportNewer(const std::string& pid, bool withAddresses) {
+    for (const std::string& sentence : newerThanProcess(pid, withAddresses)) {
+        reportNotice(diagnostic::kNewerThanProcess, sentence);
+    }
+}
+
 ExitStatus run(const Options& options) {
     if (options.command == Command::List) {
         return runList(options);
@@ -22,7 +31,14 @@ ExitStatus run(const Options& options) {
     if (options.command == Command::Diff) {
         return runDiff(options);
     }
+    if (options.pid) {
+        applyProcess(*options.pid);
+    }
     applyEnvironment(options.envFile, options.sets);
+    if (options.pid && (options.command == Command::Get || options.command == Command::Explain ||
+                        options.command == Command::Show)) {
+        reportNewer(*options.pid, options.localAddresses.empty());
+    }
     switch (options.command) {
     case Command::Get:
         return runGet(options);
@@ -38,6 +54,8 @@ ExitStatus run(const Options& options) {
         return runNodes(options);
     case Command::Map:
         return runMap(options);
+    case Command::Report:
+        return runReport(options);
     default:
         return runShow(options);
     }

@@ -38,6 +38,7 @@ std::string footer() {
 struct CommonOptions {
     std::string envFile;
     std::vector<std::string> sets;
+    std::vector<std::string> pids;
 };
 
 ColorChoice colorNamed(std::string_view name) {
@@ -49,7 +50,9 @@ ColorChoice colorNamed(std::string_view name) {
 Format formatNamed(const CommandRow& command, std::string_view name) {
     const auto named = std::find_if(command.formats.begin(), command.formats.end(),
                                     [&](Format format) { return nameOf(format) == name; });
-    return named != command.formats.end() ? *named : command.formats.front();
+    return named != command.formats.end() ? *named
+           : !command.formats.empty()     ? command.formats.front()
+                                          : Format::Table;
 }
 
 /// CLI11 parses a positional in brackets as a list. A NUL byte after the bracket prevents that: no
@@ -224,11 +227,17 @@ private:
         case Option::Set:
             added = app.add_option(name, common.sets, help);
             break;
+        case Option::Pid:
+            added = app.add_option(name, common.pids, help);
+            break;
         case Option::LocalAddress:
             added = app.add_option(name, m_options.localAddresses, help);
             break;
         case Option::Output:
             added = addFormat(app, name, help, *command);
+            break;
+        case Option::File:
+            added = app.add_option(name, m_file, help);
             break;
         case Option::Color:
             added = addColor(app, name, help);
@@ -302,12 +311,15 @@ private:
         }
         m_options.query = unguarded(m_options.query);
         removeGuards(m_options.arguments);
-        for (const std::string& environment : {m_environmentA, m_environmentB}) {
-            if (!environment.empty()) {
-                m_options.environments.push_back(unguarded(environment));
-            }
-        }
         removeGuards(m_options.queries);
+        setProcesses();
+        if (row.operands == Operands::Environments) {
+            setEnvironments(row);
+        } else if (m_options.pids.size() == 1) {
+            m_options.pid = m_options.pids.front();
+        } else if (m_options.pids.size() > 1) {
+            throw UsageError("--pid: one process only; diff compares two");
+        }
         m_options.word = unguarded(m_options.word);
         removeGuards(m_options.nodes);
         removeGuards(m_options.localAddresses);
@@ -316,10 +328,8 @@ private:
         }
         removeGuards(m_options.paths);
         removeGuards(m_options.ignored);
-        if (row.operands == Operands::Environments && m_options.envFile) {
-            throw UsageError(fmt::format("{} compares the environments A and B and takes no "
-                                         "--env-file",
-                                         row.name));
+        if (!m_file.empty()) {
+            m_options.file = unguarded(m_file);
         }
         if (row.operands == Operands::Query &&
             (m_list || m_options.all) != m_options.query.empty()) {
@@ -327,6 +337,43 @@ private:
                                          optionRow(row.options.front()).name));
         }
         return m_options;
+    }
+
+    void setProcesses() {
+        for (const CommonOptions& options : {m_beforeCommand, m_afterCommand}) {
+            for (const std::string& pid : options.pids) {
+                m_options.pids.push_back(unguarded(pid));
+            }
+        }
+        if (!m_options.pids.empty() && m_options.envFile) {
+            throw UsageError("--pid and --env-file both name an environment; give one of them");
+        }
+    }
+
+    /// Each process takes the place of an operand.
+    void setEnvironments(const CommandRow& row) {
+        if (m_options.envFile) {
+            throw UsageError(fmt::format("{} compares the environments A and B and takes no "
+                                         "--env-file",
+                                         row.name));
+        }
+        std::vector<std::string> words;
+        for (const std::string& environment : {m_environmentA, m_environmentB}) {
+            if (!environment.empty()) {
+                words.push_back(unguarded(environment));
+            }
+        }
+        words.insert(words.end(), m_options.queries.begin(), m_options.queries.end());
+        constexpr std::size_t kTwo = 2;
+        if (m_options.pids.size() > kTwo || m_options.pids.size() + words.size() < kTwo) {
+            throw UsageError(fmt::format("{} takes two environments: env files, directories or "
+                                         "--pid",
+                                         row.name));
+        }
+        const auto first =
+            words.begin() + static_cast<std::ptrdiff_t>(kTwo - m_options.pids.size());
+        m_options.environments.assign(words.begin(), first);
+        m_options.queries.assign(first, words.end());
     }
 
     CLI::App m_app;
@@ -337,6 +384,7 @@ private:
     std::string m_environmentA;
     std::string m_environmentB;
     std::string m_format;
+    std::string m_file;
     bool m_list = false;
 };
 

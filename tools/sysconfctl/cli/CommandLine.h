@@ -16,9 +16,13 @@ struct Options {
     Format format = Format::Table;
     std::optional<std::string> envFile;
     std::vector<std::string> sets;
+    /// The process whose environment is used.
+    std::optional<std::string> pid;
     bool revealSecrets = false;
     std::string query;
     std::vector<std::string> arguments;
+    /// The processes to compare, before the other environments.
+    std::vector<std::string> pids;
     /// The environments to compare: env files and directories.
     std::vector<std::string> environments;
     /// The queries to compare, each with its arguments in one word; empty: all.
@@ -38,6 +42,8 @@ struct Options {
     /// Names of findings to leave out.
     std::vector<std::string> ignored;
     bool notes = false;
+    /// The file to write to; unset: standard output.
+    std::optional<std::string> file;
     ColorChoice color = ColorChoice::Auto;
     /// Used in place of the host's addresses; empty: the real ones.
     std::vector<std::string> localAddresses;

@@ -62,6 +62,12 @@ const std::vector<CommandRow>& commandTable() {
          {Dot, Mermaid, Svg, Table, Plain, Json},
          Operands::None,
          {Option::LocalAddress}},
+        {Command::Report,
+         "report",
+         "Write nodes, answers and findings to an HTML page",
+         {},
+         Operands::None,
+         {Option::File, Option::LocalAddress}},
     };
     return table;
 }
@@ -72,7 +78,10 @@ const std::vector<OptionRow>& optionTable() {
          "Environment of the process to ask about; default: the current one"},
         {Option::Set, "--set", "", "KEY=VALUE", "Set a variable, after --env-file; repeatable",
          true},
+        {Option::Pid, "--pid", "", "PID",
+         "Environment and working directory of a running process; twice for diff", true},
         {Option::Output, "--output", "-o", "FORMAT", "Format of the output"},
+        {Option::File, "--file", "-o", "FILE", "Write to FILE; default: standard output"},
         {Option::Color, "--color", "", "WHEN",
          "Colour: one of auto, always, never; default: auto, on a terminal unless NO_COLOR is set"},
         {Option::RevealSecrets, "--reveal-secrets", "", "", "Do not mask passwords"},
@@ -154,14 +163,16 @@ std::string_view nameOf(Format format) {
 }
 
 const std::vector<Option>& commonOptions() {
-    static const std::vector<Option> options = {Option::EnvFile, Option::Set, Option::Color,
-                                                Option::RevealSecrets};
+    static const std::vector<Option> options = {Option::EnvFile, Option::Set, Option::Pid,
+                                                Option::Color, Option::RevealSecrets};
     return options;
 }
 
 std::vector<Option> optionsOf(const CommandRow& command) {
     std::vector<Option> options = command.options;
-    options.push_back(Option::Output);
+    if (!command.formats.empty()) {
+        options.push_back(Option::Output);
+    }
     options.insert(options.end(), commonOptions().begin(), commonOptions().end());
     options.push_back(Option::Help);
     return options;

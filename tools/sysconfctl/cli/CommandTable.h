@@ -9,13 +9,15 @@
 /// the help and the shell completion use these tables; a test compares the manual page with them.
 namespace sysconfctl {
 
-enum class Command { Show, Get, Watch, List, Explain, Diff, Who, Check, Nodes, Map };
+enum class Command { Show, Get, Watch, List, Explain, Diff, Who, Check, Nodes, Map, Report };
 enum class Format { Table, Plain, Json, Wide, Dot, Mermaid, Svg, Sarif, Junit, Github };
 
 enum class Option {
     EnvFile,
     Set,
+    Pid,
     Output,
+    File,
     Color,
     RevealSecrets,
     LocalAddress,
@@ -47,7 +49,7 @@ struct CommandRow {
     Command command;
     std::string_view name;
     std::string_view help;
-    /// The first one is the default.
+    /// The first one is the default. None: the command has no --output.
     std::vector<Format> formats;
     Operands operands = Operands::None;
     /// In addition to those of every command.

@@ -5,6 +5,7 @@
 #include "cli/CommandTable.h"
 #include "cli/DeployedNames.h"
 #include "cli/PartialCommandLine.h"
+#include "cli/ProcessEnvironment.h"
 #include "cli/ShellLine.h"
 #include "query/Queries.h"
 #include "render/Output.h"
@@ -113,7 +114,8 @@ bool takesFiles(const PartialCommandLine& line) {
         return false;
     }
     return line.command->operands == Operands::Paths ||
-           (line.command->operands == Operands::Environments && line.operands.size() < 2);
+           (line.command->operands == Operands::Environments &&
+            line.operands.size() + line.pids.size() < 2);
 }
 
 bool isPath(std::string_view variable) {
@@ -151,9 +153,15 @@ Completion valuesOf(const OptionRow& option, const PartialCommandLine& line,
     Candidates candidates;
     switch (option.option) {
     case Option::EnvFile:
+    case Option::File:
         return {true, {}};
     case Option::Set:
         return assignments(line, word);
+    case Option::Pid:
+        for (const ConfiguredProcess& process : configuredProcesses()) {
+            candidates.push_back({process.pid, process.instance});
+        }
+        break;
     case Option::LocalAddress:
         deployed::applyEnvironmentOf(line);
         return {false, deployed::addresses()};

@@ -2,6 +2,7 @@
 #include "cli/DeployedNames.h"
 
 #include "cli/Environment.h"
+#include "cli/ProcessEnvironment.h"
 #include "deployment/Cluster.h"
 #include "deployment/KeepUntilExit.h"
 #include "render/Text.h"
@@ -81,6 +82,9 @@ void forEachField(const SourceFile& list, Visit visit) {
 namespace deployed {
 
 void applyEnvironmentOf(const PartialCommandLine& line) {
+    if (!line.pids.empty()) {
+        applyProcess(line.pids.back());
+    }
     applyEnvironment(withHome(line.envFile), line.sets);
 }
 

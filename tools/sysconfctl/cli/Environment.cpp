@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "cli/Environment.h"
 
+#include "cli/FileBytes.h"
 #include "cli/UsageError.h"
 #include "render/Text.h"
 
@@ -9,10 +10,8 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <memory>
 #include <system_error>
 
 namespace sysconfctl {
@@ -56,24 +55,12 @@ const char* fault(std::string_view key, std::size_t equals, std::string_view val
 }
 
 std::string readFile(const std::string& path) {
-    const auto fail = [&] {
+    try {
+        return readBytes(path);
+    } catch (const std::system_error& error) {
         throw UsageError(fmt::format("cannot read the environment file {}: {}", shellWord(path),
-                                     std::system_category().message(errno)));
-    };
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rbe"),
-                                                               &std::fclose);
-    if (!file) {
-        fail();
+                                     error.code().message()));
     }
-    std::string text;
-    std::array<char, 4096> buffer{};
-    while (const std::size_t size = std::fread(buffer.data(), 1, buffer.size(), file.get())) {
-        text.append(buffer.data(), size);
-    }
-    if (std::ferror(file.get()) != 0) {
-        fail();
-    }
-    return text;
 }
 
 // NOLINTBEGIN(concurrency-mt-unsafe): the library is not in use yet, so there is only one thread.

@@ -21,7 +21,6 @@ ExitStatus runWatch(const Options& options);
 ExitStatus runExplain(const Options& options);
 
 /// Compares the answers of two environments.
-/// @throws UsageError if there are not two.
 ExitStatus runDiff(const Options& options);
 
 /// Shows where a word appears: in the files and in the answers.
@@ -36,6 +35,9 @@ ExitStatus runNodes(const Options& options);
 
 /// Draws the deployment.
 ExitStatus runMap(const Options& options);
+
+/// Writes the deployment as an HTML page.
+ExitStatus runReport(const Options& options);
 
 /// Lists all queries.
 ExitStatus runList(const Options& options);

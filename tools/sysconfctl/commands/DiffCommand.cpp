@@ -2,7 +2,8 @@
 #include "commands/Commands.h"
 
 #include "cli/Environment.h"
-#include "cli/UsageError.h"
+#include "cli/ProcessEnvironment.h"
+#include "deployment/CallerDirectory.h"
 #include "diff/Comparison.h"
 #include "render/Color.h"
 #include "render/Output.h"
@@ -21,6 +22,14 @@ Side sideOf(const std::string& operand, const Options& options) {
     return {operand, readSources(options.localAddresses)};
 }
 
+Side sideOfProcess(const std::string& pid, const Options& options) {
+    applyProcess(pid);
+    applyEnvironment(std::nullopt, options.sets);
+    Side side("process " + pid, readSources(options.localAddresses));
+    returnToCallerDirectory();
+    return side;
+}
+
 std::string written(const Comparison& comparison, const Options& options) {
     switch (options.format) {
     case Format::Json:
@@ -35,16 +44,18 @@ std::string written(const Comparison& comparison, const Options& options) {
 } // namespace
 
 ExitStatus runDiff(const Options& options) {
-    if (options.environments.size() != 2) {
-        throw UsageError("diff takes two environments: env files or directories");
-    }
     std::vector<AskedQuery> asked;
     for (const std::string& word : options.queries) {
         asked.push_back(askedQuery(word));
     }
-    Side a = sideOf(options.environments[0], options);
-    Side b = sideOf(options.environments[1], options);
-    const Comparison comparison = compare(a, b, asked, options.revealSecrets);
+    std::vector<Side> sides;
+    for (const std::string& pid : options.pids) {
+        sides.push_back(sideOfProcess(pid, options));
+    }
+    for (const std::string& operand : options.environments) {
+        sides.push_back(sideOf(operand, options));
+    }
+    const Comparison comparison = compare(sides[0], sides[1], asked, options.revealSecrets);
     writeOutput(written(comparison, options));
     return comparison.same() ? ExitStatus::Answered : ExitStatus::Different;
 }

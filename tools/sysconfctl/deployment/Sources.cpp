@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "deployment/Sources.h"
 
+#include "deployment/CallerDirectory.h"
 #include "render/Text.h"
 
 #include <config/FileText.h>
@@ -60,6 +61,9 @@ SourceFile read(std::string_view title, Variable variable, std::string path) {
     std::optional<std::string> text = config::readText(source.path);
     if (!text) {
         explainUnreadable(source);
+    }
+    source.path = pathForCaller(source.path);
+    if (!text) {
         return source;
     }
     source.loads = JsonReader(false).parse(*text, source.tree);

@@ -81,7 +81,7 @@ void setVariable(SourceFile& file, const std::string& value) {
 } // namespace
 
 Side::Side(std::string name, Sources sources)
-    : m_name(std::move(name)), m_prediction(std::in_place, std::move(sources)) {}
+    : m_name(std::move(name)), m_prediction(std::make_unique<Prediction>(std::move(sources))) {}
 
 Side::Side(const std::string& directory, const std::vector<std::string>& localAddresses)
     : m_name(directory), m_processes(processesIn(directory)), m_localAddresses(localAddresses) {
@@ -102,7 +102,7 @@ const Prediction& Side::process(const ProcessFiles* files) {
         files = &m_processes.front();
     }
     if (files != nullptr) {
-        m_prediction.emplace(sourcesOf(*files));
+        m_prediction = std::make_unique<Prediction>(sourcesOf(*files));
     }
     return *m_prediction;
 }

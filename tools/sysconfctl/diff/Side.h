@@ -3,7 +3,7 @@
 
 #include "explain/Prediction.h"
 
-#include <optional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -50,7 +50,7 @@ private:
     std::string m_name;
     std::vector<ProcessFiles> m_processes;
     std::vector<std::string> m_localAddresses;
-    std::optional<Prediction> m_prediction;
+    std::unique_ptr<Prediction> m_prediction;
 };
 
 } // namespace sysconfctl

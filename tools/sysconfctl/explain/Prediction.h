@@ -20,6 +20,9 @@ public:
     explicit Prediction(Sources sources) : m_sources(std::move(sources)) {
         m_loaded.load(m_sources);
     }
+    // What was loaded refers to the sources.
+    Prediction(const Prediction&) = delete;
+    Prediction& operator=(const Prediction&) = delete;
 
     const Sources& sources() const { return m_sources; }
     /// The prediction must not be used after this.

@@ -23,22 +23,6 @@ constexpr std::string_view kJsonBreak = ",";
 constexpr std::string_view kMarker = "> ";
 constexpr std::string_view kNoMarker = "  ";
 
-/// The steps to show: all, or those that decide, at most eight.
-std::vector<const Step*> chosenSteps(const std::vector<Step>& steps, bool verbose) {
-    std::vector<const Step*> chosen;
-    for (const Step& step : steps) {
-        if (verbose || step.weight != Weight::Detail) {
-            chosen.push_back(&step);
-        }
-    }
-    // The decisive step stays, whatever is in front of it.
-    while (!verbose && chosen.size() > kMostSteps) {
-        const auto last = chosen.end() - 1;
-        chosen.erase((*last)->weight == Weight::Decisive ? last - 1 : last);
-    }
-    return chosen;
-}
-
 std::vector<ScreenRow> rowsOf(const std::vector<const Step*>& steps, bool verbose) {
     std::vector<ScreenRow> rows;
     for (const Step* const step : steps) {
@@ -130,6 +114,21 @@ std::string answerLines(const Reply& reply, const ScreenOptions& options) {
 }
 
 } // namespace
+
+std::vector<const Step*> chosenSteps(const std::vector<Step>& steps, bool verbose) {
+    std::vector<const Step*> chosen;
+    for (const Step& step : steps) {
+        if (verbose || step.weight != Weight::Detail) {
+            chosen.push_back(&step);
+        }
+    }
+    // The decisive step stays, whatever is in front of it.
+    while (!verbose && chosen.size() > kMostSteps) {
+        const auto last = chosen.end() - 1;
+        chosen.erase((*last)->weight == Weight::Decisive ? last - 1 : last);
+    }
+    return chosen;
+}
 
 std::string momentSentence(const Explanation& explanation) {
     switch (explanation.moment) {

@@ -36,6 +36,9 @@ std::string screenRows(const std::vector<ScreenRow>& rows, const ScreenOptions& 
 std::string explanationScreen(const Explanation& explanation, const Reply& reply,
                               const ScreenOptions& options);
 
+/// The steps to show: all, or those that decide, at most eight.
+std::vector<const Step*> chosenSteps(const std::vector<Step>& steps, bool verbose);
+
 /// When the answer is decided; empty if on each call.
 std::string momentSentence(const Explanation& explanation);
 

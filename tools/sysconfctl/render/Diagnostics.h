@@ -19,6 +19,8 @@ inline constexpr std::string_view kNowhere = "nowhere";
 inline constexpr std::string_view kNoGraphviz = "no-graphviz";
 inline constexpr std::string_view kOutput = "output";
 inline constexpr std::string_view kInternal = "internal";
+/// Notice of --pid.
+inline constexpr std::string_view kNewerThanProcess = "newer-than-process";
 /// Notices of `watch`.
 inline constexpr std::string_view kSubscribed = "subscribed";
 inline constexpr std::string_view kNotSubscribed = "not-subscribed";
