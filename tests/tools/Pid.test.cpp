@@ -8,8 +8,14 @@
 
 #include <gmock/gmock.h>
 
+#include <arpa/inet.h>
 #include <chrono>
+#include <cstring>
 #include <filesystem>
+#include <net/if.h>
+#include <sched.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -165,6 +171,81 @@ TEST(Pid, FilesOlderThanTheProcess_AreNoNotice) {
     const Process process(folder);
     const auto result = runElsewhere({"get", "local-port", "--pid", process.id()});
     EXPECT_EQ(result.errors, "");
+}
+
+TEST(Pid, NoticesOfAProcess_AreOfEveryCommandThatShowsAnswers) {
+    const fs::path folder = folderWithRelativePaths();
+    const Process process(folder);
+    fs::last_write_time(folder / "etc/app.json",
+                        fs::file_time_type::clock::now() + std::chrono::hours(1));
+    const std::string notice = "app.json changed after process " + process.id() + " started";
+    const fs::path file = support::testDirectory() / "x.env";
+    support::writeFile(file, "");
+    for (std::vector<std::string> arguments : std::vector<std::vector<std::string>>{
+             {"report"}, {"who", "n1"}, {"diff", file.string()}}) {
+        arguments.insert(arguments.end(), {"--pid", process.id()});
+        const auto result = runElsewhere(arguments);
+        EXPECT_THAT(result.errors, HasSubstr(notice)) << arguments.front();
+        if (arguments.front() == "report") {
+            EXPECT_THAT(result.output, HasSubstr(notice));
+        }
+    }
+}
+
+/// Sets the second address of the loopback interface in this network namespace; "0.0.0.0" removes
+/// it.
+bool setAddress(const char* address) {
+    ifreq request{};
+    std::strcpy(request.ifr_name, "lo:1");
+    sockaddr_in inet{};
+    inet.sin_family = AF_INET;
+    ::inet_pton(AF_INET, address, &inet.sin_addr);
+    std::memcpy(&request.ifr_addr, &inet, sizeof inet);
+    const int socket = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    const bool done = ::ioctl(socket, SIOCSIFADDR, &request) == 0;
+    ::close(socket);
+    return done;
+}
+
+TEST(Pid, ServiceAddressThatIsNewerThanTheProcess_IsANotice) {
+    if (::unshare(CLONE_NEWNET) != 0) {
+        GTEST_SKIP() << "this user may not create network namespaces";
+    }
+    const fs::path folder = folderWithRelativePaths();
+    support::writeFile(folder / "root/etc/sysconf/nodelist.json", R"({"nodeList": {"n1": {
+        "extAttr": {"hostType": "master"},
+        "IPAddresses": [{"IP": "198.51.100.77", "usage": ["service"]}]}}})");
+    ASSERT_TRUE(setAddress("198.51.100.77"));
+    const Process process(folder);
+    const std::vector<std::string> arguments = {"get", "local-port", "--pid", process.id()};
+    EXPECT_EQ(runElsewhere(arguments).errors, "");
+    // The clock by which the kernel dates addresses may be behind the one of processes.
+    constexpr int kTries = 500;
+    std::string errors;
+    for (int i = 0; i < kTries && errors.empty(); ++i) {
+        ASSERT_TRUE(setAddress("0.0.0.0"));
+        ASSERT_TRUE(setAddress("198.51.100.78"));
+        EXPECT_EQ(runElsewhere(arguments).errors, "") << "no node has this address";
+        ASSERT_TRUE(setAddress("0.0.0.0"));
+        ASSERT_TRUE(setAddress("198.51.100.77"));
+        errors = runElsewhere(arguments).errors;
+    }
+    EXPECT_THAT(errors, HasSubstr("198.51.100.77, the service address of n1, was added to this "
+                                  "host after process " +
+                                  process.id() + " started"));
+    std::vector<std::string> predicted = arguments;
+    predicted.insert(predicted.end(), {"--local-address", "192.0.2.1"});
+    EXPECT_EQ(runElsewhere(predicted).errors, "");
+}
+
+TEST(Pid, ProcessInAnotherNetwork_IsANotice) {
+    const fs::path folder = folderWithRelativePaths();
+    const Process process(folder);
+    if (::unshare(CLONE_NEWNET) != 0) {
+        GTEST_SKIP() << "this user may not create network namespaces";
+    }
+    EXPECT_THAT(runElsewhere({"get", "local-port", "--pid", process.id()}).errors,
+                HasSubstr("process " + process.id() + " is in another network namespace"));
 }
 
 TEST(Pid, WhatIsNoProcess_IsAUsageError) {

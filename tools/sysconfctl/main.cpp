@@ -17,11 +17,10 @@ namespace {
 
 using namespace sysconfctl;
 
-/// The answers are those of a process that starts now.
-void reportNewer(const std::string& pid, bool withAddresses) {
-    for (const std::string& sentence : newerThanProcess(pid, withAddresses)) {
-        reportNotice(diagnostic::kNewerThanProcess, sentence);
-    }
+/// Whether the command shows answers, which are those of a process that starts now.
+bool showsAnswers(Command command) {
+    return command == Command::Get || command == Command::Show || command == Command::Explain ||
+           command == Command::Who || command == Command::Report;
 }
 
 ExitStatus run(const Options& options) {
@@ -35,9 +34,8 @@ ExitStatus run(const Options& options) {
         applyProcess(*options.pid);
     }
     applyEnvironment(options.envFile, options.sets);
-    if (options.pid && (options.command == Command::Get || options.command == Command::Explain ||
-                        options.command == Command::Show)) {
-        reportNewer(*options.pid, options.localAddresses.empty());
+    if (options.pid && showsAnswers(options.command)) {
+        reportNewer(newerThanProcess(*options.pid, options.localAddresses.empty()));
     }
     switch (options.command) {
     case Command::Get:

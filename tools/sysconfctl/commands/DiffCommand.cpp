@@ -4,8 +4,10 @@
 #include "cli/Environment.h"
 #include "cli/ProcessEnvironment.h"
 #include "deployment/CallerDirectory.h"
+#include "deployment/ProcessAge.h"
 #include "diff/Comparison.h"
 #include "render/Color.h"
+#include "render/Diagnostics.h"
 #include "render/Output.h"
 
 #include <filesystem>
@@ -25,6 +27,7 @@ Side sideOf(const std::string& operand, const Options& options) {
 Side sideOfProcess(const std::string& pid, const Options& options) {
     applyProcess(pid);
     applyEnvironment(std::nullopt, options.sets);
+    reportNewer(newerThanProcess(pid, options.localAddresses.empty()));
     Side side("process " + pid, readSources(options.localAddresses));
     returnToCallerDirectory();
     return side;

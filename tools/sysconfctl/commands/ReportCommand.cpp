@@ -2,6 +2,7 @@
 #include "commands/Commands.h"
 
 #include "deployment/CallerDirectory.h"
+#include "deployment/ProcessAge.h"
 #include "map/Graphviz.h"
 #include "map/Picture.h"
 #include "page/Page.h"
@@ -16,7 +17,8 @@
 namespace sysconfctl {
 namespace {
 
-/// Nobody finds a node in a larger picture, and the time of Graphviz grows faster than their number.
+/// Nobody finds a node in a larger picture, and the time of Graphviz grows faster than their
+/// number.
 constexpr std::size_t kMostDrawn = 200;
 
 /// Draws the deployment, or says why not.
@@ -47,7 +49,11 @@ ExitStatus runReport(const Options& options) {
                           .options = options,
                           .picture = {},
                           .noPicture = {},
+                          .notices = {},
                           .time = timeText(std::chrono::system_clock::now())};
+    if (options.pid) {
+        contents.notices = newerThanProcess(*options.pid, options.localAddresses.empty());
+    }
     addPicture(contents, cluster);
     const std::string page = pageOf(contents);
     if (options.file) {

@@ -23,6 +23,10 @@ std::string fileRow(const SourceFile& file) {
 std::string header(const PageContents& contents) {
     const Sources& sources = contents.prediction.sources();
     const Cluster& cluster = contents.cluster;
+    std::string notices;
+    for (const std::string& notice : contents.notices) {
+        notices += "<p>" + escapedMarkup(notice) + "</p>\n";
+    }
     const auto& pid = contents.options.pid;
     const std::string process =
         pid ? fmt::format("{} (process {})", cluster.instanceId, *pid) : cluster.instanceId;
@@ -33,8 +37,8 @@ std::string header(const PageContents& contents) {
                joined({sources.hostAddresses.begin(), sources.hostAddresses.end()}, ", ")) +
            fileRow(sources.appConfig) + fileRow(sources.nodeList) +
            fileRow(sources.managerNodeList) + row("made", contents.time) +
-           "</dl>\n<p>The answers are those of a process that starts at that "
-           "time.</p>\n</header>\n";
+           "</dl>\n<p>The answers are those of a process that starts at that time.</p>\n" +
+           notices + "</header>\n";
 }
 
 } // namespace

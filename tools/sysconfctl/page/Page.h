@@ -7,6 +7,7 @@
 #include "explain/Prediction.h"
 
 #include <string>
+#include <vector>
 
 /// A deployment as one HTML page that needs nothing from outside. Everything from the files is
 /// escaped as on a terminal, then for HTML.
@@ -21,6 +22,8 @@ struct PageContents {
     /// The SVG picture, with its prolog; or, if `picture` is empty, why there is none.
     std::string picture;
     std::string noPicture;
+    /// What is newer than the process that was named by its id.
+    std::vector<std::string> notices;
     /// The time of the page.
     std::string time;
 };

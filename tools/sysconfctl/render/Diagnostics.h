@@ -37,6 +37,8 @@ void reportNotice(std::string_view name, std::string_view sentence);
 
 /// Reports that the library threw an exception with that message on a query.
 void reportThrow(const std::string& queryLabel, const std::string& message);
+/// Reports what is newer than a process.
+void reportNewer(const std::vector<std::string>& sentences);
 /// Reports each file that does not load.
 void reportUnloadedFiles(const std::vector<std::string>& troubles);
 
