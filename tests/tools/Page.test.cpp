@@ -19,6 +19,16 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::StartsWith;
 
+TEST(Page, Places_AreAbsolute) {
+    const auto result = tool::sysconfctl({"report", "--set", "APP_CONF_FILE=node-2/etc/app.json",
+                                          "--set", "PROCESS_INSTANCE_ID=alarm-1"})
+                            .workingDirectory(tool::samplesDirectory() / "ha-pair")
+                            .run();
+    const std::string place =
+        "<code>" + (tool::samplesDirectory() / "ha-pair/node-2/etc/app.json").string() + ":21:44<";
+    EXPECT_THAT(result.output, HasSubstr("wss.port of process alarm-1 is 31543<br>" + place));
+}
+
 TEST(Page, WithoutAFile_GoesToStandardOutput) {
     const auto result = tool::run(tool::kStandby, {"report"});
     EXPECT_EQ(result.exitStatus, 0);

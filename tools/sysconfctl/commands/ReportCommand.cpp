@@ -27,7 +27,7 @@ void addPicture(PageContents& contents, const Cluster& cluster) {
         contents.noPicture = "there is no node";
     } else if (cluster.nodes.size() > kMostDrawn) {
         contents.noPicture = fmt::format("{} nodes are too many for one; sysconfctl map -o svg "
-                                         "draws them all the same",
+                                         "draws them",
                                          cluster.nodes.size());
     } else if (auto picture = drawWithGraphviz(dot(pictureOf(cluster)))) {
         contents.picture = std::move(*picture);

@@ -114,10 +114,6 @@ std::string onlyInText(const Comparison& comparison, const ComparedProcess& proc
     return "only in " + escaped(process.onlyIn == 'a' ? comparison.a : comparison.b);
 }
 
-std::string counted(std::size_t count, const char* one, const char* many) {
-    return fmt::format("{} {}", count, count == 1 ? one : many);
-}
-
 std::string summary(const Comparison& comparison) {
     std::size_t answers = 0;
     std::size_t differences = 0;

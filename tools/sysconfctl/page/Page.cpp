@@ -20,6 +20,14 @@ std::string fileRow(const SourceFile& file) {
                        file.loads ? "" : " does not load: " + markupText(file.trouble()));
 }
 
+/// "Configuration report: alarm-1 on node-2"
+std::string titleOf(const PageContents& contents) {
+    const Cluster& cluster = contents.cluster;
+    return fmt::format("{}: {}{}{}", kPageTitle,
+                       cluster.instanceId.empty() ? "no process" : cluster.instanceId,
+                       cluster.thisNodeId.empty() ? "" : " on ", cluster.thisNodeId);
+}
+
 std::string header(const PageContents& contents) {
     const Sources& sources = contents.prediction.sources();
     const Cluster& cluster = contents.cluster;
@@ -51,7 +59,7 @@ std::string pageOf(const PageContents& contents) {
         "<meta name=\"viewport\" content=\"width=device-width\">\n"
         "<meta name=\"color-scheme\" content=\"light dark\">\n"
         "<title>{}</title>\n<style>{}</style>\n</head>\n<body>\n",
-        kPageScriptHash, kPageTitle, kPageStyle);
+        kPageScriptHash, markupText(titleOf(contents)), kPageStyle);
     html += header(contents) + findingsSection(contents) + pictureSection(contents) +
             nodesSection(contents) + answersSection(contents);
     return html + fmt::format("<script>{}</script>\n</body>\n</html>\n", kPageScript);

@@ -2,6 +2,7 @@
 #include "page/Page.h"
 
 #include "check/Report.h"
+#include "deployment/CallerDirectory.h"
 #include "explain/Reason.h"
 #include "explain/Screen.h"
 #include "render/Json.h"
@@ -11,6 +12,7 @@
 
 #include <fmt/format.h>
 
+#include <optional>
 #include <variant>
 
 namespace sysconfctl {
@@ -31,17 +33,40 @@ std::string lines(const std::vector<std::string>& texts) {
     return html;
 }
 
+/// A place that does not depend on the directory in which the page is made.
+std::string placeText(const std::string& file, const located::Place& place) {
+    return fmt::format("{}:{}:{}", pathOfCaller(file), place.line, place.column);
+}
+
+std::string placeText(const Finding& finding) {
+    if (finding.file == nullptr) {
+        return "environment";
+    }
+    return finding.offset
+               ? placeText(finding.file->path, finding.file->document.place(*finding.offset))
+               : pathOfCaller(finding.file->path);
+}
+
+/// The place of a step or of a reason, if it has one.
+std::string placeCode(const std::optional<ReasonPlace>& place, const char* before) {
+    return place ? fmt::format("{}<code>{}</code>", before,
+                               markupText(placeText(place->file, place->place)))
+                 : "";
+}
+
 std::string findingItem(const Finding& finding, bool reveal) {
     std::string html = fmt::format("<li class=\"{0}\"><p><b>{0}</b> {1} <code>[{2}]</code></p>\n",
                                    nameOf(finding.severity), markupText(finding.sentence),
                                    markupText(finding.name));
-    html += element("code", placeOf(finding));
+    html += element("code", placeText(finding));
     // The lines are escaped already: markupText() would double their backslashes.
     const std::vector<std::string> shown = excerpt(finding, kExcerptWidth, reveal);
     html += shown.empty() ? "" : "<pre>" + escapedMarkup(joined(shown, "\n")) + "</pre>\n";
     for (const RelatedPlace& place : finding.related) {
-        html += fmt::format("<p>see <code>{}</code>: {}</p>\n", markupText(placeOf(place)),
-                            markupText(place.sentence));
+        const located::Place at = place.file->document.place(place.offset);
+        html +=
+            fmt::format("<p>see <code>{}</code>: {}</p>\n",
+                        markupText(placeText(place.file->path, at)), markupText(place.sentence));
     }
     for (const std::string& consequence : finding.consequences) {
         html += element("p", "so " + consequence);
@@ -85,11 +110,9 @@ std::string answerCell(const Reply& reply) {
 }
 
 std::string stepItem(const Step& step) {
-    const auto place = reasonPlaceOf(step);
     return fmt::format("<li{}>{}{}</li>\n",
                        step.weight == Weight::Decisive ? " class=\"decides\"" : "",
-                       markupText(step.sentence),
-                       place ? " <code>" + escapedMarkup(place->shown) + "</code>" : "");
+                       markupText(step.sentence), placeCode(reasonPlaceOf(step), " "));
 }
 
 std::string reasonCell(const Explanation& explanation) {
@@ -97,10 +120,7 @@ std::string reasonCell(const Explanation& explanation) {
     if (!explanation.verdict.advice.empty()) {
         html += "<br><b>to do:</b> " + markupText(explanation.verdict.advice);
     }
-    const Reason reason = reasonOf(explanation);
-    if (reason.place) {
-        html += "<br><code>" + escapedMarkup(reason.place->shown) + "</code>";
-    }
+    html += placeCode(reasonOf(explanation).place, "<br>");
     const std::vector<const Step*> steps = chosenSteps(explanation.steps, false);
     if (steps.empty()) {
         return html;
@@ -121,10 +141,11 @@ std::string reasonCell(const Explanation& explanation) {
 
 std::string findingsSection(const PageContents& contents) {
     const CheckResult& checked = contents.checked;
-    std::string html = fmt::format(
-        "<section id=\"findings\">\n<h2>Findings</h2>\n<p>{} errors, {} warnings, {} notes</p>\n",
-        countOf(checked, Severity::Error), countOf(checked, Severity::Warning),
-        countOf(checked, Severity::Note));
+    std::string html =
+        fmt::format("<section id=\"findings\">\n<h2>Findings</h2>\n<p>{}, {}, {}</p>\n",
+                    counted(countOf(checked, Severity::Error), "error", "errors"),
+                    counted(countOf(checked, Severity::Warning), "warning", "warnings"),
+                    counted(countOf(checked, Severity::Note), "note", "notes"));
     html += checked.findings.empty() ? "" : "<ul>\n";
     for (const Finding& finding : checked.findings) {
         html += findingItem(finding, contents.options.revealSecrets);
@@ -147,10 +168,10 @@ std::string nodesSection(const PageContents& contents) {
     std::string html = fmt::format(
         "<section id=\"nodes\">\n<h2>Nodes</h2>\n"
         "<p><label id=\"search\" hidden>Search <input type=\"search\"></label> "
-        "<span id=\"count\">{} {}</span></p>\n<div class=\"wide\"><table>\n"
+        "<span id=\"count\">{}</span></p>\n<div class=\"wide\"><table>\n"
         "<thead><tr><th>node</th><th>role</th><th>tenancy</th><th>marks</th><th>host tag</th>"
         "<th>lists</th><th>addresses and tags</th></tr></thead>\n<tbody>\n",
-        nodes.size(), nodes.size() == 1 ? "node" : "nodes");
+        counted(nodes.size(), "node", "nodes"));
     for (const ClusterNode& node : nodes) {
         html += nodeRow(node);
     }
