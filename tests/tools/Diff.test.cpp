@@ -129,6 +129,8 @@ TEST(Diff, OfTwoDirectories_ComparesEachProcessWithItsCounterpart) {
     ASSERT_EQ(json["processes"].size(), 2U);
     EXPECT_EQ(json["processes"][0]["process"], "node-1/etc/app.json alarm-1");
     EXPECT_EQ(json["processes"][0]["differences"].size(), 0U);
+    EXPECT_TRUE(json["processes"][0]["sameFiles"].asBool());
+    EXPECT_FALSE(json["processes"][1]["sameFiles"].asBool());
     EXPECT_EQ(json["processes"][1]["process"], "node-2/etc/app.json alarm-1");
     ASSERT_EQ(json["processes"][1]["differences"].size(), 1U);
     const Json::Value& difference = json["processes"][1]["differences"][0];
@@ -141,6 +143,18 @@ TEST(Diff, OfTwoDirectories_ComparesEachProcessWithItsCounterpart) {
     EXPECT_THAT(table.output,
                 AllOf(HasSubstr("process node-2/etc/app.json alarm-1\n"), HasSubstr("  - 31543\n"),
                       HasSubstr("  + 31544\n"), Not(HasSubstr("node-1"))));
+}
+
+TEST(Diff, NodeListThatProcessesShare_IsComparedForEach) {
+    const fs::path folder = twoCopies();
+    edit(folder / "after/manager/etc/sysconf/nodelists.json", "198.51.100.62", "198.51.100.63");
+    const Json::Value json = tool::parsed(
+        runIn(folder, {"diff", "before", "after", "all-float-ip", "-o", "json"}).output);
+    ASSERT_EQ(json["processes"].size(), 2U);
+    for (const Json::Value& process : json["processes"]) {
+        EXPECT_FALSE(process["sameFiles"].asBool());
+        EXPECT_EQ(process["differences"].size(), 1U) << process["process"];
+    }
 }
 
 TEST(Diff, DirectoriesOfTwoNodes_AreComparedByThePathsInThem) {

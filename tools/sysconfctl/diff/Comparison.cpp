@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <map>
 #include <set>
 #include <utility>
 
@@ -82,6 +83,30 @@ std::vector<Question> questionsOf(const Prediction& a, const Prediction& b,
     return questions;
 }
 
+/// Compares files. Each pair of paths is compared once: processes share node lists.
+class FileComparison {
+public:
+    /// Whether a process with one of the files gets the same answers as one with the other.
+    bool same(const Sources& a, const Sources& b) {
+        return a.instance.value == b.instance.value &&
+               a.nodeList.variable.value == b.nodeList.variable.value &&
+               a.hostAddresses == b.hostAddresses && same(a.appConfig, b.appConfig) &&
+               same(a.nodeList, b.nodeList) && same(a.managerNodeList, b.managerNodeList);
+    }
+
+private:
+    bool same(const SourceFile& a, const SourceFile& b) {
+        const auto [known, isNew] = m_same.try_emplace({a.path, b.path}, false);
+        if (isNew) {
+            known->second = a.variable.value.has_value() == b.variable.value.has_value() &&
+                            a.unreadable == b.unreadable && a.document.text() == b.document.text();
+        }
+        return known->second;
+    }
+
+    std::map<std::pair<std::string, std::string>, bool> m_same;
+};
+
 ComparedProcess compareProcess(const Prediction& a, const Prediction& b,
                                const std::vector<AskedQuery>& asked, bool revealSecrets) {
     ComparedProcess result;
@@ -126,6 +151,7 @@ AskedQuery askedQuery(const std::string& word) {
 
 Comparison compare(Side& a, Side& b, const std::vector<AskedQuery>& asked, bool revealSecrets) {
     Comparison result{a.name(), b.name(), {}};
+    FileComparison files;
     std::vector<Pair> pairs;
     const bool onePair = a.isOneProcess() || b.isOneProcess();
     if (!onePair) {
@@ -137,12 +163,19 @@ Comparison compare(Side& a, Side& b, const std::vector<AskedQuery>& asked, bool 
     for (const Pair& pair : pairs) {
         if (!onePair && (pair.a == nullptr || pair.b == nullptr)) {
             const bool onlyA = pair.b == nullptr;
-            result.processes.push_back({(onlyA ? pair.a : pair.b)->key, onlyA ? 'a' : 'b', 0, {}});
+            result.processes.push_back(
+                {(onlyA ? pair.a : pair.b)->key, onlyA ? 'a' : 'b', false, 0, {}});
             continue;
         }
-        result.processes.push_back(
-            compareProcess(a.process(pair.a), b.process(pair.b), asked, revealSecrets));
-        result.processes.back().key = onePair ? "" : pair.a->key;
+        a.open(pair.a);
+        b.open(pair.b);
+        ComparedProcess compared;
+        compared.sameFiles = !onePair && files.same(a.sources(), b.sources());
+        if (!compared.sameFiles) {
+            compared = compareProcess(a.prediction(), b.prediction(), asked, revealSecrets);
+        }
+        compared.key = onePair ? "" : pair.a->key;
+        result.processes.push_back(std::move(compared));
     }
     return result;
 }

@@ -33,6 +33,8 @@ struct ComparedProcess {
     std::string key;
     /// 'a' or 'b' if only that side has the process, else 0.
     char onlyIn = 0;
+    /// All files and all variables are the same, so no answer can differ; none was asked.
+    bool sameFiles = false;
     std::size_t answers = 0;
     std::vector<Difference> differences;
 };

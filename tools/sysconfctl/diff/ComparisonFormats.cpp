@@ -118,16 +118,22 @@ std::string summary(const Comparison& comparison) {
     std::size_t answers = 0;
     std::size_t differences = 0;
     std::size_t alone = 0;
+    std::size_t same = 0;
     for (const ComparedProcess& process : comparison.processes) {
         answers += process.answers;
         differences += process.differences.size();
         alone += process.onlyIn != 0 ? 1 : 0;
+        same += process.sameFiles ? 1 : 0;
     }
     std::string text =
-        differences == 0
+        answers == 0 ? std::string("no difference")
+        : differences == 0
             ? counted(answers, "answer, no difference", "answers, no difference")
             : fmt::format("{} of {} differ{}", differences, counted(answers, "answer", "answers"),
                           differences == 1 ? "s" : "");
+    if (same != 0) {
+        text += fmt::format("; {} with the same files", counted(same, "process", "processes"));
+    }
     if (alone != 0) {
         text += fmt::format("; {} only on one side", counted(alone, "process", "processes"));
     }
@@ -227,6 +233,7 @@ std::string comparisonJson(const Comparison& comparison) {
         if (process.onlyIn != 0) {
             row["onlyIn"] = std::string(1, process.onlyIn);
         }
+        row["sameFiles"] = process.sameFiles;
         row["answers"] = static_cast<Json::UInt64>(process.answers);
         row["differences"] = Json::Value(Json::arrayValue);
         for (const Difference& difference : process.differences) {

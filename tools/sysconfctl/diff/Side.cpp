@@ -58,6 +58,7 @@ std::vector<ProcessFiles> processesIn(const std::string& directory) {
         }
     }
     std::vector<ProcessFiles> processes;
+    processes.reserve(found.size());
     for (auto& [key, files] : found) {
         processes.push_back(std::move(files));
     }
@@ -81,10 +82,11 @@ void setVariable(SourceFile& file, const std::string& value) {
 } // namespace
 
 Side::Side(std::string name, Sources sources)
-    : m_name(std::move(name)), m_prediction(std::make_unique<Prediction>(std::move(sources))) {}
+    : m_name(std::move(name)), m_sources(std::move(sources)) {}
 
-Side::Side(const std::string& directory, const std::vector<std::string>& localAddresses)
-    : m_name(directory), m_processes(processesIn(directory)), m_localAddresses(localAddresses) {
+Side::Side(const std::string& directory, std::vector<std::string> localAddresses)
+    : m_name(directory), m_processes(processesIn(directory)),
+      m_localAddresses(std::move(localAddresses)) {
     if (m_processes.empty()) {
         throw UsageError(fmt::format("{} has no process: no env file and no app config file with "
                                      "\"processes\"",
@@ -93,22 +95,28 @@ Side::Side(const std::string& directory, const std::vector<std::string>& localAd
 }
 
 std::string Side::instance() const {
-    return m_processes.empty() ? m_prediction->sources().instance.text()
-                               : m_processes.front().instance;
+    return m_processes.empty() ? m_sources.instance.text() : m_processes.front().instance;
 }
 
-const Prediction& Side::process(const ProcessFiles* files) {
+void Side::open(const ProcessFiles* files) {
     if (files == nullptr && !m_processes.empty()) {
         files = &m_processes.front();
     }
     if (files != nullptr) {
-        m_prediction = std::make_unique<Prediction>(sourcesOf(*files));
+        m_sources = sourcesOf(*files);
+        m_prediction.reset();
+    }
+}
+
+const Prediction& Side::prediction() {
+    if (!m_prediction) {
+        m_prediction = std::make_unique<Prediction>(std::move(m_sources));
     }
     return *m_prediction;
 }
 
 Sources Side::sourcesOf(const ProcessFiles& files) {
-    Sources last = m_prediction ? std::move(*m_prediction).takeSources() : Sources();
+    Sources last = m_prediction ? std::move(*m_prediction).takeSources() : std::move(m_sources);
     Sources sources;
     sources.instance = {Quarncommon::config::kInstanceIdVariable, files.instance};
     sources.appConfig = taken(last.appConfig, files.appConfig, readAppConfigAt);

@@ -30,7 +30,7 @@ public:
     Side(std::string name, Sources sources);
     /// The processes of a directory.
     /// @throws UsageError if it has none.
-    Side(const std::string& directory, const std::vector<std::string>& localAddresses);
+    Side(const std::string& directory, std::vector<std::string> localAddresses);
 
     const std::string& name() const { return m_name; }
     /// In ascending order of their keys; empty for a single process that is not from a directory.
@@ -39,9 +39,12 @@ public:
     /// The instance id of the only process.
     std::string instance() const;
 
-    /// The process, which must be one of `processes`; null: the only one. Valid until the next
-    /// call.
-    const Prediction& process(const ProcessFiles* files);
+    /// Reads the files of a process, which must be one of `processes`; null: the only one.
+    void open(const ProcessFiles* files);
+    /// The files of the process that was opened last.
+    const Sources& sources() const { return m_prediction ? m_prediction->sources() : m_sources; }
+    /// The answers of that process. Valid until another one is opened.
+    const Prediction& prediction();
 
 private:
     /// A file of the last process is read again only if this process has another one.
@@ -50,6 +53,8 @@ private:
     std::string m_name;
     std::vector<ProcessFiles> m_processes;
     std::vector<std::string> m_localAddresses;
+    /// Moved into the prediction as soon as there is one.
+    Sources m_sources;
     std::unique_ptr<Prediction> m_prediction;
 };
 

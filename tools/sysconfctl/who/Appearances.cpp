@@ -254,33 +254,33 @@ bool concerns(const Explanation& explanation, const Word& word) {
 
 } // namespace
 
-Appearances appearancesOf(const std::string& text, const Prediction& prediction,
+Appearances appearancesOf(const std::string& word, const Prediction& prediction,
                           const Cluster& cluster, bool revealSecrets) {
-    const Word word(text);
-    Appearances found{text, {}, {}, {}};
+    const Word searched(word);
+    Appearances found{word, {}, {}, {}};
     const Sources& sources = prediction.sources();
     for (const std::string& address : sources.hostAddresses) {
-        if (word.is(address)) {
+        if (searched.is(address)) {
             found.places.push_back({.kind = "host", .sentence = "an address of this host"});
         }
     }
     std::set<std::string> names;
     for (const SourceFile* file :
          {&sources.nodeList, &sources.managerNodeList, &sources.appConfig}) {
-        Search(word, *file, cluster, found.places, names).run();
+        Search(searched, *file, cluster, found.places, names).run();
     }
     for (const Question& question : prediction.allQuestions()) {
         const Explanation explanation = prediction.explain(question);
         const Reply masked = evaluated(explanation, false);
-        if (!masked.error && (contains(masked.answer, word) ||
-                              (masked.answer.isAnswered() && concerns(explanation, word)))) {
+        if (!masked.error && (contains(masked.answer, searched) ||
+                              (masked.answer.isAnswered() && concerns(explanation, searched)))) {
             Reply reply = evaluated(explanation, revealSecrets);
-            std::string part = partOf(reply.answer, word);
+            std::string part = partOf(reply.answer, searched);
             found.answers.push_back({std::move(reply), std::move(part)});
         }
     }
     if (found.none()) {
-        found.near = suggestion(text, {names.begin(), names.end()});
+        found.near = suggestion(word, {names.begin(), names.end()});
     }
     return found;
 }
