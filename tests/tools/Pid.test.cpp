@@ -16,6 +16,7 @@
 #include <sched.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -31,7 +32,7 @@ using ::testing::Not;
 class Process {
 public:
     explicit Process(const fs::path& folder, const std::string& instance = "p1")
-        : m_running(support::Command("/bin/sh", {"-c", "echo $$; exec sleep 100000"})
+        : m_running(support::Command("/bin/sh", {"-c", "echo $$; read line <\"$0\"", fifo()})
                         .workingDirectory(folder)
                         .variable("PROCESS_INSTANCE_ID", instance)
                         .start()) {
@@ -41,6 +42,14 @@ public:
     std::string id() const { return m_running.output().substr(0, m_running.output().find('\n')); }
 
 private:
+    /// A pipe that nobody writes to. Opening it blocks without another exec, during which the
+    /// process would have no environment.
+    static std::string fifo() {
+        const std::string path = support::testDirectory() / "fifo";
+        ::mkfifo(path.c_str(), 0600);
+        return path;
+    }
+
     support::RunningCommand m_running;
 };
 
@@ -119,6 +128,13 @@ TEST(Pid, OperandsOfTheCaller_StartAtItsDirectory) {
                             .run();
     EXPECT_EQ(result.exitStatus, 0) << result.errors;
     EXPECT_THAT(result.output, HasSubstr("no problem found in 5 files"));
+    const auto report = tool::sysconfctl({"report", "-o", "page.html", "--pid", process.id()})
+                            .workingDirectory(support::testDirectory())
+                            .run();
+    EXPECT_EQ(report.exitStatus, 0) << report.errors;
+    EXPECT_THAT(tool::readFile(support::testDirectory() / "page.html"),
+                AllOf(HasSubstr("p1 (process " + process.id() + ")"), HasSubstr("41")));
+    EXPECT_FALSE(fs::exists(folder / "page.html"));
 }
 
 TEST(Pid, TwoProcesses_AreCompared) {
