@@ -9,8 +9,11 @@
 #include <gmock/gmock.h>
 
 #include <arpa/inet.h>
+#include <array>
 #include <chrono>
+#include <csignal>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <net/if.h>
 #include <sched.h>
@@ -328,6 +331,32 @@ TEST(Pid, ProcessOfAnotherUser_IsAUsageError) {
     EXPECT_THAT(result.errors, AllOf(HasSubstr("cannot be examined: Permission denied; run "
                                                "sysconfctl as its user or as root"),
                                      Not(HasSubstr("APP_CONF_FILE"))));
+}
+
+TEST(Pid, ProcessWithAnotherRootDirectory_IsAUsageError) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root may change the root directory";
+    }
+    std::array<int, 2> ends{};
+    ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const bool changed = ::chroot(support::testDirectory().c_str()) == 0;
+        if (::write(ends[1], changed ? "y" : "n", 1) == 1) {
+            ::pause();
+        }
+        ::_exit(0);
+    }
+    char changed = 0;
+    ASSERT_EQ(::read(ends[0], &changed, 1), 1);
+    ASSERT_EQ(changed, 'y');
+    const std::string id = std::to_string(child);
+    const auto result = runElsewhere({"show", "--pid", id});
+    EXPECT_EQ(result.exitStatus, 2);
+    EXPECT_THAT(result.errors, AllOf(HasSubstr("process " + id + " has another root directory"),
+                                     HasSubstr("nsenter --target " + id + " --all")));
+    ::kill(child, SIGKILL);
+    ::waitpid(child, nullptr, 0);
 }
 
 TEST(Pid, OtherEnvironmentBeside_IsAUsageError) {
