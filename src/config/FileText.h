@@ -81,9 +81,10 @@ private:
 
 /// Reads the file until its content is known. If the file changes while it is read:
 /// - A file that is replaced by rename() gives the complete old or new text.
-/// - A file that is written in place is read up to eight times, until it does not change during the
-///   read. If it is touched during each read, the last two must be equal. If the writer pauses
-///   during these reads, the bytes can be a part of the old and a part of the new text.
+/// - A file that is written in place is read up to eight times within a few milliseconds, until it
+///   does not change during the read. If it is touched during each read, the last two must be equal.
+///   If the writer pauses during these reads, the bytes can be a part of the old and a part of the
+///   new text.
 /// @param known See FileText::readFrom.
 /// @return Parsed if `text` is the content.
 /// @throws std::bad_alloc if memory runs out.
