@@ -63,7 +63,7 @@ const std::vector<OptionRow>& optionTable() {
         {Option::Output, "--output", "-o", "FORMAT", "Format of the output"},
         {Option::Color, "--color", "", "WHEN",
          "Colour: one of auto, always, never; default: auto, on a terminal unless NO_COLOR is set"},
-        {Option::RevealSecrets, "--reveal-secrets", "", "", "Do not mask passwords"},
+        {Option::RevealSecrets, "--reveal-secrets", "", "", "Do not mask passwords and other secrets"},
         {Option::LocalAddress, "--local-address", "", "ADDRESS",
          "Address of the host, in place of those that it has; repeatable", true},
         {Option::List, "--list", "", "", "List all queries with their arguments"},
@@ -84,7 +84,7 @@ const std::vector<StatusRow>& statusTable() {
         {0, "answered; no errors (check); ended by Ctrl-C or SIGTERM (watch)"},
         {1, "no answer: the library gives an empty text or -1 (get, explain), there is\n"
             "no node (nodes, map), or nothing that draws (map)"},
-        {2, "bad usage"},
+        {2, "bad usage; the answer is a secret, and --reveal-secrets is not given (get)"},
         {3, "the library threw; errors found (check)"},
         {4, "warnings found, no errors (check --strict)"},
         {70, "output could not be written, or a fault of this tool: what it explains\n"
