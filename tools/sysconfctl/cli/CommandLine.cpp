@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "cli/CommandLine.h"
 
-#include "cli/Address.h"
 #include "cli/Suggestion.h"
 #include "cli/UsageError.h"
+#include "query/Queries.h"
 #include "render/Output.h"
 #include "render/Text.h"
 
@@ -34,12 +34,6 @@ std::string footer() {
     return text + kEnvironmentFiles;
 }
 
-/// Options that are accepted before and after the command.
-struct CommonOptions {
-    std::string envFile;
-    std::vector<std::string> sets;
-};
-
 ColorChoice colorNamed(std::string_view name) {
     return name == "always"  ? ColorChoice::Always
            : name == "never" ? ColorChoice::Never
@@ -49,7 +43,78 @@ ColorChoice colorNamed(std::string_view name) {
 Format formatNamed(const CommandRow& command, std::string_view name) {
     const auto named = std::find_if(command.formats.begin(), command.formats.end(),
                                     [&](Format format) { return nameOf(format) == name; });
-    return named != command.formats.end() ? *named : command.formats.front();
+    if (named != command.formats.end()) {
+        return *named;
+    }
+    return command.formats.empty() ? Format::Table : command.formats.front();
+}
+
+const CommandRow* commandNamed(std::string_view name) {
+    const auto& table = commandTable();
+    const auto found = std::find_if(table.begin(), table.end(),
+                                    [&](const CommandRow& row) { return row.name == name; });
+    return found != table.end() ? &*found : nullptr;
+}
+
+std::string_view nameOf(Command command) {
+    const auto& table = commandTable();
+    return std::find_if(table.begin(), table.end(),
+                        [&](const CommandRow& row) { return row.command == command; })
+        ->name;
+}
+
+/// @throws UsageError with commands that are likely meant, or the command that takes such a query.
+[[noreturn]] void rejectCommand(const std::string& word) {
+    std::vector<std::string_view> names;
+    for (const CommandRow& row : commandTable()) {
+        names.push_back(row.name);
+    }
+    std::vector<std::string> near = nearMatches(word, names);
+    if (near.empty()) {
+        near = nearQueries(word);
+        for (std::string& query : near) {
+            query.insert(0, fmt::format("{} ", nameOf(Command::Get)));
+        }
+    }
+    throw UsageError(fmt::format("unknown command {}{} (sysconfctl help lists them)",
+                                 shellWord(word), didYouMean(near)));
+}
+
+/// What a first user reads: the commands.
+std::string overview() {
+    std::string text = "a command is required\n\nUsage: sysconfctl COMMAND [OPTIONS]\n\n";
+    for (const CommandRow& row : commandTable()) {
+        text += fmt::format("  {:<10}{}\n", row.name, row.help);
+    }
+    return text + "\nsysconfctl help COMMAND shows the options and arguments of a command";
+}
+
+bool takesValue(const std::string& word) {
+    const auto& table = optionTable();
+    return std::any_of(table.begin(), table.end(), [&](const OptionRow& row) {
+        return !row.value.empty() && (word == row.name || word == row.letter);
+    });
+}
+
+bool isOneOf(const std::string& word, Option option) {
+    const OptionRow& row = optionRow(option);
+    return word == row.name || word == row.letter;
+}
+
+/// Moves the command before the options, as CLI11 expects it.
+std::vector<std::string> commandFirst(std::vector<std::string> words) {
+    auto word = words.begin();
+    while (word != words.end() && word->size() > 1 && word->starts_with('-') && *word != "--") {
+        if (isOneOf(*word, Option::Version)) {
+            return {*word};
+        }
+        const bool hasValue = takesValue(*word) && word + 1 != words.end();
+        word += hasValue ? 2 : 1;
+    }
+    if (word != words.end() && *word != "--") {
+        std::rotate(words.begin(), word, word + 1);
+    }
+    return words;
 }
 
 /// CLI11 parses a positional in brackets as a list. A NUL byte after the bracket prevents that: no
@@ -72,13 +137,21 @@ void removeGuards(std::vector<std::string>& words) {
     }
 }
 
-/// The words in reverse order, which CLI11 expects.
+/// The words in reverse order, which CLI11 expects, with the command last.
+/// @throws UsageError if there is no command of that name.
 std::vector<std::string> reversedWords(int argc, const char* const* argv) {
-    std::vector<std::string> reversed;
-    for (int i = argc - 1; i > 0; --i) {
-        reversed.push_back(guarded(argv[i]));
+    if (argc < 2) {
+        throw UsageError(overview());
     }
-    return reversed;
+    std::vector<std::string> words = commandFirst({argv + 1, argv + argc});
+    if (!words.front().starts_with('-') && commandNamed(words.front()) == nullptr) {
+        rejectCommand(words.front());
+    }
+    for (std::string& word : words) {
+        word = guarded(std::move(word));
+    }
+    std::reverse(words.begin(), words.end());
+    return words;
 }
 
 /// Wraps help to `width` columns. Continuation lines start in the column of the descriptions.
@@ -112,13 +185,13 @@ std::string wrapHelp(const std::string& help, std::size_t width) {
 class Parser {
 public:
     Parser() : m_app("Shows what the configuration library answers, and asks it.", "sysconfctl") {
-        m_app.set_version_flag(std::string(optionRow(Option::Version).name),
-                               "sysconfctl " SYSCONFCTL_VERSION,
-                               std::string(optionRow(Option::Version).help));
+        const OptionRow& version = optionRow(Option::Version);
+        m_app.set_version_flag(fmt::format("{},{}", version.letter, version.name),
+                               "sysconfctl " SYSCONFCTL_VERSION, std::string(version.help));
         m_app.require_subcommand(0, 1);
         addHelp(m_app);
         for (const Option option : commonOptions()) {
-            addOption(m_app, option, m_beforeCommand, nullptr);
+            addOption(m_app, option, nullptr);
         }
         for (const CommandRow& row : commandTable()) {
             addCommand(row);
@@ -129,36 +202,65 @@ public:
     ParsedCommandLine parse(int argc, const char* const* argv) {
         try {
             m_app.parse(reversedWords(argc, argv));
-            return {parsedOptions(), std::nullopt};
+            const Options options = parsedOptions();
+            if (options.command == Command::Version) {
+                return {options, m_app.version() + '\n'};
+            }
+            if (options.command == Command::Help) {
+                return {options, Parser().helpOn(unguarded(m_helpOn))};
+            }
+            return {options, std::nullopt};
         } catch (const CLI::CallForHelp&) {
-            rejectUnknownCommand();
-            return {{}, wrapHelp(m_app.help(), outputWidth())};
+            return {m_options, wrapHelp(m_app.help(), outputWidth())};
         } catch (const CLI::CallForVersion& version) {
             return {{}, std::string(version.what()) + '\n'};
+        } catch (const CLI::ExtrasError&) {
+            throw UsageError(
+                fmt::format("{} ({} --help shows the usage)", extraWord(), usedTool()));
         } catch (const CLI::ParseError& error) {
-            rejectUnknownCommand();
-            throw UsageError(escaped(unguarded(error.what())) +
-                             " (sysconfctl --help shows the usage)");
+            throw UsageError(fmt::format("{} ({} --help shows the usage)",
+                                         escaped(unguarded(error.what())), usedTool()));
         }
     }
 
 private:
-    /// CLI11 prints the help of the tool for "unknown --help".
-    /// @throws UsageError if a word is in the place of a command and names none.
-    void rejectUnknownCommand() const {
-        const std::vector<std::string> rest = m_app.remaining();
-        if (parsedCommand() != m_commands.end() || rest.empty() || rest.front().starts_with('-')) {
-            return;
+    std::string helpOn(const std::string& name) const {
+        if (!name.empty() && commandNamed(name) == nullptr) {
+            rejectCommand(name);
         }
+        const std::string help =
+            name.empty() ? m_app.help() : m_app.get_subcommand(name)->help(m_app.get_name());
+        return wrapHelp(help, outputWidth());
+    }
+
+    /// "sysconfctl", and the command of the user.
+    std::string usedTool() const {
+        const auto given = parsedCommand();
+        return given == m_commands.end() ? "sysconfctl"
+                                         : fmt::format("sysconfctl {}", given->second->name);
+    }
+
+    /// What is wrong with the first word that the command does not take.
+    std::string extraWord() const {
+        const std::vector<std::string> rest = m_app.remaining(true);
+        const std::string word = rest.empty() ? "" : unguarded(rest.front());
+        const auto given = parsedCommand();
+        if (!word.starts_with('-')) {
+            return "unexpected argument " + shellWord(word);
+        }
+        const std::string name = word.substr(0, word.find('='));
         std::vector<std::string_view> names;
-        for (const CommandRow& row : commandTable()) {
-            names.push_back(row.name);
+        for (const OptionRow& row : optionTable()) {
+            if (given == m_commands.end() && (name == row.name || name == row.letter)) {
+                return "a command is required";
+            }
+            const auto taken =
+                given != m_commands.end() ? optionsOf(*given->second) : std::vector{row.option};
+            if (std::find(taken.begin(), taken.end(), row.option) != taken.end()) {
+                names.push_back(row.name);
+            }
         }
-        const std::string word = unguarded(rest.front());
-        const std::string near = suggestion(word, names);
-        throw UsageError(fmt::format("unknown command {}{} (sysconfctl --help lists them)",
-                                     shellWord(word),
-                                     near.empty() ? "" : fmt::format(", did you mean {}?", near)));
+        return fmt::format("unknown option {}{}", shellWord(name), didYouMean(name, names));
     }
 
     using Commands = std::vector<std::pair<CLI::App*, const CommandRow*>>;
@@ -174,7 +276,7 @@ private:
         addOperands(*app, row);
         for (const Option option : optionsOf(row)) {
             if (option != Option::Help) {
-                addOption(*app, option, m_afterCommand, &row);
+                addOption(*app, option, &row);
             }
         }
         m_commands.emplace_back(app, &row);
@@ -198,10 +300,12 @@ private:
             app.add_option("FILE|DIR", m_options.paths,
                            "Files or whole trees; default: the files of the environment")
                 ->type_name("");
+        } else if (row.operands == Operands::Command) {
+            app.add_option("COMMAND", m_helpOn, "A command; default: the tool")->type_name("");
         }
     }
 
-    void addOption(CLI::App& app, Option option, CommonOptions& common, const CommandRow* command) {
+    void addOption(CLI::App& app, Option option, const CommandRow* command) {
         const OptionRow& row = optionRow(option);
         const std::string help(row.help);
         const std::string name =
@@ -209,10 +313,10 @@ private:
         CLI::Option* added = nullptr;
         switch (option) {
         case Option::EnvFile:
-            added = app.add_option(name, common.envFile, help);
+            added = app.add_option(name, m_envFile, help);
             break;
         case Option::Set:
-            added = app.add_option(name, common.sets, help);
+            added = app.add_option(name, m_options.sets, help);
             break;
         case Option::LocalAddress:
             added = app.add_option(name, m_options.localAddresses, help);
@@ -225,6 +329,9 @@ private:
             break;
         case Option::RevealSecrets:
             app.add_flag(name, m_options.revealSecrets, help);
+            break;
+        case Option::NoPager:
+            app.add_flag(name, m_options.noPager, help);
             break;
         case Option::List:
             app.add_flag(name, m_list, help);
@@ -252,6 +359,8 @@ private:
             added->type_name(std::string(row.value));
             if (row.repeatable) {
                 added->allow_extra_args(false);
+            } else {
+                added->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
             }
         }
     }
@@ -277,26 +386,18 @@ private:
     Options parsedOptions() {
         const auto given = parsedCommand();
         if (given == m_commands.end()) {
-            throw UsageError("a command is required (sysconfctl --help lists them)");
+            throw UsageError("a command is required (sysconfctl help lists them)");
         }
         const CommandRow& row = *given->second;
         m_options.command = m_list ? Command::List : row.command;
         m_options.format = formatNamed(row, m_format);
-        m_options.sets = m_beforeCommand.sets;
-        m_options.sets.insert(m_options.sets.end(), m_afterCommand.sets.begin(),
-                              m_afterCommand.sets.end());
-        for (const std::string& file : {m_beforeCommand.envFile, m_afterCommand.envFile}) {
-            if (!file.empty()) {
-                m_options.envFile = unguarded(file);
-            }
+        if (!m_envFile.empty()) {
+            m_options.envFile = unguarded(m_envFile);
         }
         m_options.query = unguarded(m_options.query);
         removeGuards(m_options.arguments);
         removeGuards(m_options.nodes);
         removeGuards(m_options.localAddresses);
-        for (std::string& address : m_options.localAddresses) {
-            address = parseAddress(address);
-        }
         removeGuards(m_options.paths);
         removeGuards(m_options.ignored);
         if (row.operands == Operands::Query &&
@@ -309,8 +410,8 @@ private:
 
     CLI::App m_app;
     Commands m_commands;
-    CommonOptions m_beforeCommand;
-    CommonOptions m_afterCommand;
+    std::string m_envFile;
+    std::string m_helpOn;
     Options m_options;
     std::string m_format;
     bool m_list = false;
@@ -325,21 +426,18 @@ ParsedCommandLine parseCommandLine(int argc, const char* const* argv) {
 bool asksForJson(int argc, const char* const* argv) {
     const OptionRow& output = optionRow(Option::Output);
     const std::string json(nameOf(Format::Json));
-    for (int i = 1; i < argc; ++i) {
-        const std::string_view word = argv[i];
-        if (word == "--") {
-            return false;
-        }
-        const bool named = word == output.name || word == output.letter;
-        if (named && i + 1 < argc && argv[i + 1] == json) {
-            return true;
-        }
-        if (word == fmt::format("{}={}", output.name, json) ||
-            word == fmt::format("{}{}", output.letter, json)) {
-            return true;
+    bool asked = false; // by the last one
+    for (int i = 1; i < argc && std::string_view(argv[i]) != "--"; ++i) {
+        const std::string word = argv[i];
+        if ((word == output.name || word == output.letter) && i + 1 < argc) {
+            asked = argv[i + 1] == json;
+        } else if (word.starts_with(fmt::format("{}=", output.name))) {
+            asked = word.ends_with('=' + json);
+        } else if (word.starts_with(output.letter)) {
+            asked = word == fmt::format("{}{}", output.letter, json);
         }
     }
-    return false;
+    return asked;
 }
 
 } // namespace sysconfctl

@@ -17,6 +17,7 @@ struct Options {
     std::optional<std::string> envFile;
     std::vector<std::string> sets;
     bool revealSecrets = false;
+    bool noPager = false;
     std::string query;
     std::vector<std::string> arguments;
     /// Ids of the nodes to list; empty: all.

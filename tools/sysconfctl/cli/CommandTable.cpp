@@ -50,6 +50,12 @@ const std::vector<CommandRow>& commandTable() {
          {Dot, Mermaid, Svg, Table, Plain, Json},
          Operands::None,
          {Option::LocalAddress}},
+        {Command::Help,
+         "help",
+         "Show the usage of the tool, or of a command",
+         {},
+         Operands::Command},
+        {Command::Version, "version", "Show the version", {}},
     };
     return table;
 }
@@ -63,7 +69,10 @@ const std::vector<OptionRow>& optionTable() {
         {Option::Output, "--output", "-o", "FORMAT", "Format of the output"},
         {Option::Color, "--color", "", "WHEN",
          "Colour: one of auto, always, never; default: auto, on a terminal unless NO_COLOR is set"},
-        {Option::RevealSecrets, "--reveal-secrets", "", "", "Do not mask passwords and other secrets"},
+        {Option::RevealSecrets, "--reveal-secrets", "", "",
+         "Do not mask passwords and other secrets"},
+        {Option::NoPager, "--no-pager", "", "",
+         "Write long output directly to a terminal, not through a pager"},
         {Option::LocalAddress, "--local-address", "", "ADDRESS",
          "Address of the host, in place of those that it has; repeatable", true},
         {Option::List, "--list", "", "", "List all queries with their arguments"},
@@ -74,7 +83,7 @@ const std::vector<OptionRow>& optionTable() {
          true},
         {Option::Notes, "--notes", "", "", "List notes, too"},
         {Option::Help, "--help", "-h", "", "Print this help message and exit"},
-        {Option::Version, "--version", "", "", "Display program version information and exit"},
+        {Option::Version, "--version", "-V", "", "Display program version information and exit"},
     };
     return table;
 }
@@ -82,8 +91,9 @@ const std::vector<OptionRow>& optionTable() {
 const std::vector<StatusRow>& statusTable() {
     static const std::vector<StatusRow> table = {
         {0, "answered; no errors (check); ended by Ctrl-C or SIGTERM (watch)"},
-        {1, "no answer: the library gives an empty text or -1 (get, explain), there is\n"
-            "no node (nodes, map), or nothing that draws (map)"},
+        {1, "no answer: the library gives an empty text or -1 (get, explain), no variable\n"
+            "leads to a configuration (show), there is no such node (nodes, map), or\n"
+            "nothing that draws (map)"},
         {2, "bad usage; the answer is a secret, and --reveal-secrets is not given (get)"},
         {3, "the library threw; errors found (check)"},
         {4, "warnings found, no errors (check --strict)"},
@@ -95,14 +105,17 @@ const std::vector<StatusRow>& statusTable() {
 
 const std::vector<VariableRow>& variableTable() {
     static const std::vector<VariableRow> table = {
-        {"APP_CONF_FILE", "the application configuration file"},
-        {"PROCESS_INSTANCE_ID", "the key of the process in it"},
-        {"APP_ROOT", "leads to the node list"},
-        {"TOLM_ROOT", "leads to the list of all nodes"},
-        {"NO_EM_CLIENT", "switches change events off"},
-        {"NO_EM_CLIENT_CONSUMER", "switches change events off"},
+        {"APP_CONF_FILE", "the application configuration file", true},
+        {"PROCESS_INSTANCE_ID", "the key of the process in it", true},
+        {"APP_ROOT", "leads to the node list", true},
+        {"TOLM_ROOT", "leads to the list of all nodes", true},
+        {"NO_EM_CLIENT", "switches change events off", true},
+        {"NO_EM_CLIENT_CONSUMER", "switches change events off", true},
+        {"SYSCONF_EVENT_QUIET_MS", "milliseconds without a change before an event", true},
         {"NO_COLOR", "no colour"},
         {"COLUMNS", "width of tables"},
+        {"PAGER", "shows long output on a terminal; default: less; empty or cat: none"},
+        {"LESS", "options of less; default: FRX"},
         {"HOME", "replaces ~ in shell completion"},
     };
     return table;
@@ -142,13 +155,15 @@ std::string_view nameOf(Format format) {
 
 const std::vector<Option>& commonOptions() {
     static const std::vector<Option> options = {Option::EnvFile, Option::Set, Option::Color,
-                                                Option::RevealSecrets};
+                                                Option::RevealSecrets, Option::NoPager};
     return options;
 }
 
 std::vector<Option> optionsOf(const CommandRow& command) {
     std::vector<Option> options = command.options;
-    options.push_back(Option::Output);
+    if (!command.formats.empty()) {
+        options.push_back(Option::Output);
+    }
     options.insert(options.end(), commonOptions().begin(), commonOptions().end());
     options.push_back(Option::Help);
     return options;

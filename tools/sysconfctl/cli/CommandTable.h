@@ -9,7 +9,7 @@
 /// the help and the shell completion use these tables; a test compares the manual page with them.
 namespace sysconfctl {
 
-enum class Command { Show, Get, Watch, List, Explain, Check, Nodes, Map };
+enum class Command { Show, Get, Watch, List, Explain, Check, Nodes, Map, Help, Version };
 enum class Format { Table, Plain, Json, Wide, Dot, Mermaid, Svg, Sarif, Junit, Github };
 
 enum class Option {
@@ -18,6 +18,7 @@ enum class Option {
     Output,
     Color,
     RevealSecrets,
+    NoPager,
     LocalAddress,
     List,
     All,
@@ -41,13 +42,13 @@ struct OptionRow {
 };
 
 /// The positional arguments of a command.
-enum class Operands { None, Query, Nodes, Paths };
+enum class Operands { None, Query, Nodes, Paths, Command };
 
 struct CommandRow {
     Command command;
     std::string_view name;
     std::string_view help;
-    /// The first one is the default.
+    /// The first one is the default. Without formats, the command has no option --output.
     std::vector<Format> formats;
     Operands operands = Operands::None;
     /// In addition to those of every command.
@@ -62,6 +63,8 @@ struct StatusRow {
 struct VariableRow {
     std::string_view name;
     std::string_view meaning;
+    /// Read by the library or its event library, so that it belongs in an environment file.
+    bool ofLibrary = false;
 };
 
 /// In the order of the help.

@@ -92,6 +92,8 @@ Candidates operands(const PartialCommandLine& line) {
     case Operands::Nodes:
         deployed::applyEnvironmentOf(line);
         return deployed::nodes();
+    case Operands::Command:
+        return line.operands.empty() ? commands() : Candidates{};
     case Operands::Paths:
     case Operands::None:
         break;

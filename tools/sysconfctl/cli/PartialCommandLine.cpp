@@ -31,8 +31,12 @@ std::vector<Option> PartialCommandLine::options() const {
 }
 
 const OptionRow* PartialCommandLine::optionAt(std::string_view word) const {
-    for (const Option option : options()) {
-        const OptionRow& row = optionRow(option);
+    const std::vector<Option> known = options();
+    for (const OptionRow& row : optionTable()) {
+        if (command != nullptr &&
+            std::find(known.begin(), known.end(), row.option) == known.end()) {
+            continue;
+        }
         const bool named = word.substr(0, word.find('=')) == row.name;
         if (named ||
             (!row.letter.empty() && word.starts_with(row.letter) && !word.starts_with("--"))) {

@@ -47,7 +47,7 @@ void reportSubscription(const Events& events) {
 
 /// Waits for an event or for the next poll.
 /// @return False after a signal to end.
-/// @throws OutputError if the reader of the output has closed it.
+/// @throws OutputClosed if the reader of the output has closed it.
 bool waitForNextPoll(const EndSignals& signals, Events& events, bool& event) {
     std::array<pollfd, 3> ready = {pollfd{signals.descriptor(), POLLIN, 0},
                                    pollfd{events.descriptor(), POLLIN, 0},
@@ -57,7 +57,7 @@ bool waitForNextPoll(const EndSignals& signals, Events& events, bool& event) {
         throw std::system_error(errno, std::generic_category(), "poll");
     }
     if (ready[0].revents == 0 && ready[2].revents != 0) {
-        throw OutputError("the reader of the output has closed it");
+        throw OutputClosed("the reader of the output has closed it");
     }
     event = ready[1].revents != 0;
     events.clear();

@@ -185,18 +185,25 @@ const std::vector<Query>& queries() {
     return all;
 }
 
-const Query& findQuery(std::string_view name) {
+std::vector<std::string> nearQueries(std::string_view name) {
     std::vector<std::string_view> names;
+    std::vector<std::string_view> operations;
     for (const Query& query : queries()) {
-        if (query.name == name) {
+        names.push_back(query.name);
+        operations.push_back(query.operation);
+    }
+    std::vector<std::string> near = nearMatches(name, names);
+    return near.empty() ? nearMatches(name, operations) : near;
+}
+
+const Query& findQuery(std::string_view name) {
+    for (const Query& query : queries()) {
+        if (name == query.name || name == query.operation) {
             return query;
         }
-        names.push_back(query.name);
     }
-    const std::string near = suggestion(name, names);
     throw UsageError(fmt::format("unknown query {}{} (sysconfctl get --list lists them all)",
-                                 shellWord(name),
-                                 near.empty() ? "" : fmt::format(", did you mean {}?", near)));
+                                 shellWord(name), didYouMean(nearQueries(name))));
 }
 
 std::string usageOf(const Query& query) {
@@ -218,13 +225,14 @@ std::string labelOf(const Query& query, const Arguments& arguments) {
     return text;
 }
 
-void checkArgumentCount(const Query& query, const Arguments& arguments) {
+void checkArgumentCount(const Query& query, const Arguments& arguments, std::string_view command) {
     const bool open = !query.parameters.empty() && query.parameters.back().occurs != Occurs::Once;
     const bool optional = open && query.parameters.back().occurs == Occurs::AnyTimes;
     const std::size_t least = query.parameters.size() - (optional ? 1 : 0);
     if (arguments.size() < least || (!open && arguments.size() > query.parameters.size())) {
-        throw UsageError(fmt::format("{} takes {}arguments: sysconfctl get {}", query.name,
-                                     query.parameters.empty() ? "no " : "other ", usageOf(query)));
+        throw UsageError(fmt::format("{} takes {}arguments: sysconfctl {} {}", query.name,
+                                     query.parameters.empty() ? "no " : "other ", command,
+                                     usageOf(query)));
     }
 }
 

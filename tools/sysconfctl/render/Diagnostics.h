@@ -12,6 +12,7 @@ namespace sysconfctl {
 /// The names of the messages. Scripts rely on them.
 namespace diagnostic {
 inline constexpr std::string_view kUsage = "usage";
+inline constexpr std::string_view kNothingSet = "nothing-set";
 inline constexpr std::string_view kSecret = "secret";
 inline constexpr std::string_view kLibraryThrew = "library-threw";
 inline constexpr std::string_view kDoesNotLoad = "does-not-load";
