@@ -20,7 +20,7 @@ using ::testing::StartsWith;
 /// All formats of a command.
 const std::vector<std::string>& formatsOf(std::string_view command) {
     static const std::vector<std::string> usual = {"table", "plain", "json"};
-    static const std::vector<std::string> ofNodes = {"table", "wide", "plain", "json"};
+    static const std::vector<std::string> ofNodes = {"table", "wide", "name", "plain", "json"};
     static const std::vector<std::string> ofMap = {"dot",   "mermaid", "svg",
                                                    "table", "plain",   "json"};
     return command == "nodes" ? ofNodes : command == "map" ? ofMap : usual;
@@ -280,9 +280,11 @@ const std::vector<Misuse> kMisused = {
      "db-type takes other arguments: sysconfctl explain db-type NAME"},
     {2, {"explain", "db-type", "x", "y"}, "not y"},
     {2, {"explain", "local-port", "--color", "blue"}, "blue not in {auto,always,never}"},
-    {2, {"nodes", "-o", "dot"}, "dot not in {table,wide,plain,json}"},
+    {2, {"nodes", "-o", "dot"}, "dot not in {table,wide,name,plain,json}"},
     {2, {"map", "-o", "wide"}, "wide not in {dot,mermaid,svg,table,plain,json}"},
     {2, {"map", "n1"}, "n1"},
+    {2, {"nodes", "--sort", "size"}, "size not in {node,role,"},
+    {2, {"map", "--sort", "node"}, "unknown option --sort"},
     {2, {"watch", "-o", "text"}, "text not in {table,plain,json}"},
     {2, {"watch", "local-port"}, "local-port"},
     {2, {"map", "--local-address"}, "--local-address"},

@@ -37,7 +37,7 @@ std::vector<std::vector<std::string>> everyCommand() {
         {{"explain", "local-north-ip"}, usual},
         {{"explain", "--all"}, usual},
         {{"check"}, {"table", "json"}}, // no finding: plain has no line
-        {{"nodes"}, {"table", "wide", "plain", "json"}},
+        {{"nodes"}, {"table", "wide", "name", "plain", "json"}},
         {{"map"}, {"dot", "mermaid", "svg", "table", "plain", "json"}},
     };
     std::vector<std::vector<std::string>> commands = {

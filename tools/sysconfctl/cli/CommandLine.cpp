@@ -89,6 +89,10 @@ std::string overview() {
     return text + "\nsysconfctl help COMMAND shows the options and arguments of a command";
 }
 
+std::vector<std::string> texts(const std::vector<std::string_view>& names) {
+    return {names.begin(), names.end()};
+}
+
 bool takesValue(const std::string& word) {
     const auto& table = optionTable();
     return std::any_of(table.begin(), table.end(), [&](const OptionRow& row) {
@@ -321,6 +325,22 @@ private:
         case Option::LocalAddress:
             added = app.add_option(name, m_options.localAddresses, help);
             break;
+        case Option::Tenancy:
+            added = app.add_option(name, m_options.filter.tenancies, help);
+            break;
+        case Option::Role:
+            added = app.add_option(name, m_options.filter.roles, help);
+            break;
+        case Option::Tag:
+            added = app.add_option(name, m_options.filter.tags, help);
+            break;
+        case Option::Missing:
+            added = app.add_option(name, m_options.filter.missingTags, help);
+            break;
+        case Option::Sort:
+            added = app.add_option(name, m_options.sort, help)
+                        ->check(CLI::IsMember(texts(sortFields())).description(""));
+            break;
         case Option::Output:
             added = addFormat(app, name, help, *command);
             break;
@@ -376,11 +396,10 @@ private:
     }
 
     CLI::Option* addColor(CLI::App& app, const std::string& name, const std::string& help) {
-        const std::vector<std::string> names(colorNames().begin(), colorNames().end());
         return app
             .add_option_function<std::string>(
                 name, [this](const std::string& when) { m_options.color = colorNamed(when); }, help)
-            ->check(CLI::IsMember(names).description(""));
+            ->check(CLI::IsMember(texts(colorNames())).description(""));
     }
 
     Options parsedOptions() {
@@ -391,12 +410,17 @@ private:
         const CommandRow& row = *given->second;
         m_options.command = m_list ? Command::List : row.command;
         m_options.format = formatNamed(row, m_format);
+        m_options.formatGiven = !m_format.empty();
         if (!m_envFile.empty()) {
             m_options.envFile = unguarded(m_envFile);
         }
         m_options.query = unguarded(m_options.query);
         removeGuards(m_options.arguments);
         removeGuards(m_options.nodes);
+        for (auto* const words : {&m_options.filter.tenancies, &m_options.filter.roles,
+                                  &m_options.filter.tags, &m_options.filter.missingTags}) {
+            removeGuards(*words);
+        }
         removeGuards(m_options.localAddresses);
         removeGuards(m_options.paths);
         removeGuards(m_options.ignored);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "cli/CommandTable.h"
+#include "deployment/NodeFilter.h"
 #include "render/Color.h"
 
 #include <optional>
@@ -14,6 +15,7 @@ namespace sysconfctl {
 struct Options {
     Command command = Command::Show;
     Format format = Format::Table;
+    bool formatGiven = false;
     std::optional<std::string> envFile;
     std::vector<std::string> sets;
     bool revealSecrets = false;
@@ -22,6 +24,9 @@ struct Options {
     std::vector<std::string> arguments;
     /// Ids of the nodes to list; empty: all.
     std::vector<std::string> nodes;
+    NodeFilter filter;
+    /// The field by which nodes are sorted; empty: the id.
+    std::string sort;
     /// Explain every query, not a single one.
     bool all = false;
     /// Show every step of an explanation.

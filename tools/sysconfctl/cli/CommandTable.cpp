@@ -41,15 +41,16 @@ const std::vector<CommandRow>& commandTable() {
         {Command::Nodes,
          "nodes",
          "List the nodes of both node lists, or those named",
-         {Table, Wide, Plain, Json},
+         {Table, Wide, Name, Plain, Json},
          Operands::Nodes,
-         {Option::LocalAddress}},
+         {Option::Tenancy, Option::Role, Option::Tag, Option::Missing, Option::Sort,
+          Option::LocalAddress}},
         {Command::Map,
          "map",
          "Draw the deployment",
          {Dot, Mermaid, Svg, Table, Plain, Json},
          Operands::None,
-         {Option::LocalAddress}},
+         {Option::Tenancy, Option::Role, Option::Tag, Option::Missing, Option::LocalAddress}},
         {Command::Help,
          "help",
          "Show the usage of the tool, or of a command",
@@ -75,6 +76,16 @@ const std::vector<OptionRow>& optionTable() {
          "Write long output directly to a terminal, not through a pager"},
         {Option::LocalAddress, "--local-address", "", "ADDRESS",
          "Address of the host, in place of those that it has; repeatable", true},
+        {Option::Tenancy, "--tenancy", "", "TENANCY",
+         "Only nodes of that tenancy; repeatable: of any of them", true},
+        {Option::Role, "--role", "", "ROLE",
+         "Only nodes with that hostType or domain_node_type; repeatable: with any of them", true},
+        {Option::Tag, "--tag", "", "TAG",
+         "Only nodes with an address of that tag; repeatable: of all of them", true},
+        {Option::Missing, "--missing", "", "TAG",
+         "Only nodes without an address of that tag; repeatable: of none of them", true},
+        {Option::Sort, "--sort", "", "FIELD",
+         "Sort by node, role, tenancy, host-tag, maintenance, service or internal"},
         {Option::List, "--list", "", "", "List all queries with their arguments"},
         {Option::All, "--all", "", "", "Every query"},
         {Option::Verbose, "--verbose", "-v", "", "Show all steps, with JSON pointers"},
@@ -133,6 +144,8 @@ std::string_view nameOf(Format format) {
         return "plain";
     case Format::Json:
         return "json";
+    case Format::Name:
+        return "name";
     case Format::Wide:
         return "wide";
     case Format::Dot:

@@ -10,7 +10,7 @@
 namespace sysconfctl {
 
 enum class Command { Show, Get, Watch, List, Explain, Check, Nodes, Map, Help, Version };
-enum class Format { Table, Plain, Json, Wide, Dot, Mermaid, Svg, Sarif, Junit, Github };
+enum class Format { Table, Plain, Json, Name, Wide, Dot, Mermaid, Svg, Sarif, Junit, Github };
 
 enum class Option {
     EnvFile,
@@ -20,6 +20,11 @@ enum class Option {
     RevealSecrets,
     NoPager,
     LocalAddress,
+    Tenancy,
+    Role,
+    Tag,
+    Missing,
+    Sort,
     List,
     All,
     Verbose,

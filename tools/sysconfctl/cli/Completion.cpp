@@ -6,6 +6,7 @@
 #include "cli/DeployedNames.h"
 #include "cli/PartialCommandLine.h"
 #include "cli/ShellLine.h"
+#include "deployment/NodeFilter.h"
 #include "query/Queries.h"
 #include "render/Output.h"
 #include "render/Text.h"
@@ -142,6 +143,21 @@ Completion valuesOf(const OptionRow& option, const PartialCommandLine& line,
     case Option::LocalAddress:
         deployed::applyEnvironmentOf(line);
         return {false, deployed::addresses()};
+    case Option::Tenancy:
+        deployed::applyEnvironmentOf(line);
+        return {false, deployed::tenancies()};
+    case Option::Role:
+        deployed::applyEnvironmentOf(line);
+        return {false, deployed::roles()};
+    case Option::Tag:
+    case Option::Missing:
+        deployed::applyEnvironmentOf(line);
+        return {false, deployed::tags()};
+    case Option::Sort:
+        for (const std::string_view name : sortFields()) {
+            candidates.push_back({std::string(name), ""});
+        }
+        break;
     case Option::Color:
         for (const std::string_view name : colorNames()) {
             candidates.push_back({std::string(name), ""});

@@ -135,6 +135,11 @@ std::vector<std::string> unknownValues(const Cluster& cluster, const NodeFilter&
     appendUnknown(sentences, cluster, filter.tenancies, "tenancy", false, tenancyOf);
     appendUnknown(sentences, cluster, filter.roles, "role", true, rolesOf);
     appendUnknown(sentences, cluster, filter.tags, "tag", true, tagsOf);
+    return sentences;
+}
+
+std::vector<std::string> unknownMissingTags(const Cluster& cluster, const NodeFilter& filter) {
+    std::vector<std::string> sentences;
     appendUnknown(sentences, cluster, filter.missingTags, "tag", true, tagsOf);
     return sentences;
 }

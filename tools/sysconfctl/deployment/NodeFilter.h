@@ -21,8 +21,10 @@ struct NodeFilter {
     std::vector<std::string> missingTags;
 };
 
-/// Returns the sentences about values that no node has, which are likely misspelt.
+/// Returns the sentences about values that no node has, so that no node is accepted.
 std::vector<std::string> unknownValues(const Cluster& cluster, const NodeFilter& filter);
+/// The same about missing tags that no node has, so that they exclude no node.
+std::vector<std::string> unknownMissingTags(const Cluster& cluster, const NodeFilter& filter);
 
 /// Removes the nodes that the filter does not accept.
 void keepAccepted(Cluster& cluster, const NodeFilter& filter);

@@ -17,6 +17,7 @@ inline constexpr std::string_view kSecret = "secret";
 inline constexpr std::string_view kLibraryThrew = "library-threw";
 inline constexpr std::string_view kDoesNotLoad = "does-not-load";
 inline constexpr std::string_view kNoSuchNode = "no-such-node";
+inline constexpr std::string_view kNoMatch = "no-match";
 inline constexpr std::string_view kNoGraphviz = "no-graphviz";
 inline constexpr std::string_view kOutput = "output";
 inline constexpr std::string_view kInternal = "internal";
@@ -38,5 +39,8 @@ void reportNotice(std::string_view name, std::string_view sentence);
 void reportThrow(const std::string& queryLabel, const std::string& message);
 /// Reports each file that does not load.
 void reportUnloadedFiles(const std::vector<std::string>& troubles);
+/// Reports each value of a filter that no node has: as errors and as notices.
+void reportUnmatched(const std::vector<std::string>& errors,
+                     const std::vector<std::string>& notices);
 
 } // namespace sysconfctl
