@@ -297,6 +297,10 @@ private:
                 ->type_name("");
             app.add_option("ARGUMENT", m_options.arguments, "Arguments of the query")
                 ->type_name("");
+        } else if (row.operands == Operands::Queries) {
+            app.add_option("QUERY", m_options.queries,
+                           "Queries, arguments in the same word; default: all")
+                ->type_name("");
         } else if (row.operands == Operands::Nodes) {
             app.add_option("NODE", m_options.nodes, "Ids of the nodes; default: all")
                 ->type_name("");
@@ -416,6 +420,7 @@ private:
         }
         m_options.query = unguarded(m_options.query);
         removeGuards(m_options.arguments);
+        removeGuards(m_options.queries);
         removeGuards(m_options.nodes);
         for (auto* const words : {&m_options.filter.tenancies, &m_options.filter.roles,
                                   &m_options.filter.tags, &m_options.filter.missingTags}) {

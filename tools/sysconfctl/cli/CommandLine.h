@@ -22,6 +22,8 @@ struct Options {
     bool noPager = false;
     std::string query;
     std::vector<std::string> arguments;
+    /// The queries to watch, each with its arguments in one word; empty: all.
+    std::vector<std::string> queries;
     /// Ids of the nodes to list; empty: all.
     std::vector<std::string> nodes;
     NodeFilter filter;

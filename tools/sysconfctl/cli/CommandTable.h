@@ -47,7 +47,7 @@ struct OptionRow {
 };
 
 /// The positional arguments of a command.
-enum class Operands { None, Query, Nodes, Paths, Command };
+enum class Operands { None, Query, Queries, Nodes, Paths, Command };
 
 struct CommandRow {
     Command command;

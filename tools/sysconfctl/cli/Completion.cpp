@@ -90,6 +90,8 @@ Candidates operands(const PartialCommandLine& line) {
             return {};
         }
         return line.operands.empty() ? queryNames() : queryArguments(line);
+    case Operands::Queries:
+        return queryNames();
     case Operands::Nodes:
         deployed::applyEnvironmentOf(line);
         return deployed::nodes();
