@@ -4,6 +4,8 @@
 #include "cli/UsageError.h"
 #include "render/Json.h"
 
+#include "support/Deployment.h"
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -164,6 +166,30 @@ TEST(Changes, CauseOfTheHost_NamesTheAddresses) {
     EXPECT_EQ(sentences(addressCauses({"a", "b"}, {"b", "c", "d"})),
               "host-addresses: this host now carries c, d\n"
               "host-addresses: this host no longer carries a\n");
+}
+
+TEST(Changes, CausesOfChanges_AreThoseSinceTheLastChanges) {
+    support::Deployment deployment;
+    deployment.appConfig("{}").nodeList("{}");
+    Causes causes;
+    EXPECT_EQ(sentences(causes.update()), "");
+    const std::string list = "changed: the node list " + deployment.nodeListPath().string();
+    const std::string config =
+        "changed: the application configuration file " + deployment.appConfigPath().string();
+    const std::string manager =
+        "loads-again: the manager node list " + deployment.managerNodeListPath().string();
+    deployment.nodeList("[]");
+    EXPECT_EQ(sentences(causes.update()), list + " changed\n");
+    EXPECT_EQ(sentences(causes.update()), "");
+    deployment.nodeList("[1]");
+    EXPECT_EQ(sentences(causes.update()), list + " changed\n");
+    deployment.appConfig("[]");
+    EXPECT_EQ(sentences(causes.update()), config + " changed\n");
+    EXPECT_EQ(sentences(causes.ofChanges()), list + " changed\n" + config + " changed\n");
+    deployment.managerNodeList("{}");
+    EXPECT_EQ(sentences(causes.update()), manager + " loads again\n");
+    EXPECT_EQ(sentences(causes.ofChanges()), manager + " loads again\n");
+    EXPECT_EQ(sentences(causes.ofChanges()), manager + " loads again\n");
 }
 
 TEST(Changes, AskedQuery_HasItsArgumentsInOneWord) {

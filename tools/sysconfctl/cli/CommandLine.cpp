@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "cli/CommandLine.h"
 
+#include "cli/CommandWords.h"
+#include "cli/HelpText.h"
 #include "cli/Suggestion.h"
 #include "cli/UsageError.h"
-#include "query/Queries.h"
 #include "render/Output.h"
 #include "render/Text.h"
 
@@ -16,23 +17,6 @@
 
 namespace sysconfctl {
 namespace {
-
-constexpr const char* kEnvironmentFiles = R"(
-Environment files have KEY=VALUE lines and comments (#). Relative values of
-APP_CONF_FILE, APP_ROOT and TOLM_ROOT start at the file's own folder; these
-three and PROCESS_INSTANCE_ID are unset if the file does not set them.)";
-
-std::string footer() {
-    std::string text = "\nExit status:\n";
-    for (const StatusRow& row : statusTable()) {
-        std::string meaning(row.meaning);
-        for (std::size_t at = 0; (at = meaning.find('\n', at)) != std::string::npos; ++at) {
-            meaning.insert(at + 1, 6, ' ');
-        }
-        text += fmt::format("  {:<2}  {}\n", row.status, meaning);
-    }
-    return text + kEnvironmentFiles;
-}
 
 ColorChoice colorNamed(std::string_view name) {
     return name == "always"  ? ColorChoice::Always
@@ -49,76 +33,8 @@ Format formatNamed(const CommandRow& command, std::string_view name) {
     return command.formats.empty() ? Format::Table : command.formats.front();
 }
 
-const CommandRow* commandNamed(std::string_view name) {
-    const auto& table = commandTable();
-    const auto found = std::find_if(table.begin(), table.end(),
-                                    [&](const CommandRow& row) { return row.name == name; });
-    return found != table.end() ? &*found : nullptr;
-}
-
-std::string_view nameOf(Command command) {
-    const auto& table = commandTable();
-    return std::find_if(table.begin(), table.end(),
-                        [&](const CommandRow& row) { return row.command == command; })
-        ->name;
-}
-
-/// @throws UsageError with commands that are likely meant, or the command that takes such a query.
-[[noreturn]] void rejectCommand(const std::string& word) {
-    std::vector<std::string_view> names;
-    for (const CommandRow& row : commandTable()) {
-        names.push_back(row.name);
-    }
-    std::vector<std::string> near = nearMatches(word, names);
-    if (near.empty()) {
-        near = nearQueries(word);
-        for (std::string& query : near) {
-            query.insert(0, fmt::format("{} ", nameOf(Command::Get)));
-        }
-    }
-    throw UsageError(fmt::format("unknown command {}{} (sysconfctl help lists them)",
-                                 shellWord(word), didYouMean(near)));
-}
-
-/// What a first user reads: the commands.
-std::string overview() {
-    std::string text = "a command is required\n\nUsage: sysconfctl COMMAND [OPTIONS]\n\n";
-    for (const CommandRow& row : commandTable()) {
-        text += fmt::format("  {:<10}{}\n", row.name, row.help);
-    }
-    return text + "\nsysconfctl help COMMAND shows the options and arguments of a command";
-}
-
 std::vector<std::string> texts(const std::vector<std::string_view>& names) {
     return {names.begin(), names.end()};
-}
-
-bool takesValue(const std::string& word) {
-    const auto& table = optionTable();
-    return std::any_of(table.begin(), table.end(), [&](const OptionRow& row) {
-        return !row.value.empty() && (word == row.name || word == row.letter);
-    });
-}
-
-bool isOneOf(const std::string& word, Option option) {
-    const OptionRow& row = optionRow(option);
-    return word == row.name || word == row.letter;
-}
-
-/// Moves the command before the options, as CLI11 expects it.
-std::vector<std::string> commandFirst(std::vector<std::string> words) {
-    auto word = words.begin();
-    while (word != words.end() && word->size() > 1 && word->starts_with('-') && *word != "--") {
-        if (isOneOf(*word, Option::Version)) {
-            return {*word};
-        }
-        const bool hasValue = takesValue(*word) && word + 1 != words.end();
-        word += hasValue ? 2 : 1;
-    }
-    if (word != words.end() && *word != "--") {
-        std::rotate(words.begin(), word, word + 1);
-    }
-    return words;
 }
 
 /// CLI11 parses a positional in brackets as a list. A NUL byte after the bracket prevents that: no
@@ -158,34 +74,6 @@ std::vector<std::string> reversedWords(int argc, const char* const* argv) {
     return words;
 }
 
-/// Wraps help to `width` columns. Continuation lines start in the column of the descriptions.
-std::string wrapHelp(const std::string& help, std::size_t width) {
-    std::string text;
-    std::size_t begin = 0;
-    while (begin < help.size()) {
-        const std::size_t end = std::min(help.find('\n', begin), help.size());
-        const std::string line = help.substr(begin, end - begin);
-        begin = end + 1;
-        const std::size_t first = std::min(line.find_first_not_of(' '), line.size());
-        const std::size_t gap = line.find("  ", first);
-        const std::size_t description =
-            gap != std::string::npos ? line.find_first_not_of(' ', gap) : first;
-        std::size_t indent = description;
-        std::string lead = line.substr(0, description);
-        if (description >= width / 2 && line.size() > width) {
-            // On a narrow terminal the description starts below the names.
-            text += line.substr(0, gap) + '\n';
-            indent = first + 4;
-            lead.assign(indent, ' ');
-        }
-        for (const std::string& piece : wrapped(line.substr(description), width - indent)) {
-            text += lead + piece + '\n';
-            lead.assign(indent, ' ');
-        }
-    }
-    return text;
-}
-
 class Parser {
 public:
     Parser() : m_app("Shows what the configuration library answers, and asks it.", "sysconfctl") {
@@ -200,7 +88,7 @@ public:
         for (const CommandRow& row : commandTable()) {
             addCommand(row);
         }
-        m_app.footer(footer()); // last: commands added later would inherit it
+        m_app.footer(helpFooter()); // last: commands added later would inherit it
     }
 
     ParsedCommandLine parse(int argc, const char* const* argv) {

@@ -24,7 +24,7 @@ const std::vector<CommandRow>& commandTable() {
          {Option::List, Option::LocalAddress}},
         {Command::Watch,
          "watch",
-         "Show every answer, or those named, then each change with its cause, until Ctrl-C",
+         "Show answers, then each change with its cause, until Ctrl-C",
          {Table, Plain, Json},
          Operands::Queries},
         {Command::Explain,
@@ -131,6 +131,13 @@ const std::vector<VariableRow>& variableTable() {
         {"HOME", "replaces ~ in shell completion"},
     };
     return table;
+}
+
+const CommandRow* commandNamed(std::string_view name) {
+    const auto& table = commandTable();
+    const auto found = std::find_if(table.begin(), table.end(),
+                                    [&](const CommandRow& row) { return row.name == name; });
+    return found != table.end() ? &*found : nullptr;
 }
 
 const OptionRow& optionRow(Option option) {

@@ -79,6 +79,8 @@ const std::vector<StatusRow>& statusTable();
 /// Environment variables that the tool or the library reads.
 const std::vector<VariableRow>& variableTable();
 
+/// The command of that name, or null.
+const CommandRow* commandNamed(std::string_view name);
 const OptionRow& optionRow(Option option);
 std::string_view nameOf(Format format);
 

@@ -4,17 +4,6 @@
 #include <algorithm>
 
 namespace sysconfctl {
-namespace {
-
-const CommandRow* commandNamed(std::string_view name) {
-    const auto& table = commandTable();
-    const auto found = std::find_if(table.begin(), table.end(),
-                                    [&](const CommandRow& row) { return row.name == name; });
-    return found != table.end() ? &*found : nullptr;
-}
-
-} // namespace
-
 PartialCommandLine::PartialCommandLine(const std::vector<std::string>& words) {
     for (std::size_t i = 0; i + 1 < words.size(); ++i) {
         parseWord(words[i]);

@@ -78,13 +78,13 @@ std::string suggestion(std::string_view word, const std::vector<std::string_view
 }
 
 std::string suggestion(std::string_view word, const std::vector<std::string_view>& candidates,
-                       std::size_t most) {
+                       std::size_t edits) {
     std::string best;
-    std::size_t least = most + 1;
+    std::size_t least = edits + 1;
     for (const std::string_view candidate : candidates) {
-        const std::size_t edits = distance(word, candidate);
-        if (edits < least) {
-            least = edits;
+        const std::size_t needed = distance(word, candidate);
+        if (needed < least) {
+            least = needed;
             best = candidate;
         }
     }

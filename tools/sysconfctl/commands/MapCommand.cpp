@@ -13,7 +13,7 @@
 namespace sysconfctl {
 namespace {
 
-/// A terminal gets a table unless a format is given: nobody reads the languages of drawings there.
+/// A terminal gets a table unless a format is given: drawings are for other programs.
 constexpr const char* kHowToDraw =
     "\nto draw it: sysconfctl map -o svg >map.svg, or -o dot, mermaid\n";
 

@@ -115,12 +115,13 @@ public:
     void report(const std::vector<Change>& found) {
         const WallTime now = std::chrono::system_clock::now();
         const std::vector<Cause> latest = m_causes.update();
-        const std::vector<Cause> causes = m_causes.recent();
+        const std::vector<Cause> causes =
+            found.empty() ? std::vector<Cause>{} : m_causes.ofChanges();
         std::string text;
         // A loaded answer changes later than its file, so its cause is repeated, unless it was
         // written last. In JSON each change has its causes.
         const bool repeated =
-            m_options.format != Format::Json && !found.empty() && !m_causesWrittenLast;
+            m_options.format != Format::Json && latest.empty() && !m_causesWrittenLast;
         for (const Cause& cause : repeated ? causes : latest) {
             text += written(cause, m_options);
         }

@@ -94,20 +94,22 @@ std::vector<Cause> Causes::update() {
     for (Cause& cause : causes) {
         cause.time = now;
     }
-    std::erase_if(m_recent, [&](const Cause& earlier) {
+    std::erase_if(m_pending, [&](const Cause& earlier) {
         return std::any_of(causes.begin(), causes.end(),
                            [&](const Cause& cause) { return cause.file == earlier.file; });
     });
-    m_recent.insert(m_recent.end(), causes.begin(), causes.end());
+    m_pending.insert(m_pending.end(), causes.begin(), causes.end());
     return causes;
 }
 
-std::vector<Cause> Causes::recent() const {
-    std::vector<Cause> causes = m_recent;
-    std::erase_if(causes, [now = std::chrono::system_clock::now()](const Cause& cause) {
+std::vector<Cause> Causes::ofChanges() {
+    if (!m_pending.empty()) {
+        m_last = std::exchange(m_pending, {});
+    }
+    std::erase_if(m_last, [now = std::chrono::system_clock::now()](const Cause& cause) {
         return now - cause.time > kRecent;
     });
-    return causes;
+    return m_last;
 }
 
 } // namespace sysconfctl

@@ -39,14 +39,16 @@ public:
     /// @return What happened since the last call.
     std::vector<Cause> update();
 
-    /// What happened last to each file and to the addresses, unless that is too long ago to have
-    /// caused a change that is seen now: the library applies a change of a file later than the file
+    /// What happened since the last changes of answers. If that is nothing, what caused those,
+    /// unless it is too long ago: the library applies a change of a file later than the file
     /// changes.
-    std::vector<Cause> recent() const;
+    std::vector<Cause> ofChanges();
 
 private:
     Sources m_sources;
-    std::vector<Cause> m_recent;
+    /// Not yet followed by changes.
+    std::vector<Cause> m_pending;
+    std::vector<Cause> m_last;
 };
 
 } // namespace sysconfctl
