@@ -122,6 +122,9 @@ const std::vector<Row> kRows = {
     {Found::BrokenDatabases, 0, {"nodes", "n"}, "manager node list does not load"},
     {Found::BrokenDatabases, 1, {"nodes", "n", "m"}, "no node m in either list"},
     {Found::BrokenDatabases, 0, {"map"}, "manager node list does not load"},
+    {Found::BrokenDatabases, 0, {"who", "me"}, "manager node list does not load"},
+    {Found::BrokenDatabases, 1, {"who", "nobody"}, "nobody appears in no file and no answer"},
+    {Found::Nothing, 1, {"who", "n1"}, "n1 appears in no file and no answer"},
     {Found::Nothing, 0, {"show"}, ""},
     {Found::Nothing, 1, {"get", "local-service-ip"}, ""},
     {Found::Nothing, 0, {"get", "--list"}, ""},
@@ -148,6 +151,7 @@ const std::vector<Row> kRows = {
     {Found::Clean, 0, {"check", "--strict"}, ""},
     {Found::Clean, 0, {"nodes"}, ""},
     {Found::Clean, 0, {"map"}, ""},
+    {Found::Clean, 0, {"who", "node-1"}, ""},
 };
 
 support::Deployment deploymentFor(Found found) {
@@ -285,6 +289,10 @@ const std::vector<Misuse> kMisused = {
     {2, {"map", "n1"}, "n1"},
     {2, {"nodes", "--sort", "size"}, "size not in {node,role,"},
     {2, {"map", "--sort", "node"}, "unknown option --sort"},
+    {2, {"who"}, "who takes an address, the id of a node, or a tag"},
+    {2, {"who", "a", "b"}, "b"},
+    {2, {"diff", "a", "b", "-o", "sarif"}, "sarif not in {table,plain,json}"},
+    {2, {"show", "--pid"}, "--pid"},
     {2, {"watch", "-o", "text"}, "text not in {table,plain,json}"},
     {2, {"watch", "locl-port"}, "unknown query locl-port, did you mean local-port?"},
     {2, {"watch", "local-port", "db-type x"}, "sysconfctl watch db-type NAME INDEX"},
@@ -338,6 +346,8 @@ TEST(ExitStatus, HelpAndVersion_AreAnswers) {
                                                                        {"explain", "--help"},
                                                                        {"nodes", "--help"},
                                                                        {"map", "--help"},
+                                                                       {"diff", "--help"},
+                                                                       {"who", "--help"},
                                                                        {"watch", "--help"},
                                                                        {"help"},
                                                                        {"help", "get"},

@@ -37,6 +37,7 @@ std::vector<std::vector<std::string>> everyCommand() {
         {{"explain", "local-north-ip"}, usual},
         {{"explain", "--all"}, usual},
         {{"check"}, {"table", "json"}}, // no finding: plain has no line
+        {{"who", "service"}, usual},
         {{"nodes"}, {"table", "wide", "name", "plain", "json"}},
         {{"map"}, {"dot", "mermaid", "svg", "table", "plain", "json"}},
     };
@@ -59,6 +60,7 @@ const std::vector<std::vector<std::string>> kTables = {
     {"explain", "local-north-ip"},
     {"explain", "--all"},
     {"check"},
+    {"who", "service"},
     {"nodes"},
     {"nodes", "-o", "wide"},
     {"map", "-o", "table"},
@@ -176,6 +178,10 @@ TEST(Output, ControlCharactersOfTheFiles_NeverReachATerminal) {
         {"check"},
         {"check", "-o", "plain"},
         {"check", "-o", "json"},
+        {"who", "n"},
+        {"who", "service"},
+        {"who", "service", "-o", "plain"},
+        {"who", "absent\033", "-o", "json"},
         {"nodes"},
         {"nodes", "-o", "wide"},
         {"nodes", "-o", "plain"},
@@ -237,8 +243,8 @@ TEST(Output, Table_IsNoWiderThanTheTerminal) {
                 EXPECT_NE(result.output, "") << testing::PrintToString(words);
             }
         }
-        for (const char* command :
-             {"--version", "show", "get", "watch", "explain", "check", "nodes", "map"}) {
+        for (const char* command : {"--version", "show", "get", "watch", "explain", "diff", "who",
+                                    "check", "nodes", "map"}) {
             const auto result =
                 tool::sysconfctl({command, "--help"}).outputToTerminal(columns).run();
             EXPECT_THAT(tool::linesOf(result.output), Each(SizeIs(Le(columns)))) << command;
@@ -250,7 +256,8 @@ TEST(Output, Table_IsNoWiderThanTheTerminal) {
 
 TEST(Output, EverythingButPlainLinesToAPipe_IsNoWiderThan100Columns) {
     std::vector<std::vector<std::string>> commands = kTables;
-    for (const char* command : {"show", "get", "watch", "explain", "check", "nodes", "map"}) {
+    for (const char* command :
+         {"show", "get", "watch", "explain", "diff", "who", "check", "nodes", "map"}) {
         commands.push_back({command, "--help"});
     }
     commands.push_back({"get", "--list", "-o", "table"});

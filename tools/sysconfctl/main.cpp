@@ -2,8 +2,10 @@
 #include "cli/Address.h"
 #include "cli/Completion.h"
 #include "cli/Environment.h"
+#include "cli/ProcessEnvironment.h"
 #include "cli/UsageError.h"
 #include "commands/Commands.h"
+#include "deployment/ProcessAge.h"
 #include "render/Diagnostics.h"
 #include "render/Output.h"
 #include "render/Text.h"
@@ -16,13 +18,33 @@ namespace {
 
 using namespace sysconfctl;
 
+/// Whether the command shows answers, which are those of a process that starts now.
+bool showsAnswers(Command command) {
+    return command == Command::Get || command == Command::Show || command == Command::Explain ||
+           command == Command::Who || command == Command::Report;
+}
+
+void parseAddresses(Options& options) {
+    for (std::string& address : options.localAddresses) {
+        address = parseAddress(address);
+    }
+}
+
 ExitStatus run(Options options) {
     if (options.command == Command::List) {
         return runList(options);
     }
+    if (options.command == Command::Diff) {
+        parseAddresses(options);
+        return runDiff(options);
+    }
+    if (options.pid) {
+        applyProcess(*options.pid);
+    }
     applyEnvironment(options.envFile, options.sets);
-    for (std::string& address : options.localAddresses) {
-        address = parseAddress(address);
+    parseAddresses(options);
+    if (options.pid && showsAnswers(options.command)) {
+        reportNewer(newerThanProcess(*options.pid, options.localAddresses.empty()));
     }
     switch (options.command) {
     case Command::Get:
@@ -31,12 +53,16 @@ ExitStatus run(Options options) {
         return runWatch(options);
     case Command::Explain:
         return runExplain(options);
+    case Command::Who:
+        return runWho(options);
     case Command::Check:
         return runCheck(options);
     case Command::Nodes:
         return runNodes(options);
     case Command::Map:
         return runMap(options);
+    case Command::Report:
+        return runReport(options);
     default:
         return runShow(options);
     }

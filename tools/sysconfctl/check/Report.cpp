@@ -59,10 +59,6 @@ std::string screenOf(const Finding& finding, const Options& options, bool color)
     return text;
 }
 
-std::string counted(std::size_t number, const char* one, const char* many) {
-    return fmt::format("{} {}", number, number == 1 ? one : many);
-}
-
 /// "1 error, 2 warnings in 3 files: 2 processes, 4 nodes"
 std::string summary(const CheckResult& result, const Options& options) {
     const std::size_t errors = countOf(result, Severity::Error);

@@ -3,6 +3,7 @@
 
 #include "explain/StepPlace.h"
 #include "render/Json.h"
+#include "render/Markup.h"
 #include "render/Text.h"
 
 #include <fmt/format.h>
@@ -112,34 +113,6 @@ Json::Value sarifResult(const Finding& finding) {
     return row;
 }
 
-/// A text in XML. Characters that XML 1.0 forbids, and bytes that are no UTF-8, are escaped as the
-/// tool shows them everywhere.
-std::string xmlText(const std::string& text) {
-    std::string result;
-    for (const char c : escaped(text)) {
-        switch (c) {
-        case '&':
-            result += "&amp;";
-            break;
-        case '<':
-            result += "&lt;";
-            break;
-        case '>':
-            result += "&gt;";
-            break;
-        case '"':
-            result += "&quot;";
-            break;
-        case '\n':
-            result += "&#10;";
-            break;
-        default:
-            result += c;
-        }
-    }
-    return result;
-}
-
 /// The value of a property of a GitHub workflow command, or its message.
 std::string workflowText(const std::string& text, bool isProperty) {
     std::string result;
@@ -203,18 +176,18 @@ std::string junitReport(const CheckResult& result, const Options& options) {
             continue;
         }
         ++count;
-        const std::string open =
-            fmt::format("    <testcase classname=\"{}\" name=\"{}\"", xmlText(finding.name.data()),
-                        xmlText(placeOf(finding) + ": " + finding.sentence));
+        const std::string open = fmt::format(
+            "    <testcase classname=\"{}\" name=\"{}\"", markupText(finding.name.data()),
+            markupText(placeOf(finding) + ": " + finding.sentence));
         if (finding.severity != Severity::Error &&
             !(options.strict && finding.severity == Severity::Warning)) {
             cases += fmt::format("{}>\n      <system-out>{}: {}</system-out>\n    </testcase>\n",
-                                 open, nameOf(finding.severity), xmlText(messageOf(finding)));
+                                 open, nameOf(finding.severity), markupText(messageOf(finding)));
             continue;
         }
         ++failures;
         cases += fmt::format("{}>\n      <failure type=\"{}\" message=\"{}\"/>\n    </testcase>\n",
-                             open, nameOf(finding.severity), xmlText(messageOf(finding)));
+                             open, nameOf(finding.severity), markupText(messageOf(finding)));
     }
     if (count == 0) { // a suite without a case looks as if nothing had been run
         ++count;

@@ -13,14 +13,21 @@
 
 namespace sysconfctl {
 
-std::string parseAddress(const std::string& text) {
+std::optional<std::string> canonicalAddress(const std::string& text) {
     std::array<unsigned char, sizeof(in6_addr)> bytes{};
     std::array<char, INET6_ADDRSTRLEN> canonical{};
     for (const int family : {AF_INET, AF_INET6}) {
         if (::inet_pton(family, text.c_str(), bytes.data()) == 1) {
             ::inet_ntop(family, bytes.data(), canonical.data(), canonical.size());
-            return canonical.data();
+            return std::string(canonical.data());
         }
+    }
+    return std::nullopt;
+}
+
+std::string parseAddress(const std::string& text) {
+    if (auto address = canonicalAddress(text)) {
+        return *std::move(address);
     }
     if (text.find('%') != std::string::npos) {
         throw UsageError(fmt::format("--local-address: {} is no IPv4 or IPv6 address; addresses of "

@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <optional>
 #include <string>
 
 namespace sysconfctl {
+
+/// The address as the host lists its own; nothing if the text is no IPv4 or IPv6 address.
+std::optional<std::string> canonicalAddress(const std::string& text);
 
 /// Parses an IPv4 or IPv6 address. Returns it as the host lists its own addresses: an IPv6 address
 /// in its shortest form, in lower case and without a scope.

@@ -189,6 +189,16 @@ private:
             app.add_option("QUERY", m_options.queries,
                            "Queries, arguments in the same word; default: all")
                 ->type_name("");
+        } else if (row.operands == Operands::Environments) {
+            app.add_option("A", m_environmentA, "Env file, or directory of a node or deployment")
+                ->type_name("");
+            app.add_option("B", m_environmentB, "The same, to compare it with")->type_name("");
+            app.add_option("QUERY", m_options.queries,
+                           "Queries to compare, arguments in the same word; default: all")
+                ->type_name("");
+        } else if (row.operands == Operands::Word) {
+            app.add_option("WORD", m_options.word, "An address, the id of a node, or a tag")
+                ->type_name("");
         } else if (row.operands == Operands::Nodes) {
             app.add_option("NODE", m_options.nodes, "Ids of the nodes; default: all")
                 ->type_name("");
@@ -214,6 +224,9 @@ private:
         case Option::Set:
             added = app.add_option(name, m_options.sets, help);
             break;
+        case Option::Pid:
+            added = app.add_option(name, m_options.pids, help);
+            break;
         case Option::LocalAddress:
             added = app.add_option(name, m_options.localAddresses, help);
             break;
@@ -235,6 +248,9 @@ private:
             break;
         case Option::Output:
             added = addFormat(app, name, help, *command);
+            break;
+        case Option::File:
+            added = app.add_option(name, m_file, help);
             break;
         case Option::Color:
             added = addColor(app, name, help);
@@ -309,6 +325,15 @@ private:
         m_options.query = unguarded(m_options.query);
         removeGuards(m_options.arguments);
         removeGuards(m_options.queries);
+        setProcesses();
+        if (row.operands == Operands::Environments) {
+            setEnvironments(row);
+        } else if (m_options.pids.size() == 1) {
+            m_options.pid = m_options.pids.front();
+        } else if (m_options.pids.size() > 1) {
+            throw UsageError("--pid: one process only; diff compares two");
+        }
+        m_options.word = unguarded(m_options.word);
         removeGuards(m_options.nodes);
         for (auto* const words : {&m_options.filter.tenancies, &m_options.filter.roles,
                                   &m_options.filter.tags, &m_options.filter.missingTags}) {
@@ -317,6 +342,9 @@ private:
         removeGuards(m_options.localAddresses);
         removeGuards(m_options.paths);
         removeGuards(m_options.ignored);
+        if (!m_file.empty()) {
+            m_options.file = unguarded(m_file);
+        }
         if (row.operands == Operands::Query &&
             (m_list || m_options.all) != m_options.query.empty()) {
             throw UsageError(fmt::format("{} takes either a query or {}", row.name,
@@ -325,12 +353,48 @@ private:
         return m_options;
     }
 
+    void setProcesses() {
+        removeGuards(m_options.pids);
+        if (!m_options.pids.empty() && m_options.envFile) {
+            throw UsageError("--pid and --env-file both name an environment; give one of them");
+        }
+    }
+
+    /// Each process takes the place of an operand.
+    void setEnvironments(const CommandRow& row) {
+        if (m_options.envFile) {
+            throw UsageError(fmt::format("{} compares the environments A and B and takes no "
+                                         "--env-file",
+                                         row.name));
+        }
+        std::vector<std::string> words;
+        for (const std::string& environment : {m_environmentA, m_environmentB}) {
+            if (!environment.empty()) {
+                words.push_back(unguarded(environment));
+            }
+        }
+        words.insert(words.end(), m_options.queries.begin(), m_options.queries.end());
+        constexpr std::size_t kTwo = 2;
+        if (m_options.pids.size() > kTwo || m_options.pids.size() + words.size() < kTwo) {
+            throw UsageError(fmt::format("{} takes two environments: env files, directories or "
+                                         "--pid",
+                                         row.name));
+        }
+        const auto first =
+            words.begin() + static_cast<std::ptrdiff_t>(kTwo - m_options.pids.size());
+        m_options.environments.assign(words.begin(), first);
+        m_options.queries.assign(first, words.end());
+    }
+
     CLI::App m_app;
     Commands m_commands;
     std::string m_envFile;
     std::string m_helpOn;
     Options m_options;
+    std::string m_environmentA;
+    std::string m_environmentB;
     std::string m_format;
+    std::string m_file;
     bool m_list = false;
 };
 

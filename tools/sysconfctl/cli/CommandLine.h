@@ -18,12 +18,20 @@ struct Options {
     bool formatGiven = false;
     std::optional<std::string> envFile;
     std::vector<std::string> sets;
+    /// The process whose environment is used.
+    std::optional<std::string> pid;
     bool revealSecrets = false;
     bool noPager = false;
     std::string query;
     std::vector<std::string> arguments;
-    /// The queries to watch, each with its arguments in one word; empty: all.
+    /// The processes to compare, before the other environments.
+    std::vector<std::string> pids;
+    /// The environments to compare: env files and directories.
+    std::vector<std::string> environments;
+    /// The queries to watch or compare, each with its arguments in one word; empty: all.
     std::vector<std::string> queries;
+    /// What to look for: an address, the id of a node, a tag.
+    std::string word;
     /// Ids of the nodes to list; empty: all.
     std::vector<std::string> nodes;
     NodeFilter filter;
@@ -40,6 +48,8 @@ struct Options {
     /// Names of findings to leave out.
     std::vector<std::string> ignored;
     bool notes = false;
+    /// The file to write to; unset: standard output.
+    std::optional<std::string> file;
     ColorChoice color = ColorChoice::Auto;
     /// Used in place of the host's addresses; empty: the real ones.
     std::vector<std::string> localAddresses;

@@ -33,6 +33,18 @@ const std::vector<CommandRow>& commandTable() {
          {Table, Plain, Json},
          Operands::Query,
          {Option::All, Option::Verbose, Option::LocalAddress}},
+        {Command::Diff,
+         "diff",
+         "Show which answers of two environments differ, and why",
+         {Table, Plain, Json},
+         Operands::Environments,
+         {Option::LocalAddress}},
+        {Command::Who,
+         "who",
+         "Show where an address, a node or a tag appears",
+         {Table, Plain, Json},
+         Operands::Word,
+         {Option::LocalAddress}},
         {Command::Check,
          "check",
          "Find what is wrong with files and environment",
@@ -52,6 +64,12 @@ const std::vector<CommandRow>& commandTable() {
          {Dot, Mermaid, Svg, Table, Plain, Json},
          Operands::None,
          {Option::Tenancy, Option::Role, Option::Tag, Option::Missing, Option::LocalAddress}},
+        {Command::Report,
+         "report",
+         "Write nodes, answers and findings to an HTML page",
+         {},
+         Operands::None,
+         {Option::File, Option::LocalAddress}},
         {Command::Help,
          "help",
          "Show the usage of the tool, or of a command",
@@ -68,7 +86,10 @@ const std::vector<OptionRow>& optionTable() {
          "Environment of the process to ask about; default: the current one"},
         {Option::Set, "--set", "", "KEY=VALUE", "Set a variable, after --env-file; repeatable",
          true},
+        {Option::Pid, "--pid", "", "PID",
+         "Environment and working directory of a running process; twice for diff", true},
         {Option::Output, "--output", "-o", "FORMAT", "Format of the output"},
+        {Option::File, "--file", "-o", "FILE", "Write to FILE; default: standard output"},
         {Option::Color, "--color", "", "WHEN",
          "Colour: one of auto, always, never; default: auto, on a terminal unless NO_COLOR is set"},
         {Option::RevealSecrets, "--reveal-secrets", "", "",
@@ -102,10 +123,11 @@ const std::vector<OptionRow>& optionTable() {
 
 const std::vector<StatusRow>& statusTable() {
     static const std::vector<StatusRow> table = {
-        {0, "answered; no errors (check); ended by Ctrl-C or SIGTERM (watch)"},
+        {0, "answered; no difference (diff); no errors (check); ended by Ctrl-C or\n"
+            "SIGTERM (watch)"},
         {1, "no answer: the library gives an empty text or -1 (get, explain), no variable\n"
             "leads to a configuration (show), there is no such node (nodes, map), or\n"
-            "nothing that draws (map)"},
+            "nothing that draws (map); different (diff); nowhere (who)"},
         {2, "bad usage; the answer is a secret, and --reveal-secrets is not given (get)"},
         {3, "the library threw; errors found (check)"},
         {4, "warnings found, no errors (check --strict)"},
@@ -175,7 +197,8 @@ std::string_view nameOf(Format format) {
 }
 
 const std::vector<Option>& commonOptions() {
-    static const std::vector<Option> options = {Option::EnvFile, Option::Set, Option::Color,
+    static const std::vector<Option> options = {Option::EnvFile,       Option::Set,
+                                                Option::Pid,           Option::Color,
                                                 Option::RevealSecrets, Option::NoPager};
     return options;
 }

@@ -9,13 +9,29 @@
 /// the help and the shell completion use these tables; a test compares the manual page with them.
 namespace sysconfctl {
 
-enum class Command { Show, Get, Watch, List, Explain, Check, Nodes, Map, Help, Version };
+enum class Command {
+    Show,
+    Get,
+    Watch,
+    List,
+    Explain,
+    Diff,
+    Who,
+    Check,
+    Nodes,
+    Map,
+    Report,
+    Help,
+    Version
+};
 enum class Format { Table, Plain, Json, Name, Wide, Dot, Mermaid, Svg, Sarif, Junit, Github };
 
 enum class Option {
     EnvFile,
     Set,
+    Pid,
     Output,
+    File,
     Color,
     RevealSecrets,
     NoPager,
@@ -47,7 +63,7 @@ struct OptionRow {
 };
 
 /// The positional arguments of a command.
-enum class Operands { None, Query, Queries, Nodes, Paths, Command };
+enum class Operands { None, Query, Queries, Environments, Word, Nodes, Paths, Command };
 
 struct CommandRow {
     Command command;

@@ -5,6 +5,7 @@
 #include "cli/CommandTable.h"
 #include "cli/DeployedNames.h"
 #include "cli/PartialCommandLine.h"
+#include "cli/ProcessEnvironment.h"
 #include "cli/ShellLine.h"
 #include "deployment/NodeFilter.h"
 #include "query/Queries.h"
@@ -97,11 +98,29 @@ Candidates operands(const PartialCommandLine& line) {
         return deployed::nodes();
     case Operands::Command:
         return line.operands.empty() ? commands() : Candidates{};
+    case Operands::Environments:
+        return queryNames();
+    case Operands::Word:
+        if (!line.operands.empty()) {
+            return {};
+        }
+        deployed::applyEnvironmentOf(line);
+        return deployed::words();
     case Operands::Paths:
     case Operands::None:
         break;
     }
     return {};
+}
+
+/// Whether the operand at the cursor is a file or a directory.
+bool takesFiles(const PartialCommandLine& line) {
+    if (line.command == nullptr) {
+        return false;
+    }
+    return line.command->operands == Operands::Paths ||
+           (line.command->operands == Operands::Environments &&
+            line.operands.size() + line.pids.size() < 2);
 }
 
 bool isPath(std::string_view variable) {
@@ -139,9 +158,15 @@ Completion valuesOf(const OptionRow& option, const PartialCommandLine& line,
     Candidates candidates;
     switch (option.option) {
     case Option::EnvFile:
+    case Option::File:
         return {true, {}};
     case Option::Set:
         return assignments(line, word);
+    case Option::Pid:
+        for (const ConfiguredProcess& process : configuredProcesses()) {
+            candidates.push_back({process.pid, process.instance});
+        }
+        break;
     case Option::LocalAddress:
         deployed::applyEnvironmentOf(line);
         return {false, deployed::addresses()};
@@ -209,7 +234,7 @@ Completion anyCompletion(const PartialCommandLine& line, const std::string& word
         (word.find('=') != std::string::npos || (word.size() > 1 && !word.starts_with("--")))) {
         return attachedValues(line, word);
     }
-    if (!dashed && line.command != nullptr && line.command->operands == Operands::Paths) {
+    if (!dashed && takesFiles(line)) {
         return {true, {}};
     }
     Completion completion{false, dashed ? options(line) : operands(line)};

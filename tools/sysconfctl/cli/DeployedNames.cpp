@@ -2,6 +2,7 @@
 #include "cli/DeployedNames.h"
 
 #include "cli/Environment.h"
+#include "cli/ProcessEnvironment.h"
 #include "deployment/Cluster.h"
 #include "deployment/KeepUntilExit.h"
 #include "render/Text.h"
@@ -92,6 +93,9 @@ void forEachField(const SourceFile& list, Visit visit) {
 namespace deployed {
 
 void applyEnvironmentOf(const PartialCommandLine& line) {
+    if (!line.pids.empty()) {
+        applyProcess(line.pids.back());
+    }
     applyEnvironment(withHome(line.envFile), line.sets);
 }
 
@@ -134,6 +138,14 @@ Candidates addresses() {
     std::set<std::string> addresses;
     forEachAddress([&](const Address& address) { addresses.insert(address.ip); });
     return candidatesOf(addresses);
+}
+
+Candidates words() {
+    Candidates candidates = nodes();
+    for (const Candidates& more : {tags(), addresses()}) {
+        candidates.insert(candidates.end(), more.begin(), more.end());
+    }
+    return candidates;
 }
 
 Candidates databases() {

@@ -27,6 +27,8 @@ Candidates tags();
 /// The tags without the numbers at their ends.
 Candidates tagPrefixes();
 Candidates addresses();
+/// The ids of the nodes, their tags and their addresses.
+Candidates words();
 Candidates databases();
 /// The indexes of the entries of a database.
 Candidates entriesOf(const std::string& database);

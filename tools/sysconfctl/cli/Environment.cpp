@@ -2,6 +2,7 @@
 #include "cli/Environment.h"
 
 #include "cli/CommandTable.h"
+#include "cli/FileBytes.h"
 #include "cli/Suggestion.h"
 #include "cli/UsageError.h"
 #include "render/Text.h"
@@ -11,10 +12,8 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <memory>
 #include <system_error>
 
 namespace sysconfctl {
@@ -58,24 +57,12 @@ const char* fault(std::string_view key, std::size_t equals, std::string_view val
 }
 
 std::string readFile(const std::string& path) {
-    const auto fail = [&] {
+    try {
+        return readBytes(path);
+    } catch (const std::system_error& error) {
         throw UsageError(fmt::format("cannot read the environment file {}: {}", shellWord(path),
-                                     std::system_category().message(errno)));
-    };
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rbe"),
-                                                               &std::fclose);
-    if (!file) {
-        fail();
+                                     error.code().message()));
     }
-    std::string text;
-    std::array<char, 4096> buffer{};
-    while (const std::size_t size = std::fread(buffer.data(), 1, buffer.size(), file.get())) {
-        text.append(buffer.data(), size);
-    }
-    if (std::ferror(file.get()) != 0) {
-        fail();
-    }
-    return text;
 }
 
 std::vector<std::string_view> knownVariables(bool ofLibraryOnly) {

@@ -73,6 +73,8 @@ void PartialCommandLine::setValue(const OptionRow& row, const std::string& value
         envFile = value;
     } else if (row.option == Option::Set) {
         sets.push_back(value);
+    } else if (row.option == Option::Pid) {
+        pids.push_back(value);
     }
 }
 

@@ -28,6 +28,7 @@ public:
     bool optionsEnded = false;
     std::optional<std::string> envFile;
     std::vector<std::string> sets;
+    std::vector<std::string> pids;
 
     /// The options that are allowed at the cursor.
     std::vector<Option> options() const;

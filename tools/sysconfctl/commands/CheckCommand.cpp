@@ -4,6 +4,7 @@
 #include "check/Report.h"
 #include "cli/Suggestion.h"
 #include "cli/UsageError.h"
+#include "deployment/CallerDirectory.h"
 #include "render/Output.h"
 #include "render/Text.h"
 
@@ -55,7 +56,11 @@ ExitStatus runCheck(const Options& options) {
         sources = readSources(options.localAddresses);
         inventory = inventoryOf(sources);
     } else {
-        inventory = inventoryOf(options.paths, options.localAddresses);
+        std::vector<std::string> paths;
+        for (const std::string& path : options.paths) {
+            paths.push_back(options.pid ? pathOfCaller(path) : path);
+        }
+        inventory = inventoryOf(paths, options.localAddresses);
     }
     CheckResult result = check(inventory);
     std::erase_if(result.findings, [&](const Finding& finding) {

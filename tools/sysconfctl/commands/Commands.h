@@ -20,6 +20,13 @@ ExitStatus runWatch(const Options& options);
 /// Explains one answer, or all.
 ExitStatus runExplain(const Options& options);
 
+/// Compares the answers of two environments.
+ExitStatus runDiff(const Options& options);
+
+/// Shows where a word appears: in the files and in the answers.
+/// @throws UsageError if there is none.
+ExitStatus runWho(const Options& options);
+
 /// Reports what is wrong with the files and the environment. Changes nothing.
 ExitStatus runCheck(const Options& options);
 
@@ -28,6 +35,9 @@ ExitStatus runNodes(const Options& options);
 
 /// Draws the deployment.
 ExitStatus runMap(const Options& options);
+
+/// Writes the deployment as an HTML page.
+ExitStatus runReport(const Options& options);
 
 /// Lists all queries.
 ExitStatus runList(const Options& options);

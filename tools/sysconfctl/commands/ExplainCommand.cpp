@@ -2,6 +2,7 @@
 #include "commands/Commands.h"
 
 #include "explain/Prediction.h"
+#include "explain/Reason.h"
 #include "explain/Screen.h"
 #include "explain/StepPlace.h"
 #include "render/Color.h"
@@ -72,11 +73,8 @@ Json::Value toJson(const Step& step) {
     row["outcome"] = std::string(step.outcome);
     row["text"] = step.sentence;
     row["decides"] = step.weight == Weight::Decisive;
-    if (const auto place = placeOf(step)) {
-        row["file"] = place->file->path;
-        row["line"] = static_cast<Json::UInt64>(place->place.line);
-        row["column"] = static_cast<Json::UInt64>(place->place.column);
-        row["pointer"] = place->pointer;
+    if (const auto place = reasonPlaceOf(step)) {
+        addPlace(row, *place);
     }
     add(row, "node", step.facts.node);
     add(row, "entry", step.facts.entry);

@@ -143,23 +143,25 @@ const ClusterNode* Cluster::node(const std::string& id) const {
     return found != nodes.end() && found->id == id ? &*found : nullptr;
 }
 
+Address addressOf(const Json::Value& entry) {
+    Address address{orNothing([&] { return entry["IP"].asString(); }), {}};
+    if (entry["usage"].isArray()) {
+        for (const Json::Value& tag : entry["usage"]) {
+            address.tags.push_back(orNothing([&] { return rules::lowerCased(tag.asString()); }));
+        }
+    }
+    return address;
+}
+
 std::vector<Address> addressesOf(const Json::Value& node) {
     std::vector<Address> addresses;
     if (!node.isObject() || !node["IPAddresses"].isArray()) {
         return addresses;
     }
     for (const Json::Value& entry : node["IPAddresses"]) {
-        if (!entry.isObject()) {
-            continue;
+        if (entry.isObject()) {
+            addresses.push_back(addressOf(entry));
         }
-        Address address{orNothing([&] { return entry["IP"].asString(); }), {}};
-        if (entry["usage"].isArray()) {
-            for (const Json::Value& tag : entry["usage"]) {
-                address.tags.push_back(
-                    orNothing([&] { return rules::lowerCased(tag.asString()); }));
-            }
-        }
-        addresses.push_back(std::move(address));
     }
     return addresses;
 }

@@ -60,6 +60,8 @@ struct Cluster {
     const ClusterNode* node(const std::string& id) const;
 };
 
+/// An address entry, which must be an object.
+Address addressOf(const Json::Value& entry);
 /// The address entries of a node entry; those that are no objects are skipped.
 std::vector<Address> addressesOf(const Json::Value& node);
 

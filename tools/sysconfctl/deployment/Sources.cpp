@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "deployment/Sources.h"
 
+#include "deployment/CallerDirectory.h"
 #include "render/Text.h"
 
 #include <config/FileText.h>
@@ -60,6 +61,9 @@ SourceFile read(std::string_view title, Variable variable, std::string path) {
     std::optional<std::string> text = config::readText(source.path);
     if (!text) {
         explainUnreadable(source);
+    }
+    source.path = pathForCaller(source.path);
+    if (!text) {
         return source;
     }
     source.loads = JsonReader(false).parse(*text, source.tree);
@@ -123,16 +127,17 @@ SourceFile readManagerNodeListAt(const std::string& path) {
     return readAt(kManagerNodeListTitle, config::kManagerNodeList, path);
 }
 
-Sources readSources(const std::vector<std::string>& localAddresses) {
-    Sources sources{variable(config::kInstanceIdVariable),
-                    readAppConfig(),
-                    readNodeList(),
-                    readManagerNodeList(),
-                    {localAddresses.begin(), localAddresses.end()}};
-    if (sources.hostAddresses.empty()) {
-        QuarnCommonUtils_i::getAllIPAddr(sources.hostAddresses);
+std::list<std::string> addressesOfHost(const std::vector<std::string>& localAddresses) {
+    std::list<std::string> addresses(localAddresses.begin(), localAddresses.end());
+    if (addresses.empty()) {
+        QuarnCommonUtils_i::getAllIPAddr(addresses);
     }
-    return sources;
+    return addresses;
+}
+
+Sources readSources(const std::vector<std::string>& localAddresses) {
+    return {variable(config::kInstanceIdVariable), readAppConfig(), readNodeList(),
+            readManagerNodeList(), addressesOfHost(localAddresses)};
 }
 
 } // namespace sysconfctl

@@ -64,6 +64,9 @@ SourceFile readAppConfigAt(const std::string& path);
 SourceFile readNodeListAt(const std::string& path);
 SourceFile readManagerNodeListAt(const std::string& path);
 
+/// The addresses in place of the host's own, if there are any, else its own.
+std::list<std::string> addressesOfHost(const std::vector<std::string>& localAddresses);
+
 /// Reads them in the environment of this process.
 /// @param localAddresses What counts as the host's addresses; none: those that it has.
 Sources readSources(const std::vector<std::string>& localAddresses = {});

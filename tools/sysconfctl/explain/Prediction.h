@@ -6,6 +6,7 @@
 #include "query/Reply.h"
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace sysconfctl {
@@ -15,9 +16,18 @@ namespace sysconfctl {
 class Prediction {
 public:
     explicit Prediction(const std::vector<std::string>& localAddresses)
-        : m_sources(readSources(localAddresses)) {
+        : Prediction(readSources(localAddresses)) {}
+    explicit Prediction(Sources sources) : m_sources(std::move(sources)) {
         m_loaded.load(m_sources);
     }
+    // What was loaded refers to the sources.
+    Prediction(const Prediction&) = delete;
+    Prediction& operator=(const Prediction&) = delete;
+
+    const Sources& sources() const { return m_sources; }
+    /// The prediction must not be used after this.
+    Sources takeSources() && { return std::move(m_sources); }
+    const Values& values() const { return m_loaded.values(); }
 
     /// @throws UsageError if the query does not accept the arguments.
     Explanation explain(const Question& question) const {

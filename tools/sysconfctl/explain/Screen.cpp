@@ -2,7 +2,6 @@
 #include "explain/Screen.h"
 
 #include "explain/StepPlace.h"
-#include "render/Color.h"
 #include "render/Plain.h"
 #include "render/Text.h"
 
@@ -24,34 +23,10 @@ constexpr std::string_view kJsonBreak = ",";
 constexpr std::string_view kMarker = "> ";
 constexpr std::string_view kNoMarker = "  ";
 
-/// A step as it is shown.
-struct Row {
-    bool decisive;
-    std::string kind;
-    std::string sentence;
-    std::vector<std::string> places;
-};
-
-/// The steps to show: all, or those that decide, at most eight.
-std::vector<const Step*> chosenSteps(const std::vector<Step>& steps, bool verbose) {
-    std::vector<const Step*> chosen;
-    for (const Step& step : steps) {
-        if (verbose || step.weight != Weight::Detail) {
-            chosen.push_back(&step);
-        }
-    }
-    // The decisive step stays, whatever is in front of it.
-    while (!verbose && chosen.size() > kMostSteps) {
-        const auto last = chosen.end() - 1;
-        chosen.erase((*last)->weight == Weight::Decisive ? last - 1 : last);
-    }
-    return chosen;
-}
-
-std::vector<Row> rowsOf(const std::vector<const Step*>& steps, bool verbose) {
-    std::vector<Row> rows;
+std::vector<ScreenRow> rowsOf(const std::vector<const Step*>& steps, bool verbose) {
+    std::vector<ScreenRow> rows;
     for (const Step* const step : steps) {
-        Row row{
+        ScreenRow row{
             step->weight == Weight::Decisive, std::string(step->kind), escaped(step->sentence), {}};
         if (const auto place = placeOf(*step)) {
             row.places.push_back(shownPlace(*place));
@@ -72,10 +47,10 @@ struct Layout {
     bool beside = true;
 };
 
-Layout layoutOf(const std::vector<Row>& rows, std::size_t width) {
+Layout layoutOf(const std::vector<ScreenRow>& rows, std::size_t width) {
     Layout layout;
     std::size_t places = 0;
-    for (const Row& row : rows) {
+    for (const ScreenRow& row : rows) {
         layout.kind = std::max(layout.kind, row.kind.size());
         layout.sentence = std::max(layout.sentence, displayWidth(row.sentence));
         for (const std::string& place : row.places) {
@@ -94,7 +69,7 @@ std::string padded(const std::string& text, std::size_t width) {
     return text + std::string(width - std::min(width, displayWidth(text)), ' ');
 }
 
-std::string stepLines(const Row& row, const Layout& layout, Paint paint, bool color) {
+std::string rowLines(const ScreenRow& row, const Layout& layout, Paint paint, bool color) {
     std::vector<std::string> sentence = wrappedWords(row.sentence, layout.sentence, kListBreak);
     std::vector<std::string> places(layout.beside ? 0 : sentence.size());
     places.insert(places.end(), row.places.begin(), row.places.end());
@@ -140,6 +115,21 @@ std::string answerLines(const Reply& reply, const ScreenOptions& options) {
 
 } // namespace
 
+std::vector<const Step*> chosenSteps(const std::vector<Step>& steps, bool verbose) {
+    std::vector<const Step*> chosen;
+    for (const Step& step : steps) {
+        if (verbose || step.weight != Weight::Detail) {
+            chosen.push_back(&step);
+        }
+    }
+    // The decisive step stays, whatever is in front of it.
+    while (!verbose && chosen.size() > kMostSteps) {
+        const auto last = chosen.end() - 1;
+        chosen.erase((*last)->weight == Weight::Decisive ? last - 1 : last);
+    }
+    return chosen;
+}
+
 std::string momentSentence(const Explanation& explanation) {
     switch (explanation.moment) {
     case Moment::Load:
@@ -150,6 +140,16 @@ std::string momentSentence(const Explanation& explanation) {
         break;
     }
     return {};
+}
+
+std::string screenRows(const std::vector<ScreenRow>& rows, const ScreenOptions& options,
+                       Paint paint) {
+    const Layout layout = layoutOf(rows, options.width);
+    std::string text;
+    for (const ScreenRow& row : rows) {
+        text += rowLines(row, layout, paint, options.color);
+    }
+    return text;
 }
 
 std::string explanationScreen(const Explanation& explanation, const Reply& reply,
@@ -165,12 +165,8 @@ std::string explanationScreen(const Explanation& explanation, const Reply& reply
         append(text, "to do: " + escaped(explanation.verdict.advice), options.width);
     }
     const std::vector<const Step*> steps = chosenSteps(explanation.steps, options.verbose);
-    const std::vector<Row> rows = rowsOf(steps, options.verbose);
-    const Layout layout = layoutOf(rows, options.width);
-    text += rows.empty() ? "" : "\n";
-    for (const Row& row : rows) {
-        text += stepLines(row, layout, wrong ? Paint::Red : Paint::Green, options.color);
-    }
+    text += steps.empty() ? "" : "\n";
+    text += screenRows(rowsOf(steps, options.verbose), options, wrong ? Paint::Red : Paint::Green);
     if (const std::size_t more = explanation.steps.size() - steps.size(); more != 0) {
         text += fmt::format("{} more step{}: -v\n", more, more == 1 ? "" : "s");
     }

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "explain/StepPlace.h"
 
+#include "deployment/CallerDirectory.h"
 #include "render/Text.h"
 
 #include <fmt/format.h>
 
 #include <filesystem>
-#include <system_error>
 
 namespace sysconfctl {
 
@@ -29,9 +29,8 @@ std::optional<StepPlace> placeOf(const Step& step) {
 
 std::string shortPath(const std::string& path) {
     namespace fs = std::filesystem;
-    std::error_code error;
-    const fs::path here = fs::current_path(error);
-    if (error || path.empty() || path.front() != '/') {
+    const fs::path here = callerDirectory();
+    if (here.empty() || path.empty() || path.front() != '/') {
         return path;
     }
     std::string relative = fs::path(path).lexically_relative(here).string();

@@ -44,6 +44,12 @@ void reportThrow(const std::string& queryLabel, const std::string& message) {
     reportError(diagnostic::kLibraryThrew, queryLabel + ": the library threw: " + escaped(message));
 }
 
+void reportNewer(const std::vector<std::string>& sentences) {
+    for (const std::string& sentence : sentences) {
+        reportNotice(diagnostic::kNewerThanProcess, sentence);
+    }
+}
+
 void reportUnloadedFiles(const std::vector<std::string>& troubles) {
     for (const std::string& trouble : troubles) {
         reportError(diagnostic::kDoesNotLoad, "the " + escaped(trouble));

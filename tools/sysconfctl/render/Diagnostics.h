@@ -18,9 +18,12 @@ inline constexpr std::string_view kLibraryThrew = "library-threw";
 inline constexpr std::string_view kDoesNotLoad = "does-not-load";
 inline constexpr std::string_view kNoSuchNode = "no-such-node";
 inline constexpr std::string_view kNoMatch = "no-match";
+inline constexpr std::string_view kNowhere = "nowhere";
 inline constexpr std::string_view kNoGraphviz = "no-graphviz";
 inline constexpr std::string_view kOutput = "output";
 inline constexpr std::string_view kInternal = "internal";
+/// Notice of --pid.
+inline constexpr std::string_view kNewerThanProcess = "newer-than-process";
 /// Notices of `watch`.
 inline constexpr std::string_view kSubscribed = "subscribed";
 inline constexpr std::string_view kNotSubscribed = "not-subscribed";
@@ -37,6 +40,8 @@ void reportNotice(std::string_view name, std::string_view sentence);
 
 /// Reports that the library threw an exception with that message on a query.
 void reportThrow(const std::string& queryLabel, const std::string& message);
+/// Reports what is newer than a process.
+void reportNewer(const std::vector<std::string>& sentences);
 /// Reports each file that does not load.
 void reportUnloadedFiles(const std::vector<std::string>& troubles);
 /// Reports each value of a filter that no node has: as errors and as notices.

@@ -4,6 +4,7 @@
 #include "render/Pager.h"
 #include "render/Text.h"
 
+#include <fcntl.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -86,6 +87,19 @@ void writeOutput(std::string_view text) {
     }
     if (error != 0) {
         throw OutputError("cannot write the output: " + std::system_category().message(error));
+    }
+}
+
+void writeOutputFile(const std::string& path, std::string_view text) {
+    constexpr mode_t kMode = 0666; // without the bits of the umask
+    const int descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kMode);
+    int error = descriptor < 0 ? errno : writeAll(descriptor, text);
+    if (descriptor >= 0 && ::close(descriptor) != 0 && error == 0) {
+        error = errno;
+    }
+    if (error != 0) {
+        throw OutputError("cannot write " + shellWord(path) + ": " +
+                          std::system_category().message(error));
     }
 }
 

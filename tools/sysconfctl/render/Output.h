@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 
 namespace sysconfctl {
@@ -28,6 +29,10 @@ void writeOutput(std::string_view text);
 /// Writes the whole text to a descriptor.
 /// @return 0 or the error number.
 int writeAll(int descriptor, std::string_view text);
+
+/// Writes the whole text to a file, in place of what is in it.
+/// @throws OutputError if any of it cannot be written.
+void writeOutputFile(const std::string& path, std::string_view text);
 
 /// Writes the text to standard error; a failure is ignored.
 void writeErrors(std::string_view text);

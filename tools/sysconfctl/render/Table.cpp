@@ -25,10 +25,6 @@ std::string padded(const std::string& text, std::size_t width) {
     return used < width ? text + std::string(width - used, ' ') : text;
 }
 
-std::string counted(std::size_t count, const char* singular, const char* plural) {
-    return fmt::format("{} {}", count, count == 1 ? singular : plural);
-}
-
 std::string joinedItems(const Lines& items) {
     Lines shown;
     for (const std::string& item : items) {

@@ -31,6 +31,9 @@ std::vector<std::string> wrappedWords(std::string_view text, std::size_t width,
 /// The word in shell syntax: verbatim, or quoted if necessary.
 std::string shellWord(std::string_view word);
 
+/// "1 entry", "2 entries".
+std::string counted(std::size_t count, const char* one, const char* many);
+
 /// Parts joined by a separator.
 std::string joined(const std::vector<std::string>& parts, std::string_view separator);
 

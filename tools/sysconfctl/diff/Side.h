@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "explain/Prediction.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace sysconfctl {
+
+/// A process of a directory, and the files that it reads.
+struct ProcessFiles {
+    /// The path of the app config file within the directory, and the instance id: what the process
+    /// has in common with its counterpart in another directory.
+    std::string key;
+    std::string appConfig;
+    /// Empty if the directory has none.
+    std::string nodeList;
+    std::string managerNodeList;
+    std::string instance;
+    /// APP_ROOT of the process, relative to the directory: two copies have the same.
+    std::string appRoot;
+};
+
+/// One of the two environments to compare: one process, or those of a directory.
+class Side {
+public:
+    /// A process whose files have been read.
+    Side(std::string name, Sources sources);
+    /// The processes of a directory.
+    /// @throws UsageError if it has none.
+    Side(const std::string& directory, std::vector<std::string> localAddresses);
+
+    const std::string& name() const { return m_name; }
+    /// In ascending order of their keys; empty for a single process that is not from a directory.
+    const std::vector<ProcessFiles>& processes() const { return m_processes; }
+    bool isOneProcess() const { return m_processes.size() <= 1; }
+    /// The instance id of the only process.
+    std::string instance() const;
+
+    /// Reads the files of a process, which must be one of `processes`; null: the only one.
+    void open(const ProcessFiles* files);
+    /// The files of the process that was opened last.
+    const Sources& sources() const { return m_prediction ? m_prediction->sources() : m_sources; }
+    /// The answers of that process. Valid until another one is opened.
+    const Prediction& prediction();
+
+private:
+    /// A file of the last process is read again only if this process has another one.
+    Sources sourcesOf(const ProcessFiles& files);
+
+    std::string m_name;
+    std::vector<ProcessFiles> m_processes;
+    std::vector<std::string> m_localAddresses;
+    /// Moved into the prediction as soon as there is one.
+    Sources m_sources;
+    std::unique_ptr<Prediction> m_prediction;
+};
+
+} // namespace sysconfctl

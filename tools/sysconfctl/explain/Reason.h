@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "explain/Explanation.h"
+
+#include <json/value.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace sysconfctl {
+
+/// The file, line and column of a step. Does not depend on the sources, unlike StepPlace.
+struct ReasonPlace {
+    std::string file;
+    located::Place place;
+    std::string pointer;
+    /// "node-1/etc/app.json:18:17", escaped.
+    std::string shown;
+};
+
+/// Why an answer is what it is, in short. Remains valid after the sources are gone.
+struct Reason {
+    std::string_view name;
+    std::string sentence;
+    std::string advice;
+    /// The place of the step that decides; if it has none, of the last step before it that has a
+    /// say in the answer.
+    std::optional<ReasonPlace> place;
+};
+
+/// Nothing if the step has none.
+std::optional<ReasonPlace> reasonPlaceOf(const Step& step);
+
+Reason reasonOf(const Explanation& explanation);
+
+/// Adds "file", "line", "column", "pointer".
+void addPlace(Json::Value& row, const ReasonPlace& place);
+/// Adds "verdict", "reason", and as they apply "advice", "file", "line", "column", "pointer".
+void addReason(Json::Value& row, const Reason& reason);
+
+} // namespace sysconfctl

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "deployment/Cluster.h"
+#include "explain/Prediction.h"
+#include "explain/Reason.h"
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// Where an address, a node id, a tag or another name appears: in the files, on this host, and in
+/// the answers. Passwords are not searched.
+namespace sysconfctl {
+
+/// A place in a file, or the host.
+struct Appearance {
+    /// "host", "node", "entry", "process", "database" or "value".
+    std::string_view kind;
+    /// Not escaped.
+    std::string sentence;
+    std::optional<ReasonPlace> place = std::nullopt;
+    std::string node = {};
+    /// Of an address entry: its place in the list, its address and its tags.
+    std::string entry = {};
+    std::string address = {};
+    std::vector<std::string> tags = {};
+};
+
+/// An answer of `show` in which the word appears, masked.
+struct AppearanceInAnswer {
+    Reply reply;
+    /// The part of the answer that has it: items of a list, lines of a map. The whole of a text.
+    /// Empty if the part is a large one, such as a database. Escaped.
+    std::string part;
+};
+
+struct Appearances {
+    std::string word;
+    std::vector<Appearance> places;
+    std::vector<AppearanceInAnswer> answers;
+    /// What was probably meant if it appears nowhere; may be empty.
+    std::string near;
+
+    bool none() const { return places.empty() && answers.empty(); }
+};
+
+Appearances appearancesOf(const std::string& word, const Prediction& prediction,
+                          const Cluster& cluster, bool revealSecrets);
+
+std::string appearanceTable(const Appearances& found, std::size_t width, bool color);
+/// Tab-separated: kind, sentence, place; for an answer "answer", query, text.
+std::string appearancePlain(const Appearances& found);
+std::string appearanceJson(const Appearances& found);
+
+} // namespace sysconfctl
