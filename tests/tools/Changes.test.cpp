@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "watch/Changes.h"
 
+#include "cli/UsageError.h"
 #include "render/Json.h"
+
+#include "support/Deployment.h"
 
 #include <gtest/gtest.h>
 
@@ -96,15 +99,107 @@ TEST(Changes, Line_IsOneJsonObjectWithBothAnswers) {
     const Reply before{&findQuery("db-type"), {"a", "0"}, textAnswer("x")};
     Reply after{&findQuery("db-type"), {"a", "0"}, textAnswer("")};
     EXPECT_EQ(changeLine({&before, &after}, kTime),
-              R"({"arguments":["a","0"],"kind":"change","new":{"answered":false,"value":null},)"
+              R"({"arguments":["a","0"],"causes":[],"kind":"change",)"
+              R"("new":{"answered":false,"value":null},)"
               R"("old":{"answered":true,"value":"x"},"operation":"getDBType","query":"db-type",)"
               R"("schemaVersion":1,"time":"2023-11-14T22:13:20.007Z"})"
               "\n");
-    EXPECT_EQ(changeLine({&before, nullptr}, kTime),
-              R"({"arguments":["a","0"],"kind":"change","new":null,)"
-              R"("old":{"answered":true,"value":"x"},"operation":"getDBType","query":"db-type",)"
-              R"("schemaVersion":1,"time":"2023-11-14T22:13:20.007Z"})"
+    EXPECT_EQ(
+        changeLine({&before, nullptr}, kTime, {{"changed", "the list \"x\" changed"}}),
+        R"({"arguments":["a","0"],"causes":["the list \"x\" changed"],"kind":"change","new":null,)"
+        R"("old":{"answered":true,"value":"x"},"operation":"getDBType","query":"db-type",)"
+        R"("schemaVersion":1,"time":"2023-11-14T22:13:20.007Z"})"
+        "\n");
+}
+
+TEST(Changes, Cause_IsOneLineInEachFormat) {
+    const Cause cause{"changed", "the list /a\033 changed", "/a\033", kTime};
+    EXPECT_EQ(causeText(cause, 100), "2023-11-14T22:13:20.007Z  the list /a\\x1b changed\n");
+    EXPECT_EQ(causeText(cause, 40), "2023-11-14T22:13:20.007Z  the list\n  /a\\x1b changed\n");
+    EXPECT_EQ(causePlain(cause), "2023-11-14T22:13:20.007Z\t!\t\tthe list /a\\x1b changed\n");
+    EXPECT_EQ(causeLine(cause),
+              R"({"file":"/a\u001b","kind":"cause","name":"changed","schemaVersion":1,)"
+              R"("text":"the list /a\u001b changed","time":"2023-11-14T22:13:20.007Z"})"
               "\n");
+    EXPECT_EQ(causeLine({"host-addresses", "x"}).find("file"), std::string::npos);
+}
+
+SourceFile list(const std::string& text, bool loads) {
+    SourceFile file;
+    file.title = "node list";
+    file.path = "/n";
+    file.document = located::Document(text);
+    file.loads = loads;
+    return file;
+}
+
+std::string sentences(const std::vector<Cause>& causes) {
+    std::string text;
+    for (const Cause& cause : causes) {
+        text += std::string(cause.name) + ": " + cause.sentence + '\n';
+    }
+    return text;
+}
+
+TEST(Changes, CauseOfAFile_NamesWhatNoLongerLoadsAndWhere) {
+    const SourceFile one = list("{}", true);
+    const SourceFile other = list("{\"a\": 1}", true);
+    const SourceFile damaged = list("{\n  \"a\" 1}", false);
+    SourceFile missing = list("", false);
+    missing.unreadable = "No such file or directory";
+    EXPECT_EQ(sentences(causesBetween(one, one)), "");
+    EXPECT_EQ(sentences(causesBetween(missing, missing)), "");
+    EXPECT_EQ(sentences(causesBetween(one, other)), "changed: the node list /n changed\n");
+    EXPECT_EQ(
+        sentences(causesBetween(one, damaged)),
+        "no-longer-loads: the node list no longer loads: /n:2:7: a \":\" should stand between "
+        "a member's name and its value\n");
+    EXPECT_EQ(
+        sentences(causesBetween(damaged, missing)),
+        "no-longer-loads: the node list still does not load: /n: No such file or directory\n");
+    EXPECT_EQ(sentences(causesBetween(missing, one)),
+              "loads-again: the node list /n loads again\n");
+}
+
+TEST(Changes, CauseOfTheHost_NamesTheAddresses) {
+    EXPECT_EQ(sentences(addressCauses({"a", "b"}, {"b", "a"})), "");
+    EXPECT_EQ(sentences(addressCauses({"a", "b"}, {"b", "c", "d"})),
+              "host-addresses: this host now carries c, d\n"
+              "host-addresses: this host no longer carries a\n");
+}
+
+TEST(Changes, CausesOfChanges_AreThoseSinceTheLastChanges) {
+    support::Deployment deployment;
+    deployment.appConfig("{}").nodeList("{}");
+    Causes causes;
+    EXPECT_EQ(sentences(causes.update()), "");
+    const std::string list = "changed: the node list " + deployment.nodeListPath().string();
+    const std::string config =
+        "changed: the application configuration file " + deployment.appConfigPath().string();
+    const std::string manager =
+        "loads-again: the manager node list " + deployment.managerNodeListPath().string();
+    deployment.nodeList("[]");
+    EXPECT_EQ(sentences(causes.update()), list + " changed\n");
+    EXPECT_EQ(sentences(causes.update()), "");
+    deployment.nodeList("[1]");
+    EXPECT_EQ(sentences(causes.update()), list + " changed\n");
+    deployment.appConfig("[]");
+    EXPECT_EQ(sentences(causes.update()), config + " changed\n");
+    EXPECT_EQ(sentences(causes.ofChanges()), list + " changed\n" + config + " changed\n");
+    deployment.managerNodeList("{}");
+    EXPECT_EQ(sentences(causes.update()), manager + " loads again\n");
+    EXPECT_EQ(sentences(causes.ofChanges()), manager + " loads again\n");
+    EXPECT_EQ(sentences(causes.ofChanges()), manager + " loads again\n");
+}
+
+TEST(Changes, AskedQuery_HasItsArgumentsInOneWord) {
+    const AskedQuery bare = askedQuery("getDBType", "watch");
+    EXPECT_EQ(bare.query->name, "db-type");
+    EXPECT_TRUE(bare.arguments.empty());
+    EXPECT_EQ(askedQuery("db-type 'or ders' 0", "watch").arguments, (Arguments{"or ders", "0"}));
+    for (const char* wrong : {"", "db-tpe", "db-type x", "local-port 1"}) {
+        EXPECT_THROW(askedQuery(wrong, "watch"), UsageError) << wrong;
+    }
 }
 
 TEST(Changes, AnswerLine_IsTheReplyWithKindAndTime) {

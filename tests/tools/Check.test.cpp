@@ -330,6 +330,21 @@ const std::vector<std::string> kSecretTexts = {
     "{\"databases\": {\"d\": [{\"passwd\":\n\n \"hush\"-hush\"\n}]}}",
     "{\"databases\": {\"d\": [{\"passwd\"\n : \"hush-hush\\q\"\n}]}}",
     R"({"databases": {"d": [{"passwd": "hush-hush", "passwd": "hush-hush"}]}, "processes": []})",
+    R"({"databases": {"d": [{"paswd": "hush-hush", "type": []}]}})",
+    R"({"databases": {"d": [{"token": {"hush": "hush"}, "type": []}]}})",
+    R"({"databases": {"d": [{"accessHost": "db://me:hush-hush@host"}]}})",
+    R"({"databases": {"d": "hush-hush"}})",
+    R"({"databases": ["hush-hush"]})",
+    R"({"database": {"d": [{"pw": "hush-hush"}]}})",
+    R"({"databases": {"d": [{"pw": "hush-hush" "type": "x"}]}})",
+    R"({"databases": {"d": [{"type": "x" "pw": "hush-hush"}]}})",
+    R"({"databases": {"d": [{"type": "x, "pw": "hush-hush"}]}})",
+    R"({"databases": {"d": [{"pw": "hush"-hush"}]}})",
+    R"({"databases": {"d": [{"pw": "hush-hush}]}})",
+    R"({"databases": {"d": [{"pw": hush-hush}]}})",
+    R"({"processes": {"p1": {"nodeId": n}}, "databases": {"d": [{"pw": "hush-hush"}]}})",
+    R"({"databases": {}}, "d": [{"pw": "hush-hush"}]})",
+    R"(["hush-hush" "hush"])",
 };
 
 TEST(Check, Passwords_AreMaskedInEveryExcerptUnlessRevealed) {

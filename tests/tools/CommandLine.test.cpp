@@ -46,19 +46,40 @@ TEST(CommandLine, UnknownCommand_IsAUsageErrorWithANearMatchEvenWithHelp) {
 }
 
 TEST(CommandLine, Version_IsNameAndNumber) {
-    EXPECT_THAT(tool::run({"--version"}).output,
-                MatchesRegex("sysconfctl [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+    for (const auto& arguments : std::vector<std::vector<std::string>>{
+             {"--version"}, {"-V"}, {"version"}, {"--version", "show"}}) {
+        EXPECT_THAT(tool::run(arguments).output,
+                    MatchesRegex("sysconfctl [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+    }
 }
 
-TEST(CommandLine, CommonOptions_AreAcceptedBeforeAndAfterTheCommand) {
+TEST(CommandLine, NoArguments_ListsTheCommandsAsAnError) {
+    const auto result = tool::run({});
+    EXPECT_EQ(result.exitStatus, 2);
+    EXPECT_EQ(result.output, "");
+    EXPECT_THAT(result.errors, AllOf(HasSubstr("a command is required\n"), HasSubstr("\n  show "),
+                                     HasSubstr("sysconfctl help COMMAND")));
+}
+
+TEST(CommandLine, HelpCommand_PrintsWhatTheOptionPrints) {
+    EXPECT_EQ(tool::run({"help"}).output, tool::run({"--help"}).output);
+    for (const char* command : {"show", "get", "watch", "nodes"}) {
+        EXPECT_EQ(tool::run({"help", command}).output, tool::run({command, "-h"}).output);
+        EXPECT_EQ(tool::run({"--help", command}).output, tool::run({command, "-h"}).output);
+    }
+}
+
+TEST(CommandLine, Options_AreAcceptedBeforeAndAfterTheCommand) {
     const std::string file = tool::kEast.envFile().string();
-    for (const auto& arguments :
-         std::vector<std::vector<std::string>>{{"--env-file", file, "get", "local-port"},
-                                               {"get", "--env-file", file, "local-port"},
-                                               {"get", "local-port", "--env-file", file},
-                                               {"--env-file=" + file, "get", "local-port"},
-                                               {"--env-file", tool::kMaster.envFile().string(),
-                                                "get", "--env-file", file, "local-port"}}) {
+    for (const auto& arguments : std::vector<std::vector<std::string>>{
+             {"--env-file", file, "get", "local-port"},
+             {"get", "--env-file", file, "local-port"},
+             {"get", "local-port", "--env-file", file},
+             {"--env-file=" + file, "get", "local-port"},
+             {"-o", "plain", "--env-file", file, "get", "local-port"},
+             {"-ojson", "--output=plain", "get", "local-port", "--env-file", file},
+             {"--env-file", tool::kMaster.envFile().string(), "get", "--env-file", file,
+              "local-port"}}) {
         EXPECT_EQ(tool::run(arguments).output, "32000\n") << testing::PrintToString(arguments);
     }
 }

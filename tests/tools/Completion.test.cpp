@@ -68,6 +68,14 @@ TEST(Completion, Values_AreThoseOfBothListsAndTheConfiguration) {
                 ElementsAre(":values", "0\tpost\\tgres", "1\t"));
     EXPECT_THAT(completed({"explain", "db-type", "x", ""}), IsEmpty());
     EXPECT_THAT(completed({"explain", "db-type", "or ders", "0", ""}), IsEmpty());
+    EXPECT_THAT(completed({"nodes", "--tenancy", ""}), ElementsAre(":values", "west\t"));
+    EXPECT_THAT(completed({"map", "--missing", ""}),
+                ElementsAre(":values", "northbound2\t", "plain\t", "service\t", "southbound11\t"));
+    EXPECT_THAT(completed({"nodes", "--role", ""}), ElementsAre(":values", "master\t"));
+    EXPECT_THAT(completed({"help", "exp"}), Contains(testing::StartsWith("explain\t")));
+    EXPECT_THAT(completed({"help", "explain", ""}), IsEmpty());
+    EXPECT_THAT(completed({"-o", "json", "nodes", "--tenancy", ""}),
+                ElementsAre(":values", "west\t"));
     EXPECT_THAT(completed({"nodes", "--local-address", ""}),
                 ElementsAre(":values", "192.0.2.1\t", "192.0.2.2\t"));
     EXPECT_THAT(completed({"show", "--set", "PROCESS_INSTANCE_ID="}),
@@ -106,7 +114,9 @@ TEST(Completion, Options_AreOfferedOnceUnlessTheyMayBeRepeated) {
 
 TEST(Completion, ValuesOfOptions_AreOfferedAfterThemAndInTheSameWord) {
     EXPECT_THAT(completed({"nodes", "-o", ""}),
-                ElementsAre(":values", "table\t", "wide\t", "plain\t", "json\t"));
+                ElementsAre(":values", "table\t", "wide\t", "name\t", "plain\t", "json\t"));
+    EXPECT_THAT(completed({"map", "--sort", ""}), IsEmpty());
+    EXPECT_THAT(completed({"nodes", "--sort", ""}), Contains("host-tag\t"));
     EXPECT_THAT(completed({"nodes", "-oj"}), Contains("-ojson\t"));
     EXPECT_THAT(completed({"nodes", "--output="}), Contains("--output=json\t"));
     EXPECT_THAT(completed({"--color", ""}),

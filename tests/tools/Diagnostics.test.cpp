@@ -48,7 +48,8 @@ const std::vector<std::vector<std::string>> kMisuses = {
     {"frobnicate", "-o", "json"},
     {"--frobnicate", "show", "-o", "json"},
     {"show", "-ojson", "x"},
-    {"show", "--output=json", "--output=plain"},
+    {"show", "--output=plain", "--output=json", "x"},
+    {"-o", "json", "show", "x"},
     {"show", "-o", "json", "--set", "x"},
     {"show", "-o", "json", "--env-file", "/nowhere/x.env"},
     {"show", "-o", "json", "--env-file"},
@@ -82,6 +83,7 @@ TEST(Diagnostics, OtherFormats_AreSentences) {
          std::vector<std::vector<std::string>>{{"get", "x"},
                                                {"get", "x", "-o", "plain"},
                                                {"get", "x", "--", "-o", "json"},
+                                               {"get", "x", "-o", "json", "--output=plain"},
                                                {"nodes", "-o", "table", "-x"}}) {
         EXPECT_THAT(tool::run(arguments).errors, MatchesRegex("sysconfctl: [^{].*\n"))
             << testing::PrintToString(arguments);
@@ -120,8 +122,9 @@ TEST(Diagnostics, ErrorsOfCommandsWithJson_AreJsonBesideTheOutput) {
 
 TEST(Diagnostics, LostOutputWithJson_IsJson) {
     for (const char* command : {"show", "check", "nodes"}) {
-        const auto result =
-            tool::sysconfctl({command, "-o", "json"}).outputToFile("/dev/full").run();
+        const auto result = tool::sysconfctl({command, "-o", "json", "--set", "APP_ROOT=/x"})
+                                .outputToFile("/dev/full")
+                                .run();
         EXPECT_EQ(result.exitStatus, 70) << command;
         EXPECT_EQ(nameOfOnly(result.errors), "output") << command;
     }

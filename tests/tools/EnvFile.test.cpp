@@ -76,8 +76,8 @@ TEST(EnvFile, NulByte_CannotBePartOfAValue) {
 }
 
 TEST(EnvFile, AssignmentOfTheCommandLine_IsVerbatim) {
-    const Assignment assignment = parseAssignment("A= \"b\"=c ");
-    EXPECT_EQ(assignment.variable, "A");
+    const Assignment assignment = parseAssignment("APP_ROOT= \"b\"=c ");
+    EXPECT_EQ(assignment.variable, "APP_ROOT");
     EXPECT_EQ(assignment.value, " \"b\"=c ");
     EXPECT_THROW(parseAssignment("A"), UsageError);
     EXPECT_THROW(parseAssignment(" A=1"), UsageError);

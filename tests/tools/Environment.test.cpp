@@ -67,7 +67,7 @@ TEST(Environment, Set_OverridesTheFileAndTheLastOneWins) {
     EXPECT_EQ(answer({"--set", "APP_ROOT=/a", "get", "app-root", "--set", "APP_ROOT=/b", "--set",
                       "APP_ROOT=/c=d"}),
               "/c=d\n");
-    EXPECT_EQ(answer({"--set", "APP_ROOT=/a", "--set", "OTHER=1", "get", "app-root"}), "/a\n");
+    EXPECT_EQ(answer({"--set", "APP_ROOT=/a", "--set", "NO_COLOR=1", "get", "app-root"}), "/a\n");
 }
 
 TEST(Environment, Set_TakesItsValueVerbatim) {
@@ -89,6 +89,17 @@ TEST(Environment, EnvFileWithAnOddName_IsFound) {
                             .workingDirectory(support::testDirectory())
                             .run();
     EXPECT_EQ(result.output, "/odd\n");
+}
+
+TEST(Environment, MisspeltVariableInAnEnvFile_IsReportedButOthersAreIgnored) {
+    const auto file = envFile("PATH=/bin\nHOME2=/x\nAPP_HOME=/y\nAPP_ROOT=/x\n");
+    EXPECT_EQ(answer({"get", "app-root", "--env-file", file.string()}), "/x\n");
+    const auto misspelt = envFile("APP_ROOT=/x\nTOML_ROOT=/my-text\n");
+    const auto result = tool::run({"show", "--env-file", misspelt.string()});
+    EXPECT_EQ(result.exitStatus, 2);
+    EXPECT_THAT(result.errors, HasSubstr("process.env:2: unknown variable TOML_ROOT, did you mean "
+                                         "TOLM_ROOT?\n"));
+    EXPECT_THAT(result.errors, Not(HasSubstr("my-text")));
 }
 
 TEST(Environment, BadLineInAnEnvFile_IsReportedByNumberWithoutItsText) {

@@ -20,7 +20,7 @@ using ::testing::StartsWith;
 /// All formats of a command.
 const std::vector<std::string>& formatsOf(std::string_view command) {
     static const std::vector<std::string> usual = {"table", "plain", "json"};
-    static const std::vector<std::string> ofNodes = {"table", "wide", "plain", "json"};
+    static const std::vector<std::string> ofNodes = {"table", "wide", "name", "plain", "json"};
     static const std::vector<std::string> ofMap = {"dot",   "mermaid", "svg",
                                                    "table", "plain",   "json"};
     return command == "nodes" ? ofNodes : command == "map" ? ofMap : usual;
@@ -78,8 +78,10 @@ support::Deployment filesWithWarnings() {
 const std::vector<Row> kRows = {
     {Found::BrokenDatabases, 0, {"get", "local-port"}, ""},
     {Found::BrokenDatabases, 0, {"get", "wss-port"}, ""},
-    {Found::BrokenDatabases, 0, {"get", "all-db-info"}, ""},
-    {Found::BrokenDatabases, 0, {"get", "db-info", "object"}, ""},
+    {Found::BrokenDatabases, 0, {"get", "all-db-info", "--reveal-secrets"}, ""},
+    {Found::BrokenDatabases, 0, {"get", "db-info", "object", "--reveal-secrets"}, ""},
+    {Found::BrokenDatabases, 2, {"get", "all-db-info"}, "all-db-info holds secrets"},
+    {Found::BrokenDatabases, 2, {"get", "db-info", "object"}, "db-info object holds secrets"},
     {Found::BrokenDatabases, 0, {"get", "db-user-name", "fields", "0"}, ""},
     {Found::BrokenDatabases, 0, {"get", "local-node-ips", "northbound"}, ""},
     {Found::BrokenDatabases, 0, {"get", "--list"}, ""},
@@ -223,6 +225,20 @@ TEST(ExitStatus, EndOfWatch_Is0AndWhileTheLibraryThrows3) {
     }
 }
 
+TEST(ExitStatus, NoVariableSet_ShowSaysWhatToSet) {
+    for (const char* variable : {"APP_CONF_FILE", "PROCESS_INSTANCE_ID", "APP_ROOT"}) {
+        support::setEnvironment(variable, nullptr);
+    }
+    support::setEnvironment("TOLM_ROOT", "");
+    for (const std::string& format : formatsOf("show")) {
+        const auto result = tool::run({"show", "-o", format});
+        EXPECT_EQ(result.exitStatus, 1) << format;
+        EXPECT_EQ(result.output, "") << format;
+        EXPECT_THAT(result.errors, HasSubstr("set APP_CONF_FILE, PROCESS_INSTANCE_ID, APP_ROOT "));
+    }
+    EXPECT_EQ(tool::run({"show", "--set", "TOLM_ROOT=/nowhere"}).exitStatus, 0);
+}
+
 TEST(ExitStatus, NothingConfigured_ShowStillAnswers) {
     const support::Deployment deployment;
     for (const std::string& format : formatsOf("show")) {
@@ -244,10 +260,17 @@ TEST(ExitStatus, QueryThatThrows_ShowAnswersTheOthers) {
 const std::vector<Misuse> kMisused = {
     {2, {}, "a command is required"},
     {2, {"frobnicate"}, "frobnicate"},
-    {2, {"--frobnicate", "show"}, "--frobnicate"},
+    {2, {"--frobnicate", "show"}, "unknown option --frobnicate (sysconfctl show --help shows"},
+    {2, {"--frobnicate"}, "unknown option --frobnicate ("},
+    {2, {"--color", "never"}, "a command is required ("},
+    {2, {"show", "--colr=never"}, "unknown option --colr, did you mean --color? ("},
+    {2, {"help", "show", "get"}, "unexpected argument get ("},
+    {2, {"help", "shwo"}, "unknown command shwo, did you mean show? ("},
+    {2, {"version", "show"}, "unexpected argument show ("},
+    {2, {"local-port"}, "unknown command local-port, did you mean get local-port? ("},
     {2, {"show", "local-port"}, "local-port"},
-    {2, {"show", "bad\033[31m"}, "bad\\x1b[31m ("},
-    {2, {"show", "[a]"}, "expected: [a] ("},
+    {2, {"show", "bad\033[31m"}, "unexpected argument $'bad\\x1b[31m' ("},
+    {2, {"show", "[a]"}, "unexpected argument '[a]' (sysconfctl show --help"},
     {2, {"show", "-o", "xml"}, "xml not in {table,plain,json}"},
     {2, {"show", "-o", "1"}, "1 not in {table,plain,json}"},
     {2, {"show", "-o"}, "--output"},
@@ -256,23 +279,31 @@ const std::vector<Misuse> kMisused = {
     {2, {"explain"}, "either a query or --all"},
     {2, {"explain", "--all", "local-port"}, "either a query or --all"},
     {2, {"explain", "locl-port"}, "unknown query locl-port, did you mean local-port?"},
-    {2, {"explain", "db-type", "x"}, "db-type takes other arguments"},
+    {2,
+     {"explain", "db-type", "x"},
+     "db-type takes other arguments: sysconfctl explain db-type NAME"},
     {2, {"explain", "db-type", "x", "y"}, "not y"},
     {2, {"explain", "local-port", "--color", "blue"}, "blue not in {auto,always,never}"},
-    {2, {"nodes", "-o", "dot"}, "dot not in {table,wide,plain,json}"},
+    {2, {"nodes", "-o", "dot"}, "dot not in {table,wide,name,plain,json}"},
     {2, {"map", "-o", "wide"}, "wide not in {dot,mermaid,svg,table,plain,json}"},
     {2, {"map", "n1"}, "n1"},
+    {2, {"nodes", "--sort", "size"}, "size not in {node,role,"},
+    {2, {"map", "--sort", "node"}, "unknown option --sort"},
     {2, {"who"}, "who takes an address, the id of a node, or a tag"},
     {2, {"who", "a", "b"}, "b"},
     {2, {"diff", "a", "b", "-o", "sarif"}, "sarif not in {table,plain,json}"},
     {2, {"show", "--pid"}, "--pid"},
     {2, {"watch", "-o", "text"}, "text not in {table,plain,json}"},
-    {2, {"watch", "local-port"}, "local-port"},
+    {2, {"watch", "locl-port"}, "unknown query locl-port, did you mean local-port?"},
+    {2, {"watch", "local-port", "db-type x"}, "sysconfctl watch db-type NAME INDEX"},
     {2, {"map", "--local-address"}, "--local-address"},
     {2, {"get"}, "either a query or --list"},
     {2, {"get", "local-port", "--list"}, "either a query or --list"},
     {2, {"get", "locl-port"}, "unknown query locl-port, did you mean local-port?"},
-    {2, {"get", "getLocalPort"}, "unknown query getLocalPort"},
+    {2, {"get", "getLocalPrt"}, "unknown query getLocalPrt, did you mean getLocalPort?"},
+    {2,
+     {"get", "service-ip"},
+     "unknown query service-ip, did you mean local-service-ip, local-internal-service-ip or "},
     {2, {"get", "bad\033[31m"}, "unknown query $'bad\\x1b[31m'"},
     {2, {"get", "local-port", "1"}, "local-port takes no arguments"},
     {2, {"get", "db-type", "inventory"}, "sysconfctl get db-type NAME INDEX"},
@@ -291,6 +322,8 @@ const std::vector<Misuse> kMisused = {
     {2, {"show", "--set", "APP_ROOT"}, "--set: expected KEY=VALUE"},
     {2, {"show", "--set", "=1"}, "--set: the text before \"=\""},
     {2, {"show", "--set", "1A=1"}, "--set: the text before \"=\""},
+    {2, {"show", "--set", "APP_ROT=1"}, "unknown variable APP_ROT, did you mean APP_ROOT? ("},
+    {2, {"show", "--set", "OTHER=1"}, "--set: unknown variable OTHER ("},
 };
 
 TEST(ExitStatus, Misuse_Is2WithAMessageOnStandardErrorOnly) {
@@ -316,6 +349,12 @@ TEST(ExitStatus, HelpAndVersion_AreAnswers) {
                                                                        {"diff", "--help"},
                                                                        {"who", "--help"},
                                                                        {"watch", "--help"},
+                                                                       {"help"},
+                                                                       {"help", "get"},
+                                                                       {"help", "help"},
+                                                                       {"-h"},
+                                                                       {"-V"},
+                                                                       {"version"},
                                                                        {"--version"}}) {
         const auto result = tool::run(arguments);
         EXPECT_EQ(result.exitStatus, 0) << testing::PrintToString(arguments);

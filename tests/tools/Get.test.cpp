@@ -102,6 +102,12 @@ TEST(Get, WithoutFormat_IsPlain) {
     EXPECT_EQ(tool::run(tool::kEast, {"get", "local-port"}).output, "32000\n");
 }
 
+TEST(Get, NameOfTheOperation_IsAnAliasOfTheQuery) {
+    EXPECT_EQ(tool::run(tool::kEast, {"get", "getLocalPort"}).output, "32000\n");
+    const auto result = tool::run(tool::kEast, {"get", "getDBType", "metrics", "0", "-o", "json"});
+    EXPECT_EQ(tool::parsed(result.output)["query"], "db-type");
+}
+
 TEST(Get, AsTable_IsOneRowOfIt) {
     EXPECT_EQ(tool::run(tool::kEast, {"get", "local-port", "-o", "table"}).output,
               "  local-port  32000\n");

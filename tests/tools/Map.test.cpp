@@ -88,6 +88,19 @@ TEST(Map, HostileIds_AreVerbatimInJsonAndEscapedOnceAsText) {
     }
 }
 
+TEST(Map, OnATerminalWithoutAFormat_IsATableAndSaysHowToDraw) {
+    const auto onTerminal = [](std::vector<std::string> arguments) {
+        arguments.insert(arguments.end(),
+                         {"--color", "never", "--env-file", tool::kStandby.envFile().string()});
+        return tool::sysconfctl(arguments).outputToTerminal(100).run().output;
+    };
+    const std::string table = onTerminal({"map", "-o", "table"});
+    EXPECT_EQ(onTerminal({"map"}),
+              table + "\nto draw it: sysconfctl map -o svg >map.svg, or -o dot, mermaid\n");
+    EXPECT_THAT(table, StartsWith("TENANCY"));
+    EXPECT_THAT(onTerminal({"map", "-o", "dot"}), StartsWith("digraph"));
+}
+
 TEST(Map, WithoutGraphviz_SvgIsNoAnswerWithAMessage) {
     const auto deployment = hostileDeployment();
     const auto result = tool::sysconfctl({"map", "-o", "svg"})

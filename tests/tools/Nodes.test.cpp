@@ -7,12 +7,13 @@
 
 #include <gmock/gmock.h>
 
+#include <map>
+
 namespace {
 
 using ::testing::AllOf;
-using ::testing::Each;
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::Le;
 using ::testing::Not;
 using ::testing::SizeIs;
 
@@ -102,27 +103,119 @@ TEST(Nodes, TenancyOfAWrongType_HidesTheRolesOfLaterNodesOfAllTenancies) {
               "d\tmaster\tt\tmaster\t\t\t\ne\t\t\t\t\t\t\nf\tstandby\ts\t\t\t\t\n");
 }
 
-TEST(Nodes, Table_IsNoWiderThanTheTerminalWhateverTheIdsAre) {
+/// The ids of the nodes that an invocation lists.
+std::vector<std::string> listed(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), {"nodes", "-o", "name"});
+    return tool::linesOf(tool::run(tool::kWestData, arguments).output);
+}
+
+TEST(Nodes, Filters_AcceptNodesByTenancyRoleAndTags) {
+    EXPECT_THAT(listed({}), SizeIs(12));
+    EXPECT_THAT(listed({"--tenancy", "west", "--role", "master"}),
+                ElementsAre("west-access-1", "west-data-1"));
+    EXPECT_THAT(listed({"--role", "DATA_master", "--role", "collect"}),
+                ElementsAre("east-collect-1", "east-collect-2", "east-data-1", "west-collect-1",
+                            "west-collect-2", "west-data-1"));
+    EXPECT_THAT(listed({"--tag", "SERVICE2"}), ElementsAre("east-access-1", "west-data-2"));
+    EXPECT_THAT(listed({"--tag", "service2", "--tag", "southbound"}), ElementsAre("east-access-1"));
+    EXPECT_THAT(listed({"--tenancy", "east", "--missing", "southbound"}),
+                ElementsAre("east-access-2", "east-data-1", "east-data-2"));
+    EXPECT_THAT(listed({"--role", "collect", "west-collect-1", "west-data-1"}),
+                ElementsAre("west-collect-1"));
+    const auto map = tool::parsed(
+        tool::run(tool::kWestData, {"map", "-o", "json", "--tenancy", "west", "--role", "master"})
+            .output);
+    ASSERT_EQ(map["tenancies"].size(), 1U);
+    EXPECT_EQ(map["tenancies"][0]["nodes"].size(), 2U);
+}
+
+TEST(Nodes, FilterThatNoNodeMatches_IsReportedWithANearMatch) {
+    for (const char* command : {"nodes", "map"}) {
+        const auto result = tool::run(tool::kWestData, {command, "--tenancy", "eats", "--tag",
+                                                        "southbund", "--role", "frobnicate"});
+        EXPECT_EQ(result.exitStatus, 1) << command;
+        EXPECT_EQ(result.errors, "sysconfctl: no node has the tenancy eats, did you mean east?\n"
+                                 "sysconfctl: no node has the role frobnicate\n"
+                                 "sysconfctl: no node has the tag southbund, did you mean "
+                                 "southbound?\n");
+        const auto missing = tool::run(tool::kWestData, {command, "--missing", "southbund"});
+        EXPECT_EQ(missing.exitStatus, 0) << command;
+        EXPECT_THAT(missing.errors, HasSubstr("southbund, did you mean southbound?"));
+    }
+    EXPECT_EQ(tool::run(tool::kWestData,
+                        {"nodes", "--tenancy", "east", "--tag", "service2", "--role", "standby"})
+                  .exitStatus,
+              1);
+}
+
+TEST(Nodes, Sort_ComparesNumbersByValueAndPutsNodesWithoutTheFieldLast) {
     support::Deployment deployment;
-    const std::string wide =
-        "\xe4\xb8\xad\xe6\x96\x87-and-a-name-that-is-far-too-long-for-any-column"
-        "-of-a-table-on-a-narrow-terminal\\u001b[31m";
-    deployment.nodeList("{\"nodeList\": {\"" + wide + "\": {\"assignedToTenancy\": \"" + wide +
-                        "\", \"IPAddresses\": [{\"IP\": \"2001:db8::1\", \"usage\": [\"" + wide +
-                        "\"]}]}}}");
-    for (const unsigned short columns : std::initializer_list<unsigned short>{40, 80, 132}) {
-        for (const char* format : {"table", "wide"}) {
-            const auto result = tool::sysconfctl({"nodes", "-o", format, "--env-file",
-                                                  tool::kEast.envFile().string()})
-                                    .outputToTerminal(columns)
-                                    .variable("NO_COLOR", "1")
-                                    .run();
-            EXPECT_THAT(tool::linesOf(result.output), Each(SizeIs(Le(columns)))) << format;
-            const auto hostile = tool::sysconfctl({"nodes", "-o", format, "--color", "never"})
-                                     .outputToTerminal(columns)
-                                     .run();
-            EXPECT_THAT(hostile.output, AllOf(Not(HasSubstr("\033")), HasSubstr("\xe4\xb8\xad")));
+    deployment.nodeList(R"({"nodeList": {
+        "n10": {"IPAddresses": [{"IP": "192.0.2.9", "usage": ["service"]}]},
+        "n9": {"IPAddresses": [{"IP": "192.0.2.10", "usage": ["service"]}]},
+        "n1": {"assignedToTenancy": "t"}, "n01": {"assignedToTenancy": "s"}}})");
+    const auto sorted = [](const char* field) {
+        return tool::linesOf(tool::run({"nodes", "-o", "name", "--sort", field}).output);
+    };
+    EXPECT_THAT(sorted("node"), ElementsAre("n01", "n1", "n9", "n10"));
+    EXPECT_THAT(sorted("service"), ElementsAre("n10", "n9", "n01", "n1"));
+    EXPECT_THAT(sorted("tenancy"), ElementsAre("n01", "n1", "n10", "n9"));
+}
+
+TEST(Nodes, Json_HasWhatTheTablesShow) {
+    const Json::Value node = tool::parsed(
+        tool::run(tool::kStandby, {"nodes", "-o", "json", "node-2"}).output)["nodes"][0];
+    EXPECT_EQ(node["marks"], tool::parsed(R"(["this", "standby", "stands in for node-1"])"));
+    EXPECT_EQ(node["lists"], tool::parsed(R"(["local", "manager"])"));
+    for (const auto& [member, value] :
+         std::map<std::string, std::string>{{"role", "standby"},
+                                            {"domainType", "ACCESS_Backup"},
+                                            {"tenancy", "core"},
+                                            {"hostTag", "HOST-B"},
+                                            {"maintenance", "192.0.2.12"},
+                                            {"service", "198.51.100.62"},
+                                            {"internalService", "198.51.100.12"}}) {
+        EXPECT_EQ(node[member], value) << member;
+    }
+    EXPECT_EQ(node["addresses"], node["nodeList"]["addresses"]);
+}
+
+TEST(Nodes, NarrowTable_LeavesOutColumnsAndCutsNoCell) {
+    const auto narrow = [](const char* format, unsigned short columns) {
+        return tool::sysconfctl({"nodes", "-o", format, "--color", "never", "--env-file",
+                                 tool::kWestData.envFile().string()})
+            .outputToTerminal(columns)
+            .run()
+            .output;
+    };
+    EXPECT_THAT(
+        narrow("table", 80),
+        AllOf(HasSubstr("NODE            ROLE     TENANCY  MARKS    MAINTENANCE     SERVICE\n"),
+              HasSubstr("west-access-1   master   west     master   2001:db8:2::a1  "
+                        "2001:db8:2::1\n"),
+              HasSubstr("\nnot shown for lack of width: INTERNAL\n")));
+    EXPECT_THAT(narrow("table", 40),
+                AllOf(HasSubstr("NODE            ROLE     MARKS\n"),
+                      HasSubstr("INTERNAL,\nMAINTENANCE, TENANCY, SERVICE\n")));
+    for (const unsigned short columns : std::initializer_list<unsigned short>{40, 80, 100}) {
+        const std::string wide = narrow("wide", columns);
+        for (const char* word : {"2001:db8:2:2::1024", "southbound1024", "west-collect-2"}) {
+            EXPECT_THAT(wide, HasSubstr(word)) << columns;
         }
+    }
+    EXPECT_THAT(narrow("wide", 40), HasSubstr("\n                2001:db8:2:2::1024\n"
+                                              "                  southbound1024\n"));
+}
+
+TEST(Nodes, TooLongIds_RunOverTheWidth) {
+    support::Deployment deployment;
+    const std::string wide = "\xe4\xb8\xad\xe6\x96\x87-and a name that is too long for a terminal";
+    deployment.nodeList("{\"nodeList\": {\"" + wide + "\\u001b[31m\": {}}}");
+    for (const char* format : {"table", "wide"}) {
+        const auto result = tool::sysconfctl({"nodes", "-o", format, "--color", "never"})
+                                .outputToTerminal(40)
+                                .run();
+        EXPECT_THAT(result.output, HasSubstr("\n" + wide + "\\x1b[31m"));
     }
 }
 

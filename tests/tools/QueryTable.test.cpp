@@ -176,7 +176,7 @@ TEST(QueryTable, EveryQuery_IsShown) {
 
 TEST(QueryTable, EveryQuery_TakesExactlyTheArgumentsListed) {
     for (const Json::Value& query : listedQueries()) {
-        std::vector<std::string> arguments = {"get", query["name"].asString()};
+        std::vector<std::string> arguments = {"get", "--reveal-secrets", query["name"].asString()};
         bool repeatable = false;
         bool optional = false;
         for (const Json::Value& argument : query["arguments"]) {

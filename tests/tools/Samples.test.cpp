@@ -60,11 +60,13 @@ TEST(Samples, TableOfTheStandbyAt80Columns_LooksAsWrittenDown) {
 
 TEST(Samples, JsonOfEveryView_HasTheSameAnswersAsGetAsJson) {
     for (const View& view : {tool::kStandby, tool::kWestData}) {
-        const Json::Value shown = tool::parsed(tool::run(view, {"show", "-o", "json"}).output);
+        const Json::Value shown =
+            tool::parsed(tool::run(view, {"show", "-o", "json", "--reveal-secrets"}).output);
         EXPECT_EQ(shown["schemaVersion"], 1);
         ASSERT_GT(shown["answers"].size(), 0U);
         for (const Json::Value& answer : shown["answers"]) {
-            std::vector<std::string> arguments = {"get", "-o", "json", answer["query"].asString()};
+            std::vector<std::string> arguments = {"get", "-o", "json", "--reveal-secrets",
+                                                  answer["query"].asString()};
             for (const Json::Value& argument : answer["arguments"]) {
                 arguments.push_back(argument.asString());
             }

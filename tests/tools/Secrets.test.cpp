@@ -18,10 +18,12 @@ constexpr const char* kPassword = "hush-hush";
 const std::vector<std::vector<std::string>> kCommands = {
     {"show"},
     {"get", "db-password", "orders", "0"},
+    {"get", "db-access-host", "orders", "1"},
     {"get", "db-info", "orders"},
     {"get", "db-info", "strange"},
     {"get", "all-db-info"},
     {"explain", "db-password", "orders", "0"},
+    {"explain", "db-access-host", "orders", "1"},
     {"explain", "all-db-info"},
     {"explain", "--all"},
     {"check"},
@@ -30,9 +32,12 @@ const std::vector<std::vector<std::string>> kCommands = {
 support::Deployment deploymentWithPasswords() {
     support::Deployment deployment;
     deployment.appConfig(R"({"databases": {
-        "orders": [{"type": "x", "passwd": "hush-hush"}, {"type": "y", "passwd": ""}],
+        "orders": [{"type": "x", "passwd": "hush-hush", "paswd": "hush-hush", "pw": "hush-hush",
+                    "token": ["hush-hush"], "url": "db://me:hush-hush@host"},
+                   {"type": "y", "passwd": "", "accessHost": "db://me:hush-hush@host"}],
         "strange": {"passwd": {"a": ["hush-hush"]}, "deep": [{"PassWord2": "hush-hush"}],
-                    "clientSecret": "hush-hush", "pwd": 4711}}})");
+                    "clientSecret": "hush-hush", "pwd": 4711},
+        "public": [{"type": "z", "passwd": ""}]}})");
     return deployment;
 }
 
@@ -51,7 +56,8 @@ TEST(Secrets, EveryCommandAndFormat_MasksThem) {
         for (const char* format : kFormats) {
             const auto result = runWith(command, format);
             const std::string written = result.output + result.errors;
-            EXPECT_NE(result.output, "") << testing::PrintToString(command) << format;
+            EXPECT_EQ(result.output.empty(), command.front() == "get")
+                << testing::PrintToString(command) << format;
             EXPECT_THAT(written, Not(HasSubstr(kPassword)))
                 << testing::PrintToString(command) << format;
             EXPECT_THAT(written, Not(HasSubstr("4711")))
@@ -101,26 +107,53 @@ TEST(Secrets, AskedFor_AreShown) {
     EXPECT_FALSE(info.isMember("masked"));
 }
 
-TEST(Secrets, MaskedAnswer_IsAnAnswerAndSaysSo) {
+TEST(Secrets, GetOfASecret_PrintsOnlyAnErrorInEveryFormat) {
     const auto deployment = deploymentWithPasswords();
-    const auto bare = runWith({"get", "db-password", "orders", "0"}, "plain");
-    EXPECT_EQ(bare.output, "********\n");
-    EXPECT_EQ(bare.exitStatus, 0);
-    const Json::Value reply =
-        tool::parsed(runWith({"get", "db-password", "orders", "0"}, "json").output);
+    for (const char* format : kFormats) {
+        for (const auto& command : kCommands) {
+            if (command.front() != "get") {
+                continue;
+            }
+            const auto result = runWith(command, format);
+            EXPECT_EQ(result.exitStatus, 2) << testing::PrintToString(command);
+            EXPECT_EQ(result.output, "") << testing::PrintToString(command);
+            EXPECT_THAT(result.errors, HasSubstr("so it is not printed (--reveal-secrets"));
+        }
+    }
+    EXPECT_EQ(runWith({"get", "db-password", "orders", "0"}, "plain").errors,
+              "sysconfctl: db-password orders 0 is a secret, so it is not printed "
+              "(--reveal-secrets prints it)\n");
+    EXPECT_THAT(runWith({"get", "db-info", "orders"}, "plain").errors,
+                HasSubstr("sysconfctl explain db-info orders prints it masked"));
+    EXPECT_EQ(tool::parsed(runWith({"get", "all-db-info"}, "json").errors)["name"], "secret");
+}
+
+TEST(Secrets, AnswersWithoutASecret_ArePrinted) {
+    const auto deployment = deploymentWithPasswords();
+    EXPECT_EQ(runWith({"get", "db-type", "orders", "0"}, "plain").output, "x\n");
+    EXPECT_EQ(runWith({"get", "db-info", "public"}, "plain").output,
+              "[{\"passwd\":\"\",\"type\":\"z\"}]\n");
+}
+
+TEST(Secrets, MaskedAnswer_SaysSoInJson) {
+    const auto deployment = deploymentWithPasswords();
+    const auto explained = [](std::vector<std::string> query) {
+        query.insert(query.begin(), "explain");
+        return tool::parsed(runWith(query, "json").output)["explanations"][0];
+    };
+    const Json::Value reply = explained({"db-password", "orders", "0"});
     EXPECT_EQ(reply["value"], "********");
     EXPECT_TRUE(reply["masked"].asBool());
-    const Json::Value info = tool::parsed(runWith({"get", "db-info", "orders"}, "json").output);
+    const Json::Value info = explained({"db-info", "orders"});
     EXPECT_EQ(info["value"][0]["passwd"], "********");
     EXPECT_EQ(info["value"][0]["type"], "x");
     EXPECT_TRUE(info["masked"].asBool());
+    EXPECT_FALSE(explained({"db-info", "public"}).isMember("masked"));
 }
 
 TEST(Secrets, EmptyPassword_IsNoAnswerAndNoSecret) {
     const auto deployment = deploymentWithPasswords();
     EXPECT_EQ(runWith({"get", "db-password", "orders", "1"}, "plain").exitStatus, 1);
-    const Json::Value info = tool::parsed(runWith({"get", "db-info", "orders"}, "json").output);
-    EXPECT_EQ(info["value"][1]["passwd"], "");
 }
 
 TEST(Secrets, PasswordOfAWrongType_DoesNotShowInTheError) {

@@ -7,7 +7,7 @@
 
 namespace {
 
-using sysconfctl::suggestion;
+using namespace sysconfctl;
 
 TEST(Suggestion, FewWrongLetters_FindTheNearest) {
     const std::vector<std::string_view> names = {"local-port", "corba-port", "wss-port", "db-type"};
@@ -16,6 +16,31 @@ TEST(Suggestion, FewWrongLetters_FindTheNearest) {
     EXPECT_EQ(suggestion("loacl-port", names), "local-port");
     EXPECT_EQ(suggestion("wsss-port", names), "wss-port");
     EXPECT_EQ(suggestion("db-typ", names), "db-type");
+}
+
+TEST(Suggestion, PartsOfANameInAnyOrder_FindTheShortestNames) {
+    const std::vector<std::string_view> names = {"master-internal-service-ip",
+                                                 "local-service-ip",
+                                                 "local-service2-ip",
+                                                 "db-service-name",
+                                                 "getLocalSouthIP",
+                                                 "a-service-ip-b"};
+    using Names = std::vector<std::string>;
+    EXPECT_EQ(nearMatches("service-ip", names),
+              (Names{"local-service-ip", "master-internal-service-ip", "a-service-ip-b"}));
+    EXPECT_EQ(nearMatches("ip_Service_local", names), Names{"local-service-ip"});
+    EXPECT_EQ(nearMatches("south", names), Names{"getLocalSouthIP"});
+    EXPECT_EQ(nearMatches("sevice-name", names), Names{"db-service-name"});
+    EXPECT_EQ(nearMatches("local-service-pi", names), Names{"local-service-ip"});
+    EXPECT_EQ(nearMatches("frobnicate", names), Names{});
+    EXPECT_EQ(nearMatches("--", names), Names{});
+}
+
+TEST(Suggestion, Question_NamesUpToThree) {
+    EXPECT_EQ(didYouMean({}), "");
+    EXPECT_EQ(didYouMean({"a"}), ", did you mean a?");
+    EXPECT_EQ(didYouMean({"a", "b"}), ", did you mean a or b?");
+    EXPECT_EQ(didYouMean({"a", "b", "c"}), ", did you mean a, b or c?");
 }
 
 TEST(Suggestion, NothingNear_IsNone) {

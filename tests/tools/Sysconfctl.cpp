@@ -40,7 +40,9 @@ std::vector<View> views() {
 }
 
 support::Command sysconfctl(std::vector<std::string> arguments) {
-    return {SYSCONFCTL, std::move(arguments)};
+    support::Command command(SYSCONFCTL, std::move(arguments));
+    command.variable("PAGER", "cat"); // a pager would wait for keys
+    return command;
 }
 
 CommandResult run(std::vector<std::string> arguments) {

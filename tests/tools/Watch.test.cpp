@@ -99,9 +99,9 @@ TEST(Watch, LibraryThrows_ReportsItAndExitsWith3) {
                 HasSubstr(SYSCONF_LOGGING_EVENT_LIBRARY " threw: the broker \\x1b[31mis gone\n"));
 }
 
-TEST(Watch, OutputClosed_ExitsWith70AndUnsubscribes) {
+TEST(Watch, OutputClosed_EndsBySigpipeAfterItHasUnsubscribed) {
     const auto result = watchBesideEventLibrary({}).outputToClosedPipe().run();
-    EXPECT_EQ(result.exitStatus, 70);
+    EXPECT_EQ(result.signal, SIGPIPE);
     EXPECT_EQ(tool::readFile(logFile()), "init\ninit\nfini\nfini\n");
 }
 
@@ -122,6 +122,72 @@ TEST(Watch, NoSubscription_StillShowsChangesOfTheFiles) {
     for (const std::string& line : tool::linesOf(result.output)) {
         const Json::Value object = tool::parsed(line);
         EXPECT_TRUE(object["kind"] == "answer" || object["query"] != "maintenance-ip-address");
+    }
+}
+
+TEST(Watch, Queries_AreTheOnlyOnesShown) {
+    support::RunningCommand running =
+        watch({"-o", "plain", "db-type", "db-user-name alarms 0", "getLocalPort"}).start();
+    running.waitForOutput("local-port");
+    running.signal(SIGTERM);
+    const auto lines = tool::linesOf(running.finish().output);
+    ASSERT_EQ(lines.size(), 3U);
+    EXPECT_THAT(lines[0], HasSubstr("\tdb-type alarms 0\t"));
+    EXPECT_THAT(lines[1], HasSubstr("\tdb-user-name alarms 0\t"));
+    EXPECT_THAT(lines[2], HasSubstr("\tlocal-port\t"));
+}
+
+TEST(Watch, FileThatNoLongerLoads_IsReportedWithItsPlaceEvenIfNoAnswerChanges) {
+    support::Deployment deployment;
+    support::writeGeneration(deployment, 1);
+    const auto started = [](const char* format) {
+        return tool::sysconfctl({"watch", "local-port", "-o", format, "--set", "NO_EM_CLIENT=1"})
+            .variable("COLUMNS", "1000") // keeps a cause on one line
+            .start();
+    };
+    support::RunningCommand text = started("table");
+    support::RunningCommand json = started("json");
+    text.waitForOutput("local-port");
+    json.waitForOutput("local-port");
+    deployment.nodeList("{\n  \"nodeList\" {}}");
+    text.waitForOutput("the node list no longer loads: ");
+    text.waitForOutput(":2:14: a \":\" should stand");
+    json.waitForOutput("\"name\":\"no-longer-loads\"");
+    for (const auto* running : {&text, &json}) {
+        running->signal(SIGTERM);
+    }
+    EXPECT_EQ(text.finish().exitStatus, 0);
+    EXPECT_EQ(json.finish().exitStatus, 0);
+}
+
+TEST(Watch, Change_HasItsCause) {
+    support::Deployment deployment;
+    support::writeGeneration(deployment, 1);
+    const auto started = [](const char* format) {
+        return tool::sysconfctl(
+                   {"watch", "local-south-ip", "-o", format, "--set", "NO_EM_CLIENT=1"})
+            .start();
+    };
+    support::RunningCommand plain = started("plain");
+    support::RunningCommand json = started("json");
+    plain.waitForOutput("\t=\tlocal-south-ip\t");
+    json.waitForOutput("getLocalSouthIP");
+    support::writeGeneration(deployment, 2);
+    plain.waitForOutput("\t+\tlocal-south-ip\t");
+    json.waitForOutput("\"kind\":\"change\"");
+    json.signal(SIGTERM);
+    plain.signal(SIGTERM);
+    const std::string sentence = "the node list ";
+    const std::string lines = plain.finish().output;
+    const std::size_t cause = lines.find("\t!\t\t" + sentence);
+    ASSERT_NE(cause, std::string::npos) << lines;
+    EXPECT_LT(cause, lines.find("\t+\t"));
+    for (const std::string& line : tool::linesOf(json.finish().output)) {
+        const Json::Value object = tool::parsed(line);
+        if (object["kind"] == "change") {
+            EXPECT_THAT(object["causes"].toStyledString(),
+                        HasSubstr(sentence + deployment.nodeListPath().string() + " changed"));
+        }
     }
 }
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "cli/Address.h"
 #include "cli/Completion.h"
 #include "cli/Environment.h"
 #include "cli/ProcessEnvironment.h"
@@ -23,17 +24,25 @@ bool showsAnswers(Command command) {
            command == Command::Who || command == Command::Report;
 }
 
-ExitStatus run(const Options& options) {
+void parseAddresses(Options& options) {
+    for (std::string& address : options.localAddresses) {
+        address = parseAddress(address);
+    }
+}
+
+ExitStatus run(Options options) {
     if (options.command == Command::List) {
         return runList(options);
     }
     if (options.command == Command::Diff) {
+        parseAddresses(options);
         return runDiff(options);
     }
     if (options.pid) {
         applyProcess(*options.pid);
     }
     applyEnvironment(options.envFile, options.sets);
+    parseAddresses(options);
     if (options.pid && showsAnswers(options.command)) {
         reportNewer(newerThanProcess(*options.pid, options.localAddresses.empty()));
     }
@@ -64,6 +73,9 @@ ExitStatus start(int argc, const char* const* argv) {
         useJsonDiagnostics();
     }
     const ParsedCommandLine line = parseCommandLine(argc, argv);
+    if (!line.options.noPager && (line.text || line.options.command != Command::Watch)) {
+        allowPager();
+    }
     if (line.text) {
         writeOutput(*line.text);
         return ExitStatus::Answered;
@@ -71,10 +83,18 @@ ExitStatus start(int argc, const char* const* argv) {
     return run(line.options);
 }
 
+/// Ends like a process that does not handle SIGPIPE: without a message.
+int endByClosedPipe() {
+    std::signal(SIGPIPE, SIG_DFL);
+    std::raise(SIGPIPE);
+    constexpr int kStatusOfSignals = 128; // in a shell; the signal may be blocked
+    return kStatusOfSignals + SIGPIPE;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
-    // A closed pipe is reported as an output error, like a full disk; it does not kill the process.
+    // A closed pipe is an error of a write: subscriptions end before the process does.
     std::signal(SIGPIPE, SIG_IGN);
     ExitStatus status = ExitStatus::Internal;
     if (argc > 1 && std::string_view(argv[1]) == kCompleteCommand) {
@@ -85,6 +105,8 @@ int main(int argc, char** argv) {
     } catch (const UsageError& error) {
         reportError(diagnostic::kUsage, error.what());
         status = ExitStatus::Usage;
+    } catch (const OutputClosed&) {
+        return endByClosedPipe();
     } catch (const OutputError& error) {
         reportError(diagnostic::kOutput, error.what());
     } catch (const std::exception& error) {

@@ -3,6 +3,7 @@
 
 #include "check/TextFaults.h"
 #include "deployment/JsonValues.h"
+#include "render/Masking.h"
 
 #include <rules/NodeList.h>
 
@@ -54,7 +55,11 @@ void checkText(Checker& checker, const SourceFile& file, const Path& path, const
                    "empty", fmt::format("\"{}\" is empty", name));
     } else if (!checker.hidden(file, path, value.asString()) && name == "accessHost") {
         const std::string host = value.asString();
-        if (isUnspecified(host)) {
+        if (holdsLoginData(host)) {
+            checker.at(file, path, Severity::Error, "not-an-address",
+                       "this host has login data: it is no address and no host name",
+                       "give only the address or the name of the host");
+        } else if (isUnspecified(host)) {
             checker.at(file, path, Severity::Error, "unspecified-address",
                        fmt::format("\"{}\" is no address of a host: nothing can reach it", host),
                        "give the address or the name of the host");

@@ -4,7 +4,12 @@
 #include "render/Masking.h"
 #include "render/Text.h"
 
+#include <config/ConfigFiles.h>
+
+#include <fmt/format.h>
+
 #include <algorithm>
+#include <array>
 #include <functional>
 #include <utility>
 
@@ -12,6 +17,8 @@ namespace sysconfctl {
 namespace {
 
 using Range = std::pair<std::size_t, std::size_t>;
+
+constexpr std::string_view kProcesses = "processes";
 
 /// The values of `siblings`, which stand in the order of the text, that reach into the range. What
 /// an error left without an end reaches as far as the text.
@@ -26,23 +33,113 @@ void visitWithin(const Siblings& siblings, const Range& range, ValueOf valueOf, 
     }
 }
 
-/// Those that reach into the range.
-void collectSecrets(const located::Value& value, const Range& range, std::vector<Range>& secrets) {
-    visitWithin(value.elements, range, std::identity(),
-                [&](const located::Value& element) { collectSecrets(element, range, secrets); });
-    visitWithin(value.members, range, std::mem_fn(&located::Member::value),
+bool isNested(const located::Value& value) {
+    return value.kind == located::Kind::Array || value.kind == located::Kind::Object;
+}
+
+/// The bytes of a value; all that follows if an error left it without an end.
+Range rangeOf(const located::Value& value) {
+    return {value.begin, value.end > value.begin ? value.end : std::string::npos};
+}
+
+/// The secrets in an entry of a database that reach into the range, as mask() finds them.
+void collectEntrySecrets(const located::Value& entry, const Range& range,
+                         std::vector<Range>& secrets) {
+    if (!isNested(entry)) {
+        secrets.push_back(rangeOf(entry));
+    }
+    visitWithin(entry.elements, range, std::identity(), [&](const located::Value& element) {
+        collectEntrySecrets(element, range, secrets);
+    });
+    visitWithin(entry.members, range, std::mem_fn(&located::Member::value),
                 [&](const located::Member& member) {
-                    if (indicatesPassword(member.name)) {
-                        secrets.emplace_back(member.value.begin, member.value.end);
-                    } else {
-                        collectSecrets(member.value, range, secrets);
+                    const located::Value& value = member.value;
+                    if (member.name == kNestedFields && value.kind == located::Kind::Object) {
+                        collectEntrySecrets(value, range, secrets);
+                    } else if (!isShownField(member.name) || isNested(value) ||
+                               value.end <= value.begin || holdsLoginData(value.text)) {
+                        secrets.push_back(rangeOf(value));
                     }
                 });
 }
 
-/// Where a line stops to be shown because it was not understood and may hold a password: behind a
-/// word that speaks of one, behind anything that may spell one, and all of it when it goes on with
-/// what began as a password's member.
+/// The secrets outside of databases that reach into the range.
+void collectNamedSecrets(const located::Value& value, const Range& range,
+                         std::vector<Range>& secrets) {
+    visitWithin(value.elements, range, std::identity(), [&](const located::Value& element) {
+        collectNamedSecrets(element, range, secrets);
+    });
+    visitWithin(value.members, range, std::mem_fn(&located::Member::value),
+                [&](const located::Member& member) {
+                    if (indicatesPassword(member.name)) {
+                        secrets.push_back(rangeOf(member.value));
+                    } else {
+                        collectNamedSecrets(member.value, range, secrets);
+                    }
+                });
+}
+
+bool isAppConfig(const SourceFile& file) {
+    return file.variable.name == Quarncommon::config::kAppConfig.variable;
+}
+
+/// Those that reach into the range. In an app config file all but the processes may be databases,
+/// under a misspelt name or in the wrong place.
+void collectSecrets(const SourceFile& file, const Range& range, std::vector<Range>& secrets) {
+    const located::Value& root = file.document.root();
+    if (!isAppConfig(file)) {
+        collectNamedSecrets(root, range, secrets);
+        return;
+    }
+    if (root.kind != located::Kind::Object) {
+        collectEntrySecrets(root, range, secrets);
+    }
+    visitWithin(root.members, range, std::mem_fn(&located::Member::value),
+                [&](const located::Member& member) {
+                    if (member.name == kProcesses) {
+                        collectNamedSecrets(member.value, range, secrets);
+                        return;
+                    }
+                    if (!isNested(member.value)) {
+                        secrets.push_back(rangeOf(member.value));
+                    }
+                    visitWithin(member.value.elements, range, std::identity(),
+                                [&](const located::Value& each) {
+                                    collectEntrySecrets(each, range, secrets);
+                                });
+                    visitWithin(member.value.members, range, std::mem_fn(&located::Member::value),
+                                [&](const located::Member& database) {
+                                    collectEntrySecrets(database.value, range, secrets);
+                                });
+                });
+}
+
+/// Where the part of a damaged app config file ends that cannot hold a secret of a database: at the
+/// error, unless that is in a process and no database follows. The name of a field is shown.
+std::size_t endOfUnderstood(const SourceFile& file, const Range& line) {
+    const located::SyntaxError& error = *file.document.error();
+    const std::string_view text(file.document.text());
+    const std::size_t begin = std::clamp(error.offset, line.first, line.second);
+    const std::string_view rest = text.substr(begin, line.second - begin);
+    const bool inProcess = !error.path.empty() && error.path.front() == kProcesses;
+    if (!isAppConfig(file) || (inProcess && rest.find("atabase") == std::string_view::npos)) {
+        return line.second;
+    }
+    constexpr std::array<std::string_view, 11> kNames = {
+        "databases",   "processes",  "passwd", "instanceExt", "accessHost", "accessPort",
+        "serviceName", "serverName", "type",   "user",        "lib"};
+    for (const std::string_view name : kNames) {
+        const std::string quoted = fmt::format("\"{}\":", name);
+        if (rest.starts_with(quoted)) {
+            return begin + quoted.size();
+        }
+    }
+    return begin;
+}
+
+/// The length of the part of a damaged line that is shown. It ends after a word that indicates a
+/// password and before anything that may spell one. Nothing is shown of a line that continues the
+/// member of a password.
 std::size_t readableLength(const located::Document& document, std::size_t number) {
     const std::string_view line = document.line(number);
     const auto& path = document.error()->path;
@@ -141,10 +238,11 @@ std::vector<std::string> excerpt(const Finding& finding, std::size_t width, bool
         if (reveal) {
             return secrets;
         }
-        collectSecrets(document.root(), range, secrets);
+        collectSecrets(*finding.file, range, secrets);
         if (document.error()) {
             const std::size_t readable = start + readableLength(document, number);
-            secrets.emplace_back(readable, end);
+            secrets.emplace_back(std::min(readable, endOfUnderstood(*finding.file, {start, end})),
+                                 end);
         }
         return secrets;
     };

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "cli/Address.h"
 
+#include "cli/DeployedNames.h"
+#include "cli/Suggestion.h"
 #include "cli/UsageError.h"
 #include "render/Text.h"
 
@@ -27,10 +29,21 @@ std::string parseAddress(const std::string& text) {
     if (auto address = canonicalAddress(text)) {
         return *std::move(address);
     }
-    throw UsageError(fmt::format(
-        "--local-address: {} is no IPv4 or IPv6 address{}", shellWord(text),
-        text.find('%') != std::string::npos ? "; addresses of the host come without a scope (%...)"
-                                            : ""));
+    if (text.find('%') != std::string::npos) {
+        throw UsageError(fmt::format("--local-address: {} is no IPv4 or IPv6 address; addresses of "
+                                     "the host come without a scope (%...)",
+                                     shellWord(text)));
+    }
+    const Candidates candidates = deployed::addresses();
+    std::vector<std::string_view> known;
+    known.reserve(candidates.size());
+    for (const Candidate& candidate : candidates) {
+        known.emplace_back(candidate.text);
+    }
+    const std::string near = suggestion(text, known);
+    throw UsageError(fmt::format("--local-address: {} is no IPv4 or IPv6 address{}",
+                                 shellWord(text),
+                                 near.empty() ? "" : didYouMean({shellWord(near)})));
 }
 
 } // namespace sysconfctl

@@ -11,7 +11,8 @@ std::optional<std::string> canonicalAddress(const std::string& text);
 
 /// Parses an IPv4 or IPv6 address. Returns it as the host lists its own addresses: an IPv6 address
 /// in its shortest form, in lower case and without a scope.
-/// @throws UsageError if it is malformed.
+/// @throws UsageError if it is malformed; the message has the nearest address in the node lists of
+///   the environment.
 std::string parseAddress(const std::string& text);
 
 } // namespace sysconfctl

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "cli/CommandLine.h"
 
-#include "cli/Address.h"
+#include "cli/CommandWords.h"
+#include "cli/HelpText.h"
 #include "cli/Suggestion.h"
 #include "cli/UsageError.h"
 #include "render/Output.h"
@@ -17,30 +18,6 @@
 namespace sysconfctl {
 namespace {
 
-constexpr const char* kEnvironmentFiles = R"(
-Environment files have KEY=VALUE lines and comments (#). Relative values of
-APP_CONF_FILE, APP_ROOT and TOLM_ROOT start at the file's own folder; these
-three and PROCESS_INSTANCE_ID are unset if the file does not set them.)";
-
-std::string footer() {
-    std::string text = "\nExit status:\n";
-    for (const StatusRow& row : statusTable()) {
-        std::string meaning(row.meaning);
-        for (std::size_t at = 0; (at = meaning.find('\n', at)) != std::string::npos; ++at) {
-            meaning.insert(at + 1, 6, ' ');
-        }
-        text += fmt::format("  {:<2}  {}\n", row.status, meaning);
-    }
-    return text + kEnvironmentFiles;
-}
-
-/// Options that are accepted before and after the command.
-struct CommonOptions {
-    std::string envFile;
-    std::vector<std::string> sets;
-    std::vector<std::string> pids;
-};
-
 ColorChoice colorNamed(std::string_view name) {
     return name == "always"  ? ColorChoice::Always
            : name == "never" ? ColorChoice::Never
@@ -50,9 +27,14 @@ ColorChoice colorNamed(std::string_view name) {
 Format formatNamed(const CommandRow& command, std::string_view name) {
     const auto named = std::find_if(command.formats.begin(), command.formats.end(),
                                     [&](Format format) { return nameOf(format) == name; });
-    return named != command.formats.end() ? *named
-           : !command.formats.empty()     ? command.formats.front()
-                                          : Format::Table;
+    if (named != command.formats.end()) {
+        return *named;
+    }
+    return command.formats.empty() ? Format::Table : command.formats.front();
+}
+
+std::vector<std::string> texts(const std::vector<std::string_view>& names) {
+    return {names.begin(), names.end()};
 }
 
 /// CLI11 parses a positional in brackets as a list. A NUL byte after the bracket prevents that: no
@@ -75,93 +57,102 @@ void removeGuards(std::vector<std::string>& words) {
     }
 }
 
-/// The words in reverse order, which CLI11 expects.
+/// The words in reverse order, which CLI11 expects, with the command last.
+/// @throws UsageError if there is no command of that name.
 std::vector<std::string> reversedWords(int argc, const char* const* argv) {
-    std::vector<std::string> reversed;
-    for (int i = argc - 1; i > 0; --i) {
-        reversed.push_back(guarded(argv[i]));
+    if (argc < 2) {
+        throw UsageError(overview());
     }
-    return reversed;
-}
-
-/// Wraps help to `width` columns. Continuation lines start in the column of the descriptions.
-std::string wrapHelp(const std::string& help, std::size_t width) {
-    std::string text;
-    std::size_t begin = 0;
-    while (begin < help.size()) {
-        const std::size_t end = std::min(help.find('\n', begin), help.size());
-        const std::string line = help.substr(begin, end - begin);
-        begin = end + 1;
-        const std::size_t first = std::min(line.find_first_not_of(' '), line.size());
-        const std::size_t gap = line.find("  ", first);
-        const std::size_t description =
-            gap != std::string::npos ? line.find_first_not_of(' ', gap) : first;
-        std::size_t indent = description;
-        std::string lead = line.substr(0, description);
-        if (description >= width / 2 && line.size() > width) {
-            // On a narrow terminal the description starts below the names.
-            text += line.substr(0, gap) + '\n';
-            indent = first + 4;
-            lead.assign(indent, ' ');
-        }
-        for (const std::string& piece : wrapped(line.substr(description), width - indent)) {
-            text += lead + piece + '\n';
-            lead.assign(indent, ' ');
-        }
+    std::vector<std::string> words = commandFirst({argv + 1, argv + argc});
+    if (!words.front().starts_with('-') && commandNamed(words.front()) == nullptr) {
+        rejectCommand(words.front());
     }
-    return text;
+    for (std::string& word : words) {
+        word = guarded(std::move(word));
+    }
+    std::reverse(words.begin(), words.end());
+    return words;
 }
 
 class Parser {
 public:
     Parser() : m_app("Shows what the configuration library answers, and asks it.", "sysconfctl") {
-        m_app.set_version_flag(std::string(optionRow(Option::Version).name),
-                               "sysconfctl " SYSCONFCTL_VERSION,
-                               std::string(optionRow(Option::Version).help));
+        const OptionRow& version = optionRow(Option::Version);
+        m_app.set_version_flag(fmt::format("{},{}", version.letter, version.name),
+                               "sysconfctl " SYSCONFCTL_VERSION, std::string(version.help));
         m_app.require_subcommand(0, 1);
         addHelp(m_app);
         for (const Option option : commonOptions()) {
-            addOption(m_app, option, m_beforeCommand, nullptr);
+            addOption(m_app, option, nullptr);
         }
         for (const CommandRow& row : commandTable()) {
             addCommand(row);
         }
-        m_app.footer(footer()); // last: commands added later would inherit it
+        m_app.footer(helpFooter()); // last: commands added later would inherit it
     }
 
     ParsedCommandLine parse(int argc, const char* const* argv) {
         try {
             m_app.parse(reversedWords(argc, argv));
-            return {parsedOptions(), std::nullopt};
+            const Options options = parsedOptions();
+            if (options.command == Command::Version) {
+                return {options, m_app.version() + '\n'};
+            }
+            if (options.command == Command::Help) {
+                return {options, Parser().helpOn(unguarded(m_helpOn))};
+            }
+            return {options, std::nullopt};
         } catch (const CLI::CallForHelp&) {
-            rejectUnknownCommand();
-            return {{}, wrapHelp(m_app.help(), outputWidth())};
+            return {m_options, wrapHelp(m_app.help(), outputWidth())};
         } catch (const CLI::CallForVersion& version) {
             return {{}, std::string(version.what()) + '\n'};
+        } catch (const CLI::ExtrasError&) {
+            throw UsageError(
+                fmt::format("{} ({} --help shows the usage)", extraWord(), usedTool()));
         } catch (const CLI::ParseError& error) {
-            rejectUnknownCommand();
-            throw UsageError(escaped(unguarded(error.what())) +
-                             " (sysconfctl --help shows the usage)");
+            throw UsageError(fmt::format("{} ({} --help shows the usage)",
+                                         escaped(unguarded(error.what())), usedTool()));
         }
     }
 
 private:
-    /// CLI11 prints the help of the tool for "unknown --help".
-    /// @throws UsageError if a word is in the place of a command and names none.
-    void rejectUnknownCommand() const {
-        const std::vector<std::string> rest = m_app.remaining();
-        if (parsedCommand() != m_commands.end() || rest.empty() || rest.front().starts_with('-')) {
-            return;
+    std::string helpOn(const std::string& name) const {
+        if (!name.empty() && commandNamed(name) == nullptr) {
+            rejectCommand(name);
         }
+        const std::string help =
+            name.empty() ? m_app.help() : m_app.get_subcommand(name)->help(m_app.get_name());
+        return wrapHelp(help, outputWidth());
+    }
+
+    /// "sysconfctl", and the command of the user.
+    std::string usedTool() const {
+        const auto given = parsedCommand();
+        return given == m_commands.end() ? "sysconfctl"
+                                         : fmt::format("sysconfctl {}", given->second->name);
+    }
+
+    /// What is wrong with the first word that the command does not take.
+    std::string extraWord() const {
+        const std::vector<std::string> rest = m_app.remaining(true);
+        const std::string word = rest.empty() ? "" : unguarded(rest.front());
+        const auto given = parsedCommand();
+        if (!word.starts_with('-')) {
+            return "unexpected argument " + shellWord(word);
+        }
+        const std::string name = word.substr(0, word.find('='));
         std::vector<std::string_view> names;
-        for (const CommandRow& row : commandTable()) {
-            names.push_back(row.name);
+        for (const OptionRow& row : optionTable()) {
+            if (given == m_commands.end() && (name == row.name || name == row.letter)) {
+                return "a command is required";
+            }
+            const auto taken =
+                given != m_commands.end() ? optionsOf(*given->second) : std::vector{row.option};
+            if (std::find(taken.begin(), taken.end(), row.option) != taken.end()) {
+                names.push_back(row.name);
+            }
         }
-        const std::string word = unguarded(rest.front());
-        const std::string near = suggestion(word, names);
-        throw UsageError(fmt::format("unknown command {}{} (sysconfctl --help lists them)",
-                                     shellWord(word),
-                                     near.empty() ? "" : fmt::format(", did you mean {}?", near)));
+        return fmt::format("unknown option {}{}", shellWord(name), didYouMean(name, names));
     }
 
     using Commands = std::vector<std::pair<CLI::App*, const CommandRow*>>;
@@ -177,7 +168,7 @@ private:
         addOperands(*app, row);
         for (const Option option : optionsOf(row)) {
             if (option != Option::Help) {
-                addOption(*app, option, m_afterCommand, &row);
+                addOption(*app, option, &row);
             }
         }
         m_commands.emplace_back(app, &row);
@@ -193,6 +184,10 @@ private:
             app.add_option("QUERY", m_options.query, "Name of the query, see get --list")
                 ->type_name("");
             app.add_option("ARGUMENT", m_options.arguments, "Arguments of the query")
+                ->type_name("");
+        } else if (row.operands == Operands::Queries) {
+            app.add_option("QUERY", m_options.queries,
+                           "Queries, arguments in the same word; default: all")
                 ->type_name("");
         } else if (row.operands == Operands::Environments) {
             app.add_option("A", m_environmentA, "Env file, or directory of a node or deployment")
@@ -211,10 +206,12 @@ private:
             app.add_option("FILE|DIR", m_options.paths,
                            "Files or whole trees; default: the files of the environment")
                 ->type_name("");
+        } else if (row.operands == Operands::Command) {
+            app.add_option("COMMAND", m_helpOn, "A command; default: the tool")->type_name("");
         }
     }
 
-    void addOption(CLI::App& app, Option option, CommonOptions& common, const CommandRow* command) {
+    void addOption(CLI::App& app, Option option, const CommandRow* command) {
         const OptionRow& row = optionRow(option);
         const std::string help(row.help);
         const std::string name =
@@ -222,16 +219,32 @@ private:
         CLI::Option* added = nullptr;
         switch (option) {
         case Option::EnvFile:
-            added = app.add_option(name, common.envFile, help);
+            added = app.add_option(name, m_envFile, help);
             break;
         case Option::Set:
-            added = app.add_option(name, common.sets, help);
+            added = app.add_option(name, m_options.sets, help);
             break;
         case Option::Pid:
-            added = app.add_option(name, common.pids, help);
+            added = app.add_option(name, m_options.pids, help);
             break;
         case Option::LocalAddress:
             added = app.add_option(name, m_options.localAddresses, help);
+            break;
+        case Option::Tenancy:
+            added = app.add_option(name, m_options.filter.tenancies, help);
+            break;
+        case Option::Role:
+            added = app.add_option(name, m_options.filter.roles, help);
+            break;
+        case Option::Tag:
+            added = app.add_option(name, m_options.filter.tags, help);
+            break;
+        case Option::Missing:
+            added = app.add_option(name, m_options.filter.missingTags, help);
+            break;
+        case Option::Sort:
+            added = app.add_option(name, m_options.sort, help)
+                        ->check(CLI::IsMember(texts(sortFields())).description(""));
             break;
         case Option::Output:
             added = addFormat(app, name, help, *command);
@@ -244,6 +257,9 @@ private:
             break;
         case Option::RevealSecrets:
             app.add_flag(name, m_options.revealSecrets, help);
+            break;
+        case Option::NoPager:
+            app.add_flag(name, m_options.noPager, help);
             break;
         case Option::List:
             app.add_flag(name, m_list, help);
@@ -271,6 +287,8 @@ private:
             added->type_name(std::string(row.value));
             if (row.repeatable) {
                 added->allow_extra_args(false);
+            } else {
+                added->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
             }
         }
     }
@@ -286,28 +304,23 @@ private:
     }
 
     CLI::Option* addColor(CLI::App& app, const std::string& name, const std::string& help) {
-        const std::vector<std::string> names(colorNames().begin(), colorNames().end());
         return app
             .add_option_function<std::string>(
                 name, [this](const std::string& when) { m_options.color = colorNamed(when); }, help)
-            ->check(CLI::IsMember(names).description(""));
+            ->check(CLI::IsMember(texts(colorNames())).description(""));
     }
 
     Options parsedOptions() {
         const auto given = parsedCommand();
         if (given == m_commands.end()) {
-            throw UsageError("a command is required (sysconfctl --help lists them)");
+            throw UsageError("a command is required (sysconfctl help lists them)");
         }
         const CommandRow& row = *given->second;
         m_options.command = m_list ? Command::List : row.command;
         m_options.format = formatNamed(row, m_format);
-        m_options.sets = m_beforeCommand.sets;
-        m_options.sets.insert(m_options.sets.end(), m_afterCommand.sets.begin(),
-                              m_afterCommand.sets.end());
-        for (const std::string& file : {m_beforeCommand.envFile, m_afterCommand.envFile}) {
-            if (!file.empty()) {
-                m_options.envFile = unguarded(file);
-            }
+        m_options.formatGiven = !m_format.empty();
+        if (!m_envFile.empty()) {
+            m_options.envFile = unguarded(m_envFile);
         }
         m_options.query = unguarded(m_options.query);
         removeGuards(m_options.arguments);
@@ -322,10 +335,11 @@ private:
         }
         m_options.word = unguarded(m_options.word);
         removeGuards(m_options.nodes);
-        removeGuards(m_options.localAddresses);
-        for (std::string& address : m_options.localAddresses) {
-            address = parseAddress(address);
+        for (auto* const words : {&m_options.filter.tenancies, &m_options.filter.roles,
+                                  &m_options.filter.tags, &m_options.filter.missingTags}) {
+            removeGuards(*words);
         }
+        removeGuards(m_options.localAddresses);
         removeGuards(m_options.paths);
         removeGuards(m_options.ignored);
         if (!m_file.empty()) {
@@ -340,11 +354,7 @@ private:
     }
 
     void setProcesses() {
-        for (const CommonOptions& options : {m_beforeCommand, m_afterCommand}) {
-            for (const std::string& pid : options.pids) {
-                m_options.pids.push_back(unguarded(pid));
-            }
-        }
+        removeGuards(m_options.pids);
         if (!m_options.pids.empty() && m_options.envFile) {
             throw UsageError("--pid and --env-file both name an environment; give one of them");
         }
@@ -378,8 +388,8 @@ private:
 
     CLI::App m_app;
     Commands m_commands;
-    CommonOptions m_beforeCommand;
-    CommonOptions m_afterCommand;
+    std::string m_envFile;
+    std::string m_helpOn;
     Options m_options;
     std::string m_environmentA;
     std::string m_environmentB;
@@ -397,21 +407,18 @@ ParsedCommandLine parseCommandLine(int argc, const char* const* argv) {
 bool asksForJson(int argc, const char* const* argv) {
     const OptionRow& output = optionRow(Option::Output);
     const std::string json(nameOf(Format::Json));
-    for (int i = 1; i < argc; ++i) {
-        const std::string_view word = argv[i];
-        if (word == "--") {
-            return false;
-        }
-        const bool named = word == output.name || word == output.letter;
-        if (named && i + 1 < argc && argv[i + 1] == json) {
-            return true;
-        }
-        if (word == fmt::format("{}={}", output.name, json) ||
-            word == fmt::format("{}{}", output.letter, json)) {
-            return true;
+    bool asked = false; // by the last one
+    for (int i = 1; i < argc && std::string_view(argv[i]) != "--"; ++i) {
+        const std::string word = argv[i];
+        if ((word == output.name || word == output.letter) && i + 1 < argc) {
+            asked = argv[i + 1] == json;
+        } else if (word.starts_with(fmt::format("{}=", output.name))) {
+            asked = word.ends_with('=' + json);
+        } else if (word.starts_with(output.letter)) {
+            asked = word == fmt::format("{}{}", output.letter, json);
         }
     }
-    return false;
+    return asked;
 }
 
 } // namespace sysconfctl

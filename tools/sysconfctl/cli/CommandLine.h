@@ -2,6 +2,7 @@
 #pragma once
 
 #include "cli/CommandTable.h"
+#include "deployment/NodeFilter.h"
 #include "render/Color.h"
 
 #include <optional>
@@ -14,23 +15,28 @@ namespace sysconfctl {
 struct Options {
     Command command = Command::Show;
     Format format = Format::Table;
+    bool formatGiven = false;
     std::optional<std::string> envFile;
     std::vector<std::string> sets;
     /// The process whose environment is used.
     std::optional<std::string> pid;
     bool revealSecrets = false;
+    bool noPager = false;
     std::string query;
     std::vector<std::string> arguments;
     /// The processes to compare, before the other environments.
     std::vector<std::string> pids;
     /// The environments to compare: env files and directories.
     std::vector<std::string> environments;
-    /// The queries to compare, each with its arguments in one word; empty: all.
+    /// The queries to watch or compare, each with its arguments in one word; empty: all.
     std::vector<std::string> queries;
     /// What to look for: an address, the id of a node, a tag.
     std::string word;
     /// Ids of the nodes to list; empty: all.
     std::vector<std::string> nodes;
+    NodeFilter filter;
+    /// The field by which nodes are sorted; empty: the id.
+    std::string sort;
     /// Explain every query, not a single one.
     bool all = false;
     /// Show every step of an explanation.

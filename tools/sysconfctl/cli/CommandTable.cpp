@@ -24,8 +24,9 @@ const std::vector<CommandRow>& commandTable() {
          {Option::List, Option::LocalAddress}},
         {Command::Watch,
          "watch",
-         "Show every answer, then each change, until Ctrl-C",
-         {Table, Plain, Json}},
+         "Show answers, then each change with its cause, until Ctrl-C",
+         {Table, Plain, Json},
+         Operands::Queries},
         {Command::Explain,
          "explain",
          "Explain why an answer is what it is",
@@ -53,21 +54,28 @@ const std::vector<CommandRow>& commandTable() {
         {Command::Nodes,
          "nodes",
          "List the nodes of both node lists, or those named",
-         {Table, Wide, Plain, Json},
+         {Table, Wide, Name, Plain, Json},
          Operands::Nodes,
-         {Option::LocalAddress}},
+         {Option::Tenancy, Option::Role, Option::Tag, Option::Missing, Option::Sort,
+          Option::LocalAddress}},
         {Command::Map,
          "map",
          "Draw the deployment",
          {Dot, Mermaid, Svg, Table, Plain, Json},
          Operands::None,
-         {Option::LocalAddress}},
+         {Option::Tenancy, Option::Role, Option::Tag, Option::Missing, Option::LocalAddress}},
         {Command::Report,
          "report",
          "Write nodes, answers and findings to an HTML page",
          {},
          Operands::None,
          {Option::File, Option::LocalAddress}},
+        {Command::Help,
+         "help",
+         "Show the usage of the tool, or of a command",
+         {},
+         Operands::Command},
+        {Command::Version, "version", "Show the version", {}},
     };
     return table;
 }
@@ -84,9 +92,22 @@ const std::vector<OptionRow>& optionTable() {
         {Option::File, "--file", "-o", "FILE", "Write to FILE; default: standard output"},
         {Option::Color, "--color", "", "WHEN",
          "Colour: one of auto, always, never; default: auto, on a terminal unless NO_COLOR is set"},
-        {Option::RevealSecrets, "--reveal-secrets", "", "", "Do not mask passwords"},
+        {Option::RevealSecrets, "--reveal-secrets", "", "",
+         "Do not mask passwords and other secrets"},
+        {Option::NoPager, "--no-pager", "", "",
+         "Write long output directly to a terminal, not through a pager"},
         {Option::LocalAddress, "--local-address", "", "ADDRESS",
          "Address of the host, in place of those that it has; repeatable", true},
+        {Option::Tenancy, "--tenancy", "", "TENANCY",
+         "Only nodes of that tenancy; repeatable: of any of them", true},
+        {Option::Role, "--role", "", "ROLE",
+         "Only nodes with that hostType or domain_node_type; repeatable: with any of them", true},
+        {Option::Tag, "--tag", "", "TAG",
+         "Only nodes with an address of that tag; repeatable: of all of them", true},
+        {Option::Missing, "--missing", "", "TAG",
+         "Only nodes without an address of that tag; repeatable: of none of them", true},
+        {Option::Sort, "--sort", "", "FIELD",
+         "Sort by node, role, tenancy, host-tag, maintenance, service or internal"},
         {Option::List, "--list", "", "", "List all queries with their arguments"},
         {Option::All, "--all", "", "", "Every query"},
         {Option::Verbose, "--verbose", "-v", "", "Show all steps, with JSON pointers"},
@@ -95,7 +116,7 @@ const std::vector<OptionRow>& optionTable() {
          true},
         {Option::Notes, "--notes", "", "", "List notes, too"},
         {Option::Help, "--help", "-h", "", "Print this help message and exit"},
-        {Option::Version, "--version", "", "", "Display program version information and exit"},
+        {Option::Version, "--version", "-V", "", "Display program version information and exit"},
     };
     return table;
 }
@@ -104,9 +125,10 @@ const std::vector<StatusRow>& statusTable() {
     static const std::vector<StatusRow> table = {
         {0, "answered; no difference (diff); no errors (check); ended by Ctrl-C or\n"
             "SIGTERM (watch)"},
-        {1, "no answer: the library gives an empty text or -1 (get, explain), there is\n"
-            "no node (nodes, map), or nothing that draws (map); different (diff); nowhere (who)"},
-        {2, "bad usage"},
+        {1, "no answer: the library gives an empty text or -1 (get, explain), no variable\n"
+            "leads to a configuration (show), there is no such node (nodes, map), or\n"
+            "nothing that draws (map); different (diff); nowhere (who)"},
+        {2, "bad usage; the answer is a secret, and --reveal-secrets is not given (get)"},
         {3, "the library threw; errors found (check)"},
         {4, "warnings found, no errors (check --strict)"},
         {70, "output could not be written, or a fault of this tool: what it explains\n"
@@ -117,17 +139,27 @@ const std::vector<StatusRow>& statusTable() {
 
 const std::vector<VariableRow>& variableTable() {
     static const std::vector<VariableRow> table = {
-        {"APP_CONF_FILE", "the application configuration file"},
-        {"PROCESS_INSTANCE_ID", "the key of the process in it"},
-        {"APP_ROOT", "leads to the node list"},
-        {"TOLM_ROOT", "leads to the list of all nodes"},
-        {"NO_EM_CLIENT", "switches change events off"},
-        {"NO_EM_CLIENT_CONSUMER", "switches change events off"},
+        {"APP_CONF_FILE", "the application configuration file", true},
+        {"PROCESS_INSTANCE_ID", "the key of the process in it", true},
+        {"APP_ROOT", "leads to the node list", true},
+        {"TOLM_ROOT", "leads to the list of all nodes", true},
+        {"NO_EM_CLIENT", "switches change events off", true},
+        {"NO_EM_CLIENT_CONSUMER", "switches change events off", true},
+        {"SYSCONF_EVENT_QUIET_MS", "milliseconds without a change before an event", true},
         {"NO_COLOR", "no colour"},
         {"COLUMNS", "width of tables"},
+        {"PAGER", "shows long output on a terminal; default: less; empty or cat: none"},
+        {"LESS", "options of less; default: FRX"},
         {"HOME", "replaces ~ in shell completion"},
     };
     return table;
+}
+
+const CommandRow* commandNamed(std::string_view name) {
+    const auto& table = commandTable();
+    const auto found = std::find_if(table.begin(), table.end(),
+                                    [&](const CommandRow& row) { return row.name == name; });
+    return found != table.end() ? &*found : nullptr;
 }
 
 const OptionRow& optionRow(Option option) {
@@ -142,6 +174,8 @@ std::string_view nameOf(Format format) {
         return "plain";
     case Format::Json:
         return "json";
+    case Format::Name:
+        return "name";
     case Format::Wide:
         return "wide";
     case Format::Dot:
@@ -163,8 +197,9 @@ std::string_view nameOf(Format format) {
 }
 
 const std::vector<Option>& commonOptions() {
-    static const std::vector<Option> options = {Option::EnvFile, Option::Set, Option::Pid,
-                                                Option::Color, Option::RevealSecrets};
+    static const std::vector<Option> options = {Option::EnvFile,       Option::Set,
+                                                Option::Pid,           Option::Color,
+                                                Option::RevealSecrets, Option::NoPager};
     return options;
 }
 

@@ -9,8 +9,22 @@
 /// the help and the shell completion use these tables; a test compares the manual page with them.
 namespace sysconfctl {
 
-enum class Command { Show, Get, Watch, List, Explain, Diff, Who, Check, Nodes, Map, Report };
-enum class Format { Table, Plain, Json, Wide, Dot, Mermaid, Svg, Sarif, Junit, Github };
+enum class Command {
+    Show,
+    Get,
+    Watch,
+    List,
+    Explain,
+    Diff,
+    Who,
+    Check,
+    Nodes,
+    Map,
+    Report,
+    Help,
+    Version
+};
+enum class Format { Table, Plain, Json, Name, Wide, Dot, Mermaid, Svg, Sarif, Junit, Github };
 
 enum class Option {
     EnvFile,
@@ -20,7 +34,13 @@ enum class Option {
     File,
     Color,
     RevealSecrets,
+    NoPager,
     LocalAddress,
+    Tenancy,
+    Role,
+    Tag,
+    Missing,
+    Sort,
     List,
     All,
     Verbose,
@@ -43,13 +63,13 @@ struct OptionRow {
 };
 
 /// The positional arguments of a command.
-enum class Operands { None, Query, Environments, Word, Nodes, Paths };
+enum class Operands { None, Query, Queries, Environments, Word, Nodes, Paths, Command };
 
 struct CommandRow {
     Command command;
     std::string_view name;
     std::string_view help;
-    /// The first one is the default. None: the command has no --output.
+    /// The first one is the default. Without formats, the command has no option --output.
     std::vector<Format> formats;
     Operands operands = Operands::None;
     /// In addition to those of every command.
@@ -64,6 +84,8 @@ struct StatusRow {
 struct VariableRow {
     std::string_view name;
     std::string_view meaning;
+    /// Read by the library or its event library, so that it belongs in an environment file.
+    bool ofLibrary = false;
 };
 
 /// In the order of the help.
@@ -73,6 +95,8 @@ const std::vector<StatusRow>& statusTable();
 /// Environment variables that the tool or the library reads.
 const std::vector<VariableRow>& variableTable();
 
+/// The command of that name, or null.
+const CommandRow* commandNamed(std::string_view name);
 const OptionRow& optionRow(Option option);
 std::string_view nameOf(Format format);
 

@@ -7,6 +7,7 @@
 #include "cli/PartialCommandLine.h"
 #include "cli/ProcessEnvironment.h"
 #include "cli/ShellLine.h"
+#include "deployment/NodeFilter.h"
 #include "query/Queries.h"
 #include "render/Output.h"
 #include "render/Text.h"
@@ -90,9 +91,13 @@ Candidates operands(const PartialCommandLine& line) {
             return {};
         }
         return line.operands.empty() ? queryNames() : queryArguments(line);
+    case Operands::Queries:
+        return queryNames();
     case Operands::Nodes:
         deployed::applyEnvironmentOf(line);
         return deployed::nodes();
+    case Operands::Command:
+        return line.operands.empty() ? commands() : Candidates{};
     case Operands::Environments:
         return queryNames();
     case Operands::Word:
@@ -165,6 +170,21 @@ Completion valuesOf(const OptionRow& option, const PartialCommandLine& line,
     case Option::LocalAddress:
         deployed::applyEnvironmentOf(line);
         return {false, deployed::addresses()};
+    case Option::Tenancy:
+        deployed::applyEnvironmentOf(line);
+        return {false, deployed::tenancies()};
+    case Option::Role:
+        deployed::applyEnvironmentOf(line);
+        return {false, deployed::roles()};
+    case Option::Tag:
+    case Option::Missing:
+        deployed::applyEnvironmentOf(line);
+        return {false, deployed::tags()};
+    case Option::Sort:
+        for (const std::string_view name : sortFields()) {
+            candidates.push_back({std::string(name), ""});
+        }
+        break;
     case Option::Color:
         for (const std::string_view name : colorNames()) {
             candidates.push_back({std::string(name), ""});

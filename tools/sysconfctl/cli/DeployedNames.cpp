@@ -51,6 +51,17 @@ Candidates memberCandidates(const SourceFile& file, const char* name) {
     return candidates;
 }
 
+/// The texts that nodes have in these fields.
+std::set<std::string> textsOfNodes(std::initializer_list<std::string Listed::*> fields) {
+    std::set<std::string> texts;
+    for (const ClusterNode& node : keepUntilExit(clusterOf(keepUntilExit(readSources()))).nodes) {
+        for (const auto field : fields) {
+            texts.insert(node.listing().*field);
+        }
+    }
+    return texts;
+}
+
 /// Visits the address entries of all nodes of both lists.
 template <typename Visit>
 void forEachAddress(Visit visit) {
@@ -98,6 +109,14 @@ Candidates nodes() {
         candidates.push_back({node.id, joined(about, ", ")});
     }
     return candidates;
+}
+
+Candidates tenancies() {
+    return candidatesOf(textsOfNodes({&Listed::tenancy}));
+}
+
+Candidates roles() {
+    return candidatesOf(textsOfNodes({&Listed::role, &Listed::domainType}));
 }
 
 Candidates tags() {

@@ -20,6 +20,9 @@ namespace deployed {
 void applyEnvironmentOf(const PartialCommandLine& line);
 
 Candidates nodes();
+Candidates tenancies();
+/// The values of hostType and domain_node_type.
+Candidates roles();
 Candidates tags();
 /// The tags without the numbers at their ends.
 Candidates tagPrefixes();

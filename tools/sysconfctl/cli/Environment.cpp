@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "cli/Environment.h"
 
+#include "cli/CommandTable.h"
 #include "cli/FileBytes.h"
+#include "cli/Suggestion.h"
 #include "cli/UsageError.h"
 #include "render/Text.h"
 
@@ -63,6 +65,32 @@ std::string readFile(const std::string& path) {
     }
 }
 
+std::vector<std::string_view> knownVariables(bool ofLibraryOnly) {
+    std::vector<std::string_view> names;
+    for (const VariableRow& row : variableTable()) {
+        if (row.ofLibrary || !ofLibraryOnly) {
+            names.push_back(row.name);
+        }
+    }
+    return names;
+}
+
+bool isKnown(std::string_view variable) {
+    const std::vector<std::string_view> names = knownVariables(false);
+    return std::find(names.begin(), names.end(), variable) != names.end();
+}
+
+/// @param place The line of an environment file. Such files may be meant for other programs, too,
+///   so only what is nearly a variable of the library is rejected.
+void rejectMisspelt(const std::string& variable, const std::string& place) {
+    constexpr std::size_t kMostEdits = 2;
+    const std::string near = suggestion(variable, knownVariables(true), kMostEdits);
+    if (!isKnown(variable) && !near.empty()) {
+        throw UsageError(
+            fmt::format("{}: unknown variable {}{}", place, variable, didYouMean({near})));
+    }
+}
+
 // NOLINTBEGIN(concurrency-mt-unsafe): the library is not in use yet, so there is only one thread.
 
 void set(const Assignment& assignment) {
@@ -91,6 +119,11 @@ void applyEnvFile(const std::string& path) {
     }
 }
 
+bool isSet(const char* variable) {
+    const char* const value = std::getenv(variable);
+    return value != nullptr && *value != '\0';
+}
+
 // NOLINTEND(concurrency-mt-unsafe)
 
 } // namespace
@@ -102,6 +135,11 @@ Assignment parseAssignment(std::string_view text) {
         equals == std::string_view::npos ? std::string_view() : text.substr(equals + 1);
     if (const char* const wrong = fault(key, equals, value)) {
         throw UsageError(fmt::format("--set: {}", wrong));
+    }
+    if (!isKnown(key)) {
+        throw UsageError(fmt::format("--set: unknown variable {}{} (neither the library nor this "
+                                     "tool reads it)",
+                                     key, didYouMean(key, knownVariables(false))));
     }
     return {std::string(key), std::string(value)};
 }
@@ -125,6 +163,7 @@ std::vector<Assignment> parseEnvFile(const std::string& text, const std::string&
             throw UsageError(fmt::format("{}:{}: {}", name, number, wrong));
         }
         assignments.push_back({std::string(key), std::string(value)});
+        rejectMisspelt(assignments.back().variable, fmt::format("{}:{}", name, number));
     }
     return assignments;
 }
@@ -146,6 +185,10 @@ void applyEnvironment(const std::optional<std::string>& envFile,
     for (const Assignment& assignment : assignments) {
         set(assignment);
     }
+}
+
+bool nothingIsSet() {
+    return !isSet(kInstanceId) && std::none_of(kPaths.begin(), kPaths.end(), isSet);
 }
 
 } // namespace sysconfctl

@@ -39,4 +39,7 @@ std::vector<Assignment> readEnvFile(const std::string& path);
 void applyEnvironment(const std::optional<std::string>& envFile,
                       const std::vector<std::string>& sets);
 
+/// Whether all variables that lead to the configuration of a process are unset or empty.
+bool nothingIsSet();
+
 } // namespace sysconfctl

@@ -8,7 +8,7 @@ enum class ExitStatus {
     Answered = 0,
     NoAnswer = 1,     ///< the library has no answer: it returns an empty text or -1
     Different = 1,    ///< the environments answer differently
-    Usage = 2,        ///< invalid command line or environment file
+    Usage = 2,        ///< invalid command line or environment file; a secret that is not revealed
     LibraryThrew = 3, ///< a query threw an exception
     ErrorsFound = 3,  ///< the files or the environment have errors
     Warnings = 4,     ///< they have warnings only, and --strict is given

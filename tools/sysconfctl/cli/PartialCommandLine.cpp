@@ -4,17 +4,6 @@
 #include <algorithm>
 
 namespace sysconfctl {
-namespace {
-
-const CommandRow* commandNamed(std::string_view name) {
-    const auto& table = commandTable();
-    const auto found = std::find_if(table.begin(), table.end(),
-                                    [&](const CommandRow& row) { return row.name == name; });
-    return found != table.end() ? &*found : nullptr;
-}
-
-} // namespace
-
 PartialCommandLine::PartialCommandLine(const std::vector<std::string>& words) {
     for (std::size_t i = 0; i + 1 < words.size(); ++i) {
         parseWord(words[i]);
@@ -31,8 +20,12 @@ std::vector<Option> PartialCommandLine::options() const {
 }
 
 const OptionRow* PartialCommandLine::optionAt(std::string_view word) const {
-    for (const Option option : options()) {
-        const OptionRow& row = optionRow(option);
+    const std::vector<Option> known = options();
+    for (const OptionRow& row : optionTable()) {
+        if (command != nullptr &&
+            std::find(known.begin(), known.end(), row.option) == known.end()) {
+            continue;
+        }
         const bool named = word.substr(0, word.find('=')) == row.name;
         if (named ||
             (!row.letter.empty() && word.starts_with(row.letter) && !word.starts_with("--"))) {

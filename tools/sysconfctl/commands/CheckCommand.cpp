@@ -40,10 +40,8 @@ void verifyIgnored(const std::vector<std::string>& ignored) {
     }
     for (const std::string& name : ignored) {
         if (std::find(names.begin(), names.end(), name) == names.end()) {
-            const std::string near = suggestion(name, names);
-            throw UsageError(
-                fmt::format("--ignore: no finding is named {}{}", shellWord(name),
-                            near.empty() ? "" : fmt::format(", did you mean {}?", near)));
+            throw UsageError(fmt::format("--ignore: no finding is named {}{}", shellWord(name),
+                                         didYouMean(name, names)));
         }
     }
 }

@@ -49,7 +49,7 @@ std::string written(const Comparison& comparison, const Options& options) {
 ExitStatus runDiff(const Options& options) {
     std::vector<AskedQuery> asked;
     for (const std::string& word : options.queries) {
-        asked.push_back(askedQuery(word));
+        asked.push_back(askedQuery(word, "diff"));
     }
     std::vector<Side> sides;
     for (const std::string& pid : options.pids) {

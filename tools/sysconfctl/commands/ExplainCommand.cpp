@@ -225,7 +225,7 @@ ExitStatus report(const std::vector<Explained>& all, const Options& options) {
 
 ExitStatus runExplain(const Options& options) {
     if (!options.all) {
-        checkArgumentCount(findQuery(options.query), options.arguments);
+        checkArgumentCount(findQuery(options.query), options.arguments, "explain");
     }
     if (!options.localAddresses.empty()) {
         // The steps refer to the sources of the prediction.

@@ -80,12 +80,27 @@ Reply answerTo(const Question& question, const Options& options) {
     return ask(*question.query, question.arguments, options.revealSecrets);
 }
 
+/// Why a masked answer is not printed: a script would take the mask for the answer.
+std::string refusal(const Reply& reply) {
+    const std::string label = reply.label();
+    return std::holds_alternative<Json::Value>(reply.answer.value)
+               ? fmt::format("{0} holds secrets, so it is not printed (--reveal-secrets prints it, "
+                             "sysconfctl explain {0} prints it masked)",
+                             label)
+               : fmt::format("{} is a secret, so it is not printed (--reveal-secrets prints it)",
+                             label);
+}
+
 } // namespace
 
 ExitStatus runGet(const Options& options) {
     const Query& query = findQuery(options.query);
     checkArgumentCount(query, options.arguments);
     const Reply reply = answerTo({&query, options.arguments}, options);
+    if (reply.answer.masked) {
+        reportError(diagnostic::kSecret, refusal(reply));
+        return ExitStatus::Usage;
+    }
     writeOutput(written(reply, options));
     if (reply.error) {
         reportThrow(reply.label(), *reply.error);

@@ -11,17 +11,29 @@
 #include "render/Text.h"
 
 namespace sysconfctl {
+namespace {
+
+/// A terminal gets a table unless a format is given: drawings are for other programs.
+constexpr const char* kHowToDraw =
+    "\nto draw it: sysconfctl map -o svg >map.svg, or -o dot, mermaid\n";
+
+} // namespace
 
 ExitStatus runMap(const Options& options) {
     Cluster& cluster = keepUntilExit(clusterOf(keepUntilExit(readSources(options.localAddresses))));
+    const std::vector<std::string> unmatched = unknownValues(cluster, options.filter);
+    const std::vector<std::string> unused = unknownMissingTags(cluster, options.filter);
+    keepAccepted(cluster, options.filter);
     Picture& picture = keepUntilExit(pictureOf(cluster));
     std::optional<std::string> text;
-    switch (options.format) {
+    const bool readable = !options.formatGiven && outputIsTerminal();
+    switch (readable ? Format::Table : options.format) {
     case Format::Mermaid:
         text = mermaid(picture);
         break;
     case Format::Table:
         text = pictureTable(picture, outputWidth(), colorWanted(options.color));
+        *text += readable ? kHowToDraw : "";
         break;
     case Format::Plain:
         text = picturePlain(picture);
@@ -36,6 +48,7 @@ ExitStatus runMap(const Options& options) {
         text = dot(picture);
     }
     reportUnloadedFiles(cluster.troubles);
+    reportUnmatched(unmatched, unused);
     if (!text) {
         reportError(diagnostic::kNoGraphviz,
                     "-o svg needs Graphviz's dot, which is not installed; -o dot and -o mermaid do "
@@ -43,7 +56,8 @@ ExitStatus runMap(const Options& options) {
         return ExitStatus::NoAnswer;
     }
     writeOutput(*text);
-    return cluster.nodes.empty() ? ExitStatus::NoAnswer : ExitStatus::Answered;
+    return cluster.nodes.empty() || !unmatched.empty() ? ExitStatus::NoAnswer
+                                                       : ExitStatus::Answered;
 }
 
 } // namespace sysconfctl

@@ -54,8 +54,14 @@ std::string clusterTable(const Cluster& cluster, bool color) {
                         {shown(listed.service)},
                         {shown(listed.internalService)}});
     }
-    return grid({"NODE", "ROLE", "TENANCY", "MARKS", "MAINTENANCE", "SERVICE", "INTERNAL"}, rows,
-                outputWidth(), color);
+    return grid({{"NODE"},
+                 {"ROLE", 1},
+                 {"TENANCY", 4},
+                 {"MARKS", 2, true},
+                 {"MAINTENANCE", 5},
+                 {"SERVICE", 3},
+                 {"INTERNAL", 6}},
+                std::move(rows), outputWidth(), color);
 }
 
 std::string wideTable(const Cluster& cluster, bool color) {
@@ -70,8 +76,14 @@ std::string wideTable(const Cluster& cluster, bool color) {
                         node.lists(),
                         addressLines(listed)});
     }
-    return grid({"NODE", "ROLE", "TENANCY", "HOST TAG", "MARKS", "LISTS", "ADDRESSES"}, rows,
-                outputWidth(), color);
+    return grid({{"NODE"},
+                 {"ROLE", 1},
+                 {"TENANCY", 3},
+                 {"HOST TAG", 4},
+                 {"MARKS", 2, true},
+                 {"LISTS", 5},
+                 {"ADDRESSES", 0, true}},
+                std::move(rows), outputWidth(), color);
 }
 
 /// One tab-separated line for each node: id, role, tenancy, marks, maintenance, service and
@@ -89,11 +101,7 @@ std::string plain(const Cluster& cluster) {
     return text;
 }
 
-Json::Value toJson(const Listed& listed) {
-    if (!listed.present) {
-        return {};
-    }
-    Json::Value value;
+void addListed(Json::Value& value, const Listed& listed) {
     value["role"] = listed.role;
     value["domainType"] = listed.domainType;
     value["tenancy"] = listed.tenancy;
@@ -111,7 +119,31 @@ Json::Value toJson(const Listed& listed) {
         }
         value["addresses"].append(entry);
     }
+}
+
+Json::Value toJson(const Listed& listed) {
+    Json::Value value;
+    if (listed.present) {
+        addListed(value, listed);
+    }
     return value;
+}
+
+Json::Value array(const std::vector<std::string>& texts) {
+    Json::Value value(Json::arrayValue);
+    for (const std::string& text : texts) {
+        value.append(text);
+    }
+    return value;
+}
+
+/// One id a line.
+std::string names(const Cluster& cluster) {
+    std::string text;
+    for (const ClusterNode& node : cluster.nodes) {
+        text += escaped(node.id) + '\n';
+    }
+    return text;
 }
 
 std::string json(const Cluster& cluster) {
@@ -134,6 +166,9 @@ std::string json(const Cluster& cluster) {
         row["standby"] = node.isStandby;
         row["standsInFor"] =
             node.standsInFor.empty() ? Json::Value() : Json::Value(node.standsInFor);
+        row["marks"] = array(node.marks());
+        row["lists"] = array(node.lists());
+        addListed(row, node.listing()); // what the tables show
         row["nodeList"] = toJson(node.nodeList);
         row["managerNodeList"] = toJson(node.managerNodeList);
         value["nodes"].append(row);
@@ -163,6 +198,8 @@ std::string written(const Cluster& cluster, const Options& options) {
         return json(cluster);
     case Format::Plain:
         return plain(cluster);
+    case Format::Name:
+        return names(cluster);
     case Format::Wide:
         return wideTable(cluster, color);
     default:
@@ -174,13 +211,19 @@ std::string written(const Cluster& cluster, const Options& options) {
 
 ExitStatus runNodes(const Options& options) {
     Cluster& cluster = keepUntilExit(clusterOf(keepUntilExit(readSources(options.localAddresses))));
+    const std::vector<std::string> unmatched = unknownValues(cluster, options.filter);
+    const std::vector<std::string> unused = unknownMissingTags(cluster, options.filter);
     const std::vector<std::string> unknown = keepNamed(cluster, options.nodes);
+    keepAccepted(cluster, options.filter);
+    sortNodes(cluster, options.sort);
     writeOutput(written(cluster, options));
     reportUnloadedFiles(cluster.troubles);
     for (const std::string& id : unknown) {
         reportError(diagnostic::kNoSuchNode, "no node " + shellWord(id) + " in either list");
     }
-    return cluster.nodes.empty() || !unknown.empty() ? ExitStatus::NoAnswer : ExitStatus::Answered;
+    reportUnmatched(unmatched, unused);
+    return cluster.nodes.empty() || !unknown.empty() || !unmatched.empty() ? ExitStatus::NoAnswer
+                                                                           : ExitStatus::Answered;
 }
 
 } // namespace sysconfctl

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/Commands.h"
 
+#include "cli/Environment.h"
 #include "explain/Prediction.h"
 #include "query/Questions.h"
 #include "query/Reply.h"
@@ -68,6 +69,13 @@ std::vector<Reply> allReplies(const Options& options) {
 } // namespace
 
 ExitStatus runShow(const Options& options) {
+    if (nothingIsSet()) {
+        reportError(diagnostic::kNothingSet,
+                    "no configuration is set, so there is no answer: set APP_CONF_FILE, "
+                    "PROCESS_INSTANCE_ID, APP_ROOT and TOLM_ROOT as for the process, or name a "
+                    "file that sets them: sysconfctl show --env-file FILE");
+        return ExitStatus::NoAnswer;
+    }
     const std::vector<Reply> replies = allReplies(options);
     writeOutput(written(replies, options));
     ExitStatus status = ExitStatus::Answered;

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/Commands.h"
 
+#include "query/AskedQuery.h"
 #include "render/Color.h"
 #include "render/Diagnostics.h"
 #include "render/Output.h"
 #include "render/Table.h"
 #include "render/Text.h"
+#include "watch/Causes.h"
 #include "watch/Changes.h"
 #include "watch/EndSignals.h"
 #include "watch/Events.h"
@@ -47,7 +49,7 @@ void reportSubscription(const Events& events) {
 
 /// Waits for an event or for the next poll.
 /// @return False after a signal to end.
-/// @throws OutputError if the reader of the output has closed it.
+/// @throws OutputClosed if the reader of the output has closed it.
 bool waitForNextPoll(const EndSignals& signals, Events& events, bool& event) {
     std::array<pollfd, 3> ready = {pollfd{signals.descriptor(), POLLIN, 0},
                                    pollfd{events.descriptor(), POLLIN, 0},
@@ -57,7 +59,7 @@ bool waitForNextPoll(const EndSignals& signals, Events& events, bool& event) {
         throw std::system_error(errno, std::generic_category(), "poll");
     }
     if (ready[0].revents == 0 && ready[2].revents != 0) {
-        throw OutputError("the reader of the output has closed it");
+        throw OutputClosed("the reader of the output has closed it");
     }
     event = ready[1].revents != 0;
     events.clear();
@@ -82,10 +84,11 @@ std::string written(const std::vector<Observation>& observations, const Options&
     return text;
 }
 
-std::string written(const Change& change, WallTime now, const Options& options) {
+std::string written(const Change& change, WallTime now, const std::vector<Cause>& causes,
+                    const Options& options) {
     switch (options.format) {
     case Format::Json:
-        return changeLine(change, now);
+        return changeLine(change, now, causes);
     case Format::Plain:
         return changePlain(change, now);
     default:
@@ -93,29 +96,69 @@ std::string written(const Change& change, WallTime now, const Options& options) 
     }
 }
 
-std::string written(const std::vector<Change>& found, const Options& options) {
-    const WallTime now = std::chrono::system_clock::now();
-    std::string text;
-    for (const Change& change : found) {
-        text += written(change, now, options);
+std::string written(const Cause& cause, const Options& options) {
+    switch (options.format) {
+    case Format::Json:
+        return causeLine(cause);
+    case Format::Plain:
+        return causePlain(cause);
+    default:
+        return causeText(cause, outputWidth(), colorWanted(options.color));
     }
-    return text;
 }
+
+/// Writes causes before the changes that follow from them.
+class Reporter {
+public:
+    explicit Reporter(const Options& options) : m_options(options) {}
+
+    void report(const std::vector<Change>& found) {
+        const WallTime now = std::chrono::system_clock::now();
+        const std::vector<Cause> latest = m_causes.update();
+        const std::vector<Cause> causes =
+            found.empty() ? std::vector<Cause>{} : m_causes.ofChanges();
+        std::string text;
+        // A loaded answer changes later than its file, so its cause is repeated, unless it was
+        // written last. In JSON each change has its causes.
+        const bool repeated =
+            m_options.format != Format::Json && latest.empty() && !m_causesWrittenLast;
+        for (const Cause& cause : repeated ? causes : latest) {
+            text += written(cause, m_options);
+        }
+        for (const Change& change : found) {
+            text += written(change, now, causes, m_options);
+        }
+        writeOutput(text);
+        if (!text.empty()) {
+            m_causesWrittenLast = found.empty();
+        }
+    }
+
+private:
+    const Options& m_options;
+    Causes m_causes;
+    bool m_causesWrittenLast = false;
+};
 
 } // namespace
 
 ExitStatus runWatch(const Options& options) {
+    std::vector<AskedQuery> asked;
+    for (const std::string& word : options.queries) {
+        asked.push_back(askedQuery(word, "watch"));
+    }
     const EndSignals signals;
     const library::Session session;
+    Reporter reporter(options);
     useLibrary();
     Events events;
     reportSubscription(events);
-    std::vector<Observation> last = observe(options.revealSecrets);
+    std::vector<Observation> last = observe(asked, options.revealSecrets);
     writeOutput(written(last, options));
     bool event = false;
     while (waitForNextPoll(signals, events, event)) {
-        std::vector<Observation> next = observe(options.revealSecrets);
-        writeOutput(written(changes(last, next), options));
+        std::vector<Observation> next = observe(asked, options.revealSecrets);
+        reporter.report(changes(last, next));
         last = std::move(next);
     }
     const bool threw = std::any_of(last.begin(), last.end(), [](const Observation& observation) {

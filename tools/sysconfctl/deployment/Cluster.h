@@ -51,12 +51,12 @@ struct Cluster {
     std::string thisNodeId;
     std::string floatNodeId;
     std::string tenancy;
-    /// In ascending order of their ids.
+    /// In ascending order of their ids, unless they are sorted otherwise.
     std::vector<ClusterNode> nodes;
     /// Why files do not load; one line for each file.
     std::vector<std::string> troubles;
 
-    /// The node of that id, or null.
+    /// The node of that id, or null. Not to be called after sorting otherwise.
     const ClusterNode* node(const std::string& id) const;
 };
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "diff/Comparison.h"
 
-#include "cli/ShellLine.h"
 #include "cli/UsageError.h"
 #include "render/Json.h"
 #include "render/Text.h"
@@ -133,20 +132,6 @@ bool Comparison::same() const {
     return std::all_of(processes.begin(), processes.end(), [](const ComparedProcess& process) {
         return process.onlyIn == 0 && process.differences.empty();
     });
-}
-
-AskedQuery askedQuery(const std::string& word) {
-    std::vector<std::string> words = readShellLine(word + ' ', "").words;
-    words.pop_back(); // the empty word after the blank
-    if (words.empty()) {
-        words.emplace_back();
-    }
-    const Query& query = findQuery(words.front());
-    words.erase(words.begin());
-    if (!words.empty()) {
-        checkArgumentCount(query, words);
-    }
-    return {&query, std::move(words)};
 }
 
 Comparison compare(Side& a, Side& b, const std::vector<AskedQuery>& asked, bool revealSecrets) {

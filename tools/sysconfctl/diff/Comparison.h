@@ -4,6 +4,7 @@
 #include "cli/CommandLine.h"
 #include "diff/Side.h"
 #include "explain/Reason.h"
+#include "query/AskedQuery.h"
 #include "query/Reply.h"
 
 #include <cstddef>
@@ -46,17 +47,6 @@ struct Comparison {
 
     bool same() const;
 };
-
-/// A query of the command line, with its arguments; without them, every question of `show` with
-/// that query.
-struct AskedQuery {
-    const Query* query;
-    Arguments arguments;
-};
-
-/// Parses "db-type alarms 0", quoted as a shell does.
-/// @throws UsageError if there is no such query.
-AskedQuery askedQuery(const std::string& word);
 
 /// Compares the answers to the queries, or to all of `show`.
 /// @throws UsageError if a query does not accept its arguments, or the sides do not match.

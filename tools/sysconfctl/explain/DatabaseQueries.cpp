@@ -116,7 +116,9 @@ Answer entryField(ExplanationBuilder& builder, const Column& column) {
     const char* expected = "";
     try {
         Answer answer = fieldOf(*database, index, column, path, expected);
-        const bool secret = builder.explanation.query->secret == Secret::Whole;
+        const auto* const text = std::get_if<std::string>(&answer.value);
+        const bool secret = builder.explanation.query->secret == Secret::Whole ||
+                            (text != nullptr && holdsLoginData(*text));
         if (database->isArray() && index < database->size()) {
             builder.value(builder.sources.appConfig, path, Weight::Decisive, secret);
         } else {

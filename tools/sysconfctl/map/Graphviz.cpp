@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "map/Graphviz.h"
 
+#include "render/Output.h"
+#include "render/Pipe.h"
+
 #include <array>
 #include <cerrno>
-#include <fcntl.h>
 #include <spawn.h>
 #include <stdexcept>
-#include <string_view>
 #include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
@@ -15,40 +16,6 @@ extern char** environ; // NOLINT(readability-redundant-declaration): not every l
 
 namespace sysconfctl {
 namespace {
-
-/// Both ends of a pipe; the destructor closes what is still open.
-struct Pipe {
-    Pipe() {
-        if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
-            throw std::system_error(errno, std::system_category(), "pipe");
-        }
-    }
-    Pipe(const Pipe&) = delete;
-    Pipe& operator=(const Pipe&) = delete;
-    ~Pipe() {
-        close(0);
-        close(1);
-    }
-    void close(std::size_t end) {
-        if (ends.at(end) >= 0) {
-            ::close(ends.at(end));
-            ends.at(end) = -1;
-        }
-    }
-    std::array<int, 2> ends{-1, -1};
-};
-
-/// `dot` writes nothing before it has read its whole input, so writing first cannot deadlock.
-void writeAll(int descriptor, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t written = ::write(descriptor, text.data(), text.size());
-        if (written >= 0) {
-            text.remove_prefix(static_cast<std::size_t>(written));
-        } else if (errno != EINTR) {
-            return; // the exit status of dot reports the failure
-        }
-    }
-}
 
 std::string readAll(int descriptor) {
     std::string text;
@@ -86,6 +53,8 @@ std::optional<std::string> drawWithGraphviz(const std::string& text) {
     }
     input.close(0);
     output.close(1);
+    // dot writes nothing before it has read its whole input, so writing first cannot deadlock. Its
+    // exit status reports a failure.
     writeAll(input.ends[1], text);
     input.close(1);
     std::string picture = readAll(output.ends[0]);

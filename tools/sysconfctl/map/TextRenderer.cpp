@@ -68,7 +68,8 @@ std::string pictureTable(const Picture& picture, std::size_t width, bool color) 
                             escapedLines({box.lines.begin() + 1, box.lines.end()})});
         }
     }
-    return grid({"TENANCY", "NODE", "TIES", "ROLE AND ADDRESSES"}, rows, width, color);
+    return grid({{"TENANCY", 2}, {"NODE"}, {"TIES", 1, true}, {"ROLE AND ADDRESSES", 0, true}},
+                std::move(rows), width, color);
 }
 
 std::string picturePlain(const Picture& picture) {

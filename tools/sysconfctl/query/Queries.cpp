@@ -123,7 +123,7 @@ std::vector<Query> allNodesQueries() {
 }
 
 Query entryQuery(std::string_view name, std::string_view operation, std::string_view help,
-                 Answer (*ask)(const Arguments&), Secret secret = Secret::None) {
+                 Answer (*ask)(const Arguments&), Secret secret = Secret::LoginData) {
     return {.name = name,
             .operation = operation,
             .section = kDatabases,
@@ -139,26 +139,26 @@ std::vector<Query> databaseQueries() {
         {.name = "all-db-info",
          .operation = "getAllDBInfo",
          .section = kDatabases,
-         .help = "all databases as JSON, passwords masked",
+         .help = "all databases as JSON (secret)",
          .ask = allDatabases,
-         .secret = Secret::Members},
+         .secret = Secret::Databases},
         {.name = "db-info",
          .operation = "getDBInfo",
          .section = kDatabases,
-         .help = "entries of database NAME as JSON, masked",
+         .help = "entries of database NAME as JSON (secret)",
          .ask = database,
          .parameters = {{"NAME", Completes::Databases}},
-         .secret = Secret::Members,
+         .secret = Secret::Database,
          .shown = Shown::EachDatabase},
         entryQuery("db-type", "getDBType", "type of entry INDEX",
                    databaseText<&SysConfReader::getDBType>),
         entryQuery("db-access-host", "getDBAccessHost", "host of entry INDEX",
                    databaseText<&SysConfReader::getDBAccessHost>),
         entryQuery("db-access-port", "getDBAccessPort", "port of entry INDEX (0: none)",
-                   databasePort),
+                   databasePort, Secret::None),
         entryQuery("db-user-name", "getDBUserName", "user of entry INDEX",
                    databaseText<&SysConfReader::getDBUserName>),
-        entryQuery("db-password", "getDBPassword", "password of entry INDEX, masked",
+        entryQuery("db-password", "getDBPassword", "password of entry INDEX (secret)",
                    databaseText<&SysConfReader::getDBPassword>, Secret::Whole),
         entryQuery("db-service-name", "getDBServiceName", "service of entry INDEX",
                    databaseText<&SysConfReader::getDBServiceName>),
@@ -185,18 +185,25 @@ const std::vector<Query>& queries() {
     return all;
 }
 
-const Query& findQuery(std::string_view name) {
+std::vector<std::string> nearQueries(std::string_view name) {
     std::vector<std::string_view> names;
+    std::vector<std::string_view> operations;
     for (const Query& query : queries()) {
-        if (query.name == name) {
+        names.push_back(query.name);
+        operations.push_back(query.operation);
+    }
+    std::vector<std::string> near = nearMatches(name, names);
+    return near.empty() ? nearMatches(name, operations) : near;
+}
+
+const Query& findQuery(std::string_view name) {
+    for (const Query& query : queries()) {
+        if (name == query.name || name == query.operation) {
             return query;
         }
-        names.push_back(query.name);
     }
-    const std::string near = suggestion(name, names);
     throw UsageError(fmt::format("unknown query {}{} (sysconfctl get --list lists them all)",
-                                 shellWord(name),
-                                 near.empty() ? "" : fmt::format(", did you mean {}?", near)));
+                                 shellWord(name), didYouMean(nearQueries(name))));
 }
 
 std::string usageOf(const Query& query) {
@@ -218,13 +225,14 @@ std::string labelOf(const Query& query, const Arguments& arguments) {
     return text;
 }
 
-void checkArgumentCount(const Query& query, const Arguments& arguments) {
+void checkArgumentCount(const Query& query, const Arguments& arguments, std::string_view command) {
     const bool open = !query.parameters.empty() && query.parameters.back().occurs != Occurs::Once;
     const bool optional = open && query.parameters.back().occurs == Occurs::AnyTimes;
     const std::size_t least = query.parameters.size() - (optional ? 1 : 0);
     if (arguments.size() < least || (!open && arguments.size() > query.parameters.size())) {
-        throw UsageError(fmt::format("{} takes {}arguments: sysconfctl get {}", query.name,
-                                     query.parameters.empty() ? "no " : "other ", usageOf(query)));
+        throw UsageError(fmt::format("{} takes {}arguments: sysconfctl {} {}", query.name,
+                                     query.parameters.empty() ? "no " : "other ", command,
+                                     usageOf(query)));
     }
 }
 

@@ -56,4 +56,14 @@ void reportUnloadedFiles(const std::vector<std::string>& troubles) {
     }
 }
 
+void reportUnmatched(const std::vector<std::string>& errors,
+                     const std::vector<std::string>& notices) {
+    for (const std::string& sentence : errors) {
+        reportError(diagnostic::kNoMatch, sentence);
+    }
+    for (const std::string& sentence : notices) {
+        reportNotice(diagnostic::kNoMatch, sentence);
+    }
+}
+
 } // namespace sysconfctl

@@ -12,9 +12,12 @@ namespace sysconfctl {
 /// The names of the messages. Scripts rely on them.
 namespace diagnostic {
 inline constexpr std::string_view kUsage = "usage";
+inline constexpr std::string_view kNothingSet = "nothing-set";
+inline constexpr std::string_view kSecret = "secret";
 inline constexpr std::string_view kLibraryThrew = "library-threw";
 inline constexpr std::string_view kDoesNotLoad = "does-not-load";
 inline constexpr std::string_view kNoSuchNode = "no-such-node";
+inline constexpr std::string_view kNoMatch = "no-match";
 inline constexpr std::string_view kNowhere = "nowhere";
 inline constexpr std::string_view kNoGraphviz = "no-graphviz";
 inline constexpr std::string_view kOutput = "output";
@@ -41,5 +44,8 @@ void reportThrow(const std::string& queryLabel, const std::string& message);
 void reportNewer(const std::vector<std::string>& sentences);
 /// Reports each file that does not load.
 void reportUnloadedFiles(const std::vector<std::string>& troubles);
+/// Reports each value of a filter that no node has: as errors and as notices.
+void reportUnmatched(const std::vector<std::string>& errors,
+                     const std::vector<std::string>& notices);
 
 } // namespace sysconfctl

@@ -12,25 +12,87 @@ namespace {
 
 constexpr std::size_t kColumnGap = 2;
 
-std::vector<std::size_t> columnWidths(const std::vector<std::string>& titles,
-                                      const std::vector<std::vector<Cell>>& rows,
-                                      std::size_t width) {
-    std::vector<std::size_t> widths;
-    widths.reserve(titles.size());
-    for (const std::string& title : titles) {
-        widths.push_back(displayWidth(title));
+/// The line wrapped after blanks; continuation lines are indented.
+Cell wrappedLine(const std::string& line, std::size_t width) {
+    const std::string indent = "  ";
+    Cell lines = wrappedWords(line, width);
+    if (lines.size() == 1) {
+        return lines;
     }
-    for (const auto& row : rows) {
-        for (std::size_t i = 0; i < row.size(); ++i) {
+    lines.resize(1);
+    const std::string rest = line.substr(std::min(lines.front().size() + 1, line.size()));
+    const std::size_t room = std::max(width, indent.size() + 1) - indent.size();
+    for (const std::string& piece : wrappedWords(rest, room)) {
+        lines.push_back(indent + piece);
+    }
+    return lines;
+}
+
+/// The width of the line, or its least width if it may be wrapped.
+std::size_t widestOf(const std::string& line, bool wraps) {
+    std::size_t widest = 0;
+    for (const std::string& piece : wraps ? wrappedLine(line, 1) : Cell{line}) {
+        widest = std::max(widest, displayWidth(piece));
+    }
+    return widest;
+}
+
+/// The widths of all columns: the least ones, or those without wrapping.
+std::vector<std::size_t> widthsOf(const std::vector<Column>& columns,
+                                  const std::vector<std::vector<Cell>>& rows, bool least) {
+    std::vector<std::size_t> widths;
+    widths.reserve(columns.size());
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        std::size_t widest = displayWidth(columns[i].title);
+        for (const auto& row : rows) {
             for (const std::string& line : row[i]) {
-                widths[i] = std::max(widths[i], displayWidth(line));
+                widest = std::max(widest, widestOf(line, least && columns[i].wraps));
             }
         }
+        widths.push_back(widest);
     }
-    const std::size_t gaps = kColumnGap * (titles.size() - 1);
-    const std::size_t room = std::max(width, gaps + titles.size()) - gaps;
-    while (std::accumulate(widths.begin(), widths.end(), std::size_t{0}) > room) {
-        --*std::max_element(widths.begin(), widths.end());
+    return widths;
+}
+
+std::size_t totalOf(const std::vector<std::size_t>& widths) {
+    return std::accumulate(widths.begin(), widths.end(), kColumnGap * (widths.size() - 1));
+}
+
+/// Leaves out columns until the others fit, if that is possible.
+/// @return Their titles.
+std::vector<std::string> leaveOut(std::vector<Column>& columns,
+                                  std::vector<std::vector<Cell>>& rows, std::size_t width) {
+    std::vector<std::string> titles;
+    while (totalOf(widthsOf(columns, rows, true)) > width) {
+        const auto last = std::max_element(
+            columns.begin(), columns.end(),
+            [](const Column& left, const Column& right) { return left.leftOut < right.leftOut; });
+        if (last->leftOut == 0) {
+            break;
+        }
+        titles.push_back(last->title);
+        for (auto& row : rows) {
+            row.erase(row.begin() + (last - columns.begin()));
+        }
+        columns.erase(last);
+    }
+    return titles;
+}
+
+/// The widths of columns that fit if their lines are wrapped: the widest ones are narrowed.
+std::vector<std::size_t> columnWidths(const std::vector<Column>& columns,
+                                      const std::vector<std::vector<Cell>>& rows,
+                                      std::size_t width) {
+    const std::vector<std::size_t> least = widthsOf(columns, rows, true);
+    std::vector<std::size_t> widths = widthsOf(columns, rows, false);
+    while (totalOf(widths) > std::max(width, totalOf(least))) {
+        std::size_t widest = widths.size();
+        for (std::size_t i = 0; i < widths.size(); ++i) {
+            if (widths[i] > least[i] && (widest == widths.size() || widths[i] > widths[widest])) {
+                widest = i;
+            }
+        }
+        --widths[widest];
     }
     return widths;
 }
@@ -49,14 +111,14 @@ void appendLine(std::string& text, const std::vector<Cell>& cells, std::size_t n
     text += line + '\n';
 }
 
-void appendRow(std::string& text, const std::vector<Cell>& row,
+void appendRow(std::string& text, const std::vector<Cell>& row, const std::vector<Column>& columns,
                const std::vector<std::size_t>& widths) {
     std::vector<Cell> cells;
     std::size_t height = 1;
     for (std::size_t i = 0; i < row.size(); ++i) {
         Cell cell;
         for (const std::string& line : row[i]) {
-            const std::vector<std::string> pieces = wrapped(line, widths[i]);
+            const Cell pieces = columns[i].wraps ? wrappedLine(line, widths[i]) : Cell{line};
             cell.insert(cell.end(), pieces.begin(), pieces.end());
         }
         height = std::max(height, cell.size());
@@ -69,21 +131,26 @@ void appendRow(std::string& text, const std::vector<Cell>& row,
 
 } // namespace
 
-std::string grid(const std::vector<std::string>& titles, const std::vector<std::vector<Cell>>& rows,
+std::string grid(std::vector<Column> columns, std::vector<std::vector<Cell>> rows,
                  std::size_t width, bool color) {
-    const std::vector<std::size_t> widths = columnWidths(titles, rows, width);
+    const std::vector<std::string> leftOut = leaveOut(columns, rows, width);
+    const std::vector<std::size_t> widths = columnWidths(columns, rows, width);
     std::vector<Cell> header;
-    header.reserve(titles.size());
-    for (const std::string& title : titles) {
-        header.push_back({title});
+    header.reserve(columns.size());
+    for (const Column& column : columns) {
+        header.push_back({column.title});
     }
     std::string text;
-    appendRow(text, header, widths);
+    appendRow(text, header, columns, widths);
     if (color) {
         text = paintedLines(text, Paint::Bold);
     }
     for (const auto& row : rows) {
-        appendRow(text, row, widths);
+        appendRow(text, row, columns, widths);
+    }
+    if (!leftOut.empty()) {
+        const std::string note = "not shown for lack of width: " + joined(leftOut, ", ");
+        text += joined(wrappedWords(note, width), "\n") + '\n';
     }
     return text;
 }

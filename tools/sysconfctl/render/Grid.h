@@ -10,10 +10,19 @@ namespace sysconfctl {
 /// The escaped lines of one cell.
 using Cell = std::vector<std::string>;
 
-/// Renders columns with titles, aligned by display width. If the rows are wider than `width`, the
-/// widest columns are narrowed and their lines wrapped.
+struct Column {
+    std::string title;
+    /// The column with the highest number is left out first if rows are too wide; 0: never.
+    int leftOut = 0;
+    /// Whether its lines may be wrapped, after blanks only: no address or id is cut.
+    bool wraps = false;
+};
+
+/// Renders columns with titles, aligned by display width. If the rows are wider than `width`, lines
+/// of columns that allow it are wrapped, then columns are left out and a last line names them. What
+/// is still too wide runs over.
 /// @param color Makes the titles bold.
-std::string grid(const std::vector<std::string>& titles, const std::vector<std::vector<Cell>>& rows,
+std::string grid(std::vector<Column> columns, std::vector<std::vector<Cell>> rows,
                  std::size_t width, bool color = false);
 
 } // namespace sysconfctl

@@ -9,24 +9,36 @@
 
 namespace sysconfctl {
 
-/// Replaces a password of any length.
+/// Replaces a secret of any length.
 inline constexpr std::string_view kMask = "********";
 
 /// The part of an answer that is shown only with --reveal-secrets.
 enum class Secret {
     None,
-    Whole,   ///< the whole text
-    Members, ///< the members of a JSON value whose names indicate a password
+    Whole,     ///< the whole text
+    LoginData, ///< the whole text if it holds login data, such as a URL with a password
+    Database,  ///< the members of a database's entries that are not shown fields
+    Databases, ///< the same for each database, by name
 };
 
 /// Whether the name of a member indicates a password. Matches more than the one name that the
-/// library reads, so that a misspelt or additional password of an entry is masked, too.
+/// library reads, so that a misspelt or additional password is masked, too.
 bool indicatesPassword(std::string name);
 
 /// The end of the first word in the text that indicates a password; npos if there is none.
 std::size_t endOfPasswordWord(std::string text);
 
-/// Replaces the secret part of the answer by kMask. An empty password is not a secret.
+/// Whether a member of a database entry has that name and is shown: the fields that queries read,
+/// except the password. Any other member may be a secret, whatever its name is.
+bool isShownField(std::string_view name);
+
+/// The member of an entry that is an object with more fields.
+inline constexpr std::string_view kNestedFields = "instanceExt";
+
+/// Whether a text holds login data: "user:password@host", "user/password@host", "password=...".
+bool holdsLoginData(std::string_view text);
+
+/// Replaces the secret part of the answer by kMask. An empty text, list or object is not a secret.
 void mask(Answer& answer, Secret secret);
 
 } // namespace sysconfctl

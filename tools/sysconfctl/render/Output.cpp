@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/Output.h"
 
+#include "render/Pager.h"
 #include "render/Text.h"
 
 #include <fcntl.h>
@@ -22,18 +23,8 @@ constexpr std::size_t kDefaultWidth = 100;
 /// Narrower tables are not readable.
 constexpr std::size_t kLeastWidth = 40;
 
-/// Returns 0 after the whole text is written, else the error number.
-int writeAll(int descriptor, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t written = ::write(descriptor, text.data(), text.size());
-        if (written >= 0) {
-            text.remove_prefix(static_cast<std::size_t>(written));
-        } else if (errno != EINTR) {
-            return errno;
-        }
-    }
-    return 0;
-}
+/// Set once, before the first output.
+bool pagerAllowed = false;
 
 std::size_t columnsOfEnvironment() {
     // NOLINTNEXTLINE(concurrency-mt-unsafe): the environment no longer changes.
@@ -47,15 +38,53 @@ std::size_t columnsOfEnvironment() {
     return 0;
 }
 
-std::size_t columnsOfTerminal() {
+/// Zeros without a terminal.
+winsize terminalSize() {
     winsize size{};
-    return ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+    return ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size : winsize{};
+}
+
+/// Whether the text has more lines than the terminal, which wraps lines that are wider.
+bool isLongerThanTerminal(std::string_view text) {
+    const winsize size = terminalSize();
+    if (size.ws_row == 0 || size.ws_col == 0) {
+        return false;
+    }
+    std::size_t rows = 1; // of the prompt
+    while (!text.empty() && rows <= size.ws_row) {
+        const std::string_view line = text.substr(0, text.find('\n'));
+        rows += 1 + (std::max<std::size_t>(displayWidth(line), 1) - 1) / size.ws_col;
+        text.remove_prefix(std::min(line.size() + 1, text.size()));
+    }
+    return rows > size.ws_row;
 }
 
 } // namespace
 
+int writeAll(int descriptor, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t written = ::write(descriptor, text.data(), text.size());
+        if (written >= 0) {
+            text.remove_prefix(static_cast<std::size_t>(written));
+        } else if (errno != EINTR) {
+            return errno;
+        }
+    }
+    return 0;
+}
+
+void allowPager() {
+    pagerAllowed = true;
+}
+
 void writeOutput(std::string_view text) {
+    if (pagerAllowed && outputIsTerminal() && isLongerThanTerminal(text) && showInPager(text)) {
+        return;
+    }
     const int error = writeAll(STDOUT_FILENO, text);
+    if (error == EPIPE) {
+        throw OutputClosed("the reader of the output has closed it");
+    }
     if (error != 0) {
         throw OutputError("cannot write the output: " + std::system_category().message(error));
     }
@@ -85,7 +114,7 @@ bool outputIsTerminal() {
 std::size_t outputWidth() {
     std::size_t columns = columnsOfEnvironment();
     if (columns == 0) {
-        columns = columnsOfTerminal();
+        columns = terminalSize().ws_col;
     }
     return columns == 0 ? kDefaultWidth : std::max(columns, kLeastWidth);
 }

@@ -8,14 +8,27 @@
 
 namespace sysconfctl {
 
-/// The output cannot be written, for example because the disk is full or the pipe is closed.
+/// The output cannot be written, for example because the disk is full.
 struct OutputError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// Writes the whole text to standard output.
-/// @throws OutputError if any of it cannot be written.
+/// The reader of the output has closed it, as `head` does.
+struct OutputClosed : OutputError {
+    using OutputError::OutputError;
+};
+
+/// Lets writeOutput() use the pager.
+void allowPager();
+
+/// Writes the whole text to standard output; through the pager if that is allowed, standard output
+/// is a terminal and the text has more lines.
+/// @throws OutputClosed, OutputError if any of it cannot be written.
 void writeOutput(std::string_view text);
+
+/// Writes the whole text to a descriptor.
+/// @return 0 or the error number.
+int writeAll(int descriptor, std::string_view text);
 
 /// Writes the whole text to a file, in place of what is in it.
 /// @throws OutputError if any of it cannot be written.

@@ -66,9 +66,9 @@ std::string jsonLine(Json::Value value, const char* kind, WallTime time) {
 
 } // namespace
 
-std::vector<Observation> observe(bool revealSecrets) {
+std::vector<Observation> observe(const std::vector<AskedQuery>& asked, bool revealSecrets) {
     std::vector<Observation> observations;
-    for (const Question& question : allQuestions()) {
+    for (const Question& question : questionsOf(asked)) {
         Reply reply = ask(*question.query, question.arguments, true);
         std::string identity = compactJson(toJson(reply));
         if (!revealSecrets) {
@@ -124,6 +124,21 @@ std::string changeText(const Change& change, WallTime time, std::size_t width, b
     return text;
 }
 
+std::string causeText(const Cause& cause, std::size_t width, bool color) {
+    std::string text;
+    std::string lead;
+    for (const std::string& piece :
+         wrappedWords(timeText(cause.time) + "  " + escaped(cause.sentence), width)) {
+        text += painted(lead + piece, Paint::Cyan, color) + '\n';
+        lead = "  ";
+    }
+    return text;
+}
+
+std::string causePlain(const Cause& cause) {
+    return fmt::format("{}\t!\t\t{}\n", timeText(cause.time), escaped(cause.sentence));
+}
+
 std::string answerPlain(const Reply& reply, WallTime time) {
     return plainReply('=', &reply, time);
 }
@@ -136,7 +151,17 @@ std::string answerLine(const Reply& reply, WallTime time) {
     return jsonLine(toJson(reply), "answer", time);
 }
 
-std::string changeLine(const Change& change, WallTime time) {
+std::string causeLine(const Cause& cause) {
+    Json::Value value;
+    value["name"] = std::string(cause.name);
+    value["text"] = cause.sentence;
+    if (!cause.file.empty()) {
+        value["file"] = cause.file;
+    }
+    return jsonLine(std::move(value), "cause", cause.time);
+}
+
+std::string changeLine(const Change& change, WallTime time, const std::vector<Cause>& causes) {
     const Json::Value asked = toJson(change.after != nullptr ? *change.after : *change.before);
     Json::Value value;
     for (const char* member : kQuestionMembers) {
@@ -144,6 +169,10 @@ std::string changeLine(const Change& change, WallTime time) {
     }
     value["old"] = withoutQuestion(change.before);
     value["new"] = withoutQuestion(change.after);
+    value["causes"] = Json::Value(Json::arrayValue);
+    for (const Cause& cause : causes) {
+        value["causes"].append(cause.sentence);
+    }
     return jsonLine(std::move(value), "change", time);
 }
 

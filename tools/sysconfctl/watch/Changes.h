@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "query/AskedQuery.h"
 #include "query/Reply.h"
+#include "watch/Causes.h"
 
 #include <chrono>
 #include <cstddef>
@@ -16,8 +18,8 @@ struct Observation {
     std::string identity;
 };
 
-/// Asks all questions once.
-std::vector<Observation> observe(bool revealSecrets);
+/// Asks each question once.
+std::vector<Observation> observe(const std::vector<AskedQuery>& asked, bool revealSecrets);
 
 /// A difference between two observations of one question. A null pointer means that it was not
 /// asked: a database was added or removed.
@@ -32,6 +34,9 @@ std::vector<Change> changes(const std::vector<Observation>& before,
 
 using WallTime = std::chrono::system_clock::time_point;
 
+/// A line with the time and the cause, at most `width` columns wide; words are not cut.
+std::string causeText(const Cause& cause, std::size_t width, bool color = false);
+
 /// "2031-07-09T10:42:11.083Z"
 std::string timeText(WallTime time);
 
@@ -40,14 +45,19 @@ std::string timeText(WallTime time);
 std::string changeText(const Change& change, WallTime time, std::size_t width, bool color = false);
 
 /// One tab-separated line for each line of an answer: the time, "=" for the initial answer, "-" for
-/// the old or "+" for the new one, the query, and the text.
+/// the old or "+" for the new one, the query, and the text. The line of a cause has "!", no query,
+/// and the text.
+std::string causePlain(const Cause& cause);
 std::string answerPlain(const Reply& reply, WallTime time);
 std::string changePlain(const Change& change, WallTime time);
 
 /// One line of JSON: {"schemaVersion", "kind": "answer", "time"} and the members of the reply; or
 /// {"schemaVersion", "kind": "change", "time", "query", "operation", "arguments", "old", "new"},
-/// with "old" and "new" null or {"answered", "value"}, with "masked" and "error" as in a reply.
+/// with "old" and "new" null or {"answered", "value"}, with "masked" and "error" as in a reply, and
+/// "causes" with the sentences; or {"schemaVersion", "kind": "cause", "time", "name", "text"}, and
+/// "file" if it is one.
 std::string answerLine(const Reply& reply, WallTime time);
-std::string changeLine(const Change& change, WallTime time);
+std::string changeLine(const Change& change, WallTime time, const std::vector<Cause>& causes = {});
+std::string causeLine(const Cause& cause);
 
 } // namespace sysconfctl
