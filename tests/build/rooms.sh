@@ -5,12 +5,13 @@
 set -euo pipefail
 cd "$1"
 
-readers="base rules config locks public sysconfreader sysconfreaderimpl"
+readers="base rules config locks status public sysconfreader sysconfreaderimpl"
 declare -A may_include=(
   [base]=base
   [rules]=rules
   [config]="base rules config"
   [locks]="base locks ace"
+  [status]="base rules config locks status public"
   [sysconfreader]=$readers
   [sysconfreaderimpl]=$readers
   [fork]="$readers fork"
