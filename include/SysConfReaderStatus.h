@@ -88,7 +88,7 @@ public:
 
     /// Whether the library is subscribed to change events.
     enum class Subscription {
-        /// Not tried yet, ended by Destory(), or left behind in the parent of this process.
+        /// Not tried yet, ended by Destory(), or made by the parent of this process.
         None,
         /// There is a subscription, see `eventLibrary`.
         Subscribed,

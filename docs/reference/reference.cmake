@@ -39,7 +39,7 @@ function(manual_page name raw)
   file(WRITE "${OUTPUT}/man3/${name}.3" "${page}")
 endfunction()
 
-foreach(class SysConfReader SysConfReaderImpl SysConfReader_i)
+foreach(class SysConfReader SysConfReaderImpl SysConfReaderStatus SysConfReader_i)
   manual_page(${class} Quarncommon_${class})
 endforeach()
 manual_page(SysConfReaderEvent SysConfReaderEvent.h)

@@ -31,7 +31,7 @@ public:
     /// Closes it if it is intact.
     void close() noexcept;
 
-    /// Leaves it to whoever has closed it.
+    /// Stops using the number without closing it.
     void forget() noexcept { m_number = -1; }
 
 private:

@@ -80,7 +80,7 @@ contents() {
   has libeventcbutil "$libdir/libeventcbutil.so"
   has libeventcbutil-dev include/EventConsumerCB.h \
     "$cmake"/sysconfreader-eventcbutil-targets{,-CONFIG}.cmake
-  has libsysconfreader-dev include/SysConfReader{,Event,Impl,_i}.h \
+  has libsysconfreader-dev include/SysConfReader{,Event,Impl,Status,_i}.h \
     "$cmake"/sysconfreader{-targets,-targets-CONFIG,Config,ConfigVersion}.cmake \
     "$libdir/pkgconfig/sysconfreader.pc"
   has sysconfctl bin/sysconfctl share/man/man1/sysconfctl.1.gz \

@@ -80,7 +80,7 @@ const FaultRow kFaults[] = {
      Outcome::Malformed, 0, 2, 14},
     {"letters of two bytes before it",
      [](const fs::path& path) { replaceBy(path, "\n{\"\u00e4\u00f6\": \"\u00fc\" 5}"); },
-     Outcome::Malformed, 0, 2, 11},
+     Outcome::Malformed, 0, 2, 12},
     {"cut off", [](const fs::path& path) { replaceBy(path, "{\"a\": [1,\n2"); }, Outcome::Malformed,
      0, 2, 2},
     {"a NUL byte", [](const fs::path& path) { replaceBy(path, std::string("{}\n\0", 4)); },
