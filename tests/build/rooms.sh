@@ -12,6 +12,7 @@ declare -A may_include=(
   [config]="base rules config"
   [locks]="base locks ace"
   [status]="base rules config locks status public"
+  [queries]="queries public"
   [sysconfreader]=$readers
   [sysconfreaderimpl]=$readers
   [fork]="$readers fork"
@@ -49,11 +50,11 @@ if ((checked < 50)); then
 fi
 
 # "FOLDER/NAME" without ending, once per pair of header and source; then the repeated names.
-repeated=$(find src platform tools -type f ! -name CMakeLists.txt |
+repeated=$(find src platform tools bindings -type f ! -name CMakeLists.txt |
   sed -E 's,\.[^./]*$,,' | sort -u | sed 's,.*/,,' | sort | uniq -d)
 for name in $repeated; do
   echo "more than one file of the product is named $name:" >&2
-  find src platform tools -name "$name.*" >&2
+  find src platform tools bindings -name "$name.*" >&2
   status=1
 done
 exit "$status"

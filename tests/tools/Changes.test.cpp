@@ -2,6 +2,7 @@
 #include "watch/Changes.h"
 
 #include "render/Json.h"
+#include "render/Masking.h"
 
 #include <gtest/gtest.h>
 

@@ -7,7 +7,7 @@
 #include "cli/PartialCommandLine.h"
 #include "cli/ProcessEnvironment.h"
 #include "cli/ShellLine.h"
-#include "query/Queries.h"
+#include "query/QueryUsage.h"
 #include "render/Output.h"
 #include "render/Text.h"
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "query/Answer.h"
+#include "query/SharedQueries.h"
 
 #include <cstddef>
 #include <string>
@@ -11,13 +11,6 @@ namespace sysconfctl {
 
 /// Replaces a password of any length.
 inline constexpr std::string_view kMask = "********";
-
-/// The part of an answer that is shown only with --reveal-secrets.
-enum class Secret {
-    None,
-    Whole,   ///< the whole text
-    Members, ///< the members of a JSON value whose names indicate a password
-};
 
 /// Whether the name of a member indicates a password. Matches more than the one name that the
 /// library reads, so that a misspelt or additional password of an entry is masked, too.

@@ -1,19 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "query/Queries.h"
+#include "queries/Queries.h"
 
-#include "cli/Suggestion.h"
-#include "cli/UsageError.h"
-#include "render/Text.h"
-
-#include <fmt/format.h>
-
-#include <algorithm>
-
-namespace sysconfctl {
+namespace Quarncommon::queries {
 namespace {
 
-using Quarncommon::SysConfReader;
-using Quarncommon::SysConfReader_i;
 using namespace library;
 
 constexpr std::string_view kProcess = "This process";
@@ -181,51 +171,25 @@ std::vector<Query> allQueries() {
 } // namespace
 
 const std::vector<Query>& queries() {
-    static const std::vector<Query> all = allQueries();
+    // Never destroyed: a thread may query while the process exits.
+    static const std::vector<Query>& all = *new std::vector<Query>(allQueries());
     return all;
 }
 
-const Query& findQuery(std::string_view name) {
-    std::vector<std::string_view> names;
+const Query* queryNamed(std::string_view name) {
     for (const Query& query : queries()) {
         if (query.name == name) {
-            return query;
+            return &query;
         }
-        names.push_back(query.name);
     }
-    const std::string near = suggestion(name, names);
-    throw UsageError(fmt::format("unknown query {}{} (sysconfctl get --list lists them all)",
-                                 shellWord(name),
-                                 near.empty() ? "" : fmt::format(", did you mean {}?", near)));
+    return nullptr;
 }
 
-std::string usageOf(const Query& query) {
-    std::string usage(query.name);
-    for (const Parameter& parameter : query.parameters) {
-        const char* const format = parameter.occurs == Occurs::Once         ? " {}"
-                                   : parameter.occurs == Occurs::OnceOrMore ? " {}..."
-                                                                            : " [{}...]";
-        usage += fmt::format(fmt::runtime(format), parameter.name);
-    }
-    return usage;
-}
-
-std::string labelOf(const Query& query, const Arguments& arguments) {
-    std::string text(query.name);
-    for (const std::string& argument : arguments) {
-        text += ' ' + shellWord(argument);
-    }
-    return text;
-}
-
-void checkArgumentCount(const Query& query, const Arguments& arguments) {
+bool takesArguments(const Query& query, std::size_t count) {
     const bool open = !query.parameters.empty() && query.parameters.back().occurs != Occurs::Once;
     const bool optional = open && query.parameters.back().occurs == Occurs::AnyTimes;
     const std::size_t least = query.parameters.size() - (optional ? 1 : 0);
-    if (arguments.size() < least || (!open && arguments.size() > query.parameters.size())) {
-        throw UsageError(fmt::format("{} takes {}arguments: sysconfctl get {}", query.name,
-                                     query.parameters.empty() ? "no " : "other ", usageOf(query)));
-    }
+    return count >= least && (open || count <= query.parameters.size());
 }
 
-} // namespace sysconfctl
+} // namespace Quarncommon::queries

@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "query/SharedQueries.h"
+
+#include <string>
+#include <string_view>
+
+namespace sysconfctl {
+
+/// @throws UsageError if there is no such query; the message has the nearest name.
+const Query& findQuery(std::string_view name);
+
+/// The usage of the query: "db-type NAME INDEX", "all-float-ip TAG...".
+std::string usageOf(const Query& query);
+
+/// The query and its arguments, quoted for a shell: "local-ip-by-usage 'my tag'".
+std::string labelOf(const Query& query, const Arguments& arguments);
+
+/// @throws UsageError if the query takes more arguments, or fewer.
+void checkArgumentCount(const Query& query, const Arguments& arguments);
+
+/// The index of a database entry.
+/// @throws UsageError unless the text is a decimal number in the range of the type.
+unsigned int indexArgument(const std::string& text);
+
+} // namespace sysconfctl
