@@ -39,6 +39,7 @@ extern "C" {
 
 /** Results of functions. Later versions may add some. */
 enum sysconfreader_result {
+    /** Success. */
     SYSCONFREADER_OK = 0,
     /** Nothing is configured, or a file could not be read; see sysconfreader_status(). */
     SYSCONFREADER_NO_ANSWER = 1,
@@ -48,6 +49,7 @@ enum sysconfreader_result {
     SYSCONFREADER_UNKNOWN_QUERY = 3,
     /** Too many or too few arguments, an index that is no number, or a null pointer. */
     SYSCONFREADER_BAD_ARGUMENT = 4,
+    /** Nothing is stored, and nothing has changed except by a load. */
     SYSCONFREADER_OUT_OF_MEMORY = 5,
     /** Any other failure, such as an exception of the event library. */
     SYSCONFREADER_INTERNAL = 6
@@ -68,6 +70,7 @@ SYSCONFREADER_C_API void sysconfreader_free(void* stored);
 /** @name Every query by its name */
 /** @{ */
 
+/** Formats of sysconfreader_get(). */
 enum sysconfreader_format {
     /**
      * As `sysconfctl get` writes to a pipe: a text or a number alone; a line for each address of a
@@ -102,35 +105,57 @@ SYSCONFREADER_C_API size_t sysconfreader_query_arguments(size_t query, size_t* m
 
 /** @name This process */
 /** @{ */
+/** The install root: the value of `APP_ROOT`. */
 SYSCONFREADER_C_API int sysconfreader_app_root(char** text);
+/** The local address of this process. */
 SYSCONFREADER_C_API int sysconfreader_localhost_ip_address(char** text);
+/** The local port, 0 for none. */
 SYSCONFREADER_C_API int sysconfreader_local_port(int* number);
+/** The maintenance address of this process. */
 SYSCONFREADER_C_API int sysconfreader_maintenance_ip_address(char** text);
+/** The secure web-socket address. */
 SYSCONFREADER_C_API int sysconfreader_wss_ip_address(char** text);
+/** The secure web-socket port, 0 for none. */
 SYSCONFREADER_C_API int sysconfreader_wss_port(int* number);
+/** The CORBA port, 0 for none. */
 SYSCONFREADER_C_API int sysconfreader_corba_port(int* number);
+/** The CORBA port over SSL, 0 for none. */
 SYSCONFREADER_C_API int sysconfreader_corba_ssl_port(int* number);
 /** @} */
 
 /** @name This node and its role */
 /** @{ */
+/** The node that this one answers for: itself, or the one that it stands in for. */
 SYSCONFREADER_C_API int sysconfreader_float_node_id(char** text);
+/** The node whose service address this host has. */
 SYSCONFREADER_C_API int sysconfreader_source_node_id(char** text);
+/** The host tag of the float node. */
 SYSCONFREADER_C_API int sysconfreader_local_host_tag_name(char** text);
+/** The tenancy of this node. */
 SYSCONFREADER_C_API int sysconfreader_product_name(char** text);
+/** The internal-service address of this node. */
 SYSCONFREADER_C_API int sysconfreader_local_internal_service_ip(char** text);
+/** The internal-service address of the master. */
 SYSCONFREADER_C_API int sysconfreader_master_internal_service_ip(char** text);
+/** The internal-service address of the standby. */
 SYSCONFREADER_C_API int sysconfreader_standby_internal_service_ip(char** text);
 /** @} */
 
 /** @name Addresses of this node */
 /** @{ */
+/** The maintenance address of this node. */
 SYSCONFREADER_C_API int sysconfreader_local_maintenance_ip(char** text);
+/** The service address, else the maintenance address of this process. */
 SYSCONFREADER_C_API int sysconfreader_local_service_ip(char** text);
+/** The second service address. */
 SYSCONFREADER_C_API int sysconfreader_local_service2_ip(char** text);
+/** The first address with the tag `usage`. */
 SYSCONFREADER_C_API int sysconfreader_local_ip_by_usage(const char* usage, char** text);
+/** The addresses towards upper systems, by slots. */
 SYSCONFREADER_C_API int sysconfreader_local_north_ip(char** text);
+/** The addresses towards managed equipment, by slots. */
 SYSCONFREADER_C_API int sysconfreader_local_south_ip(char** text);
+/** The protocols of the southbound addresses: 0 is IPv4, 1 is IPv6, 2 is both. */
 SYSCONFREADER_C_API int sysconfreader_pf_type(int* number);
 
 /**
@@ -167,19 +192,27 @@ SYSCONFREADER_C_API int sysconfreader_all_float_ip(const char* const* tags, size
 SYSCONFREADER_C_API int sysconfreader_all_db_info(char** json);
 /** Stores a database as JSON on one line. */
 SYSCONFREADER_C_API int sysconfreader_db_info(const char* name, char** json);
+/** The type of a database entry. */
 SYSCONFREADER_C_API int sysconfreader_db_type(const char* name, unsigned int index, char** text);
+/** The host of a database entry. */
 SYSCONFREADER_C_API int sysconfreader_db_access_host(const char* name, unsigned int index,
                                                      char** text);
+/** The port of a database entry, 0 for none. */
 SYSCONFREADER_C_API int sysconfreader_db_access_port(const char* name, unsigned int index,
                                                      int* number);
+/** The user of a database entry. */
 SYSCONFREADER_C_API int sysconfreader_db_user_name(const char* name, unsigned int index,
                                                    char** text);
+/** The password of a database entry, verbatim. */
 SYSCONFREADER_C_API int sysconfreader_db_password(const char* name, unsigned int index,
                                                   char** text);
+/** The service of a database entry. */
 SYSCONFREADER_C_API int sysconfreader_db_service_name(const char* name, unsigned int index,
                                                       char** text);
+/** The server of a database entry. */
 SYSCONFREADER_C_API int sysconfreader_db_server_name(const char* name, unsigned int index,
                                                      char** text);
+/** The client library of a database entry. */
 SYSCONFREADER_C_API int sysconfreader_db_lib(const char* name, unsigned int index, char** text);
 /** @} */
 

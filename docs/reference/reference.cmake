@@ -43,4 +43,5 @@ foreach(class SysConfReader SysConfReaderImpl SysConfReaderStatus SysConfReader_
   manual_page(${class} Quarncommon_${class})
 endforeach()
 manual_page(SysConfReaderEvent SysConfReaderEvent.h)
+manual_page(sysconfreader_c sysconfreader_c.h)
 file(REMOVE_RECURSE "${OUTPUT}/raw-man")

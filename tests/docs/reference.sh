@@ -11,7 +11,7 @@ rm -rf "$output"
 "$@" "-DOUTPUT=$output" -P "$source/docs/reference/reference.cmake"
 
 diff <(printf '%s\n' SysConfReader.3 SysConfReaderEvent.3 SysConfReaderImpl.3 SysConfReaderStatus.3 \
-  SysConfReader_i.3) \
+  SysConfReader_i.3 sysconfreader_c.3) \
   <(find "$output/man3" -mindepth 1 -printf '%f\n' | LC_ALL=C sort)
 
 status=0
@@ -61,6 +61,13 @@ for name in EventProcessCallback EventConsumerCallback EventConsumerCBInitFuncti
   EventConsumerCBFiniFunction SysConfReaderEventProcessCB; do
   grep -qw "$name" <<<"$text" || complain "$page: $name is not described"
 done
+page=$output/man3/sysconfreader_c.3
+mandoc -Tlint -Werror "$page" || complain "mandoc: $page"
+text=$(plain_text "$page")
+while read -r name; do
+  is_described "$name" <<<"$text" || complain "$page: $name is not described"
+done < <(grep -A1 '^SYSCONFREADER_C_API' "$source/include/sysconfreader_c.h" |
+  grep -oE 'sysconfreader_[a-z0-9_]+\(' | tr -d '(')
 
 # The main page of the HTML links to the classes.
 for class in SysConfReader SysConfReaderImpl SysConfReaderStatus SysConfReader__i; do
