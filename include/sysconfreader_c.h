@@ -1,4 +1,4 @@
-/* SPDX-License-Identifier: Apache-2.0 */
+// SPDX-License-Identifier: Apache-2.0
 #ifndef SYSCONFREADER_C_H
 #define SYSCONFREADER_C_H
 
