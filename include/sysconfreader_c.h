@@ -2,7 +2,7 @@
 #ifndef SYSCONFREADER_C_H
 #define SYSCONFREADER_C_H
 
-#include <stddef.h>
+#include <stddef.h> // NOLINT(modernize-deprecated-headers): this is also C
 
 /**
  * @file

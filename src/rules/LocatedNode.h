@@ -74,14 +74,15 @@ private:
         private:
             friend class Mapped;
             using At = decltype(std::declval<const Range&>().begin());
-            Iterator(const Mapped* range, At at) : m_range(range), m_at(at) {}
+            Iterator(const Mapped* range, At at) : m_range(range), m_at(std::move(at)) {}
 
             const Mapped* m_range;
             At m_at;
             std::size_t m_index = 0;
         };
 
-        Mapped(Range range, Convert convert) : m_elements(std::move(range)), m_convert(convert) {}
+        Mapped(Range range, Convert convert)
+            : m_elements(std::move(range)), m_convert(std::move(convert)) {}
 
         Iterator begin() const { return {this, m_elements.begin()}; }
         Iterator end() const { return {this, m_elements.end()}; }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <fcntl.h>
 #include <sys/eventfd.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -54,11 +55,14 @@ bool MarkedDescriptor::openEvent() noexcept {
     if (number < 0) {
         return false;
     }
-    if (::fcntl(number, F_SETSIG, mark) != 0) {
+    struct stat status {};
+    if (::fcntl(number, F_SETSIG, mark) != 0 || ::fstat(number, &status) != 0) {
         closeNumber(number);
         return false;
     }
     m_mark = mark;
+    m_device = status.st_dev;
+    m_inode = status.st_ino;
     m_number = number;
     return true;
 }
@@ -66,7 +70,18 @@ bool MarkedDescriptor::openEvent() noexcept {
 bool MarkedDescriptor::intact() const noexcept {
     const ErrnoKept kept;
     const int number = m_number.load();
-    return number >= 0 && ::fcntl(number, F_GETSIG) == m_mark;
+    if (number < 0) {
+        return false;
+    }
+    const int mark = ::fcntl(number, F_GETSIG);
+    if (mark >= 0 ? mark != m_mark : errno == EBADF) {
+        return false;
+    }
+    struct stat status {};
+    if (::fstat(number, &status) != 0) {
+        return mark >= 0 && errno != EBADF;
+    }
+    return status.st_dev == m_device && status.st_ino == m_inode;
 }
 
 void MarkedDescriptor::ring() const noexcept {

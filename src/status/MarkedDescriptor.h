@@ -2,13 +2,14 @@
 #pragma once
 
 #include <atomic>
+#include <sys/types.h>
 
 namespace Quarncommon::status {
 
 /// A file descriptor that the program may close at any time, by its number or with all others, and
 /// whose number it may then use for another file. So the open file description has a mark, the
 /// signal number of fcntl(F_SETSIG), which is verified before each use. No signal is sent, because
-/// O_ASYNC is not set. Not even the inode would do: all descriptors of eventfd(2) share one.
+/// O_ASYNC is not set. The inode alone does not suffice: all descriptors of eventfd(2) share one.
 ///
 /// No function is a cancellation point, throws, or changes `errno` except to report a failure.
 class MarkedDescriptor {
@@ -36,6 +37,8 @@ public:
 
 private:
     int m_mark = 0;
+    dev_t m_device = 0;
+    ino_t m_inode = 0;
     /// Written after the mark, for forked children.
     std::atomic<int> m_number{-1};
 };
