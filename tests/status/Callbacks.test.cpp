@@ -130,6 +130,21 @@ TEST_F(Callback, OfAnyLoad_HoldsNoLockAndMayCallEveryOperation) {
     support::expectLocksFree();
 }
 
+TEST_F(Callback, OfAnEventWithinASubscription_IsCalledWhenTheLoadAroundItHoldsNoLock) {
+    // The role reader was refused; now the reader's first load subscribes it.
+    support::setInitResult(-1);
+    SysConfReaderImpl::Instance();
+    support::setInitResult(0);
+    support::setSubscribedHook([] { EXPECT_EQ(support::deliver(), 0); });
+    std::vector<std::size_t> held;
+    const Subscribed subscribed([&] {
+        const support::LockCounts locks = support::locksHeldHere();
+        held.push_back(locks.read + locks.write);
+    });
+    SysConfReader::Instance();
+    EXPECT_THAT(held, ElementsAre(0));
+}
+
 TEST_F(Callback, ThatDestroys_IsFollowedByTheDestruction) {
     for (const bool byEvent : {false, true}) {
         SysConfReader::Instance();

@@ -13,6 +13,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <string>
+#include <sys/eventfd.h>
 #include <sys/resource.h>
 #include <unistd.h>
 #include <vector>
@@ -113,6 +114,17 @@ TEST_F(ChangeDescriptor, ClosedByTheProgram_LeavesTheNextFileUnderItsNumberAlone
     reload();
     Status::closeDescriptor(m_descriptor);
     EXPECT_EQ(::lseek(opened, 0, SEEK_END), 0) << "nothing is written";
+    EXPECT_EQ(::close(opened), 0) << "it is not closed";
+}
+
+TEST_F(ChangeDescriptor, ClosedByTheProgram_LeavesItsNextEventUnderTheNumberAlone) {
+    ::close(m_descriptor);
+    // Of the same inode.
+    const int opened = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    ASSERT_EQ(opened, m_descriptor);
+    reload();
+    EXPECT_FALSE(readable(opened));
+    Status::closeDescriptor(m_descriptor);
     EXPECT_EQ(::close(opened), 0) << "it is not closed";
 }
 
