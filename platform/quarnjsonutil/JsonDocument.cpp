@@ -27,6 +27,10 @@ bool JsonDocument::read(const char* text, std::size_t length) {
     return accepted;
 }
 
+std::size_t JsonDocument::errorOffset(const char* text, std::size_t length) {
+    return ::errorOffset(std::string_view(text, length));
+}
+
 bool JsonDocument::pack(const JsonDocument& document, const char* text, std::size_t length) {
     const Tape& tape = document.m_contents->tape;
     if (length > Tape::kLargestPacked || tape.empty()) {

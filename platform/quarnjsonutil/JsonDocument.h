@@ -39,6 +39,12 @@ public:
     /// @throws std::bad_alloc if memory runs out; the root is then unchanged.
     bool read(const char* text, std::size_t length);
 
+    /// Returns the offset at which a text is refused: that of the first character that no valid
+    /// text can have there, or the length if the text ends too early. The greatest std::size_t if
+    /// the place is not known. Takes longer than reading a valid text.
+    /// @throws std::bad_alloc if memory runs out.
+    static std::size_t errorOffset(const char* text, std::size_t length);
+
     /// Becomes a packed copy of a document, for a text that is kept. The copy is smaller and finds
     /// a member of a large object by binary search. It refers to the text, which must not change as
     /// long as this document is used.

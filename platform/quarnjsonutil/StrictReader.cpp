@@ -32,21 +32,26 @@ using Reader = rapidjson::GenericReader<Utf8, Utf8, ThrowingAllocator>;
 /// Not recursive. Numbers as texts, because RapidJSON does not always round them correctly.
 constexpr unsigned kFlags = rapidjson::kParseIterativeFlag | rapidjson::kParseNumbersAsStringsFlag;
 
-rapidjson::ParseErrorCode read(std::string_view text, Tape& tape) {
+rapidjson::ParseResult read(std::string_view text, Tape& tape) {
     ThrowingAllocator allocator;
     Reader reader(&allocator);
     rapidjson::MemoryStream stream(text.data(), text.size());
     TapeBuilder builder(text.size());
     const rapidjson::ParseResult result = reader.Parse<kFlags>(stream, builder);
     if (result.IsError()) {
-        return result.Code();
+        return result;
     }
     // RapidJSON stops at a NUL byte.
     if (stream.Tell() != text.size()) {
-        return rapidjson::kParseErrorDocumentRootNotSingular;
+        return {rapidjson::kParseErrorDocumentRootNotSingular, stream.Tell()};
     }
     tape = std::move(builder.tape());
-    return rapidjson::kParseErrorNone;
+    return {};
+}
+
+bool needsRespelling(rapidjson::ParseErrorCode error) {
+    return error == rapidjson::kParseErrorNumberTooBig ||
+           error == rapidjson::kParseErrorStringUnicodeSurrogateInvalid;
 }
 
 } // namespace
@@ -55,10 +60,19 @@ bool readStrictly(std::string_view text, Tape& tape) {
     if (text.size() > JsonReader::kTextLimit) {
         return false;
     }
-    rapidjson::ParseErrorCode error = read(text, tape);
-    if (error == rapidjson::kParseErrorNumberTooBig ||
-        error == rapidjson::kParseErrorStringUnicodeSurrogateInvalid) {
-        error = read(respelled(text), tape);
+    rapidjson::ParseErrorCode error = read(text, tape).Code();
+    if (needsRespelling(error)) {
+        error = read(respelled(text), tape).Code();
     }
     return error == rapidjson::kParseErrorNone;
+}
+
+std::size_t errorOffset(std::string_view text) {
+    if (text.size() > JsonReader::kTextLimit) {
+        return std::string_view::npos;
+    }
+    Tape tape;
+    const rapidjson::ParseResult result = read(text, tape);
+    const bool known = result.IsError() && !needsRespelling(result.Code());
+    return known ? result.Offset() : std::string_view::npos;
 }

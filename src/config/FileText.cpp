@@ -23,12 +23,13 @@ namespace {
 using Outcome = ReadResult::Outcome;
 
 /// Classifies a failed system call: some errors are properties of the path, others are temporary.
-Outcome outcomeOf(int error) {
+ReadResult resultOf(int error) {
     constexpr std::array kTransient = {ENOMEM, EMFILE, ENFILE, EIO,       ESTALE,
                                        EINTR,  EAGAIN, EBUSY,  ETIMEDOUT, ENOBUFS};
     const bool transient =
         std::find(kTransient.begin(), kTransient.end(), error) != kTransient.end();
-    return transient ? Outcome::Unavailable : Outcome::NotParsed;
+    const Outcome permanent = error == EFBIG ? Outcome::TooLarge : Outcome::Unreadable;
+    return {transient ? Outcome::Unavailable : permanent, error};
 }
 
 /// Opens the path. Repeats the call if a signal interrupts it, which happens on network file
@@ -207,11 +208,11 @@ bool FileText::append(std::size_t bytes, std::size_t size) {
 // One read is enough if the file does not change and its time stamps would show a change. If they
 // might not, a second read must give the same bytes. If they change during each read, a program may
 // only be touching the file: then the last two reads are compared.
-ReadResult::Outcome readWhole(const std::string& path, FileText& text, const FileText* known) {
+ReadResult readWhole(const std::string& path, FileText& text, const FileText* known) {
     constexpr int kReads = 8;
     const Descriptor file(path);
     if (file.get() < 0) {
-        return outcomeOf(errno);
+        return resultOf(errno);
     }
     FileText former;
     for (int read = 0; read < kReads; ++read) {
@@ -219,14 +220,17 @@ ReadResult::Outcome readWhole(const std::string& path, FileText& text, const Fil
         struct stat before {};
         struct stat after {};
         if (::fstat(file.get(), &before) != 0) {
-            return outcomeOf(errno);
+            return resultOf(errno);
         }
         const auto size = static_cast<std::size_t>(before.st_size);
-        if (!S_ISREG(before.st_mode) || size > FileText::kLargest) {
-            return Outcome::NotParsed;
+        if (!S_ISREG(before.st_mode)) {
+            return Outcome::NotRegular;
+        }
+        if (size > FileText::kLargest) {
+            return Outcome::TooLarge;
         }
         if (!text.readFrom(file.get(), size, known) || ::fstat(file.get(), &after) != 0) {
-            return outcomeOf(errno);
+            return resultOf(errno);
         }
         const bool still = sameState(before, after);
         if (still && !writtenLately(after)) {
@@ -244,7 +248,7 @@ std::optional<std::string> readText(const std::string& path) {
     std::optional<std::string> bytes;
     runDroppingExceptions([&] {
         FileText text;
-        if (readWhole(path, text) == Outcome::Parsed) {
+        if (readWhole(path, text)) {
             bytes.emplace(text.data(), text.length());
         }
     });

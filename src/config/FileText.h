@@ -15,19 +15,28 @@ class ReadResult {
 public:
     enum class Outcome {
         Parsed,
-        /// Missing, not permitted, not a regular file, too large, or not one valid JSON text.
-        NotParsed,
+        /// A system call failed for a reason that lies in the path.
+        Unreadable,
+        NotRegular,
+        TooLarge,
+        /// Not one valid JSON text.
+        Malformed,
         /// A resource or the storage failed, or the file changed during each of eight reads.
         /// Reading again may succeed.
         Unavailable
     };
 
-    ReadResult(Outcome outcome) : m_outcome(outcome) {} // NOLINT(google-explicit-constructor)
+    ReadResult(Outcome outcome, int error = 0) // NOLINT(google-explicit-constructor)
+        : m_outcome(outcome), m_error(error) {}
     explicit operator bool() const { return m_outcome == Outcome::Parsed; }
     bool unavailable() const { return m_outcome == Outcome::Unavailable; }
+    Outcome outcome() const { return m_outcome; }
+    /// The error number of a system call that failed, else 0.
+    int error() const { return m_error; }
 
 private:
     Outcome m_outcome;
+    int m_error;
 };
 
 /// The bytes of a file, followed by the padding that a Document may read.
@@ -82,14 +91,13 @@ private:
 /// Reads the file until its content is known. If the file changes while it is read:
 /// - A file that is replaced by rename() gives the complete old or new text.
 /// - A file that is written in place is read up to eight times within a few milliseconds, until it
-///   does not change during the read. If it is touched during each read, the last two must be equal.
-///   If the writer pauses during these reads, the bytes can be a part of the old and a part of the
-///   new text.
+///   does not change during the read. If it is touched during each read, the last two must be
+///   equal. If the writer pauses during these reads, the bytes can be a part of the old and a part
+///   of the new text.
 /// @param known See FileText::readFrom.
 /// @return Parsed if `text` is the content.
 /// @throws std::bad_alloc if memory runs out.
-ReadResult::Outcome readWhole(const std::string& path, FileText& text,
-                              const FileText* known = nullptr);
+ReadResult readWhole(const std::string& path, FileText& text, const FileText* known = nullptr);
 
 /// Returns the bytes of a regular file as readWhole does, up to and including the first NUL byte if
 /// there is one; nothing if readJsonFile has no text to parse. Never throws.

@@ -25,26 +25,34 @@ union LastingMemory {
 constinit LastingMemory g_nodeList;
 constinit LastingMemory g_managerNodeList;
 
-ReadResult readList(const std::string& path, ListMemory& memory, List& list) {
+ReadResult readList(const std::string& path, ListMemory& memory, List& list, TextPlace* fault) {
     const ParsedTextPointer known = memory.current();
     FileText text;
     const ReadResult result = readWhole(path, text, known != nullptr ? known->text.get() : nullptr);
-    if (!result || text.endsWithNul()) {
-        return result ? ReadResult::Outcome::NotParsed : result;
+    if (!result) {
+        return result;
     }
-    const bool same = known != nullptr && text.sameAs(*known->text);
-    list.parsed = same ? parseAgain(known, memory) : parseNew(std::move(text), memory);
-    return list.parsed != nullptr ? result : ReadResult::Outcome::NotParsed;
+    if (!text.endsWithNul()) {
+        const bool same = known != nullptr && text.sameAs(*known->text);
+        list.parsed = same ? parseAgain(known, memory) : parseNew(text, memory);
+        if (list.parsed != nullptr) {
+            return result;
+        }
+    }
+    if (fault != nullptr) {
+        *fault = faultIn(text);
+    }
+    return ReadResult::Outcome::Malformed;
 }
 
 } // namespace
 
-ReadResult readNodeList(const std::string& path, List& list) {
-    return readList(path, g_nodeList.memory, list);
+ReadResult readNodeList(const std::string& path, List& list, TextPlace* fault) {
+    return readList(path, g_nodeList.memory, list, fault);
 }
 
-ReadResult readManagerNodeList(const std::string& path, List& list) {
-    return readList(path, g_managerNodeList.memory, list);
+ReadResult readManagerNodeList(const std::string& path, List& list, TextPlace* fault) {
+    return readList(path, g_managerNodeList.memory, list, fault);
 }
 
 void forgetLists() {
@@ -59,12 +67,12 @@ void resetListsAfterFork() {
 
 #else
 
-ReadResult readNodeList(const std::string& path, List& list) {
-    return readJsonFile(path, list);
+ReadResult readNodeList(const std::string& path, List& list, TextPlace* fault) {
+    return readJsonFile(path, list, fault);
 }
 
-ReadResult readManagerNodeList(const std::string& path, List& list) {
-    return readJsonFile(path, list);
+ReadResult readManagerNodeList(const std::string& path, List& list, TextPlace* fault) {
+    return readJsonFile(path, list, fault);
 }
 
 void forgetLists() {}
@@ -73,13 +81,13 @@ void resetListsAfterFork() {}
 
 #endif
 
-ReadResult readNodeList(List& list) {
-    return readNodeList(pathOf(kNodeList), list);
+ReadResult readNodeList(List& list, TextPlace* fault) {
+    return readNodeList(pathOf(kNodeList), list, fault);
 }
 
 ReadResult readManagerNodeList(List& list) {
     const std::optional<std::string> path = pathIfSet(kManagerNodeList);
-    return path ? readManagerNodeList(*path, list) : ReadResult::Outcome::NotParsed;
+    return path ? readManagerNodeList(*path, list) : ReadResult::Outcome::Unreadable;
 }
 
 } // namespace Quarncommon::config

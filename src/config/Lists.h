@@ -29,11 +29,11 @@ using List = Document;
 #endif
 
 /// Reads a list from its path. See readJsonFile for limits and errors.
-ReadResult readNodeList(const std::string& path, List& list);
-ReadResult readManagerNodeList(const std::string& path, List& list);
+ReadResult readNodeList(const std::string& path, List& list, TextPlace* fault = nullptr);
+ReadResult readManagerNodeList(const std::string& path, List& list, TextPlace* fault = nullptr);
 
 /// The same for a query, from the path that the environment gives.
-ReadResult readNodeList(List& list);
+ReadResult readNodeList(List& list, TextPlace* fault = nullptr);
 /// Not parsed if the variable is unset.
 ReadResult readManagerNodeList(List& list);
 

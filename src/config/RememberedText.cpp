@@ -70,9 +70,11 @@ void ListMemory::resetAfterFork() {
     new (&m_text) ParsedTextPointer;
 }
 
-ParsedTextPointer parseNew(FileText&& text, ListMemory& memory) {
-    ParsedTextPointer result = parsed(std::make_shared<const FileText>(std::move(text)));
+ParsedTextPointer parseNew(FileText& text, ListMemory& memory) {
+    const auto moved = std::make_shared<FileText>(std::move(text));
+    ParsedTextPointer result = parsed(moved);
     if (result == nullptr) {
+        text = std::move(*moved);
         return nullptr;
     }
     ParsedTextPointer kept;

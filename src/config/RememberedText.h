@@ -60,9 +60,10 @@ private:
     ParsedTextPointer m_text;
 };
 
-/// Parses a text that was read again after another one, and keeps it. Null if it is not valid.
+/// Parses a text that was read again after another one, moves it away and keeps it. Null if it is
+/// not valid; then the text is unchanged.
 /// @throws std::bad_alloc if memory runs out.
-ParsedTextPointer parseNew(FileText&& text, ListMemory& memory);
+ParsedTextPointer parseNew(FileText& text, ListMemory& memory);
 
 /// Returns the parse of the kept text, which was read again: packs it when it has been used a few
 /// times, or parses it again if its parse is not kept.

@@ -9,6 +9,8 @@
 #include "base/ForkCheck.h"
 #include "config/Lists.h"
 #include "locks/ClassLock.h"
+#include "status/LoadNotices.h"
+#include "status/StatusBoard.h"
 #include "sysconfreaderimpl/ChangeEvents.h"
 
 #include <json/value.h>
@@ -31,6 +33,8 @@ public:
         g_forks = 0;
         resetEventsAfterFork();
         config::resetListsAfterFork();
+        status::resetBoardAfterFork();
+        status::resetNoticesAfterFork();
         reset<SysConfReader_i>();
         reset<SysConfReader>();
         reset<SysConfReaderImpl>();

@@ -9,11 +9,13 @@
 #include "config/Shortages.h"
 #include "rules/ReaderLoad.h"
 #include "rules/SourceNodeId.h"
+#include "status/LoadRecord.h"
 #include "sysconfreaderimpl/ChangeEvents.h"
 
 #include <QuarnCommonUtils_i.h>
 
 #include <cerrno>
+#include <utility>
 
 namespace Quarncommon {
 
@@ -33,6 +35,10 @@ std::list<std::string> hostAddresses() {
     return addresses;
 }
 
+config::ReadResult readLocalNodeList(config::List& list, config::TextPlace* fault) {
+    return config::readNodeList(list, fault);
+}
+
 } // namespace
 
 void SysConfReader::init_i() {
@@ -40,7 +46,9 @@ void SysConfReader::init_i() {
     missedEvent<SysConfReader> = false;
     const std::string appConfigPath = config::pathOf(config::kAppConfig);
     const std::string instanceId = config::environment(config::kInstanceIdVariable);
-    load<SysConfReader>([&] { loadStep([&] { loadFiles(appConfigPath, instanceId); }); });
+    status::recordLoad<SysConfReader>(&SysConfReaderStatus::reader, [&] {
+        loadStep([&] { loadFiles(appConfigPath, instanceId); });
+    });
 }
 
 /// The two values that queries read without the lock, during a load. The load works on copies and
@@ -76,15 +84,21 @@ void SysConfReader::loadFiles(const std::string& appConfigPath, const std::strin
                                      .hostType = m_hostType,
                                      .floatNodeId = identity.loaded.floatNodeId,
                                      .hostTagName = m_hostTagName};
-    config::Document appConfig;
-    if (parsedForLoad(config::readJsonFile(appConfigPath, appConfig))) {
-        rules::loadAppConfig(appConfig.root(), instanceId, values);
-    }
-    config::List list;
-    if (parsedForLoad(config::readNodeList(list))) {
-        const auto replaceBySource = [this](std::string& nodeId) { getSourceNodeId(nodeId); };
-        rules::loadNodeList(list.root(), replaceBySource, values);
-    }
+    status::loadFile<config::Document>(
+        &status::Load::appConfig,
+        [&](config::Document& document, config::TextPlace* fault) {
+            return config::readJsonFile(appConfigPath, document, fault);
+        },
+        [&](const auto& root) { rules::loadAppConfig(root, instanceId, values); });
+    bool replaced = false;
+    const auto replaceBySource = [&](std::string& nodeId) {
+        if (!std::exchange(replaced, true)) {
+            getSourceNodeId(nodeId);
+        }
+    };
+    status::loadFile<config::List>(
+        &status::Load::nodeList, &readLocalNodeList,
+        [&](const auto& root) { rules::loadNodeList(root, replaceBySource, values); });
 }
 
 SysConfReader::Identity SysConfReader::identity() {
@@ -96,10 +110,9 @@ SysConfReader::Identity SysConfReader::identity() {
 void SysConfReader::getSourceNodeId(std::string& sourceNodeId) {
     std::map<std::string, std::string> serviceAddresses;
     loadStep([&] {
-        config::List list;
-        if (parsedForLoad(config::readNodeList(list))) {
-            rules::collectServiceAddresses(list.root(), serviceAddresses);
-        }
+        status::loadFile<config::List>(
+            &status::Load::nodeList, &readLocalNodeList,
+            [&](const auto& root) { rules::collectServiceAddresses(root, serviceAddresses); });
     });
     if (const std::string* source = rules::sourceNode(serviceAddresses, hostAddresses())) {
         sourceNodeId = *source;

@@ -8,6 +8,8 @@
 #include "config/Lists.h"
 #include "config/Shortages.h"
 #include "locks/ClassLock.h"
+#include "status/LoadNotices.h"
+#include "status/StatusBoard.h"
 #include "sysconfreaderimpl/EventGate.h"
 
 #include <QuarnCommonUtils.h>
@@ -62,8 +64,8 @@ public:
     ~Applying() { --t_applying; }
 };
 
-/// Thrown at the end of an event whose reload met a shortage.
-struct ShortageMet {};
+/// Thrown at the end of an event whose reload met a shortage or an exception.
+struct NotApplied {};
 
 bool isSet(const char* variable) {
     try {
@@ -152,35 +154,50 @@ void SysConfReaderImpl::subscribeAgain() {
 }
 
 void SysConfReaderImpl::InitConsumer() {
-    if (m_consumerInited || switchedOff() || m_consumerInited.exchange(true)) {
+    using Subscription = SysConfReaderStatus::Subscription;
+    if (m_consumerInited) {
         return;
     }
+    if (switchedOff()) {
+        status::setSubscription(Subscription::SwitchedOff);
+        return;
+    }
+    if (m_consumerInited.exchange(true)) {
+        return;
+    }
+    const LoaderUse inUse;
     // If no subscription is made, also after an exception, the next load tries again.
     struct Attempt {
         std::atomic<bool>& inited;
-        bool made;
+        Subscription result = Subscription::NoLibrary;
+        void* library = nullptr;
         ~Attempt() {
-            if (!made) {
+            if (result != Subscription::Subscribed) {
                 inited = false;
             }
+            status::setSubscription(result, library);
+            if (result == Subscription::NoEntryPoint) {
+                ::dlclose(library);
+            }
         }
-    } attempt{m_consumerInited, false};
+    } attempt{m_consumerInited};
 
-    const LoaderUse inUse;
     void* library = ::dlopen(GetDLLName(kEventLibrary).c_str(), RTLD_LAZY | RTLD_GLOBAL);
     if (library == nullptr) {
         return;
     }
+    attempt.library = library;
     auto* init = entryPoint<EventConsumerCBInitFunction>(library, "EventConsumerCBInit");
     if (init == nullptr) {
-        ::dlclose(library);
+        attempt.result = Subscription::NoEntryPoint;
         return;
     }
+    attempt.result = Subscription::Refused;
     const EventConsumerCallback callback{&SysConfReaderEventProcessCB, this};
     // The handle is never closed from here on: threads of the event library may run its code until
     // the process ends, and an exception that it throws needs that code, too.
-    attempt.made = init(std::string(kChangeEvent), "", &callback) >= 0;
-    if (attempt.made) {
+    if (init(std::string(kChangeEvent), "", &callback) >= 0) {
+        attempt.result = Subscription::Subscribed;
         g_redeliver =
             entryPoint<EventConsumerCBRedeliverFunction>(library, "EventConsumerCBRedeliver");
     }
@@ -201,6 +218,7 @@ void SysConfReaderImpl::endSubscription() {
     if (auto* fini = entryPoint<EventConsumerCBFiniFunction>(library, "EventConsumerCBFini")) {
         fini();
         m_consumerInited = false;
+        status::setSubscription(SysConfReaderStatus::Subscription::None);
     }
     ::dlclose(library);
 }
@@ -226,6 +244,7 @@ void SysConfReaderImpl::Destory() {
 void SysConfReaderImpl::applyChange(const void* subscriber) {
     const EventGate::Stay stay(g_eventGate);
     if (!stay.admitted()) {
+        status::countEvent(&SysConfReaderStatus::eventsDropped);
         return;
     }
     const Applying applying;
@@ -240,12 +259,18 @@ void SysConfReaderImpl::applyChange(const void* subscriber) {
         // Delivered inside the subscription of a role reader, which loads its files after that.
         missedEvent<SysConfReader> = true;
     }
-    if (reader != nullptr && reader == subscriber) {
-        reader->Reload();
-        if (takeUnreportedShortage()) {
-            throw ShortageMet();
-        }
+    if (reader == nullptr || reader != subscriber) {
+        status::countEvent(&SysConfReaderStatus::eventsDropped);
+        return;
     }
+    const bool reloaded = runDroppingExceptions([&] { reader->Reload(); });
+    // Inside the gate: a destruction waits here for callbacks without a lock. Later it would
+    // unsubscribe under one, and the event library may wait there for this delivery.
+    status::announceLoads();
+    if (!reloaded || takeUnreportedShortage()) {
+        throw NotApplied();
+    }
+    status::countEvent(&SysConfReaderStatus::eventsApplied);
 }
 
 void SysConfReaderImpl::finishLoad() {
@@ -259,6 +284,7 @@ void SysConfReaderImpl::finishLoad() {
         runDroppingExceptions([] { reloadExisting(); });
     }
     requestRedelivery();
+    status::announceLoads();
 }
 
 void SysConfReaderImpl::requestRedelivery() {
@@ -279,9 +305,13 @@ int SysConfReaderEventProcessCB(const std::string& eventName, const std::string&
                                 const std::string& /*third*/, void* userData) {
     using namespace Quarncommon;
     if (eventName != kChangeEvent || userData == nullptr) {
+        status::countEvent(&SysConfReaderStatus::eventsDropped);
         return -1;
     }
     const bool applied = runDroppingExceptions([&] { SysConfReaderImpl::applyChange(userData); });
+    if (!applied) {
+        status::countEvent(&SysConfReaderStatus::eventsFailed);
+    }
     if (t_applying == 0 && t_postponed != nullptr) {
         runDroppingExceptions([] { std::exchange(t_postponed, nullptr)(); });
     }

@@ -7,6 +7,7 @@
 #include "config/Shortages.h"
 #include "locks/ClassLock.h"
 #include "rules/RoleLoad.h"
+#include "status/LoadRecord.h"
 #include "sysconfreader/UsageTags.h"
 #include "sysconfreaderimpl/ChangeEvents.h"
 
@@ -20,6 +21,26 @@ namespace {
 const std::string kRolesInternalServiceUsage(kInternalServiceTag);
 [[maybe_unused]] const std::string kRolesSouthboundUsage(kSouthboundFamily);
 [[maybe_unused]] const std::string kRolesNorthboundUsage(kNorthboundFamily);
+
+template <typename Rule>
+void loadNodeList(const SysConfReaderImpl& reader, Rule rule) {
+    status::loadFile<config::List>(
+        &status::Load::nodeList,
+        [&](config::List& list, config::TextPlace* fault) {
+            return config::readNodeList(reader.GetNodeListFilePath(), list, fault);
+        },
+        rule);
+}
+
+template <typename Rule>
+void loadManagerNodeList(const SysConfReaderImpl& reader, Rule rule) {
+    status::loadFile<config::List>(
+        &status::Load::managerNodeList,
+        [&](config::List& list, config::TextPlace* fault) {
+            return config::readManagerNodeList(reader.GetManagerNodeListFilePath(), list, fault);
+        },
+        rule);
+}
 
 } // namespace
 
@@ -95,7 +116,7 @@ void SysConfReaderImpl::reloadExisting() {
 void SysConfReaderImpl::Init_i() {
     InitConsumer();
     missedEvent<SysConfReaderImpl> = false;
-    load<SysConfReaderImpl>([this] {
+    status::recordLoad<SysConfReaderImpl>(&SysConfReaderStatus::roles, [this] {
         InitLocalNodeId();
         InitLocalIp();
         InitAssignedToTenancy();
@@ -110,47 +131,45 @@ void SysConfReaderImpl::Init_i() {
 void SysConfReaderImpl::InitLocalNodeId() {
     loadStep([this] {
         const std::string instanceId = config::environment(config::kInstanceIdVariable);
-        config::Document appConfig;
-        if (parsedForLoad(config::readJsonFile(config::pathOf(config::kAppConfig), appConfig))) {
-            rules::loadLocalNodeId(appConfig.root(), instanceId, m_localNodeId);
-        }
+        status::loadFile<config::Document>(
+            &status::Load::appConfig,
+            [](config::Document& document, config::TextPlace* fault) {
+                return config::readJsonFile(config::pathOf(config::kAppConfig), document, fault);
+            },
+            [&](const auto& root) { rules::loadLocalNodeId(root, instanceId, m_localNodeId); });
     });
 }
 
 void SysConfReaderImpl::InitLocalIp() {
     loadStep([this] {
-        config::List list;
-        if (parsedForLoad(config::readNodeList(GetNodeListFilePath(), list))) {
-            rules::loadLocalIp(list.root(), m_localNodeId, m_localInternalServiceIP);
-        }
+        loadNodeList(*this, [this](const auto& root) {
+            rules::loadLocalIp(root, m_localNodeId, m_localInternalServiceIP);
+        });
     });
 }
 
 void SysConfReaderImpl::InitAssignedToTenancy() {
     loadStep([this] {
-        config::List list;
-        if (parsedForLoad(config::readNodeList(GetNodeListFilePath(), list))) {
-            rules::loadTenancy(list.root(), m_localNodeId, m_productName);
-        }
+        loadNodeList(*this, [this](const auto& root) {
+            rules::loadTenancy(root, m_localNodeId, m_productName);
+        });
     });
 }
 
 void SysConfReaderImpl::InitMasterAndStandyNodeId() {
     loadStep([this] {
-        config::List list;
-        if (parsedForLoad(config::readManagerNodeList(GetManagerNodeListFilePath(), list))) {
-            rules::loadRoleNodeIds(list.root(), m_productName, m_masterNodeId, m_standbyNodeId);
-        }
+        loadManagerNodeList(*this, [this](const auto& root) {
+            rules::loadRoleNodeIds(root, m_productName, m_masterNodeId, m_standbyNodeId);
+        });
     });
 }
 
 void SysConfReaderImpl::InitMasterAndStandyIp() {
     loadStep([this] {
-        config::List list;
-        if (parsedForLoad(config::readManagerNodeList(GetManagerNodeListFilePath(), list))) {
-            rules::loadRoleIps(list.root(), m_masterNodeId, m_standbyNodeId,
-                               m_masterInternalServiceIP, m_standbyInternalServiceIP);
-        }
+        loadManagerNodeList(*this, [this](const auto& root) {
+            rules::loadRoleIps(root, m_masterNodeId, m_standbyNodeId, m_masterInternalServiceIP,
+                               m_standbyInternalServiceIP);
+        });
     });
 }
 

@@ -3,6 +3,7 @@
 
 #include "SysConfReaderImpl.h"
 #include "locks/ClassLock.h"
+#include "status/LoadNotices.h"
 #include "sysconfreader/UsageTags.h"
 
 namespace Quarncommon {
@@ -32,9 +33,12 @@ SysConfReader_i* SysConfReader_i::Instance() {
 }
 
 void SysConfReader_i::Destory() {
-    const WriteGuard<SysConfReader_i> guard;
-    // Unpublished first: Instance() reads the pointer without the lock.
-    delete m_pInstance.exchange(nullptr);
+    {
+        const WriteGuard<SysConfReader_i> guard;
+        // Unpublished first: Instance() reads the pointer without the lock.
+        delete m_pInstance.exchange(nullptr);
+    }
+    status::announceLoads();
 }
 
 SysConfReader_i::~SysConfReader_i() {

@@ -26,7 +26,7 @@ linked() {
 
 plain() {
   configure || fail "not configured"
-  diff <(linked) <(printf '%s\n' libeventcbutil.so libsysconfreader.so sysconfctl)
+  diff <(linked) <(printf '%s\n' libeventcbutil.so libsysconfreader-c.so.1.0.0 libsysconfreader.so sysconfctl)
 }
 
 # reports TEXT: the output contains TEXT, apart from line breaks.
@@ -44,7 +44,7 @@ missing() {
 without_tool() {
   configure -DCMAKE_DISABLE_FIND_PACKAGE_CLI11=ON || fail "not configured"
   reports "sysconfctl is not built, because packages are missing: libcli11-dev"
-  diff <(linked) <(printf '%s\n' libeventcbutil.so libsysconfreader.so)
+  diff <(linked) <(printf '%s\n' libeventcbutil.so libsysconfreader-c.so.1.0.0 libsysconfreader.so)
   if configure -DCMAKE_DISABLE_FIND_PACKAGE_CLI11=ON -DSYSCONFREADER_BUILD_TOOLS=ON; then
     fail "configured without the packages of what was asked for"
   fi

@@ -57,7 +57,7 @@ check_frames() {
 check_search_path() {
   local found expected=
   case $(basename "$file") in
-  libsysconfreader.so) expected="\$ORIGIN" ;;
+  libsysconfreader.so | libsysconfreader-c.so*) expected="\$ORIGIN" ;;
   sysconfctl) expected="\$ORIGIN/../$libdir" ;;
   esac
   found=$(sed -nE 's/.*\((RPATH|RUNPATH)\).*\[(.*)\]/\2/p' <<<"$dynamic")

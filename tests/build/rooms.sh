@@ -5,12 +5,14 @@
 set -euo pipefail
 cd "$1"
 
-readers="base rules config locks public sysconfreader sysconfreaderimpl"
+readers="base rules config locks status public sysconfreader sysconfreaderimpl"
 declare -A may_include=(
   [base]=base
   [rules]=rules
   [config]="base rules config"
   [locks]="base locks ace"
+  [status]="base rules config locks status public"
+  [queries]="queries public"
   [sysconfreader]=$readers
   [sysconfreaderimpl]=$readers
   [fork]="$readers fork"
@@ -48,11 +50,11 @@ if ((checked < 50)); then
 fi
 
 # "FOLDER/NAME" without ending, once per pair of header and source; then the repeated names.
-repeated=$(find src platform tools -type f ! -name CMakeLists.txt |
+repeated=$(find src platform tools bindings -type f ! -name CMakeLists.txt |
   sed -E 's,\.[^./]*$,,' | sort -u | sed 's,.*/,,' | sort | uniq -d)
 for name in $repeated; do
   echo "more than one file of the product is named $name:" >&2
-  find src platform tools -name "$name.*" >&2
+  find src platform tools bindings -name "$name.*" >&2
   status=1
 done
 exit "$status"

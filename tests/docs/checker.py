@@ -58,12 +58,14 @@ PREAMBLE = """
 #include <SysConfReader.h>
 #include <SysConfReaderEvent.h>
 #include <SysConfReaderImpl.h>
+#include <SysConfReaderStatus.h>
 #include <SysConfReader_i.h>
 #include <iostream>
 #include <list>
 #include <map>
 #include <set>
 #include <string>
+#include <unistd.h>
 using namespace Quarncommon;
 """
 

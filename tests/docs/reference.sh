@@ -10,7 +10,8 @@ shift 2
 rm -rf "$output"
 "$@" "-DOUTPUT=$output" -P "$source/docs/reference/reference.cmake"
 
-diff <(printf '%s\n' SysConfReader.3 SysConfReaderEvent.3 SysConfReaderImpl.3 SysConfReader_i.3) \
+diff <(printf '%s\n' SysConfReader.3 SysConfReaderEvent.3 SysConfReaderImpl.3 SysConfReaderStatus.3 \
+  SysConfReader_i.3 sysconfreader_c.3) \
   <(find "$output/man3" -mindepth 1 -printf '%f\n' | LC_ALL=C sort)
 
 status=0
@@ -40,7 +41,7 @@ is_described() {
     END { exit !described }'
 }
 
-for class in SysConfReader SysConfReaderImpl SysConfReader_i; do
+for class in SysConfReader SysConfReaderImpl SysConfReaderStatus SysConfReader_i; do
   page=$output/man3/$class.3
   mandoc -Tlint -Werror "$page" || complain "mandoc: $page"
   [[ -z $(groff -man -Tutf8 -wmac -z "$page" 2>&1) ]] || complain "groff: $page"
@@ -60,9 +61,16 @@ for name in EventProcessCallback EventConsumerCallback EventConsumerCBInitFuncti
   EventConsumerCBFiniFunction SysConfReaderEventProcessCB; do
   grep -qw "$name" <<<"$text" || complain "$page: $name is not described"
 done
+page=$output/man3/sysconfreader_c.3
+mandoc -Tlint -Werror "$page" || complain "mandoc: $page"
+text=$(plain_text "$page")
+while read -r name; do
+  is_described "$name" <<<"$text" || complain "$page: $name is not described"
+done < <(grep -A1 '^SYSCONFREADER_C_API' "$source/include/sysconfreader_c.h" |
+  grep -oE 'sysconfreader_[a-z0-9_]+\(' | tr -d '(')
 
 # The main page of the HTML links to the classes.
-for class in SysConfReader SysConfReaderImpl SysConfReader__i; do
+for class in SysConfReader SysConfReaderImpl SysConfReaderStatus SysConfReader__i; do
   grep -q "classQuarncommon_1_1$class.html" "$output/html/index.html" ||
     complain "index.html does not link to $class"
   [[ -s $output/html/classQuarncommon_1_1$class.html ]] || complain "no page of $class"

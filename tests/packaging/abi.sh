@@ -13,7 +13,11 @@ trap 'rm -rf "$work"' EXIT
 abidw --headers-dir "$headers" --drop-private-types --exported-interfaces-only --no-architecture \
   --no-comp-dir-path --no-corpus-path --no-elf-needed --no-show-locs \
   --out-file "$work/now.abi" "$library"
-for class in SysConfReader SysConfReaderImpl SysConfReader_i; do
+classes="SysConfReader SysConfReaderImpl SysConfReaderStatus SysConfReader_i"
+if [[ $(basename "$baseline") == libsysconfreader-c.* ]]; then
+  classes="sysconfreader_status sysconfreader_load sysconfreader_file"
+fi
+for class in $classes; do
   if ! grep -qE "class-decl name='$class'[^>]* size-in-bits='[0-9]+'" "$work/now.abi"; then
     echo "the layout of $class is not seen" >&2
     exit 1

@@ -121,6 +121,20 @@ linkers() {
   done
 }
 
+# A C program, which needs neither the C++ headers nor a C++ compiler.
+c_program() {
+  local compiler
+  install_to_moved library development
+  read -ra flags < <(PKG_CONFIG_PATH=$prefix/$libdir/pkgconfig pkg-config --cflags --libs sysconfreader-c)
+  for compiler in gcc clang; do
+    "$compiler" -std=c11 -pedantic -Wall -Wextra -Werror \
+      "$source/tests/packaging/consumer/program.c" -o "$work/program" "${flags[@]}"
+    library_path=$prefix/$libdir answers_like_the_tool "$work/program"
+  done
+  build_consumer -DVERSION=0.1 -DCOMPONENTS=c
+  answers_like_the_tool "$work/build/c-consumer"
+}
+
 # The program has classes with the names of classes inside the library.
 same_names() {
   find_by_pkg_config

@@ -11,7 +11,7 @@ folder=$4
 source=$5
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-all=(libeventcbutil libeventcbutil-dev libsysconfreader libsysconfreader-dev sysconfctl)
+all=(libeventcbutil libeventcbutil-dev libsysconfreader libsysconfreader-c1 libsysconfreader-dev sysconfctl)
 root=$work/root
 
 fail() {
@@ -50,7 +50,7 @@ make() {
   pack "$folder" 022
   diff <(printf '%s\n' "${all[@]}") <(find "$folder" -name '*.deb' ! -name '*-dbgsym_*' -printf '%f\n' |
     sed 's/_.*//' | sort)
-  [[ $(find "$folder" -name '*-dbgsym_*.deb' | wc -l) -eq 3 ]] || fail "not three packages of debug symbols"
+  [[ $(find "$folder" -name '*-dbgsym_*.deb' | wc -l) -eq 4 ]] || fail "not four packages of debug symbols"
   pack "$work/again" 077
   diff -r --exclude='*.buildinfo' --exclude='*.changes' "$folder" "$work/again"
 }
@@ -80,9 +80,11 @@ contents() {
   has libeventcbutil "$libdir/libeventcbutil.so"
   has libeventcbutil-dev include/EventConsumerCB.h \
     "$cmake"/sysconfreader-eventcbutil-targets{,-CONFIG}.cmake
-  has libsysconfreader-dev include/SysConfReader{,Event,Impl,_i}.h \
+  has libsysconfreader-c1 "$libdir"/libsysconfreader-c.so.1{,.0.0}
+  has libsysconfreader-dev include/SysConfReader{,Event,Impl,Status,_i}.h include/sysconfreader_c.h \
     "$cmake"/sysconfreader{-targets,-targets-CONFIG,Config,ConfigVersion}.cmake \
-    "$libdir/pkgconfig/sysconfreader.pc"
+    "$cmake"/sysconfreader-c-targets{,-CONFIG}.cmake \
+    "$libdir/libsysconfreader-c.so" "$libdir"/pkgconfig/sysconfreader{,-c}.pc
   has sysconfctl bin/sysconfctl share/man/man1/sysconfctl.1.gz \
     share/sysconfreader/schema/{app-config,manager-node-list,node-list}.schema.json \
     share/bash-completion/completions/sysconfctl share/zsh/vendor-completions/_sysconfctl \
@@ -105,8 +107,10 @@ dependencies() {
   version=$(field libsysconfreader Version)
   abi=libsysconfreader-abi-${version%.*}
   needs libsysconfreader 'libjsoncpp[0-9]*' 'libace-[0-9]*' 'libsimdjson[0-9]*' libc6 libstdc++6
+  needs libsysconfreader-c1 libsysconfreader "$abi" libc6 libstdc++6
   needs libeventcbutil libc6 libstdc++6
-  needs libsysconfreader-dev "libsysconfreader (= $version)" libjsoncpp-dev libace-dev pkgconf
+  needs libsysconfreader-dev "libsysconfreader (= $version)" \
+    "libsysconfreader-c1 (= $version)" libjsoncpp-dev libace-dev pkgconf
   needs libeventcbutil-dev "libeventcbutil (= $version)" "libsysconfreader-dev (= $version)"
   needs sysconfctl "libsysconfreader (= $version)" 'libfmt[0-9]*' "$abi"
   # Programs depend on this name, which changes with the binary interface.
@@ -169,7 +173,7 @@ installation() {
   diff <(for package in "${packages[@]}"; do dpkg-deb --fsys-tarfile "$package" | tar --list --file -; done |
     sed '/\/$/d; s/^\.//' | sort) <(in_root) || fail "not just the new version is installed"
   [[ $(dpkg-query --admindir="$root/var/lib/dpkg" --show --showformat '${Version}\n' |
-    sort | uniq -c) =~ ^\ *5\ $version$ ]] || fail "not all are upgraded to $version"
+    sort | uniq -c) =~ ^\ *6\ $version$ ]] || fail "not all are upgraded to $version"
   dpkg --root="$root" --force-not-root --verify | grep . && fail "files differ from the packages'"
 
   dynamic=$(readelf --dynamic "$root/usr/bin/sysconfctl" "$root/usr/$libdir"/lib*.so)

@@ -4,6 +4,7 @@
 #include "SysConfReader.h"
 #include "SysConfReaderEvent.h"
 #include "SysConfReaderImpl.h"
+#include "SysConfReaderStatus.h"
 #include "SysConfReader_i.h"
 #include "support/Deployment.h"
 #include "support/SampleTexts.h"
@@ -17,6 +18,7 @@ namespace {
 using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReader_i;
 using Quarncommon::SysConfReaderImpl;
+using Quarncommon::SysConfReaderStatus;
 
 // Longer than the inline buffer of a string, so that each copy allocates.
 const std::string kTail = " -- a text that is long enough to need memory";
@@ -156,6 +158,30 @@ void addChanges(std::vector<Operation>& table) {
     add("SysConfReaderEventProcessCB (no reader)", Locks::Write, kNever, &deliver, &leaveRolesOnly);
 }
 
+void ignoreLoad(unsigned long long /*generation*/, void* /*userData*/) {}
+
+/// Their answers change with each load, so they are none of those that stay the same.
+void addStatus(std::vector<Operation>& table) {
+    const auto add = [&](const char* name, void (*call)(Outputs&)) {
+        table.push_back({name, Effect::Changes, Locks::None, Shortage::NeverThrows, call});
+    };
+    add("SysConfReaderStatus::read", [](Outputs&) { SysConfReaderStatus::read(); });
+    add("SysConfReaderStatus::generation", [](Outputs&) { SysConfReaderStatus::generation(); });
+    add("SysConfReaderStatus::text (outcome)",
+        [](Outputs&) { SysConfReaderStatus::text(SysConfReaderStatus::Outcome::Loaded); });
+    add("SysConfReaderStatus::text (subscription)",
+        [](Outputs&) { SysConfReaderStatus::text(SysConfReaderStatus::Subscription::None); });
+    add("SysConfReaderStatus::subscribe", [](Outputs&) {
+        SysConfReaderStatus::unsubscribe(SysConfReaderStatus::subscribe(&ignoreLoad, nullptr));
+    });
+    add("SysConfReaderStatus::unsubscribe", [](Outputs&) { SysConfReaderStatus::unsubscribe(0); });
+    add("SysConfReaderStatus::openDescriptor", [](Outputs&) {
+        SysConfReaderStatus::closeDescriptor(SysConfReaderStatus::openDescriptor());
+    });
+    add("SysConfReaderStatus::closeDescriptor",
+        [](Outputs&) { SysConfReaderStatus::closeDescriptor(-1); });
+}
+
 } // namespace
 
 const queries::Arguments& arguments() {
@@ -182,6 +208,7 @@ const std::vector<Operation>& all() {
         addReaderQueries(rows);
         addRoleQueries(rows);
         addChanges(rows);
+        addStatus(rows);
         return rows;
     }();
     return table;

@@ -3,6 +3,7 @@
 
 #include "cli/UsageError.h"
 #include "render/Json.h"
+#include "render/Masking.h"
 
 #include "support/Deployment.h"
 

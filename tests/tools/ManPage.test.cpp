@@ -2,7 +2,7 @@
 // The manual page has exactly the entries of the tables of the tool.
 
 #include "cli/CommandTable.h"
-#include "query/Queries.h"
+#include "query/QueryUsage.h"
 
 #include <gmock/gmock.h>
 

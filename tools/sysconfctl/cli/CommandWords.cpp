@@ -4,7 +4,7 @@
 #include "cli/CommandTable.h"
 #include "cli/Suggestion.h"
 #include "cli/UsageError.h"
-#include "query/Queries.h"
+#include "query/QueryUsage.h"
 #include "render/Text.h"
 
 #include <fmt/format.h>

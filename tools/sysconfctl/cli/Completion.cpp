@@ -8,7 +8,7 @@
 #include "cli/ProcessEnvironment.h"
 #include "cli/ShellLine.h"
 #include "deployment/NodeFilter.h"
-#include "query/Queries.h"
+#include "query/QueryUsage.h"
 #include "render/Output.h"
 #include "render/Text.h"
 

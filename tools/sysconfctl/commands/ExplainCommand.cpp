@@ -8,6 +8,7 @@
 #include "render/Color.h"
 #include "render/Diagnostics.h"
 #include "render/Json.h"
+#include "render/Masking.h"
 #include "render/Output.h"
 #include "render/Plain.h"
 #include "render/Text.h"

@@ -3,6 +3,7 @@
 
 #include "render/Color.h"
 #include "render/Json.h"
+#include "render/Masking.h"
 #include "render/Plain.h"
 #include "render/Text.h"
 

@@ -2,6 +2,7 @@
 #include "explain/ExplanationBuilder.h"
 
 #include "explain/NearMiss.h"
+#include "render/Masking.h"
 
 #include <fmt/format.h>
 
@@ -106,7 +107,7 @@ Answer fieldOf(const Json::Value& database, unsigned int index, const Column& co
 }
 
 Answer entryField(ExplanationBuilder& builder, const Column& column) {
-    const unsigned int index = library::parseIndex(builder.argument(1));
+    const unsigned int index = indexArgument(builder.argument(1));
     const Json::Value* const database = databaseNamed(builder, builder.argument(0));
     if (database == nullptr) {
         builder.conclude({}, {});

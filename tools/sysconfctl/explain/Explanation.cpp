@@ -3,6 +3,7 @@
 
 #include "explain/ExplanationBuilder.h"
 #include "query/Reply.h"
+#include "render/Masking.h"
 #include "render/Text.h"
 
 #include <stdexcept>

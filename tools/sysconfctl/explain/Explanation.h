@@ -2,8 +2,7 @@
 #pragma once
 
 #include "deployment/Loaded.h"
-#include "query/Answer.h"
-#include "query/Queries.h"
+#include "query/QueryUsage.h"
 
 #include <cstddef>
 #include <optional>

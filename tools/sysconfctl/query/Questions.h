@@ -2,7 +2,7 @@
 #pragma once
 
 #include "deployment/Loaded.h"
-#include "query/Queries.h"
+#include "query/QueryUsage.h"
 
 #include <vector>
 

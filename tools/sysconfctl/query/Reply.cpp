@@ -2,6 +2,7 @@
 #include "query/Reply.h"
 
 #include "cli/UsageError.h"
+#include "render/Masking.h"
 
 #include <exception>
 
@@ -16,8 +17,8 @@ Reply ask(const Query& query, const Arguments& arguments, bool revealSecrets) {
     Reply reply{&query, arguments, {NoAnswer{}}};
     try {
         reply.answer = query.ask(arguments);
-    } catch (const UsageError&) {
-        throw;
+    } catch (const library::BadIndex& bad) {
+        indexArgument(bad.what()); // throws the UsageError
     } catch (const std::exception& exception) {
         reply.error = exception.what();
     } catch (...) {

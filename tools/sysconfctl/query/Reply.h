@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "query/Answer.h"
-#include "query/Queries.h"
+#include "query/QueryUsage.h"
 
 #include <optional>
 #include <string>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "query/Answer.h"
+#include "query/SharedQueries.h"
 
 #include <cstddef>
 #include <string>
@@ -11,15 +11,6 @@ namespace sysconfctl {
 
 /// Replaces a secret of any length.
 inline constexpr std::string_view kMask = "********";
-
-/// The part of an answer that is shown only with --reveal-secrets.
-enum class Secret {
-    None,
-    Whole,     ///< the whole text
-    LoginData, ///< the whole text if it holds login data, such as a URL with a password
-    Database,  ///< the members of a database's entries that are not shown fields
-    Databases, ///< the same for each database, by name
-};
 
 /// Whether the name of a member indicates a password. Matches more than the one name that the
 /// library reads, so that a misspelt or additional password is masked, too.

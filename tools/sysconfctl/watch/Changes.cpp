@@ -4,6 +4,7 @@
 #include "query/Questions.h"
 #include "render/Color.h"
 #include "render/Json.h"
+#include "render/Masking.h"
 #include "render/Plain.h"
 #include "render/Text.h"
 

@@ -6,6 +6,7 @@
 #include "deployment/Cluster.h"
 #include "deployment/JsonValues.h"
 #include "explain/ExplanationBuilder.h"
+#include "render/Masking.h"
 #include "render/Text.h"
 
 #include <rules/LocalIPByUsage.h>

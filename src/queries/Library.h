@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "query/Answer.h"
+#include "queries/Answer.h"
 
 #include <SysConfReader.h>
 #include <SysConfReader_i.h>
@@ -9,12 +9,13 @@
 #include <cstddef>
 #include <map>
 #include <set>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 /// The library's operations, each as a function from a query's arguments to an answer. Exceptions
 /// of the operations are passed on.
-namespace sysconfctl::library {
+namespace Quarncommon::queries::library {
 
 using Arguments = std::vector<std::string>;
 
@@ -46,8 +47,13 @@ Answer role(const Arguments& /*none*/) {
     return textAnswer((Quarncommon::SysConfReader_i::Instance()->*Operation)());
 }
 
+/// An argument is invalid: the text that is no index.
+struct BadIndex : std::invalid_argument {
+    using std::invalid_argument::invalid_argument;
+};
+
 /// Parses the index of a database entry.
-/// @throws UsageError unless the text is a decimal number in the range of the type.
+/// @throws BadIndex unless the text is a decimal number in the range of the type.
 unsigned int parseIndex(const std::string& text);
 
 /// Arguments: database name, index of its entry.
@@ -84,4 +90,4 @@ struct DatabaseEntries {
 std::vector<DatabaseEntries> databaseEntries();
 std::vector<DatabaseEntries> entriesOf(const std::map<std::string, Json::Value>& databases);
 
-} // namespace sysconfctl::library
+} // namespace Quarncommon::queries::library

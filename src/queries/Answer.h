@@ -8,7 +8,7 @@
 #include <variant>
 #include <vector>
 
-namespace sysconfctl {
+namespace Quarncommon::queries {
 
 /// The library has no answer: it returned an empty text or -1.
 struct NoAnswer {};
@@ -22,7 +22,7 @@ using Groups = std::vector<std::pair<std::string, List>>;
 /// One answer of the library, independent of the output format. An empty list or map is an answer.
 struct Answer {
     std::variant<NoAnswer, std::string, int, List, Map, Groups, Json::Value> value;
-    /// kMask replaces a part of the value.
+    /// A part of the value is replaced by a mask. Never set by a query.
     bool masked = false;
 
     bool isAnswered() const { return !std::holds_alternative<NoAnswer>(value); }
@@ -44,4 +44,4 @@ struct Overloaded : Visitors... {
 template <class... Visitors>
 Overloaded(Visitors...) -> Overloaded<Visitors...>;
 
-} // namespace sysconfctl
+} // namespace Quarncommon::queries

@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "query/Answer.h"
-#include "query/Library.h"
-#include "render/Masking.h"
+#include "queries/Answer.h"
+#include "queries/Library.h"
 
-#include <string>
+#include <cstddef>
 #include <string_view>
 #include <vector>
 
-namespace sysconfctl {
+namespace Quarncommon::queries {
 
 using library::Arguments;
 
@@ -31,6 +30,15 @@ struct Parameter {
     Occurs occurs = Occurs::Once;
 };
 
+/// The part of an answer that the tool shows only with --reveal-secrets.
+enum class Secret {
+    None,
+    Whole,     ///< the whole text
+    LoginData, ///< the whole text if it holds login data, such as a URL with a password
+    Database,  ///< the members of a database's entries that are not shown fields
+    Databases, ///< the same for each database, by name
+};
+
 /// The arguments with which `show` asks a query.
 enum class Shown {
     Once,              ///< those of the table
@@ -39,7 +47,7 @@ enum class Shown {
     EachDatabaseEntry, ///< the name of each database and the index of each entry
 };
 
-/// A public query of the library and its name in the tool.
+/// A public query of the library, and its name in the tool and in the C library.
 struct Query {
     std::string_view name;
     /// The name of the operation in the public headers.
@@ -56,23 +64,10 @@ struct Query {
 /// All queries in the order of `show`. This is the only list of them.
 const std::vector<Query>& queries();
 
-/// The names of queries, or else of operations, that are likely meant.
-std::vector<std::string> nearQueries(std::string_view name);
+/// The query of that name, null if there is none.
+const Query* queryNamed(std::string_view name);
 
-/// @param name The name of the query or of its operation; of several queries with the same
-///   operation, the first one is returned.
-/// @throws UsageError if there is no such query; the message has near matches.
-const Query& findQuery(std::string_view name);
+/// Whether the query takes so many arguments.
+bool takesArguments(const Query& query, std::size_t count);
 
-/// The usage of the query: "db-type NAME INDEX", "all-float-ip TAG...".
-std::string usageOf(const Query& query);
-
-/// The query and its arguments, quoted for a shell: "local-ip-by-usage 'my tag'".
-std::string labelOf(const Query& query, const Arguments& arguments);
-
-/// @param command The command that the user ran, which the message names.
-/// @throws UsageError if the query takes more arguments, or fewer.
-void checkArgumentCount(const Query& query, const Arguments& arguments,
-                        std::string_view command = "get");
-
-} // namespace sysconfctl
+} // namespace Quarncommon::queries

@@ -1,10 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "query/Library.h"
-
-#include "cli/UsageError.h"
-#include "render/Text.h"
-
-#include <fmt/format.h>
+#include "queries/Library.h"
 
 #include <algorithm>
 #include <charconv>
@@ -12,7 +7,7 @@
 #include <map>
 #include <set>
 
-namespace sysconfctl::library {
+namespace Quarncommon::queries::library {
 namespace {
 
 constexpr std::string_view kSouthbound = "southbound";
@@ -50,8 +45,7 @@ unsigned int parseIndex(const std::string& text) {
     const char* const end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, index);
     if (text.empty() || error != std::errc() || stop != end) {
-        throw UsageError(
-            fmt::format("the index must be a number from 0 on, not {}", shellWord(text)));
+        throw BadIndex(text);
     }
     return index;
 }
@@ -174,4 +168,4 @@ std::vector<DatabaseEntries> entriesOf(const std::map<std::string, Json::Value>&
     return entries;
 }
 
-} // namespace sysconfctl::library
+} // namespace Quarncommon::queries::library

@@ -1,19 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "query/Queries.h"
+#include "queries/Queries.h"
 
-#include "cli/Suggestion.h"
-#include "cli/UsageError.h"
-#include "render/Text.h"
-
-#include <fmt/format.h>
-
-#include <algorithm>
-
-namespace sysconfctl {
+namespace Quarncommon::queries {
 namespace {
 
-using Quarncommon::SysConfReader;
-using Quarncommon::SysConfReader_i;
 using namespace library;
 
 constexpr std::string_view kProcess = "This process";
@@ -181,59 +171,25 @@ std::vector<Query> allQueries() {
 } // namespace
 
 const std::vector<Query>& queries() {
-    static const std::vector<Query> all = allQueries();
+    // Never destroyed: a thread may query while the process exits.
+    static const std::vector<Query>& all = *new std::vector<Query>(allQueries());
     return all;
 }
 
-std::vector<std::string> nearQueries(std::string_view name) {
-    std::vector<std::string_view> names;
-    std::vector<std::string_view> operations;
+const Query* queryNamed(std::string_view name) {
     for (const Query& query : queries()) {
-        names.push_back(query.name);
-        operations.push_back(query.operation);
-    }
-    std::vector<std::string> near = nearMatches(name, names);
-    return near.empty() ? nearMatches(name, operations) : near;
-}
-
-const Query& findQuery(std::string_view name) {
-    for (const Query& query : queries()) {
-        if (name == query.name || name == query.operation) {
-            return query;
+        if (query.name == name) {
+            return &query;
         }
     }
-    throw UsageError(fmt::format("unknown query {}{} (sysconfctl get --list lists them all)",
-                                 shellWord(name), didYouMean(nearQueries(name))));
+    return nullptr;
 }
 
-std::string usageOf(const Query& query) {
-    std::string usage(query.name);
-    for (const Parameter& parameter : query.parameters) {
-        const char* const format = parameter.occurs == Occurs::Once         ? " {}"
-                                   : parameter.occurs == Occurs::OnceOrMore ? " {}..."
-                                                                            : " [{}...]";
-        usage += fmt::format(fmt::runtime(format), parameter.name);
-    }
-    return usage;
-}
-
-std::string labelOf(const Query& query, const Arguments& arguments) {
-    std::string text(query.name);
-    for (const std::string& argument : arguments) {
-        text += ' ' + shellWord(argument);
-    }
-    return text;
-}
-
-void checkArgumentCount(const Query& query, const Arguments& arguments, std::string_view command) {
+bool takesArguments(const Query& query, std::size_t count) {
     const bool open = !query.parameters.empty() && query.parameters.back().occurs != Occurs::Once;
     const bool optional = open && query.parameters.back().occurs == Occurs::AnyTimes;
     const std::size_t least = query.parameters.size() - (optional ? 1 : 0);
-    if (arguments.size() < least || (!open && arguments.size() > query.parameters.size())) {
-        throw UsageError(fmt::format("{} takes {}arguments: sysconfctl {} {}", query.name,
-                                     query.parameters.empty() ? "no " : "other ", command,
-                                     usageOf(query)));
-    }
+    return count >= least && (open || count <= query.parameters.size());
 }
 
-} // namespace sysconfctl
+} // namespace Quarncommon::queries
