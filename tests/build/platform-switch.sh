@@ -31,7 +31,7 @@ cp "$source"/platform/quarn*/{JsonReader,QuarnCommonUtils,QuarnCommonUtils_i}.h 
   2>/dev/null || true # each is in one of the two folders
 rm -rf "$work/build"
 if ! { configure -DCMAKE_PREFIX_PATH="$work/prefix" &&
-  "$cmake" --build "$work/build" --parallel 2 --target sysconfreader sysconfctl_located; } \
+  "$cmake" --build "$work/build" --parallel 2 --target sysconfreader sysconfreader-c sysconfctl_located; } \
   >"$work/log" 2>&1; then
   cat "$work/log" >&2
   exit 1

@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <dlfcn.h>
@@ -68,14 +69,13 @@ protected:
     /// Opens, uses and closes the library repeatedly and calls `closed` after each round. Expects
     /// that resources and heap do not grow.
     template <typename Closed>
-    void run(bool destroy, Closed closed, std::size_t eventThreads = 0) {
+    void run(bool destroy, Closed closed) {
         // malloc reports the blocks in the caches of threads as used.
         ASSERT_STREQ(std::getenv("GLIBC_TUNABLES"), "glibc.malloc.tcache_count=0")
             << "to be run by ctest, which sets this";
         endurance::Watchdog watchdog;
         const int rounds = endurance::rounds(kRounds);
-        Resources atFirst{};
-        std::size_t heapAtFirst = 0;
+        State atFirst;
         for (int round = 0; round < rounds; ++round) {
             {
                 const Opened library;
@@ -88,35 +88,54 @@ protected:
             closed();
             watchdog.progress();
             if (round == rounds / 3) {
-                atFirst = leastResources(eventThreads);
-                heapAtFirst = ::mallinfo2().uordblks;
+                atFirst = leastStateWithoutInstances();
             }
         }
-        EXPECT_EQ(resourcesOnceAsAt(atFirst, eventThreads), atFirst);
-        EXPECT_LE(::mallinfo2().uordblks, heapAtFirst + kTolerance);
-        Opened().destroy();
+        const State atLast = stateOnceAsAt(atFirst);
+        EXPECT_EQ(atLast.resources, atFirst.resources);
+        EXPECT_LE(atLast.heap, atFirst.heap + kTolerance);
     }
 
     support::Deployment m_deployment;
 
 private:
-    /// The minimum of a hundred samples, because the event library's thread may have a file open.
-    static Resources leastResources(std::size_t eventThreads) {
-        Resources least = resourcesAtRest(eventThreads);
+    /// The state of a process without instances. What they hold depends on the events that have
+    /// arrived.
+    struct State {
+        Resources resources{};
+        std::size_t heap = 0;
+    };
+
+    static State state() {
+        State now;
+        now.resources = resourcesAtRest(0);
+        now.heap = ::mallinfo2().uordblks;
+        return now;
+    }
+
+    /// The minimum of a hundred samples, because a thread that ends may still hold something.
+    static State leastStateWithoutInstances() {
+        Opened().destroy();
+        State least = state();
         for (int look = 0; look < 100; ++look) {
-            const Resources now = resourcesAtRest(eventThreads);
-            least = now.descriptors < least.descriptors ? now : least;
+            const State now = state();
+            if (now.resources.descriptors < least.resources.descriptors) {
+                least.resources = now.resources;
+            }
+            least.heap = std::min(least.heap, now.heap);
         }
         return least;
     }
 
-    /// Waits up to ten seconds until the resources are those of `before`.
-    static Resources resourcesOnceAsAt(const Resources& before, std::size_t eventThreads) {
+    /// Waits up to ten seconds until the state is that of `before`.
+    static State stateOnceAsAt(const State& before) {
+        Opened().destroy();
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        Resources now = resourcesAtRest(eventThreads);
-        while (!(now == before) && std::chrono::steady_clock::now() < end) {
+        State now = state();
+        while (!(now.resources == before.resources && now.heap <= before.heap + kTolerance) &&
+               std::chrono::steady_clock::now() < end) {
             std::this_thread::yield();
-            now = resourcesAtRest(eventThreads);
+            now = state();
         }
         return now;
     }
@@ -159,7 +178,7 @@ TEST_F(LibraryReload, EventLibraryThatWatchesFiles_ChangesAreAppliedAfterClosing
             std::this_thread::yield();
         }
     };
-    run(true, change, 1);
+    run(true, change);
 }
 #endif
 
