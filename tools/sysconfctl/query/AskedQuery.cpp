@@ -23,7 +23,7 @@ AskedQuery askedQuery(const std::string& word, std::string_view command) {
 }
 
 std::vector<Question> questionsOf(const std::vector<AskedQuery>& asked) {
-    const std::vector<Question> all = allQuestions();
+    std::vector<Question> all = allQuestions();
     if (asked.empty()) {
         return all;
     }

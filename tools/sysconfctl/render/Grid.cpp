@@ -13,7 +13,7 @@ namespace {
 constexpr std::size_t kColumnGap = 2;
 
 /// The line wrapped after blanks; continuation lines are indented.
-Cell wrappedLine(const std::string& line, std::size_t width) {
+Cell wrappedCell(const std::string& line, std::size_t width) {
     const std::string indent = "  ";
     Cell lines = wrappedWords(line, width);
     if (lines.size() == 1) {
@@ -31,7 +31,7 @@ Cell wrappedLine(const std::string& line, std::size_t width) {
 /// The width of the line, or its least width if it may be wrapped.
 std::size_t widestOf(const std::string& line, bool wraps) {
     std::size_t widest = 0;
-    for (const std::string& piece : wraps ? wrappedLine(line, 1) : Cell{line}) {
+    for (const std::string& piece : wraps ? wrappedCell(line, 1) : Cell{line}) {
         widest = std::max(widest, displayWidth(piece));
     }
     return widest;
@@ -118,7 +118,7 @@ void appendRow(std::string& text, const std::vector<Cell>& row, const std::vecto
     for (std::size_t i = 0; i < row.size(); ++i) {
         Cell cell;
         for (const std::string& line : row[i]) {
-            const Cell pieces = columns[i].wraps ? wrappedLine(line, widths[i]) : Cell{line};
+            const Cell pieces = columns[i].wraps ? wrappedCell(line, widths[i]) : Cell{line};
             cell.insert(cell.end(), pieces.begin(), pieces.end());
         }
         height = std::max(height, cell.size());
