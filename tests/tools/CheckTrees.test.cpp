@@ -1,5 +1,4 @@
-// SPDX-License-Identifier: Apache-2.0
-// Whole trees: which files belong together, and what is compared between them.
+// SPDX-License-Identifier: Apache-2.0 Checks of whole trees: which files are grouped and compared.
 
 #include "Sysconfctl.h"
 

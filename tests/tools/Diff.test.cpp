@@ -60,7 +60,7 @@ std::vector<std::string> differing(const fs::path& folder, const std::string& a,
 
 TEST(Diff, OfTheSamples_LooksAsWrittenDown) {
     const auto arguments = [](const char* format) {
-        // A query whose answer has the path of this checkout is left out.
+        // A query whose answer contains the path of this checkout is left out.
         return std::vector<std::string>{"diff",
                                         "ha-pair/master.env",
                                         "ha-pair/standby.env",

@@ -31,7 +31,7 @@ void firstService(const rules::TracedNode& entries) {
     rules::addressByTag(entries, "service");
 }
 
-/// Numbers keep their first address, a service address its last.
+/// For a numbered slot the first address wins, for a service slot the last.
 void byNumber(const rules::TracedNode& entries) {
     std::map<int, std::string> numbers;
     std::string service;

@@ -20,7 +20,7 @@ using namespace sysconfctl::located;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
-/// The value that the library's reader parses; nothing if it rejects the text.
+/// The value that the library's reader parses; unset if it rejects the text.
 std::optional<Json::Value> readByLibrary(const std::string& text) {
     Json::Value value;
     return JsonReader(false).parse(text, value) ? std::optional(value) : std::nullopt;

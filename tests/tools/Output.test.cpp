@@ -36,7 +36,7 @@ std::vector<std::vector<std::string>> everyCommand() {
         {{"watch"}, usual},
         {{"explain", "local-north-ip"}, usual},
         {{"explain", "--all"}, usual},
-        {{"check"}, {"table", "json"}}, // no finding: plain has no line
+        {{"check"}, {"table", "json"}}, // without findings, plain output is empty
         {{"who", "service"}, usual},
         {{"nodes"}, {"table", "wide", "name", "plain", "json"}},
         {{"map"}, {"dot", "mermaid", "svg", "table", "plain", "json"}},
@@ -278,7 +278,7 @@ TEST(Output, Color_IsForTablesOnTerminalsUnlessSetOtherwise) {
     for (const auto& arguments : kTables) {
         std::vector<std::string> words = arguments;
         if (words.front() == "check") {
-            words.emplace_back("--notes"); // of a deployment that has nothing else
+            words.emplace_back("--notes"); // the deployment has only notes
         }
         words.insert(words.end(), {"--env-file", tool::kWestData.envFile().string()});
         const auto with = [&](const char* when, bool terminal, const char* refused) {

@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0
-// Answers of the tool on every view of every sample deployment.
+// SPDX-License-Identifier: Apache-2.0 Answers of the tool for every view of every sample
+// deployment.
 
 #include "Golden.h"
 

@@ -85,7 +85,7 @@ TEST(Secrets, AskedFor_AreShownByEveryCommandThatHasThem) {
     const auto deployment = deploymentWithPasswords();
     for (const auto& command : kCommands) {
         if (command.front() == "check") {
-            continue; // it shows only values with findings
+            continue; // check shows only values with findings
         }
         EXPECT_THAT(runWith(command, "json", true).output, HasSubstr(kPassword))
             << testing::PrintToString(command);

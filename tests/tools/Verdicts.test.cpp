@@ -56,7 +56,7 @@ private:
     std::filesystem::path m_folder;
 };
 
-/// Escape sequences as "\e[1m".
+/// Replaces the escape character by "\e".
 std::string readable(const std::string& text) {
     return std::regex_replace(text, std::regex("\033"), "\\e");
 }

@@ -105,8 +105,7 @@ TEST(Watch, OutputClosed_EndsBySigpipeAfterItHasUnsubscribed) {
     EXPECT_EQ(tool::readFile(logFile()), "init\ninit\nfini\nfini\n");
 }
 
-/// Answers of queries that read their file on every call change without an event; loaded ones do
-/// not.
+/// Answers that are read from a file on every call change without an event; loaded answers do not.
 TEST(Watch, NoSubscription_StillShowsChangesOfTheFiles) {
     support::Deployment deployment;
     support::writeGeneration(deployment, 1);

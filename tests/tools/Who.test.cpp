@@ -1,5 +1,4 @@
-// SPDX-License-Identifier: Apache-2.0
-// Where a name appears.
+// SPDX-License-Identifier: Apache-2.0 The places where a name appears.
 
 #include "Golden.h"
 

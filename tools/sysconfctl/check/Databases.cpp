@@ -14,7 +14,7 @@ namespace {
 
 using located::Path;
 
-/// A database in a file has no host, port, user or server.
+/// Whether the database is a local file, which has no host, port, user or server.
 bool isInFile(const Json::Value& entry) {
     return Quarncommon::rules::lowerCased(textAt(entry, {"type"})).starts_with("sqlite");
 }

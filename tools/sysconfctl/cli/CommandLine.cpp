@@ -132,7 +132,7 @@ private:
                                          : fmt::format("sysconfctl {}", given->second->name);
     }
 
-    /// What is wrong with the first word that the command does not take.
+    /// The error message for the first word that the command does not accept.
     std::string extraWord() const {
         const std::vector<std::string> rest = m_app.remaining(true);
         const std::string word = rest.empty() ? "" : unguarded(rest.front());
@@ -360,7 +360,7 @@ private:
         }
     }
 
-    /// Each process takes the place of an operand.
+    /// Each process replaces an operand.
     void setEnvironments(const CommandRow& row) {
         if (m_options.envFile) {
             throw UsageError(fmt::format("{} compares the environments A and B and takes no "

@@ -56,7 +56,7 @@ std::string procPath(const std::string& pid, const char* name) {
                                  refused ? "; run sysconfctl as its user or as root" : ""));
 }
 
-/// A process that has ended, and a thread of the kernel, have neither.
+/// A process that has ended and a kernel thread have no program.
 void verifyAlive(const std::string& pid) {
     std::error_code error;
     const fs::path program = fs::read_symlink(procPath(pid, "exe"), error);
@@ -65,7 +65,7 @@ void verifyAlive(const std::string& pid) {
     }
 }
 
-/// The paths of a process with another root directory lead elsewhere.
+/// In a process with another root directory, the same paths name other files.
 void verifyRoot(const std::string& pid) {
     struct stat own {};
     struct stat its {};
