@@ -94,7 +94,7 @@ void write(support::Deployment& deployment, const Row& row) {
 const std::vector<Row> kRows = {
     {"syntax", "error", 'a', R"("CORBA_SSL": {"port": 4}})", R"("CORBA_SSL": {"port": 4},})",
      "4:48", "the file does not load"},
-    {"syntax", "error", 'n', "\"h\"}", "\"h\"} // host", "2:87", "a comment stands here"},
+    {"syntax", "error", 'n', "\"h\"}", "\"h\"} // host", "2:87", "a comment is not allowed here"},
     {"syntax", "error", 'm', "}]}}}", "}]}}}}", "7:41", "text after the end of the document"},
     {"wrong-type", "error", 'a', R"("port": 2)", R"("port": "2")", "3:77", "the load stops here"},
     {"wrong-type", "error", 'a', R"({"port": 3})", "[3]", "4:10", "is an array where an object"},
