@@ -139,7 +139,7 @@ TEST(Explain, EveryAnswer_HasAReasonAndASentence) {
          R"({"processes": {"p1": {"Wss": {"ip": "x"}}}})",
          "",
          "misspelt-name",
-         "Wss is no name that is read; did you mean wss? the answer is empty"},
+         "Wss is not a name that is read; did you mean wss? the answer is empty"},
         {{"wss-port"},
          R"({"processes": {"p1": {"wss": {}, "port": 5}}})",
          "",
@@ -176,7 +176,7 @@ TEST(Explain, EveryAnswer_HasAReasonAndASentence) {
          app,
          listOf(R"({"IP": "1", "usages": ["service2"]})"),
          "misspelt-name",
-         "usages of entry 0 is no name that is read; did you mean usage?"},
+         "usages of entry 0 is not a name that is read; did you mean usage?"},
         {{"local-service2-ip"},
          app,
          listOf(R"({"usage": ["service2"]})"),
@@ -186,7 +186,7 @@ TEST(Explain, EveryAnswer_HasAReasonAndASentence) {
          app,
          listOf(R"({"ip": "1", "usage": ["service2"]})"),
          "misspelt-name",
-         "ip of entry 0 is no name that is read; did you mean IP?"},
+         "ip of entry 0 is not a name that is read; did you mean IP?"},
         {{"local-service2-ip"},
          app,
          listOf(R"({"usage": [[]]})"),
@@ -287,7 +287,7 @@ TEST(Explain, EveryAnswer_HasAReasonAndASentence) {
          "",
          "file-unreadable",
          "the manager node list of TOLM_ROOT is not readable: no such file or directory; the query "
-         "answers -1"},
+         "returns -1"},
     };
     for (const ReasonRow& row : rows) {
         support::Deployment deployment;
@@ -431,8 +431,9 @@ TEST(Explain, AnswerThatDiffersFromTheLibrarys_IsAnInternalError) {
                                 .variable("EVENT_CHANGES", "1")
                                 .run();
         EXPECT_EQ(result.exitStatus, 70) << format;
-        EXPECT_THAT(result.errors, HasSubstr("app-root: internal error: what is explained is not "
-                                             "what the library answers"));
+        EXPECT_THAT(result.errors,
+                    HasSubstr("app-root: internal error: the explanation does not match "
+                              "the library's answer"));
     }
 }
 

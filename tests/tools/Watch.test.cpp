@@ -84,7 +84,7 @@ TEST(Watch, EventsDisabled_ReportsTheVariable) {
 TEST(Watch, SubscriptionRefused_ReportsTheFileAndTheResult) {
     EXPECT_EQ(errorsOf(watchBesideEventLibrary({}).variable("EVENT_REFUSES", "1")),
               "sysconfctl: not subscribed to changes: " SYSCONF_LOGGING_EVENT_LIBRARY
-              " refused it with -7\n");
+              " refused the subscription with result -7\n");
 }
 
 TEST(Watch, LibraryThrows_ReportsItAndExitsWith3) {

@@ -43,7 +43,7 @@ void checkFile(Checker& checker, const View& view, const SourceFile& file) {
         const auto& error = file.document.error();
         checker.add({Severity::Error, error ? "syntax" : "refused",
                      fmt::format("{}: the file does not load, {}",
-                                 error ? error->sentence : "the JSON library refuses the file",
+                                 error ? error->sentence : "the JSON library rejects the file",
                                  effectOf(view, &file)),
                      error ? error->hint : "", &file, error ? error->offset : 0, 1,
                      error ? located::pointer(error->path) : ""});

@@ -108,7 +108,7 @@ bool checkText(Checker& checker, const SourceFile& list, const Path& path) {
     if (value.isNull()) {
         checker.at(list, path, Severity::Warning, "null",
                    fmt::format("\"{}\" is null: it reads as \"\"", path.back()),
-                   "give it, or remove it");
+                   "set it, or remove it");
         return false;
     }
     if (!value.isString()) {
@@ -143,7 +143,7 @@ void checkHostType(Checker& checker, const SourceFile& list, const Path& path) {
     }
     const std::string near = nearRole(text, {rules::kMaster, rules::kStandby});
     checker.at(list, path, Severity::Error, "role-name",
-               fmt::format("nothing recognises the hostType \"{}\": the node is neither master nor "
+               fmt::format("unknown hostType \"{}\": the node is neither master nor "
                            "standby",
                            text),
                near.empty() ? "write \"master\", \"standby\" or \"\""
@@ -160,7 +160,7 @@ void checkDomainType(Checker& checker, const SourceFile& list, const Path& path)
     const std::string near = nearRole(text, known);
     if (!near.empty()) {
         checker.at(list, path, Severity::Error, "role-name",
-                   fmt::format("nothing recognises the domain_node_type \"{}\"", text),
+                   fmt::format("unknown domain_node_type \"{}\"", text),
                    fmt::format("did you mean \"{}\"? letter case matters", near));
     }
 }
@@ -188,7 +188,7 @@ void checkRole(Checker& checker, const SourceFile& list, const Path& attributes)
         list, hostType, Severity::Error, "role-mismatch",
         host.empty()
             ? fmt::format("this node has no hostType, but the domain_node_type \"{}\"", domain)
-            : fmt::format("the hostType \"{}\" does not go with the domain_node_type \"{}\"", host,
+            : fmt::format("the hostType \"{}\" does not match the domain_node_type \"{}\"", host,
                           domain),
         "correct one of the two");
     finding.consequences.emplace_back("the node is neither master nor standby of its tenancy");
@@ -331,15 +331,16 @@ std::string checkAddress(Checker& checker, const SourceFile& list, const Path& e
                 list.document.find(path) == nullptr ? "this entry has no \"IP\""
                                                     : "the \"IP\" of this entry is empty",
                 "give the address, or remove the entry")
-            .consequences.emplace_back("where one of its tags is asked for, the answer is empty");
+            .consequences.emplace_back("queries for its tags have an empty answer");
     } else if (!checker.hidden(list, path, address)) {
         if (isUnspecified(address)) {
-            checker.at(list, path, Severity::Error, "unspecified-address",
-                       fmt::format("\"{}\" is no address of a host: nothing can reach it", address),
-                       "give the address itself");
+            checker.at(
+                list, path, Severity::Error, "unspecified-address",
+                fmt::format("\"{}\" is not the address of a host: nothing can reach it", address),
+                "give the address itself");
         } else if (!isAddress(address)) {
             checker.at(list, path, Severity::Error, "not-an-address",
-                       fmt::format("\"{}\" is no IPv4 or IPv6 address", address));
+                       fmt::format("\"{}\" is not an IPv4 or IPv6 address", address));
         }
     }
     return address;
@@ -453,7 +454,7 @@ void checkNode(Checker& checker, const SourceFile& list, const std::string& id, 
         checker.at(list, path, Severity::Error, node.isNull() ? "null" : "empty",
                    fmt::format("node \"{}\" is {}: it has no addresses and no role", id,
                                node.isNull() ? "null" : "empty"),
-                   "give its entry, or remove it");
+                   "complete the entry, or remove it");
         return;
     }
     if (!node.isObject()) {

@@ -112,7 +112,7 @@ private:
             if (owner.empty()) {
                 Finding& finding = m_checker.at(
                     m_app, path, Severity::Warning, "foreign-address",
-                    fmt::format("{} is no address of node \"{}\", on which process \"{}\" runs",
+                    fmt::format("{} is not an address of node \"{}\", on which process \"{}\" runs",
                                 address, m_id, m_process.back()),
                     "correct it, or add the address to the node");
                 Checker::relate(finding, m_list, m_node, "the node");

@@ -80,12 +80,13 @@ void checkProcessAddress(Checker& checker, const SourceFile& file, const Path& g
                    fmt::format("\"ip\" of \"{}\" is empty", group.back()), "give the address");
     } else if (!checker.hidden(file, path, text)) {
         if (isUnspecified(text)) {
-            checker.at(file, path, Severity::Error, "unspecified-address",
-                       fmt::format("\"{}\" is no address of a host: nothing can reach it", text),
-                       "give the address itself");
+            checker.at(
+                file, path, Severity::Error, "unspecified-address",
+                fmt::format("\"{}\" is not the address of a host: nothing can reach it", text),
+                "give the address itself");
         } else if (!isAddress(text) && text != "localhost") {
             checker.at(file, path, Severity::Error, "not-an-address",
-                       fmt::format("\"{}\" is no IPv4 or IPv6 address", text));
+                       fmt::format("\"{}\" is not an IPv4 or IPv6 address", text));
         }
     }
 }
@@ -151,7 +152,7 @@ void checkProcess(Checker& checker, const SourceFile& file, const std::string& i
         checker
             .at(file, path, Severity::Error, "null",
                 fmt::format("process \"{}\" is null: every value of it is empty or 0", id),
-                "give its entry, or remove it")
+                "complete the entry, or remove it")
             .consequences.emplace_back("its node is unknown, and so are the node's addresses");
         return;
     }

@@ -192,7 +192,7 @@ private:
         } else if (row.operands == Operands::Environments) {
             app.add_option("A", m_environmentA, "Env file, or directory of a node or deployment")
                 ->type_name("");
-            app.add_option("B", m_environmentB, "The same, to compare it with")->type_name("");
+            app.add_option("B", m_environmentB, "Environment to compare it with")->type_name("");
             app.add_option("QUERY", m_options.queries,
                            "Queries to compare, arguments in the same word; default: all")
                 ->type_name("");

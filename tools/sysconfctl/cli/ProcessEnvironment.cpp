@@ -38,7 +38,7 @@ std::string procPath(const std::string& pid, const char* name) {
 
 [[noreturn]] void failWithoutEnvironment(const std::string& pid) {
     throw UsageError(fmt::format("--pid: process {} has no environment: it has ended, or it is a "
-                                 "thread of the kernel",
+                                 "kernel thread",
                                  pid));
 }
 
@@ -72,7 +72,7 @@ void verifyRoot(const std::string& pid) {
     if (::stat("/", &own) == 0 && ::stat(procPath(pid, "root").c_str(), &its) == 0 &&
         (own.st_dev != its.st_dev || own.st_ino != its.st_ino)) {
         throw UsageError(fmt::format("--pid: process {} has another root directory, so its paths "
-                                     "lead to other files; run sysconfctl there, for example with "
+                                     "refer to other files; run sysconfctl there, for example with "
                                      "nsenter --target {} --all",
                                      pid, pid));
     }

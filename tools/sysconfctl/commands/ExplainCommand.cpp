@@ -213,9 +213,10 @@ ExitStatus report(const std::vector<Explained>& all, const Options& options) {
     }
     for (const Explained& one : all) {
         if (one.disagreed()) {
-            reportError(diagnostic::kInternal,
-                        one.explanation.label() +
-                            ": internal error: what is explained is not what the library answers");
+            reportError(
+                diagnostic::kInternal,
+                one.explanation.label() +
+                    ": internal error: the explanation does not match the library's answer");
             status = ExitStatus::Internal;
         }
     }

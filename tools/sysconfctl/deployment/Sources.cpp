@@ -100,7 +100,7 @@ std::string SourceFile::trouble() const {
     if (const auto& error = document.error()) {
         return fmt::format("{}: {}", where(error->offset), error->sentence);
     }
-    return fmt::format("{}: the JSON library refuses it", path);
+    return fmt::format("{}: the JSON library rejects it", path);
 }
 
 SourceFile readAppConfig() {

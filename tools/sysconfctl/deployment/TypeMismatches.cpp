@@ -67,7 +67,7 @@ const char* expectedText(TypeMismatch::Expected expected) {
     case TypeMismatch::Expected::Int:
         break;
     }
-    return "a whole number of 32 bits";
+    return "a 32-bit whole number";
 }
 
 std::string describe(const TypeMismatch& mismatch, const Json::Value& root) {

@@ -254,7 +254,7 @@ void concludeFamily(ExplanationBuilder& builder, const WalkedEntries& walked,
                                    family, node)
                      : fmt::format("{} has {} {} address{}: {}", node, slots.size(), family,
                                    slots.size() == 1 ? "" : "es", someOf(slots)),
-                 "what was found before it is the answer");
+                 "the answer has only what was found before it");
 }
 
 /// Sets the verdict of a slot list of the family "northbound" or "southbound".
@@ -369,7 +369,7 @@ Answer byNumber(ExplanationBuilder& builder) {
     }
     const std::string node = named(builder.values.floatNodeId);
     const bool any = !numbers.empty() || !found.service.empty() || !found.service2.empty();
-    const char* const effect = any ? "what was found before it is the answer" : "";
+    const char* const effect = any ? "the answer has only what was found before it" : "";
     if (numbers.empty() && rules::lowerCased(prefix) != prefix) {
         builder.conclude("capitals",
                          fmt::format("{} has capitals and matches nothing: tags are compared in "

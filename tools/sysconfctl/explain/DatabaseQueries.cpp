@@ -102,7 +102,7 @@ Answer fieldOf(const Json::Value& database, unsigned int index, const Column& co
         reached.push_back(step);
     }
     const bool port = column.query == "db-access-port";
-    expected = port ? "a whole number of 32 bits" : "a text";
+    expected = port ? "a 32-bit whole number" : "a text";
     return port ? numberAnswer(value->asInt()) : textAnswer(value->asString());
 }
 

@@ -257,7 +257,7 @@ void ExplanationBuilder::entryMistakes(const SourceFile& file, const located::Pa
         located::Path at = path;
         at.push_back(miss->name);
         mistake("misspelt-name", at,
-                fmt::format("{} of entry {} is no name that is read; did you mean {}?",
+                fmt::format("{} of entry {} is not a name that is read; did you mean {}?",
                             named(miss->name), entry.step, member),
                 "correct the name", member, miss->name);
     };

@@ -37,7 +37,7 @@ std::string adviceFor(const SourceFile& file) {
     case ENOTDIR:
         return fmt::format("correct {}, or put the file there", name);
     default:
-        return fmt::format("let {} lead to a file that can be read", name);
+        return fmt::format("set {} so that it leads to a readable file", name);
     }
 }
 
@@ -198,7 +198,7 @@ bool ExplanationBuilder::file(const SourceFile& file) {
         return false;
     }
     const auto& error = file.document.error();
-    const std::string why = error ? error->sentence : "the JSON library refuses it";
+    const std::string why = error ? error->sentence : "the JSON library rejects it";
     step({.kind = "file",
           .outcome = "does-not-parse",
           .sentence = fmt::format("the {} is not valid JSON: {}", file.title, why),
@@ -228,7 +228,7 @@ void ExplanationBuilder::absent(const SourceFile& file, const located::Path& pat
     const std::string sentence =
         miss->misplaced ? fmt::format("{} is in the wrong place and is not read; did you mean {}?",
                                       valueName(miss->path), inner)
-                        : fmt::format("{} is no name that is read; did you mean {}?",
+                        : fmt::format("{} is not a name that is read; did you mean {}?",
                                       named(miss->name), named(miss->meant));
     step({.kind = "value",
           .outcome = miss->misplaced ? "misplaced" : "misspelt",

@@ -132,7 +132,7 @@ std::string valuesOf(const std::vector<NodeOutcome>& nodes) {
 
 Answer byField(ExplanationBuilder& builder) {
     if (!managerList(builder)) {
-        builder.conclude({}, {}, "the query answers -1");
+        builder.conclude({}, {}, "the query returns -1");
         return {NoAnswer{}};
     }
     const SourceFile& list = builder.sources.managerNodeList;
@@ -161,13 +161,13 @@ Answer byField(ExplanationBuilder& builder) {
                          : fmt::format("{} of {} {} {} beginning with {}: {}", chosen,
                                        counted(nodes.size(), "node"), chosen == 1 ? "has" : "have",
                                        named(field), named(prefix), count);
-    builder.conclude(chosen != 0 ? "nodes-selected" : "no-node", sentence, "the query answers -1");
+    builder.conclude(chosen != 0 ? "nodes-selected" : "no-node", sentence, "the query returns -1");
     return complete ? Answer{List(addresses.begin(), addresses.end())} : Answer{NoAnswer{}};
 }
 
 Answer byTags(ExplanationBuilder& builder) {
     if (!managerList(builder)) {
-        builder.conclude({}, {}, "the query answers -1");
+        builder.conclude({}, {}, "the query returns -1");
         return {NoAnswer{}};
     }
     const SourceFile& list = builder.sources.managerNodeList;
@@ -207,7 +207,7 @@ Answer byTags(ExplanationBuilder& builder) {
                                   : fmt::format("none of {} has an address tagged {}",
                                                 counted(outcomes.size(), "node"), asked)) +
                          (capitals.empty() ? "" : "; " + capitals),
-                     "the query answers -1");
+                     "the query returns -1");
     return complete ? library::groupedAnswer(nodes) : Answer{NoAnswer{}};
 }
 

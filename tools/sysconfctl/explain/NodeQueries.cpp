@@ -47,10 +47,10 @@ void concludeFloatNode(ExplanationBuilder& builder) {
         builder.conclude(
             "own-node",
             values.hostType.empty()
-                ? fmt::format("{} has no hostType, so it is no standby and answers for "
+                ? fmt::format("{} has no hostType, so it is not a standby and answers for "
                               "itself",
                               self)
-                : fmt::format("{} is no standby, its hostType is {}, so it answers for "
+                : fmt::format("{} is not a standby, its hostType is {}, so it answers for "
                               "itself",
                               self, named(values.hostType)),
             values.nodeId.empty() ? "" : itself);
@@ -213,7 +213,7 @@ private:
         const std::string found = role ? event.domainType : event.hostType;
         const std::string member = role ? "domain_node_type" : "hostType";
         set(event.path, {near && event.role.empty() ? "near-miss" : "other-role",
-                         fmt::format("is no {}: its {} is {}, not {}", m_role, member,
+                         fmt::format("is not a {}: its {} is {}, not {}", m_role, member,
                                      found.empty() ? "not set" : named(found), expected),
                          {},
                          expected,
@@ -280,7 +280,7 @@ void concludeNoTenancy(ExplanationBuilder& builder, const std::vector<std::strin
                              {"nodeList", values.roleNodeId, "assignedToTenancy"}},
                   .weight = Weight::Deciding});
     builder.because("no-tenancy", sentence,
-                    "correct assignedToTenancy of the own node, or that "
+                    "correct assignedToTenancy of this node, or that "
                     "of the nodes in the list");
 }
 
@@ -326,7 +326,7 @@ std::string candidates(ExplanationBuilder& builder, std::string_view role) {
     }
     if (found) {
         return others.empty() ? ""
-                              : fmt::format("{} could be the {} too, the greatest id wins",
+                              : fmt::format("{} could be the {} too; the greatest id wins",
                                             joined(others, ", "), role);
     }
     if (inTenancy == 0) {

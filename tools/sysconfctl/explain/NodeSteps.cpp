@@ -95,9 +95,9 @@ bool ExplanationBuilder::isStandby(bool asked) {
         almost ? fmt::format("hostType of {} is {}, which is not \"standby\" (letter case is "
                              "compared too)",
                              self, named(type))
-        : type.empty() ? fmt::format("hostType of {} is not set, so it is no standby", self)
+        : type.empty() ? fmt::format("hostType of {} is not set, so it is not a standby", self)
         : standby      ? fmt::format("hostType of {} is standby", self)
-                  : fmt::format("hostType of {} is {}, so it is no standby", self, named(type));
+                  : fmt::format("hostType of {} is {}, so it is not a standby", self, named(type));
     step({.kind = "node",
           .outcome = standby  ? "standby"
                      : almost ? "near-miss"

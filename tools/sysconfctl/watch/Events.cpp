@@ -99,7 +99,9 @@ std::string Events::subscribe() {
     try {
         const int result = init("SysConfigEvent", "", &callback);
         m_subscribed = result >= 0;
-        return m_subscribed ? file : fmt::format("{} refused it with {}", file, result);
+        return m_subscribed
+                   ? file
+                   : fmt::format("{} refused the subscription with result {}", file, result);
     } catch (const std::exception& exception) {
         return fmt::format("{} threw: {}", file, exception.what());
     } catch (...) {
