@@ -32,7 +32,7 @@ TEST(Check, Samples_HaveNoErrors) {
     }
 }
 
-TEST(Check, OfASample_LooksAsWrittenDown) {
+TEST(Check, OfASample_EqualsTheGoldenFile) {
     for (const auto& [format, name] :
          std::vector<std::pair<std::string, std::string>>{{"table", "check-west-data-2.table.txt"},
                                                           {"plain", "check-west-data-2.txt"},
@@ -248,7 +248,7 @@ TEST(Check, TagsInAnyCase_AreFine) {
     EXPECT_THAT(tool::run({"check"}).output, StartsWith("no problem found in "));
 }
 
-TEST(Check, SeveralSources_AreToldOfTheAddressesGiven) {
+TEST(Check, SeveralSources_AreReportedForGivenAddresses) {
     support::Deployment deployment;
     const std::string list =
         replaced(replaced(replaced(kList, "\"hostType\": \"master\"", "\"hostType\": \"standby\""),
@@ -266,7 +266,7 @@ TEST(Check, SeveralSources_AreToldOfTheAddressesGiven) {
                 AllOf(Not(HasSubstr("stand in for")), Not(HasSubstr("stands in for"))));
 }
 
-TEST(Check, FilesThatAreNotThere_AreErrorsButForTheManagersWithoutItsVariable) {
+TEST(Check, MissingFiles_AreErrorsExceptAnUnsetManagerNodeList) {
     support::Deployment deployment;
     const auto result = tool::run({"check", "-o", "plain"});
     EXPECT_EQ(result.exitStatus, 3);
@@ -279,7 +279,7 @@ TEST(Check, FilesThatAreNotThere_AreErrorsButForTheManagersWithoutItsVariable) {
     EXPECT_EQ(tool::run({"check", "--strict"}).exitStatus, 0);
 }
 
-TEST(Check, CaretAndExcerpt_StandUnderThePlace) {
+TEST(Check, CaretsOfAnExcerpt_AreUnderThePlace) {
     support::Deployment deployment;
     deployment.appConfig(kApp).nodeList(kList).managerNodeList(kList);
     deployment.nodeList(replaced(kList, "\"192.0.2.3\"", "\"\xe4\xb8\xad\"},\t{\"IP\": \"x y\""));

@@ -111,7 +111,7 @@ TEST(CheckTrees, MissingAndEmptyOperands_AreUsageErrors) {
     EXPECT_THAT(nothing.errors, HasSubstr("nothing to check"));
 }
 
-TEST(CheckTrees, OtherFiles_AreLeftAlone) {
+TEST(CheckTrees, OtherFiles_AreIgnored) {
     const fs::path copy = copyOfSamples();
     support::writeFile(copy / "package.json", R"({"name": "x", "version": "1"})");
     support::writeFile(copy / ".env", "not an assignment\n");

@@ -62,7 +62,7 @@ struct Row {
     const char* fates;
 };
 
-TEST(EntryFates, RuleThatStops_LooksNoFurther) {
+TEST(EntryFates, RuleThatStops_SkipsLaterEntries) {
     const Row rows[] = {
         {"[]", ""},
         {"null", ""},
@@ -82,7 +82,7 @@ TEST(EntryFates, RuleThatStops_LooksNoFurther) {
     }
 }
 
-TEST(EntryFates, RuleThatGoesOn_NamesTheEntryThatWon) {
+TEST(EntryFates, RuleThatContinues_NamesTheEntryThatWon) {
     const Row rows[] = {
         {R"([{"IP":"a","usage":["n2"]},{"IP":"a","usage":["n2"]},{"IP":"c","usage":["n3","n2"]}])",
          "taken earlier:0 taken:0"},

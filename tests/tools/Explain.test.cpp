@@ -33,7 +33,7 @@ void expectGolden(const std::vector<std::string>& arguments, int status, const s
     tool::expectGoldenText(result.output, name);
 }
 
-TEST(Explain, OfTheSamples_LooksAsWrittenDown) {
+TEST(Explain, OfTheSamples_EqualsTheGoldenFile) {
     expectGolden({"explain", "local-north-ip"}, 0, "explain-local-north-ip.table.txt");
     expectGolden({"explain", "local-north-ip", "-o", "plain"}, 0, "explain-local-north-ip.txt");
     expectGolden({"explain", "local-north-ip", "-o", "json"}, 0, "explain-local-north-ip.json");
@@ -412,7 +412,7 @@ TEST(Explain, Places_AreRelativeWhereThatIsShorter) {
     EXPECT_THAT(from("/proc/self/fd"), HasSubstr((pair / place).string()));
 }
 
-TEST(Explain, WhatDependsOnTheMoment_IsSaid) {
+TEST(Explain, MomentOfTheDecision_IsReported) {
     const auto moment = [](const char* query) {
         return tool::linesOf(tool::run(tool::kMaster, {"explain", query}).output).back();
     };
@@ -457,7 +457,7 @@ TEST(Explain, Passwords_AreMaskedInEveryWriterUnlessRevealed) {
     }
 }
 
-TEST(Explain, Colour_IsForTerminalsUnlessToldOtherwise) {
+TEST(Explain, Colour_IsUsedOnTerminalsUnlessSetOtherwise) {
     const std::string env = tool::kMaster.envFile().string();
     const std::vector<std::string> query = {"explain", "local-port", "--env-file", env};
     const auto with = [&](const char* choice) {

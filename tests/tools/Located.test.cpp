@@ -107,7 +107,7 @@ void expectSameAsLibrary(const std::string& text) {
     }
 }
 
-TEST(Located, EveryGrammaticalOddity_IsAcceptedAsTheLibraryDoes) {
+TEST(Located, UnusualSyntax_IsAcceptedAsByTheLibrary) {
     const std::vector<std::string> texts = {"",
                                             " ",
                                             "{}",
@@ -208,7 +208,7 @@ TEST(Located, EveryGrammaticalOddity_IsAcceptedAsTheLibraryDoes) {
     }
 }
 
-TEST(Located, DamagedTexts_AreAcceptedAndReadAsTheLibraryDoes) {
+TEST(Located, DamagedTexts_AreAcceptedAndReadAsByTheLibrary) {
     constexpr std::uint64_t kSeed = 20261121;
     std::mt19937_64 random(kSeed);
     RecordProperty("seed", std::to_string(kSeed));
@@ -290,7 +290,7 @@ TEST(Located, ValuesAndNames_HaveTheirPositions) {
     EXPECT_EQ(document.findMember({"a", "0"}), nullptr);
 }
 
-TEST(Located, RepeatedMembers_AreAllThereAndTheLastWins) {
+TEST(Located, RepeatedMembers_AreAllKeptAndTheLastWins) {
     const Document document("{\"a\": 1,\n \"b\": 2, \"a\": 3}");
     ASSERT_EQ(document.root().members.size(), 3U);
     EXPECT_EQ(document.find({"a"})->text, "3");

@@ -17,7 +17,7 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::SizeIs;
 
-TEST(Nodes, OfTheSamples_LookAsWrittenDown) {
+TEST(Nodes, OfTheSamples_EqualTheGoldenFiles) {
     tool::expectGolden(tool::kWestData, {"nodes"}, 0, "nodes-west-data-2.table.txt");
     tool::expectGolden(tool::kStandby, {"nodes"}, 0, "nodes-standby.table.txt");
     tool::expectGolden(tool::kStandby, {"nodes", "-o", "wide"}, 0, "nodes-standby.wide.txt");

@@ -205,7 +205,7 @@ TEST(Output, ControlCharactersOfTheFiles_NeverReachATerminal) {
               "\\x1b[2J\\u0085\\u202e\\n\n");
 }
 
-TEST(Output, SingleTextToAPipe_IsTheVeryAnswer) {
+TEST(Output, SingleTextToAPipe_IsVerbatim) {
     const auto deployment = hostileDeployment();
     EXPECT_EQ(tool::run({"get", "wss-ip-address"}).output, "\033[2J\xc2\x85\xe2\x80\xae\n\n");
 }
@@ -218,7 +218,7 @@ TEST(Output, ListsAndMapsToAPipe_KeepOneItemALine) {
                 HasSubstr("\nip-addresses assignedToTenancy $'t\\x1b[0m'\ta\\x1b\\nb\n"));
 }
 
-TEST(Output, BytesThatAreNoUtf8_AreStillJson) {
+TEST(Output, InvalidUtf8_IsStillJson) {
     support::Deployment deployment;
     deployment.appConfig("{\"processes\": {\"p1\": {\"wss\": {\"ip\": \"a\xff\xc3\"}}}}");
     const auto result = tool::run({"get", "wss-ip-address", "-o", "json"});

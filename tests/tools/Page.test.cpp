@@ -95,7 +95,7 @@ TEST(Page, FilesThatDoNotLoad_AreReportedAndInThePage) {
                       HasSubstr("no picture: there is no node")));
 }
 
-TEST(Page, Passwords_AreMaskedUnlessAskedFor) {
+TEST(Page, Passwords_AreMaskedUnlessRevealed) {
     support::Deployment deployment;
     deployment.appConfig(R"({"databases": {"d": [{"passwd": "hush-hush", "accessPort": "x"}]},
         "processes": {"p1": {}}})");

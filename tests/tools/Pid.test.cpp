@@ -105,7 +105,7 @@ TEST(Pid, VariablesThatAreSet_ApplyAfterIt) {
               "42\n");
 }
 
-TEST(Pid, PathsThatAreShown_LeadThereFromTheDirectoryOfTheCaller) {
+TEST(Pid, PathsInTheOutput_AreValidInTheDirectoryOfTheCaller) {
     const fs::path folder = folderWithRelativePaths();
     const Process process(folder);
     const std::string app = (folder / "etc/app.json").string();
@@ -267,7 +267,7 @@ TEST(Pid, ProcessInAnotherNetwork_IsANotice) {
                 HasSubstr("process " + process.id() + " is in another network namespace"));
 }
 
-TEST(Pid, WhatIsNoProcess_IsAUsageError) {
+TEST(Pid, InvalidProcessId_IsAUsageError) {
     const std::vector<std::pair<std::string, std::string>> rows = {
         {"0", "0 is not the id of a process"},
         {"-1", "-1 is not the id of a process"},
