@@ -151,10 +151,9 @@ TEST(Changes, CauseOfAFile_NamesWhatNoLongerLoadsAndWhere) {
     EXPECT_EQ(sentences(causesBetween(one, one)), "");
     EXPECT_EQ(sentences(causesBetween(missing, missing)), "");
     EXPECT_EQ(sentences(causesBetween(one, other)), "changed: the node list /n changed\n");
-    EXPECT_EQ(
-        sentences(causesBetween(one, damaged)),
-        "no-longer-loads: the node list no longer loads: /n:2:7: a \":\" should stand between "
-        "a member's name and its value\n");
+    EXPECT_EQ(sentences(causesBetween(one, damaged)),
+              "no-longer-loads: the node list no longer loads: /n:2:7: a \":\" is expected between "
+              "a member's name and its value\n");
     EXPECT_EQ(
         sentences(causesBetween(damaged, missing)),
         "no-longer-loads: the node list still does not load: /n: No such file or directory\n");

@@ -32,7 +32,7 @@ TEST(Check, Samples_HaveNoErrors) {
     }
 }
 
-TEST(Check, OfASample_LooksAsWrittenDown) {
+TEST(Check, OfASample_EqualsTheGoldenFile) {
     for (const auto& [format, name] :
          std::vector<std::pair<std::string, std::string>>{{"table", "check-west-data-2.table.txt"},
                                                           {"plain", "check-west-data-2.txt"},
@@ -70,7 +70,7 @@ struct Row {
     char file;
     std::string before;
     std::string after;
-    /// "line:column", "" for a finding without a place.
+    /// "line:column"; "" for a finding without a place.
     std::string place;
     std::string text;
 };
@@ -94,7 +94,7 @@ void write(support::Deployment& deployment, const Row& row) {
 const std::vector<Row> kRows = {
     {"syntax", "error", 'a', R"("CORBA_SSL": {"port": 4}})", R"("CORBA_SSL": {"port": 4},})",
      "4:48", "the file does not load"},
-    {"syntax", "error", 'n', "\"h\"}", "\"h\"} // host", "2:87", "a comment stands here"},
+    {"syntax", "error", 'n', "\"h\"}", "\"h\"} // host", "2:87", "a comment is not allowed here"},
     {"syntax", "error", 'm', "}]}}}", "}]}}}}", "7:41", "text after the end of the document"},
     {"wrong-type", "error", 'a', R"("port": 2)", R"("port": "2")", "3:77", "the load stops here"},
     {"wrong-type", "error", 'a', R"({"port": 3})", "[3]", "4:10", "is an array where an object"},
@@ -110,7 +110,7 @@ const std::vector<Row> kRows = {
      "the database has no \"user\""},
     {"not-an-address", "error", 'a', "{},\n",
      "{\"d\": [{\"type\": \"sqlite\", \"accessHost\": \"192.0.2.x\"}]},\n", "1:55",
-     "no address and no host name"},
+     "is neither an address nor a host name"},
     {"no-instance", "error", 'a', "\"p1\"", "\"p2\"", "2:15", "there is no process \"p1\""},
     {"null", "error", 'a', "\"processes\": {", "\"processes\": {\"p0\": null, ", "2:21",
      "process \"p0\" is null"},
@@ -120,7 +120,7 @@ const std::vector<Row> kRows = {
     {"port-range", "error", 'a', R"("port": 4)", R"("port": 70000)", "4:45", "70000 is out of"},
     {"equal-ports", "error", 'a', R"("port": 4)", R"("port": 3)", "4:45", "CORBA/port"},
     {"odd-type", "error", 'a', R"("port": 4)", R"("port": true)", "4:45", "reads as 1"},
-    {"not-an-address", "error", 'a', "127.0.0.1", "127.0.0.256", "3:17", "is no IPv4 or IPv6"},
+    {"not-an-address", "error", 'a', "127.0.0.1", "127.0.0.256", "3:17", "is not an IPv4 or IPv6"},
     {"unspecified-address", "error", 'a', "\"wss\": {\"ip\": \"192.0.2.1\"",
      "\"wss\": {\"ip\": \"0.0.0.0\"", "3:56", "nothing can reach it"},
     {"hidden-character", "error", 'a', "\"nodeId\": \"n\"", "\"nodeId\": \"n \"", "2:32",
@@ -128,7 +128,7 @@ const std::vector<Row> kRows = {
     {"foreign-node", "error", 'a', "\"nodeId\": \"n\"", "\"nodeId\": \"s\"", "2:32",
      "192.0.2.1 is an address of node \"n\""},
     {"foreign-address", "warning", 'a', "\"IR\": {\"ip\": \"192.0.2.1\"",
-     "\"IR\": {\"ip\": \"192.0.2.99\"", "2:50", "is no address of node \"n\""},
+     "\"IR\": {\"ip\": \"192.0.2.99\"", "2:50", "is not an address of node \"n\""},
     {"repeated-member", "error", 'a', R"("port": 4)", R"("port": 5, "port": 4)", "4:37",
      "repeated at line 4, column 48"},
     {"repeated-member", "warning", 'a', R"("port": 4)", R"("port": 4, "port": 4)", "4:37",
@@ -146,11 +146,11 @@ const std::vector<Row> kRows = {
     {"wrong-type", "error", 'm', "[\"service\"]", "[[]]", "4:31", "have no answer"},
     {"usage-no-list", "error", 'n', "[\"service\"]", "\"service\"", "4:30", "matches nothing"},
     {"usage-no-list", "error", 'm', "[\"service\"]", "\"service\"", "4:30", "matches nothing"},
-    {"role-name", "error", 'b', "\"master\"", "\"Master\"", "2:25", "nothing recognises"},
+    {"role-name", "error", 'b', "\"master\"", "\"Master\"", "2:25", "unknown hostType"},
     {"role-name", "error", 'b', "\"standby\"", "\"stanby\"", "5:57", "hostType \"stanby\""},
     {"role-name", "error", 'b', "ACCESS_Backup", "ACCESS_BACKUP", "6:21", "domain_node_type"},
     {"role-mismatch", "error", 'b', "\"hostType\": \"master\"", "\"hostType\": \"standby\"", "2:25",
-     "does not go with"},
+     "does not match"},
     {"southbound-number", "error", 'b', "\"service\"]}]}", "\"southbound1\"]}]}", "4:31",
      "names no southbound slot"},
     {"southbound-number", "error", 'b', "\"service\"]}]}", "\"southbound1025\"]}]}", "4:31",
@@ -172,7 +172,7 @@ const std::vector<Row> kRows = {
      "an invisible character (U+200B)"},
     {"no-tags", "warning", 'b', ", \"usage\": [\"service\"]}]}", "}]}", "4:1", "has no tags"},
     {"no-address", "error", 'b', "\"IP\": \"192.0.2.2\", ", "", "4:1", "has no \"IP\""},
-    {"not-an-address", "error", 'b', "192.0.2.2", "192.0.2", "4:8", "\"192.0.2\" is no IPv4"},
+    {"not-an-address", "error", 'b', "192.0.2.2", "192.0.2", "4:8", "\"192.0.2\" is not an IPv4"},
     {"unspecified-address", "error", 'b', "192.0.2.2", "0.0.0.0", "4:8", "nothing can reach it"},
     {"same-address", "error", 'b', "192.0.2.3", "192.0.2.1", "6:62",
      "nodes \"n\" and \"s\" have the same address 192.0.2.1 for maintenance"},
@@ -248,7 +248,7 @@ TEST(Check, TagsInAnyCase_AreFine) {
     EXPECT_THAT(tool::run({"check"}).output, StartsWith("no problem found in "));
 }
 
-TEST(Check, SeveralSources_AreToldOfTheAddressesGiven) {
+TEST(Check, SeveralSources_AreReportedForGivenAddresses) {
     support::Deployment deployment;
     const std::string list =
         replaced(replaced(replaced(kList, "\"hostType\": \"master\"", "\"hostType\": \"standby\""),
@@ -266,7 +266,7 @@ TEST(Check, SeveralSources_AreToldOfTheAddressesGiven) {
                 AllOf(Not(HasSubstr("stand in for")), Not(HasSubstr("stands in for"))));
 }
 
-TEST(Check, FilesThatAreNotThere_AreErrorsButForTheManagersWithoutItsVariable) {
+TEST(Check, MissingFiles_AreErrorsExceptAnUnsetManagerNodeList) {
     support::Deployment deployment;
     const auto result = tool::run({"check", "-o", "plain"});
     EXPECT_EQ(result.exitStatus, 3);
@@ -279,7 +279,7 @@ TEST(Check, FilesThatAreNotThere_AreErrorsButForTheManagersWithoutItsVariable) {
     EXPECT_EQ(tool::run({"check", "--strict"}).exitStatus, 0);
 }
 
-TEST(Check, CaretAndExcerpt_StandUnderThePlace) {
+TEST(Check, CaretsOfAnExcerpt_AreUnderThePlace) {
     support::Deployment deployment;
     deployment.appConfig(kApp).nodeList(kList).managerNodeList(kList);
     deployment.nodeList(replaced(kList, "\"192.0.2.3\"", "\"\xe4\xb8\xad\"},\t{\"IP\": \"x y\""));
@@ -290,7 +290,7 @@ TEST(Check, CaretAndExcerpt_StandUnderThePlace) {
     EXPECT_THAT(result.output, HasSubstr("\n" + std::string(77, ' ') + "^^^^^\n"));
 }
 
-/// A file as programs write it: on one line, with two thousand nodes.
+/// A file on one line, as generated by a program, with two thousand nodes.
 std::string listOfOneLine(const std::string& lastUsage) {
     std::string text = R"({"nodeList":{)";
     for (int n = 0; n < 2000; ++n) {
@@ -381,7 +381,7 @@ TEST(Check, Output_IsNoWiderThanTheTerminalAndEscaped) {
     EXPECT_THAT(tool::run({"check"}).output, Not(HasSubstr("\033")));
 }
 
-// Sanitizers write files and pipes, too.
+// Sanitizers also write files and pipes.
 #ifndef SANITIZED
 TEST(Check, Run_WritesNothingButItsOutput) {
     support::Deployment deployment;

@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0
-// The formats of findings for machines, and which findings are listed.
+// SPDX-License-Identifier: Apache-2.0 Machine-readable formats of findings, and which findings are
+// listed.
 
 #include "Sysconfctl.h"
 

@@ -13,7 +13,7 @@ struct Row {
     std::string name;
     std::string appConfig;
     std::string nodeList;
-    /// Empty: there is none, and TOLM_ROOT is not set.
+    /// Empty: there is no such file, and TOLM_ROOT is not set.
     std::string managerNodeList;
 };
 

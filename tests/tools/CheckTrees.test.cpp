@@ -1,5 +1,4 @@
-// SPDX-License-Identifier: Apache-2.0
-// Whole trees: which files belong together, and what is compared between them.
+// SPDX-License-Identifier: Apache-2.0 Checks of whole trees: which files are grouped and compared.
 
 #include "Sysconfctl.h"
 
@@ -112,7 +111,7 @@ TEST(CheckTrees, MissingAndEmptyOperands_AreUsageErrors) {
     EXPECT_THAT(nothing.errors, HasSubstr("nothing to check"));
 }
 
-TEST(CheckTrees, OtherFiles_AreLeftAlone) {
+TEST(CheckTrees, OtherFiles_AreIgnored) {
     const fs::path copy = copyOfSamples();
     support::writeFile(copy / "package.json", R"({"name": "x", "version": "1"})");
     support::writeFile(copy / ".env", "not an assignment\n");

@@ -127,7 +127,7 @@ TEST(Completion, ValuesOfOptions_AreOfferedAfterThemAndInTheSameWord) {
     }
 }
 
-TEST(Completion, Bash_GetsTextsAsTheyAreToBeInserted) {
+TEST(Completion, Bash_GetsQuotedTexts) {
     const auto deployment = smallDeployment();
     EXPECT_THAT(completedForBash("sysconfctl ex"), ElementsAre(":values", "explain"));
     EXPECT_THAT(completedForBash("sysconfctl get db-info o"), ElementsAre(":values", "or\\ ders"));

@@ -58,9 +58,9 @@ std::vector<std::string> differing(const fs::path& folder, const std::string& a,
     return queries;
 }
 
-TEST(Diff, OfTheSamples_LooksAsWrittenDown) {
+TEST(Diff, OfTheSamples_EqualsTheGoldenFile) {
     const auto arguments = [](const char* format) {
-        // A query whose answer has the path of this checkout is left out.
+        // A query whose answer contains the path of this checkout is left out.
         return std::vector<std::string>{"diff",
                                         "ha-pair/master.env",
                                         "ha-pair/standby.env",
@@ -83,7 +83,7 @@ TEST(Diff, OfTheSamples_LooksAsWrittenDown) {
                            "diff-ha-pair.plain.txt");
 }
 
-TEST(Diff, OneEnvironmentTwice_IsTheSame) {
+TEST(Diff, SameEnvironmentTwice_HasNoDifference) {
     for (const char* format : {"table", "plain", "json"}) {
         const auto result = runIn(tool::samplesDirectory(), {"diff", "ha-pair/master.env",
                                                              "ha-pair/master.env", "-o", format});
@@ -224,7 +224,7 @@ TEST(Diff, QueriesThatAreNamed_AreTheOnlyOnesCompared) {
         0);
 }
 
-TEST(Diff, DatabaseThatOneSideLacks_IsAskedOnBoth) {
+TEST(Diff, DatabaseThatOneSideLacks_IsQueriedOnBoth) {
     const fs::path folder = twoCopies();
     edit(folder / "after/node-1/etc/app.json", "\"alarms\": [", "\"events\": [");
     const auto result = runIn(folder, {"diff", "before/master.env", "after/master.env", "db-type"});
@@ -242,7 +242,7 @@ TEST(Diff, ExceptionOnBothSides_IsNoDifference) {
     EXPECT_EQ(result.exitStatus, 0) << result.output;
 }
 
-TEST(Diff, WhatCannotBeCompared_IsAUsageError) {
+TEST(Diff, InvalidOperands_AreUsageErrors) {
     const fs::path folder = twoCopies();
     fs::create_directory(folder / "empty");
     const std::vector<std::pair<std::vector<std::string>, std::string>> rows = {

@@ -31,7 +31,7 @@ void firstService(const rules::TracedNode& entries) {
     rules::addressByTag(entries, "service");
 }
 
-/// Numbers keep their first address, a service address its last.
+/// For a numbered slot the first address wins, for a service slot the last.
 void byNumber(const rules::TracedNode& entries) {
     std::map<int, std::string> numbers;
     std::string service;
@@ -62,7 +62,7 @@ struct Row {
     const char* fates;
 };
 
-TEST(EntryFates, RuleThatStops_LooksNoFurther) {
+TEST(EntryFates, RuleThatStops_SkipsLaterEntries) {
     const Row rows[] = {
         {"[]", ""},
         {"null", ""},
@@ -82,7 +82,7 @@ TEST(EntryFates, RuleThatStops_LooksNoFurther) {
     }
 }
 
-TEST(EntryFates, RuleThatGoesOn_NamesTheEntryThatWon) {
+TEST(EntryFates, RuleThatContinues_NamesTheEntryThatWon) {
     const Row rows[] = {
         {R"([{"IP":"a","usage":["n2"]},{"IP":"a","usage":["n2"]},{"IP":"c","usage":["n3","n2"]}])",
          "taken earlier:0 taken:0"},

@@ -23,7 +23,7 @@ std::filesystem::path envFile(const std::string& text) {
     return file;
 }
 
-TEST(Environment, NoOption_IsTheProcesssOwn) {
+TEST(Environment, NoOption_UsesTheEnvironmentOfTheProcess) {
     support::Deployment deployment;
     deployment.appConfig(R"({"processes": {"p1": {"local": {"port": 41}}}})");
     EXPECT_EQ(answer({"get", "local-port"}), "41\n");
@@ -54,7 +54,7 @@ TEST(Environment, RelativePathsOfAnEnvFile_StartAtItsFolder) {
     EXPECT_EQ(answer({"get", "ip-addresses", "x", "", "--env-file", file}), "192.0.2.9\n");
 }
 
-TEST(Environment, AbsoluteAndEmptyPathsOfAnEnvFile_StayAsTheyAre) {
+TEST(Environment, AbsoluteAndEmptyPathsOfAnEnvFile_AreUnchanged) {
     const std::string file = envFile("APP_ROOT=/opt/app/\nTOLM_ROOT=\n").string();
     EXPECT_EQ(answer({"get", "app-root", "--env-file", file}), "/opt/app/\n");
     const std::string empty = envFile("APP_ROOT=\n").string();

@@ -33,7 +33,7 @@ void expectGolden(const std::vector<std::string>& arguments, int status, const s
     tool::expectGoldenText(result.output, name);
 }
 
-TEST(Explain, OfTheSamples_LooksAsWrittenDown) {
+TEST(Explain, OfTheSamples_EqualsTheGoldenFile) {
     expectGolden({"explain", "local-north-ip"}, 0, "explain-local-north-ip.table.txt");
     expectGolden({"explain", "local-north-ip", "-o", "plain"}, 0, "explain-local-north-ip.txt");
     expectGolden({"explain", "local-north-ip", "-o", "json"}, 0, "explain-local-north-ip.json");
@@ -139,7 +139,7 @@ TEST(Explain, EveryAnswer_HasAReasonAndASentence) {
          R"({"processes": {"p1": {"Wss": {"ip": "x"}}}})",
          "",
          "misspelt-name",
-         "Wss is no name that is read; did you mean wss? the answer is empty"},
+         "Wss is not a name that is read; did you mean wss? the answer is empty"},
         {{"wss-port"},
          R"({"processes": {"p1": {"wss": {}, "port": 5}}})",
          "",
@@ -176,7 +176,7 @@ TEST(Explain, EveryAnswer_HasAReasonAndASentence) {
          app,
          listOf(R"({"IP": "1", "usages": ["service2"]})"),
          "misspelt-name",
-         "usages of entry 0 is no name that is read; did you mean usage?"},
+         "usages of entry 0 is not a name that is read; did you mean usage?"},
         {{"local-service2-ip"},
          app,
          listOf(R"({"usage": ["service2"]})"),
@@ -186,7 +186,7 @@ TEST(Explain, EveryAnswer_HasAReasonAndASentence) {
          app,
          listOf(R"({"ip": "1", "usage": ["service2"]})"),
          "misspelt-name",
-         "ip of entry 0 is no name that is read; did you mean IP?"},
+         "ip of entry 0 is not a name that is read; did you mean IP?"},
         {{"local-service2-ip"},
          app,
          listOf(R"({"usage": [[]]})"),
@@ -287,7 +287,7 @@ TEST(Explain, EveryAnswer_HasAReasonAndASentence) {
          "",
          "file-unreadable",
          "the manager node list of TOLM_ROOT is not readable: no such file or directory; the query "
-         "answers -1"},
+         "returns -1"},
     };
     for (const ReasonRow& row : rows) {
         support::Deployment deployment;
@@ -412,7 +412,7 @@ TEST(Explain, Places_AreRelativeWhereThatIsShorter) {
     EXPECT_THAT(from("/proc/self/fd"), HasSubstr((pair / place).string()));
 }
 
-TEST(Explain, WhatDependsOnTheMoment_IsSaid) {
+TEST(Explain, MomentOfTheDecision_IsReported) {
     const auto moment = [](const char* query) {
         return tool::linesOf(tool::run(tool::kMaster, {"explain", query}).output).back();
     };
@@ -431,8 +431,9 @@ TEST(Explain, AnswerThatDiffersFromTheLibrarys_IsAnInternalError) {
                                 .variable("EVENT_CHANGES", "1")
                                 .run();
         EXPECT_EQ(result.exitStatus, 70) << format;
-        EXPECT_THAT(result.errors, HasSubstr("app-root: internal error: what is explained is not "
-                                             "what the library answers"));
+        EXPECT_THAT(result.errors,
+                    HasSubstr("app-root: internal error: the explanation does not match "
+                              "the library's answer"));
     }
 }
 
@@ -456,7 +457,7 @@ TEST(Explain, Passwords_AreMaskedInEveryWriterUnlessRevealed) {
     }
 }
 
-TEST(Explain, Colour_IsForTerminalsUnlessToldOtherwise) {
+TEST(Explain, Colour_IsUsedOnTerminalsUnlessSetOtherwise) {
     const std::string env = tool::kMaster.envFile().string();
     const std::vector<std::string> query = {"explain", "local-port", "--env-file", env};
     const auto with = [&](const char* choice) {

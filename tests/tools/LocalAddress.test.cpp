@@ -85,11 +85,11 @@ TEST(LocalAddress, Malformed_IsAUsageError) {
             arguments.insert(arguments.end(), {"--local-address", address});
             const auto result = tool::run(tool::kMaster, arguments);
             EXPECT_EQ(result.exitStatus, 2) << command[0] << ' ' << address;
-            EXPECT_THAT(result.errors, HasSubstr("is no IPv4 or IPv6 address")) << address;
+            EXPECT_THAT(result.errors, HasSubstr("is not an IPv4 or IPv6 address")) << address;
         }
     }
     EXPECT_THAT(tool::run({"show", "--local-address", "fe80::1%eth0"}).errors,
-                HasSubstr("addresses of the host come without a scope"));
+                HasSubstr("host addresses have no scope"));
 }
 
 TEST(LocalAddress, Passwords_StayMasked) {

@@ -20,7 +20,7 @@ using namespace sysconfctl::located;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
-/// The value that the library's reader parses; nothing if it rejects the text.
+/// The value that the library's reader parses; unset if it rejects the text.
 std::optional<Json::Value> readByLibrary(const std::string& text) {
     Json::Value value;
     return JsonReader(false).parse(text, value) ? std::optional(value) : std::nullopt;
@@ -107,7 +107,7 @@ void expectSameAsLibrary(const std::string& text) {
     }
 }
 
-TEST(Located, EveryGrammaticalOddity_IsAcceptedAsTheLibraryDoes) {
+TEST(Located, UnusualSyntax_IsAcceptedAsByTheLibrary) {
     const std::vector<std::string> texts = {"",
                                             " ",
                                             "{}",
@@ -208,7 +208,7 @@ TEST(Located, EveryGrammaticalOddity_IsAcceptedAsTheLibraryDoes) {
     }
 }
 
-TEST(Located, DamagedTexts_AreAcceptedAndReadAsTheLibraryDoes) {
+TEST(Located, DamagedTexts_AreAcceptedAndReadAsByTheLibrary) {
     constexpr std::uint64_t kSeed = 20261121;
     std::mt19937_64 random(kSeed);
     RecordProperty("seed", std::to_string(kSeed));
@@ -290,7 +290,7 @@ TEST(Located, ValuesAndNames_HaveTheirPositions) {
     EXPECT_EQ(document.findMember({"a", "0"}), nullptr);
 }
 
-TEST(Located, RepeatedMembers_AreAllThereAndTheLastWins) {
+TEST(Located, RepeatedMembers_AreAllKeptAndTheLastWins) {
     const Document document("{\"a\": 1,\n \"b\": 2, \"a\": 3}");
     ASSERT_EQ(document.root().members.size(), 3U);
     EXPECT_EQ(document.find({"a"})->text, "3");
@@ -317,25 +317,25 @@ TEST(Located, Errors_HavePlaceAndReason) {
         {" \n ", {2, 2}, "", "the file is empty"},
         {"{\"a\": 1,\n}", {2, 1}, "", "a member is missing here"},
         {"{\"a\": [1,\n]}", {2, 1}, "/a/1", "a value is missing here"},
-        {"{\"a\": 1\n \"b\": 2}", {2, 2}, "", "a \",\" or \"}\" should stand here"},
+        {"{\"a\": 1\n \"b\": 2}", {2, 2}, "", "a \",\" or \"}\" is expected here"},
         {"{\"a\": {\"b\": }}", {1, 13}, "/a/b", "a value is missing here"},
-        {"{\"a\" 1}", {1, 6}, "/a", "a \":\" should stand"},
-        {"{a: 1}", {1, 2}, "", "a member's name should stand here"},
-        {"[1, // x\n2]", {1, 5}, "/1", "a comment stands here"},
-        {"[1 // x\n]", {1, 4}, "", "a comment stands here"},
-        {"{ # x\n}", {1, 3}, "", "a comment stands here"},
-        {"[\"a]\n", {1, 2}, "/0", "this text has no end on its line"},
-        {"[\"a]", {1, 2}, "/0", "this text has no end"},
-        {"[\"a\\qb\"]", {1, 4}, "/0", "a backslash begins no escape here"},
-        {"[\"a\tb\"]", {1, 4}, "/0", "a control character stands in a text"},
+        {"{\"a\" 1}", {1, 6}, "/a", "a \":\" is expected between"},
+        {"{a: 1}", {1, 2}, "", "a member's name is expected here"},
+        {"[1, // x\n2]", {1, 5}, "/1", "a comment is not allowed here"},
+        {"[1 // x\n]", {1, 4}, "", "a comment is not allowed here"},
+        {"{ # x\n}", {1, 3}, "", "a comment is not allowed here"},
+        {"[\"a]\n", {1, 2}, "/0", "this text is not closed on its line"},
+        {"[\"a]", {1, 2}, "/0", "this text is not closed"},
+        {"[\"a\\qb\"]", {1, 4}, "/0", "this backslash does not begin a valid escape"},
+        {"[\"a\tb\"]", {1, 4}, "/0", "a text contains a control character"},
         {"[007]", {1, 2}, "/0", "a number begins with 0"},
-        {"[1.]", {1, 4}, "/0", "a digit should follow the point"},
+        {"[1.]", {1, 4}, "/0", "a digit is expected after the decimal point"},
         {"{\"a\": [1", {1, 9}, "/a", "the file ends inside an array"},
         {"{\"a\": 1}\n{}", {2, 1}, "", "there is text after the end"},
-        {std::string("{}\0", 3), {1, 3}, "", "a NUL byte stands after the end"},
+        {std::string("{}\0", 3), {1, 3}, "", "there is a NUL byte after the end"},
         {"\xef\xbb\xbf{}", {1, 1}, "", "a byte-order mark"},
-        {"['a']", {1, 2}, "/0", "a text stands in single quotes"},
-        {"[nothing]", {1, 2}, "/0", "a value should stand here"},
+        {"['a']", {1, 2}, "/0", "a text is in single quotes"},
+        {"[nothing]", {1, 2}, "/0", "a value is expected here"},
     };
     for (const ErrorRow& row : rows) {
         const Document document(row.text);

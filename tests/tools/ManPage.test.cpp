@@ -1,5 +1,4 @@
-// SPDX-License-Identifier: Apache-2.0
-// The manual page has exactly the entries of the tables of the tool.
+// SPDX-License-Identifier: Apache-2.0 The manual page has exactly the entries of the tool's tables.
 
 #include "cli/CommandTable.h"
 #include "query/QueryUsage.h"
@@ -47,7 +46,7 @@ std::vector<std::string> section(const std::string& title) {
     return lines;
 }
 
-/// The rest of the lines of a section that begin with a text.
+/// The remainder of each line of a section that begins with a given text.
 std::vector<std::string> linesWith(const std::string& title, const std::string& begin) {
     std::vector<std::string> found;
     for (const std::string& line : section(title)) {
@@ -166,7 +165,7 @@ TEST(ManPage, Diagnostics_AreThoseOfTheTool) {
 std::vector<std::string> variablesIn(const std::string& source) {
     std::vector<std::string> names = matches(source, R"re(getenv\("([A-Za-z0-9_]+)"\))re");
     for (const std::string& name : matches(source, R"re((?:^|[^\[])"([A-Z]+(?:_[A-Z]+)+)")re")) {
-        // This is a member of the files.
+        // This is a member of the configuration files, not a variable.
         if (name != "CORBA_SSL") {
             names.push_back(name);
         }

@@ -32,13 +32,13 @@ support::Deployment hostileDeployment() {
     return deployment;
 }
 
-TEST(Map, OfTheSamples_LooksAsWrittenDown) {
+TEST(Map, OfTheSamples_EqualsTheGoldenFile) {
     tool::expectGolden(tool::kStandby, {"map"}, 0, "map-standby.dot");
     tool::expectGolden(tool::kStandby, {"map", "-o", "mermaid"}, 0, "map-standby.mmd");
     tool::expectGolden(tool::kEast, {"map", "-o", "dot"}, 0, "map-east-access-1.dot");
 }
 
-TEST(Map, HostileIds_AreDrawnByGraphvizAsTheyAre) {
+TEST(Map, HostileIds_AreDrawnVerbatimByGraphviz) {
     const auto deployment = hostileDeployment();
     const auto result = tool::run({"map", "-o", "svg"});
     EXPECT_EQ(result.exitStatus, 0) << result.errors;

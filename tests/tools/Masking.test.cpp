@@ -69,7 +69,7 @@ TEST(Masking, ValuesInThePlaceOfAnEntry_AreHidden) {
     EXPECT_EQ(masked(object("d", "x"), Secret::Databases)["d"], "********");
 }
 
-TEST(Masking, NoAnswerAndNoSecret_StayAsTheyAre) {
+TEST(Masking, NoAnswerAndNoSecret_AreUnchanged) {
     Answer none{NoAnswer{}};
     mask(none, Secret::Whole);
     EXPECT_FALSE(none.isAnswered());

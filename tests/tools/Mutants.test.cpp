@@ -1,7 +1,7 @@
-// SPDX-License-Identifier: Apache-2.0
-// Makes every small mistake at every place of the samples and compares the findings of check with
-// the effect on the answers. A mistake removes, misspells, retypes or repeats a member or an
-// element, or removes all elements of a list or all but the first one.
+// SPDX-License-Identifier: Apache-2.0 Makes each kind of mistake at each place in the samples and
+// compares the findings of check with the effect on the answers. A mistake removes, misspells,
+// retypes or repeats a member or an element, or removes all elements of a list, or all but the
+// first.
 
 #include "check/Finding.h"
 #include "cli/Environment.h"
@@ -28,12 +28,12 @@ namespace {
 using namespace sysconfctl;
 namespace fs = std::filesystem;
 
-// The required shares of answer-changing mistakes that are reported, and reported at their place:
-// the figures that the test prints, rounded down.
+// The minimum shares of answer-changing mistakes that are reported, and that are reported at their
+// place: the figures that the test prints, rounded down.
 constexpr double kReported = 0.98;
 constexpr double kPlaced = 0.98;
 constexpr double kErrors = 0.80;
-// A run with a part of the mutants may be slightly below the figures of all.
+// A run with only some of the mutants may be slightly below the figures for all.
 constexpr double kSpread = SYSCONF_MUTANT_STEP == 1 ? 0 : 0.03;
 
 /// One mistake: the resulting text of a file, and the offsets at which it may be reported.
@@ -253,7 +253,7 @@ struct Figures {
     int changing = 0;
     int reported = 0;
     int placed = 0;
-    /// Placed with the other place of a disagreement between two files.
+    /// Reported at the other place of a disagreement between two files.
     int related = 0;
     int errors = 0;
     int several = 0;

@@ -17,7 +17,7 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::SizeIs;
 
-TEST(Nodes, OfTheSamples_LookAsWrittenDown) {
+TEST(Nodes, OfTheSamples_EqualTheGoldenFiles) {
     tool::expectGolden(tool::kWestData, {"nodes"}, 0, "nodes-west-data-2.table.txt");
     tool::expectGolden(tool::kStandby, {"nodes"}, 0, "nodes-standby.table.txt");
     tool::expectGolden(tool::kStandby, {"nodes", "-o", "wide"}, 0, "nodes-standby.wide.txt");
@@ -45,7 +45,7 @@ TEST(Nodes, ListsThatDoNotLoad_AreReportedAndNoNodeIsNoAnswer) {
     const auto result = tool::run({"nodes"});
     EXPECT_EQ(result.exitStatus, 1);
     EXPECT_THAT(result.errors,
-                AllOf(HasSubstr("nodelist.json:1:15: a member's name should stand here"),
+                AllOf(HasSubstr("nodelist.json:1:15: a member's name is expected here"),
                       HasSubstr("nodelists.json: No such file or directory"),
                       Not(HasSubstr("app.json"))));
     const Json::Value json = tool::parsed(tool::run({"nodes", "-o", "json"}).output);

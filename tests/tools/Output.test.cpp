@@ -36,7 +36,7 @@ std::vector<std::vector<std::string>> everyCommand() {
         {{"watch"}, usual},
         {{"explain", "local-north-ip"}, usual},
         {{"explain", "--all"}, usual},
-        {{"check"}, {"table", "json"}}, // no finding: plain has no line
+        {{"check"}, {"table", "json"}}, // without findings, plain output is empty
         {{"who", "service"}, usual},
         {{"nodes"}, {"table", "wide", "name", "plain", "json"}},
         {{"map"}, {"dot", "mermaid", "svg", "table", "plain", "json"}},
@@ -205,7 +205,7 @@ TEST(Output, ControlCharactersOfTheFiles_NeverReachATerminal) {
               "\\x1b[2J\\u0085\\u202e\\n\n");
 }
 
-TEST(Output, SingleTextToAPipe_IsTheVeryAnswer) {
+TEST(Output, SingleTextToAPipe_IsVerbatim) {
     const auto deployment = hostileDeployment();
     EXPECT_EQ(tool::run({"get", "wss-ip-address"}).output, "\033[2J\xc2\x85\xe2\x80\xae\n\n");
 }
@@ -218,7 +218,7 @@ TEST(Output, ListsAndMapsToAPipe_KeepOneItemALine) {
                 HasSubstr("\nip-addresses assignedToTenancy $'t\\x1b[0m'\ta\\x1b\\nb\n"));
 }
 
-TEST(Output, BytesThatAreNoUtf8_AreStillJson) {
+TEST(Output, InvalidUtf8_IsStillJson) {
     support::Deployment deployment;
     deployment.appConfig("{\"processes\": {\"p1\": {\"wss\": {\"ip\": \"a\xff\xc3\"}}}}");
     const auto result = tool::run({"get", "wss-ip-address", "-o", "json"});
@@ -278,7 +278,7 @@ TEST(Output, Color_IsForTablesOnTerminalsUnlessSetOtherwise) {
     for (const auto& arguments : kTables) {
         std::vector<std::string> words = arguments;
         if (words.front() == "check") {
-            words.emplace_back("--notes"); // of a deployment that has nothing else
+            words.emplace_back("--notes"); // the deployment has only notes
         }
         words.insert(words.end(), {"--env-file", tool::kWestData.envFile().string()});
         const auto with = [&](const char* when, bool terminal, const char* refused) {

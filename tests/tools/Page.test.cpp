@@ -1,5 +1,4 @@
-// SPDX-License-Identifier: Apache-2.0
-// The page of `report`. report_test.py opens it in a browser.
+// SPDX-License-Identifier: Apache-2.0 The page of `report`. report_test.py tests it in a browser.
 
 #include "Sysconfctl.h"
 
@@ -96,7 +95,7 @@ TEST(Page, FilesThatDoNotLoad_AreReportedAndInThePage) {
                       HasSubstr("no picture: there is no node")));
 }
 
-TEST(Page, Passwords_AreMaskedUnlessAskedFor) {
+TEST(Page, Passwords_AreMaskedUnlessRevealed) {
     support::Deployment deployment;
     deployment.appConfig(R"({"databases": {"d": [{"passwd": "hush-hush", "accessPort": "x"}]},
         "processes": {"p1": {}}})");

@@ -161,7 +161,7 @@ std::string shown(const Answer& answer) {
                       answer.value);
 }
 
-/// Every answer has a verdict, one step that decides, and places that are in the files.
+/// Each answer has a verdict, one decisive step, and places that exist in the files.
 void expectVerdict(const Explanation& explanation) {
     const std::vector<Step>& steps = explanation.steps;
     EXPECT_NE(explanation.verdict.name, "") << explanation.label();

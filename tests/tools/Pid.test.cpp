@@ -45,7 +45,7 @@ public:
     std::string id() const { return m_running.output().substr(0, m_running.output().find('\n')); }
 
 private:
-    /// A pipe that nobody writes to. Opening it blocks without another exec, during which the
+    /// A pipe without a writer. Opening it blocks the shell without an exec, during which the
     /// process would have no environment.
     static std::string fifo() {
         const std::string path = support::testDirectory() / "fifo";
@@ -105,7 +105,7 @@ TEST(Pid, VariablesThatAreSet_ApplyAfterIt) {
               "42\n");
 }
 
-TEST(Pid, PathsThatAreShown_LeadThereFromTheDirectoryOfTheCaller) {
+TEST(Pid, PathsInTheOutput_AreValidInTheDirectoryOfTheCaller) {
     const fs::path folder = folderWithRelativePaths();
     const Process process(folder);
     const std::string app = (folder / "etc/app.json").string();
@@ -238,7 +238,7 @@ TEST(Pid, ServiceAddressThatIsNewerThanTheProcess_IsANotice) {
     const Process process(folder);
     const std::vector<std::string> arguments = {"get", "local-port", "--pid", process.id()};
     EXPECT_EQ(runElsewhere(arguments).errors, "");
-    // The clock by which the kernel dates addresses may be behind the one of processes.
+    // The kernel's time stamps of addresses may lag behind those of processes.
     constexpr int kTries = 500;
     std::string errors;
     for (int i = 0; i < kTries && errors.empty(); ++i) {
@@ -267,7 +267,7 @@ TEST(Pid, ProcessInAnotherNetwork_IsANotice) {
                 HasSubstr("process " + process.id() + " is in another network namespace"));
 }
 
-TEST(Pid, WhatIsNoProcess_IsAUsageError) {
+TEST(Pid, InvalidProcessId_IsAUsageError) {
     const std::vector<std::pair<std::string, std::string>> rows = {
         {"0", "0 is not the id of a process"},
         {"-1", "-1 is not the id of a process"},

@@ -31,7 +31,7 @@ TEST(ProcessEnvironment, OddEntries_AreSkipped) {
     EXPECT_THAT(variables(""sv), IsEmpty());
 }
 
-TEST(ProcessEnvironment, VariableThatIsThereTwice_HasItsFirstValue) {
+TEST(ProcessEnvironment, RepeatedVariable_HasItsFirstValue) {
     using namespace std::string_view_literals;
     EXPECT_THAT(variables("APP_ROOT=1\0APP_ROOT=2\0"sv), ElementsAre(Pair("APP_ROOT", "1")));
 }
@@ -42,7 +42,7 @@ TEST(ProcessEnvironment, VariablesOfTheTool_AreNotTaken) {
                 ElementsAre(Pair("NO_EM_CLIENT", "1")));
 }
 
-TEST(ProcessAge, AddressesOfTheFuture_AreNone) {
+TEST(ProcessAge, NoAddress_IsAddedInTheFuture) {
     EXPECT_THAT(addressesAddedAfter(std::numeric_limits<std::uint64_t>::max()), IsEmpty());
 }
 

@@ -146,7 +146,7 @@ std::string predictedName(const std::string& operation) {
     return name;
 }
 
-TEST(QueryTable, Names_FollowFromTheOperationsButWhereThatReadsBadly) {
+TEST(QueryTable, Names_DeriveFromTheOperationsWithExceptions) {
     const std::map<std::string, std::string> exceptions = {
         {"getLocalNodeIPs", "local-node-ips"},
         {"getIPAddresses", "ip-addresses"},

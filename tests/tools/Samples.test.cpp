@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0
-// Answers of the tool on every view of every sample deployment.
+// SPDX-License-Identifier: Apache-2.0 Answers of the tool for every view of every sample
+// deployment.
 
 #include "Golden.h"
 
@@ -9,14 +9,14 @@ namespace {
 
 using tool::View;
 
-TEST(Samples, EveryView_GivesTheAnswersWrittenDownForIt) {
+TEST(Samples, EveryView_GivesTheExpectedAnswers) {
     for (const View& view : tool::views()) {
         tool::expectGolden(view, {"show", "-o", "plain"}, 0,
                            view.deployment + "-" + view.name + ".txt");
     }
 }
 
-TEST(Samples, JsonAndTable_LookAsWrittenDown) {
+TEST(Samples, JsonAndTable_EqualTheGoldenFiles) {
     tool::expectGolden(tool::kStandby, {"show", "-o", "json"}, 0, "ha-pair-standby.json");
     tool::expectGolden(tool::kEast, {"show", "-o", "json"}, 0, "two-tenancies-east-access-1.json");
     tool::expectGolden(tool::kEast, {"show"}, 0, "two-tenancies-east-access-1.table.txt");
@@ -47,7 +47,7 @@ TEST(Samples, AnyWorkingDirectory_SameAnswers) {
     EXPECT_EQ(byRelativePath.output, fromHere.output);
 }
 
-TEST(Samples, TableOfTheStandbyAt80Columns_LooksAsWrittenDown) {
+TEST(Samples, TableOfTheStandbyAt80Columns_EqualsTheGoldenFile) {
     const auto result =
         tool::sysconfctl({"show", "--env-file", "standby.env", "--set", "APP_ROOT=node-2"})
             .workingDirectory(tool::samplesDirectory() / "ha-pair")

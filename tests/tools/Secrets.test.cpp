@@ -81,11 +81,11 @@ TEST(Secrets, OptionBeforeTheCommand_RevealsThem) {
               "hush-hush\n");
 }
 
-TEST(Secrets, AskedFor_AreShownByEveryCommandThatHasThem) {
+TEST(Secrets, WithRevealSecrets_AreShownByEveryCommand) {
     const auto deployment = deploymentWithPasswords();
     for (const auto& command : kCommands) {
         if (command.front() == "check") {
-            continue; // it shows only values with findings
+            continue; // check shows only values with findings
         }
         EXPECT_THAT(runWith(command, "json", true).output, HasSubstr(kPassword))
             << testing::PrintToString(command);
@@ -93,7 +93,7 @@ TEST(Secrets, AskedFor_AreShownByEveryCommandThatHasThem) {
     EXPECT_THAT(runWith({"check"}, "table", true).output, HasSubstr(kPassword));
 }
 
-TEST(Secrets, AskedFor_AreShown) {
+TEST(Secrets, WithRevealSecrets_AreShown) {
     const auto deployment = deploymentWithPasswords();
     EXPECT_EQ(runWith({"get", "db-password", "orders", "0"}, "plain", true).output, "hush-hush\n");
     EXPECT_THAT(runWith({"show"}, "table", true).output, HasSubstr("db-password orders 0  "));

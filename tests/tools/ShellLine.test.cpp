@@ -44,7 +44,7 @@ const std::vector<Row> kRows = {
     {"t < ", {"t", ""}, 0, 0, true},
 };
 
-TEST(ShellLine, Line_IsTakenApartWithoutExpandingAnything) {
+TEST(ShellLine, Line_IsSplitWithoutExpansion) {
     for (const Row& row : kRows) {
         const ShellLine line = readShellLine(row.line, kBreaks);
         EXPECT_THAT(line.words, ElementsAreArray(row.words)) << row.line;

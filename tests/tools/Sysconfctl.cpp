@@ -41,7 +41,7 @@ std::vector<View> views() {
 
 support::Command sysconfctl(std::vector<std::string> arguments) {
     support::Command command(SYSCONFCTL, std::move(arguments));
-    command.variable("PAGER", "cat"); // a pager would wait for keys
+    command.variable("PAGER", "cat"); // a pager would wait for a key
     return command;
 }
 

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-/// Runs the built tool, and knows the sample deployments.
+/// Helpers that run the built tool on the sample deployments.
 namespace tool {
 
 using support::CommandResult;
@@ -45,7 +45,8 @@ Json::Value parsed(const std::string& text);
 std::string readFile(const std::filesystem::path& path);
 std::vector<std::string> linesOf(const std::string& text);
 
-/// Whether a line is no wider than that, or is one word, which is never cut: an address, a path.
+/// Whether a line fits in the width or is a single word, such as an address or a path, which is
+/// never cut.
 bool fits(const std::string& line, std::size_t columns);
 
 } // namespace tool

@@ -56,7 +56,7 @@ private:
     std::filesystem::path m_folder;
 };
 
-/// Escape sequences as "\e[1m".
+/// Replaces the escape character by "\e".
 std::string readable(const std::string& text) {
     return std::regex_replace(text, std::regex("\033"), "\\e");
 }
@@ -65,7 +65,7 @@ std::string withoutColor(const std::string& text) {
     return std::regex_replace(text, std::regex("\033\\[[0-9;]*m"), "");
 }
 
-TEST(Verdicts, OfEveryQueryOnBrokenDeployments_LookAsWrittenDown) {
+TEST(Verdicts, OfEveryQueryOnBrokenDeployments_EqualTheGoldenFiles) {
     for (const BrokenDeployment& deployment : support::brokenDeployments()) {
         const Broken broken(deployment);
         for (const int width : kWidths) {
@@ -78,7 +78,7 @@ TEST(Verdicts, OfEveryQueryOnBrokenDeployments_LookAsWrittenDown) {
     }
 }
 
-TEST(Verdicts, OfTheQueryThatAFaultConcerns_AreColouredAsWrittenDown) {
+TEST(Verdicts, OfTheQueryThatAFaultConcerns_EqualTheGoldenFiles) {
     for (const int width : kWidths) {
         std::string screens;
         for (const BrokenDeployment& deployment : support::brokenDeployments()) {

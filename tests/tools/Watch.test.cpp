@@ -84,7 +84,7 @@ TEST(Watch, EventsDisabled_ReportsTheVariable) {
 TEST(Watch, SubscriptionRefused_ReportsTheFileAndTheResult) {
     EXPECT_EQ(errorsOf(watchBesideEventLibrary({}).variable("EVENT_REFUSES", "1")),
               "sysconfctl: not subscribed to changes: " SYSCONF_LOGGING_EVENT_LIBRARY
-              " refused it with -7\n");
+              " refused the subscription with result -7\n");
 }
 
 TEST(Watch, LibraryThrows_ReportsItAndExitsWith3) {
@@ -105,8 +105,7 @@ TEST(Watch, OutputClosed_EndsBySigpipeAfterItHasUnsubscribed) {
     EXPECT_EQ(tool::readFile(logFile()), "init\ninit\nfini\nfini\n");
 }
 
-/// Answers of queries that read their file on every call change without an event; loaded ones do
-/// not.
+/// Answers that are read from a file on every call change without an event; loaded answers do not.
 TEST(Watch, NoSubscription_StillShowsChangesOfTheFiles) {
     support::Deployment deployment;
     support::writeGeneration(deployment, 1);

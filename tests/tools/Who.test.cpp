@@ -1,5 +1,4 @@
-// SPDX-License-Identifier: Apache-2.0
-// Where a name appears.
+// SPDX-License-Identifier: Apache-2.0 The places where a name appears.
 
 #include "Golden.h"
 
@@ -50,7 +49,7 @@ support::Deployment smallDeployment() {
     return deployment;
 }
 
-TEST(Who, OfTheSamples_LooksAsWrittenDown) {
+TEST(Who, OfTheSamples_EqualsTheGoldenFile) {
     for (const char* word : {"127.0.0.1", "node-1", "service"}) {
         const std::vector<std::string> arguments = {
             "who", word, "--env-file", "ha-pair/standby.env", "--local-address", "127.0.0.1"};
@@ -100,7 +99,7 @@ TEST(Who, Tag_IsFoundInAnyCaseWithTheAnswersTakenFromItsEntries) {
     EXPECT_THAT(found("maintenance"), Not(Contains(StartsWith("answer\tlocal-service-ip"))));
 }
 
-TEST(Who, AddressOfTheHost_IsSaidFirst) {
+TEST(Who, AddressOfTheHost_IsReportedFirst) {
     const auto deployment = smallDeployment();
     const auto result =
         tool::run({"who", "192.0.2.1", "--local-address", "192.0.2.1", "-o", "plain"});

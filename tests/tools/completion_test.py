@@ -177,7 +177,7 @@ class Offers(Case):
 
     def test_Formats_AreThoseThatTheCommandTakes(self):
         self.link()
-        # The -o of report is a file; help and version have none.
+        # The option -o of report takes a file; help and version have no -o.
         for command in set(self.offered([""], {})) - {"help", "version", "report"}:
             formats = self.offered([command, "-o", ""], {})
             self.assertIn("json", formats)
@@ -323,7 +323,7 @@ printf 'RECOR%s\\n' DED
     def test_OpenQuotes_AreKept(self):
         terminal, record = self.terminal()
         quotes = {"bash": ["'", '"', "$'"], "zsh": ["'", '"'], "fish": ["'", '"']}[SHELL]
-        # In bash the tool quotes, the other shells quote themselves.
+        # For bash the tool quotes the candidates; the other shells do it themselves.
         for name in HOSTILE if SHELL == "bash" else HOSTILE[:6]:
             for quote in quotes:
                 got = self.typed(terminal, record, f"sysconfctl nodes {quote}{name[:2]}")

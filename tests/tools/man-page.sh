@@ -19,6 +19,6 @@ if [[ -n $messages ]]; then
   printf '%s\n' "$messages" >&2
   exit 1
 fi
-# An empty page would have no errors either. grep reads to the end: with -q it would close the pipe
-# and mandoc could end by SIGPIPE.
+# An empty page would also pass without errors. grep runs without -q: it would close the pipe early,
+# and SIGPIPE could end mandoc.
 mandoc "$page" | grep 'EXIT STATUS\|E.EX.XI.IT' >/dev/null

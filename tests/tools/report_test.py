@@ -129,7 +129,7 @@ def hostile_deployment(folder):
             "APP_ROOT": str(folder), "TOLM_ROOT": str(folder)}
 
 
-# The contrast of each text with what is behind it, where that is a plain colour.
+# The contrast of each text with its background, if that is a plain colour.
 CONTRASTS = """(() => {
   const luminance = (color) => {
     const parts = color.match(/[\\d.]+/g).slice(0, 3).map((part) => {
@@ -185,7 +185,7 @@ class Report(unittest.TestCase):
         urls = [event["params"]["request"]["url"] for event in self.browser.events
                 if event.get("method") == "Network.requestWillBeSent"]
         self.assertEqual(urls, [path.as_uri()])
-        # An error of the script, or one that the policy of the page refuses, would be here.
+        # Script errors and violations of the page's policy are logged here.
         entries = [event for event in self.browser.events if event.get("method") in
                    ("Log.entryAdded", "Runtime.exceptionThrown")]
         self.assertEqual(entries, [])

@@ -18,7 +18,8 @@ namespace {
 
 using namespace sysconfctl;
 
-/// Whether the command shows answers, which are those of a process that starts now.
+/// Whether the command shows answers, which may differ from those of a process that started
+/// earlier.
 bool showsAnswers(Command command) {
     return command == Command::Get || command == Command::Show || command == Command::Explain ||
            command == Command::Who || command == Command::Report;
@@ -87,14 +88,15 @@ ExitStatus start(int argc, const char* const* argv) {
 int endByClosedPipe() {
     std::signal(SIGPIPE, SIG_DFL);
     std::raise(SIGPIPE);
-    constexpr int kStatusOfSignals = 128; // in a shell; the signal may be blocked
+    constexpr int kStatusOfSignals = 128; // as in a shell; reached if the signal is blocked
     return kStatusOfSignals + SIGPIPE;
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-    // A closed pipe is an error of a write: subscriptions end before the process does.
+    // SIGPIPE is ignored, so that a closed pipe is a write error and the tool can unsubscribe
+    // before it exits.
     std::signal(SIGPIPE, SIG_IGN);
     ExitStatus status = ExitStatus::Internal;
     if (argc > 1 && std::string_view(argv[1]) == kCompleteCommand) {

@@ -17,11 +17,11 @@ namespace {
 namespace rules = Quarncommon::rules;
 using located::Path;
 
-/// What two files say differently is an error: one of them is wrong. A finding about one of the two
-/// places explains the difference.
+/// Reports a value that differs between two files: one of them is wrong. If there is already a
+/// finding about one of the two places, it becomes an error and refers to the other place.
 void report(Checker& checker, const SourceFile& odd, Path path, const SourceFile& other,
             const Path& otherPath, std::string_view name, const std::string& sentence) {
-    // If an object is absent, all that it should have has one cause.
+    // An absent object is reported once, not once for each of its members.
     while (path.size() > 3 && odd.document.find({path.begin(), path.end() - 1}) == nullptr) {
         path.pop_back();
     }
@@ -39,8 +39,8 @@ void report(Checker& checker, const SourceFile& odd, Path path, const SourceFile
                     fmt::format("the {} differs", related.title));
 }
 
-/// The lists that have the most frequent value, and those that differ. Of two values that are as
-/// frequent the one of the manager node list, which is the last, is preferred.
+/// A list with the most frequent value, and the lists with other values. In a tie, the value of the
+/// manager node list, which is the last, is preferred.
 struct Votes {
     const SourceFile* reference = nullptr;
     std::vector<const SourceFile*> odd;
@@ -144,8 +144,8 @@ private:
         m_checker.explains(finding, odd, otherPath);
     }
 
-    /// The node that only the manager node list has, with an address of this node: its id is
-    /// another one there.
+    /// Returns the id under which the manager node list has this node: a node that is in no other
+    /// list and shares an address with it. Returns "" if there is none.
     std::string sameNode(const std::string& id, const SourceFile& list) {
         const SourceFile& manager = *m_group.managerNodeList;
         if (!m_onlyManager) {
@@ -200,7 +200,7 @@ private:
         }
         Votes result = votes(lists, values);
         const bool tenancy = rest.front() == "assignedToTenancy";
-        // Of two lists the one with the tenancy that fewer nodes have is wrong.
+        // If there are only two lists, the list with the rarer tenancy is wrong.
         if (lists.size() == 2 &&
             (tenancy ? m_tenancies[texts[0]] > m_tenancies[texts[1]] : texts[1].empty())) {
             result = {lists[0], {lists[1]}};
@@ -241,7 +241,7 @@ private:
 
     using Same = std::function<bool(const Entry&, const Entry&)>;
 
-    /// Takes the pairs that are the same in that way out of both lists.
+    /// Removes the pairs for which `same` is true from both lists and returns them.
     static std::vector<std::pair<Entry, Entry>>
     takePairs(std::vector<Entry>& left, std::vector<Entry>& right, const Same& same) {
         std::vector<std::pair<Entry, Entry>> pairs;
@@ -264,7 +264,8 @@ private:
         const auto equal = [](const Entry& one, const Entry& other) {
             return one.address == other.address && one.tags == other.tags;
         };
-        // Most entries are equal, and in the same order.
+        // Equal entries at both ends are dropped first: most entries are equal and in the same
+        // order.
         const auto [leftEnd, rightEnd] =
             std::mismatch(left.begin(), left.end(), right.begin(), right.end(), equal);
         left.erase(left.begin(), leftEnd);
@@ -304,7 +305,7 @@ private:
         Path wrongPath = place(one, shared.first);
         const SourceFile* right = &reference;
         Path rightPath = place(other, shared.second);
-        if (one.tags.size() > other.tags.size()) { // a tag is missing there
+        if (one.tags.size() > other.tags.size()) { // the other entry lacks a tag
             std::swap(wrong, right);
             std::swap(wrongPath, rightPath);
         }
@@ -315,7 +316,7 @@ private:
 
     void reportAddress(const std::string& id, const SourceFile& odd, const Entry& one,
                        const SourceFile& reference, const Entry& other) {
-        // An address that a process names is the right one.
+        // An address that is configured for a process is taken as the correct one.
         const bool swap =
             m_processAddresses.contains(one.address) && !m_processAddresses.contains(other.address);
         const SourceFile& wrong = swap ? reference : odd;

@@ -8,8 +8,8 @@
 
 namespace sysconfctl {
 
-/// Collects findings. One fault gives one finding: a check that compares or combines values asks
-/// first whether a finding explains the difference, and adds to that one.
+/// Collects findings. One fault gives one finding: a check that compares or combines values first
+/// calls cause(), and extends the finding that it returns.
 class Checker {
 public:
     explicit Checker(const Inventory& read) : inventory(read) {}
@@ -19,34 +19,35 @@ public:
 
     Finding& environment(Severity severity, std::string_view name, std::string sentence,
                          std::string hint);
-    /// About a value. If there is none at the path, the name of the nearest object above it is
-    /// meant.
+    /// Adds a finding about a value. If the path has no value, the finding is about the name of the
+    /// nearest member above it.
     Finding& at(const SourceFile& file, const located::Path& path, Severity severity,
                 std::string_view name, std::string sentence, std::string hint = "");
-    /// About the name of a member.
+    /// Adds a finding about the name of a member.
     Finding& member(const SourceFile& file, const located::Path& path, Severity severity,
                     std::string_view name, std::string sentence, std::string hint = "");
     Finding& add(Finding finding);
 
-    /// A finding, other than a note, about the value, a value above it or a value in it; null if
-    /// there is none.
+    /// Returns a finding, other than a note, about the value, one of its ancestors or one of its
+    /// descendants; null if there is none.
     Finding* cause(const SourceFile& file, const located::Path& path);
-    /// Makes the finding the cause of what is missing at that path.
+    /// Makes cause() return the finding for that path.
     void explains(Finding& finding, const SourceFile& file, const located::Path& path);
-    /// Adds what is at another path, or at the nearest value above it.
+    /// Adds a related place: the value at the path, or its nearest ancestor.
     static void relate(Finding& finding, const SourceFile& file, const located::Path& path,
                        std::string sentence);
 
-    /// Members of the object that are none of the known names, but near one that is absent.
+    /// Reports members of the object whose names are unknown but resemble a known name that is
+    /// absent.
     void unknownMembers(const SourceFile& file, const located::Path& path,
                         const std::vector<std::string_view>& known);
-    /// Blanks at either end and invisible characters. Returns whether there are any.
+    /// Reports blanks at either end and invisible characters. Returns whether there are any.
     bool hidden(const SourceFile& file, const located::Path& path, const std::string& text,
                 bool isMember = false);
 
 private:
-    /// Adds to the finding about the same value, or about a value of a wrong type or a repeated one
-    /// above it; null if there is none.
+    /// Extends and returns the finding about the same value, or about an ancestor that is repeated
+    /// or has the wrong type; null if there is none.
     Finding* sameFault(const SourceFile& file, const located::Path& path, Severity severity,
                        const std::string& sentence);
 
@@ -54,7 +55,7 @@ private:
     std::map<Key, Finding*> m_causes;
 };
 
-/// The files of one deployment: a manager node list, and the node lists beside it.
+/// The node lists of one deployment.
 struct ListGroup {
     const SourceFile* managerNodeList = nullptr;
     std::vector<const SourceFile*> nodeLists;
@@ -65,12 +66,12 @@ struct ListGroup {
 
 std::vector<ListGroup> groupsOf(const Inventory& inventory);
 
-/// The node ids of the processes that read a node list.
+/// The node ids of the processes that read this node list.
 std::set<std::string> ownNodes(const Inventory& inventory, const SourceFile& list);
 
-/// The members of "nodeList", null if it is no object.
+/// The value of "nodeList"; null unless it is an object.
 const Json::Value& nodesOf(const SourceFile& list);
-/// The text that the library reads, "" for a value that has none.
+/// The string as the library reads it; "" if the value cannot be read as a string.
 std::string textAt(const Json::Value& node, const located::Path& path);
 located::Path with(located::Path path, const located::Path& rest);
 

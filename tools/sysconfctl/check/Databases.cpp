@@ -14,7 +14,7 @@ namespace {
 
 using located::Path;
 
-/// A database in a file has no host, port, user or server.
+/// Whether the database is a local file, which has no host, port, user or server.
 bool isInFile(const Json::Value& entry) {
     return Quarncommon::rules::lowerCased(textAt(entry, {"type"})).starts_with("sqlite");
 }
@@ -37,7 +37,7 @@ void checkText(Checker& checker, const SourceFile& file, const Path& path, const
         checkAbsent(checker, file, path, entry, needed);
     } else if (value.isNull()) {
         checker.at(file, path, Severity::Error, "null",
-                   fmt::format("\"{}\" is null: it reads as \"\"", name), "give it, or remove it");
+                   fmt::format("\"{}\" is null: it reads as \"\"", name), "set it, or remove it");
     } else if (value.isArray() || value.isObject()) {
         checker.at(
             file, path, Severity::Error, "wrong-type",
@@ -57,15 +57,16 @@ void checkText(Checker& checker, const SourceFile& file, const Path& path, const
         const std::string host = value.asString();
         if (holdsLoginData(host)) {
             checker.at(file, path, Severity::Error, "not-an-address",
-                       "this host has login data: it is no address and no host name",
+                       "this host contains login data: it is neither an address nor a host name",
                        "give only the address or the name of the host");
         } else if (isUnspecified(host)) {
-            checker.at(file, path, Severity::Error, "unspecified-address",
-                       fmt::format("\"{}\" is no address of a host: nothing can reach it", host),
-                       "give the address or the name of the host");
+            checker.at(
+                file, path, Severity::Error, "unspecified-address",
+                fmt::format("\"{}\" is not the address of a host: nothing can reach it", host),
+                "give the address or the name of the host");
         } else if (!isHost(host) && !host.starts_with('/')) {
             checker.at(file, path, Severity::Error, "not-an-address",
-                       fmt::format("\"{}\" is no address and no host name", host));
+                       fmt::format("\"{}\" is neither an address nor a host name", host));
         }
     }
 }

@@ -10,7 +10,7 @@
 namespace sysconfctl {
 namespace {
 
-/// What the library does without the file.
+/// The effect of a missing file on the library's answers.
 const char* effectOf(const View& view, const SourceFile* file) {
     if (file == view.appConfig) {
         return "databases, ports, addresses of the process and the node id are not loaded";
@@ -29,7 +29,7 @@ void checkUnreadable(Checker& checker, const View& view, const SourceFile& file)
                             fmt::format("correct {}, or put the file there", file.variable.name));
         return;
     }
-    // A deployment may do without a manager, but not without the other two files.
+    // The manager node list is optional; the other two files are not.
     checker.environment(
         &file == view.managerNodeList ? Severity::Note : Severity::Error, "no-file",
         fmt::format("{} is not set, so there is no {}: {}", file.variable.name, file.title, effect),
@@ -43,7 +43,7 @@ void checkFile(Checker& checker, const View& view, const SourceFile& file) {
         const auto& error = file.document.error();
         checker.add({Severity::Error, error ? "syntax" : "refused",
                      fmt::format("{}: the file does not load, {}",
-                                 error ? error->sentence : "the JSON library refuses the file",
+                                 error ? error->sentence : "the JSON library rejects the file",
                                  effectOf(view, &file)),
                      error ? error->hint : "", &file, error ? error->offset : 0, 1,
                      error ? located::pointer(error->path) : ""});
@@ -56,7 +56,7 @@ bool isFlat(const located::Value& value) {
     });
 }
 
-/// Members that are repeated: the last one wins.
+/// Reports repeated members. The last one wins.
 void checkRepeated(Checker& checker, const SourceFile& file, const located::Value& value,
                    const located::Path& path) {
     std::map<std::string_view, const located::Member*> last;
@@ -81,7 +81,7 @@ void checkRepeated(Checker& checker, const SourceFile& file, const located::Valu
             const auto verbatim = [&](const located::Value& one) {
                 return text.substr(one.begin, one.end - one.begin);
             };
-            // A value that is lost is wrong; the same value twice only looks wrong.
+            // It is an error only if the values differ, so that one of them is ignored.
             const bool same = verbatim(member.value) == verbatim(winner->value);
             checker.add({same ? Severity::Warning : Severity::Error, "repeated-member",
                          fmt::format("\"{}\" is repeated at line {}, column {}: the last one wins",

@@ -12,11 +12,11 @@
 
 namespace sysconfctl {
 
-/// Error: something answers wrongly or not at all for some process of the deployment. Warning:
-/// probably wrong. Note: unusual, but as it should be.
+/// Error: some process of the deployment gets a wrong answer or none. Warning: probably wrong.
+/// Note: unusual but valid.
 enum class Severity { Error, Warning, Note };
 
-/// Another place that a finding refers to, such as the file that disagrees.
+/// Another place that a finding refers to, such as the same value in another file.
 struct RelatedPlace {
     const SourceFile* file = nullptr;
     std::size_t offset = 0;
@@ -35,25 +35,25 @@ struct Finding {
     std::string hint;
     /// Null for the environment.
     const SourceFile* file = nullptr;
-    /// The bytes meant; nothing where a file as a whole is.
+    /// The first of `length` bytes that the finding is about; unset for the whole file.
     std::optional<std::size_t> offset = std::nullopt;
     std::size_t length = 0;
     std::string pointer = {};
     std::vector<RelatedPlace> related = {};
-    /// What follows from this fault; no separate findings.
+    /// The effects of this fault, which are not reported as separate findings.
     std::vector<std::string> consequences = {};
 };
 
-/// The files that a process reads; null for a file that is not part of what is checked.
+/// The files that a process reads; null for a file that is not checked.
 struct View {
     const SourceFile* appConfig = nullptr;
     const SourceFile* nodeList = nullptr;
     const SourceFile* managerNodeList = nullptr;
-    /// The process that is asked about; nothing: every process of the app config file.
+    /// The process to check; unset: every process of the app config file.
     std::optional<std::string> instance = std::nullopt;
 };
 
-/// What is checked.
+/// The input of a check.
 struct Inventory {
     /// The files that were found in a tree.
     std::deque<SourceFile> files;
@@ -62,9 +62,9 @@ struct Inventory {
     std::list<std::string> hostAddresses;
 };
 
-/// What was checked and found.
+/// The result of a check.
 struct CheckResult {
-    /// In the order of the files and of the places in them.
+    /// Sorted by file and offset; findings without a file come first.
     std::vector<Finding> findings;
     std::size_t files = 0;
     std::size_t processes = 0;
@@ -87,8 +87,9 @@ struct FindingName {
 };
 const std::vector<FindingName>& findingNames();
 
-/// The line of the text in which the finding is, and a line with carets under the place; passwords
-/// masked, both escaped and at most `width` columns wide. Empty without a place.
+/// The line that contains the finding, and a line with carets under the place. Both are escaped and
+/// at most `width` columns wide. Passwords are masked unless `reveal` is true. Empty if the finding
+/// has no place.
 std::vector<std::string> excerpt(const Finding& finding, std::size_t width, bool reveal);
 
 } // namespace sysconfctl

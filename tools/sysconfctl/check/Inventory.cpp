@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 constexpr std::string_view kNodeListFile = "etc/sysconf/nodelist.json";
 constexpr std::string_view kManagerNodeListFile = "etc/sysconf/nodelists.json";
 
-/// Finds the files under the operands and which of them belong together.
+/// Finds the files under the operands and groups those that belong together.
 class Tree {
 public:
     explicit Tree(Inventory& inventory) : m_inventory(inventory) {}
@@ -108,8 +108,8 @@ private:
         }
     }
 
-    /// Other JSON files may be anything: an app config file has one of its members, or is
-    /// malformed.
+    /// Other JSON files are ignored: an app config file has at least one of the known members, or
+    /// is malformed.
     void addAppConfig(const std::string& path, bool named) {
         SourceFile file = readAppConfigAt(path);
         const bool isOne =
@@ -121,8 +121,8 @@ private:
         }
     }
 
-    /// Other programs have env files, too: one that was not named may be malformed or have none of
-    /// the variables.
+    /// A file that the user did not name may belong to another program: it is ignored if it is
+    /// malformed or sets none of the variables.
     void addEnvFile(const std::string& path, bool named) {
         std::map<std::string, std::string> values;
         try {
@@ -171,8 +171,8 @@ private:
         m_inventory.views.push_back(view);
     }
 
-    /// The nearest manager node list, unless it belongs to another deployment: then it has none of
-    /// the nodes.
+    /// The nearest manager node list. A list that has none of the nodes belongs to another
+    /// deployment and is not used.
     const SourceFile* managerOf(const std::string& path, const SourceFile* list) const {
         const SourceFile* const manager = nearest(path, m_managerNodeLists);
         if (manager == nullptr || list == nullptr || !list->loads || !manager->loads ||
@@ -186,7 +186,7 @@ private:
         return shares ? manager : nullptr;
     }
 
-    /// The file with the most folders in common; null without any file.
+    /// The file that shares the most parent directories; null if there are no files.
     static const SourceFile* nearest(const std::string& path, const Files& files) {
         const fs::path from(path);
         const SourceFile* best = nullptr;

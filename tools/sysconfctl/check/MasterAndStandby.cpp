@@ -74,7 +74,7 @@ void checkMissing(Checker& checker, const SourceFile& list, const std::string& n
         .consequences.emplace_back("the internal-service address of the master is empty");
 }
 
-/// The first ids, and the last one, which wins.
+/// The first ids and the last id, which wins.
 std::string someOf(const std::vector<std::string>& ids) {
     constexpr std::size_t kShown = 4;
     if (ids.size() <= kShown) {

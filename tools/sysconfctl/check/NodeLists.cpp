@@ -68,7 +68,7 @@ bool isRegular(const Json::Value& node) {
     });
 }
 
-/// Whether a standby reads every node of the list to find whom it stands in for.
+/// Whether a standby reads every node of the list, to find the node that it replaces.
 bool hasStandby(const SourceFile& list, const std::set<std::string>& own) {
     return std::any_of(own.begin(), own.end(), [&](const std::string& id) {
         return textAt(nodesOf(list), {id, "extAttr", "hostType"}) == rules::kStandby;
@@ -98,7 +98,8 @@ void checkTypes(Checker& checker, const SourceFile& list) {
     }
 }
 
-/// A text that the library reads of a node. Returns whether it can be compared with others.
+/// Checks a string of a node that the library reads. Returns whether it can be compared with other
+/// values.
 bool checkText(Checker& checker, const SourceFile& list, const Path& path) {
     const Json::Value& value = valueAt(list.tree, path);
     if (value.isArray() || value.isObject() || list.document.find(path) == nullptr) {
@@ -107,7 +108,7 @@ bool checkText(Checker& checker, const SourceFile& list, const Path& path) {
     if (value.isNull()) {
         checker.at(list, path, Severity::Warning, "null",
                    fmt::format("\"{}\" is null: it reads as \"\"", path.back()),
-                   "give it, or remove it");
+                   "set it, or remove it");
         return false;
     }
     if (!value.isString()) {
@@ -124,7 +125,7 @@ bool isOneOf(const std::string& text, const std::vector<std::string_view>& names
     return std::find(names.begin(), names.end(), text) != names.end();
 }
 
-/// The known name that a role name nearly is.
+/// The known role name that a name resembles.
 std::string nearRole(const std::string& text, const std::vector<std::string_view>& known) {
     for (const std::string_view name : known) {
         if (rules::lowerCased(text) == rules::lowerCased(std::string(name))) {
@@ -142,7 +143,7 @@ void checkHostType(Checker& checker, const SourceFile& list, const Path& path) {
     }
     const std::string near = nearRole(text, {rules::kMaster, rules::kStandby});
     checker.at(list, path, Severity::Error, "role-name",
-               fmt::format("nothing recognises the hostType \"{}\": the node is neither master nor "
+               fmt::format("unknown hostType \"{}\": the node is neither master nor "
                            "standby",
                            text),
                near.empty() ? "write \"master\", \"standby\" or \"\""
@@ -159,12 +160,12 @@ void checkDomainType(Checker& checker, const SourceFile& list, const Path& path)
     const std::string near = nearRole(text, known);
     if (!near.empty()) {
         checker.at(list, path, Severity::Error, "role-name",
-                   fmt::format("nothing recognises the domain_node_type \"{}\"", text),
+                   fmt::format("unknown domain_node_type \"{}\"", text),
                    fmt::format("did you mean \"{}\"? letter case matters", near));
     }
 }
 
-/// Both values of a role have to say the same.
+/// The two values that give the role must agree.
 void checkRole(Checker& checker, const SourceFile& list, const Path& attributes) {
     const Path hostType = with(attributes, {"hostType"});
     const Path domainType = with(attributes, {"domain_node_type"});
@@ -187,7 +188,7 @@ void checkRole(Checker& checker, const SourceFile& list, const Path& attributes)
         list, hostType, Severity::Error, "role-mismatch",
         host.empty()
             ? fmt::format("this node has no hostType, but the domain_node_type \"{}\"", domain)
-            : fmt::format("the hostType \"{}\" does not go with the domain_node_type \"{}\"", host,
+            : fmt::format("the hostType \"{}\" does not match the domain_node_type \"{}\"", host,
                           domain),
         "correct one of the two");
     finding.consequences.emplace_back("the node is neither master nor standby of its tenancy");
@@ -195,7 +196,7 @@ void checkRole(Checker& checker, const SourceFile& list, const Path& attributes)
     checker.explains(finding, list, domainType);
 }
 
-/// The slot that a tag fills, "" for a tag that the library does not ask for.
+/// The slot that a tag fills; "" if the library does not look for the tag.
 std::string slotOf(const std::string& tag) {
     if (rules::southboundSlot(tag, kSouthboundFamily) != 0) {
         return tag;
@@ -213,7 +214,8 @@ std::string withoutNumber(const std::string& tag) {
     return tag.substr(0, tag.find_last_not_of("0123456789") + 1);
 }
 
-/// A tag that fills no slot. Own tags are fine, also with a number after a known one.
+/// Checks a tag that fills no slot. User-defined tags are valid, including a known tag with an
+/// additional number.
 void checkOtherTag(Checker& checker, const SourceFile& list, const Path& path,
                    const std::string& tag) {
     if (tag.starts_with(kSouthboundFamily)) {
@@ -260,7 +262,7 @@ const char* winnerOf(const std::string& slot) {
                : "the first one wins, and the last one in slot lists and for standby nodes";
 }
 
-/// A tag of an entry; `slots` has the addresses of the node by slot.
+/// Checks a tag of an entry. `slots` maps each slot of the node to its addresses.
 void checkTag(Checker& checker, const SourceFile& list, const Path& path, const std::string& tag,
               const std::string& address,
               std::map<std::string, std::pair<std::string, Path>>& slots) {
@@ -329,21 +331,22 @@ std::string checkAddress(Checker& checker, const SourceFile& list, const Path& e
                 list.document.find(path) == nullptr ? "this entry has no \"IP\""
                                                     : "the \"IP\" of this entry is empty",
                 "give the address, or remove the entry")
-            .consequences.emplace_back("where one of its tags is asked for, the answer is empty");
+            .consequences.emplace_back("queries for its tags have an empty answer");
     } else if (!checker.hidden(list, path, address)) {
         if (isUnspecified(address)) {
-            checker.at(list, path, Severity::Error, "unspecified-address",
-                       fmt::format("\"{}\" is no address of a host: nothing can reach it", address),
-                       "give the address itself");
+            checker.at(
+                list, path, Severity::Error, "unspecified-address",
+                fmt::format("\"{}\" is not the address of a host: nothing can reach it", address),
+                "give the address itself");
         } else if (!isAddress(address)) {
             checker.at(list, path, Severity::Error, "not-an-address",
-                       fmt::format("\"{}\" is no IPv4 or IPv6 address", address));
+                       fmt::format("\"{}\" is not an IPv4 or IPv6 address", address));
         }
     }
     return address;
 }
 
-/// The uses of an address for one purpose: the node and the place of each.
+/// The uses of an address for one purpose: node and place.
 using Owners =
     std::map<std::pair<std::string, std::string>, std::vector<std::pair<std::string, Path>>>;
 
@@ -401,7 +404,8 @@ void checkAddresses(Checker& checker, const SourceFile& list, const Path& node, 
     }
 }
 
-/// Nodes that may share an address: the master and the standby of one tenancy, by turns.
+/// Whether the nodes may share an address: the master and the standby of one tenancy use it
+/// alternately.
 bool isPair(const SourceFile& list, const std::string& one, const std::string& other) {
     const Json::Value& left = nodesOf(list)[one];
     const Json::Value& right = nodesOf(list)[other];
@@ -450,7 +454,7 @@ void checkNode(Checker& checker, const SourceFile& list, const std::string& id, 
         checker.at(list, path, Severity::Error, node.isNull() ? "null" : "empty",
                    fmt::format("node \"{}\" is {}: it has no addresses and no role", id,
                                node.isNull() ? "null" : "empty"),
-                   "give its entry, or remove it");
+                   "complete the entry, or remove it");
         return;
     }
     if (!node.isObject()) {
@@ -487,7 +491,7 @@ void checkNodeList(Checker& checker, const SourceFile& list) {
     const bool hasNodes = nodes.isObject() && !nodes.empty();
     const Path nodeList = {"nodeList"};
     const Json::Value& given = valueAt(list.tree, nodeList);
-    // Looking for wrong types is slow, so it is done only where there are some.
+    // The search for wrong types is slow, so it is skipped if there are none.
     if (!list.tree.isObject() || !(given.isNull() || given.isObject()) ||
         !std::all_of(nodes.begin(), nodes.end(), isRegular)) {
         checkTypes(checker, list);

@@ -63,7 +63,8 @@ private:
         const SourceFile* const manager = m_view.managerNodeList;
         const bool managerKnows =
             manager != nullptr && manager->loads && nodesOf(*manager).isMember(m_id);
-        // If the manager knows the node, the node list lacks it; else the id is wrong.
+        // If the manager node list has the node, the node list is incomplete; otherwise the id is
+        // wrong.
         Finding& finding =
             managerKnows
                 ? m_checker.at(m_list, m_node, Severity::Error, "no-own-node", sentence,
@@ -92,7 +93,7 @@ private:
         return addresses;
     }
 
-    /// The address of a process is one of its node.
+    /// Checks that the address of a process is an address of its node.
     void checkAddresses(const Path& nodeId) {
         const std::set<std::string> own = addressesOf(m_id);
         if (own.empty() || m_checker.cause(m_list, with(m_node, {"IPAddresses"})) != nullptr) {
@@ -111,7 +112,7 @@ private:
             if (owner.empty()) {
                 Finding& finding = m_checker.at(
                     m_app, path, Severity::Warning, "foreign-address",
-                    fmt::format("{} is no address of node \"{}\", on which process \"{}\" runs",
+                    fmt::format("{} is not an address of node \"{}\", on which process \"{}\" runs",
                                 address, m_id, m_process.back()),
                     "correct it, or add the address to the node");
                 Checker::relate(finding, m_list, m_node, "the node");
@@ -159,7 +160,7 @@ private:
         }
     }
 
-    /// A standby whose list has no node to stand in for.
+    /// Checks a standby that finds no node to replace.
     void checkSources(const Path& role) {
         const std::string sentence = fmt::format(
             "no node of the list has a service address for the standby \"{}\" to take over", m_id);
@@ -184,7 +185,7 @@ private:
         }
     }
 
-    /// The master of this standby that only the manager node list has.
+    /// The master of this standby if only the manager node list has it.
     std::string masterInManagerList() const {
         const SourceFile* const manager = m_view.managerNodeList;
         if (manager == nullptr || !manager->loads) {

@@ -16,8 +16,7 @@ namespace {
 
 using located::Path;
 
-/// Whether any value of a process has another type than the one that is read, so that a load may
-/// stop there.
+/// Whether any value of a process has the wrong type, so that a load may stop there.
 bool isIrregular(const Json::Value& process) {
     const auto isTextOrNull = [](const Json::Value& value) {
         return value.isNull() || !(value.isArray() || value.isObject());
@@ -39,7 +38,8 @@ bool isIrregular(const Json::Value& process) {
     });
 }
 
-/// The values of the wrong type that a load for that process meets; it stops at the first one.
+/// The values of the wrong type in the order in which a load for that process reads them. The load
+/// stops at the first one.
 void checkStops(Checker& checker, const SourceFile& file, const std::string& id) {
     Finding* first = nullptr;
     for (const TypeMismatch& mismatch : appConfigMismatches(file.tree, id)) {
@@ -61,7 +61,7 @@ void checkStops(Checker& checker, const SourceFile& file, const std::string& id)
     }
 }
 
-/// An address of the process. A group may be absent as a whole.
+/// Checks an address of the process. The whole object that contains it may be absent.
 void checkProcessAddress(Checker& checker, const SourceFile& file, const Path& group) {
     const Path path = with(group, {"ip"});
     const Json::Value& value = valueAt(file.tree, path);
@@ -80,12 +80,13 @@ void checkProcessAddress(Checker& checker, const SourceFile& file, const Path& g
                    fmt::format("\"ip\" of \"{}\" is empty", group.back()), "give the address");
     } else if (!checker.hidden(file, path, text)) {
         if (isUnspecified(text)) {
-            checker.at(file, path, Severity::Error, "unspecified-address",
-                       fmt::format("\"{}\" is no address of a host: nothing can reach it", text),
-                       "give the address itself");
+            checker.at(
+                file, path, Severity::Error, "unspecified-address",
+                fmt::format("\"{}\" is not the address of a host: nothing can reach it", text),
+                "give the address itself");
         } else if (!isAddress(text) && text != "localhost") {
             checker.at(file, path, Severity::Error, "not-an-address",
-                       fmt::format("\"{}\" is no IPv4 or IPv6 address", text));
+                       fmt::format("\"{}\" is not an IPv4 or IPv6 address", text));
         }
     }
 }
@@ -151,7 +152,7 @@ void checkProcess(Checker& checker, const SourceFile& file, const std::string& i
         checker
             .at(file, path, Severity::Error, "null",
                 fmt::format("process \"{}\" is null: every value of it is empty or 0", id),
-                "give its entry, or remove it")
+                "complete the entry, or remove it")
             .consequences.emplace_back("its node is unknown, and so are the node's addresses");
         return;
     }
@@ -239,7 +240,8 @@ void checkInstance(Checker& checker, const View& view) {
     const std::vector<std::string> ids = processes.getMemberNames();
     std::string near = suggestion(*view.instance, {ids.begin(), ids.end()});
     near = near.empty() && ids.size() == 1 ? ids.front() : near;
-    // Without a near one the variable is as likely to be wrong: the object of all entries is meant.
+    // If no entry has a similar name, the variable is as likely to be wrong, so the finding is
+    // about "processes".
     const Path place = near.empty() ? Path{"processes"} : Path{"processes", near};
     Finding& finding = checker.member(
         file, place, Severity::Error, "no-instance",

@@ -15,7 +15,7 @@
 namespace sysconfctl {
 namespace {
 
-/// More columns than any line of a file that a person reads.
+/// Wider than any line of a file that is edited by hand.
 constexpr std::size_t kWhole = 10000;
 
 Json::UInt64 number(std::size_t value) {
@@ -87,7 +87,7 @@ Json::Value sarifLocation(const SourceFile& file, std::optional<std::size_t> off
     return location;
 }
 
-/// The sentence with consequences and hint, as formats without members for them show it.
+/// The sentence followed by consequences and hint, for formats that have no fields for these.
 std::string messageOf(const Finding& finding) {
     std::string text = finding.sentence;
     for (const std::string& consequence : finding.consequences) {
@@ -189,7 +189,7 @@ std::string junitReport(const CheckResult& result, const Options& options) {
         cases += fmt::format("{}>\n      <failure type=\"{}\" message=\"{}\"/>\n    </testcase>\n",
                              open, nameOf(finding.severity), markupText(messageOf(finding)));
     }
-    if (count == 0) { // a suite without a case looks as if nothing had been run
+    if (count == 0) { // a suite without a test case looks as if nothing had run
         ++count;
         cases = "    <testcase classname=\"check\" name=\"no problem found\"/>\n";
     }

@@ -18,7 +18,7 @@ bool parses(int family, const std::string& text, std::array<unsigned char, 16>& 
     return ::inet_pton(family, text.c_str(), bytes.data()) == 1;
 }
 
-/// The characters that show nothing: format characters, odd blanks, the byte order mark.
+/// Characters that are not visible: format characters, unusual spaces, the byte order mark.
 constexpr std::array<std::pair<std::uint32_t, std::uint32_t>, 9> kInvisible = {{{0x80, 0xA0},
                                                                                 {0xAD, 0xAD},
                                                                                 {0x180E, 0x180E},
@@ -36,7 +36,7 @@ bool isInvisible(std::uint32_t code) {
            });
 }
 
-/// Takes the first character off a text in UTF-8.
+/// Removes and returns the first character of a UTF-8 text.
 std::uint32_t takeCharacter(std::string_view& text) {
     const auto first = static_cast<unsigned char>(text.front());
     text.remove_prefix(1);
@@ -97,7 +97,8 @@ bool isHost(const std::string& text) {
                        ? 1
                        : 0;
         if (dot == std::string_view::npos) {
-            // The last label of a name is never a number; "192.0.2.x" is no name that anyone uses.
+            // The last label of a host name is never a number. "192.0.2.x" is a mistyped address,
+            // not a name.
             const bool lastNumeric = std::isdigit(static_cast<unsigned char>(label.back())) != 0 &&
                                      std::all_of(label.begin(), label.end(), [](unsigned char c) {
                                          return std::isdigit(c) != 0;

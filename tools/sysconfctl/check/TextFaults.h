@@ -9,10 +9,11 @@ namespace sysconfctl {
 bool isAddress(const std::string& text);
 /// Whether a text is "0.0.0.0", "::" or another form of it.
 bool isUnspecified(const std::string& text);
-/// Whether a text is an address or a host name. A name that looks like a malformed address is none.
+/// Whether a text is an address or a host name. A text that looks like a malformed address is
+/// neither.
 bool isHost(const std::string& text);
-/// What cannot be seen in a text: "a leading blank", "a trailing blank", "an invisible character
-/// (U+200B)"; empty if there is nothing of the kind.
+/// Describes what cannot be seen in a text: "a leading blank", "a trailing blank", "an invisible
+/// character (U+200B)". Returns "" if everything is visible.
 std::string hiddenFault(const std::string& text);
 
 } // namespace sysconfctl

@@ -30,8 +30,8 @@ std::string parseAddress(const std::string& text) {
         return *std::move(address);
     }
     if (text.find('%') != std::string::npos) {
-        throw UsageError(fmt::format("--local-address: {} is no IPv4 or IPv6 address; addresses of "
-                                     "the host come without a scope (%...)",
+        throw UsageError(fmt::format("--local-address: {} is not an IPv4 or IPv6 address; host "
+                                     "addresses have no scope (%...)",
                                      shellWord(text)));
     }
     const Candidates candidates = deployed::addresses();
@@ -41,7 +41,7 @@ std::string parseAddress(const std::string& text) {
         known.emplace_back(candidate.text);
     }
     const std::string near = suggestion(text, known);
-    throw UsageError(fmt::format("--local-address: {} is no IPv4 or IPv6 address{}",
+    throw UsageError(fmt::format("--local-address: {} is not an IPv4 or IPv6 address{}",
                                  shellWord(text),
                                  near.empty() ? "" : didYouMean({shellWord(near)})));
 }

@@ -6,7 +6,8 @@
 
 namespace sysconfctl {
 
-/// The address as the host lists its own; nothing if the text is no IPv4 or IPv6 address.
+/// The address in the form in which the host lists its own; unset if the text is not an IPv4 or
+/// IPv6 address.
 std::optional<std::string> canonicalAddress(const std::string& text);
 
 /// Parses an IPv4 or IPv6 address. Returns it as the host lists its own addresses: an IPv6 address

@@ -132,7 +132,7 @@ private:
                                          : fmt::format("sysconfctl {}", given->second->name);
     }
 
-    /// What is wrong with the first word that the command does not take.
+    /// The error message for the first word that the command does not accept.
     std::string extraWord() const {
         const std::vector<std::string> rest = m_app.remaining(true);
         const std::string word = rest.empty() ? "" : unguarded(rest.front());
@@ -192,7 +192,7 @@ private:
         } else if (row.operands == Operands::Environments) {
             app.add_option("A", m_environmentA, "Env file, or directory of a node or deployment")
                 ->type_name("");
-            app.add_option("B", m_environmentB, "The same, to compare it with")->type_name("");
+            app.add_option("B", m_environmentB, "Environment to compare it with")->type_name("");
             app.add_option("QUERY", m_options.queries,
                            "Queries to compare, arguments in the same word; default: all")
                 ->type_name("");
@@ -360,7 +360,7 @@ private:
         }
     }
 
-    /// Each process takes the place of an operand.
+    /// Each process replaces an operand.
     void setEnvironments(const CommandRow& row) {
         if (m_options.envFile) {
             throw UsageError(fmt::format("{} compares the environments A and B and takes no "

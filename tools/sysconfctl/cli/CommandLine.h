@@ -24,11 +24,11 @@ struct Options {
     bool noPager = false;
     std::string query;
     std::vector<std::string> arguments;
-    /// The processes to compare, before the other environments.
+    /// The processes to compare; they precede the other environments.
     std::vector<std::string> pids;
     /// The environments to compare: env files and directories.
     std::vector<std::string> environments;
-    /// The queries to watch or compare, each with its arguments in one word; empty: all.
+    /// The queries to watch or compare, each in one word with its arguments; empty: all.
     std::vector<std::string> queries;
     /// What to look for: an address, the id of a node, a tag.
     std::string word;
@@ -41,7 +41,7 @@ struct Options {
     bool all = false;
     /// Show every step of an explanation.
     bool verbose = false;
-    /// Warnings change the exit status, too.
+    /// Warnings also change the exit status.
     bool strict = false;
     /// Files and folders to check; empty: those of the environment.
     std::vector<std::string> paths;

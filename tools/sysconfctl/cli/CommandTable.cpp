@@ -97,7 +97,7 @@ const std::vector<OptionRow>& optionTable() {
         {Option::NoPager, "--no-pager", "", "",
          "Write long output directly to a terminal, not through a pager"},
         {Option::LocalAddress, "--local-address", "", "ADDRESS",
-         "Address of the host, in place of those that it has; repeatable", true},
+         "Address of the host, instead of its real ones; repeatable", true},
         {Option::Tenancy, "--tenancy", "", "TENANCY",
          "Only nodes of that tenancy; repeatable: of any of them", true},
         {Option::Role, "--role", "", "ROLE",
@@ -111,7 +111,7 @@ const std::vector<OptionRow>& optionTable() {
         {Option::List, "--list", "", "", "List all queries with their arguments"},
         {Option::All, "--all", "", "", "Every query"},
         {Option::Verbose, "--verbose", "-v", "", "Show all steps, with JSON pointers"},
-        {Option::Strict, "--strict", "", "", "End with 4 when there are warnings only"},
+        {Option::Strict, "--strict", "", "", "Exit with 4 if there are only warnings"},
         {Option::Ignore, "--ignore", "", "NAME", "Leave out the findings of that name; repeatable",
          true},
         {Option::Notes, "--notes", "", "", "List notes, too"},
@@ -125,14 +125,14 @@ const std::vector<StatusRow>& statusTable() {
     static const std::vector<StatusRow> table = {
         {0, "answered; no difference (diff); no errors (check); ended by Ctrl-C or\n"
             "SIGTERM (watch)"},
-        {1, "no answer: the library gives an empty text or -1 (get, explain), no variable\n"
+        {1, "no answer: the library returns an empty text or -1 (get, explain), no variable\n"
             "leads to a configuration (show), there is no such node (nodes, map), or\n"
             "nothing that draws (map); different (diff); nowhere (who)"},
         {2, "bad usage; the answer is a secret, and --reveal-secrets is not given (get)"},
         {3, "the library threw; errors found (check)"},
         {4, "warnings found, no errors (check --strict)"},
-        {70, "output could not be written, or a fault of this tool: what it explains\n"
-             "is not what the library answers (explain)"},
+        {70, "output could not be written, or an internal error, such as an\n"
+             "explanation that does not match the library's answer (explain)"},
     };
     return table;
 }
@@ -141,10 +141,10 @@ const std::vector<VariableRow>& variableTable() {
     static const std::vector<VariableRow> table = {
         {"APP_CONF_FILE", "the application configuration file", true},
         {"PROCESS_INSTANCE_ID", "the key of the process in it", true},
-        {"APP_ROOT", "leads to the node list", true},
-        {"TOLM_ROOT", "leads to the list of all nodes", true},
-        {"NO_EM_CLIENT", "switches change events off", true},
-        {"NO_EM_CLIENT_CONSUMER", "switches change events off", true},
+        {"APP_ROOT", "the root directory of the node list", true},
+        {"TOLM_ROOT", "the root directory of the list of all nodes", true},
+        {"NO_EM_CLIENT", "disables change events", true},
+        {"NO_EM_CLIENT_CONSUMER", "disables change events", true},
         {"SYSCONF_EVENT_QUIET_MS", "milliseconds without a change before an event", true},
         {"NO_COLOR", "no colour"},
         {"COLUMNS", "width of tables"},

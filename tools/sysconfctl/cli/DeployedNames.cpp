@@ -51,7 +51,7 @@ Candidates memberCandidates(const SourceFile& file, const char* name) {
     return candidates;
 }
 
-/// The texts that nodes have in these fields.
+/// The values of these fields in all nodes.
 std::set<std::string> textsOfNodes(std::initializer_list<std::string Listed::*> fields) {
     std::set<std::string> texts;
     for (const ClusterNode& node : keepUntilExit(clusterOf(keepUntilExit(readSources()))).nodes) {

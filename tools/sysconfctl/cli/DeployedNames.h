@@ -15,7 +15,7 @@ using Candidates = std::vector<Candidate>;
 /// cannot be read or parsed has no names.
 namespace deployed {
 
-/// Applies the environment options of the line to this process. To be called first.
+/// Applies the environment options of the line to this process. Must be called first.
 /// @throws UsageError if the environment file cannot be read or an option is malformed.
 void applyEnvironmentOf(const PartialCommandLine& line);
 

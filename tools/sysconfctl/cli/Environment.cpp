@@ -80,8 +80,8 @@ bool isKnown(std::string_view variable) {
     return std::find(names.begin(), names.end(), variable) != names.end();
 }
 
-/// @param place The line of an environment file. Such files may be meant for other programs, too,
-///   so only what is nearly a variable of the library is rejected.
+/// @param place The line of an environment file. Other programs may use the file too, so an unknown
+///   variable is rejected only if its name resembles one of the library.
 void rejectMisspelt(const std::string& variable, const std::string& place) {
     constexpr std::size_t kMostEdits = 2;
     const std::string near = suggestion(variable, knownVariables(true), kMostEdits);

@@ -28,7 +28,7 @@ std::vector<Assignment> parseEnvFile(const std::string& text, const std::string&
 /// @throws UsageError if it cannot be read or is malformed.
 std::vector<Assignment> readEnvFile(const std::string& path);
 
-/// Sets the environment of this process to that of the process to ask about.
+/// Sets the environment of this process to that of the process in question.
 ///
 /// An environment file is the whole configuration of a process: `APP_CONF_FILE`,
 /// `PROCESS_INSTANCE_ID`, `APP_ROOT` and `TOLM_ROOT` are unset if it does not set them. A relative
@@ -39,7 +39,7 @@ std::vector<Assignment> readEnvFile(const std::string& path);
 void applyEnvironment(const std::optional<std::string>& envFile,
                       const std::vector<std::string>& sets);
 
-/// Whether all variables that lead to the configuration of a process are unset or empty.
+/// Whether all variables that locate the configuration of a process are unset or empty.
 bool nothingIsSet();
 
 } // namespace sysconfctl

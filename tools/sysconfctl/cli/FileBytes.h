@@ -5,7 +5,7 @@
 
 namespace sysconfctl {
 
-/// Reads the whole file, of whatever type.
+/// Reads the whole file, which need not be a regular file.
 /// @throws std::system_error if it cannot be read.
 std::string readBytes(const std::string& path);
 

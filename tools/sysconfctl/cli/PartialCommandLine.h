@@ -18,7 +18,7 @@ public:
     explicit PartialCommandLine(const std::vector<std::string>& words);
 
     const CommandRow* command = nullptr;
-    /// The word in the place of the command is not a command.
+    /// The first word that is not an option is not a known command.
     bool commandUnknown = false;
     std::vector<std::string> operands;
     /// The option that expects its value next.

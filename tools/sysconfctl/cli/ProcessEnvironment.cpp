@@ -38,7 +38,7 @@ std::string procPath(const std::string& pid, const char* name) {
 
 [[noreturn]] void failWithoutEnvironment(const std::string& pid) {
     throw UsageError(fmt::format("--pid: process {} has no environment: it has ended, or it is a "
-                                 "thread of the kernel",
+                                 "kernel thread",
                                  pid));
 }
 
@@ -56,7 +56,7 @@ std::string procPath(const std::string& pid, const char* name) {
                                  refused ? "; run sysconfctl as its user or as root" : ""));
 }
 
-/// A process that has ended, and a thread of the kernel, have neither.
+/// A process that has ended and a kernel thread have no program.
 void verifyAlive(const std::string& pid) {
     std::error_code error;
     const fs::path program = fs::read_symlink(procPath(pid, "exe"), error);
@@ -65,14 +65,14 @@ void verifyAlive(const std::string& pid) {
     }
 }
 
-/// The paths of a process with another root directory lead elsewhere.
+/// In a process with another root directory, the same paths name other files.
 void verifyRoot(const std::string& pid) {
     struct stat own {};
     struct stat its {};
     if (::stat("/", &own) == 0 && ::stat(procPath(pid, "root").c_str(), &its) == 0 &&
         (own.st_dev != its.st_dev || own.st_ino != its.st_ino)) {
         throw UsageError(fmt::format("--pid: process {} has another root directory, so its paths "
-                                     "lead to other files; run sysconfctl there, for example with "
+                                     "refer to other files; run sysconfctl there, for example with "
                                      "nsenter --target {} --all",
                                      pid, pid));
     }

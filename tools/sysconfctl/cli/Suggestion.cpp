@@ -41,11 +41,11 @@ std::vector<std::string> partsOf(std::string_view name) {
     return parts;
 }
 
-/// Candidates that have all parts of the word, those with fewest parts first.
+/// Candidates that contain all parts of the word, those with fewest parts first.
 std::vector<std::string> withParts(std::string_view word,
                                    const std::vector<std::string_view>& candidates,
                                    std::size_t edits) {
-    constexpr std::size_t kShortest = 4; // of a part that may have a wrong letter
+    constexpr std::size_t kShortest = 4; // shortest part that may have a wrong letter
     const std::vector<std::string> wanted = partsOf(word);
     std::vector<std::pair<std::size_t, std::string>> found;
     for (const std::string_view candidate : candidates) {

@@ -11,14 +11,14 @@ namespace sysconfctl {
 /// Returns the candidate with the smallest edit distance to `word`, or "" if none is near enough
 /// for its length.
 std::string suggestion(std::string_view word, const std::vector<std::string_view>& candidates);
-/// The same with at most that many edits.
+/// Likewise, with at most the given number of edits.
 std::string suggestion(std::string_view word, const std::vector<std::string_view>& candidates,
                        std::size_t edits);
 
-/// Returns at most three candidates that are likely meant: those that have all parts of the word
-/// ("service-ip" in "local-service-ip"; parts end at "-", "_" and before a capital letter), those
-/// with fewest other parts first; else the suggestion; else those that have all parts, one letter
-/// of each wrong.
+/// Returns at most three candidates that are likely meant. Candidates that contain all parts of the
+/// word take precedence, those with fewest other parts first: "service-ip" in "local-service-ip";
+/// parts end at "-", at "_" and before a capital letter. If there are none, returns the suggestion,
+/// or else the candidates that contain all parts with one wrong letter each.
 std::vector<std::string> nearMatches(std::string_view word,
                                      const std::vector<std::string_view>& candidates);
 

@@ -5,7 +5,7 @@
 
 namespace sysconfctl {
 
-/// The request of the user is invalid. The message is shown to the user; values in it are quoted.
+/// An invalid request of the user. The message is shown to the user; values in it are quoted.
 struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };

@@ -12,9 +12,9 @@ ExitStatus runShow(const Options& options);
 /// Prints one answer.
 ExitStatus runGet(const Options& options);
 
-/// Shows all answers, then each change, until SIGINT, SIGTERM or SIGHUP. Reports first on standard
-/// error whether there is a subscription to changes. Without one, only the answers that the library
-/// reads from the files on every call can change.
+/// Shows all answers, then each change, until SIGINT, SIGTERM or SIGHUP. First reports on standard
+/// error whether change events are subscribed. Without a subscription, only answers that the
+/// library reads from the files on every call can change.
 ExitStatus runWatch(const Options& options);
 
 /// Explains one answer, or all.
@@ -27,7 +27,7 @@ ExitStatus runDiff(const Options& options);
 /// @throws UsageError if there is none.
 ExitStatus runWho(const Options& options);
 
-/// Reports what is wrong with the files and the environment. Changes nothing.
+/// Reports what is wrong with the files and the environment, without changing them.
 ExitStatus runCheck(const Options& options);
 
 /// Lists the nodes of both lists. Files that do not load are reported on standard error.

@@ -20,11 +20,11 @@
 namespace sysconfctl {
 namespace {
 
-/// An explanation beside what the library answered.
+/// An explanation and the library's answer.
 struct Explained {
     Explanation explanation;
     Reply reply;
-    /// Unset if the library was not asked, because it cannot know the addresses of another host.
+    /// Unset if the library was not called because addresses of another host were given.
     std::optional<bool> agreed = std::nullopt;
 
     bool disagreed() const { return agreed && !*agreed; }
@@ -177,8 +177,8 @@ std::vector<Explained> predicted(const Prediction& prediction, const Options& op
     return all;
 }
 
-/// Explains over sources that did not change meanwhile, as far as that can be had: files that are
-/// being written are read again, and the library loads anew.
+/// Explains the answers and calls the library. If they disagree and the files have changed in
+/// between, repeats with the new files, up to `kAttempts` times.
 std::vector<Explained> explainedAtOnce(const Options& options, Sources& sources) {
     constexpr int kAttempts = 3;
     for (int attempt = 1;; ++attempt) {
@@ -213,9 +213,10 @@ ExitStatus report(const std::vector<Explained>& all, const Options& options) {
     }
     for (const Explained& one : all) {
         if (one.disagreed()) {
-            reportError(diagnostic::kInternal,
-                        one.explanation.label() +
-                            ": internal error: what is explained is not what the library answers");
+            reportError(
+                diagnostic::kInternal,
+                one.explanation.label() +
+                    ": internal error: the explanation does not match the library's answer");
             status = ExitStatus::Internal;
         }
     }

@@ -71,7 +71,7 @@ std::string plainList() {
     return text;
 }
 
-/// The library's answer, or that which it would give on a host with the given addresses.
+/// The library's answer, or its predicted answer on a host with the given addresses.
 Reply answerTo(const Question& question, const Options& options) {
     if (!options.localAddresses.empty()) {
         return Prediction(options.localAddresses).ask(question, options.revealSecrets);
@@ -80,7 +80,8 @@ Reply answerTo(const Question& question, const Options& options) {
     return ask(*question.query, question.arguments, options.revealSecrets);
 }
 
-/// Why a masked answer is not printed: a script would take the mask for the answer.
+/// The error message for a masked answer. The mask is not printed: a script would take it for the
+/// answer.
 std::string refusal(const Reply& reply) {
     const std::string label = reply.label();
     return std::holds_alternative<Json::Value>(reply.answer.value)

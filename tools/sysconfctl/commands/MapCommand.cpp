@@ -13,7 +13,7 @@
 namespace sysconfctl {
 namespace {
 
-/// A terminal gets a table unless a format is given: drawings are for other programs.
+/// On a terminal the default is a table: the drawing formats are input for other programs.
 constexpr const char* kHowToDraw =
     "\nto draw it: sysconfctl map -o svg >map.svg, or -o dot, mermaid\n";
 

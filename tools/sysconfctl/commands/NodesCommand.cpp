@@ -137,7 +137,7 @@ Json::Value array(const std::vector<std::string>& texts) {
     return value;
 }
 
-/// One id a line.
+/// One id per line.
 std::string names(const Cluster& cluster) {
     std::string text;
     for (const ClusterNode& node : cluster.nodes) {

@@ -17,11 +17,11 @@
 namespace sysconfctl {
 namespace {
 
-/// Nobody finds a node in a larger picture, and the time of Graphviz grows faster than their
-/// number.
+/// The most nodes that are drawn. A larger picture is unreadable, and Graphviz's run time grows
+/// faster than linearly.
 constexpr std::size_t kMostDrawn = 200;
 
-/// Draws the deployment, or says why not.
+/// Adds the picture, or the reason why there is none.
 void addPicture(PageContents& contents, const Cluster& cluster) {
     if (cluster.nodes.empty()) {
         contents.noPicture = "there is no node";

@@ -22,13 +22,15 @@
 namespace sysconfctl {
 namespace {
 
-/// Answers that are read from the files on every call also change without an event.
+/// Polling is necessary because answers that are read from the files on every call change without
+/// an event.
 constexpr int kPollInterval = 1000; // milliseconds
-/// The library may apply a change only after the tool's own event has arrived, so the next poll
+/// The library may apply a change shortly after the tool has received the event, so the next poll
 /// follows soon.
 constexpr int kPollIntervalAfterEvent = 100;
 
-/// Makes the library subscribe, which it does on first use. Every reply reports its exception.
+/// Makes the library subscribe, which it does on first use. An exception is ignored here: each
+/// reply reports it.
 void useLibrary() {
     try {
         library::reader();
@@ -48,7 +50,7 @@ void reportSubscription(const Events& events) {
 }
 
 /// Waits for an event or for the next poll.
-/// @return False after a signal to end.
+/// @return False if a termination signal has arrived.
 /// @throws OutputClosed if the reader of the output has closed it.
 bool waitForNextPoll(const EndSignals& signals, Events& events, bool& event) {
     std::array<pollfd, 3> ready = {pollfd{signals.descriptor(), POLLIN, 0},
@@ -118,8 +120,8 @@ public:
         const std::vector<Cause> causes =
             found.empty() ? std::vector<Cause>{} : m_causes.ofChanges();
         std::string text;
-        // A loaded answer changes later than its file, so its cause is repeated, unless it was
-        // written last. In JSON each change has its causes.
+        // A loaded answer changes later than its file, so the cause is written again unless it was
+        // the last one written. In JSON each change contains its causes.
         const bool repeated =
             m_options.format != Format::Json && latest.empty() && !m_causesWrittenLast;
         for (const Cause& cause : repeated ? causes : latest) {

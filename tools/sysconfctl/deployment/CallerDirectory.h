@@ -4,11 +4,11 @@
 #include <filesystem>
 #include <string>
 
-/// The tool works in the directory of the process that it examines, but the paths that it shows,
-/// and those that the user writes, start at the directory in which the tool was started.
+/// The tool changes to the working directory of the process that it examines. Paths in its output
+/// and on its command line remain relative to the directory in which the tool was started.
 namespace sysconfctl {
 
-/// Changes the working directory. Returns 0 or the error number.
+/// Changes the working directory. Returns 0 or errno.
 int enterDirectory(const std::string& path);
 /// Changes it back; does nothing if it was not changed.
 void returnToCallerDirectory();
@@ -16,9 +16,10 @@ void returnToCallerDirectory();
 /// The directory in which the tool was started; empty if it has been removed.
 std::filesystem::path callerDirectory();
 
-/// A path that starts at the working directory, as it can be used in the directory of the caller.
+/// Converts a path relative to the working directory into one that is valid in the caller's
+/// directory.
 std::string pathForCaller(const std::string& path);
-/// A path that starts at the directory of the caller, as it can be used in any.
+/// Converts a path relative to the caller's directory into one that is valid in any directory.
 std::string pathOfCaller(const std::string& path);
 
 } // namespace sysconfctl

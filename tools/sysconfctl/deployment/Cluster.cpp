@@ -15,7 +15,7 @@ namespace {
 
 namespace rules = Quarncommon::rules;
 
-/// An answer of a rule, "" where a value of the wrong type gives none.
+/// Returns the result of a rule, or "" if the rule throws because of a value of the wrong type.
 template <typename Rule>
 std::string orNothing(Rule rule) {
     try {
@@ -58,7 +58,7 @@ void addList(std::map<std::string, ClusterNode>& nodes, const SourceFile& file,
     }
 }
 
-/// A copy without the addresses: they are the bulk of a node, and its role does not depend on them.
+/// A copy without the addresses, which are most of a node's size and do not affect its role.
 Json::Value withoutAddresses(const Json::Value& node) {
     if (!node.isObject()) {
         return node;
@@ -72,9 +72,8 @@ Json::Value withoutAddresses(const Json::Value& node) {
     return copy;
 }
 
-/// Splits a node list into one list for each tenancy, so that looking for the roles of all
-/// tenancies visits each node once. The nodes from the first one on whose tenancy has a wrong type
-/// are left out: the rule stops there, whichever tenancy it looks for.
+/// Splits a node list by tenancy, so that finding the roles of all tenancies visits each node once.
+/// Stops at the first node whose tenancy has the wrong type, as the rule does for every tenancy.
 std::map<std::string, Json::Value> listsByTenancy(const Json::Value& list) {
     std::map<std::string, Json::Value> lists;
     Quarncommon::runDroppingExceptions([&] {
@@ -91,7 +90,7 @@ void markRoles(std::map<std::string, ClusterNode>& nodes, const SourceFile& mana
     for (const auto& list : listsByTenancy(manager.tree)) {
         std::string master;
         std::string standby;
-        // Ids that are found before a value of a wrong type are used.
+        // The rule throws at a value of the wrong type. Ids that it found before are used.
         Quarncommon::runDroppingExceptions([&] {
             rules::findMasterAndStandby(rules::Node(list.second), list.first, master, standby);
         });

@@ -14,7 +14,7 @@ struct Address {
     std::vector<std::string> tags;
 };
 
-/// A node as one list describes it.
+/// A node as described by one list.
 struct Listed {
     bool present = false;
     std::string role;
@@ -37,7 +37,7 @@ struct ClusterNode {
     bool isStandby = false; ///< the standby of its tenancy there
     std::string standsInFor;
 
-    /// The entry of the node list, else that of the manager node list.
+    /// The entry in the node list or, if there is none, in the manager node list.
     const Listed& listing() const { return nodeList.present ? nodeList : managerNodeList; }
     /// "this", "master", "standby", "stands in for n1".
     std::vector<std::string> marks() const;
@@ -51,18 +51,18 @@ struct Cluster {
     std::string thisNodeId;
     std::string floatNodeId;
     std::string tenancy;
-    /// In ascending order of their ids, unless they are sorted otherwise.
+    /// In ascending order of ids until sortNodes() is called.
     std::vector<ClusterNode> nodes;
     /// Why files do not load; one line for each file.
     std::vector<std::string> troubles;
 
-    /// The node of that id, or null. Not to be called after sorting otherwise.
+    /// The node with that id, or null. Must not be called after sortNodes().
     const ClusterNode* node(const std::string& id) const;
 };
 
 /// An address entry, which must be an object.
 Address addressOf(const Json::Value& entry);
-/// The address entries of a node entry; those that are no objects are skipped.
+/// The address entries of a node entry. Entries that are not objects are skipped.
 std::vector<Address> addressesOf(const Json::Value& node);
 
 Cluster clusterOf(const Sources& sources);

@@ -12,7 +12,7 @@ std::string kindOf(const Json::Value& value) {
     case Json::stringValue:
         return "a text";
     case Json::booleanValue:
-        return "a truth value";
+        return "a boolean";
     case Json::arrayValue:
         return "an array";
     case Json::objectValue:

@@ -6,8 +6,8 @@
 
 namespace sysconfctl {
 
-/// Moves the value to storage that is never freed, because the process ends soon: freeing the trees
-/// of large node lists would take a sixth of the run time of a command.
+/// Moves the value to storage that is never freed. The process ends soon, and freeing the trees of
+/// large node lists would take a sixth of a command's run time.
 template <typename Value>
 Value& keepUntilExit(Value value) {
     static auto& kept = *new std::deque<Value>;

@@ -29,7 +29,7 @@ rules::ReaderValues Values::ofReader() {
 
 std::map<std::string, std::string> serviceAddressesOf(const SourceFile& list) {
     std::map<std::string, std::string> services;
-    // What was found before a value that the rule cannot take counts.
+    // The rule throws at a value of the wrong type. Addresses that it found before are used.
     if (list.loads) {
         Quarncommon::runDroppingExceptions(
             [&] { rules::collectServiceAddresses(rules::Node(list.tree), services); });
@@ -70,7 +70,8 @@ bool Loaded::run(LoadStep step, const SourceFile& file, Load load) {
 }
 
 void Loaded::loadReader(const Sources& sources) {
-    // A value of the wrong type ends all of it, the node list's part included.
+    // A value of the wrong type in the app config file ends the whole load, including the node
+    // list.
     if (!run(LoadStep::AppConfig, sources.appConfig, [&](const rules::TracedNode& root) {
             rules::loadAppConfig(root, sources.instance.text(), m_values.ofReader());
         })) {

@@ -12,7 +12,7 @@
 
 namespace sysconfctl {
 
-/// Where a load went no further: the value that it could not take.
+/// The value of the wrong type at which a load stopped.
 struct Stop {
     const SourceFile* file = nullptr;
     located::Path path;
@@ -20,7 +20,7 @@ struct Stop {
     Quarncommon::rules::TypeMismatch mismatch;
 };
 
-/// What the library's singletons keep of a load.
+/// The values that the library's singletons keep from a load.
 struct Values {
     std::map<std::string, Json::Value> databases;
     std::string maintenanceIp;
@@ -43,30 +43,30 @@ struct Values {
     std::string masterInternalIp;
     std::string standbyInternalIp;
 
-    /// What a load of SysConfReader assigns to.
+    /// The variables that a load of SysConfReader assigns.
     Quarncommon::rules::ReaderValues ofReader();
 };
 
-/// The steps of the two loaders. Each one ends at the first value that it cannot take, keeping what
-/// it has not set.
+/// The steps of the two loaders. Each step stops at the first value of the wrong type; variables
+/// that it has not assigned keep their values.
 enum class LoadStep { AppConfig, NodeList, RoleNodeId, LocalIp, Tenancy, Roles, RoleIps };
 
-/// A load of the library over given sources: the library's own steps, with a trace.
+/// Loads given sources as the library does: runs the library's own steps, with a trace.
 class Loaded {
 public:
-    /// One more load, over the values of the one before.
+    /// Loads the sources. Values from an earlier load remain where this one assigns none.
     void load(const Sources& sources);
 
     const Values& values() const { return m_values; }
-    /// What ended a step, null when it came to its end.
+    /// The value that stopped a step; null if the step was completed.
     const Stop* stop(LoadStep step) const;
-    /// Whether a step has read the value at that path.
+    /// Whether a step has read the value at the path.
     bool hasRead(LoadStep step, const located::Path& path) const;
-    /// The service addresses of the nodes that a standby node may stand in for.
+    /// The service addresses, by node id, of the nodes that a standby may replace.
     const std::map<std::string, std::string>& serviceAddresses() const { return m_services; }
 
 private:
-    /// Runs a step over a file that loads; whether it came to its end.
+    /// Runs a step if the file loads. Returns false if a value of the wrong type stopped it.
     template <typename Load>
     bool run(LoadStep step, const SourceFile& file, Load load);
     void loadReader(const Sources& sources);
@@ -78,7 +78,7 @@ private:
     std::map<LoadStep, std::set<located::Path>> m_reads;
 };
 
-/// What getSourceNodeId finds: the node ids with their service addresses.
+/// The service addresses that getSourceNodeId() reads, by node id.
 std::map<std::string, std::string> serviceAddressesOf(const SourceFile& list);
 
 } // namespace sysconfctl

@@ -80,7 +80,7 @@ void appendUnknown(std::vector<std::string>& sentences, const Cluster& cluster,
     }
 }
 
-/// Compares runs of digits by their value.
+/// Compares runs of digits by their numeric value.
 bool comesBefore(std::string_view left, std::string_view right) {
     const auto takeNumber = [](std::string_view& text) {
         const std::size_t end = std::min(text.find_first_not_of("0123456789"), text.size());

@@ -11,19 +11,19 @@ namespace sysconfctl {
 
 /// Which nodes to list. Empty lists accept every node.
 struct NodeFilter {
-    /// Any of them.
+    /// Accepts nodes of any of these tenancies.
     std::vector<std::string> tenancies;
-    /// Any of them, as hostType or domain_node_type, in any case.
+    /// Accepts nodes with any of these as hostType or domain_node_type; case-insensitive.
     std::vector<std::string> roles;
-    /// All of them, in any case.
+    /// Accepts nodes with all of these tags; case-insensitive.
     std::vector<std::string> tags;
-    /// None of them, in any case.
+    /// Accepts nodes with none of these tags; case-insensitive.
     std::vector<std::string> missingTags;
 };
 
-/// Returns the sentences about values that no node has, so that no node is accepted.
+/// Returns a sentence for each value that no node has. With such a value no node is accepted.
 std::vector<std::string> unknownValues(const Cluster& cluster, const NodeFilter& filter);
-/// The same about missing tags that no node has, so that they exclude no node.
+/// Returns a sentence for each of `missingTags` that no node has. Such a tag excludes no node.
 std::vector<std::string> unknownMissingTags(const Cluster& cluster, const NodeFilter& filter);
 
 /// Removes the nodes that the filter does not accept.
@@ -32,8 +32,8 @@ void keepAccepted(Cluster& cluster, const NodeFilter& filter);
 /// The fields by which nodes can be sorted.
 std::vector<std::string_view> sortFields();
 
-/// Sorts by a field, numbers in texts by their value; nodes without it come last. Nodes with the
-/// same value keep their order.
+/// Sorts nodes by a field. Runs of digits are compared by their numeric value. Nodes without the
+/// field come last. The sort is stable.
 void sortNodes(Cluster& cluster, std::string_view field);
 
 } // namespace sysconfctl

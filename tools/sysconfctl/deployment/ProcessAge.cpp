@@ -47,15 +47,15 @@ std::uint64_t now(clockid_t clock) {
     return nanoseconds(time);
 }
 
-/// The start of a process in nanoseconds since the boot, rounded down to clock ticks.
+/// The start time of a process in nanoseconds since boot, rounded down to a clock tick.
 std::optional<std::uint64_t> startSinceBoot(const std::string& pid) {
     std::ifstream file("/proc/" + pid + "/stat");
     const std::string text{std::istreambuf_iterator<char>(file), {}};
-    const std::size_t name = text.rfind(')'); // the name of the program may contain anything
+    const std::size_t name = text.rfind(')'); // the program's name may contain any character
     if (name == std::string::npos) {
         return std::nullopt;
     }
-    // Field 22 of proc(5); the first one after the name is 3.
+    // The start time is field 22 of proc(5); the first field after the name is field 3.
     constexpr int kFieldsBefore = 19;
     std::istringstream fields(text.substr(name + 1));
     std::string skipped;
@@ -69,7 +69,7 @@ std::optional<std::uint64_t> startSinceBoot(const std::string& pid) {
     return ticks * (kNanoseconds / static_cast<std::uint64_t>(::sysconf(_SC_CLK_TCK)));
 }
 
-/// The last change of a file, of its name or of the link that leads to it.
+/// The latest mtime or ctime of a file and, if the path is a symbolic link, of the link.
 std::uint64_t lastChange(const std::string& path) {
     std::uint64_t last = 0;
     for (const auto status : {&::stat, &::lstat}) {
@@ -81,7 +81,7 @@ std::uint64_t lastChange(const std::string& path) {
     return last;
 }
 
-/// A socket that is closed in the end.
+/// A netlink socket; closed by the destructor.
 struct Socket {
     Socket() : descriptor(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE)) {}
     ~Socket() {
@@ -106,7 +106,7 @@ bool requestAddresses(const Socket& socket) {
            ::send(socket.descriptor, &request, sizeof request, 0) == sizeof request;
 }
 
-/// The address in a message, if it was added later.
+/// The address in a message, if it was added after the given time.
 std::optional<std::string> addedAfter(std::uint64_t centiseconds, const nlmsghdr* header) {
     const auto* const message = static_cast<const ifaddrmsg*>(NLMSG_DATA(header));
     int length = static_cast<int>(IFA_PAYLOAD(header));
@@ -114,7 +114,7 @@ std::optional<std::string> addedAfter(std::uint64_t centiseconds, const nlmsghdr
     std::uint64_t added = 0;
     for (const rtattr* attribute = IFA_RTA(message); RTA_OK(attribute, length);
          attribute = RTA_NEXT(attribute, length)) {
-        // Of a point-to-point interface, IFA_ADDRESS is that of the other end.
+        // On a point-to-point interface, IFA_ADDRESS is the peer's address.
         if (attribute->rta_type == IFA_LOCAL ||
             (attribute->rta_type == IFA_ADDRESS && address == nullptr)) {
             address = RTA_DATA(attribute);
@@ -130,7 +130,7 @@ std::optional<std::string> addedAfter(std::uint64_t centiseconds, const nlmsghdr
     return text.data();
 }
 
-/// Service addresses that were added later.
+/// A sentence for each service address that was added to the host after the given time.
 std::vector<std::string> newServiceAddresses(std::uint64_t start) {
     std::vector<std::string> sentences;
     constexpr std::uint64_t kCentisecond = kNanoseconds / 100;
@@ -187,10 +187,10 @@ std::vector<std::string> newerThanProcess(const std::string& pid, bool withAddre
     if (!started) {
         return {};
     }
-    // The kernel rounds the start of a process down to a tick.
+    // The kernel rounds the start time down to a tick, so a tick is added.
     const std::uint64_t start =
         *started + kNanoseconds / static_cast<std::uint64_t>(::sysconf(_SC_CLK_TCK));
-    // In this order, a delay between the calls makes the start later, not earlier.
+    // Read in this order, a delay between the calls makes the computed start later, not earlier.
     const std::uint64_t uptime = now(CLOCK_BOOTTIME);
     const std::uint64_t boot = now(CLOCK_REALTIME) - uptime;
     std::vector<std::string> sentences;

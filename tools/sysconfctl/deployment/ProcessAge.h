@@ -7,14 +7,14 @@
 
 namespace sysconfctl {
 
-/// The addresses that were added to this host later than that, in hundredths of a second since its
-/// boot. Addresses that were removed are unknown, and so is everything where the kernel does not
-/// keep the times.
+/// Returns the addresses that were added to this host after the given time, in hundredths of a
+/// second since boot. Removed addresses are not detected. Returns nothing if the kernel does not
+/// record the times.
 std::vector<std::string> addressesAddedAfter(std::uint64_t centiseconds);
 
-/// What a process that starts now finds, but the running process did not find at its start, one
-/// sentence each: the configuration files of the current environment that are newer than it, the
-/// service addresses that were added later, and that it has other addresses.
+/// Returns one sentence for each difference between what a process that starts now finds and what
+/// the running process found at its start: configuration files of the current environment that
+/// changed later, service addresses that were added later, another network namespace.
 /// @param withAddresses Whether the addresses of the host matter.
 std::vector<std::string> newerThanProcess(const std::string& pid, bool withAddresses);
 

@@ -9,7 +9,7 @@
 
 namespace sysconfctl {
 
-/// Stores what a rule reports.
+/// Stores the events that a rule reports.
 class Recorder : public Quarncommon::rules::Trace {
 public:
     void report(const Quarncommon::rules::TraceEvent& event) override { events.push_back(event); }
@@ -17,7 +17,8 @@ public:
     std::vector<Quarncommon::rules::TraceEvent> events;
 };
 
-/// Stores which values a step of a load has read, and the one that ended it, if one did.
+/// Stores the paths of the values that a load step has read, and the value of the wrong type that
+/// stopped it, if any.
 class LoadRecorder : public Quarncommon::rules::Trace {
 public:
     explicit LoadRecorder(std::set<Quarncommon::rules::Path>& reads) : m_reads(reads) {}

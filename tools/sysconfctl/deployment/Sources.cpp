@@ -25,7 +25,7 @@ namespace {
 namespace config = Quarncommon::config;
 
 Variable variable(const char* name) {
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody changes the environment any more.
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): the environment no longer changes.
     const char* const value = std::getenv(name);
     return {name, value != nullptr ? std::optional<std::string>(value) : std::nullopt};
 }
@@ -100,7 +100,7 @@ std::string SourceFile::trouble() const {
     if (const auto& error = document.error()) {
         return fmt::format("{}: {}", where(error->offset), error->sentence);
     }
-    return fmt::format("{}: the JSON library refuses it", path);
+    return fmt::format("{}: the JSON library rejects it", path);
 }
 
 SourceFile readAppConfig() {

@@ -15,37 +15,37 @@
 
 namespace sysconfctl {
 
-/// An environment variable as it was found.
+/// An environment variable at the time of reading.
 struct Variable {
     std::string name;
     std::optional<std::string> value;
 
-    /// What the library reads: an unset variable counts as empty.
+    /// The value as the library reads it: "" if unset.
     std::string text() const { return value.value_or(""); }
 };
 
-/// One of the library's files as it was found: read once, so that its tree and the places in it are
-/// those of one text.
+/// One of the library's files. It is read once, so that `tree` and `document` are parsed from the
+/// same text.
 struct SourceFile {
     std::string_view title;
     Variable variable;
     std::string path;
-    /// Why there is no text; empty when there is one.
+    /// Why the file could not be read; empty if it was read.
     std::string unreadable;
-    /// The error number of that; 0 if it has none.
+    /// The errno of the failed read; 0 if there is none.
     int errorNumber = 0;
     located::Document document{""};
-    /// Whether the library's reader accepts the text; `tree` is null if not.
+    /// Whether the library's reader accepts the text. If it does not, `tree` is null.
     bool loads = false;
     Json::Value tree;
 
     /// "path:line:column".
     std::string where(std::size_t offset) const;
-    /// Why the file does not load, with the place; empty when it does.
+    /// Why and where the file does not load; empty if it loads.
     std::string trouble() const;
 };
 
-/// All that the library takes from outside.
+/// All inputs of the library: environment, files, host addresses.
 struct Sources {
     Variable instance;
     SourceFile appConfig;
@@ -54,21 +54,21 @@ struct Sources {
     std::list<std::string> hostAddresses;
 };
 
-/// Each reads one file in the environment of this process.
+/// Each reads the file that the environment of this process names.
 SourceFile readAppConfig();
 SourceFile readNodeList();
 SourceFile readManagerNodeList();
 
-/// Each reads one file at that path, whatever the environment is.
+/// Each reads the file at the given path; the environment is ignored.
 SourceFile readAppConfigAt(const std::string& path);
 SourceFile readNodeListAt(const std::string& path);
 SourceFile readManagerNodeListAt(const std::string& path);
 
-/// The addresses in place of the host's own, if there are any, else its own.
+/// Returns the given addresses or, if there are none, those of the host.
 std::list<std::string> addressesOfHost(const std::vector<std::string>& localAddresses);
 
-/// Reads them in the environment of this process.
-/// @param localAddresses What counts as the host's addresses; none: those that it has.
+/// Reads all inputs in the environment of this process.
+/// @param localAddresses Used instead of the host's addresses unless empty.
 Sources readSources(const std::vector<std::string>& localAddresses = {});
 
 } // namespace sysconfctl

@@ -15,7 +15,7 @@ namespace {
 
 namespace rules = Quarncommon::rules;
 
-/// Stores each value of the wrong type once, and lets the rule go on.
+/// Stores each value of the wrong type once and lets the rule continue.
 class Collector : public rules::Trace {
 public:
     void report(const rules::TraceEvent& event) override {
@@ -42,7 +42,7 @@ void readRoles(const rules::TracedNode& list, Values& values) {
     rules::loadTenancy(list, values.roleNodeId, values.tenancy);
 }
 
-/// Reads all that a slot list may read.
+/// Reads every value that a slot list may read.
 void readAddresses(const rules::TracedNode& list, const std::string& nodeId) {
     std::map<int, std::string> byNumber;
     std::string service;
@@ -67,7 +67,7 @@ const char* expectedText(TypeMismatch::Expected expected) {
     case TypeMismatch::Expected::Int:
         break;
     }
-    return "a whole number of 32 bits";
+    return "a 32-bit whole number";
 }
 
 std::string describe(const TypeMismatch& mismatch, const Json::Value& root) {

@@ -8,26 +8,27 @@
 #include <string>
 #include <vector>
 
-/// Values over which a rule or a step of a load throws. The rules themselves find them: they run
-/// with a trace that lets them go on after such a value.
+/// Finds values at which a rule or load step throws, by running the rules with a trace that lets
+/// them continue after such a value.
 namespace sysconfctl {
 
 using Quarncommon::rules::TypeMismatch;
 
-/// What a rule expected: "an object", "a text".
+/// The expected type in words: "an object", "a text".
 const char* expectedText(TypeMismatch::Expected expected);
 
 /// "is an array where an object is read".
 std::string describe(const TypeMismatch& mismatch, const Json::Value& root);
 
-/// What a load reads of the app config file for that process.
+/// Mismatches in the part of the app config file that a load for that process reads.
 std::vector<TypeMismatch> appConfigMismatches(const Json::Value& root,
                                               const std::string& instanceId);
 
-/// What any process reads of a node list or a manager node list.
+/// Mismatches in the parts of a node list or manager node list that any process may read.
 std::vector<TypeMismatch> nodeListMismatches(const Json::Value& root);
 
-/// What this process reads of the node list: its load, and the queries for its addresses.
+/// Mismatches in the part of the node list that this process reads on load and in the queries for
+/// its addresses.
 std::vector<TypeMismatch> ownMismatches(const Json::Value& root, const Values& values);
 
 } // namespace sysconfctl

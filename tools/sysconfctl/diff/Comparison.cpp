@@ -15,7 +15,7 @@
 namespace sysconfctl {
 namespace {
 
-/// The processes that belong together; null on the side that does not have it.
+/// A process on both sides; null on a side that does not have it.
 struct Pair {
     const ProcessFiles* a;
     const ProcessFiles* b;
@@ -34,7 +34,7 @@ std::vector<Pair> pairsOf(const std::vector<ProcessFiles>& a, const std::vector<
     return pairs;
 }
 
-/// The process of the other side that one process is compared with.
+/// The process of the other side with which a single process is compared.
 const ProcessFiles* counterpart(const Side& one, const Side& other) {
     const ProcessFiles* found = nullptr;
     std::size_t count = 0;
@@ -53,7 +53,7 @@ const ProcessFiles* counterpart(const Side& one, const Side& other) {
     return found;
 }
 
-/// The questions about both processes, each once.
+/// The questions about either process, without duplicates.
 std::vector<Question> questionsOf(const Prediction& a, const Prediction& b,
                                   const std::vector<AskedQuery>& asked) {
     std::vector<Question> shown = a.allQuestions();
@@ -82,7 +82,7 @@ std::vector<Question> questionsOf(const Prediction& a, const Prediction& b,
     return questions;
 }
 
-/// Compares files. Each pair of paths is compared once: processes share node lists.
+/// Compares files. Processes share node lists, so each pair of paths is compared only once.
 class FileComparison {
 public:
     /// Whether a process with one of the files gets the same answers as one with the other.

@@ -20,21 +20,21 @@ struct Reasoned {
     Reason reason;
 };
 
-/// A query that is answered differently.
+/// A query with different answers.
 struct Difference {
     Reasoned a;
     Reasoned b;
-    /// Nothing but secrets differs, and they are masked.
+    /// Only secrets differ, and they are masked.
     bool secret = false;
 };
 
-/// What was compared of one process.
+/// The comparison of one process.
 struct ComparedProcess {
     /// Empty if there is only one.
     std::string key;
-    /// 'a' or 'b' if only that side has the process, else 0.
+    /// 'a' or 'b' if only that side has the process; otherwise 0.
     char onlyIn = 0;
-    /// All files and all variables are the same, so no answer can differ; none was asked.
+    /// All files and variables are equal, so the answers are equal and were not computed.
     bool sameFiles = false;
     std::size_t answers = 0;
     std::vector<Difference> differences;

@@ -21,7 +21,7 @@ std::string pathOf(const SourceFile* file) {
     return file != nullptr ? file->path : "";
 }
 
-/// The instance ids of a view: the one of its env file, or all of its app config file.
+/// The instance ids of a view: that of its env file, or all ids in its app config file.
 std::vector<std::string> instancesOf(const View& view) {
     if (view.instance) {
         return {*view.instance};
@@ -30,7 +30,7 @@ std::vector<std::string> instancesOf(const View& view) {
     return processes.isObject() ? processes.getMemberNames() : std::vector<std::string>();
 }
 
-/// The root that leads to a node list, relative to the directory.
+/// The root directory of a node list, relative to the compared directory.
 std::string rootOf(const std::string& nodeList, const fs::path& directory) {
     const std::string inside = fs::path(nodeList).lexically_relative(directory);
     const std::string path = "/" + inside;
@@ -65,7 +65,7 @@ std::vector<ProcessFiles> processesIn(const std::string& directory) {
     return processes;
 }
 
-/// Moves the file out of the last process if it is the same one, else reads it.
+/// Reuses the file of the previous process if the path is the same; otherwise reads the file.
 SourceFile taken(SourceFile& last, const std::string& path,
                  SourceFile (*read)(const std::string& path)) {
     if (!path.empty() && last.path == path) {
@@ -74,7 +74,7 @@ SourceFile taken(SourceFile& last, const std::string& path,
     return read(path);
 }
 
-/// A file that the directory does not have is one whose variable is not set.
+/// A file that the directory lacks is treated as if its variable were unset.
 void setVariable(SourceFile& file, const std::string& value) {
     file.variable.value = file.path.empty() ? std::nullopt : std::optional(value);
 }

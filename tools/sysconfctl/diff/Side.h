@@ -11,24 +11,24 @@ namespace sysconfctl {
 
 /// A process of a directory, and the files that it reads.
 struct ProcessFiles {
-    /// The path of the app config file within the directory, and the instance id: what the process
-    /// has in common with its counterpart in another directory.
+    /// The path of the app config file within the directory, and the instance id. The counterpart
+    /// in another directory has the same key.
     std::string key;
     std::string appConfig;
     /// Empty if the directory has none.
     std::string nodeList;
     std::string managerNodeList;
     std::string instance;
-    /// APP_ROOT of the process, relative to the directory: two copies have the same.
+    /// APP_ROOT of the process, relative to the directory, so that it is equal in two copies.
     std::string appRoot;
 };
 
-/// One of the two environments to compare: one process, or those of a directory.
+/// One of the two environments to compare: one process, or all processes of a directory.
 class Side {
 public:
-    /// A process whose files have been read.
+    /// Creates a side of one process, whose files have been read.
     Side(std::string name, Sources sources);
-    /// The processes of a directory.
+    /// Creates a side of all processes of a directory.
     /// @throws UsageError if it has none.
     Side(const std::string& directory, std::vector<std::string> localAddresses);
 
@@ -43,17 +43,17 @@ public:
     void open(const ProcessFiles* files);
     /// The files of the process that was opened last.
     const Sources& sources() const { return m_prediction ? m_prediction->sources() : m_sources; }
-    /// The answers of that process. Valid until another one is opened.
+    /// The answers of that process. Valid until open() is called again.
     const Prediction& prediction();
 
 private:
-    /// A file of the last process is read again only if this process has another one.
+    /// A file of the previous process is reused if its path is the same.
     Sources sourcesOf(const ProcessFiles& files);
 
     std::string m_name;
     std::vector<ProcessFiles> m_processes;
     std::vector<std::string> m_localAddresses;
-    /// Moved into the prediction as soon as there is one.
+    /// Moved into the prediction when that is created.
     Sources m_sources;
     std::unique_ptr<Prediction> m_prediction;
 };

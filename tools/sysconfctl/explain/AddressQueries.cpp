@@ -23,8 +23,8 @@ using Quarncommon::runDroppingExceptions;
 
 using rules::kSouthboundFamily;
 
-/// Runs a rule over the node list with a trace; what it found before a value of the wrong type
-/// stays.
+/// Runs a rule over the node list with a trace. If a value of the wrong type stops the rule, its
+/// results up to there are kept.
 template <typename Rule>
 void traced(const ExplanationBuilder& builder, Recorder& trace, Rule rule) {
     runDroppingExceptions([&] { rule(rules::TracedNode(builder.sources.nodeList.tree, trace)); });
@@ -34,14 +34,14 @@ std::string sameLabel(const std::string& slot) {
     return slot;
 }
 
-/// "node-2 answers for node-1: ", if the addresses are not those of the own node.
+/// "node-2 answers for node-1: ", if the node answers with the addresses of another node.
 std::string standingIn(const ExplanationBuilder& builder) {
     return builder.standsIn() ? fmt::format("{} answers for {}; ", named(builder.values.nodeId),
                                             named(builder.values.floatNodeId))
                               : "";
 }
 
-/// An address by one tag, and the walk to it.
+/// An address with a given tag, and the walk that found it.
 struct Tagged {
     std::string tag;
     std::string node;
@@ -69,7 +69,7 @@ Tagged byTag(ExplanationBuilder& builder, const std::string& usage) {
     return found;
 }
 
-/// The fallback to the maintenance address of the process. Returns what it means for the answer.
+/// Adds the fallback to the maintenance address of the process. Returns its effect on the answer.
 std::string maintenanceFallback(ExplanationBuilder& builder) {
     const Spot spot = builder.processSpot({"IR", "ip"});
     const std::string& address = builder.values.maintenanceIp;
@@ -87,9 +87,9 @@ std::string maintenanceFallback(ExplanationBuilder& builder) {
                            : "falls back to the maintenance address of the process";
 }
 
-/// Makes a mistake in an entry the reason of an answer, if there is one.
-/// @param then What follows without the tag.
-/// @return Whether there is one.
+/// Concludes with a mistake in an entry as the reason, if there is one.
+/// @param then The consequence of the missing tag.
+/// @return Whether there is a mistake.
 bool concludeHint(ExplanationBuilder& builder, const WalkedEntries& walked,
                   const std::string& standing, const std::string& then, const std::string& effect) {
     if (!walked.hint) {
@@ -101,8 +101,8 @@ bool concludeHint(ExplanationBuilder& builder, const WalkedEntries& walked,
     return true;
 }
 
-/// Why an address by its tag is what it is, or why there is none.
-/// @param effect What the query falls back to; empty if it does not.
+/// Sets the verdict of a query for an address by tag.
+/// @param effect The query's fallback; empty if it has none.
 void concludeTag(ExplanationBuilder& builder, const Tagged& found, const std::string& effect) {
     const bool own = found.tag == rules::kMaintenanceTag;
     const std::string standing = own ? "" : standingIn(builder);
@@ -141,7 +141,7 @@ struct Numbered {
     std::string service2;
 };
 
-/// What the rule collects, also when it ends early.
+/// Returns what the rule collects, even if it stops early.
 Numbered numbered(const ExplanationBuilder& builder, const std::string& prefix, Recorder& trace) {
     Numbered found;
     traced(builder, trace, [&](const rules::TracedNode& list) {
@@ -152,7 +152,7 @@ Numbered numbered(const ExplanationBuilder& builder, const std::string& prefix, 
     return found;
 }
 
-/// Numbered slots by their numbers, service addresses by their tags.
+/// The label of a slot: its number, or the tag of a service address.
 std::string numberLabel(const std::string& slot) {
     return slot == rules::kServiceTag || slot == rules::kService2Tag ? slot : "number " + slot;
 }
@@ -216,7 +216,7 @@ const rules::FallbackUsed* fallbackOf(const Recorder& trace) {
     return nullptr;
 }
 
-/// At most five of them.
+/// Joins at most five words and says how many are left out.
 std::string someOf(std::vector<std::string> words) {
     constexpr std::size_t kMost = 5;
     const std::size_t more = words.size() > kMost ? words.size() - kMost : 0;
@@ -231,7 +231,7 @@ std::string overriddenClause(const WalkedEntries& walked) {
                         : fmt::format("{} entries with the same tags are overridden", count);
 }
 
-/// The verdict of an answer that has several addresses.
+/// Sets the verdict of an answer with several addresses.
 void concludeMany(ExplanationBuilder& builder, const WalkedEntries& walked, std::string_view name,
                   const std::string& sentence, const std::string& effect) {
     const std::string whole = clauses(standingIn(builder) + sentence, overriddenClause(walked));
@@ -244,7 +244,7 @@ void concludeMany(ExplanationBuilder& builder, const WalkedEntries& walked, std:
     }
 }
 
-/// The verdict of a slot list that has addresses of its family.
+/// Sets the verdict of a slot list that has addresses of its family.
 void concludeFamily(ExplanationBuilder& builder, const WalkedEntries& walked,
                     const std::vector<std::string>& slots, const std::string& family) {
     const std::string node = named(builder.values.floatNodeId);
@@ -254,10 +254,10 @@ void concludeFamily(ExplanationBuilder& builder, const WalkedEntries& walked,
                                    family, node)
                      : fmt::format("{} has {} {} address{}: {}", node, slots.size(), family,
                                    slots.size() == 1 ? "" : "es", someOf(slots)),
-                 "what was found before it is the answer");
+                 "the answer has only what was found before it");
 }
 
-/// The verdict of a slot list of a family, "northbound" or "southbound".
+/// Sets the verdict of a slot list of the family "northbound" or "southbound".
 void concludeList(ExplanationBuilder& builder, const Recorder& trace, const WalkedEntries& walked,
                   SlotLabel label, const std::string& family) {
     const std::vector<std::string> slots = slotSteps(builder, trace, walked, label);
@@ -319,7 +319,7 @@ std::string south(ExplanationBuilder& builder) {
     return list;
 }
 
-/// The keys that the caller's map has: all southbound ones, which are created empty, and its own.
+/// Fills the given keys of the caller's map and all southbound keys, which are added if missing.
 Answer byWholeTag(ExplanationBuilder& builder) {
     builder.floatNode(false);
     const std::string& id = builder.values.floatNodeId;
@@ -369,7 +369,7 @@ Answer byNumber(ExplanationBuilder& builder) {
     }
     const std::string node = named(builder.values.floatNodeId);
     const bool any = !numbers.empty() || !found.service.empty() || !found.service2.empty();
-    const char* const effect = any ? "what was found before it is the answer" : "";
+    const char* const effect = any ? "the answer has only what was found before it" : "";
     if (numbers.empty() && rules::lowerCased(prefix) != prefix) {
         builder.conclude("capitals",
                          fmt::format("{} has capitals and matches nothing: tags are compared in "

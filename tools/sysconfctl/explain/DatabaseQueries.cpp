@@ -40,7 +40,7 @@ std::string contentsOf(const Json::Value& database) {
                               : kindOf(database);
 }
 
-/// Adds the end of a load that came to no database.
+/// Adds the step at which the load stopped, if it stopped before the databases.
 void stoppedAtDatabases(ExplanationBuilder& builder) {
     const Stop* const stop = builder.loaded.stop(LoadStep::AppConfig);
     if (stop != nullptr && (stop->path.empty() || stop->path == located::Path{"databases"})) {
@@ -76,7 +76,7 @@ const Json::Value* databaseNamed(ExplanationBuilder& builder, const std::string&
     return nullptr;
 }
 
-/// Adds a value on the way to a field that ends the query with an exception.
+/// Adds a value on the path to a field whose wrong type makes the query throw.
 void wrongType(ExplanationBuilder& builder, const located::Path& path, const Json::Value& value,
                const char* expected) {
     const std::string sentence =
@@ -89,8 +89,8 @@ void wrongType(ExplanationBuilder& builder, const located::Path& path, const Jso
     builder.because("wrong-type", sentence, fmt::format("make it {}", expected));
 }
 
-/// Walks from a database to a field as the library does, which throws what jsoncpp throws.
-/// @param reached Where the walk is, for an exception.
+/// Walks from a database to a field as the library does. Exceptions of jsoncpp propagate.
+/// @param reached The path reached when an exception is thrown.
 Answer fieldOf(const Json::Value& database, unsigned int index, const Column& column,
                located::Path& reached, const char*& expected) {
     expected = "an array";
@@ -102,7 +102,7 @@ Answer fieldOf(const Json::Value& database, unsigned int index, const Column& co
         reached.push_back(step);
     }
     const bool port = column.query == "db-access-port";
-    expected = port ? "a whole number of 32 bits" : "a text";
+    expected = port ? "a 32-bit whole number" : "a text";
     return port ? numberAnswer(value->asInt()) : textAnswer(value->asString());
 }
 

@@ -15,30 +15,30 @@
 
 namespace sysconfctl {
 
-/// What became of an address entry.
+/// The result of an address entry under a rule.
 enum class Fate {
     Taken,       ///< its address is in the answer's slots
     Earlier,     ///< an earlier entry has its slot
-    Later,       ///< a later entry took its slot over
-    NotNeeded,   ///< its slot is asked for only where others are empty
-    OtherTags,   ///< none of its tags is asked for
+    Later,       ///< a later entry has its slot
+    NotNeeded,   ///< its slot is used only if others are empty
+    OtherTags,   ///< the rule looks for none of its tags
     NoTags,      ///< it has no tags
-    NoList,      ///< its usage is no list and matches nothing
-    Ends,        ///< it has a value that ends the rule
-    NotLookedAt, ///< the rule had come to its end before
+    NoList,      ///< its usage is not a list and matches nothing
+    Ends,        ///< it has a value that stops the rule
+    NotLookedAt, ///< the rule ended before this entry
 };
 
 struct EntryFate {
     Fate fate = Fate::NotLookedAt;
-    /// Its place: an index, or a name where an object is in the array's place.
+    /// Its place: an index, or a member name if there is an object instead of an array.
     std::string step;
-    /// The slots that it has; if it has none, those that it lost.
+    /// The slots that it fills; if it fills none, those that it lost.
     std::vector<std::string> slots;
-    /// The slots that it lost although it has others.
+    /// The slots that it lost while it fills others.
     std::vector<std::string> lost;
-    /// The entry that has the slot that it lost.
+    /// The entry that fills the lost slot.
     std::optional<std::size_t> winner;
-    /// The value that ended the rule.
+    /// The value of the wrong type that stopped the rule.
     std::optional<Quarncommon::rules::TypeMismatch> mismatch;
     /// A tag that was not taken and is probably misspelt, lower-cased; empty if there is none.
     std::string nearTag;
@@ -51,30 +51,31 @@ struct Hint {
     std::string_view name;
     std::string sentence;
     std::string advice;
-    /// The number of the step that shows it.
+    /// The index of the step that shows it.
     std::size_t step = 0;
 };
 
 /// The entries that a rule walked, from its trace.
 struct WalkedEntries {
     std::vector<EntryFate> entries;
-    /// Slot -> number of the entry that its address comes from.
+    /// Slot -> index of the entry that provides its address.
     std::map<std::string, std::size_t> from;
-    /// The entries as a whole, or the node, have a type that the rule cannot take.
+    /// Set if the list of entries or the node has the wrong type.
     std::optional<Quarncommon::rules::TypeMismatch> refused;
-    /// The entry with the value that ended the rule; else the last one visited if others follow.
+    /// The entry whose value stopped the rule. If there is none, `stoppedAt` is the last entry
+    /// visited if more follow.
     std::optional<std::string> endedBy;
     std::optional<std::string> stoppedAt;
     /// The tags that the rule looks for.
     std::vector<AskedTag> asked;
-    /// The first such mistake.
+    /// The first mistake found.
     std::optional<Hint> hint;
 
-    /// How many entries lost a slot to another entry.
+    /// The number of entries that lost a slot to another entry.
     std::size_t overridden() const;
 };
 
-/// The names under which slots are shown.
+/// Returns the name under which a slot is shown.
 using SlotLabel = std::string (*)(const std::string& slot);
 
 /// @param entries The value at `path`, the list of entries.

@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0
-// The lookup of a node, and its address entries one by one.
+// SPDX-License-Identifier: Apache-2.0 Steps for the lookup of a node and for each of its address
+// entries.
 
 #include "explain/ExplanationBuilder.h"
 
@@ -51,7 +51,7 @@ std::string entryText(const Json::Value& entry) {
     return entry["usage"].isArray() ? text + " [" + joined(tagsOf(entry), ", ") + "]" : text;
 }
 
-/// Whether a text, or one of a list, is a tag that is asked for.
+/// Whether a text, or a text in a list, is a tag that the rule looks for.
 bool isAskedFor(const Json::Value& usage, const std::vector<AskedTag>& asked) {
     if (usage.isArray()) {
         return std::any_of(usage.begin(), usage.end(),
@@ -69,7 +69,7 @@ struct FateWords {
     std::string_view by = {};
 };
 
-/// The slots that an entry lost although it has others.
+/// The slots that an entry lost while it fills others.
 std::string lostText(const EntryFate& entry, const WalkedEntries& found) {
     const std::string slots = joined(entry.lost, ", ");
     return entry.winner ? fmt::format("overridden by position for {}, which entry {} has", slots,
@@ -154,7 +154,7 @@ bool ExplanationBuilder::node(const SourceFile& file, const std::string& id,
           .sentence = sentence,
           .at = nodesThere ? std::optional(Spot{&file, {"nodeList"}}) : std::nullopt,
           .facts = {.node = id}});
-    // The node's id comes from this process, unless it is a node of the same list.
+    // If the id is the process's own node id, the step points to the place where it is configured.
     const Spot own = processSpot({"nodeId"});
     const bool fromProcess =
         id == values.nodeId && sources.appConfig.document.find(own.path) != nullptr;
@@ -257,7 +257,7 @@ void ExplanationBuilder::entryMistakes(const SourceFile& file, const located::Pa
         located::Path at = path;
         at.push_back(miss->name);
         mistake("misspelt-name", at,
-                fmt::format("{} of entry {} is no name that is read; did you mean {}?",
+                fmt::format("{} of entry {} is not a name that is read; did you mean {}?",
                             named(miss->name), entry.step, member),
                 "correct the name", member, miss->name);
     };

@@ -29,7 +29,7 @@ Explanation explain(const Query& query, const Arguments& arguments, const Source
                        explainAddresses(builder) || explainAllNodes(builder) ||
                        explainDatabases(builder);
     if (!known) {
-        throw std::logic_error("nothing explains " + std::string(query.name));
+        throw std::logic_error("no explanation of " + std::string(query.name));
     }
     builder.finish();
     return explanation;

@@ -16,11 +16,11 @@ namespace sysconfctl {
 struct Spot {
     const SourceFile* file = nullptr;
     located::Path path;
-    /// An offset in the file, in place of that of the value.
+    /// An offset in the file that replaces that of the value.
     std::optional<std::size_t> offset = std::nullopt;
 };
 
-/// What a step is about, apart from its sentence; empty where it does not apply.
+/// The data of a step for JSON output; empty where not applicable.
 struct Facts {
     std::string node = {};
     std::string entry = {};
@@ -32,14 +32,14 @@ struct Facts {
     std::string_view by = {};
 };
 
-/// How much a step has to do with the answer.
+/// How relevant a step is to the answer.
 enum class Weight { Detail, Deciding, Decisive };
 
 /// One step of the way to an answer.
 struct Step {
     /// "variable", "file", "load", "node", "entry", "host", "fallback", "slot", "value".
     std::string_view kind;
-    /// What became of it, in a word that scripts may rely on: "read", "taken", "overridden".
+    /// The outcome in one word that scripts may rely on: "read", "taken", "overridden".
     std::string_view outcome;
     /// Not escaped: every writer escapes it.
     std::string sentence;
@@ -59,7 +59,7 @@ struct Verdict {
 /// When an answer is decided.
 enum class Moment { Call, Load, NodeAtLoad };
 
-/// An answer as it follows from the files by the library's rules, with the way to it.
+/// An answer derived from the files by the library's rules, with the steps that lead to it.
 struct Explanation {
     const Query* query = nullptr;
     Arguments arguments;
@@ -78,11 +78,11 @@ struct Explanation {
 Explanation explain(const Query& query, const Arguments& arguments, const Sources& sources,
                     const Loaded& loaded);
 
-/// Whether the library's reply is what the explanation says. Neither may be masked.
+/// Whether the library's reply equals the explained answer. Neither may be masked.
 bool agrees(const Explanation& explanation, const struct Reply& reply);
 
-/// The answer that the rules give for these sources, as a reply of the library. Unless
-/// `revealSecrets` is true, secrets are masked.
+/// The explained answer as a reply of the library. Unless `revealSecrets` is true, secrets are
+/// masked.
 struct Reply evaluated(const Explanation& explanation, bool revealSecrets);
 
 /// A name in a sentence: verbatim, or in quotation marks if it could be misread.

@@ -17,7 +17,7 @@ namespace {
 
 constexpr const char* kEmptyProcess = "every value of the process is empty";
 
-/// "permission denied", as the system says it, within a sentence.
+/// A system error message with a lower-case first letter, for use within a sentence.
 std::string uncapitalized(std::string text) {
     if (!text.empty()) {
         text[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[0])));
@@ -37,11 +37,11 @@ std::string adviceFor(const SourceFile& file) {
     case ENOTDIR:
         return fmt::format("correct {}, or put the file there", name);
     default:
-        return fmt::format("let {} lead to a file that can be read", name);
+        return fmt::format("set {} so that it leads to a readable file", name);
     }
 }
 
-/// A path without the list and the name in it.
+/// A path without its first two steps: the list, and the name in the list.
 located::Path innerPath(const located::Path& path) {
     constexpr std::size_t kOwner = 2;
     return {path.begin() + static_cast<std::ptrdiff_t>(std::min(kOwner, path.size() - 1)),
@@ -60,7 +60,7 @@ std::string didYouMean(const std::string& name, const Json::Value& object) {
 } // namespace
 
 std::string valueName(const located::Path& path) {
-    constexpr std::size_t kOwner = 2; // the list and the name in it
+    constexpr std::size_t kOwner = 2; // the list, and the name in the list
     if (path.empty()) {
         return "the whole file";
     }
@@ -198,7 +198,7 @@ bool ExplanationBuilder::file(const SourceFile& file) {
         return false;
     }
     const auto& error = file.document.error();
-    const std::string why = error ? error->sentence : "the JSON library refuses it";
+    const std::string why = error ? error->sentence : "the JSON library rejects it";
     step({.kind = "file",
           .outcome = "does-not-parse",
           .sentence = fmt::format("the {} is not valid JSON: {}", file.title, why),
@@ -228,7 +228,7 @@ void ExplanationBuilder::absent(const SourceFile& file, const located::Path& pat
     const std::string sentence =
         miss->misplaced ? fmt::format("{} is in the wrong place and is not read; did you mean {}?",
                                       valueName(miss->path), inner)
-                        : fmt::format("{} is no name that is read; did you mean {}?",
+                        : fmt::format("{} is not a name that is read; did you mean {}?",
                                       named(miss->name), named(miss->meant));
     step({.kind = "value",
           .outcome = miss->misplaced ? "misplaced" : "misspelt",
@@ -328,7 +328,7 @@ void ExplanationBuilder::process() {
               .at = spot});
         return;
     }
-    // A load that ended before it came to the processes is the cause.
+    // A load that stopped before the processes is the cause.
     if (const Stop* const stop = loaded.stop(LoadStep::AppConfig);
         stop != nullptr && stop->path.size() < 2) {
         stopped(LoadStep::AppConfig);

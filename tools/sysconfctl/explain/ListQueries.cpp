@@ -38,7 +38,7 @@ std::string counted(std::size_t count, const char* what) {
     return fmt::format("{} {}{}", count, what, ending);
 }
 
-/// What a rule that walks all nodes decided about a node.
+/// The decision of a rule that walks all nodes about one node.
 struct NodeOutcome {
     std::string id;
     std::vector<std::string> addresses;
@@ -48,7 +48,7 @@ struct NodeOutcome {
     std::optional<rules::TypeMismatch> mismatch;
 };
 
-/// Puts the events of such a rule together, node by node, up to the node that ended it.
+/// Groups the events of such a rule by node, up to the node at which it ended.
 class NodeOutcomes {
 public:
     NodeOutcomes(const Recorder& trace, std::string field) : m_field(std::move(field)) {
@@ -89,7 +89,7 @@ private:
     NodeOutcome m_current;
 };
 
-/// Adds a step for each node, up to the one that ended the rule.
+/// Adds a step for each node, up to the one at which the rule ended.
 template <typename Describe>
 void nodeSteps(ExplanationBuilder& builder, const SourceFile& list,
                const std::vector<NodeOutcome>& nodes, Describe describe) {
@@ -116,7 +116,7 @@ std::size_t selected(const std::vector<NodeOutcome>& nodes) {
                       [](const NodeOutcome& node) { return !node.addresses.empty(); }));
 }
 
-/// "; the list has core, management": what could be asked for instead.
+/// The values that the list has instead: "; the list has core, management".
 std::string valuesOf(const std::vector<NodeOutcome>& nodes) {
     constexpr std::size_t kMost = 5;
     std::vector<std::string> values;
@@ -132,7 +132,7 @@ std::string valuesOf(const std::vector<NodeOutcome>& nodes) {
 
 Answer byField(ExplanationBuilder& builder) {
     if (!managerList(builder)) {
-        builder.conclude({}, {}, "the query answers -1");
+        builder.conclude({}, {}, "the query returns -1");
         return {NoAnswer{}};
     }
     const SourceFile& list = builder.sources.managerNodeList;
@@ -161,13 +161,13 @@ Answer byField(ExplanationBuilder& builder) {
                          : fmt::format("{} of {} {} {} beginning with {}: {}", chosen,
                                        counted(nodes.size(), "node"), chosen == 1 ? "has" : "have",
                                        named(field), named(prefix), count);
-    builder.conclude(chosen != 0 ? "nodes-selected" : "no-node", sentence, "the query answers -1");
+    builder.conclude(chosen != 0 ? "nodes-selected" : "no-node", sentence, "the query returns -1");
     return complete ? Answer{List(addresses.begin(), addresses.end())} : Answer{NoAnswer{}};
 }
 
 Answer byTags(ExplanationBuilder& builder) {
     if (!managerList(builder)) {
-        builder.conclude({}, {}, "the query answers -1");
+        builder.conclude({}, {}, "the query returns -1");
         return {NoAnswer{}};
     }
     const SourceFile& list = builder.sources.managerNodeList;
@@ -207,7 +207,7 @@ Answer byTags(ExplanationBuilder& builder) {
                                   : fmt::format("none of {} has an address tagged {}",
                                                 counted(outcomes.size(), "node"), asked)) +
                          (capitals.empty() ? "" : "; " + capitals),
-                     "the query answers -1");
+                     "the query returns -1");
     return complete ? library::groupedAnswer(nodes) : Answer{NoAnswer{}};
 }
 
@@ -220,7 +220,7 @@ Answer source(ExplanationBuilder& builder) {
     }
     builder.sourceSearch(Weight::Deciding);
     if (found != nullptr) {
-        // A value of the wrong type behind the node that matches changes nothing.
+        // A value of the wrong type after the matching node does not change the answer.
         builder.withdrawCause();
         builder.conclude("source-found",
                          fmt::format("this host carries {}, the service address of {}",

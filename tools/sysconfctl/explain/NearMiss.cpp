@@ -42,7 +42,7 @@ bool near(const std::string& name, const std::string& meant) {
            (meant.size() >= kShort && !suggestion(name, {meant}).empty());
 }
 
-/// The member of an object that is near to a name and that nothing else reads.
+/// The member of an object whose name resembles the given one and that no rule reads.
 std::optional<std::string> nearMember(const Json::Value& object, const std::string& meant) {
     if (!object.isObject()) {
         return std::nullopt;
@@ -79,7 +79,7 @@ bool isKnown(std::string_view tag) {
     return std::find(kStems.begin(), kStems.end(), tagFamily(tag)) != kStems.end();
 }
 
-/// The tag that the library itself reads and that was probably meant.
+/// The tag of the library that was probably meant.
 std::string meantKnownTag(const std::string& tag) {
     const std::string_view stem = tagFamily(tag);
     const std::string number = tag.substr(stem.size());
@@ -106,7 +106,8 @@ std::string meantTag(const std::string& tag, const std::vector<AskedTag>& asked)
         if (one.family ? !known.empty() && known.starts_with(one.tag) : known == one.tag) {
             return known;
         }
-        // A number apart is another tag of the same kind.
+        // Tags that differ only in their numbers are different tags of one family, not
+        // misspellings.
         if (!one.family && !isKnown(one.tag) && !isKnown(tag) &&
             tagFamily(tag) != tagFamily(one.tag) && near(tag, one.tag)) {
             return one.tag;
@@ -138,7 +139,7 @@ std::optional<NearMiss> misspeltMember(const Json::Value& root, const located::P
         }
         break;
     }
-    // The member that holds the value, in the object around the one that is read.
+    // The member may be in one of the enclosing objects.
     for (std::size_t up = 2; up <= 3 && path.size() >= up; ++up) {
         located::Path around(path.begin(), path.end() - static_cast<std::ptrdiff_t>(up));
         const Json::Value& object = valueAt(root, around);

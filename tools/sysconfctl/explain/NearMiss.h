@@ -10,10 +10,10 @@
 #include <string_view>
 #include <vector>
 
-/// Names in a file that are probably meant to be those that a rule reads.
+/// Finds names in a file that are probably misspellings of names that a rule reads.
 namespace sysconfctl {
 
-/// A name of the file, where it is, and what was probably meant.
+/// A name in the file, its place, and the name that was probably meant.
 struct NearMiss {
     std::string name;
     std::string meant;
@@ -22,24 +22,24 @@ struct NearMiss {
     bool misplaced = false;
 };
 
-/// A tag that is asked for, or the family of its numbered tags.
+/// A tag that a rule looks for, or a family of numbered tags.
 struct AskedTag {
     std::string tag;
     bool family = false;
 };
 
-/// The tag asked for that a lower-cased tag, which the rule does not take, was probably meant to
-/// be; empty if there is none: "southbound3" for "soutbound3".
+/// Returns the tag in `asked` of which a tag is probably a misspelling: "southbound3" for
+/// "soutbound3". Returns "" if there is none. `tag` is in lower case and not taken by the rule.
 std::string meantTag(const std::string& tag, const std::vector<AskedTag>& asked);
 
 /// A tag without its number: "southbound" for "southbound3".
 std::string_view tagFamily(std::string_view tag);
 
-/// Of several names the one that is probably meant; empty if none is.
+/// Returns the candidate that was probably meant; empty if there is none.
 std::string nearestName(const std::string& name, const std::vector<std::string>& candidates);
 
-/// Looks for an absent member of a document under a misspelt name, or in an object around or beside
-/// the one in which it is read.
+/// Looks for an absent member under a misspelt name, in the enclosing object or in a sibling
+/// object.
 std::optional<NearMiss> misspeltMember(const Json::Value& root, const located::Path& path);
 
 } // namespace sysconfctl

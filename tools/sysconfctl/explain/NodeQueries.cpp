@@ -19,7 +19,7 @@ namespace {
 
 namespace rules = Quarncommon::rules;
 
-/// Why the float node is which one it is.
+/// Sets the verdict about the float node.
 void concludeFloatNode(ExplanationBuilder& builder) {
     const Values& values = builder.values;
     const std::string self = named(values.nodeId);
@@ -47,10 +47,10 @@ void concludeFloatNode(ExplanationBuilder& builder) {
         builder.conclude(
             "own-node",
             values.hostType.empty()
-                ? fmt::format("{} has no hostType, so it is no standby and answers for "
+                ? fmt::format("{} has no hostType, so it is not a standby and answers for "
                               "itself",
                               self)
-                : fmt::format("{} is no standby, its hostType is {}, so it answers for "
+                : fmt::format("{} is not a standby, its hostType is {}, so it answers for "
                               "itself",
                               self, named(values.hostType)),
             values.nodeId.empty() ? "" : itself);
@@ -74,7 +74,7 @@ void hostTag(ExplanationBuilder& builder) {
     builder.conclude("read", fmt::format("HOSTID of {} is {}", named(id), builder.values.hostTag));
 }
 
-/// The tenancy of the own node. Returns whether it has one.
+/// Adds the tenancy of the process's own node. Returns whether it has one.
 bool tenancy(ExplanationBuilder& builder) {
     const SourceFile& list = builder.sources.nodeList;
     const std::string& id = builder.values.roleNodeId;
@@ -90,9 +90,9 @@ bool tenancy(ExplanationBuilder& builder) {
     return builder.node(list, id, none) && builder.value(list, path, Weight::Deciding);
 }
 
-/// The internal-service address of a node in a list, entry by entry.
-/// @param role "the master", or empty for the own node.
-/// @param also What else is to be known about the role.
+/// Adds the lookup of a node's internal-service address, entry by entry.
+/// @param role "the master"; empty for the process's own node.
+/// @param also More about the role, for the verdict.
 void internalService(ExplanationBuilder& builder, const SourceFile& file, const std::string& id,
                      const std::string& role, const std::string& address,
                      const std::string& also = {}) {
@@ -135,7 +135,7 @@ void internalService(ExplanationBuilder& builder, const SourceFile& file, const 
                      found ? "" : "tag an address of the node with it, or give it an \"IP\"");
 }
 
-/// What the search for master and standby decided about a node.
+/// The decision of the search for master and standby about one node.
 struct Candidate {
     std::string_view outcome = "not-reached";
     std::string sentence = "is not reached";
@@ -149,7 +149,7 @@ bool almost(std::string_view text, std::string_view meant) {
     return text != meant && nearestName(std::string(text), {std::string(meant)}) == meant;
 }
 
-/// Puts the events of the search together, node by node.
+/// Groups the events of the search by node.
 class Candidates {
 public:
     Candidates(std::string_view role, const Values& values)
@@ -213,7 +213,7 @@ private:
         const std::string found = role ? event.domainType : event.hostType;
         const std::string member = role ? "domain_node_type" : "hostType";
         set(event.path, {near && event.role.empty() ? "near-miss" : "other-role",
-                         fmt::format("is no {}: its {} is {}, not {}", m_role, member,
+                         fmt::format("is not a {}: its {} is {}, not {}", m_role, member,
                                      found.empty() ? "not set" : named(found), expected),
                          {},
                          expected,
@@ -235,7 +235,7 @@ private:
     std::map<std::string, Candidate> m_byId;
 };
 
-/// The value that makes a node no candidate.
+/// The path of the value that disqualifies a node.
 located::Path placeOf(const std::string& id, const Candidate& candidate) {
     if (candidate.mismatch) {
         return candidate.mismatch->path;
@@ -265,7 +265,7 @@ void candidateStep(ExplanationBuilder& builder, const std::string& id, const Can
                   .weight = weight});
 }
 
-/// No node of the list is of the own tenancy.
+/// Concludes that the list has no node of the process's tenancy.
 void concludeNoTenancy(ExplanationBuilder& builder, const std::vector<std::string>& tenancies) {
     const SourceFile& list = builder.sources.managerNodeList;
     const Values& values = builder.values;
@@ -280,11 +280,11 @@ void concludeNoTenancy(ExplanationBuilder& builder, const std::vector<std::strin
                              {"nodeList", values.roleNodeId, "assignedToTenancy"}},
                   .weight = Weight::Deciding});
     builder.because("no-tenancy", sentence,
-                    "correct assignedToTenancy of the own node, or that "
+                    "correct assignedToTenancy of this node, or that "
                     "of the nodes in the list");
 }
 
-/// Every node of the manager node list, with what makes it a candidate for a role or not.
+/// Adds each node of the manager node list, and why it is or is not a candidate for a role.
 /// @return The other nodes that could have the role, in words.
 std::string candidates(ExplanationBuilder& builder, std::string_view role) {
     const SourceFile& list = builder.sources.managerNodeList;
@@ -326,7 +326,7 @@ std::string candidates(ExplanationBuilder& builder, std::string_view role) {
     }
     if (found) {
         return others.empty() ? ""
-                              : fmt::format("{} could be the {} too, the greatest id wins",
+                              : fmt::format("{} could be the {} too; the greatest id wins",
                                             joined(others, ", "), role);
     }
     if (inTenancy == 0) {
@@ -355,7 +355,7 @@ void roleAddress(ExplanationBuilder& builder, std::string_view role) {
     const std::string& id = master ? values.masterNodeId : values.standbyNodeId;
     const std::string& address = master ? values.masterInternalIp : values.standbyInternalIp;
     std::string also;
-    // An empty tenancy is one like any other.
+    // An empty tenancy is valid, so it is not the cause if the role was found.
     if (!tenancy(builder) && !id.empty()) {
         builder.withdrawCause();
     }

@@ -1,5 +1,4 @@
-// SPDX-License-Identifier: Apache-2.0
-// How the float node is found.
+// SPDX-License-Identifier: Apache-2.0 Steps of the search for the float node.
 
 #include "explain/ExplanationBuilder.h"
 
@@ -21,7 +20,7 @@ namespace {
 
 namespace rules = Quarncommon::rules;
 
-/// Where the search found the service address of each node.
+/// The paths of the service addresses that the search found, by node id.
 std::map<std::string, located::Path> servicePaths(const Recorder& trace) {
     std::map<std::string, located::Path> paths;
     for (const rules::TraceEvent& event : trace.events) {
@@ -96,9 +95,9 @@ bool ExplanationBuilder::isStandby(bool asked) {
         almost ? fmt::format("hostType of {} is {}, which is not \"standby\" (letter case is "
                              "compared too)",
                              self, named(type))
-        : type.empty() ? fmt::format("hostType of {} is not set, so it is no standby", self)
+        : type.empty() ? fmt::format("hostType of {} is not set, so it is not a standby", self)
         : standby      ? fmt::format("hostType of {} is standby", self)
-                  : fmt::format("hostType of {} is {}, so it is no standby", self, named(type));
+                  : fmt::format("hostType of {} is {}, so it is not a standby", self, named(type));
     step({.kind = "node",
           .outcome = standby  ? "standby"
                      : almost ? "near-miss"

@@ -11,8 +11,8 @@
 
 namespace sysconfctl {
 
-/// A process that starts now on a host with given addresses. The library asks its own host only, so
-/// its rules are called here.
+/// Predicts the answers in a process that starts now on a host with given addresses. Calls the
+/// library's rules directly, because the library uses only the addresses of its own host.
 class Prediction {
 public:
     explicit Prediction(const std::vector<std::string>& localAddresses)
@@ -20,7 +20,7 @@ public:
     explicit Prediction(Sources sources) : m_sources(std::move(sources)) {
         m_loaded.load(m_sources);
     }
-    // What was loaded refers to the sources.
+    // Not copyable: `m_loaded` refers to `m_sources`.
     Prediction(const Prediction&) = delete;
     Prediction& operator=(const Prediction&) = delete;
 

@@ -8,7 +8,7 @@
 namespace sysconfctl {
 namespace {
 
-/// A value that the loader takes from the entry of the process.
+/// A value that the loader reads from the entry of the process.
 struct Field {
     std::string_view query;
     std::initializer_list<const char*> path;

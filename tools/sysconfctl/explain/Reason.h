@@ -20,24 +20,23 @@ struct ReasonPlace {
     std::string shown;
 };
 
-/// Why an answer is what it is, in short. Remains valid after the sources are gone.
+/// The short reason for an answer. Does not refer to the sources.
 struct Reason {
     std::string_view name;
     std::string sentence;
     std::string advice;
-    /// The place of the step that decides; if it has none, of the last step before it that has a
-    /// say in the answer.
+    /// The place of the step that decides or, if it has none, of the last deciding step before it.
     std::optional<ReasonPlace> place;
 };
 
-/// Nothing if the step has none.
+/// Unset if the step has no place.
 std::optional<ReasonPlace> reasonPlaceOf(const Step& step);
 
 Reason reasonOf(const Explanation& explanation);
 
 /// Adds "file", "line", "column", "pointer".
 void addPlace(Json::Value& row, const ReasonPlace& place);
-/// Adds "verdict", "reason", and as they apply "advice", "file", "line", "column", "pointer".
+/// Adds "verdict", "reason" and, where applicable, "advice", "file", "line", "column", "pointer".
 void addReason(Json::Value& row, const Reason& reason);
 
 } // namespace sysconfctl

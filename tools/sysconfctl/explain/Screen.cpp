@@ -14,10 +14,10 @@ namespace sysconfctl {
 namespace {
 
 constexpr std::size_t kMostSteps = 8;
-/// A sentence beside its place has at least this room.
+/// The minimum width of a sentence that has its place beside it.
 constexpr std::size_t kLeastRoom = 36;
 constexpr std::size_t kGap = 2;
-/// Lists of addresses are broken between these.
+/// Address lists are wrapped after this separator.
 constexpr std::string_view kListBreak = ";";
 constexpr std::string_view kJsonBreak = ",";
 constexpr std::string_view kMarker = "> ";
@@ -39,7 +39,7 @@ std::vector<ScreenRow> rowsOf(const std::vector<const Step*>& steps, bool verbos
     return rows;
 }
 
-/// The columns of all steps: kinds, sentences and, beside or below these, places.
+/// The column widths: kinds, sentences and, beside or below these, places.
 struct Layout {
     std::size_t kind = 0;
     std::size_t indent = 0;
@@ -122,7 +122,7 @@ std::vector<const Step*> chosenSteps(const std::vector<Step>& steps, bool verbos
             chosen.push_back(&step);
         }
     }
-    // The decisive step stays, whatever is in front of it.
+    // The decisive step is never removed.
     while (!verbose && chosen.size() > kMostSteps) {
         const auto last = chosen.end() - 1;
         chosen.erase((*last)->weight == Weight::Decisive ? last - 1 : last);

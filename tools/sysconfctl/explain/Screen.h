@@ -20,7 +20,7 @@ struct ScreenOptions {
 
 /// A row of a screen: a word, a sentence, and places beside it or, if there is no room, below it.
 struct ScreenRow {
-    /// Has the marker and the colour.
+    /// Shown with the marker and in colour.
     bool decisive = false;
     std::string kind;
     /// Escaped, like the places.
@@ -32,7 +32,7 @@ struct ScreenRow {
 std::string screenRows(const std::vector<ScreenRow>& rows, const ScreenOptions& options,
                        Paint paint);
 
-/// An explanation for a reader: the answer, the verdict, what to do, and the deciding steps.
+/// An explanation as text: the answer, the verdict, the advice and the deciding steps.
 std::string explanationScreen(const Explanation& explanation, const Reply& reply,
                               const ScreenOptions& options);
 

@@ -17,10 +17,10 @@ struct StepPlace {
     bool whole = false;
 };
 
-/// Nothing if the step has none.
+/// Unset if the step has no place.
 std::optional<StepPlace> placeOf(const Step& step);
 
-/// The path as it is, or relative to the working directory if that is shorter.
+/// The path, or the path relative to the working directory if that is shorter.
 std::string shortPath(const std::string& path);
 
 /// "node-1/etc/app.json:18:17", escaped; the path alone for a whole file.

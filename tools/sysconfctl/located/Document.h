@@ -14,8 +14,7 @@
 /// others.
 namespace sysconfctl::located {
 
-/// Line and column, both starting at 1. A column is a UTF-8 character, or a byte that is part of
-/// none.
+/// Line and column, both starting at 1. A column is a UTF-8 character or an invalid byte.
 struct Place {
     std::size_t line = 1;
     std::size_t column = 1;
@@ -34,7 +33,7 @@ struct Value {
     /// The unescaped text of a string; the verbatim bytes of other scalars.
     std::string text;
     std::vector<Value> elements;
-    /// In the order of the text, including repeated names.
+    /// In text order, including repeated names.
     std::vector<Member> members;
 
     /// The last member of that name, which is the one that the library uses; null if there is none.
@@ -79,12 +78,12 @@ public:
     explicit Document(std::string text, Limits limits = libraryLimits());
 
     const std::string& text() const { return m_text; }
-    /// Nothing if the text is accepted.
+    /// Unset if the text is accepted.
     const std::optional<SyntaxError>& error() const { return scanned().error; }
     /// The value of the text; for a rejected text, the part before the error.
     const Value& root() const { return scanned().root; }
 
-    /// The value at the end of the path, found as the library finds it; null if there is none.
+    /// The value at the path, looked up as the library does; null if there is none.
     const Value* find(const Path& path) const;
     /// The member that the last step of the path names; null if there is none.
     const Member* findMember(const Path& path) const;
@@ -110,13 +109,12 @@ private:
     std::vector<std::size_t> m_lineStarts;
     /// Parsed on first use: most explanations need one of the three files only.
     mutable std::optional<Scanned> m_scanned;
-    /// The members of large objects by name, so that looking up each member of one takes time in
-    /// proportion to their number. Moving the document keeps the addresses of all values but the
-    /// root.
+    /// An index of the members of large objects by name: looking up all members of an object then
+    /// takes linear time. Moving the document keeps the addresses of all values except the root.
     mutable std::unordered_map<const Value*, std::unordered_map<std::string_view, const Member*>>
         m_members;
-    /// The last offset passed to `place`, and the number of characters before it in its line. Most
-    /// calls have ascending offsets, so counting continues from there.
+    /// The last offset passed to `place`, and the number of characters before it in its line.
+    /// Offsets mostly ascend, so the next call continues from here.
     mutable std::size_t m_countedTo = 0;
     mutable std::size_t m_characters = 0;
 };

@@ -54,7 +54,7 @@ public:
         value(root);
         blanks();
         if (!atEnd()) {
-            fail(peek() == '\0' ? "a NUL byte stands after the end of the document"
+            fail(peek() == '\0' ? "there is a NUL byte after the end of the document"
                                 : "there is text after the end of the document",
                  "remove what follows the document's last bracket");
         }
@@ -90,7 +90,7 @@ private:
         into.begin = m_at;
         into.end = m_at;
         if (atEnd()) {
-            fail("the file ends where a value should stand", "");
+            fail("the file ends where a value is expected", "");
         }
         switch (peek()) {
         case '{':
@@ -124,29 +124,29 @@ private:
     [[noreturn]] void noValue() {
         const char c = peek();
         if (m_text.substr(m_at).starts_with("\xef\xbb\xbf")) {
-            fail("a byte-order mark stands here", "save the file without one");
+            fail("a byte-order mark is not allowed here", "save the file without one");
         }
         if (c == '/' || c == '#') {
-            fail("a comment stands here", "JSON has no comments: remove it");
+            fail("a comment is not allowed here", "JSON has no comments: remove it");
         }
         if (c == '\'') {
-            fail("a text stands in single quotes", "write it in double quotes");
+            fail("a text is in single quotes", "write it in double quotes");
         }
         if (c == '}' || c == ']') {
             fail("a value is missing here", "remove the comma before it, or add a value");
         }
         if (c == '\0') {
-            fail("a NUL byte stands here", "remove it");
+            fail("a NUL byte is not allowed here", "remove it");
         }
         if (c == '+' || c == '.') {
             fail("a number cannot begin like this", "write 0.5 or 5");
         }
-        fail("a value should stand here", "texts stand in double quotes");
+        fail("a value is expected here", "texts are written in double quotes");
     }
 
     void word(Value& into, std::string_view expected, Kind kind) {
         if (!m_text.substr(m_at).starts_with(expected)) {
-            fail("a value should stand here", "texts stand in double quotes");
+            fail("a value is expected here", "texts are written in double quotes");
         }
         m_at += expected.size();
         into.kind = kind;
@@ -171,17 +171,17 @@ private:
                 failAt(begin, "a number begins with 0", "remove the leading zero");
             }
         } else {
-            digits("a digit should stand here");
+            digits("a digit is expected here");
         }
         if (take('.')) {
-            digits("a digit should follow the point");
+            digits("a digit is expected after the decimal point");
         }
         if (at('e') || at('E')) {
             ++m_at;
             if (!take('+')) {
                 take('-');
             }
-            digits("a digit should stand in the exponent");
+            digits("a digit is expected in the exponent");
         }
         into.text = m_text.substr(begin, m_at - begin);
     }
@@ -225,7 +225,8 @@ private:
         }
         const std::size_t letter = atEnd() ? std::string_view::npos : kLetters.find(peek());
         if (letter == std::string_view::npos) {
-            failAt(begin, "a backslash begins no escape here", "write a backslash as \\\\");
+            failAt(begin, "this backslash does not begin a valid escape",
+                   "write a backslash as \\\\");
         }
         text += kMeanings[letter];
         ++m_at;
@@ -236,14 +237,15 @@ private:
         std::string text;
         while (!take('"')) {
             if (atEnd()) {
-                failAt(begin, "this text has no end", "close it with a double quote");
+                failAt(begin, "this text is not closed", "close it with a double quote");
             }
             const char c = peek();
             if (c == '\n' || c == '\r') {
-                failAt(begin, "this text has no end on its line", "close it with a double quote");
+                failAt(begin, "this text is not closed on its line",
+                       "close it with a double quote");
             }
             if (static_cast<unsigned char>(c) < 0x20) {
-                fail("a control character stands in a text", "write it as an escape, such as \\t");
+                fail("a text contains a control character", "write it as an escape, such as \\t");
             }
             if (c == '\\') {
                 escape(text);
@@ -258,7 +260,7 @@ private:
     void open() {
         if (m_limits.nesting != 0 && m_open == m_limits.nesting) {
             fail("too many arrays and objects are open here",
-                 "at most " + std::to_string(m_limits.nesting) + " may stand within each other");
+                 "at most " + std::to_string(m_limits.nesting) + " may be nested");
         }
         ++m_open;
         ++m_at;
@@ -278,10 +280,10 @@ private:
                      std::string("a \"") + closing + "\" is missing, or the file is cut off");
             }
             if (peek() == '/' || peek() == '#') {
-                fail("a comment stands here", "JSON has no comments: remove it");
+                fail("a comment is not allowed here", "JSON has no comments: remove it");
             }
             const bool other = peek() == '}' || peek() == ']';
-            fail(std::string("a \",\" or \"") + closing + "\" should stand here",
+            fail(std::string("a \",\" or \"") + closing + "\" is expected here",
                  other ? "the brackets do not match" : "a comma is missing before this");
         }
         blanks();
@@ -328,7 +330,7 @@ private:
         read.value.begin = read.value.end = m_at;
         blanks();
         if (!take(':')) {
-            fail("a \":\" should stand between a member's name and its value", "");
+            fail("a \":\" is expected between a member's name and its value", "");
         }
         blanks();
         value(read.value);
@@ -343,9 +345,9 @@ private:
             fail("a member is missing here", "remove the comma before it");
         }
         if (peek() == '/' || peek() == '#') {
-            fail("a comment stands here", "JSON has no comments: remove it");
+            fail("a comment is not allowed here", "JSON has no comments: remove it");
         }
-        fail("a member's name should stand here", "names stand in double quotes");
+        fail("a member's name is expected here", "names are written in double quotes");
     }
 
     std::string_view m_text;

@@ -10,7 +10,7 @@
 namespace sysconfctl {
 namespace {
 
-/// The text by which other rows name a box: the id of its node, escaped.
+/// The text that identifies a box in other rows: the id of its node, escaped.
 std::map<std::string, std::string> shownNames(const Picture& picture) {
     std::map<std::string, std::string> names = {{picture.process.name, "process"}};
     for (const Group& tenancy : picture.tenancies) {

@@ -9,22 +9,22 @@
 #include <string>
 #include <vector>
 
-/// A deployment as one HTML page that needs nothing from outside. Everything from the files is
-/// escaped as on a terminal, then for HTML.
+/// A deployment as one self-contained HTML page. Values from the files are escaped as on a
+/// terminal, then for HTML.
 namespace sysconfctl {
 
-/// What the page shows. Nothing is copied.
+/// The contents of the page, by reference.
 struct PageContents {
     const Prediction& prediction;
     const Cluster& cluster;
     const CheckResult& checked;
     const Options& options;
-    /// The SVG picture, with its prolog; or, if `picture` is empty, why there is none.
+    /// The SVG picture with its XML prolog; if it is empty, `noPicture` is the reason.
     std::string picture;
     std::string noPicture;
-    /// What is newer than the process that was named by its id.
+    /// What changed after the process given by --pid started.
     std::vector<std::string> notices;
-    /// The time of the page.
+    /// The time at which the page is made.
     std::string time;
 };
 

@@ -6,7 +6,7 @@ namespace sysconfctl {
 
 inline constexpr const char* kPageTitle = "Configuration report";
 
-/// The picture is drawn with fixed colours; the rules for it replace them.
+/// The style rules for the picture override the fixed colours with which it is drawn.
 inline constexpr const char* kPageStyle = R"(
 :root { color-scheme: light dark; --text: #1a1a1a; --back: #ffffff; --line: #c4c4c4;
   --soft: #f3f3f3; --mark: #fff3c4; --error: #b3001b; --warning: #8a5a00; --note: #1b6e3a; }
@@ -51,7 +51,7 @@ figure .edge polygon { fill: var(--text); stroke: var(--text); }
 [hidden] { display: none; }
 )";
 
-/// Shows the rows that have every word of the search, in any letter case.
+/// Shows the rows that contain every word of the search, ignoring case.
 inline constexpr const char* kPageScript = R"(
 "use strict";
 const label = document.getElementById("search");
@@ -71,7 +71,7 @@ label.querySelector("input").addEventListener("input", (event) => {
 });
 )";
 
-/// The only script that the page may run: the SHA-256 of kPageScript.
+/// The SHA-256 of kPageScript, the only script that the page's content security policy allows.
 inline constexpr const char* kPageScriptHash =
     "sha256-bKnAzBjQp8tKuG6EZ696xt1Hstd5pTfRbAoLLdZgcTk=";
 

@@ -18,7 +18,7 @@
 namespace sysconfctl {
 namespace {
 
-/// The columns of an excerpt.
+/// The width of an excerpt in columns.
 constexpr std::size_t kExcerptWidth = 100;
 
 std::string element(const char* name, const std::string& text) {
@@ -33,7 +33,7 @@ std::string lines(const std::vector<std::string>& texts) {
     return html;
 }
 
-/// A place that does not depend on the directory in which the page is made.
+/// A place that does not depend on the working directory.
 std::string placeText(const std::string& file, const located::Place& place) {
     return fmt::format("{}:{}:{}", pathOfCaller(file), place.line, place.column);
 }

@@ -9,8 +9,8 @@
 
 namespace sysconfctl {
 
-/// A query of the command line, with its arguments; without them, every question of `show` with
-/// that query.
+/// A query of the command line with its arguments. Without arguments it means every question of
+/// `show` with that query.
 struct AskedQuery {
     const Query* query;
     Arguments arguments;
@@ -21,7 +21,7 @@ struct AskedQuery {
 /// @throws UsageError if there is no such query, or it takes other arguments.
 AskedQuery askedQuery(const std::string& word, std::string_view command);
 
-/// The questions that are asked: all of them if there is no query.
+/// The questions that match the queries; all questions if there are no queries.
 std::vector<Question> questionsOf(const std::vector<AskedQuery>& asked);
 
 } // namespace sysconfctl

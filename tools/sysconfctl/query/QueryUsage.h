@@ -9,7 +9,7 @@
 
 namespace sysconfctl {
 
-/// The names of queries, or else of operations, that are likely meant.
+/// The names of queries that are likely meant or, if there are none, of operations.
 std::vector<std::string> nearQueries(std::string_view name);
 
 /// @param name The name of the query or of its operation; of several queries with the same

@@ -6,8 +6,8 @@ namespace {
 
 using library::DatabaseEntries;
 
-/// Returns what the library answers, or an empty value if it throws. The query is one of the
-/// questions itself, so its reply reports the exception.
+/// Returns the library's answer, or an empty value if it throws. The exception is reported by the
+/// reply to the same query, which is one of the questions.
 template <class Ask>
 auto answerOrEmpty(Ask ask) -> decltype(ask()) {
     try {
@@ -17,7 +17,7 @@ auto answerOrEmpty(Ask ask) -> decltype(ask()) {
     }
 }
 
-/// Asks for all fields of one entry before those of the next one.
+/// Adds all fields of one entry before those of the next.
 void appendEntryQuestions(std::vector<Question>& questions, const DatabaseEntries& database) {
     for (std::size_t index = 0; index < database.count; ++index) {
         for (const Query& query : queries()) {

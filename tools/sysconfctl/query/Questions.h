@@ -18,7 +18,7 @@ struct Question {
 /// differ from call to call.
 std::vector<Question> allQuestions();
 
-/// The same for values that the tool loaded itself.
+/// Likewise, for values that the tool loaded itself.
 std::vector<Question> allQuestions(const Values& values);
 
 } // namespace sysconfctl

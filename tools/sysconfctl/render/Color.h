@@ -8,8 +8,8 @@ namespace sysconfctl {
 enum class ColorChoice { Auto, Always, Never };
 enum class Paint { Bold, Red, Magenta, Green, Cyan };
 
-/// Whether to colour standard output. `Auto` colours a terminal unless `NO_COLOR` is set and not
-/// empty.
+/// Whether to colour standard output. `Auto` uses colours on a terminal unless `NO_COLOR` is set
+/// and not empty.
 bool colorWanted(ColorChoice choice);
 
 /// The escaped text in a colour, or unchanged if `color` is false.

@@ -40,11 +40,12 @@ void reportNotice(std::string_view name, std::string_view sentence);
 
 /// Reports that the library threw an exception with that message on a query.
 void reportThrow(const std::string& queryLabel, const std::string& message);
-/// Reports what is newer than a process.
+/// Reports each difference between a running process and one that starts now.
 void reportNewer(const std::vector<std::string>& sentences);
 /// Reports each file that does not load.
 void reportUnloadedFiles(const std::vector<std::string>& troubles);
-/// Reports each value of a filter that no node has: as errors and as notices.
+/// Reports filter values that no node has: as errors if no node is accepted because of them,
+/// otherwise as notices.
 void reportUnmatched(const std::vector<std::string>& errors,
                      const std::vector<std::string>& notices);
 

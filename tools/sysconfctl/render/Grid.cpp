@@ -28,7 +28,7 @@ Cell wrappedCell(const std::string& line, std::size_t width) {
     return lines;
 }
 
-/// The width of the line, or its least width if it may be wrapped.
+/// The width of the line or, if it may be wrapped, its minimum width.
 std::size_t widestOf(const std::string& line, bool wraps) {
     std::size_t widest = 0;
     for (const std::string& piece : wraps ? wrappedCell(line, 1) : Cell{line}) {
@@ -37,7 +37,7 @@ std::size_t widestOf(const std::string& line, bool wraps) {
     return widest;
 }
 
-/// The widths of all columns: the least ones, or those without wrapping.
+/// The widths of all columns: minimum widths, or widths without wrapping.
 std::vector<std::size_t> widthsOf(const std::vector<Column>& columns,
                                   const std::vector<std::vector<Cell>>& rows, bool least) {
     std::vector<std::size_t> widths;
@@ -59,7 +59,7 @@ std::size_t totalOf(const std::vector<std::size_t>& widths) {
 }
 
 /// Leaves out columns until the others fit, if that is possible.
-/// @return Their titles.
+/// @return The titles of the columns left out.
 std::vector<std::string> leaveOut(std::vector<Column>& columns,
                                   std::vector<std::vector<Cell>>& rows, std::size_t width) {
     std::vector<std::string> titles;

@@ -14,13 +14,14 @@ struct Column {
     std::string title;
     /// The column with the highest number is left out first if rows are too wide; 0: never.
     int leftOut = 0;
-    /// Whether its lines may be wrapped, after blanks only: no address or id is cut.
+    /// Whether its lines may be wrapped. Lines are wrapped only after blanks, so that no address or
+    /// id is cut.
     bool wraps = false;
 };
 
 /// Renders columns with titles, aligned by display width. If the rows are wider than `width`, lines
-/// of columns that allow it are wrapped, then columns are left out and a last line names them. What
-/// is still too wide runs over.
+/// of columns that allow it are wrapped, then columns are left out and a last line names them. Rows
+/// that are still too wide exceed `width`.
 /// @param color Makes the titles bold.
 std::string grid(std::vector<Column> columns, std::vector<std::vector<Cell>> rows,
                  std::size_t width, bool color = false);

@@ -10,7 +10,7 @@
 
 namespace sysconfctl {
 
-/// Is incremented when a member of the tool's JSON output is renamed, removed or redefined.
+/// Incremented when a member of the tool's JSON output is renamed, removed or redefined.
 inline constexpr int kSchemaVersion = 1;
 
 /// JSON on one line without a line end, or indented and with one. Everything but printable ASCII
@@ -19,8 +19,8 @@ std::string compactJson(const Json::Value& value);
 std::string indentedJson(const Json::Value& value);
 
 /// {"query", "operation", "arguments", "answered", "value"}, and "masked" or "error" if they apply;
-/// "error" is the message of the exception. The value of no answer is null, that of a list an
-/// array, that of a map an object.
+/// "error" is the message of the exception. The value is null for no answer, an array for a list,
+/// an object for a map.
 Json::Value toJson(const Reply& reply);
 
 /// {"schemaVersion", "answers": [...]}

@@ -6,11 +6,11 @@
 
 namespace sysconfctl {
 
-/// A text in XML or HTML, also within double quotes. Characters that XML 1.0 forbids, and bytes
-/// that are no UTF-8, are escaped as on a terminal.
+/// A text in XML or HTML, also within double quotes. Characters that XML 1.0 forbids and invalid
+/// UTF-8 are escaped as on a terminal.
 std::string markupText(std::string_view text);
 
-/// The same for a text that is escaped for a terminal already.
+/// Likewise, for a text that is already escaped for a terminal.
 std::string escapedMarkup(std::string_view text);
 
 } // namespace sysconfctl

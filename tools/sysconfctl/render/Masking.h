@@ -9,21 +9,21 @@
 
 namespace sysconfctl {
 
-/// Replaces a secret of any length.
+/// Shown instead of a secret, whatever its length.
 inline constexpr std::string_view kMask = "********";
 
 /// Whether the name of a member indicates a password. Matches more than the one name that the
-/// library reads, so that a misspelt or additional password is masked, too.
+/// library reads, so that misspelt and additional passwords are also masked.
 bool indicatesPassword(std::string name);
 
 /// The end of the first word in the text that indicates a password; npos if there is none.
 std::size_t endOfPasswordWord(std::string text);
 
-/// Whether a member of a database entry has that name and is shown: the fields that queries read,
-/// except the password. Any other member may be a secret, whatever its name is.
+/// Whether a member of a database entry with that name is shown: true for the fields that queries
+/// read, except the password. Any other member may be a secret.
 bool isShownField(std::string_view name);
 
-/// The member of an entry that is an object with more fields.
+/// The name of the member of an entry that is an object with more fields.
 inline constexpr std::string_view kNestedFields = "instanceExt";
 
 /// Whether a text holds login data: "user:password@host", "user/password@host", "password=...".

@@ -20,7 +20,7 @@ namespace sysconfctl {
 namespace {
 
 constexpr std::size_t kDefaultWidth = 100;
-/// Narrower tables are not readable.
+/// The minimum width of tables, below which they are unreadable.
 constexpr std::size_t kLeastWidth = 40;
 
 /// Set once, before the first output.
@@ -38,13 +38,13 @@ std::size_t columnsOfEnvironment() {
     return 0;
 }
 
-/// Zeros without a terminal.
+/// The size of the terminal; zeros if there is none.
 winsize terminalSize() {
     winsize size{};
     return ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size : winsize{};
 }
 
-/// Whether the text has more lines than the terminal, which wraps lines that are wider.
+/// Whether the text needs more rows than the terminal has. Wide lines are wrapped.
 bool isLongerThanTerminal(std::string_view text) {
     const winsize size = terminalSize();
     if (size.ws_row == 0 || size.ws_col == 0) {

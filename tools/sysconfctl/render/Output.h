@@ -13,7 +13,7 @@ struct OutputError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// The reader of the output has closed it, as `head` does.
+/// The reader of the output has closed the pipe, as `head` does.
 struct OutputClosed : OutputError {
     using OutputError::OutputError;
 };
@@ -21,8 +21,8 @@ struct OutputClosed : OutputError {
 /// Lets writeOutput() use the pager.
 void allowPager();
 
-/// Writes the whole text to standard output; through the pager if that is allowed, standard output
-/// is a terminal and the text has more lines.
+/// Writes the whole text to standard output. Uses the pager if it is allowed, standard output is a
+/// terminal and the text does not fit on it.
 /// @throws OutputClosed, OutputError if any of it cannot be written.
 void writeOutput(std::string_view text);
 
@@ -30,7 +30,7 @@ void writeOutput(std::string_view text);
 /// @return 0 or the error number.
 int writeAll(int descriptor, std::string_view text);
 
-/// Writes the whole text to a file, in place of what is in it.
+/// Writes the whole text to a file, replacing its contents.
 /// @throws OutputError if any of it cannot be written.
 void writeOutputFile(const std::string& path, std::string_view text);
 

@@ -18,7 +18,7 @@ extern char** environ; // NOLINT(readability-redundant-declaration): not every l
 namespace sysconfctl {
 namespace {
 
-/// Ignores the signals of the keyboard, which are for the pager.
+/// Ignores the keyboard signals, which the pager handles.
 struct IgnoredKeys {
     IgnoredKeys() : interrupt(std::signal(SIGINT, SIG_IGN)), quit(std::signal(SIGQUIT, SIG_IGN)) {}
     IgnoredKeys(const IgnoredKeys&) = delete;
@@ -33,8 +33,7 @@ struct IgnoredKeys {
 
 // NOLINTBEGIN(concurrency-mt-unsafe): the environment no longer changes.
 
-/// The words to run; empty for no pager. A command of the user may have options, so a shell runs
-/// it.
+/// The command line to run; empty for no pager. PAGER may contain options, so it is run by a shell.
 std::vector<std::string> pagerWords() {
     const char* const pager = std::getenv("PAGER");
     const std::string command = pager != nullptr ? pager : "less";
@@ -44,7 +43,8 @@ std::vector<std::string> pagerWords() {
     return pager == nullptr ? std::vector{command} : std::vector<std::string>{"sh", "-c", command};
 }
 
-/// The environment of this process; less ends if the text fits, and shows colours.
+/// The environment of this process, with LESS set so that less exits if the text fits and shows
+/// colours.
 std::vector<std::string> pagerEnvironment() {
     std::vector<std::string> variables;
     for (char** variable = environ; *variable != nullptr; ++variable) {
@@ -110,7 +110,7 @@ bool showInPager(std::string_view text) {
     int status = 0;
     while (::waitpid(process, &status, 0) < 0 && errno == EINTR) {
     }
-    constexpr int kCannotRun = 126; // of a shell; 127 if there is no such program
+    constexpr int kCannotRun = 126; // status of a shell; 127 if there is no such program
     return !WIFEXITED(status) || WEXITSTATUS(status) < kCannotRun;
 }
 

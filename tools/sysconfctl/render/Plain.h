@@ -10,11 +10,11 @@
 namespace sysconfctl {
 
 /// The answer as escaped lines for scripts: one line for a text, a number or JSON, one line for
-/// each item of a list, one tab-separated line for each key of a map and its texts. No answer has
-/// no lines.
+/// each item of a list, one tab-separated line for each key of a map and its texts. Empty for no
+/// answer.
 std::vector<std::string> plainLines(const Answer& answer);
 
-/// Shown in place of no answer, and of an empty list or map.
+/// Shown for no answer, and for an empty list or map.
 inline constexpr std::string_view kNoAnswerText = "(no answer)";
 inline constexpr std::string_view kEmptyText = "(empty)";
 

@@ -27,8 +27,8 @@ struct TableRow {
 /// @param color Makes the titles bold and colours the labels.
 std::string table(const std::vector<TableRow>& rows, std::size_t width, bool color = false);
 
-/// The row of a reply. JSON is summarised: the other formats have all of it, and other rows have
-/// its fields.
+/// The row of a reply. JSON is summarised: other formats have all of it, and other rows show its
+/// fields.
 TableRow tableRow(const Reply& reply);
 
 /// The table of the replies.

@@ -118,7 +118,7 @@ std::size_t columns(const Character& character) {
     return within(kTwoColumns, character.code) ? 2 : 1;
 }
 
-/// The characters after which lines are broken, and whether a longer word is cut.
+/// The characters after which a line may be broken, and whether a longer word is cut.
 struct Breaks {
     std::string_view after;
     bool cut;

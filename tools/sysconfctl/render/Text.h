@@ -23,8 +23,8 @@ std::size_t displayWidth(std::string_view text);
 std::vector<std::string> wrapped(std::string_view text, std::size_t width);
 
 /// Wraps an escaped text after blanks only, so that no address, id or path is cut: a longer word
-/// runs over the width.
-/// @param also Characters after which a line may be broken, too.
+/// exceeds the width.
+/// @param also More characters after which a line may be broken.
 std::vector<std::string> wrappedWords(std::string_view text, std::size_t width,
                                       std::string_view also = {});
 

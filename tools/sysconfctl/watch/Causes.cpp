@@ -18,14 +18,14 @@
 namespace sysconfctl {
 namespace {
 
-/// Longer than an event is delayed and repeated.
+/// How long a cause is reported with changes; longer than the delay and repetition of an event.
 constexpr std::chrono::seconds kRecent{10};
 
 bool sameText(const SourceFile& file, const std::optional<std::string>& text) {
     return text && file.unreadable.empty() && file.document.text() == *text;
 }
 
-/// Reads a file again if its text is another one.
+/// Reads a file again if its text has changed.
 template <typename Read>
 std::vector<Cause> updated(SourceFile& file, Read read) {
     if (sameText(file, Quarncommon::config::readText(file.path))) {

@@ -11,42 +11,42 @@
 
 namespace sysconfctl {
 
-/// What happened to a file or to the host's addresses, so that answers may change.
+/// A change of a file or of the host's addresses that may change answers.
 struct Cause {
     /// A word that scripts may rely on: "changed", "no-longer-loads", "loads-again",
     /// "host-addresses".
     std::string_view name;
-    /// Which file and, if it does not load, where and why; unescaped.
+    /// Describes the change: the file and, if it does not load, where and why. Unescaped.
     std::string sentence;
-    /// Empty for the addresses.
+    /// The path of the file; empty for a change of addresses.
     std::string file = {};
-    /// When it was seen.
+    /// When the change was detected.
     std::chrono::system_clock::time_point time = {};
 };
 
-/// What happened between two states of a file; nothing if its text is the same.
+/// The change between two states of a file; empty if the text is the same.
 std::vector<Cause> causesBetween(const SourceFile& before, const SourceFile& after);
 std::vector<Cause> addressCauses(const std::list<std::string>& addressesBefore,
                                  const std::list<std::string>& addressesAfter);
 
-/// Watches what the library takes from outside.
+/// Watches the inputs of the library.
 class Causes {
 public:
     /// Reads the files of the environment.
     Causes() : m_sources(readSources()) {}
 
-    /// Reads again what changed.
-    /// @return What happened since the last call.
+    /// Reads changed files and the host's addresses again.
+    /// @return The changes since the last call.
     std::vector<Cause> update();
 
-    /// What happened since the last changes of answers. If that is nothing, what caused those,
-    /// unless it is too long ago: the library applies a change of a file later than the file
-    /// changes.
+    /// The causes since answers last changed. If there are none, the causes of that last change are
+    /// returned again, unless they are too old: after a change of a file, loaded answers change
+    /// later than answers that are read on every call.
     std::vector<Cause> ofChanges();
 
 private:
     Sources m_sources;
-    /// Not yet followed by changes.
+    /// Causes that no change of answers has followed yet.
     std::vector<Cause> m_pending;
     std::vector<Cause> m_last;
 };

@@ -21,8 +21,8 @@ struct Observation {
 /// Asks each question once.
 std::vector<Observation> observe(const std::vector<AskedQuery>& asked, bool revealSecrets);
 
-/// A difference between two observations of one question. A null pointer means that it was not
-/// asked: a database was added or removed.
+/// A difference between two observations of one question. A pointer is null if the question was not
+/// asked then because a database was added or removed.
 struct Change {
     const Reply* before;
     const Reply* after;

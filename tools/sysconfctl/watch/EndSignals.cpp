@@ -31,7 +31,7 @@ EndSignals::EndSignals() {
 }
 
 EndSignals::~EndSignals() {
-    // The signals stay blocked: the process ends in an orderly way from here on.
+    // The signals remain blocked: the process is already exiting.
     ::close(m_descriptor);
 }
 

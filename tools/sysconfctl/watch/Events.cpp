@@ -48,7 +48,7 @@ const char* switchedOffBy() {
 std::string fileOf(void* library) {
     link_map* map = nullptr;
     const bool known = ::dlinfo(library, RTLD_DI_LINKMAP, static_cast<void*>(&map)) == 0;
-    // The search path of the loader may contain relative folders.
+    // The loader's search path may contain relative directories.
     return known ? std::filesystem::absolute(map->l_name).string() : kFileName;
 }
 
@@ -76,7 +76,7 @@ Events::~Events() {
             fini();
         }
     } catch (...) {
-        // The process ends soon, and the subscription with it.
+        // An error is ignored: the subscription ends when the process exits.
         return;
     }
 }
@@ -99,7 +99,9 @@ std::string Events::subscribe() {
     try {
         const int result = init("SysConfigEvent", "", &callback);
         m_subscribed = result >= 0;
-        return m_subscribed ? file : fmt::format("{} refused it with {}", file, result);
+        return m_subscribed
+                   ? file
+                   : fmt::format("{} refused the subscription with result {}", file, result);
     } catch (const std::exception& exception) {
         return fmt::format("{} threw: {}", file, exception.what());
     } catch (...) {

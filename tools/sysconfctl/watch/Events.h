@@ -5,13 +5,15 @@
 
 namespace sysconfctl {
 
-/// The tool's subscription to change events, in addition to the library's, so that the tool knows
-/// when to ask again. An event does not mean that the library has applied the change already.
+/// The tool's own subscription to change events, which indicates when to query the library again.
+/// When an event arrives, the library may not have applied the change yet.
 class Events {
 public:
-    /// Subscribes. The library must have subscribed before. `report` has the reason of a failure.
+    /// Subscribes. The library must have subscribed before. If that fails, `report` returns the
+    /// reason.
     Events();
-    /// Unsubscribes. The library's subscription ends, too, if the event library has one for all.
+    /// Unsubscribes. This also ends the library's subscription if the event library has only one
+    /// for the process.
     ~Events();
     Events(const Events&) = delete;
     Events& operator=(const Events&) = delete;

@@ -53,7 +53,7 @@ private:
     std::string m_tag;
 };
 
-/// Searches a file. Everything that it meets is a candidate for a near match.
+/// Searches a file. Each name and value in it is a candidate for a near match.
 class Search {
 public:
     Search(const Word& word, const SourceFile& file, const Cluster& cluster,
@@ -213,7 +213,7 @@ bool contains(const Answer& answer, const Word& word) {
                       answer.value);
 }
 
-/// The part of an answer that has the word.
+/// The part of an answer that contains the word.
 std::string partOf(const Answer& answer, const Word& word) {
     std::vector<std::string> parts;
     const auto add = [&](const std::string& key, const std::string& text) {

@@ -32,8 +32,8 @@ struct Appearance {
 /// An answer of `show` in which the word appears, masked.
 struct AppearanceInAnswer {
     Reply reply;
-    /// The part of the answer that has it: items of a list, lines of a map. The whole of a text.
-    /// Empty if the part is a large one, such as a database. Escaped.
+    /// The part of the answer that contains the word: items of a list, lines of a map, or the whole
+    /// text. Empty if the part is large, such as a database. Escaped.
     std::string part;
 };
 
