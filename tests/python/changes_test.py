@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Notifications of loads. A test that waits for ever is ended by ctest."""
+"""Notifications of loads. ctest ends a test that waits too long."""
 
 import asyncio
 import gc

@@ -5,7 +5,6 @@ import json
 import os
 import pathlib
 import pickle
-import resource
 import subprocess
 import sys
 import tempfile
@@ -16,11 +15,6 @@ import sysconfreader
 
 # Too large for any free part of the heap.
 LARGE = 64 << 20
-
-
-def size_of_this_process():
-    pages = pathlib.Path("/proc/self/statm").read_text().split()[0]
-    return int(pages) * resource.getpagesize()
 
 
 class ErrorsTest(support.MasterTest):
@@ -86,9 +80,7 @@ class ErrorsTest(support.MasterTest):
     def test_ShortageOfMemory_IsOutOfMemory(self):
         self.configure(lambda config: config["databases"].update(large="x" * LARGE))
         self.assertEqual(sysconfreader.corba_port(), 31500)
-        resource.setrlimit(
-            resource.RLIMIT_AS, (size_of_this_process() + LARGE // 2, resource.RLIM_INFINITY)
-        )
+        support.limit_memory(LARGE // 2)
         error = self.check_raises(
             sysconfreader.OutOfMemory,
             "db-info: out of memory",

@@ -110,6 +110,13 @@ class QueriesTest(support.MasterTest):
             sysconfreader.db_info("Zürich"), [{"type": "\u2603 \0\U0001f600"}]
         )
 
+    def test_Answers_AreFreed(self):
+        self.configure(lambda config: config["databases"].update(large="x" * (16 << 20)))
+        self.assertEqual(len(sysconfreader.db_info("large")), 16 << 20)
+        support.limit_memory(256 << 20)
+        for _ in range(50):
+            sysconfreader.db_info("large")
+
     def test_Functions_AreThoseOfTheToolsTable(self):
         listed = subprocess.run(
             [os.environ["SYSCONFCTL"], "show", "-o", "json", "--env-file", VIEWS[0]],
@@ -177,7 +184,11 @@ class QueriesTest(support.MasterTest):
 class WheelTest(unittest.TestCase):
     def test_Wheel_IsBuiltOfflineInTheVersionOfTheLibrary(self):
         with tempfile.TemporaryDirectory() as folder:
-            shutil.copytree(support.SOURCE / "bindings/python", f"{folder}/source")
+            shutil.copytree(
+                support.SOURCE / "bindings/python",
+                f"{folder}/source",
+                ignore=shutil.ignore_patterns("build", "*.egg-info"),
+            )
             subprocess.run(
                 ["/usr/bin/python3", "-m", "pip", "wheel", "--no-build-isolation", "--no-index"]
                 + ["--no-deps", "--quiet", "--wheel-dir", folder, f"{folder}/source"],

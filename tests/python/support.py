@@ -5,6 +5,7 @@ import json
 import os
 import pathlib
 import re
+import resource
 import shutil
 import subprocess
 import sys
@@ -36,6 +37,13 @@ def load_event_library(name):
     """Loads the library that the variable names, so that the reader finds it by its SONAME."""
     os.environ.pop("NO_EM_CLIENT")
     return ctypes.CDLL(os.environ[name])
+
+
+def limit_memory(more):
+    """Limits the memory of this process to so many bytes more than it has now."""
+    pages = int(pathlib.Path("/proc/self/statm").read_text().split()[0])
+    limit = pages * resource.getpagesize() + more
+    resource.setrlimit(resource.RLIMIT_AS, (limit, resource.RLIM_INFINITY))
 
 
 def programs(page):
