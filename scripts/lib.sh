@@ -12,7 +12,7 @@ package_packages=(binutils build-essential chrpath debhelper doxygen dpkg-dev fi
 test_packages=("${package_packages[@]}" abigail-tools xz-utils
   clang libclang-rt-dev lld meson libgtest-dev libgmock-dev
   libbenchmark-dev nlohmann-json3-dev locales graphviz strace python3 python3-jsonschema
-  zsh fish mandoc groff-base chromium)
+  python3-pip python3-setuptools python3-wheel zsh fish mandoc groff-base chromium)
 # shellcheck disable=SC2034
 lint_packages=(clang clang-format clang-tidy cmake-format lintian shfmt shellcheck flake8 python3)
 

@@ -11,7 +11,7 @@ folder=$4
 source=$5
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-all=(libeventcbutil libeventcbutil-dev libsysconfreader libsysconfreader-c1 libsysconfreader-dev sysconfctl)
+all=(libeventcbutil libeventcbutil-dev libsysconfreader libsysconfreader-c1 libsysconfreader-dev python3-sysconfreader sysconfctl)
 root=$work/root
 
 fail() {
@@ -19,13 +19,13 @@ fail() {
   exit 1
 }
 
-# pack FOLDER UMASK: needs only the packaging, the pages and the examples. -d: the build dependencies
+# pack FOLDER UMASK: needs only the packaging, the pages, the examples and the Python package. -d: the build dependencies
 # were checked when BUILD was configured.
 pack() {
   mkdir -p "$1"
   if ! (
     umask "$2"
-    cp -r "$source"/{debian,examples,CHANGELOG.md} "$(mktemp -d -p "$work" sourceXXX)"
+    cp -r "$source"/{debian,bindings,examples,CHANGELOG.md} "$(mktemp -d -p "$work" sourceXXX)"
     cd "$work"/source*
     SYSCONFREADER_BUILT=$build dpkg-buildpackage --build=binary -us -uc -d
   ) >"$work/log" 2>&1; then
@@ -85,6 +85,8 @@ contents() {
     "$cmake"/sysconfreader{-targets,-targets-CONFIG,Config,ConfigVersion}.cmake \
     "$cmake"/sysconfreader-c-targets{,-CONFIG}.cmake \
     "$libdir/libsysconfreader-c.so" "$libdir"/pkgconfig/sysconfreader{,-c}.pc
+  has python3-sysconfreader lib/python3/dist-packages/sysconfreader/{py.typed,{__init__,_changes,_errors}.py} \
+    lib/python3/dist-packages/sysconfreader/{_library,_queries,_status}.py
   has sysconfctl bin/sysconfctl share/man/man1/sysconfctl.1.gz \
     share/sysconfreader/schema/{app-config,manager-node-list,node-list}.schema.json \
     share/bash-completion/completions/sysconfctl share/zsh/vendor-completions/_sysconfctl \
@@ -112,6 +114,7 @@ dependencies() {
   needs libsysconfreader-dev "libsysconfreader (= $version)" \
     "libsysconfreader-c1 (= $version)" libjsoncpp-dev libace-dev pkgconf
   needs libeventcbutil-dev "libeventcbutil (= $version)" "libsysconfreader-dev (= $version)"
+  needs python3-sysconfreader "libsysconfreader-c1 (>= $version)" 'python3 (>=*)'
   needs sysconfctl "libsysconfreader (= $version)" 'libfmt[0-9]*' "$abi"
   # Programs depend on this name, which changes with the binary interface.
   [[ $(field libsysconfreader Provides) == "$abi" ]] || fail "libsysconfreader does not provide $abi"
@@ -158,6 +161,16 @@ tool() {
   LD_LIBRARY_PATH=$root/usr/$libdir "$root/usr/bin/sysconfctl" "$@"
 }
 
+# python_answer: an answer of the installed Python package, as the master of the sample pair.
+python_answer() (
+  cd "$source/samples/ha-pair"
+  set -a
+  # shellcheck source=/dev/null
+  source ./master.env
+  LD_LIBRARY_PATH=$root/usr/$libdir PYTHONPATH=$root/usr/lib/python3/dist-packages \
+    /usr/bin/python3 -B -c 'import sysconfreader; print(sysconfreader.product_name())'
+)
+
 installation() {
   local version dynamic packages
   version=$(field libsysconfreader Version)
@@ -173,7 +186,7 @@ installation() {
   diff <(for package in "${packages[@]}"; do dpkg-deb --fsys-tarfile "$package" | tar --list --file -; done |
     sed '/\/$/d; s/^\.//' | sort) <(in_root) || fail "not just the new version is installed"
   [[ $(dpkg-query --admindir="$root/var/lib/dpkg" --show --showformat '${Version}\n' |
-    sort | uniq -c) =~ ^\ *6\ $version$ ]] || fail "not all are upgraded to $version"
+    sort | uniq -c) =~ ^\ *7\ $version$ ]] || fail "not all are upgraded to $version"
   dpkg --root="$root" --force-not-root --verify | grep . && fail "files differ from the packages'"
 
   dynamic=$(readelf --dynamic "$root/usr/bin/sysconfctl" "$root/usr/$libdir"/lib*.so)
@@ -181,6 +194,7 @@ installation() {
   [[ "sysconfctl $version" == "$(tool --version)" ]] || fail "the tool says $(tool --version)"
   [[ $(tool --env-file "$source/samples/ha-pair/master.env" get product-name) == core ]] ||
     fail "the tool does not answer"
+  [[ $(python_answer) == core ]] || fail "the Python package does not answer"
 
   own_dpkg --purge "${all[@]}"
   in_root | grep . && fail "left after removal"
