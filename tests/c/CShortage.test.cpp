@@ -5,6 +5,7 @@
 
 #include "support/AllocationFaults.h"
 #include "support/SampleTexts.h"
+#include "support/Sanitizers.h"
 
 #include <gtest/gtest.h>
 
@@ -45,6 +46,7 @@ protected:
 };
 
 TEST_F(CShortage, OfAnyAllocation_IsReportedAndNothingIsStored) {
+    int reportedByAll = 0;
     for (const Row& row : kRows) {
         for (const sysconfreader_format format : {SYSCONFREADER_TEXT, SYSCONFREADER_JSON}) {
             bool happened = true;
@@ -70,9 +72,13 @@ TEST_F(CShortage, OfAnyAllocation_IsReportedAndNothingIsStored) {
                 }
                 sysconfreader_free(text);
             }
+            reportedByAll += reported;
+#ifndef SANITIZED // where only `new` fails, which a short text does not need
             EXPECT_GT(reported, 0) << row.query;
+#endif
         }
     }
+    EXPECT_GT(reportedByAll, 0);
 }
 
 TEST_F(CShortage, OfLists_IsReportedAndNothingIsStored) {

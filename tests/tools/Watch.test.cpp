@@ -150,7 +150,7 @@ TEST(Watch, FileThatNoLongerLoads_IsReportedWithItsPlaceEvenIfNoAnswerChanges) {
     json.waitForOutput("local-port");
     deployment.nodeList("{\n  \"nodeList\" {}}");
     text.waitForOutput("the node list no longer loads: ");
-    text.waitForOutput(":2:14: a \":\" should stand");
+    text.waitForOutput(":2:14: a \":\" is expected");
     json.waitForOutput("\"name\":\"no-longer-loads\"");
     for (const auto* running : {&text, &json}) {
         running->signal(SIGTERM);
