@@ -36,6 +36,9 @@ inline Answer numberAnswer(int number) {
     return number == -1 ? Answer{NoAnswer{}} : Answer{number};
 }
 
+/// The value as JSON: null without an answer, an object for keys. Ignores `masked`.
+Json::Value jsonOf(const Answer& answer);
+
 /// Combines lambdas into one visitor of an answer's value.
 template <class... Visitors>
 struct Overloaded : Visitors... {

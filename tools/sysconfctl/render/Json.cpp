@@ -19,37 +19,6 @@ std::string written(const Json::Value& value, const char* indentation) {
     return text;
 }
 
-Json::Value array(const List& texts) {
-    Json::Value value(Json::arrayValue);
-    for (const std::string& text : texts) {
-        value.append(text);
-    }
-    return value;
-}
-
-Json::Value valueOf(const Answer& answer) {
-    return std::visit(Overloaded{
-                          [](const NoAnswer&) { return Json::Value(); },
-                          [](const List& list) { return array(list); },
-                          [](const Map& map) {
-                              Json::Value value(Json::objectValue);
-                              for (const auto& [key, text] : map) {
-                                  value[key] = text;
-                              }
-                              return value;
-                          },
-                          [](const Groups& groups) {
-                              Json::Value value(Json::objectValue);
-                              for (const auto& [key, texts] : groups) {
-                                  value[key] = array(texts);
-                              }
-                              return value;
-                          },
-                          [](const auto& scalar) { return Json::Value(scalar); },
-                      },
-                      answer.value);
-}
-
 Json::Value toJson(const Parameter& parameter) {
     Json::Value value;
     value["name"] = std::string(parameter.name);
@@ -72,9 +41,9 @@ Json::Value toJson(const Reply& reply) {
     Json::Value value;
     value["query"] = std::string(reply.query->name);
     value["operation"] = std::string(reply.query->operation);
-    value["arguments"] = array(reply.arguments);
+    value["arguments"] = jsonOf(Answer{reply.arguments});
     value["answered"] = reply.answer.isAnswered();
-    value["value"] = valueOf(reply.answer);
+    value["value"] = jsonOf(reply.answer);
     if (reply.answer.masked) {
         value["masked"] = true;
     }
