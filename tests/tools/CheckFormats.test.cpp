@@ -1,4 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0 Machine-readable formats of findings, and which findings are
+// SPDX-License-Identifier: Apache-2.0
+// Machine-readable formats of findings, and which findings are
 // listed.
 
 #include "Sysconfctl.h"

@@ -1,4 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0 Checks of whole trees: which files are grouped and compared.
+// SPDX-License-Identifier: Apache-2.0
+// Checks of whole trees: which files are grouped and compared.
 
 #include "Sysconfctl.h"
 

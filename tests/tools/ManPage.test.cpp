@@ -1,4 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0 The manual page has exactly the entries of the tool's tables.
+// SPDX-License-Identifier: Apache-2.0
+// The manual page has exactly the entries of the tool's tables.
 
 #include "cli/CommandTable.h"
 #include "query/QueryUsage.h"

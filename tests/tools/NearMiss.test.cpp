@@ -1,4 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0 Names in a file that are probably misspelt.
+// SPDX-License-Identifier: Apache-2.0
+// Names in a file that are probably misspelt.
 
 #include "explain/NearMiss.h"
 

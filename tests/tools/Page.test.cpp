@@ -1,4 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0 The page of `report`. report_test.py tests it in a browser.
+// SPDX-License-Identifier: Apache-2.0
+// The page of `report`. report_test.py tests it in a browser.
 
 #include "Sysconfctl.h"
 

@@ -1,4 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0 Answers of the tool for every view of every sample
+// SPDX-License-Identifier: Apache-2.0
+// Answers of the tool for every view of every sample
 // deployment.
 
 #include "Golden.h"

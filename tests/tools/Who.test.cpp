@@ -1,4 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0 The places where a name appears.
+// SPDX-License-Identifier: Apache-2.0
+// The places where a name appears.
 
 #include "Golden.h"
 

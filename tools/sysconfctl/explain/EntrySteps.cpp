@@ -1,4 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0 Steps for the lookup of a node and for each of its address
+// SPDX-License-Identifier: Apache-2.0
+// Steps for the lookup of a node and for each of its address
 // entries.
 
 #include "explain/ExplanationBuilder.h"

@@ -1,4 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0 Steps of the search for the float node.
+// SPDX-License-Identifier: Apache-2.0
+// Steps of the search for the float node.
 
 #include "explain/ExplanationBuilder.h"
 
