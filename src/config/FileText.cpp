@@ -71,11 +71,6 @@ private:
     int m_descriptor = -1;
 };
 
-bool operator==(const FileText& one, const FileText& other) {
-    return one.data() == other.data() || std::equal(one.data(), one.data() + one.length(),
-                                                    other.data(), other.data() + other.length());
-}
-
 bool sameTime(const timespec& a, const timespec& b) {
     return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
 }
@@ -113,6 +108,11 @@ void pauseBefore(int read) {
 }
 
 } // namespace
+
+bool FileText::operator==(const FileText& other) const {
+    return data() == other.data() ||
+           std::equal(data(), data() + m_length, other.data(), other.data() + other.m_length);
+}
 
 bool FileText::readFrom(int descriptor, std::size_t size, const FileText* known) {
     m_length = 0;

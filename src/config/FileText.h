@@ -51,8 +51,7 @@ public:
     std::size_t length() const { return m_length; }
     bool endsWithNul() const { return m_length != 0 && data()[m_length - 1] == '\0'; }
 
-    /// Whether the bytes are those of `known`, in its memory.
-    bool sameAs(const FileText& known) const { return m_same == &known; }
+    bool operator==(const FileText& other) const;
 
     /// Whether all allocated memory is used, as for a file that reports its size.
     bool isTight() const { return m_capacity == m_length; }

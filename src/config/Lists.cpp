@@ -25,16 +25,34 @@ union LastingMemory {
 constinit LastingMemory g_nodeList;
 constinit LastingMemory g_managerNodeList;
 
+enum class Comparison { None, WhileReading, AfterReading };
+
+/// When a text is compared with the kept one: while it is read, so that an equal text is not
+/// stored. But if the list changed at each of the last two reads, it probably changes again, and
+/// comparing costs more than it saves: then every fourth text is compared, after it has been read.
+Comparison comparisonWith(const ParsedTextPointer& known) {
+    if (known == nullptr) {
+        return Comparison::None;
+    }
+    const unsigned int unused = known->unusedNow();
+    if (unused < 2) {
+        return Comparison::WhileReading;
+    }
+    return unused % 4 == 0 ? Comparison::AfterReading : Comparison::None;
+}
+
 ReadResult readList(const std::string& path, ListMemory& memory, List& list, TextPlace* fault) {
     const ParsedTextPointer known = memory.current();
     FileText text;
-    const ReadResult result = readWhole(path, text, known != nullptr ? known->text.get() : nullptr);
+    const Comparison comparison = comparisonWith(known);
+    const ReadResult result =
+        readWhole(path, text, comparison == Comparison::WhileReading ? known->text.get() : nullptr);
     if (!result) {
         return result;
     }
     if (!text.endsWithNul()) {
-        const bool same = known != nullptr && text.sameAs(*known->text);
-        list.parsed = same ? parseAgain(known, memory) : parseNew(text, memory);
+        const bool same = comparison != Comparison::None && text == *known->text;
+        list.parsed = same ? parseAgain(known, memory) : parseNew(text, known, memory);
         if (list.parsed != nullptr) {
             return result;
         }

@@ -22,8 +22,8 @@ bool isSmall(const Document& parse, const FileText& text) {
 }
 
 /// Null if the text is not valid.
-std::shared_ptr<ParsedText> parsed(Text text) {
-    auto result = std::make_shared<ParsedText>(std::move(text), false);
+std::shared_ptr<ParsedText> parsed(Text text, unsigned int unused = 0) {
+    auto result = std::make_shared<ParsedText>(std::move(text), false, unused);
     const bool valid = result->parse.emplace().read(result->text->data(), result->text->length());
     return valid ? result : nullptr;
 }
@@ -70,9 +70,10 @@ void ListMemory::resetAfterFork() {
     new (&m_text) ParsedTextPointer;
 }
 
-ParsedTextPointer parseNew(FileText& text, ListMemory& memory) {
+ParsedTextPointer parseNew(FileText& text, const ParsedTextPointer& former, ListMemory& memory) {
     const auto moved = std::make_shared<FileText>(std::move(text));
-    ParsedTextPointer result = parsed(moved);
+    const unsigned int unused = former != nullptr ? former->unusedNow() : 0;
+    ParsedTextPointer result = parsed(moved, unused);
     if (result == nullptr) {
         text = std::move(*moved);
         return nullptr;
@@ -83,7 +84,7 @@ ParsedTextPointer parseNew(FileText& text, ListMemory& memory) {
             // A large parse is not kept. If the text is used again, it is parsed again and packed.
             kept = isSmall(*result->parse, *result->text)
                        ? result
-                       : std::make_shared<const ParsedText>(result->text, false);
+                       : std::make_shared<const ParsedText>(result->text, false, unused);
         }
     } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch): then nothing is kept
     }

@@ -17,8 +17,8 @@ namespace Quarncommon::config {
 
 /// A text and its parse, shared by threads. Only the number of its uses changes.
 struct ParsedText {
-    ParsedText(std::shared_ptr<const FileText> itsText, bool isFinal)
-        : text(std::move(itsText)), final(isFinal) {}
+    ParsedText(std::shared_ptr<const FileText> itsText, bool isFinal, unsigned int unusedBefore = 0)
+        : text(std::move(itsText)), final(isFinal), unused(unusedBefore) {}
 
     /// A packed parse refers to it.
     const std::shared_ptr<const FileText> text;
@@ -28,7 +28,15 @@ struct ParsedText {
 
     /// Whether the parse was packed, or is not worth it.
     const bool final;
+
     mutable std::atomic<unsigned int> uses{0};
+
+    /// The number of texts in a row, the last one being that before this text, that were not read
+    /// again.
+    const unsigned int unused;
+
+    /// The same number with this text, 0 if it was read again.
+    unsigned int unusedNow() const { return final || uses != 0 ? 0 : unused + 1; }
 };
 
 using ParsedTextPointer = std::shared_ptr<const ParsedText>;
@@ -60,10 +68,10 @@ private:
     ParsedTextPointer m_text;
 };
 
-/// Parses a text that was read again after another one, moves it away and keeps it. Null if it is
-/// not valid; then the text is unchanged.
+/// Parses a text that was read after `former`, which may be null, moves it away and keeps it. Null
+/// if it is not valid; then the text is unchanged.
 /// @throws std::bad_alloc if memory runs out.
-ParsedTextPointer parseNew(FileText& text, ListMemory& memory);
+ParsedTextPointer parseNew(FileText& text, const ParsedTextPointer& former, ListMemory& memory);
 
 /// Returns the parse of the kept text, which was read again: packs it when it has been used a few
 /// times, or parses it again if its parse is not kept.

@@ -81,6 +81,38 @@ TEST(RememberedMemory, AnyAllocationFails_NextAnswersAreRight) {
     EXPECT_GT(failed, 30U);
 }
 
+std::size_t g_allocations = 0;
+
+/// The number of allocations in a query.
+std::size_t allocationsOfQuery() {
+    g_allocations = 0;
+    support::setAllocationHook([] {
+        ++g_allocations;
+        return false;
+    });
+    service();
+    support::setAllocationHook(nullptr);
+    return g_allocations;
+}
+
+TEST(RememberedMemory, ChangedAtEachQueryAndThenNoMore_IsNotParsedAnyMore) {
+    Deployment deployment;
+    deployment.appConfig(kAppConfig);
+    std::size_t parsing = 0;
+    for (int change = 1; change <= 20; ++change) {
+        deployment.nodeList(listWith("10.0.0." + std::to_string(change), ""));
+        SysConfReader::Instance();
+        parsing = allocationsOfQuery();
+    }
+    for (int i = 0; i < 2 * kQueriesUntilKept; ++i) {
+        EXPECT_EQ(service(), "10.0.0.20");
+    }
+    const std::size_t kept = allocationsOfQuery();
+    EXPECT_LT(kept, parsing);
+    deployment.nodeList(listWith("10.0.0.21", ""));
+    EXPECT_GT(allocationsOfQuery(), kept);
+}
+
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) && !defined(__clang__)
 
 std::size_t allocated() {
