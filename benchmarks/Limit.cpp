@@ -26,9 +26,9 @@ public:
             throw std::runtime_error("cannot open " + path);
         }
         m_text.resize(static_cast<std::size_t>(status.st_size));
-        const ssize_t count = ::read(descriptor, m_text.data(), m_text.size());
+        const ssize_t size = ::read(descriptor, m_text.data(), m_text.size());
         ::close(descriptor);
-        if (count != status.st_size) {
+        if (size != status.st_size) {
             throw std::runtime_error("cannot read " + path);
         }
         return m_text.size();

@@ -65,11 +65,11 @@ std::string readAll(int descriptor) {
     std::string text;
     std::array<char, 65536> piece{};
     for (;;) {
-        const ssize_t count = ::read(descriptor, piece.data(), piece.size());
-        if (count == 0 || (count < 0 && errno != EINTR)) {
+        const ssize_t size = ::read(descriptor, piece.data(), piece.size());
+        if (size == 0 || (size < 0 && errno != EINTR)) {
             return text;
         }
-        text.append(piece.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
+        text.append(piece.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
     }
 }
 

@@ -50,14 +50,14 @@ long entries(const fs::path& folder) {
 }
 
 long watches() {
-    long count = 0;
+    long number = 0;
     for (const fs::directory_entry& entry : fs::directory_iterator("/proc/self/fdinfo")) {
         std::ifstream info(entry.path());
         for (std::string line; std::getline(info, line);) {
-            count += line.starts_with("inotify ") ? 1 : 0;
+            number += line.starts_with("inotify ") ? 1 : 0;
         }
     }
-    return count;
+    return number;
 }
 
 /// Private memory of this process in kilobytes.

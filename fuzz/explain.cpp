@@ -55,8 +55,8 @@ public:
     Arguments argumentsFor(const Query& query) {
         Arguments arguments;
         for (const Parameter& parameter : query.parameters) {
-            const std::size_t count = parameter.occurs == Occurs::Once ? 1 : 2;
-            for (std::size_t i = 0; i < count; ++i) {
+            const std::size_t number = parameter.occurs == Occurs::Once ? 1 : 2;
+            for (std::size_t i = 0; i < number; ++i) {
                 arguments.push_back(argument(parameter.name));
             }
         }

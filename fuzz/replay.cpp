@@ -13,7 +13,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 int main(int argc, char** argv) {
-    int count = 0;
+    int inputs = 0;
     for (int i = 1; i < argc; ++i) {
         for (const auto& entry : std::filesystem::directory_iterator(argv[i])) {
             std::ifstream file(entry.path(), std::ios::binary);
@@ -22,9 +22,9 @@ int main(int argc, char** argv) {
             std::printf("%s\n", entry.path().c_str());
             std::fflush(stdout);
             LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
-            ++count;
+            ++inputs;
         }
     }
-    std::printf("%d inputs\n", count);
-    return count != 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+    std::printf("%d inputs\n", inputs);
+    return inputs != 0 ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -83,11 +83,11 @@ enum sysconfreader_format {
 };
 
 /**
- * Calls a query. `arguments` has `count` texts, those of `sysconfctl get`; it may be NULL if
- * `count` is 0. Stores the answer in `*text`. Passwords are not masked.
+ * Calls a query. `arguments` has `size` texts, those of `sysconfctl get`; it may be NULL if
+ * `size` is 0. Stores the answer in `*text`. Passwords are not masked.
  */
 SYSCONFREADER_C_API int sysconfreader_get(const char* query, const char* const* arguments,
-                                          size_t count, enum sysconfreader_format format,
+                                          size_t size, enum sysconfreader_format format,
                                           char** text);
 
 /** The name of a query, by its index from 0; NULL past the last one. */
@@ -164,10 +164,10 @@ SYSCONFREADER_C_API int sysconfreader_pf_type(int* number);
  */
 SYSCONFREADER_C_API int sysconfreader_local_node_ips(const char* prefix, char*** pairs);
 /**
- * Stores a list of alternating tags and addresses, ended by NULL: of each of the `count` tags, and
+ * Stores a list of alternating tags and addresses, ended by NULL: of each of the `size` tags, and
  * of each southbound tag that has an address.
  */
-SYSCONFREADER_C_API int sysconfreader_local_node_ips_by_tag(const char* const* tags, size_t count,
+SYSCONFREADER_C_API int sysconfreader_local_node_ips_by_tag(const char* const* tags, size_t size,
                                                             char*** pairs);
 /** @} */
 
@@ -181,7 +181,7 @@ SYSCONFREADER_C_API int sysconfreader_ip_addresses(const char* field, const char
  * Stores for each node its id, the number of its addresses as a decimal text, and its addresses,
  * all in one list that is ended by NULL.
  */
-SYSCONFREADER_C_API int sysconfreader_all_float_ip(const char* const* tags, size_t count,
+SYSCONFREADER_C_API int sysconfreader_all_float_ip(const char* const* tags, size_t size,
                                                    char*** nodes);
 /** @} */
 

@@ -41,12 +41,12 @@ std::string given(const char* text) {
     return text;
 }
 
-Arguments given(const char* const* texts, std::size_t count) {
-    if (texts == nullptr && count != 0) {
+Arguments given(const char* const* texts, std::size_t size) {
+    if (texts == nullptr && size != 0) {
         throw BadArgument();
     }
     Arguments arguments;
-    for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t i = 0; i < size; ++i) {
         arguments.push_back(given(texts[i]));
     }
     return arguments;
@@ -120,7 +120,7 @@ auto entryOf(const char* name, unsigned int index) {
 
 } // namespace
 
-int sysconfreader_get(const char* query, const char* const* arguments, size_t count,
+int sysconfreader_get(const char* query, const char* const* arguments, size_t size,
                       enum sysconfreader_format format, char** text) {
     clear(text);
     return guarded([&] {
@@ -128,7 +128,7 @@ int sysconfreader_get(const char* query, const char* const* arguments, size_t co
         if (found == nullptr) {
             throw UnknownQuery();
         }
-        return store(text, *found, given(arguments, count),
+        return store(text, *found, given(arguments, size),
                      [&](const Answer& answer) { return copied(formatted(answer, format)); });
     });
 }
@@ -152,12 +152,12 @@ const char* sysconfreader_query_argument(size_t query, size_t argument) {
 
 size_t sysconfreader_query_arguments(size_t query, size_t* most) {
     const Query* found = queryAt(query);
-    const std::size_t count = found != nullptr ? found->parameters.size() : 0;
-    const Occurs last = count != 0 ? found->parameters.back().occurs : Occurs::Once;
+    const std::size_t parameters = found != nullptr ? found->parameters.size() : 0;
+    const Occurs last = parameters != 0 ? found->parameters.back().occurs : Occurs::Once;
     if (most != nullptr) {
-        *most = last == Occurs::Once ? count : std::numeric_limits<std::size_t>::max();
+        *most = last == Occurs::Once ? parameters : std::numeric_limits<std::size_t>::max();
     }
-    return last == Occurs::AnyTimes ? count - 1 : count;
+    return last == Occurs::AnyTimes ? parameters - 1 : parameters;
 }
 
 int sysconfreader_app_root(char** output) {
@@ -229,14 +229,14 @@ int sysconfreader_pf_type(int* output) {
 int sysconfreader_local_node_ips(const char* prefix, char*** pairs) {
     return list(__func__, pairs, [&] { return Arguments{given(prefix)}; });
 }
-int sysconfreader_local_node_ips_by_tag(const char* const* tags, size_t count, char*** pairs) {
-    return list(__func__, pairs, [&] { return given(tags, count); });
+int sysconfreader_local_node_ips_by_tag(const char* const* tags, size_t size, char*** pairs) {
+    return list(__func__, pairs, [&] { return given(tags, size); });
 }
 int sysconfreader_ip_addresses(const char* field, const char* prefix, char*** addresses) {
     return list(__func__, addresses, [&] { return Arguments{given(field), given(prefix)}; });
 }
-int sysconfreader_all_float_ip(const char* const* tags, size_t count, char*** nodes) {
-    return list(__func__, nodes, [&] { return given(tags, count); });
+int sysconfreader_all_float_ip(const char* const* tags, size_t size, char*** nodes) {
+    return list(__func__, nodes, [&] { return given(tags, size); });
 }
 int sysconfreader_all_db_info(char** json) {
     return text(__func__, json);

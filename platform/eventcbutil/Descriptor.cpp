@@ -17,10 +17,10 @@ constexpr int kFirstNumber = 3;
 
 /// Rotates through the real-time signals, so that a reused number gets a different mark.
 int nextMark() {
-    static constinit std::atomic<unsigned int> count{0};
+    static constinit std::atomic<unsigned int> calls{0};
     const auto first = static_cast<unsigned int>(SIGRTMIN);
     const auto marks = static_cast<unsigned int>(SIGRTMAX) - first + 1;
-    return static_cast<int>(first + count++ % marks);
+    return static_cast<int>(first + calls++ % marks);
 }
 
 [[noreturn]] void closeAndThrow(int descriptor, const char* call) {

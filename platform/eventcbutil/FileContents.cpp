@@ -21,14 +21,14 @@ bool readAll(const Descriptor& descriptor, std::size_t size, std::string& text) 
         if (!descriptor.intact()) {
             return false;
         }
-        const ssize_t count = ::read(descriptor.get(), text.data() + length, text.size() - length);
-        if (count == 0) {
+        const ssize_t bytes = ::read(descriptor.get(), text.data() + length, text.size() - length);
+        if (bytes == 0) {
             break;
         }
-        if (count < 0 && errno != EINTR) {
+        if (bytes < 0 && errno != EINTR) {
             return false;
         }
-        length += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+        length += static_cast<std::size_t>(std::max<ssize_t>(bytes, 0));
     }
     text.resize(length);
     return length <= size;

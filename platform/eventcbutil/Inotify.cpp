@@ -39,12 +39,12 @@ bool Inotify::read(const std::function<void(const Notice&)>& visit) {
         return false;
     }
     while (waiting > 0) {
-        const ssize_t count = ::read(m_descriptor.get(), buffer.data(), buffer.size());
-        if (count <= 0) {
+        const ssize_t size = ::read(m_descriptor.get(), buffer.data(), buffer.size());
+        if (size <= 0) {
             return false;
         }
-        waiting -= static_cast<int>(count);
-        const auto end = static_cast<std::size_t>(count);
+        waiting -= static_cast<int>(size);
+        const auto end = static_cast<std::size_t>(size);
         for (std::size_t position = 0; position < end;) {
             inotify_event event{};
             std::memcpy(&event, buffer.data() + position, sizeof event);

@@ -52,11 +52,11 @@ void WakeUp::clear() {
 /// Returns false if the pipe is at its end or cannot be read.
 bool WakeUp::drain() {
     std::array<char, 256> bytes{};
-    ssize_t count = 0;
+    ssize_t size = 0;
     do {
-        count = ::read(m_readEnd.get(), bytes.data(), bytes.size());
-    } while (count == static_cast<ssize_t>(bytes.size()));
-    return count > 0 || (count < 0 && errno == EAGAIN);
+        size = ::read(m_readEnd.get(), bytes.data(), bytes.size());
+    } while (size == static_cast<ssize_t>(bytes.size()));
+    return size > 0 || (size < 0 && errno == EAGAIN);
 }
 
 void WakeUp::close() {

@@ -22,9 +22,9 @@ public:
     bool String(const char* text, Length length, bool copy);
     bool Key(const char* name, Length length, bool copy) { return String(name, length, copy); }
     bool StartObject() { return open(Tape::kObject); }
-    bool EndObject(Length /*count*/) { return close(Tape::kObjectEnd); }
+    bool EndObject(Length /*length*/) { return close(Tape::kObjectEnd); }
     bool StartArray() { return open(Tape::kArray); }
-    bool EndArray(Length /*count*/) { return close(Tape::kArrayEnd); }
+    bool EndArray(Length /*length*/) { return close(Tape::kArrayEnd); }
     /// Events that RapidJSON does not send with kParseNumbersAsStringsFlag.
     static bool Default() { return false; }
 

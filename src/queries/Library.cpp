@@ -162,8 +162,8 @@ std::vector<DatabaseEntries> databaseEntries() {
 std::vector<DatabaseEntries> entriesOf(const std::map<std::string, Json::Value>& databases) {
     std::vector<DatabaseEntries> entries;
     for (const auto& [name, info] : databases) {
-        const std::size_t count = info.isArray() ? info.size() : 0;
-        entries.push_back({name, std::max<std::size_t>(count, 1)});
+        const std::size_t size = info.isArray() ? info.size() : 0;
+        entries.push_back({name, std::max<std::size_t>(size, 1)});
     }
     return entries;
 }

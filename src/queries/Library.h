@@ -85,7 +85,7 @@ Answer groupedAnswer(const std::map<std::string, std::set<std::string>>& nodes);
 /// A database and the number of entries to ask for, at least 1.
 struct DatabaseEntries {
     std::string name;
-    std::size_t count;
+    std::size_t entries;
 };
 std::vector<DatabaseEntries> databaseEntries();
 std::vector<DatabaseEntries> entriesOf(const std::map<std::string, Json::Value>& databases);

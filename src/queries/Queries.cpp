@@ -185,11 +185,11 @@ const Query* queryNamed(std::string_view name) {
     return nullptr;
 }
 
-bool takesArguments(const Query& query, std::size_t count) {
+bool takesArguments(const Query& query, std::size_t number) {
     const bool open = !query.parameters.empty() && query.parameters.back().occurs != Occurs::Once;
     const bool optional = open && query.parameters.back().occurs == Occurs::AnyTimes;
     const std::size_t least = query.parameters.size() - (optional ? 1 : 0);
-    return count >= least && (open || count <= query.parameters.size());
+    return number >= least && (open || number <= query.parameters.size());
 }
 
 } // namespace Quarncommon::queries

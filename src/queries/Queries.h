@@ -68,6 +68,6 @@ const std::vector<Query>& queries();
 const Query* queryNamed(std::string_view name);
 
 /// Whether the query takes so many arguments.
-bool takesArguments(const Query& query, std::size_t count);
+bool takesArguments(const Query& query, std::size_t number);
 
 } // namespace Quarncommon::queries

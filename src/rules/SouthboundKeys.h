@@ -33,11 +33,11 @@ private:
 /// 1000, 1001 ... 9, 90 ... 999.
 struct SouthboundKeys {
     std::array<SouthboundKey, kSouthboundSlots> keys{};
-    std::size_t count = 0;
+    std::size_t size = 0;
 
     constexpr explicit SouthboundKeys(std::string_view family) {
         const SouthboundKey first(family);
-        keys.at(count++) = first;
+        keys.at(size++) = first;
         addWithDigitsBehind(first, 0);
     }
 
@@ -51,7 +51,7 @@ private:
             SouthboundKey key = start;
             key.append(static_cast<char>('0' + digit));
             if (slot != 1) {
-                keys.at(count++) = key;
+                keys.at(size++) = key;
             }
             addWithDigitsBehind(key, slot);
         }

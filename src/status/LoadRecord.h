@@ -54,7 +54,7 @@ void recordRead(File& file, config::ReadResult result, config::TextPlace fault) 
 void recordShortage(File& file) noexcept;
 void recordWrongType(File& file, const rules::Path& path) noexcept;
 
-/// Runs a rule. If a value of the wrong type ends it, runs it once more to record the value.
+/// Runs a rule. If a value of the wrong type ends it, runs it again to record the value.
 template <typename Rule>
 void applyRecorded(const rules::Node& root, File& file, Rule& rule) {
     try {

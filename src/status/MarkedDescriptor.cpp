@@ -36,10 +36,10 @@ void closeNumber(int number) {
 /// Rotates through the real-time signals, so that two descriptors with the same number in
 /// succession have different marks.
 int nextMark() {
-    static constinit std::atomic<unsigned int> count{0};
+    static constinit std::atomic<unsigned int> calls{0};
     const auto first = static_cast<unsigned int>(SIGRTMIN);
     const auto marks = static_cast<unsigned int>(SIGRTMAX) - first + 1;
-    return static_cast<int>(first + count++ % marks);
+    return static_cast<int>(first + calls++ % marks);
 }
 
 } // namespace

@@ -19,7 +19,7 @@ void publish(SysConfReaderStatus::Load SysConfReaderStatus::*reader,
 void setSubscription(SysConfReaderStatus::Subscription subscription,
                      void* library = nullptr) noexcept;
 
-/// Counts an event.
+/// Adds an event to its total.
 void countEvent(unsigned long long SysConfReaderStatus::*counter) noexcept;
 
 /// For a forked child, which has no subscription.

@@ -67,18 +67,18 @@ static const struct {
     {"db-lib", sysconfreader_db_lib},
 };
 
-#define COUNT(table) (sizeof(table) / sizeof(table)[0])
+#define LENGTH(table) (sizeof(table) / sizeof(table)[0])
 
 static unsigned int numberOf(const char* text) {
     return (unsigned int)strtoul(text, NULL, 10);
 }
 
 static size_t countOf(const char* const* texts_) {
-    size_t count = 0;
-    while (texts_[count] != NULL) {
-        ++count;
+    size_t length = 0;
+    while (texts_[length] != NULL) {
+        ++length;
     }
-    return count;
+    return length;
 }
 
 static char* empty(void) {
@@ -108,11 +108,11 @@ static char* linesOfNodes(char** list) {
     char* all = empty();
     size_t i = 0;
     while (list[i] != NULL) {
-        unsigned int count = numberOf(list[i + 1]);
-        add(&all, list[i], count != 0 ? '\t' : '\n');
-        for (i += 2; count != 0; ++i) {
-            --count;
-            add(&all, list[i], count != 0 ? '\t' : '\n');
+        unsigned int left = numberOf(list[i + 1]);
+        add(&all, list[i], left != 0 ? '\t' : '\n');
+        for (i += 2; left != 0; ++i) {
+            --left;
+            add(&all, list[i], left != 0 ? '\t' : '\n');
         }
     }
     sysconfreader_free(list);
@@ -142,17 +142,17 @@ int callFunction(const char* query, const char* const* arguments, char** text) {
     char* answer = NULL;
     char** list = NULL;
     *text = NULL;
-    for (i = 0; i < COUNT(texts); ++i) {
+    for (i = 0; i < LENGTH(texts); ++i) {
         if (strcmp(query, texts[i].query) == 0) {
             result = texts[i].call(&answer);
         }
     }
-    for (i = 0; i < COUNT(named); ++i) {
+    for (i = 0; i < LENGTH(named); ++i) {
         if (strcmp(query, named[i].query) == 0) {
             result = named[i].call(arguments[0], &answer);
         }
     }
-    for (i = 0; i < COUNT(entries); ++i) {
+    for (i = 0; i < LENGTH(entries); ++i) {
         if (strcmp(query, entries[i].query) == 0) {
             result = entries[i].call(arguments[0], numberOf(arguments[1]), &answer);
         }
@@ -161,7 +161,7 @@ int callFunction(const char* query, const char* const* arguments, char** text) {
         *text = ownCopy(answer);
         return result;
     }
-    for (i = 0; i < COUNT(numbers); ++i) {
+    for (i = 0; i < LENGTH(numbers); ++i) {
         if (strcmp(query, numbers[i].query) == 0) {
             result = numbers[i].call(&number);
         }

@@ -74,10 +74,10 @@ class _Reader:
 
     def heading(self, text):
         base = anchor(text)
-        name, count = base, 0
+        name, number = base, 0
         while name in self.page.anchors:
-            count += 1
-            name = f"{base}-{count}"
+            number += 1
+            name = f"{base}-{number}"
         self.page.anchors.add(name)
 
     def fenced(self, index, match):

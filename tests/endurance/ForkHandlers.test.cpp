@@ -33,7 +33,7 @@ void handler() {
     }
 }
 
-void registerFirst(int /*count*/, char** /*arguments*/, char** /*environment*/) {
+void registerFirst(int /*number*/, char** /*arguments*/, char** /*environment*/) {
     ::pthread_atfork(&handler<0>, &handler<1>, &handler<2>);
 }
 

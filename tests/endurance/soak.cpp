@@ -77,7 +77,7 @@ private:
     std::shared_mutex m_alive;
 };
 
-struct Counts {
+struct Totals {
     std::atomic<long> queries{0};
     std::atomic<long> generations{1};
     std::atomic<long> reloads{0};
@@ -121,7 +121,7 @@ public:
         destroyAll();
     }
 
-    const Counts& counts() const { return m_counts; }
+    const Totals& totals() const { return m_totals; }
 
     /// The resources while the threads pause: memory without an instance, everything else with a
     /// new one.
@@ -139,8 +139,8 @@ public:
         return sample;
     }
 
-    void waitForGenerations(long count) const {
-        while (m_counts.generations < count) {
+    void waitForGenerations(long number) const {
+        while (m_totals.generations < number) {
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
     }
@@ -152,8 +152,8 @@ private:
     }
 
     void check(const std::string& wrong) {
-        ++m_counts.queries;
-        if (!wrong.empty() && ++m_counts.wrong <= 3) {
+        ++m_totals.queries;
+        if (!wrong.empty() && ++m_totals.wrong <= 3) {
             std::fprintf(stderr, "%s\n", wrong.c_str());
         }
     }
@@ -188,8 +188,8 @@ private:
                 return;
             }
             m_history.noteLoaded(generation);
-            ++(reload ? m_counts.reloads : m_counts.events);
-            m_counts.generations = generation;
+            ++(reload ? m_totals.reloads : m_totals.events);
+            m_totals.generations = generation;
             m_watchdog.progress();
         }
     }
@@ -217,7 +217,7 @@ private:
                 // Without a subscription the reader has missed changes.
                 SysConfReaderImpl::Instance()->Reload();
             });
-            ++m_counts.destructions;
+            ++m_totals.destructions;
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
         }
     }
@@ -229,15 +229,15 @@ private:
             const std::lock_guard<std::mutex> guard(m_asking);
             if (SysConfReader::Instance() == nullptr || SysConfReaderImpl::Instance() == nullptr ||
                 SysConfReader_i::Instance() == nullptr) {
-                ++m_counts.wrong;
+                ++m_totals.wrong;
             }
-            ++m_counts.instances;
+            ++m_totals.instances;
         }
     }
 
     endurance::Watchdog m_watchdog;
     History m_history;
-    Counts m_counts;
+    Totals m_totals;
     Instances m_instances;
     /// Held during calls of Instance() without `Instances`.
     std::mutex m_asking;
@@ -251,12 +251,12 @@ void tellHead() {
                 "heap bytes", "descriptors", "watches");
 }
 
-void printSample(Clock::time_point start, const Counts& counts, const Sample& sample) {
+void printSample(Clock::time_point start, const Totals& totals, const Sample& sample) {
     const auto seconds =
         std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - start).count();
     std::printf("%8ld %9ld %11ld %8ld %8ld %12ld %8zu %9ld %10zu %11zu %8zu\n",
-                static_cast<long>(seconds), counts.queries.load(), counts.generations.load(),
-                counts.reloads.load(), counts.events.load(), counts.destructions.load(),
+                static_cast<long>(seconds), totals.queries.load(), totals.generations.load(),
+                totals.reloads.load(), totals.events.load(), totals.destructions.load(),
                 sample.resources.threads, sample.resident, sample.heap,
                 sample.resources.descriptors, sample.resources.watches);
     std::fflush(stdout);
@@ -293,12 +293,12 @@ bool soak(const std::string& unit, long amount) {
         }
         soak.waitForGenerations((round + 2) * kGenerationsASample);
         samples.push_back(soak.sample());
-        printSample(start, soak.counts(), samples.back());
+        printSample(start, soak.totals(), samples.back());
     }
     const bool isFlat = flat(samples, timed);
     std::printf("%s, %ld answers wrong\n", isFlat ? "flat" : "NOT FLAT",
-                soak.counts().wrong.load());
-    return isFlat && soak.counts().wrong == 0;
+                soak.totals().wrong.load());
+    return isFlat && soak.totals().wrong == 0;
 }
 
 /// Restarts the process without caches per thread, which malloc reports as memory in use.

@@ -14,10 +14,10 @@
 
 namespace {
 
-std::string times(std::size_t count, const std::string& piece) {
+std::string times(std::size_t number, const std::string& piece) {
     std::string text;
-    text.reserve(count * piece.size());
-    for (std::size_t i = 0; i < count; ++i) {
+    text.reserve(number * piece.size());
+    for (std::size_t i = 0; i < number; ++i) {
         text += piece;
     }
     return text;

@@ -50,7 +50,7 @@ const Situation kSituations[] = {
 struct Outcome {
     std::string answer;
     int error = 0;
-    support::LockCounts counts;
+    support::LockCounts locks;
     /// All answers after the fault.
     operations::Answers after;
 };
@@ -71,7 +71,7 @@ Outcome outcome(const Operation& operation, const Situation& situation, void (*f
     operation.call(outputs);
     outcome.error = errno;
     fault(0);
-    outcome.counts = support::lockCounts();
+    outcome.locks = support::lockCounts();
     outcome.answer = outputs.toText();
     outcome.after = operations::answers();
     return outcome;
@@ -95,7 +95,7 @@ void expectWorksInSpiteOf(void (*fault)(int), std::initializer_list<Locks> locks
                 EXPECT_EQ(faulty.answer, undisturbed.answer);
                 EXPECT_EQ(faulty.error, error);
                 EXPECT_EQ(operations::differences(faulty.after, undisturbed.after), "");
-                EXPECT_EQ(faulty.counts.read + faulty.counts.write, faulty.counts.unlock);
+                EXPECT_EQ(faulty.locks.read + faulty.locks.write, faulty.locks.unlock);
                 support::expectNoLockHeld();
             }
         }
@@ -106,10 +106,10 @@ TEST(LockFaults, None_EveryOperationAcquiresItsLocksAndReleasesThem) {
     for (const Operation& operation : operations::all()) {
         for (const Situation& situation : kSituations) {
             SCOPED_TRACE(testing::Message() << operation.name << ", " << situation.name);
-            const support::LockCounts counts = outcome(operation, situation, noFault, 0).counts;
-            EXPECT_EQ(counts.read + counts.write > 0, operation.locks != Locks::None);
-            EXPECT_EQ(counts.write > 0, operation.locks == Locks::Write);
-            EXPECT_EQ(counts.read + counts.write, counts.unlock);
+            const support::LockCounts locks = outcome(operation, situation, noFault, 0).locks;
+            EXPECT_EQ(locks.read + locks.write > 0, operation.locks != Locks::None);
+            EXPECT_EQ(locks.write > 0, operation.locks == Locks::Write);
+            EXPECT_EQ(locks.read + locks.write, locks.unlock);
             support::expectNoLockHeld();
         }
     }

@@ -62,8 +62,8 @@ struct Report {
 
 class SharedReports {
 public:
-    explicit SharedReports(std::size_t count)
-        : m_size(count * sizeof(Report)),
+    explicit SharedReports(std::size_t number)
+        : m_size(number * sizeof(Report)),
           m_reports(static_cast<Report*>(::mmap(nullptr, m_size, PROT_READ | PROT_WRITE,
                                                 MAP_SHARED | MAP_ANONYMOUS, -1, 0))) {}
     SharedReports(const SharedReports&) = delete;
@@ -176,7 +176,7 @@ private:
         if (!onCaller) {
             eventually([&] { return support::faultHappened() || answersAre(kDuring); });
         }
-        if (support::faultHappened() && m_fault.count != 1 &&
+        if (support::faultHappened() && m_fault.calls != 1 &&
             (!onCaller || m_scenario.leavesWork)) {
             std::this_thread::sleep_for(kWhile);
         }
@@ -184,8 +184,8 @@ private:
 
     void expectLocksFree() {
         const auto balanced = [] {
-            const support::LockCounts counts = support::lockCounts();
-            return counts.read + counts.write == counts.unlock;
+            const support::LockCounts locks = support::lockCounts();
+            return locks.read + locks.write == locks.unlock;
         };
         const support::LockCounts held = support::locksHeldHere();
         if (held.read + held.write + held.unlock != 0 || !eventually(balanced)) {
@@ -265,8 +265,8 @@ int inProcess(Work work) {
 std::string describe(const Scenario& scenario, const Failing& failing, std::size_t first) {
     return scenario.name + ": " + failing.name + " " + std::to_string(first) + ", " +
            ::strerrorname_np(failing.error) +
-           (failing.count == 1                         ? ", once"
-            : failing.count == support::kUntilReleased ? ", until released"
+           (failing.calls == 1                         ? ", once"
+            : failing.calls == support::kUntilReleased ? ", until released"
                                                        : ", a few times") +
            "\n";
 }
@@ -276,7 +276,7 @@ void tryOne(const Scenario& scenario, const Failing& failing, std::size_t first,
     report.happened = false;
     const int status = inProcess([&] {
         try {
-            Trial trial(scenario, {failing.call, failing.error, first, failing.count}, undisturbed,
+            Trial trial(scenario, {failing.call, failing.error, first, failing.calls}, undisturbed,
                         directory);
             const std::string problems = trial.run();
             report.happened = trial.happened;
@@ -456,7 +456,7 @@ void expectRecovery(const std::vector<Scenario>& scenarios, const std::vector<Fa
         support::testDirectory() / testing::UnitTest::GetInstance()->current_test_info()->name();
     const Undisturbed undisturbed = observe(directory / "undisturbed" / "1");
     Processes processes;
-    // First without a fault: counts the calls and checks the scenario.
+    // First without a fault: records the number of calls and checks the scenario.
     SharedReports controls(scenarios.size());
     for (std::size_t i = 0; i < scenarios.size(); ++i) {
         processes.start([&, i] {

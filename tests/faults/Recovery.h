@@ -44,7 +44,7 @@ struct Failing {
     support::Call call;
     const char* name;
     int error;
-    std::size_t count;
+    std::size_t calls;
     /// The number of the first call that is tried, and the distance to the next.
     std::size_t from = 1;
     std::size_t step = 1;

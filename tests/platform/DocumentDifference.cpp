@@ -111,14 +111,14 @@ private:
 
     void compareChildren(const Json::Value& tree, const Node& node) {
         const std::vector<Node> children = listed(node.children());
-        std::size_t count = 0;
+        std::size_t index = 0;
         for (const Json::Value& child : tree) {
-            if (count < children.size()) {
-                check("child", same(child, children[count].value()));
+            if (index < children.size()) {
+                check("child", same(child, children[index].value()));
             }
-            ++count;
+            ++index;
         }
-        check("number of children", count == children.size());
+        check("number of children", index == children.size());
     }
 
     std::string m_path;

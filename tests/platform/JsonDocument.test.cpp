@@ -226,8 +226,8 @@ std::string randomText(std::mt19937& random, int depth) {
         return kScalars[pick(pick(40) == 0 ? kScalars.size() : kScalars.size() - 4)];
     }
     std::string text(1, kind == 2 ? '[' : '{');
-    const std::size_t count = pick(5);
-    for (std::size_t i = 0; i < count; ++i) {
+    const std::size_t size = pick(5);
+    for (std::size_t i = 0; i < size; ++i) {
         text += i == 0 ? "" : ",";
         if (kind == 3) {
             text += "\"" + std::string(1, static_cast<char>('a' + pick(4))) + "\":";

@@ -164,7 +164,7 @@ TEST_F(NumbersReused, EndOfTheSubscriptions_LeavesTheProgramsFilesUntouched) {
 }
 
 TEST_F(NumbersReused, RequestOfADelivery_IsDelivered) {
-    const std::size_t before = m_recorder.count();
+    const std::size_t before = m_recorder.callbacks();
     m_recorder.requestDelivery();
     m_recorder.waitForCount(before + 1);
     expectUntouched();

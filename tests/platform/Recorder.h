@@ -34,7 +34,7 @@ public:
     void waitForLastText(const std::string& text);
 
     std::vector<std::string> texts();
-    std::size_t count() { return texts().size(); }
+    std::size_t callbacks() { return texts().size(); }
 
 private:
     static int called(const std::string& eventName, const std::string& second,

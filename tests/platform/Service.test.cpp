@@ -209,7 +209,7 @@ TEST_F(EventService, SameSubscriptionTwice_SecondReplacesTheFirst) {
     writeFile(elsewhere, "after");
     m_recorder.waitForCount(1);
     endService();
-    EXPECT_EQ(m_recorder.count(), 1U);
+    EXPECT_EQ(m_recorder.callbacks(), 1U);
     EXPECT_EQ(resources().descriptors, once.descriptors - 4);
 }
 
@@ -272,7 +272,7 @@ TEST_F(EventService, SubscribedWhileACallbackOfAnEndedSubscriptionRuns_Works) {
     inCallback.letGo();
     endService();
     waitForServiceToEnd();
-    EXPECT_EQ(m_recorder.count(), 1U);
+    EXPECT_EQ(m_recorder.callbacks(), 1U);
 }
 
 TEST_F(EventService, FiniAndInitInTheCallback_TakeEffect) {
@@ -293,7 +293,7 @@ TEST_F(EventService, FiniAndInitInTheCallback_TakeEffect) {
     writeFile(m_file, "second's");
     second.waitForText("second's");
     endService();
-    EXPECT_EQ(m_recorder.count(), 1U);
+    EXPECT_EQ(m_recorder.callbacks(), 1U);
     EXPECT_EQ(resources(), before);
 }
 

@@ -32,11 +32,11 @@ bool failsNow() {
 
 } // namespace
 
-void failAllocations(Threads threads, int skip, int count) {
+void failAllocations(Threads threads, int skip, int calls) {
     g_failed = false;
     g_first = threads == Threads::First;
     g_skip = skip;
-    g_count = count;
+    g_count = calls;
     g_armed = true;
 }
 
@@ -47,15 +47,15 @@ bool stopFailingAllocations() {
 
 extern "C" {
 void* __libc_malloc(std::size_t size);
-void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_calloc(std::size_t number, std::size_t size);
 void* __libc_realloc(void* memory, std::size_t size);
 
 [[gnu::visibility("default")]] void* malloc(std::size_t size) {
     return failsNow() ? nullptr : __libc_malloc(size);
 }
 
-[[gnu::visibility("default")]] void* calloc(std::size_t count, std::size_t size) {
-    return failsNow() ? nullptr : __libc_calloc(count, size);
+[[gnu::visibility("default")]] void* calloc(std::size_t number, std::size_t size) {
+    return failsNow() ? nullptr : __libc_calloc(number, size);
 }
 
 [[gnu::visibility("default")]] void* realloc(void* memory, std::size_t size) {

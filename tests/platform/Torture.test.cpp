@@ -110,15 +110,15 @@ protected:
     /// `check`.
     template <typename Work, typename Check>
     void fail(Work work, Check check) {
-        for (const int count : {1, 10, kAWhile}) {
-            SCOPED_TRACE(count);
-            failCalls(GetParam().call, GetParam().error, count);
+        for (const int times : {1, 10, kAWhile}) {
+            SCOPED_TRACE(times);
+            failCalls(GetParam().call, GetParam().error, times);
             work();
-            if (count == kAWhile) {
+            if (times == kAWhile) {
                 std::this_thread::sleep_for(std::chrono::milliseconds(300));
             }
             // Of ten failures some may happen during the check.
-            if (count != 10) {
+            if (times != 10) {
                 failCalls(GetParam().call, 0);
             }
             check();
@@ -146,11 +146,11 @@ TEST_P(Torture, Delivery_TheNextChangeIsDelivered) {
 }
 
 TEST_P(Torture, End_LeaksNothing) {
-    for (const int count : {1, 10, kAWhile}) {
-        SCOPED_TRACE(count);
+    for (const int times : {1, 10, kAWhile}) {
+        SCOPED_TRACE(times);
         ASSERT_EQ(m_recorder.subscribe(), 0);
         expectThatItWorks();
-        failCalls(GetParam().call, GetParam().error, count);
+        failCalls(GetParam().call, GetParam().error, times);
         EventConsumerCBFini();
         waitForServiceToEnd();
         failCalls(GetParam().call, 0);
@@ -164,7 +164,7 @@ TEST_P(Torture, Request_IsDelivered) {
     std::size_t before = 0;
     fail(
         [&] {
-            before = m_recorder.count();
+            before = m_recorder.callbacks();
             m_recorder.requestDelivery();
         },
         [&] { m_recorder.waitForCount(before + 1); });
@@ -222,7 +222,7 @@ TEST_P(TortureByAllocations, Delivery_TheNextChangeIsDelivered) {
 TEST_P(TortureByAllocations, RequestAndEnd_SucceedWithoutMemory) {
     for (const Threads threads : {Threads::First, Threads::Others}) {
         ASSERT_EQ(m_recorder.subscribe(), 0);
-        const std::size_t before = m_recorder.count();
+        const std::size_t before = m_recorder.callbacks();
         const EventConsumerCallback callback = m_recorder.record();
         failAllocations(threads, 0, GetParam());
         EventConsumerCBRedeliver(&callback);

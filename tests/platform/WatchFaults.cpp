@@ -95,10 +95,10 @@ bool refused(Call call, const void* caller) {
 
 } // namespace
 
-void failCalls(Call call, int error, int count) {
+void failCalls(Call call, int error, int times) {
     fault(call).left = 0;
     fault(call).error = error;
-    fault(call).left = error != 0 ? count : 0;
+    fault(call).left = error != 0 ? times : 0;
 }
 
 int callCount(Call call) {
@@ -143,10 +143,10 @@ FAULTY int pipe2(int* ends, int flags) noexcept {
     return refused(Call::Pipe, CALLER) ? -1 : static_cast<int>(::syscall(SYS_pipe2, ends, flags));
 }
 
-FAULTY int poll(pollfd* descriptors, nfds_t count, int timeout) {
+FAULTY int poll(pollfd* descriptors, nfds_t number, int timeout) {
     return refused(Call::Poll, CALLER)
                ? -1
-               : static_cast<int>(::syscall(SYS_poll, descriptors, count, timeout));
+               : static_cast<int>(::syscall(SYS_poll, descriptors, number, timeout));
 }
 
 // Sanitizers call these before they can run instrumented code.

@@ -26,8 +26,8 @@ enum class Call {
     Write,
 };
 
-/// The next `count` of these calls fail with that error number; with 0, none.
-void failCalls(Call call, int error, int count = INT_MAX);
+/// The next `times` of these calls fail with that error number; with 0, none.
+void failCalls(Call call, int error, int times = INT_MAX);
 /// The number of calls since the start, failed ones included.
 int callCount(Call call);
 

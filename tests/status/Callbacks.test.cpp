@@ -259,15 +259,15 @@ TEST_F(Callback, UnknownIds_AreIgnored) {
 
 TEST_F(Callback, MoreThan64_AreRefusedUntilOneIsEnded) {
     static int calls = 0;
-    const auto count = [](unsigned long long, void*) { ++calls; };
+    const auto countCalls = [](unsigned long long, void*) { ++calls; };
     std::vector<unsigned long long> ids;
     for (int i = 0; i < 64; ++i) {
-        ids.push_back(Status::subscribe(count, nullptr));
+        ids.push_back(Status::subscribe(countCalls, nullptr));
         EXPECT_NE(ids.back(), 0U);
     }
-    EXPECT_EQ(Status::subscribe(count, nullptr), 0U);
+    EXPECT_EQ(Status::subscribe(countCalls, nullptr), 0U);
     Status::unsubscribe(ids[7]);
-    const unsigned long long again = Status::subscribe(count, nullptr);
+    const unsigned long long again = Status::subscribe(countCalls, nullptr);
     EXPECT_THAT(ids, testing::Not(testing::Contains(again)));
     Status::unsubscribe(ids[7]); // must not end its successor
     SysConfReader::Instance();

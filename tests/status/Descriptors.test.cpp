@@ -30,8 +30,8 @@ bool readable(int descriptor) {
 
 /// The number of notifications since the last call.
 unsigned long long notifications(int descriptor) {
-    unsigned long long count = 0;
-    return ::read(descriptor, &count, sizeof count) == sizeof count ? count : 0;
+    unsigned long long number = 0;
+    return ::read(descriptor, &number, sizeof number) == sizeof number ? number : 0;
 }
 
 class ChangeDescriptor : public testing::Test {

@@ -179,16 +179,16 @@ TEST_F(SubscriptionStatus, SwitchedOff_IsReported) {
 
 using EventCounts = StatusTest;
 
-struct Counts {
+struct Events {
     unsigned long long applied, failed, dropped;
-    bool operator==(const Counts&) const = default;
+    bool operator==(const Events&) const = default;
 };
-void PrintTo(const Counts& counts, std::ostream* out) {
-    *out << counts.applied << " applied, " << counts.failed << " failed, " << counts.dropped
+void PrintTo(const Events& events, std::ostream* out) {
+    *out << events.applied << " applied, " << events.failed << " failed, " << events.dropped
          << " dropped";
 }
 
-Counts counts() {
+Events events() {
     const Status status = Status::read();
     return {status.eventsApplied, status.eventsFailed, status.eventsDropped};
 }
@@ -196,9 +196,9 @@ Counts counts() {
 TEST_F(EventCounts, AppliedEvents_AreCountedAndLoadBothReaders) {
     support::installEventLibrary("recording");
     SysConfReader::Instance();
-    EXPECT_EQ(counts(), (Counts{0, 0, 0}));
+    EXPECT_EQ(events(), (Events{0, 0, 0}));
     EXPECT_EQ(support::deliver(), 0);
-    EXPECT_EQ(counts(), (Counts{1, 0, 0}));
+    EXPECT_EQ(events(), (Events{1, 0, 0}));
     EXPECT_EQ(Status::read().reader.number, 3U);
     EXPECT_EQ(Status::read().roles.number, 4U);
 }
@@ -207,18 +207,18 @@ TEST_F(EventCounts, RefusedAndLateEvents_AreDropped) {
     support::installEventLibrary("recording");
     SysConfReader::Instance();
     EXPECT_EQ(support::deliver("OtherEvent"), -1);
-    EXPECT_EQ(counts(), (Counts{0, 0, 1}));
+    EXPECT_EQ(events(), (Events{0, 0, 1}));
     void* roles = SysConfReaderImpl::Instance();
     SysConfReader::Destory();
     EXPECT_EQ(SysConfReaderEventProcessCB("SysConfigEvent", "", "", roles), 0);
-    EXPECT_EQ(counts(), (Counts{0, 0, 2}));
+    EXPECT_EQ(events(), (Events{0, 0, 2}));
 }
 
 TEST_F(EventCounts, EventDuringASubscription_IsDropped) {
     support::installEventLibrary("recording");
     support::setSubscribedHook([] { support::deliver(); });
     SysConfReader::Instance();
-    EXPECT_EQ(counts(), (Counts{0, 0, 1}));
+    EXPECT_EQ(events(), (Events{0, 0, 1}));
 }
 
 TEST_F(EventCounts, EventsWithAShortageOrAnException_HaveFailed) {
@@ -226,10 +226,10 @@ TEST_F(EventCounts, EventsWithAShortageOrAnException_HaveFailed) {
     SysConfReader::Instance();
     support::failOpens(m_files.nodeListPath(), [](std::size_t) { return EMFILE; });
     EXPECT_EQ(support::deliver(), -1);
-    EXPECT_EQ(counts(), (Counts{0, 1, 0}));
+    EXPECT_EQ(events(), (Events{0, 1, 0}));
     support::failOpens(m_files.nodeListPath(), nullptr);
     EXPECT_EQ(support::deliver(), 0);
-    EXPECT_EQ(counts(), (Counts{1, 1, 0}));
+    EXPECT_EQ(events(), (Events{1, 1, 0}));
 }
 
 using StatusTexts = StatusTest;

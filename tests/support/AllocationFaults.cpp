@@ -111,9 +111,9 @@ void operator delete[](void* memory, const std::nothrow_t& /*tag*/) noexcept {
 
 // `new` calls malloc, so one replacement serves both.
 extern "C" {
-void* __libc_malloc(std::size_t size);                    // NOLINT(bugprone-reserved-identifier)
-void* __libc_calloc(std::size_t count, std::size_t size); // NOLINT(bugprone-reserved-identifier)
-void* __libc_realloc(void* memory, std::size_t size);     // NOLINT(bugprone-reserved-identifier)
+void* __libc_malloc(std::size_t size);                     // NOLINT(bugprone-reserved-identifier)
+void* __libc_calloc(std::size_t number, std::size_t size); // NOLINT(bugprone-reserved-identifier)
+void* __libc_realloc(void* memory, std::size_t size);      // NOLINT(bugprone-reserved-identifier)
 
 [[gnu::visibility("default")]] void* malloc(std::size_t size) {
     if (failsNow()) {
@@ -123,12 +123,12 @@ void* __libc_realloc(void* memory, std::size_t size);     // NOLINT(bugprone-res
     return __libc_malloc(size);
 }
 
-[[gnu::visibility("default")]] void* calloc(std::size_t count, std::size_t size) {
+[[gnu::visibility("default")]] void* calloc(std::size_t number, std::size_t size) {
     if (failsNow()) {
         errno = ENOMEM;
         return nullptr;
     }
-    return __libc_calloc(count, size);
+    return __libc_calloc(number, size);
 }
 
 [[gnu::visibility("default")]] void* realloc(void* memory, std::size_t size) {

@@ -186,8 +186,8 @@ REPLACED(int, inotify_add_watch, int descriptor, const char* path, std::uint32_t
 REPLACED(int, inotify_rm_watch, int descriptor, int watch) {
     return kernel(Call::InotifyRmWatch, SYS_inotify_rm_watch, descriptor, watch);
 }
-REPLACED(int, eventfd, unsigned int count, int flags) {
-    return kernel(Call::Eventfd, SYS_eventfd2, count, flags);
+REPLACED(int, eventfd, unsigned int value, int flags) {
+    return kernel(Call::Eventfd, SYS_eventfd2, value, flags);
 }
 REPLACED(int, pipe2, int* ends, int flags) {
     return kernel(Call::Pipe, SYS_pipe2, ends, flags);
@@ -200,11 +200,11 @@ REPLACED(int, fcntl64, int descriptor, int command, ...) {
     OPTIONAL_ARGUMENT(void*, argument, command);
     return kernel(Call::Fcntl, SYS_fcntl, descriptor, command, argument);
 }
-REPLACED(int, poll, void* descriptors, unsigned long count, int timeout) {
-    return kernel(Call::Poll, SYS_poll, descriptors, count, timeout);
+REPLACED(int, poll, void* descriptors, unsigned long number, int timeout) {
+    return kernel(Call::Poll, SYS_poll, descriptors, number, timeout);
 }
-REPLACED(int, __poll_chk, void* descriptors, unsigned long count, int timeout, std::size_t) {
-    return kernel(Call::Poll, SYS_poll, descriptors, count, timeout);
+REPLACED(int, __poll_chk, void* descriptors, unsigned long number, int timeout, std::size_t) {
+    return kernel(Call::Poll, SYS_poll, descriptors, number, timeout);
 }
 REPLACED(int, ioctl, int descriptor, unsigned long request, ...) {
     OPTIONAL_ARGUMENT(void*, argument, request);
@@ -237,13 +237,13 @@ namespace support {
 
 void arm(const CallFault& fault) {
     release();
-    for (auto& count : g_counts) {
-        count = 0;
+    for (auto& calls : g_counts) {
+        calls = 0;
     }
     g_happened = false;
     g_error = fault.error;
     g_first = fault.first;
-    g_end = fault.first + fault.count;
+    g_end = fault.first + fault.calls;
     g_call = static_cast<int>(fault.call);
     setAllocationHook(&allocationFails);
     setLockFaultHook(&lockError);

@@ -3,10 +3,10 @@
 
 #include <cstddef>
 
-/// Makes calls of the C library fail, once or for a while: the test executable replaces and counts
-/// them. Link CallFaults.cpp, AllocationFaults.cpp, LockFaults.cpp and HostAddresses.cpp. Not
-/// available under sanitizers, whose runtimes use some of these calls before they can run
-/// instrumented code.
+/// Makes calls of the C library fail, once or for a while: the test executable replaces them and
+/// records the calls. Link CallFaults.cpp, AllocationFaults.cpp, LockFaults.cpp and
+/// HostAddresses.cpp. Not available under sanitizers, whose runtimes use some of these calls before
+/// they can run instrumented code.
 namespace support {
 
 enum class Call {
@@ -34,13 +34,13 @@ enum class Call {
 };
 inline constexpr std::size_t kCalls = static_cast<std::size_t>(Call::Unlock) + 1;
 
-/// Calls number `first` to `first + count - 1` of that kind fail with `error`. Counted from 1, on
+/// Calls number `first` to `first + calls - 1` of that kind fail with `error`. Counted from 1, on
 /// all threads under test.
 struct CallFault {
     Call call;
     int error;
     std::size_t first;
-    std::size_t count;
+    std::size_t calls;
 };
 
 inline constexpr std::size_t kUntilReleased = static_cast<std::size_t>(-1) / 2;

@@ -17,7 +17,7 @@ void installEventLibrary(const std::string& kind);
 bool eventLibraryLoaded();
 
 /// @name The recording library
-/// It counts its calls and behaves as set here, also before it is loaded.
+/// It records its calls and behaves as set here, also before it is loaded.
 /// @{
 
 /// The result of EventConsumerCBInit, 0 by default. It subscribes only if that is not negative.

@@ -20,8 +20,8 @@ inline void expectNoLockHeld(const std::string& when = "") {
 
 /// In addition, no thread holds a lock that was acquired since the start or the last reset.
 inline void expectLocksFree() {
-    const LockCounts counts = lockCounts();
-    EXPECT_EQ(counts.read + counts.write, counts.unlock);
+    const LockCounts locks = lockCounts();
+    EXPECT_EQ(locks.read + locks.write, locks.unlock);
     expectNoLockHeld();
 }
 

@@ -38,14 +38,14 @@ void PrintTo(const Resources& resources, std::ostream* stream) {
 namespace {
 
 std::size_t threadsNamed(std::string_view beginning) {
-    std::size_t count = 0;
+    std::size_t number = 0;
     for (const fs::directory_entry& task : fs::directory_iterator("/proc/self/task")) {
         // If a thread has just ended, there is no name to read.
         std::ifstream stream(task.path() / "comm");
         std::string name;
-        count += std::getline(stream, name) && name.starts_with(beginning) ? 1U : 0U;
+        number += std::getline(stream, name) && name.starts_with(beginning) ? 1U : 0U;
     }
-    return count;
+    return number;
 }
 
 } // namespace
@@ -55,7 +55,7 @@ std::size_t serviceThreads() {
 }
 
 Resources resourcesAtRest(std::size_t services) {
-    // Two equal results without another thread in between: no file was open during the count.
+    // Two equal results without another thread in between: no file was open while they were taken.
     for (;;) {
         const Resources now = resources();
         if (threadsNamed("sysconf-") == services && now == resources()) {

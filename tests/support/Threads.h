@@ -8,13 +8,13 @@
 
 namespace support {
 
-/// Runs `work(i)` for every i below `count`, each on its own thread, and waits for all of them.
+/// Runs `work(i)` for every i below `number`, each on its own thread, and waits for all of them.
 /// They start at the same moment.
 template <typename Work>
-void runTogether(std::size_t count, Work work) {
-    std::barrier start(static_cast<std::ptrdiff_t>(count));
+void runTogether(std::size_t number, Work work) {
+    std::barrier start(static_cast<std::ptrdiff_t>(number));
     std::vector<std::jthread> threads;
-    for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t i = 0; i < number; ++i) {
         threads.emplace_back([&start, &work, i] {
             start.arrive_and_wait();
             work(i);

@@ -48,8 +48,8 @@ TEST(Instance, Existing_AcquiresNoLock) {
     SysConfReader::Instance();
     support::resetLockCounts();
     SysConfReader::Instance();
-    const support::LockCounts counts = support::lockCounts();
-    EXPECT_EQ(counts.read + counts.write + counts.unlock, 0U);
+    const support::LockCounts locks = support::lockCounts();
+    EXPECT_EQ(locks.read + locks.write + locks.unlock, 0U);
 }
 
 TEST(Instance, Creation_LoadsWithTheWriteLock) {

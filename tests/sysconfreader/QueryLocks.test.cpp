@@ -18,7 +18,7 @@ using support::LockCall;
 using support::LockCounts;
 
 struct Seen {
-    LockCounts counts;
+    LockCounts locks;
     std::size_t mostHeld = 0;
     std::size_t heldAtOpens = 0;
     std::size_t heldAtCloses = 0;
@@ -41,7 +41,7 @@ Seen watch(const std::function<std::string()>& ask) {
         });
         ask();
     }
-    seen.counts = support::lockCounts();
+    seen.locks = support::lockCounts();
     seen.mostHeld = support::mostLocksHeldHere();
     return seen;
 }
@@ -54,9 +54,9 @@ TEST(QueryLocks, EachQuery_HoldsItsReadLocksWhileReadingFiles) {
     Quarncommon::SysConfReader_i::Instance();
     for (const queries::ReaderQuery& query : queries::ofReader()) {
         const Seen seen = watch([&] { return queries::ask(query); });
-        EXPECT_EQ(seen.counts.read, query.readLocks) << query.name;
-        EXPECT_EQ(seen.counts.unlock, query.readLocks) << query.name;
-        EXPECT_EQ(seen.counts.write, 0U) << query.name;
+        EXPECT_EQ(seen.locks.read, query.readLocks) << query.name;
+        EXPECT_EQ(seen.locks.unlock, query.readLocks) << query.name;
+        EXPECT_EQ(seen.locks.write, 0U) << query.name;
         const std::size_t reads = query.reads == queries::Reads::Nothing ? 0 : 1;
         EXPECT_EQ(seen.opens, reads) << query.name;
         EXPECT_EQ(seen.closes, reads) << query.name;
@@ -72,7 +72,7 @@ TEST(QueryLocks, ListsAbsent_OnlyTheServiceAddressLocksTwice) {
     for (const queries::ReaderQuery& query : queries::ofReader()) {
         const Seen seen = watch([&] { return queries::ask(query); });
         const bool fallsBack = query.name == std::string("getLocalServiceIP");
-        EXPECT_EQ(seen.counts.read, fallsBack ? 2U : query.readLocks) << query.name;
+        EXPECT_EQ(seen.locks.read, fallsBack ? 2U : query.readLocks) << query.name;
         EXPECT_EQ(seen.mostHeld, query.readLocks) << query.name << ": locks at once";
         EXPECT_EQ(seen.heldAtOpens, query.reads == queries::Reads::Nothing ? 0 : query.readLocks)
             << query.name;
@@ -86,7 +86,7 @@ TEST(QueryLocks, ManagerRootUnset_LockIsTakenAndNoFileOpened) {
     support::setEnvironment("TOLM_ROOT", nullptr);
     for (const queries::ReaderQuery& query : queries::reading(queries::Reads::ManagerNodeList)) {
         const Seen seen = watch([&] { return queries::ask(query); });
-        EXPECT_EQ(seen.counts.read, 1U) << query.name;
+        EXPECT_EQ(seen.locks.read, 1U) << query.name;
         EXPECT_EQ(seen.opens, 0U) << query.name;
         support::expectNoLockHeld(query.name);
     }
@@ -127,7 +127,7 @@ TEST(QueryLocks, WrongTypes_ReleaseTheLock) {
         Quarncommon::SysConfReader_i::Instance();
         for (const queries::ReaderQuery& query : queries::ofReader()) {
             const Seen seen = watch([&] { return queries::ask(query); });
-            EXPECT_EQ(seen.counts.read, seen.counts.unlock) << query.name << ' ' << list;
+            EXPECT_EQ(seen.locks.read, seen.locks.unlock) << query.name << ' ' << list;
             support::expectNoLockHeld(query.name);
         }
     }

@@ -30,8 +30,8 @@ using support::SampleDeployment;
 /// Threads that repeat the same work until the object is destroyed.
 class Crowd {
 public:
-    Crowd(int count, const std::function<void()>& work) {
-        for (int i = 0; i < count; ++i) {
+    Crowd(int threads, const std::function<void()>& work) {
+        for (int i = 0; i < threads; ++i) {
             m_threads.emplace_back([work, this](const std::stop_token& stop) {
                 while (!stop.stop_requested()) {
                     work();
@@ -39,7 +39,7 @@ public:
                 }
             });
         }
-        while (m_rounds < 10 * count) {
+        while (m_rounds < 10 * threads) {
             std::this_thread::yield();
         }
     }

@@ -98,8 +98,8 @@ void writePoisoned(Deployment& deployment, const WrongTypeRow& row) {
 }
 
 /// The first values of `now`, then the others of `before`.
-Answers firstNew(std::size_t count, const Answers& now, Answers before) {
-    std::copy(now.begin(), now.begin() + static_cast<std::ptrdiff_t>(count), before.begin());
+Answers firstNew(std::size_t number, const Answers& now, Answers before) {
+    std::copy(now.begin(), now.begin() + static_cast<std::ptrdiff_t>(number), before.begin());
     return before;
 }
 

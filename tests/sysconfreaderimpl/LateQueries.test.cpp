@@ -55,7 +55,7 @@ void checkAtTheEnd(int /*status*/, void* /*nothing*/) {
     }
 }
 
-void registerFirst(int /*count*/, char** /*arguments*/, char** /*environment*/) {
+void registerFirst(int /*number*/, char** /*arguments*/, char** /*environment*/) {
     ::on_exit(&checkAtTheEnd, nullptr);
 }
 

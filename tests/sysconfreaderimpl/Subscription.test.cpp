@@ -65,12 +65,12 @@ void (*const kSteps[])() = {
 };
 
 /// The expected calls in all after each step.
-using Counts = std::array<int, std::size(kSteps)>;
+using Totals = std::array<int, std::size(kSteps)>;
 struct Course {
-    Counts opens{};
-    Counts closes{};
-    Counts inits{};
-    Counts finis{};
+    Totals opens{};
+    Totals closes{};
+    Totals inits{};
+    Totals finis{};
 };
 
 // Each subscription is made and ended once; its end opens the library again.
@@ -82,7 +82,7 @@ const Course kSubscribed = {
 };
 // Without one, every load of either class tries: two at the first use, one at a reload of the
 // reader, two at a reload of the role reader.
-const Counts kEachLoad = {2, 3, 5, 7, 7, 9, 9};
+const Totals kEachLoad = {2, 3, 5, 7, 7, 9, 9};
 
 constexpr int kRefused = -1;
 

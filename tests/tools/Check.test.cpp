@@ -232,8 +232,8 @@ TEST(Check, EachMistake_IsFoundAtItsPlace) {
             }
         }
         EXPECT_TRUE(reported) << row.name << " for " << row.after << '\n' << result.output;
-        for (const auto& [file, count] : serious) {
-            EXPECT_EQ(count, 1) << row.name << " for " << row.after << '\n' << result.output;
+        for (const auto& [file, findings] : serious) {
+            EXPECT_EQ(findings, 1) << row.name << " for " << row.after << '\n' << result.output;
         }
         EXPECT_EQ(result.exitStatus, errors ? 3 : serious.empty() ? 0 : 4) << row.name;
         const auto lenient = tool::run({"check", "--local-address", "192.0.2.77"});

@@ -276,7 +276,7 @@ public:
         }
     }
 
-    void tryAll(std::size_t& count, std::size_t step) {
+    void tryAll(std::size_t& number, std::size_t step) {
         using Write = support::Deployment& (support::Deployment::*)(const std::string&);
         struct File {
             const char* name;
@@ -293,7 +293,7 @@ public:
                    &support::Deployment::managerNodeList, &Sources::managerNodeList}}) {
             const Mutations mutations(file.text);
             for (const Mutant& mutant : mutations.all()) {
-                if (count++ % step == 0) {
+                if (number++ % step == 0) {
                     (m_files.*file.write)(mutant.text);
                     judge(m_view.name + ", " + file.name + ": " + mutant.what, mutant, file.source);
                 }
@@ -319,7 +319,7 @@ private:
         support::setEnvironment("PROCESS_INSTANCE_ID", m_view.instance.c_str());
         const Sources sources = readSources();
         std::vector<Finding> found = check(inventoryOf(sources)).findings;
-        std::erase_if(found, [&](const Finding& one) { return m_known.count(identity(one)) != 0; });
+        std::erase_if(found, [&](const Finding& one) { return m_known.contains(identity(one)); });
         const bool error = std::any_of(found.begin(), found.end(), [](const Finding& one) {
             return one.severity == Severity::Error;
         });
@@ -386,11 +386,11 @@ private:
 
 TEST(Mutants, OfEverySample_AreReportedWhereTheyAreIfTheyChangeAnAnswer) {
     Figures figures;
-    std::size_t count = 0;
+    std::size_t number = 0;
     const std::vector<View> samples = views();
     ASSERT_EQ(samples.size(), 5U);
     for (const View& view : samples) {
-        MutantsOfAView(view, figures).tryAll(count, SYSCONF_MUTANT_STEP);
+        MutantsOfAView(view, figures).tryAll(number, SYSCONF_MUTANT_STEP);
     }
     Quarncommon::SysConfReader::Destory();
     const double reported = static_cast<double>(figures.reported) / figures.changing;

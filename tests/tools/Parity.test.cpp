@@ -54,11 +54,11 @@ public:
     Arguments argumentsFor(const Query& query) {
         Arguments arguments;
         for (const Parameter& parameter : query.parameters) {
-            const std::size_t count =
+            const std::size_t number =
                 parameter.occurs == Occurs::Once
                     ? 1
                     : m_lists.below(3) + (parameter.occurs == Occurs::OnceOrMore ? 1 : 0);
-            for (std::size_t i = 0; i < count; ++i) {
+            for (std::size_t i = 0; i < number; ++i) {
                 arguments.push_back(argument(query, parameter.name));
             }
         }

@@ -238,7 +238,7 @@ TEST(Pid, ServiceAddressThatIsNewerThanTheProcess_IsANotice) {
     const Process process(folder);
     const std::vector<std::string> arguments = {"get", "local-port", "--pid", process.id()};
     EXPECT_EQ(runElsewhere(arguments).errors, "");
-    // The kernel's time stamps of addresses may lag behind those of processes.
+    // The kernel's time stamps of addresses may be older than those of processes.
     constexpr int kTries = 500;
     std::string errors;
     for (int i = 0; i < kTries && errors.empty(); ++i) {

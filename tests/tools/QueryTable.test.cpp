@@ -76,7 +76,7 @@ Operations queriesOf(const std::string& header, const std::string& className) {
         const std::string name = declaredName(declaration);
         const bool asked = !contains(declaration, "static ") && !contains(declaration, "delete") &&
                            !contains(declaration, "operator");
-        if (asked && lifecycle.count(name) == 0) {
+        if (asked && !lifecycle.contains(name)) {
             ++operations[name];
         }
     }

@@ -33,11 +33,11 @@ class Browser:
             raise AssertionError("chromium is not installed; scripts/test installs it")
         commands, self.write_to = os.pipe()
         self.read_from, events = os.pipe()
-        ends = [fcntl.fcntl(end, fcntl.F_DUPFD, FIRST_FREE) for end in (commands, events)]
+        descriptors = [fcntl.fcntl(end, fcntl.F_DUPFD, FIRST_FREE) for end in (commands, events)]
 
         def connect():
-            os.dup2(ends[0], 3)
-            os.dup2(ends[1], 4)
+            os.dup2(descriptors[0], 3)
+            os.dup2(descriptors[1], 4)
 
         self.process = subprocess.Popen(
             [program, "--headless=new", "--no-sandbox", "--disable-gpu", "--no-first-run",
@@ -45,7 +45,7 @@ class Browser:
              f"--user-data-dir={folder}", "--remote-debugging-pipe", "about:blank"],
             preexec_fn=connect, pass_fds=(3, 4), stdin=subprocess.DEVNULL,
             stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        for end in (commands, events, *ends):
+        for end in (commands, events, *descriptors):
             os.close(end)
         self.pending = b""
         self.events = []
@@ -139,7 +139,7 @@ CONTRASTS = """(() => {
     return 0.2126 * parts[0] + 0.7152 * parts[1] + 0.0722 * parts[2];
   };
   const transparent = (color) => color === "rgba(0, 0, 0, 0)";
-  const behind = (element) => {
+  const backdrop = (element) => {
     for (let at = element; at; at = at.parentElement) {
       const color = getComputedStyle(at).backgroundColor;
       if (!transparent(color)) return color;
@@ -151,7 +151,7 @@ CONTRASTS = """(() => {
     return (high + 0.05) / (low + 0.05);
   };
   const texts = [...document.querySelectorAll("p, dt, dd, th, td, code, pre, b, li, h1, h2, h3")]
-    .map((e) => [e.tagName, contrast(getComputedStyle(e).color, behind(e))]);
+    .map((e) => [e.tagName, contrast(getComputedStyle(e).color, backdrop(e))]);
   const labels = [...document.querySelectorAll("svg .node")].map((group) => ["svg", contrast(
     getComputedStyle(group.querySelector("text")).fill,
     getComputedStyle(group.querySelector("path, polygon")).fill)]);

@@ -170,12 +170,12 @@ std::string sarifReport(const CheckResult& result, const Options& /*options*/) {
 std::string junitReport(const CheckResult& result, const Options& options) {
     std::string cases;
     std::size_t failures = 0;
-    std::size_t count = 0;
+    std::size_t tests = 0;
     for (const Finding& finding : result.findings) {
         if (finding.severity == Severity::Note && !options.notes) {
             continue;
         }
-        ++count;
+        ++tests;
         const std::string open = fmt::format(
             "    <testcase classname=\"{}\" name=\"{}\"", markupText(finding.name.data()),
             markupText(placeOf(finding) + ": " + finding.sentence));
@@ -189,8 +189,8 @@ std::string junitReport(const CheckResult& result, const Options& options) {
         cases += fmt::format("{}>\n      <failure type=\"{}\" message=\"{}\"/>\n    </testcase>\n",
                              open, nameOf(finding.severity), markupText(messageOf(finding)));
     }
-    if (count == 0) { // a suite without a test case looks as if nothing had run
-        ++count;
+    if (tests == 0) { // a suite without a test case looks as if nothing had run
+        ++tests;
         cases = "    <testcase classname=\"check\" name=\"no problem found\"/>\n";
     }
     return fmt::format("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
@@ -198,7 +198,7 @@ std::string junitReport(const CheckResult& result, const Options& options) {
                        "  <testsuite name=\"sysconfctl check\" tests=\"{}\" failures=\"{}\">\n"
                        "{}  </testsuite>\n"
                        "</testsuites>\n",
-                       count, failures, cases);
+                       tests, failures, cases);
 }
 
 std::string githubReport(const CheckResult& result, const Options& options) {

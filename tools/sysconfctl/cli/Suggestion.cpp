@@ -63,7 +63,7 @@ std::vector<std::string> withParts(std::string_view word,
                      [](const auto& left, const auto& right) { return left.first < right.first; });
     constexpr std::size_t kMost = 3;
     std::vector<std::string> names;
-    for (auto& [count, name] : found) {
+    for (auto& [distance, name] : found) {
         if (names.size() < kMost) {
             names.push_back(std::move(name));
         }

@@ -37,18 +37,18 @@ std::vector<Pair> pairsOf(const std::vector<ProcessFiles>& a, const std::vector<
 /// The process of the other side with which a single process is compared.
 const ProcessFiles* counterpart(const Side& one, const Side& other) {
     const ProcessFiles* found = nullptr;
-    std::size_t count = 0;
+    std::size_t sameName = 0;
     for (const ProcessFiles& process : other.processes()) {
         if (process.instance == one.instance()) {
             found = &process;
-            ++count;
+            ++sameName;
         }
     }
-    if (count != 1) {
+    if (sameName != 1) {
         throw UsageError(fmt::format(
             "{} is one process, {}, and {} has {} of that name: compare two env files or two "
             "directories",
-            shellWord(one.name()), shellWord(one.instance()), shellWord(other.name()), count));
+            shellWord(one.name()), shellWord(one.instance()), shellWord(other.name()), sameName));
     }
     return found;
 }

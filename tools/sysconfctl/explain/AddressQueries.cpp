@@ -225,10 +225,10 @@ std::string someOf(std::vector<std::string> words) {
 }
 
 std::string overriddenClause(const WalkedEntries& walked) {
-    const std::size_t count = walked.overridden();
-    return count == 0   ? ""
-           : count == 1 ? "1 entry with the same tag is overridden"
-                        : fmt::format("{} entries with the same tags are overridden", count);
+    const std::size_t entries = walked.overridden();
+    return entries == 0   ? ""
+           : entries == 1 ? "1 entry with the same tag is overridden"
+                          : fmt::format("{} entries with the same tags are overridden", entries);
 }
 
 /// Sets the verdict of an answer with several addresses.

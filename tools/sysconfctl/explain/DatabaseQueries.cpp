@@ -168,12 +168,12 @@ bool explainDatabases(ExplanationBuilder& builder) {
             all[database] = value;
         }
         stoppedAtDatabases(builder);
-        const std::size_t count = builder.values.databases.size();
-        builder.conclude(
-            count == 0 ? "no-database" : "read",
-            count == 0 ? "\"databases\" has no members"
-                       : fmt::format("\"databases\" has {} member{}", count, count == 1 ? "" : "s"),
-            "no database is known");
+        const std::size_t members = builder.values.databases.size();
+        builder.conclude(members == 0 ? "no-database" : "read",
+                         members == 0 ? "\"databases\" has no members"
+                                      : fmt::format("\"databases\" has {} member{}", members,
+                                                    members == 1 ? "" : "s"),
+                         "no database is known");
         answer = {std::move(all)};
     }
     return true;

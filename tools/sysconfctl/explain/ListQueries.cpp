@@ -33,9 +33,9 @@ bool managerList(ExplanationBuilder& builder) {
     return builder.file(list);
 }
 
-std::string counted(std::size_t count, const char* what) {
-    const std::string_view ending = count == 1 ? "" : what[0] == 'a' ? "es" : "s";
-    return fmt::format("{} {}{}", count, what, ending);
+std::string counted(std::size_t number, const char* what) {
+    const std::string_view ending = number == 1 ? "" : what[0] == 'a' ? "es" : "s";
+    return fmt::format("{} {}{}", number, what, ending);
 }
 
 /// The decision of a rule that walks all nodes about one node.
@@ -152,15 +152,15 @@ Answer byField(ExplanationBuilder& builder) {
                                  joined(node.addresses, ", "));
     });
     const std::size_t chosen = selected(nodes);
-    const std::string count = counted(addresses.size(), "address");
+    const std::string found = counted(addresses.size(), "address");
     const std::string sentence =
         chosen == 0 ? fmt::format("no node with addresses has {} beginning with {}{}", named(field),
                                   named(prefix), valuesOf(nodes))
         : prefix.empty() ? fmt::format("an empty prefix selects every node, whatever its {}: {}",
-                                       named(field), count)
+                                       named(field), found)
                          : fmt::format("{} of {} {} {} beginning with {}: {}", chosen,
                                        counted(nodes.size(), "node"), chosen == 1 ? "has" : "have",
-                                       named(field), named(prefix), count);
+                                       named(field), named(prefix), found);
     builder.conclude(chosen != 0 ? "nodes-selected" : "no-node", sentence, "the query returns -1");
     return complete ? Answer{List(addresses.begin(), addresses.end())} : Answer{NoAnswer{}};
 }

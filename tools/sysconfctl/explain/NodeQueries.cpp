@@ -309,15 +309,15 @@ std::string candidates(ExplanationBuilder& builder, std::string_view role) {
     std::vector<std::string> tenancies;
     for (const std::string& id : nodes.isObject() ? nodes.getMemberNames() : List{}) {
         const Candidate candidate = verdicts.of(id);
-        const bool counts =
+        const bool isCandidate =
             candidate.outcome != "other-tenancy" && candidate.outcome != "not-reached";
-        inTenancy += counts ? 1 : 0;
+        inTenancy += isCandidate ? 1 : 0;
         if (candidate.outcome == "overridden") {
             others.push_back(named(id));
         } else if (candidate.outcome == "other-tenancy") {
             tenancies.push_back(candidate.found);
         }
-        const bool deciding = counts && (!found || candidate.outcome != "other-role");
+        const bool deciding = isCandidate && (!found || candidate.outcome != "other-role");
         candidateStep(builder, id, candidate, deciding ? Weight::Deciding : Weight::Detail);
         if (!found && candidate.outcome == "near-miss") {
             builder.because("near-miss-role", named(id) + " " + candidate.sentence,

@@ -21,10 +21,10 @@ std::string readAll(int descriptor) {
     std::string text;
     std::array<char, 4096> buffer{};
     for (;;) {
-        const ssize_t count = ::read(descriptor, buffer.data(), buffer.size());
-        if (count > 0) {
-            text.append(buffer.data(), static_cast<std::size_t>(count));
-        } else if (count == 0 || errno != EINTR) {
+        const ssize_t size = ::read(descriptor, buffer.data(), buffer.size());
+        if (size > 0) {
+            text.append(buffer.data(), static_cast<std::size_t>(size));
+        } else if (size == 0 || errno != EINTR) {
             return text;
         }
     }

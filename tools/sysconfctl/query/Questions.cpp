@@ -19,7 +19,7 @@ auto answerOrEmpty(Ask ask) -> decltype(ask()) {
 
 /// Adds all fields of one entry before those of the next.
 void appendEntryQuestions(std::vector<Question>& questions, const DatabaseEntries& database) {
-    for (std::size_t index = 0; index < database.count; ++index) {
+    for (std::size_t index = 0; index < database.entries; ++index) {
         for (const Query& query : queries()) {
             if (query.shown == Shown::EachDatabaseEntry) {
                 questions.push_back({&query, {database.name, std::to_string(index)}});

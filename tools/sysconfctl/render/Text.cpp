@@ -224,8 +224,8 @@ std::string shellWord(std::string_view word) {
     return quoted + "'";
 }
 
-std::string counted(std::size_t count, const char* one, const char* many) {
-    return fmt::format("{} {}", count, count == 1 ? one : many);
+std::string counted(std::size_t number, const char* one, const char* many) {
+    return fmt::format("{} {}", number, number == 1 ? one : many);
 }
 
 std::string joined(const std::vector<std::string>& parts, std::string_view separator) {

@@ -32,7 +32,7 @@ std::vector<std::string> wrappedWords(std::string_view text, std::size_t width,
 std::string shellWord(std::string_view word);
 
 /// "1 entry", "2 entries".
-std::string counted(std::size_t count, const char* one, const char* many);
+std::string counted(std::size_t number, const char* one, const char* many);
 
 /// Parts joined by a separator.
 std::string joined(const std::vector<std::string>& parts, std::string_view separator);

@@ -114,8 +114,8 @@ int Events::descriptor() const {
 }
 
 void Events::clear() {
-    std::uint64_t count = 0;
-    [[maybe_unused]] const ssize_t size = ::read(wakeUp(), &count, sizeof count);
+    std::uint64_t notifications = 0;
+    [[maybe_unused]] const ssize_t size = ::read(wakeUp(), &notifications, sizeof notifications);
 }
 
 } // namespace sysconfctl
