@@ -223,7 +223,7 @@ class Report(unittest.TestCase):
 
         self.assertEqual(len(shown("")), 12)
         self.assertEqual(shown("WEST data"), ["west-data-1", "west-data-2"])
-        self.assertEqual(self.browser.value("document.getElementById('count').textContent"),
+        self.assertEqual(self.browser.value("document.getElementById('matches').textContent"),
                          "2 of 12 nodes")
         self.assertEqual(shown("203.0.113.121"), ["east-collect-1"])
         self.assertEqual(shown("<b>"), [])

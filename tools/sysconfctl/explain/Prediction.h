@@ -12,7 +12,7 @@
 namespace sysconfctl {
 
 /// Predicts the answers in a process that starts now on a host with given addresses. Calls the
-/// library's rules directly, because the library uses only the addresses of its own host.
+/// library's rules directly, because the library uses only the addresses of this host.
 class Prediction {
 public:
     explicit Prediction(const std::vector<std::string>& localAddresses)

@@ -55,10 +55,10 @@ figure .edge polygon { fill: var(--text); stroke: var(--text); }
 inline constexpr const char* kPageScript = R"(
 "use strict";
 const label = document.getElementById("search");
-const count = document.getElementById("count");
+const matches = document.getElementById("matches");
 const rows = Array.from(document.querySelectorAll("#nodes tbody tr"));
 const texts = rows.map((row) => row.innerText.toLowerCase());
-const all = count.textContent;
+const all = matches.textContent;
 label.hidden = false;
 label.querySelector("input").addEventListener("input", (event) => {
   const words = event.target.value.toLowerCase().split(/\s+/).filter(Boolean);
@@ -67,12 +67,12 @@ label.querySelector("input").addEventListener("input", (event) => {
     row.hidden = !words.every((word) => texts[i].includes(word));
     shown += row.hidden ? 0 : 1;
   });
-  count.textContent = words.length === 0 ? all : shown + " of " + all;
+  matches.textContent = words.length === 0 ? all : shown + " of " + all;
 });
 )";
 
 /// The SHA-256 of kPageScript, the only script that the page's content security policy allows.
 inline constexpr const char* kPageScriptHash =
-    "sha256-bKnAzBjQp8tKuG6EZ696xt1Hstd5pTfRbAoLLdZgcTk=";
+    "sha256-FV61CjlXK8SKfEOh0y0KMC1hBTZyEz4lxoeHIMwqppM=";
 
 } // namespace sysconfctl

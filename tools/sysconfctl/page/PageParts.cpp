@@ -168,7 +168,7 @@ std::string nodesSection(const PageContents& contents) {
     std::string html = fmt::format(
         "<section id=\"nodes\">\n<h2>Nodes</h2>\n"
         "<p><label id=\"search\" hidden>Search <input type=\"search\"></label> "
-        "<span id=\"count\">{}</span></p>\n<div class=\"wide\"><table>\n"
+        "<span id=\"matches\">{}</span></p>\n<div class=\"wide\"><table>\n"
         "<thead><tr><th>node</th><th>role</th><th>tenancy</th><th>marks</th><th>host tag</th>"
         "<th>lists</th><th>addresses and tags</th></tr></thead>\n<tbody>\n",
         counted(nodes.size(), "node", "nodes"));
