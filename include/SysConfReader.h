@@ -17,8 +17,8 @@ namespace Quarncommon {
 /// The configuration reader: where this process runs, its addresses and ports, and its databases.
 ///
 /// One instance exists per process. It is created and loaded on first use, reloaded in place by
-/// Reload() and by change events (SysConfReaderEvent.h), and freed only by Destory(). The next
-/// Instance() after that builds and loads a new one.
+/// Reload() and by change events (SysConfReaderEvent.h), and freed only by Destory(); the next
+/// Instance() builds and loads a new one.
 ///
 /// Sources:
 /// - app config file: the path in `APP_CONF_FILE`. `<instance>` below is the member of "processes"
@@ -27,10 +27,10 @@ namespace Quarncommon {
 /// - manager node list: value of `TOLM_ROOT` followed by "/etc/sysconf/nodelists.json"
 ///
 /// An unset variable reads as "" unless an operation says otherwise. Paths are concatenated
-/// verbatim. A file that is missing, is not regular, cannot be read completely, or is not one valid
-/// JSON text is not parsed. Loaded values are those of the last load. Address queries read their
-/// file on every call and parse it if its bytes have changed; until Destory(), up to 2.5 times the
-/// size of each list is kept for that.
+/// verbatim. A file is parsed only if it is regular, can be read completely, and is one valid JSON
+/// text. Address queries read their file on every call and parse it if its bytes have changed;
+/// until Destory(), up to 2.5 times the size of each list is kept for that. All other values are
+/// those of the last load.
 ///
 /// **Do not call setenv(), putenv() or unsetenv() while another thread may be in this library:
 /// POSIX allows such a call to crash the reader.** With change events, a reload may run at any
@@ -40,9 +40,8 @@ namespace Quarncommon {
 /// is the own node, or, on a node whose `"extAttr"."hostType"` is "standby", the node whose service
 /// address this host has (see getSourceNodeId). Both ids are determined by the load.
 ///
-/// Tags. The "usage" of an address entry is an array of tags. They are lower-cased byte by byte
-/// (`tolower`, in the current C locale) before they are compared. If "usage" is a plain string, the
-/// entry has no tags.
+/// Tags. The "usage" of an address entry is an array of tags, which are lower-cased byte by byte
+/// (`tolower`, in the current C locale) before they are compared. A plain string there has none.
 ///
 /// Threads. Any thread may call any operation. No thread may use a pointer from Instance() after
 /// Destory() has been called. "Read lock" below means that the read side of the class's one
@@ -51,16 +50,11 @@ namespace Quarncommon {
 /// within limits. If a lock call fails, its error number is left in `errno` and the operation
 /// continues without the lock.
 ///
-/// Shortages. A load meets a shortage if memory, descriptors or the storage fail, as opposed to a
-/// file that is missing or malformed. An event whose reload meets one returns -1. Any other load
-/// that meets one requests an event. A program without change events is not informed: it should
-/// call Reload() or Destory() when it has recovered.
-///
-/// Forks and exit. A forked child may call exec, _exit and exit() at any time, and every operation
-/// after it has called Instance() again; it has no subscription to change events until the
-/// first load after a Destory(). dlclose() never unloads the library. Queries are answered until
-/// the process has ended. exit() waits at most one second for other threads that are applying a
-/// change event or subscribing. docs/embed.md has the exact rules, also for threads and shortages.
+/// Shortages, forks, exit: docs/embed.md. After a load that lacked memory, descriptors or storage
+/// the library asks for another event; a program without change events should call Reload() or
+/// Destory() when it has recovered. A forked child may call exec, _exit and exit() at any time, and
+/// every operation after it has called Instance() again. Queries are answered until the process has
+/// ended; dlclose() never unloads the library.
 ///
 /// Ownership. Results are copies. Output parameters belong to the caller; they are appended to or
 /// updated, never cleared, unless an operation says otherwise.
@@ -75,11 +69,10 @@ public:
     /// @{
 
     /// Returns the reader, never null. Creates and loads it on first use, under the write lock;
-    /// takes no lock if it exists. It becomes visible after it is loaded: concurrent first calls
-    /// return the same pointer from one load. Also creates the role reader (SysConfReaderImpl),
-    /// which subscribes to change events.
-    /// @throws std::bad_alloc, and what an event library throws from its subscription. Nothing is
-    ///         published then, and the next call tries again.
+    /// takes no lock if it exists. Concurrent first calls return the same pointer from one load.
+    /// Also creates the role reader (SysConfReaderImpl), which subscribes to change events.
+    /// @throws std::bad_alloc, and what an event library throws from its subscription. The next
+    ///         call tries again.
     static SysConfReader* Instance();
 
     /// Destroys the role reader (after creating it if it does not exist), which ends the
@@ -93,12 +86,11 @@ public:
     /// @throws what an event library throws. Only the databases have changed then.
     void Reload();
 
-    /// The loader, for internal use; the caller holds the write lock. In this order: subscribes to
-    /// change events unless that is done; reads the databases, the addresses and ports and the own
-    /// node id from the app config file; reads the host type, the float node id and the host tag
-    /// from the node list. Skips a file that does not parse. A value of the wrong type, or running
-    /// out of memory, ends the loader silently: values read before it are new, all later ones keep
-    /// their previous values.
+    /// The loader, for internal use; the caller holds the write lock. Subscribes to change events
+    /// unless that is done. Reads the databases, addresses, ports and the own node id from the app
+    /// config file, then host type, float node id and host tag from the node list. Skips a file
+    /// that does not parse. A value of the wrong type, or running out of memory, ends the loader
+    /// silently: later values keep their previous contents.
     /// @throws what subscribing throws, and std::bad_alloc before any file is read.
     void init_i();
 
@@ -123,13 +115,11 @@ public:
     std::string GetWssIPAddress();
     /// `<instance>."local"."ip"`.
     std::string getLocalhostIPAddress();
-    /// Maintenance address of this process, the "ip" under "IR" of its `<instance>`. The last
-    /// fallback of getLocalServiceIP, getLocalNorthIP and getLocalSouthIP.
+    /// Maintenance address of this process, the "ip" under "IR" of its `<instance>`.
     std::string getMaintenanceIPAddress();
     /// Host tag of the float node, its "HOSTID" under "extAttr" in the node list.
     std::string getLocalHostTagName();
-    /// Id of the float node: the "nodeId" of `<instance>`, or on a standby node the id that
-    /// getSourceNodeId found.
+    /// Id of the float node.
     std::string getFloatNodeId();
     /// @}
 
@@ -189,15 +179,14 @@ public:
     /// @{
 
     /// Returns the "IP" of the first address entry, in file order, that has the tag `usage` (in any
-    /// letter case, compared whole). "maintenance" is looked up in the own node, every other tag in
-    /// the float node. The first tagged entry decides, even if it has no "IP" (the result is then
-    /// ""). Also "" if no entry has the tag, the list does not parse, or a value of the wrong type
-    /// is met before the result is found.
+    /// letter case, compared whole): for "maintenance" of the own node, for every other tag of the
+    /// float node. "" if that entry has no "IP", if there is no such entry, if the list does not
+    /// parse, or if a value of the wrong type comes before it.
     std::string getLocalIPByUsage(const std::string& usage);
     /// getLocalIPByUsage("maintenance"): always that of the own node.
     std::string getLocalMaintenanceIP();
-    /// getLocalIPByUsage("service"). If that is "", the loaded maintenance address
-    /// (getMaintenanceIPAddress), under a second, separate read lock.
+    /// getLocalIPByUsage("service"); if that is "", getMaintenanceIPAddress(), under a second,
+    /// separate read lock.
     std::string getLocalServiceIP();
     /// getLocalIPByUsage("service2"). No fallback.
     std::string getLocalService2IP();
@@ -205,8 +194,7 @@ public:
 
     /// @name Families of numbered addresses of the float node
     /// From the node list, read on each call. No lock: they do not wait for a reload, and use the
-    /// float node from before or after it. Never throw: an error while walking the list ends the
-    /// walk there.
+    /// float node from before or after it. Never throw: an error ends the walk.
     /// @{
 
     /// Collects the addresses whose tag contains `usagePrefix`, by the number in the tag, and the
@@ -222,9 +210,8 @@ public:
     /// @param serviceIP,service2IP Receive the "IP" of the last entry tagged "service" or
     ///        "service2", among tags that do not contain the prefix; otherwise unchanged.
     ///
-    /// "IPAddresses" and "usage" may be objects instead of arrays; their members are taken in key
-    /// order. A list that does not parse changes nothing. After an error part-way, what was
-    /// collected before it is kept.
+    /// "IPAddresses" and "usage" may also be objects, whose members are taken in key order. A list
+    /// that does not parse changes nothing; an error keeps what was collected before it.
     void getLocalNodeIPs(const std::string& usagePrefix, std::map<int, std::string>& indexedIPs,
                          std::string& serviceIP, std::string& service2IP);
 
@@ -251,18 +238,16 @@ public:
     /// Returns the addresses towards upper systems: the slots of the numbers 0 ("northbound"), 2, 3
     /// and 4, each followed by ";"; then every other number that has a tag (1, 5 and up, negative
     /// ones), in ascending order, separated by ";". Examples: "A;;;;", "A;;;;E;G". The first
-    /// address for a number wins. Without a northbound tag: the service addresses, "S" or "S;T".
-    /// Without a "service" address: the loaded maintenance address (getMaintenanceIPAddress). No
-    /// lock; see getLocalNodeIPs for what that means during a reload.
+    /// address for a number wins. Without a northbound tag: the service addresses, "S" or "S;T";
+    /// without a "service" address, getMaintenanceIPAddress(). No lock, as for getLocalNodeIPs.
     std::string getLocalNorthIP();
 
     /// Returns the addresses towards managed equipment: ten slots, "southbound" and "southbound2"
     /// to "southbound10", joined by ";" ("A;;;;;;;;;"); then the non-empty ones of "southbound11"
-    /// to "southbound1024", each after a ";". "southbound1" is not a slot. The last address for a
-    /// slot wins. Without a southbound tag: the service addresses, "S" or "S;T". Without a
-    /// "service" address, or if the list does not parse: the loaded maintenance address
-    /// (getMaintenanceIPAddress). If a value of the wrong type ends the walk: the service address
-    /// seen so far, alone, or that maintenance address. Read lock, also while reading the file.
+    /// to "southbound1024", each after a ";". The last address for a slot wins. Without a
+    /// southbound tag: as getLocalNorthIP without a northbound one. If a value of the wrong type
+    /// ends the walk: the service address seen so far, alone, or getMaintenanceIPAddress(). Read
+    /// lock, also while reading the file.
     std::string getLocalSouthIP();
 
     /// Returns the IP protocol families of getLocalSouthIP(): 0 IPv4 only (also if there is no
@@ -302,10 +287,9 @@ public:
     ///
     /// Reads the node list on each call. Candidates are all nodes whose `"extAttr"."hostType"` is
     /// not exactly "standby" and that have an entry tagged "service"; the last such entry wins. The
-    /// smallest candidate id in byte order wins. A list that does not parse has no candidates. A
-    /// value of the wrong type ends the search; the candidates found before it are used. Intended
-    /// for loads: it enumerates the interfaces of the host.
-    /// No lock; modifies only the argument.
+    /// smallest candidate id in byte order wins. A value of the wrong type ends the search; the
+    /// candidates found before it are used. Enumerates the interfaces of the host. No lock;
+    /// modifies only the argument.
     void getSourceNodeId(std::string & sourceNodeId);
     /// @}
 
@@ -344,16 +328,16 @@ private:
     std::string m_hostType;
     std::string m_floatNodeId;
 
-    /// The two loaded values that some queries read without m_pMutex. A load replaces both in one
-    /// step when it ends, so that those queries neither wait for a load nor see half of one.
+    /// Loaded values that some queries read without m_pMutex. A load replaces both in one step when
+    /// it ends (docs/decisions/0002-unlocked-queries.md).
     struct Identity {
         std::string floatNodeId;
         std::string maintenanceIP;
     };
     class [[gnu::visibility("hidden")]] IdentityUpdate;
     Identity identity();
-    /// Guards m_floatNodeId and m_maintenanceIP against readers that do not hold m_pMutex; a writer
-    /// holds both. Held only while two strings are copied or swapped, never during a load.
+    /// Guards m_floatNodeId and m_maintenanceIP, which a writer changes under m_pMutex too. Held
+    /// only while two strings are copied or swapped.
     std::mutex m_identityMutex;
 
     /// Null until an instance has been loaded completely.

@@ -17,35 +17,28 @@
 ///     void EventConsumerCBRedeliver(const EventConsumerCallback* callback);
 ///
 /// EventConsumerCBInit subscribes: from now on the event library calls `callback->callback` on a
-/// thread of its choice for every event. The record exists only during the call, so both of its
-/// fields must be copied. `second` is always empty. A negative result means that there is no
-/// subscription.
+/// thread of its choice for every event. The record exists only during the call, so copy both
+/// fields. `second` is always empty. A negative result means that there is no subscription.
 ///
 /// EventConsumerCBFini ends the subscription; no delivery may begin after it has returned. It is
 /// called under the role reader's write lock, but never while a callback of this library is
-/// working, so an event library may wait in it for running callbacks. If the event library cannot
-/// be opened at that moment, the subscription is left to the next destruction.
+/// working, so it may wait for running callbacks.
 ///
-/// These two must not call this library, nor wait for a callback that they have started: they are
-/// called in the middle of a load or of a destruction. They may deliver an event on the calling
-/// thread.
+/// These two must not call this library, nor wait for a callback that they have started. They may
+/// deliver an event on the calling thread.
 ///
 /// EventConsumerCBRedeliver schedules an event for the subscription with this function and user
 /// data, as if its last delivery had been answered with -1. The library calls it after a first load
-/// or a Reload() that met a shortage (see SysConfReader.h), while there is a subscription. The
-/// record exists only during the call. The function must return soon, must not throw, must work on
-/// any thread and under any lock of the caller, and must not deliver the event itself. Without it
-/// the library does nothing after such a load.
-///
-/// The callback's code stays in the process until it ends, even if this library is closed.
+/// or a Reload() that met a shortage. The record exists only during the call. The function must
+/// return soon, must not throw, must work on any thread and under any lock of the caller, and must
+/// not deliver the event itself.
 ///
 /// `NO_EM_CLIENT` or `NO_EM_CLIENT_CONSUMER`, set to any non-empty text, disables change events.
 /// Otherwise the library may call getenv() on the event library's thread at any time, so **the
 /// program must not call setenv(), putenv() or unsetenv()** after the first use of the library.
 ///
-/// A forked child has no subscription. It calls EventConsumerCBFini when it destroys a role reader
-/// that it has inherited, and EventConsumerCBInit at its next first load. If an event library
-/// cannot be called in a child, switch events off there by the environment.
+/// A forked child has no subscription. It calls EventConsumerCBFini when it destroys an inherited
+/// role reader, and EventConsumerCBInit at its next first load. docs/events.md has the reasons.
 
 /// The type of the callback: the event's name, two further texts, the user data of the
 /// subscription. Returns 0 if handled, or -1 if refused or not completed; the event library should
@@ -74,18 +67,18 @@ using EventConsumerCBRedeliverFunction = void(const EventConsumerCallback* callb
 ///
 /// @param eventName "SysConfigEvent", compared byte by byte; anything else is refused.
 /// @param second,third Ignored.
-/// @param userData The role reader that subscribed. Null is refused. If it has been destroyed, is
-///        being destroyed, or was never published, it is not accessed: the event is dropped and the
-///        result is 0. The next role reader loads the changed files; a SysConfReader that still
-///        exists keeps its values until the next event or Reload().
+/// @param userData The role reader that subscribed. Null is refused. One that is being or has been
+///        destroyed, or was never published, is not accessed: the event is dropped and the result
+///        is 0. The next role reader loads the changed files; an existing SysConfReader keeps its
+///        values until the next event or Reload().
 /// @return 0 if handled. -1 if refused, if the reload met a shortage, or if it ended with an
 ///         exception (which does not reach the caller).
 ///
 /// Any thread may call it. It takes first SysConfReader's write lock, and after its release
-/// SysConfReaderImpl's. An event on another thread that arrives during a first load waits for that
-/// load; if the load succeeds, the event is then applied. An event that the event library delivers
-/// inside EventConsumerCBInit, on the loading thread, returns 0 at once: the load that follows
-/// reads the files, and an existing SysConfReader is reloaded when the creation is complete.
+/// SysConfReaderImpl's. An event during a first load on another thread waits for that load and is
+/// applied if it succeeds. One that the event library delivers inside EventConsumerCBInit returns 0
+/// at once: the load that follows reads the files, and an existing SysConfReader is reloaded after
+/// it.
 [[gnu::visibility("default")]] int SysConfReaderEventProcessCB(const std::string& eventName,
                                                                const std::string& second,
                                                                const std::string& third,

@@ -19,9 +19,8 @@ class SysConfReader_i;
 /// tenancy of the local node. It also owns the subscription to change events
 /// (SysConfReaderEvent.h).
 ///
-/// One instance exists per process. It is created and loaded on first use, reloaded in place by
-/// Reload(), and freed only by Destory(). The next Instance() after that builds and loads a new
-/// one. Programs normally use SysConfReader_i, which forwards here.
+/// One instance exists per process, as of SysConfReader. Programs normally use SysConfReader_i,
+/// which forwards here.
 ///
 /// Sources, read at each load and never in between (`<instance id>` is the value of
 /// `PROCESS_INSTANCE_ID`; an unset variable is ""):
@@ -32,11 +31,10 @@ class SysConfReader_i;
 /// Environment, shortages, forks and exit: see SysConfReader.
 ///
 /// Threads. Any thread may call Instance(), Destory(), Reload() and the getters. No thread may use
-/// a pointer from Instance() after Destory() has been called. Creation, the loading part of
-/// Reload() and destruction hold the write side of the class's lock, each getter the read side
-/// while it copies its result. The Init steps take no lock: their callers hold it for writing. If a
-/// lock call fails, its error number is left in `errno` and the operation continues without the
-/// lock.
+/// a pointer from Instance() after Destory() has been called. Creation, loading and destruction
+/// hold the write side of the class's lock, each getter the read side while it copies its result.
+/// The Init steps take no lock: their callers hold it. If a lock call fails, its error number is
+/// left in `errno` and the operation continues without the lock.
 ///
 /// Failures. A file that is missing, unreadable or not valid JSON leaves its values unchanged; a
 /// missing key makes them "". A value of the wrong type, or running out of memory, silently ends
@@ -47,19 +45,16 @@ public:
     /// @{
 
     /// Returns the role reader, never null. Creates and loads it on first use, under the write
-    /// lock; takes no lock if it exists. It becomes visible after it is loaded.
-    /// @throws std::bad_alloc, and what an event library throws from its subscription. The lock is
-    ///         free then, nothing is published, and the next call tries again.
+    /// lock; takes no lock if it exists.
+    /// @throws std::bad_alloc, and what an event library throws from its subscription. The next
+    ///         call tries again.
     static SysConfReaderImpl* Instance();
 
-    /// Ends the subscription to change events (unless events are disabled) and frees the role
-    /// reader. Does nothing if there is none. Holds the write lock. First waits, without limit, for
-    /// a change event that another thread is applying; later events are dropped. If this thread is
-    /// applying one, returns at once, and the destruction follows when the event has been applied.
-    /// Must not be called from an event library's entry points.
-    ///
-    /// Instance() on another thread waits for the end of the destruction and then creates a new
-    /// role reader. It never returns the one that is being destroyed.
+    /// Ends the subscription to change events and frees the role reader, under the write lock. Does
+    /// nothing if there is none. First waits, without limit, for a change event that another thread
+    /// is applying; later events are dropped. If this thread is applying one, returns at once, and
+    /// the destruction follows when the event has been applied. Instance() on another thread waits,
+    /// then creates a new role reader. Must not be called from an event library's entry points.
     static void Destory();
 
     /// Reloads SysConfReader (creating it if need be), then, under this class's write lock, this
@@ -95,11 +90,11 @@ public:
     /// InitMasterAndStandyNodeId, InitMasterAndStandyIp.
     void Init_i();
 
-    /// Subscribes to "SysConfigEvent", once: does nothing if a subscription exists or is being
-    /// made, or if `NO_EM_CLIENT` or `NO_EM_CLIENT_CONSUMER` is set to any non-empty text (also "0"
-    /// and "false"). If there is no event library, if it lacks "EventConsumerCBInit", or if it
-    /// refuses, there is no subscription, and the next load tries again. A library that has the
-    /// entry point stays loaded until the process ends; one without it is closed.
+    /// Subscribes to "SysConfigEvent": does nothing if a subscription exists or is being made, or
+    /// if `NO_EM_CLIENT` or `NO_EM_CLIENT_CONSUMER` is set to any non-empty text (also "0"). If
+    /// there is no event library, if it lacks "EventConsumerCBInit", or if it refuses, the next
+    /// load tries again. A library that has the entry point stays loaded until the process ends;
+    /// one without it is closed.
     /// @throws what the event library throws; there is no subscription then.
     void InitConsumer();
 
@@ -128,10 +123,8 @@ public:
     /// @name Helpers of the steps
     /// @{
 
-    /// Returns the internal-service address among a node's "IPAddresses": the "IP" of the first
-    /// entry tagged "internal_service", else of the last one tagged "maintenance", else "". Tags
-    /// are compared after lower-casing; a "usage" that is a plain string has no tags. Takes no
-    /// lock.
+    /// Returns the "IP" of the first entry tagged "internal_service" among a node's "IPAddresses",
+    /// else of the last one tagged "maintenance", else "". Tags match in any letter case.
     /// @throws std::bad_alloc, and Json::Exception for values of the wrong type.
     std::string GetInternalIp(const Json::Value& addresses) const;
 
@@ -165,9 +158,8 @@ private:
     /// Subscribes the published instance again, after a discarded one may have replaced it in the
     /// event library.
     [[gnu::visibility("hidden")]] static void subscribeAgain();
-    /// The end of an operation that has loaded. If the thread holds no lock any more, applies an
-    /// event that the load could not apply, and asks the event library to deliver again if a load
-    /// met a shortage.
+    /// The end of an operation that has loaded, if the thread holds no lock any more: applies an
+    /// event that the load could not apply, and requests one if a load met a shortage.
     [[gnu::visibility("hidden")]] static void finishLoad();
     [[gnu::visibility("hidden")]] static void requestRedelivery();
     /// Reloads both singletons if `subscriber` is still the role reader. Throws if a load met a

@@ -4,17 +4,15 @@
 
 namespace Quarncommon {
 
-/// The status of the library: its last loads, why a file was not loaded, and its change events.
-/// Also notifies the program of loads.
+/// The last loads, why a file was not loaded, and the change events; notifications of loads.
 ///
-/// Two readers load files, SysConfReader and SysConfReaderImpl (the role reader). A first use and a
-/// change event load both, the role reader's Reload() too; SysConfReader::Reload() loads only that
-/// reader. Each load gets the next number of one sequence for the process, when it ends. The number
-/// of the last load is the generation. If a program has seen a generation, every query that it then
-/// begins answers from that load or from a later one.
+/// SysConfReader and SysConfReaderImpl (the role reader) load files. A first use, a change event
+/// and the role reader's Reload() load both; SysConfReader::Reload() loads only that reader. Each
+/// load gets the next number of one sequence when it ends. The number of the last load is the
+/// generation: queries that begin after a program has seen it answer from that load or a later one.
 ///
-/// The status is a plain copy. Getting it creates no instance, reads no file and allocates nothing;
-/// it waits for no load. Address queries, which read a node list on each call, do not affect it.
+/// The status is a plain copy. Getting it creates no instance, reads no file, allocates nothing and
+/// waits for no load. Address queries do not affect it.
 ///
 /// Threads. Any thread may call every operation, also while the process exits. Nothing throws.
 ///
@@ -58,8 +56,8 @@ public:
         /// The error number of a system call that failed, else 0.
         int error = 0;
         /// Where a malformed text fails: the first character that no valid text can have there,
-        /// from 1. Columns are characters of UTF-8. 0 if unknown: of a text that only the
-        /// platform's own JSON library has read, or with numbers out of range in it.
+        /// from 1. Columns are characters of UTF-8. 0 if unknown: only the platform's JSON library
+        /// has read the text, or it has numbers out of range.
         unsigned int line = 0;
         /// See `line`.
         unsigned int column = 0;
@@ -148,14 +146,12 @@ public:
     /// Calls `callback` with `userData` after each load, until unsubscribe() or the library's exit
     /// handler. Returns an id above 0, or 0 if there are 64 callbacks already.
     ///
-    /// The callback runs on the thread that has loaded: one that called Instance(), Reload() or
-    /// Destory(), or made a first use, or the event library's. It may run on several threads at
-    /// once. The library holds none of its locks: the callback may call every operation. Loads that
-    /// it makes itself notify descriptors, but no callbacks. Its exceptions are dropped.
+    /// The callback runs on the thread that has loaded, possibly on several at once, and under no
+    /// lock of the library: it may call every operation. Loads that it makes itself notify
+    /// descriptors, but no callbacks. Its exceptions are dropped.
     ///
     /// Destory() waits for callbacks that run for a change event, so those must not wait for a
-    /// thread that calls Destory(). If such a callback calls Destory(), the destruction follows
-    /// when the event has been applied.
+    /// thread that calls it. If such a callback calls Destory(), the destruction follows the event.
     static unsigned long long subscribe(Callback * callback, void* userData) noexcept;
 
     /// Ends the subscription with that id; 0 and unknown ids are ignored. Waits until the callback
@@ -167,9 +163,8 @@ public:
     /// read. Reading it gives 8 bytes, the number of notifications as a native `unsigned long
     /// long`, and never blocks. Opens an eventfd(2), close-on-exec, above the standard streams.
     ///
-    /// A program that closes all its descriptors (closefrom) closes this one too, and opens a new
-    /// one. The library recognizes its descriptor before it uses it and does not touch another file
-    /// under the same number.
+    /// After closing all descriptors (closefrom), open a new one. The library recognizes its
+    /// descriptor before it uses it and does not touch another file under the same number.
     ///
     /// @return The descriptor, or -1 with the reason in `errno`: EMFILE if 64 are open already.
     static int openDescriptor() noexcept;

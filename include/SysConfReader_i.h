@@ -11,14 +11,12 @@ namespace Quarncommon {
 
 /// The public access to the node's role: four queries, forwarded to SysConfReaderImpl.
 ///
-/// One facade exists per process. It is created on first use and freed only by Destory(). It stores
-/// no values: each query goes to the role reader, which is created and loaded if it does not exist,
-/// and returns a copy. SysConfReaderImpl documents the results.
+/// One facade exists per process, created on first use and freed only by Destory(). It stores no
+/// values: each query goes to the role reader, which is created if need be. SysConfReaderImpl
+/// documents the results.
 ///
-/// Threads. Any thread may call every operation. No thread may use a pointer from Instance() after
-/// Destory() has been called. The facade's lock guards its creation and destruction; a query takes
-/// only the role reader's read lock. If a lock call fails, its error number is left in `errno` and
-/// the operation continues without the lock. Environment, forks and exit: see SysConfReader.
+/// Threads, environment, forks and exit: see SysConfReader. The facade's lock guards its creation
+/// and destruction; a query takes only the role reader's read lock.
 ///
 /// Failures. Unknown values are "". Creating an instance throws std::bad_alloc and what an event
 /// library throws, copying a result throws std::bad_alloc; the locks are free then.
@@ -32,12 +30,11 @@ public:
     /// @throws std::bad_alloc
     static SysConfReader_i* Instance();
 
-    /// Destroys the facade and with it the role reader, which ends the subscription to change
-    /// events. If the role reader does not exist, it is created and loaded first, then destroyed.
-    /// Does nothing if there is no facade. Holds the facade's write lock, and inside it the role
-    /// reader's. If this thread is applying a change event, the role reader is destroyed when that
-    /// is done (see SysConfReaderImpl::Destory()). An exception from the role reader's creation
-    /// terminates the process.
+    /// Destroys the facade and the role reader, creating that first if it does not exist, which
+    /// ends the subscription to change events. Does nothing if there is no facade. Holds the
+    /// facade's write lock, and inside it the role reader's. During a change event on this thread
+    /// it is postponed as SysConfReaderImpl::Destory() is. An exception from the role reader's
+    /// creation terminates the process.
     static void Destory();
 
     SysConfReader_i(const SysConfReader_i&) = delete;
