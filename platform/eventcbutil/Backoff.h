@@ -7,8 +7,8 @@
 
 namespace eventcbutil {
 
-/// Decides when a failed delivery is repeated: after 100 ms, then after twice as long each time, up
-/// to 30 s. It has no clock; the caller passes the time.
+/// Decides when a failed delivery is repeated: after 100 ms, then twice as long each time, up to 30
+/// s. It has no clock.
 class Backoff {
 public:
     using Time = std::chrono::steady_clock::time_point;
@@ -20,10 +20,8 @@ public:
         m_due = now + m_pause;
     }
 
-    /// The delivery is being repeated. If it fails again, the pause is longer.
     void repeating() { m_due.reset(); }
 
-    /// There is nothing to repeat. After the next failure the pause is 100 ms.
     void reset() {
         m_pause = {};
         m_due.reset();

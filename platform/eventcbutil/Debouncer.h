@@ -7,8 +7,7 @@
 
 namespace eventcbutil {
 
-/// Collects changes until none has arrived for a quiet time, with an upper limit. It has no clock;
-/// the caller passes the time.
+/// Collects changes until none has arrived for a quiet time, with an upper limit. It has no clock.
 class Debouncer {
 public:
     using Time = std::chrono::steady_clock::time_point;
@@ -22,13 +21,11 @@ public:
         m_last = now;
     }
 
-    /// When the collected changes are due; nothing if there are none.
     std::optional<Time> due() const {
         return m_gathering ? std::optional(std::min(m_last + m_quiet, m_first + m_longest))
                            : std::nullopt;
     }
 
-    /// The collected changes are being announced.
     void clear() { m_gathering = false; }
 
 private:

@@ -29,7 +29,6 @@ int nextMark() {
     throw std::system_error(error, std::generic_category(), call);
 }
 
-/// Moves a descriptor out of the range of the standard streams.
 int aboveStandardStreams(int descriptor) {
     if (descriptor >= kFirstNumber) {
         return descriptor;

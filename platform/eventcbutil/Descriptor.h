@@ -5,19 +5,14 @@
 
 namespace eventcbutil {
 
-/// Owns a file descriptor and can verify it.
-///
-/// The program may close any descriptor (`closefrom(3)` when it becomes a daemon) and then open a
-/// file that gets the same number. So each descriptor is marked at creation, and the mark is
-/// verified before each use. The mark is the signal number of fcntl(F_SETSIG), a property of the
-/// open file description; no signal is sent, because O_ASYNC is not set. fstat(2) is not enough:
-/// all inotify instances share one inode.
-///
-/// The number is 3 or higher, because programs reopen their standard streams.
+/// Owns a file descriptor, numbered 3 or higher, and can verify it: the program may close any
+/// descriptor (`closefrom(3)`) and open a file with the same number. So each is marked at creation
+/// with the signal number of fcntl(F_SETSIG), a property of the open file description; without
+/// O_ASYNC no signal is sent. fstat(2) is not enough: all inotify instances share one inode.
 class Descriptor {
 public:
     Descriptor() = default;
-    /// @param descriptor The result of the call that opened it. If it is negative, errno is thrown.
+    /// @param descriptor The result of the call that opened it.
     /// @throws std::system_error if there is no descriptor or it cannot be marked; it is closed.
     Descriptor(int descriptor, const char* call);
     Descriptor(Descriptor&& other) noexcept;
@@ -26,10 +21,8 @@ public:
     Descriptor& operator=(const Descriptor&) = delete;
     ~Descriptor() { close(); }
 
-    /// The number, -1 for none. Check it with `intact`.
     int get() const { return m_descriptor; }
 
-    /// Whether the number still refers to the file that was opened.
     bool intact() const;
 
     /// Closes the file unless it is lost. Async-signal-safe, for forked children.

@@ -14,8 +14,7 @@ using namespace eventcbutil;
 
 constexpr const char* kEventName = "SysConfigEvent";
 
-/// A callback may run longer than Fini waits, so dlclose() must not unload its library. The main
-/// program is never unloaded.
+/// A callback may run longer than Fini waits, so dlclose() must not unload its library.
 void keepLoaded(EventProcessCallback* callback) {
     Dl_info place{};
     if (::dladdr(reinterpret_cast<void*>(callback), &place) == 0 || place.dli_fname == nullptr) {
@@ -48,8 +47,8 @@ void EventConsumerCBFini() {
     try {
         Service::instance().unsubscribeAll();
     } catch (...) {
-        // The service could not be created and has no subscription, or its mutex reports misuse.
-        // The caller is a destructor and could not react.
+        // There is no service or subscription, or its mutex reports misuse; the caller is a
+        // destructor.
         return;
     }
 }
@@ -61,7 +60,6 @@ void EventConsumerCBRedeliver(const EventConsumerCallback* callback) {
     try {
         Service::instance().redeliver(*callback);
     } catch (...) {
-        // As above.
         return;
     }
 }

@@ -6,37 +6,24 @@
 
 #include <string>
 
-/// An event service inside the process, for machines that have none: it watches the configuration
-/// files and delivers "SysConfigEvent" when one of them changes.
+/// An event service inside the process: it watches the configuration files and delivers
+/// "SysConfigEvent" when one of them changes. docs/events.md describes which changes are noticed
+/// and which can be lost, repetitions and costs.
 ///
-/// Files: those that `APP_CONF_FILE`, `APP_ROOT` and `TOLM_ROOT` name at the time of the
-/// subscription. Relative paths start at the working directory of that time.
-///
-/// Environment: only EventConsumerCBInit reads it, on the thread of its caller. **The program must
-/// not call setenv(3), putenv(3), unsetenv(3) or clearenv(3) while another thread is in
-/// EventConsumerCBInit:** the C library does not synchronize them with getenv(3), and the process
-/// may crash.
-///
-/// Events: one for each burst of changes, when the files have been quiet for 50 ms
-/// (`SYSCONF_EVENT_QUIET_MS`, 0 to 1000), and at the latest 1 s after the first change. Files with
-/// the same contents as at the last delivery are not announced again. A delivery is repeated until
-/// the callback returns 0, after 100 ms, 200 ms and so on up to 30 s; a new change starts again
-/// with 100 ms. docs/events.md describes which changes are noticed and which can be lost.
+/// The files are those that `APP_CONF_FILE`, `APP_ROOT` and `TOLM_ROOT` name at the time of the
+/// subscription; relative paths start at the working directory of that time. Only
+/// EventConsumerCBInit reads the environment. **The program must not change the environment while
+/// another thread is in EventConsumerCBInit:** the C library does not synchronize setenv(3) with
+/// getenv(3), and the process may crash.
 ///
 /// Threads: any thread may call all functions at any time, holding its locks, from within a
 /// callback, and from handlers of pthread_atfork(3). Callbacks run one after another on one thread
-/// of the service. That thread blocks all signals except SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGSYS,
-/// SIGTRAP and SIGABRT. No lock of the service is held during a callback. A thread that does not
-/// end within the limit of EventConsumerCBFini continues; there is at most one such thread, and a
-/// new subscription waits for a second one. A forked child has no subscription and can make new
-/// ones.
+/// of the service, which holds no lock during a callback and blocks all signals except those for
+/// its own faults. A forked child has no subscription and can make new ones.
 ///
-/// Descriptors: two for the thread and two for each subscription, close-on-exec and numbered 3 or
-/// higher. A program may close them (`closefrom(3)`): the service verifies its descriptors before
-/// each use, replaces lost ones, and then announces a change, because it may have missed one.
-///
-/// Cost: one thread, which sleeps while nothing changes, the descriptors, and a kernel watch for
-/// each folder on the paths. A short-lived second thread reads the files for each announcement.
+/// Descriptors are close-on-exec and numbered 3 or higher. A program may close them
+/// (`closefrom(3)`): the service verifies them before each use, replaces lost ones, and then
+/// announces a change.
 
 /// Subscribes to changes of the configuration files.
 ///
@@ -59,24 +46,16 @@ EventConsumerCBInit(const std::string& eventName, const std::string& second,
 /// No delivery begins after this has returned. A delivery that has begun is waited for, but at most
 /// 1 s, because the caller may hold a lock that the callback needs. After that time its callback
 /// may still start or run, so what it uses must outlive it. On a thread that runs a callback this
-/// does not wait.
-///
-/// If the wait succeeds, the thread and all descriptors are gone on return; otherwise they go when
-/// the callback or the hanging system call returns. exit(3) does the same, with the same limit.
-/// Never throws.
+/// does not wait. exit(3) does the same, with the same limit. Never throws.
 extern "C" [[gnu::visibility("default")]] void EventConsumerCBFini();
 
-/// Requests a delivery for one subscription, as if its last delivery had returned -1: after 100 ms,
-/// or after the next longer pause if deliveries failed before. For a subscriber that could not load
-/// the files for lack of memory or descriptors.
+/// Requests a delivery for one subscription, as if its last delivery had returned -1. For a
+/// subscriber that could not load the files for lack of memory or descriptors.
 ///
 /// @param callback The function and user data of the subscription. Without such a subscription, and
-///        if null, nothing happens.
+///         if null, nothing happens.
 /// Never throws. Waits only for the service's mutex, which is held briefly, or for the duration of
-/// a fork. If it is called in the callback, the delivery is repeated for any result of the
-/// callback.
-///
-/// This entry point is optional for an event library: look it up with dlsym(3).
+/// a fork. If it is called in the callback, the delivery is repeated for any result.
 extern "C" [[gnu::visibility("default")]] void
 EventConsumerCBRedeliver(const EventConsumerCallback* callback);
 

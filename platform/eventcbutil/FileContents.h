@@ -7,11 +7,9 @@
 
 namespace eventcbutil {
 
-/// The contents of a set of files at one moment.
-///
-/// Texts are compared byte by byte: configuration files are small, a time stamp is too coarse for
-/// two writes in a row, and different texts may have the same checksum. A file that is larger than
-/// kMostBytes, is not a regular file, or exists but cannot be read is never equal to anything.
+/// The contents of files at one moment, compared byte by byte: a time stamp is too coarse for two
+/// writes in a row. A file that is larger than kMostBytes, is not a regular file, or exists but
+/// cannot be read is never equal to anything.
 class FileContents {
 public:
     static constexpr std::size_t kMostBytes = 256UL * 1024;

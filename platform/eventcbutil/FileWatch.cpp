@@ -20,8 +20,7 @@ constexpr std::uint32_t kWay =
 /// Only for the folder of the file itself: folders on the way, such as "/tmp", may be busy.
 constexpr std::uint32_t kContent = IN_MODIFY | IN_CLOSE_WRITE;
 
-/// Whether the error means that the path does not exist now. The existing watch on the folder above
-/// reports when that changes.
+/// Whether the path does not exist now. The watch on the folder above reports when that changes.
 bool leadsNowhere(int error, const std::string& path) {
     // A name that is too long cannot exist. A path that is too long can: it is reached by links.
     return error == ENOENT || error == ENOTDIR || error == ELOOP ||
@@ -197,8 +196,7 @@ int FileWatch::follow() {
 }
 
 /// Watches before it looks: a change in between is reported. A folder that may be passed but not
-/// listed cannot be watched. That is common far above the files and accepted there; it is an error
-/// for a folder in which a file is or may be created.
+/// listed is accepted far above the files, but not where a file is or may be created.
 Found FileWatch::watchAndLook(const Place& place, Walk& walk) {
     const int watch = m_inotify->watch(place.folder, place.last ? kWay | kContent : kWay);
     if (watch >= 0) {

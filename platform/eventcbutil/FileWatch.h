@@ -16,12 +16,11 @@
 
 namespace eventcbutil {
 
-/// Detects changes of a set of files and of any part of their paths. It watches folders, so that it
-/// detects the replacement of a file. Used by one thread at a time.
+/// Detects changes of a set of files and of any part of their paths, through watches on folders.
+/// Used by one thread at a time.
 ///
-/// The watch may be incomplete: the kernel refused something, a path is longer than PATH_MAX, or
-/// the program closed the descriptors. Then changes may be missed, and the owner must read the
-/// files itself and call `followAgain` from time to time.
+/// The watch may be incomplete: the kernel refused something, or the program closed the
+/// descriptors. Then the owner must read the files itself and call `followAgain` from time to time.
 class FileWatch {
 public:
     enum class Change {
@@ -34,11 +33,10 @@ public:
     /// @throws std::system_error if the kernel refuses an instance or a watch.
     explicit FileWatch(std::vector<std::string> files);
 
-    /// What to poll. The results must be passed to `woken`.
     std::array<pollfd, 2> waits() const;
     void woken(const pollfd* results);
 
-    /// The changes since the last call. Follows the paths again if one may lead elsewhere.
+    /// Follows the paths again if one may lead elsewhere.
     Change changed();
 
     bool complete() const { return m_complete; }
@@ -46,7 +44,7 @@ public:
     /// Follows the paths again as far as possible, with new descriptors for lost ones.
     void followAgain();
 
-    /// Closes the descriptors for good, in a forked child.
+    /// For a forked child.
     void close();
 
     std::size_t folderCount() const { return m_watches.size(); }
@@ -56,11 +54,9 @@ private:
     using Watches = std::map<int, Names>;
     enum class Meaning { None, NewContent, NewWay };
 
-    /// One walk along all paths.
     struct Walk {
         Watches watches;
         bool complete = true;
-        /// The error number of the first refused watch.
         int refusal = 0;
     };
 

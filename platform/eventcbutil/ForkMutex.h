@@ -8,15 +8,16 @@
 namespace eventcbutil {
 
 /// A mutex that a thread holds while it forks, so that the data in the child is consistent.
-/// Handlers of the program (pthread_atfork) may run on that thread in the meantime and may call the
+/// Handlers of the program (pthread_atfork) may call the library in the meantime: their guards
+/// share the hold.
 /// library: their guards share the hold and do not wait.
 class ForkMutex {
 public:
-    /// For the library's fork handlers. Forks may be nested, because a handler may fork.
+    /// Forks may be nested, because a handler may fork.
     void holdForFork();
     void releaseAfterFork();
 
-    /// Holds the mutex, or shares the hold of this thread. Usable with std::condition_variable_any.
+    /// Usable with std::condition_variable_any.
     class Guard {
     public:
         explicit Guard(ForkMutex& mutex);
@@ -37,7 +38,6 @@ private:
     bool heldByThisThread() const { return m_forking == std::this_thread::get_id(); }
 
     std::mutex m_mutex;
-    /// The thread that holds the mutex for a fork.
     std::atomic<std::thread::id> m_forking{};
     /// The number of its forks that began within another one.
     int m_nested = 0;

@@ -16,12 +16,10 @@ public:
     bool intact() const { return m_descriptor.intact(); }
     void close() { m_descriptor.close(); }
 
-    /// What to poll. poll(2) reports each change only once, so the result must be passed to
-    /// `woken`.
+    /// poll(2) reports each change only once, so the result must be passed to `woken`.
     pollfd wait() const { return {m_descriptor.get(), POLLPRI, 0}; }
     void woken(const pollfd& result);
 
-    /// Whether there has been a change since the last call.
     bool changed();
 
 private:

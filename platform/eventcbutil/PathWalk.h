@@ -6,8 +6,7 @@
 
 namespace eventcbutil {
 
-/// A name in a folder on the way to a file. If a path refers to something else, one of its places
-/// has changed.
+/// A name in a folder on the way to a file.
 struct Place {
     /// Absolute, free of symbolic links, "." and "..".
     std::string folder;
@@ -24,9 +23,9 @@ struct Found {
     std::string target; // of a link
 };
 
-/// Calls `look` for every place of an absolute path, in the order in which the kernel resolves the
-/// path and its links, up to the file or to the first place that cannot be passed. Only `look`
-/// reads places, so that it can watch them first.
+/// Calls `look` for every place of an absolute path, in the order in which the kernel resolves it,
+/// up to the file or to the first place that cannot be passed. Only `look` reads places, so that it
+/// can watch them first.
 void walkPath(const std::string& path, const std::function<Found(const Place&)>& look);
 
 } // namespace eventcbutil

@@ -112,7 +112,6 @@ void Service::exit() {
     unsubscribeAll();
 }
 
-/// In the parent and in the child.
 void Service::endFork() {
     abandonIfForked();
     m_mutex.releaseAfterFork();
@@ -128,8 +127,7 @@ void Service::abandonIfForked() {
     abandon(std::move(m_left));
 }
 
-/// Closes the descriptors, so that the child does not keep its parent's watches. Leaks the rest:
-/// the parent's thread may have been modifying it.
+/// Closes the descriptors, so that the child does not keep its parent's watches; leaks the rest.
 void Service::abandon(std::shared_ptr<Run> run) {
     if (!run) {
         return;

@@ -7,7 +7,6 @@
 
 namespace eventcbutil {
 
-/// The longest time from a change to its announcement, and the longest quiet time.
 inline constexpr std::chrono::milliseconds kLongestWait{1000};
 
 struct Settings {

@@ -10,7 +10,7 @@ namespace {
 using Change = FileWatch::Change;
 using OptionalTime = std::optional<Subscription::Time>;
 
-/// While the watch is incomplete: the pause between attempts to complete it and to read the files.
+/// While the watch is incomplete.
 constexpr std::chrono::milliseconds kRetry{1000};
 
 bool reached(const OptionalTime& due, Subscription::Time now) {
@@ -91,8 +91,7 @@ void Subscription::settle(Time now) {
     } else {
         m_backoff.reset();
     }
-    // If a file changed during the callback, it may have read the old or the new contents. Then the
-    // next announcement must not be suppressed.
+    // A callback that a change overlaps may have read either content: announce again.
     gather(now);
     if (!m_debouncer.due()) {
         m_announced = std::move(m_found);

@@ -16,8 +16,8 @@
 
 namespace eventcbutil {
 
-/// A callback, the files that it depends on, and the pending delivery. Created on the subscriber's
-/// thread, then used on the service's thread only, except for `redeliver` and `sameCallback`.
+/// A callback, its files, and the pending delivery. Used on the service's thread only, except for
+/// its creation, `redeliver` and `sameCallback`.
 class Subscription {
 public:
     using Time = Debouncer::Time;
@@ -26,14 +26,12 @@ public:
     Subscription(std::string eventName, const EventConsumerCallback& callback,
                  const Settings& settings);
 
-    /// Whether function and user data are equal.
     bool sameCallback(const EventConsumerCallback& callback) const;
     const EventConsumerCallback& callback() const { return m_callback; }
 
-    /// Requests a delivery as if the last one had failed. Takes effect at the next `gather`.
+    /// Takes effect at the next `gather`.
     void redeliver() { m_redeliver = true; }
 
-    /// What to poll. The results must be passed to `woken`.
     std::array<pollfd, 2> waits() const { return m_watch.waits(); }
     void woken(const pollfd* results) { m_watch.woken(results); }
     void close() { m_watch.close(); }
@@ -46,10 +44,9 @@ public:
     /// Reads the files and returns whether a delivery is due; `call` must follow.
     bool ready(Time now);
 
-    /// Calls back and catches what the callback throws. `settle` must follow.
+    /// Catches what the callback throws. `settle` must follow.
     void call();
 
-    /// Records what was delivered and the result.
     /// @param now A time after the callback.
     void settle(Time now);
 

@@ -33,7 +33,6 @@ private:
 
 using Work = std::function<void()>;
 
-/// The attributes of a thread that is joinable or detached.
 class Attributes {
 public:
     explicit Attributes(int detachState) {

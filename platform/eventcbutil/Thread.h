@@ -18,15 +18,14 @@ public:
     /// @throws std::system_error if there is no thread.
     Thread(const char* name, std::function<void()> work);
 
-    /// Starts such a thread detached. If it were detached later, the process could end before that
-    /// with a thread that is neither joined nor detached.
+    /// Not detached later: the process could end before that.
     static void startDetached(const char* name, std::function<void()> work);
 
     bool joinable() const { return m_joinable; }
     bool isCurrent() const { return m_started && ::pthread_equal(m_thread, ::pthread_self()) != 0; }
 
     void detach();
-    /// Waits for the end, at most that long. After that time, detaches the thread.
+    /// After that time, detaches the thread.
     void join(std::chrono::seconds longest);
 
 private:

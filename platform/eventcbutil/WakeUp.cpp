@@ -49,7 +49,6 @@ void WakeUp::clear() {
     }
 }
 
-/// Returns false if the pipe is at its end or cannot be read.
 bool WakeUp::drain() {
     std::array<char, 256> bytes{};
     ssize_t size = 0;

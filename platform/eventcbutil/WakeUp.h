@@ -5,8 +5,7 @@
 
 namespace eventcbutil {
 
-/// Wakes a thread that waits in poll(2). A pipe, because it also wakes the thread when its write
-/// end is closed.
+/// Wakes a thread in poll(2). A pipe, because it also wakes when its write end is closed.
 class WakeUp {
 public:
     /// @throws std::system_error if there is no pipe.
@@ -15,11 +14,10 @@ public:
     /// What to poll for POLLIN; -1 if there is no pipe at the moment.
     int descriptor() const { return m_readEnd.get(); }
 
-    /// Wakes the thread, now or when it next waits.
     void ring();
 
-    /// Clears the wake-ups so far. Replaces a pipe that is lost, closed or unreadable; if that
-    /// fails, there is none until the next call.
+    /// Replaces a pipe that is lost, closed or unreadable; if that fails, there is none until the
+    /// next call.
     void clear();
 
     void close();

@@ -7,19 +7,15 @@
 
 class [[gnu::visibility("default")]] QuarnCommonUtils {
 public:
-    /// Appends the pieces of `text` between the occurrences of `separator`, found from left to
-    /// right without overlap, empty pieces included: ";a;;" at ";" gives "", "a", "", "". An empty
-    /// text has no pieces. An empty separator occurs nowhere: the text is one piece.
-    ///
-    /// Thread-safe for different lists.
+    /// Appends the pieces of `text` between the occurrences of `separator`, empty pieces included:
+    /// ";a;;" at ";" gives "", "a", "", "". An empty text has no pieces. An empty separator occurs
+    /// nowhere. Thread-safe for different lists.
     /// @throws std::bad_alloc if memory runs out; nothing is appended.
     static void split(const std::string& text, const std::string& separator,
                       std::list<std::string>& pieces);
 
-    /// Returns the value of the environment variable, "" if it is unset. A name with "=" or a NUL
-    /// byte is unset.
-    ///
-    /// Thread-safe as long as no thread changes the environment.
+    /// Returns the value of the environment variable, "" if it is unset. Thread-safe as long as no
+    /// thread changes the environment.
     /// @throws std::bad_alloc if memory runs out.
     static std::string Quarngetenv(const std::string& name);
 };

@@ -17,8 +17,7 @@ AddressList listAddresses() {
     return {getifaddrs(&first) == 0 ? first : nullptr, &freeifaddrs};
 }
 
-/// Returns the bytes of an IPv4 or IPv6 address; null for another socket address, and for the null
-/// of an interface without an address.
+/// Null for another socket address, and for an interface without an address.
 const void* addressBytes(const sockaddr* address) {
     if (address == nullptr) {
         return nullptr;

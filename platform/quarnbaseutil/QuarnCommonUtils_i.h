@@ -8,11 +8,8 @@
 class [[gnu::visibility("default")]] QuarnCommonUtils_i {
 public:
     /// Appends the host's IPv4 and IPv6 addresses in the order of the kernel: those of every
-    /// interface, up or down, loopback included. An address of several interfaces appears once for
-    /// each. A link-local address has no scope ("fe80::1", not "fe80::1%eth0").
-    ///
-    /// Reads the addresses on every call. Appends nothing if the kernel returns an error.
-    /// Thread-safe for different lists.
+    /// interface, up or down, loopback included, without scope ("fe80::1", not "fe80::1%eth0").
+    /// Appends nothing if the kernel returns an error. Thread-safe for different lists.
     /// @throws std::bad_alloc if memory runs out; nothing is appended.
     // clang-format off
     static void getAllIPAddr(std::list<std::string>& addresses);

@@ -16,16 +16,14 @@ namespace dom = simdjson::dom;
 
 namespace {
 
-/// Returns simdjson's implementation for this processor.
 const simdjson::implementation& bestImplementation() {
     const simdjson::implementation* const active = simdjson::get_active_implementation();
     static_cast<void>(active->name()); // its first use replaces it
     return *simdjson::get_active_implementation();
 }
 
-/// A copy of simdjson's implementation object that is never destroyed. simdjson destroys the
-/// original when the process exits, while threads may still be parsing. The object has no state
-/// except the pointer to its functions.
+/// simdjson destroys the original when the process exits, while threads may still be parsing. The
+/// object has no state except the pointer to its functions.
 class LastingImplementation {
 public:
     explicit LastingImplementation(const simdjson::implementation& chosen) {
@@ -42,7 +40,6 @@ private:
 /// Chosen when this library is loaded.
 const LastingImplementation kImplementation(bestImplementation());
 
-/// Returns false for a text that simdjson refuses.
 bool succeeded(simdjson::error_code error) {
     if (error == simdjson::MEMALLOC) {
         throw std::bad_alloc();
@@ -50,8 +47,7 @@ bool succeeded(simdjson::error_code error) {
     return error == simdjson::SUCCESS;
 }
 
-/// Asks for large pages in new memory. For a text of megabytes, page faults of 4 KiB each would
-/// take as long as reading it.
+/// For a text of megabytes, page faults of 4 KiB each would take as long as reading it.
 void preferLargePages(void* memory, std::size_t size) {
     constexpr std::size_t kWorthwhile = 4U << 20U;
     constexpr std::uintptr_t kPage = 4096;
@@ -64,9 +60,9 @@ void preferLargePages(void* memory, std::size_t size) {
     ::madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
 }
 
-/// Allocates the memory for the second stage. The tape of a valid text has at most three words more
-/// than the text has structural characters and scalars, and its strings take at most one byte more
-/// for each of them than the text has. A malformed text is refused before it needs more.
+/// For the second stage. The tape of a valid text has at most three words more than the text has
+/// structural characters and scalars, and its strings take at most one byte more for each of them
+/// than the text has. A malformed text is refused before it needs more.
 void allocate(dom::document& document, std::size_t length, std::size_t structurals) {
     constexpr std::size_t kRoom = 16;
     const std::size_t words = structurals + kRoom;

@@ -53,7 +53,6 @@ JsonDocument::Node JsonDocument::root() const {
 
 /// How nodes refer to their values: by an index of a tape, or by the address of a Json::Value.
 struct JsonDocument::Node::Places {
-    /// The index of nodes that are Json::Values.
     static constexpr std::size_t kTree = std::numeric_limits<std::size_t>::max();
 
     static const Json::Value* tree(const Node& node) {

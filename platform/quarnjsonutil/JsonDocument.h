@@ -11,19 +11,14 @@
 #include <utility>
 #include <vector>
 
-/// A JSON text whose values are built on demand. For large texts of which little is needed: reading
-/// takes a small part of the time and memory of the full tree that JsonReader builds.
-///
-/// It accepts the same texts as `JsonReader(false)`, with the same values. A Node behaves like a
+/// A JSON text whose values are built on demand, for large texts of which little is needed. It
+/// accepts the same texts as `JsonReader(false)`, with the same values. A Node behaves like a
 /// constant Json::Value: an absent member is null, and a value of the wrong type throws the same
-/// Json::Exception.
+/// Json::Exception. Only Node::value() takes more stack for a deeper text. Any number of threads
+/// may use a document that has been read.
 ///
-/// Stack: only Node::value() takes more stack for a deeper text.
-///
-/// Memory: a document takes at most 8 bytes for each byte of the text, and up to 13 while it is
-/// read, the text included.
-///
-/// Threads: any number of threads may use a document that has been read.
+/// Memory: at most 8 bytes for each byte of the text, and up to 13 while it is read, the text
+/// included.
 class [[gnu::visibility("default")]] JsonDocument {
 public:
     class Node;
@@ -39,23 +34,21 @@ public:
     /// @throws std::bad_alloc if memory runs out; the root is then unchanged.
     bool read(const char* text, std::size_t length);
 
-    /// Returns the offset at which a text is refused: that of the first character that no valid
-    /// text can have there, or the length if the text ends too early. The greatest std::size_t if
-    /// the place is not known. Takes longer than reading a valid text.
+    /// Returns the offset of the first character that no valid text can have there, or the length
+    /// if the text ends too early; the greatest std::size_t if it is not known.
     /// @throws std::bad_alloc if memory runs out.
     static std::size_t errorOffset(const char* text, std::size_t length);
 
-    /// Becomes a packed copy of a document, for a text that is kept. The copy is smaller and finds
-    /// a member of a large object by binary search. It refers to the text, which must not change as
-    /// long as this document is used.
+    /// Becomes a packed copy of a document, for a text that is kept: smaller, with binary search
+    /// for the members of large objects. It refers to the text, which must not change as long as
+    /// this is used.
     /// @param text The text that `document` has read.
     /// @return Whether there is a copy: not of a document that has read nothing, nor of a text of
     ///         64 MiB or more.
     /// @throws std::bad_alloc if memory runs out; this document is then unchanged.
     bool pack(const JsonDocument& document, const char* text, std::size_t length);
 
-    /// Returns the bytes that the document uses, without the text: exact for a packed one,
-    /// otherwise approximate.
+    /// Without the text. Exact for a packed document, otherwise approximate.
     std::size_t memory() const;
 
     /// The whole text's value; null before the first successful read.
@@ -68,8 +61,7 @@ private:
     std::unique_ptr<Contents> m_contents;
 };
 
-/// A reference to a value of a document, or of a tree of Json::Values. It is valid until the
-/// document is read into again or destroyed, or the tree is changed.
+/// Valid until the document is read into again or destroyed, or the tree is changed.
 class [[gnu::visibility("default")]] JsonDocument::Node {
 public:
     class Range;
@@ -78,7 +70,7 @@ public:
     Node(const Json::Value& value); // NOLINT(google-explicit-constructor): it is the same value
 
     /// Returns the member of that name; if several have it, the last one; null if it is absent or
-    /// this is null. Takes linear time, in a large object of a packed document logarithmic time.
+    /// this is null.
     /// @throws Json::Exception if this is neither an object nor null.
     Node operator[](const std::string& name) const;
 
@@ -91,21 +83,19 @@ public:
     /// @throws Json::Exception for an object with members, which has a size but no indexes.
     Range elements() const;
 
-    /// Returns the elements of an array, or the member values of an object sorted by name; nothing
-    /// for a scalar.
+    /// The same, and the member values of an object sorted by name.
     Range children() const;
 
-    /// Returns the value as text, like Json::Value::asString().
+    /// As Json::Value::asString().
     /// @throws Json::Exception for an array or an object.
     std::string asString() const;
 
-    /// Returns the value as a number, like Json::Value::asInt().
+    /// As Json::Value::asInt().
     /// @throws Json::Exception for a text, an array, an object, or a number out of the range of
-    /// int.
+    ///         int.
     int asInt() const;
 
-    /// Returns this value and everything in it, as JsonReader builds it. Building takes no stack
-    /// for nesting, but jsoncpp copies and frees a Json::Value recursively: see
+    /// Returns the tree as JsonReader builds it. jsoncpp copies and frees it recursively: see
     /// JsonReader::kNestingLimit.
     /// @throws std::bad_alloc if memory runs out.
     Json::Value value() const;
@@ -120,7 +110,7 @@ private:
     std::size_t m_index;
 };
 
-/// Nodes in order, for a range-based for loop. The elements of an array are found one by one.
+/// The elements of an array are found one by one.
 class [[gnu::visibility("default")]] JsonDocument::Node::Range {
 public:
     class Iterator {

@@ -23,29 +23,22 @@
 ///                  character of UTF-8; a surrogate alone becomes its own three bytes (ED A0 80 to
 ///                  ED BF BF).
 ///
-/// Limits: kNestingLimit nested arrays and objects, and kTextLimit bytes, because of jsoncpp's
-/// limit for member names.
-///
 /// `JsonReader(true)`, the lenient reader, accepts what jsoncpp's Json::CharReaderBuilder accepts
 /// with its defaults: comments, several of the numbers above, anything after the value. At most
-/// kLenientNestingLimit levels are accepted, a value in the innermost container being one of them.
-/// The global C++ locale decides how it reads fractions.
+/// kLenientNestingLimit levels are accepted. The global C++ locale decides how it reads fractions.
 ///
-/// Stack: the strict reader is not recursive, but jsoncpp copies and frees the tree recursively:
-/// see kNestingLimit. JsonDocument reads without a tree.
-///
-/// Threads: any number of threads may use a reader at the same time.
+/// Stack: the strict reader is not recursive, but jsoncpp copies and frees the tree recursively.
+/// Any number of threads may use a reader at the same time.
 class [[gnu::visibility("default")]] JsonReader {
 public:
     enum : unsigned {
-        /// Of the strict reader. Copying a tree of this depth with jsoncpp 1.9.5 on x86-64 takes
-        /// 112 KiB of stack if each level has one child, and up to 1.5 MiB with 30,000 children:
-        /// 112
-        /// bytes per level, and 48 for each step to the right in its search tree of n children (at
-        /// most 2 * log2(n + 1)). A tree of 16 levels takes at most 24 KiB. Freeing takes less.
+        /// Of the strict reader, because copying a tree of this depth with jsoncpp 1.9.5 on x86-64
+        /// takes 112 KiB of stack, and up to 1.5 MiB with 30,000 children in each level
+        /// (docs/security-model.md).
         kNestingLimit = 1024,
         /// Of the lenient reader, which is recursive: 544 bytes of stack per level.
         kLenientNestingLimit = 24,
+        /// jsoncpp's limit for member names.
         kTextLimit = (1U << 30U) - 1
     };
 

@@ -13,8 +13,7 @@
 
 namespace {
 
-/// Part of the C library: creation cannot fail, and there is nothing to free. Created at load time:
-/// a child forked while another thread creates it would block.
+/// Created at load time: a child forked while another thread creates it would block.
 const locale_t kCLocale = newlocale(LC_ALL_MASK, "C", nullptr);
 
 } // namespace

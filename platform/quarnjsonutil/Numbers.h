@@ -3,11 +3,9 @@
 
 #include "Tape.h"
 
-/// Returns the double nearest to the grammatical number from `first` to the NUL byte at `last`: an
-/// infinity above the range, 0 below it.
+/// An infinity above the range, 0 below it.
 double nearestDouble(const char* first, const char* last);
 
-/// A number in the form of a tape.
 struct Number {
     Tape::Type type;
     Tape::Word bits;

@@ -37,7 +37,6 @@ public:
     }
 
 private:
-    /// Packs the word at `index` and a number's value. Returns the index after it.
     std::size_t packWord(std::size_t index) {
         const Type type = m_tape.type(index);
         switch (type) {
@@ -66,7 +65,6 @@ private:
         }
     }
 
-    /// Completes the innermost container, whose closing bracket is the last word.
     void close(Type type) {
         const std::size_t container = m_open.back();
         m_open.pop_back();
@@ -102,15 +100,14 @@ private:
         skipText();
     }
 
-    /// Whether the string at the opening quote has no escape. With an escape, its source is longer
-    /// than `bytes`: after that length there is no quote, or there is a backslash before it.
+    /// Whether the string at the opening quote has no escape, which would make its source longer
+    /// than `bytes`.
     bool isVerbatim(std::string_view bytes) const {
         return !m_hasEscapes ||
                (m_text[m_position + 1 + bytes.size()] == '"' &&
                 m_text.substr(m_position + 1, bytes.size()).find('\\') == std::string_view::npos);
     }
 
-    /// Goes from an opening quote to after the closing one.
     void skipText() {
         ++m_position;
         while (m_text[m_position] != '"') {
@@ -134,7 +131,6 @@ private:
     Tape& m_packed;
     bool m_hasEscapes;
     std::size_t m_position = 0;
-    /// The containers that are not closed yet, innermost last.
     std::vector<std::size_t> m_open;
 };
 

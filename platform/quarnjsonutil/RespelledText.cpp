@@ -20,7 +20,6 @@ bool isNumberCharacter(char c) {
     return isDigit(c) || c == '+' || c == '-' || c == '.' || c == 'e' || c == 'E';
 }
 
-/// Removes one leading character, if it is either of these.
 bool take(std::string_view& text, char one, char other) {
     if (text.empty() || (text.front() != one && text.front() != other)) {
         return false;
@@ -37,7 +36,6 @@ bool takeDigits(std::string_view& text) {
     return text.size() < before;
 }
 
-/// The grammar's "number", the whole of the text.
 bool isNumber(std::string_view text) {
     take(text, '-', '-');
     if (!take(text, '0', '0') && !takeDigits(text)) {
@@ -65,8 +63,7 @@ std::string shortForm(const std::string& number) {
     return {digits.data(), written.ptr};
 }
 
-/// Returns the code unit of an escape \uXXXX at the start of the text; without one, a value below
-/// the surrogates.
+/// A value below the surrogates if there is no escape \uXXXX at the start of the text.
 unsigned escapedUnit(std::string_view text) {
     unsigned unit = 0;
     if (text.size() >= kEscapeLength && text.starts_with("\\u")) {
@@ -75,8 +72,7 @@ unsigned escapedUnit(std::string_view text) {
     return unit;
 }
 
-/// Appends the escape at the start of `text`, or the part that must not be split, respelled if
-/// necessary. Returns its length in `text`.
+/// Appends the escape at the start of `text`, respelled if necessary. Returns its length in `text`.
 std::size_t appendEscape(std::string_view text, std::string& copy) {
     const unsigned unit = escapedUnit(text);
     if (unit >= 0xD800 && unit < 0xDC00) {
@@ -93,8 +89,7 @@ std::size_t appendEscape(std::string_view text, std::string& copy) {
     return start.size();
 }
 
-/// Whether RapidJSON may refuse the number as too big: it has hundreds of digits, or an exponent of
-/// three.
+/// It has hundreds of digits, or an exponent of three.
 bool maySeemTooBig(std::string_view number) {
     constexpr std::size_t kHarmlessLength = 300;
     const std::size_t exponent = number.find_first_of("eE");

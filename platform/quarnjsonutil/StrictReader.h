@@ -5,14 +5,13 @@
 
 #include <string_view>
 
-/// Reads the texts that JsonReader(false) accepts. Not recursive.
-/// @return Whether the text was accepted; only then is `tape` replaced.
+/// Reads the texts that JsonReader(false) accepts. Not recursive. Replaces `tape` only if the text
+/// was accepted.
 /// @throws std::bad_alloc if memory runs out.
 bool readStrictly(std::string_view text, Tape& tape);
 
-/// Returns the offset of the first character that no valid text can have there, which is the
-/// text's length if it ends too early. std::string_view::npos if that is not known: of a text that
-/// is too long, or that is not refused, or not before a number or a surrogate that RapidJSON
-/// refuses.
+/// Returns the offset of the first character that no valid text can have there, which is the text's
+/// length if it ends too early. std::string_view::npos if that is not known: the text is too long,
+/// or not refused, or not before a number or a surrogate that RapidJSON refuses.
 /// @throws std::bad_alloc if memory runs out.
 std::size_t errorOffset(std::string_view text);

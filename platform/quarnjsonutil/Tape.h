@@ -11,12 +11,9 @@
 #include <utility>
 #include <vector>
 
-/// A JSON text in a flat form: values in the order of the text, each found by an index. Not
-/// recursive.
-///
-/// A reader produces simdjson's form: one 64-bit word for each value. pack() turns it into a form
-/// for texts that are kept: 32-bit words, which refer to the text itself, and an index of the
-/// members of large objects.
+/// A JSON text in a flat form: values in the order of the text, each found by an index. A reader
+/// produces simdjson's form, one 64-bit word for each value. pack() turns it into 32-bit words,
+/// which refer to the text, and an index of the members of large objects. Not recursive.
 class Tape {
 public:
     using Word = std::uint64_t;
@@ -39,7 +36,7 @@ public:
     };
     static constexpr unsigned kTypeShift = 56;
 
-    /// The index of the text's value; index 0 is not used.
+    /// Index 0 is not used.
     static constexpr std::size_t kRoot = 1;
 
     std::unique_ptr<Word[]> words;
@@ -59,7 +56,6 @@ public:
         return type(index) == kArrayEnd || type(index) == kObjectEnd;
     }
 
-    /// The index after the value at `index`.
     std::size_t next(std::size_t index) const {
         switch (type(index)) {
         case kArray:
@@ -74,7 +70,6 @@ public:
         }
     }
 
-    /// The text or member name at `index`.
     std::string_view text(std::size_t index) const {
         if (!m_packed.empty()) {
             return packedText(index);
@@ -86,17 +81,16 @@ public:
         return {reinterpret_cast<const char*>(start) + sizeof length, length};
     }
 
-    /// The 64 bits of the number at `index`.
     Word number(std::size_t index) const {
         return m_packed.empty() ? words[index + 1] : m_numbers[payload(index)];
     }
 
-    /// The value at `index`; an array or object is empty.
+    /// An array or object is empty.
     Json::Value shallowValue(std::size_t index) const;
 
     Json::Value value(std::size_t index) const;
 
-    /// The indexes of an object's member names, sorted by bytes; of equal names only the last one.
+    /// Sorted by bytes; of equal names only the last one.
     std::vector<std::uint32_t> sortedNames(std::size_t object) const;
 
     /// The value of the last member of that name; 0 if there is none.
@@ -105,12 +99,11 @@ public:
     /// Offsets in a longer text do not fit into a packed word.
     static constexpr std::size_t kLargestPacked = (std::size_t{1} << 26U) - 1;
 
-    /// Returns the packed form of a tape that was read from `text`. The text must not change as
-    /// long as the packed tape is used.
+    /// The text must not change as long as the packed tape is used.
     /// @throws std::bad_alloc if memory runs out.
     Tape packed(std::string_view text) const;
 
-    /// The bytes that the tape uses: exact for a packed tape, otherwise approximate.
+    /// Exact for a packed tape, otherwise approximate.
     std::size_t memory() const;
 
 private:
@@ -125,15 +118,13 @@ private:
     static constexpr unsigned kPackedShift = 26;
     static constexpr std::uint32_t kPayload = (std::uint32_t{1} << kPackedShift) - 1;
 
-    /// Objects with at least this number of members have an index.
     static constexpr std::size_t kLarge = 16;
 
     std::uint32_t payload(std::size_t index) const { return m_packed[index] & kPayload; }
-    /// The last text, which shows where `texts` ends.
     std::string_view lastText() const;
     std::string_view packedText(std::size_t index) const;
     std::size_t packedMember(std::size_t object, std::string_view name) const;
-    /// The sorted names of a large object; null for another one.
+    /// Null for an object that is not large.
     const std::vector<std::uint32_t>* indexOf(std::size_t object) const;
     std::vector<std::uint32_t> sortNames(std::size_t object) const;
 

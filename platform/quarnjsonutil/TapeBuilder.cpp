@@ -6,8 +6,8 @@
 
 #include <cstring>
 
-// The worst cases for their length: a digit and a comma become two words, an empty text and a comma
-// four bytes. Memory that is never written to costs nothing.
+// The worst cases: a digit and a comma become two words, an empty text and a comma four bytes.
+// Memory that is never written to costs nothing.
 TapeBuilder::TapeBuilder(std::size_t length) {
     constexpr std::size_t kRoom = 8;
     m_tape.words = std::make_unique_for_overwrite<Tape::Word[]>(length + kRoom);

@@ -39,6 +39,5 @@ private:
     Tape m_tape;
     std::size_t m_words = Tape::kRoot;
     std::size_t m_texts = 0;
-    /// The indexes of the open containers, innermost last.
     std::vector<std::size_t> m_open;
 };

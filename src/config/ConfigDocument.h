@@ -10,10 +10,9 @@
 namespace Quarncommon::config {
 
 #ifdef SYSCONFREADER_WITH_DOCUMENT
-/// A parsed file.
 using Document = JsonDocument;
 #else
-/// The same for a platform whose JSON library has no JsonDocument: builds the full tree.
+/// For a platform whose JSON library has no JsonDocument: builds the full tree.
 class Document {
 public:
     static constexpr std::size_t kPadding = 0;

@@ -20,10 +20,9 @@ inline constexpr ConfigFile kManagerNodeList{"TOLM_ROOT", "/etc/sysconf/nodelist
 /// The variable that holds the key of this process under "processes".
 inline constexpr const char* kInstanceIdVariable = "PROCESS_INSTANCE_ID";
 
-/// Returns the value of an environment variable, "" if it is unset. Reads it on each call.
+/// Returns the value of a variable, "" if it is unset.
 std::string environment(const char* variable);
 
-/// Returns the path of a file: the variable's value followed by the suffix, both verbatim.
 std::string pathOf(const ConfigFile& file);
 
 /// The same, but returns nothing if the variable is unset.

@@ -22,7 +22,7 @@ namespace {
 
 using Outcome = ReadResult::Outcome;
 
-/// Classifies a failed system call: some errors are properties of the path, others are temporary.
+/// Some errors are properties of the path, others are temporary.
 ReadResult resultOf(int error) {
     constexpr std::array kTransient = {ENOMEM, EMFILE, ENFILE, EIO,       ESTALE,
                                        EINTR,  EAGAIN, EBUSY,  ETIMEDOUT, ENOBUFS};
@@ -32,8 +32,7 @@ ReadResult resultOf(int error) {
     return {transient ? Outcome::Unavailable : permanent, error};
 }
 
-/// Opens the path. Repeats the call if a signal interrupts it, which happens on network file
-/// systems and while the kernel waits for a lease to end.
+/// Repeats the call if a signal interrupts it, as on network file systems.
 int openUninterrupted(const std::string& path, int flags) {
     int descriptor = -1;
     do {
@@ -75,8 +74,7 @@ bool sameTime(const timespec& a, const timespec& b) {
     return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
 }
 
-/// Whether nothing that the kernel reports has changed. The change time is compared as well,
-/// because a program can set the modification time back.
+/// The change time is compared as well, because a program can set the modification time back.
 bool sameState(const struct stat& a, const struct stat& b) {
     return a.st_size == b.st_size && sameTime(a.st_mtim, b.st_mtim) &&
            sameTime(a.st_ctim, b.st_ctim);
@@ -87,8 +85,7 @@ double secondsBetween(const timespec& earlier, const timespec& later) {
            static_cast<double>(later.tv_nsec - earlier.tv_nsec) * 1e-9;
 }
 
-/// Whether another write may leave the same time stamps. FAT has the coarsest ones, of 2 s; the
-/// kernel's clock tick, of which all others are multiples, is at most 10 ms.
+/// FAT has the coarsest time stamps, of 2 s; the kernel's clock tick is at most 10 ms.
 bool writtenLately(const struct stat& status) {
     constexpr double kGranularity = 2.05;
     timespec now{};
@@ -97,8 +94,8 @@ bool writtenLately(const struct stat& status) {
            secondsBetween(status.st_ctim, now) < kGranularity;
 }
 
-/// A write in place may take longer than several reads. So from the third read of a file, each one
-/// is made after a pause, and each pause is twice as long: 3 ms in total for eight reads.
+/// A write in place may take longer than several reads: each pause from the third read on is twice
+/// as long, 3 ms in total.
 void pauseBefore(int read) {
     if (read >= 2) {
         constexpr long kFirst = 50000; // ns
@@ -205,9 +202,9 @@ bool FileText::append(std::size_t bytes, std::size_t size) {
     return size != 0 && m_length == size;
 }
 
-// One read is enough if the file does not change and its time stamps would show a change. If they
-// might not, a second read must give the same bytes. If they change during each read, a program may
-// only be touching the file: then the last two reads are compared.
+// If the time stamps might not show a change, a second read must give the same bytes. If they
+// change during each read, a program may only be touching the file: then the last two reads are
+// compared.
 ReadResult readWhole(const std::string& path, FileText& text, const FileText* known) {
     constexpr int kReads = 8;
     const Descriptor file(path);

@@ -10,7 +10,7 @@ namespace Quarncommon::config {
 
 namespace {
 
-/// Reads the file and passes its text to `parse`. Refuses a text with a NUL byte: it is incomplete.
+/// A text with a NUL byte is incomplete.
 template <typename Parse>
 ReadResult readAndParse(const std::string& path, TextPlace* fault, Parse parse) {
     FileText text;

@@ -7,13 +7,12 @@
 
 #include <string>
 
-/// Reading the two node lists. Each call reads the file. If its bytes equal those of the last call,
-/// the parse of that call is used again; time stamps and identities of files are not trusted.
+/// Each call reads the file. If its bytes equal those of the last call, the parse of that call is
+/// used again (docs/decisions/0010-remembered-lists.md).
 namespace Quarncommon::config {
 
 #ifdef SYSCONFREADER_WITH_DOCUMENT
 
-/// A parsed list, which other threads may use too.
 class List {
 public:
     rules::Node root() const { return parsed->parse->root(); }
@@ -23,12 +22,11 @@ public:
 
 #else
 
-/// A parsed list. Trees are not remembered: they take many times the memory of the text.
+/// Trees are not remembered: they take many times the memory of the text.
 using List = Document;
 
 #endif
 
-/// Reads a list from its path. See readJsonFile for limits and errors.
 ReadResult readNodeList(const std::string& path, List& list, TextPlace* fault = nullptr);
 ReadResult readManagerNodeList(const std::string& path, List& list, TextPlace* fault = nullptr);
 
@@ -37,7 +35,6 @@ ReadResult readNodeList(List& list, TextPlace* fault = nullptr);
 /// Not parsed if the variable is unset.
 ReadResult readManagerNodeList(List& list);
 
-/// Frees the remembered texts.
 void forgetLists();
 
 /// For a forked child.

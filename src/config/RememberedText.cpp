@@ -21,14 +21,12 @@ bool isSmall(const Document& parse, const FileText& text) {
            kLargestParse * static_cast<double>(text.length());
 }
 
-/// Null if the text is not valid.
 std::shared_ptr<ParsedText> parsed(Text text, unsigned int unused = 0) {
     auto result = std::make_shared<ParsedText>(std::move(text), false, unused);
     const bool valid = result->parse.emplace().read(result->text->data(), result->text->length());
     return valid ? result : nullptr;
 }
 
-/// The final form of a text that was parsed.
 ParsedTextPointer packed(const ParsedText& parsed) {
     auto result = std::make_shared<ParsedText>(parsed.text, true);
     const FileText& text = *parsed.text;

@@ -20,7 +20,6 @@ struct ParsedText {
     ParsedText(std::shared_ptr<const FileText> itsText, bool isFinal, unsigned int unusedBefore = 0)
         : text(std::move(itsText)), final(isFinal), unused(unusedBefore) {}
 
-    /// A packed parse refers to it.
     const std::shared_ptr<const FileText> text;
 
     /// None if it would take too much memory.
@@ -49,13 +48,11 @@ public:
 
     constexpr ListMemory() = default;
 
-    /// Returns the kept text, null if there is none.
     ParsedTextPointer current();
 
-    /// Replaces the kept text; null removes it.
     void keep(ParsedTextPointer text);
 
-    /// Keeps `text` instead of `former`, unless `former` has been replaced.
+    /// Does nothing if `former` has been replaced.
     void replace(const ParsedTextPointer& former, ParsedTextPointer text);
 
     /// For a forked child. If another thread was changing the pointer at the time of the fork, it
@@ -63,7 +60,6 @@ public:
     void resetAfterFork();
 
 private:
-    /// Guards m_text. Held only while the pointer is copied or swapped.
     std::mutex m_mutex;
     ParsedTextPointer m_text;
 };
@@ -73,8 +69,8 @@ private:
 /// @throws std::bad_alloc if memory runs out.
 ParsedTextPointer parseNew(FileText& text, const ParsedTextPointer& former, ListMemory& memory);
 
-/// Returns the parse of the kept text, which was read again: packs it when it has been used a few
-/// times, or parses it again if its parse is not kept.
+/// Returns the parse of the kept text, which was read again: packs it after a few uses, or parses
+/// it again if its parse is not kept.
 /// @throws std::bad_alloc if memory runs out.
 ParsedTextPointer parseAgain(const ParsedTextPointer& known, ListMemory& memory);
 

@@ -10,8 +10,7 @@
 #include <new>
 #include <utility>
 
-/// Loads that meet a shortage: a resource or the storage fails, although the files may be valid.
-/// The values that were read are kept, and another load should follow soon.
+/// Loads that meet a shortage (docs/decisions/0009-shortages.md).
 namespace Quarncommon {
 
 /// The number of shortages that this thread has met. A counter, because loads of the two readers
@@ -23,7 +22,6 @@ inline constinit thread_local unsigned int t_shortageCount = 0;
 template <typename Class>
 inline constinit std::atomic<bool> unreportedShortage{false};
 
-/// Runs `steps`, which load the class.
 template <typename Class, typename Steps>
 void load(Steps&& steps) {
     const unsigned int before = t_shortageCount;
@@ -31,7 +29,6 @@ void load(Steps&& steps) {
     unreportedShortage<Class> = t_shortageCount != before;
 }
 
-/// Runs a part of a load and drops its exceptions. Increments the counter for a shortage.
 template <typename Step>
 void loadStep(Step&& step) {
     runDroppingExceptions([&] {
@@ -48,7 +45,6 @@ void loadStep(Step&& step) {
     });
 }
 
-/// Returns whether the file was read and parsed. Increments the counter for a shortage.
 inline bool parsedForLoad(config::ReadResult result) {
     t_shortageCount += result.unavailable() ? 1 : 0;
     return static_cast<bool>(result);

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The library in a forked child, which has one thread: locks that other threads held are never
-// released there. An event may start a load at any time, so this affects every child, even one that
-// only calls exit().
+// The library in a forked child (docs/decisions/0007-forked-children.md).
 
 #include "SysConfReader.h"
 #include "SysConfReaderImpl.h"
@@ -44,8 +42,6 @@ public:
     }
 
 private:
-    /// An instance that another thread was modifying at the time of the fork is leaked on purpose:
-    /// it may be half-written.
     template <typename Class>
     static void reset() {
         if (ClassLock<Class>::handoff().writing()) {
@@ -57,7 +53,6 @@ private:
 
 namespace {
 
-/// The process that forked last, to distinguish it from its child.
 constinit std::atomic<pid_t> g_parent{0};
 
 void beforeFork() {
@@ -80,8 +75,8 @@ void afterForkInChild() {
 [[maybe_unused]] const int g_registered =
     ::pthread_atfork(&beforeFork, &afterForkInParent, &afterForkInChild);
 
-/// jsoncpp builds this object when it is first needed. Another thread must not be in the middle of
-/// that during a fork, so it is built now.
+/// jsoncpp builds this object when it is first needed, which another thread must not do during a
+/// fork.
 [[maybe_unused]] const Json::Value& g_null = Json::Value::nullSingleton();
 
 } // namespace

@@ -10,19 +10,17 @@
 #include <cerrno>
 #include <new>
 
-/// The reader/writer lock of a singleton class, and its scoped guards. Locks are taken only here.
+/// Locks are taken only here.
 namespace Quarncommon {
 
-/// The lock of a class: its mutex, which is a private member of the class, and the hand-off to
-/// waiting writers.
+/// The mutex of a class, its private member, and the hand-off to waiting writers.
 template <typename Class>
 class ClassLock {
 public:
     static ACE_RW_Thread_Mutex& mutex() { return Class::m_pMutex; }
     static WriterHandoff& handoff() { return s_handoff; }
 
-    /// For a forked child. A mutex whose owner no longer exists cannot be released, so a new one is
-    /// built in its place. The old one is not destroyed: that is undefined while it is locked.
+    /// The old mutex is not destroyed: that is undefined while it is locked.
     static void resetAfterFork() {
         s_handoff.resetAfterFork();
         new (&Class::m_pMutex) ACE_RW_Thread_Mutex;
@@ -32,9 +30,8 @@ private:
     static inline constinit WriterHandoff s_handoff{};
 };
 
-/// A scoped lock that remembers whether it was acquired and is released only then. A failed
-/// acquisition is not an error: the scope runs without the lock and sets `errno` to the lock's
-/// error number when it ends. A failed release sets `errno` too.
+/// A scoped lock that remembers whether it was acquired. If that or the release fails, the scope
+/// runs without the lock and sets `errno` when it ends.
 template <typename AceGuard>
 class ErrnoKeepingGuard : public AceGuard {
 public:
@@ -54,7 +51,6 @@ private:
     int m_error;
 };
 
-/// The read side. Lets a waiting writer take the lock first.
 template <typename Class>
 class ReadGuard : public ErrnoKeepingGuard<ACE_Read_Guard<ACE_RW_Thread_Mutex>> {
 public:
@@ -73,7 +69,6 @@ public:
     ~OuterReadGuard() { WriterHandoff::endReadingTwice(); }
 };
 
-/// The write side.
 template <typename Class>
 class WriteGuard : public ErrnoKeepingGuard<ACE_Write_Guard<ACE_RW_Thread_Mutex>> {
 public:
@@ -90,7 +85,6 @@ private:
     }
 };
 
-/// Copies a member under the read side of the lock of its class.
 template <typename Class, typename Member>
 Member copyLocked(const Member& member) {
     const ReadGuard<Class> guard;

@@ -9,7 +9,6 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-/// Waiting for a counter with a time limit, which std::atomic does not offer.
 namespace Quarncommon {
 
 using Clock = std::chrono::steady_clock;

@@ -7,19 +7,9 @@
 
 namespace Quarncommon {
 
-/// Lets waiting writers of a reader/writer lock pass. The lock itself prefers readers, and queries
-/// hold it while they read files. If callers are so busy that one of them always reads, a reload
-/// would never get the lock. So a reader lets one waiting writer take the lock first. It does not
-/// wait for a second one: a stream of writers does not starve readers either.
-///
-/// The wait is limited, so that a query that hangs in a file system does not block all others while
-/// a writer waits for it. Readers hold back only during the first second of every ten that the
-/// writer waits (the claim).
-///
-/// A thread that already holds a lock never waits here, because the writer may be waiting for that
-/// lock. There are two cases: a query that takes the read side twice, and an event that is
-/// delivered on the loading thread. Only these increment a counter of the thread; a counter in
-/// every query would make the shortest ones slower by a third.
+/// Lets one waiting writer of a lock that prefers readers pass, during the first second of every
+/// ten that it waits (the claim). A thread that already holds a lock never waits here
+/// (docs/decisions/0005-writers-have-their-turn.md).
 class WriterHandoff {
 public:
     static constexpr Clock::duration kClaim = std::chrono::seconds(1);
@@ -33,14 +23,12 @@ public:
         }
     }
 
-    /// How much longer readers hold back for a writer that has waited for `waited`; 0 outside its
-    /// claim.
+    /// 0 outside the claim.
     static constexpr Clock::duration remainingClaim(Clock::duration waited) {
         const Clock::duration inPeriod = waited % kPeriod;
         return inPeriod < kClaim ? kClaim - inPeriod : Clock::duration::zero();
     }
 
-    /// A writer's wait for the lock. Ends when the writer has the lock or has failed to get it.
     class Wait {
     public:
         explicit Wait(WriterHandoff& handoff) : m_handoff(handoff) {
@@ -61,11 +49,9 @@ public:
         WriterHandoff& m_handoff;
     };
 
-    /// Around a query during which its thread takes the read side a second time.
     static void beginReadingTwice() { ++s_locksHeldHere; }
     static void endReadingTwice() { --s_locksHeldHere; }
 
-    /// Around a writer's work, while the guarded members may be half changed.
     void beginWriting() {
         ++m_writing;
         ++s_locksHeldHere;
@@ -79,7 +65,6 @@ public:
     /// Whether the calling thread is inside one of these two.
     static bool lockHeldHere() { return s_locksHeldHere != 0; }
 
-    /// For a forked child, which has none of the threads that were waiting or writing.
     void resetAfterFork() {
         m_waiting = 0;
         m_writing = 0;

@@ -10,7 +10,6 @@
 
 namespace Quarncommon::queries {
 
-/// The library has no answer: it returned an empty text or -1.
 struct NoAnswer {};
 
 using List = std::vector<std::string>;
@@ -19,10 +18,10 @@ using Map = std::vector<std::pair<std::string, std::string>>;
 /// Keys in reading order, each with any number of texts.
 using Groups = std::vector<std::pair<std::string, List>>;
 
-/// One answer of the library, independent of the output format. An empty list or map is an answer.
+/// An empty list or map is an answer.
 struct Answer {
     std::variant<NoAnswer, std::string, int, List, Map, Groups, Json::Value> value;
-    /// A part of the value is replaced by a mask. Never set by a query.
+    /// Never set by a query.
     bool masked = false;
 
     bool isAnswered() const { return !std::holds_alternative<NoAnswer>(value); }

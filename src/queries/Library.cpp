@@ -12,7 +12,6 @@ namespace {
 
 constexpr std::string_view kSouthbound = "southbound";
 
-/// Whether the library itself adds the key to a map of tags: "southbound", also with a number.
 bool isSouthboundKey(std::string_view key) {
     return key.starts_with(kSouthbound) &&
            key.find_first_not_of("0123456789", kSouthbound.size()) == std::string_view::npos;

@@ -13,14 +13,13 @@
 #include <string>
 #include <vector>
 
-/// The library's operations, each as a function from a query's arguments to an answer. Exceptions
-/// of the operations are passed on.
+/// The library's operations, each from arguments to an answer. Exceptions are passed on.
 namespace Quarncommon::queries::library {
 
 using Arguments = std::vector<std::string>;
 
-/// Must exist while the library is used. Its destructor destroys the library's instances, so that
-/// the subscription to change events ends before the process does.
+/// Its destructor destroys the library's instances, so that the subscription ends before the
+/// process.
 struct Session {
     Session() = default;
     ~Session();
@@ -47,12 +46,10 @@ Answer role(const Arguments& /*none*/) {
     return textAnswer((Quarncommon::SysConfReader_i::Instance()->*Operation)());
 }
 
-/// An argument is invalid: the text that is no index.
 struct BadIndex : std::invalid_argument {
     using std::invalid_argument::invalid_argument;
 };
 
-/// Parses the index of a database entry.
 /// @throws BadIndex unless the text is a decimal number in the range of the type.
 unsigned int parseIndex(const std::string& text);
 
@@ -76,7 +73,6 @@ Answer localNodeIpsByTag(const Arguments& arguments);
 Answer ipAddresses(const Arguments& arguments);
 Answer allFloatIp(const Arguments& arguments);
 
-/// Convert the outputs of an operation to an answer.
 Answer numberedAnswer(const std::map<int, std::string>& numbered, const std::string& service,
                       const std::string& service2);
 Answer taggedAnswer(const std::map<std::string, std::string>& tags, const Arguments& arguments);

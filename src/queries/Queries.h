@@ -14,7 +14,7 @@ using library::Arguments;
 
 enum class Occurs { Once, OnceOrMore, AnyTimes };
 
-/// The names of a deployment that completion offers for an argument.
+/// What completion offers for an argument.
 enum class Completes {
     Tags,
     TagPrefixes,
@@ -50,7 +50,6 @@ enum class Shown {
 /// A public query of the library, and its name in the tool and in the C library.
 struct Query {
     std::string_view name;
-    /// The name of the operation in the public headers.
     std::string_view operation;
     std::string_view section;
     std::string_view help;
@@ -64,10 +63,8 @@ struct Query {
 /// All queries in the order of `show`. This is the only list of them.
 const std::vector<Query>& queries();
 
-/// The query of that name, null if there is none.
 const Query* queryNamed(std::string_view name);
 
-/// Whether the query takes so many arguments.
 bool takesArguments(const Query& query, std::size_t number);
 
 } // namespace Quarncommon::queries

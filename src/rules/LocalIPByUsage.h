@@ -7,8 +7,7 @@
 
 namespace Quarncommon::rules {
 
-/// Returns the id of the node that has the address for a tag (lower case). A standby node keeps its
-/// own maintenance address while it answers for another node.
+/// A standby node keeps its own maintenance address while it answers for another node.
 inline const std::string& nodeForTag(const std::string& tag, const std::string& ownNodeId,
                                      const std::string& floatNodeId) {
     return tag == kMaintenanceTag ? ownNodeId : floatNodeId;

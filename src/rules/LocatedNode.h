@@ -10,8 +10,7 @@
 namespace Quarncommon::rules {
 
 /// A node that knows its path, for a rule that runs again after a value of the wrong type has ended
-/// it: this time the path of that value is stored. Reports nothing else, and unlike a TracedNode
-/// builds no trees and no lists of nodes: a large file needs no more memory than before.
+/// it, to store the path of that value. Unlike a TracedNode it builds no trees and no lists.
 class LocatedNode {
     // First, because its return type is deduced.
     template <typename Access>
@@ -57,7 +56,6 @@ public:
     Json::Value value() const { return m_node.value(); }
 
 private:
-    /// The elements of a range, each converted when it is reached.
     template <typename Range, typename Convert>
     class Mapped {
     public:

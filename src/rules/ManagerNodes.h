@@ -9,12 +9,9 @@
 #include <string>
 #include <utility>
 
-/// Queries over all nodes of a node list, in ascending order of node ids. If a value of the wrong
-/// type throws, what was collected before it stays in the output.
+/// Queries over all nodes, in ascending order of ids. What was collected before an exception stays.
 namespace Quarncommon::rules {
 
-/// Appends every non-empty "IP" of every node whose member `fieldName`, as text, begins with
-/// `valuePrefix`.
 template <typename AnyNode>
 void appendAddresses(const AnyNode& list, const std::string& fieldName,
                      const std::string& valuePrefix, std::list<std::string>& addresses) {

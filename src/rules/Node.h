@@ -20,16 +20,14 @@ using Node = JsonDocument::Node;
 
 #else
 
-/// The same for the platform's JSON library, which has no JsonDocument: a value in a tree that must
-/// outlive the node.
+/// For a platform whose JSON library has no JsonDocument: a value in a tree that must outlive the
+/// node.
 class Node {
 public:
     Node(const Json::Value& value) : m_value(&value) {} // NOLINT(google-explicit-constructor)
 
-    /// Returns the member of that name, null if it is absent.
     Node operator[](const std::string& name) const { return (*m_value)[name]; }
 
-    /// Returns the members in ascending order of their names.
     std::vector<std::pair<std::string, Node>> members() const {
         std::vector<std::pair<std::string, Node>> members;
         for (const std::string& name : m_value->getMemberNames()) {
@@ -38,7 +36,7 @@ public:
         return members;
     }
 
-    /// Returns the elements of an array. Throws for an object with members, which has no indexes.
+    /// Throws for an object with members, which has no indexes.
     std::vector<Node> elements() const {
         std::vector<Node> elements;
         // NOLINTNEXTLINE(modernize-loop-convert): that would visit an object's members
@@ -48,7 +46,6 @@ public:
         return elements;
     }
 
-    /// Returns the elements of an array or the values of an object.
     std::vector<Node> children() const { return {m_value->begin(), m_value->end()}; }
 
     std::string asString() const { return m_value->asString(); }

@@ -7,16 +7,15 @@
 #include <string>
 #include <string_view>
 
-/// The two ways to collect a family of numbered addresses from a node's entries. They differ on
-/// purpose: in the tags of the family, the winner of several addresses, the condition for service
-/// addresses, and the walk over arrays.
+/// The two ways to collect a family of numbered addresses. They differ on purpose: in the tags of
+/// the family, the winner, the condition for service addresses, and the walk over arrays.
 namespace Quarncommon::rules {
 
 /// Returns the number after a tag's prefix: decimal, 0 without digits, saturated to the range of
 /// `long` and then cut to its low 32 bits.
 int numberInTag(const std::string& tag, std::size_t prefixLength);
 
-/// Stores the address unless the number has one. Returns whether it was stored.
+/// Returns whether the number had no address yet.
 inline bool keepFirst(std::map<int, std::string>& byNumber, int number,
                       const SharedAddress& address) {
     return byNumber.try_emplace(number, *address).second;
@@ -26,9 +25,8 @@ inline bool keepFirst(std::map<int, SharedAddress>& byNumber, int number,
     return byNumber.try_emplace(number, address).second;
 }
 
-/// Collects by the number in the tag. The first address wins; existing keys are not overwritten.
-/// Service addresses of tags outside the family are always reported. An object is walked like an
-/// array. `Address` is std::string or SharedAddress.
+/// Existing keys are not overwritten. Service addresses of tags outside the family are always
+/// reported. An object is walked like an array. `Address` is std::string or SharedAddress.
 template <typename AnyNode, typename Address>
 void collectByNumber(const AnyNode& addresses, const std::string& prefix,
                      std::map<int, Address>& byNumber, std::string& service,
@@ -38,8 +36,7 @@ void collectByNumber(const AnyNode& addresses, const std::string& prefix,
         const SharedAddress& address = entry.address();
         for (const AnyNode& usage : entry.usage().children()) {
             const std::string tag = tagText(usage);
-            // The prefix may be anywhere in the tag, but the number is cut at the prefix's length:
-            // in a tag that does not start with the prefix this is a piece of the tag's text.
+            // The prefix may be anywhere in the tag, but the number is cut at the prefix's length.
             if (tag.find(prefix) != std::string::npos) {
                 const int number = numberInTag(tag, prefix.size());
                 keepFirst(byNumber, number, address) ? entry.reportTaken(number)
@@ -67,9 +64,8 @@ struct TagWalk {
     std::string secondService() const { return complete ? service2 : std::string(); }
 };
 
-/// Collects by the whole tag: `Slot slotFor(const std::string& tag)` returns the slot of a tag, a
-/// value that converts to false for a tag outside the family. The last address wins. Service
-/// addresses are reported apart from the family.
+/// `Slot slotFor(const std::string& tag)` returns a value that converts to false for a tag outside
+/// the family. The last address wins.
 template <typename AnyNode, typename SlotFor, typename Slot>
 void collectByTag(const AnyNode& addresses, SlotFor slotFor, std::map<Slot, SharedAddress>& bySlot,
                   TagWalk& seen) {
@@ -90,8 +86,7 @@ void collectByTag(const AnyNode& addresses, SlotFor slotFor, std::map<Slot, Shar
     seen.complete = true;
 }
 
-/// The same into texts: `std::string* slotFor(const std::string& tag)` returns where the address of
-/// a tag is stored. If an exception ends the walk, what was found before is stored.
+/// The same into texts. If an exception ends the walk, what was found before is stored.
 template <typename AnyNode, typename SlotFor>
 void collectByTag(const AnyNode& addresses, SlotFor slotFor, TagWalk& seen) {
     // An address is copied only after the walk: each of many entries may win all slots for a time.
@@ -116,7 +111,6 @@ inline constexpr int kSouthboundSlots = 1024;
 /// Returns the slot that a tag names, 0 if it names none, as `family` followed by 1.
 int southboundSlot(std::string_view tag, std::string_view family);
 
-/// The southbound addresses under the numbers of their slots.
 template <typename AnyNode>
 void collectSouthbound(const AnyNode& addresses, std::string_view family,
                        std::map<int, SharedAddress>& bySlot, TagWalk& seen) {
@@ -124,13 +118,11 @@ void collectSouthbound(const AnyNode& addresses, std::string_view family,
     collectByTag(addresses, slotFor, bySlot, seen);
 }
 
-/// Adds the service addresses to the tags of a walk that found no address of the family. An empty
-/// second one is not added.
+/// An empty second address is not added.
 void addServices(const TagWalk& seen, std::map<std::string, std::string>& byTag,
                  Trace* trace = nullptr);
 
-/// Reports which service addresses are left out of the answer to a walk. Service tags that are keys
-/// of the caller belong to the family and are not reported.
+/// Service tags that are keys of the caller belong to the family and are not reported.
 void reportServices(const TagWalk& seen, const std::map<std::string, std::string>& byTag,
                     Trace* trace);
 

@@ -10,10 +10,8 @@
 #include <utility>
 #include <vector>
 
-/// Access to nodes and addresses of a node list, and the walk over the tags of address entries.
-/// Like every rule, these are functions of a JSON value alone. A missing member reads as null; a
-/// value of the wrong type throws what jsoncpp throws. Each rule takes time in proportion to what
-/// it reads.
+/// Access to nodes and addresses of a node list. A missing member reads as null; a value of the
+/// wrong type throws what jsoncpp throws. Each rule takes time in proportion to what it reads.
 namespace Quarncommon::rules {
 
 inline constexpr std::string_view kServiceTag = "service";
@@ -25,7 +23,6 @@ inline constexpr std::string_view kNorthboundFamily = "northbound";
 
 std::string lowerCased(std::string text);
 
-/// Returns the node entry of that id in a node list.
 template <typename AnyNode>
 AnyNode nodeEntry(const AnyNode& list, const std::string& nodeId) {
     AnyNode node = list["nodeList"][nodeId];
@@ -33,19 +30,16 @@ AnyNode nodeEntry(const AnyNode& list, const std::string& nodeId) {
     return node;
 }
 
-/// Returns the address entries of a node entry.
 template <typename AnyNode>
 AnyNode addressEntries(const AnyNode& node) {
     return node["IPAddresses"];
 }
 
-/// Returns "extAttr"."hostType".
 template <typename AnyNode>
 std::string hostType(const AnyNode& node) {
     return node["extAttr"]["hostType"].asString();
 }
 
-/// Returns "assignedToTenancy".
 template <typename AnyNode>
 std::string tenancy(const AnyNode& node) {
     return node["assignedToTenancy"].asString();
@@ -57,8 +51,7 @@ enum class Walk { OtherTags, NextEntry, Stop };
 /// An address that several slots can have without copies.
 using SharedAddress = std::shared_ptr<const std::string>;
 
-/// An address entry whose "IP" is read once, when it is first needed. An entry can have many tags
-/// and a long address: reading it for each tag would take time quadratic in the size of the file.
+/// Its "IP" is read once: an entry can have many tags and a long address.
 template <typename AnyNode>
 class AddressEntry {
 public:
@@ -68,8 +61,7 @@ public:
 
     AnyNode usage() const { return m_entry["usage"]; }
 
-    /// Returns "IP" as text.
-    /// @throws Json::Exception if it has the wrong type.
+    /// @throws Json::Exception if "IP" has the wrong type.
     const SharedAddress& address() {
         if (m_address == nullptr) {
             m_address = std::make_shared<const std::string>(m_entry["IP"].asString());
@@ -86,18 +78,15 @@ public:
         return true;
     }
 
-    /// Reports that the address is taken for a slot, a tag or a number.
     template <typename Slot>
     void reportTaken(const Slot& slot) const {
         report(m_entry, [&](const Path& path) {
             return SlotFilled{slotName(slot), path, *m_address};
         });
     }
-    /// Reports that the slot keeps the address that it has.
     void reportKept(int slot) const {
         report(m_entry, [&](const Path& path) { return SlotKept{slotName(slot), path}; });
     }
-    /// Reports that the address is added to the answer.
     void reportCollected() const {
         report(m_entry, [&](const Path& path) { return Collected{path, *m_address}; });
     }
@@ -108,7 +97,6 @@ private:
     std::vector<const void*> m_outputs;
 };
 
-/// Reads a tag and lower-cases it.
 template <typename AnyNode>
 std::string tagText(const AnyNode& usage) {
     std::string tag = lowerCased(usage.asString());
@@ -116,8 +104,7 @@ std::string tagText(const AnyNode& usage) {
     return tag;
 }
 
-/// Visits the tags of address entries in array order, lower-cased:
-/// `Walk visit(AddressEntry<AnyNode>& entry, const std::string& tag)`.
+/// Visits the tags in array order, lower-cased.
 template <typename AnyNode, typename Visit>
 void forEachTag(const AnyNode& addresses, Visit visit) {
     for (const AnyNode& node : addresses.elements()) {

@@ -6,12 +6,11 @@
 #include <map>
 #include <string>
 
-/// The steps of a load of SysConfReader. The order of the assignments is part of the behaviour: a
-/// value of the wrong type throws and ends the load, and all later values are those of the previous
-/// load.
+/// The steps of a load of SysConfReader. Their order is part of the behaviour: a value of the wrong
+/// type throws, and all later values are those of the previous load.
 namespace Quarncommon::rules {
 
-/// The loaded values; before a load, those of the previous one.
+/// Before a load, the values of the previous one.
 struct ReaderValues {
     std::map<std::string, Json::Value>& databases;
     std::string& maintenanceIP;
@@ -27,13 +26,11 @@ struct ReaderValues {
     std::string& hostTagName;
 };
 
-/// The entry of a process in the app config file.
 template <typename AnyNode>
 AnyNode processEntry(const AnyNode& appConfig, const std::string& instanceId) {
     return appConfig["processes"][instanceId];
 }
 
-/// Loads the values of the app config file.
 template <typename AnyNode>
 void loadAppConfig(const AnyNode& appConfig, const std::string& instanceId,
                    const ReaderValues& values) {
@@ -52,8 +49,8 @@ void loadAppConfig(const AnyNode& appConfig, const std::string& instanceId,
     values.floatNodeId = values.nodeId;
 }
 
-/// Loads the values of the node list. `replaceBySource(std::string& nodeId)` replaces the id by
-/// that of the source node, if there is one.
+/// `replaceBySource(std::string& nodeId)` replaces the id by that of the source node, if there is
+/// one.
 template <typename AnyNode, typename ReplaceBySource>
 void loadNodeList(const AnyNode& nodeList, ReplaceBySource replaceBySource,
                   const ReaderValues& values) {

@@ -12,8 +12,7 @@ inline constexpr std::string_view kStandby = "standby";
 inline constexpr std::string_view kMasterDomainType = "ACCESS_Master";
 inline constexpr std::string_view kStandbyDomainType = "ACCESS_Backup";
 
-/// Returns the address for traffic between the cluster's nodes: the "IP" of the first entry tagged
-/// "internal_service", else of the last one tagged "maintenance", else "".
+/// "internal_service" before "maintenance"; the first of those, the last of these.
 template <typename AnyNode>
 std::string internalServiceAddress(const AnyNode& addresses) {
     SharedAddress address;
@@ -48,8 +47,7 @@ std::string_view roleOf(const AnyNode& node) {
     return found;
 }
 
-/// Sets the ids of the master and the standby node among the list's nodes that are assigned to
-/// `tenancy`; an id without a candidate is not changed. The greatest id by bytes wins a role.
+/// An id without a candidate is not changed. The greatest id by bytes wins a role.
 template <typename AnyNode>
 void findMasterAndStandby(const AnyNode& list, const std::string& tenancy,
                           std::string& masterNodeId, std::string& standbyNodeId) {

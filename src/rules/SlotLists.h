@@ -7,24 +7,22 @@
 #include <map>
 #include <string>
 
-/// Slot lists: addresses joined into one text, slot by slot.
 namespace Quarncommon::rules {
 
 using SlotMap = std::map<int, SharedAddress>;
 
-/// The northbound list: numbers 0, 2, 3, 4 each followed by ";", then all others in ascending order
-/// joined by ";". Without any number: "service;service2", "service", or `maintenance`.
+/// Numbers 0, 2, 3, 4 each followed by ";", then all others in ascending order joined by ";".
+/// Without any number: serviceList.
 std::string northSlotList(const SlotMap& byNumber, const std::string& service,
                           const std::string& service2, const std::string& maintenance,
                           Trace* trace = nullptr);
 
-/// The southbound list: slots 1 to 10 joined by ";", then each non-empty later one after a ";". If
-/// the walk found no address of the family: "service;service2", "service", or `maintenance`.
+/// Slots 1 to 10 joined by ";", then each non-empty later one after a ";". If the walk found no
+/// address of the family: serviceList.
 std::string southSlotList(const SlotMap& bySlot, const TagWalk& seen,
                           const std::string& maintenance, Trace* trace = nullptr);
 
-/// The fallback for a slot list: "service;service2", "service", or `maintenance` if there is no
-/// service address.
+/// "service;service2", "service", or `maintenance` if there is no service address.
 std::string serviceList(const std::string& service, const std::string& service2,
                         const std::string& maintenance, Trace* trace = nullptr);
 

@@ -9,9 +9,7 @@
 
 namespace Quarncommon::rules {
 
-/// Adds the service address of every node that is not a standby and has one: node id -> "IP" of
-/// its last entry tagged "service". If a value of the wrong type throws, what was found before it
-/// stays in the table.
+/// The last entry tagged "service" of a node wins. What was found before an exception stays.
 template <typename AnyNode>
 void collectServiceAddresses(const AnyNode& list,
                              std::map<std::string, std::string>& serviceAddresses) {
@@ -36,8 +34,7 @@ void collectServiceAddresses(const AnyNode& list,
     }
 }
 
-/// Returns the smallest node id whose service address is one of the host's addresses, null if none
-/// is.
+/// The smallest node id whose service address is one of the host's; null if there is none.
 const std::string* sourceNode(const std::map<std::string, std::string>& serviceAddresses,
                               const std::list<std::string>& hostAddresses, Trace* trace = nullptr);
 

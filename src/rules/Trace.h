@@ -10,11 +10,7 @@
 #include <variant>
 #include <vector>
 
-/// Reports of what a rule reads and decides.
-///
-/// A rule is a template over the class of its nodes. With a Node it reports nothing, and the
-/// compiler removes every report. With a TracedNode it reports each step to a Trace, with the path
-/// of the value that the step is about. Rules that take texts only have an optional Trace*.
+/// Reports of what a rule reads and decides (docs/decisions/0008-rules-that-report.md).
 namespace Quarncommon::rules {
 
 /// From the root inwards: names of members and decimal indexes, the steps of a JSON pointer.
@@ -26,13 +22,11 @@ struct ValueRead {
     std::string text;
 };
 
-/// A node id was looked up in a node list.
 struct NodeLookup {
     Path path;
     bool found = false;
 };
 
-/// The rule has reached an address entry.
 struct EntryVisited {
     Path path;
 };
@@ -46,7 +40,6 @@ struct TagCompared {
 /// A value was taken for a slot of the answer. It overrides the value that the slot had.
 struct SlotFilled {
     std::string slot;
-    /// The address entry, or the node, that fills the slot.
     Path path;
     std::string value;
 };
@@ -57,7 +50,6 @@ struct SlotKept {
     Path path;
 };
 
-/// A slot is left out of the answer because others are filled.
 struct SlotNotNeeded {
     std::string slot;
 };
@@ -81,12 +73,10 @@ struct Collected {
     std::string value;
 };
 
-/// A rule that walks all nodes has finished this one.
 struct NodeFinished {
     Path path;
 };
 
-/// A node, or an entry, of a list was left out.
 struct Skipped {
     enum class Why {
         Standby,
@@ -99,7 +89,7 @@ struct Skipped {
     Path path;
 };
 
-/// A node's role was decided from the two texts that name it; "" if they name none.
+/// A role was decided from two texts; "" if they name none.
 struct RoleCompared {
     Path path;
     std::string hostType;
@@ -114,7 +104,6 @@ struct SourceCompared {
     bool carried = false;
 };
 
-/// A value has the wrong type.
 struct TypeMismatch {
     enum class Expected { Object, Array, Text, Int } expected = Expected::Object;
     Path path;
@@ -125,7 +114,6 @@ using TraceEvent = std::variant<ValueRead, NodeLookup, EntryVisited, TagCompared
                                 SlotKept, SlotNotNeeded, SlotPlaced, FallbackUsed, Collected,
                                 NodeFinished, Skipped, RoleCompared, SourceCompared, TypeMismatch>;
 
-/// A slot's name in a trace: its tag, or its number.
 inline std::string slotName(const std::string& tag) {
     return tag;
 }
@@ -133,7 +121,6 @@ inline std::string slotName(int number) {
     return std::to_string(number);
 }
 
-/// Receives the reports of rules.
 class Trace {
 public:
     Trace() = default;
@@ -148,7 +135,6 @@ public:
     virtual bool resumesAfter(const TypeMismatch& /*mismatch*/) { return false; }
 };
 
-/// A node that knows its path and reports what is read through it. Answers as the Node does.
 class TracedNode {
 public:
     TracedNode(const Node& node, Trace& trace, Path path = {})
@@ -211,7 +197,6 @@ public:
     Json::Value value() const { return m_node.value(); }
 
 private:
-    /// `elements()` is a range, or a list already.
     template <typename Range>
     static std::vector<Node> listOf(const Range& range) {
         std::vector<Node> nodes;
@@ -265,7 +250,6 @@ void report(const TracedNode& node, MakeEvent event) {
     node.trace().report(event(node.path()));
 }
 
-/// Reports that a node, or an entry, is left out.
 template <typename AnyNode>
 void reportSkipped(const AnyNode& node, Skipped::Why why) {
     report(node, [&](const Path& path) { return Skipped{why, path}; });

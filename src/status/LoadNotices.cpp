@@ -115,7 +115,6 @@ void ringDescriptors() {
     }
 }
 
-/// Finds an entry for which `matches` is true, null if there is none.
 template <typename Table, typename Matches>
 auto* find(Table& table, Matches matches) {
     for (auto& entry : table) {

@@ -3,15 +3,13 @@
 
 #include "SysConfReaderStatus.h"
 
-/// Notifications of loads: callbacks and descriptors.
 namespace Quarncommon::status {
 
 /// Whether this thread has loaded something since it last sent notifications.
 inline constinit thread_local bool t_loadToAnnounce = false;
 
-/// Sends the notifications of this thread's loads, if there are any and the thread holds no lock of
-/// the library; otherwise the operation that the load is part of calls again. To be called under no
-/// other lock either. Keeps `errno`.
+/// Sends the notifications of this thread's loads, unless it holds a lock of the library: then the
+/// operation that the load is part of calls again. Keeps `errno`.
 void announceLoads();
 
 unsigned long long addCallback(SysConfReaderStatus::Callback* callback, void* userData) noexcept;

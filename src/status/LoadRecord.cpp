@@ -53,7 +53,6 @@ bool hasFailed(const File& file) {
     return file.outcome != Outcome::NotRead && file.outcome != Outcome::Loaded;
 }
 
-/// The path as a JSON pointer.
 std::string pointer(const rules::Path& path) {
     std::string text;
     for (const std::string& step : path) {

@@ -11,9 +11,8 @@
 #include <new>
 #include <utility>
 
-/// The steps of a load with a record of what became of each file. Only a failure costs more than
-/// the steps alone: then the rule runs again to find the value, or the text is parsed again to find
-/// the place.
+/// The steps of a load with a record of what became of each file. After a failure the rule runs, or
+/// the text is parsed, again to find the place.
 namespace Quarncommon::status {
 
 using Load = SysConfReaderStatus::Load;
@@ -22,7 +21,6 @@ using File = SysConfReaderStatus::File;
 /// The record of the load that this thread is in the middle of, else null.
 inline constinit thread_local Load* t_load = nullptr;
 
-/// The time of a load, and its place in t_load.
 class LoadRecording {
 public:
     explicit LoadRecording(Load SysConfReaderStatus::*reader) noexcept;
@@ -30,7 +28,6 @@ public:
     LoadRecording& operator=(const LoadRecording&) = delete;
     ~LoadRecording() { t_load = m_outer; }
 
-    /// Publishes the record of a load that has ended.
     void publish() noexcept;
 
 private:
@@ -41,7 +38,6 @@ private:
     std::chrono::steady_clock::time_point m_start;
 };
 
-/// Runs `steps`, which load the class.
 template <typename Class, typename Steps>
 void recordLoad(Load SysConfReaderStatus::*reader, Steps&& steps) {
     LoadRecording recording(reader);
@@ -54,7 +50,6 @@ void recordRead(File& file, config::ReadResult result, config::TextPlace fault) 
 void recordShortage(File& file) noexcept;
 void recordWrongType(File& file, const rules::Path& path) noexcept;
 
-/// Runs a rule. If a value of the wrong type ends it, runs it again to record the value.
 template <typename Rule>
 void applyRecorded(const rules::Node& root, File& file, Rule& rule) {
     try {
@@ -67,10 +62,8 @@ void applyRecorded(const rules::Node& root, File& file, Rule& rule) {
     }
 }
 
-/// Reads a file of a load and, if it was parsed, runs `rule(root)`, where root is a rules::Node or,
-/// when the rule runs again, a rules::LocatedNode. The rule must give the same results then.
-/// @param read `config::ReadResult read(Document&, config::TextPlace* fault)`
-/// @throws what the two throw.
+/// Reads a file of a load and, if it was parsed, runs `rule(root)`: with a rules::Node and, to find
+/// a value of the wrong type, again with a rules::LocatedNode, with the same results.
 template <typename Document, typename Read, typename Rule>
 void loadFile(File Load::*which, Read read, Rule rule) {
     if (t_load == nullptr) { // a query, or a step that is called alone

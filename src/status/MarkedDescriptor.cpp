@@ -33,8 +33,7 @@ void closeNumber(int number) {
     ::syscall(SYS_close, number);
 }
 
-/// Rotates through the real-time signals, so that two descriptors with the same number in
-/// succession have different marks.
+/// Rotates through the real-time signals, so that a reused number gets a different mark.
 int nextMark() {
     static constinit std::atomic<unsigned int> calls{0};
     const auto first = static_cast<unsigned int>(SIGRTMIN);
@@ -90,8 +89,7 @@ void MarkedDescriptor::ring() const noexcept {
     }
     const ErrnoKept kept;
     const std::uint64_t one = 1;
-    // Fails only if the counter is saturated; the descriptor is readable then anyway. Not write(2),
-    // which is a cancellation point.
+    // Fails only if the counter is saturated; the descriptor is readable then anyway.
     ::syscall(SYS_write, m_number.load(), &one, sizeof one);
 }
 

@@ -6,18 +6,16 @@
 
 namespace Quarncommon::status {
 
-/// A file descriptor that the program may close at any time, by its number or with all others, and
-/// whose number it may then use for another file. So the open file description has a mark, the
-/// signal number of fcntl(F_SETSIG), which is verified before each use. No signal is sent, because
-/// O_ASYNC is not set. The inode alone does not suffice: all descriptors of eventfd(2) share one.
-///
-/// No function is a cancellation point, throws, or changes `errno` except to report a failure.
+/// A descriptor that the program may close at any time and whose number it may then use for another
+/// file. So the open file description has a mark, the signal number of fcntl(F_SETSIG), which is
+/// verified before each use; no signal is sent without O_ASYNC. The inode does not suffice: all
+/// eventfds share one. No function is a cancellation point, throws, or changes `errno` except to
+/// report a failure.
 class MarkedDescriptor {
 public:
     constexpr MarkedDescriptor() = default;
 
-    /// Opens an eventfd with a number above the standard streams.
-    /// @return Whether it succeeded; if not, the reason is in `errno`.
+    /// The number is above the standard streams. Returns false with the reason in `errno`.
     bool openEvent() noexcept;
 
     /// The number, -1 for none. It may be lost, see `intact`.
@@ -26,10 +24,8 @@ public:
     /// Whether the number still refers to the file that was opened.
     bool intact() const noexcept;
 
-    /// Makes it readable, if it is intact.
     void ring() const noexcept;
 
-    /// Closes it if it is intact.
     void close() noexcept;
 
     /// Stops using the number without closing it.

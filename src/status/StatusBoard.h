@@ -14,12 +14,10 @@ unsigned long long generation() noexcept;
 void publish(SysConfReaderStatus::Load SysConfReaderStatus::*reader,
              const SysConfReaderStatus::Load& load) noexcept;
 
-/// Stores the state of the subscription. `library` is a handle of the event library, null if there
-/// is none.
+/// `library` is a handle of the event library, null if there is none.
 void setSubscription(SysConfReaderStatus::Subscription subscription,
                      void* library = nullptr) noexcept;
 
-/// Adds an event to its total.
 void countEvent(unsigned long long SysConfReaderStatus::*counter) noexcept;
 
 /// For a forked child, which has no subscription.

@@ -11,16 +11,14 @@ namespace {
 
 using Databases = std::map<std::string, Json::Value>;
 
-/// Finds the field of a connection entry without copying the database. Null if the database is
-/// unknown. An index past the end reads like an entry without fields.
+/// Null if the database is unknown. An index past the end reads like an entry without fields.
 const Json::Value* field(const Databases& databases, const std::string& name, unsigned int index,
                          const char* key) {
     const auto database = databases.find(name);
     return database != databases.end() ? &database->second[index][key] : nullptr;
 }
 
-/// Copies a value or a map of values. Copying fails only if memory runs out; jsoncpp then throws an
-/// exception type that is not std::bad_alloc.
+/// Copying fails only if memory runs out; jsoncpp then throws something else than std::bad_alloc.
 template <typename Copied>
 Copied copyOf(const Copied& original) {
     try {

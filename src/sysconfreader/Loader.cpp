@@ -21,8 +21,8 @@ namespace Quarncommon {
 
 namespace {
 
-/// The addresses of this host. The platform's operation cannot report a failure: an empty list with
-/// an error number of a used-up resource is a shortage.
+/// The platform's operation reports no failure: an empty list with an error number of a used-up
+/// resource is a shortage.
 std::list<std::string> hostAddresses() {
     std::list<std::string> addresses;
     const int errnoBefore = errno;
@@ -51,8 +51,7 @@ void SysConfReader::init_i() {
     });
 }
 
-/// The two values that queries read without the lock, during a load. The load works on copies and
-/// swaps them in when it ends, also by an exception.
+/// The load works on copies and swaps them in when it ends, also by an exception.
 class SysConfReader::IdentityUpdate {
 public:
     explicit IdentityUpdate(SysConfReader& reader) : loaded(reader.identity()), m_reader(reader) {}

@@ -14,8 +14,7 @@ namespace Quarncommon {
 
 namespace {
 
-/// Sets every key of the southbound family to an empty text. Walks the map once, from key to key:
-/// looking up each of the thousand keys takes longer than reading most lists.
+/// Walks the map once: looking up each of the thousand keys takes longer than reading most lists.
 void emptySouthboundKeys(std::map<std::string, std::string>& usageIPs) {
     static constexpr rules::SouthboundKeys kSouthbound(kSouthboundFamily);
     auto place = usageIPs.lower_bound(std::string(kSouthboundFamily));

@@ -10,8 +10,7 @@ namespace Quarncommon {
 
 namespace {
 
-/// Reads the manager node list and passes it to `collect`, under the read lock. Returns 0 if that
-/// completed, -1 if `TOLM_ROOT` is unset, the list does not parse, or an exception was thrown.
+/// Returns -1 if the list is not read, or an exception was thrown.
 template <typename Collect>
 int collectFromManagerNodes(Collect collect) {
     int result = -1;

@@ -7,11 +7,9 @@
 
 #include <string>
 
-/// The common step of all queries for addresses of one node.
 namespace Quarncommon {
 
-/// Reads the node list and passes the address entries of a node to `collect`, which is not called
-/// if the list does not parse. The caller handles exceptions.
+/// `collect` is not called if the list does not parse. The caller handles exceptions.
 template <typename Collect>
 void readNodeAddresses(const std::string& nodeId, Collect collect) {
     config::List list;
@@ -20,8 +18,7 @@ void readNodeAddresses(const std::string& nodeId, Collect collect) {
     }
 }
 
-/// Runs `prepare`, then passes the address entries of a node to `collect`, which fills the TagWalk
-/// (see rules::collectByTag). An exception ends the walk, which then stays incomplete.
+/// The same after `prepare`. An exception ends the walk, which then stays incomplete.
 template <typename Prepare, typename Collect>
 rules::TagWalk walkTags(const std::string& nodeId, Prepare prepare, Collect collect) {
     rules::TagWalk seen;

@@ -7,8 +7,7 @@
 
 namespace Quarncommon {
 
-/// Usage tags and families of tags. No destructors: threads and static destructors may still query
-/// while the process exits.
+/// No destructors: threads and static destructors may still query while the process exits.
 using rules::kInternalServiceTag;
 using rules::kNorthboundFamily;
 using rules::kSouthboundFamily;

@@ -24,10 +24,9 @@ namespace Quarncommon {
 namespace {
 
 constexpr const char* kEventLibrary = "eventcbutil";
-/// The result of GetDLLName for it, as a constant: a destruction must not need memory.
+/// Not by GetDLLName: a destruction must not need memory.
 constexpr const char* kEventLibraryFile = "libeventcbutil.so";
 
-/// How long exit() waits for other threads inside the gate.
 constexpr Clock::duration kExitLimit = std::chrono::seconds(1);
 
 constinit EventGate g_eventGate;
@@ -40,8 +39,7 @@ constinit std::atomic<EventConsumerCBRedeliverFunction*> g_redeliver{nullptr};
 constinit std::atomic<int> g_loaderUsers{0};
 constinit std::atomic<bool> g_loaderLost{false};
 
-/// A use of the dynamic loader. A child that is forked while another thread is inside one must not
-/// use the loader: its tables may be half changed.
+/// A child that is forked while another thread is inside one must not use the dynamic loader.
 class LoaderUse {
 public:
     LoaderUse() { ++g_loaderUsers; }
@@ -71,7 +69,7 @@ bool isSet(const char* variable) {
     try {
         return !QuarnCommonUtils::Quarngetenv(variable).empty();
     } catch (const std::bad_alloc&) {
-        // The copy is not needed for this question, and a destruction must work without memory.
+        // A destruction must work without memory.
         const char* value = std::getenv(variable);
         return value != nullptr && *value != '\0';
     }
@@ -81,9 +79,9 @@ bool switchedOff() {
     return g_loaderLost || isSet("NO_EM_CLIENT") || isSet("NO_EM_CLIENT_CONSUMER");
 }
 
-/// No event is applied after the exit handler. It is registered after all static objects of the
-/// library were built, and so runs before they are destroyed. Not a local static object: a child
-/// that is forked while another thread builds it would wait for that thread.
+/// Registered after all static objects of the library were built, so it runs before they are
+/// destroyed. Not a local static object: a child that is forked while another thread builds it
+/// would wait for it.
 void closeGateAtExit() {
     if (!g_closedAtExit.exchange(true)) {
         std::atexit([] { g_eventGate.close(kExitLimit); });
@@ -95,7 +93,7 @@ EntryPoint* entryPoint(void* library, const char* name) {
     return reinterpret_cast<EntryPoint*>(::dlsym(library, name));
 }
 
-/// Returns whether a load met a shortage that has not been reported yet. The caller reports it.
+/// The caller reports the shortage.
 bool takeUnreportedShortage() {
     const bool reader = unreportedShortage<SysConfReader>.exchange(false);
     return unreportedShortage<SysConfReaderImpl>.exchange(false) || reader;
@@ -130,8 +128,7 @@ std::string SysConfReaderImpl::GetDLLName(const std::string& name) const {
 void SysConfReaderImpl::ensureSubscribed() {
     Instance();
     // Inside the gate the instance cannot be destroyed. Its lock is not taken: the caller holds the
-    // main reader's lock, and no reload holds both. An instance that is being destroyed, or has
-    // been, needs no subscription.
+    // main reader's lock, and no reload holds both.
     const EventGate::Stay stay(g_eventGate);
     SysConfReaderImpl* reader =
         stay.admitted() ? m_pInstance.load(std::memory_order_acquire) : nullptr;
@@ -195,7 +192,7 @@ void SysConfReaderImpl::InitConsumer() {
     attempt.result = Subscription::Refused;
     const EventConsumerCallback callback{&SysConfReaderEventProcessCB, this};
     // The handle is never closed from here on: threads of the event library may run its code until
-    // the process ends, and an exception that it throws needs that code, too.
+    // the process ends.
     if (init(std::string(kChangeEvent), "", &callback) >= 0) {
         attempt.result = Subscription::Subscribed;
         g_redeliver =
@@ -251,7 +248,7 @@ void SysConfReaderImpl::applyChange(const void* subscriber) {
     SysConfReaderImpl* reader = nullptr;
     {
         // Waits for a first load to publish the instance that it has subscribed. The user data is
-        // only compared: it may belong to an instance that no longer exists.
+        // only compared.
         const ReadGuard<SysConfReaderImpl> guard;
         reader = m_pInstance.load(std::memory_order_acquire);
     }
@@ -264,8 +261,7 @@ void SysConfReaderImpl::applyChange(const void* subscriber) {
         return;
     }
     const bool reloaded = runDroppingExceptions([&] { reader->Reload(); });
-    // Inside the gate: a destruction waits here for callbacks without a lock. Later it would
-    // unsubscribe under one, and the event library may wait there for this delivery.
+    // Inside the gate: see docs/concurrency.md.
     status::announceLoads();
     if (!reloaded || takeUnreportedShortage()) {
         throw NotApplied();

@@ -8,11 +8,8 @@
 namespace Quarncommon {
 
 /// Separates the destruction of the role reader from those who use it without its lock: the
-/// delivery of change events, and the main reader's loader while it subscribes.
-///
-/// Destruction unsubscribes under the role reader's write lock. The event library may wait there
-/// for a running callback, which would wait for the lock. So destruction first closes the gate: it
-/// waits without a lock until the threads inside have left, and later threads return at once.
+/// delivery of change events, and the main reader's loader while it subscribes
+/// (docs/decisions/0001-event-gate.md).
 class EventGate {
 public:
     constexpr EventGate() = default;
@@ -42,8 +39,7 @@ public:
         bool m_admitted;
     };
 
-    /// The time from closing to reopening. Closures may overlap; the gate is open again when all of
-    /// them have ended.
+    /// Closures may overlap; the gate is open again when all have ended.
     class Closure {
     public:
         explicit Closure(EventGate& gate) : m_gate(&gate) { gate.close(kNoLimit); }
@@ -72,8 +68,7 @@ private:
 
     std::atomic<unsigned int> m_state{0};
 
-    /// The stays of the calling thread. It must not wait for itself, for example when it calls
-    /// exit() in the middle of an event.
+    /// A thread must not wait for itself.
     static inline constinit thread_local unsigned int s_staysHere = 0;
 };
 

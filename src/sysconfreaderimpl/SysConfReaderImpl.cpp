@@ -65,7 +65,7 @@ SysConfReaderImpl* SysConfReaderImpl::create() {
         return reader;
     }
     // An instance that was never published does not end its subscription: the event library might
-    // wait for a callback that waits for the lock held here. An event for it is dropped.
+    // wait for a callback that waits for the lock held here.
     struct Discard {
         void operator()(SysConfReaderImpl* reader) const {
             reader->m_consumerInited = false;
@@ -78,8 +78,8 @@ SysConfReaderImpl* SysConfReaderImpl::create() {
     if (m_pInstance.compare_exchange_strong(published, created.get(), std::memory_order_acq_rel)) {
         return created.release();
     }
-    // The lock failed, and another thread published first. An event library that keeps only one
-    // subscription has replaced the published instance's by that of the discarded one.
+    // An event library that keeps only one subscription has replaced the published instance's by
+    // that of the discarded one.
     if (created->m_consumerInited) {
         subscribeAgain();
     }
@@ -125,8 +125,7 @@ void SysConfReaderImpl::Init_i() {
     });
 }
 
-// Each step below reads its own file and ends at the first error. Members that it has not assigned
-// by then keep their values.
+// Each step ends at the first error and keeps the values that it has not assigned.
 
 void SysConfReaderImpl::InitLocalNodeId() {
     loadStep([this] {
