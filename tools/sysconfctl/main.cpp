@@ -18,8 +18,7 @@ namespace {
 
 using namespace sysconfctl;
 
-/// Whether the command shows answers, which may differ from those of a process that started
-/// earlier.
+/// The answers may differ from those of a process that started earlier.
 bool showsAnswers(Command command) {
     return command == Command::Get || command == Command::Show || command == Command::Explain ||
            command == Command::Who || command == Command::Report;
@@ -95,8 +94,7 @@ int endByClosedPipe() {
 } // namespace
 
 int main(int argc, char** argv) {
-    // SIGPIPE is ignored, so that a closed pipe is a write error and the tool can unsubscribe
-    // before it exits.
+    // A closed pipe is a write error, so that the tool can unsubscribe before it exits.
     std::signal(SIGPIPE, SIG_IGN);
     ExitStatus status = ExitStatus::Internal;
     if (argc > 1 && std::string_view(argv[1]) == kCompleteCommand) {

@@ -17,8 +17,8 @@ namespace {
 namespace rules = Quarncommon::rules;
 using located::Path;
 
-/// Reports a value that differs between two files: one of them is wrong. If there is already a
-/// finding about one of the two places, it becomes an error and refers to the other place.
+/// If there is already a finding about one of the two places, it becomes an error and refers to the
+/// other place.
 void report(Checker& checker, const SourceFile& odd, Path path, const SourceFile& other,
             const Path& otherPath, std::string_view name, const std::string& sentence) {
     // An absent object is reported once, not once for each of its members.
@@ -39,8 +39,7 @@ void report(Checker& checker, const SourceFile& odd, Path path, const SourceFile
                     fmt::format("the {} differs", related.title));
 }
 
-/// A list with the most frequent value, and the lists with other values. In a tie, the value of the
-/// manager node list, which is the last, is preferred.
+/// In a tie, the value of the manager node list, which is the last, is preferred.
 struct Votes {
     const SourceFile* reference = nullptr;
     std::vector<const SourceFile*> odd;
@@ -144,8 +143,7 @@ private:
         m_checker.explains(finding, odd, otherPath);
     }
 
-    /// Returns the id under which the manager node list has this node: a node that is in no other
-    /// list and shares an address with it. Returns "" if there is none.
+    /// A node that is in no other list and shares an address with it; "" if there is none.
     std::string sameNode(const std::string& id, const SourceFile& list) {
         const SourceFile& manager = *m_group.managerNodeList;
         if (!m_onlyManager) {
@@ -241,7 +239,6 @@ private:
 
     using Same = std::function<bool(const Entry&, const Entry&)>;
 
-    /// Removes the pairs for which `same` is true from both lists and returns them.
     static std::vector<std::pair<Entry, Entry>>
     takePairs(std::vector<Entry>& left, std::vector<Entry>& right, const Same& same) {
         std::vector<std::pair<Entry, Entry>> pairs;
@@ -264,8 +261,7 @@ private:
         const auto equal = [](const Entry& one, const Entry& other) {
             return one.address == other.address && one.tags == other.tags;
         };
-        // Equal entries at both ends are dropped first: most entries are equal and in the same
-        // order.
+        // Most entries are equal and in the same order.
         const auto [leftEnd, rightEnd] =
             std::mismatch(left.begin(), left.end(), right.begin(), right.end(), equal);
         left.erase(left.begin(), leftEnd);
@@ -334,7 +330,6 @@ private:
                            shown(here), wrong.title, shown(there), right.title));
     }
 
-    /// Entries that only `list` has are missing in `incomplete`.
     void reportMissing(const std::string& id, const SourceFile& incomplete,
                        const std::vector<Entry>& entries, const SourceFile& list) {
         const Path place = {"nodeList", id, "IPAddresses"};
@@ -347,7 +342,7 @@ private:
 
     Checker& m_checker;
     const ListGroup& m_group;
-    /// The lists that have a node; the manager node list is the last one.
+    /// The manager node list is the last one.
     std::map<std::string, std::vector<const SourceFile*>> m_lists;
     std::map<std::string, std::size_t> m_tenancies;
     std::set<std::string> m_processAddresses;

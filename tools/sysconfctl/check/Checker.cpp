@@ -31,8 +31,7 @@ std::pair<std::size_t, std::size_t> rangeOf(const SourceFile& file, const Path& 
     return {value->begin, nested ? 1 : value->end - value->begin};
 }
 
-/// The known name that a short name resembles. The edit distance is too coarse for names of two
-/// letters.
+/// The edit distance is too coarse for names of two letters.
 std::string shortSuggestion(std::string_view name, const std::vector<std::string_view>& known) {
     for (const std::string_view one : known) {
         if (one.size() > 3 || one.size() != name.size()) {
@@ -241,7 +240,6 @@ namespace {
 
 using FileOf = const SourceFile* View::*;
 
-/// All files without duplicates, in the order of the views.
 std::vector<std::pair<const SourceFile*, FileOf>> filesOf(const Inventory& inventory,
                                                           std::initializer_list<FileOf> kinds) {
     std::vector<std::pair<const SourceFile*, FileOf>> files;
@@ -256,7 +254,6 @@ std::vector<std::pair<const SourceFile*, FileOf>> filesOf(const Inventory& inven
     return files;
 }
 
-/// Sorts findings by file and offset. Findings without a file come first.
 void sortByPlace(std::vector<Finding>& findings, const Inventory& inventory) {
     std::map<const SourceFile*, std::size_t> order{{nullptr, 0}};
     for (const auto& [file, kind] :

@@ -19,29 +19,26 @@ public:
 
     Finding& environment(Severity severity, std::string_view name, std::string sentence,
                          std::string hint);
-    /// Adds a finding about a value. If the path has no value, the finding is about the name of the
-    /// nearest member above it.
+    /// If the path has no value, the finding is about the name of the nearest member above it.
     Finding& at(const SourceFile& file, const located::Path& path, Severity severity,
                 std::string_view name, std::string sentence, std::string hint = "");
-    /// Adds a finding about the name of a member.
     Finding& member(const SourceFile& file, const located::Path& path, Severity severity,
                     std::string_view name, std::string sentence, std::string hint = "");
     Finding& add(Finding finding);
 
-    /// Returns a finding, other than a note, about the value, one of its ancestors or one of its
-    /// descendants; null if there is none.
+    /// Returns a finding, other than a note, about the value, an ancestor or a descendant; null if
+    /// there is none.
     Finding* cause(const SourceFile& file, const located::Path& path);
     /// Makes cause() return the finding for that path.
     void explains(Finding& finding, const SourceFile& file, const located::Path& path);
-    /// Adds a related place: the value at the path, or its nearest ancestor.
+    /// The value at the path, or its nearest ancestor.
     static void relate(Finding& finding, const SourceFile& file, const located::Path& path,
                        std::string sentence);
 
-    /// Reports members of the object whose names are unknown but resemble a known name that is
-    /// absent.
+    /// Names that are unknown but resemble a known name that is absent.
     void unknownMembers(const SourceFile& file, const located::Path& path,
                         const std::vector<std::string_view>& known);
-    /// Reports blanks at either end and invisible characters. Returns whether there are any.
+    /// Blanks at either end and invisible characters. Returns whether there are any.
     bool hidden(const SourceFile& file, const located::Path& path, const std::string& text,
                 bool isMember = false);
 
@@ -55,12 +52,11 @@ private:
     std::map<Key, Finding*> m_causes;
 };
 
-/// The node lists of one deployment.
 struct ListGroup {
     const SourceFile* managerNodeList = nullptr;
     std::vector<const SourceFile*> nodeLists;
 
-    /// All lists, the manager node list last.
+    /// The manager node list is the last one.
     std::vector<const SourceFile*> lists() const;
 };
 
@@ -71,7 +67,7 @@ std::set<std::string> ownNodes(const Inventory& inventory, const SourceFile& lis
 
 /// The value of "nodeList"; null unless it is an object.
 const Json::Value& nodesOf(const SourceFile& list);
-/// The string as the library reads it; "" if the value cannot be read as a string.
+/// "" if the value cannot be read as a string.
 std::string textAt(const Json::Value& node, const located::Path& path);
 located::Path with(located::Path path, const located::Path& rest);
 

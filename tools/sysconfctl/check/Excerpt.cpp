@@ -20,8 +20,8 @@ using Range = std::pair<std::size_t, std::size_t>;
 
 constexpr std::string_view kProcesses = "processes";
 
-/// Visits the values of `siblings` that overlap the range. The siblings are in text order. A value
-/// that a syntax error left incomplete extends to the end of the text.
+/// The siblings are in text order. A value that a syntax error left incomplete extends to the end
+/// of the text.
 template <typename Siblings, typename ValueOf, typename Visit>
 void visitWithin(const Siblings& siblings, const Range& range, ValueOf valueOf, Visit visit) {
     auto sibling = std::partition_point(siblings.begin(), siblings.end(), [&](const auto& each) {
@@ -37,13 +37,11 @@ bool isNested(const located::Value& value) {
     return value.kind == located::Kind::Array || value.kind == located::Kind::Object;
 }
 
-/// The bytes of a value. A value that a syntax error left incomplete extends to the end of the
-/// text.
 Range rangeOf(const located::Value& value) {
     return {value.begin, value.end > value.begin ? value.end : std::string::npos};
 }
 
-/// Collects the secrets of a database entry that overlap the range, by the same rules as mask().
+/// By the same rules as mask().
 void collectEntrySecrets(const located::Value& entry, const Range& range,
                          std::vector<Range>& secrets) {
     if (!isNested(entry)) {
@@ -64,8 +62,7 @@ void collectEntrySecrets(const located::Value& entry, const Range& range,
                 });
 }
 
-/// Collects the secrets outside of databases that overlap the range: members whose names indicate a
-/// password.
+/// Members outside of databases whose names indicate a password.
 void collectNamedSecrets(const located::Value& value, const Range& range,
                          std::vector<Range>& secrets) {
     visitWithin(value.elements, range, std::identity(), [&](const located::Value& element) {
@@ -85,8 +82,8 @@ bool isAppConfig(const SourceFile& file) {
     return file.variable.name == Quarncommon::config::kAppConfig.variable;
 }
 
-/// Collects all secrets that overlap the range. In an app config file, everything except
-/// "processes" is treated as databases: they may have a misspelt name or be in the wrong place.
+/// In an app config file, everything except "processes" is treated as databases: they may have a
+/// misspelt name or be in the wrong place.
 void collectSecrets(const SourceFile& file, const Range& range, std::vector<Range>& secrets) {
     const located::Value& root = file.document.root();
     if (!isAppConfig(file)) {
@@ -116,10 +113,9 @@ void collectSecrets(const SourceFile& file, const Range& range, std::vector<Rang
                 });
 }
 
-/// Returns the end of the part of a line that cannot contain a database secret, in a file with a
-/// syntax error. In an app config file this is the error, or the end of a known field name at the
-/// error. It is the end of the line in other files, and if the error is inside "processes" and no
-/// database follows on the line.
+/// The end of the part of a line that cannot contain a database secret, in a file with a syntax
+/// error: in an app config file the error, or the end of a known field name there; the end of the
+/// line in other files, and inside "processes" if no database follows on the line.
 std::size_t endOfUnderstood(const SourceFile& file, const Range& line) {
     const located::SyntaxError& error = *file.document.error();
     const std::string_view text(file.document.text());
@@ -141,9 +137,8 @@ std::size_t endOfUnderstood(const SourceFile& file, const Range& line) {
     return begin;
 }
 
-/// Returns how much of a line is shown in a file with a syntax error. The shown part ends after a
-/// word that indicates a password, or before a \u escape, which may spell one. Nothing is shown if
-/// the line continues a password member.
+/// In a file with a syntax error, the shown part ends after a word that indicates a password, or
+/// before a \u escape, which may spell one. Nothing is shown of a continued password member.
 std::size_t readableLength(const located::Document& document, std::size_t number) {
     const std::string_view line = document.line(number);
     const auto& path = document.error()->path;
@@ -169,7 +164,7 @@ bool isSecret(std::size_t at, const std::vector<Range>& secrets) {
                        [&](const Range& range) { return at >= range.first && at < range.second; });
 }
 
-/// A part of a line, escaped. Each contiguous run of secret bytes is replaced by one mask.
+/// Each contiguous run of secret bytes becomes one mask.
 std::string shown(std::string_view text, std::size_t begin, std::size_t end,
                   const std::vector<Range>& secrets) {
     std::string result;
@@ -195,7 +190,6 @@ bool continuesCharacter(char c) {
     return (static_cast<unsigned char>(c) & 0xc0U) == 0x80U;
 }
 
-/// Removes leading characters until the text is at most `width` columns wide.
 std::string lastColumns(std::string_view text, std::size_t width) {
     std::size_t columns = displayWidth(text);
     while (columns > width) {
@@ -209,8 +203,7 @@ std::string lastColumns(std::string_view text, std::size_t width) {
     return std::string(text);
 }
 
-/// Returns the part of the line around `meant` that can fit in `width` columns. Without this limit,
-/// a file of many megabytes on one line would be processed once for each finding.
+/// Without this limit, a file of many megabytes on one line would be processed for each finding.
 Range neighbourhood(std::string_view text, const Range& line, const Range& meant,
                     std::size_t width) {
     constexpr std::size_t kLongestCharacter = 4;
@@ -250,8 +243,7 @@ std::vector<std::string> excerpt(const Finding& finding, std::size_t width, bool
         }
         return secrets;
     };
-    // A range that starts within a secret is extended to the whole secret, which is shown as one
-    // mask.
+    // The whole secret is shown as one mask.
     std::size_t from = std::min(*finding.offset, end);
     std::size_t to = std::min(end, from + finding.length);
     for (const Range& secret : secretsWithin({from, from + 1})) {

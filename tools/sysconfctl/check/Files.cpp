@@ -10,7 +10,6 @@
 namespace sysconfctl {
 namespace {
 
-/// The effect of a missing file on the library's answers.
 const char* effectOf(const View& view, const SourceFile* file) {
     if (file == view.appConfig) {
         return "databases, ports, addresses of the process and the node id are not loaded";
@@ -56,7 +55,6 @@ bool isFlat(const located::Value& value) {
     });
 }
 
-/// Reports repeated members. The last one wins.
 void checkRepeated(Checker& checker, const SourceFile& file, const located::Value& value,
                    const located::Path& path) {
     std::map<std::string_view, const located::Member*> last;

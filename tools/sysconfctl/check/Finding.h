@@ -12,19 +12,16 @@
 
 namespace sysconfctl {
 
-/// Error: some process of the deployment gets a wrong answer or none. Warning: probably wrong.
-/// Note: unusual but valid.
+/// Some process gets a wrong answer or none; probably wrong; unusual but valid.
 enum class Severity { Error, Warning, Note };
 
-/// Another place that a finding refers to, such as the same value in another file.
 struct RelatedPlace {
     const SourceFile* file = nullptr;
     std::size_t offset = 0;
-    /// What is there; unescaped.
+    /// Unescaped.
     std::string sentence;
 };
 
-/// One thing that is wrong, or unusual, in the files or the environment.
 struct Finding {
     Severity severity = Severity::Error;
     /// A word that scripts may rely on.
@@ -40,7 +37,7 @@ struct Finding {
     std::size_t length = 0;
     std::string pointer = {};
     std::vector<RelatedPlace> related = {};
-    /// The effects of this fault, which are not reported as separate findings.
+    /// Not reported as separate findings.
     std::vector<std::string> consequences = {};
 };
 
@@ -53,16 +50,13 @@ struct View {
     std::optional<std::string> instance = std::nullopt;
 };
 
-/// The input of a check.
 struct Inventory {
-    /// The files that were found in a tree.
     std::deque<SourceFile> files;
     std::vector<View> views;
-    /// The addresses of the host; empty if the files are those of several hosts.
+    /// Empty if the files are those of several hosts.
     std::list<std::string> hostAddresses;
 };
 
-/// The result of a check.
 struct CheckResult {
     /// Sorted by file and offset; findings without a file come first.
     std::vector<Finding> findings;
@@ -71,25 +65,23 @@ struct CheckResult {
     std::size_t nodes = 0;
 };
 
-/// The files of one process.
 Inventory inventoryOf(const Sources& sources);
-/// The files of whole trees: env files, app config files and node lists.
+/// Env files, app config files and node lists in whole trees.
 /// @throws UsageError if an operand does not exist or nothing to check is found.
 Inventory inventoryOf(const std::vector<std::string>& operands,
                       const std::vector<std::string>& localAddresses);
 
 CheckResult check(const Inventory& inventory);
 
-/// The names that findings can have, in alphabetical order, each with what it means.
+/// In alphabetical order.
 struct FindingName {
     std::string_view name;
     std::string_view meaning;
 };
 const std::vector<FindingName>& findingNames();
 
-/// The line that contains the finding, and a line with carets under the place. Both are escaped and
-/// at most `width` columns wide. Passwords are masked unless `reveal` is true. Empty if the finding
-/// has no place.
+/// The line of the finding and a line with carets, escaped and at most `width` columns wide.
+/// Passwords are masked unless `reveal` is true. Empty if the finding has no place.
 std::vector<std::string> excerpt(const Finding& finding, std::size_t width, bool reveal);
 
 } // namespace sysconfctl

@@ -19,7 +19,6 @@ namespace fs = std::filesystem;
 constexpr std::string_view kNodeListFile = "etc/sysconf/nodelist.json";
 constexpr std::string_view kManagerNodeListFile = "etc/sysconf/nodelists.json";
 
-/// Finds the files under the operands and groups those that belong together.
 class Tree {
 public:
     explicit Tree(Inventory& inventory) : m_inventory(inventory) {}
@@ -108,8 +107,7 @@ private:
         }
     }
 
-    /// Other JSON files are ignored: an app config file has at least one of the known members, or
-    /// is malformed.
+    /// Other JSON files have none of the known members and are not malformed.
     void addAppConfig(const std::string& path, bool named) {
         SourceFile file = readAppConfigAt(path);
         const bool isOne =
@@ -121,8 +119,7 @@ private:
         }
     }
 
-    /// A file that the user did not name may belong to another program: it is ignored if it is
-    /// malformed or sets none of the variables.
+    /// A file that the user did not name may belong to another program.
     void addEnvFile(const std::string& path, bool named) {
         std::map<std::string, std::string> values;
         try {
@@ -171,8 +168,7 @@ private:
         m_inventory.views.push_back(view);
     }
 
-    /// The nearest manager node list. A list that has none of the nodes belongs to another
-    /// deployment and is not used.
+    /// A list that has none of the nodes belongs to another deployment.
     const SourceFile* managerOf(const std::string& path, const SourceFile* list) const {
         const SourceFile* const manager = nearest(path, m_managerNodeLists);
         if (manager == nullptr || list == nullptr || !list->loads || !manager->loads ||
@@ -186,7 +182,7 @@ private:
         return shares ? manager : nullptr;
     }
 
-    /// The file that shares the most parent directories; null if there are no files.
+    /// The file that shares the most parent directories.
     static const SourceFile* nearest(const std::string& path, const Files& files) {
         const fs::path from(path);
         const SourceFile* best = nullptr;

@@ -41,8 +41,7 @@ std::map<std::string, Tenancy> tenanciesOf(const SourceFile& list) {
     return tenancies;
 }
 
-/// A finding about a value that decides who is master or standby, or about a missing node; null if
-/// there is none.
+/// About a value that decides who is master or standby, or about a missing node.
 Finding* roleFault(Checker& checker, const SourceFile& list) {
     for (Finding& finding : checker.findings) {
         const std::string& pointer = finding.pointer;
@@ -74,7 +73,6 @@ void checkMissing(Checker& checker, const SourceFile& list, const std::string& n
         .consequences.emplace_back("the internal-service address of the master is empty");
 }
 
-/// The first ids and the last id, which wins.
 std::string someOf(const std::vector<std::string>& ids) {
     constexpr std::size_t kShown = 4;
     if (ids.size() <= kShown) {

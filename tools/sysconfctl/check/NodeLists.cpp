@@ -34,7 +34,6 @@ bool isScalar(const Json::Value& value) {
     return !value.isArray() && !value.isObject();
 }
 
-/// Whether every value of a node has the type that is read.
 bool isRegular(const Json::Value& node) {
     const auto isObjectOrNull = [](const Json::Value& value) {
         return value.isNull() || value.isObject();
@@ -98,8 +97,7 @@ void checkTypes(Checker& checker, const SourceFile& list) {
     }
 }
 
-/// Checks a string of a node that the library reads. Returns whether it can be compared with other
-/// values.
+/// Returns whether the string can be compared with other values.
 bool checkText(Checker& checker, const SourceFile& list, const Path& path) {
     const Json::Value& value = valueAt(list.tree, path);
     if (value.isArray() || value.isObject() || list.document.find(path) == nullptr) {
@@ -125,7 +123,6 @@ bool isOneOf(const std::string& text, const std::vector<std::string_view>& names
     return std::find(names.begin(), names.end(), text) != names.end();
 }
 
-/// The known role name that a name resembles.
 std::string nearRole(const std::string& text, const std::vector<std::string_view>& known) {
     for (const std::string_view name : known) {
         if (rules::lowerCased(text) == rules::lowerCased(std::string(name))) {
@@ -165,7 +162,6 @@ void checkDomainType(Checker& checker, const SourceFile& list, const Path& path)
     }
 }
 
-/// The two values that give the role must agree.
 void checkRole(Checker& checker, const SourceFile& list, const Path& attributes) {
     const Path hostType = with(attributes, {"hostType"});
     const Path domainType = with(attributes, {"domain_node_type"});
@@ -196,7 +192,7 @@ void checkRole(Checker& checker, const SourceFile& list, const Path& attributes)
     checker.explains(finding, list, domainType);
 }
 
-/// The slot that a tag fills; "" if the library does not look for the tag.
+/// "" if the library does not look for the tag.
 std::string slotOf(const std::string& tag) {
     if (rules::southboundSlot(tag, kSouthboundFamily) != 0) {
         return tag;
@@ -214,8 +210,7 @@ std::string withoutNumber(const std::string& tag) {
     return tag.substr(0, tag.find_last_not_of("0123456789") + 1);
 }
 
-/// Checks a tag that fills no slot. User-defined tags are valid, including a known tag with an
-/// additional number.
+/// User-defined tags are valid, including a known tag with an additional number.
 void checkOtherTag(Checker& checker, const SourceFile& list, const Path& path,
                    const std::string& tag) {
     if (tag.starts_with(kSouthboundFamily)) {
@@ -262,7 +257,7 @@ const char* winnerOf(const std::string& slot) {
                : "the first one wins, and the last one in slot lists and for standby nodes";
 }
 
-/// Checks a tag of an entry. `slots` maps each slot of the node to its addresses.
+/// `slots` maps each slot of the node to its addresses.
 void checkTag(Checker& checker, const SourceFile& list, const Path& path, const std::string& tag,
               const std::string& address,
               std::map<std::string, std::pair<std::string, Path>>& slots) {
@@ -404,8 +399,7 @@ void checkAddresses(Checker& checker, const SourceFile& list, const Path& node, 
     }
 }
 
-/// Whether the nodes may share an address: the master and the standby of one tenancy use it
-/// alternately.
+/// The master and the standby of one tenancy use an address alternately.
 bool isPair(const SourceFile& list, const std::string& one, const std::string& other) {
     const Json::Value& left = nodesOf(list)[one];
     const Json::Value& right = nodesOf(list)[other];

@@ -19,7 +19,6 @@ namespace {
 namespace rules = Quarncommon::rules;
 using located::Path;
 
-/// Checks what one process reads about its node.
 class OwnNode {
 public:
     OwnNode(Checker& checker, const View& view, std::string process)
@@ -63,8 +62,7 @@ private:
         const SourceFile* const manager = m_view.managerNodeList;
         const bool managerKnows =
             manager != nullptr && manager->loads && nodesOf(*manager).isMember(m_id);
-        // If the manager node list has the node, the node list is incomplete; otherwise the id is
-        // wrong.
+        // If the manager node list has the node, the node list is incomplete.
         Finding& finding =
             managerKnows
                 ? m_checker.at(m_list, m_node, Severity::Error, "no-own-node", sentence,
@@ -93,7 +91,6 @@ private:
         return addresses;
     }
 
-    /// Checks that the address of a process is an address of its node.
     void checkAddresses(const Path& nodeId) {
         const std::set<std::string> own = addressesOf(m_id);
         if (own.empty() || m_checker.cause(m_list, with(m_node, {"IPAddresses"})) != nullptr) {
@@ -160,7 +157,6 @@ private:
         }
     }
 
-    /// Checks a standby that finds no node to replace.
     void checkSources(const Path& role) {
         const std::string sentence = fmt::format(
             "no node of the list has a service address for the standby \"{}\" to take over", m_id);

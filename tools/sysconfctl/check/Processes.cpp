@@ -16,7 +16,6 @@ namespace {
 
 using located::Path;
 
-/// Whether any value of a process has the wrong type, so that a load may stop there.
 bool isIrregular(const Json::Value& process) {
     const auto isTextOrNull = [](const Json::Value& value) {
         return value.isNull() || !(value.isArray() || value.isObject());
@@ -38,8 +37,7 @@ bool isIrregular(const Json::Value& process) {
     });
 }
 
-/// The values of the wrong type in the order in which a load for that process reads them. The load
-/// stops at the first one.
+/// In the order of a load, which stops at the first one.
 void checkStops(Checker& checker, const SourceFile& file, const std::string& id) {
     Finding* first = nullptr;
     for (const TypeMismatch& mismatch : appConfigMismatches(file.tree, id)) {
@@ -61,7 +59,7 @@ void checkStops(Checker& checker, const SourceFile& file, const std::string& id)
     }
 }
 
-/// Checks an address of the process. The whole object that contains it may be absent.
+/// The whole object that contains the address may be absent.
 void checkProcessAddress(Checker& checker, const SourceFile& file, const Path& group) {
     const Path path = with(group, {"ip"});
     const Json::Value& value = valueAt(file.tree, path);

@@ -59,7 +59,7 @@ Json::Value findingJson(const Finding& finding, bool reveal) {
     return row;
 }
 
-/// A path as a reference in a URI: percent-encoded, absolute with its scheme.
+/// Percent-encoded, absolute with its scheme.
 std::string uriOf(const std::string& path) {
     constexpr std::string_view kPlain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
                                         "0123456789-._~/";
@@ -87,7 +87,7 @@ Json::Value sarifLocation(const SourceFile& file, std::optional<std::size_t> off
     return location;
 }
 
-/// The sentence followed by consequences and hint, for formats that have no fields for these.
+/// For formats without fields for consequences and hint.
 std::string messageOf(const Finding& finding) {
     std::string text = finding.sentence;
     for (const std::string& consequence : finding.consequences) {
@@ -113,7 +113,6 @@ Json::Value sarifResult(const Finding& finding) {
     return row;
 }
 
-/// The value of a property of a GitHub workflow command, or its message.
 std::string workflowText(const std::string& text, bool isProperty) {
     std::string result;
     for (const char c : escaped(text)) {

@@ -36,7 +36,6 @@ bool isInvisible(std::uint32_t code) {
            });
 }
 
-/// Removes and returns the first character of a UTF-8 text.
 std::uint32_t takeCharacter(std::string_view& text) {
     const auto first = static_cast<unsigned char>(text.front());
     text.remove_prefix(1);

@@ -6,14 +6,13 @@
 
 namespace sysconfctl {
 
-/// The address in the form in which the host lists its own; unset if the text is not an IPv4 or
-/// IPv6 address.
+/// In the form in which the host lists its own; unset if the text is no address.
 std::optional<std::string> canonicalAddress(const std::string& text);
 
-/// Parses an IPv4 or IPv6 address. Returns it as the host lists its own addresses: an IPv6 address
-/// in its shortest form, in lower case and without a scope.
+/// As the host lists its own addresses: an IPv6 address in its shortest form, in lower case and
+/// without a scope.
 /// @throws UsageError if it is malformed; the message has the nearest address in the node lists of
-///   the environment.
+///         the environment.
 std::string parseAddress(const std::string& text);
 
 } // namespace sysconfctl

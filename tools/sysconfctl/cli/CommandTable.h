@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
-/// The only list of the tool's commands, options, formats, exit statuses and variables. The parser,
-/// the help and the shell completion use these tables; a test compares the manual page with them.
+/// The only list of the tool's commands, options, formats, exit statuses and variables. A test
+/// compares the manual page with it.
 namespace sysconfctl {
 
 enum class Command {
@@ -95,17 +95,13 @@ const std::vector<StatusRow>& statusTable();
 /// Environment variables that the tool or the library reads.
 const std::vector<VariableRow>& variableTable();
 
-/// The command of that name, or null.
 const CommandRow* commandNamed(std::string_view name);
 const OptionRow& optionRow(Option option);
 std::string_view nameOf(Format format);
 
-/// Options that are accepted before and after every command.
 const std::vector<Option>& commonOptions();
-/// All options that are accepted after a command.
 std::vector<Option> optionsOf(const CommandRow& command);
 
-/// The values of `--color`.
 const std::vector<std::string_view>& colorNames();
 
 /// "one of table, plain, json; default: table"

@@ -6,8 +6,7 @@
 
 namespace sysconfctl {
 
-/// Moves the command before the options, as CLI11 expects it. Only --version stays, if it is given
-/// before the command.
+/// As CLI11 expects it. Only --version stays, if it is given before the command.
 std::vector<std::string> commandFirst(std::vector<std::string> words);
 
 /// @throws UsageError with commands that are likely meant, or the command that takes such a query.

@@ -44,7 +44,6 @@ Candidates options(const PartialCommandLine& line) {
     return candidates;
 }
 
-/// Candidates for an argument of a query; none if it takes no more.
 Candidates queryArguments(const PartialCommandLine& line) {
     const Query* const query = queryNamed(line.operands.front());
     if (query == nullptr || query->parameters.empty()) {
@@ -113,7 +112,6 @@ Candidates operands(const PartialCommandLine& line) {
     return {};
 }
 
-/// Whether the operand at the cursor is a file or a directory.
 bool takesFiles(const PartialCommandLine& line) {
     if (line.command == nullptr) {
         return false;
@@ -207,7 +205,6 @@ Completion valuesOf(const OptionRow& option, const PartialCommandLine& line,
     return {false, candidates};
 }
 
-/// Candidates for a word that contains both option and value: "--output=json", "-ojson".
 Completion attachedValues(const PartialCommandLine& line, const std::string& word) {
     const OptionRow* const row = line.optionAt(word);
     if (row == nullptr || row->value.empty()) {

@@ -12,7 +12,7 @@ namespace sysconfctl {
 /// The command that the completion scripts of the shells call; not documented for users.
 inline constexpr std::string_view kCompleteCommand = "__complete";
 
-/// A word that is allowed at the cursor, and a description. Neither is escaped.
+/// Neither text is escaped.
 struct Candidate {
     std::string text;
     std::string help;
@@ -24,15 +24,13 @@ struct Completion {
     std::vector<Candidate> candidates;
 };
 
-/// Returns the candidates for the last word: commands, options, queries, and the ids, tags and
-/// names in the configuration files of the current environment. Candidates need not begin with the
-/// last word. Candidates with invisible characters are left out.
+/// Candidates need not begin with the last word. Those with invisible characters are left out.
 /// @param words At least one; without the name of the tool.
 Completion completionOf(const std::vector<std::string>& words);
 
-/// Runs "bash BREAKS LINE", "zsh WORD..." or "fish WORD...". Writes ":values" or ":files", then one
+/// Runs "bash BREAKS LINE", "zsh WORD..." or "fish WORD...". Writes ":values" or ":files", then a
 /// line for each candidate: for bash the quoted text to insert, else the candidate, a tab and its
-/// help. Writes nothing if there is no candidate, and never an error.
+/// help. Never writes an error.
 ExitStatus runComplete(const std::vector<std::string>& words) noexcept;
 
 } // namespace sysconfctl

@@ -51,7 +51,6 @@ Candidates memberCandidates(const SourceFile& file, const char* name) {
     return candidates;
 }
 
-/// The values of these fields in all nodes.
 std::set<std::string> textsOfNodes(std::initializer_list<std::string Listed::*> fields) {
     std::set<std::string> texts;
     for (const ClusterNode& node : keepUntilExit(clusterOf(keepUntilExit(readSources()))).nodes) {
@@ -62,7 +61,6 @@ std::set<std::string> textsOfNodes(std::initializer_list<std::string Listed::*> 
     return texts;
 }
 
-/// Visits the address entries of all nodes of both lists.
 template <typename Visit>
 void forEachAddress(Visit visit) {
     for (const auto read : {readNodeList, readManagerNodeList}) {

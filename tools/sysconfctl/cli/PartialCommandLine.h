@@ -18,10 +18,9 @@ public:
     explicit PartialCommandLine(const std::vector<std::string>& words);
 
     const CommandRow* command = nullptr;
-    /// The first word that is not an option is not a known command.
+    /// The first word that is not an option.
     bool commandUnknown = false;
     std::vector<std::string> operands;
-    /// The option that expects its value next.
     const OptionRow* pendingOption = nullptr;
     std::set<Option> given;
     /// "--" ends the options.
@@ -30,10 +29,9 @@ public:
     std::vector<std::string> sets;
     std::vector<std::string> pids;
 
-    /// The options that are allowed at the cursor.
     std::vector<Option> options() const;
 
-    /// The option that the word is or begins with: "--set", "--set=", "-o". Null if there is none.
+    /// "--set", "--set=", "-o". Null if the word begins with none.
     const OptionRow* optionAt(std::string_view word) const;
 
 private:

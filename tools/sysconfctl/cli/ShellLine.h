@@ -8,15 +8,15 @@
 
 namespace sysconfctl {
 
-/// A bash command line up to the cursor. Nothing in it is expanded or run: quotes and backslashes
-/// are removed, "$" and backquotes are ordinary characters.
+/// A bash command line up to the cursor, without quotes and backslashes. Nothing in it is expanded
+/// or run.
 struct ShellLine {
-    /// The last one is the word at the cursor; it may be empty.
+    /// The word at the cursor is the last one, possibly empty.
     std::vector<std::string> words;
     /// The quote that is open at the cursor: ', ", $ for $'...', or 0.
     char quote = 0;
-    /// The length of the part of the last word that a completion does not replace. Words of bash
-    /// are shorter: a new one begins after each "=" and ":".
+    /// The length of the part of the last word that a completion does not replace: for bash a new
+    /// word begins after each "=" and ":".
     std::size_t kept = 0;
     /// The last word is the file of a redirection.
     bool redirection = false;
@@ -25,7 +25,7 @@ struct ShellLine {
 /// @param breaks COMP_WORDBREAKS: the shell begins a new word after each of these characters.
 ShellLine readShellLine(std::string_view line, std::string_view breaks);
 
-/// Quotes the text for insertion inside that quote, or outside of any (0).
+/// 0: outside of any quote.
 std::string shellQuoted(std::string_view text, char quote);
 
 } // namespace sysconfctl

@@ -8,17 +8,15 @@
 
 namespace sysconfctl {
 
-/// Returns the candidate with the smallest edit distance to `word`, or "" if none is near enough
-/// for its length.
+/// "" if no candidate is near enough for the length of the word.
 std::string suggestion(std::string_view word, const std::vector<std::string_view>& candidates);
 /// Likewise, with at most the given number of edits.
 std::string suggestion(std::string_view word, const std::vector<std::string_view>& candidates,
                        std::size_t edits);
 
-/// Returns at most three candidates that are likely meant. Candidates that contain all parts of the
-/// word take precedence, those with fewest other parts first: "service-ip" in "local-service-ip";
-/// parts end at "-", at "_" and before a capital letter. If there are none, returns the suggestion,
-/// or else the candidates that contain all parts with one wrong letter each.
+/// At most three candidates. Those that contain all parts of the word take precedence, fewest other
+/// parts first: "service-ip" in "local-service-ip"; parts end at "-", at "_" and before a capital
+/// letter. Then the suggestion, or those that contain all parts with one wrong letter each.
 std::vector<std::string> nearMatches(std::string_view word,
                                      const std::vector<std::string_view>& candidates);
 

@@ -32,7 +32,7 @@ std::string reportOf(const CheckResult& result, const Options& options) {
     }
 }
 
-/// @throws UsageError if no finding has such a name: a misspelt name would be silently ignored.
+/// @throws UsageError if no finding has such a name.
 void verifyIgnored(const std::vector<std::string>& ignored) {
     std::vector<std::string_view> names;
     for (const FindingName& one : findingNames()) {

@@ -58,7 +58,6 @@ std::string listTable(bool color) {
     return table(rows, outputWidth(), color);
 }
 
-/// One line for each query, never wrapped.
 std::string plainList() {
     std::size_t width = 0;
     for (const Query& query : queries()) {

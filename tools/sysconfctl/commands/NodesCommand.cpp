@@ -21,7 +21,6 @@ std::string shown(const std::string& text) {
     return text.empty() ? "-" : escaped(text);
 }
 
-/// One line for each address: the address, then its tags.
 Cell addressLines(const Listed& listed) {
     Cell lines;
     for (const Address& address : listed.addresses) {
@@ -86,8 +85,7 @@ std::string wideTable(const Cluster& cluster, bool color) {
                 std::move(rows), outputWidth(), color);
 }
 
-/// One tab-separated line for each node: id, role, tenancy, marks, maintenance, service and
-/// internal-service address.
+/// Tab-separated: id, role, tenancy, marks, maintenance, service and internal-service address.
 std::string plain(const Cluster& cluster) {
     std::string text;
     for (const ClusterNode& node : cluster.nodes) {
@@ -137,7 +135,6 @@ Json::Value array(const std::vector<std::string>& texts) {
     return value;
 }
 
-/// One id per line.
 std::string names(const Cluster& cluster) {
     std::string text;
     for (const ClusterNode& node : cluster.nodes) {
@@ -176,8 +173,7 @@ std::string json(const Cluster& cluster) {
     return indentedJson(value);
 }
 
-/// Removes all nodes but those with the given ids; keeps all if there are no ids.
-/// @return The ids that no node has.
+/// Keeps all if there are no ids. Returns the ids that no node has.
 std::vector<std::string> keepNamed(Cluster& cluster, const std::vector<std::string>& ids) {
     std::vector<std::string> unknown;
     if (ids.empty()) {

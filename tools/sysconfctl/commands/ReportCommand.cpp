@@ -17,11 +17,9 @@
 namespace sysconfctl {
 namespace {
 
-/// The most nodes that are drawn. A larger picture is unreadable, and Graphviz's run time grows
-/// faster than linearly.
+/// A larger picture is unreadable, and Graphviz's run time grows faster than linearly.
 constexpr std::size_t kMostDrawn = 200;
 
-/// Adds the picture, or the reason why there is none.
 void addPicture(PageContents& contents, const Cluster& cluster) {
     if (cluster.nodes.empty()) {
         contents.noPicture = "there is no node";

@@ -52,7 +52,6 @@ std::vector<Reply> repliesTo(const std::vector<Question>& questions, Ask ask) {
     return replies;
 }
 
-/// The library's answers, or its predicted answers on a host with the given addresses.
 std::vector<Reply> allReplies(const Options& options) {
     if (!options.localAddresses.empty()) {
         const Prediction prediction(options.localAddresses);

@@ -22,15 +22,12 @@
 namespace sysconfctl {
 namespace {
 
-/// Polling is necessary because answers that are read from the files on every call change without
-/// an event.
+/// Answers that are read from the files on every call change without an event.
 constexpr int kPollInterval = 1000; // milliseconds
-/// The library may apply a change shortly after the tool has received the event, so the next poll
-/// follows soon.
+/// The library may apply a change shortly after the tool has received the event.
 constexpr int kPollIntervalAfterEvent = 100;
 
-/// Makes the library subscribe, which it does on first use. An exception is ignored here: each
-/// reply reports it.
+/// The library subscribes on first use. Each reply reports an exception.
 void useLibrary() {
     try {
         library::reader();
@@ -109,7 +106,6 @@ std::string written(const Cause& cause, const Options& options) {
     }
 }
 
-/// Writes causes before the changes that follow from them.
 class Reporter {
 public:
     explicit Reporter(const Options& options) : m_options(options) {}
@@ -121,7 +117,7 @@ public:
             found.empty() ? std::vector<Cause>{} : m_causes.ofChanges();
         std::string text;
         // A loaded answer changes later than its file, so the cause is written again unless it was
-        // the last one written. In JSON each change contains its causes.
+        // the last one written.
         const bool repeated =
             m_options.format != Format::Json && latest.empty() && !m_causesWrittenLast;
         for (const Cause& cause : repeated ? causes : latest) {

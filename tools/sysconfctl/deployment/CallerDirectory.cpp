@@ -11,7 +11,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Set while the working directory is that of another process.
 std::optional<fs::path> caller;
 
 fs::path workingDirectory() {

@@ -15,7 +15,7 @@ namespace {
 
 namespace rules = Quarncommon::rules;
 
-/// Returns the result of a rule, or "" if the rule throws because of a value of the wrong type.
+/// "" if the rule throws.
 template <typename Rule>
 std::string orNothing(Rule rule) {
     try {
@@ -58,7 +58,7 @@ void addList(std::map<std::string, ClusterNode>& nodes, const SourceFile& file,
     }
 }
 
-/// A copy without the addresses, which are most of a node's size and do not affect its role.
+/// The addresses are most of a node's size.
 Json::Value withoutAddresses(const Json::Value& node) {
     if (!node.isObject()) {
         return node;
@@ -72,8 +72,8 @@ Json::Value withoutAddresses(const Json::Value& node) {
     return copy;
 }
 
-/// Splits a node list by tenancy, so that finding the roles of all tenancies visits each node once.
-/// Stops at the first node whose tenancy has the wrong type, as the rule does for every tenancy.
+/// Finding the roles of all tenancies then visits each node once. Stops at the first node whose
+/// tenancy has the wrong type, as the rule does.
 std::map<std::string, Json::Value> listsByTenancy(const Json::Value& list) {
     std::map<std::string, Json::Value> lists;
     Quarncommon::runDroppingExceptions([&] {
@@ -85,7 +85,6 @@ std::map<std::string, Json::Value> listsByTenancy(const Json::Value& list) {
     return lists;
 }
 
-/// Marks the master and the standby of every tenancy of the manager node list.
 void markRoles(std::map<std::string, ClusterNode>& nodes, const SourceFile& manager) {
     for (const auto& list : listsByTenancy(manager.tree)) {
         std::string master;

@@ -70,8 +70,7 @@ bool Loaded::run(LoadStep step, const SourceFile& file, Load load) {
 }
 
 void Loaded::loadReader(const Sources& sources) {
-    // A value of the wrong type in the app config file ends the whole load, including the node
-    // list.
+    // A value of the wrong type in the app config file ends the whole load.
     if (!run(LoadStep::AppConfig, sources.appConfig, [&](const rules::TracedNode& root) {
             rules::loadAppConfig(root, sources.instance.text(), m_values.ofReader());
         })) {

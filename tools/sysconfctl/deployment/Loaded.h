@@ -12,7 +12,6 @@
 
 namespace sysconfctl {
 
-/// The value of the wrong type at which a load stopped.
 struct Stop {
     const SourceFile* file = nullptr;
     located::Path path;
@@ -20,7 +19,6 @@ struct Stop {
     Quarncommon::rules::TypeMismatch mismatch;
 };
 
-/// The values that the library's singletons keep from a load.
 struct Values {
     std::map<std::string, Json::Value> databases;
     std::string maintenanceIp;
@@ -43,30 +41,27 @@ struct Values {
     std::string masterInternalIp;
     std::string standbyInternalIp;
 
-    /// The variables that a load of SysConfReader assigns.
     Quarncommon::rules::ReaderValues ofReader();
 };
 
-/// The steps of the two loaders. Each step stops at the first value of the wrong type; variables
-/// that it has not assigned keep their values.
+/// The steps of the two loaders. Each stops at the first value of the wrong type.
 enum class LoadStep { AppConfig, NodeList, RoleNodeId, LocalIp, Tenancy, Roles, RoleIps };
 
-/// Loads given sources as the library does: runs the library's own steps, with a trace.
+/// Runs the library's own steps, with a trace.
 class Loaded {
 public:
-    /// Loads the sources. Values from an earlier load remain where this one assigns none.
+    /// Values from an earlier load remain where this one assigns none.
     void load(const Sources& sources);
 
     const Values& values() const { return m_values; }
-    /// The value that stopped a step; null if the step was completed.
+    /// Null if the step was completed.
     const Stop* stop(LoadStep step) const;
-    /// Whether a step has read the value at the path.
     bool hasRead(LoadStep step, const located::Path& path) const;
-    /// The service addresses, by node id, of the nodes that a standby may replace.
+    /// By node id.
     const std::map<std::string, std::string>& serviceAddresses() const { return m_services; }
 
 private:
-    /// Runs a step if the file loads. Returns false if a value of the wrong type stopped it.
+    /// Returns false if a value of the wrong type stopped the step.
     template <typename Load>
     bool run(LoadStep step, const SourceFile& file, Load load);
     void loadReader(const Sources& sources);
@@ -78,7 +73,6 @@ private:
     std::map<LoadStep, std::set<located::Path>> m_reads;
 };
 
-/// The service addresses that getSourceNodeId() reads, by node id.
 std::map<std::string, std::string> serviceAddressesOf(const SourceFile& list);
 
 } // namespace sysconfctl

@@ -61,7 +61,6 @@ bool accepts(const NodeFilter& filter, const ClusterNode& node) {
            countOfShared(lowerCasedAll(filter.missingTags), tags) == 0;
 }
 
-/// Appends a sentence for each wanted value that no node has.
 void appendUnknown(std::vector<std::string>& sentences, const Cluster& cluster,
                    const std::vector<std::string>& wanted, std::string_view kind, bool lower,
                    Texts (*valuesOf)(const ClusterNode&)) {
@@ -80,7 +79,6 @@ void appendUnknown(std::vector<std::string>& sentences, const Cluster& cluster,
     }
 }
 
-/// Compares runs of digits by their numeric value.
 bool comesBefore(std::string_view left, std::string_view right) {
     const auto takeNumber = [](std::string_view& text) {
         const std::size_t end = std::min(text.find_first_not_of("0123456789"), text.size());

@@ -47,7 +47,7 @@ std::uint64_t now(clockid_t clock) {
     return nanoseconds(time);
 }
 
-/// The start time of a process in nanoseconds since boot, rounded down to a clock tick.
+/// In nanoseconds since boot, rounded down to a clock tick.
 std::optional<std::uint64_t> startSinceBoot(const std::string& pid) {
     std::ifstream file("/proc/" + pid + "/stat");
     const std::string text{std::istreambuf_iterator<char>(file), {}};
@@ -69,7 +69,7 @@ std::optional<std::uint64_t> startSinceBoot(const std::string& pid) {
     return ticks * (kNanoseconds / static_cast<std::uint64_t>(::sysconf(_SC_CLK_TCK)));
 }
 
-/// The latest mtime or ctime of a file and, if the path is a symbolic link, of the link.
+/// Of a file and, if the path is a symbolic link, of the link.
 std::uint64_t lastChange(const std::string& path) {
     std::uint64_t last = 0;
     for (const auto status : {&::stat, &::lstat}) {
@@ -81,7 +81,6 @@ std::uint64_t lastChange(const std::string& path) {
     return last;
 }
 
-/// A netlink socket; closed by the destructor.
 struct Socket {
     Socket() : descriptor(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE)) {}
     ~Socket() {
@@ -106,7 +105,6 @@ bool requestAddresses(const Socket& socket) {
            ::send(socket.descriptor, &request, sizeof request, 0) == sizeof request;
 }
 
-/// The address in a message, if it was added after the given time.
 std::optional<std::string> addedAfter(std::uint64_t centiseconds, const nlmsghdr* header) {
     const auto* const message = static_cast<const ifaddrmsg*>(NLMSG_DATA(header));
     int length = static_cast<int>(IFA_PAYLOAD(header));
@@ -130,7 +128,6 @@ std::optional<std::string> addedAfter(std::uint64_t centiseconds, const nlmsghdr
     return text.data();
 }
 
-/// A sentence for each service address that was added to the host after the given time.
 std::vector<std::string> newServiceAddresses(std::uint64_t start) {
     std::vector<std::string> sentences;
     constexpr std::uint64_t kCentisecond = kNanoseconds / 100;

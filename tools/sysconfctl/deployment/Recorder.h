@@ -9,7 +9,6 @@
 
 namespace sysconfctl {
 
-/// Stores the events that a rule reports.
 class Recorder : public Quarncommon::rules::Trace {
 public:
     void report(const Quarncommon::rules::TraceEvent& event) override { events.push_back(event); }
@@ -17,8 +16,7 @@ public:
     std::vector<Quarncommon::rules::TraceEvent> events;
 };
 
-/// Stores the paths of the values that a load step has read, and the value of the wrong type that
-/// stopped it, if any.
+/// Stores the paths that a load step has read, and the value of the wrong type that stopped it.
 class LoadRecorder : public Quarncommon::rules::Trace {
 public:
     explicit LoadRecorder(std::set<Quarncommon::rules::Path>& reads) : m_reads(reads) {}

@@ -42,7 +42,6 @@ void readRoles(const rules::TracedNode& list, Values& values) {
     rules::loadTenancy(list, values.roleNodeId, values.tenancy);
 }
 
-/// Reads every value that a slot list may read.
 void readAddresses(const rules::TracedNode& list, const std::string& nodeId) {
     std::map<int, std::string> byNumber;
     std::string service;

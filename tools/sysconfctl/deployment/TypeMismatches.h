@@ -8,8 +8,7 @@
 #include <string>
 #include <vector>
 
-/// Finds values at which a rule or load step throws, by running the rules with a trace that lets
-/// them continue after such a value.
+/// Runs the rules with a trace that lets them continue after a value of the wrong type.
 namespace sysconfctl {
 
 using Quarncommon::rules::TypeMismatch;
@@ -20,15 +19,14 @@ const char* expectedText(TypeMismatch::Expected expected);
 /// "is an array where an object is read".
 std::string describe(const TypeMismatch& mismatch, const Json::Value& root);
 
-/// Mismatches in the part of the app config file that a load for that process reads.
+/// In the part of the app config file that a load for that process reads.
 std::vector<TypeMismatch> appConfigMismatches(const Json::Value& root,
                                               const std::string& instanceId);
 
-/// Mismatches in the parts of a node list or manager node list that any process may read.
+/// In what any process may read.
 std::vector<TypeMismatch> nodeListMismatches(const Json::Value& root);
 
-/// Mismatches in the part of the node list that this process reads on load and in the queries for
-/// its addresses.
+/// In what this process reads on load and in the queries for its addresses.
 std::vector<TypeMismatch> ownMismatches(const Json::Value& root, const Values& values);
 
 } // namespace sysconfctl

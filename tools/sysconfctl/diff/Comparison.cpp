@@ -21,7 +21,7 @@ struct Pair {
     const ProcessFiles* b;
 };
 
-/// Pairs processes with the same key. Both lists are in ascending order.
+/// Both lists are in ascending order.
 std::vector<Pair> pairsOf(const std::vector<ProcessFiles>& a, const std::vector<ProcessFiles>& b) {
     std::vector<Pair> pairs;
     auto left = a.begin();
@@ -34,7 +34,6 @@ std::vector<Pair> pairsOf(const std::vector<ProcessFiles>& a, const std::vector<
     return pairs;
 }
 
-/// The process of the other side with which a single process is compared.
 const ProcessFiles* counterpart(const Side& one, const Side& other) {
     const ProcessFiles* found = nullptr;
     std::size_t sameName = 0;
@@ -53,7 +52,6 @@ const ProcessFiles* counterpart(const Side& one, const Side& other) {
     return found;
 }
 
-/// The questions about either process, without duplicates.
 std::vector<Question> questionsOf(const Prediction& a, const Prediction& b,
                                   const std::vector<AskedQuery>& asked) {
     std::vector<Question> shown = a.allQuestions();
@@ -85,7 +83,6 @@ std::vector<Question> questionsOf(const Prediction& a, const Prediction& b,
 /// Compares files. Processes share node lists, so each pair of paths is compared only once.
 class FileComparison {
 public:
-    /// Whether a process with one of the files gets the same answers as one with the other.
     bool same(const Sources& a, const Sources& b) {
         return a.instance.value == b.instance.value &&
                a.nodeList.variable.value == b.nodeList.variable.value &&

@@ -14,13 +14,11 @@
 
 namespace sysconfctl {
 
-/// An answer and its reason.
 struct Reasoned {
     Reply reply;
     Reason reason;
 };
 
-/// A query with different answers.
 struct Difference {
     Reasoned a;
     Reasoned b;
@@ -28,13 +26,12 @@ struct Difference {
     bool secret = false;
 };
 
-/// The comparison of one process.
 struct ComparedProcess {
     /// Empty if there is only one.
     std::string key;
     /// 'a' or 'b' if only that side has the process; otherwise 0.
     char onlyIn = 0;
-    /// All files and variables are equal, so the answers are equal and were not computed.
+    /// All files and variables are equal; the answers were not computed.
     bool sameFiles = false;
     std::size_t answers = 0;
     std::vector<Difference> differences;
@@ -48,7 +45,6 @@ struct Comparison {
     bool same() const;
 };
 
-/// Compares the answers to the queries, or to all of `show`.
 /// @throws UsageError if a query does not accept its arguments, or the sides do not match.
 Comparison compare(Side& a, Side& b, const std::vector<AskedQuery>& asked, bool revealSecrets);
 

@@ -52,7 +52,6 @@ void appendDiffering(List& lines, const Json::Value& mine, const Json::Value& ot
     lines.push_back((path.empty() ? "" : escaped(path) + ": ") + compactJson(mine));
 }
 
-/// The lines of an answer; for JSON, only the values that differ.
 List answerLines(const Reply& mine, const Reply& other) {
     const auto* const left = std::get_if<Json::Value>(&mine.answer.value);
     const auto* const right = std::get_if<Json::Value>(&other.answer.value);
@@ -68,7 +67,6 @@ List answerLines(const Reply& mine, const Reply& other) {
     return lines;
 }
 
-/// The reason as it is shown.
 std::string reasonText(const Difference& difference, const Reason& reason) {
     return difference.secret ? "the secrets differ; " + reason.sentence : reason.sentence;
 }
@@ -82,7 +80,7 @@ void append(std::string& text, const std::string& lead, const std::string& sente
     }
 }
 
-/// The reason, with its place beside it or, if there is no room, below it.
+/// The place is beside the reason or, if there is no room, below it.
 void appendReason(std::string& text, const Difference& difference, const Reason& reason,
                   std::size_t width) {
     const std::string indent(kIndent, ' ');

@@ -21,7 +21,7 @@ std::string pathOf(const SourceFile* file) {
     return file != nullptr ? file->path : "";
 }
 
-/// The instance ids of a view: that of its env file, or all ids in its app config file.
+/// That of its env file, or all ids in its app config file.
 std::vector<std::string> instancesOf(const View& view) {
     if (view.instance) {
         return {*view.instance};
@@ -30,7 +30,6 @@ std::vector<std::string> instancesOf(const View& view) {
     return processes.isObject() ? processes.getMemberNames() : std::vector<std::string>();
 }
 
-/// The root directory of a node list, relative to the compared directory.
 std::string rootOf(const std::string& nodeList, const fs::path& directory) {
     const std::string inside = fs::path(nodeList).lexically_relative(directory);
     const std::string path = "/" + inside;
@@ -65,7 +64,6 @@ std::vector<ProcessFiles> processesIn(const std::string& directory) {
     return processes;
 }
 
-/// Reuses the file of the previous process if the path is the same; otherwise reads the file.
 SourceFile taken(SourceFile& last, const std::string& path,
                  SourceFile (*read)(const std::string& path)) {
     if (!path.empty() && last.path == path) {

@@ -9,26 +9,25 @@
 
 namespace sysconfctl {
 
-/// A process of a directory, and the files that it reads.
 struct ProcessFiles {
-    /// The path of the app config file within the directory, and the instance id. The counterpart
-    /// in another directory has the same key.
+    /// The app config file within the directory, and the instance id: the same in another
+    /// directory.
     std::string key;
     std::string appConfig;
     /// Empty if the directory has none.
     std::string nodeList;
     std::string managerNodeList;
     std::string instance;
-    /// APP_ROOT of the process, relative to the directory, so that it is equal in two copies.
+    /// Relative to the directory, so that it is equal in two copies.
     std::string appRoot;
 };
 
-/// One of the two environments to compare: one process, or all processes of a directory.
+/// One of the two environments to compare.
 class Side {
 public:
-    /// Creates a side of one process, whose files have been read.
+    /// One process, whose files have been read.
     Side(std::string name, Sources sources);
-    /// Creates a side of all processes of a directory.
+    /// All processes of a directory.
     /// @throws UsageError if it has none.
     Side(const std::string& directory, std::vector<std::string> localAddresses);
 
@@ -36,14 +35,12 @@ public:
     /// In ascending order of their keys; empty for a single process that is not from a directory.
     const std::vector<ProcessFiles>& processes() const { return m_processes; }
     bool isOneProcess() const { return m_processes.size() <= 1; }
-    /// The instance id of the only process.
     std::string instance() const;
 
-    /// Reads the files of a process, which must be one of `processes`; null: the only one.
+    /// One of `processes`; null: the only one.
     void open(const ProcessFiles* files);
-    /// The files of the process that was opened last.
     const Sources& sources() const { return m_prediction ? m_prediction->sources() : m_sources; }
-    /// The answers of that process. Valid until open() is called again.
+    /// Of that process. Valid until open() is called again.
     const Prediction& prediction();
 
 private:

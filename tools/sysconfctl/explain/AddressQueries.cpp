@@ -23,8 +23,7 @@ using Quarncommon::runDroppingExceptions;
 
 using rules::kSouthboundFamily;
 
-/// Runs a rule over the node list with a trace. If a value of the wrong type stops the rule, its
-/// results up to there are kept.
+/// If a value of the wrong type stops the rule, its results up to there are kept.
 template <typename Rule>
 void traced(const ExplanationBuilder& builder, Recorder& trace, Rule rule) {
     runDroppingExceptions([&] { rule(rules::TracedNode(builder.sources.nodeList.tree, trace)); });
@@ -34,14 +33,13 @@ std::string sameLabel(const std::string& slot) {
     return slot;
 }
 
-/// "node-2 answers for node-1: ", if the node answers with the addresses of another node.
+/// "node-2 answers for node-1: "
 std::string standingIn(const ExplanationBuilder& builder) {
     return builder.standsIn() ? fmt::format("{} answers for {}; ", named(builder.values.nodeId),
                                             named(builder.values.floatNodeId))
                               : "";
 }
 
-/// An address with a given tag, and the walk that found it.
 struct Tagged {
     std::string tag;
     std::string node;
@@ -69,7 +67,7 @@ Tagged byTag(ExplanationBuilder& builder, const std::string& usage) {
     return found;
 }
 
-/// Adds the fallback to the maintenance address of the process. Returns its effect on the answer.
+/// Returns the effect of the fallback on the answer.
 std::string maintenanceFallback(ExplanationBuilder& builder) {
     const Spot spot = builder.processSpot({"IR", "ip"});
     const std::string& address = builder.values.maintenanceIp;
@@ -87,9 +85,7 @@ std::string maintenanceFallback(ExplanationBuilder& builder) {
                            : "falls back to the maintenance address of the process";
 }
 
-/// Concludes with a mistake in an entry as the reason, if there is one.
-/// @param then The consequence of the missing tag.
-/// @return Whether there is a mistake.
+/// Concludes with a mistake in an entry as the reason. Returns whether there is one.
 bool concludeHint(ExplanationBuilder& builder, const WalkedEntries& walked,
                   const std::string& standing, const std::string& then, const std::string& effect) {
     if (!walked.hint) {
@@ -101,7 +97,6 @@ bool concludeHint(ExplanationBuilder& builder, const WalkedEntries& walked,
     return true;
 }
 
-/// Sets the verdict of a query for an address by tag.
 /// @param effect The query's fallback; empty if it has none.
 void concludeTag(ExplanationBuilder& builder, const Tagged& found, const std::string& effect) {
     const bool own = found.tag == rules::kMaintenanceTag;
@@ -152,24 +147,20 @@ Numbered numbered(const ExplanationBuilder& builder, const std::string& prefix, 
     return found;
 }
 
-/// The label of a slot: its number, or the tag of a service address.
 std::string numberLabel(const std::string& slot) {
     return slot == rules::kServiceTag || slot == rules::kService2Tag ? slot : "number " + slot;
 }
 
-/// The tag of a northbound slot.
 std::string northboundLabel(const std::string& slot) {
     const bool service = slot == rules::kServiceTag || slot == rules::kService2Tag;
     return service ? slot : std::string(rules::kNorthboundFamily) + (slot == "0" ? "" : slot);
 }
 
-/// The tag of a southbound slot.
 std::string southboundLabel(const std::string& slot) {
     return std::string(kSouthboundFamily) + (slot == "1" ? "" : slot);
 }
 
-/// Adds the place of each slot in the list, in the order of the slots' numbers. Returns them in
-/// words: "northbound in slot 1".
+/// In the order of the slots' numbers. Returns "northbound in slot 1".
 std::vector<std::string> slotSteps(ExplanationBuilder& builder, const Recorder& trace,
                                    const WalkedEntries& walked, SlotLabel label) {
     std::map<int, rules::SlotPlaced> placed;
@@ -216,7 +207,7 @@ const rules::FallbackUsed* fallbackOf(const Recorder& trace) {
     return nullptr;
 }
 
-/// Joins at most five words and says how many are left out.
+/// At most five, and how many are left out.
 std::string someOf(std::vector<std::string> words) {
     constexpr std::size_t kMost = 5;
     const std::size_t more = words.size() > kMost ? words.size() - kMost : 0;
@@ -231,7 +222,6 @@ std::string overriddenClause(const WalkedEntries& walked) {
                           : fmt::format("{} entries with the same tags are overridden", entries);
 }
 
-/// Sets the verdict of an answer with several addresses.
 void concludeMany(ExplanationBuilder& builder, const WalkedEntries& walked, std::string_view name,
                   const std::string& sentence, const std::string& effect) {
     const std::string whole = clauses(standingIn(builder) + sentence, overriddenClause(walked));
@@ -244,7 +234,6 @@ void concludeMany(ExplanationBuilder& builder, const WalkedEntries& walked, std:
     }
 }
 
-/// Sets the verdict of a slot list that has addresses of its family.
 void concludeFamily(ExplanationBuilder& builder, const WalkedEntries& walked,
                     const std::vector<std::string>& slots, const std::string& family) {
     const std::string node = named(builder.values.floatNodeId);
@@ -257,7 +246,6 @@ void concludeFamily(ExplanationBuilder& builder, const WalkedEntries& walked,
                  "the answer has only what was found before it");
 }
 
-/// Sets the verdict of a slot list of the family "northbound" or "southbound".
 void concludeList(ExplanationBuilder& builder, const Recorder& trace, const WalkedEntries& walked,
                   SlotLabel label, const std::string& family) {
     const std::vector<std::string> slots = slotSteps(builder, trace, walked, label);
@@ -319,7 +307,6 @@ std::string south(ExplanationBuilder& builder) {
     return list;
 }
 
-/// Fills the given keys of the caller's map and all southbound keys, which are added if missing.
 Answer byWholeTag(ExplanationBuilder& builder) {
     builder.floatNode(false);
     const std::string& id = builder.values.floatNodeId;

@@ -40,7 +40,6 @@ std::string contentsOf(const Json::Value& database) {
                               : kindOf(database);
 }
 
-/// Adds the step at which the load stopped, if it stopped before the databases.
 void stoppedAtDatabases(ExplanationBuilder& builder) {
     const Stop* const stop = builder.loaded.stop(LoadStep::AppConfig);
     if (stop != nullptr && (stop->path.empty() || stop->path == located::Path{"databases"})) {
@@ -48,7 +47,6 @@ void stoppedAtDatabases(ExplanationBuilder& builder) {
     }
 }
 
-/// The database as the load stored it; null if there is none.
 const Json::Value* databaseNamed(ExplanationBuilder& builder, const std::string& name) {
     const auto& databases = builder.values.databases;
     const auto found = databases.find(name);
@@ -76,7 +74,7 @@ const Json::Value* databaseNamed(ExplanationBuilder& builder, const std::string&
     return nullptr;
 }
 
-/// Adds a value on the path to a field whose wrong type makes the query throw.
+/// A wrong type on the path to a field makes the query throw.
 void wrongType(ExplanationBuilder& builder, const located::Path& path, const Json::Value& value,
                const char* expected) {
     const std::string sentence =
@@ -89,8 +87,7 @@ void wrongType(ExplanationBuilder& builder, const located::Path& path, const Jso
     builder.because("wrong-type", sentence, fmt::format("make it {}", expected));
 }
 
-/// Walks from a database to a field as the library does. Exceptions of jsoncpp propagate.
-/// @param reached The path reached when an exception is thrown.
+/// As the library does. @param reached The path reached when an exception is thrown.
 Answer fieldOf(const Json::Value& database, unsigned int index, const Column& column,
                located::Path& reached, const char*& expected) {
     expected = "an array";

@@ -21,7 +21,6 @@ std::vector<std::string> stepsOf(const Json::Value& entries) {
     return steps;
 }
 
-/// Collects the events of a walk over the entries at one path.
 class Walk {
 public:
     Walk(const Json::Value& entries, const located::Path& path, SlotLabel label,
@@ -141,7 +140,6 @@ private:
     }
 
     void withSlots(std::size_t number, const Seen& entry, EntryFate& fate) const {
-        // Slots that another entry fills, and slots that are not needed.
         std::vector<std::string> lost;
         std::vector<std::string> unneeded;
         for (const std::string& slot : entry.slots) {

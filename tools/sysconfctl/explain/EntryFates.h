@@ -32,30 +32,25 @@ struct EntryFate {
     Fate fate = Fate::NotLookedAt;
     /// Its place: an index, or a member name if there is an object instead of an array.
     std::string step;
-    /// The slots that it fills; if it fills none, those that it lost.
+    /// If it fills none, those that it lost.
     std::vector<std::string> slots;
     /// The slots that it lost while it fills others.
     std::vector<std::string> lost;
-    /// The entry that fills the lost slot.
     std::optional<std::size_t> winner;
-    /// The value of the wrong type that stopped the rule.
     std::optional<Quarncommon::rules::TypeMismatch> mismatch;
-    /// A tag that was not taken and is probably misspelt, lower-cased; empty if there is none.
+    /// Probably misspelt, lower-cased.
     std::string nearTag;
     std::string meantTag;
     located::Path nearTagPath;
 };
 
-/// A mistake in an entry that is probably the reason why a tag is not found.
 struct Hint {
     std::string_view name;
     std::string sentence;
     std::string advice;
-    /// The index of the step that shows it.
     std::size_t step = 0;
 };
 
-/// The entries that a rule walked, from its trace.
 struct WalkedEntries {
     std::vector<EntryFate> entries;
     /// Slot -> index of the entry that provides its address.
@@ -66,20 +61,16 @@ struct WalkedEntries {
     /// visited if more follow.
     std::optional<std::string> endedBy;
     std::optional<std::string> stoppedAt;
-    /// The tags that the rule looks for.
     std::vector<AskedTag> asked;
-    /// The first mistake found.
     std::optional<Hint> hint;
 
     /// The number of entries that lost a slot to another entry.
     std::size_t overridden() const;
 };
 
-/// Returns the name under which a slot is shown.
 using SlotLabel = std::string (*)(const std::string& slot);
 
-/// @param entries The value at `path`, the list of entries.
-/// @param asked The tags that the rule looks for, to find misspelt ones.
+/// @param entries The value at `path`.
 WalkedEntries walkedEntries(const Json::Value& entries, const located::Path& path,
                             const std::vector<Quarncommon::rules::TraceEvent>& events,
                             SlotLabel label, const std::vector<AskedTag>& asked = {});

@@ -20,7 +20,6 @@ namespace {
 
 namespace rules = Quarncommon::rules;
 
-/// The texts of "usage" as they are in the file.
 std::vector<std::string> tagsOf(const Json::Value& entry) {
     std::vector<std::string> tags;
     if (entry.isObject() && entry["usage"].isArray()) {
@@ -39,7 +38,6 @@ std::optional<std::string> addressOf(const Json::Value& entry) {
     return entry["IP"].asString();
 }
 
-/// The address and the tags.
 std::string entryText(const Json::Value& entry) {
     if (!entry.isObject()) {
         return kindOf(entry);
@@ -70,7 +68,6 @@ struct FateWords {
     std::string_view by = {};
 };
 
-/// The slots that an entry lost while it fills others.
 std::string lostText(const EntryFate& entry, const WalkedEntries& found) {
     const std::string slots = joined(entry.lost, ", ");
     return entry.winner ? fmt::format("overridden by position for {}, which entry {} has", slots,

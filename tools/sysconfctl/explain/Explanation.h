@@ -12,7 +12,6 @@
 
 namespace sysconfctl {
 
-/// A value of a file that a step is about, or the place of a syntax error.
 struct Spot {
     const SourceFile* file = nullptr;
     located::Path path;
@@ -32,10 +31,8 @@ struct Facts {
     std::string_view by = {};
 };
 
-/// How relevant a step is to the answer.
 enum class Weight { Detail, Deciding, Decisive };
 
-/// One step of the way to an answer.
 struct Step {
     /// "variable", "file", "load", "node", "entry", "host", "fallback", "slot", "value".
     std::string_view kind;
@@ -48,23 +45,19 @@ struct Step {
     Weight weight = Weight::Detail;
 };
 
-/// Why the answer is what it is: a word that scripts may rely on, one sentence, and what to do if
-/// something is wrong.
+/// The word is one that scripts may rely on.
 struct Verdict {
     std::string_view name;
     std::string sentence;
     std::string advice;
 };
 
-/// When an answer is decided.
 enum class Moment { Call, Load, NodeAtLoad };
 
-/// An answer derived from the files by the library's rules, with the steps that lead to it.
 struct Explanation {
     const Query* query = nullptr;
     Arguments arguments;
     Answer answer{NoAnswer{}};
-    /// The message of the exception that the library throws here.
     std::optional<std::string> error;
     std::vector<Step> steps;
     Verdict verdict;
@@ -73,16 +66,15 @@ struct Explanation {
     std::string label() const;
 };
 
-/// Explains one query. The sources must have been loaded into `loaded`.
+/// The sources must have been loaded into `loaded`.
 /// @throws UsageError if the query does not accept the arguments.
 Explanation explain(const Query& query, const Arguments& arguments, const Sources& sources,
                     const Loaded& loaded);
 
-/// Whether the library's reply equals the explained answer. Neither may be masked.
+/// Neither may be masked.
 bool agrees(const Explanation& explanation, const struct Reply& reply);
 
-/// The explained answer as a reply of the library. Unless `revealSecrets` is true, secrets are
-/// masked.
+/// Unless `revealSecrets` is true, secrets are masked.
 struct Reply evaluated(const Explanation& explanation, bool revealSecrets);
 
 /// A name in a sentence: verbatim, or in quotation marks if it could be misread.

@@ -17,7 +17,7 @@ namespace {
 
 constexpr const char* kEmptyProcess = "every value of the process is empty";
 
-/// A system error message with a lower-case first letter, for use within a sentence.
+/// With a lower-case first letter, for use within a sentence.
 std::string uncapitalized(std::string text) {
     if (!text.empty()) {
         text[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[0])));
@@ -41,7 +41,6 @@ std::string adviceFor(const SourceFile& file) {
     }
 }
 
-/// A path without its first two steps: the list, and the name in the list.
 located::Path innerPath(const located::Path& path) {
     constexpr std::size_t kOwner = 2;
     return {path.begin() + static_cast<std::ptrdiff_t>(std::min(kOwner, path.size() - 1)),

@@ -38,17 +38,15 @@ std::string counted(std::size_t number, const char* what) {
     return fmt::format("{} {}{}", number, what, ending);
 }
 
-/// The decision of a rule that walks all nodes about one node.
 struct NodeOutcome {
     std::string id;
     std::vector<std::string> addresses;
     bool skipped = false;
-    /// The member that was compared.
     std::string field;
     std::optional<rules::TypeMismatch> mismatch;
 };
 
-/// Groups the events of such a rule by node, up to the node at which it ended.
+/// Up to the node at which the rule ended.
 class NodeOutcomes {
 public:
     NodeOutcomes(const Recorder& trace, std::string field) : m_field(std::move(field)) {
@@ -89,7 +87,6 @@ private:
     NodeOutcome m_current;
 };
 
-/// Adds a step for each node, up to the one at which the rule ended.
 template <typename Describe>
 void nodeSteps(ExplanationBuilder& builder, const SourceFile& list,
                const std::vector<NodeOutcome>& nodes, Describe describe) {

@@ -42,7 +42,6 @@ bool near(const std::string& name, const std::string& meant) {
            (meant.size() >= kShort && !suggestion(name, {meant}).empty());
 }
 
-/// The member of an object whose name resembles the given one and that no rule reads.
 std::optional<std::string> nearMember(const Json::Value& object, const std::string& meant) {
     if (!object.isObject()) {
         return std::nullopt;
@@ -79,7 +78,6 @@ bool isKnown(std::string_view tag) {
     return std::find(kStems.begin(), kStems.end(), tagFamily(tag)) != kStems.end();
 }
 
-/// The tag of the library that was probably meant.
 std::string meantKnownTag(const std::string& tag) {
     const std::string_view stem = tagFamily(tag);
     const std::string number = tag.substr(stem.size());
@@ -106,8 +104,7 @@ std::string meantTag(const std::string& tag, const std::vector<AskedTag>& asked)
         if (one.family ? !known.empty() && known.starts_with(one.tag) : known == one.tag) {
             return known;
         }
-        // Tags that differ only in their numbers are different tags of one family, not
-        // misspellings.
+        // Different numbers are different tags of one family, not misspellings.
         if (!one.family && !isKnown(one.tag) && !isKnown(tag) &&
             tagFamily(tag) != tagFamily(one.tag) && near(tag, one.tag)) {
             return one.tag;

@@ -19,7 +19,6 @@ namespace {
 
 namespace rules = Quarncommon::rules;
 
-/// Sets the verdict about the float node.
 void concludeFloatNode(ExplanationBuilder& builder) {
     const Values& values = builder.values;
     const std::string self = named(values.nodeId);
@@ -74,7 +73,7 @@ void hostTag(ExplanationBuilder& builder) {
     builder.conclude("read", fmt::format("HOSTID of {} is {}", named(id), builder.values.hostTag));
 }
 
-/// Adds the tenancy of the process's own node. Returns whether it has one.
+/// Returns whether the process's own node has one.
 bool tenancy(ExplanationBuilder& builder) {
     const SourceFile& list = builder.sources.nodeList;
     const std::string& id = builder.values.roleNodeId;
@@ -90,7 +89,6 @@ bool tenancy(ExplanationBuilder& builder) {
     return builder.node(list, id, none) && builder.value(list, path, Weight::Deciding);
 }
 
-/// Adds the lookup of a node's internal-service address, entry by entry.
 /// @param role "the master"; empty for the process's own node.
 /// @param also More about the role, for the verdict.
 void internalService(ExplanationBuilder& builder, const SourceFile& file, const std::string& id,
@@ -135,7 +133,6 @@ void internalService(ExplanationBuilder& builder, const SourceFile& file, const 
                      found ? "" : "tag an address of the node with it, or give it an \"IP\"");
 }
 
-/// The decision of the search for master and standby about one node.
 struct Candidate {
     std::string_view outcome = "not-reached";
     std::string sentence = "is not reached";
@@ -149,7 +146,6 @@ bool almost(std::string_view text, std::string_view meant) {
     return text != meant && nearestName(std::string(text), {std::string(meant)}) == meant;
 }
 
-/// Groups the events of the search by node.
 class Candidates {
 public:
     Candidates(std::string_view role, const Values& values)
@@ -235,7 +231,6 @@ private:
     std::map<std::string, Candidate> m_byId;
 };
 
-/// The path of the value that disqualifies a node.
 located::Path placeOf(const std::string& id, const Candidate& candidate) {
     if (candidate.mismatch) {
         return candidate.mismatch->path;
@@ -265,7 +260,6 @@ void candidateStep(ExplanationBuilder& builder, const std::string& id, const Can
                   .weight = weight});
 }
 
-/// Concludes that the list has no node of the process's tenancy.
 void concludeNoTenancy(ExplanationBuilder& builder, const std::vector<std::string>& tenancies) {
     const SourceFile& list = builder.sources.managerNodeList;
     const Values& values = builder.values;
@@ -284,8 +278,7 @@ void concludeNoTenancy(ExplanationBuilder& builder, const std::vector<std::strin
                     "of the nodes in the list");
 }
 
-/// Adds each node of the manager node list, and why it is or is not a candidate for a role.
-/// @return The other nodes that could have the role, in words.
+/// Returns the other nodes that could have the role, in words.
 std::string candidates(ExplanationBuilder& builder, std::string_view role) {
     const SourceFile& list = builder.sources.managerNodeList;
     const Values& values = builder.values;

@@ -21,7 +21,6 @@ namespace {
 
 namespace rules = Quarncommon::rules;
 
-/// The paths of the service addresses that the search found, by node id.
 std::map<std::string, located::Path> servicePaths(const Recorder& trace) {
     std::map<std::string, located::Path> paths;
     for (const rules::TraceEvent& event : trace.events) {

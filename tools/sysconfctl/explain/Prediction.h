@@ -11,8 +11,8 @@
 
 namespace sysconfctl {
 
-/// Predicts the answers in a process that starts now on a host with given addresses. Calls the
-/// library's rules directly, because the library uses only the addresses of this host.
+/// Predicts the answers in a process that starts now on a host with given addresses, by the
+/// library's rules: the library itself uses only the addresses of this host.
 class Prediction {
 public:
     explicit Prediction(const std::vector<std::string>& localAddresses)

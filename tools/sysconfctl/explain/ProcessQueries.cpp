@@ -8,7 +8,6 @@
 namespace sysconfctl {
 namespace {
 
-/// A value that the loader reads from the entry of the process.
 struct Field {
     std::string_view query;
     std::initializer_list<const char*> path;
@@ -46,7 +45,6 @@ Answer appRoot(ExplanationBuilder& builder) {
     return textAnswer(root.text());
 }
 
-/// Explains the value at a path in the entry of the process.
 void explainField(ExplanationBuilder& builder, const Field& field) {
     builder.explanation.moment = Moment::Load;
     builder.process();

@@ -11,7 +11,7 @@
 
 namespace sysconfctl {
 
-/// The file, line and column of a step. Does not depend on the sources, unlike StepPlace.
+/// Does not depend on the sources, unlike StepPlace.
 struct ReasonPlace {
     std::string file;
     located::Place place;
@@ -20,7 +20,7 @@ struct ReasonPlace {
     std::string shown;
 };
 
-/// The short reason for an answer. Does not refer to the sources.
+/// Does not refer to the sources.
 struct Reason {
     std::string_view name;
     std::string sentence;
@@ -29,7 +29,6 @@ struct Reason {
     std::optional<ReasonPlace> place;
 };
 
-/// Unset if the step has no place.
 std::optional<ReasonPlace> reasonPlaceOf(const Step& step);
 
 Reason reasonOf(const Explanation& explanation);

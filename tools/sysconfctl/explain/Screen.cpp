@@ -39,7 +39,6 @@ std::vector<ScreenRow> rowsOf(const std::vector<const Step*>& steps, bool verbos
     return rows;
 }
 
-/// The column widths: kinds, sentences and, beside or below these, places.
 struct Layout {
     std::size_t kind = 0;
     std::size_t indent = 0;
@@ -122,7 +121,6 @@ std::vector<const Step*> chosenSteps(const std::vector<Step>& steps, bool verbos
             chosen.push_back(&step);
         }
     }
-    // The decisive step is never removed.
     while (!verbose && chosen.size() > kMostSteps) {
         const auto last = chosen.end() - 1;
         chosen.erase((*last)->weight == Weight::Decisive ? last - 1 : last);

@@ -18,9 +18,8 @@ struct ScreenOptions {
     bool verbose = false;
 };
 
-/// A row of a screen: a word, a sentence, and places beside it or, if there is no room, below it.
+/// The places are beside the sentence or, if there is no room, below it.
 struct ScreenRow {
-    /// Shown with the marker and in colour.
     bool decisive = false;
     std::string kind;
     /// Escaped, like the places.
@@ -32,14 +31,13 @@ struct ScreenRow {
 std::string screenRows(const std::vector<ScreenRow>& rows, const ScreenOptions& options,
                        Paint paint);
 
-/// An explanation as text: the answer, the verdict, the advice and the deciding steps.
 std::string explanationScreen(const Explanation& explanation, const Reply& reply,
                               const ScreenOptions& options);
 
-/// The steps to show: all, or those that decide, at most eight.
+/// All, or those that decide, at most eight.
 std::vector<const Step*> chosenSteps(const std::vector<Step>& steps, bool verbose);
 
-/// When the answer is decided; empty if on each call.
+/// Empty if the answer is decided on each call.
 std::string momentSentence(const Explanation& explanation);
 
 } // namespace sysconfctl

@@ -8,19 +8,16 @@
 
 namespace sysconfctl {
 
-/// The place of a step in a file.
 struct StepPlace {
     const SourceFile* file = nullptr;
     located::Place place;
     std::string pointer;
-    /// The step is about the file as a whole.
     bool whole = false;
 };
 
-/// Unset if the step has no place.
 std::optional<StepPlace> placeOf(const Step& step);
 
-/// The path, or the path relative to the working directory if that is shorter.
+/// Relative to the working directory if that is shorter.
 std::string shortPath(const std::string& path);
 
 /// "node-1/etc/app.json:18:17", escaped; the path alone for a whole file.

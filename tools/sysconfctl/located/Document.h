@@ -8,10 +8,8 @@
 #include <unordered_map>
 #include <vector>
 
-/// A JSON parser that keeps the position of each value and member name. jsoncpp's tree has no
-/// positions of member names, no repeated members and no content after an error. This parser
-/// accepts exactly the texts that the library's reader accepts, and reports why it rejects the
-/// others.
+/// A JSON parser that keeps the position of each value and member name, repeated members, and the
+/// content before an error. It accepts exactly the texts that the library's reader accepts.
 namespace sysconfctl::located {
 
 /// Line and column, both starting at 1. A column is a UTF-8 character or an invalid byte.
@@ -25,7 +23,6 @@ enum class Kind { Null, Boolean, Number, String, Array, Object };
 
 struct Member;
 
-/// A value and its bytes, from `begin` up to but excluding `end`.
 struct Value {
     Kind kind = Kind::Null;
     std::size_t begin = 0;
@@ -36,7 +33,7 @@ struct Value {
     /// In text order, including repeated names.
     std::vector<Member> members;
 
-    /// The last member of that name, which is the one that the library uses; null if there is none.
+    /// The one that the library uses: the last one.
     const Member* member(std::string_view name) const;
 };
 
@@ -50,16 +47,13 @@ struct Member {
 /// From the root: names of members, decimal indexes of elements.
 using Path = std::vector<std::string>;
 
-/// The path as a JSON pointer (RFC 6901): "" for the root, "/nodeList/n1/IPAddresses/0".
+/// RFC 6901: "" for the root, "/nodeList/n1/IPAddresses/0".
 std::string pointer(const Path& path);
 
-/// Why and where a text is rejected.
 struct SyntaxError {
     std::size_t offset = 0;
     std::string sentence;
-    /// How to fix it; may be empty.
     std::string hint;
-    /// The value or member that contains the error.
     Path path;
 };
 
@@ -80,12 +74,11 @@ public:
     const std::string& text() const { return m_text; }
     /// Unset if the text is accepted.
     const std::optional<SyntaxError>& error() const { return scanned().error; }
-    /// The value of the text; for a rejected text, the part before the error.
+    /// For a rejected text, the part before the error.
     const Value& root() const { return scanned().root; }
 
-    /// The value at the path, looked up as the library does; null if there is none.
+    /// Looked up as the library does.
     const Value* find(const Path& path) const;
-    /// The member that the last step of the path names; null if there is none.
     const Member* findMember(const Path& path) const;
 
     Place place(std::size_t offset) const;
@@ -109,12 +102,12 @@ private:
     std::vector<std::size_t> m_lineStarts;
     /// Parsed on first use: most explanations need one of the three files only.
     mutable std::optional<Scanned> m_scanned;
-    /// An index of the members of large objects by name: looking up all members of an object then
-    /// takes linear time. Moving the document keeps the addresses of all values except the root.
+    /// Looking up all members of an object by name then takes linear time. Moving the document
+    /// keeps the addresses of all values except the root.
     mutable std::unordered_map<const Value*, std::unordered_map<std::string_view, const Member*>>
         m_members;
-    /// The last offset passed to `place`, and the number of characters before it in its line.
-    /// Offsets mostly ascend, so the next call continues from here.
+    /// The last offset passed to `place`, and the characters before it in its line: offsets mostly
+    /// ascend.
     mutable std::size_t m_countedTo = 0;
     mutable std::size_t m_characters = 0;
 };

@@ -267,7 +267,7 @@ private:
         blanks();
     }
 
-    /// Called after an element or a member. Returns whether another one follows.
+    /// Returns whether another element or member follows.
     bool more(char closing, const char* what) {
         blanks();
         if (take(closing)) {

@@ -8,7 +8,6 @@
 namespace sysconfctl {
 namespace {
 
-/// A line inside a quoted label: quotes, backslashes and ampersands are shown literally.
 std::string dotLabel(const std::string& line) {
     std::string text;
     for (const char c : escaped(line)) {

@@ -6,8 +6,7 @@
 
 namespace sysconfctl {
 
-/// Runs Graphviz's `dot` and returns its SVG picture; unset if `dot` is not installed.
-/// @throws std::runtime_error if `dot` fails.
+/// Unset if `dot` is not installed. @throws std::runtime_error if `dot` fails.
 std::optional<std::string> drawWithGraphviz(const std::string& text);
 
 } // namespace sysconfctl

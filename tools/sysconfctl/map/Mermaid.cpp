@@ -10,7 +10,6 @@
 namespace sysconfctl {
 namespace {
 
-/// A line inside a quoted label: special characters are written by their numbers.
 std::string mermaidLabel(const std::string& line) {
     constexpr std::string_view kSpecial = "\"#&;<>\\`*_~[]{}()|$";
     std::string text;

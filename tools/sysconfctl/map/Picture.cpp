@@ -31,7 +31,6 @@ std::vector<std::string> linesOf(const ClusterNode& node) {
     return lines;
 }
 
-/// Adds an arrow from the standby of each tenancy to its master.
 void addPairs(Picture& picture, const Cluster& cluster,
               const std::map<std::string, std::string>& names) {
     std::map<std::string, std::string> masters;

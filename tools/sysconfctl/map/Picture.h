@@ -10,13 +10,12 @@
 
 namespace sysconfctl {
 
-/// A box of the picture. No text of a picture is escaped: each renderer escapes what it writes.
+/// No text of a picture is escaped: each renderer escapes what it writes.
 struct Box {
     /// Letters and digits only, unlike the ids of nodes.
     std::string name;
     std::vector<std::string> lines;
     bool emphasised = false;
-    /// The id of the node or process.
     std::string id = {};
 };
 
@@ -34,7 +33,6 @@ struct Arrow {
     bool dashed = false;
 };
 
-/// The deployment as boxes in groups with arrows between them, independent of the output format.
 struct Picture {
     std::vector<Group> tenancies;
     Box process;
@@ -46,7 +44,6 @@ Picture pictureOf(const Cluster& cluster);
 std::string dot(const Picture& picture);
 std::string mermaid(const Picture& picture);
 
-/// The picture as a table of nodes.
 std::string pictureTable(const Picture& picture, std::size_t width, bool color);
 /// Tab-separated lines: "node", tenancy, id and the other lines of the box for each box, then
 /// "arrow", from, label, to for each arrow.

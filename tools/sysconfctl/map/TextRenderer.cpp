@@ -10,7 +10,6 @@
 namespace sysconfctl {
 namespace {
 
-/// The text that identifies a box in other rows: the id of its node, escaped.
 std::map<std::string, std::string> shownNames(const Picture& picture) {
     std::map<std::string, std::string> names = {{picture.process.name, "process"}};
     for (const Group& tenancy : picture.tenancies) {
@@ -21,7 +20,6 @@ std::map<std::string, std::string> shownNames(const Picture& picture) {
     return names;
 }
 
-/// Box -> its arrows, and the process that runs on it.
 std::map<std::string, Cell> tiesOf(const Picture& picture,
                                    const std::map<std::string, std::string>& names) {
     std::map<std::string, Cell> ties;

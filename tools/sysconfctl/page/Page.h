@@ -9,11 +9,9 @@
 #include <string>
 #include <vector>
 
-/// A deployment as one self-contained HTML page. Values from the files are escaped as on a
-/// terminal, then for HTML.
+/// One self-contained HTML page. Values from the files are escaped as on a terminal, then for HTML.
 namespace sysconfctl {
 
-/// The contents of the page, by reference.
 struct PageContents {
     const Prediction& prediction;
     const Cluster& cluster;
@@ -24,13 +22,11 @@ struct PageContents {
     std::string noPicture;
     /// What changed after the process given by --pid started.
     std::vector<std::string> notices;
-    /// The time at which the page is made.
     std::string time;
 };
 
 std::string pageOf(const PageContents& contents);
 
-/// Each returns a section of the page.
 std::string findingsSection(const PageContents& contents);
 std::string pictureSection(const PageContents& contents);
 std::string nodesSection(const PageContents& contents);

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// The fixed parts of the page.
 namespace sysconfctl {
 
 inline constexpr const char* kPageTitle = "Configuration report";
 
-/// The style rules for the picture override the fixed colours with which it is drawn.
+/// The rules for the picture override the fixed colours with which it is drawn.
 inline constexpr const char* kPageStyle = R"(
 :root { color-scheme: light dark; --text: #1a1a1a; --back: #ffffff; --line: #c4c4c4;
   --soft: #f3f3f3; --mark: #fff3c4; --error: #b3001b; --warning: #8a5a00; --note: #1b6e3a; }
@@ -51,7 +50,6 @@ figure .edge polygon { fill: var(--text); stroke: var(--text); }
 [hidden] { display: none; }
 )";
 
-/// Shows the rows that contain every word of the search, ignoring case.
 inline constexpr const char* kPageScript = R"(
 "use strict";
 const label = document.getElementById("search");

@@ -18,7 +18,6 @@
 namespace sysconfctl {
 namespace {
 
-/// The width of an excerpt in columns.
 constexpr std::size_t kExcerptWidth = 100;
 
 std::string element(const char* name, const std::string& text) {
@@ -47,7 +46,6 @@ std::string placeText(const Finding& finding) {
                : pathOfCaller(finding.file->path);
 }
 
-/// The place of a step or of a reason, if it has one.
 std::string placeCode(const std::optional<ReasonPlace>& place, const char* before) {
     return place ? fmt::format("{}<code>{}</code>", before,
                                markupText(placeText(place->file, place->place)))

@@ -6,8 +6,7 @@ namespace {
 
 using library::DatabaseEntries;
 
-/// Returns the library's answer, or an empty value if it throws. The exception is reported by the
-/// reply to the same query, which is one of the questions.
+/// An exception is reported by the reply to the same query, which is one of the questions.
 template <class Ask>
 auto answerOrEmpty(Ask ask) -> decltype(ask()) {
     try {

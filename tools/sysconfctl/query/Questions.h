@@ -8,14 +8,12 @@
 
 namespace sysconfctl {
 
-/// A query with its arguments.
 struct Question {
     const Query* query;
     Arguments arguments;
 };
 
-/// Returns the questions of `show`. The databases are an answer of the library, so the list may
-/// differ from call to call.
+/// The questions of `show`; they may differ from call to call, because the databases do.
 std::vector<Question> allQuestions();
 
 /// Likewise, for values that the tool loaded itself.

@@ -8,19 +8,18 @@
 
 namespace sysconfctl {
 
-/// The result of a query: an answer, or the message of the exception that the library threw.
 struct Reply {
     const Query* query;
     Arguments arguments;
     Answer answer;
     std::optional<std::string> error = std::nullopt;
 
-    /// The query and its arguments, quoted for a shell.
+    /// Quoted for a shell.
     std::string label() const;
 };
 
-/// Asks the library. An exception of the library becomes the error of the reply. Unless
-/// `revealSecrets` is true, secrets are masked here, so that no renderer sees them.
+/// An exception of the library becomes the error of the reply. Unless `revealSecrets` is true,
+/// secrets are masked here, so that no renderer sees them.
 /// @throws UsageError if the query does not accept the arguments.
 Reply ask(const Query& query, const Arguments& arguments, bool revealSecrets);
 

@@ -10,7 +10,6 @@
 namespace sysconfctl {
 namespace {
 
-/// Set once, before the first message.
 bool inJson = false;
 
 void report(const char* kind, std::string_view name, std::string_view sentence) {

@@ -29,23 +29,16 @@ inline constexpr std::string_view kSubscribed = "subscribed";
 inline constexpr std::string_view kNotSubscribed = "not-subscribed";
 } // namespace diagnostic
 
-/// Makes all later messages JSON.
 void useJsonDiagnostics();
 
-/// Writes an error message; a failure to write is ignored. Values in the sentence are escaped or
-/// quoted by the caller.
+/// A failure to write is ignored. Values in the sentence are escaped or quoted by the caller.
 void reportError(std::string_view name, std::string_view sentence);
-/// Writes a message that is not an error, in the same way.
 void reportNotice(std::string_view name, std::string_view sentence);
 
-/// Reports that the library threw an exception with that message on a query.
 void reportThrow(const std::string& queryLabel, const std::string& message);
-/// Reports each difference between a running process and one that starts now.
 void reportNewer(const std::vector<std::string>& sentences);
-/// Reports each file that does not load.
 void reportUnloadedFiles(const std::vector<std::string>& troubles);
-/// Reports filter values that no node has: as errors if no node is accepted because of them,
-/// otherwise as notices.
+/// Errors if no node is accepted because of them.
 void reportUnmatched(const std::vector<std::string>& errors,
                      const std::vector<std::string>& notices);
 

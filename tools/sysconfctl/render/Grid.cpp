@@ -12,7 +12,6 @@ namespace {
 
 constexpr std::size_t kColumnGap = 2;
 
-/// The line wrapped after blanks; continuation lines are indented.
 Cell wrappedCell(const std::string& line, std::size_t width) {
     const std::string indent = "  ";
     Cell lines = wrappedWords(line, width);
@@ -28,7 +27,7 @@ Cell wrappedCell(const std::string& line, std::size_t width) {
     return lines;
 }
 
-/// The width of the line or, if it may be wrapped, its minimum width.
+/// If the line may be wrapped, its minimum width.
 std::size_t widestOf(const std::string& line, bool wraps) {
     std::size_t widest = 0;
     for (const std::string& piece : wraps ? wrappedCell(line, 1) : Cell{line}) {
@@ -37,7 +36,6 @@ std::size_t widestOf(const std::string& line, bool wraps) {
     return widest;
 }
 
-/// The widths of all columns: minimum widths, or widths without wrapping.
 std::vector<std::size_t> widthsOf(const std::vector<Column>& columns,
                                   const std::vector<std::vector<Cell>>& rows, bool least) {
     std::vector<std::size_t> widths;
@@ -58,8 +56,7 @@ std::size_t totalOf(const std::vector<std::size_t>& widths) {
     return std::accumulate(widths.begin(), widths.end(), kColumnGap * (widths.size() - 1));
 }
 
-/// Leaves out columns until the others fit, if that is possible.
-/// @return The titles of the columns left out.
+/// Returns the titles of the columns left out.
 std::vector<std::string> leaveOut(std::vector<Column>& columns,
                                   std::vector<std::vector<Cell>>& rows, std::size_t width) {
     std::vector<std::string> titles;
@@ -79,7 +76,7 @@ std::vector<std::string> leaveOut(std::vector<Column>& columns,
     return titles;
 }
 
-/// The widths of columns that fit if their lines are wrapped: the widest ones are narrowed.
+/// The widest columns are narrowed.
 std::vector<std::size_t> columnWidths(const std::vector<Column>& columns,
                                       const std::vector<std::vector<Cell>>& rows,
                                       std::size_t width) {

@@ -7,22 +7,18 @@
 
 namespace sysconfctl {
 
-/// The escaped lines of one cell.
 using Cell = std::vector<std::string>;
 
 struct Column {
     std::string title;
     /// The column with the highest number is left out first if rows are too wide; 0: never.
     int leftOut = 0;
-    /// Whether its lines may be wrapped. Lines are wrapped only after blanks, so that no address or
-    /// id is cut.
+    /// Only after blanks, so that no address or id is cut.
     bool wraps = false;
 };
 
-/// Renders columns with titles, aligned by display width. If the rows are wider than `width`, lines
-/// of columns that allow it are wrapped, then columns are left out and a last line names them. Rows
-/// that are still too wide exceed `width`.
-/// @param color Makes the titles bold.
+/// Aligned by display width. If the rows are wider than `width`, lines of columns that allow it are
+/// wrapped, then columns are left out and a last line names them.
 std::string grid(std::vector<Column> columns, std::vector<std::vector<Cell>> rows,
                  std::size_t width, bool color = false);
 

@@ -33,7 +33,7 @@ bool maskMember(const std::string& name, Json::Value& member) {
     return !shown && maskWhole(member);
 }
 
-/// Masks an entry, a list of entries, or any other value in their place.
+/// Any other value in the place of an entry, too.
 bool maskEntry(Json::Value& entry) {
     bool masked = false;
     if (entry.isArray()) {

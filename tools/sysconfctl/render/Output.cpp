@@ -20,10 +20,8 @@ namespace sysconfctl {
 namespace {
 
 constexpr std::size_t kDefaultWidth = 100;
-/// The minimum width of tables, below which they are unreadable.
 constexpr std::size_t kLeastWidth = 40;
 
-/// Set once, before the first output.
 bool pagerAllowed = false;
 
 std::size_t columnsOfEnvironment() {
@@ -38,13 +36,12 @@ std::size_t columnsOfEnvironment() {
     return 0;
 }
 
-/// The size of the terminal; zeros if there is none.
+/// Zeros if there is no terminal.
 winsize terminalSize() {
     winsize size{};
     return ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size : winsize{};
 }
 
-/// Whether the text needs more rows than the terminal has. Wide lines are wrapped.
 bool isLongerThanTerminal(std::string_view text) {
     const winsize size = terminalSize();
     if (size.ws_row == 0 || size.ws_col == 0) {

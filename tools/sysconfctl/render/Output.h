@@ -8,7 +8,7 @@
 
 namespace sysconfctl {
 
-/// The output cannot be written, for example because the disk is full.
+/// For example because the disk is full.
 struct OutputError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -18,23 +18,19 @@ struct OutputClosed : OutputError {
     using OutputError::OutputError;
 };
 
-/// Lets writeOutput() use the pager.
 void allowPager();
 
-/// Writes the whole text to standard output. Uses the pager if it is allowed, standard output is a
-/// terminal and the text does not fit on it.
+/// Uses the pager if it is allowed, standard output is a terminal and the text does not fit on it.
 /// @throws OutputClosed, OutputError if any of it cannot be written.
 void writeOutput(std::string_view text);
 
-/// Writes the whole text to a descriptor.
-/// @return 0 or the error number.
+/// Returns 0 or the error number.
 int writeAll(int descriptor, std::string_view text);
 
-/// Writes the whole text to a file, replacing its contents.
 /// @throws OutputError if any of it cannot be written.
 void writeOutputFile(const std::string& path, std::string_view text);
 
-/// Writes the text to standard error; a failure is ignored.
+/// A failure is ignored.
 void writeErrors(std::string_view text);
 
 bool outputIsTerminal();

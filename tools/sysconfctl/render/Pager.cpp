@@ -18,7 +18,6 @@ extern char** environ; // NOLINT(readability-redundant-declaration): not every l
 namespace sysconfctl {
 namespace {
 
-/// Ignores the keyboard signals, which the pager handles.
 struct IgnoredKeys {
     IgnoredKeys() : interrupt(std::signal(SIGINT, SIG_IGN)), quit(std::signal(SIGQUIT, SIG_IGN)) {}
     IgnoredKeys(const IgnoredKeys&) = delete;
@@ -43,8 +42,7 @@ std::vector<std::string> pagerWords() {
     return pager == nullptr ? std::vector{command} : std::vector<std::string>{"sh", "-c", command};
 }
 
-/// The environment of this process, with LESS set so that less exits if the text fits and shows
-/// colours.
+/// LESS is set so that less exits if the text fits and shows colours.
 std::vector<std::string> pagerEnvironment() {
     std::vector<std::string> variables;
     for (char** variable = environ; *variable != nullptr; ++variable) {
@@ -68,8 +66,8 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts) {
     return pointers;
 }
 
-/// Starts the pager, with the default actions for the signals that this process ignores.
-/// @return False if the program is not installed or cannot be started.
+/// The signals that this process ignores get their default actions. Returns false if the program
+/// cannot be started.
 bool start(pid_t& process, std::vector<std::string> words, int input) {
     std::vector<std::string> variables = pagerEnvironment();
     posix_spawn_file_actions_t actions;

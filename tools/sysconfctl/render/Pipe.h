@@ -10,7 +10,7 @@
 
 namespace sysconfctl {
 
-/// A pipe to or from a child process. The destructor closes the ends that are still open.
+/// The destructor closes the ends that are still open.
 struct Pipe {
     Pipe() {
         if (::pipe2(ends.data(), O_CLOEXEC) != 0) {

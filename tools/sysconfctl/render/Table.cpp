@@ -44,7 +44,6 @@ std::string summary(const Json::Value& value) {
     return compactJson(value);
 }
 
-/// One line for each key; the values are aligned.
 TableLines keyed(const Groups& groups) {
     std::size_t width = 0;
     for (const auto& group : groups) {
@@ -85,7 +84,6 @@ Lines wrappedLine(const TableLine& line, std::size_t width) {
     if (displayWidth(line.text) <= width) {
         return {line.text};
     }
-    // The first line is not indented, the others are.
     Lines lines = wrapped(line.text, width);
     const std::string rest = line.text.substr(lines.front().size());
     lines.resize(1);

@@ -10,7 +10,7 @@
 namespace sysconfctl {
 namespace {
 
-/// The first character of a text. An invalid byte has `length` 1 and `valid` false.
+/// An invalid byte has `length` 1 and `valid` false.
 struct Character {
     char32_t code = 0;
     std::size_t length = 1;
@@ -118,14 +118,13 @@ std::size_t columns(const Character& character) {
     return within(kTwoColumns, character.code) ? 2 : 1;
 }
 
-/// The characters after which a line may be broken, and whether a longer word is cut.
 struct Breaks {
     std::string_view after;
     bool cut;
 };
 
-/// The length in bytes of the first line of a text: up to the last place to break in `width`
-/// columns, else up to the last character that fits, or up to the first place to break.
+/// In bytes: up to the last place to break in `width` columns, else up to the last character that
+/// fits, or up to the first place to break.
 std::size_t firstLineLength(std::string_view text, std::size_t width, const Breaks& breaks) {
     std::size_t used = 0;
     std::size_t place = 0;

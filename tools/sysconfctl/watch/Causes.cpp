@@ -25,7 +25,6 @@ bool sameText(const SourceFile& file, const std::optional<std::string>& text) {
     return text && file.unreadable.empty() && file.document.text() == *text;
 }
 
-/// Reads a file again if its text has changed.
 template <typename Read>
 std::vector<Cause> updated(SourceFile& file, Read read) {
     if (sameText(file, Quarncommon::config::readText(file.path))) {

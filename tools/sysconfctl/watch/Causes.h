@@ -11,37 +11,31 @@
 
 namespace sysconfctl {
 
-/// A change of a file or of the host's addresses that may change answers.
+/// A change of a file or of the host's addresses.
 struct Cause {
     /// A word that scripts may rely on: "changed", "no-longer-loads", "loads-again",
     /// "host-addresses".
     std::string_view name;
-    /// Describes the change: the file and, if it does not load, where and why. Unescaped.
+    /// Unescaped.
     std::string sentence;
-    /// The path of the file; empty for a change of addresses.
     std::string file = {};
-    /// When the change was detected.
     std::chrono::system_clock::time_point time = {};
 };
 
-/// The change between two states of a file; empty if the text is the same.
+/// Empty if the text is the same.
 std::vector<Cause> causesBetween(const SourceFile& before, const SourceFile& after);
 std::vector<Cause> addressCauses(const std::list<std::string>& addressesBefore,
                                  const std::list<std::string>& addressesAfter);
 
-/// Watches the inputs of the library.
 class Causes {
 public:
-    /// Reads the files of the environment.
     Causes() : m_sources(readSources()) {}
 
-    /// Reads changed files and the host's addresses again.
-    /// @return The changes since the last call.
+    /// Reads changed files and the host's addresses again. Returns the changes since the last call.
     std::vector<Cause> update();
 
-    /// The causes since answers last changed. If there are none, the causes of that last change are
-    /// returned again, unless they are too old: after a change of a file, loaded answers change
-    /// later than answers that are read on every call.
+    /// The causes since answers last changed, or those of that last change unless they are too old:
+    /// loaded answers change later than answers that are read on every call.
     std::vector<Cause> ofChanges();
 
 private:

@@ -18,30 +18,26 @@ struct Observation {
     std::string identity;
 };
 
-/// Asks each question once.
 std::vector<Observation> observe(const std::vector<AskedQuery>& asked, bool revealSecrets);
 
-/// A difference between two observations of one question. A pointer is null if the question was not
-/// asked then because a database was added or removed.
+/// A pointer is null if the question was not asked then: a database was added or removed.
 struct Change {
     const Reply* before;
     const Reply* after;
 };
 
-/// The changes in the order of `after`, then the removed questions. They point into both vectors.
+/// In the order of `after`, then the removed questions. They point into both vectors.
 std::vector<Change> changes(const std::vector<Observation>& before,
                             const std::vector<Observation>& after);
 
 using WallTime = std::chrono::system_clock::time_point;
 
-/// A line with the time and the cause, at most `width` columns wide; words are not cut.
 std::string causeText(const Cause& cause, std::size_t width, bool color = false);
 
 /// "2031-07-09T10:42:11.083Z"
 std::string timeText(WallTime time);
 
-/// A line with the time and the query, then the lines before ("-") and after ("+") the change, each
-/// at most `width` columns wide.
+/// The time and the query, then the lines before ("-") and after ("+") the change.
 std::string changeText(const Change& change, WallTime time, std::size_t width, bool color = false);
 
 /// One tab-separated line for each line of an answer: the time, "=" for the initial answer, "-" for

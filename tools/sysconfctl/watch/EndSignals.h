@@ -3,8 +3,8 @@
 
 namespace sysconfctl {
 
-/// Makes SIGINT, SIGTERM and SIGHUP readable from a descriptor; they no longer end the process.
-/// Must be created before there is a second thread, because threads inherit the blocked signals.
+/// Makes SIGINT, SIGTERM and SIGHUP readable from a descriptor. Must be created before there is a
+/// second thread, because threads inherit the blocked signals.
 class EndSignals {
 public:
     /// @throws std::system_error if there is no free descriptor.
@@ -13,7 +13,6 @@ public:
     EndSignals(const EndSignals&) = delete;
     EndSignals& operator=(const EndSignals&) = delete;
 
-    /// Readable after a signal has arrived.
     int descriptor() const { return m_descriptor; }
 
 private:

@@ -33,7 +33,6 @@ int eventArrived(const std::string& /*eventName*/, const std::string& /*second*/
     return ::write(wakeUp(), &once, sizeof once) == sizeof once ? 0 : -1;
 }
 
-/// The variable that disables events, or null.
 const char* switchedOffBy() {
     for (const char* name : {"NO_EM_CLIENT", "NO_EM_CLIENT_CONSUMER"}) {
         // NOLINTNEXTLINE(concurrency-mt-unsafe): the environment no longer changes.

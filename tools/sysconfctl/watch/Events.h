@@ -5,15 +5,13 @@
 
 namespace sysconfctl {
 
-/// The tool's own subscription to change events, which indicates when to query the library again.
-/// When an event arrives, the library may not have applied the change yet.
+/// The tool's own subscription. When an event arrives, the library may not have applied the change
+/// yet.
 class Events {
 public:
-    /// Subscribes. The library must have subscribed before. If that fails, `report` returns the
-    /// reason.
+    /// The library must have subscribed before. If that fails, `report` returns the reason.
     Events();
-    /// Unsubscribes. This also ends the library's subscription if the event library has only one
-    /// for the process.
+    /// This also ends the library's subscription if the event library has only one for the process.
     ~Events();
     Events(const Events&) = delete;
     Events& operator=(const Events&) = delete;
@@ -22,7 +20,6 @@ public:
     /// The file of the event library, or the reason why there is no subscription.
     const std::string& report() const { return m_report; }
 
-    /// Readable if events have arrived since the last `clear`.
     int descriptor() const;
     void clear();
 

@@ -22,7 +22,7 @@ namespace {
 
 namespace rules = Quarncommon::rules;
 
-/// The word to search for. Addresses are the same in every notation, tags in every letter case.
+/// Addresses are the same in every notation, tags in every letter case.
 class Word {
 public:
     explicit Word(std::string text)
@@ -34,7 +34,6 @@ public:
     }
     bool isTag(const std::string& tag) const { return rules::lowerCased(tag) == m_tag; }
 
-    /// Whether it is the text or one of the slots of a list.
     bool isIn(const std::string& text) const {
         std::size_t begin = 0;
         while (begin <= text.size()) {
@@ -53,7 +52,7 @@ private:
     std::string m_tag;
 };
 
-/// Searches a file. Each name and value in it is a candidate for a near match.
+/// Each name and value in the file is a candidate for a near match.
 class Search {
 public:
     Search(const Word& word, const SourceFile& file, const Cluster& cluster,
@@ -213,7 +212,6 @@ bool contains(const Answer& answer, const Word& word) {
                       answer.value);
 }
 
-/// The part of an answer that contains the word.
 std::string partOf(const Answer& answer, const Word& word) {
     std::vector<std::string> parts;
     const auto add = [&](const std::string& key, const std::string& text) {
@@ -241,7 +239,7 @@ std::string partOf(const Answer& answer, const Word& word) {
     return joined(parts, ", ");
 }
 
-/// Whether an entry with that tag was taken for the answer, or the query was asked about the word.
+/// An entry with that tag was taken for the answer, or the query was asked about the word.
 bool concerns(const Explanation& explanation, const Word& word) {
     const Arguments& arguments = explanation.arguments;
     return std::any_of(arguments.begin(), arguments.end(),

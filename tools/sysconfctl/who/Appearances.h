@@ -11,15 +11,12 @@
 #include <string_view>
 #include <vector>
 
-/// Where an address, a node id, a tag or another name appears: in the files, on this host, and in
-/// the answers. Passwords are not searched.
+/// In the files, on this host, and in the answers. Passwords are not searched.
 namespace sysconfctl {
 
-/// A place in a file, or the host.
 struct Appearance {
     /// "host", "node", "entry", "process", "database" or "value".
     std::string_view kind;
-    /// Not escaped.
     std::string sentence;
     std::optional<ReasonPlace> place = std::nullopt;
     std::string node = {};
@@ -29,11 +26,11 @@ struct Appearance {
     std::vector<std::string> tags = {};
 };
 
-/// An answer of `show` in which the word appears, masked.
+/// An answer of `show`, masked.
 struct AppearanceInAnswer {
     Reply reply;
-    /// The part of the answer that contains the word: items of a list, lines of a map, or the whole
-    /// text. Empty if the part is large, such as a database. Escaped.
+    /// Items of a list, lines of a map, or the whole text; empty if large, such as a database.
+    /// Escaped.
     std::string part;
 };
 
@@ -41,7 +38,6 @@ struct Appearances {
     std::string word;
     std::vector<Appearance> places;
     std::vector<AppearanceInAnswer> answers;
-    /// What was probably meant if it appears nowhere; may be empty.
     std::string near;
 
     bool none() const { return places.empty() && answers.empty(); }
