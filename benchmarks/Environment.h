@@ -6,7 +6,6 @@
 
 namespace bench {
 
-/// Sets the variables for a generated deployment and disables change events.
 void enterDeployment(const std::filesystem::path& directory);
 
 /// Sets a variable to the path of a missing file until the end of the scope.
@@ -22,7 +21,7 @@ private:
     std::string m_value;
 };
 
-/// Peak resident memory of this process so far, in bytes.
+/// In bytes.
 long peakMemory();
 
 } // namespace bench

@@ -13,7 +13,6 @@
 #include <string_view>
 #include <vector>
 
-/// The measured operations. `Reader` and `Roles` are classes of the product or the baseline.
 namespace bench {
 
 template <typename Reader, typename Roles>
@@ -22,7 +21,6 @@ struct Singletons {
     static Roles& roles() { return *Roles::Instance(); }
     static void forget() { Reader::Destory(); }
 
-    /// The loaded values as text.
     static std::string loaded() {
         Reader& r = reader();
         Roles& o = roles();
@@ -40,8 +38,7 @@ struct Singletons {
     }
 };
 
-/// Loads new singletons without the files of these variables, so that the answers after `run`
-/// result from that step alone.
+/// The answers after `run` then result from that step alone.
 template <typename S, typename Run>
 std::string withFilesOnlyFor(std::initializer_list<const char*> variables, Run run) {
     S::forget();
@@ -56,7 +53,6 @@ std::string withFilesOnlyFor(std::initializer_list<const char*> variables, Run r
     return S::loaded();
 }
 
-/// A measured query: its name in the results, and its row in the table of all queries.
 struct Measured {
     const char* name;
     const char* query;

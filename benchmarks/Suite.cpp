@@ -15,7 +15,7 @@ namespace bench {
 
 namespace {
 
-/// The answers as one text for a pipe: names and answers, each followed by a NUL byte.
+/// Names and answers, each followed by a NUL byte.
 std::string flattened(const Answers& answers) {
     std::string text;
     for (const auto& [name, answer] : answers) {

@@ -10,7 +10,7 @@
 
 namespace bench {
 
-/// Operation -> answer as text, in the order of the operations.
+/// In the order of the operations.
 using Answers = std::vector<std::pair<std::string, std::string>>;
 
 struct Operation {
@@ -26,19 +26,19 @@ class Suite {
 public:
     void add(Operation operation) { m_operations.push_back(std::move(operation)); }
     Answers answers() const;
-    /// Registers every operation with Google Benchmark; `once` limits each to one iteration.
+    /// `once` limits each operation to one iteration.
     void registerAll(bool once) const;
 
 private:
     std::vector<Operation> m_operations;
 };
 
-/// Returns the answers of the operations that `fill` adds. They run in a child process, so that the
-/// heap of this one is unchanged. Call it before threads are started.
+/// They run in a child process, so that the heap of this one is unchanged. Call it before threads
+/// are started.
 /// @throws std::runtime_error if the child process fails.
 Answers answersApart(const std::function<void(Suite&)>& fill);
 
-/// Returns the first difference between the answers of two variants, "" if there is none.
+/// "" if there is none.
 std::string difference(const Answers& one, const Answers& other);
 
 } // namespace bench

@@ -14,8 +14,7 @@ void addBaseline(Suite& suite);
 /// closes it. "guarded-text" and "guarded-number" copy a value with an ACE_Read_Guard.
 void addLimit(Suite& suite);
 
-/// Compares the answers of product and baseline, each from its own process.
-/// @throws std::runtime_error if they differ.
+/// Each from its own process. @throws std::runtime_error if they differ.
 void compareAnswers();
 
 } // namespace bench

@@ -65,7 +65,6 @@ long privateMemory() {
     return number("/proc/self/smaps_rollup", "Private_Dirty");
 }
 
-/// The folder of the event library's thread under /proc.
 fs::path serviceThread() {
     for (const fs::directory_entry& task : fs::directory_iterator("/proc/self/task")) {
         if (textOf(task.path() / "comm") == "sysconf-events\n") {
@@ -92,7 +91,6 @@ public:
         fs::remove_all(m_folder, ignored);
     }
 
-    /// Changes the host tag of the nodes and returns the time until the library returns it.
     double microsecondsToAnswer(int round) {
         const std::string tag = "tag-" + std::to_string(round);
         replaceTags(tag);
@@ -152,7 +150,6 @@ Json::Value silence(int seconds) {
     return value;
 }
 
-/// The resources that the event library and a subscription add to a process.
 Json::Value added(const char* library) {
     ::setenv("NO_EM_CLIENT", "1", 1);
     SysConfReader::Instance();

@@ -56,7 +56,7 @@ const Call kQueries[] = {
 
 const Call kLoad[] = {{"SysConfReader::Reload", [] { SysConfReader::Instance()->Reload(); }}};
 
-/// Measures the call in a child process with singletons that have loaded no file.
+/// In a child process with singletons that have loaded no file.
 void measure(const char* file, const Call& call, const fs::path& directory) {
     std::fflush(stdout);
     const pid_t child = ::fork();
@@ -86,7 +86,7 @@ void measure(const char* file, const Call& call, const fs::path& directory) {
     std::_Exit(EXIT_SUCCESS);
 }
 
-/// Writes a file with an old time stamp, because the library reads a new file twice.
+/// With an old time stamp, because the library reads a new file twice.
 void write(const fs::path& path, const std::string& start, const std::string& part,
            std::size_t size, const std::string& end) {
     fs::create_directories(path.parent_path());
@@ -109,7 +109,6 @@ void measureNodes(const fs::path& directory, std::size_t size) {
     }
 }
 
-/// Writes both node lists: `part` is repeated between `start` and `end`.
 void writeLists(const fs::path& directory, const std::string& start, const std::string& part,
                 std::size_t size, const std::string& end) {
     for (const char* list : {generator::kNodeListFile, generator::kManagerNodeListFile}) {

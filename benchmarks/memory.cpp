@@ -19,7 +19,6 @@
 
 namespace {
 
-/// Heap memory in use, in bytes.
 long heapInUse() {
     const struct mallinfo2 heap = ::mallinfo2();
     return static_cast<long>(heap.uordblks + heap.hblkhd);

@@ -30,7 +30,6 @@ using Clock = std::chrono::steady_clock;
 using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReaderImpl;
 
-/// The longest wait of the current thread for the write side of a lock.
 thread_local Clock::duration t_wait{};
 
 double milliseconds(Clock::duration time) {
@@ -49,10 +48,8 @@ Json::Value quantiles(std::vector<double> times) {
     return value;
 }
 
-/// The number of queries of each thread that are timed.
 constexpr std::size_t kMostTimes = 10'000;
 
-/// Threads that query without pause and record the duration of each query.
 class Crowd {
 public:
     Crowd(std::size_t threads, const std::function<std::string()>& query) {

@@ -51,7 +51,7 @@ bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
-/// Returns the code unit of an escape \uXXXX at the start of the text; 0 if there is none.
+/// 0 if there is no escape \uXXXX at the start of the text.
 unsigned int escapedUnit(std::string_view text) {
     if (text.size() < 6 || text[0] != '\\' || text[1] != 'u') {
         return 0;
@@ -67,7 +67,6 @@ unsigned int escapedUnit(std::string_view text) {
     return unit;
 }
 
-/// Returns the byte or escape at the start of the text, which is inside quotes.
 std::string_view unquoted(std::string_view text) {
     if (const unsigned int unit = escapedUnit(text); unit != 0) {
         const unsigned int next = escapedUnit(text.substr(6));

@@ -37,8 +37,7 @@ using namespace sysconfctl;
     std::abort();
 }
 
-/// The lines of the first part: "unset VARIABLE", "instance ID", "ask ARGUMENT". Others are
-/// ignored.
+/// "unset VARIABLE", "instance ID", "ask ARGUMENT". Other lines of the first part are ignored.
 class Setting {
 public:
     explicit Setting(const std::string& lines) {
@@ -150,7 +149,6 @@ void compareAll(Setting& setting, const Sources& sources, const Loaded& loaded) 
     }
 }
 
-/// Replaces the files by the parts from `first` on, as far as there are any.
 void take(const std::vector<std::string>& parts, std::size_t first, files::Texts& texts) {
     std::string* const files[] = {&texts.appConfig, &texts.nodeList, &texts.managerNodeList};
     for (std::size_t i = 0; i < std::size(files) && first + i < parts.size(); ++i) {

@@ -25,7 +25,7 @@ void require(bool holds, const char* what) {
     }
 }
 
-/// Whether two values have the same type and content; doubles are compared bit by bit.
+/// Doubles are compared bit by bit.
 bool same(const Json::Value& one, const Json::Value& other) {
     if (one.type() != other.type() || one.size() != other.size()) {
         return false;
@@ -49,7 +49,6 @@ bool isBeyondTheJudge(std::string_view text) {
     return text.find('\0') != std::string_view::npos || text.starts_with("\xEF\xBB\xBF");
 }
 
-/// Compares the strict reader with the judge.
 bool readsLike(const judge::Verdict& verdict, const std::string& text) {
     Json::Value value;
     const bool accepted = JsonReader(false).parse(text, value);
@@ -59,7 +58,6 @@ bool readsLike(const judge::Verdict& verdict, const std::string& text) {
     return accepted;
 }
 
-/// Whether the text must be accepted, according to the judge.
 bool isAcceptable(const std::string& text) {
     if (isBeyondTheJudge(text)) {
         return false;

@@ -68,7 +68,7 @@ private:
         m_json.end();
     }
 
-    /// Returns an address that occurs only once; one in eight is IPv6.
+    /// One in eight is IPv6.
     std::string address(unsigned network, unsigned index) {
         const std::string high = std::to_string(50 * network + index / 250);
         const std::string low = std::to_string(index % 250 + 1);

@@ -18,8 +18,7 @@ struct Shape {
 
 inline constexpr const char* kInstanceId = "alarm-1";
 
-/// The own node: a master in the middle of the list, and the only node with the service address
-/// 127.0.0.1.
+/// A master in the middle of the list, and the only node with the service address 127.0.0.1.
 std::string ownNodeId(unsigned nodes);
 
 /// Pairs of a master and a standby node in four tenancies. A node has five addresses with one or

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The C library: the same answers as the classes, errors, status.
 
 #include "functions.h"
 #include "sysconfreader_c.h"
@@ -123,7 +122,6 @@ std::string databasesText() {
     return support::jsonText(object);
 }
 
-/// A query, its arguments, and what the classes answer.
 struct Row {
     const char* query;
     Texts arguments;
@@ -177,7 +175,6 @@ const std::vector<Row>& rows() {
     return table;
 }
 
-/// The arguments as C has them, ended by null.
 std::vector<const char*> pointers(const Texts& arguments) {
     std::vector<const char*> all;
     for (const std::string& argument : arguments) {
@@ -218,7 +215,6 @@ Got call(const char* query, const Texts& arguments) {
     return got;
 }
 
-/// The lines of a text in ascending order.
 Got sorted(const Got& got) {
     std::istringstream stream(got.text);
     Texts lines;

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The C library while memory runs out.
 
 #include "sysconfreader_c.h"
 

@@ -47,7 +47,6 @@ NaiveReader naiveReader(const Parsed& files) {
              [&] { return files.managerNodeList; }, [] { return kHostAddresses; }}};
 }
 
-/// The arguments and outputs of each call of a query.
 std::vector<std::pair<Arguments, Outputs>> calls(Takes takes, const Questions& questions,
                                                  const std::vector<std::string>& databases) {
     std::vector<std::pair<Arguments, Outputs>> all;
@@ -93,7 +92,6 @@ std::vector<std::pair<Arguments, Outputs>> calls(Takes takes, const Questions& q
     return all;
 }
 
-/// The names of up to two databases, and of one that does not exist.
 template <typename Reader>
 std::vector<std::string> someDatabases(Reader& reader) {
     std::map<std::string, Json::Value> all;
@@ -117,7 +115,6 @@ std::string label(const char* name, const Arguments& with) {
     return all;
 }
 
-/// Calls each query that reads nothing, and each that reads one of `reads`.
 template <typename Reader, typename Roles>
 Answers ask(Reader& reader, const Roles& roles, const std::set<Reads>& reads,
             const Questions& questions) {

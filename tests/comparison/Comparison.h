@@ -9,10 +9,8 @@
 #include <utility>
 #include <vector>
 
-/// Compares the library with NaiveReader.
 namespace comparison {
 
-/// The arguments of the queries.
 struct Questions {
     std::set<std::string> tags;
     std::set<std::string> prefixes{"northbound", "southbound", "", "s", "North"};
@@ -28,19 +26,17 @@ struct Questions {
 /// Common tags and a few strings of the texts.
 Questions questionsFor(const files::Texts& texts);
 
-/// Queries with their arguments, and the answers.
 using Answers = std::vector<std::pair<std::string, std::string>>;
 
-/// Compares the answers after a first load of `texts`, twice, and after a reload of `texts` over
-/// `before`. Calls each query that reads nothing, and each that reads one of `reads`. Returns the
-/// first difference, "" if there is none. Also expects that no lock remains held.
+/// After a first load of `texts`, twice, and after a reload of `texts` over `before`. Calls each
+/// query that reads nothing, and each that reads one of `reads`. Returns the first difference, ""
+/// if there is none. Also expects that no lock remains held.
 std::string difference(const files::Texts& before, const files::Texts& texts,
                        const std::set<queries::Reads>& reads, const Questions& questions,
                        Answers* answers = nullptr);
 
-/// Loads `texts`, then writes each of `lists` to both node lists, at the end the first one again.
-/// Calls the queries that read a list one to eight times for each, without a reload. Returns the
-/// first difference, "" if there is none.
+/// Loads `texts`, then writes each of `lists`, at the end the first one again, and calls the
+/// queries that read a list one to eight times for each, without a reload.
 std::string differenceInTurn(const files::Texts& texts, const std::vector<std::string>& lists);
 
 /// Aborts the process with a message if there is a difference. For fuzz targets.

@@ -17,7 +17,6 @@ inline constexpr const char* kInstanceId = "p1";
 
 void write(const Texts& texts);
 
-/// Sets all variables for the process "p1" and these files, without events.
 void setEnvironment();
 
 } // namespace files

@@ -5,7 +5,6 @@
 
 namespace {
 
-/// Runs a step of a load if the file parses. The first value of the wrong type ends the step.
 void attempt(naive::File file, const std::function<void(Json::Value&)>& step) {
     try {
         if (file) {

@@ -9,8 +9,7 @@
 #include <set>
 #include <string>
 
-/// A literal implementation of the library's two classes in one, without locks and events. The
-/// operations have the library's names.
+/// A literal implementation of the library's two classes in one, without locks and events.
 class NaiveReader {
 public:
     /// Reads and parses a file. Called whenever the library would read that file.
@@ -25,7 +24,6 @@ public:
     NaiveReader(std::string instanceId, Sources sources)
         : m_instanceId(std::move(instanceId)), m_sources(std::move(sources)) {}
 
-    /// The first load or a reload of both classes.
     void Reload();
     void InitMasterAndStandyNodeId();
     void InitMasterAndStandyIp();

@@ -9,11 +9,10 @@
 #include <set>
 #include <string>
 
-/// A literal implementation of every query's rules, without code of the library. Do not optimise
-/// it: the benchmarks compare the library with it.
+/// Without code of the library. Do not optimise it: the benchmarks compare the library with it.
 namespace naive {
 
-/// The parsed file, or nothing. The rules modify their copy.
+/// The rules modify their copy.
 using File = std::optional<Json::Value>;
 
 std::string localIPByUsage(File nodeList, const std::string& nodeId, const std::string& floatNodeId,

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Compares the library with NaiveReader on random deployments.
 
 #include "comparison/Comparison.h"
 #include "comparison/RandomLists.h"

@@ -9,26 +9,21 @@
 #include <string>
 #include <vector>
 
-/// Random node lists: with and without values of the wrong type, with odd tags and odd ids. The
-/// same seed gives the same lists on every machine.
+/// With and without values of the wrong type, with odd tags and odd ids. The same seed gives the
+/// same lists on every machine.
 class RandomLists {
 public:
     explicit RandomLists(std::uint64_t seed) : m_random(seed) {}
 
-    /// A complete node list or manager node list.
     Json::Value list();
-    /// The address entries of a node.
     Json::Value addresses();
 
-    /// Ids, tags and other texts that occur in the lists.
     std::string nodeId();
     std::string askedNodeId() { return oneIn(3) ? nodeId() : "n1"; }
     std::string tag();
-    /// A tag that is probably in the list.
     std::string askedTag();
     std::set<std::string> tags();
     std::string address();
-    /// A key that is in the map of a caller of getLocalNodeIPs.
     std::string callersKey();
     int callersNumber();
     std::string prefix();
@@ -44,7 +39,6 @@ private:
     const T& anyOf(const std::vector<T>& choices) {
         return choices[below(choices.size())];
     }
-    /// The value, or one of another type if the list has wrong types.
     Json::Value perhapsMistyped(Json::Value value);
     Json::Value wrongValue();
     Json::Value usage();
@@ -53,9 +47,8 @@ private:
     std::string someCapitals(std::string text);
 
     std::mt19937_64 m_random;
-    /// One value in this number has the wrong type; 0 for none.
+    /// 0 for none.
     unsigned int m_mistypedOneIn = 0;
 };
 
-/// The text of a JSON file with that content.
 std::string textOf(const Json::Value& value);

@@ -57,7 +57,6 @@ std::string address(int number) {
     return "10." + block + "." + std::to_string(100 + number % 100) + ".1";
 }
 
-/// A list of the node "n1" with that service address, and of other nodes before and after it.
 std::string listOf(int number, int others = 30) {
     const auto node = [&](const std::string& id) {
         return "\n    \"" + id + R"(": {"IPAddresses": [{"usage": ["service", "float"], "IP": ")" +
@@ -91,7 +90,6 @@ protected:
 
     std::string path() const { return deployment.nodeListPath(); }
 
-    /// Stores the whole text in the existing file.
     void overwrite(const std::string& text) const {
         const int file = ::open(path().c_str(), O_WRONLY | O_CLOEXEC);
         EXPECT_EQ(::pwrite(file, text.data(), text.size(), 0), static_cast<ssize_t>(text.size()));

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The memory of remembered lists, and queries that run out of memory.
 
 #include "SysConfReader.h"
 #include "support/AllocationFaults.h"
@@ -74,8 +73,7 @@ TEST(RememberedMemory, AnyAllocationFails_NextAnswersAreRight) {
         }
         lost.push_back(withoutAnswer);
     }
-    // Without memory for reading or answering the answer is lost, but not without memory for
-    // keeping and packing.
+    // Only the answer of a query without memory for reading or answering is lost.
     EXPECT_EQ(std::set<std::size_t>(lost.begin() + 1, lost.end()).size(), 1U)
         << testing::PrintToString(lost);
     EXPECT_GT(failed, 30U);
@@ -120,7 +118,7 @@ std::size_t allocated() {
     return info.uordblks + info.hblkhd;
 }
 
-/// Returns the memory that is allocated after some queries of a list, as a multiple of its length.
+/// As a multiple of its length.
 double keptFor(Deployment& deployment, const std::string& text, int queries) {
     SysConfReader::Instance();
     deployment.nodeList(R"({"nodeList":{}})");
@@ -137,7 +135,6 @@ class MemoryOfLists : public testing::Test {
 protected:
     MemoryOfLists() { deployment.appConfig(kAppConfig); }
 
-    /// A list of at least that length, of copies of a node.
     static std::string listOf(const std::string& node, std::size_t length) {
         std::string nodes;
         for (int i = 0; nodes.size() < length; ++i) {

@@ -22,7 +22,6 @@ using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReader_i;
 using Quarncommon::SysConfReaderImpl;
 
-/// Destroys all three, in another order each round.
 void destroyAll(int round) {
     void (*const destroy[])() = {&SysConfReader::Destory, &SysConfReaderImpl::Destory,
                                  &SysConfReader_i::Destory};

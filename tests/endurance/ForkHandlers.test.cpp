@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Fork handlers of the program that destroy and create the instances, registered before and after
-// the library's handler.
 
 #include "SysConfReader.h"
 #include "SysConfReaderImpl.h"

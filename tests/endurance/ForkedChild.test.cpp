@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Children that are forked during loads, destructions, queries and events.
 
 #include "Rounds.h"
 #include "SysConfReader.h"
@@ -55,7 +54,6 @@ int exitInOrder() {
     std::exit(0);
 }
 
-/// Queries, reloads and queries again. Returns 0 if all answers are right.
 int ask() {
     SysConfReader& reader = *SysConfReader::Instance();
     if (reader.getLocalPort() != 4001 || reader.getLocalServiceIP() != "10.1.1.3" ||
@@ -98,8 +96,7 @@ protected:
     ForkedChild() { support::writeGeneration(m_deployment, 1); }
     ~ForkedChild() override { support::setLockHook(nullptr); }
 
-    /// Forks one child of each kind, `rounds` times, while other threads repeat one of `others`
-    /// each.
+    /// Forks while other threads repeat one of `others` each.
     static void forkBeside(int rounds, const std::vector<std::function<void()>>& others) {
         SysConfReader::Instance();
         std::atomic<bool> done{false};
@@ -198,11 +195,9 @@ TEST_F(ForkedChild, WithTheEventLibraryOfTheFiles_AnswersExecsAndExits) {
     SysConfReader::Destory();
 }
 
-/// A thread that stops before or after acquiring a lock, until this object is destroyed.
 class Stopped {
 public:
-    /// Runs `work` on a new thread and returns when that is at its call number `which` (from 1) of
-    /// that kind.
+    /// Returns when that is at its call number `which` (from 1) of that kind.
     Stopped(LockCall call, bool held, int which, const std::function<void()>& work) {
         support::setLockHook([=, this](LockCall seen, bool seenHeld) {
             if (std::this_thread::get_id() == m_thread.get_id() && seen == call &&
@@ -236,7 +231,6 @@ private:
     std::jthread m_thread;
 };
 
-/// The operations that a fork may interrupt.
 const std::vector<std::pair<const char*, std::function<void()>>>& operations() {
     static const std::vector<std::pair<const char*, std::function<void()>>> operations{
         {"reload of the reader", reloadReader},

@@ -65,7 +65,6 @@ std::string managerNodeList(int generation) {
     return support::jsonText(root);
 }
 
-/// The marks of an answer, and the answer without them.
 struct Reading {
     std::string form;
     std::optional<int> generation;
@@ -162,8 +161,7 @@ std::string History::wrongWithRoles() const {
     return wrong;
 }
 
-/// @param oldestNode The oldest generation of the own node id, or 0 if the answer is not about the
-///        own node.
+/// @param oldestNode 0 if the answer is not about the own node.
 std::string History::judge(const std::string& name, const std::string& answer, int oldest,
                            int oldestNode) const {
     const int newest = m_begun;

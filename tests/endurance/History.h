@@ -14,7 +14,7 @@ namespace endurance {
 
 /// Writes successive generations of a deployment's files and checks the library's answers. Every
 /// text contains its generation and its node, and each generation runs the process on another node.
-/// One thread writes, any thread may query.
+/// One thread writes.
 class History {
 public:
     /// Writes generation 1 and calls every query once.
@@ -22,20 +22,17 @@ public:
 
     /// Replaces the three files by renaming.
     void write(int generation);
-    /// Both singletons have loaded that generation.
     void noteLoaded(int generation) { m_loaded = generation; }
 
-    /// Both singletons answer with what they have loaded of that generation.
     bool answersAreOf(int generation) const;
 
-    /// Calls a query and returns the error in its answer, "" if there is none. The answer must have
-    /// the form of the first one and come from one generation that existed during the call.
+    /// "" if the answer has the form of the first one and comes from one generation that existed
+    /// during the call.
     std::string wrongWith(const queries::ReaderQuery& query) const;
-    /// The same for the four answers of the role reader.
     std::string wrongWithRoles() const;
 
 private:
-    /// The oldest possible generations of an answer, determined before the call.
+    /// Determined before the call.
     struct Floor {
         int nodeList;
         int managerNodeList;

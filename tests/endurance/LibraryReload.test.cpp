@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// A program that is not linked with the library opens, uses and closes it repeatedly.
 
 #include "Rounds.h"
 #include "SysConfReader.h"
@@ -24,7 +23,6 @@ namespace {
 
 using Quarncommon::SysConfReader;
 
-/// An open handle of the library.
 class Opened {
 public:
     Opened() : m_handle(::dlopen(SYSCONF_LIBRARY, RTLD_NOW | RTLD_LOCAL)) {
@@ -66,8 +64,7 @@ class LibraryReload : public testing::Test {
 protected:
     LibraryReload() { support::writeGeneration(m_deployment, 1); }
 
-    /// Opens, uses and closes the library repeatedly and calls `closed` after each round. Expects
-    /// that resources and heap do not grow.
+    /// Expects that resources and heap do not grow.
     template <typename Closed>
     void run(bool destroy, Closed closed) {
         // malloc reports the blocks in the caches of threads as used.
@@ -99,8 +96,7 @@ protected:
     support::Deployment m_deployment;
 
 private:
-    /// The state of a process without instances. What they hold depends on the events that have
-    /// arrived.
+    /// What instances hold depends on the events that have arrived.
     struct State {
         Resources resources{};
         std::size_t heap = 0;
@@ -113,7 +109,7 @@ private:
         return now;
     }
 
-    /// The minimum of a hundred samples, because a thread that ends may still hold something.
+    /// A thread that ends may still hold something.
     static State leastStateWithoutInstances() {
         Opened().destroy();
         State least = state();
@@ -127,7 +123,6 @@ private:
         return least;
     }
 
-    /// Waits up to ten seconds until the state is that of `before`.
     static State stateOnceAsAt(const State& before) {
         Opened().destroy();
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
@@ -141,12 +136,11 @@ private:
     }
 
     static constexpr int kRounds = 60;
-    // The difference between two states at rest. It does not grow with the rounds, so more rounds
-    // find smaller leaks: the short form of the test those of 100 bytes per round.
+    // It does not grow with the rounds, so more rounds find smaller leaks: the short form of the
+    // test those of 100 bytes per round.
     static constexpr std::size_t kTolerance = 4096;
 };
 
-/// An event library need not keep the code of its callbacks loaded.
 TEST_F(LibraryReload, EventLibraryThatPinsNothing_CallbacksRemainLoaded) {
     support::installEventLibrary("recording");
     run(false, [] { ASSERT_EQ(support::deliver(), 0); });

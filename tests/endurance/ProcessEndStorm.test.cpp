@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// exit() while a change is being applied, on the main thread and on another.
 
 #include "Rounds.h"
 #include "SysConfReader.h"
@@ -24,8 +23,7 @@ using Quarncommon::SysConfReader;
 
 constexpr unsigned int kPatience = 120; // seconds
 
-/// Only waits with a sanitizer, which reports the destruction of a static object that a thread
-/// uses, even if it is harmless.
+/// A sanitizer reports the destruction of a static object that a thread uses, even if harmless.
 [[noreturn]] void askToTheEnd() {
     for (;;) {
 #ifdef SYSCONF_SANITIZED
@@ -46,8 +44,6 @@ protected:
         support::writeGeneration(m_deployment, 1);
     }
 
-    /// Starts one process per round. Each subscribes, waits for a few events and calls exit() while
-    /// others arrive.
     void run(int few, const std::function<void()>& exit) {
         const int rounds = endurance::rounds(few);
         for (int round = 0; round < rounds; ++round) {
@@ -66,8 +62,7 @@ protected:
     }
 
 private:
-    /// Returns after that number of applied changes. Two threads continue: one changes the files,
-    /// one queries.
+    /// Two threads continue: one changes the files, one queries.
     void subscribeUnderAStorm(int changes) {
         SysConfReader::Instance();
         std::thread([this] {

@@ -7,14 +7,12 @@
 
 namespace endurance {
 
-/// The number of rounds of a test: SYSCONFREADER_ROUNDS if it is set, else `few`.
 inline int rounds(int few) {
     const char* wanted = std::getenv("SYSCONFREADER_ROUNDS");
     return wanted != nullptr ? std::stoi(wanted) : few;
 }
 
-/// Kills the process if there is no progress for two minutes. By SIGALRM, which also reaches
-/// threads that wait.
+/// By SIGALRM, which also reaches threads that wait, after two minutes without progress.
 class Watchdog {
 public:
     Watchdog() { progress(); }

@@ -49,13 +49,13 @@ constexpr bool kHeapIsOurs = true;
 
 constexpr int kAskers = 8;
 
-/// The allowed difference of the heap: caches of the dynamic loader and the C library.
+/// Caches of the dynamic loader and the C library.
 constexpr std::size_t kHeapTolerance = 64U * 1024U;
-/// The allowed growth of the resident memory after warming up, by fragmentation.
+/// After warming up, by fragmentation.
 constexpr long kResidentTolerance = 4096; // KiB
 
-/// Prevents the destruction of an instance in use, as callers of the library must. The mutex
-/// prevents that the many users starve the destroying thread.
+/// Callers must not destroy an instance in use. The mutex prevents that the many users starve the
+/// destroying thread.
 class Instances {
 public:
     template <typename Work>
@@ -123,8 +123,7 @@ public:
 
     const Totals& totals() const { return m_totals; }
 
-    /// The resources while the threads pause: memory without an instance, everything else with a
-    /// new one.
+    /// Memory without an instance, everything else with a new one.
     Sample sample() {
         Sample sample{};
         const std::lock_guard<std::mutex> nobodyAsks(m_asking);
@@ -171,7 +170,6 @@ private:
         }
     }
 
-    /// Alternately reloads and waits for an event.
     void write() {
         for (int generation = 2; !m_done; ++generation) {
             const bool reload = generation % 2 == 0;
@@ -262,7 +260,6 @@ void printSample(Clock::time_point start, const Totals& totals, const Sample& sa
     std::fflush(stdout);
 }
 
-/// Compares exact values with the first sample, and the others with the time after warming up.
 bool flat(const std::vector<Sample>& samples, bool residentToo) {
     bool flat = true;
     for (const Sample& sample : samples) {

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The table of operations is complete, and each operation has an answer.
 
 #include "support/Deployment.h"
 #include "support/HostAddresses.h"

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Each allocation of each operation fails, alone or with all later ones.
 
 #include "support/AllocationFaults.h"
 #include "SysConfReader.h"
@@ -40,7 +39,6 @@ Json::Value parsed(const std::string& text) {
 
 struct Outcome {
     Outputs before;
-    /// Of a call without a fault.
     Outputs expected;
     Outputs outputs;
     bool happened = false;
@@ -58,7 +56,6 @@ protected:
         m_answers = operations::answers();
     }
 
-    /// Calls the operation with each of its allocations failing and passes the outcomes to `check`.
     template <typename Check>
     void exhaust(const Operation& operation, const Outputs& before, Check check,
                  std::size_t step = 1) {
@@ -94,7 +91,6 @@ protected:
         }
     }
 
-    /// Removes the own node's address entries that have none of the tags from the node list.
     void keepAddresses(const std::set<std::string>& tags) {
         Json::Value list = parsed(operations::nodeList(kMark));
         Json::Value& entries = list["nodeList"]["node-of-this-process-a"]["IPAddresses"];
@@ -128,7 +124,6 @@ bool isAnyOf(const std::string& text, const std::set<std::string>& texts) {
     return texts.contains(text);
 }
 
-/// The answers of getLocalNorthIP for all walks that end before one of the tags.
 std::set<std::string> northAnswersPartWay(const std::filesystem::path& nodeList) {
     std::set<std::string> answers{maintenanceAddress()};
     std::ifstream file(nodeList);
@@ -161,8 +156,7 @@ bool isRightByTag(const Outcome& o, const std::string& service) {
     });
 }
 
-/// Whether the outputs are correct for a query that returns although it ran out of memory. The
-/// other queries throw and leave their outputs unchanged.
+/// The other queries throw and leave their outputs unchanged.
 bool isAllowed(const std::string& name, const Outcome& o, const support::Deployment& files) {
     const Outputs& out = o.outputs;
     if (out == (o.threw ? o.before : o.expected)) {
@@ -225,7 +219,6 @@ Outputs filledOutputs() {
     return before;
 }
 
-/// The map of an earlier call, with a thousand keys.
 Outputs outputsWithKeys() {
     Outputs before = filledOutputs();
     SysConfReader::Instance()->getLocalNodeIPs(before.byTag);

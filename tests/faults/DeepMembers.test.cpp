@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Ignored members, nested up to the limit and beyond, and callers with a small stack.
 
 #include "faults/SmallStack.h"
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Environment variables with unusual values.
 
 #include "support/Deployment.h"
 #include "support/EventLibrary.h"

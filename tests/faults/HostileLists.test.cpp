@@ -23,7 +23,6 @@ std::string times(std::size_t number, const std::string& piece) {
     return text;
 }
 
-/// A list of the own node, a master and a standby node, each with these addresses.
 std::string listOf(const std::string& addresses) {
     const auto node = [&](const std::string& id, const std::string& role,
                           const std::string& domain) {
@@ -34,7 +33,6 @@ std::string listOf(const std::string& addresses) {
            node("other", "standby", "ACCESS_Backup") + "}}";
 }
 
-/// An address entry with further, ignored members.
 std::string entry(const std::string& address, std::size_t members, const std::string& tags) {
     return "{" + times(members, R"("":0,)") + R"("IP":")" + address + R"(","usage":[)" + tags +
            "\"x\"]}";

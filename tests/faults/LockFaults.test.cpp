@@ -26,7 +26,6 @@ using support::Deployment;
 using support::LockCall;
 using support::SampleDeployment;
 
-/// The files before and during an operation.
 struct Situation {
     const char* name;
     void (*enter)(Deployment& files);
@@ -51,11 +50,10 @@ struct Outcome {
     std::string answer;
     int error = 0;
     support::LockCounts locks;
-    /// All answers after the fault.
     operations::Answers after;
 };
 
-/// Runs the operation in new instances, with the fault during the operation only.
+/// In new instances, with the fault during the operation only.
 Outcome outcome(const Operation& operation, const Situation& situation, void (*fault)(int),
                 int error) {
     operations::destroyAll();
@@ -79,8 +77,6 @@ Outcome outcome(const Operation& operation, const Situation& situation, void (*f
 
 void noFault(int /*error*/) {}
 
-/// Expects each operation that acquires one of those locks to work in spite of the fault, and to
-/// set errno.
 void expectWorksInSpiteOf(void (*fault)(int), std::initializer_list<Locks> locks) {
     for (const Operation& operation : operations::all()) {
         if (std::find(locks.begin(), locks.end(), operation.locks) == locks.end()) {
@@ -171,8 +167,8 @@ TEST(LockFaults, WriteLockOfTwoCreations_FirstPublishedInstanceIsKeptAndSubscrib
     });
     EXPECT_EQ(SysConfReaderImpl::Instance(), first);
     ASSERT_NE(first, nullptr);
-    // The second one replaced the first in the event library and was then discarded, without ending
-    // a subscription. The first one is subscribed again and has the change.
+    // The second one replaced the first in the event library and was then discarded. The first one
+    // is subscribed again and has the change.
     EXPECT_EQ(support::eventLibraryCalls().subscriptions, 3);
     EXPECT_EQ(support::eventLibraryCalls().finis, 0);
     EXPECT_EQ(support::lastUserData(), first);

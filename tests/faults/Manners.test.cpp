@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Properties of the process that the library does not change, or does not depend on.
 
 #include "support/Deployment.h"
 #include "support/EventLibrary.h"
@@ -30,7 +29,6 @@ namespace {
 namespace fs = std::filesystem;
 using operations::Answers;
 
-/// Properties of the process as text, by name.
 using Possessions = std::map<std::string, std::string>;
 
 std::string handlerOf(int signal) {
@@ -75,7 +73,6 @@ Possessions possessions() {
     return all;
 }
 
-/// Calls every operation once.
 void callEverything() {
     for (const operations::Operation& operation : operations::all()) {
         operations::prepare(operation);
@@ -139,7 +136,6 @@ TEST_F(Manners, PasswordOfAWrongType_IsNotInTheException) {
     }
 }
 
-/// While it exists, standard output and standard error go to one file.
 class SilentOutputs {
 public:
     SilentOutputs() {
@@ -160,7 +156,6 @@ public:
             ::close(m_saved[static_cast<std::size_t>(descriptor)]);
         }
     }
-    /// The number of bytes written.
     static std::size_t written() {
         std::fflush(nullptr);
         return fs::file_size(support::testDirectory() / "output");
@@ -223,7 +218,6 @@ TEST_F(Manners, StandardDescriptorsClosed_AnswersAreTheSame) {
     EXPECT_EQ(operations::differences(again, expected), "");
 }
 
-/// While it exists, the process cannot open any file.
 class DescriptorsUsedUp {
 public:
     DescriptorsUsedUp() {
@@ -301,7 +295,6 @@ TEST_F(Manners, DescriptorsUsedUpBetweenTwoLoads_LoadedValuesAreKept) {
               before.at("SysConfReader::getLocalPort"));
 }
 
-/// Lists and databases with numbers in place of texts.
 void writeNumbers(support::Deployment& files) {
     const std::string nodes = R"({"nodeList":{"1234567.5":{
         "a member of the nodes by which they are selected":"any","assignedToTenancy":7654321.25,
@@ -319,7 +312,6 @@ void writeNumbers(support::Deployment& files) {
         .managerNodeList(nodes);
 }
 
-/// Numbers with a decimal comma.
 struct DecimalComma : std::numpunct<char> {
     char do_decimal_point() const override { return ','; }
     char do_thousands_sep() const override { return '.'; }

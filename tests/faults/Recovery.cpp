@@ -39,18 +39,16 @@ using Clock = std::chrono::steady_clock;
 using support::Call;
 using support::CallFault;
 
-/// The time limit of a wait. Only a failing test waits that long.
+/// Only a failing test waits that long.
 constexpr std::chrono::seconds kPatience{10};
-/// A row ends after this number of problems, unless everything is tried.
+/// Unless everything is tried.
 constexpr std::size_t kProblemsPerRow = 4;
-/// Each error is tried at every n-th call, unless everything is tried.
 constexpr std::size_t kSampled = 4;
-/// The duration of a fault that is released.
 constexpr std::chrono::milliseconds kWhile{300};
 /// More than one, because the processes mostly wait for events.
 constexpr std::size_t kProcessesPerProcessor = 6;
 
-/// The report of the processes of one row, in shared memory.
+/// In shared memory.
 struct Report {
     std::size_t injected;
     std::size_t problems;
@@ -82,7 +80,6 @@ void add(Report& report, const std::string& problem) {
     problem.copy(report.text.data() + length, report.text.size() - length - 1);
 }
 
-/// The answers and resources of a process without faults.
 struct Undisturbed {
     std::map<std::string, Answers> answers;
     Resources subscribed;
@@ -105,7 +102,7 @@ bool eventually(Condition condition) {
     return true;
 }
 
-/// Files and environment of a process. A link leads to the files.
+/// A link leads to the files.
 support::Deployment deploymentIn(const fs::path& directory) {
     fs::create_directories(directory / "real");
     fs::create_directory_symlink("real", directory / "link");
@@ -117,7 +114,6 @@ support::Deployment deploymentIn(const fs::path& directory) {
     return files;
 }
 
-/// One scenario with one fault, in its own process.
 class Trial {
 public:
     Trial(const Scenario& scenario, const CallFault& fault, const Undisturbed& undisturbed,
@@ -125,7 +121,7 @@ public:
         : m_scenario(scenario), m_fault(fault), m_undisturbed(undisturbed), m_start(resources()),
           m_files(deploymentIn(directory)) {}
 
-    /// Returns the problems, one per line. Sets `happened` and `recovery`.
+    /// One problem per line. Sets `happened` and `recovery`.
     std::string run() {
         m_notUnderTest.emplace();
         // Locks are counted from the start, because an event of the preparation may hold one now.
@@ -222,8 +218,8 @@ private:
 
     void expectNothingLeftBehind() {
         if (m_fault.call == Call::OpenLibrary) {
-            // A destruction that cannot open the event library leaves the subscription. The next
-            // role reader's subscription replaces it only if the role reader has the same address.
+            // The next role reader's subscription replaces the old one only if it has the same
+            // address.
             destroyAll();
             answersFromFiles();
         }
@@ -249,7 +245,7 @@ private:
     std::string m_problems;
 };
 
-/// Runs `work` in a forked process and returns its wait status. Kills it if it hangs.
+/// Returns the wait status. Kills the process if it hangs.
 template <typename Work>
 int inProcess(Work work) {
     const pid_t child = ::fork();
@@ -302,8 +298,7 @@ void tryOne(const Scenario& scenario, const Failing& failing, std::size_t first,
     fs::remove_all(directory, ignored);
 }
 
-/// One scenario with one failing call: each `failing.step`-th call of `calls`, which is their
-/// number without a fault; with one there may be more.
+/// `calls` is their number without a fault; with one there may be more.
 void tryAll(const Scenario& scenario, const Failing& failing, std::size_t calls,
             const Undisturbed& undisturbed, const fs::path& directory, Report& report) {
     for (std::size_t first = failing.from; first <= calls || (takesItsTime() && report.happened);
@@ -315,7 +310,6 @@ void tryAll(const Scenario& scenario, const Failing& failing, std::size_t calls,
     }
 }
 
-/// Limits the number of processes that run at once.
 class Processes {
 public:
     template <typename Work>
@@ -365,8 +359,7 @@ Answers saved(const fs::path& path) {
     return all;
 }
 
-/// Runs in a forked process: the test's process never uses the library, so that each child starts
-/// without it. The directory is as deep as those of the rows, because each folder has a watch.
+/// The directory is as deep as those of the rows, because each folder has a watch.
 Undisturbed observe(const fs::path& directory) {
     Undisturbed observed;
     SharedReports reports(1);

@@ -11,8 +11,8 @@ namespace support {
 class Deployment;
 }
 
-/// Tests that a process recovers from a failing call: afterwards it has leaked nothing, answers
-/// from the files and follows their changes. Each fault is tried in a new process.
+/// A process recovers from a failing call: it has leaked nothing, answers from the files and
+/// follows their changes. Each fault is tried in a new process.
 namespace faults {
 
 /// The action after which the answers are right again.
@@ -25,18 +25,14 @@ enum class Repair {
     Reload
 };
 
-/// A use of the libraries while a call fails.
 struct Scenario {
     std::string name;
-    /// Runs before the fault. The files exist.
+    /// The files exist.
     std::function<void(support::Deployment&)> prepare;
-    /// Runs with the fault.
     std::function<void(support::Deployment&)> act;
-    /// The thread on which calls fail: the one that calls `act`, or the others.
     enum class Thread { Caller, Other } thread = Thread::Caller;
     Repair repair = Repair::None;
-    /// Whether the event library's thread continues after `act`, so that the fault must last
-    /// longer.
+    /// The event library's thread continues after `act`, so the fault must last longer.
     bool leavesWork = false;
 };
 
@@ -50,16 +46,12 @@ struct Failing {
     std::size_t step = 1;
 };
 
-/// Whether the tests try everything, which takes long.
 bool takesItsTime();
 
-/// Every system call with its likely errors, once and until released.
 std::vector<Failing> failingSystemCalls();
-/// Every `step`-th allocation, once and until released.
 std::vector<Failing> failingAllocations(std::size_t step);
 
-/// Tries each failing call in each scenario at each of its calls. Expects no problem, and at least
-/// `leastFaults` faults.
+/// Tries each failing call in each scenario at each of its calls.
 void expectRecovery(const std::vector<Scenario>& scenarios, const std::vector<Failing>& failing,
                     std::size_t leastFaults);
 

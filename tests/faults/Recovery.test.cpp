@@ -48,7 +48,7 @@ std::vector<Scenario> firstUses() {
     return all;
 }
 
-/// Whether the caller must repeat the operation: a step of a load, or an event that it delivers.
+/// A step of a load, or an event that the caller delivers.
 bool isRepeatedByItsCaller(const operations::Operation& operation) {
     const std::string symbol = operation.symbol();
     return symbol.find("::init") != std::string::npos ||

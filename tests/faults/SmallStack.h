@@ -16,7 +16,6 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-/// Operations on a stack of 64 KiB.
 namespace faults {
 
 #ifdef SANITIZED
@@ -26,7 +25,6 @@ inline constexpr std::size_t kSmallStack = std::size_t{2048} * 1024;
 inline constexpr std::size_t kSmallStack = std::size_t{64} * 1024;
 #endif
 
-/// A stack with a guard page below it.
 class Stack {
 public:
     Stack()
@@ -53,7 +51,7 @@ public:
         ASSERT_EQ(::pthread_join(thread, nullptr), 0);
     }
 
-    /// The bytes that the last work has used, thread-local data included.
+    /// Thread-local data included.
     std::size_t used() const {
         const unsigned char* const end = bottom() + kSmallStack;
         return static_cast<std::size_t>(
@@ -74,7 +72,6 @@ private:
     unsigned char* m_memory;
 };
 
-/// Compares the answers on the small stack with those on this thread's.
 class SmallStackTest : public testing::Test {
 protected:
     SmallStackTest() {
@@ -110,7 +107,6 @@ protected:
     Stack m_stack;
 };
 
-/// A 1 in that many arrays or objects.
 inline std::string nested(std::size_t depth, bool objects) {
     std::string text;
     for (std::size_t i = 0; i < depth; ++i) {
@@ -120,7 +116,6 @@ inline std::string nested(std::size_t depth, bool objects) {
     return text + std::string(depth, objects ? '}' : ']');
 }
 
-/// Inserts a member before the first one with the name `before`.
 inline std::string withMember(std::string text, const std::string& before, const std::string& name,
                               const std::string& value) {
     const std::size_t at = text.find("\"" + before + "\":");

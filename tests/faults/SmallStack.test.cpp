@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Callers with a small stack, and ordinary files of up to 16 levels.
 
 #include "faults/SmallStack.h"
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// System calls that fail with each of their error numbers, and other things in place of a file. The
-// library answers as if the file did not exist, and correctly afterwards.
 
 #include "support/Deployment.h"
 #include "support/EventLibrary.h"
@@ -26,7 +24,6 @@ namespace {
 namespace fs = std::filesystem;
 using operations::Answers;
 
-/// Starts and ends a fault of one file.
 struct Fault {
     std::string name;
     std::function<void(const fs::path&)> make;
@@ -40,7 +37,6 @@ protected:
         support::installEventLibrary("recording");
     }
 
-    /// All answers after a first load, and after a reload over other files.
     struct Loads {
         Answers first;
         Answers again;
@@ -118,7 +114,6 @@ Fault failingOpen(int error) {
             [](const fs::path& path) { support::failOpens(path, nullptr); }};
 }
 
-/// For each open file, the fstat() before or after reading fails.
 Fault failingStat(int error, std::size_t which) {
     return {"fstat " + std::to_string(which) + ", " + std::to_string(error),
             [=](const fs::path& path) {

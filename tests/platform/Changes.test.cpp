@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The event library with every way to change a file.
 
 #include "Recorder.h"
 #include "support/Deployment.h"

@@ -12,7 +12,7 @@ namespace {
 
 using Node = JsonDocument::Node;
 
-/// Returns the answer, or nothing if the question throws.
+/// Nothing if the question throws.
 template <typename Question>
 auto answer(Question question) -> std::optional<decltype(question())> {
     try {
@@ -38,7 +38,6 @@ bool same(const Json::Value& one, const Json::Value& other) {
     return one == other;
 }
 
-/// Walks both trees in parallel. `path` is the place of a difference.
 class Comparison {
 public:
     std::string compare(const Json::Value& tree, const Node& node) {

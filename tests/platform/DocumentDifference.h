@@ -4,6 +4,6 @@
 #include <string>
 #include <string_view>
 
-/// Reads a text with JsonReader and with JsonDocument and calls every query of every value of both.
-/// Returns the first difference in what they accept, return or throw; "" if there is none.
+/// Calls every query of every value of JsonReader and JsonDocument. Returns the first difference in
+/// what they accept, return or throw; "" if there is none.
 std::string documentDifference(std::string_view text);

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The library and the event library together, on real files.
 
 #include "SysConfReader.h"
 #include "SysConfReader_i.h"
@@ -43,7 +42,6 @@ protected:
         support::writeGeneration(m_deployment, 1);
     }
 
-    /// Waits until both singletons answer from that generation of every file.
     static void waitForGeneration(int generation) {
         const std::string g = std::to_string(generation);
         while (SysConfReader::Instance()->getMaintenanceIPAddress() !=
@@ -107,7 +105,6 @@ TEST_F(EndToEnd, RolesDestroyedByTheFacadeAndCreatedAgain_MainReaderFollowsChang
     SysConfReader::Destory();
 }
 
-/// Eight threads query while the singletons are destroyed and created again.
 TEST_F(EndToEnd, TenThousandChangesDuringQueriesAndDestruction_AnswersAreFromTheLastFiles) {
     constexpr int kChanges = 10'000;
     setEnvironment("SYSCONF_EVENT_QUIET_MS", "0");

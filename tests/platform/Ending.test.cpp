@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The end of subscriptions while the service is busy.
 
 #include "EventConsumerCB.h"
 #include "Recorder.h"

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Fork handlers of the program that end the subscriptions and subscribe again.
 
 #include "EventConsumerCB.h"
 #include "Recorder.h"

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The event library in a child of a process that has a subscription.
 
 #include "EventConsumerCB.h"
 #include "Recorder.h"

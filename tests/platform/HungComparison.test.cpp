@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// A file whose read hangs while the service compares the contents of the files.
 
 #include "WatchFaults.h"
 #include "support/Sanitizers.h"

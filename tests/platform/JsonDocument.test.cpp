@@ -16,7 +16,6 @@ namespace {
 
 using namespace std::string_literals;
 
-/// A document that has read that text.
 class Read {
 public:
     explicit Read(const std::string& text) {
@@ -212,7 +211,7 @@ TEST(JsonDocument, EveryByteInEveryPlace_AcceptedByBothOrNeither) {
     }
 }
 
-/// Random pieces of JSON, most of them nearly valid.
+/// Most are nearly valid.
 std::string randomText(std::mt19937& random, int depth) {
     static const std::vector<std::string> kScalars{
         "null",        "true",   "false",       "0",        "-0",

@@ -20,8 +20,8 @@ static_assert(kLimit >= 1000);
 /// More levels than any configuration file needs. A tree of them can be copied on a small stack.
 constexpr std::size_t kOrdinary = 16;
 
-/// Containers around a 1, outermost first: 'a' for an array, 'o' for an object. Each has `width`
-/// children. The last one, which takes the most stack to reach, is the next level.
+/// Outermost first: 'a' for an array, 'o' for an object, each with `width` children. The last
+/// child, which takes the most stack to reach, is the next level.
 std::string nested(const std::string& levels, std::size_t width = 1) {
     std::string head;
     std::string tail;
@@ -119,7 +119,7 @@ bool treeIsCopied(const std::string& text) {
            *std::make_unique<Json::Value>(value) == value;
 }
 
-/// Reads the text into a document. In nested objects, also finds the 1 by its name.
+/// In nested objects, also finds the 1 by its name.
 bool documentAnswers(const std::string& text) {
     std::string padded = text;
     padded.resize(text.size() + JsonDocument::kPadding);

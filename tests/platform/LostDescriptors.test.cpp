@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// A program that closes the service's descriptors, as closefrom(3) does, and uses their numbers.
 
 #include "EventConsumerCB.h"
 #include "OpenDescriptors.h"
@@ -29,7 +28,6 @@ namespace {
 
 using support::writeFile;
 
-/// The descriptors of a single subscription.
 constexpr std::size_t kDescriptors = 4;
 
 /// Closes with a plain system call, because the thread sanitizer would report the intended race.
@@ -97,8 +95,8 @@ TEST_F(LostDescriptors, ClosedInTheCallback_ChangesAreDelivered) {
     endService();
 }
 
-/// The program reuses the numbers for a file, a pipe with bytes to read, an inotify instance with a
-/// report to read, and the write end of the pipe.
+/// For a file, a pipe with bytes to read, an inotify instance with a report to read, and the write
+/// end of the pipe.
 class NumbersReused : public LostDescriptors {
 protected:
     std::vector<int> m_numbers;

@@ -8,15 +8,13 @@
 #include <string>
 #include <vector>
 
-/// While this exists, getifaddrs, replaced in this program, returns these interfaces instead of the
-/// host's.
+/// While this exists, getifaddrs returns these interfaces instead of the host's.
 class MadeInterfaces {
 public:
     /// @param texts For each interface its IPv4 or IPv6 address, "none" for no address, or "link"
     /// for
     ///        an address of another family.
     explicit MadeInterfaces(const std::vector<std::string>& texts);
-    /// Makes getifaddrs fail.
     static MadeInterfaces refused() { return {}; }
     ~MadeInterfaces();
     MadeInterfaces(const MadeInterfaces&) = delete;
@@ -25,7 +23,6 @@ public:
     ifaddrs& operator[](std::size_t index) { return m_nodes[index].entry; }
     sockaddr_in6& v6(std::size_t index) { return m_nodes[index].v6; }
 
-    /// The number of lists from getifaddrs that have not been freed.
     static int unfreed();
 
 private:

@@ -18,7 +18,7 @@ namespace {
 enum class Outcome { Done, Refused, BadAlloc };
 
 /// Runs the operation once for each of its allocations, which fails, and a last time without a
-/// failure. Calls `check` after each run. Returns the number of allocations.
+/// failure. Returns the number of allocations.
 unsigned failEachAllocation(const std::function<bool()>& operation,
                             const std::function<void(Outcome, bool hasFailed)>& check) {
     for (unsigned failures = 0;; ++failures) {

@@ -16,7 +16,6 @@ inline std::set<int> openDescriptors() {
     return numbers;
 }
 
-/// The descriptors that are open now and are not in `before`.
 inline std::set<int> openedSince(const std::set<int>& before) {
     std::set<int> numbers = openDescriptors();
     std::erase_if(numbers, [&](int number) { return before.contains(number); });

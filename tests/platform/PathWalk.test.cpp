@@ -15,7 +15,6 @@ using eventcbutil::Found;
 using eventcbutil::Place;
 using testing::ElementsAreArray;
 
-/// The existing files by path.
 using Tree = std::map<std::string, Found>;
 
 const Found kFolder{Found::Kind::Folder, {}};

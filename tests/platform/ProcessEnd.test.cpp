@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The event library when the process ends.
 
 #include "EventConsumerCB.h"
 #include "Recorder.h"

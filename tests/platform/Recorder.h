@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-/// A subscriber that records its callbacks: the contents of the file at each one.
+/// Records its callbacks: the contents of the file at each one.
 class Recorder {
 public:
     explicit Recorder(std::filesystem::path file) : m_file(std::move(file)) {}
@@ -23,14 +23,12 @@ public:
     void setHook(std::function<int()> hook);
 
     EventConsumerCallback record() { return {&Recorder::called, this}; }
-    /// Returns the result of EventConsumerCBInit.
     int subscribe();
     void requestDelivery();
 
-    /// Waits until a callback has read that text, "" for a missing file.
+    /// "" for a missing file.
     void waitForText(const std::string& text);
     void waitForCount(std::size_t callbacks);
-    /// Waits until the last callback has read that text.
     void waitForLastText(const std::string& text);
 
     std::vector<std::string> texts();
@@ -47,7 +45,6 @@ private:
     std::vector<std::string> m_texts;
 };
 
-/// A point at which a callback waits until the test lets it continue.
 class Barrier {
 public:
     /// Called by the callback. Waits only the first time.
@@ -62,8 +59,7 @@ private:
     bool m_open = false;
 };
 
-/// Ends all subscriptions and waits until no callback runs, so that what callbacks use can be
-/// destroyed.
+/// Waits until no callback runs, so that what callbacks use can be destroyed.
 void endService();
 
 void writeInPlace(const std::filesystem::path& file, const std::string& text);

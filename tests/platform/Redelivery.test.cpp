@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Deliveries that are repeated because the callback failed or requested it.
 
 #include "EventConsumerCB.h"
 #include "Recorder.h"

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// When and how often the event library calls callbacks, and which resources it uses.
 
 #include "EventConsumerCB.h"
 #include "OpenDescriptors.h"

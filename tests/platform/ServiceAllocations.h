@@ -8,5 +8,4 @@ enum class Threads { First, Others };
 
 /// On these threads the next `skip` allocations succeed and the `calls` after them fail.
 void failAllocations(Threads threads, int skip, int calls);
-/// Returns whether one has failed.
 bool stopFailingAllocations();

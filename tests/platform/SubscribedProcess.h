@@ -13,7 +13,6 @@
 #include <thread>
 #include <unistd.h>
 
-/// A process that subscribes to changes of its node list, with a quiet time of 0.
 class SubscribedProcess : public testing::Test {
 protected:
     support::Deployment m_deployment;
@@ -27,7 +26,6 @@ protected:
         std::thread([] {}).join();
     }
 
-    /// Writes the file and waits until the callback has read that text.
     void seeAChange(const std::string& text) {
         support::writeFile(m_file, text);
         m_recorder.waitForText(text);
@@ -38,8 +36,8 @@ protected:
         seeAChange("after");
     }
 
-    /// Subscribes, and returns when a callback for the text "after" waits at the barrier. After the
-    /// barrier it acquires the lock, if there is one.
+    /// A callback for the text "after" then waits at the barrier. After it, it acquires the lock,
+    /// if there is one.
     void holdACallback(Barrier& barrier, std::mutex* lock = nullptr) {
         m_recorder.setHook([&barrier, lock] {
             barrier.arrive();
@@ -58,7 +56,7 @@ protected:
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
-    /// Returns the exit status of a forked child that runs `work`; -1 if a signal ends it.
+    /// -1 if a signal ends it.
     template <typename Work>
     static int inChild(Work work) {
         const pid_t child = ::fork();

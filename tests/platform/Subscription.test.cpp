@@ -46,7 +46,6 @@ protected:
         m_subscription.settle(m_now);
     }
 
-    /// Whether a change to that text is announced.
     bool announced(const std::string& text) {
         support::writeFile(m_file, text);
         m_subscription.gather(m_now);

@@ -106,8 +106,7 @@ protected:
 
 class Torture : public TortureBase, public testing::WithParamInterface<Row> {
 protected:
-    /// Runs `work` while the call fails once, ten times and for a while, each time followed by
-    /// `check`.
+    /// Each time followed by `check`.
     template <typename Work, typename Check>
     void fail(Work work, Check check) {
         for (const int times : {1, 10, kAWhile}) {
@@ -174,7 +173,6 @@ TEST_P(Torture, Request_IsDelivered) {
 INSTANTIATE_TEST_SUITE_P(Of, Torture, testing::ValuesIn(kRows),
                          [](const auto& row) { return row.param.name; });
 
-/// How many allocations fail in a row.
 class TortureByAllocations : public TortureBase, public testing::WithParamInterface<int> {
 protected:
     void SetUp() override {

@@ -76,7 +76,6 @@ Fault& fault(Call call) {
     return g_faults[static_cast<std::size_t>(call)];
 }
 
-/// Whether the call must fail; sets errno.
 bool refused(Call call, const void* caller) {
     Fault& its = fault(call);
     if (!ofTheEventLibrary(caller)) {

@@ -26,17 +26,14 @@ enum class Call {
     Write,
 };
 
-/// The next `times` of these calls fail with that error number; with 0, none.
+/// With 0, none.
 void failCalls(Call call, int error, int times = INT_MAX);
-/// The number of calls since the start, failed ones included.
 int callCount(Call call);
 
-/// From now on these calls do not return until `releaseCalls`. With a path, only those for that
-/// path (Lstat, Open).
+/// With a path, only those for that path (Lstat, Open).
 void hangCalls(Call call, const std::string& path = "");
 int hangingCalls();
 void releaseCalls();
 
-/// Delays every thread except the first one by 2 ms whenever the event library has released a mutex
-/// on it. Without sanitizers.
+/// Whenever the event library has released a mutex on it, by 2 ms. Without sanitizers.
 void delayUnlocksOfThreads(bool delayed);

@@ -8,7 +8,6 @@
 #include <stdexcept>
 #include <string>
 
-/// Returns the tree of a JSON text. Uses jsoncpp's reader.
 inline Json::Value json(const std::string& text) {
     Json::Value value;
     Json::CharReaderBuilder builder;

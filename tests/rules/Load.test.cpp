@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The steps of the two loads, starting from the values of an earlier load.
 
 #include "rules/ReaderLoad.h"
 #include "rules/RoleLoad.h"
@@ -12,7 +11,6 @@ namespace {
 using namespace Quarncommon::rules;
 using testing::ElementsAre;
 
-/// Loaded values that differ from those of the files.
 struct Loaded {
     std::map<std::string, Json::Value> databases = {{"old", 1}};
     std::string maintenance = "M";

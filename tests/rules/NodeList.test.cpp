@@ -63,7 +63,6 @@ TEST(NodeListLookUps, WrongTypes_ThrowWhatJsoncppThrows) {
     EXPECT_THROW(tenancy(Node(json(R"({"assignedToTenancy":[]})"))), Json::Exception);
 }
 
-/// The tags that a walk visits, each with its entry's address.
 std::vector<std::string> walked(const char* addresses, const std::string& at, Walk then) {
     std::vector<std::string> seen;
     forEachTag(Node(json(addresses)), [&](AddressEntry<Node>& entry, const std::string& tag) {

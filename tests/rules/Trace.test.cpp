@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// What each rule reports to a trace.
 
 #include "rules/LocalIPByUsage.h"
 #include "rules/ManagerNodes.h"
@@ -17,7 +16,6 @@ using namespace Quarncommon::rules;
 using testing::ElementsAre;
 using Lines = TraceText::Lines;
 
-/// The lines that contain a text.
 Lines only(const Lines& lines, const std::string& text) {
     Lines found;
     for (const std::string& line : lines) {

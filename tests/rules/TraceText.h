@@ -10,7 +10,6 @@
 #include <string>
 #include <vector>
 
-/// The events of a trace as texts, for comparisons.
 class TraceText : public Quarncommon::rules::Trace {
 public:
     using Lines = std::vector<std::string>;
@@ -20,8 +19,7 @@ public:
     Lines lines;
 };
 
-/// Returns the events of a rule for the value of a JSON text, up to an exception. Expects the same
-/// events for a tree and for a document.
+/// Up to an exception. Expects the same events for a tree and for a document.
 template <typename Rule>
 TraceText::Lines traced(const std::string& text, Rule rule) {
     namespace rules = Quarncommon::rules;

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Callbacks after loads.
 
 #include "SysConfReader.h"
 #include "SysConfReaderImpl.h"
@@ -31,7 +30,6 @@ using Status = Quarncommon::SysConfReaderStatus;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// A subscription that runs `work` and stores the generations that it was called with.
 class Subscribed {
 public:
     explicit Subscribed(std::function<void()> work = [] {}) : m_work(std::move(work)) {

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Status and notifications in forked children, and at the end of a process.
 
 #include "SysConfReader.h"
 #include "SysConfReaderStatus.h"

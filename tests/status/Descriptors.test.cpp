@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Descriptors that loads make readable.
 
 #include "SysConfReader.h"
 #include "SysConfReaderStatus.h"
@@ -28,7 +27,6 @@ bool readable(int descriptor) {
     return ::poll(&polled, 1, 0) == 1 && polled.revents == POLLIN;
 }
 
-/// The number of notifications since the last call.
 unsigned long long notifications(int descriptor) {
     unsigned long long number = 0;
     return ::read(descriptor, &number, sizeof number) == sizeof number ? number : 0;

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a status says about each file of a load.
 
 #include "SysConfReader.h"
 #include "SysConfReaderImpl.h"

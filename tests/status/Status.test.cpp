@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The status without the outcomes of files: numbers and times of loads, the subscription, events.
 
 #include "SysConfReader.h"
 #include "SysConfReaderEvent.h"

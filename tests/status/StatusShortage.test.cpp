@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The status while memory runs out.
 
 #include "SysConfReader.h"
 #include "SysConfReaderImpl.h"

@@ -9,8 +9,8 @@ namespace support {
 
 enum class Shortage { OneAllocation, FromThereOn };
 
-/// While it exists, allocation number `which` (from 1) of the current thread fails; with
-/// FromThereOn, every later one fails too.
+/// Allocation number `which` (from 1) of the current thread fails; with FromThereOn, every later
+/// one too.
 class AllocationFault {
 public:
     explicit AllocationFault(std::size_t which, Shortage shortage = Shortage::OneAllocation);
@@ -21,8 +21,8 @@ public:
     bool happened() const;
 };
 
-/// Sets a function that is called for each allocation, on every thread. If it returns true, the
-/// allocation fails. It must not allocate. Null removes it.
+/// On every thread. If it returns true, the allocation fails. It must not allocate. Null removes
+/// it.
 void setAllocationHook(bool (*fails)());
 
 } // namespace support

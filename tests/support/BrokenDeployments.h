@@ -7,11 +7,10 @@
 #include <utility>
 #include <vector>
 
-/// Typical faults of a deployment. Each is one small change to the sample pair (samples/ha-pair),
-/// seen from one of its nodes.
+/// Typical faults: each is one small change to the sample pair, seen from one of its nodes.
 namespace support {
 
-/// Replaces a text that occurs exactly once in a file of the sample.
+/// Replaces a text that occurs exactly once.
 struct Edit {
     std::string file;
     std::string from;
@@ -22,10 +21,9 @@ struct BrokenDeployment {
     /// "south-tag-misspelt"; the names of golden files begin with it.
     std::string name;
     std::string node;
-    /// A query whose answer the fault changes, with its arguments.
     std::vector<std::string> query;
     std::vector<Edit> edits = {};
-    /// Variables that differ from those of the sample; those without a value are unset.
+    /// Those without a value are unset.
     std::vector<std::pair<std::string, std::optional<std::string>>> variables = {};
     std::string removed = {};
     std::string unreadable = {};
@@ -34,13 +32,12 @@ struct BrokenDeployment {
 
 const std::vector<BrokenDeployment>& brokenDeployments();
 
-/// Writes the files of the deployment below `folder`.
 /// @param pair The sample pair.
 /// @throws std::runtime_error if an edit does not apply.
 void writeDeployment(const BrokenDeployment& deployment, const std::filesystem::path& pair,
                      const std::filesystem::path& folder);
 
-/// The environment of the process, with paths relative to the folder.
+/// With paths relative to the folder.
 std::vector<std::pair<std::string, std::optional<std::string>>>
 environmentOf(const BrokenDeployment& deployment);
 

@@ -46,7 +46,6 @@ int errorOf(Call call) {
     return g_error;
 }
 
-/// Sets `errno` if this call is to fail.
 bool fails(Call call) {
     const int error = errorOf(call);
     if (error != 0) {

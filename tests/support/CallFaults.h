@@ -47,11 +47,10 @@ inline constexpr std::size_t kUntilReleased = static_cast<std::size_t>(-1) / 2;
 
 /// Starts counting from 1, and replaces an earlier fault.
 void arm(const CallFault& fault);
-/// From now on every call succeeds. Calls are still counted.
+/// Calls are still counted.
 void release();
-/// Whether a call has failed since `arm`.
 bool faultHappened();
-/// The number of calls of that kind since `arm`, failed or not.
+/// Failed or not.
 std::size_t callCount(Call call);
 
 /// For the code of the test itself: while one exists, calls of its thread do not fail and are not

@@ -60,7 +60,6 @@ Pipe makePipe() {
     return {Descriptor(ends[0]), Descriptor(ends[1])};
 }
 
-/// A terminal that passes bytes unchanged.
 Pipe makeTerminal(unsigned short columns) {
     termios raw{};
     ::cfmakeraw(&raw);
@@ -87,8 +86,8 @@ bool readSome(int descriptor, std::string& text) {
     return size > 0 || (size < 0 && errno == EINTR);
 }
 
-/// Reads from the pipe that is ready first, so that the command never blocks. Returns false at the
-/// end of both.
+/// From the pipe that is ready first, so that the command never blocks. Returns false at the end of
+/// both.
 bool readEither(Descriptor& output, std::string& outputText, Descriptor& errors,
                 std::string& errorText) {
     std::array<pollfd, 2> ready = {pollfd{output.number(), POLLIN, 0},

@@ -14,12 +14,11 @@ struct CommandResult {
     /// -1 if a signal ended the command.
     int exitStatus = -1;
     int signal = 0;
-    /// Standard output, if it was a pipe or a terminal.
     std::string output;
     std::string errors;
 };
 
-/// A command that has been started. The destructor kills it.
+/// The destructor kills the command.
 class RunningCommand {
 public:
     RunningCommand(RunningCommand&&) noexcept;
@@ -27,11 +26,9 @@ public:
 
     void signal(int number) const;
 
-    /// Waits until standard output, or standard error, contains the text.
     /// @throws std::runtime_error with the output, if the command ends without it.
     void waitForOutput(const std::string& text);
     void waitForErrors(const std::string& text);
-    /// All of standard output so far.
     const std::string& output() const;
 
     CommandResult finish();
@@ -45,22 +42,18 @@ private:
     std::unique_ptr<State> m_state;
 };
 
-/// A command to run in its own process, with empty standard input. Its environment is that of the
-/// test process with the changes made here. Standard error goes to a pipe; so does standard output
-/// by default.
+/// A command to run with empty standard input, in the environment of the test process with the
+/// changes made here. Its outputs go to pipes by default.
 class Command {
 public:
     Command(std::filesystem::path program, std::vector<std::string> arguments);
 
     Command& variable(const std::string& name, const std::string& value);
     Command& workingDirectory(const std::filesystem::path& directory);
-    /// The modes of files apply to the command even if root runs it.
+    /// Even if root runs the command.
     Command& withoutFilePrivileges();
-    /// Standard output is that file, opened for writing.
     Command& outputToFile(const std::filesystem::path& file);
-    /// Standard output is a terminal of that many columns.
     Command& outputToTerminal(unsigned short columns);
-    /// Standard output is a pipe without a reader.
     Command& outputToClosedPipe();
 
     /// @throws std::system_error if the command cannot be started.

@@ -6,15 +6,14 @@
 
 namespace support {
 
-/// Sets or, with null, unsets an environment variable of the test process.
+/// Null unsets the variable.
 void setEnvironment(const char* variable, const char* value);
 
-/// Writes a file, and creates its folder if necessary. Replaces an existing file by rename.
+/// By rename. Creates the folder if necessary.
 void writeFile(const std::filesystem::path& path, const std::string& text);
 
-/// The files and the environment of a process of a deployment, in the test's directory. The
-/// constructor sets the environment: instance id "p1", and paths into the directory. It writes no
-/// file.
+/// In the test's directory. The constructor sets the environment: instance id "p1", and paths into
+/// the directory. It writes no file.
 class Deployment {
 public:
     Deployment();

@@ -6,11 +6,10 @@
 #include <functional>
 #include <string>
 
-/// Event libraries for the tests: real shared libraries libeventcbutil.so, copied to the test's
-/// directory, which the dynamic loader searches first.
+/// Real shared libraries libeventcbutil.so, copied to the test's directory, which the dynamic
+/// loader searches first.
 namespace support {
 
-/// Installs an event library in place of an earlier one that has not been loaded yet.
 /// @param kind "recording", "without-init", "without-fini" or "without-redeliver".
 void installEventLibrary(const std::string& kind);
 
@@ -22,14 +21,12 @@ bool eventLibraryLoaded();
 
 /// The result of EventConsumerCBInit, 0 by default. It subscribes only if that is not negative.
 void setInitResult(int result);
-/// Makes EventConsumerCBInit throw std::runtime_error.
 void setInitThrows(bool throws);
-/// Runs inside EventConsumerCBInit / EventConsumerCBFini before anything else.
+/// Before anything else.
 void setInitHook(std::function<void()> hook);
 void setFiniHook(std::function<void()> hook);
-/// Runs inside EventConsumerCBInit after the subscription has been made.
+/// After the subscription has been made.
 void setSubscribedHook(std::function<void()> hook);
-/// Runs inside EventConsumerCBRedeliver.
 void setRedeliverHook(std::function<void()> hook);
 
 struct EventLibraryCalls {
@@ -42,14 +39,12 @@ struct EventLibraryCalls {
 };
 EventLibraryCalls eventLibraryCalls();
 bool subscribed();
-/// The user data of the last subscription, also after its end.
+/// Also after its end.
 void* lastUserData();
-/// The record of the last request for another delivery.
 EventConsumerCallback lastRedelivery();
 
-/// Delivers an event to the current subscription, on the calling thread. Returns the callback's
-/// result, or -2 without a subscription. EventConsumerCBFini waits for running deliveries; none
-/// starts afterwards.
+/// On the calling thread. Returns the callback's result, or -2 without a subscription.
+/// EventConsumerCBFini waits for running deliveries.
 int deliver(const std::string& eventName = "SysConfigEvent");
 /// @}
 

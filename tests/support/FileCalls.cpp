@@ -66,7 +66,6 @@ Watch& watch() {
     return watch;
 }
 
-/// An open opens `target`, or fails with `error`.
 struct OpenStep {
     std::string target;
     int error = 0;
@@ -112,7 +111,6 @@ std::string pathOf(int descriptor) {
     return ::readlink(link.c_str(), path.data(), path.size() - 1) < 0 ? "" : path.data();
 }
 
-/// Returns the script's step for this read; without a script, a step without effect.
 support::ReadStep nextStep(int descriptor) {
     const std::string path = pathOf(descriptor);
     std::function<support::ReadStep(std::size_t)> script;

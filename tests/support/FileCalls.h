@@ -16,7 +16,7 @@ struct OpenCall {
     bool closeOnExec = false;
 };
 
-/// The opens of "*.json" since the start or the last reset, in order, failed ones included.
+/// In order, failed ones included.
 std::vector<OpenCall> openCalls();
 std::size_t openCount(const std::string& path);
 void resetOpenCalls();
@@ -24,26 +24,23 @@ void resetOpenCalls();
 /// From now on an open of `path` opens `target`. It is recorded with `path`.
 void redirectOpen(const std::string& path, const std::string& target);
 
-/// From now on the n-th open (from 0) of `path` fails with the error number script(n); 0 is
-/// success.
+/// From now on the n-th open (from 0) of `path` fails with the error number script(n), 0 for none.
 void failOpens(const std::string& path, std::function<int(std::size_t)> script);
 
 /// Runs on the opening thread before each open of a JSON file; null removes it.
 void setOpenHook(std::function<void(const std::string& path)> hook);
 
-/// A read call fails with `error`, or reads at most that many bytes: from the file, or `fill` if
-/// that is not NUL.
+/// Fails with `error`, or reads at most that many bytes: from the file, or `fill` if not NUL.
 struct ReadStep {
     int error = 0;
     std::size_t atMost = std::numeric_limits<std::size_t>::max();
     char fill = '\0';
 };
 
-/// From now on the n-th read or pread (from 0) of the file at `path` does script(n). Null ends it.
+/// By the n-th read or pread (from 0) of the file. Null ends it.
 void disturbReads(const std::string& path, std::function<ReadStep(std::size_t)> script);
 
-/// From now on the n-th fstat (from 0) of the file at `path` fails with the error number script(n);
-/// 0 is success. Null ends it.
+/// By the n-th fstat (from 0) of the file; script(n) is an error number, 0 for none. Null ends it.
 void failStats(const std::string& path, std::function<int(std::size_t)> script);
 
 } // namespace support

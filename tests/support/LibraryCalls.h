@@ -14,14 +14,13 @@ struct LibraryOpen {
     bool opened = false;
 };
 
-/// The dlopen calls for the event library since the start, in order, failed ones included.
+/// In order, failed ones included.
 std::vector<LibraryOpen> eventLibraryOpens();
 
-/// From now on these calls fail, or succeed.
 void failLibraryOpens(bool fail);
 void failLibraryCloses(bool fail);
 
-/// The number of dlclose calls for their handles, failed ones included.
+/// Failed ones included.
 int eventLibraryCloses();
 
 } // namespace support

@@ -60,7 +60,6 @@ int hookedError(support::LockCall kind) {
     return hook != nullptr ? hook(kind) : 0;
 }
 
-/// The locks that this thread holds, in the order in which it acquired them.
 struct Holding {
     pthread_rwlock_t* lock;
     support::LockCall kind;

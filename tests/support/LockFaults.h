@@ -10,23 +10,21 @@ namespace support {
 
 enum class LockCall { Read, Write, Unlock };
 
-/// From now on the calls of that kind fail with `error` and do nothing: a failed unlock leaves the
-/// lock held. 0 ends it.
+/// The calls fail with `error` and do nothing: a failed unlock leaves the lock held. 0 ends it.
 void failLockCalls(LockCall call, int error);
 
 /// From now on unlock calls unlock but return `error`, so that the test can continue. 0 ends it.
 void misreportUnlocks(int error);
 
-/// Sets a function that is called for each lock call, on every thread. Its result is the error
-/// number of the call, 0 for success. A failing lock call does nothing; a failing unlock call
-/// unlocks. Null removes it.
+/// Called for each lock call, on every thread. Its result is the error number of the call. A
+/// failing lock call does nothing; a failing unlock call unlocks. Null removes it.
 void setLockFaultHook(int (*error)(LockCall));
 
-/// Sets a function that a thread calls before it waits for a side of a lock and, with `held`, when
-/// it has acquired it. Set it only while no thread uses a lock.
+/// Called before a thread waits for a side of a lock and, with `held`, when it has acquired it. Set
+/// it only while no thread uses a lock.
 void setLockHook(std::function<void(LockCall, bool held)> hook);
 
-/// Calls that succeeded since the start or the last reset, by kind.
+/// That succeeded since the start or the last reset.
 struct LockCounts {
     std::size_t read = 0;
     std::size_t write = 0;
@@ -37,10 +35,9 @@ void resetLockCounts();
 /// The largest number of locks that the calling thread has held at the same time since then.
 std::size_t mostLocksHeldHere();
 
-/// The read and write sides that the calling thread holds now. `unlock` is the number of its unlock
-/// calls for locks that it did not hold.
+/// `unlock` is the number of unlock calls for locks that the thread did not hold.
 LockCounts locksHeldHere();
-/// Releases the locks that the calling thread still holds because unlock calls failed.
+/// Those that the thread still holds because unlock calls failed.
 void releaseLocksHeldHere();
 
 } // namespace support

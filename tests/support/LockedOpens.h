@@ -13,8 +13,7 @@
 /// Link FileCalls.cpp and LockFaults.cpp.
 namespace support {
 
-/// The name of an opened file, and the number of locks that the opening thread then held for
-/// writing and for reading.
+/// The name of an opened file, and the locks then held for writing and for reading.
 using LockedOpen = std::tuple<std::string, std::size_t, std::size_t>;
 
 template <typename Call>

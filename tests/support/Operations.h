@@ -13,7 +13,7 @@ namespace support {
 class Deployment;
 }
 
-/// A table of every exported operation of the library, for tests of what all of them guarantee.
+/// Every exported operation of the library, for tests of what all of them guarantee.
 namespace operations {
 
 using queries::Outputs;
@@ -21,7 +21,7 @@ using queries::Shortage;
 
 enum class Effect { Answers, Changes };
 
-/// The side of the locks that it acquires, once or more often.
+/// Once or more often.
 enum class Locks { None, Read, Write };
 
 struct Operation {
@@ -32,7 +32,7 @@ struct Operation {
     Shortage shortage;
     /// Allocates nothing except through the library.
     std::function<void(Outputs&)> call;
-    /// If not null, runs before the call, when both readers and the facade exist.
+    /// Runs when both readers and the facade exist.
     void (*prepare)() = nullptr;
 
     std::string symbol() const { return name.substr(0, name.find(' ')); }
@@ -43,26 +43,25 @@ const std::vector<Operation>& all();
 const queries::Arguments& arguments();
 Outputs outputs();
 
-/// The answers of all operations that change nothing, by name. An exception is an answer too.
+/// All that change nothing. An exception is an answer too.
 using Answers = std::map<std::string, std::string>;
 Answers answers();
 /// Without those that show the directory of the process.
 Answers answersFromFiles();
 
-/// Returns both versions of each answer that differs; "" if there is none.
+/// "" if there is none.
 std::string differences(const Answers& some, const Answers& others);
 
-/// Creates the readers and the facade if they do not exist.
 void createAll();
 /// Does what a change event does.
 void reloadAll();
 void destroyAll();
-/// Calls `createAll`, then prepares the operation.
+/// Calls `createAll` first.
 void prepare(const Operation& operation);
 
-/// Texts of files for which every operation's answer, except ports, contains `mark`. The process
-/// "p1" runs on "node-of-this-process-<mark>". With the mark "standby" that is a standby node,
-/// which has a source node if the host has the address `kSourceAddress`.
+/// Every operation's answer, except ports, contains `mark`. The process "p1" runs on
+/// "node-of-this-process-<mark>". With the mark "standby" that is a standby node, whose source node
+/// needs the host's address `kSourceAddress`.
 std::string appConfig(const std::string& mark);
 std::string nodeList(const std::string& mark);
 std::string managerNodeList(const std::string& mark);

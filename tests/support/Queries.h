@@ -10,17 +10,14 @@
 #include <string>
 #include <vector>
 
-/// A table of all queries of SysConfReader, for tests, fuzzers and benchmarks. It is a template,
-/// because the reference reader and the benchmarks' baseline have the same operations.
+/// All queries of SysConfReader. A template, because the reference reader and the benchmarks'
+/// baseline have the same operations.
 namespace queries {
 
-/// The file that a query reads on each call.
 enum class Reads { Nothing, NodeList, ManagerNodeList };
 
-/// Which of the arguments a query takes.
 enum class Takes { Nothing, Database, Tag, Prefix, Keys, Field, Tags };
 
-/// Whether the query may throw std::bad_alloc if memory runs out.
 enum class Shortage { NeverThrows, MayThrow };
 
 struct Arguments {
@@ -32,7 +29,6 @@ struct Arguments {
     std::string valuePrefix{};
 };
 
-/// Everything that a query returns or writes to.
 struct Outputs {
     int number = 0;
     std::string text;
@@ -47,7 +43,7 @@ struct Outputs {
     std::set<std::string> tags;
 
     bool operator==(const Outputs&) const = default;
-    /// All of it as text. Different outputs give different texts.
+    /// Different outputs give different texts.
     std::string toText() const;
 };
 

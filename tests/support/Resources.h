@@ -8,7 +8,6 @@
 
 std::string textOf(const std::filesystem::path& file);
 
-/// The numbers of threads, descriptors and inotify watches of this process.
 struct Resources {
     std::size_t threads;
     std::size_t descriptors;
@@ -17,12 +16,11 @@ struct Resources {
     bool operator==(const Resources&) const = default;
 };
 Resources resources();
-/// Waits until exactly that many threads of the event service exist and none reads a file.
+/// And none reads a file.
 Resources resourcesAtRest(std::size_t services = 1);
 void PrintTo(const Resources& resources, std::ostream* stream);
 
-/// Waits until no thread of the event library is left. The kernel lists a joined thread for a
-/// moment longer.
+/// The kernel lists a joined thread for a moment longer.
 void waitForServiceToEnd();
-/// The number of threads that serve subscriptions or are about to end.
+/// Threads that serve subscriptions or are about to end.
 std::size_t serviceThreads();

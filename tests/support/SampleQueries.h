@@ -12,8 +12,7 @@ namespace support {
 class Deployment;
 }
 
-/// Runs the queries of SysConfReader on files in which every value except the ports contains a
-/// mark.
+/// Every value of the files except the ports contains a mark.
 namespace queries {
 
 using ReaderQuery = Query<Quarncommon::SysConfReader>;
@@ -23,11 +22,11 @@ inline const std::vector<ReaderQuery>& ofReader() {
 }
 std::vector<ReaderQuery> reading(Reads reads);
 
-/// Returns the answer of SysConfReader::Instance() as text. The outputs are "old" before the call.
+/// The outputs are "old" before the call.
 std::string ask(const ReaderQuery& query);
 
-/// The files for process "p1" on node "n1". The node list has `furtherNodes` more nodes, which
-/// contain `mark` too, and also serves as the manager's.
+/// Process "p1" on node "n1". The node list has `furtherNodes` more nodes and also serves as the
+/// manager's.
 std::string appConfig(const std::string& mark);
 std::string nodeList(const std::string& mark, std::size_t furtherNodes = 0);
 

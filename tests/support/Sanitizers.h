@@ -21,7 +21,7 @@
 
 namespace support {
 
-/// Returns how often to repeat a test with other data: less often under a sanitizer, which is slow.
+/// Less often under a sanitizer, which is slow.
 constexpr int rounds(int plain) {
 #ifdef SANITIZED
     return plain / 8;

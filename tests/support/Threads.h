@@ -8,8 +8,7 @@
 
 namespace support {
 
-/// Runs `work(i)` for every i below `number`, each on its own thread, and waits for all of them.
-/// They start at the same moment.
+/// For every i below `number`, each on its own thread, starting at the same moment.
 template <typename Work>
 void runTogether(std::size_t number, Work work) {
     std::barrier start(static_cast<std::ptrdiff_t>(number));

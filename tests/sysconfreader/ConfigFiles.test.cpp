@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Environment, paths and the reading of files.
 
 #include "config/ConfigFiles.h"
 #include "config/JsonFiles.h"
@@ -217,7 +216,6 @@ TEST(ReadJsonFile, LongerThanAnyText_IsNotParsedNorRead) {
     EXPECT_EQ(reads, 1U);
 }
 
-/// The peak memory of this process so far, in bytes.
 std::size_t peakMemory() {
     rusage usage{};
     EXPECT_EQ(::getrusage(RUSAGE_SELF, &usage), 0);
@@ -309,7 +307,7 @@ TEST(ReadJsonFile, ShrinksWhileItIsRead_IsReadToItsNewEnd) {
     EXPECT_EQ(value.size(), 1U);
 }
 
-/// A list in which every element is that digit. All these texts have the same length.
+/// All these texts have the same length.
 std::string listOf(std::size_t digit) {
     std::string text = "[";
     for (int i = 0; i < 500; ++i) {
@@ -318,7 +316,6 @@ std::string listOf(std::size_t digit) {
     return text + std::to_string(digit % 10) + "]";
 }
 
-/// Overwrites the file with a text of the same length, without replacing it.
 void overwrite(const std::string& text) {
     std::fstream(path(), std::ios::in | std::ios::out | std::ios::binary) << text;
 }

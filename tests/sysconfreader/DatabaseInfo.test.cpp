@@ -37,7 +37,6 @@ const Field kTexts[] = {
     {"lib", &SysConfReader::getDBLib},
 };
 
-/// Loads an app config file with these databases, a JSON object.
 SysConfReader& load(support::Deployment& files, const std::string& databases) {
     files.appConfig(R"({"databases":)" + databases + "}");
     SysConfReader::Instance()->Reload();
@@ -126,7 +125,6 @@ TEST(DatabaseFields, Password_IsReturnedVerbatim) {
     }
 }
 
-/// Returns the answer of a query or the type of jsoncpp's exception.
 std::string outcome(const std::function<std::string()>& query) {
     try {
         return "answers " + query();
@@ -141,7 +139,7 @@ std::string portOutcome(SysConfReader& reader, unsigned int index) {
     return outcome([&] { return std::to_string(reader.getDBAccessPort("db", index)); });
 }
 
-/// Returns every answer of "db". A reload would hang if the query before it still held the lock.
+/// A reload would hang if the query before it still held the lock.
 std::vector<std::string> allOutcomes(SysConfReader& reader, unsigned int index) {
     std::vector<std::string> outcomes{portOutcome(reader, index)};
     reader.Reload();

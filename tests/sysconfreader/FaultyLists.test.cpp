@@ -14,7 +14,6 @@ namespace {
 
 using Quarncommon::SysConfReader;
 
-/// The answers of the queries that read a list, by name.
 using Answers = std::map<std::string, std::string>;
 
 Answers answers() {
@@ -41,7 +40,6 @@ protected:
 
     void writeBoth(const std::string& text) { files.nodeList(text).managerNodeList(text); }
 
-    /// Removes both lists and calls `make` for each path.
     void makeBoth(const std::function<void(const std::filesystem::path&)>& make) {
         for (const auto& path : {files.nodeListPath(), files.managerNodeListPath()}) {
             std::filesystem::create_directories(path.parent_path());
@@ -123,7 +121,6 @@ TEST_F(FaultyLists, HugeList_AnswersLikeASmallOne) {
     EXPECT_EQ(addresses.size(), 6U * 10001);
 }
 
-// File sizes around the ends of the buffers.
 TEST_F(FaultyLists, ListOfAnySizeAroundABuffer_IsReadToItsLastByte) {
     for (const std::size_t size : {4095U, 4096U, 4097U, 8191U, 8192U, 8193U, 65535U, 65536U}) {
         const std::string start = R"({"nodeList":{"n1":{"IPAddresses":[{"usage":["x"],"IP":")";

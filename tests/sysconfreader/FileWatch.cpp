@@ -44,7 +44,6 @@ Watch* watch() {
     return t_watch != nullptr && !t_watch->inside ? t_watch : nullptr;
 }
 
-/// The watch under which this descriptor was opened, or null.
 Watch* watchOf(int descriptor) {
     Watch* watching = watch();
     return watching != nullptr && watching->paths.contains(descriptor) ? watching : nullptr;

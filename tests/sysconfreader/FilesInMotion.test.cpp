@@ -60,8 +60,8 @@ void move(Motion motion, const std::filesystem::path& path, const std::string& t
     }
 }
 
-/// The time stamp of the file during the change: now, long ago, or a fixed moment in the future, as
-/// if the file were written twice within one tick of the clock.
+/// Now, long ago, or a fixed moment in the future, as if the file were written twice within one
+/// tick of the clock.
 enum class Stamp { JustNow, LongAgo, OneTick };
 
 void stamp(const std::filesystem::path& path, Stamp kind) {
@@ -135,8 +135,8 @@ Answers quietAnswers(const queries::ReaderQuery& query, const std::filesystem::p
     return answers;
 }
 
-/// Calls the query and changes the file before the query's file call number `at` (from 0). Returns
-/// the answer and whether the query made that many calls.
+/// Changes the file before the query's file call number `at` (from 0). Returns the answer and
+/// whether the query made that many calls.
 std::pair<std::string, bool> askWhileMoving(const queries::ReaderQuery& query, std::size_t at,
                                             const std::function<void()>& moveIt) {
     std::size_t calls = 0;
@@ -150,7 +150,6 @@ std::pair<std::string, bool> askWhileMoving(const queries::ReaderQuery& query, s
     return {std::move(answer), calls > at};
 }
 
-/// For every query, changes the file before each of its file calls.
 void moveAtEachFileCall(Motion motion, const std::string& oldText, const std::string& newText,
                         Stamp kind) {
     const Lists lists;
@@ -218,12 +217,10 @@ TEST(FilesInMotion, TruncatedDuringACall_AnswerIsOfTheListOrNone) {
     }
 }
 
-/// A mark of five digits for each number.
 std::string markOf(std::size_t number) {
     return std::to_string(10000 + number);
 }
 
-/// Returns `answer` with `from` replaced by `to`.
 std::string withMark(std::string answer, const std::string& from, const std::string& to) {
     for (std::size_t at = 0; (at = answer.find(from, at)) != std::string::npos; at += to.size()) {
         answer.replace(at, from.size(), to);
@@ -231,8 +228,7 @@ std::string withMark(std::string answer, const std::string& from, const std::str
     return answer;
 }
 
-// A new text each time: with two texts that alternate in step with the reads, each pass over the
-// file could give the same mixture.
+// With two texts that alternate in step with the reads, each pass could give the same mixture.
 TEST(FilesInMotion, RewrittenBeforeEachFileCall_AnswerIsOfOneListOrNone) {
     const Lists lists;
     for (const Motion motion : {Motion::TruncatedAndRewritten, Motion::Overwritten}) {
@@ -264,8 +260,7 @@ struct Race {
     int questions;
 };
 
-/// Calls every query while another thread changes the file continuously. Not for overwriting,
-/// during which the file itself is a mixture.
+/// Not for overwriting, during which the file itself is a mixture.
 void ask(const Race& race) {
     const Lists lists;
     const std::string texts[] = {queries::nodeList("a", race.furtherNodes),

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// First uses from many threads, and queries during reloads.
 
 #include "SysConfReader.h"
 #include "SysConfReaderImpl.h"
@@ -30,7 +29,6 @@ using support::SampleDeployment;
 constexpr std::size_t kThreads = 64;
 constexpr int kRounds = 20;
 
-/// The number of opens of app config, node list and manager node list.
 std::array<std::size_t, 3> opens(const Deployment& deployment) {
     return {support::openCount(deployment.appConfigPath()),
             support::openCount(deployment.nodeListPath()),
@@ -41,7 +39,6 @@ std::array<std::size_t, 3> opens(const Deployment& deployment) {
 constexpr std::array<std::size_t, 3> kLoadOfRoleReader{1, 2, 2};
 constexpr std::array<std::size_t, 3> kLoadOfBoth{2, 3, 2};
 
-/// Expects that all threads get the same instance after one load, and right answers.
 template <typename Class, typename Query>
 void expectOneInstanceFromOneLoad(const std::array<std::size_t, 3>& load, Query query,
                                   const std::string& expected) {
@@ -145,7 +142,6 @@ TEST(FirstUse, OfAllClasses_StartsNoThread) {
     EXPECT_EQ(threads(), before);
 }
 
-/// An app config file whose databases "a", "b" and "c" contain the generation.
 std::string threeDatabases(int generation) {
     Json::Value root;
     for (const char* name : {"a", "b", "c"}) {

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// A query that hangs in the file system with the read lock, and a reload that waits for it.
 
 #include "SysConfReader.h"
 #include "support/EventLibrary.h"
@@ -23,7 +22,6 @@ using support::LockCall;
 
 constexpr std::chrono::seconds kPatience(60);
 
-/// A thread whose query of the manager list hangs until the object is destroyed.
 class HungQuery {
 public:
     HungQuery() {

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Creation and destruction of the reader, the locks that they hold, and an event library that
-// throws.
 
 #include "SysConfReader.h"
 #include "SysConfReaderEvent.h"
@@ -179,8 +177,7 @@ TEST(Destory, EarlierAnswers_BelongToTheCaller) {
     EXPECT_EQ(tag, "host1-1");
 }
 
-/// Cancels the calling thread. The address sanitizer does not notice this kind of unwinding, so it
-/// is notified.
+/// The address sanitizer does not notice this kind of unwinding, so it is notified.
 void cancelHere() {
     if (&__asan_handle_no_return != nullptr) {
         __asan_handle_no_return();

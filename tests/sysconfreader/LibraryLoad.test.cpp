@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Loading the library creates its locks and reads nothing.
 
 #include "SysConfReader.h"
 #include "support/FileCalls.h"
@@ -27,13 +26,12 @@ namespace {
 
 std::mutex g_mutex;
 
-/// The offsets of the locks in the library, in the order of their creation.
+/// In the order of their creation.
 std::vector<std::uintptr_t>& lockOffsets() {
     static std::vector<std::uintptr_t> offsets;
     return offsets;
 }
 
-/// Records the lock if it is inside the library under test.
 void note(const pthread_rwlock_t* lock) {
     Dl_info found{};
     if (::dladdr(lock, &found) != 0 &&
@@ -44,7 +42,7 @@ void note(const pthread_rwlock_t* lock) {
     }
 }
 
-/// The names of the library's data by offset, including those that are not exported.
+/// Including those that are not exported.
 std::map<std::uintptr_t, std::string> dataSymbols() {
     std::map<std::uintptr_t, std::string> symbols;
     FILE* nm = ::popen(SYSCONF_NM " --demangle " SYSCONF_LIBRARY, "r");

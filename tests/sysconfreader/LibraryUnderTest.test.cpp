@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Which build of the library this program runs with.
 
 #include "SysConfReaderEvent.h"
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The loader: environment, conversion of values, and the float node.
 
 #include "SysConfReader.h"
 #include "support/Answers.h"
@@ -29,7 +28,6 @@ SysConfReader& freshReader() {
     return *SysConfReader::Instance();
 }
 
-/// The loaded values of a generation whose node list was not read.
 Answers withoutNodeList(int generation) {
     Answers values = support::sampleLoadedValues(generation);
     values.back().second = "";
@@ -189,8 +187,7 @@ const ConversionRow kPortRows[] = {
     {"-2147483649", nullptr},
 };
 
-/// The text of an app config file whose process has that value for the key, and the member `next`,
-/// which is loaded after it.
+/// `next` is loaded after the key.
 std::string appConfigWith(const std::string& section, const std::string& key, const char* value,
                           const std::string& next) {
     const std::string member =
@@ -288,8 +285,6 @@ TEST(Loader, DatabasesOfAnyType_AreKeptUnchanged) {
     EXPECT_EQ(text, R"(=null;a=[{"type":"t"}];b=[];c=5;d={"x":1};)");
 }
 
-/// A node list with the own node "node1" of that host type, and the node "source" with that service
-/// address.
 std::string standbyNodeList(const std::string& hostType, const std::string& address) {
     Json::Value nodes;
     nodes["nodeList"]["node1"]["extAttr"]["hostType"] = hostType;

@@ -17,7 +17,6 @@ using Quarncommon::SysConfReader;
 using ByNumber = std::map<int, std::string>;
 using ByTag = std::map<std::string, std::string>;
 
-/// The outputs of the first overload.
 struct Numbered {
     ByNumber byNumber;
     std::string service = "-";
@@ -43,7 +42,7 @@ ByTag askTagged(ByTag map = {}) {
     return map;
 }
 
-/// Returns the map without empty family keys. Expects all 1024 family keys in it.
+/// Expects all 1024 family keys in the map.
 ByTag filled(ByTag map) {
     EXPECT_FALSE(map.contains("southbound1"));
     for (int n = 1; n <= 1024; ++n) {

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Tags are lower-cased byte by byte in the current locale.
 
 #include "OwnNode.h"
 
@@ -17,7 +16,6 @@ constexpr const char* kLatin1 = "en_US.ISO-8859-1";
 constexpr const char* kTurkish = "tr_TR.ISO-8859-9";
 constexpr const char* kUtf8 = "C.UTF-8";
 
-/// Sets a locale that was built for this test, or one of the C library's.
 void setLocale(const char* name) {
     support::setEnvironment("LOCPATH", SYSCONF_TEST_LOCALES);
     ASSERT_NE(std::setlocale(LC_ALL, name), nullptr) << name;
@@ -27,7 +25,6 @@ int lower(unsigned char byte) {
     return std::tolower(byte);
 }
 
-/// Whether each query that searches for tags finds the node's only address, "A".
 struct Found {
     bool byUsage;
     bool asFloatIP;

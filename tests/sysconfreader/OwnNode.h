@@ -7,9 +7,8 @@
 #include <sstream>
 #include <string>
 
-/// Returns address entries as JSON. "A=service,B=x|y" is the address "A" with the tag "service",
-/// and the address "B" with the tags "x" and "y". Addresses and tags are inserted verbatim and may
-/// contain JSON escapes.
+/// "A=service,B=x|y" is the address "A" with the tag "service", and the address "B" with the tags
+/// "x" and "y". Both may contain JSON escapes.
 inline std::string entries(const std::string& addressesAndTags) {
     std::string json;
     std::istringstream all(addressesAndTags);
@@ -25,7 +24,6 @@ inline std::string entries(const std::string& addressesAndTags) {
     return json;
 }
 
-/// Returns a member of "nodeList" with these address entries.
 inline std::string nodeWith(const std::string& id, const std::string& entries) {
     return '"' + id + R"(":{"IPAddresses":[)" + entries + "]}";
 }
@@ -42,14 +40,12 @@ public:
 
     OwnNode() { files.appConfig(kAppConfig); }
 
-    /// Writes a node list in which "n1" has these address entries.
     OwnNode& addresses(const std::string& entries) {
         files.nodeList(listOf(nodeWith("n1", entries)));
         return *this;
     }
 
-    /// Writes a node list in which "n1" is a standby node, and "source" is its source node if the
-    /// host has the service address of "source".
+    /// "source" is its source node if the host has the service address of "source".
     void standby(const std::string& own, const std::string& source) {
         files.nodeList(listOf(R"("n1":{"extAttr":{"hostType":"standby"},"IPAddresses":[)" + own +
                               "]}," + nodeWith("source", source)));

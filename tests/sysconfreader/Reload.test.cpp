@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Which values a reload replaces if files or values are missing now.
 
 #include "SysConfReader.h"
 #include "support/Answers.h"

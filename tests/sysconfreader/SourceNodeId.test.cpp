@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The source node. The test sets the addresses of the host.
 
 #include "OwnNode.h"
 #include "support/HostAddresses.h"
@@ -19,7 +18,6 @@ struct SourceRow {
     const char* found; // null: the argument keeps its value
 };
 
-/// The text of "nodeList": nodes with their address entries, see `entries`.
 std::string nodes(std::initializer_list<std::pair<const char*, const char*>> idsAndEntries) {
     std::string json;
     for (const auto& [id, addressesAndTags] : idsAndEntries) {

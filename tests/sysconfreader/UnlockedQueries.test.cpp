@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Queries without a lock during loads that are blocked or repeated.
 
 #include "FileWatch.h"
 #include "OwnNode.h"
@@ -43,8 +42,8 @@ Unlocked askUnlocked() {
     return {reader.getLocalNorthIP(), byNumber[0], byTag["southbound"]};
 }
 
-/// s1 and s2 are standby nodes, n1 and n2 have service addresses. During a load the float node of a
-/// standby is first its own id; an answer with "half" would show that intermediate state.
+/// During a load the float node of a standby is first its own id; an answer with "half" would show
+/// that intermediate state.
 constexpr const char* kStandbyNodes = R"({"nodeList":{
     "s1":{"extAttr":{"hostType":"standby"},"IPAddresses":[{"IP":"half1","usage":["northbound","southbound"]}]},
     "s2":{"extAttr":{"hostType":"standby"},"IPAddresses":[{"IP":"half2","usage":["northbound","southbound"]}]},
@@ -61,15 +60,13 @@ std::string processOn(const std::string& node, const std::string& maintenance) {
 const Unlocked kOne{"one;;;;", "one", "one"};
 const Unlocked kTwo{"two;;;;", "two", "two"};
 
-/// A reload on another thread that stops at chosen points.
 class BlockedReload {
 public:
-    /// Called by the reloading thread to stop there.
     void stop() {
         m_stopped.release();
         m_continue.acquire();
     }
-    /// Runs `reload` and, at each of its stops, `atStop`. Returns the number of stops.
+    /// Returns the number of stops.
     template <typename AtStop>
     int run(const std::function<void()>& reload, AtStop atStop) {
         std::thread thread([&] {
@@ -184,7 +181,6 @@ TEST(UnlockedQueries, ReloadBetweenFloatNodeAndFallback_AnswerIsOfOneLoad) {
     EXPECT_TRUE(reloaded);
 }
 
-/// Reloads continuously between two app config files while two threads run `check`.
 template <typename Check>
 void askBesideReloads(support::Deployment& files, const std::string& one, const std::string& two,
                       Check check) {

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Reloads among callers that never pause, and callers with a lock for which a reload waits.
 
 #include "SysConfReader.h"
 #include "SysConfReaderImpl.h"
@@ -27,7 +26,6 @@ using Quarncommon::WriterHandoff;
 using support::LockCall;
 using support::SampleDeployment;
 
-/// Threads that repeat the same work until the object is destroyed.
 class Crowd {
 public:
     Crowd(int threads, const std::function<void()>& work) {
@@ -85,10 +83,9 @@ TEST(Queries, AmongThreadsThatReloadWithoutPause_Return) {
     }
 }
 
-/// A thread that waits for the write side of a lock.
 class WaitingWriter {
 public:
-    /// Runs `write` on another thread and returns when that waits for the write side.
+    /// Returns when the other thread waits for the write side.
     void start(const std::function<void()>& write) {
         m_thread = std::jthread(write);
         while (!m_asks) {
@@ -96,7 +93,6 @@ public:
         }
     }
     bool started() const { return m_thread.joinable(); }
-    /// Called by the lock hook.
     void note(LockCall call, bool held) {
         if (call == LockCall::Write && !held) {
             m_asks = true;

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Values of the wrong type, in the order in which the loader reads them: the values before one are
-// new, those after it are unchanged.
 
 #include "SysConfReader.h"
 #include "support/Answers.h"
@@ -30,9 +28,7 @@ Json::Value array() {
 
 struct WrongTypeRow {
     const char* name;
-    /// Puts the wrong value into the trees of generation 2.
     void (*poison)(Json::Value& app, Json::Value& nodes);
-    /// The number of loaded values that are new.
     std::size_t assigned;
 };
 
@@ -97,7 +93,6 @@ void writePoisoned(Deployment& deployment, const WrongTypeRow& row) {
     deployment.appConfig(jsonText(app)).nodeList(jsonText(nodes));
 }
 
-/// The first values of `now`, then the others of `before`.
 Answers firstNew(std::size_t number, const Answers& now, Answers before) {
     std::copy(now.begin(), now.begin() + static_cast<std::ptrdiff_t>(number), before.begin());
     return before;
@@ -145,7 +140,6 @@ TEST(WrongType, AnyValue_EndsTheLoadWithoutAnExceptionAndTheNextLoadIsComplete) 
     }
 }
 
-/// A node list whose own node "node2" is a standby with the source node "source".
 Json::Value standbyNodeList() {
     Json::Value nodes = support::sampleNodeList(2);
     nodes["nodeList"]["node2"]["extAttr"]["hostType"] = "standby";

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The callback: the events that it accepts, its effects, and events during loads and destructions.
 
 #include "SysConfReader.h"
 #include "SysConfReaderEvent.h"
@@ -36,7 +35,6 @@ using support::SampleDeployment;
 
 constexpr const char* kEvent = "SysConfigEvent";
 
-/// Loads generation 1 and writes generation 2.
 void loadOneWriteTwo(Deployment& deployment) {
     writeGeneration(deployment, 1);
     SysConfReader::Instance();
@@ -142,8 +140,7 @@ TEST(ChangeEvent, UserDataOfAnEarlierRoleReader_DoesNotReloadTheNewOne) {
     SampleDeployment deployment;
     void* destroyed = SysConfReaderImpl::Instance();
     SysConfReaderImpl::Destory();
-    // The new role reader must not get the same memory: allocate blocks of its size until one of
-    // them is that memory, or until it is clear that the allocator does not reuse it.
+    // The new role reader must not get the same memory, unless the allocator does not reuse it.
     constexpr std::size_t kEnough = 10000;
     std::vector<std::unique_ptr<char[]>> placeholders;
     do {
@@ -258,8 +255,8 @@ TEST(ChangeEvent, LibraryThrowsWhileTheReaderIsCreated_LeavesNoReader) {
     EXPECT_EQ(SysConfReader::Instance()->getLocalPort(), 4001);
 }
 
-/// Starts a delivery on another thread when the subscription has been made, which happens during
-/// the first load. The load continues when the delivery has begun.
+/// When the subscription has been made, during the first load, which continues when the delivery
+/// has begun.
 class DeliveryDuringTheLoad {
 public:
     DeliveryDuringTheLoad() {
@@ -276,7 +273,6 @@ public:
     DeliveryDuringTheLoad(const DeliveryDuringTheLoad&) = delete;
     DeliveryDuringTheLoad& operator=(const DeliveryDuringTheLoad&) = delete;
 
-    /// Waits for the delivery and returns its result.
     int finish() {
         support::setSubscribedHook(nullptr);
         if (m_thread.joinable()) {
@@ -291,7 +287,7 @@ private:
     std::thread m_thread;
 };
 
-/// Creates an instance of that class; an event is delivered during its first load.
+/// An event is delivered during the first load.
 template <typename Class>
 void expectAppliedAfterTheFirstLoad() {
     Deployment deployment;

@@ -25,7 +25,7 @@ using support::Deployment;
 constexpr int kRounds = 2000;
 constexpr int kFewerRounds = 1000;
 
-/// Repeats `round` on one thread, and each of the others on its own thread until `round` is done.
+/// Each of the others on its own thread until `round` is done.
 template <typename Round, typename... Others>
 void runBeside(int rounds, Round round, Others... others) {
     std::atomic<bool> done{false};
@@ -56,7 +56,6 @@ protected:
         support::installEventLibrary("recording");
     }
 
-    /// Delivers events like an event library.
     auto deliveries() {
         return [this] {
             const int answer = support::deliver();
@@ -65,7 +64,6 @@ protected:
         };
     }
 
-    /// Calls the callback for a subscription that may have ended.
     auto lateCallbacks() {
         return [this] {
             void* userData = support::lastUserData();
@@ -74,7 +72,6 @@ protected:
         };
     }
 
-    /// Expects that no lock is held and that new instances load the values.
     void expectSound() {
         EXPECT_EQ(m_wrong, 0);
         EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(1));

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The facade: creation, forwarding, and destruction together with the role reader.
 
 #include "SysConfReader.h"
 #include "SysConfReaderImpl.h"

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Queries and loads after the library's static objects have been destroyed.
 
 #include "SysConfReader.h"
 #include "SysConfReaderEvent.h"
@@ -59,8 +58,8 @@ void registerFirst(int /*number*/, char** /*arguments*/, char** /*environment*/)
     ::on_exit(&checkAtTheEnd, nullptr);
 }
 
-/// Registers before the dynamic loader registers the destructors of the shared libraries, so that
-/// the handler runs after these. std::atexit would run it too early.
+/// So the handler runs after the destructors of the shared libraries. std::atexit would run it too
+/// early.
 [[gnu::section(".preinit_array"),
   gnu::used]] void (*const g_registerFirst)(int, char**, char**) = &registerFirst;
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The end of the process during events, or because a destructor has thrown.
 
 #include "SysConfReader.h"
 #include "SysConfReaderEvent.h"

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The values of the role reader: addresses, roles, tenancy.
 
 #include "SysConfReader.h"
 #include "SysConfReaderImpl.h"

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Which values a reload of the role reader replaces if files or values are missing now.
 
 #include "SysConfReader.h"
 #include "SysConfReaderImpl.h"
@@ -62,8 +61,8 @@ TEST(RoleReload, ReaderAbsent_IsCreated) {
     EXPECT_EQ(support::openCount(deployment.appConfigPath()), 0U);
 }
 
-/// A change of the files of generation 2, and the answers after a reload of a role reader that has
-/// loaded generation 1. "1" and "2" are the sample answers of those generations.
+/// After a reload of a role reader that has loaded generation 1. "1" and "2" are the sample answers
+/// of those generations.
 struct StepRow {
     const char* name;
     void (*change)(Json::Value& app, Json::Value& nodes, Json::Value& manager);

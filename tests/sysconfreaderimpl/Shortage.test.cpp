@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Incomplete loads because of a used-up resource or a failing disk, and the deliveries that
-// complete them.
 
 #include "SysConfReader.h"
 #include "SysConfReaderEvent.h"
@@ -29,7 +27,7 @@ using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReader_i;
 using Quarncommon::SysConfReaderImpl;
 
-/// Makes the n-th call of a kind (from 0) on a file fail, and records whether there was one.
+/// And records whether there was one.
 struct FailingCall {
     const char* name;
     std::function<void(const fs::path&, std::size_t which, bool& happened)> make;
@@ -70,7 +68,7 @@ protected:
         writeOld(1);
     }
 
-    /// Writes files with old time stamps, so that each is read only once.
+    /// So that each is read only once.
     void writeOld(int generation) {
         writeGeneration(m_files, generation);
         for (const fs::path& path : paths()) {
@@ -86,7 +84,7 @@ protected:
         support::failOpens(path, [error](std::size_t) { return error; });
     }
 
-    /// Whether both readers have all values of a generation. Opens no file.
+    /// Opens no file.
     static bool whole(int generation) {
         SysConfReader& reader = *SysConfReader::Instance();
         const std::string number = std::to_string(generation);

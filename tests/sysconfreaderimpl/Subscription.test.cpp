@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// How often and when the event library is opened, called and closed.
 
 #include "SysConfReader.h"
 #include "SysConfReaderEvent.h"
@@ -34,7 +33,6 @@ using support::Deployment;
 using support::SampleDeployment;
 using support::setEnvironment;
 
-/// The calls of the event library so far.
 struct Calls {
     int opens = 0;
     int closes = 0;
@@ -64,7 +62,6 @@ void (*const kSteps[])() = {
     [] { SysConfReader::Destory(); },
 };
 
-/// The expected calls in all after each step.
 using Totals = std::array<int, std::size(kSteps)>;
 struct Course {
     Totals opens{};
@@ -158,7 +155,6 @@ std::string bytesOf(const fs::path& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// A copy of a real event library with one byte of its header changed.
 std::function<void()> changedHeader(std::size_t at, char value) {
     return [=] {
         support::installEventLibrary("recording");

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Machine-readable formats of findings, and which findings are
-// listed.
 
 #include "Sysconfctl.h"
 
@@ -14,8 +12,7 @@ using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
-/// A deployment with an error whose text has characters that are special in XML and in workflow
-/// commands, and with notes.
+/// The text of the error has characters that are special in XML and in workflow commands.
 void writeFaulty(support::Deployment& deployment) {
     deployment
         .appConfig(R"({"processes": {"p1": {"nodeId": "n", "IR": {"ip": "<a>&%\"':,\u0001"}}}})")

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Checks of whole trees: which files are grouped and compared.
 
 #include "Sysconfctl.h"
 
@@ -17,7 +16,6 @@ using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
-/// A copy of the samples that a test may change.
 fs::path copyOfSamples() {
     const fs::path copy = support::testDirectory() / "samples";
     fs::copy(tool::samplesDirectory(), copy, fs::copy_options::recursive);

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Help, version, unknown commands, and options before and after the command.
 
 #include "Sysconfctl.h"
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The candidates that shells get for command lines of the tool.
 
 #include "Sysconfctl.h"
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Messages on standard error, as sentences and as JSON.
 
 #include "Sysconfctl.h"
 
@@ -17,7 +16,7 @@ using ::testing::MatchesRegex;
 using ::testing::Not;
 using ::testing::StartsWith;
 
-/// The messages on standard error; each line must be a JSON message.
+/// Each line must be a JSON message.
 std::vector<Json::Value> messagesIn(const std::string& errors) {
     std::vector<Json::Value> messages;
     for (const std::string& line : tool::linesOf(errors)) {

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The differences between two environments.
 
 #include "Golden.h"
 
@@ -29,7 +28,7 @@ support::CommandResult runIn(const fs::path& folder, std::vector<std::string> ar
         .run();
 }
 
-/// Two copies of the sample pair, in the folders "before" and "after" of the test's directory.
+/// In the folders "before" and "after" of the test's directory.
 fs::path twoCopies() {
     for (const char* name : {"before", "after"}) {
         fs::copy(tool::samplesDirectory() / "ha-pair", support::testDirectory() / name,
@@ -45,7 +44,6 @@ void edit(const fs::path& file, const std::string& from, const std::string& to) 
     support::writeFile(file, text.replace(at, from.size(), to));
 }
 
-/// The queries that differ between two env files or directories.
 std::vector<std::string> differing(const fs::path& folder, const std::string& a,
                                    const std::string& b) {
     const Json::Value json = tool::parsed(runIn(folder, {"diff", a, b, "-o", "json"}).output);

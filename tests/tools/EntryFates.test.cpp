@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The fate of address entries under a rule.
 
 #include "explain/EntryFates.h"
 
@@ -31,7 +30,6 @@ void firstService(const rules::TracedNode& entries) {
     rules::addressByTag(entries, "service");
 }
 
-/// For a numbered slot the first address wins, for a service slot the last.
 void byNumber(const rules::TracedNode& entries) {
     std::map<int, std::string> numbers;
     std::string service;

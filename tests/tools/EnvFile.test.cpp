@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Parsing of environment files and of --set.
 
 #include "cli/Environment.h"
 #include "cli/UsageError.h"

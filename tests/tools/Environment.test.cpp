@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The environment of a query: that of the process, of a file, single variables.
 
 #include "Sysconfctl.h"
 

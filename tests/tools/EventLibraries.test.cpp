@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Commands on a machine with an event library.
 
 #include "Sysconfctl.h"
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Exit statuses by command, case and format.
 
 #include "Sysconfctl.h"
 
@@ -17,7 +16,6 @@ using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::StartsWith;
 
-/// All formats of a command.
 const std::vector<std::string>& formatsOf(std::string_view command) {
     static const std::vector<std::string> usual = {"table", "plain", "json"};
     static const std::vector<std::string> ofNodes = {"table", "wide", "name", "plain", "json"};
@@ -26,7 +24,6 @@ const std::vector<std::string>& formatsOf(std::string_view command) {
     return command == "nodes" ? ofNodes : command == "map" ? ofMap : usual;
 }
 
-/// The deployment that a command runs on.
 enum class Found {
     Nothing,         ///< an environment without files
     BrokenDatabases, ///< files that load, but queries throw
@@ -38,7 +35,7 @@ struct Row {
     Found found;
     int status;
     std::vector<std::string> arguments;
-    /// Part of the message on standard error; "" for no message.
+    /// "" for no message.
     std::string message;
 };
 
@@ -48,7 +45,6 @@ struct Misuse {
     std::string message;
 };
 
-/// A database that is an object instead of an array, and one with malformed fields.
 support::Deployment brokenDatabases() {
     support::Deployment deployment;
     deployment.appConfig(R"({
@@ -61,7 +57,6 @@ support::Deployment brokenDatabases() {
     return deployment;
 }
 
-/// Both lists have a misspelt tag.
 support::Deployment filesWithWarnings() {
     const std::string list = R"({"nodeList": {"n1": {
         "assignedToTenancy": "t",

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Explanations of answers.
 
 #include "Golden.h"
 
@@ -16,7 +15,7 @@ using ::testing::Not;
 using ::testing::SizeIs;
 using ::testing::StartsWith;
 
-/// Runs on the master of the pair, with paths that are the same on every machine.
+/// With paths that are the same on every machine.
 support::Command onMaster(std::vector<std::string> arguments) {
     for (const char* variable : {"APP_CONF_FILE=node-1/etc/app.json", "APP_ROOT=node-1",
                                  "TOLM_ROOT=manager", "PROCESS_INSTANCE_ID=alarm-1"}) {
@@ -312,7 +311,6 @@ TEST(Explain, UnsetVariables_AreAReason) {
     EXPECT_EQ(value["steps"][0]["text"], "TOLM_ROOT is not set");
 }
 
-/// The steps of an explanation with that outcome.
 std::vector<Json::Value> stepsWith(const Json::Value& explanation, const std::string& outcome) {
     std::vector<Json::Value> found;
     for (const Json::Value& step : explanation["steps"]) {

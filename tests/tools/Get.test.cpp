@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// One answer of each kind, in each format.
 
 #include "Sysconfctl.h"
 

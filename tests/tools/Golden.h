@@ -7,11 +7,10 @@
 
 namespace tool {
 
-/// Expects that a text equals the file of that name in golden/. With SYSCONF_RENEW_GOLDEN=1 in the
-/// environment it writes the file instead and fails, because a new file must be reviewed first.
+/// Expects the text of the file in golden/. With SYSCONF_RENEW_GOLDEN=1 it writes the file instead
+/// and fails, because a new file must be reviewed first.
 void expectGoldenText(const std::string& text, const std::string& name);
 
-/// Expects the exit status, and that the output equals the file of that name in golden/.
 /// "@SAMPLES@" in the file means the path of the samples.
 void expectGolden(const View& view, const std::vector<std::string>& arguments, int exitStatus,
                   const std::string& name);

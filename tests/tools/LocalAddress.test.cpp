@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Answers for a host with given addresses.
 
 #include "Sysconfctl.h"
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Positions of values in a text, and reasons why a text is rejected.
 
 #include "located/Document.h"
 
@@ -20,13 +19,12 @@ using namespace sysconfctl::located;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
-/// The value that the library's reader parses; unset if it rejects the text.
 std::optional<Json::Value> readByLibrary(const std::string& text) {
     Json::Value value;
     return JsonReader(false).parse(text, value) ? std::optional(value) : std::nullopt;
 }
 
-/// Whether both trees are equal; of repeated members the last one is compared.
+/// Of repeated members the last one is compared.
 ::testing::AssertionResult same(const Value& located, const Json::Value& value) {
     const auto different = [&] {
         return ::testing::AssertionFailure() << value << " at " << located.begin;

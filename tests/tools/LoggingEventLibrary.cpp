@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// An event library for tests. Appends a line for each call to
-// the file EVENT_LOG. A subscription throws if EVENT_THROWS is set, fails if EVENT_REFUSES is set,
-// and changes the environment of the process if EVENT_CHANGES is set, which violates the contract.
+// Appends a line for each call to the file EVENT_LOG. A subscription throws if EVENT_THROWS is set,
+// fails if EVENT_REFUSES is set, and changes the environment of the process if EVENT_CHANGES is
+// set, which violates the contract.
 
 #include <SysConfReaderEvent.h>
 

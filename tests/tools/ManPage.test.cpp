@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The manual page has exactly the entries of the tool's tables.
 
 #include "cli/CommandTable.h"
 #include "query/QueryUsage.h"
@@ -31,7 +30,6 @@ std::string readFile(const std::filesystem::path& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// The lines of one section of the page.
 std::vector<std::string> section(const std::string& title) {
     std::istringstream page(readFile(sourceDirectory() / "docs/man/sysconfctl.1"));
     std::vector<std::string> lines;
@@ -47,7 +45,6 @@ std::vector<std::string> section(const std::string& title) {
     return lines;
 }
 
-/// The remainder of each line of a section that begins with a given text.
 std::vector<std::string> linesWith(const std::string& title, const std::string& begin) {
     std::vector<std::string> found;
     for (const std::string& line : section(title)) {
@@ -68,7 +65,6 @@ std::vector<std::string> matches(const std::string& text, const std::string& pat
     return found;
 }
 
-/// "--env-file FILE" in the markup of the page.
 std::string inPage(const OptionRow& row) {
     std::string text = row.letter.empty() ? "" : "Fl " + std::string(row.letter.substr(1)) + " , ";
     text += "Fl Fl " + std::string(row.name.substr(2));
@@ -161,8 +157,7 @@ TEST(ManPage, Diagnostics_AreThoseOfTheTool) {
     EXPECT_THAT(linesWith("OUTPUT", ".It Cm "), ElementsAreArray(names));
 }
 
-/// The names of environment variables in a source: arguments of getenv, and other texts of that
-/// form.
+/// Arguments of getenv, and other texts of that form.
 std::vector<std::string> variablesIn(const std::string& source) {
     std::vector<std::string> names = matches(source, R"re(getenv\("([A-Za-z0-9_]+)"\))re");
     for (const std::string& name : matches(source, R"re((?:^|[^\[])"([A-Z]+(?:_[A-Z]+)+)")re")) {

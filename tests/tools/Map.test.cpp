@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Pictures of the deployment.
 
 #include "Golden.h"
 
@@ -19,7 +18,6 @@ using ::testing::IsSupersetOf;
 using ::testing::Not;
 using ::testing::StartsWith;
 
-/// Ids with characters that are special in a picture language or on a terminal.
 support::Deployment hostileDeployment() {
     support::Deployment deployment;
     deployment.appConfig(R"({"processes": {"p1": {"nodeId": "a\"]; x -> y [label=\""}}})");

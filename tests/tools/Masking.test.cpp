@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The masked parts of an answer.
 
 #include "render/Masking.h"
 

@@ -29,15 +29,12 @@ namespace {
 using namespace sysconfctl;
 namespace fs = std::filesystem;
 
-// The minimum shares of answer-changing mistakes that are reported, and that are reported at their
-// place: the figures that the test prints, rounded down.
+// The figures that the test prints, rounded down.
 constexpr double kReported = 0.98;
 constexpr double kPlaced = 0.98;
 constexpr double kErrors = 0.80;
-// A run with only some of the mutants may be slightly below the figures for all.
 constexpr double kSpread = SYSCONF_MUTANT_STEP == 1 ? 0 : 0.03;
 
-/// One mistake: the resulting text of a file, and the offsets at which it may be reported.
 struct Mutant {
     std::string what;
     std::string text;
@@ -170,7 +167,6 @@ std::string readFile(const fs::path& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// A process of a sample with the texts of its three files.
 struct View {
     std::string name;
     std::string instance;
@@ -211,7 +207,6 @@ std::vector<View> views() {
     return all;
 }
 
-/// The answers to all questions in a process that starts now.
 std::vector<std::string> answersOf(const std::string& instance) {
     support::setEnvironment("PROCESS_INSTANCE_ID", instance.c_str());
     Quarncommon::SysConfReader::Destory();
@@ -232,7 +227,6 @@ std::vector<std::string> answersOf(const std::string& instance) {
     return all;
 }
 
-/// The names of the processes in an app config file.
 std::vector<std::string> instancesOf(const std::string& appConfig) {
     const located::Document document(appConfig);
     std::vector<std::string> names;
@@ -242,7 +236,6 @@ std::vector<std::string> instancesOf(const std::string& appConfig) {
     return names;
 }
 
-/// A finding without its place.
 using Identity = std::tuple<std::string, std::string, std::string>;
 
 Identity identity(const Finding& finding) {
@@ -303,7 +296,6 @@ public:
     }
 
 private:
-    /// The answers of every process.
     std::vector<std::string> answers() const {
         std::vector<std::string> all;
         for (const std::string& instance : m_instances) {

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Names in a file that are probably misspelt.
 
 #include "explain/NearMiss.h"
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Tables of the nodes of both lists.
 
 #include "Golden.h"
 
@@ -103,7 +102,6 @@ TEST(Nodes, TenancyOfAWrongType_HidesTheRolesOfLaterNodesOfAllTenancies) {
               "d\tmaster\tt\tmaster\t\t\t\ne\t\t\t\t\t\t\nf\tstandby\ts\t\t\t\t\n");
 }
 
-/// The ids of the nodes that an invocation lists.
 std::vector<std::string> listed(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), {"nodes", "-o", "name"});
     return tool::linesOf(tool::run(tool::kWestData, arguments).output);

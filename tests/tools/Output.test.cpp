@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Output to pipes, terminals of any width, full disks and closed pipes.
 
 #include "Sysconfctl.h"
 
@@ -26,7 +25,6 @@ MATCHER_P(NoWiderThan, columns, "") {
     return tool::fits(arg, columns);
 }
 
-/// Every command in every format, on a deployment with all features.
 std::vector<std::vector<std::string>> everyCommand() {
     const std::vector<std::string> usual = {"table", "plain", "json"};
     const std::vector<std::pair<std::vector<std::string>, std::vector<std::string>>> writers = {
@@ -53,7 +51,6 @@ std::vector<std::vector<std::string>> everyCommand() {
     return commands;
 }
 
-/// The formats for people.
 const std::vector<std::vector<std::string>> kTables = {
     {"show"},
     {"get", "all-float-ip", "service", "-o", "table"},
@@ -94,7 +91,6 @@ TEST(Output, ClosedPipe_EndsBySigpipeWithoutAMessage) {
     }
 }
 
-/// Runs on a terminal with 25 lines.
 tool::CommandResult paged(std::vector<std::string> arguments, const std::string& pager) {
     return tool::sysconfctl(std::move(arguments))
         .outputToTerminal(80)
@@ -118,7 +114,6 @@ TEST(Output, LongTextOnATerminal_GoesThroughThePager) {
                     .run()
                     .output,
                 HasSubstr("LESS=R\n"));
-    // One line that is wider than the whole terminal.
     support::Deployment deployment;
     deployment.appConfig(R"({"databases": {")" + std::string(3000, 'x') + R"(": []}})");
     EXPECT_THAT(paged({"get", "all-db-info"}, kNumberingPager).output, StartsWith("paged: "));
@@ -269,7 +264,6 @@ TEST(Output, EverythingButPlainLinesToAPipe_IsNoWiderThan100Columns) {
     }
 }
 
-/// The text without colour sequences.
 std::string uncolored(const std::string& text) {
     return std::regex_replace(text, std::regex("\033\\[[0-9;]*m"), "");
 }

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The page of `report`. report_test.py tests it in a browser.
 
 #include "Sysconfctl.h"
 

@@ -29,7 +29,6 @@ class RandomDeployments {
 public:
     explicit RandomDeployments(std::uint64_t seed) : m_lists(seed) {}
 
-    /// Rewrites some or all of the files, and sets or unsets their variables.
     void change(support::Deployment& deployment) {
         if (!m_lists.oneIn(8)) {
             deployment.appConfig(damaged(textOf(appConfig())));
@@ -151,7 +150,6 @@ private:
     unsigned int m_odd = 1000000;
 };
 
-/// A reply as text, for failed comparisons.
 std::string shown(const Answer& answer) {
     return std::visit(Overloaded{
                           [](const NoAnswer&) { return std::string("(none)"); },
@@ -161,7 +159,6 @@ std::string shown(const Answer& answer) {
                       answer.value);
 }
 
-/// Each answer has a verdict, one decisive step, and places that exist in the files.
 void expectVerdict(const Explanation& explanation) {
     const std::vector<Step>& steps = explanation.steps;
     EXPECT_NE(explanation.verdict.name, "") << explanation.label();

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The environment of a running process.
 
 #include "Sysconfctl.h"
 
@@ -31,7 +30,6 @@ using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
-/// A process with the environment of the test, which does nothing until it is killed.
 class Process {
 public:
     explicit Process(const fs::path& folder, const std::string& instance = "p1")
@@ -56,7 +54,6 @@ private:
     support::RunningCommand m_running;
 };
 
-/// Two processes, and a configuration that is given by relative paths.
 fs::path folderWithRelativePaths() {
     const fs::path folder = support::testDirectory() / "site";
     support::writeFile(folder / "etc/app.json", R"({"processes": {
@@ -69,7 +66,6 @@ fs::path folderWithRelativePaths() {
     return folder;
 }
 
-/// Runs the tool in an environment without the variables of the library.
 support::CommandResult runElsewhere(std::vector<std::string> arguments) {
     for (const char* variable : {"APP_CONF_FILE", "APP_ROOT", "PROCESS_INSTANCE_ID"}) {
         support::setEnvironment(variable, nullptr);
@@ -211,8 +207,7 @@ TEST(Pid, NoticesOfAProcess_AreOfEveryCommandThatShowsAnswers) {
     }
 }
 
-/// Sets the second address of the loopback interface in this network namespace; "0.0.0.0" removes
-/// it.
+/// The second one of the loopback interface in this network namespace; "0.0.0.0" removes it.
 bool setAddress(const char* address) {
     ifreq request{};
     std::strcpy(request.ifr_name, "lo:1");

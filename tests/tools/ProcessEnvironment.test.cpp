@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Parsing of the environment of a process, and what is newer than a process.
 
 #include "cli/ProcessEnvironment.h"
 #include "deployment/ProcessAge.h"

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The tool's table of queries has exactly the queries of the public headers.
 
 #include "Sysconfctl.h"
 
@@ -18,7 +17,6 @@ using ::testing::Key;
 using ::testing::MatchesRegex;
 using ::testing::Not;
 
-/// Names of operations and their numbers of overloads.
 using Operations = std::map<std::string, int>;
 
 std::string withoutComments(std::string text) {
@@ -31,7 +29,6 @@ std::string withoutComments(std::string text) {
     return text;
 }
 
-/// The text between "public:" and "private:" of the class.
 std::string publicPart(const std::string& header, const std::string& className) {
     const std::string text =
         withoutComments(tool::readFile(tool::sourceDirectory() / "include" / header));
@@ -49,7 +46,6 @@ bool isWordCharacter(char c) {
     return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_';
 }
 
-/// The word before the first parenthesis of a declaration; "" if there is none.
 std::string declaredName(const std::string& declaration) {
     const std::size_t bracket = declaration.find('(');
     if (bracket == std::string::npos) {
@@ -66,8 +62,7 @@ bool contains(const std::string& text, const char* part) {
     return text.find(part) != std::string::npos;
 }
 
-/// The queries among the declarations: no constructors, loaders or destructors, nothing static or
-/// deleted.
+/// No constructors, loaders or destructors, nothing static or deleted.
 Operations queriesOf(const std::string& header, const std::string& className) {
     const std::set<std::string> lifecycle = {"", "Reload", "init_i", className};
     Operations operations;
@@ -83,7 +78,6 @@ Operations queriesOf(const std::string& header, const std::string& className) {
     return operations;
 }
 
-/// The queries of the reader, and those that only the facade has.
 Operations publicQueries() {
     Operations operations = queriesOf("SysConfReader.h", "SysConfReader");
     for (const auto& facade : queriesOf("SysConfReader_i.h", "SysConfReader_i")) {
@@ -130,7 +124,6 @@ TEST(QueryTable, Names_AreDistinctAndInKebabCase) {
     }
 }
 
-/// "getDBAccessPort" -> "db-access-port": without the verb, words in lower case.
 std::string predictedName(const std::string& operation) {
     std::string name;
     for (std::size_t i = 3; i < operation.size(); ++i) {

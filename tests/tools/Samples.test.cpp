@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Answers of the tool for every view of every sample
-// deployment.
 
 #include "Golden.h"
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Passwords are masked in all formats unless --reveal-secrets is given.
 
 #include "Sysconfctl.h"
 

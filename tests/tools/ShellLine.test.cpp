@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Partial shell lines: their words, and quoting of completions.
 
 #include "cli/ShellLine.h"
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Near matches of unknown words.
 
 #include "cli/Suggestion.h"
 

@@ -10,7 +10,6 @@
 #include <string>
 #include <vector>
 
-/// Helpers that run the built tool on the sample deployments.
 namespace tool {
 
 using support::CommandResult;
@@ -18,7 +17,6 @@ using support::CommandResult;
 std::filesystem::path sourceDirectory();
 std::filesystem::path samplesDirectory();
 
-/// One view of one sample deployment.
 struct View {
     std::string deployment;
     std::string name;
@@ -26,7 +24,6 @@ struct View {
     std::filesystem::path envFile() const;
 };
 
-/// All views, found by their env files.
 std::vector<View> views();
 
 inline const View kMaster = {"ha-pair", "master"};
@@ -36,17 +33,15 @@ inline const View kWestData = {"two-tenancies", "west-data-2"};
 
 support::Command sysconfctl(std::vector<std::string> arguments);
 CommandResult run(std::vector<std::string> arguments);
-/// Runs with "--env-file" of that view before the arguments.
 CommandResult run(const View& view, std::vector<std::string> arguments);
 
-/// Parses the output of a command as JSON; fails the test if it is not JSON.
+/// Fails the test if it is not JSON.
 Json::Value parsed(const std::string& text);
 
 std::string readFile(const std::filesystem::path& path);
 std::vector<std::string> linesOf(const std::string& text);
 
-/// Whether a line fits in the width or is a single word, such as an address or a path, which is
-/// never cut.
+/// Or is a single word, such as an address or a path, which is never cut.
 bool fits(const std::string& line, std::size_t columns);
 
 } // namespace tool

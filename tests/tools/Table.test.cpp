@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The layout of tables.
 
 #include "render/Table.h"
 

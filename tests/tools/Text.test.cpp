@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Text for a terminal: escaping, width, wrapping, quoting.
 
 #include "render/Text.h"
 

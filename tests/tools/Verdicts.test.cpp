@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The screens of `explain` on broken deployments: every query, at three widths, with and without
-// colour. golden/README.md describes how to renew them.
 
 #include "Golden.h"
 
@@ -21,7 +19,6 @@ using ::testing::Not;
 
 constexpr int kWidths[] = {80, 120, 200};
 
-/// A broken deployment in the test's directory, and its environment in the test's process.
 class Broken {
 public:
     explicit Broken(const BrokenDeployment& deployment)
@@ -40,7 +37,6 @@ public:
             .run();
     }
 
-    /// Explains on a host with the addresses of the deployment.
     std::string explained(std::vector<std::string> arguments, int width) const {
         arguments.insert(arguments.begin(), "explain");
         for (const std::string& address : m_deployment.hostAddresses) {
@@ -56,7 +52,6 @@ private:
     std::filesystem::path m_folder;
 };
 
-/// Replaces the escape character by "\e".
 std::string readable(const std::string& text) {
     return std::regex_replace(text, std::regex("\033"), "\\e");
 }

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// `sysconfctl watch` with any event library.
 
 #include "Sysconfctl.h"
 
@@ -33,7 +32,7 @@ support::Command watchBesideEventLibrary(std::vector<std::string> arguments) {
     return command;
 }
 
-/// The messages about the subscription, read after the initial answers were shown.
+/// Read after the initial answers were shown.
 std::string errorsOf(const support::Command& command) {
     support::RunningCommand running = command.start();
     running.waitForOutput("db-lib");

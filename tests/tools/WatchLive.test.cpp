@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// `sysconfctl watch` with the event library that watches the files.
 
 #include "Sysconfctl.h"
 
@@ -22,7 +21,6 @@ support::Command live(std::vector<std::string> arguments) {
     return command;
 }
 
-/// The changes of one query in the output.
 std::vector<Json::Value> changesOf(const std::string& query, const std::string& output) {
     std::vector<Json::Value> found;
     for (const std::string& line : tool::linesOf(output)) {

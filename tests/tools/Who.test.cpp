@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The places where a name appears.
 
 #include "Golden.h"
 
@@ -24,7 +23,6 @@ support::CommandResult runAt(int width, std::vector<std::string> arguments) {
         .run();
 }
 
-/// The plain lines for a word, without their files.
 std::vector<std::string> found(const std::string& word) {
     const auto result = tool::run({"who", "-o", "plain", "--local-address", "203.0.113.99", word});
     EXPECT_EQ(result.errors, "") << word;
