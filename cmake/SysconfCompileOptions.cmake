@@ -31,8 +31,7 @@ int main() {}"
 unset(CMAKE_REQUIRED_FLAGS)
 set(SYSCONFREADER_FORTIFY_LEVEL $<IF:$<BOOL:${SYSCONFREADER_HAS_FORTIFY_LEVEL_3}>,3,2>)
 
-# sysconf_compile_options(TARGET): language level, warnings, hardening and sanitizer of every target of
-# the project. They do not affect targets of consumers.
+# sysconf_compile_options(TARGET): for every target of the project, not for those of consumers.
 function(sysconf_compile_options target)
   set_target_properties(
     ${target}
@@ -69,9 +68,9 @@ function(sysconf_compile_options target)
   endif()
   # Without a sanitizer every symbol must be defined at link time, and the hardening applies.
   if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$")
-    # The linker marks a file as compatible with shadow stacks only if all its input files are marked.
-    # Some start files are compatible but not marked, so the mark is forced. It is not forced for
-    # indirect branch tracking: the _init of unmarked start files does not begin with endbr64.
+    # The linker marks a file for shadow stacks only if all its input files are marked, which some compatible
+    # start files are not, so the mark is forced. Not for indirect branch tracking: the _init of unmarked
+    # start files does not begin with endbr64.
     target_compile_options(${target} PRIVATE -fcf-protection)
     target_link_options(${target} PRIVATE -Wl,-z,shstk)
   elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64)$")

@@ -32,7 +32,6 @@ die() {
   exit 1
 }
 
-# missing_packages PACKAGE...: prints those that are not installed, one per line.
 missing_packages() {
   local package
   for package in "$@"; do
@@ -42,7 +41,6 @@ missing_packages() {
   done
 }
 
-# as_root COMMAND...: runs it as root, through sudo if necessary.
 as_root() {
   if [[ $(id -u) -eq 0 ]]; then
     "$@"
@@ -59,9 +57,8 @@ apt_install() {
     apt-get install --yes --no-install-recommends -qq "$@" 2>&1
 }
 
-# install_packages PACKAGE...: installs missing packages. Updates the lists of packages only if the
-# installation fails without that, so that a slow or unreachable mirror is no error as long as the
-# packages are available.
+# Updates the lists of packages only if the installation fails without that, so that an unreachable mirror is
+# no error if the packages are available.
 install_packages() {
   local missing
   if ! command -v dpkg-query >/dev/null; then
@@ -89,8 +86,7 @@ install_packages() {
   fi
 }
 
-# configure FOLDER OPTION...: configures the build folder FOLDER, with ccache if it is installed.
-# Silent unless it fails.
+# configure FOLDER OPTION...: with ccache if it is installed. Silent unless it fails.
 configure() {
   local folder=$1 log
   shift
@@ -106,14 +102,13 @@ configure() {
   fi
 }
 
-# configure_all FOLDER OPTION...: the same with everything except the fuzzers by default.
 configure_all() {
   configure "$1" -DBUILD_TESTING=ON -DSYSCONFREADER_BUILD_TOOLS=ON \
     -DSYSCONFREADER_BUILD_EXAMPLES=ON -DSYSCONFREADER_BUILD_BENCHMARKS=ON "${@:2}"
 }
 
-# configure_for_tests FOLDER COMPILER SANITIZER: for a test run, with -O1 because more optimisation
-# takes longer than it saves. The folders are those of Debian's packages.
+# configure_for_tests FOLDER COMPILER SANITIZER: more optimisation takes longer than it saves. The folders are
+# those of Debian's packages.
 configure_for_tests() {
   configure_all "$1" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DCMAKE_CXX_FLAGS_RELWITHDEBINFO="-O1 -g1" -DCMAKE_INSTALL_PREFIX=/usr \
@@ -121,13 +116,11 @@ configure_for_tests() {
     -DSYSCONFREADER_BUILD_BENCHMARKS="$([[ -n $3 ]] && echo OFF || echo ON)"
 }
 
-# copy_sources FOLDER: copies the sources without build folders.
 copy_sources() {
   tar --exclude='./build*' --exclude=./.git --exclude=./.ccache -cf - . | tar -C "$1" -xf -
 }
 
-# build FOLDER [TARGET...]: builds the targets, or all, with JOBS jobs (by default one per processor).
-# Prints only warnings and errors.
+# build FOLDER [TARGET...]: with JOBS jobs. Prints only warnings and errors.
 build() {
   local folder=$1
   shift

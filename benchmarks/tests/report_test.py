@@ -78,8 +78,7 @@ class ReportTest(unittest.TestCase):
 
     def test_targets_are_on_the_maintainers_page_only(self):
         self.assertNotIn("target is", self.users)
-        # Per layout and size: each operation, and those against the kernel. Then the loaded
-        # values, which miss, the memory, the throughput per size, four waits of reloads.
+        # The loaded values miss, the memory, the throughput per size, four waits of reloads.
         operations = len(report.OPERATIONS)
         read = sum(targets is report.ONE_NODE for _, _, targets in report.OPERATIONS)
         judged = 2 * len(SIZES) * (operations + read) + 4 + 1 + len(SIZES) + 4

@@ -18,9 +18,8 @@ if(NOT result EQUAL 0)
   message(FATAL_ERROR "Doxygen reports mistakes in the public headers")
 endif()
 
-# manual_page(NAME RAW): RAW as the page NAME(3). Doxygen names a page by its scope or file, writes
-# lines that begin with a quotation mark, which troff takes for a request and drops, and asks for a
-# font that not every reader of manual pages has.
+# manual_page(NAME RAW): RAW as the page NAME(3), without lines that begin with a quotation mark, which troff
+# drops, and without a font that not every reader of manual pages has.
 function(manual_page name raw)
   set(path "${OUTPUT}/raw-man/man3/${raw}.3")
   if(NOT EXISTS "${path}")

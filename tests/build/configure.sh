@@ -19,7 +19,6 @@ fail() {
   exit 1
 }
 
-# linked: lists the programs and libraries that a build would create.
 linked() {
   ninja -C "$work/build" -n -v | sed -nE 's/.* -o ([^ ]*\/)?([^ /]*) .*/\2/p' | grep -v '\.o$' | sort
 }
@@ -29,7 +28,6 @@ plain() {
   diff <(linked) <(printf '%s\n' libeventcbutil.so libsysconfreader-c.so.1.0.0 libsysconfreader.so sysconfctl)
 }
 
-# reports TEXT: the output contains TEXT, apart from line breaks.
 reports() {
   tr -s '[:space:]' ' ' <"$work/log" | grep -F "$1" || fail "does not report: $1"
 }

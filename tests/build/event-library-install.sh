@@ -9,7 +9,6 @@ build=$2
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-# installed COMPONENT: installs it and prints the names of its files, one per line.
 installed() {
   "$cmake" --install "$build" --component "$1" --prefix "$work/$1" >/dev/null
   find "$work/$1" -type f -printf '%f\n' | sed 's/-targets-.*\.cmake$/-targets-CONFIG.cmake/' | sort

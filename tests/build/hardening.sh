@@ -30,7 +30,7 @@ check_memory() {
   grep -qw __stack_chk_fail <<<"$imports" || fail "no stack protector"
 }
 
-# Out-of-range accesses to standard containers end the process. The tool may have none to check.
+# Out-of-range accesses to standard containers end the process.
 check_assertions() {
   case $(basename "$file") in
   libsysconfreader.so | libeventcbutil.so)
@@ -40,8 +40,7 @@ check_assertions() {
   esac
 }
 
-# x86-64: no frame skips the guard page below the stack. A frame of more than one page is allocated
-# page by page, and each page is touched.
+# x86-64: a frame of more than one page is allocated page by page, and each page is touched.
 # shellcheck disable=SC2016 # $ is the assembler's
 check_frames() {
   local steps probes
@@ -52,8 +51,7 @@ check_frames() {
   [[ $(basename "$file") != libeventcbutil.so || $probes -gt 0 ]] || fail "no stack probes"
 }
 
-# Libraries are searched only relative to the file: not in folders of the build, and not in the current
-# folder, which an empty entry means.
+# Neither in folders of the build, nor in the current folder, which an empty entry means.
 check_search_path() {
   local found expected=
   case $(basename "$file") in
@@ -68,9 +66,8 @@ features() {
   readelf --notes --wide "$1" | sed -nE 's/.*x86 feature: ([A-Z, ]+).*/\1/p'
 }
 
-# x86-64: the file is marked for shadow stacks, and for indirect branch tracking if the start files
-# allow it. Functions that can be called through a pointer (exported ones, and those whose address is
-# in a table) begin with the instruction that marks a branch target.
+# x86-64: marked for shadow stacks, and for indirect branch tracking if the start files allow it. Functions
+# that can be called through a pointer begin with the instruction that marks a branch target.
 check_branches() {
   local marks marked targets text
   marks=$(features "$file")

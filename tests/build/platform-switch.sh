@@ -1,8 +1,7 @@
 #!/usr/bin/env bash
-# platform-switch.sh SOURCE BUILD TOOL: installs the bundled libraries of BUILD to a prefix like a
-# platform, builds the library and parts of the tool against them with SYSCONFREADER_PLATFORM=system,
-# compares the tool's output for every sample with both libraries, and builds programs with the
-# installed library.
+# platform-switch.sh SOURCE BUILD TOOL: installs the bundled libraries of BUILD like a platform's, builds the
+# library and parts of the tool against them, and compares the tool's output for every sample with both
+# libraries.
 set -euo pipefail
 
 source=$1
@@ -43,7 +42,6 @@ if find "$work/build" -name 'libquarn*' -o -name 'libeventcbutil*' | grep .; the
   exit 1
 fi
 
-# with_other COMMAND...: runs it with this library.
 with_other() {
   LD_LIBRARY_PATH=$work/build/src:$work/prefix/lib "$@"
 }

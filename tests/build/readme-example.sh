@@ -7,7 +7,6 @@ source=$1
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-# Prints the first block of that language in README.md.
 block() {
   awk -v fence="\`\`\`$1" '$0 == fence {inside = 1; next} inside && /^```$/ {exit} inside' \
     "$source/README.md"

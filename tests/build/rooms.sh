@@ -19,8 +19,7 @@ declare -A may_include=(
 )
 status=0
 
-# Lines such as "config/FileText.cpp base/Exceptions.h": each include of src/ that names a folder or a
-# public header.
+# Lines such as "config/FileText.cpp base/Exceptions.h".
 includes() {
   grep -rE --include='*.h' --include='*.cpp' '^ *# *include' src |
     sed -nE 's,^src/([^:]+): *# *include *["<]([^">]+)[">].*,\1 \2,p'

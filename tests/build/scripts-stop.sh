@@ -12,7 +12,6 @@ for command in basename bash dirname env sed tail timeout; do
   ln -s "$(command -v "$command")" "$bin/$command"
 done
 
-# stub NAME COMMAND...: replaces a command for the scripts.
 stub() {
   printf '#!/bin/sh\n%s\n' "${*:2}" >"$bin/$1"
   chmod +x "$bin/$1"

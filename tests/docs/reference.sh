@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
-# reference.sh SOURCE OUTPUT COMMAND...: generates the reference in OUTPUT with COMMAND and checks the
-# manual pages: there is one per class and one for the callback's header, mandoc and groff accept them,
-# and every public operation of the headers is described.
+# reference.sh SOURCE OUTPUT COMMAND...: generates the reference in OUTPUT with COMMAND and checks that every
+# public operation of the headers is described, and that mandoc and groff accept the pages.
 set -euo pipefail
 
 source=$1
@@ -20,14 +19,13 @@ complain() {
   status=1
 }
 
-# Prints the names of the public operations of a header.
 operations() {
   sed -n '/^public:/,/^private:/p' "$1" | sed 's,///.*,,' |
     grep -oE '^    [A-Za-z].* \*?[A-Za-z_]+\(' | grep -vE 'operator|delete' |
     grep -oE '[A-Za-z_]+\($' | tr -d '(' | sort -u
 }
 
-# Prints a manual page without overprinting, one line per paragraph.
+# Without overprinting, one line per paragraph.
 plain_text() {
   mandoc -Tutf8 -Owidth=1000 "$1" | sed 's/.\x08//g'
 }

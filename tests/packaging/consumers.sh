@@ -16,7 +16,6 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 prefix=$work/moved/here
 
-# install_to_moved COMPONENT...
 install_to_moved() {
   local component
   for component in "$@"; do
@@ -36,14 +35,12 @@ as_master() (
   "$@"
 )
 
-# answers_like_the_tool PROGRAM
 answers_like_the_tool() {
   diff <(for query in product-name local-service-ip local-south-ip; do
     "$tool" --env-file "$source/samples/ha-pair/master.env" get "$query"
   done) <(as_master "$1")
 }
 
-# configure_consumer OPTION...: configures the other project.
 configure_consumer() {
   "$cmake" -S "$source/tests/packaging/consumer" -B "$work/build" -G Ninja \
     -DCMAKE_CXX_COMPILER="$CXX" -DCMAKE_PREFIX_PATH="$prefix" "$@" >"$work/log" 2>&1
@@ -56,7 +53,7 @@ build_consumer() {
   fi
 }
 
-# refused TEXT OPTION...: configuring fails with TEXT, apart from line breaks.
+# Apart from line breaks.
 refused() {
   local text=$1
   shift
@@ -85,15 +82,13 @@ event_component() {
   "$work/build/event-consumer"
 }
 
-# find_by_pkg_config: sets flags.
 find_by_pkg_config() {
   install_to_moved library development
   export PKG_CONFIG_PATH=$prefix/$libdir/pkgconfig
   read -ra flags < <(pkg-config --cflags --libs sysconfreader)
 }
 
-# compile SOURCE OPTION...: compiles $work/program in the oldest C++ version that the headers support;
-# ACE's headers decide it.
+# In the oldest C++ version that ACE's headers support.
 compile() {
   "$CXX" -std="c++$oldest" -Wall -Wextra -Werror "$source/tests/packaging/consumer/$1" \
     -o "$work/program" "${@:2}" "${flags[@]}"
@@ -121,7 +116,6 @@ linkers() {
   done
 }
 
-# A C program, which needs neither the C++ headers nor a C++ compiler.
 c_program() {
   local compiler
   install_to_moved library development
@@ -135,7 +129,6 @@ c_program() {
   answers_like_the_tool "$work/build/c-consumer"
 }
 
-# The program has classes with the names of classes inside the library.
 same_names() {
   find_by_pkg_config
   compile same-names.cpp
@@ -153,7 +146,6 @@ meson_project() {
   library_path=$prefix/$libdir answers_like_the_tool "$work/build/consumer"
 }
 
-# build_all SOURCE OPTION...: in $work/build.
 build_all() {
   if ! { "$cmake" -S "$1" -B "$work/build" -G Ninja -DCMAKE_CXX_COMPILER="$CXX" \
     -DCMAKE_CXX_COMPILER_LAUNCHER="${LAUNCHER:-}" "${@:2}" &&

@@ -44,7 +44,6 @@ field() {
   dpkg-deb --field "$(package "$1")" "$2"
 }
 
-# The packages do not depend on the time, the folder, the user or the umask.
 make() {
   rm -rf "$folder"
   pack "$folder" 022
@@ -63,7 +62,7 @@ lintian_errors() {
   lintian "${options[@]}" "$folder"/*.changes
 }
 
-# has PACKAGE FILE...: the package contains exactly these files and those of every package.
+# Exactly these files and those of every package.
 has() {
   local package=$1
   shift
@@ -142,7 +141,6 @@ in_root() {
   find "$root" -path "$root/var/lib/dpkg" -prune -o ! -type d -printf '/%P\n' | sort
 }
 
-# older: makes packages of an older version, with one more file.
 older() {
   local package tree version
   mkdir "$work/older"
@@ -156,12 +154,10 @@ older() {
   done
 }
 
-# tool ARGUMENT...: runs the installed tool with the installed libraries.
 tool() {
   LD_LIBRARY_PATH=$root/usr/$libdir "$root/usr/bin/sysconfctl" "$@"
 }
 
-# python_answer: an answer of the installed Python package, as the master of the sample pair.
 python_answer() (
   cd "$source/samples/ha-pair"
   set -a
