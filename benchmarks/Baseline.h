@@ -5,9 +5,8 @@
 
 namespace bench {
 
-/// The reference for the product's speed: NaiveReader on files. It reads them as often as the
-/// product does, with stream-buffer iterators, and parses them with jsoncpp's strict reader. No
-/// locks.
+/// The reference for the product's speed: NaiveReader on files, as often as the product reads them,
+/// with stream-buffer iterators and jsoncpp's strict reader. No locks.
 class Baseline : public NaiveReader {
 public:
     static Baseline* Instance();

@@ -33,8 +33,7 @@ private:
     std::vector<Operation> m_operations;
 };
 
-/// They run in a child process, so that the heap of this one is unchanged. Call it before threads
-/// are started.
+/// They run in a child process, so the heap of this one is unchanged. Call before starting threads.
 /// @throws std::runtime_error if the child process fails.
 Answers answersApart(const std::function<void(Suite&)>& fill);
 

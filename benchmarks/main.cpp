@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // bench-queries product|baseline|limit DIRECTORY [--compared] [--once] [Google Benchmark's
-// options]: measures one variant on a deployment of bench-deployment. Each variant needs its own
-// process, because the heap of another variant would slow it down. Fails if product and baseline
-// give different answers; --compared skips this check. --once runs each operation for one
-// iteration.
+// options]: measures one variant, in its own process, because the heap of another would slow it
+// down. Fails if product and baseline give different answers; --compared skips this check. --once
+// runs each operation once.
 
 #include "Environment.h"
 #include "Suite.h"

@@ -5,8 +5,7 @@
 #include <string_view>
 #include <vector>
 
-/// Inputs that consist of several texts, with a line "%%" between them. A text without such a line
-/// is one part.
+/// Inputs that consist of several texts, with a line "%%" between them; without it, of one.
 inline constexpr std::string_view kPartsSeparator = "\n%%\n";
 
 inline std::vector<std::string> splitIntoParts(std::string_view text) {

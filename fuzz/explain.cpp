@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Any files, environment and arguments: the explanation of each query gives the library's answer,
-// after a first load and after a reload; the tool's reader accepts the same files as the library's;
-// and `check` returns.
+// after a first load and a reload; the tool's reader accepts the library's texts; `check` returns.
 //
 // An input has parts, with a line "%%" between them: settings, the three files of the first load
 // and, optionally, those of the reload.

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Any manager node list: the role reader and the queries of that list give the answers of
-// NaiveReader.
+// Any manager node list: roles and the queries of that list give the answers of NaiveReader.
 
 #include "comparison/Comparison.h"
 #include "comparison/SoundDeployment.h"

@@ -153,8 +153,7 @@ public:
     /// Replaces `info` by the whole value of the database, of any type, and returns 0. For an
     /// unknown name returns -1 and leaves `info` unchanged.
     int getDBInfo(const std::string& name, Json::Value& info);
-    /// Replaces `all` by all databases, keyed by name, and returns 0. If memory runs out, `all` is
-    /// unchanged.
+    /// Replaces `all` by all databases, by name, and returns 0. Without memory, `all` is unchanged.
     int getAllDBInfo(std::map<std::string, Json::Value> & all);
     /// "accessPort": the port on which the database is reached. Unknown name: -1.
     int getDBAccessPort(const std::string& name, unsigned int index);

@@ -76,9 +76,8 @@ using EventConsumerCBRedeliverFunction = void(const EventConsumerCallback* callb
 ///
 /// Any thread may call it. It takes first SysConfReader's write lock, and after its release
 /// SysConfReaderImpl's. An event during a first load on another thread waits for that load and is
-/// applied if it succeeds. One that the event library delivers inside EventConsumerCBInit returns 0
-/// at once: the load that follows reads the files, and an existing SysConfReader is reloaded after
-/// it.
+/// applied if it succeeds. One that is delivered inside EventConsumerCBInit returns 0 at once: the
+/// load that follows reads the files, and an existing SysConfReader is reloaded after it.
 [[gnu::visibility("default")]] int SysConfReaderEventProcessCB(const std::string& eventName,
                                                                const std::string& second,
                                                                const std::string& third,

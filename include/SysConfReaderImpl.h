@@ -19,8 +19,7 @@ class SysConfReader_i;
 /// tenancy of the local node. It also owns the subscription to change events
 /// (SysConfReaderEvent.h).
 ///
-/// One instance exists per process, as of SysConfReader. Programs normally use SysConfReader_i,
-/// which forwards here.
+/// One instance exists per process. Programs normally use SysConfReader_i, which forwards here.
 ///
 /// Sources, read at each load and never in between (`<instance id>` is the value of
 /// `PROCESS_INSTANCE_ID`; an unset variable is ""):
@@ -101,8 +100,7 @@ public:
     /// Own node id: `"processes".<instance id>."nodeId"` of the app config file.
     void InitLocalNodeId();
 
-    /// Own internal-service address: GetInternalIp of the own node's "IPAddresses" in the local
-    /// node list.
+    /// Own internal-service address: GetInternalIp of the own node in the local node list.
     void InitLocalIp();
 
     /// Tenancy: `"nodeList".<own node id>."assignedToTenancy"` of the local node list.
@@ -155,15 +153,13 @@ private:
     [[gnu::visibility("hidden")]] static void reloadExisting();
     /// The first step of SysConfReader's loader: creates the instance and tries to subscribe.
     static void ensureSubscribed();
-    /// Subscribes the published instance again, after a discarded one may have replaced it in the
-    /// event library.
+    /// Subscribes again, after a discarded instance may have replaced the published one.
     [[gnu::visibility("hidden")]] static void subscribeAgain();
     /// The end of an operation that has loaded, if the thread holds no lock any more: applies an
     /// event that the load could not apply, and requests one if a load met a shortage.
     [[gnu::visibility("hidden")]] static void finishLoad();
     [[gnu::visibility("hidden")]] static void requestRedelivery();
-    /// Reloads both singletons if `subscriber` is still the role reader. Throws if a load met a
-    /// shortage.
+    /// Reloads both if `subscriber` is still the role reader. Throws if a load met a shortage.
     static void applyChange(const void* subscriber);
     void endSubscription();
     /// Copies one answer of the instance that exists under the read lock, creating one if there is

@@ -11,9 +11,8 @@ namespace Quarncommon {
 
 /// The public access to the node's role: four queries, forwarded to SysConfReaderImpl.
 ///
-/// One facade exists per process, created on first use and freed only by Destory(). It stores no
-/// values: each query goes to the role reader, which is created if need be. SysConfReaderImpl
-/// documents the results.
+/// One facade exists per process, created on first use and freed only by Destory(). Each query goes
+/// to the role reader, which is created if need be. SysConfReaderImpl documents the results.
 ///
 /// Threads, environment, forks and exit: see SysConfReader. The facade's lock guards its creation
 /// and destruction; a query takes only the role reader's read lock.

@@ -7,8 +7,7 @@
 
 namespace eventcbutil {
 
-/// Decides when a failed delivery is repeated: after 100 ms, then twice as long each time, up to 30
-/// s. It has no clock.
+/// Decides when a failed delivery is repeated: after 100 ms, then 200 ms and so on up to 30 s.
 class Backoff {
 public:
     using Time = std::chrono::steady_clock::time_point;

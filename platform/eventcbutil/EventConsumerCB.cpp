@@ -47,8 +47,7 @@ void EventConsumerCBFini() {
     try {
         Service::instance().unsubscribeAll();
     } catch (...) {
-        // There is no service or subscription, or its mutex reports misuse; the caller is a
-        // destructor.
+        // No service, or its mutex reports misuse; the caller is a destructor.
         return;
     }
 }

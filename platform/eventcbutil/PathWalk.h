@@ -23,9 +23,9 @@ struct Found {
     std::string target; // of a link
 };
 
-/// Calls `look` for every place of an absolute path, in the order in which the kernel resolves it,
-/// up to the file or to the first place that cannot be passed. Only `look` reads places, so that it
-/// can watch them first.
+/// Calls `look` for every place of an absolute path, in the kernel's order, up to the file or to
+/// the first place that cannot be passed. Only `look` reads places, so that it can watch them
+/// first.
 void walkPath(const std::string& path, const std::function<Found(const Place&)>& look);
 
 } // namespace eventcbutil

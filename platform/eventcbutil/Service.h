@@ -14,8 +14,7 @@
 
 namespace eventcbutil {
 
-/// The subscriptions of the process, and the thread that serves them; beside it at most one that
-/// missed kLongestEnd.
+/// The subscriptions of the process and the thread that serves them; at most one thread is late.
 class Service {
 public:
     static constexpr std::chrono::seconds kLongestEnd{1};
@@ -77,8 +76,7 @@ private:
     bool beginCall(Run& run, const std::shared_ptr<Subscription>& subscription);
     void endCall(Run& run) noexcept;
 
-    /// Protects everything below and the contents of every run. Held briefly, never during a
-    /// callback.
+    /// Protects all below and the contents of every run. Held briefly, never during a callback.
     ForkMutex m_mutex;
     std::shared_ptr<Run> m_run;
     std::shared_ptr<Run> m_left;

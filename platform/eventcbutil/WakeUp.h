@@ -16,8 +16,7 @@ public:
 
     void ring();
 
-    /// Replaces a pipe that is lost, closed or unreadable; if that fails, there is none until the
-    /// next call.
+    /// Replaces a pipe that is lost, closed or unreadable; if that fails, there is none for now.
     void clear();
 
     void close();

@@ -17,8 +17,7 @@
 /// Json::Exception. Only Node::value() takes more stack for a deeper text. Any number of threads
 /// may use a document that has been read.
 ///
-/// Memory: at most 8 bytes for each byte of the text, and up to 13 while it is read, the text
-/// included.
+/// Memory: at most 8 times the text, and up to 13 while it is read, the text included.
 class [[gnu::visibility("default")]] JsonDocument {
 public:
     class Node;
@@ -39,9 +38,8 @@ public:
     /// @throws std::bad_alloc if memory runs out.
     static std::size_t errorOffset(const char* text, std::size_t length);
 
-    /// Becomes a packed copy of a document, for a text that is kept: smaller, with binary search
-    /// for the members of large objects. It refers to the text, which must not change as long as
-    /// this is used.
+    /// Becomes a packed copy of a document: smaller, with binary search for the members of large
+    /// objects. It refers to the text, which must not change as long as this is used.
     /// @param text The text that `document` has read.
     /// @return Whether there is a copy: not of a document that has read nothing, nor of a text of
     ///         64 MiB or more.
@@ -69,8 +67,7 @@ public:
     /// Refers to a value of a tree.
     Node(const Json::Value& value); // NOLINT(google-explicit-constructor): it is the same value
 
-    /// Returns the member of that name; if several have it, the last one; null if it is absent or
-    /// this is null.
+    /// Returns the last member of that name; null if there is none or this is null.
     /// @throws Json::Exception if this is neither an object nor null.
     Node operator[](const std::string& name) const;
 

@@ -100,8 +100,7 @@ private:
         skipText();
     }
 
-    /// Whether the string at the opening quote has no escape, which would make its source longer
-    /// than `bytes`.
+    /// Whether the string has no escape, which would make its source longer than `bytes`.
     bool isVerbatim(std::string_view bytes) const {
         return !m_hasEscapes ||
                (m_text[m_position + 1 + bytes.size()] == '"' &&

@@ -5,8 +5,7 @@
 
 #include <string_view>
 
-/// Reads the texts that JsonReader(false) accepts. Not recursive. Replaces `tape` only if the text
-/// was accepted.
+/// Reads the texts that JsonReader(false) accepts, and replaces `tape` then. Not recursive.
 /// @throws std::bad_alloc if memory runs out.
 bool readStrictly(std::string_view text, Tape& tape);
 

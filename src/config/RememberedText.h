@@ -30,8 +30,7 @@ struct ParsedText {
 
     mutable std::atomic<unsigned int> uses{0};
 
-    /// The number of texts in a row, the last one being that before this text, that were not read
-    /// again.
+    /// How many texts in a row before this one were not read again.
     const unsigned int unused;
 
     /// The same number with this text, 0 if it was read again.

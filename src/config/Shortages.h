@@ -13,12 +13,10 @@
 /// Loads that meet a shortage (docs/decisions/0009-shortages.md).
 namespace Quarncommon {
 
-/// The number of shortages that this thread has met. A counter, because loads of the two readers
-/// nest.
+/// The shortages that this thread has met; a counter, because loads of the two readers nest.
 inline constinit thread_local unsigned int t_shortageCount = 0;
 
-/// Whether the last load of the class met a shortage that has not been reported to the event
-/// library.
+/// Whether the event library does not know yet that the last load of the class met one.
 template <typename Class>
 inline constinit std::atomic<bool> unreportedShortage{false};
 

@@ -75,8 +75,7 @@ void afterForkInChild() {
 [[maybe_unused]] const int g_registered =
     ::pthread_atfork(&beforeFork, &afterForkInParent, &afterForkInChild);
 
-/// jsoncpp builds this object when it is first needed, which another thread must not do during a
-/// fork.
+/// jsoncpp builds this object on first use, which must not happen during a fork.
 [[maybe_unused]] const Json::Value& g_null = Json::Value::nullSingleton();
 
 } // namespace

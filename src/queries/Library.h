@@ -18,8 +18,7 @@ namespace Quarncommon::queries::library {
 
 using Arguments = std::vector<std::string>;
 
-/// Its destructor destroys the library's instances, so that the subscription ends before the
-/// process.
+/// Its destructor destroys the instances, so that the subscription ends before the process.
 struct Session {
     Session() = default;
     ~Session();

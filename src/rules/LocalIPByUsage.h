@@ -13,8 +13,7 @@ inline const std::string& nodeForTag(const std::string& tag, const std::string& 
     return tag == kMaintenanceTag ? ownNodeId : floatNodeId;
 }
 
-/// Returns the "IP" of the first entry that has `tag` (lower case), "" if no entry has it or that
-/// entry has no "IP".
+/// Returns the "IP" of the first entry that has `tag` (lower case), "" if there is none.
 template <typename AnyNode>
 std::string addressByTag(const AnyNode& addresses, const std::string& tag) {
     std::string address;

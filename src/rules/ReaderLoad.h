@@ -49,8 +49,7 @@ void loadAppConfig(const AnyNode& appConfig, const std::string& instanceId,
     values.floatNodeId = values.nodeId;
 }
 
-/// `replaceBySource(std::string& nodeId)` replaces the id by that of the source node, if there is
-/// one.
+/// `replaceBySource(std::string& nodeId)` replaces the id by that of a source node.
 template <typename AnyNode, typename ReplaceBySource>
 void loadNodeList(const AnyNode& nodeList, ReplaceBySource replaceBySource,
                   const ReaderValues& values) {

@@ -48,8 +48,7 @@ public:
     ~LoaderUse() { --g_loaderUsers; }
 };
 
-/// The events that the calling thread is applying; they nest if the event library delivers inside
-/// its entry points.
+/// The events that this thread is applying; an event library may nest them.
 constinit thread_local unsigned int t_applying = 0;
 using Destruction = void (*)();
 constinit thread_local Destruction t_postponed = nullptr;
@@ -79,9 +78,8 @@ bool switchedOff() {
     return g_loaderLost || isSet("NO_EM_CLIENT") || isSet("NO_EM_CLIENT_CONSUMER");
 }
 
-/// Registered after all static objects of the library were built, so it runs before they are
-/// destroyed. Not a local static object: a child that is forked while another thread builds it
-/// would wait for it.
+/// Registered after all static objects of the library were built, so it runs before their
+/// destructors. Not a local static object, for which a forked child might wait.
 void closeGateAtExit() {
     if (!g_closedAtExit.exchange(true)) {
         std::atexit([] { g_eventGate.close(kExitLimit); });
@@ -191,8 +189,7 @@ void SysConfReaderImpl::InitConsumer() {
     }
     attempt.result = Subscription::Refused;
     const EventConsumerCallback callback{&SysConfReaderEventProcessCB, this};
-    // The handle is never closed from here on: threads of the event library may run its code until
-    // the process ends.
+    // The handle is never closed: threads of the event library may run its code until the end.
     if (init(std::string(kChangeEvent), "", &callback) >= 0) {
         attempt.result = Subscription::Subscribed;
         g_redeliver =
@@ -247,8 +244,7 @@ void SysConfReaderImpl::applyChange(const void* subscriber) {
     const Applying applying;
     SysConfReaderImpl* reader = nullptr;
     {
-        // Waits for a first load to publish the instance that it has subscribed. The user data is
-        // only compared.
+        // Waits for a first load to publish its instance. The user data is only compared.
         const ReadGuard<SysConfReaderImpl> guard;
         reader = m_pInstance.load(std::memory_order_acquire);
     }

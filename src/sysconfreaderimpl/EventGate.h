@@ -14,8 +14,7 @@ class EventGate {
 public:
     constexpr EventGate() = default;
 
-    /// Closes the gate for good. Waits for the threads inside, except the calling one, for at most
-    /// `limit`.
+    /// For good. Waits for the threads inside, except the calling one, for at most `limit`.
     void close(Clock::duration limit);
 
     /// For a forked child, which has none of the other threads: opens the gate.

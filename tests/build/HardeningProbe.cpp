@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Unsafe functions, which are compiled but never run: their code shows the checks that the compiler
-// adds.
+// Unsafe functions, never run: their code shows the checks that the compiler adds.
 
 #include <cstdlib>
 #include <cstring>

@@ -1,6 +1,5 @@
 #!/usr/bin/env bash
-# configure.sh CASE SOURCE: configures the project as users do, without building it. CASE is one of the
-# functions below.
+# configure.sh CASE SOURCE: configures as users do, without building. CASE is a function below.
 set -euo pipefail
 
 case=$1

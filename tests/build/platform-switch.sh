@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
 # platform-switch.sh SOURCE BUILD TOOL: installs the bundled libraries of BUILD like a platform's, builds the
-# library and parts of the tool against them, and compares the tool's output for every sample with both
-# libraries.
+# library and the tool against them, and compares the tool's output for every sample.
 set -euo pipefail
 
 source=$1

@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
-# rooms.sh SOURCE-DIRECTORY: checks that the folders of src/ include each other only as the table
-# below allows, and that no two files of the product have the same base name, except a header and its
-# source in one folder.
+# rooms.sh SOURCE-DIRECTORY: checks that the folders of src/ include each other only as the table below
+# allows, and that base names are unique except for a header and its source.
 set -euo pipefail
 cd "$1"
 

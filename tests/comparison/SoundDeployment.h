@@ -3,8 +3,7 @@
 
 #include "comparison/Files.h"
 
-/// A deployment without faults: the process "p1" on "n1", the standby of tenancy "t1", whose source
-/// node is "n2".
+/// The process "p1" on "n1", the standby of tenancy "t1", whose source node is "n2".
 inline files::Texts soundDeployment() {
     const char* const nodes = R"({"nodeList":{
 "n1":{"assignedToTenancy":"t1","extAttr":{"hostType":"standby","domain_node_type":"ACCESS_Backup",

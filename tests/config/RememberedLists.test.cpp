@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Queries of remembered lists: after any change of a file, the next query answers from the new
-// bytes.
+// After any change of a file, the next query answers from the new bytes.
 
 #include "SysConfReader.h"
 #include "support/Deployment.h"

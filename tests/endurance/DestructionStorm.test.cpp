@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// All three singletons are destroyed and created again while events arrive and other threads call
-// Instance().
+// All singletons are destroyed and created again while events arrive and Instance() is called.
 
 #include "Rounds.h"
 #include "SysConfReader.h"

@@ -51,8 +51,7 @@ int ask() {
                : 1;
 }
 
-/// Returns the exit status of a child, or the negative number of the signal that ended it; SIGALRM
-/// means that it hung.
+/// The exit status, or the negative number of the signal; SIGALRM means that the child hung.
 int forkAndAsk() {
     const pid_t child = ::fork();
     if (child == 0) {

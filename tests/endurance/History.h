@@ -12,9 +12,8 @@
 
 namespace endurance {
 
-/// Writes successive generations of a deployment's files and checks the library's answers. Every
-/// text contains its generation and its node, and each generation runs the process on another node.
-/// One thread writes.
+/// Writes generations of a deployment's files and checks the library's answers. Every text contains
+/// its generation and its node, and each generation runs the process on another node.
 class History {
 public:
     /// Writes generation 1 and calls every query once.
@@ -26,8 +25,8 @@ public:
 
     bool answersAreOf(int generation) const;
 
-    /// "" if the answer has the form of the first one and comes from one generation that existed
-    /// during the call.
+    /// "" if the answer has the form of the first one and comes from one generation of the call's
+    /// time.
     std::string wrongWith(const queries::ReaderQuery& query) const;
     std::string wrongWithRoles() const;
 

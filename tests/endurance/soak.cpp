@@ -54,8 +54,7 @@ constexpr std::size_t kHeapTolerance = 64U * 1024U;
 /// After warming up, by fragmentation.
 constexpr long kResidentTolerance = 4096; // KiB
 
-/// Callers must not destroy an instance in use. The mutex prevents that the many users starve the
-/// destroying thread.
+/// An instance in use must not be destroyed. The mutex keeps users from starving the destruction.
 class Instances {
 public:
     template <typename Work>

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Locks that fail: every operation works without them, sets errno, and releases only locks that it
-// holds.
+// Every operation works without its locks, sets errno, and releases only locks that it holds.
 
 #include "support/LockFaults.h"
 #include "SysConfReader.h"

@@ -218,7 +218,7 @@ private:
 
     void expectNothingLeftBehind() {
         if (m_fault.call == Call::OpenLibrary) {
-            // The next role reader's subscription replaces the old one only if it has the same
+            // The next subscription replaces the old one only if the role reader has the same
             // address.
             destroyAll();
             answersFromFiles();

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // A call fails, once or for a while, in each operation, at first use, and during events,
-// destructions and subscriptions. Afterwards nothing is leaked, the answers are right, and changes
-// are noticed.
+// destructions and subscriptions. Afterwards everything works and nothing is leaked.
 
 #include "faults/Recovery.h"
 

@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
-# consumers.sh CASE SOURCE BUILD LIBDIR TOOL OLDEST: uses the installed library in other projects, after
-# its folder was moved. OLDEST is the oldest C++ version that the headers support. CASE is one of the
-# functions below.
+# consumers.sh CASE SOURCE BUILD LIBDIR TOOL OLDEST: uses the installed library in other projects, after its
+# folder was moved. OLDEST is the oldest C++ version of the headers, CASE a function below.
 set -euo pipefail
 export LC_ALL=C
 

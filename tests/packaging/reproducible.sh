@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
-# reproducible.sh SOURCE BUILD OPTION...: builds the libraries from a copy of the sources in another
-# folder, with the OPTIONs of BUILD, and compares the installed files byte by byte. BUILD is below
-# SOURCE.
+# reproducible.sh SOURCE BUILD OPTION...: builds the libraries from a copy of the sources in another folder,
+# with the OPTIONs of BUILD, which is below SOURCE, and compares the installed files.
 set -euo pipefail
 
 source=$1

@@ -95,8 +95,7 @@ TEST_F(LostDescriptors, ClosedInTheCallback_ChangesAreDelivered) {
     endService();
 }
 
-/// For a file, a pipe with bytes to read, an inotify instance with a report to read, and the write
-/// end of the pipe.
+/// A file, a pipe and an inotify instance with something to read, the write end of the pipe.
 class NumbersReused : public LostDescriptors {
 protected:
     std::vector<int> m_numbers;

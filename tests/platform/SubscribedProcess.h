@@ -36,8 +36,7 @@ protected:
         seeAChange("after");
     }
 
-    /// A callback for the text "after" then waits at the barrier. After it, it acquires the lock,
-    /// if there is one.
+    /// A callback for the text "after" then waits at the barrier, and acquires the lock after it.
     void holdACallback(Barrier& barrier, std::mutex* lock = nullptr) {
         m_recorder.setHook([&barrier, lock] {
             barrier.arrive();

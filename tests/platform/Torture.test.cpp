@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// In each operation of the event library, each system call and each allocation fails once, ten
-// times or for a while. Either the subscription fails, or the next change is delivered. Nothing is
-// leaked.
+// Each system call and each allocation fails once, ten times or for a while. Either the
+// subscription fails, or the next change is delivered. Nothing is leaked.
 
 #include "EventConsumerCB.h"
 #include "Recorder.h"

@@ -9,8 +9,7 @@ namespace support {
 
 enum class Shortage { OneAllocation, FromThereOn };
 
-/// Allocation number `which` (from 1) of the current thread fails; with FromThereOn, every later
-/// one too.
+/// Allocation `which` (from 1) of this thread fails; with FromThereOn, every later one too.
 class AllocationFault {
 public:
     explicit AllocationFault(std::size_t which, Shortage shortage = Shortage::OneAllocation);
@@ -21,8 +20,7 @@ public:
     bool happened() const;
 };
 
-/// On every thread. If it returns true, the allocation fails. It must not allocate. Null removes
-/// it.
+/// On every thread. If it returns true, the allocation fails. It must not allocate.
 void setAllocationHook(bool (*fails)());
 
 } // namespace support

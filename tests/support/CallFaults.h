@@ -53,8 +53,7 @@ bool faultHappened();
 /// Failed or not.
 std::size_t callCount(Call call);
 
-/// For the code of the test itself: while one exists, calls of its thread do not fail and are not
-/// counted. Not nested.
+/// While one exists, calls of its thread do not fail and are not counted. Not nested.
 class NotUnderTest {
 public:
     NotUnderTest();

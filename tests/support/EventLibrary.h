@@ -6,8 +6,7 @@
 #include <functional>
 #include <string>
 
-/// Real shared libraries libeventcbutil.so, copied to the test's directory, which the dynamic
-/// loader searches first.
+/// Shared libraries libeventcbutil.so, copied to where the dynamic loader searches first.
 namespace support {
 
 /// @param kind "recording", "without-init", "without-fini" or "without-redeliver".

@@ -25,8 +25,7 @@ std::vector<ReaderQuery> reading(Reads reads);
 /// The outputs are "old" before the call.
 std::string ask(const ReaderQuery& query);
 
-/// Process "p1" on node "n1". The node list has `furtherNodes` more nodes and also serves as the
-/// manager's.
+/// Process "p1" on "n1", and `furtherNodes` more. The node list also serves as the manager's.
 std::string appConfig(const std::string& mark);
 std::string nodeList(const std::string& mark, std::size_t furtherNodes = 0);
 

@@ -60,8 +60,7 @@ void move(Motion motion, const std::filesystem::path& path, const std::string& t
     }
 }
 
-/// Now, long ago, or a fixed moment in the future, as if the file were written twice within one
-/// tick of the clock.
+/// Now, long ago, or a fixed future moment, as if written twice within one tick of the clock.
 enum class Stamp { JustNow, LongAgo, OneTick };
 
 void stamp(const std::filesystem::path& path, Stamp kind) {

@@ -255,8 +255,7 @@ TEST(ChangeEvent, LibraryThrowsWhileTheReaderIsCreated_LeavesNoReader) {
     EXPECT_EQ(SysConfReader::Instance()->getLocalPort(), 4001);
 }
 
-/// When the subscription has been made, during the first load, which continues when the delivery
-/// has begun.
+/// During the first load, which continues when the delivery has begun.
 class DeliveryDuringTheLoad {
 public:
     DeliveryDuringTheLoad() {

@@ -58,8 +58,7 @@ void registerFirst(int /*number*/, char** /*arguments*/, char** /*environment*/)
     ::on_exit(&checkAtTheEnd, nullptr);
 }
 
-/// So the handler runs after the destructors of the shared libraries. std::atexit would run it too
-/// early.
+/// Runs after the destructors of the shared libraries, which std::atexit would precede.
 [[gnu::section(".preinit_array"),
   gnu::used]] void (*const g_registerFirst)(int, char**, char**) = &registerFirst;
 

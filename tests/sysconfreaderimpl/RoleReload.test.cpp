@@ -61,8 +61,7 @@ TEST(RoleReload, ReaderAbsent_IsCreated) {
     EXPECT_EQ(support::openCount(deployment.appConfigPath()), 0U);
 }
 
-/// After a reload of a role reader that has loaded generation 1. "1" and "2" are the sample answers
-/// of those generations.
+/// After a reload over generation 1. "1" and "2" are the sample answers of those generations.
 struct StepRow {
     const char* name;
     void (*change)(Json::Value& app, Json::Value& nodes, Json::Value& manager);

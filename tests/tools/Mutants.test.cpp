@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// Makes each kind of mistake at each place in the samples and
-// compares the findings of check with the effect on the answers. A mistake removes, misspells,
-// retypes or repeats a member or an element, or removes all elements of a list, or all but the
-// first.
+// Makes each kind of mistake at each place in the samples and compares the findings of check with
+// the effect on the answers. A mistake removes, misspells, retypes or repeats a member or an
+// element, or all of them.
 
 #include "check/Finding.h"
 #include "cli/Environment.h"

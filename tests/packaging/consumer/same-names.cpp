@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A program whose classes have the names and signatures of the JSON and host address classes inside
-// the library.
+// Classes with the names and signatures of those inside the library.
 #include <SysConfReader.h>
 #include <SysConfReader_i.h>
 

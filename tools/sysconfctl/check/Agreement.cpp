@@ -17,8 +17,7 @@ namespace {
 namespace rules = Quarncommon::rules;
 using located::Path;
 
-/// If there is already a finding about one of the two places, it becomes an error and refers to the
-/// other place.
+/// An earlier finding about one of the places becomes an error and refers to the other place.
 void report(Checker& checker, const SourceFile& odd, Path path, const SourceFile& other,
             const Path& otherPath, std::string_view name, const std::string& sentence) {
     // An absent object is reported once, not once for each of its members.

@@ -26,8 +26,7 @@ public:
                     std::string_view name, std::string sentence, std::string hint = "");
     Finding& add(Finding finding);
 
-    /// Returns a finding, other than a note, about the value, an ancestor or a descendant; null if
-    /// there is none.
+    /// Returns a finding, no note, about the value, an ancestor or a descendant, or null.
     Finding* cause(const SourceFile& file, const located::Path& path);
     /// Makes cause() return the finding for that path.
     void explains(Finding& finding, const SourceFile& file, const located::Path& path);

@@ -20,8 +20,7 @@ using Range = std::pair<std::size_t, std::size_t>;
 
 constexpr std::string_view kProcesses = "processes";
 
-/// The siblings are in text order. A value that a syntax error left incomplete extends to the end
-/// of the text.
+/// In text order. A value that a syntax error left incomplete extends to the end of the text.
 template <typename Siblings, typename ValueOf, typename Visit>
 void visitWithin(const Siblings& siblings, const Range& range, ValueOf valueOf, Visit visit) {
     auto sibling = std::partition_point(siblings.begin(), siblings.end(), [&](const auto& each) {

@@ -238,8 +238,7 @@ void checkInstance(Checker& checker, const View& view) {
     const std::vector<std::string> ids = processes.getMemberNames();
     std::string near = suggestion(*view.instance, {ids.begin(), ids.end()});
     near = near.empty() && ids.size() == 1 ? ids.front() : near;
-    // If no entry has a similar name, the variable is as likely to be wrong, so the finding is
-    // about "processes".
+    // If no entry has a similar name, the variable is as likely to be wrong.
     const Path place = near.empty() ? Path{"processes"} : Path{"processes", near};
     Finding& finding = checker.member(
         file, place, Severity::Error, "no-instance",

@@ -12,8 +12,7 @@ std::size_t countOf(const CheckResult& result, Severity severity);
 std::string placeOf(const Finding& finding);
 std::string placeOf(const RelatedPlace& place);
 
-/// Each returns the whole output. JSON and SARIF always contain the notes; the other formats only
-/// on request.
+/// Each returns the whole output. JSON and SARIF contain the notes, others only on request.
 std::string tableReport(const CheckResult& result, const Options& options);
 std::string plainReport(const CheckResult& result, const Options& options);
 std::string jsonReport(const CheckResult& result, const Options& options);

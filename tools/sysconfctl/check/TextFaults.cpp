@@ -96,8 +96,7 @@ bool isHost(const std::string& text) {
                        ? 1
                        : 0;
         if (dot == std::string_view::npos) {
-            // The last label of a host name is never a number. "192.0.2.x" is a mistyped address,
-            // not a name.
+            // The last label of a host name is never a number: "192.0.2.x" is a mistyped address.
             const bool lastNumeric = std::isdigit(static_cast<unsigned char>(label.back())) != 0 &&
                                      std::all_of(label.begin(), label.end(), [](unsigned char c) {
                                          return std::isdigit(c) != 0;

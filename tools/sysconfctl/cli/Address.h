@@ -9,8 +9,7 @@ namespace sysconfctl {
 /// In the form in which the host lists its own; unset if the text is no address.
 std::optional<std::string> canonicalAddress(const std::string& text);
 
-/// As the host lists its own addresses: an IPv6 address in its shortest form, in lower case and
-/// without a scope.
+/// As the host lists its own: an IPv6 address in its shortest form, lower case, no scope.
 /// @throws UsageError if it is malformed; the message has the nearest address in the node lists of
 ///         the environment.
 std::string parseAddress(const std::string& text);

@@ -44,8 +44,7 @@ bool isVariableName(std::string_view text) {
            text.find_first_not_of(kNameCharacters) == std::string_view::npos;
 }
 
-/// Returns what is wrong with an assignment, or null. A value cannot contain a NUL byte: it would
-/// end the value.
+/// Returns what is wrong with an assignment, or null. A NUL byte would end the value.
 const char* fault(std::string_view key, std::size_t equals, std::string_view value) {
     if (equals == std::string_view::npos) {
         return "expected KEY=VALUE";

@@ -7,12 +7,10 @@
 
 namespace sysconfctl {
 
-/// Those with which the process was started. If a variable is repeated, the first entry wins, as
-/// for getenv().
+/// Those with which the process was started. Of repeated ones the first wins, as in getenv().
 std::map<std::string, std::string> libraryVariables(const std::string& environ);
 
-/// Changes to the working directory of a running process and sets the library's variables as that
-/// process has them.
+/// Changes to the working directory of a running process and sets its variables here.
 /// @throws UsageError if the text is not the id of a process, the process may not be examined, has
 ///         ended, or has another root directory.
 void applyProcess(const std::string& pid);

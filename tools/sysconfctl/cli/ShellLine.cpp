@@ -128,8 +128,7 @@ bool isSafe(char c) {
            byte >= 0x80 || kSafe.find(c) != std::string_view::npos;
 }
 
-/// Inside double quotes "!" triggers history expansion even after a backslash, so the quotes are
-/// closed around it.
+/// Inside double quotes "!" triggers history expansion even after a backslash.
 std::string quoted(char c, char quote) {
     const std::string escaped = {'\\', c};
     const std::string itself = {c};

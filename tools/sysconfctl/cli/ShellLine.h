@@ -8,8 +8,7 @@
 
 namespace sysconfctl {
 
-/// A bash command line up to the cursor, without quotes and backslashes. Nothing in it is expanded
-/// or run.
+/// A bash command line up to the cursor, unquoted. Nothing in it is expanded or run.
 struct ShellLine {
     /// The word at the cursor is the last one, possibly empty.
     std::vector<std::string> words;

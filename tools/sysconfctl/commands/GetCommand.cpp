@@ -79,8 +79,7 @@ Reply answerTo(const Question& question, const Options& options) {
     return ask(*question.query, question.arguments, options.revealSecrets);
 }
 
-/// The error message for a masked answer. The mask is not printed: a script would take it for the
-/// answer.
+/// The mask is not printed: a script would take it for the answer.
 std::string refusal(const Reply& reply) {
     const std::string label = reply.label();
     return std::holds_alternative<Json::Value>(reply.answer.value)

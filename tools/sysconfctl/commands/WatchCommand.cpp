@@ -116,8 +116,8 @@ public:
         const std::vector<Cause> causes =
             found.empty() ? std::vector<Cause>{} : m_causes.ofChanges();
         std::string text;
-        // A loaded answer changes later than its file, so the cause is written again unless it was
-        // the last one written.
+        // A loaded answer changes later than its file: the cause is written again, unless it was
+        // last.
         const bool repeated =
             m_options.format != Format::Json && latest.empty() && !m_causesWrittenLast;
         for (const Cause& cause : repeated ? causes : latest) {

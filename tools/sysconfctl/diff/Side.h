@@ -10,8 +10,7 @@
 namespace sysconfctl {
 
 struct ProcessFiles {
-    /// The app config file within the directory, and the instance id: the same in another
-    /// directory.
+    /// The app config file within the directory, and the instance id.
     std::string key;
     std::string appConfig;
     /// Empty if the directory has none.

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Steps for the lookup of a node and for each of its address
-// entries.
+// Steps for the lookup of a node and for each of its address entries.
 
 #include "explain/ExplanationBuilder.h"
 

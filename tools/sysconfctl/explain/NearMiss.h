@@ -26,8 +26,7 @@ struct AskedTag {
     bool family = false;
 };
 
-/// "southbound3" for "soutbound3"; "" if there is none. `tag` is in lower case and not taken by the
-/// rule.
+/// "southbound3" for "soutbound3", "" for none. `tag` is in lower case and not taken.
 std::string meantTag(const std::string& tag, const std::vector<AskedTag>& asked);
 
 /// A tag without its number: "southbound" for "southbound3".

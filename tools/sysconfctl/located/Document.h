@@ -106,8 +106,7 @@ private:
     /// keeps the addresses of all values except the root.
     mutable std::unordered_map<const Value*, std::unordered_map<std::string_view, const Member*>>
         m_members;
-    /// The last offset passed to `place`, and the characters before it in its line: offsets mostly
-    /// ascend.
+    /// The last offset of `place`, and the characters before it in its line: offsets mostly ascend.
     mutable std::size_t m_countedTo = 0;
     mutable std::size_t m_characters = 0;
 };

@@ -13,8 +13,7 @@ namespace sysconfctl {
 /// Incremented when a member of the tool's JSON output is renamed, removed or redefined.
 inline constexpr int kSchemaVersion = 1;
 
-/// JSON on one line without a line end, or indented and with one. Everything but printable ASCII
-/// is escaped.
+/// JSON on one line, or indented with a line end. Everything but printable ASCII is escaped.
 std::string compactJson(const Json::Value& value);
 std::string indentedJson(const Json::Value& value);
 

@@ -6,8 +6,7 @@
 
 namespace sysconfctl {
 
-/// Also within double quotes. Characters that XML 1.0 forbids and invalid UTF-8 are escaped as on a
-/// terminal.
+/// Also within double quotes. Characters that XML 1.0 forbids are escaped as on a terminal.
 std::string markupText(std::string_view text);
 
 /// Likewise, for a text that is already escaped for a terminal.

@@ -40,9 +40,8 @@ std::string timeText(WallTime time);
 /// The time and the query, then the lines before ("-") and after ("+") the change.
 std::string changeText(const Change& change, WallTime time, std::size_t width, bool color = false);
 
-/// One tab-separated line for each line of an answer: the time, "=" for the initial answer, "-" for
-/// the old or "+" for the new one, the query, and the text. The line of a cause has "!", no query,
-/// and the text.
+/// For each line of an answer: the time, "=" for the initial answer, "-" for the old or "+" for the
+/// new one, the query, and the text. The line of a cause has "!", no query, and the text.
 std::string causePlain(const Cause& cause);
 std::string answerPlain(const Reply& reply, WallTime time);
 std::string changePlain(const Change& change, WallTime time);

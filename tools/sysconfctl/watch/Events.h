@@ -5,8 +5,7 @@
 
 namespace sysconfctl {
 
-/// The tool's own subscription. When an event arrives, the library may not have applied the change
-/// yet.
+/// The tool's own subscription. The library may apply an event later than it arrives here.
 class Events {
 public:
     /// The library must have subscribed before. If that fails, `report` returns the reason.

@@ -29,8 +29,7 @@ struct Appearance {
 /// An answer of `show`, masked.
 struct AppearanceInAnswer {
     Reply reply;
-    /// Items of a list, lines of a map, or the whole text; empty if large, such as a database.
-    /// Escaped.
+    /// Items of a list, lines of a map, or the whole text; empty if large. Escaped.
     std::string part;
 };
 
