@@ -71,8 +71,7 @@ public:
     /// Returns the reader, never null. Creates and loads it on first use, under the write lock;
     /// takes no lock if it exists. Concurrent first calls return the same pointer from one load.
     /// Also creates the role reader (SysConfReaderImpl), which subscribes to change events.
-    /// @throws std::bad_alloc, and what an event library throws from its subscription. The next
-    ///         call tries again.
+    /// @throws std::bad_alloc, and what an event library throws from its subscription.
     static SysConfReader* Instance();
 
     /// Destroys the role reader (after creating it if it does not exist), which ends the
@@ -196,8 +195,7 @@ public:
     /// float node from before or after it. Never throw: an error ends the walk.
     /// @{
 
-    /// Collects the addresses whose tag contains `usagePrefix`, by the number in the tag, and the
-    /// node's service addresses.
+    /// Collects the addresses whose tag contains `usagePrefix`, and the node's service addresses.
     ///
     /// @param usagePrefix Searched for, verbatim, in the lower-cased tag: a prefix with a capital
     ///        letter is never found, an empty one is found in every tag.

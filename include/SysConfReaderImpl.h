@@ -15,9 +15,8 @@ namespace Quarncommon {
 class SysConfReader;
 class SysConfReader_i;
 
-/// The role reader: master and standby of the local tenancy, internal-service addresses, and the
-/// tenancy of the local node. It also owns the subscription to change events
-/// (SysConfReaderEvent.h).
+/// The role reader: master and standby of the local tenancy, internal-service addresses, tenancy of
+/// the local node. It owns the subscription to change events (SysConfReaderEvent.h).
 ///
 /// One instance exists per process. Programs normally use SysConfReader_i, which forwards here.
 ///
@@ -43,10 +42,8 @@ public:
     /// @name The instance
     /// @{
 
-    /// Returns the role reader, never null. Creates and loads it on first use, under the write
-    /// lock; takes no lock if it exists.
-    /// @throws std::bad_alloc, and what an event library throws from its subscription. The next
-    ///         call tries again.
+    /// Returns the role reader, never null. Created and loaded on first use, under the write lock.
+    /// @throws std::bad_alloc, and what an event library throws from its subscription.
     static SysConfReaderImpl* Instance();
 
     /// Ends the subscription to change events and frees the role reader, under the write lock. Does

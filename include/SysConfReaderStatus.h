@@ -108,15 +108,13 @@ public:
     Load roles;
     /// The last attempt of either reader.
     Subscription subscription = Subscription::None;
-    /// The file of the event library, as the dynamic loader names it. A longer path ends with
-    /// "...". "" if there is none.
+    /// The file of the event library, "" for none. A longer path ends with "...".
     char eventLibrary[1024] = "";
     /// Events that reloaded both readers.
     unsigned long long eventsApplied = 0;
     /// Events whose reload met a shortage or an exception; an event library delivers them again.
     unsigned long long eventsFailed = 0;
-    /// Events that reloaded nothing: refused for their name or user data, or delivered during a
-    /// subscription or a destruction.
+    /// Events that reloaded nothing: refused, or during a subscription or a destruction.
     unsigned long long eventsDropped = 0;
     /// @}
 

@@ -11,8 +11,7 @@
 
 namespace eventcbutil {
 
-/// Reads files with a time limit, because a read from a network file system may hang. While a read
-/// hangs, no other one is started.
+/// Reads files with a time limit, because a read may hang; then no other one is started.
 class ContentReader {
 public:
     static constexpr std::chrono::milliseconds kLongest{500};

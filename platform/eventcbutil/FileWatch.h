@@ -16,8 +16,7 @@
 
 namespace eventcbutil {
 
-/// Detects changes of a set of files and of any part of their paths, through watches on folders.
-/// Used by one thread at a time.
+/// Detects changes of files and of any part of their paths. Used by one thread at a time.
 ///
 /// The watch may be incomplete: the kernel refused something, or the program closed the
 /// descriptors. Then the owner must read the files itself and call `followAgain` from time to time.

@@ -30,8 +30,7 @@ public:
     int watch(const std::string& folder, std::uint32_t mask);
     void unwatch(int watch);
 
-    /// Visits the notices that were there when the call began: more may arrive faster than they are
-    /// read.
+    /// Visits the notices that are there now: more may arrive faster than they are read.
     /// @return False if notices may be lost.
     bool read(const std::function<void(const Notice&)>& visit);
 

@@ -11,8 +11,7 @@ namespace eventcbutil {
 class Thread {
 public:
     Thread() = default;
-    /// Starts a thread that blocks all signals except those for its own faults, which a crash
-    /// handler of the program must get.
+    /// The thread blocks all signals except those for its own faults, for crash handlers.
     /// @param name At most 15 letters.
     /// @param work Must not throw.
     /// @throws std::system_error if there is no thread.

@@ -14,8 +14,8 @@ public:
     static void split(const std::string& text, const std::string& separator,
                       std::list<std::string>& pieces);
 
-    /// Returns the value of the environment variable, "" if it is unset. Thread-safe as long as no
-    /// thread changes the environment.
+    /// Returns a variable's value, "" if unset. Thread-safe unless a thread changes the
+    /// environment.
     /// @throws std::bad_alloc if memory runs out.
     static std::string Quarngetenv(const std::string& name);
 };

@@ -41,8 +41,7 @@ public:
     /// Becomes a packed copy of a document: smaller, with binary search for the members of large
     /// objects. It refers to the text, which must not change as long as this is used.
     /// @param text The text that `document` has read.
-    /// @return Whether there is a copy: not of a document that has read nothing, nor of a text of
-    ///         64 MiB or more.
+    /// @return Whether there is a copy: not of an unread document, nor of a text of 64 MiB or more.
     /// @throws std::bad_alloc if memory runs out; this document is then unchanged.
     bool pack(const JsonDocument& document, const char* text, std::size_t length);
 
@@ -71,8 +70,7 @@ public:
     /// @throws Json::Exception if this is neither an object nor null.
     Node operator[](const std::string& name) const;
 
-    /// Returns the members of an object, sorted by the bytes of their names, each name once (the
-    /// last value wins); none for null.
+    /// Returns the members sorted by the bytes of their names, the last one of each; none for null.
     /// @throws Json::Exception if this is neither an object nor null.
     std::vector<std::pair<std::string, Node>> members() const;
 
@@ -88,12 +86,10 @@ public:
     std::string asString() const;
 
     /// As Json::Value::asInt().
-    /// @throws Json::Exception for a text, an array, an object, or a number out of the range of
-    ///         int.
+    /// @throws Json::Exception for anything else, or a number out of the range of int.
     int asInt() const;
 
-    /// Returns the tree as JsonReader builds it. jsoncpp copies and frees it recursively: see
-    /// JsonReader::kNestingLimit.
+    /// As JsonReader builds it. jsoncpp copies and frees it recursively: JsonReader::kNestingLimit.
     /// @throws std::bad_alloc if memory runs out.
     Json::Value value() const;
 
@@ -149,8 +145,7 @@ private:
     Node at(std::size_t place) const;
     std::size_t next(std::size_t place) const;
 
-    /// An array, in which `place` is an index; or the values of an object's members, if there are
-    /// any, in which it is a position.
+    /// An array, in which `place` is an index; or an object's values, where it is a position.
     Node m_container;
     std::vector<Node> m_members;
     std::size_t m_begin;

@@ -41,8 +41,7 @@ bool JsonReader::parse(const std::string& text, Json::Value& value) {
     try {
         return m_lenient ? readLeniently(text, value) : readTree(text, value);
     } catch (const Json::Exception&) {
-        // The lenient reader throws for nesting that is too deep. With the strict one, only running
-        // out of memory throws here.
+        // The lenient reader throws for deep nesting, both when memory runs out.
         if (m_lenient) {
             return false;
         }

@@ -68,8 +68,7 @@ private:
 /// @throws std::bad_alloc if memory runs out.
 ParsedTextPointer parseNew(FileText& text, const ParsedTextPointer& former, ListMemory& memory);
 
-/// Returns the parse of the kept text, which was read again: packs it after a few uses, or parses
-/// it again if its parse is not kept.
+/// Returns the parse of the kept text: packs it after a few uses, or parses it again.
 /// @throws std::bad_alloc if memory runs out.
 ParsedTextPointer parseAgain(const ParsedTextPointer& known, ListMemory& memory);
 

@@ -17,8 +17,7 @@ bool isSouthboundKey(std::string_view key) {
            key.find_first_not_of("0123456789", kSouthbound.size()) == std::string_view::npos;
 }
 
-/// Orders southbound keys by their number ("southbound2" before "southbound10"; a shorter number is
-/// smaller), all others by bytes.
+/// Southbound keys by number ("southbound2" before "southbound10"), all others by bytes.
 bool inReadingOrder(const Map::value_type& left, const Map::value_type& right) {
     const bool bothNumbered = isSouthboundKey(left.first) && isSouthboundKey(right.first);
     if (bothNumbered && left.first.size() != right.first.size()) {
@@ -33,8 +32,7 @@ Session::~Session() {
     try {
         Quarncommon::SysConfReader::Destory();
     } catch (...) {
-        // Destory() creates missing instances first, and an event library may throw then. There is
-        // nothing to clean up in that case.
+        // Destory() creates missing instances first, and an event library may throw then.
         return;
     }
 }

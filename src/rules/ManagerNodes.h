@@ -33,8 +33,7 @@ void appendAddresses(const AnyNode& list, const std::string& fieldName,
     }
 }
 
-/// Inserts node id -> the "IP"s of the entries that have any of `tags` (lower case), for every node
-/// whose id is not a key yet.
+/// The "IP"s of entries with any of `tags` (lower case), for nodes whose id is not a key yet.
 template <typename AnyNode>
 void collectTaggedAddresses(const AnyNode& list, const std::set<std::string>& tags,
                             std::map<std::string, std::set<std::string>>& byNode) {

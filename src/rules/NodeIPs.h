@@ -64,8 +64,7 @@ struct TagWalk {
     std::string secondService() const { return complete ? service2 : std::string(); }
 };
 
-/// `Slot slotFor(const std::string& tag)` returns a value that converts to false for a tag outside
-/// the family. The last address wins.
+/// `Slot slotFor(const std::string& tag)`: false for a tag outside the family. The last wins.
 template <typename AnyNode, typename SlotFor, typename Slot>
 void collectByTag(const AnyNode& addresses, SlotFor slotFor, std::map<Slot, SharedAddress>& bySlot,
                   TagWalk& seen) {

@@ -11,14 +11,12 @@ namespace Quarncommon::rules {
 
 using SlotMap = std::map<int, SharedAddress>;
 
-/// Numbers 0, 2, 3, 4 each followed by ";", then all others in ascending order joined by ";".
-/// Without any number: serviceList.
+/// Numbers 0, 2, 3, 4 each followed by ";", then all others joined by ";"; or serviceList.
 std::string northSlotList(const SlotMap& byNumber, const std::string& service,
                           const std::string& service2, const std::string& maintenance,
                           Trace* trace = nullptr);
 
-/// Slots 1 to 10 joined by ";", then each non-empty later one after a ";". If the walk found no
-/// address of the family: serviceList.
+/// Slots 1 to 10 joined by ";", then non-empty later ones each after a ";"; or serviceList.
 std::string southSlotList(const SlotMap& bySlot, const TagWalk& seen,
                           const std::string& maintenance, Trace* trace = nullptr);
 

@@ -21,8 +21,7 @@ namespace Quarncommon {
 
 namespace {
 
-/// The platform's operation reports no failure: an empty list with an error number of a used-up
-/// resource is a shortage.
+/// An empty list with an error number of a used-up resource is a shortage.
 std::list<std::string> hostAddresses() {
     std::list<std::string> addresses;
     const int errnoBefore = errno;

@@ -78,8 +78,7 @@ SysConfReaderImpl* SysConfReaderImpl::create() {
     if (m_pInstance.compare_exchange_strong(published, created.get(), std::memory_order_acq_rel)) {
         return created.release();
     }
-    // An event library that keeps only one subscription has replaced the published instance's by
-    // that of the discarded one.
+    // Its subscription may have replaced that of the published instance.
     if (created->m_consumerInited) {
         subscribeAgain();
     }

@@ -136,8 +136,8 @@ private:
     }
 
     static constexpr int kRounds = 60;
-    // It does not grow with the rounds, so more rounds find smaller leaks: the short form of the
-    // test those of 100 bytes per round.
+    // It does not grow with the rounds: the short form of the test finds leaks of 100 bytes a
+    // round.
     static constexpr std::size_t kTolerance = 4096;
 };
 

@@ -173,8 +173,7 @@ TEST_F(Callback, BesideADestruction_IsWaitedForBeforeTheSubscriptionEnds) {
                 SysConfReaderImpl::Destory();
             });
             inside.acquire();
-            // Needs the lock under which the destruction unsubscribes, where this event library
-            // waits for the delivery.
+            // Needs the lock under which the destruction would wait for the delivery.
             tenancy = SysConfReader_i::Instance()->GetProductName();
         }
     });

@@ -34,8 +34,7 @@ enum class Call {
 };
 inline constexpr std::size_t kCalls = static_cast<std::size_t>(Call::Unlock) + 1;
 
-/// Calls number `first` to `first + calls - 1` of that kind fail with `error`. Counted from 1, on
-/// all threads under test.
+/// Calls `first` to `first + calls - 1` (from 1) of that kind fail, on all threads under test.
 struct CallFault {
     Call call;
     int error;

@@ -12,8 +12,7 @@ void setEnvironment(const char* variable, const char* value);
 /// By rename. Creates the folder if necessary.
 void writeFile(const std::filesystem::path& path, const std::string& text);
 
-/// In the test's directory. The constructor sets the environment: instance id "p1", and paths into
-/// the directory. It writes no file.
+/// In the test's directory. The constructor sets the environment, id "p1", and writes no file.
 class Deployment {
 public:
     Deployment();

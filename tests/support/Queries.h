@@ -10,8 +10,7 @@
 #include <string>
 #include <vector>
 
-/// All queries of SysConfReader. A template, because the reference reader and the benchmarks'
-/// baseline have the same operations.
+/// All queries of SysConfReader; also for the reference reader and the benchmarks' baseline.
 namespace queries {
 
 enum class Reads { Nothing, NodeList, ManagerNodeList };

@@ -8,8 +8,7 @@ namespace support {
 
 inline constexpr const char* kTestDirectoryVariable = "SYSCONF_TEST_DIRECTORY";
 
-/// The directory of this test process: empty at its start, removed after its end, first in the
-/// dynamic loader's search path.
+/// Empty at the start, removed after the end, first in the dynamic loader's search path.
 inline std::filesystem::path testDirectory() {
     return std::getenv(kTestDirectoryVariable);
 }

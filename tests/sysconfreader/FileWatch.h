@@ -5,8 +5,7 @@
 #include <functional>
 #include <string>
 
-/// Watches and delays the file calls of the library: FileWatch.cpp replaces open, read, pread and
-/// close in the test executable.
+/// Watches and delays the library's file calls: FileWatch.cpp replaces open, read, pread, close.
 namespace support {
 
 enum class FileCall { Open, Read, Close };

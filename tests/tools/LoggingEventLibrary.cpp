@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Appends a line for each call to the file EVENT_LOG. A subscription throws if EVENT_THROWS is set,
-// fails if EVENT_REFUSES is set, and changes the environment of the process if EVENT_CHANGES is
-// set, which violates the contract.
+// Logs its calls to the file EVENT_LOG. A subscription throws with EVENT_THROWS, fails with
+// EVENT_REFUSES, and with EVENT_CHANGES changes the environment, which violates the contract.
 
 #include <SysConfReaderEvent.h>
 

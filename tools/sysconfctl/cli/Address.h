@@ -10,8 +10,7 @@ namespace sysconfctl {
 std::optional<std::string> canonicalAddress(const std::string& text);
 
 /// As the host lists its own: an IPv6 address in its shortest form, lower case, no scope.
-/// @throws UsageError if it is malformed; the message has the nearest address in the node lists of
-///         the environment.
+/// @throws UsageError with the nearest address in the node lists of the environment.
 std::string parseAddress(const std::string& text);
 
 } // namespace sysconfctl

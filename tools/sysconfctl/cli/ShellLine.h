@@ -14,8 +14,7 @@ struct ShellLine {
     std::vector<std::string> words;
     /// The quote that is open at the cursor: ', ", $ for $'...', or 0.
     char quote = 0;
-    /// The length of the part of the last word that a completion does not replace: for bash a new
-    /// word begins after each "=" and ":".
+    /// How much of the last word stays: for bash a new word begins after each "=" and ":".
     std::size_t kept = 0;
     /// The last word is the file of a redirection.
     bool redirection = false;

@@ -18,8 +18,7 @@
 namespace sysconfctl {
 namespace {
 
-/// A single text is written verbatim to files and pipes, so that a script gets the exact answer. It
-/// is escaped on a terminal.
+/// Verbatim to files and pipes, so that a script gets the exact answer; escaped on a terminal.
 std::string plain(const Answer& answer) {
     const auto* const text = std::get_if<std::string>(&answer.value);
     if (text != nullptr && !outputIsTerminal()) {

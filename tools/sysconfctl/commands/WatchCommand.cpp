@@ -116,8 +116,7 @@ public:
         const std::vector<Cause> causes =
             found.empty() ? std::vector<Cause>{} : m_causes.ofChanges();
         std::string text;
-        // A loaded answer changes later than its file: the cause is written again, unless it was
-        // last.
+        // A loaded answer changes later than its file: then the cause is written again.
         const bool repeated =
             m_options.format != Format::Json && latest.empty() && !m_causesWrittenLast;
         for (const Cause& cause : repeated ? causes : latest) {

@@ -57,8 +57,8 @@ struct WalkedEntries {
     std::map<std::string, std::size_t> from;
     /// Set if the list of entries or the node has the wrong type.
     std::optional<Quarncommon::rules::TypeMismatch> refused;
-    /// The entry whose value stopped the rule. If there is none, `stoppedAt` is the last entry
-    /// visited if more follow.
+    /// The entry whose value stopped the rule; else `stoppedAt` is the last one visited, if any
+    /// follow.
     std::optional<std::string> endedBy;
     std::optional<std::string> stoppedAt;
     std::vector<AskedTag> asked;

@@ -53,8 +53,7 @@ std::optional<std::string> drawWithGraphviz(const std::string& text) {
     }
     input.close(0);
     output.close(1);
-    // dot writes nothing before it has read its whole input, so writing first cannot deadlock. Its
-    // exit status reports a failure.
+    // dot writes nothing before it has read its whole input: no deadlock.
     writeAll(input.ends[1], text);
     input.close(1);
     std::string picture = readAll(output.ends[0]);
