@@ -10,10 +10,10 @@
  * "sysconfreader-c". For C11 and later, for C++, and for bindings of other languages.
  *
  * Queries. Each query is a function, and sysconfreader_get() calls every query by its name, which
- * is that of `sysconfctl get`: "local-service-ip" is sysconfreader_local_service_ip(). The answers
- * are those of the C++ classes, where they are described (SysConfReader.h, SysConfReader_i.h). The
- * first call creates the readers and loads the files; environment, threads, forks, change events
- * and the end of the process are those of the C++ library.
+ * is that of `sysconfctl get`: "local-service-ip" is sysconfreader_local_service_ip(). The first
+ * call loads the files. Answers are those of the C++ classes (SysConfReader.h,
+ * SysConfReader_i.h); environment, threads, forks, change events and the end of the process too
+ * (docs/embed.md).
  *
  * Results. Functions that return `int` return SYSCONFREADER_OK or another enum
  * sysconfreader_result. Unless the result is SYSCONFREADER_OK, the output is set to NULL or 0. An
@@ -23,8 +23,6 @@
  * Texts. Each `char *` and `char **` that a function stores through an output parameter belongs to
  * the caller, who frees it with sysconfreader_free(). A `const char *` result belongs to the
  * library. Texts are bytes, usually UTF-8, and end at the first NUL byte of the value.
- *
- * Forks. In a forked child every function may be called, as docs/embed.md describes it.
  */
 
 #ifdef __cplusplus
