@@ -4,6 +4,7 @@
 #include "SysConfReaderImpl.h"
 #include "support/Answers.h"
 #include "support/EventLibrary.h"
+#include "support/InChild.h"
 #include "support/LockFaults.h"
 #include "support/SampleTexts.h"
 
@@ -11,7 +12,6 @@
 
 #include <pthread.h>
 #include <semaphore>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
@@ -19,8 +19,6 @@ namespace {
 
 using Quarncommon::SysConfReader;
 using support::LockCall;
-
-constexpr unsigned int kPatience = 60; // seconds
 
 void (*g_handlers[6])() = {};
 
@@ -51,17 +49,6 @@ int ask() {
                : 1;
 }
 
-/// The exit status, or the negative number of the signal; SIGALRM means that the child hung.
-int forkAndAsk() {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        ::_exit(ask());
-    }
-    int status = 0;
-    EXPECT_EQ(::waitpid(child, &status, 0), child);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-}
-
 class ForkHandlers : public testing::Test {
 protected:
     ForkHandlers() {
@@ -69,7 +56,7 @@ protected:
         support::installEventLibrary("recording");
         SysConfReader::Instance();
         ::pthread_atfork(&handler<3>, &handler<4>, &handler<5>);
-        ::alarm(kPatience);
+        ::alarm(support::kPatience);
     }
     ~ForkHandlers() override {
         ::alarm(0);
@@ -84,7 +71,7 @@ protected:
 TEST_F(ForkHandlers, ThatDestroyAndCreate_LeaveParentAndChildWorking) {
     for (auto& handler : g_handlers) {
         handler = &recreate;
-        EXPECT_EQ(forkAndAsk(), 0);
+        EXPECT_EQ(support::inChild(&ask), 0);
         EXPECT_EQ(ask(), 0);
     }
     EXPECT_TRUE(support::subscribed());
@@ -92,7 +79,7 @@ TEST_F(ForkHandlers, ThatDestroyAndCreate_LeaveParentAndChildWorking) {
 
 /// A child does not inherit the alarm.
 void recreateInTime() {
-    ::alarm(kPatience);
+    ::alarm(support::kPatience);
     recreate();
 }
 
@@ -111,7 +98,8 @@ TEST_F(ForkHandlers, OfAChildThatLacksTheOwnerOfALock_DoNotWaitForIt) {
         std::jthread reload([] { SysConfReader::Instance()->Reload(); });
         stopped.acquire();
         g_handlers[which] = &recreateInTime;
-        EXPECT_EQ(forkAndAsk(), 0) << (which == 2 ? "registered before" : "registered after");
+        EXPECT_EQ(support::inChild(&ask), 0)
+            << (which == 2 ? "registered before" : "registered after");
         g_handlers[which] = nullptr;
         goOn.release();
         reload.join();

@@ -7,6 +7,7 @@
 #include "SysConfReader_i.h"
 #include "support/Answers.h"
 #include "support/EventLibrary.h"
+#include "support/InChild.h"
 #include "support/LockFaults.h"
 #include "support/SampleTexts.h"
 #include "support/TestDirectory.h"
@@ -18,7 +19,6 @@
 #include <filesystem>
 #include <functional>
 #include <semaphore>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -28,22 +28,8 @@ namespace {
 using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReader_i;
 using Quarncommon::SysConfReaderImpl;
+using support::inChild;
 using support::LockCall;
-
-constexpr unsigned int kPatience = 60; // seconds
-
-/// Runs `work` in a forked child. Returns its exit status, or the negative number of the signal
-/// that ended it; SIGALRM means that it hung.
-int inChild(const std::function<int()>& work) {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        ::alarm(kPatience);
-        ::_exit(work());
-    }
-    int status = 0;
-    EXPECT_EQ(::waitpid(child, &status, 0), child);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-}
 
 int execTrue() {
     ::execl("/bin/true", "true", nullptr);

@@ -3,6 +3,7 @@
 #include "SysConfReader.h"
 #include "SysConfReaderStatus.h"
 #include "support/EventLibrary.h"
+#include "support/InChild.h"
 #include "support/SampleTexts.h"
 
 #include <gtest/gtest.h>
@@ -22,21 +23,7 @@ namespace {
 
 using Quarncommon::SysConfReader;
 using Status = Quarncommon::SysConfReaderStatus;
-
-constexpr unsigned int kPatience = 60; // seconds
-
-/// Runs `work` in a forked child. Returns its exit status, or the negative number of the signal
-/// that ended it; SIGALRM means that it hung.
-int inChild(const std::function<int()>& work) {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        ::alarm(kPatience);
-        ::_exit(work());
-    }
-    int status = 0;
-    EXPECT_EQ(::waitpid(child, &status, 0), child);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-}
+using support::inChild;
 
 bool readable(int descriptor) {
     pollfd polled{descriptor, POLLIN, 0};
@@ -105,7 +92,7 @@ TEST_F(StatusOfAChild, ForkedWithinACallback_ReturnsFromItAndUnsubscribes) {
             if (child != 0) {
                 ::waitpid(child, &status, 0);
             } else {
-                ::alarm(kPatience);
+                ::alarm(support::kPatience);
             }
         },
         nullptr);
