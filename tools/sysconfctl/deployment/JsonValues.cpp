@@ -22,6 +22,10 @@ std::string kindOf(const Json::Value& value) {
     }
 }
 
+bool isScalar(const Json::Value& value) {
+    return !value.isArray() && !value.isObject();
+}
+
 const Json::Value& valueAt(const Json::Value& root, const located::Path& path) {
     const Json::Value* value = &root;
     for (const std::string& step : path) {
