@@ -14,7 +14,7 @@ void addBaseline(Suite& suite);
 /// closes it. "guarded-text" and "guarded-number" copy a value with an ACE_Read_Guard.
 void addLimit(Suite& suite);
 
-/// Each from its own process. @throws std::runtime_error if they differ.
+/// Compares the answers, each from its own process. Throws std::runtime_error if they differ.
 void compareAnswers();
 
 } // namespace bench

@@ -14,7 +14,7 @@ using Candidates = std::vector<Candidate>;
 /// Each function reads only the files that it needs; a file that does not load has no names.
 namespace deployed {
 
-/// Must be called first. @throws UsageError if an option or the environment file is malformed.
+/// Must be called first. Throws UsageError if an option or the environment file is malformed.
 void applyEnvironmentOf(const PartialCommandLine& line);
 
 Candidates nodes();

@@ -33,7 +33,7 @@ public:
     void decideAt(std::size_t number);
     void decideLast() { decideAt(explanation.steps.size() - 1); }
 
-    /// The first cause wins. @param effect On all answers that depend on it; may be empty.
+    /// The first cause wins. `effect` is on all answers that depend on it; may be empty.
     void because(std::string_view name, std::string sentence, std::string advice,
                  std::string effect = {});
     bool hasCause() const { return m_cause.has_value(); }

@@ -6,7 +6,7 @@
 
 namespace sysconfctl {
 
-/// Unset if `dot` is not installed. @throws std::runtime_error if `dot` fails.
+/// Unset if `dot` is not installed. Throws std::runtime_error if `dot` fails.
 std::optional<std::string> drawWithGraphviz(const std::string& text);
 
 } // namespace sysconfctl

@@ -15,7 +15,7 @@ struct AskedQuery {
     Arguments arguments;
 };
 
-/// "db-type orders 0". @param command The command that the user ran, which messages name.
+/// Parses "db-type orders 0". `command` is the command of the user, which messages name.
 /// @throws UsageError if there is no such query, or it takes other arguments.
 AskedQuery askedQuery(const std::string& word, std::string_view command);
 
