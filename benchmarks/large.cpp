@@ -56,7 +56,7 @@ const Call kQueries[] = {
 
 const Call kLoad[] = {{"SysConfReader::Reload", [] { SysConfReader::Instance()->Reload(); }}};
 
-/// In a child process with singletons that have loaded no file.
+/// Runs in a child process, with singletons that have loaded no file.
 void measure(const char* file, const Call& call, const fs::path& directory) {
     std::fflush(stdout);
     const pid_t child = ::fork();
@@ -86,7 +86,7 @@ void measure(const char* file, const Call& call, const fs::path& directory) {
     std::_Exit(EXIT_SUCCESS);
 }
 
-/// With an old time stamp, because the library reads a new file twice.
+/// The file gets an old time stamp, because the library reads a new one twice.
 void write(const fs::path& path, const std::string& start, const std::string& part,
            std::size_t size, const std::string& end) {
     fs::create_directories(path.parent_path());

@@ -45,7 +45,7 @@ public:
     /// @throws std::bad_alloc if memory runs out; this document is then unchanged.
     bool pack(const JsonDocument& document, const char* text, std::size_t length);
 
-    /// Without the text. Exact for a packed document, otherwise approximate.
+    /// The bytes in use, without the text: exact for a packed document, else approximate.
     std::size_t memory() const;
 
     /// The whole text's value; null before the first successful read.
@@ -81,15 +81,15 @@ public:
     /// The same, and the member values of an object sorted by name.
     Range children() const;
 
-    /// As Json::Value::asString().
+    /// Returns what Json::Value::asString() returns.
     /// @throws Json::Exception for an array or an object.
     std::string asString() const;
 
-    /// As Json::Value::asInt().
+    /// Returns what Json::Value::asInt() returns.
     /// @throws Json::Exception for anything else, or a number out of the range of int.
     int asInt() const;
 
-    /// As JsonReader builds it. jsoncpp copies and frees it recursively: JsonReader::kNestingLimit.
+    /// Returns the tree, which jsoncpp copies and frees recursively: JsonReader::kNestingLimit.
     /// @throws std::bad_alloc if memory runs out.
     Json::Value value() const;
 

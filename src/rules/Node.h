@@ -20,7 +20,7 @@ using Node = JsonDocument::Node;
 
 #else
 
-/// Without JsonDocument in the JSON library: a value in a tree that must outlive the node.
+/// The JSON library has no JsonDocument: a value in a tree that must outlive the node.
 class Node {
 public:
     Node(const Json::Value& value) : m_value(&value) {} // NOLINT(google-explicit-constructor)

@@ -10,7 +10,7 @@
 /// type throws, and all later values are those of the previous load.
 namespace Quarncommon::rules {
 
-/// Before a load, the values of the previous one.
+/// Before a load they are the values of the previous one.
 struct ReaderValues {
     std::map<std::string, Json::Value>& databases;
     std::string& maintenanceIP;

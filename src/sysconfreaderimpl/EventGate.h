@@ -14,7 +14,7 @@ class EventGate {
 public:
     constexpr EventGate() = default;
 
-    /// For good. Waits for the threads inside, except the calling one, for at most `limit`.
+    /// Closes it for good. Waits at most `limit` for the other threads inside.
     void close(Clock::duration limit);
 
     /// For a forked child, which has none of the other threads: opens the gate.

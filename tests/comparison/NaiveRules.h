@@ -9,7 +9,7 @@
 #include <set>
 #include <string>
 
-/// Without code of the library. Do not optimise it: the benchmarks compare the library with it.
+/// Uses no code of the library. Do not optimise it: the benchmarks compare the library with it.
 namespace naive {
 
 /// The rules modify their copy.

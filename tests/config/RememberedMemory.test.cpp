@@ -118,7 +118,7 @@ std::size_t allocated() {
     return info.uordblks + info.hblkhd;
 }
 
-/// As a multiple of its length.
+/// The result is a multiple of the length of `text`.
 double keptFor(Deployment& deployment, const std::string& text, int queries) {
     SysConfReader::Instance();
     deployment.nodeList(R"({"nodeList":{}})");

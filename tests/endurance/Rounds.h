@@ -12,7 +12,7 @@ inline int rounds(int few) {
     return wanted != nullptr ? std::stoi(wanted) : few;
 }
 
-/// By SIGALRM, which also reaches threads that wait, after two minutes without progress.
+/// Sends SIGALRM, which also reaches threads that wait, after two minutes without progress.
 class Watchdog {
 public:
     Watchdog() { progress(); }

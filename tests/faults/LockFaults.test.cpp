@@ -52,7 +52,7 @@ struct Outcome {
     operations::Answers after;
 };
 
-/// In new instances, with the fault during the operation only.
+/// Uses new instances; the fault lasts for the operation only.
 Outcome outcome(const Operation& operation, const Situation& situation, void (*fault)(int),
                 int error) {
     operations::destroyAll();

@@ -41,14 +41,14 @@ using support::CallFault;
 
 /// Only a failing test waits that long.
 constexpr std::chrono::seconds kPatience{10};
-/// Unless everything is tried.
+/// A row ends after so many problems, unless everything is tried.
 constexpr std::size_t kProblemsPerRow = 4;
 constexpr std::size_t kSampled = 4;
 constexpr std::chrono::milliseconds kWhile{300};
 /// More than one, because the processes mostly wait for events.
 constexpr std::size_t kProcessesPerProcessor = 6;
 
-/// In shared memory.
+/// The report of the processes of one row, in shared memory.
 struct Report {
     std::size_t injected;
     std::size_t problems;

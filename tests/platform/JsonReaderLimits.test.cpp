@@ -119,7 +119,7 @@ bool treeIsCopied(const std::string& text) {
            *std::make_unique<Json::Value>(value) == value;
 }
 
-/// In nested objects, also finds the 1 by its name.
+/// Also finds the 1 in nested objects by its name.
 bool documentAnswers(const std::string& text) {
     std::string padded = text;
     padded.resize(text.size() + JsonDocument::kPadding);

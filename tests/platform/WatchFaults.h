@@ -26,11 +26,11 @@ enum class Call {
     Write,
 };
 
-/// With 0, none.
+/// With `error` 0, none fails.
 void failCalls(Call call, int error, int times = INT_MAX);
 int callCount(Call call);
 
-/// With a path, only those for that path (Lstat, Open).
+/// If there is a path, only calls for it hang (Lstat, Open).
 void hangCalls(Call call, const std::string& path = "");
 int hangingCalls();
 void releaseCalls();

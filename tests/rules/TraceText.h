@@ -19,7 +19,7 @@ public:
     Lines lines;
 };
 
-/// Up to an exception. Expects the same events for a tree and for a document.
+/// The events up to an exception. Expects the same ones for a tree and for a document.
 template <typename Rule>
 TraceText::Lines traced(const std::string& text, Rule rule) {
     namespace rules = Quarncommon::rules;

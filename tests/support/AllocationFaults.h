@@ -20,7 +20,7 @@ public:
     bool happened() const;
 };
 
-/// On every thread. If it returns true, the allocation fails. It must not allocate.
+/// Is called on every thread; true makes the allocation fail. It must not allocate.
 void setAllocationHook(bool (*fails)());
 
 } // namespace support

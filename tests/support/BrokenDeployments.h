@@ -37,7 +37,7 @@ const std::vector<BrokenDeployment>& brokenDeployments();
 void writeDeployment(const BrokenDeployment& deployment, const std::filesystem::path& pair,
                      const std::filesystem::path& folder);
 
-/// With paths relative to the folder.
+/// Its paths are relative to the folder.
 std::vector<std::pair<std::string, std::optional<std::string>>>
 environmentOf(const BrokenDeployment& deployment);
 

@@ -86,7 +86,7 @@ bool readSome(int descriptor, std::string& text) {
     return size > 0 || (size < 0 && errno == EINTR);
 }
 
-/// From the pipe that is ready first. Returns false at the end of both.
+/// Reads from the pipe that is ready first. Returns false at the end of both.
 bool readEither(Descriptor& output, std::string& outputText, Descriptor& errors,
                 std::string& errorText) {
     std::array<pollfd, 2> ready = {pollfd{output.number(), POLLIN, 0},

@@ -50,7 +50,7 @@ public:
 
     Command& variable(const std::string& name, const std::string& value);
     Command& workingDirectory(const std::filesystem::path& directory);
-    /// Even if root runs the command.
+    /// Modes of files then apply even if root runs the command.
     Command& withoutFilePrivileges();
     Command& outputToFile(const std::filesystem::path& file);
     Command& outputToTerminal(unsigned short columns);

@@ -9,10 +9,10 @@ namespace support {
 /// Null unsets the variable.
 void setEnvironment(const char* variable, const char* value);
 
-/// By rename. Creates the folder if necessary.
+/// Replaces the file by rename. Creates the folder if necessary.
 void writeFile(const std::filesystem::path& path, const std::string& text);
 
-/// In the test's directory. The constructor sets the environment, id "p1", and writes no file.
+/// Is in the test's directory. The constructor sets the environment, id "p1", but writes no file.
 class Deployment {
 public:
     Deployment();

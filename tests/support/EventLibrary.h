@@ -21,10 +21,10 @@ bool eventLibraryLoaded();
 /// The result of EventConsumerCBInit, 0 by default. It subscribes only if that is not negative.
 void setInitResult(int result);
 void setInitThrows(bool throws);
-/// Before anything else.
+/// The hook runs before anything else.
 void setInitHook(std::function<void()> hook);
 void setFiniHook(std::function<void()> hook);
-/// After the subscription has been made.
+/// The hook runs after the subscription has been made.
 void setSubscribedHook(std::function<void()> hook);
 void setRedeliverHook(std::function<void()> hook);
 
@@ -38,11 +38,11 @@ struct EventLibraryCalls {
 };
 EventLibraryCalls eventLibraryCalls();
 bool subscribed();
-/// Also after its end.
+/// Of the last subscription, also after its end.
 void* lastUserData();
 EventConsumerCallback lastRedelivery();
 
-/// On the calling thread. Returns the callback's result, or -2 without a subscription.
+/// Calls back on this thread. Returns the callback's result, or -2 without a subscription.
 /// EventConsumerCBFini waits for running deliveries.
 int deliver(const std::string& eventName = "SysConfigEvent");
 /// @}

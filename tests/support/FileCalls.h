@@ -16,7 +16,7 @@ struct OpenCall {
     bool closeOnExec = false;
 };
 
-/// In order, failed ones included.
+/// The opens of "*.json" since the last reset, in order, failed ones included.
 std::vector<OpenCall> openCalls();
 std::size_t openCount(const std::string& path);
 void resetOpenCalls();
@@ -37,10 +37,10 @@ struct ReadStep {
     char fill = '\0';
 };
 
-/// By the n-th read or pread (from 0) of the file. Null ends it.
+/// The n-th read or pread (from 0) of the file does script(n). Null ends it.
 void disturbReads(const std::string& path, std::function<ReadStep(std::size_t)> script);
 
-/// By the n-th fstat (from 0) of the file; script(n) is an error number, 0 for none. Null ends it.
+/// The n-th fstat (from 0) of the file fails with script(n), 0 for none. Null ends it.
 void failStats(const std::string& path, std::function<int(std::size_t)> script);
 
 } // namespace support

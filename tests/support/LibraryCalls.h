@@ -14,13 +14,13 @@ struct LibraryOpen {
     bool opened = false;
 };
 
-/// In order, failed ones included.
+/// The opens of the event library in order, failed ones included.
 std::vector<LibraryOpen> eventLibraryOpens();
 
 void failLibraryOpens(bool fail);
 void failLibraryCloses(bool fail);
 
-/// Failed ones included.
+/// The number of closes, failed ones included.
 int eventLibraryCloses();
 
 } // namespace support

@@ -24,7 +24,7 @@ void setLockFaultHook(int (*error)(LockCall));
 /// it only while no thread uses a lock.
 void setLockHook(std::function<void(LockCall, bool held)> hook);
 
-/// That succeeded since the start or the last reset.
+/// Calls that succeeded since the start or the last reset.
 struct LockCounts {
     std::size_t read = 0;
     std::size_t write = 0;
@@ -37,7 +37,7 @@ std::size_t mostLocksHeldHere();
 
 /// `unlock` is the number of unlock calls for locks that the thread did not hold.
 LockCounts locksHeldHere();
-/// Those that the thread still holds because unlock calls failed.
+/// Releases locks that the thread still holds because unlock calls failed.
 void releaseLocksHeldHere();
 
 } // namespace support

@@ -16,7 +16,7 @@ struct Resources {
     bool operator==(const Resources&) const = default;
 };
 Resources resources();
-/// And none reads a file.
+/// Waits until so many threads of the event service exist and none reads a file.
 Resources resourcesAtRest(std::size_t services = 1);
 void PrintTo(const Resources& resources, std::ostream* stream);
 

@@ -25,7 +25,7 @@ std::string jsonText(const Json::Value& value);
 
 void writeGeneration(Deployment& deployment, int generation);
 
-/// With the files of generation 1 and, if not null, that event library.
+/// Has the files of generation 1 and, if not null, that event library.
 struct SampleDeployment : Deployment {
     explicit SampleDeployment(const char* eventLibrary = nullptr);
 };

@@ -21,7 +21,7 @@
 
 namespace support {
 
-/// Less often under a sanitizer, which is slow.
+/// How often to repeat a test: less often under a sanitizer, which is slow.
 constexpr int rounds(int plain) {
 #ifdef SANITIZED
     return plain / 8;

@@ -8,7 +8,7 @@
 
 namespace support {
 
-/// For every i below `number`, each on its own thread, starting at the same moment.
+/// Runs `work(i)` for every i below `number` on its own thread, starting at the same moment.
 template <typename Work>
 void runTogether(std::size_t number, Work work) {
     std::barrier start(static_cast<std::ptrdiff_t>(number));

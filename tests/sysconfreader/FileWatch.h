@@ -13,7 +13,7 @@ enum class FileCall { Open, Read, Close };
 /// Runs on the watched thread before the call, with the path of the file.
 using FileWatcher = std::function<void(FileCall call, const std::string& path)>;
 
-/// On the current thread, except for calls of the watcher.
+/// Watches the current thread, except for calls of the watcher.
 class FileWatch {
 public:
     explicit FileWatch(FileWatcher watcher);

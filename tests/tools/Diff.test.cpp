@@ -28,7 +28,7 @@ support::CommandResult runIn(const fs::path& folder, std::vector<std::string> ar
         .run();
 }
 
-/// In the folders "before" and "after" of the test's directory.
+/// The copies are "before" and "after" in the test's directory.
 fs::path twoCopies() {
     for (const char* name : {"before", "after"}) {
         fs::copy(tool::samplesDirectory() / "ha-pair", support::testDirectory() / name,

@@ -15,7 +15,7 @@ using ::testing::Not;
 using ::testing::SizeIs;
 using ::testing::StartsWith;
 
-/// With paths that are the same on every machine.
+/// Uses paths that are the same on every machine.
 support::Command onMaster(std::vector<std::string> arguments) {
     for (const char* variable : {"APP_CONF_FILE=node-1/etc/app.json", "APP_ROOT=node-1",
                                  "TOLM_ROOT=manager", "PROCESS_INSTANCE_ID=alarm-1"}) {

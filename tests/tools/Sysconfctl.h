@@ -41,7 +41,7 @@ Json::Value parsed(const std::string& text);
 std::string readFile(const std::filesystem::path& path);
 std::vector<std::string> linesOf(const std::string& text);
 
-/// Or is a single word, such as an address or a path, which is never cut.
+/// True also for a single word, such as an address or a path, which is never cut.
 bool fits(const std::string& line, std::size_t columns);
 
 } // namespace tool

@@ -20,7 +20,7 @@ using Range = std::pair<std::size_t, std::size_t>;
 
 constexpr std::string_view kProcesses = "processes";
 
-/// In text order. A value that a syntax error left incomplete extends to the end of the text.
+/// `siblings` are in text order. An incomplete value extends to the end of the text.
 template <typename Siblings, typename ValueOf, typename Visit>
 void visitWithin(const Siblings& siblings, const Range& range, ValueOf valueOf, Visit visit) {
     auto sibling = std::partition_point(siblings.begin(), siblings.end(), [&](const auto& each) {
@@ -40,7 +40,7 @@ Range rangeOf(const located::Value& value) {
     return {value.begin, value.end > value.begin ? value.end : std::string::npos};
 }
 
-/// By the same rules as mask().
+/// Follows the same rules as mask().
 void collectEntrySecrets(const located::Value& entry, const Range& range,
                          std::vector<Range>& secrets) {
     if (!isNested(entry)) {

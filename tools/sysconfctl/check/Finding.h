@@ -73,7 +73,7 @@ Inventory inventoryOf(const std::vector<std::string>& operands,
 
 CheckResult check(const Inventory& inventory);
 
-/// In alphabetical order.
+/// The names are in alphabetical order.
 struct FindingName {
     std::string_view name;
     std::string_view meaning;

@@ -37,7 +37,7 @@ bool isIrregular(const Json::Value& process) {
     });
 }
 
-/// In the order of a load, which stops at the first one.
+/// Reports them in the order of a load, which stops at the first one.
 void checkStops(Checker& checker, const SourceFile& file, const std::string& id) {
     Finding* first = nullptr;
     for (const TypeMismatch& mismatch : appConfigMismatches(file.tree, id)) {

@@ -6,7 +6,7 @@
 
 namespace sysconfctl {
 
-/// As CLI11 expects it. Only --version stays, if it is given before the command.
+/// CLI11 expects that. Only --version stays, if it is given before the command.
 std::vector<std::string> commandFirst(std::vector<std::string> words);
 
 /// @throws UsageError with commands that are likely meant, or the command that takes such a query.

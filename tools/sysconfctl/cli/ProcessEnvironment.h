@@ -7,7 +7,7 @@
 
 namespace sysconfctl {
 
-/// Those with which the process was started. Of repeated ones the first wins, as in getenv().
+/// They are those of the start of the process. Of repeated ones the first wins, as in getenv().
 std::map<std::string, std::string> libraryVariables(const std::string& environ);
 
 /// Changes to the working directory of a running process and sets its variables here.

@@ -41,7 +41,7 @@ std::vector<std::string> partsOf(std::string_view name) {
     return parts;
 }
 
-/// Those with fewest parts first.
+/// Candidates that contain all parts of the word, those with fewest parts first.
 std::vector<std::string> withParts(std::string_view word,
                                    const std::vector<std::string_view>& candidates,
                                    std::size_t edits) {

@@ -8,7 +8,7 @@
 
 namespace sysconfctl {
 
-/// "" if no candidate is near enough for the length of the word.
+/// Returns "" if no candidate is near enough for the length of the word.
 std::string suggestion(std::string_view word, const std::vector<std::string_view>& candidates);
 /// Likewise, with at most the given number of edits.
 std::string suggestion(std::string_view word, const std::vector<std::string_view>& candidates,

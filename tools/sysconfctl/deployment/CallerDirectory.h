@@ -15,9 +15,9 @@ void returnToCallerDirectory();
 /// Empty if it has been removed.
 std::filesystem::path callerDirectory();
 
-/// From the working directory to the caller's.
+/// Converts a path in the working directory to one in the caller's.
 std::string pathForCaller(const std::string& path);
-/// From the caller's directory to any.
+/// Converts a path in the caller's directory to one that is valid in any.
 std::string pathOfCaller(const std::string& path);
 
 } // namespace sysconfctl

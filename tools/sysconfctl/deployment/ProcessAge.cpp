@@ -47,7 +47,7 @@ std::uint64_t now(clockid_t clock) {
     return nanoseconds(time);
 }
 
-/// In nanoseconds since boot, rounded down to a clock tick.
+/// The start in nanoseconds since boot, rounded down to a clock tick.
 std::optional<std::uint64_t> startSinceBoot(const std::string& pid) {
     std::ifstream file("/proc/" + pid + "/stat");
     const std::string text{std::istreambuf_iterator<char>(file), {}};
@@ -69,7 +69,7 @@ std::optional<std::uint64_t> startSinceBoot(const std::string& pid) {
     return ticks * (kNanoseconds / static_cast<std::uint64_t>(::sysconf(_SC_CLK_TCK)));
 }
 
-/// Of a file and, if the path is a symbolic link, of the link.
+/// The latest time of a file and, if the path is a symbolic link, of the link.
 std::uint64_t lastChange(const std::string& path) {
     std::uint64_t last = 0;
     for (const auto status : {&::stat, &::lstat}) {

@@ -7,8 +7,8 @@
 
 namespace sysconfctl {
 
-/// In hundredths of a second since boot. Removed addresses are not detected. Returns nothing if the
-/// kernel does not record the times.
+/// The time is in hundredths of a second since boot. Removed addresses are not detected. Returns
+/// nothing if the kernel does not record the times.
 std::vector<std::string> addressesAddedAfter(std::uint64_t centiseconds);
 
 /// A sentence for each difference between what a process that starts now finds and what the running

@@ -19,14 +19,14 @@ const char* expectedText(TypeMismatch::Expected expected);
 /// "is an array where an object is read".
 std::string describe(const TypeMismatch& mismatch, const Json::Value& root);
 
-/// In the part of the app config file that a load for that process reads.
+/// Searches the part of the app config file that a load for that process reads.
 std::vector<TypeMismatch> appConfigMismatches(const Json::Value& root,
                                               const std::string& instanceId);
 
-/// In what any process may read.
+/// Searches what any process may read.
 std::vector<TypeMismatch> nodeListMismatches(const Json::Value& root);
 
-/// In what this process reads on load and in the queries for its addresses.
+/// Searches what this process reads on load and in the queries for its addresses.
 std::vector<TypeMismatch> ownMismatches(const Json::Value& root, const Values& values);
 
 } // namespace sysconfctl

@@ -21,7 +21,7 @@ std::string pathOf(const SourceFile* file) {
     return file != nullptr ? file->path : "";
 }
 
-/// That of its env file, or all ids in its app config file.
+/// The id of its env file, or all ids in its app config file.
 std::vector<std::string> instancesOf(const View& view) {
     if (view.instance) {
         return {*view.instance};

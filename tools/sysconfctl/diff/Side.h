@@ -39,7 +39,7 @@ public:
     /// One of `processes`; null: the only one.
     void open(const ProcessFiles* files);
     const Sources& sources() const { return m_prediction ? m_prediction->sources() : m_sources; }
-    /// Of that process. Valid until open() is called again.
+    /// The answers of that process. Valid until open() is called again.
     const Prediction& prediction();
 
 private:

@@ -160,7 +160,7 @@ std::string southboundLabel(const std::string& slot) {
     return std::string(kSouthboundFamily) + (slot == "1" ? "" : slot);
 }
 
-/// In the order of the slots' numbers. Returns "northbound in slot 1".
+/// Adds them in the order of the slots' numbers. Returns "northbound in slot 1".
 std::vector<std::string> slotSteps(ExplanationBuilder& builder, const Recorder& trace,
                                    const WalkedEntries& walked, SlotLabel label) {
     std::map<int, rules::SlotPlaced> placed;
@@ -207,7 +207,7 @@ const rules::FallbackUsed* fallbackOf(const Recorder& trace) {
     return nullptr;
 }
 
-/// At most five, and how many are left out.
+/// Joins at most five, and says how many are left out.
 std::string someOf(std::vector<std::string> words) {
     constexpr std::size_t kMost = 5;
     const std::size_t more = words.size() > kMost ? words.size() - kMost : 0;

@@ -87,7 +87,7 @@ void wrongType(ExplanationBuilder& builder, const located::Path& path, const Jso
     builder.because("wrong-type", sentence, fmt::format("make it {}", expected));
 }
 
-/// As the library does. `reached` is the path reached when an exception is thrown.
+/// Walks as the library does. `reached` is the path reached when an exception is thrown.
 Answer fieldOf(const Json::Value& database, unsigned int index, const Column& column,
                located::Path& reached, const char*& expected) {
     expected = "an array";

@@ -46,9 +46,9 @@ public:
     void finish();
 
     void variable(const Variable& variable);
-    /// With the variable that locates it, once. Returns whether the file loads.
+    /// Adds it with its variable, once. Returns whether the file loads.
     bool file(const SourceFile& file);
-    /// As a rule reads it. Returns whether there is a value.
+    /// Adds it as a rule reads it. Returns whether there is a value.
     bool value(const SourceFile& file, const located::Path& path, Weight weight = Weight::Decisive,
                bool secret = false);
     /// Returns whether a value stopped the load step.
@@ -61,13 +61,13 @@ public:
     /// @param asked Whether the float node itself is the answer.
     void floatNode(bool asked);
     void sourceSearch(Weight weight);
-    /// From the trace of the rule that looked it up. Returns whether the list has the node.
+    /// Adds the lookup, from the rule's trace. Returns whether the list has the node.
     bool node(const SourceFile& file, const std::string& id, const Recorder& trace);
-    /// The list, the node and each of its entries, from the trace of the rule that walked them.
+    /// Adds the list, the node and each of its entries, from the rule's trace.
     WalkedEntries walk(const SourceFile& file, const std::string& id, const Recorder& trace,
                        SlotLabel label, const std::vector<AskedTag>& asked);
 
-    /// That step decides unless there is another cause.
+    /// Adds that no entry matches, which decides unless there is another cause.
     void notFound(const std::string& id, const std::string& what, const SourceFile& file);
     Spot processSpot(std::initializer_list<const char*> path) const;
     /// "process alarm-1".
@@ -90,7 +90,7 @@ private:
                WalkedEntries& found);
     void entryMistakes(const SourceFile& file, const located::Path& path, const EntryFate& entry,
                        WalkedEntries& found);
-    /// As the load reads it.
+    /// Adds the role as the load reads it.
     bool isStandby(bool asked);
 
     std::set<const SourceFile*> m_shownFiles;

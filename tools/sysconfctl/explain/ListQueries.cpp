@@ -46,7 +46,7 @@ struct NodeOutcome {
     std::optional<rules::TypeMismatch> mismatch;
 };
 
-/// Up to the node at which the rule ended.
+/// Groups the events by node, up to the one at which the rule ended.
 class NodeOutcomes {
 public:
     NodeOutcomes(const Recorder& trace, std::string field) : m_field(std::move(field)) {

@@ -34,7 +34,7 @@ std::string_view tagFamily(std::string_view tag);
 
 std::string nearestName(const std::string& name, const std::vector<std::string>& candidates);
 
-/// In the enclosing object or in a sibling object.
+/// Searches the enclosing object and the sibling objects.
 std::optional<NearMiss> misspeltMember(const Json::Value& root, const located::Path& path);
 
 } // namespace sysconfctl

@@ -12,7 +12,7 @@ namespace sysconfctl {
 /// If there are none, the names of operations.
 std::vector<std::string> nearQueries(std::string_view name);
 
-/// By the name of the query or of its operation; the first one if several have that.
+/// Finds it by its name or that of its operation; the first one if several have that.
 /// @throws UsageError if there is no such query; the message has near matches.
 const Query& findQuery(std::string_view name);
 

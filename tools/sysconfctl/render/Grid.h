@@ -13,7 +13,7 @@ struct Column {
     std::string title;
     /// The column with the highest number is left out first if rows are too wide; 0: never.
     int leftOut = 0;
-    /// Only after blanks, so that no address or id is cut.
+    /// Wraps only after blanks, so that no address or id is cut.
     bool wraps = false;
 };
 

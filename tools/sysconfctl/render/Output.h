@@ -8,7 +8,7 @@
 
 namespace sysconfctl {
 
-/// For example because the disk is full.
+/// The output cannot be written, for example because the disk is full.
 struct OutputError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };

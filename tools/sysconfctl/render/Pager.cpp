@@ -66,7 +66,7 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts) {
     return pointers;
 }
 
-/// With default actions for the signals ignored here. Returns false if it cannot be started.
+/// The signals ignored here get their default actions. Returns false if it cannot be started.
 bool start(pid_t& process, std::vector<std::string> words, int input) {
     std::vector<std::string> variables = pagerEnvironment();
     posix_spawn_file_actions_t actions;

@@ -19,7 +19,7 @@ inline constexpr std::string_view kEmptyText = "(empty)";
 /// Escaped: "error: ...".
 std::string errorText(const std::string& message);
 
-/// For people. Never empty.
+/// The lines for people. Never empty.
 std::vector<std::string> shownLines(const Reply& reply);
 
 } // namespace sysconfctl

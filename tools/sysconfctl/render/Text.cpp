@@ -123,8 +123,8 @@ struct Breaks {
     bool cut;
 };
 
-/// In bytes: up to the last place to break in `width` columns, else up to the last character that
-/// fits, or up to the first place to break.
+/// The length in bytes: up to the last place to break in `width` columns, else up to the last
+/// character that fits, or up to the first place to break.
 std::size_t firstLineLength(std::string_view text, std::size_t width, const Breaks& breaks) {
     std::size_t used = 0;
     std::size_t place = 0;

@@ -13,14 +13,14 @@ namespace sysconfctl {
 /// $'...': \\ \t \n \r \xHH \uHHHH \UHHHHHHHH.
 std::string escaped(std::string_view text);
 
-/// In terminal columns: 0 for a combining mark, 2 for a wide character.
+/// Measures terminal columns: 0 for a combining mark, 2 for a wide character.
 std::size_t displayWidth(std::string_view text);
 
 /// Lines of at most `width` columns (at least 1), broken after a space, ";", "," or "/" if
 /// possible. A blank at the end of a line is dropped; a single wider character has its own line.
 std::vector<std::string> wrapped(std::string_view text, std::size_t width);
 
-/// After blanks, and the characters of `also`, only, so that no address, id or path is cut.
+/// Wraps only after blanks and the characters of `also`: no address, id or path is cut.
 std::vector<std::string> wrappedWords(std::string_view text, std::size_t width,
                                       std::string_view also = {});
 

@@ -26,7 +26,7 @@ struct Change {
     const Reply* after;
 };
 
-/// In the order of `after`, then the removed questions. They point into both vectors.
+/// They are in the order of `after`, then the removed questions, and point into both vectors.
 std::vector<Change> changes(const std::vector<Observation>& before,
                             const std::vector<Observation>& after);
 

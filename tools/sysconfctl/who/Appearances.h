@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-/// In the files, on this host, and in the answers. Passwords are not searched.
+/// Searches the files, this host, and the answers, but no passwords.
 namespace sysconfctl {
 
 struct Appearance {
