@@ -26,7 +26,8 @@ std::vector<std::string> instancesOf(const View& view) {
     if (view.instance) {
         return {*view.instance};
     }
-    const Json::Value& processes = valueAt(view.appConfig->tree, {"processes"});
+    const located::Path path = {"processes"};
+    const Json::Value& processes = valueAt(view.appConfig->tree, path);
     return processes.isObject() ? processes.getMemberNames() : std::vector<std::string>();
 }
 
