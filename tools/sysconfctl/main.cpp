@@ -6,6 +6,7 @@
 #include "cli/UsageError.h"
 #include "commands/Commands.h"
 #include "deployment/ProcessAge.h"
+#include "exec/PassedSignals.h"
 #include "render/Diagnostics.h"
 #include "render/Output.h"
 #include "render/Text.h"
@@ -51,6 +52,8 @@ ExitStatus run(Options options) {
         return runGet(options);
     case Command::Watch:
         return runWatch(options);
+    case Command::Exec:
+        return runExec(options);
     case Command::Explain:
         return runExplain(options);
     case Command::Who:
@@ -95,7 +98,7 @@ int endByClosedPipe() {
 
 int main(int argc, char** argv) {
     // A closed pipe is a write error, so that the tool can unsubscribe before it exits.
-    std::signal(SIGPIPE, SIG_IGN);
+    ignorePipeSignal();
     ExitStatus status = ExitStatus::Internal;
     if (argc > 1 && std::string_view(argv[1]) == kCompleteCommand) {
         return static_cast<int>(runComplete({argv + 2, argv + argc}));

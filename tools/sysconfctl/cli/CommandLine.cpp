@@ -57,9 +57,22 @@ void removeGuards(std::vector<std::string>& words) {
     }
 }
 
+/// Moves the words after "--" to the program, if the first one is a command that runs one. They are
+/// not parsed: each one reaches the program verbatim.
+void takeProgram(std::vector<std::string>& words, std::vector<std::string>& program) {
+    const CommandRow* const row = commandNamed(words.front());
+    const auto end = std::find(words.begin(), words.end(), "--");
+    if (row != nullptr && row->operands == Operands::Program && end != words.end()) {
+        program.assign(end + 1, words.end());
+        words.erase(end, words.end());
+    }
+}
+
 /// The words in reverse order, which CLI11 expects, with the command last.
+/// @param program Gets the words of the program to run.
 /// @throws UsageError if there is no command of that name.
-std::vector<std::string> reversedWords(int argc, const char* const* argv) {
+std::vector<std::string> reversedWords(int argc, const char* const* argv,
+                                       std::vector<std::string>& program) {
     if (argc < 2) {
         throw UsageError(overview());
     }
@@ -67,6 +80,7 @@ std::vector<std::string> reversedWords(int argc, const char* const* argv) {
     if (!words.front().starts_with('-') && commandNamed(words.front()) == nullptr) {
         rejectCommand(words.front());
     }
+    takeProgram(words, program);
     for (std::string& word : words) {
         word = guarded(std::move(word));
     }
@@ -93,7 +107,7 @@ public:
 
     ParsedCommandLine parse(int argc, const char* const* argv) {
         try {
-            m_app.parse(reversedWords(argc, argv));
+            m_app.parse(reversedWords(argc, argv, m_options.program));
             const Options options = parsedOptions();
             if (options.command == Command::Version) {
                 return {options, m_app.version() + '\n'};
@@ -208,6 +222,9 @@ private:
                 ->type_name("");
         } else if (row.operands == Operands::Command) {
             app.add_option("COMMAND", m_helpOn, "A command; default: the tool")->type_name("");
+        } else if (row.operands == Operands::Program) {
+            app.footer("-- PROGRAM [ARGUMENT...]\n"
+                       "  The program to run and its arguments, after the options");
         }
     }
 
@@ -264,6 +281,18 @@ private:
         case Option::List:
             app.add_flag(name, m_list, help);
             break;
+        case Option::Shell:
+            app.add_flag(name, m_options.shell, help);
+            break;
+        case Option::Systemd:
+            app.add_flag(name, m_options.systemd, help);
+            break;
+        case Option::OnChange:
+            added = app.add_option(name, m_options.onChange, help);
+            break;
+        case Option::Only:
+            added = app.add_option(name, m_options.only, help);
+            break;
         case Option::All:
             app.add_flag(name, m_options.all, help);
             break;
@@ -286,7 +315,8 @@ private:
         if (added != nullptr) {
             added->type_name(std::string(row.value));
             if (row.repeatable) {
-                added->allow_extra_args(false);
+                // Several queries may follow, because operands follow only after "--".
+                added->allow_extra_args(option == Option::Only);
             } else {
                 added->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
             }
@@ -345,8 +375,16 @@ private:
         if (!m_file.empty()) {
             m_options.file = unguarded(m_file);
         }
-        if (row.operands == Operands::Query &&
-            (m_list || m_options.all) != m_options.query.empty()) {
+        removeGuards(m_options.only);
+        if (row.operands == Operands::Program && m_options.program.empty()) {
+            throw UsageError(fmt::format("{0} takes a program after --: sysconfctl {0} [OPTIONS] "
+                                         "-- PROGRAM [ARGUMENT...]",
+                                         row.name));
+        }
+        if (m_options.shell || m_options.systemd) {
+            setQueriesOfVariables();
+        } else if (row.operands == Operands::Query &&
+                   (m_list || m_options.all) != m_options.query.empty()) {
             throw UsageError(fmt::format("{} takes either a query or {}", row.name,
                                          optionRow(row.options.front()).name));
         }
@@ -357,6 +395,17 @@ private:
         removeGuards(m_options.pids);
         if (!m_options.pids.empty() && m_options.envFile) {
             throw UsageError("--pid and --env-file both name an environment; give one of them");
+        }
+    }
+
+    /// Each operand is a query.
+    void setQueriesOfVariables() {
+        if (m_list || m_options.formatGiven || (m_options.shell && m_options.systemd)) {
+            throw UsageError("--shell, --systemd, --list and --output exclude each other");
+        }
+        m_options.queries = m_options.arguments;
+        if (!m_options.query.empty()) {
+            m_options.queries.insert(m_options.queries.begin(), m_options.query);
         }
     }
 

@@ -37,6 +37,15 @@ struct Options {
     NodeFilter filter;
     /// The field by which nodes are sorted; empty: the id.
     std::string sort;
+    /// Print answers as assignments for a shell, or as lines of systemd's EnvironmentFile=.
+    bool shell = false;
+    bool systemd = false;
+    /// What to do when an answer changes: "restart", "none" or the name of a signal.
+    std::string onChange = "restart";
+    /// The queries whose answers the program gets; empty: all.
+    std::vector<std::string> only;
+    /// The program to run and its arguments.
+    std::vector<std::string> program;
     /// Explain every query, not a single one.
     bool all = false;
     /// Show every step of an explanation.

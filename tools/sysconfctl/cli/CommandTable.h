@@ -13,6 +13,7 @@ enum class Command {
     Show,
     Get,
     Watch,
+    Exec,
     List,
     Explain,
     Diff,
@@ -42,6 +43,10 @@ enum class Option {
     Missing,
     Sort,
     List,
+    Shell,
+    Systemd,
+    OnChange,
+    Only,
     All,
     Verbose,
     Strict,
@@ -63,7 +68,7 @@ struct OptionRow {
 };
 
 /// The positional arguments of a command.
-enum class Operands { None, Query, Queries, Environments, Word, Nodes, Paths, Command };
+enum class Operands { None, Query, Queries, Environments, Word, Nodes, Paths, Program, Command };
 
 struct CommandRow {
     Command command;

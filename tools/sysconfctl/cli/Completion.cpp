@@ -89,6 +89,9 @@ Candidates operands(const PartialCommandLine& line) {
         if (line.given.contains(Option::All) || line.given.contains(Option::List)) {
             return {};
         }
+        if (line.given.contains(Option::Shell) || line.given.contains(Option::Systemd)) {
+            return queryNames();
+        }
         return line.operands.empty() ? queryNames() : queryArguments(line);
     case Operands::Queries:
         return queryNames();
@@ -105,6 +108,8 @@ Candidates operands(const PartialCommandLine& line) {
         }
         deployed::applyEnvironmentOf(line);
         return deployed::words();
+    case Operands::Program: // before "--" there are only more queries of --only
+        return line.given.contains(Option::Only) ? queryNames() : Candidates{};
     case Operands::Paths:
     case Operands::None:
         break;
@@ -117,6 +122,7 @@ bool takesFiles(const PartialCommandLine& line) {
         return false;
     }
     return line.command->operands == Operands::Paths ||
+           (line.command->operands == Operands::Program && line.optionsEnded) ||
            (line.command->operands == Operands::Environments &&
             line.operands.size() + line.pids.size() < 2);
 }
@@ -188,6 +194,13 @@ Completion valuesOf(const OptionRow& option, const PartialCommandLine& line,
             candidates.push_back({std::string(name), ""});
         }
         break;
+    case Option::OnChange:
+        for (const char* action : {"restart", "none", "HUP", "USR1", "USR2"}) {
+            candidates.push_back({action, ""});
+        }
+        break;
+    case Option::Only:
+        return {false, queryNames()};
     case Option::Ignore:
         for (const FindingName& one : findingNames()) {
             candidates.push_back({std::string(one.name), std::string(one.meaning)});

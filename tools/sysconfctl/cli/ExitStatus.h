@@ -13,6 +13,8 @@ enum class ExitStatus {
     ErrorsFound = 3,  ///< the files or the environment have errors
     Warnings = 4,     ///< they have warnings only, and --strict is given
     Internal = 70,    ///< a defect of the tool, or output that cannot be written
+    CannotRun = 126,  ///< the program of exec cannot be started
+    NoProgram = 127,  ///< there is no such program
 };
 
 } // namespace sysconfctl

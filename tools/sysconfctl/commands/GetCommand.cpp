@@ -3,6 +3,7 @@
 
 #include "explain/Prediction.h"
 #include "query/Reply.h"
+#include "query/Variables.h"
 #include "render/Color.h"
 #include "render/Diagnostics.h"
 #include "render/Json.h"
@@ -89,9 +90,51 @@ std::string refusal(const Reply& reply) {
                              label);
 }
 
+/// The library's answers as variables, or the predicted ones.
+std::vector<AnswerVariable> variablesFor(const Options& options) {
+    const std::vector<const Query*> asked =
+        variableQueries(options.queries, options.revealSecrets, "get");
+    if (options.localAddresses.empty()) {
+        const library::Session session;
+        return askVariables(asked, options.revealSecrets);
+    }
+    const Prediction prediction(options.localAddresses);
+    std::vector<AnswerVariable> variables;
+    for (const Query* query : asked) {
+        variables.push_back(
+            variableOf(prediction.ask({query, {}}, options.revealSecrets), options.revealSecrets));
+    }
+    return variables;
+}
+
+/// Prints the answers as variables, in the form of the option.
+ExitStatus runGetVariables(const Options& options) {
+    std::string text;
+    ExitStatus status = ExitStatus::Answered;
+    for (AnswerVariable& variable : variablesFor(options)) {
+        if (variable.value && outputIsTerminal()) {
+            variable.value = escaped(*variable.value);
+        }
+        text += options.shell ? shellLine(variable) : systemdLine(variable);
+        if (!variable.trouble.empty()) {
+            reportError(diagnostic::kNoVariable, variable.trouble);
+        }
+        if (variable.threw) {
+            status = ExitStatus::LibraryThrew;
+        } else if (!variable.value && !options.queries.empty() && status == ExitStatus::Answered) {
+            status = ExitStatus::NoAnswer;
+        }
+    }
+    writeOutput(text);
+    return status;
+}
+
 } // namespace
 
 ExitStatus runGet(const Options& options) {
+    if (options.shell || options.systemd) {
+        return runGetVariables(options);
+    }
     const Query& query = findQuery(options.query);
     checkArgumentCount(query, options.arguments);
     const Reply reply = answerTo({&query, options.arguments}, options);

@@ -24,9 +24,15 @@ inline constexpr std::string_view kOutput = "output";
 inline constexpr std::string_view kInternal = "internal";
 /// Notice of --pid.
 inline constexpr std::string_view kNewerThanProcess = "newer-than-process";
-/// Notices of `watch`.
+/// Notices of `watch`; the second one also of `exec`.
 inline constexpr std::string_view kSubscribed = "subscribed";
 inline constexpr std::string_view kNotSubscribed = "not-subscribed";
+/// Errors and notices of `exec`; the first one also of `get`.
+inline constexpr std::string_view kNoVariable = "no-variable";
+inline constexpr std::string_view kCannotRun = "cannot-run";
+inline constexpr std::string_view kChanged = "changed";
+inline constexpr std::string_view kEndedEarly = "ended-early";
+inline constexpr std::string_view kNotEnded = "not-ended";
 } // namespace diagnostic
 
 void useJsonDiagnostics();

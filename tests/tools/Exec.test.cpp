@@ -1,0 +1,394 @@
+// SPDX-License-Identifier: Apache-2.0
+// `sysconfctl exec`: the environment of the program, its signals and its end.
+
+#include "Sysconfctl.h"
+
+#include "support/Deployment.h"
+#include "support/SampleTexts.h"
+#include "support/TestDirectory.h"
+
+#include <gmock/gmock.h>
+
+#include <csignal>
+#include <fstream>
+#include <map>
+#include <set>
+#include <sstream>
+#include <unistd.h>
+
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::Not;
+namespace fs = std::filesystem;
+
+constexpr const char* kReporter = SYSCONF_SIGNAL_REPORTER;
+
+std::vector<std::string> words(std::vector<std::string> options,
+                               const std::vector<std::string>& program) {
+    options.insert(options.begin(), "exec");
+    options.emplace_back("--");
+    options.insert(options.end(), program.begin(), program.end());
+    return options;
+}
+
+support::Command exec(std::vector<std::string> options, const std::vector<std::string>& program) {
+    support::Command command = tool::sysconfctl(words(std::move(options), program));
+    command.variable("NO_EM_CLIENT", "1");
+    return command;
+}
+
+/// The variables of `exec` in the output of `env -0`.
+std::map<std::string, std::string> variablesIn(const std::string& output) {
+    std::map<std::string, std::string> found;
+    std::istringstream stream(output);
+    for (std::string entry; std::getline(stream, entry, '\0');) {
+        if (entry.starts_with("SYSCONF_") && !entry.starts_with("SYSCONF_TEST_")) {
+            const std::size_t equals = entry.find('=');
+            found[entry.substr(0, equals)] = entry.substr(equals + 1);
+        }
+    }
+    return found;
+}
+
+std::map<std::string, std::string> environmentOf(const tool::View& view,
+                                                 std::vector<std::string> options = {}) {
+    options.insert(options.end(), {"--env-file", view.envFile().string()});
+    const auto result = exec(std::move(options), {"/usr/bin/env", "-0"}).run();
+    EXPECT_EQ(result.exitStatus, 0) << result.errors;
+    return variablesIn(result.output);
+}
+
+/// How often the text occurs.
+std::size_t count(const std::string& text, const std::string& part) {
+    std::size_t found = 0;
+    for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; at += part.size()) {
+        ++found;
+    }
+    return found;
+}
+
+TEST(Exec, EachSample_GetsTheAnswersOfGet) {
+    for (const tool::View& view : tool::views()) {
+        std::map<std::string, std::string> expected;
+        const Json::Value listed = tool::parsed(tool::run({"get", "--list", "-o", "json"}).output);
+        for (const Json::Value& query : listed["queries"]) {
+            const bool required =
+                !query["arguments"].empty() && query["arguments"][0U]["required"].asBool();
+            const std::string name = query["name"].asString();
+            if (required || name == "all-db-info") {
+                continue;
+            }
+            std::string variable = "SYSCONF_";
+            for (const char c : name) {
+                variable += c == '-' ? '_' : static_cast<char>(std::toupper(c));
+            }
+            const Json::Value reply =
+                tool::parsed(tool::run(view, {"get", "-o", "json", name}).output);
+            if (reply["answered"].asBool()) {
+                Json::StreamWriterBuilder compact;
+                compact["indentation"] = "";
+                const Json::Value& value = reply["value"];
+                expected[variable] =
+                    value.isString() ? value.asString() : Json::writeString(compact, value);
+            }
+        }
+        EXPECT_GT(expected.size(), 8U);
+        EXPECT_EQ(environmentOf(view), expected) << view.name;
+    }
+}
+
+TEST(Exec, Secret_IsThereOnlyIfRevealed) {
+    support::setEnvironment("SYSCONF_ALL_DB_INFO", "inherited");
+    EXPECT_EQ(environmentOf(tool::kMaster).count("SYSCONF_ALL_DB_INFO"), 0U);
+    const auto revealed = environmentOf(tool::kMaster, {"--reveal-secrets"});
+    EXPECT_EQ(tool::parsed(revealed.at("SYSCONF_ALL_DB_INFO"))["alarms"][0U]["accessPort"], 5432);
+    const auto refused = exec({"--only", "all-db-info"}, {"/bin/true"}).run();
+    EXPECT_EQ(refused.exitStatus, 2);
+    EXPECT_THAT(refused.errors, HasSubstr("all-db-info is a secret, so it needs --reveal-secrets"));
+}
+
+TEST(Exec, NoAnswer_RemovesAnInheritedVariable) {
+    support::setEnvironment("SYSCONF_LOCAL_SERVICE2_IP", "inherited");
+    support::setEnvironment("SYSCONF_LOCAL_PORT", "inherited");
+    const auto variables = environmentOf(tool::kMaster);
+    EXPECT_EQ(variables.count("SYSCONF_LOCAL_SERVICE2_IP"), 0U);
+    EXPECT_NE(variables.at("SYSCONF_LOCAL_PORT"), "inherited");
+}
+
+TEST(Exec, Only_LimitsTheVariables) {
+    support::setEnvironment("SYSCONF_LOCAL_PORT", "inherited");
+    const auto variables = environmentOf(
+        tool::kMaster, {"--only", "local-service-ip", "getCorbaPort", "--only", "product-name"});
+    EXPECT_EQ(variables, (std::map<std::string, std::string>{
+                             {"SYSCONF_CORBA_PORT", "31500"},
+                             {"SYSCONF_LOCAL_PORT", "inherited"},
+                             {"SYSCONF_LOCAL_SERVICE_IP", "127.0.0.1"},
+                             {"SYSCONF_PRODUCT_NAME", "core"},
+                         }));
+}
+
+TEST(Exec, AnswersOfAnyBytes_ReachTheProgram) {
+    support::Deployment deployment;
+    deployment.appConfig(R"({"processes": {"p1": {"nodeId": "n", "local": {"ip": "a\u0000b"}}}})");
+    deployment.nodeList(R"({"nodeList": {"n": {"IPAddresses": [
+        {"IP": " it's\n=\"\u001b ", "usage": ["service"]}]}}})");
+    const auto result = exec({}, {"/usr/bin/env", "-0"}).run();
+    const auto variables = variablesIn(result.output);
+    EXPECT_EQ(variables.at("SYSCONF_LOCAL_SERVICE_IP"), " it's\n=\"\033 ");
+    EXPECT_EQ(variables.count("SYSCONF_LOCALHOST_IP_ADDRESS"), 0U);
+    EXPECT_THAT(result.errors, HasSubstr("localhost-ip-address contains a NUL byte"));
+}
+
+TEST(Exec, Words_ReachTheProgramVerbatim) {
+    const auto result =
+        exec({}, {"/usr/bin/printf", "<%s>", "[a]", "", "--", "-o", "json", "a b"}).run();
+    EXPECT_EQ(result.output, "<[a]><><--><-o><json><a b>");
+}
+
+TEST(Exec, EndOfTheProgram_IsTheEndOfExec) {
+    EXPECT_EQ(exec({}, {"/bin/sh", "-c", "exit 3"}).run().exitStatus, 3);
+    EXPECT_EQ(exec({}, {"true"}).run().exitStatus, 0) << "found in PATH";
+    for (const int number : {SIGTERM, SIGKILL, SIGSEGV, SIGHUP}) {
+        const auto result =
+            exec({}, {"/bin/sh", "-c", "kill -" + std::to_string(number) + " $$"}).run();
+        EXPECT_EQ(result.signal, number);
+        EXPECT_EQ(result.exitStatus, -1);
+    }
+}
+
+TEST(Exec, ProgramThatCannotRun_Is126Or127) {
+    const fs::path data = support::testDirectory() / "data";
+    support::writeFile(data, "text");
+    const auto missing = exec({}, {"no-such-program"}).run();
+    EXPECT_EQ(missing.exitStatus, 127);
+    EXPECT_THAT(missing.errors,
+                HasSubstr("cannot run no-such-program: No such file or directory\n"));
+    for (const fs::path& program : {data, support::testDirectory()}) {
+        const auto result = exec({}, {program.string()}).run();
+        EXPECT_EQ(result.exitStatus, 126);
+        EXPECT_THAT(result.errors, HasSubstr(": Permission denied\n"));
+    }
+}
+
+TEST(Exec, Misuse_IsAUsageError) {
+    struct Row {
+        std::vector<std::string> arguments;
+        std::string message;
+    };
+    for (const Row& row : std::vector<Row>{
+             {{"exec"}, "exec takes a program after --"},
+             {{"exec", "--"}, "exec takes a program after --"},
+             {{"exec", "true"}, "unexpected argument true"},
+             {{"exec", "--only", "db-type", "--", "true"}, "db-type needs arguments"},
+             {{"exec", "--only", "locl-port", "--", "true"}, "did you mean local-port?"},
+             {{"exec", "--on-change", "SIGFROB", "--", "true"}, "SIGFROB is not restart, none or"},
+             {{"exec", "-o", "json", "--", "true"}, "unknown option -o"}}) {
+        const auto result = tool::run(row.arguments);
+        EXPECT_EQ(result.exitStatus, 2) << testing::PrintToString(row.arguments);
+        EXPECT_THAT(result.errors, HasSubstr(row.message));
+    }
+}
+
+/// The lines of /proc/self/status about signals.
+std::vector<std::string> signalLines(const std::string& status) {
+    std::vector<std::string> found;
+    for (const std::string& line : tool::linesOf(status)) {
+        if (line.starts_with("SigBlk") || line.starts_with("SigIgn")) {
+            found.push_back(line);
+        }
+    }
+    EXPECT_EQ(found.size(), 2U) << status;
+    return found;
+}
+
+TEST(Exec, BlockedAndIgnoredSignals_AreThoseInherited) {
+    const std::string tool = std::string(SYSCONFCTL) + " exec --only local-port -- ";
+    for (const char* ignored : {"", "trap '' PIPE HUP TERM; "}) {
+        const auto run = [&](const std::string& command) {
+            return support::Command("/bin/sh", {"-c", ignored + command}).run().output;
+        };
+        EXPECT_EQ(signalLines(run(tool + "cat /proc/self/status")),
+                  signalLines(run("cat /proc/self/status")))
+            << ignored;
+    }
+}
+
+TEST(Exec, Descriptors_AreThoseInherited) {
+    const std::string list = "ls /proc/self/fd";
+    const auto run = [](const std::string& command) {
+        return support::Command("/bin/sh", {"-c", "exec 9</dev/null; " + command}).run().output;
+    };
+    const std::string inherited = run(list);
+    EXPECT_THAT(inherited, HasSubstr("9\n"));
+    EXPECT_EQ(run(std::string(SYSCONFCTL) + " exec -- " + list), inherited);
+}
+
+TEST(Exec, Program_IsInTheProcessGroupOfExec) {
+    const auto result =
+        exec({}, {"/bin/sh", "-c", "cut -d' ' -f5 /proc/$$/stat /proc/$PPID/stat"}).run();
+    const auto groups = tool::linesOf(result.output);
+    ASSERT_EQ(groups.size(), 2U) << result.errors;
+    EXPECT_EQ(groups[0], groups[1]);
+}
+
+TEST(Exec, Signals_ArePassedOnOnce) {
+    support::RunningCommand running = exec({}, {kReporter, "SYSCONF_LOCAL_PORT", "7"}).start();
+    running.waitForOutput("started");
+    for (const auto& [number, name] : std::map<int, std::string>{{SIGUSR1, "USR1"},
+                                                                 {SIGUSR2, "USR2"},
+                                                                 {SIGHUP, "HUP"},
+                                                                 {SIGINT, "INT"},
+                                                                 {SIGQUIT, "QUIT"},
+                                                                 {SIGWINCH, "WINCH"},
+                                                                 {SIGCONT, "CONT"}}) {
+        running.signal(number);
+        running.waitForOutput("signal " + name + '\n');
+    }
+    running.signal(SIGTERM);
+    const auto result = running.finish();
+    EXPECT_EQ(result.exitStatus, 7);
+    EXPECT_EQ(count(result.output, "signal "), 8U) << result.output;
+}
+
+TEST(Exec, StopSignal_StopsBoth) {
+    support::RunningCommand running = exec({}, {kReporter, "SYSCONF_LOCAL_PORT", "0"}).start();
+    running.waitForOutput("started");
+    running.signal(SIGTSTP);
+    running.waitForOutput("signal TSTP\n");
+    running.signal(SIGCONT);
+    running.waitForOutput("signal CONT\n");
+    running.signal(SIGTERM);
+    EXPECT_EQ(running.finish().exitStatus, 0);
+}
+
+/// Starts the reporter with the southbound addresses, which are read on every call.
+support::RunningCommand startedReporter(std::vector<std::string> options,
+                                        const std::string& status = "0") {
+    options.insert(options.end(), {"--only", "local-south-ip"});
+    support::RunningCommand running =
+        exec(std::move(options), {kReporter, "SYSCONF_LOCAL_SOUTH_IP", status}).start();
+    running.waitForOutput("started ");
+    return running;
+}
+
+TEST(Exec, Change_RestartsTheProgramWithTheNewAnswers) {
+    support::Deployment deployment;
+    support::writeGeneration(deployment, 1);
+    support::RunningCommand running = startedReporter({});
+    const std::string before = tool::run({"get", "local-south-ip"}).output;
+    support::writeGeneration(deployment, 2);
+    running.waitForOutput("ended\nstarted ");
+    const std::string after = tool::run({"get", "local-south-ip"}).output;
+    running.signal(SIGTERM);
+    const auto result = running.finish();
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_NE(before, after);
+    EXPECT_EQ(result.output.find("started " + before), 0U);
+    EXPECT_THAT(result.output, HasSubstr("ended\nstarted " + after));
+    EXPECT_THAT(result.errors, HasSubstr("sysconfctl: changed: SYSCONF_LOCAL_SOUTH_IP\n"));
+    EXPECT_EQ(count(result.output, "signal TERM"), 2U);
+}
+
+TEST(Exec, OnChangeSignal_SendsItAndKeepsTheProgram) {
+    support::Deployment deployment;
+    support::writeGeneration(deployment, 1);
+    for (const char* name : {"USR2", "SIGHUP"}) {
+        support::RunningCommand running = startedReporter({"--on-change", name});
+        support::writeGeneration(deployment, name[0] == 'U' ? 2 : 1);
+        running.waitForOutput(std::string("signal ") + (name[0] == 'U' ? "USR2" : "HUP"));
+        running.signal(SIGTERM);
+        EXPECT_EQ(count(running.finish().output, "started"), 1U);
+    }
+}
+
+TEST(Exec, OnChangeNone_KeepsTheProgram) {
+    support::Deployment deployment;
+    support::writeGeneration(deployment, 1);
+    support::RunningCommand running = startedReporter({"--on-change", "none"});
+    support::RunningCommand restarting = startedReporter({});
+    support::writeGeneration(deployment, 2);
+    restarting.waitForOutput("ended\nstarted ");
+    running.signal(SIGTERM);
+    EXPECT_EQ(count(running.finish().output, "signal"), 1U);
+    restarting.signal(SIGTERM);
+    EXPECT_EQ(restarting.finish().exitStatus, 0);
+}
+
+TEST(Exec, ProgramThatIgnoresSigterm_IsKilledAndStartedAgain) {
+    support::Deployment deployment;
+    support::writeGeneration(deployment, 1);
+    support::RunningCommand running = startedReporter({}, "never");
+    support::writeGeneration(deployment, 2);
+    running.waitForErrors("has not ended 10 s after SIGTERM; it gets SIGKILL\n");
+    running.waitForOutput("signal TERM\nsignal CONT\nstarted ");
+}
+
+TEST(Exec, ProgramThatFailsAfterARestart_IsStartedAgainAfterAPause) {
+    support::Deployment deployment;
+    support::writeGeneration(deployment, 1);
+    const std::string script = "echo x >>runs; n=$(wc -l <runs); echo \"run $n\"; "
+                               "[ \"$n\" != 2 ] || exit 5; exec " +
+                               std::string(kReporter) + " SYSCONF_LOCAL_SOUTH_IP 0";
+    support::RunningCommand running = exec({"--only", "local-south-ip"}, {"/bin/sh", "-c", script})
+                                          .workingDirectory(support::testDirectory())
+                                          .start();
+    running.waitForOutput("run 1\nstarted ");
+    support::writeGeneration(deployment, 2);
+    running.waitForErrors("failed soon after its restart; it is started again in 1 s\n");
+    running.waitForOutput("run 2\nrun 3\nstarted ");
+    running.signal(SIGTERM);
+    EXPECT_EQ(running.finish().exitStatus, 0);
+}
+
+TEST(Exec, LibraryThatThrows_StartsNothing) {
+    const fs::path library = support::testDirectory() / "throwing";
+    fs::create_directory(library);
+    fs::copy_file(SYSCONF_LOGGING_EVENT_LIBRARY, library / "libeventcbutil.so");
+    const auto result = tool::sysconfctl(words({}, {"/bin/echo", "started"}))
+                            .variable("LD_LIBRARY_PATH", library.string())
+                            .variable("EVENT_THROWS", "1")
+                            .run();
+    EXPECT_EQ(result.exitStatus, 3);
+    EXPECT_EQ(result.output, "");
+    EXPECT_THAT(result.errors, HasSubstr("local-port: the library threw: "));
+}
+
+/// The words that run a command as the first process of a namespace, empty if that is not allowed.
+std::vector<std::string> inNamespace() {
+    std::vector<std::string> unshare = {"--pid", "--fork", "--mount-proc"};
+    if (::geteuid() != 0) {
+        unshare.insert(unshare.begin(), "--map-root-user");
+    }
+    std::vector<std::string> trial = unshare;
+    trial.emplace_back("/bin/true");
+    const bool allowed = support::Command("/usr/bin/unshare", trial).run().exitStatus == 0;
+    return allowed ? unshare : std::vector<std::string>{};
+}
+
+support::CommandResult runAsInit(std::vector<std::string> unshare, const std::string& script) {
+    unshare.emplace_back(SYSCONFCTL);
+    for (const std::string& word : words({}, {"/bin/sh", "-c", script})) {
+        unshare.push_back(word);
+    }
+    return support::Command("/usr/bin/unshare", unshare).run();
+}
+
+TEST(Exec, AsInitProcess_ReapsOrphansAndPassesSignals) {
+    const std::vector<std::string> unshare = inNamespace();
+    if (unshare.empty()) {
+        GTEST_SKIP() << "no permission for a process namespace";
+    }
+    const auto reaped = runAsInit(unshare, "echo $PPID; orphan=$(true >/dev/null & echo $!); "
+                                           "while [ -e /proc/$orphan ]; do sleep 0.01; done; "
+                                           "echo reaped; exit 4");
+    EXPECT_EQ(reaped.output, "1\nreaped\n") << reaped.errors;
+    EXPECT_EQ(reaped.exitStatus, 4);
+    const auto passed = runAsInit(unshare, "trap 'echo passed; exit 6' TERM; kill -TERM 1; "
+                                           "while :; do sleep 0.01; done");
+    EXPECT_EQ(passed.output, "passed\n") << passed.errors;
+    EXPECT_EQ(passed.exitStatus, 6);
+    EXPECT_EQ(runAsInit(unshare, "kill -KILL $$").exitStatus, 128 + SIGKILL);
+}
+
+} // namespace

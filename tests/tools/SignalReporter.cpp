@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+// signal-reporter VARIABLE STATUS: prints the variable, then each signal that arrives. Ends with
+// the status on SIGTERM; with the status "never" it does not end.
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+#include <sys/prctl.h>
+
+int main(int argc, char** argv) {
+    if (argc != 3) {
+        return 2;
+    }
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL); // for tests that fail
+    sigset_t all;
+    ::sigfillset(&all);
+    ::sigprocmask(SIG_BLOCK, &all, nullptr);
+    const char* const value = std::getenv(argv[1]);
+    std::printf("started %s\n", value != nullptr ? value : "(unset)");
+    for (;;) {
+        std::fflush(stdout);
+        int number = 0;
+        ::sigwait(&all, &number);
+        std::printf("signal %s\n", ::sigabbrev_np(number));
+        if (number == SIGTERM && std::string_view(argv[2]) != "never") {
+            std::printf("ended\n");
+            return std::atoi(argv[2]);
+        }
+    }
+}

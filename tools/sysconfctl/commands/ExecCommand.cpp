@@ -1,0 +1,269 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "commands/Commands.h"
+
+#include "cli/UsageError.h"
+#include "exec/PassedSignals.h"
+#include "exec/Program.h"
+#include "exec/Supervisor.h"
+#include "query/Variables.h"
+#include "render/Diagnostics.h"
+#include "render/Text.h"
+
+#include <SysConfReaderStatus.h>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <cstring>
+#include <poll.h>
+#include <sys/wait.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace sysconfctl {
+namespace {
+
+using Quarncommon::SysConfReaderStatus;
+using Action = Supervisor::Action;
+using Time = Supervisor::Time;
+
+/// Polling is necessary because answers that are read from the files on every call, and those that
+/// depend on the addresses of the host, change without a load.
+constexpr std::chrono::seconds kPollInterval{1};
+constexpr int kNoLimit = -1;
+
+enum class OnChange { Restart, Signal, None };
+
+/// The number of "HUP" or "SIGHUP".
+/// @throws UsageError if there is no such signal.
+int signalNamed(std::string_view name) {
+    const std::string_view shortName = name.substr(name.starts_with("SIG") ? 3 : 0);
+    for (int number = 1; number < SIGRTMIN; ++number) {
+        const char* const known = ::sigabbrev_np(number);
+        if (known != nullptr && shortName == known) {
+            return number;
+        }
+    }
+    throw UsageError(fmt::format("--on-change: {} is not restart, none or a signal such as HUP",
+                                 shellWord(name)));
+}
+
+std::chrono::milliseconds remaining(Time until) {
+    const auto left =
+        std::chrono::ceil<std::chrono::milliseconds>(until - Supervisor::Clock::now());
+    return std::max(left, std::chrono::milliseconds(0));
+}
+
+/// Runs the program, from its first start until its end.
+class Execution {
+public:
+    explicit Execution(const Options& options)
+        : m_options(options), m_asked(variableQueries(options.only, options.revealSecrets, "exec")),
+          m_onChange(options.onChange == "restart" ? OnChange::Restart
+                     : options.onChange == "none"  ? OnChange::None
+                                                   : OnChange::Signal),
+          m_signal(m_onChange == OnChange::Signal ? signalNamed(options.onChange) : 0),
+          m_program(options.program, m_signals.inherited()),
+          m_loads(m_onChange == OnChange::None ? -1 : SysConfReaderStatus::openDescriptor()) {}
+    ~Execution() { SysConfReaderStatus::closeDescriptor(m_loads); }
+    Execution(const Execution&) = delete;
+    Execution& operator=(const Execution&) = delete;
+
+    /// @return The status to end with, as from waitpid(2).
+    int run() {
+        const library::Session session;
+        m_variables = askVariables(m_asked, m_options.revealSecrets);
+        reportTroubles(m_variables);
+        if (threw(m_variables)) {
+            return W_EXITCODE(static_cast<int>(ExitStatus::LibraryThrew), 0);
+        }
+        reportSubscription();
+        start();
+        while (!m_ended) {
+            waitForEvent();
+        }
+        return m_supervisor.status();
+    }
+
+private:
+    static bool threw(const std::vector<AnswerVariable>& variables) {
+        return std::any_of(variables.begin(), variables.end(),
+                           [](const AnswerVariable& variable) { return variable.threw; });
+    }
+
+    /// Reports each trouble when it begins, not on every poll.
+    void reportTroubles(const std::vector<AnswerVariable>& variables) {
+        std::vector<std::string> troubles;
+        for (const AnswerVariable& variable : variables) {
+            if (!variable.trouble.empty()) {
+                troubles.push_back(variable.trouble);
+            }
+        }
+        if (troubles != m_troubles) {
+            m_troubles = std::move(troubles);
+            for (const std::string& trouble : m_troubles) {
+                reportError(diagnostic::kNoVariable, trouble);
+            }
+        }
+    }
+
+    void reportSubscription() const {
+        const auto subscription = SysConfReaderStatus::read().subscription;
+        if (m_onChange != OnChange::None &&
+            subscription != SysConfReaderStatus::Subscription::Subscribed) {
+            reportNotice(diagnostic::kNotSubscribed,
+                         fmt::format("not subscribed to changes, so loaded answers do not change: "
+                                     "{}",
+                                     SysConfReaderStatus::text(subscription)));
+        }
+    }
+
+    void start() {
+        m_supervisor.started(Supervisor::Clock::now());
+        const int error = m_program.start(environmentWith(m_variables, environ));
+        if (error != 0) {
+            reportError(diagnostic::kCannotRun,
+                        fmt::format("cannot run {}: {}", shellWord(m_options.program.front()),
+                                    std::system_category().message(error)));
+            const auto status = error == ENOENT ? ExitStatus::NoProgram : ExitStatus::CannotRun;
+            ended(W_EXITCODE(static_cast<int>(status), 0));
+        }
+    }
+
+    void ended(int status) {
+        act(m_supervisor.ended(status, Supervisor::Clock::now()));
+        if (!m_ended && m_supervisor.deadline()) {
+            reportNotice(
+                diagnostic::kEndedEarly,
+                fmt::format(
+                    "{} failed soon after its restart; it is started again in {} s",
+                    shellWord(m_options.program.front()),
+                    std::chrono::ceil<std::chrono::seconds>(remaining(*m_supervisor.deadline()))
+                        .count()));
+        }
+    }
+
+    void act(Action action, int signal = 0) {
+        switch (action) {
+        case Action::Start:
+            start();
+            break;
+        case Action::Terminate:
+            m_program.send(SIGTERM);
+            m_program.send(SIGCONT); // a stopped program would not end
+            break;
+        case Action::Kill:
+            reportNotice(diagnostic::kNotEnded,
+                         fmt::format("{} has not ended {} s after SIGTERM; it gets SIGKILL",
+                                     shellWord(m_options.program.front()),
+                                     Supervisor::kGrace.count()));
+            m_program.send(SIGKILL);
+            break;
+        case Action::Pass:
+            m_program.send(signal);
+            break;
+        case Action::End:
+            m_ended = true;
+            break;
+        case Action::None:
+            break;
+        }
+    }
+
+    void waitForEvent() {
+        std::array<pollfd, 2> ready = {pollfd{m_signals.descriptor(), POLLIN, 0},
+                                       pollfd{m_loads, POLLIN, 0}};
+        if (::poll(ready.data(), ready.size(), timeout()) < 0 && errno != EINTR) {
+            throw std::system_error(errno, std::generic_category(), "poll");
+        }
+        takeSignals();
+        const auto deadline = m_supervisor.deadline();
+        if (!m_ended && deadline && *deadline <= Supervisor::Clock::now()) {
+            act(m_supervisor.timeReached());
+        }
+        if (!m_ended && m_onChange != OnChange::None) {
+            compare(ready[1].revents != 0);
+        }
+    }
+
+    /// Milliseconds until something is to be done without an event.
+    int timeout() const {
+        std::optional<Time> next = m_supervisor.deadline();
+        if (m_onChange != OnChange::None && (!next || m_nextPoll < *next)) {
+            next = m_nextPoll;
+        }
+        return next ? static_cast<int>(remaining(*next).count()) : kNoLimit;
+    }
+
+    void takeSignals() {
+        while (const auto signal = m_signals.next()) {
+            const int number = static_cast<int>(signal->ssi_signo);
+            if (number != SIGCHLD) {
+                act(m_supervisor.signalled(number, fromTerminal(*signal)), number);
+            }
+            if (number == SIGTSTP) {
+                stopUntilContinued();
+            }
+        }
+        // After the signals: one of them may be the reason for the end.
+        if (const auto status = m_program.reap(); status && !m_ended) {
+            ended(*status);
+        }
+    }
+
+    void compare(bool loaded) {
+        const Time now = Supervisor::Clock::now();
+        if (!loaded && now < m_nextPoll) {
+            return;
+        }
+        std::uint64_t count = 0;
+        [[maybe_unused]] const ssize_t size = loaded ? ::read(m_loads, &count, sizeof count) : 0;
+        m_nextPoll = now + kPollInterval;
+        std::vector<AnswerVariable> variables = askVariables(m_asked, m_options.revealSecrets);
+        reportTroubles(variables);
+        const std::vector<std::string> changed = changedNames(m_variables, variables);
+        if (changed.empty() || threw(variables)) {
+            return;
+        }
+        m_variables = std::move(variables);
+        reportNotice(diagnostic::kChanged, fmt::format("changed: {}", joined(changed, ", ")));
+        if (m_onChange == OnChange::Signal) {
+            m_program.send(m_signal);
+        } else {
+            act(m_supervisor.changed(now));
+        }
+    }
+
+    const Options& m_options;
+    std::vector<const Query*> m_asked;
+    OnChange m_onChange;
+    int m_signal;
+    /// Before the library is used, which may start a thread.
+    PassedSignals m_signals;
+    Program m_program;
+    /// Readable after a load.
+    int m_loads;
+    Time m_nextPoll;
+    std::vector<AnswerVariable> m_variables;
+    std::vector<std::string> m_troubles;
+    Supervisor m_supervisor;
+    bool m_ended = false;
+};
+
+} // namespace
+
+ExitStatus runExec(const Options& options) {
+    const int status = Execution(options).run();
+    if (WIFEXITED(status)) {
+        return static_cast<ExitStatus>(WEXITSTATUS(status));
+    }
+    endBySignal(WTERMSIG(status));
+    constexpr int kStatusOfSignals = 128; // as in a shell
+    return static_cast<ExitStatus>(kStatusOfSignals + WTERMSIG(status));
+}
+
+} // namespace sysconfctl

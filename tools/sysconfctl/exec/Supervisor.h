@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <chrono>
+#include <optional>
+
+namespace sysconfctl {
+
+/// Decides when `exec` starts, signals and ends. Does nothing itself: each operation reports an
+/// event and returns what to do now. The first start is the caller's.
+///
+/// A program that ends by itself ends `exec`, with one exception: if it fails within 10 s of a
+/// restart, it is started again after pauses of 1, 2, 4, 8 and 16 s; what it needs may follow the
+/// change of answers with a delay. A program that has run for 10 s gets all of these pauses again.
+class Supervisor {
+public:
+    using Clock = std::chrono::steady_clock;
+    using Time = Clock::time_point;
+
+    /// How long a program may take to end after SIGTERM.
+    static constexpr std::chrono::seconds kGrace{10};
+    /// How soon after a restart a failure belongs to the restart.
+    static constexpr std::chrono::seconds kEarly{10};
+    static constexpr int kPauses = 5;
+
+    enum class Action {
+        None,
+        Start,
+        Terminate, ///< send SIGTERM
+        Kill,      ///< send SIGKILL
+        Pass,      ///< send the signal that has arrived
+        End        ///< end with `status`
+    };
+
+    /// The program runs now.
+    void started(Time now);
+
+    /// Answers have changed, and the program is to be restarted.
+    Action changed(Time now);
+
+    /// The program has ended and is reaped, or could not be started.
+    /// @param status As from waitpid(2).
+    Action ended(int status, Time now);
+
+    /// A signal has arrived that ends or informs programs.
+    /// @param fromTerminal The terminal has sent it to the whole process group.
+    Action signalled(int number, bool fromTerminal);
+
+    /// When to call `timeReached`, if the program is stopping or there is a pause.
+    std::optional<Time> deadline() const { return m_deadline; }
+    Action timeReached();
+
+    /// The status to end with, as from waitpid(2).
+    int status() const { return m_status; }
+
+private:
+    enum class State { Running, Stopping, Pausing };
+
+    State m_state = State::Running;
+    std::optional<Time> m_deadline;
+    Time m_startedAt;
+    /// The present program was started by a restart, or after its failure.
+    bool m_restarted = false;
+    /// A signal asked for the end: there are no more starts.
+    bool m_ending = false;
+    int m_failures = 0;
+    int m_status = 0;
+};
+
+} // namespace sysconfctl

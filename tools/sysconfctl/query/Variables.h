@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "query/Reply.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace sysconfctl {
+
+/// An answer as an environment variable.
+struct AnswerVariable {
+    /// SYSCONF_LOCAL_SERVICE_IP for the query "local-service-ip".
+    std::string name;
+    /// A text verbatim, a number in decimal, anything else as JSON on one line of ASCII. No value:
+    /// the variable is unset, and an inherited one of that name is removed.
+    std::optional<std::string> value = std::nullopt;
+    /// Why there is no value although there may be an answer: a sentence, empty if it does not
+    /// apply.
+    std::string trouble = {};
+    /// The library threw.
+    bool threw = false;
+};
+
+/// The names of the variables whose values differ. Both lists are of the same queries.
+std::vector<std::string> changedNames(const std::vector<AnswerVariable>& before,
+                                      const std::vector<AnswerVariable>& after);
+
+/// The name of the query's variable.
+std::string variableName(const Query& query);
+
+/// The queries that have a variable: those that need no arguments.
+/// @param words Names of queries; empty: all.
+/// @param command The command that the user ran, which messages name.
+/// @throws UsageError for the name of an unknown query, of one that needs arguments, or of a secret
+///   that is not revealed.
+std::vector<const Query*> variableQueries(const std::vector<std::string>& words, bool revealSecrets,
+                                          std::string_view command);
+
+/// The reply as a variable. A secret has no value unless it is revealed, whatever the answer is.
+AnswerVariable variableOf(const Reply& reply, bool revealSecrets);
+
+/// Asks the library each query.
+std::vector<AnswerVariable> askVariables(const std::vector<const Query*>& asked,
+                                         bool revealSecrets);
+
+/// The command for a POSIX shell that sets or unsets the variable: NAME='value', with each ' as
+/// '\'', or "unset NAME". With a line end.
+std::string shellLine(const AnswerVariable& variable);
+
+/// The line of systemd's EnvironmentFile= that sets the variable: NAME="value", with a backslash
+/// before ", \, $ and `. Empty if it has no value. With a line end.
+std::string systemdLine(const AnswerVariable& variable);
+
+/// The environment with these variables, as "NAME=VALUE", in place of inherited ones of their
+/// names.
+std::vector<std::string> environmentWith(const std::vector<AnswerVariable>& variables,
+                                         const char* const* inherited);
+
+} // namespace sysconfctl
