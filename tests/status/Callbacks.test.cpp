@@ -7,18 +7,22 @@
 #include "support/EventLibrary.h"
 #include "support/LocksFree.h"
 #include "support/Operations.h"
+#include "support/Resources.h"
 #include "support/SampleTexts.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <functional>
 #include <semaphore>
 #include <stdexcept>
 #include <string>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -293,6 +297,56 @@ TEST_F(Callback, OnManyThreadsBesideSubscriptions_IsCalledForEveryLoad) {
     Status::unsubscribe(id);
     EXPECT_EQ(calls, kThreads * kLoads);
     EXPECT_EQ(Status::generation(), 2U + kThreads * kLoads);
+}
+
+/// Subscribes, opens, loads now and then, and ends both, so many times.
+void repeatSubscriptions(int rounds) {
+    for (int i = 0; i < rounds; ++i) {
+        const Subscribed subscribed;
+        const int descriptor = Status::openDescriptor();
+        if (i % 50 == 0) {
+            SysConfReader::Instance()->Reload();
+        }
+        Status::closeDescriptor(descriptor);
+    }
+}
+
+/// Whether all 64 callbacks and 64 descriptors can be had.
+bool allFree() {
+    std::vector<unsigned long long> ids;
+    std::vector<int> descriptors;
+    for (int i = 0; i < 64; ++i) {
+        ids.push_back(Status::subscribe([](unsigned long long, void*) {}, nullptr));
+        descriptors.push_back(Status::openDescriptor());
+    }
+    std::for_each(ids.begin(), ids.end(), Status::unsubscribe);
+    std::for_each(descriptors.begin(), descriptors.end(), Status::closeDescriptor);
+    return std::count(ids.begin(), ids.end(), 0U) == 0 &&
+           std::count(descriptors.begin(), descriptors.end(), -1) == 0;
+}
+
+TEST_F(Callback, ThousandsOfSubscriptionsOnThreadsAndInChildren_LeaveNothing) {
+    SysConfReader::Instance();
+    const Resources before = resources();
+    {
+        std::vector<std::jthread> threads;
+        for (int i = 0; i < 4; ++i) {
+            threads.emplace_back([] { repeatSubscriptions(1000); });
+        }
+    }
+    EXPECT_EQ(resources(), before);
+    for (int i = 0; i < 20; ++i) {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            repeatSubscriptions(200);
+            ::_exit(resources() == before && allFree() ? 0 : 1);
+        }
+        int status = -1;
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        EXPECT_EQ(status, 0);
+    }
+    EXPECT_EQ(resources(), before);
+    EXPECT_TRUE(allFree());
 }
 
 } // namespace

@@ -90,9 +90,14 @@ class Changes:
 
 async def _readable(descriptor: int) -> None:
     loop = asyncio.get_running_loop()
-    future = loop.create_future()
-    # The callback may run again before the task does.
-    loop.add_reader(descriptor, lambda: future.done() or future.set_result(None))
+    future: asyncio.Future[None] = loop.create_future()
+
+    def wake() -> None:
+        # May run again before the task does.
+        if not future.done():
+            future.set_result(None)
+
+    loop.add_reader(descriptor, wake)
     try:
         await future
     finally:

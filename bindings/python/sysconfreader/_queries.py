@@ -36,7 +36,7 @@ def get(query: str, *arguments: str | int) -> Any:
     )
     check(result, query)
     try:
-        return json.loads(ctypes.string_at(answer.value).decode(errors="replace"))
+        return json.loads(ctypes.string_at(answer).decode(errors="replace"))
     finally:
         library.sysconfreader_free(answer)
 
@@ -57,13 +57,13 @@ def destroy() -> None:
 def _signature(index: int) -> inspect.Signature:
     most = ctypes.c_size_t()
     library.sysconfreader_query_arguments(index, ctypes.byref(most))
-    names = []
-    while name := library.sysconfreader_query_argument(index, len(names)):
-        names.append(name.decode().lower())
-    kinds = [inspect.Parameter.POSITIONAL_ONLY] * len(names)
+    parameters: list[inspect.Parameter] = []
+    while name := library.sysconfreader_query_argument(index, len(parameters)):
+        kind = inspect.Parameter.POSITIONAL_ONLY
+        parameters.append(inspect.Parameter(name.decode().lower(), kind))
     if most.value == UNLIMITED:
-        kinds[-1] = inspect.Parameter.VAR_POSITIONAL
-    return inspect.Signature(list(map(inspect.Parameter, names, kinds)))
+        parameters[-1] = parameters[-1].replace(kind=inspect.Parameter.VAR_POSITIONAL)
+    return inspect.Signature(parameters)
 
 
 def _function(index: int, query: str) -> Callable[..., Any]:

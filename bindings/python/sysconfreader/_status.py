@@ -41,7 +41,8 @@ class Outcome(_Growing):
     @property
     def text(self) -> str:
         """A few English words."""
-        return library.sysconfreader_outcome_text(self).decode()
+        text: bytes = library.sysconfreader_outcome_text(self)
+        return text.decode()
 
 
 class Subscription(_Growing):
@@ -57,7 +58,8 @@ class Subscription(_Growing):
     @property
     def text(self) -> str:
         """A few English words."""
-        return library.sysconfreader_subscription_text(self).decode()
+        text: bytes = library.sysconfreader_subscription_text(self)
+        return text.decode()
 
 
 @dataclass(frozen=True, slots=True)
@@ -169,4 +171,5 @@ def status() -> Status:
 
 def generation() -> int:
     """Returns the number of the last load of either reader, 0 before the first one."""
-    return library.sysconfreader_generation()
+    number: int = library.sysconfreader_generation()
+    return number
