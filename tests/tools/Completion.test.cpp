@@ -13,6 +13,7 @@
 
 namespace {
 
+using ::testing::AllOf;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -124,6 +125,28 @@ TEST(Completion, ValuesOfOptions_AreOfferedAfterThemAndInTheSameWord) {
              {"--env-file", ""}, {"show", "--env-file=a"}, {"--set", "APP_ROOT=/"}}) {
         EXPECT_THAT(completed(words), ElementsAre(":files")) << testing::PrintToString(words);
     }
+}
+
+TEST(Completion, QueriesOfVariables_AreThoseWithoutArguments) {
+    const auto hasQuery = [](const char* name) {
+        return Contains(testing::StartsWith(std::string(name) + '\t'));
+    };
+    for (const auto& words :
+         std::vector<std::vector<std::string>>{{"exec", "--only", ""},
+                                               {"exec", "--only", "local-port", ""},
+                                               {"get", "--shell", ""},
+                                               {"get", "--systemd", "local-port", ""}}) {
+        EXPECT_THAT(completed(words), hasQuery("wss-port")) << testing::PrintToString(words);
+        EXPECT_THAT(completed(words), Not(hasQuery("db-type"))) << testing::PrintToString(words);
+    }
+}
+
+TEST(Completion, ProgramOfExec_IsAFileAfterTheEndOfOptions) {
+    EXPECT_THAT(completed({"exec", ""}), IsEmpty());
+    EXPECT_THAT(completed({"exec", "--", ""}), ElementsAre(":files"));
+    EXPECT_THAT(completed({"exec", "--", "env", "-"}), ElementsAre(":files"));
+    EXPECT_THAT(completed({"exec", "--on-change", ""}),
+                AllOf(Contains("restart\t"), Contains("none\t"), Contains("HUP\t")));
 }
 
 TEST(Completion, Bash_GetsQuotedTexts) {

@@ -344,6 +344,7 @@ TEST(ExitStatus, HelpAndVersion_AreAnswers) {
                                                                        {"diff", "--help"},
                                                                        {"who", "--help"},
                                                                        {"watch", "--help"},
+                                                                       {"exec", "--help"},
                                                                        {"help"},
                                                                        {"help", "get"},
                                                                        {"help", "help"},

@@ -48,7 +48,7 @@ struct Options {
     std::vector<std::string> program;
     /// Explain every query, not a single one.
     bool all = false;
-    /// Show every step of an explanation.
+    /// Show every step of an explanation, or the load of the library.
     bool verbose = false;
     /// Warnings also change the exit status.
     bool strict = false;

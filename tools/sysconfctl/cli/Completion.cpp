@@ -80,6 +80,17 @@ Candidates queryNames() {
     return candidates;
 }
 
+/// The queries that have a variable.
+Candidates variableNames() {
+    Candidates candidates;
+    for (const Query& query : queries()) {
+        if (takesArguments(query, 0)) {
+            candidates.push_back({std::string(query.name), std::string(query.help)});
+        }
+    }
+    return candidates;
+}
+
 Candidates operands(const PartialCommandLine& line) {
     if (line.command == nullptr) {
         return commands();
@@ -90,7 +101,7 @@ Candidates operands(const PartialCommandLine& line) {
             return {};
         }
         if (line.given.contains(Option::Shell) || line.given.contains(Option::Systemd)) {
-            return queryNames();
+            return variableNames();
         }
         return line.operands.empty() ? queryNames() : queryArguments(line);
     case Operands::Queries:
@@ -109,7 +120,7 @@ Candidates operands(const PartialCommandLine& line) {
         deployed::applyEnvironmentOf(line);
         return deployed::words();
     case Operands::Program: // before "--" there are only more queries of --only
-        return line.given.contains(Option::Only) ? queryNames() : Candidates{};
+        return line.given.contains(Option::Only) ? variableNames() : Candidates{};
     case Operands::Paths:
     case Operands::None:
         break;
@@ -200,7 +211,7 @@ Completion valuesOf(const OptionRow& option, const PartialCommandLine& line,
         }
         break;
     case Option::Only:
-        return {false, queryNames()};
+        return {false, variableNames()};
     case Option::Ignore:
         for (const FindingName& one : findingNames()) {
             candidates.push_back({std::string(one.name), std::string(one.meaning)});

@@ -2,6 +2,7 @@
 #include "commands/Commands.h"
 
 #include "cli/Environment.h"
+#include "deployment/OwnLoad.h"
 #include "explain/Prediction.h"
 #include "query/Questions.h"
 #include "query/Reply.h"
@@ -12,6 +13,8 @@
 #include "render/Plain.h"
 #include "render/Table.h"
 #include "render/Text.h"
+
+#include <optional>
 
 namespace sysconfctl {
 namespace {
@@ -32,14 +35,37 @@ std::string plain(const std::vector<Reply>& replies) {
     return text;
 }
 
-std::string written(const std::vector<Reply>& replies, const Options& options) {
+std::string plain(const OwnLoad& load) {
+    std::string text;
+    for (const OwnLoadLine& line : linesOf(load)) {
+        text += line.label + '\t' + line.text + '\n';
+    }
+    return text;
+}
+
+std::string tableOf(const OwnLoad& load, bool color) {
+    std::vector<TableRow> rows;
+    for (const OwnLoadLine& line : linesOf(load)) {
+        rows.push_back({"The load of this tool", line.label, {{line.text}}});
+    }
+    return '\n' + table(rows, outputWidth(), color);
+}
+
+/// @param load The load of the library, if it is to be shown.
+std::string written(const std::vector<Reply>& replies, const std::optional<OwnLoad>& load,
+                    const Options& options) {
     if (options.format == Format::Json) {
-        return indentedJson(toJson(replies));
+        Json::Value value = toJson(replies);
+        if (load) {
+            value["load"] = toJson(*load);
+        }
+        return indentedJson(value);
     }
     if (options.format == Format::Plain) {
-        return plain(replies);
+        return plain(replies) + (load ? plain(*load) : "");
     }
-    return tableOf(replies, outputWidth(), colorWanted(options.color));
+    const bool color = colorWanted(options.color);
+    return tableOf(replies, outputWidth(), color) + (load ? tableOf(*load, color) : "");
 }
 
 template <typename Ask>
@@ -52,7 +78,8 @@ std::vector<Reply> repliesTo(const std::vector<Question>& questions, Ask ask) {
     return replies;
 }
 
-std::vector<Reply> allReplies(const Options& options) {
+/// @param load Gets the load of the library, if it is to be shown and has answered.
+std::vector<Reply> allReplies(const Options& options, std::optional<OwnLoad>& load) {
     if (!options.localAddresses.empty()) {
         const Prediction prediction(options.localAddresses);
         return repliesTo(prediction.allQuestions(), [&](const Question& question) {
@@ -60,9 +87,13 @@ std::vector<Reply> allReplies(const Options& options) {
         });
     }
     const library::Session session;
-    return repliesTo(allQuestions(), [&](const Question& question) {
+    std::vector<Reply> replies = repliesTo(allQuestions(), [&](const Question& question) {
         return ask(*question.query, question.arguments, options.revealSecrets);
     });
+    if (options.verbose) {
+        load = ownLoad();
+    }
+    return replies;
 }
 
 } // namespace
@@ -75,8 +106,9 @@ ExitStatus runShow(const Options& options) {
                     "file that sets them: sysconfctl show --env-file FILE");
         return ExitStatus::NoAnswer;
     }
-    const std::vector<Reply> replies = allReplies(options);
-    writeOutput(written(replies, options));
+    std::optional<OwnLoad> load;
+    const std::vector<Reply> replies = allReplies(options, load);
+    writeOutput(written(replies, load, options));
     ExitStatus status = ExitStatus::Answered;
     for (const Reply& reply : replies) {
         if (reply.error) {
