@@ -177,8 +177,8 @@ class Offers(Case):
 
     def test_Formats_AreThoseThatTheCommandTakes(self):
         self.link()
-        # The option -o of report takes a file; help and version have no -o.
-        for command in set(self.offered([""], {})) - {"help", "version", "report"}:
+        # The option -o of report takes a file; exec, help and version have no -o.
+        for command in set(self.offered([""], {})) - {"exec", "help", "version", "report"}:
             formats = self.offered([command, "-o", ""], {})
             self.assertIn("json", formats)
             refused = subprocess.run([SYSCONFCTL, command, "-o", "x"], capture_output=True,
@@ -217,6 +217,7 @@ class Offers(Case):
             (["who", ""], "west-collect-1"),
             (["who", ""], "southbound11"),
             (["diff", "a.env", "b.env", ""], "local-port"),
+            (["exec", "--only", ""], "local-port"),
             (["show", "--set", ""], "APP_ROOT="),
         ]
         for words, expected in rows:
