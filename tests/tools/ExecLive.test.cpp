@@ -16,13 +16,27 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 namespace fs = std::filesystem;
 
+support::Command live(const std::string& command) {
+    support::Command shell("/bin/sh", {"-c", command});
+    shell.variable("LD_LIBRARY_PATH", fs::path(SYSCONF_EVENT_LIBRARY).parent_path().string());
+    return shell;
+}
+
+TEST(ExecLive, DescriptorsOfTheLibraries_AreNotThoseOfTheProgram) {
+    support::Deployment deployment;
+    support::writeGeneration(deployment, 1);
+    const std::string list = "ls /proc/self/fd";
+    const auto result = live(SYSCONFCTL " exec -- " + list).run();
+    EXPECT_EQ(result.errors, "") << "it is subscribed";
+    EXPECT_EQ(result.output, live(list).run().output);
+}
+
 TEST(ExecLive, LoadedAnswers_RestartTheProgramOnceForEachChangeOfTheirOwn) {
     support::Deployment deployment;
     support::writeGeneration(deployment, 1);
     support::RunningCommand running =
-        tool::sysconfctl({"exec", "--only", "maintenance-ip-address", "--", SYSCONF_SIGNAL_REPORTER,
-                          "SYSCONF_MAINTENANCE_IP_ADDRESS", "0"})
-            .variable("LD_LIBRARY_PATH", fs::path(SYSCONF_EVENT_LIBRARY).parent_path().string())
+        live("exec " SYSCONFCTL " exec --only maintenance-ip-address -- " SYSCONF_SIGNAL_REPORTER
+             " SYSCONF_MAINTENANCE_IP_ADDRESS 0")
             .start();
     running.waitForOutput("started 10.1.0.1\n");
     deployment.appConfig(support::jsonText(support::sampleAppConfig(1)) + "\n");

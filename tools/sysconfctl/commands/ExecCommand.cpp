@@ -18,7 +18,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
-#include <cstring>
+#include <optional>
 #include <poll.h>
 #include <sys/wait.h>
 #include <system_error>
