@@ -151,7 +151,7 @@ TEST(Completion, ProgramOfExec_IsAFileAfterTheEndOfOptions) {
 
 TEST(Completion, Bash_GetsQuotedTexts) {
     const auto deployment = smallDeployment();
-    EXPECT_THAT(completedForBash("sysconfctl ex"), ElementsAre(":values", "explain"));
+    EXPECT_THAT(completedForBash("sysconfctl exp"), ElementsAre(":values", "explain"));
     EXPECT_THAT(completedForBash("sysconfctl get db-info o"), ElementsAre(":values", "or\\ ders"));
     EXPECT_THAT(completedForBash("sysconfctl get db-info 'or d"),
                 ElementsAre(":values", "or ders"));
