@@ -25,7 +25,8 @@ set(PACKAGE_VERSION_COMPATIBLE TRUE)
 EOF
 
 examples=0
-for example in "$source"/examples/*/; do
+for project in "$source"/examples/*/CMakeLists.txt; do
+  example=$(dirname "$project")
   name=$(basename "$example")
   if ! { "${CMAKE:-cmake}" -S "$example" -B "$work/$name" -G Ninja \
     -Dsysconfreader_DIR="$work/package" -DCMAKE_CXX_COMPILER="$CXX" \
