@@ -100,6 +100,7 @@ std::vector<AnswerVariable> variablesFor(const Options& options) {
     }
     const Prediction prediction(options.localAddresses);
     std::vector<AnswerVariable> variables;
+    variables.reserve(asked.size());
     for (const Query* query : asked) {
         variables.push_back(
             variableOf(prediction.ask({query, {}}, options.revealSecrets), options.revealSecrets));
