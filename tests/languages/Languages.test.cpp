@@ -72,8 +72,9 @@ Json::Value parsed(const std::string& text) {
     Json::Value value;
     std::string errors;
     std::istringstream stream(text);
-    EXPECT_TRUE(Json::parseFromStream(Json::CharReaderBuilder(), stream, &value, &errors))
-        << errors << text;
+    Json::CharReaderBuilder builder;
+    builder["failIfExtra"] = true;
+    EXPECT_TRUE(Json::parseFromStream(builder, stream, &value, &errors)) << errors << text;
     return value;
 }
 
