@@ -11,10 +11,11 @@ namespace sysconfctl {
 namespace {
 
 bool inJson = false;
+std::string_view toolName = "sysconfctl";
 
 void report(const char* kind, std::string_view name, std::string_view sentence) {
     if (!inJson) {
-        writeErrors("sysconfctl: " + std::string(sentence) + '\n');
+        writeErrors(std::string(toolName) + ": " + std::string(sentence) + '\n');
         return;
     }
     Json::Value value;
@@ -26,6 +27,10 @@ void report(const char* kind, std::string_view name, std::string_view sentence) 
 }
 
 } // namespace
+
+void useToolName(std::string_view name) {
+    toolName = name;
+}
 
 void useJsonDiagnostics() {
     inJson = true;

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "cli/CommandTable.h"
+#include "etcd/Transport.h"
+#include "render/Color.h"
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace sysconfsync {
+
+/// A parsed command line. Members that a command does not use have their default values.
+struct SyncOptions {
+    Connection connection;
+    /// Ends with "/".
+    std::string prefix = "/sysconf/";
+    sysconfctl::Format format = sysconfctl::Format::Table;
+    sysconfctl::ColorChoice color = sysconfctl::ColorChoice::Auto;
+
+    /// The tree to publish, or to write.
+    std::string directory;
+    /// Unset: the version in the state file of the tree.
+    std::optional<std::int64_t> basedOn;
+    std::string message;
+    bool dryRun = false;
+    /// How many versions are kept.
+    std::size_t keep = 10;
+    /// The version to publish again or to fetch; unset: the current one.
+    std::optional<std::int64_t> version;
+    /// The version to wait for.
+    std::optional<std::int64_t> wait;
+    /// Unset: no limit.
+    std::optional<std::chrono::seconds> timeout;
+};
+
+} // namespace sysconfsync
