@@ -41,6 +41,14 @@ struct Finding {
     std::vector<std::string> consequences = {};
 };
 
+/// An environment file, and the paths that it leads to; empty for a variable that is not set.
+struct EnvFilePaths {
+    std::string envFile;
+    std::string appConfig;
+    std::string nodeList;
+    std::string managerNodeList;
+};
+
 /// The files that a process reads; null for a file that is not checked.
 struct View {
     const SourceFile* appConfig = nullptr;
@@ -48,6 +56,8 @@ struct View {
     const SourceFile* managerNodeList = nullptr;
     /// The process to check; unset: every process of the app config file.
     std::optional<std::string> instance = std::nullopt;
+    /// Set if an environment file of a tree names the files.
+    std::optional<EnvFilePaths> paths = std::nullopt;
 };
 
 struct Inventory {

@@ -153,9 +153,11 @@ private:
                 known[place] = view.*file;
             }
         };
-        set(&View::appConfig, at("APP_CONF_FILE", ""), readAppConfigAt, m_appConfigs);
-        set(&View::nodeList, at("APP_ROOT", kNodeListFile), readNodeListAt, m_nodeLists);
-        set(&View::managerNodeList, at("TOLM_ROOT", kManagerNodeListFile), readManagerNodeListAt,
+        view.paths = {path, at("APP_CONF_FILE", ""), at("APP_ROOT", kNodeListFile),
+                      at("TOLM_ROOT", kManagerNodeListFile)};
+        set(&View::appConfig, view.paths->appConfig, readAppConfigAt, m_appConfigs);
+        set(&View::nodeList, view.paths->nodeList, readNodeListAt, m_nodeLists);
+        set(&View::managerNodeList, view.paths->managerNodeList, readManagerNodeListAt,
             m_managerNodeLists);
         if (const auto id = values.find("PROCESS_INSTANCE_ID"); id != values.end()) {
             view.instance = id->second;

@@ -12,6 +12,11 @@ std::size_t countOf(const CheckResult& result, Severity severity);
 std::string placeOf(const Finding& finding);
 std::string placeOf(const RelatedPlace& place);
 
+/// An object of the JSON output. Passwords are masked unless `reveal` is true.
+Json::Value findingJson(const Finding& finding, bool reveal);
+
+/// In the format of the options.
+std::string report(const CheckResult& result, const Options& options);
 /// Each returns the whole output. JSON and SARIF contain the notes, others only on request.
 std::string tableReport(const CheckResult& result, const Options& options);
 std::string plainReport(const CheckResult& result, const Options& options);

@@ -33,32 +33,6 @@ Json::Value placeJson(const SourceFile& file, std::optional<std::size_t> offset)
     return row;
 }
 
-Json::Value findingJson(const Finding& finding, bool reveal) {
-    Json::Value row(Json::objectValue);
-    if (finding.file != nullptr) {
-        row = placeJson(*finding.file, finding.offset);
-        row["pointer"] = finding.pointer;
-        if (finding.offset) {
-            row["excerpt"] = excerpt(finding, kWhole, reveal).front();
-        }
-    }
-    row["severity"] = nameOf(finding.severity);
-    row["name"] = std::string(finding.name);
-    row["text"] = finding.sentence;
-    row["hint"] = finding.hint;
-    row["related"] = Json::Value(Json::arrayValue);
-    for (const RelatedPlace& place : finding.related) {
-        Json::Value related = placeJson(*place.file, place.offset);
-        related["text"] = place.sentence;
-        row["related"].append(related);
-    }
-    row["consequences"] = Json::Value(Json::arrayValue);
-    for (const std::string& consequence : finding.consequences) {
-        row["consequences"].append(consequence);
-    }
-    return row;
-}
-
 /// Percent-encoded, absolute with its scheme.
 std::string uriOf(const std::string& path) {
     constexpr std::string_view kPlain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
@@ -125,6 +99,49 @@ std::string workflowText(const std::string& text, bool isProperty) {
 }
 
 } // namespace
+
+Json::Value findingJson(const Finding& finding, bool reveal) {
+    Json::Value row(Json::objectValue);
+    if (finding.file != nullptr) {
+        row = placeJson(*finding.file, finding.offset);
+        row["pointer"] = finding.pointer;
+        if (finding.offset) {
+            row["excerpt"] = excerpt(finding, kWhole, reveal).front();
+        }
+    }
+    row["severity"] = nameOf(finding.severity);
+    row["name"] = std::string(finding.name);
+    row["text"] = finding.sentence;
+    row["hint"] = finding.hint;
+    row["related"] = Json::Value(Json::arrayValue);
+    for (const RelatedPlace& place : finding.related) {
+        Json::Value related = placeJson(*place.file, place.offset);
+        related["text"] = place.sentence;
+        row["related"].append(related);
+    }
+    row["consequences"] = Json::Value(Json::arrayValue);
+    for (const std::string& consequence : finding.consequences) {
+        row["consequences"].append(consequence);
+    }
+    return row;
+}
+
+std::string report(const CheckResult& result, const Options& options) {
+    switch (options.format) {
+    case Format::Json:
+        return jsonReport(result, options);
+    case Format::Plain:
+        return plainReport(result, options);
+    case Format::Sarif:
+        return sarifReport(result, options);
+    case Format::Junit:
+        return junitReport(result, options);
+    case Format::Github:
+        return githubReport(result, options);
+    default:
+        return tableReport(result, options);
+    }
+}
 
 std::string jsonReport(const CheckResult& result, const Options& options) {
     Json::Value value;

@@ -15,23 +15,6 @@
 namespace sysconfctl {
 namespace {
 
-std::string reportOf(const CheckResult& result, const Options& options) {
-    switch (options.format) {
-    case Format::Json:
-        return jsonReport(result, options);
-    case Format::Plain:
-        return plainReport(result, options);
-    case Format::Sarif:
-        return sarifReport(result, options);
-    case Format::Junit:
-        return junitReport(result, options);
-    case Format::Github:
-        return githubReport(result, options);
-    default:
-        return tableReport(result, options);
-    }
-}
-
 /// @throws UsageError if no finding has such a name.
 void verifyIgnored(const std::vector<std::string>& ignored) {
     std::vector<std::string_view> names;
@@ -67,7 +50,7 @@ ExitStatus runCheck(const Options& options) {
         return std::find(options.ignored.begin(), options.ignored.end(), finding.name) !=
                options.ignored.end();
     });
-    writeOutput(reportOf(result, options));
+    writeOutput(report(result, options));
     if (countOf(result, Severity::Error) != 0) {
         return ExitStatus::ErrorsFound;
     }

@@ -51,6 +51,7 @@ Comparison compare(Side& a, Side& b, const std::vector<AskedQuery>& asked, bool 
 std::string comparisonTable(const Comparison& comparison, std::size_t width, bool color);
 /// Tab-separated: "-" for A or "+" for B, process, query, answer, reason, place.
 std::string comparisonPlain(const Comparison& comparison);
+Json::Value toJson(const Comparison& comparison);
 std::string comparisonJson(const Comparison& comparison);
 
 } // namespace sysconfctl

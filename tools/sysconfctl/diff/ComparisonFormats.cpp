@@ -219,7 +219,7 @@ std::string comparisonPlain(const Comparison& comparison) {
     return text;
 }
 
-std::string comparisonJson(const Comparison& comparison) {
+Json::Value toJson(const Comparison& comparison) {
     Json::Value value;
     value["schemaVersion"] = kSchemaVersion;
     value["a"] = comparison.a;
@@ -240,7 +240,11 @@ std::string comparisonJson(const Comparison& comparison) {
         }
         value["processes"].append(row);
     }
-    return indentedJson(value);
+    return value;
+}
+
+std::string comparisonJson(const Comparison& comparison) {
+    return indentedJson(toJson(comparison));
 }
 
 } // namespace sysconfctl

@@ -59,7 +59,8 @@ std::string readPassword(const std::string& file) {
 
 class SyncParser {
 public:
-    SyncParser() : m_app("Distributes the files of a deployment to its nodes through etcd.", "sysconfsync") {
+    SyncParser()
+        : m_app("Distributes the files of a deployment to its nodes through etcd.", "sysconfsync") {
         m_app.set_version_flag("-V,--version", "sysconfsync " SYSCONFSYNC_VERSION,
                                "Print the version and exit");
         m_app.set_help_flag("-h,--help", "Print this help and exit");
@@ -72,8 +73,7 @@ public:
         publish.add_flag("--dry-run", m_options.dryRun,
                          "Show which answers would change, and write nothing");
 
-        CLI::App& rollback =
-            command("rollback", "Publish an older version again", runRollback);
+        CLI::App& rollback = command("rollback", "Publish an older version again", runRollback);
         rollback.add_option("VERSION", m_options.version, "The older version")
             ->required()
             ->check(CLI::PositiveNumber)
@@ -89,8 +89,7 @@ public:
         addOutput(status);
         addNumber(status, "--wait", m_options.wait, "VERSION",
                   "Wait until all nodes run this version or a newer one");
-        addNumber(status, "--timeout", m_timeout, "SECONDS",
-                  "Limit of --wait; default: none");
+        addNumber(status, "--timeout", m_timeout, "SECONDS", "Limit of --wait; default: none");
 
         m_app.footer(kFooter);
     }
@@ -123,8 +122,7 @@ private:
             ->delimiter(',')
             ->envname("SYSCONFSYNC_ENDPOINTS")
             ->type_name("URL,URL");
-        app.add_option("--prefix", m_options.prefix,
-                       "The prefix of the keys; default: /sysconf/")
+        app.add_option("--prefix", m_options.prefix, "The prefix of the keys; default: /sysconf/")
             ->type_name("PREFIX");
         app.add_option("--cacert", connection.caCertificate, "Certificates of authorities, PEM")
             ->type_name("FILE");

@@ -173,12 +173,12 @@ Client::Attempt Client::renewToken() {
 Client::Attempt Client::exchange(const char* path, const std::string& body) {
     std::string text;
     const Clock::time_point deadline = Clock::now() + m_connection.callLimit;
-    const PostResult result = m_transport.post(
-        {.url = m_connection.endpoints[m_endpoint] + path,
-         .body = body,
-         .token = m_token,
-         .onData = [&](std::string_view data) { text += data; },
-         .remaining = [&] { return deadline - Clock::now(); }});
+    const PostResult result =
+        m_transport.post({.url = m_connection.endpoints[m_endpoint] + path,
+                          .body = body,
+                          .token = m_token,
+                          .onData = [&](std::string_view data) { text += data; },
+                          .remaining = [&] { return deadline - Clock::now(); }});
     Attempt done{.trouble = result.trouble, .sent = result.sent};
     if (result.end == PostEnd::TimedOut) {
         done.trouble = fmt::format("no answer within {} ms", m_connection.callLimit.count());
@@ -279,8 +279,8 @@ private:
         }
         attempt.trouble = "the member ended the watch: " + escaped(textAt(result, "cancel_reason"));
         // Members report an expired token in this way, too.
-        attempt.tokenRejected = contains(attempt.trouble, "permission denied") ||
-                                rejectsToken(0, attempt.trouble);
+        attempt.tokenRejected =
+            contains(attempt.trouble, "permission denied") || rejectsToken(0, attempt.trouble);
     }
 
     Watch& m_rest;
@@ -301,13 +301,13 @@ Client::Attempt Client::watchOnce(const Watch& watch, Messages& messages) {
     request["start_revision"] = std::to_string(watch.startRevision);
     Json::Value body;
     body["create_request"] = request;
-    const PostResult result = m_transport.post(
-        {.url = m_connection.endpoints[m_endpoint] + "/v3/watch",
-         .body = compactJson(body),
-         .token = m_token,
-         .wakeDescriptor = watch.wakeDescriptor,
-         .onData = [&](std::string_view data) { messages.add(data); },
-         .remaining = [&] { return messages.remaining(m_connection.callLimit); }});
+    const PostResult result =
+        m_transport.post({.url = m_connection.endpoints[m_endpoint] + "/v3/watch",
+                          .body = compactJson(body),
+                          .token = m_token,
+                          .wakeDescriptor = watch.wakeDescriptor,
+                          .onData = [&](std::string_view data) { messages.add(data); },
+                          .remaining = [&] { return messages.remaining(m_connection.callLimit); }});
     messages.finish();
     Attempt done = std::move(messages.attempt);
     if (!messages.clusterId.empty()) {
@@ -356,12 +356,12 @@ WatchEnd Client::watch(const Watch& watch, const OnEvents& onEvents) {
         troubles.push_back(describe(done.trouble));
         const std::size_t endpoints = m_connection.endpoints.size();
         if (troubles.size() == endpoints * kRounds) {
-            throw EtcdError(Failure::Unreachable,
-                            "no etcd endpoint answers: " +
-                                sysconfctl::joined({troubles.end() -
-                                                        static_cast<std::ptrdiff_t>(endpoints),
-                                                    troubles.end()},
-                                                   "; "));
+            throw EtcdError(
+                Failure::Unreachable,
+                "no etcd endpoint answers: " +
+                    sysconfctl::joined(
+                        {troubles.end() - static_cast<std::ptrdiff_t>(endpoints), troubles.end()},
+                        "; "));
         }
         nextEndpoint();
         if (troubles.size() % endpoints == 0) {

@@ -19,7 +19,8 @@ enum class Failure {
 
 /// A request that failed. The message is one sentence for the user; values in it are escaped.
 struct EtcdError : std::runtime_error {
-    EtcdError(Failure why, const std::string& sentence) : std::runtime_error(sentence), reason(why) {}
+    EtcdError(Failure why, const std::string& sentence)
+        : std::runtime_error(sentence), reason(why) {}
 
     Failure reason;
     /// Whether a failed transaction may have been applied, now or later: it was sent, and no answer

@@ -60,8 +60,8 @@ const Json::Value& memberAt(const Json::Value& object, const char* member, Json:
         return type == Json::arrayValue ? arrays : type == Json::stringValue ? texts : objects;
     }
     if (value->type() != type) {
-        throw EtcdError(Failure::Malformed,
-                        std::string("an answer from etcd has a \"") + member + "\" of another type");
+        throw EtcdError(Failure::Malformed, std::string("an answer from etcd has a \"") + member +
+                                                "\" of another type");
     }
     return *value;
 }

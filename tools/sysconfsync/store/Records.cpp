@@ -5,10 +5,12 @@
 #include "etcd/EtcdError.h"
 #include "etcd/Requests.h"
 #include "render/Json.h"
+#include "render/Text.h"
 
 #include <fmt/chrono.h>
 
 #include <chrono>
+#include <filesystem>
 
 namespace sysconfsync {
 namespace {
@@ -114,6 +116,10 @@ Files parseNode(std::string_view text, const std::map<std::string, std::string>&
     const Json::Value& rows = checked(value, "files", Json::objectValue);
     for (const std::string& path : rows.getMemberNames()) {
         const Json::Value& file = checked(rows, path.c_str(), Json::objectValue);
+        if (!isPathInside(path)) {
+            throw EtcdError(Failure::Malformed, "a node in etcd has a file outside its folder: " +
+                                                    sysconfctl::shellWord(path));
+        }
         if (!file.isMember("shared")) {
             files[path] = fromBase64(textAt(file, "text"));
             continue;
@@ -142,6 +148,13 @@ std::map<std::string, std::string> sharedFiles(const Nodes& nodes) {
         }
     }
     return shared;
+}
+
+bool isPathInside(const std::string& path) {
+    const std::filesystem::path parsed(path);
+    return !path.empty() && path.find('\0') == std::string::npos && parsed.is_relative() &&
+           parsed.has_filename() && parsed.lexically_normal() == parsed &&
+           *parsed.begin() != ".." && path != ".";
 }
 
 std::string timeText() {

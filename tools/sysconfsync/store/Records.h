@@ -67,9 +67,13 @@ std::string nodeText(const Files& files, const std::map<std::string, std::string
 /// The sums of the shared files of a node's record.
 std::set<std::string> sharedSums(std::string_view text);
 /// The files of a node's record, the shared ones from `shared`, by their sums.
+/// @throws EtcdError also for a path that does not lead into the folder of the node.
 Files parseNode(std::string_view text, const std::map<std::string, std::string>& shared);
 /// The files of several nodes, by their sums.
 std::map<std::string, std::string> sharedFiles(const Nodes& nodes);
+
+/// Whether a path is relative, normal and leads to a file in its folder.
+bool isPathInside(const std::string& path);
 
 /// The current time in UTC, as in the records.
 std::string timeText();

@@ -106,17 +106,16 @@ WatchEnd Store::watchCurrent(std::int64_t fromRevision,
                              Clock::time_point deadline, int wakeDescriptor) {
     for (;;) {
         try {
-            return m_client.watch(
-                {key("current"), {}, fromRevision, deadline, wakeDescriptor},
-                [&](const std::vector<WatchEvent>& events) {
-                    const WatchEvent& last = events.back();
-                    Current current{.revision = last.key.modRevision};
-                    if (!last.deleted) {
-                        current.info = parseInfo(last.key.value);
-                        current.modRevision = last.key.modRevision;
-                    }
-                    return onCurrent(current);
-                });
+            return m_client.watch({key("current"), {}, fromRevision, deadline, wakeDescriptor},
+                                  [&](const std::vector<WatchEvent>& events) {
+                                      const WatchEvent& last = events.back();
+                                      Current current{.revision = last.key.modRevision};
+                                      if (!last.deleted) {
+                                          current.info = parseInfo(last.key.value);
+                                          current.modRevision = last.key.modRevision;
+                                      }
+                                      return onCurrent(current);
+                                  });
         } catch (const EtcdError& error) {
             if (error.reason != Failure::Compacted) {
                 throw;
@@ -135,20 +134,20 @@ WatchEnd Store::watchStatuses(Statuses& statuses, const std::function<bool()>& o
     const std::string prefix = key("status/");
     for (;;) {
         try {
-            return m_client.watch(
-                {prefix, prefixEnd(prefix), statuses.revision + 1, deadline},
-                [&](const std::vector<WatchEvent>& events) {
-                    for (const WatchEvent& event : events) {
-                        const std::string name = event.key.key.substr(prefix.size());
-                        statuses.revision = event.key.modRevision;
-                        if (event.deleted) {
-                            statuses.nodes.erase(name);
-                        } else {
-                            statuses.nodes[name] = parseStatus(event.key.value);
-                        }
-                    }
-                    return onChange();
-                });
+            return m_client.watch({prefix, prefixEnd(prefix), statuses.revision + 1, deadline},
+                                  [&](const std::vector<WatchEvent>& events) {
+                                      for (const WatchEvent& event : events) {
+                                          const std::string name =
+                                              event.key.key.substr(prefix.size());
+                                          statuses.revision = event.key.modRevision;
+                                          if (event.deleted) {
+                                              statuses.nodes.erase(name);
+                                          } else {
+                                              statuses.nodes[name] = parseStatus(event.key.value);
+                                          }
+                                      }
+                                      return onChange();
+                                  });
         } catch (const EtcdError& error) {
             if (error.reason != Failure::Compacted) {
                 throw;

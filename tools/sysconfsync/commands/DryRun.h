@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "cli/SyncOptions.h"
+#include "store/Store.h"
+
+#include <string>
+
+namespace sysconfsync {
+
+/// What `publication` would change: the nodes, the answers of their processes, and its size.
+/// Writes both versions into a temporary folder, which is removed, and leaves the working
+/// directory.
+std::string dryRun(const Nodes& before, const Nodes& after, const Current& base,
+                   const Transaction& publication, const SyncOptions& options);
+
+} // namespace sysconfsync

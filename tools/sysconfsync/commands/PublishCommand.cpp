@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "commands/SyncCommands.h"
+
+#include "check/Report.h"
+#include "commands/DryRun.h"
+#include "commands/Publishing.h"
+#include "render/Diagnostics.h"
+#include "render/Output.h"
+#include "render/Text.h"
+#include "tree/DeploymentTree.h"
+
+#include <fmt/format.h>
+
+namespace sysconfsync {
+namespace {
+
+namespace diagnostic = sysconfctl::diagnostic;
+
+/// Checks and collects the tree; unset if it must not be published.
+std::optional<Nodes> checkedNodes(const SyncOptions& options) {
+    const sysconfctl::Inventory inventory = sysconfctl::inventoryOf({options.directory}, {});
+    const sysconfctl::CheckResult result = sysconfctl::check(inventory);
+    if (sysconfctl::countOf(result, sysconfctl::Severity::Error) != 0) {
+        sysconfctl::Options shown;
+        shown.format = options.format;
+        shown.color = options.color;
+        sysconfctl::writeOutput(sysconfctl::report(result, shown));
+        sysconfctl::reportError(diagnostic::kRefused,
+                                "nothing has been published: the files have errors");
+        return std::nullopt;
+    }
+    CollectedTree tree = collectTree(inventory, options.directory);
+    for (const std::string& problem : tree.problems) {
+        sysconfctl::reportError(diagnostic::kRefused, problem);
+    }
+    for (const std::string& path : tree.leftOut) {
+        sysconfctl::reportNotice(diagnostic::kNotPublished,
+                                 sysconfctl::shellWord(path) +
+                                     " is not published: no env file names it");
+    }
+    return tree.problems.empty() ? std::optional(std::move(tree.nodes)) : std::nullopt;
+}
+
+std::int64_t baseOf(const SyncOptions& options, const std::string& clusterId) {
+    if (options.basedOn) {
+        return *options.basedOn;
+    }
+    const std::optional<TreeState> state = readState(options.directory);
+    const bool sameStore = state && state->cluster == clusterId && state->prefix == options.prefix;
+    return sameStore ? state->version : 0;
+}
+
+/// Whether the tree is based on the current version. Reports otherwise.
+bool verifyBase(const SyncOptions& options, const Current& current, const std::string& clusterId) {
+    const std::int64_t base = baseOf(options, clusterId);
+    if (base == current.version()) {
+        return true;
+    }
+    const std::string have = base == 0 ? "this tree is not based on a version"
+                                       : fmt::format("this tree is based on version {}", base);
+    sysconfctl::reportError(
+        diagnostic::kRefused,
+        current.info
+            ? fmt::format("nothing has been published: {} is current, and {}; `sysconfsync fetch` "
+                          "reads it, --based-on {} replaces it",
+                          describe(*current.info), have, current.version())
+            : fmt::format("nothing has been published: {}, but there is no version; --based-on 0 "
+                          "begins with the first one",
+                          have));
+    return false;
+}
+
+} // namespace
+
+SyncStatus runPublish(const SyncOptions& options) {
+    const std::optional<Nodes> nodes = checkedNodes(options);
+    if (!nodes) {
+        return SyncStatus::Refused;
+    }
+    Client client(options.connection);
+    Store store(client, options.prefix);
+    const Current current = store.current();
+    if (!verifyBase(options, current, store.clusterId())) {
+        return SyncStatus::Refused;
+    }
+    const Info info = nextInfo(current, options.message);
+    if (options.dryRun) {
+        const Nodes before = current.info ? store.nodes(current.version()) : Nodes();
+        sysconfctl::writeOutput(
+            dryRun(before, *nodes, current, store.publication(*nodes, info, current), options));
+        return SyncStatus::Done;
+    }
+    if (!publishNodes(store, *nodes, info, current, options)) {
+        return SyncStatus::Refused;
+    }
+    try {
+        writeState(options.directory, {store.clusterId(), options.prefix, info.version});
+    } catch (const sysconfctl::OutputError& error) {
+        sysconfctl::reportNotice(
+            diagnostic::kOutput,
+            fmt::format("the next publish needs --based-on {}: {}", info.version, error.what()));
+    }
+    return SyncStatus::Done;
+}
+
+} // namespace sysconfsync

@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "commands/Publishing.h"
+
+#include "cli/FileBytes.h"
+#include "render/Diagnostics.h"
+#include "render/Output.h"
+#include "render/Text.h"
+
+#include <fmt/format.h>
+
+#include <array>
+#include <climits>
+#include <pwd.h>
+#include <unistd.h>
+
+namespace sysconfsync {
+namespace {
+
+using sysconfctl::counted;
+using sysconfctl::escaped;
+using sysconfctl::reportError;
+
+/// "user@host"
+std::string whoText() {
+    std::array<char, HOST_NAME_MAX + 1> host{};
+    ::gethostname(host.data(), host.size() - 1);
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): there is only one thread.
+    const passwd* const user = ::getpwuid(::geteuid());
+    const std::string name = user != nullptr ? user->pw_name : std::to_string(::geteuid());
+    return name + '@' + host.data();
+}
+
+std::string randomId() {
+    const std::string text = sysconfctl::readBytes("/proc/sys/kernel/random/uuid");
+    return text.substr(0, text.find('\n'));
+}
+
+std::string unknownText(const Info& info, const std::string& why) {
+    return fmt::format("it is not known whether version {} is published: {}; `sysconfsync status` "
+                       "shows it",
+                       info.version, why);
+}
+
+/// The error as the user of `publish` needs it.
+EtcdError explained(const EtcdError& error, const Transaction& publication, const Info& info) {
+    std::string sentence = fmt::format("nothing has been published: {}", error.what());
+    if (error.mayBeApplied) {
+        sentence = unknownText(info, error.what());
+    } else if (error.reason == Failure::TooLarge) {
+        sentence += fmt::format("; this version has {}; the members allow 128 operations and "
+                                "1572864 bytes unless --max-txn-ops and --max-request-bytes are "
+                                "raised",
+                                sizeText(publication));
+    }
+    EtcdError result(error.reason, sentence);
+    result.mayBeApplied = error.mayBeApplied;
+    return result;
+}
+
+std::optional<Current> publishExplained(Store& store, const Transaction& publication,
+                                        const Info& info) {
+    try {
+        return store.publish(publication, info);
+    } catch (const EtcdError& error) {
+        throw explained(error, publication, info);
+    } catch (const Cancelled&) {
+        reportError(sysconfctl::diagnostic::kInterrupted, unknownText(info, "interrupted"));
+        throw;
+    }
+}
+
+} // namespace
+
+Info nextInfo(const Current& base, const std::string& message) {
+    return {.version = base.version() + 1,
+            .who = whoText(),
+            .when = timeText(),
+            .basedOn = base.version(),
+            .message = message,
+            .id = randomId()};
+}
+
+std::string describe(const Info& info) {
+    return fmt::format("version {} ({}, {}{})", info.version, escaped(info.who), escaped(info.when),
+                       info.message.empty() ? "" : ", " + escaped(info.message));
+}
+
+std::string sizeText(const Transaction& publication) {
+    return fmt::format("{} and {}", counted(publication.success.size(), "operation", "operations"),
+                       counted(requestBytes(publication), "byte", "bytes"));
+}
+
+bool publishNodes(Store& store, const Nodes& nodes, const Info& info, const Current& base,
+                  const SyncOptions& options) {
+    const Transaction publication = store.publication(nodes, info, base);
+    if (const auto other = publishExplained(store, publication, info)) {
+        reportError(sysconfctl::diagnostic::kRefused,
+                    fmt::format("nothing has been published: {} has been published since version "
+                                "{} was read",
+                                other->info ? describe(*other->info) : "no version",
+                                base.version()));
+        return false;
+    }
+    sysconfctl::writeOutput(fmt::format("version {} is published for {}\n", info.version,
+                                        counted(nodes.size(), "node", "nodes")));
+    try {
+        store.deleteOld(options.keep);
+    } catch (const EtcdError& error) {
+        sysconfctl::reportNotice(sysconfctl::diagnostic::kStore,
+                                 fmt::format("old versions are not deleted: {}", error.what()));
+    }
+    return true;
+}
+
+} // namespace sysconfsync

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "cli/SyncOptions.h"
+#include "store/Store.h"
+
+#include <string>
+
+namespace sysconfsync {
+
+/// The info of the version that would follow `base`.
+Info nextInfo(const Current& base, const std::string& message);
+
+/// "version 7 (alice@host, 2026-11-22T14:00:00Z, new addresses)"
+std::string describe(const Info& info);
+
+/// "140 operations and 1600000 bytes"
+std::string sizeText(const Transaction& publication);
+
+/// Publishes the nodes on top of `base`, deletes old versions and reports the result.
+/// @return Whether it is published; false if another version has been published since `base`.
+/// @throws EtcdError, Cancelled. The message says whether the version may be published.
+bool publishNodes(Store& store, const Nodes& nodes, const Info& info, const Current& base,
+                  const SyncOptions& options);
+
+} // namespace sysconfsync

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "check/Finding.h"
+#include "store/Records.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// The tree of a deployment, as it is published:
+///
+///   DIR/*.env                                the environment of a process, in any folder of DIR
+///   DIR/node-1/etc/app.json                  the app config file that APP_CONF_FILE names
+///   DIR/node-1/etc/sysconf/nodelist.json     the node list below APP_ROOT
+///   DIR/manager/etc/sysconf/nodelists.json   the manager node list below TOLM_ROOT
+///   DIR/.sysconfsync                         the version that the tree is based on
+///
+/// The names of the folders are free: an env file belongs to the node of its process, which is
+/// `processes.<PROCESS_INSTANCE_ID>.nodeId` in its app config file. A node gets its env files and
+/// the files that they name, at the same paths relative to DIR. The paths in its env files are
+/// therefore relative to the env file, and valid in DIR and in the folder of the node. Files that
+/// no env file names are not published.
+namespace sysconfsync {
+
+struct CollectedTree {
+    Nodes nodes;
+    /// Why the tree cannot be published; one sentence each.
+    std::vector<std::string> problems;
+    /// Deployment files that no env file names.
+    std::vector<std::string> leftOut;
+};
+
+/// Collects the files of each node from the inventory of the directory. Files are published as they
+/// were read for the inventory, so that what is published is what has been checked.
+CollectedTree collectTree(const sysconfctl::Inventory& inventory, const std::string& directory);
+
+/// Writes the files of all nodes into the directory, which is created if necessary.
+/// @throws OutputError, std::filesystem::filesystem_error
+void writeTree(const Nodes& nodes, const std::string& directory);
+
+/// The version that a tree is based on. Another cluster or prefix has other versions.
+struct TreeState {
+    std::string cluster;
+    std::string prefix;
+    std::int64_t version = 0;
+};
+
+/// Unset if the tree has no state file.
+/// @throws UsageError if the file is malformed or cannot be read.
+std::optional<TreeState> readState(const std::string& directory);
+/// @throws OutputError
+void writeState(const std::string& directory, const TreeState& state);
+
+} // namespace sysconfsync
