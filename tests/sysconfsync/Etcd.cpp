@@ -1,0 +1,287 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "sysconfsync/Etcd.h"
+
+#include "etcd/Client.h"
+#include "support/Command.h"
+#include "support/TestDirectory.h"
+
+#include <json/json.h>
+
+#include <arpa/inet.h>
+#include <chrono>
+#include <csignal>
+#include <fcntl.h>
+#include <sstream>
+#include <stdexcept>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace support {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kEtcd = "/usr/bin/etcd";
+constexpr const char* kEtcdctl = "/usr/bin/etcdctl";
+constexpr std::chrono::seconds kLimit{120};
+
+/// A port that is free now. Another process may take it before the member does.
+int freePort() {
+    const int descriptor = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof(address);
+    auto* const general = reinterpret_cast<sockaddr*>(&address);
+    const bool bound =
+        ::bind(descriptor, general, size) == 0 && ::getsockname(descriptor, general, &size) == 0;
+    ::close(descriptor);
+    if (!bound) {
+        throw std::runtime_error("no free port");
+    }
+    return ntohs(address.sin_port);
+}
+
+std::string url(bool tls) {
+    return (tls ? "https://127.0.0.1:" : "http://127.0.0.1:") + std::to_string(freePort());
+}
+
+fs::path tlsFile(const char* name) {
+    return testDirectory() / "tls" / name;
+}
+
+/// One certificate is authority, server and client.
+void makeCertificate() {
+    fs::create_directories(testDirectory() / "tls");
+    const CommandResult made =
+        Command("/usr/bin/openssl",
+                {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "2", "-keyout",
+                 tlsFile("key.pem"), "-out", tlsFile("cert.pem"), "-subj", "/CN=localhost",
+                 "-addext", "subjectAltName=IP:127.0.0.1", "-addext",
+                 "extendedKeyUsage=serverAuth,clientAuth"})
+            .run();
+    if (made.exitStatus != 0) {
+        throw std::runtime_error("openssl: " + made.errors);
+    }
+}
+
+/// Repeats a question to a server until the answer is yes.
+template <typename Question>
+void waitUntil(const Question& question) {
+    const auto end = std::chrono::steady_clock::now() + kLimit;
+    while (!question()) {
+        if (std::chrono::steady_clock::now() > end) {
+            throw std::runtime_error("etcd does not reach the expected state");
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+}
+
+} // namespace
+
+Etcd::Etcd(EtcdSettings settings) : m_settings(std::move(settings)) {
+    if (m_settings.tls) {
+        makeCertificate();
+    }
+    for (int attempt = 0; attempt < 5; ++attempt) {
+        if (start()) {
+            return;
+        }
+    }
+    throw std::runtime_error("etcd does not start; its logs are in the test's directory");
+}
+
+Etcd::~Etcd() {
+    for (std::size_t i = 0; i < m_members.size(); ++i) {
+        kill(i);
+    }
+}
+
+bool Etcd::isInstalled() {
+    return ::access(kEtcd, X_OK) == 0 && ::access(kEtcdctl, X_OK) == 0;
+}
+
+bool Etcd::start() {
+    for (std::size_t i = 0; i < m_members.size(); ++i) {
+        kill(i);
+    }
+    m_members.assign(m_settings.members, {});
+    for (std::size_t i = 0; i < m_members.size(); ++i) {
+        m_members[i] = {-1, url(m_settings.tls), url(false),
+                        testDirectory() / ("etcd-" + std::to_string(i))};
+        fs::remove_all(m_members[i].folder);
+        fs::create_directories(m_members[i].folder);
+    }
+    for (Member& member : m_members) {
+        startMember(member);
+    }
+    for (const Member& member : m_members) {
+        if (!waitUntilHealthy(member)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void Etcd::startMember(Member& member) const {
+    std::string cluster;
+    for (const Member& one : m_members) {
+        cluster += (cluster.empty() ? "" : ",") + one.folder.filename().string() + '=' + one.peer;
+    }
+    std::vector<std::string> arguments = {kEtcd,
+                                          "--name",
+                                          member.folder.filename(),
+                                          "--data-dir",
+                                          member.folder / "data",
+                                          "--listen-client-urls",
+                                          member.endpoint,
+                                          "--advertise-client-urls",
+                                          member.endpoint,
+                                          "--listen-peer-urls",
+                                          member.peer,
+                                          "--initial-advertise-peer-urls",
+                                          member.peer,
+                                          "--initial-cluster",
+                                          cluster};
+    if (m_settings.tls) {
+        arguments.insert(arguments.end(),
+                         {"--cert-file", tlsFile("cert.pem"), "--key-file", tlsFile("key.pem"),
+                          "--client-cert-auth", "--trusted-ca-file", tlsFile("cert.pem")});
+    }
+    arguments.insert(arguments.end(), m_settings.arguments.begin(), m_settings.arguments.end());
+    std::vector<char*> words;
+    for (std::string& argument : arguments) {
+        words.push_back(argument.data());
+    }
+    words.push_back(nullptr);
+    const std::string log = member.folder / "log";
+    const pid_t parent = ::getpid();
+    member.process = ::fork();
+    if (member.process == 0) {
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        const int output = ::open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+        if (::getppid() == parent && output >= 0 && ::dup2(output, STDOUT_FILENO) >= 0 &&
+            ::dup2(output, STDERR_FILENO) >= 0) {
+            ::execv(kEtcd, words.data());
+        }
+        ::_exit(127);
+    }
+}
+
+bool Etcd::waitUntilHealthy(const Member& member) const {
+    sysconfsync::Connection only = connection();
+    only.endpoints = {member.endpoint};
+    bool ended = false;
+    waitUntil([&] {
+        int status = 0;
+        ended = ::waitpid(member.process, &status, WNOHANG) == member.process;
+        try {
+            if (!ended) {
+                sysconfsync::Client(only).range({"health"});
+            }
+            return true;
+        } catch (const sysconfsync::EtcdError& error) {
+            return error.reason == sysconfsync::Failure::Denied;
+        }
+    });
+    return !ended;
+}
+
+std::string Etcd::endpoints(std::size_t first) const {
+    std::string all;
+    for (std::size_t i = 0; i < m_members.size(); ++i) {
+        all += (i == 0 ? "" : ",") + m_members[(first + i) % m_members.size()].endpoint;
+    }
+    return all;
+}
+
+sysconfsync::Connection Etcd::connection(std::size_t first) const {
+    sysconfsync::Connection connection;
+    for (std::size_t i = 0; i < m_members.size(); ++i) {
+        connection.endpoints.push_back(m_members[(first + i) % m_members.size()].endpoint);
+    }
+    if (m_settings.tls) {
+        connection.caCertificate = connection.certificate = tlsFile("cert.pem");
+        connection.key = tlsFile("key.pem");
+    }
+    return connection;
+}
+
+std::size_t Etcd::leader() const {
+    for (std::size_t i = 0; i < m_members.size(); ++i) {
+        Json::Value answer;
+        std::istringstream(
+            control({"--endpoints", endpoint(i), "endpoint", "status", "-w", "json"})) >>
+            answer;
+        const Json::Value& status = answer[0]["Status"];
+        if (status["leader"] == status["header"]["member_id"]) {
+            return i;
+        }
+    }
+    throw std::runtime_error("no member is the leader");
+}
+
+void Etcd::kill(std::size_t member) {
+    pid_t& process = m_members[member].process;
+    if (process > 0) {
+        ::kill(process, SIGKILL);
+        ::waitpid(process, nullptr, 0);
+    }
+    process = -1;
+}
+
+void Etcd::freeze(std::size_t member) const {
+    const pid_t process = m_members[member].process;
+    ::kill(process, SIGSTOP);
+    ::waitpid(process, nullptr, WUNTRACED);
+}
+
+void Etcd::thaw(std::size_t member) const {
+    ::kill(m_members[member].process, SIGCONT);
+}
+
+void Etcd::restart(std::size_t member) {
+    startMember(m_members[member]);
+    if (!waitUntilHealthy(m_members[member])) {
+        throw std::runtime_error("a member does not start again");
+    }
+}
+
+void Etcd::waitForMetric(std::size_t member, const std::string& line) const {
+    const sysconfsync::Connection client = connection();
+    waitUntil([&] {
+        std::string metrics;
+        sysconfsync::Transport(client).post(
+            {.url = endpoint(member) + "/metrics",
+             .body = {},
+             .token = {},
+             .onData = [&](std::string_view data) { metrics += data; },
+             .remaining = [] { return sysconfsync::Clock::duration(kLimit); }});
+        return metrics.find('\n' + line + '\n') != std::string::npos;
+    });
+}
+
+std::string Etcd::control(const std::vector<std::string>& arguments) const {
+    std::vector<std::string> words = {"--endpoints", endpoints()};
+    if (m_settings.tls) {
+        words.insert(words.end(), {"--cacert", tlsFile("cert.pem"), "--cert", tlsFile("cert.pem"),
+                                   "--key", tlsFile("key.pem")});
+    }
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    const CommandResult result = Command(kEtcdctl, words).variable("ETCDCTL_API", "3").run();
+    if (result.exitStatus != 0) {
+        throw std::runtime_error("etcdctl: " + result.errors);
+    }
+    return result.output;
+}
+
+void Etcd::requireUsers(const std::string& password) const {
+    control({"user", "add", "root:" + password});
+    control({"user", "grant-role", "root", "root"});
+    control({"auth", "enable"});
+}
+
+} // namespace support

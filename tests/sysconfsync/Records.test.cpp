@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "store/Records.h"
+
+#include "etcd/Encoding.h"
+#include "etcd/EtcdError.h"
+#include "etcd/Requests.h"
+#include "support/Command.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using namespace sysconfsync;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Pair;
+
+TEST(SyncEncoding, AnyBytes_AreRestored) {
+    std::string bytes;
+    for (int i = 0; i < 300; ++i) {
+        EXPECT_EQ(fromBase64(toBase64(bytes)), bytes) << i;
+        bytes += static_cast<char>(i);
+    }
+    EXPECT_EQ(toBase64("ab"), "YWI=");
+    EXPECT_THROW(fromBase64("?!?!"), EtcdError);
+    EXPECT_THROW(fromBase64("YWI"), EtcdError);
+    EXPECT_EQ(sha256("abc"), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
+}
+
+TEST(SyncRecords, FileOfSeveralNodes_IsShared) {
+    const Nodes nodes = {{"a", {{"own", "1"}, {"both", "2"}, {"again", "1"}}}, {"b", {{"x", "2"}}}};
+    const auto shared = sharedFiles(nodes);
+    EXPECT_THAT(shared, ElementsAre(Pair(sha256("2"), "2")));
+    const std::string text = nodeText(nodes.at("a"), shared);
+    EXPECT_THAT(sharedSums(text), ElementsAre(sha256("2")));
+    EXPECT_EQ(parseNode(text, shared), nodes.at("a"));
+}
+
+TEST(SyncRecords, SharedFileThatIsMissingOrDamaged_IsRejected) {
+    const std::string sum = sha256("2");
+    const std::string text = nodeText({{"both", "2"}}, {{sum, "2"}});
+    EXPECT_THROW(parseNode(text, {}), EtcdError);
+    EXPECT_THROW(parseNode(text, {{sum, "3"}}), EtcdError);
+}
+
+TEST(SyncRecords, PathOutsideTheFolder_IsRejected) {
+    EXPECT_NO_THROW(parseNode(nodeText({{"a/b.json", ""}}, {}), {}));
+    for (const char* path : {"", ".", "..", "/etc/passwd", "../a", "a/../../b", "a/", "./a"}) {
+        EXPECT_THROW(parseNode(nodeText({{path, ""}}, {}), {}), EtcdError) << path;
+    }
+}
+
+TEST(SyncRecords, TextOfAnotherForm_IsRejected) {
+    for (const char* text : {"", "[]", "{", R"({"who": 1})"}) {
+        EXPECT_THROW(parseInfo(text), EtcdError) << text;
+    }
+    for (const char* text : {R"({"refused": []})", R"({"refused": {"findings": {}}})"}) {
+        EXPECT_THROW(parseStatus(text), EtcdError) << text;
+    }
+    for (const char* text : {R"({"files": []})", R"({"files": {"a": "text"}})"}) {
+        EXPECT_THROW(parseNode(text, {}), EtcdError) << text;
+    }
+}
+
+TEST(SyncCommandLine, Mistake_IsReportedWithStatus2) {
+    const struct {
+        std::vector<std::string> arguments;
+        const char* error;
+    } rows[] = {
+        {{}, "sysconfsync --help shows the usage"},
+        {{"publish"}, "DIR is required"},
+        {{"publish", "/nowhere/at-all"}, "No such file or directory"},
+        {{"status", "--endpoints", "localhost:2379"}, "is not a URL"},
+        {{"status", "--user", "root"}, "--password-file"},
+        {{"status", "--user", "root", "--password-file", "/nowhere"}, "cannot read"},
+        {{"rollback", "0"}, "VERSION"},
+        {{"status", "-o", "xml"}, "--output"},
+    };
+    for (const auto& row : rows) {
+        const auto result = support::Command(SYSCONFSYNC, row.arguments).run();
+        EXPECT_EQ(result.exitStatus, 2) << row.error;
+        EXPECT_THAT(result.errors, HasSubstr(row.error));
+    }
+}
+
+} // namespace
