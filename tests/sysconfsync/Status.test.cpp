@@ -31,8 +31,8 @@ protected:
         const auto tree = copySample("ha-pair", "tree");
         ASSERT_EQ(runSync(*etcd, {"publish", tree}).exitStatus, 0);
         ASSERT_EQ(runSync(*etcd, {"publish", tree, "-m", "second"}).exitStatus, 0);
-        store->writeStatus("node-1", {.version = 2, .since = kSince, .refused = {}});
-        store->writeStatus("node-2", {.version = 1, .since = kSince, .refused = {}});
+        store->writeStatus("node-1", {.version = 2, .since = kSince});
+        store->writeStatus("node-2", {.version = 1, .since = kSince});
     }
 
     void refuse(std::int64_t version) {
@@ -57,7 +57,7 @@ protected:
 };
 
 TEST_F(SyncStatusOutput, EachFormat_ShowsNodesVersionsAndFindings) {
-    store->writeStatus("node-9", {.version = 1, .since = kSince, .refused = {}});
+    store->writeStatus("node-9", {.version = 1, .since = kSince});
     refuse(2);
     const CommandResult table = runSync(*etcd, {"status"});
     EXPECT_EQ(table.exitStatus, 1) << table.errors;
@@ -85,7 +85,7 @@ TEST_F(SyncStatusOutput, NodeWithoutStatus_IsSilentAndNotDone) {
 }
 
 TEST_F(SyncStatusOutput, AllNodesRunIt_IsDone) {
-    store->writeStatus("node-2", {.version = 2, .since = kSince, .refused = {}});
+    store->writeStatus("node-2", {.version = 2, .since = kSince});
     EXPECT_EQ(runSync(*etcd, {"status"}).exitStatus, 0);
     EXPECT_EQ(waitFor("1").finish().exitStatus, 0);
 }
@@ -94,7 +94,7 @@ TEST_F(SyncStatusOutput, Wait_EndsWhenTheLastNodeRunsTheVersion) {
     RunningCommand waiting = waitFor("2");
     // The member counts watchers; the command has read the statuses before it watches.
     etcd->waitForMetric(0, "etcd_debugging_mvcc_watcher_total 1");
-    store->writeStatus("node-2", {.version = 2, .since = kSince, .refused = {}});
+    store->writeStatus("node-2", {.version = 2, .since = kSince});
     const CommandResult done = waiting.finish();
     EXPECT_EQ(done.exitStatus, 0) << done.errors;
     EXPECT_THAT(done.output, HasSubstr("node-2\t2\t2026-11-22T14:00:00Z\tcurrent\t\t\n"));
@@ -112,6 +112,7 @@ TEST_F(SyncStatusOutput, Wait_EndsWhenANodeRefusesTheVersion) {
 TEST_F(SyncStatusOutput, Wait_EndsAtItsTimeout) {
     const CommandResult done = waitFor("2", {"--timeout", "1"}).finish();
     EXPECT_EQ(done.exitStatus, 1);
+    EXPECT_EQ(done.errors, "sysconfsync: not all nodes run version 2 after 1 s\n");
     EXPECT_THAT(done.output, HasSubstr("node-2\t1\t2026-11-22T14:00:00Z\tbehind\t\t\n"));
 }
 

@@ -177,13 +177,18 @@ SyncStatus runStatus(const SyncOptions& options) {
     if (options.wait && undecided()) {
         const auto deadline =
             options.timeout ? Clock::now() + *options.timeout : Clock::time_point::max();
-        store.watchStatuses(
+        const WatchEnd end = store.watchStatuses(
             statuses,
             [&] {
                 rows = rowsOf(names, statuses, version);
                 return undecided();
             },
             deadline);
+        if (end == WatchEnd::Expired) {
+            sysconfctl::reportError(sysconfctl::diagnostic::kRefused,
+                                    fmt::format("not all nodes run version {} after {} s", version,
+                                                options.timeout->count()));
+        }
     }
     sysconfctl::writeOutput(outputText(rows, current, version, options));
     return allRun(rows) ? SyncStatus::Done : SyncStatus::Refused;

@@ -24,19 +24,19 @@ namespace sysconfsync {
 struct Info {
     std::int64_t version = 0;
     /// "user@host"
-    std::string who;
+    std::string who = {};
     /// UTC, "2026-11-22T14:00:00Z"
-    std::string when;
+    std::string when = {};
     /// 0: no version.
     std::int64_t basedOn = 0;
-    std::string message;
+    std::string message = {};
     /// Random. Shows a publisher whose connection failed whether this version is its own.
-    std::string id;
+    std::string id = {};
 };
 
 struct Refusal {
     std::int64_t version = 0;
-    std::string when;
+    std::string when = {};
     /// An array, as in the JSON output of `sysconfctl check`.
     Json::Value findings = Json::Value(Json::arrayValue);
 };
@@ -44,8 +44,8 @@ struct Refusal {
 struct NodeStatus {
     /// 0: none has been applied.
     std::int64_t version = 0;
-    std::string since;
-    std::optional<Refusal> refused;
+    std::string since = {};
+    std::optional<Refusal> refused = std::nullopt;
 };
 
 /// The bytes of each file, by its path relative to the folder of the node.
