@@ -211,14 +211,15 @@ sysconfsync::Connection Etcd::connection(std::size_t first) const {
 }
 
 std::size_t Etcd::leader() const {
-    for (std::size_t i = 0; i < m_members.size(); ++i) {
-        Json::Value answer;
-        std::istringstream(
-            control({"--endpoints", endpoint(i), "endpoint", "status", "-w", "json"})) >>
-            answer;
-        const Json::Value& status = answer[0]["Status"];
-        if (status["leader"] == status["header"]["member_id"]) {
-            return i;
+    Json::Value answer;
+    std::istringstream(control({"endpoint", "status", "-w", "json"})) >> answer;
+    for (const Json::Value& row : answer) {
+        const Json::Value& status = row["Status"];
+        for (std::size_t i = 0; i < m_members.size(); ++i) {
+            if (status["leader"] == status["header"]["member_id"] &&
+                row["Endpoint"] == endpoint(i)) {
+                return i;
+            }
         }
     }
     throw std::runtime_error("no member is the leader");

@@ -47,7 +47,7 @@ std::string keysOf(const Etcd& etcd) {
 TEST_F(Publish, Tree_GivesEachNodeItsFilesAtTheirPaths) {
     const Etcd etcd;
     const auto tree = copySample("ha-pair", "tree");
-    writeFile(tree / "notes/app.json", R"({"processes": {}})");
+    writeFile(tree / "notes/app.json", readText(tree / "node-1/etc/app.json"));
     const CommandResult done = publish(etcd, tree, {"-m", "first"});
     EXPECT_EQ(done.output, "version 1 is published for 2 nodes\n");
     EXPECT_THAT(done.errors, HasSubstr("notes/app.json is not published: no env file names it"));
@@ -85,13 +85,13 @@ TEST_F(Publish, TreeThatCannotBeDistributed_IsRefused) {
         std::string to;
         const char* error;
     } rows[] = {
-        {"PROCESS_INSTANCE_ID=alarm-1", "PROCESS_INSTANCE_ID=", "its process has no node"},
-        {"TOLM_ROOT=manager", "TOLM_ROOT=../other/manager", "is not in the published folder"},
+        {"APP_CONF_FILE", "OTHER_FILE", "its process has no node"},
+        {"manager", "../other/manager", "is not in the published folder"},
     };
     copySample("ha-pair", "other");
     for (const auto& row : rows) {
         SCOPED_TRACE(row.from);
-        const auto tree = copySample("ha-pair", std::string("tree-") + row.from[0]);
+        const auto tree = copySample("ha-pair", std::string("tree-") + row.from);
         replaceText(tree / "standby.env", row.from, row.to);
         const CommandResult refused = publish(etcd, tree);
         EXPECT_EQ(refused.exitStatus, 1) << refused.output;
