@@ -1,10 +1,11 @@
 # shellcheck shell=bash
 # Shared by the scripts of this folder. Sourced, never run.
 
-# Debian packages for the library and the tool.
+# Debian packages for the library and the tools.
 # shellcheck disable=SC2034 # used by the scripts that source this one
 build_packages=(g++ cmake ninja-build pkgconf libjsoncpp-dev libace-dev rapidjson-dev
-  libsimdjson-dev libcli11-dev libfmt-dev)
+  libsimdjson-dev libcli11-dev libfmt-dev libcurl4-openssl-dev libssl-dev
+  libsystemd-dev)
 # To make and check packages.
 # shellcheck disable=SC2034
 package_packages=(binutils build-essential chrpath debhelper doxygen dpkg-dev file lintian)
@@ -12,7 +13,8 @@ package_packages=(binutils build-essential chrpath debhelper doxygen dpkg-dev fi
 test_packages=("${package_packages[@]}" abigail-tools xz-utils
   clang libclang-rt-dev lld meson libgtest-dev libgmock-dev
   libbenchmark-dev nlohmann-json3-dev locales graphviz strace python3 python3-jsonschema
-  python3-pip python3-setuptools python3-wheel zsh fish mandoc groff-base chromium)
+  python3-pip python3-setuptools python3-wheel etcd-client etcd-server openssl
+  zsh fish mandoc groff-base chromium)
 # shellcheck disable=SC2034
 lint_packages=(clang clang-format clang-tidy cmake-format lintian shfmt shellcheck flake8 python3)
 
@@ -104,7 +106,7 @@ configure() {
 
 configure_all() {
   configure "$1" -DBUILD_TESTING=ON -DSYSCONFREADER_BUILD_TOOLS=ON \
-    -DSYSCONFREADER_BUILD_EXAMPLES=ON -DSYSCONFREADER_BUILD_BENCHMARKS=ON "${@:2}"
+    -DSYSCONFREADER_BUILD_SYNC=ON -DSYSCONFREADER_BUILD_EXAMPLES=ON -DSYSCONFREADER_BUILD_BENCHMARKS=ON "${@:2}"
 }
 
 # configure_for_tests FOLDER COMPILER SANITIZER: more optimisation takes longer than it saves. The folders are

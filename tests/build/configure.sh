@@ -24,7 +24,11 @@ linked() {
 
 plain() {
   configure || fail "not configured"
-  diff <(linked) <(printf '%s\n' libeventcbutil.so libsysconfreader-c.so.1.0.0 libsysconfreader.so sysconfctl)
+  expected=(libeventcbutil.so libsysconfreader-c.so.1.0.0 libsysconfreader.so sysconfctl)
+  if pkg-config --exists libcurl libcrypto libsystemd; then
+    expected+=(sysconfsync)
+  fi
+  diff <(linked) <(printf '%s\n' "${expected[@]}")
 }
 
 reports() {
@@ -46,6 +50,27 @@ without_tool() {
     fail "configured without the packages of what was asked for"
   fi
   reports "apt install libcli11-dev"
+}
+
+# Hides libcurl from pkg-config.
+without_sync() {
+  local folder file
+  mkdir "$work/pkgconfig"
+  IFS=: read -ra folders < <(pkg-config --variable pc_path pkg-config)
+  for folder in "${folders[@]}"; do
+    for file in "$folder"/*.pc; do
+      if [[ -e $file && $(basename "$file") != libcurl.pc ]]; then
+        ln -sf "$file" "$work/pkgconfig"
+      fi
+    done
+  done
+  PKG_CONFIG_LIBDIR=$work/pkgconfig configure || fail "not configured"
+  reports "sysconfsync is not built, because packages are missing: libcurl4-openssl-dev"
+  diff <(linked) <(printf '%s\n' libeventcbutil.so libsysconfreader-c.so.1.0.0 libsysconfreader.so sysconfctl)
+  if PKG_CONFIG_LIBDIR=$work/pkgconfig configure -DSYSCONFREADER_BUILD_SYNC=ON; then
+    fail "configured without the packages of what was asked for"
+  fi
+  reports "apt install libcurl4-openssl-dev"
 }
 
 "$case"

@@ -56,7 +56,7 @@ check_search_path() {
   local found expected=
   case $(basename "$file") in
   libsysconfreader.so | libsysconfreader-c.so*) expected="\$ORIGIN" ;;
-  sysconfctl) expected="\$ORIGIN/../$libdir" ;;
+  sysconfctl | sysconfsync) expected="\$ORIGIN/../$libdir" ;;
   esac
   found=$(sed -nE 's/.*\((RPATH|RUNPATH)\).*\[(.*)\]/\2/p' <<<"$dynamic")
   [[ $found == "$expected" ]] || fail "looks for libraries in \"$found\", not \"$expected\""

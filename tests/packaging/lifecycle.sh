@@ -10,7 +10,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/../.."
 folder=$(realpath "$1")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-all=(libeventcbutil libeventcbutil-dev libsysconfreader libsysconfreader-c1 libsysconfreader-dev sysconfctl)
+all=(libeventcbutil libeventcbutil-dev libsysconfreader libsysconfreader-c1 libsysconfreader-dev sysconfctl sysconfsync)
 # The name of a program that is packaged like a user's.
 program=where-am-i
 

@@ -11,7 +11,7 @@ folder=$4
 source=$5
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-all=(libeventcbutil libeventcbutil-dev libsysconfreader libsysconfreader-c1 libsysconfreader-dev python3-sysconfreader sysconfctl)
+all=(libeventcbutil libeventcbutil-dev libsysconfreader libsysconfreader-c1 libsysconfreader-dev python3-sysconfreader sysconfctl sysconfsync)
 root=$work/root
 
 fail() {
@@ -90,6 +90,7 @@ contents() {
     share/sysconfreader/schema/{app-config,manager-node-list,node-list}.schema.json \
     share/bash-completion/completions/sysconfctl share/zsh/vendor-completions/_sysconfctl \
     share/fish/vendor_completions.d/sysconfctl.fish
+  has sysconfsync bin/sysconfsync share/man/man1/sysconfsync.1.gz
 }
 
 # needs PACKAGE PATTERN...: each pattern matches one of its dependencies.
@@ -115,6 +116,7 @@ dependencies() {
   needs libeventcbutil-dev "libeventcbutil (= $version)" "libsysconfreader-dev (= $version)"
   needs python3-sysconfreader "libsysconfreader-c1 (>= $version)" 'python3 (>=*)'
   needs sysconfctl "libsysconfreader (= $version)" 'libfmt[0-9]*' "$abi"
+  needs sysconfsync "libsysconfreader (= $version)" 'libcurl4*' 'libssl3*' "$abi"
   # Programs depend on this name, which changes with the binary interface.
   [[ $(field libsysconfreader Provides) == "$abi" ]] || fail "libsysconfreader does not provide $abi"
   dpkg-deb --info "$(package libsysconfreader)" symbols |
@@ -182,10 +184,10 @@ installation() {
   diff <(for package in "${packages[@]}"; do dpkg-deb --fsys-tarfile "$package" | tar --list --file -; done |
     sed '/\/$/d; s/^\.//' | sort) <(in_root) || fail "not just the new version is installed"
   [[ $(dpkg-query --admindir="$root/var/lib/dpkg" --show --showformat '${Version}\n' |
-    sort | uniq -c) =~ ^\ *7\ $version$ ]] || fail "not all are upgraded to $version"
+    sort | uniq -c) =~ ^\ *${#all[@]}\ $version$ ]] || fail "not all are upgraded to $version"
   dpkg --root="$root" --force-not-root --verify | grep . && fail "files differ from the packages'"
 
-  dynamic=$(readelf --dynamic "$root/usr/bin/sysconfctl" "$root/usr/$libdir"/lib*.so)
+  dynamic=$(readelf --dynamic "$root"/usr/bin/sysconf{ctl,sync} "$root/usr/$libdir"/lib*.so)
   grep -E 'R(UN)?PATH' <<<"$dynamic" && fail "libraries are searched for in folders of their own"
   [[ "sysconfctl $version" == "$(tool --version)" ]] || fail "the tool says $(tool --version)"
   [[ $(tool --env-file "$source/samples/ha-pair/master.env" get product-name) == core ]] ||

@@ -4,9 +4,11 @@
 #include "etcd/Encoding.h"
 #include "etcd/EtcdError.h"
 #include "etcd/Requests.h"
-#include "support/Command.h"
+#include "sysconfsync/Sync.h"
 
 #include <gmock/gmock.h>
+
+#include <regex>
 
 namespace {
 
@@ -81,6 +83,21 @@ TEST(SyncCommandLine, Mistake_IsReportedWithStatus2) {
         EXPECT_EQ(result.exitStatus, 2) << row.error;
         EXPECT_THAT(result.errors, HasSubstr(row.error));
     }
+}
+
+TEST(SyncManPage, EveryOptionOfTheHelp_IsInTheManualPage) {
+    const std::string page = support::readText(SYSCONF_SOURCE_DIRECTORY "/docs/man/sysconfsync.1");
+    const std::regex option("--([a-z-]+)");
+    std::size_t options = 0;
+    for (const char* command : {"publish", "rollback", "fetch", "status"}) {
+        const std::string help = support::Command(SYSCONFSYNC, {command, "--help"}).run().output;
+        for (auto found = std::sregex_iterator(help.begin(), help.end(), option);
+             found != std::sregex_iterator(); ++found) {
+            EXPECT_THAT(page, HasSubstr("Fl Fl " + found->str(1))) << command;
+            ++options;
+        }
+    }
+    EXPECT_GT(options, 30U);
 }
 
 } // namespace

@@ -113,7 +113,7 @@ TEST_F(SyncStatusOutput, Wait_EndsAtItsTimeout) {
     const CommandResult done = waitFor("2", {"--timeout", "1"}).finish();
     EXPECT_EQ(done.exitStatus, 1);
     EXPECT_EQ(done.errors, "sysconfsync: not all nodes run version 2 after 1 s\n");
-    EXPECT_THAT(done.output, HasSubstr("node-2\t1\t2026-11-22T14:00:00Z\tbehind\t\t\n"));
+    EXPECT_THAT(done.output, HasSubstr("node-2\t1\t2026-11-22T14:00:00Z\tolder\t\t\n"));
 }
 
 TEST_F(SyncStatusOutput, VersionThatDoesNotExist_IsAnError) {

@@ -25,7 +25,7 @@ constexpr const char* kRefused = "refused";
 struct NodeRow {
     std::string node;
     NodeStatus status;
-    /// "current": runs the version or a newer one; "behind": an older one; "refused"; "silent":
+    /// "current": runs the version or a newer one; "older": an older one; "refused"; "silent":
     /// has no status; "removed": not a node of the version.
     std::string state;
 };
@@ -33,7 +33,7 @@ struct NodeRow {
 std::string stateOf(const NodeStatus& status, std::int64_t version) {
     return status.version >= version                              ? kCurrent
            : status.refused && status.refused->version >= version ? kRefused
-                                                                  : "behind";
+                                                                  : "older";
 }
 
 std::vector<NodeRow> rowsOf(const std::set<std::string>& names, const Statuses& statuses,
