@@ -95,6 +95,24 @@ TEST_F(SyncClient, WatchAtAMemberThatFreezes_ContinuesAtAnother) {
     EXPECT_EQ(last, "1");
 }
 
+TEST_F(SyncClient, WatchAtAMemberThatLosesItsLeader_FailsInsteadOfWaiting) {
+    Etcd etcd({.members = 3});
+    Connection connection = etcd.connection();
+    connection.callLimit = std::chrono::minutes(5); // longer than the test may take
+    Client client(connection);
+    put(client, "a", "0");
+    try {
+        client.watch({.key = "a"}, [&](const std::vector<WatchEvent>& /*events*/) {
+            etcd.kill(1);
+            etcd.kill(2);
+            return true;
+        });
+        FAIL() << "no exception";
+    } catch (const EtcdError& error) {
+        EXPECT_EQ(error.reason, Failure::Unreachable) << error.what();
+    }
+}
+
 TEST_F(SyncClient, Watch_EndsAtItsDeadlineAndByItsDescriptors) {
     const Etcd etcd;
     const Signal stop;

@@ -86,12 +86,14 @@ TEST_F(Publish, TreeThatCannotBeDistributed_IsRefused) {
         const char* error;
     } rows[] = {
         {"APP_CONF_FILE", "OTHER_FILE", "its process has no node"},
-        {"manager", "../other/manager", "is not in the published folder"},
+        {"TOLM_ROOT=", "TOLM_ROOT=../other/", "is not in the published folder"},
+        {"APP_ROOT=", "APP_ROOT=" + testDirectory().string() + "/APP_ROOT=/",
+         "APP_ROOT is an absolute path"},
     };
     copySample("ha-pair", "other");
     for (const auto& row : rows) {
         SCOPED_TRACE(row.from);
-        const auto tree = copySample("ha-pair", std::string("tree-") + row.from);
+        const auto tree = copySample("ha-pair", row.from);
         replaceText(tree / "standby.env", row.from, row.to);
         const CommandResult refused = publish(etcd, tree);
         EXPECT_EQ(refused.exitStatus, 1) << refused.output;
@@ -114,6 +116,9 @@ TEST_F(Publish, TreeBasedOnAnOlderVersion_IsRefusedUntilTheNewerOneIsFetched) {
                 AllOf(HasSubstr("version 2 ("), HasSubstr(Reader(etcd).store.current().info->who),
                       HasSubstr("new port) is current, and this tree is based on version 1")));
     EXPECT_EQ(Reader(etcd).store.current().version(), 2);
+    EXPECT_EQ(publish(etcd, theirs, {"--prefix", "/other"}).output,
+              "version 1 is published for 2 nodes\n");
+    EXPECT_EQ(runSync(etcd, {"fetch", mine}).exitStatus, 2);
     EXPECT_EQ(publish(etcd, mine, {"--based-on", "2"}).output,
               "version 3 is published for 2 nodes\n");
 }

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <json/json.h>
 
+#include <csignal>
 #include <sstream>
 
 namespace {
@@ -114,6 +115,15 @@ TEST_F(SyncStatusOutput, Wait_EndsAtItsTimeout) {
     EXPECT_EQ(done.exitStatus, 1);
     EXPECT_EQ(done.errors, "sysconfsync: not all nodes run version 2 after 1 s\n");
     EXPECT_THAT(done.output, HasSubstr("node-2\t1\t2026-11-22T14:00:00Z\tolder\t\t\n"));
+}
+
+TEST_F(SyncStatusOutput, Wait_EndsBySignal) {
+    RunningCommand waiting = waitFor("2");
+    etcd->waitForMetric(0, "etcd_debugging_mvcc_watcher_total 1");
+    waiting.signal(SIGTERM);
+    const CommandResult done = waiting.finish();
+    EXPECT_EQ(done.exitStatus, 1);
+    EXPECT_EQ(done.errors, "sysconfsync: interrupted\n");
 }
 
 TEST_F(SyncStatusOutput, VersionThatDoesNotExist_IsAnError) {

@@ -2,6 +2,7 @@
 #include "tree/DeploymentTree.h"
 
 #include "check/Checker.h"
+#include "cli/Environment.h"
 #include "cli/FileBytes.h"
 #include "cli/UsageError.h"
 #include "deployment/JsonValues.h"
@@ -47,6 +48,10 @@ std::string nodeOf(const View& view) {
     return ids.size() == 1 ? *ids.begin() : "";
 }
 
+bool isPathVariable(const std::string& name) {
+    return name == "APP_CONF_FILE" || name == "APP_ROOT" || name == "TOLM_ROOT";
+}
+
 class Collector {
 public:
     explicit Collector(const std::string& directory)
@@ -60,7 +65,14 @@ public:
                                    "in the app config file");
             return;
         }
-        addFile(node, paths.envFile, paths.envFile, sysconfctl::readBytes(paths.envFile));
+        const std::string text = sysconfctl::readBytes(paths.envFile);
+        for (const auto& [variable, value] : sysconfctl::parseEnvFile(text, paths.envFile)) {
+            if (fs::path(value).is_absolute() && isPathVariable(variable)) {
+                problem(paths.envFile, variable + " is an absolute path, which leads elsewhere on "
+                                                  "the node; name it relative to this file");
+            }
+        }
+        addFile(node, paths.envFile, paths.envFile, text);
         addFile(node, paths, paths.appConfig, view.appConfig);
         addFile(node, paths, paths.nodeList, view.nodeList);
         addFile(node, paths, paths.managerNodeList, view.managerNodeList);
