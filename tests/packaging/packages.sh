@@ -49,7 +49,7 @@ make() {
   pack "$folder" 022
   diff <(printf '%s\n' "${all[@]}") <(find "$folder" -name '*.deb' ! -name '*-dbgsym_*' -printf '%f\n' |
     sed 's/_.*//' | sort)
-  [[ $(find "$folder" -name '*-dbgsym_*.deb' | wc -l) -eq 4 ]] || fail "not four packages of debug symbols"
+  [[ $(find "$folder" -name '*-dbgsym_*.deb' | wc -l) -eq 5 ]] || fail "not five packages of debug symbols"
   pack "$work/again" 077
   diff -r --exclude='*.buildinfo' --exclude='*.changes' "$folder" "$work/again"
 }
