@@ -35,19 +35,21 @@ void put(Client& client, const std::string& key, const std::string& value) {
     client.transact({{}, {Put{key, value}}, {}});
 }
 
-TEST_F(SyncClient, RestartedMemberThatHasForgottenTheToken_IsAskedAgain) {
-    Etcd etcd;
+TEST_F(SyncClient, TokenThatIsNoLongerValid_IsRenewed) {
+    const Etcd etcd;
     etcd.requireUsers("right");
     Connection connection = etcd.connection();
     connection.user = "root";
     connection.password = "right";
     Client client(connection);
+    const auto invalidateTokens = [&] {
+        etcd.control({"--user", "root:right", "auth", "disable"});
+        etcd.control({"auth", "enable"});
+    };
     put(client, "a", "1");
-    etcd.kill(0);
-    etcd.restart(0);
+    invalidateTokens();
     EXPECT_EQ(client.range({"a"}).keys.front().value, "1");
-    etcd.kill(0);
-    etcd.restart(0);
+    invalidateTokens();
     const WatchEnd end = client.watch({.key = "a"}, [](const auto& /*events*/) { return false; });
     EXPECT_EQ(end, WatchEnd::Stopped);
 }
