@@ -36,7 +36,8 @@ std::string nodeOf(const View& view) {
     if (view.appConfig == nullptr) {
         return {};
     }
-    const Json::Value& processes = sysconfctl::valueAt(view.appConfig->tree, {"processes"});
+    const sysconfctl::located::Path path = {"processes"};
+    const Json::Value& processes = sysconfctl::valueAt(view.appConfig->tree, path);
     std::set<std::string> ids;
     if (view.instance) {
         ids.insert(sysconfctl::textAt(processes, {*view.instance, "nodeId"}));
