@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "follow/Folder.h"
+#include "support/TestDirectory.h"
+
+#include <gmock/gmock.h>
+
+#include <fstream>
+#include <iterator>
+#include <set>
+
+namespace {
+
+using namespace sysconfsync;
+using ::testing::ElementsAre;
+using ::testing::UnorderedElementsAre;
+namespace fs = std::filesystem;
+
+const VersionId kFive{5, "five"};
+const VersionId kSix{6, "six"};
+const VersionId kSeven{7, "seven"};
+
+class FolderTest : public testing::Test {
+protected:
+    const fs::path m_root = support::testDirectory() / "node";
+    Folder m_folder{m_root};
+
+    void apply(const VersionId& version, const Files& files) {
+        m_folder.write(version, files);
+        m_folder.apply(version);
+    }
+
+    std::set<std::string> names(const fs::path& folder) const {
+        std::set<std::string> found;
+        for (const auto& entry : fs::directory_iterator(folder)) {
+            found.insert(entry.path().filename());
+        }
+        return found;
+    }
+};
+
+TEST_F(FolderTest, NothingApplied_IsVersionZero) {
+    EXPECT_EQ(m_folder.applied(), VersionId());
+    EXPECT_EQ(m_folder.since(), "");
+    EXPECT_EQ(m_folder.appliedFile("a"), "");
+}
+
+TEST_F(FolderTest, AppliedVersion_IsReadThroughTheLink) {
+    const std::string bytes("a\0b", 3);
+    apply(kFive, {{"etc/sysconf/list.json", bytes}, {"app.json", ""}});
+    EXPECT_EQ(m_folder.applied(), kFive);
+    EXPECT_EQ(m_folder.appliedFile("etc/sysconf/list.json"), bytes);
+    EXPECT_EQ(fs::read_symlink(m_root / "current"), "versions/5");
+    EXPECT_THAT(names(m_root / "current"), UnorderedElementsAre(".version", "app.json", "etc"));
+    EXPECT_EQ(m_folder.since().size(), std::string("2000-01-01T00:00:00Z").size());
+}
+
+TEST_F(FolderTest, WrittenVersion_IsNotAppliedYet) {
+    apply(kFive, {{"a", "5"}});
+    EXPECT_EQ(m_folder.write(kSix, {{"a", "6"}}), m_root / "versions/6.tmp");
+    EXPECT_EQ(m_folder.applied(), kFive);
+    EXPECT_EQ(m_folder.appliedFile("a"), "5");
+    m_folder.removeUnfinished();
+    EXPECT_THAT(names(m_root / "versions"), ElementsAre("5"));
+}
+
+TEST_F(FolderTest, ThirdVersion_TheOneBeforeIsKept) {
+    apply(kFive, {{"a", "5"}});
+    apply(kSix, {{"b", "6"}});
+    apply(kSeven, {{"c", "7"}});
+    EXPECT_THAT(names(m_root / "versions"), UnorderedElementsAre("6", "7"));
+    EXPECT_THAT(names(m_root), UnorderedElementsAre("current", "versions"));
+}
+
+TEST_F(FolderTest, SameNumberAgain_FilesAreReplaced) {
+    apply(kFive, {{"a", "5"}, {"old", ""}});
+    apply({5, "another five"}, {{"a", "new"}});
+    EXPECT_EQ(m_folder.applied(), (VersionId{5, "another five"}));
+    EXPECT_THAT(names(m_root / "current"), UnorderedElementsAre(".version", "a"));
+    EXPECT_THAT(names(m_root / "versions"), ElementsAre("5"));
+}
+
+TEST_F(FolderTest, RenamedButNotApplied_IsWrittenAgain) {
+    apply(kFive, {{"a", "5"}});
+    fs::create_directory(m_root / "versions/6");
+    fs::create_symlink("versions/6", m_root / "current.tmp");
+    apply(kSix, {{"a", "6"}});
+    EXPECT_EQ(m_folder.appliedFile("a"), "6");
+}
+
+TEST_F(FolderTest, LinkToAMissingVersion_IsVersionZero) {
+    fs::create_symlink("versions/9", m_root / "current");
+    EXPECT_EQ(m_folder.applied(), VersionId());
+    apply(kFive, {{"a", "5"}});
+    EXPECT_EQ(m_folder.applied(), kFive);
+}
+
+TEST_F(FolderTest, SecondFollower_IsRefused) {
+    EXPECT_THROW(Folder(m_root.string()), std::runtime_error);
+}
+
+TEST_F(FolderTest, LinkInTheWay_IsNotFollowed) {
+    const fs::path outside = support::testDirectory() / "outside";
+    std::ofstream(outside) << "untouched";
+    fs::create_symlink(outside, m_root / "versions/5.tmp");
+    apply(kFive, {{"a", "5"}});
+    std::ifstream file(outside);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "untouched");
+}
+
+} // namespace

@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: Apache-2.0
+// `sysconfsync follow` against real members of etcd. After each disturbance the folder has one
+// whole version, and the status in etcd says which.
+
+#include "Following.h"
+
+#include <csignal>
+
+namespace {
+
+using ::testing::HasSubstr;
+using namespace following;
+
+TEST_F(Follow, PublishedVersion_ReachesTheAnswersOfAProcess) {
+    publish(31001);
+    support::RunningCommand follower = follow();
+    waitForApplied(1);
+    support::RunningCommand process = watchPort();
+    process.waitForErrors("subscribed to changes");
+    process.waitForOutput("31001");
+    publish(31002);
+    process.waitForOutput("31002");
+    waitForApplied(2);
+    process.signal(SIGTERM);
+    EXPECT_THAT(process.finish().output, Not(HasSubstr("no longer loads")));
+    follower.signal(SIGTERM);
+    EXPECT_EQ(follower.finish().exitStatus, 0);
+}
+
+TEST_F(Follow, NothingPublished_FolderStaysEmpty) {
+    EXPECT_EQ(once().exitStatus, 1);
+    EXPECT_EQ(appliedVersion(), 0);
+    EXPECT_EQ(status().version, 0);
+}
+
+TEST_F(Follow, BrokenFile_VersionIsRefusedUntilTheNextOne) {
+    publish(31001);
+    support::RunningCommand follower = follow();
+    waitForApplied(1);
+    Files broken = filesOf(31002);
+    broken["etc/app.json"].resize(100);
+    publish(broken);
+    const Refusal refusal = waitForRefusal(2);
+    EXPECT_EQ(refusal.findings[0]["name"], "syntax");
+    EXPECT_EQ(refusal.findings[0]["file"], "etc/app.json");
+    expectWhole(31001);
+    publish(31003);
+    waitForApplied(3);
+    EXPECT_FALSE(status().refused);
+    expectWhole(31003);
+}
+
+TEST_F(Follow, OlderVersion_IsAppliedOnlyOnRequest) {
+    publish(31001);
+    publish(31002);
+    EXPECT_EQ(once().exitStatus, 0);
+    publishAgain(1);
+    const auto refused = once();
+    EXPECT_EQ(refused.exitStatus, 1);
+    EXPECT_THAT(refused.errors, HasSubstr("version 1 is older than the applied version 2"));
+    EXPECT_EQ(waitForRefusal(1).findings[0]["name"], "older-version");
+    expectWhole(31002);
+    EXPECT_EQ(once({"--accept-older"}).exitStatus, 0);
+    waitForApplied(1);
+    expectWhole(31001);
+}
+
+TEST_F(Follow, NodeThatIsNotInTheVersion_IsRefused) {
+    publish(31001);
+    EXPECT_EQ(once().exitStatus, 0);
+    publish(Nodes{{"another", filesOf(31002)}});
+    EXPECT_EQ(once().exitStatus, 1);
+    EXPECT_EQ(waitForRefusal(2).findings[0]["name"], "no-node");
+    expectWhole(31001);
+}
+
+TEST_F(Follow, SecondFollowerInTheFolder_EndsWithAnError) {
+    publish(31001);
+    const support::RunningCommand follower = follow();
+    waitForApplied(1);
+    const auto second = once();
+    EXPECT_NE(second.exitStatus, 0);
+    EXPECT_THAT(second.errors, HasSubstr("another process follows in this folder"));
+}
+
+class HostileRecords : public Follow, public testing::WithParamInterface<std::string> {};
+
+TEST_P(HostileRecords, AnyRecordOfTheNode_IsRefused) {
+    publish(31001);
+    EXPECT_EQ(once().exitStatus, 0);
+    publish(31002);
+    put("versions/2/nodes/node-2", GetParam());
+    const auto result = once();
+    EXPECT_EQ(result.exitStatus, 1) << result.errors;
+    EXPECT_EQ(waitForRefusal(2).version, 2);
+    EXPECT_EQ(status().version, 1);
+    expectWhole(31001);
+    EXPECT_FALSE(std::filesystem::exists(m_folder / "outside"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Follow, HostileRecords,
+                         testing::Values("", "no JSON", "[]", "{}", R"({"files": []})",
+                                         R"({"files": {"a": 1}})",
+                                         R"({"files": {"../../outside": {"text": ""}}})",
+                                         R"({"files": {"a\u0000b": {"text": ""}}})",
+                                         R"({"files": {"a": {"text": "***"}}})",
+                                         R"({"files": {"a": {"text": []}}})",
+                                         R"({"files": {"a": {"shared": "../info"}}})",
+                                         R"({"files": {"a": {"shared": "sum"}}})",
+                                         std::string(100'000, '['), std::string("\0\xFF", 2)));
+
+class HostileCurrent : public Follow, public testing::WithParamInterface<const char*> {};
+
+TEST_P(HostileCurrent, AnyRecordOfTheCurrentVersion_IsRefused) {
+    publish(31001);
+    support::RunningCommand follower = follow();
+    waitForApplied(1);
+    put("current", GetParam());
+    follower.waitForErrors("version 0 is refused");
+    expectWhole(31001);
+    publishAgain(1);
+    waitFor([](const NodeStatus& status) { return !status.refused; });
+    follower.signal(SIGTERM);
+    EXPECT_EQ(follower.finish().exitStatus, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Follow, HostileCurrent,
+                         testing::Values("", "[]", R"({"version": 0})", R"({"version": {}})"));
+
+TEST_F(Follow, WallClockThatJumps_ChangesNoDecision) {
+    publish(31001);
+    support::Command command = followCommand({});
+    command.variable("LD_PRELOAD", SYSCONF_JUMPING_CLOCK);
+    support::RunningCommand follower = command.start();
+    waitForApplied(1);
+    publish(31002);
+    waitForApplied(2);
+    expectWhole(31002);
+    follower.signal(SIGTERM);
+    EXPECT_EQ(follower.finish().exitStatus, 0);
+}
+
+TEST_F(Follow, AnySignalToEnd_EndsTheWatch) {
+    publish(31001);
+    for (const int signal : {SIGTERM, SIGINT}) {
+        support::RunningCommand follower = follow();
+        waitForApplied(1);
+        follower.signal(signal);
+        EXPECT_EQ(follower.finish().exitStatus, 0) << signal;
+    }
+}
+
+} // namespace

@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "follow/VersionCheck.h"
+#include "support/Deployment.h"
+#include "support/TestDirectory.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using namespace sysconfsync;
+using namespace std::string_literals;
+using ::testing::HasSubstr;
+namespace fs = std::filesystem;
+
+class PathFaults : public testing::TestWithParam<std::string> {};
+
+TEST_P(PathFaults, AnyHostilePath_IsReported) {
+    const Json::Value faults = pathFaults({{GetParam(), ""}, {"etc/app.json", ""}});
+    ASSERT_EQ(faults.size(), 1U) << faults;
+    EXPECT_EQ(faults[0]["name"], "path");
+}
+
+INSTANTIATE_TEST_SUITE_P(VersionCheck, PathFaults,
+                         testing::Values("", "/etc/passwd", "..", "../a", "a/../../b", "a/..", ".",
+                                         "./a", "a//b", "a/", "a\0b"s, "a\nb", "\x1B[2J",
+                                         ".version", "etc", std::string(256, 'a'),
+                                         "a/" + std::string(256, 'b') + "/c", [] {
+                                             std::string deep = "a";
+                                             for (int i = 0; i < 600; ++i) {
+                                                 deep += "/a";
+                                             }
+                                             return deep;
+                                         }()));
+
+TEST(VersionCheck, OrdinaryPaths_AreAccepted) {
+    EXPECT_EQ(pathFaults({{"etc/app.json", ""},
+                          {"etc.json", ""},
+                          {"etc/.hidden", ""},
+                          {"..a/b..", ""},
+                          {"sub/.version", ""},
+                          {"\xC3\xBC", ""}})
+                  .size(),
+              0U);
+}
+
+TEST(VersionCheck, FolderThatIsAlsoAFile_NamesTheFileBelow) {
+    const Json::Value faults = pathFaults({{"a", ""}, {"a/b", ""}});
+    ASSERT_EQ(faults.size(), 1U);
+    EXPECT_THAT(faults[0]["text"].asString(), HasSubstr("\"a/b\""));
+}
+
+class CheckedVersion : public testing::Test {
+protected:
+    const fs::path m_folder = support::testDirectory() / "version";
+
+    void write(const std::string& path, const std::string& text) const {
+        support::writeFile(m_folder / path, text);
+    }
+
+    /// A standby and two masters with a service address each.
+    void writeStandby() const {
+        write("app.json", R"({"processes": {"p": {"nodeId": "c"}},
+                              "databases": {"db": [{"type": "t"}]}})");
+        write("etc/sysconf/nodelist.json", R"({"nodeList": {
+            "a": {"extAttr": {"hostType": "master"},
+                  "IPAddresses": [{"IP": "192.0.2.1", "usage": ["service"]}]},
+            "b": {"extAttr": {"hostType": "master"},
+                  "IPAddresses": [{"IP": "192.0.2.2", "usage": ["service"]}]},
+            "c": {"extAttr": {"hostType": "standby"},
+                  "IPAddresses": [{"IP": "192.0.2.3", "usage": ["maintenance"]}]}}})");
+    }
+};
+
+TEST_F(CheckedVersion, SoundFiles_NoErrors) {
+    writeStandby();
+    const CheckOutcome outcome = checkVersion(m_folder, {"192.0.2.1"});
+    EXPECT_EQ(outcome.errors.size(), 0U) << outcome.errors;
+    EXPECT_FALSE(outcome.dependsOnHost);
+}
+
+TEST_F(CheckedVersion, HostWithTwoServiceAddresses_ErrorDependsOnTheHost) {
+    writeStandby();
+    const CheckOutcome outcome = checkVersion(m_folder, {"192.0.2.1", "192.0.2.2"});
+    ASSERT_EQ(outcome.errors.size(), 1U) << outcome.errors;
+    EXPECT_EQ(outcome.errors[0]["name"], "several-sources");
+    EXPECT_TRUE(outcome.dependsOnHost);
+}
+
+TEST_F(CheckedVersion, MalformedFile_FindingHasThePlaceInTheVersion) {
+    writeStandby();
+    write("etc/app.json", "{\n  \"processes\": {,}}");
+    const CheckOutcome outcome = checkVersion(m_folder, {});
+    ASSERT_EQ(outcome.errors.size(), 1U) << outcome.errors;
+    EXPECT_EQ(outcome.errors[0]["name"], "syntax");
+    EXPECT_EQ(outcome.errors[0]["file"], "etc/app.json");
+    EXPECT_EQ(outcome.errors[0]["line"], 2);
+    EXPECT_FALSE(outcome.dependsOnHost);
+}
+
+TEST_F(CheckedVersion, NoKnownFile_IsAnError) {
+    write("readme.txt", "");
+    const CheckOutcome outcome = checkVersion(m_folder, {});
+    ASSERT_EQ(outcome.errors.size(), 1U);
+    EXPECT_EQ(outcome.errors[0]["name"], "no-file");
+}
+
+} // namespace

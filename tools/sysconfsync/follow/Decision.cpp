@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "follow/Decision.h"
+
+#include <fmt/format.h>
+
+namespace sysconfsync {
+
+Decision decide(const VersionId& applied, const std::optional<Refused>& refused,
+                const VersionId& published, bool acceptOlder) {
+    const bool isKnown = refused && refused->version == published && !refused->canPass;
+    if (published == applied || isKnown) {
+        return {};
+    }
+    if (published.number < 1) {
+        return {Step::Refuse, fmt::format("{} is no number of a version", published.number)};
+    }
+    if (published.number > applied.number || acceptOlder) {
+        return {Step::Apply};
+    }
+    const char* const relation =
+        published.number < applied.number ? "is older than" : "differs from";
+    return {Step::Refuse,
+            fmt::format("version {} {} the applied version {}, as after a restored backup of etcd: "
+                        "publish a newer one, or ask for this one with --accept-older",
+                        published.number, relation, applied.number)};
+}
+
+} // namespace sysconfsync

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace sysconfsync {
+
+/// A version and the text of its info, with who published it, when and why. After a backup of etcd
+/// has been restored, a number can be published again with other files and another info.
+struct VersionId {
+    std::int64_t number = 0;
+    std::string text;
+
+    bool operator==(const VersionId&) const = default;
+};
+
+/// A version that is not applied.
+struct Refused {
+    VersionId version;
+    /// Whether the reason can pass without a new version, such as a full disk.
+    bool canPass = false;
+};
+
+enum class Step { Nothing, Apply, Refuse };
+
+struct Decision {
+    Step step = Step::Nothing;
+    /// Why it is refused.
+    std::string reason = {};
+};
+
+/// Decides what to do with the published version. It knows no time.
+/// @param applied Number 0 if there is none.
+/// @param refused What was refused last.
+/// @param acceptOlder Whether an older version may replace the applied one.
+Decision decide(const VersionId& applied, const std::optional<Refused>& refused,
+                const VersionId& published, bool acceptOlder);
+
+} // namespace sysconfsync

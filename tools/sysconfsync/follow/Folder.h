@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "follow/Decision.h"
+#include "store/Records.h"
+
+#include <filesystem>
+#include <string>
+
+namespace sysconfsync {
+
+/// The folder of a node:
+///
+///     current       link to the applied version, the only thing that changes; one rename does it
+///     versions/7    its files, and `.version`, the text of the key `current`
+///     versions/6    the version before
+///     versions/8.tmp  a version that is being written
+///
+/// What has a name without ".tmp" is complete and on disk, so a process that dies at any point
+/// leaves a whole version. All operations throw std::system_error.
+class Folder {
+public:
+    /// The name of the file that identifies a version. No published file can have it.
+    static constexpr const char* kVersionFile = ".version";
+
+    /// Creates the folder if it is missing, and locks it until the end of this object.
+    /// @throws std::runtime_error if another process has locked it.
+    explicit Folder(std::filesystem::path root);
+    ~Folder();
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+
+    /// The version that the link leads to; number 0 if there is none.
+    VersionId applied() const;
+    /// When the link was last changed, for people to read; "" if there is no link.
+    std::string since() const;
+    /// The bytes of a file of the applied version; "" if there is none.
+    std::string appliedFile(const std::string& path) const;
+
+    /// Writes a version and waits until it is on disk. Returns the folder with its files.
+    std::filesystem::path write(const VersionId& version, const Files& files);
+    /// Makes the written version the applied one, and removes all but this and the one before.
+    void apply(const VersionId& version);
+    /// Removes versions that were not completely written or not applied.
+    void removeUnfinished();
+
+private:
+    std::filesystem::path m_root;
+    std::filesystem::path m_versions;
+    int m_lock = -1;
+};
+
+} // namespace sysconfsync

@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "follow/VersionCheck.h"
+
+#include "follow/Folder.h"
+
+#include <check/Finding.h>
+#include <cli/UsageError.h>
+#include <render/Text.h>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace sysconfsync {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t kLongestName = 255;
+constexpr std::size_t kLongestPath = 1024;
+
+bool isPlainName(std::string_view name) {
+    const auto isControl = [](unsigned char c) { return c < 0x20 || c == 0x7F; };
+    return !name.empty() && name != "." && name != ".." && name.size() <= kLongestName &&
+           std::none_of(name.begin(), name.end(), isControl);
+}
+
+bool isPlainPath(std::string_view path) {
+    std::string_view rest = path;
+    for (std::size_t slash = rest.find('/'); slash != std::string_view::npos;
+         slash = rest.find('/')) {
+        if (!isPlainName(rest.substr(0, slash))) {
+            return false;
+        }
+        rest.remove_prefix(slash + 1);
+    }
+    return isPlainName(rest) && path.size() <= kLongestPath && path != Folder::kVersionFile;
+}
+
+/// Whether a folder on the way to the file has the path of another file.
+bool isBelowFile(const std::string& path, const Files& files) {
+    for (std::size_t slash = path.find('/'); slash != std::string::npos;
+         slash = path.find('/', slash + 1)) {
+        if (files.contains(path.substr(0, slash))) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// The path in the finding is relative to the folder of the version.
+Json::Value toJson(const sysconfctl::Finding& finding, const fs::path& folder) {
+    Json::Value row = findingOf(std::string(finding.name).c_str(), finding.sentence);
+    if (finding.file != nullptr) {
+        row["file"] = fs::path(finding.file->path).lexically_relative(folder).string();
+    }
+    if (finding.offset) {
+        const auto place = finding.file->document.place(*finding.offset);
+        row["line"] = static_cast<Json::UInt64>(place.line);
+        row["column"] = static_cast<Json::UInt64>(place.column);
+    }
+    return row;
+}
+
+Json::Value errorsOf(const sysconfctl::Inventory& inventory, const fs::path& folder) {
+    Json::Value errors(Json::arrayValue);
+    for (const sysconfctl::Finding& finding : sysconfctl::check(inventory).findings) {
+        if (finding.severity == sysconfctl::Severity::Error) {
+            errors.append(toJson(finding, folder));
+        }
+    }
+    return errors;
+}
+
+} // namespace
+
+Json::Value findingOf(const char* name, const std::string& text) {
+    Json::Value row(Json::objectValue);
+    row["severity"] = "error";
+    row["name"] = name;
+    row["text"] = text;
+    return row;
+}
+
+Json::Value pathFaults(const Files& files) {
+    Json::Value faults(Json::arrayValue);
+    for (const auto& [path, bytes] : files) {
+        if (!isPlainPath(path)) {
+            faults.append(
+                findingOf("path", fmt::format("\"{}\" is no path of a file in the folder of a "
+                                              "version",
+                                              sysconfctl::escaped(path))));
+        } else if (isBelowFile(path, files)) {
+            faults.append(findingOf("path", fmt::format("\"{}\" is in a folder that is also a file",
+                                                        sysconfctl::escaped(path))));
+        }
+    }
+    return faults;
+}
+
+CheckOutcome checkVersion(const fs::path& folder, const std::list<std::string>& hostAddresses) {
+    CheckOutcome outcome{Json::Value(Json::arrayValue)};
+    try {
+        sysconfctl::Inventory inventory = sysconfctl::inventoryOf({folder.string()}, {});
+        outcome.errors = errorsOf(inventory, folder);
+        if (outcome.errors.empty()) {
+            inventory.hostAddresses = hostAddresses;
+            outcome.errors = errorsOf(inventory, folder);
+            outcome.dependsOnHost = !outcome.errors.empty();
+        }
+    } catch (const sysconfctl::UsageError&) {
+        outcome.errors.append(
+            findingOf("no-file", "the version has no file that the library reads"));
+    }
+    return outcome;
+}
+
+} // namespace sysconfsync

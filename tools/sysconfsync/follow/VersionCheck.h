@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "store/Records.h"
+
+#include <json/value.h>
+
+#include <filesystem>
+#include <list>
+#include <string>
+
+namespace sysconfsync {
+
+/// A finding as in the JSON output of `sysconfctl check`, about no place.
+Json::Value findingOf(const char* name, const std::string& text);
+
+/// An array of findings: paths that lead out of the folder, that are no names of files, or of which
+/// one would have to be both a file and a folder.
+Json::Value pathFaults(const Files& files);
+
+struct CheckOutcome {
+    /// An array: errors only, because warnings do not prevent a version from being applied.
+    Json::Value errors;
+    /// Whether the files are correct on a host with other addresses. Addresses move between hosts
+    /// without a new version, so the check is worth repeating.
+    bool dependsOnHost = false;
+};
+
+/// Checks the files of one node, as `sysconfctl check` does.
+/// @param hostAddresses The addresses of the host on which the node runs.
+CheckOutcome checkVersion(const std::filesystem::path& folder,
+                          const std::list<std::string>& hostAddresses);
+
+} // namespace sysconfsync
