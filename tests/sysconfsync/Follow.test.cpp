@@ -58,7 +58,7 @@ TEST_F(Follow, OlderVersion_IsAppliedOnlyOnRequest) {
     const auto refused = once();
     EXPECT_EQ(refused.exitStatus, 1);
     EXPECT_THAT(refused.errors, HasSubstr("version 1 is older than the applied version 2"));
-    EXPECT_EQ(waitForRefusal(1).findings[0]["name"], "older-version");
+    EXPECT_EQ(waitForRefusal(1).findings[0]["name"], "version");
     expectWhole(31002);
     EXPECT_EQ(once({"--accept-older"}).exitStatus, 0);
     waitForApplied(1);

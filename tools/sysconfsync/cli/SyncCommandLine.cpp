@@ -91,6 +91,16 @@ public:
                   "Wait until all nodes run this version or a newer one");
         addNumber(status, "--timeout", m_timeout, "SECONDS", "Limit of --wait; default: none");
 
+        CLI::App& follow = command("follow", "Keep the files of one node up to date", runFollow);
+        follow.add_option("NODE", m_options.node, "The node")->required()->type_name("");
+        follow
+            .add_option("--folder", m_options.directory,
+                        "Receives the files, below \"current\"; default: the working directory")
+            ->type_name("DIR");
+        follow.add_flag("--once", m_options.once, "Apply what is published, and end");
+        follow.add_flag("--accept-older", m_options.acceptOlder,
+                        "Apply an older version than the applied one, too");
+
         m_app.footer(kFooter);
     }
 

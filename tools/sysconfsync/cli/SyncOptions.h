@@ -21,7 +21,7 @@ struct SyncOptions {
     sysconfctl::Format format = sysconfctl::Format::Table;
     sysconfctl::ColorChoice color = sysconfctl::ColorChoice::Auto;
 
-    /// The tree to publish, or to write.
+    /// The tree to publish, or to write; the folder of a node.
     std::string directory;
     /// Unset: the version in the state file of the tree.
     std::optional<std::int64_t> basedOn;
@@ -33,6 +33,10 @@ struct SyncOptions {
     std::optional<std::int64_t> version;
     /// The version to wait for.
     std::optional<std::int64_t> wait;
+    /// The node to follow.
+    std::string node;
+    bool once = false;
+    bool acceptOlder = false;
     /// Unset: no limit.
     std::optional<std::chrono::seconds> timeout;
 };

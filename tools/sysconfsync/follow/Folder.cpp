@@ -84,7 +84,8 @@ std::int64_t numberIn(const std::string& name) {
 
 } // namespace
 
-Folder::Folder(fs::path root) : m_root(std::move(root)), m_versions(m_root / "versions") {
+Folder::Folder(const fs::path& root)
+    : m_root(fs::absolute(root).lexically_normal()), m_versions(m_root / "versions") {
     fs::create_directories(m_versions);
     m_lock = checked(::open(m_root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC), "open", m_root);
     if (::flock(m_lock, LOCK_EX | LOCK_NB) != 0) {

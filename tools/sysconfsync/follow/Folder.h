@@ -25,7 +25,7 @@ public:
 
     /// Creates the folder if it is missing, and locks it until the end of this object.
     /// @throws std::runtime_error if another process has locked it.
-    explicit Folder(std::filesystem::path root);
+    explicit Folder(const std::filesystem::path& root);
     ~Folder();
     Folder(const Folder&) = delete;
     Folder& operator=(const Folder&) = delete;

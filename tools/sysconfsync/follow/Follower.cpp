@@ -89,7 +89,7 @@ void Follower::settle(const Current& current) {
     if (decision.step == Step::Apply) {
         apply(published);
     } else if (decision.step == Step::Refuse) {
-        refuse(published, only(findingOf("older-version", decision.reason)), false);
+        refuse(published, only(findingOf("version", decision.reason)), false);
     } else if (published == m_applied) {
         m_refused.reset();
     }
