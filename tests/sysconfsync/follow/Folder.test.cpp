@@ -19,7 +19,7 @@ const VersionId kFive{5, "five"};
 const VersionId kSix{6, "six"};
 const VersionId kSeven{7, "seven"};
 
-class FolderTest : public testing::Test {
+class NodeFolder : public testing::Test {
 protected:
     const fs::path m_root = support::testDirectory() / "node";
     Folder m_folder{m_root};
@@ -38,13 +38,13 @@ protected:
     }
 };
 
-TEST_F(FolderTest, NothingApplied_IsVersionZero) {
+TEST_F(NodeFolder, NothingApplied_IsVersionZero) {
     EXPECT_EQ(m_folder.applied(), VersionId());
     EXPECT_EQ(m_folder.since(), "");
     EXPECT_EQ(m_folder.appliedFile("a"), "");
 }
 
-TEST_F(FolderTest, AppliedVersion_IsReadThroughTheLink) {
+TEST_F(NodeFolder, AppliedVersion_IsReadThroughTheLink) {
     const std::string bytes("a\0b", 3);
     apply(kFive, {{"etc/sysconf/list.json", bytes}, {"app.json", ""}});
     EXPECT_EQ(m_folder.applied(), kFive);
@@ -54,7 +54,7 @@ TEST_F(FolderTest, AppliedVersion_IsReadThroughTheLink) {
     EXPECT_EQ(m_folder.since().size(), std::string("2000-01-01T00:00:00Z").size());
 }
 
-TEST_F(FolderTest, WrittenVersion_IsNotAppliedYet) {
+TEST_F(NodeFolder, WrittenVersion_IsNotAppliedYet) {
     apply(kFive, {{"a", "5"}});
     EXPECT_EQ(m_folder.write(kSix, {{"a", "6"}}), m_root / "versions/6.tmp");
     EXPECT_EQ(m_folder.applied(), kFive);
@@ -63,7 +63,7 @@ TEST_F(FolderTest, WrittenVersion_IsNotAppliedYet) {
     EXPECT_THAT(names(m_root / "versions"), ElementsAre("5"));
 }
 
-TEST_F(FolderTest, ThirdVersion_TheOneBeforeIsKept) {
+TEST_F(NodeFolder, ThirdVersion_TheOneBeforeIsKept) {
     apply(kFive, {{"a", "5"}});
     apply(kSix, {{"b", "6"}});
     apply(kSeven, {{"c", "7"}});
@@ -71,7 +71,7 @@ TEST_F(FolderTest, ThirdVersion_TheOneBeforeIsKept) {
     EXPECT_THAT(names(m_root), UnorderedElementsAre("current", "versions"));
 }
 
-TEST_F(FolderTest, SameNumberAgain_FilesAreReplaced) {
+TEST_F(NodeFolder, SameNumberAgain_FilesAreReplaced) {
     apply(kFive, {{"a", "5"}, {"old", ""}});
     apply({5, "another five"}, {{"a", "new"}});
     EXPECT_EQ(m_folder.applied(), (VersionId{5, "another five"}));
@@ -79,7 +79,7 @@ TEST_F(FolderTest, SameNumberAgain_FilesAreReplaced) {
     EXPECT_THAT(names(m_root / "versions"), ElementsAre("5"));
 }
 
-TEST_F(FolderTest, RenamedButNotApplied_IsWrittenAgain) {
+TEST_F(NodeFolder, RenamedButNotApplied_IsWrittenAgain) {
     apply(kFive, {{"a", "5"}});
     fs::create_directory(m_root / "versions/6");
     fs::create_symlink("versions/6", m_root / "current.tmp");
@@ -87,18 +87,18 @@ TEST_F(FolderTest, RenamedButNotApplied_IsWrittenAgain) {
     EXPECT_EQ(m_folder.appliedFile("a"), "6");
 }
 
-TEST_F(FolderTest, LinkToAMissingVersion_IsVersionZero) {
+TEST_F(NodeFolder, LinkToAMissingVersion_IsVersionZero) {
     fs::create_symlink("versions/9", m_root / "current");
     EXPECT_EQ(m_folder.applied(), VersionId());
     apply(kFive, {{"a", "5"}});
     EXPECT_EQ(m_folder.applied(), kFive);
 }
 
-TEST_F(FolderTest, SecondFollower_IsRefused) {
+TEST_F(NodeFolder, SecondFollower_IsRefused) {
     EXPECT_THROW(Folder(m_root.string()), std::runtime_error);
 }
 
-TEST_F(FolderTest, LinkInTheWay_IsNotFollowed) {
+TEST_F(NodeFolder, LinkInTheWay_IsNotFollowed) {
     const fs::path outside = support::testDirectory() / "outside";
     std::ofstream(outside) << "untouched";
     fs::create_symlink(outside, m_root / "versions/5.tmp");

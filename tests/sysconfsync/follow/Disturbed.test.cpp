@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: Apache-2.0
+// `sysconfsync follow` beside failures of etcd, and beside a service manager.
+
+#include "Following.h"
+
+#include "support/TestDirectory.h"
+
+#include <algorithm>
+#include <csignal>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace {
+
+using ::testing::HasSubstr;
+using namespace following;
+
+TEST_F(Follow, FrozenMember_TheOthersDeliver) {
+    publish(31001);
+    support::RunningCommand follower = follow();
+    waitForApplied(1);
+    // The followers begin with the first endpoint, and this test uses another one.
+    m_members->signal(0, SIGSTOP);
+    std::vector<std::string> others = m_members->endpoints();
+    others.erase(others.begin());
+    connect(others);
+    publish(31002);
+    waitForApplied(2);
+    expectWhole(31002);
+    m_members->signal(0, SIGCONT);
+}
+
+TEST_F(Follow, EtcdAway_LastVersionStaysAndTheNextOneArrives) {
+    publish(31001);
+    EXPECT_EQ(once().exitStatus, 0);
+    for (std::size_t i = 0; i < m_members->size(); ++i) {
+        m_members->kill(i);
+    }
+    {
+        support::RunningCommand follower = follow();
+        follower.waitForErrors("no etcd endpoint answers");
+        expectWhole(31001);
+        follower.signal(SIGTERM);
+        EXPECT_EQ(follower.finish().exitStatus, 0);
+    }
+    support::RunningCommand follower = follow();
+    follower.waitForErrors("no etcd endpoint answers");
+    for (std::size_t i = 0; i < m_members->size(); ++i) {
+        m_members->start(i);
+    }
+    waitUntilMembersAnswer();
+    publish(31002);
+    waitForApplied(2);
+    expectWhole(31002);
+}
+
+TEST_F(Follow, HistoryDeletedWhileAway_CurrentVersionIsApplied) {
+    publish(31001);
+    support::RunningCommand follower = follow();
+    waitForApplied(1);
+    follower.signal(SIGSTOP);
+    publish(31002);
+    publish(31003);
+    compact();
+    for (std::size_t i = 0; i < m_members->size(); ++i) { // ends the connections of the follower
+        m_members->kill(i);
+        m_members->start(i);
+        waitUntilMembersAnswer();
+    }
+    follower.signal(SIGCONT);
+    waitForApplied(3);
+    expectWhole(31003);
+}
+
+TEST_F(Follow, StatusThatCannotBeWritten_IsWrittenLater) {
+    publish(31001);
+    setAlarm(true);
+    support::RunningCommand follower = follow();
+    follower.waitForErrors("the status cannot be written");
+    expectWhole(31001);
+    setAlarm(false);
+    waitForApplied(1);
+}
+
+TEST_F(Follow, ServiceManager_IsNotifiedOfReadinessWorkAndEnd) {
+    const std::string path = support::testDirectory() / "notify";
+    const int socket = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+    ASSERT_EQ(::bind(socket, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+    std::string received;
+    const auto waitForMessage = [&](const std::string& text) {
+        while (received.find(text) == std::string::npos) {
+            char buffer[1000];
+            received.append(buffer, static_cast<std::size_t>(std::max<ssize_t>(
+                                        ::recv(socket, buffer, sizeof(buffer), 0), 0)));
+            received += '\n';
+        }
+    };
+    support::RunningCommand follower = followCommand().variable("NOTIFY_SOCKET", path).start();
+    waitForMessage("WATCHDOG=1\nSTATUS=version 0 is applied");
+    EXPECT_THAT(received, Not(HasSubstr("READY=1")));
+    publish(31001);
+    waitForMessage("READY=1\nWATCHDOG=1\nSTATUS=version 1 is applied");
+    follower.signal(SIGTERM);
+    waitForMessage("STOPPING=1");
+    EXPECT_EQ(follower.finish().exitStatus, 0);
+    ::close(socket);
+}
+
+} // namespace
