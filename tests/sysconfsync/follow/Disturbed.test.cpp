@@ -55,6 +55,23 @@ TEST_F(Follow, EtcdAway_LastVersionStaysAndTheNextOneArrives) {
     expectWhole(31002);
 }
 
+TEST_F(Follow, EtcdReplacedByAnEmptyOne_VersionStaysAndIsReportedAgain) {
+    publish(31001);
+    support::RunningCommand follower = follow();
+    waitForApplied(1);
+    for (std::size_t i = 0; i < m_members->size(); ++i) {
+        m_members->kill(i);
+    }
+    follower.waitForErrors("no etcd endpoint answers");
+    for (std::size_t i = 0; i < m_members->size(); ++i) {
+        m_members->startEmpty(i);
+    }
+    waitUntilMembersAnswer();
+    waitForApplied(1);
+    EXPECT_FALSE(m_store->current().info);
+    expectWhole(31001);
+}
+
 TEST_F(Follow, HistoryDeletedWhileAway_CurrentVersionIsApplied) {
     publish(31001);
     support::RunningCommand follower = follow();
@@ -107,6 +124,13 @@ TEST_F(Follow, ServiceManager_IsNotifiedOfReadinessWorkAndEnd) {
     follower.signal(SIGTERM);
     waitForMessage("STOPPING=1");
     EXPECT_EQ(follower.finish().exitStatus, 0);
+
+    // Services that need the files start although etcd is away.
+    for (std::size_t i = 0; i < m_members->size(); ++i) {
+        m_members->kill(i);
+    }
+    const support::RunningCommand again = followCommand().variable("NOTIFY_SOCKET", path).start();
+    waitForMessage("READY=1\nWATCHDOG=1\nSTATUS=version 1 is applied, etcd does not answer");
     ::close(socket);
 }
 

@@ -4,6 +4,8 @@
 
 #include "Following.h"
 
+#include <deployment/Sources.h>
+
 #include <csignal>
 
 namespace {
@@ -48,6 +50,25 @@ TEST_F(Follow, BrokenFile_VersionIsRefusedUntilTheNextOne) {
     waitForApplied(3);
     EXPECT_FALSE(status().refused);
     expectWhole(31003);
+}
+
+TEST_F(Follow, HostWithTwoServiceAddresses_VersionIsRefused) {
+    const std::list<std::string> addresses = sysconfctl::addressesOfHost({});
+    if (addresses.size() < 2) {
+        GTEST_SKIP() << "the host has one address only";
+    }
+    Files files = filesOf(31001);
+    std::string& list = files["etc/sysconf/nodelist.json"];
+    const std::string standby = "\"node-2\": {";
+    list.insert(list.find(standby),
+                R"("node-3": {"assignedToTenancy": "other", "extAttr": {"hostType": "master"},
+                   "IPAddresses": [{"IP": ")" +
+                    addresses.back() + R"(", "usage": ["service"]}]},)");
+    files.erase("manager/etc/sysconf/nodelists.json");
+    list.replace(list.find("127.0.0.1"), 9, addresses.front());
+    publish(files);
+    EXPECT_EQ(once().exitStatus, 1);
+    EXPECT_EQ(waitForRefusal(1).findings[0]["name"], "several-sources");
 }
 
 TEST_F(Follow, OlderVersion_IsAppliedOnlyOnRequest) {

@@ -96,6 +96,11 @@ void Members::start(std::size_t member) {
     m_members[member] = std::make_unique<support::RunningCommand>(command.start());
 }
 
+void Members::startEmpty(std::size_t member) {
+    std::filesystem::remove_all(m_folder / nameOf(member));
+    start(member);
+}
+
 void Members::kill(std::size_t member) {
     m_members[member]->signal(SIGKILL);
     m_members[member]->finish();

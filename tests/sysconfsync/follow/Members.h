@@ -19,6 +19,8 @@ public:
     std::vector<std::string> endpoints() const;
     std::size_t size() const { return m_members.size(); }
     void start(std::size_t member);
+    /// Starts a member of a new cluster.
+    void startEmpty(std::size_t member);
     void kill(std::size_t member);
     void signal(std::size_t member, int number) const { m_members[member]->signal(number); }
 
