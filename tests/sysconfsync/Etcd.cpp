@@ -251,6 +251,23 @@ void Etcd::restart(std::size_t member) {
     }
 }
 
+void Etcd::restartAll(bool empty) {
+    for (std::size_t i = 0; i < m_members.size(); ++i) {
+        kill(i);
+        if (empty) {
+            fs::remove_all(m_members[i].folder / "data");
+        }
+    }
+    for (Member& member : m_members) {
+        startMember(member);
+    }
+    for (const Member& member : m_members) {
+        if (!waitUntilHealthy(member)) {
+            throw std::runtime_error("a member does not start again");
+        }
+    }
+}
+
 void Etcd::waitForMetric(std::size_t member, const std::string& line) const {
     const sysconfsync::Connection client = connection();
     waitUntil([&] {

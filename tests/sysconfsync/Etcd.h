@@ -46,6 +46,9 @@ public:
     void thaw(std::size_t member) const;
     /// Starts a killed member again and waits until it answers.
     void restart(std::size_t member);
+    /// Kills all members and starts them again, with their data or as a new cluster. Returns when
+    /// all answer.
+    void restartAll(bool empty);
     /// Waits until the metrics of the member have that line. "etcd_server_proposals_pending 1": a
     /// transaction is not committed yet.
     void waitForMetric(std::size_t member, const std::string& line) const;

@@ -21,22 +21,18 @@ TEST_F(Follow, FrozenMember_TheOthersDeliver) {
     support::RunningCommand follower = follow();
     waitForApplied(1);
     // The followers begin with the first endpoint, and this test uses another one.
-    m_members->signal(0, SIGSTOP);
-    std::vector<std::string> others = m_members->endpoints();
-    others.erase(others.begin());
-    connect(others);
+    m_etcd->freeze(0);
+    connect(1);
     publish(31002);
     waitForApplied(2);
     expectWhole(31002);
-    m_members->signal(0, SIGCONT);
+    m_etcd->thaw(0);
 }
 
 TEST_F(Follow, EtcdAway_LastVersionStaysAndTheNextOneArrives) {
     publish(31001);
     EXPECT_EQ(once().exitStatus, 0);
-    for (std::size_t i = 0; i < m_members->size(); ++i) {
-        m_members->kill(i);
-    }
+    killAllMembers();
     {
         support::RunningCommand follower = follow();
         follower.waitForErrors("no etcd endpoint answers");
@@ -46,10 +42,7 @@ TEST_F(Follow, EtcdAway_LastVersionStaysAndTheNextOneArrives) {
     }
     support::RunningCommand follower = follow();
     follower.waitForErrors("no etcd endpoint answers");
-    for (std::size_t i = 0; i < m_members->size(); ++i) {
-        m_members->start(i);
-    }
-    waitUntilMembersAnswer();
+    m_etcd->restartAll(false);
     publish(31002);
     waitForApplied(2);
     expectWhole(31002);
@@ -59,14 +52,9 @@ TEST_F(Follow, EtcdReplacedByAnEmptyOne_VersionStaysAndIsReportedAgain) {
     publish(31001);
     support::RunningCommand follower = follow();
     waitForApplied(1);
-    for (std::size_t i = 0; i < m_members->size(); ++i) {
-        m_members->kill(i);
-    }
+    killAllMembers();
     follower.waitForErrors("no etcd endpoint answers");
-    for (std::size_t i = 0; i < m_members->size(); ++i) {
-        m_members->startEmpty(i);
-    }
-    waitUntilMembersAnswer();
+    m_etcd->restartAll(true);
     waitForApplied(1);
     EXPECT_FALSE(m_store->current().info);
     expectWhole(31001);
@@ -80,11 +68,7 @@ TEST_F(Follow, HistoryDeletedWhileAway_CurrentVersionIsApplied) {
     publish(31002);
     publish(31003);
     compact();
-    for (std::size_t i = 0; i < m_members->size(); ++i) { // ends the connections of the follower
-        m_members->kill(i);
-        m_members->start(i);
-        waitUntilMembersAnswer();
-    }
+    m_etcd->restartAll(false); // ends the connections of the follower
     follower.signal(SIGCONT);
     waitForApplied(3);
     expectWhole(31003);
@@ -126,9 +110,7 @@ TEST_F(Follow, ServiceManager_IsNotifiedOfReadinessWorkAndEnd) {
     EXPECT_EQ(follower.finish().exitStatus, 0);
 
     // Services that need the files start although etcd is away.
-    for (std::size_t i = 0; i < m_members->size(); ++i) {
-        m_members->kill(i);
-    }
+    killAllMembers();
     const support::RunningCommand again = followCommand().variable("NOTIFY_SOCKET", path).start();
     waitForMessage("READY=1\nWATCHDOG=1\nSTATUS=version 1 is applied, etcd does not answer");
     ::close(socket);

@@ -41,14 +41,15 @@ protected:
 TEST_F(NodeFolder, NothingApplied_IsVersionZero) {
     EXPECT_EQ(m_folder.applied(), VersionId());
     EXPECT_EQ(m_folder.since(), "");
-    EXPECT_EQ(m_folder.appliedFile("a"), "");
+    EXPECT_EQ(m_folder.appliedFiles(), Files());
 }
 
 TEST_F(NodeFolder, AppliedVersion_IsReadThroughTheLink) {
     const std::string bytes("a\0b", 3);
-    apply(kFive, {{"etc/sysconf/list.json", bytes}, {"app.json", ""}});
+    const Files files = {{"etc/sysconf/list.json", bytes}, {"app.json", ""}};
+    apply(kFive, files);
     EXPECT_EQ(m_folder.applied(), kFive);
-    EXPECT_EQ(m_folder.appliedFile("etc/sysconf/list.json"), bytes);
+    EXPECT_EQ(m_folder.appliedFiles(), files);
     EXPECT_EQ(fs::read_symlink(m_root / "current"), "versions/5");
     EXPECT_THAT(names(m_root / "current"), UnorderedElementsAre(".version", "app.json", "etc"));
     EXPECT_EQ(m_folder.since().size(), std::string("2000-01-01T00:00:00Z").size());
@@ -58,7 +59,7 @@ TEST_F(NodeFolder, WrittenVersion_IsNotAppliedYet) {
     apply(kFive, {{"a", "5"}});
     EXPECT_EQ(m_folder.write(kSix, {{"a", "6"}}), m_root / "versions/6.tmp");
     EXPECT_EQ(m_folder.applied(), kFive);
-    EXPECT_EQ(m_folder.appliedFile("a"), "5");
+    EXPECT_EQ(m_folder.appliedFiles(), (Files{{"a", "5"}}));
     m_folder.removeUnfinished();
     EXPECT_THAT(names(m_root / "versions"), ElementsAre("5"));
 }
@@ -84,7 +85,7 @@ TEST_F(NodeFolder, RenamedButNotApplied_IsWrittenAgain) {
     fs::create_directory(m_root / "versions/6");
     fs::create_symlink("versions/6", m_root / "current.tmp");
     apply(kSix, {{"a", "6"}});
-    EXPECT_EQ(m_folder.appliedFile("a"), "6");
+    EXPECT_EQ(m_folder.appliedFiles(), (Files{{"a", "6"}}));
 }
 
 TEST_F(NodeFolder, LinkToAMissingVersion_IsVersionZero) {

@@ -4,6 +4,8 @@
 
 #include "Following.h"
 
+#include "etcd/Encoding.h"
+
 #include <deployment/Sources.h>
 
 #include <csignal>
@@ -93,6 +95,17 @@ TEST_F(Follow, NodeThatIsNotInTheVersion_IsRefused) {
     EXPECT_EQ(once().exitStatus, 1);
     EXPECT_EQ(waitForRefusal(2).findings[0]["name"], "no-node");
     expectWhole(31001);
+}
+
+TEST_F(Follow, SharedFileThatIsUnchanged_IsNotReadAgain) {
+    publish(Nodes{{"node-1", filesOf(31001)}, {"node-2", filesOf(31001)}});
+    EXPECT_EQ(once().exitStatus, 0);
+    publish(Nodes{{"node-1", filesOf(31002)}, {"node-2", filesOf(31002)}});
+    // Only the app config file has changed: the others need not be in etcd.
+    const std::string list = filesOf(31002)["etc/sysconf/nodelist.json"];
+    m_client->transact({{}, {Delete{"/sysconf/versions/2/files/" + sha256(list)}}, {}});
+    EXPECT_EQ(once().exitStatus, 0);
+    expectWhole(31002);
 }
 
 TEST_F(Follow, SecondFollowerInTheFolder_EndsWithAnError) {

@@ -5,9 +5,6 @@
 
 #include <fstream>
 #include <iterator>
-#include <json/reader.h>
-#include <sstream>
-#include <thread>
 
 namespace following {
 namespace {
@@ -34,29 +31,23 @@ Files filesOf(int port) {
 }
 
 void Follow::SetUp() {
-    if (!Members::areInstalled()) {
-        GTEST_SKIP() << "etcd-server is not installed";
+    EtcdTest::SetUp();
+    if (IsSkipped()) {
+        return;
     }
     m_folder = support::testDirectory() / "node";
-    m_members.emplace(3, support::testDirectory());
-    connect(m_members->endpoints());
-    waitUntilMembersAnswer();
+    m_etcd.emplace(support::EtcdSettings{.members = 3});
+    connect(0);
 }
 
-void Follow::connect(const std::vector<std::string>& endpoints) {
-    Connection connection;
-    connection.endpoints = endpoints;
-    m_client.emplace(connection);
+void Follow::connect(std::size_t first) {
+    m_client.emplace(m_etcd->connection(first));
     m_store.emplace(*m_client, "/sysconf/");
 }
 
-void Follow::waitUntilMembersAnswer() {
-    for (bool answers = false; !answers; std::this_thread::yield()) {
-        try {
-            m_store->current();
-            answers = true;
-        } catch (const EtcdError&) { // the members still start
-        }
+void Follow::killAllMembers() {
+    for (std::size_t i = 0; i < m_etcd->size(); ++i) {
+        m_etcd->kill(i);
     }
 }
 
@@ -77,34 +68,24 @@ void Follow::put(const std::string& key, const std::string& value) {
 }
 
 void Follow::compact() {
-    post("/v3/kv/compaction", R"({"revision": ")" + std::to_string(m_store->current().revision) +
-                                  R"(", "physical": true})");
+    m_etcd->control({"compaction", std::to_string(m_store->current().revision), "--physical"});
 }
 
 void Follow::setAlarm(bool on) {
-    const std::string members = post("/v3/cluster/member/list", "{}");
-    Json::Value answer;
-    std::istringstream(members) >> answer;
-    for (const Json::Value& member : answer["members"]) {
-        post("/v3/maintenance/alarm",
-             R"({"alarm": "NOSPACE", "action": ")" + std::string(on ? "ACTIVATE" : "DEACTIVATE") +
-                 R"(", "memberID": ")" + member["ID"].asString() + R"("})");
+    if (!on) {
+        m_etcd->control({"alarm", "disarm"});
+        return;
     }
-}
-
-std::string Follow::post(const std::string& path, const std::string& body) const {
+    // etcdctl cannot raise it.
     std::string answer;
-    const Connection connection;
-    Transport transport(connection);
-    const Clock::time_point deadline = Clock::now() + std::chrono::seconds(60);
-    const PostResult result =
-        transport.post({.url = m_members->endpoints().front() + path,
-                        .body = body,
-                        .token = {},
-                        .onData = [&](std::string_view data) { answer += data; },
-                        .remaining = [&] { return deadline - Clock::now(); }});
-    EXPECT_EQ(result.status, 200) << answer << result.trouble;
-    return answer;
+    const Connection connection = m_etcd->connection();
+    Transport(connection)
+        .post({.url = m_etcd->endpoint(0) + "/v3/maintenance/alarm",
+               .body = R"({"alarm": "NOSPACE", "action": "ACTIVATE", "memberID": "1"})",
+               .token = {},
+               .onData = [&](std::string_view data) { answer += data; },
+               .remaining = [] { return Clock::duration(std::chrono::seconds(60)); }});
+    EXPECT_THAT(answer, testing::HasSubstr("NOSPACE"));
 }
 
 NodeStatus Follow::status() {
@@ -136,13 +117,9 @@ Refusal Follow::waitForRefusal(std::int64_t version) {
 }
 
 std::vector<std::string> Follow::followArguments(const std::vector<std::string>& more) const {
-    std::string endpoints;
-    for (const std::string& endpoint : m_members->endpoints()) {
-        endpoints += (endpoints.empty() ? "" : ",") + endpoint;
-    }
-    std::vector<std::string> arguments = {"follow",         "node-2",   "--endpoints",
-                                          endpoints,        "--folder", m_folder.string(),
-                                          "--call-timeout", "1"};
+    std::vector<std::string> arguments = {
+        "follow",   "node-2",          "--endpoints",    m_etcd->endpoints(),
+        "--folder", m_folder.string(), "--call-timeout", "1"};
     arguments.insert(arguments.end(), more.begin(), more.end());
     return arguments;
 }

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "Members.h"
 #include "store/Store.h"
 #include "support/Command.h"
+#include "sysconfsync/Etcd.h"
 
 #include <gmock/gmock.h>
 
@@ -21,17 +21,16 @@ using namespace sysconfsync;
 /// The files of the node. The process in them has that port.
 Files filesOf(int port);
 
-/// Skipped if etcd is not installed.
-class Follow : public testing::Test {
+class Follow : public support::EtcdTest {
 protected:
     std::filesystem::path m_folder;
-    std::optional<Members> m_members;
+    std::optional<support::Etcd> m_etcd;
     std::optional<Client> m_client;
     std::optional<Store> m_store;
 
     void SetUp() override;
-    /// The store of the test; the followers use all members.
-    void connect(const std::vector<std::string>& endpoints);
+    /// The store of the test, through that member first; the followers begin with the first one.
+    void connect(std::size_t first);
 
     /// Publishes the next version, unchecked.
     void publish(int port) { publish(filesOf(port)); }
@@ -40,13 +39,11 @@ protected:
     /// Makes an older version the current one, as a restored backup does.
     void publishAgain(std::int64_t version);
     void put(const std::string& key, const std::string& value);
-    /// A call of the first member.
-    std::string post(const std::string& path, const std::string& body) const;
     /// Deletes the history of all keys.
     void compact();
     /// The alarm "no space" of all members: they accept no writes until it is cleared.
     void setAlarm(bool on);
-    void waitUntilMembersAnswer();
+    void killAllMembers();
 
     NodeStatus status();
     /// Waits for a status of the node. Returns the first one that matches.

@@ -122,8 +122,19 @@ std::string Folder::since() const {
     return fmt::format("{:%Y-%m-%dT%H:%M:%SZ}", fmt::gmtime(status.st_mtime));
 }
 
-std::string Folder::appliedFile(const std::string& path) const {
-    return readFile(m_root / "current" / path);
+Files Folder::appliedFiles() const {
+    Files files;
+    if (applied().number == 0) {
+        return files;
+    }
+    const fs::path folder = fs::canonical(m_root / "current");
+    for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+        if (entry.is_regular_file()) {
+            files[entry.path().lexically_relative(folder)] = readFile(entry.path());
+        }
+    }
+    files.erase(kVersionFile);
+    return files;
 }
 
 fs::path Folder::write(const VersionId& version, const Files& files) {

@@ -34,8 +34,8 @@ public:
     VersionId applied() const;
     /// When the link was last changed, for people to read; "" if there is no link.
     std::string since() const;
-    /// The bytes of a file of the applied version; "" if there is none.
-    std::string appliedFile(const std::string& path) const;
+    /// The files of the applied version; empty if there is none.
+    Files appliedFiles() const;
 
     /// Writes a version and waits until it is on disk. Returns the folder with its files.
     std::filesystem::path write(const VersionId& version, const Files& files);

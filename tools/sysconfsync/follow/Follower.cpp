@@ -97,11 +97,13 @@ void Follower::settle(const Current& current) {
 
 void Follower::apply(const VersionId& published) {
     try {
-        const std::optional<Files> files = m_store.node(published.number, m_node);
+        const std::optional<Files> files =
+            m_store.node(published.number, m_node, m_folder.appliedFiles());
         if (!files) {
             refuse(published,
-                   only(findingOf("no-node", fmt::format("version {} has no node \"{}\"",
-                                                         published.number, m_node))),
+                   only(findingOf("no-node",
+                                  fmt::format("version {} has no complete files of node \"{}\"",
+                                              published.number, m_node))),
                    false);
             return;
         }

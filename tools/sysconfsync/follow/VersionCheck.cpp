@@ -4,6 +4,7 @@
 #include "follow/Folder.h"
 
 #include <check/Finding.h>
+#include <check/Report.h>
 #include <cli/UsageError.h>
 #include <render/Text.h>
 
@@ -48,16 +49,17 @@ bool isBelowFile(const std::string& path, const Files& files) {
     return false;
 }
 
-/// The path in the finding is relative to the folder of the version.
+/// Paths in the finding are relative to the folder of the version.
 Json::Value toJson(const sysconfctl::Finding& finding, const fs::path& folder) {
-    Json::Value row = findingOf(std::string(finding.name).c_str(), finding.sentence);
-    if (finding.file != nullptr) {
-        row["file"] = fs::path(finding.file->path).lexically_relative(folder).string();
-    }
-    if (finding.offset) {
-        const auto place = finding.file->document.place(*finding.offset);
-        row["line"] = static_cast<Json::UInt64>(place.line);
-        row["column"] = static_cast<Json::UInt64>(place.column);
+    Json::Value row = sysconfctl::findingJson(finding, false);
+    const auto shorten = [&](Json::Value& place) {
+        if (place.isMember("file")) {
+            place["file"] = fs::path(place["file"].asString()).lexically_relative(folder).string();
+        }
+    };
+    shorten(row);
+    for (Json::Value& related : row["related"]) {
+        shorten(related);
     }
     return row;
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "store/Store.h"
 
+#include "etcd/Encoding.h"
+
 #include <charconv>
 #include <iterator>
 #include <utility>
@@ -49,14 +51,21 @@ std::optional<Info> Store::info(std::int64_t version) {
     return read.keys.empty() ? std::nullopt : std::optional(parseInfo(read.keys.front().value));
 }
 
-std::optional<Files> Store::node(std::int64_t version, const std::string& name) {
+std::optional<Files> Store::node(std::int64_t version, const std::string& name,
+                                 const Files& known) {
     const RangeResult record = m_client.range({versionKey(version, "nodes/" + name)});
     if (record.keys.empty()) {
         return std::nullopt;
     }
     const std::string& text = record.keys.front().value;
     std::map<std::string, std::string> shared;
+    for (const auto& [path, bytes] : known) {
+        shared[sha256(bytes)] = bytes;
+    }
     for (const std::string& sum : sharedSums(text)) {
+        if (shared.contains(sum)) {
+            continue;
+        }
         const RangeResult file = m_client.range({versionKey(version, "files/" + sum)});
         if (file.keys.empty()) {
             return std::nullopt; // the version has just been deleted

@@ -42,7 +42,9 @@ public:
     std::optional<Info> info(std::int64_t version);
     /// The files of one node; unset if the version does not exist or has no such node. Nothing else
     /// writes the keys of a version, so all files belong together.
-    std::optional<Files> node(std::int64_t version, const std::string& name);
+    /// @param known Files that the caller has; shared files with the same bytes are not read again.
+    std::optional<Files> node(std::int64_t version, const std::string& name,
+                              const Files& known = {});
     /// The files of all nodes, read at one revision; empty if the version does not exist.
     Nodes nodes(std::int64_t version);
     std::set<std::string> nodeNames(std::int64_t version);
