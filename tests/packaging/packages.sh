@@ -90,7 +90,8 @@ contents() {
     share/sysconfreader/schema/{app-config,manager-node-list,node-list}.schema.json \
     share/bash-completion/completions/sysconfctl share/zsh/vendor-completions/_sysconfctl \
     share/fish/vendor_completions.d/sysconfctl.fish
-  has sysconfsync bin/sysconfsync share/man/man1/sysconfsync.1.gz
+  has sysconfsync bin/sysconfsync share/man/man1/sysconfsync.1.gz \
+    lib/systemd/system/sysconfsync@.service lib/sysusers.d/sysconfsync.conf
 }
 
 # needs PACKAGE PATTERN...: each pattern matches one of its dependencies.
@@ -116,7 +117,7 @@ dependencies() {
   needs libeventcbutil-dev "libeventcbutil (= $version)" "libsysconfreader-dev (= $version)"
   needs python3-sysconfreader "libsysconfreader-c1 (>= $version)" 'python3 (>=*)'
   needs sysconfctl "libsysconfreader (= $version)" 'libfmt[0-9]*' "$abi"
-  needs sysconfsync "libsysconfreader (= $version)" 'libcurl4*' 'libssl3*' "$abi"
+  needs sysconfsync "libsysconfreader (= $version)" 'libcurl4*' 'libssl3*' 'libsystemd0' "$abi"
   # Programs depend on this name, which changes with the binary interface.
   [[ $(field libsysconfreader Provides) == "$abi" ]] || fail "libsysconfreader does not provide $abi"
   dpkg-deb --info "$(package libsysconfreader)" symbols |

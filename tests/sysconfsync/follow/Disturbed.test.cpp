@@ -49,9 +49,11 @@ TEST_F(Follow, EtcdAway_LastVersionStaysAndTheNextOneArrives) {
 }
 
 TEST_F(Follow, EtcdReplacedByAnEmptyOne_VersionStaysAndIsReportedAgain) {
+    connect(1);
     publish(31001);
     support::RunningCommand follower = follow();
     waitForApplied(1);
+    m_etcd->waitForMetric(0, "etcd_debugging_mvcc_watcher_total 1"); // the status is written
     killAllMembers();
     follower.waitForErrors("no etcd endpoint answers");
     m_etcd->restartAll(true);

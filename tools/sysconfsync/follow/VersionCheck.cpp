@@ -10,33 +10,10 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
-
 namespace sysconfsync {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr std::size_t kLongestName = 255;
-constexpr std::size_t kLongestPath = 1024;
-
-bool isPlainName(std::string_view name) {
-    const auto isControl = [](unsigned char c) { return c < 0x20 || c == 0x7F; };
-    return !name.empty() && name != "." && name != ".." && name.size() <= kLongestName &&
-           std::none_of(name.begin(), name.end(), isControl);
-}
-
-bool isPlainPath(std::string_view path) {
-    std::string_view rest = path;
-    for (std::size_t slash = rest.find('/'); slash != std::string_view::npos;
-         slash = rest.find('/')) {
-        if (!isPlainName(rest.substr(0, slash))) {
-            return false;
-        }
-        rest.remove_prefix(slash + 1);
-    }
-    return isPlainName(rest) && path.size() <= kLongestPath && path != Folder::kVersionFile;
-}
 
 /// Whether a folder on the way to the file has the path of another file.
 bool isBelowFile(const std::string& path, const Files& files) {
@@ -87,14 +64,10 @@ Json::Value findingOf(const char* name, const std::string& text) {
 Json::Value pathFaults(const Files& files) {
     Json::Value faults(Json::arrayValue);
     for (const auto& [path, bytes] : files) {
-        if (!isPlainPath(path)) {
-            faults.append(
-                findingOf("path", fmt::format("\"{}\" is no path of a file in the folder of a "
-                                              "version",
-                                              sysconfctl::escaped(path))));
-        } else if (isBelowFile(path, files)) {
-            faults.append(findingOf("path", fmt::format("\"{}\" is in a folder that is also a file",
-                                                        sysconfctl::escaped(path))));
+        if (path == Folder::kVersionFile || isBelowFile(path, files)) {
+            faults.append(findingOf(
+                "path", fmt::format("\"{}\" is already the path of another file, or below one",
+                                    sysconfctl::escaped(path))));
         }
     }
     return faults;

@@ -14,8 +14,8 @@ namespace sysconfsync {
 /// A finding as in the JSON output of `sysconfctl check`, about no place.
 Json::Value findingOf(const char* name, const std::string& text);
 
-/// An array of findings: paths that lead out of the folder, that are no names of files, or of which
-/// one would have to be both a file and a folder.
+/// An array of findings: files that cannot exist beside the others. Paths that lead out of the
+/// folder are rejected before, with the record of the node.
 Json::Value pathFaults(const Files& files);
 
 struct CheckOutcome {
