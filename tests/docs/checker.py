@@ -113,11 +113,11 @@ class Tree:
             )
         return self._cache[pattern]
 
-    def sysconfctl_help(self, command):
-        key = ("help", command)
+    def tool_help(self, tool, command):
+        key = ("help", tool, command)
         if key not in self._cache:
             run = subprocess.run(
-                [self.build / "tools/sysconfctl/sysconfctl", *command, "--help"],
+                [self.build / "tools" / tool / tool, *command, "--help"],
                 capture_output=True,
                 text=True,
                 check=True,
@@ -132,9 +132,12 @@ class Commands:
     # Not checked: tools of others and the shell's builtins.
     FOREIGN = {
         "apt-get",
+        "etcd",
+        "etcdctl",
         "grep",
         "man",
         "sysctl",
+        "systemctl",
         "ctest",
         "dpkg-buildpackage",
         "source",
@@ -161,8 +164,8 @@ class Commands:
         options = [word for word in arguments if word.startswith("-")]
         if name.startswith("scripts/"):
             self.script(name, options)
-        elif name == "sysconfctl":
-            self.sysconfctl(arguments)
+        elif name in ("sysconfctl", "sysconfsync"):
+            self.tool(name, arguments)
         elif name == "cmake":
             self.cmake(arguments)
         elif name == "apt":
@@ -184,16 +187,16 @@ class Commands:
             if option.split("=")[0] not in self.tree.text(name):
                 raise Wrong(f"{name} has no option {option}")
 
-    def sysconfctl(self, arguments):
+    def tool(self, name, arguments):
         command = tuple(arguments[:1]) if arguments and arguments[0][0] != "-" else ()
-        if command and not re.search(rf"(?m)^ +{command[0]}\b", self.tree.sysconfctl_help(())):
-            raise Wrong(f"sysconfctl has no command {command[0]}")
-        text = self.tree.sysconfctl_help(command)
+        if command and not re.search(rf"(?m)^ +{command[0]}\b", self.tree.tool_help(name, ())):
+            raise Wrong(f"{name} has no command {command[0]}")
+        text = self.tree.tool_help(name, command)
         for option in arguments:
             if re.match(r"--?[a-z]", option) and not re.search(
                 rf"(^|[\s,]){re.escape(option.split('=')[0])}\b", text
             ):
-                raise Wrong(f"sysconfctl {' '.join(command)} has no option {option}")
+                raise Wrong(f"{name} {' '.join(command)} has no option {option}")
 
     def cmake(self, arguments):
         lists = self.tree.text_of_all("**/CMakeLists.txt")

@@ -108,6 +108,32 @@ TEST_F(Follow, SharedFileThatIsUnchanged_IsNotReadAgain) {
     expectWhole(31002);
 }
 
+TEST_F(Follow, UserWithItsOwnPermissions_FollowsAndReports) {
+    publish(31001);
+    m_etcd->control({"role", "add", "node-2"});
+    const auto grant = [&](std::vector<std::string> permission) {
+        permission.insert(permission.begin(), {"role", "grant-permission", "node-2"});
+        m_etcd->control(permission);
+    };
+    grant({"read", "/sysconf/current"});
+    grant({"read", "/sysconf/versions/", "--prefix=true"});
+    grant({"readwrite", "/sysconf/status/node-2"});
+    m_etcd->control({"user", "add", "node-2:secret"});
+    m_etcd->control({"user", "grant-role", "node-2", "node-2"});
+    m_etcd->requireUsers("secret");
+    support::RunningCommand follower =
+        followCommand({"--user", "node-2"}).variable("SYSCONFSYNC_PASSWORD", "secret").start();
+    Connection root = m_etcd->connection();
+    root.user = "root";
+    root.password = "secret";
+    m_client.emplace(root);
+    m_store.emplace(*m_client, "/sysconf/");
+    waitForApplied(1);
+    publish(31002);
+    waitForApplied(2);
+    expectWhole(31002);
+}
+
 TEST_F(Follow, SecondFollowerInTheFolder_EndsWithAnError) {
     publish(31001);
     const support::RunningCommand follower = follow();
@@ -136,8 +162,11 @@ TEST_F(Follow, AnyHostileRecordOfTheNode_IsRefused) {
                           {R"({"files": {"a": {"text": "***"}}})", "malformed"},
                           {R"({"files": {"a": {"text": []}}})", "malformed"},
                           {R"({"files": {"a": {"shared": "../info"}}})", "no-node"},
-                          {R"({"files": {"../../outside": {"text": ""}}})", "path"},
-                          {R"({"files": {"a\u0000b": {"text": ""}}})", "path"},
+                          {R"({"files": {"../../outside": {"text": ""}}})", "malformed"},
+                          {R"({"files": {"/outside": {"text": ""}}})", "malformed"},
+                          {R"({"files": {"a\u0000b": {"text": ""}}})", "malformed"},
+                          {R"({"files": {"a": {"text": ""}, "a/b": {"text": ""}}})", "path"},
+                          {R"({"files": {".version": {"text": ""}}})", "path"},
                           {"{}", "no-file"}}) {
         publish(31002);
         ++version;

@@ -23,7 +23,7 @@ constexpr milliseconds kLongestWatch{60'000};
 /// Findings in a status, which must stay below the largest value that etcd accepts.
 constexpr Json::ArrayIndex kMostFindings = 20;
 
-/// The time between two notifications of the watchdog at the most, as set by the service manager.
+/// The longest time between two notifications of the watchdog, as set by the service manager.
 milliseconds watchdogShare() {
     std::uint64_t microseconds = 0;
     return ::sd_watchdog_enabled(0, &microseconds) > 0
