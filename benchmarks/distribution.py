@@ -159,13 +159,10 @@ class Measurement:
 
     def start(self):
         program = self.build / "tools/sysconfsync/sysconfsync"
-        endpoints = self.cluster.endpoints
         for i in range(self.count):
-            order = ",".join(endpoints[i % 3 :] + endpoints[: i % 3])
             self.followers.append(
                 subprocess.Popen(
-                    [program, "follow", f"node{i}", "--folder", self.folder / f"n{i}"]
-                    + ["--endpoints", order],
+                    [program, "follow", f"node{i}", "--folder", self.folder / f"n{i}"],
                     env=self.environment,
                     stderr=subprocess.DEVNULL,
                 )

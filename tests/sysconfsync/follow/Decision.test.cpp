@@ -4,11 +4,16 @@
 
 #include <gmock/gmock.h>
 
+#include <map>
+
 namespace {
 
 using namespace sysconfsync;
+using ::testing::Ge;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::Pair;
+using ::testing::UnorderedElementsAre;
 
 const VersionId kNone;
 const VersionId kFive{5, "five"};
@@ -58,6 +63,19 @@ TEST(Decision, OlderVersion_ReasonHasBothNumbersAndTheWayOut) {
                 AllOf(HasSubstr("version 5 is older than the applied version 6"),
                       HasSubstr("--accept-older")));
     EXPECT_THAT(decide(kFive, {}, kSix, false).reason, IsEmpty());
+}
+
+TEST(Decision, FollowersOfManyNodes_BeginWithAllEndpoints) {
+    std::map<std::string, int> first;
+    for (int node = 0; node < 300; ++node) {
+        const std::string name = "node-" + std::to_string(node);
+        const auto endpoints = endpointsOf(name, {"a", "b", "c"});
+        ++first[endpoints.front()];
+        EXPECT_THAT(endpoints, UnorderedElementsAre("a", "b", "c"));
+        EXPECT_EQ(endpoints, endpointsOf(name, {"a", "b", "c"}));
+    }
+    EXPECT_THAT(first,
+                UnorderedElementsAre(Pair("a", Ge(50)), Pair("b", Ge(50)), Pair("c", Ge(50))));
 }
 
 TEST(RetryPause, RepeatedFailures_GrowToTheLimitAndStartAgainAfterSuccess) {

@@ -20,13 +20,12 @@ TEST_F(Follow, FrozenMember_TheOthersDeliver) {
     publish(31001);
     support::RunningCommand follower = follow();
     waitForApplied(1);
-    // The followers begin with the first endpoint, and this test uses another one.
-    m_etcd->freeze(0);
-    connect(1);
+    m_etcd->freeze(memberOfFollower());
+    connect(memberOfFollower() + 1);
     publish(31002);
     waitForApplied(2);
     expectWhole(31002);
-    m_etcd->thaw(0);
+    m_etcd->thaw(memberOfFollower());
 }
 
 TEST_F(Follow, EtcdAway_LastVersionStaysAndTheNextOneArrives) {
@@ -49,11 +48,12 @@ TEST_F(Follow, EtcdAway_LastVersionStaysAndTheNextOneArrives) {
 }
 
 TEST_F(Follow, EtcdReplacedByAnEmptyOne_VersionStaysAndIsReportedAgain) {
-    connect(1);
+    connect(memberOfFollower() + 1);
     publish(31001);
     support::RunningCommand follower = follow();
     waitForApplied(1);
-    m_etcd->waitForMetric(0, "etcd_debugging_mvcc_watcher_total 1"); // the status is written
+    // The status is written.
+    m_etcd->waitForMetric(memberOfFollower(), "etcd_debugging_mvcc_watcher_total 1");
     killAllMembers();
     follower.waitForErrors("no etcd endpoint answers");
     m_etcd->restartAll(true);

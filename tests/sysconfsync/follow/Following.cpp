@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Following.h"
 
+#include "follow/Decision.h"
 #include "support/TestDirectory.h"
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 
@@ -43,6 +45,13 @@ void Follow::SetUp() {
 void Follow::connect(std::size_t first) {
     m_client.emplace(m_etcd->connection(first));
     m_store.emplace(*m_client, "/sysconf/");
+}
+
+std::size_t Follow::memberOfFollower() const {
+    const std::vector<std::string> endpoints = m_etcd->connection().endpoints;
+    const auto first =
+        std::find(endpoints.begin(), endpoints.end(), endpointsOf("node-2", endpoints).front());
+    return static_cast<std::size_t>(first - endpoints.begin());
 }
 
 void Follow::killAllMembers() {

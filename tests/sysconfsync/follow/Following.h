@@ -29,8 +29,10 @@ protected:
     std::optional<Store> m_store;
 
     void SetUp() override;
-    /// The store of the test, through that member first; the followers begin with the first one.
+    /// The store of the test, through that member first.
     void connect(std::size_t first);
+    /// The member that the followers of the node begin with.
+    std::size_t memberOfFollower() const;
 
     /// Publishes the next version, unchecked.
     void publish(int port) { publish(filesOf(port)); }

@@ -3,6 +3,10 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cstddef>
+#include <functional>
+
 namespace sysconfsync {
 
 Decision decide(const VersionId& applied, const std::optional<Refused>& refused,
@@ -23,6 +27,13 @@ Decision decide(const VersionId& applied, const std::optional<Refused>& refused,
             fmt::format("version {} {} the applied version {}, as after a restored backup of etcd: "
                         "publish a newer one, or ask for this one with --accept-older",
                         published.number, relation, applied.number)};
+}
+
+std::vector<std::string> endpointsOf(const std::string& node, std::vector<std::string> endpoints) {
+    const std::size_t first = std::hash<std::string>()(node) % endpoints.size();
+    std::rotate(endpoints.begin(), endpoints.begin() + static_cast<std::ptrdiff_t>(first),
+                endpoints.end());
+    return endpoints;
 }
 
 } // namespace sysconfsync

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace sysconfsync {
 
@@ -37,5 +38,9 @@ struct Decision {
 /// @param acceptOlder Whether an older version may replace the applied one.
 Decision decide(const VersionId& applied, const std::optional<Refused>& refused,
                 const VersionId& published, bool acceptOlder);
+
+/// The endpoints in the order in which the follower of that node tries them: always the same one
+/// first, and a different one for other nodes, so that followers spread over the members.
+std::vector<std::string> endpointsOf(const std::string& node, std::vector<std::string> endpoints);
 
 } // namespace sysconfsync
