@@ -4,9 +4,9 @@
 usage: distribution.py BUILD-DIRECTORY [FOLLOWERS [CHANGES]]
 
 Three members of etcd and all followers run on this machine. For each follower a process with the
-library and the event library shows its answer (`sysconfctl watch`). Every change gives one port to all
-nodes; the time is that from the start of the transaction until the last process has shown the new
-port.
+library and the event library shows its answer (`sysconfctl watch`). Every change gives one port to
+all nodes; the time is that from the start of `publish` until the last process has shown the port.
+Traffic is that of the loopback interface: `unshare -n` keeps other processes out of it.
 """
 
 import base64
@@ -98,7 +98,11 @@ def write_tree(tree, count):
     nodes = {
         f"node{i}": {
             "assignedToTenancy": f"t{i}",
-            "extAttr": {"hostType": "master", "domain_node_type": "ACCESS_Master", "HOSTID": f"H{i}"},
+            "extAttr": {
+                "hostType": "master",
+                "domain_node_type": "ACCESS_Master",
+                "HOSTID": f"H{i}",
+            },
             "IPAddresses": [
                 {"IP": f"10.{i // 250}.{i % 250}.1", "usage": ["maintenance"]},
                 {"IP": f"10.{i // 250}.{i % 250}.2", "usage": ["service"]},
@@ -290,10 +294,14 @@ def page(result, count, changes, load):
         ("of that, the quiet time of the event library", "50 ms"),
         ("traffic of one change, for each follower", f"{result['bytes'] / 1000:.1f} kB"),
         ("calls of one change, for each follower", calls),
-        ("idle, for each follower and minute", f"{result['idle_calls']:.1f} calls, {result['idle_bytes'] / 1000:.1f} kB"),
+        (
+            "idle, for each follower and minute",
+            f"{result['idle_calls']:.1f} calls, {result['idle_bytes'] / 1000:.1f} kB",
+        ),
         (
             "memory of a follower",
-            f"{result['resident'] / 1e6:.1f} MB resident, {result['private'] / 1e6:.1f} MB of it private",
+            f"{result['resident'] / 1e6:.1f} MB resident,"
+            f" {result['private'] / 1e6:.1f} MB of it private",
         ),
         ("memory of a member of etcd", f"{result['members'] / 1e6:.0f} MB"),
         (
@@ -303,23 +311,26 @@ def page(result, count, changes, load):
         ("size of a version", result["size"]),
     ]
     table = "\n".join(f"| {name} | {value} |" for name, value in rows)
+    cores = f"{os.cpu_count()} cores ({platform.machine()})"
+    machine = f"{cores}, {int(memory) / 2**20:.0f} GiB of memory"
+    system = f"Linux {platform.release()}; {version.stdout.splitlines()[0]}"
     return f"""# Distribution
 
-What `sysconfsync follow` costs. `benchmarks/distribution.py BUILD` measures it and writes this page.
-[docs/cluster.md](../docs/cluster.md) is the page for users.
+What `sysconfsync follow` costs. `benchmarks/distribution.py BUILD` measures it and writes this
+page. [docs/cluster.md](../docs/cluster.md) is the page for users.
 
 ## Results of {datetime.date.today()}
 
-{os.cpu_count()} cores ({platform.machine()}), {int(memory) / 2**20:.0f} GiB of memory, Linux {platform.release()}; {version.stdout.splitlines()[0]}. Three members of
-etcd, {count} followers and {count} processes with the library share this machine; load average before
-{load:.2f}. {changes} changes.
+{machine}, {system}.
+Three members of etcd, {count} followers and {count} processes with the library share this machine.
+{changes} changes; load average before: {load:.2f}.
 
 | | |
 | --- | --- |
 {table}
 
-Traffic includes that between the members, which send each change to each other, and the headers of IP
-and TCP on the loopback interface.
+Traffic includes that between the members, which send each change to each other, and the headers of
+IP and TCP.
 """
 
 
