@@ -270,8 +270,8 @@ TEST(Exec, StopSignal_IsPassedOnAndStopsTheToolUntilItContinues) {
     // The job of a shell: a process group without a parent outside of it is not stopped.
     support::RunningCommand running =
         support::Command("/bin/bash",
-                         {"-mc", SYSCONFCTL " exec -- " SYSCONF_SIGNAL_REPORTER " X 0 & "
-                                            "echo tool $!; wait -f $!"})
+                         {"-c", "set -m; " SYSCONFCTL " exec -- " SYSCONF_SIGNAL_REPORTER " X 0 & "
+                                "echo tool $!; wait -f $!"})
             .variable("NO_EM_CLIENT", "1")
             .start();
     running.waitForOutput("tool ");

@@ -30,11 +30,14 @@ std::string readFile(const std::filesystem::path& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-std::vector<std::string> section(const std::string& title) {
-    std::istringstream page(readFile(sourceDirectory() / "docs/man/sysconfctl.1"));
+constexpr const char* kSyncPage = "sysconfsync.1";
+
+std::vector<std::string> section(const std::string& title,
+                                 const std::string& page = "sysconfctl.1") {
+    std::istringstream text(readFile(sourceDirectory() / "docs/man" / page));
     std::vector<std::string> lines;
     bool inside = false;
-    for (std::string line; std::getline(page, line);) {
+    for (std::string line; std::getline(text, line);) {
         if (line.starts_with(".Sh ")) {
             inside = line == ".Sh " + title;
         } else if (inside) {
@@ -45,9 +48,10 @@ std::vector<std::string> section(const std::string& title) {
     return lines;
 }
 
-std::vector<std::string> linesWith(const std::string& title, const std::string& begin) {
+std::vector<std::string> linesWith(const std::string& title, const std::string& begin,
+                                   const std::string& page = "sysconfctl.1") {
     std::vector<std::string> found;
-    for (const std::string& line : section(title)) {
+    for (const std::string& line : section(title, page)) {
         if (line.starts_with(begin)) {
             found.push_back(line.substr(begin.size()));
         }
@@ -150,11 +154,18 @@ TEST(ManPage, ExitStatuses_AreThoseOfTheTableAndOfTheTool) {
               std::set<std::string>(statuses.begin(), statuses.end()));
 }
 
+std::vector<std::string> diagnosticsIn(const std::string& header) {
+    return matches(readFile(sourceDirectory() / header), R"re(= "([a-z-]+)";)re");
+}
+
 TEST(ManPage, Diagnostics_AreThoseOfTheTool) {
-    const auto names =
-        matches(readFile(sourceDirectory() / "tools/sysconfctl/render/Diagnostics.h"),
-                R"re(= "([a-z-]+)";)re");
-    EXPECT_THAT(linesWith("OUTPUT", ".It Cm "), ElementsAreArray(names));
+    EXPECT_THAT(linesWith("OUTPUT", ".It Cm "),
+                ElementsAreArray(diagnosticsIn("tools/sysconfctl/render/Diagnostics.h")));
+}
+
+TEST(SyncManPage, Diagnostics_AreThoseOfTheProgram) {
+    EXPECT_THAT(linesWith("OUTPUT", ".It Cm ", kSyncPage),
+                ElementsAreArray(diagnosticsIn("tools/sysconfsync/cli/SyncDiagnostics.h")));
 }
 
 /// Arguments of getenv, and other texts of that form.
@@ -169,19 +180,20 @@ std::vector<std::string> variablesIn(const std::string& source) {
     return names;
 }
 
-TEST(ManPage, Variables_AreThoseOfTheTableAndOfTheSources) {
-    std::set<std::string> table;
-    for (const VariableRow& row : variableTable()) {
-        table.emplace(row.name);
-    }
+/// The variables that a manual page describes.
+std::set<std::string> variablesOf(const std::string& page) {
     std::set<std::string> found;
-    for (const std::string& line : linesWith("ENVIRONMENT", ".It Ev ")) {
+    for (const std::string& line : linesWith("ENVIRONMENT", ".It Ev ", page)) {
         const auto names = matches(line, "([A-Z_]+)");
         found.insert(names.begin(), names.end());
     }
-    EXPECT_EQ(found, table);
+    return found;
+}
+
+/// The variables in the sources of some folders, except in the table of them.
+std::set<std::string> variablesReadIn(const std::vector<std::string>& folders) {
     std::set<std::string> read;
-    for (const char* folder : {"src", "tools", "platform/eventcbutil"}) {
+    for (const std::string& folder : folders) {
         for (const auto& entry :
              std::filesystem::recursive_directory_iterator(sourceDirectory() / folder)) {
             const auto& path = entry.path();
@@ -192,7 +204,22 @@ TEST(ManPage, Variables_AreThoseOfTheTableAndOfTheSources) {
             }
         }
     }
-    EXPECT_EQ(read, table);
+    return read;
+}
+
+TEST(ManPage, Variables_AreThoseOfTheTableAndOfTheSources) {
+    std::set<std::string> table;
+    for (const VariableRow& row : variableTable()) {
+        table.emplace(row.name);
+    }
+    EXPECT_EQ(variablesOf("sysconfctl.1"), table);
+    EXPECT_EQ(variablesReadIn({"src", "tools/sysconfctl", "platform/eventcbutil"}), table);
+}
+
+TEST(SyncManPage, Variables_AreThoseOfTheSourcesAndOfTheOutput) {
+    std::set<std::string> used = variablesReadIn({"tools/sysconfsync"});
+    used.insert({"COLUMNS", "NO_COLOR"}); // the output is that of sysconfctl
+    EXPECT_EQ(variablesOf(kSyncPage), used);
 }
 
 } // namespace

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "cli/SyncCommandLine.h"
+#include "cli/SyncDiagnostics.h"
 #include "cli/UsageError.h"
 #include "etcd/EtcdError.h"
-#include "render/Diagnostics.h"
 #include "render/Output.h"
 #include "render/Text.h"
 #include "watch/EndSignals.h"

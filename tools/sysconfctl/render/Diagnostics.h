@@ -33,11 +33,6 @@ inline constexpr std::string_view kCannotRun = "cannot-run";
 inline constexpr std::string_view kChanged = "changed";
 inline constexpr std::string_view kEndedEarly = "ended-early";
 inline constexpr std::string_view kNotEnded = "not-ended";
-/// Messages of sysconfsync.
-inline constexpr std::string_view kStore = "store";
-inline constexpr std::string_view kInterrupted = "interrupted";
-inline constexpr std::string_view kRefused = "refused";
-inline constexpr std::string_view kNotPublished = "not-published";
 } // namespace diagnostic
 
 /// The beginning of all later messages; "sysconfctl" by default.

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/SyncCommands.h"
 
+#include "cli/SyncDiagnostics.h"
 #include "cli/UsageError.h"
 #include "commands/Publishing.h"
-#include "render/Diagnostics.h"
 #include "render/Output.h"
 #include "render/Text.h"
 #include "tree/DeploymentTree.h"

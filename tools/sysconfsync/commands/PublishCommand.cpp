@@ -2,9 +2,9 @@
 #include "commands/SyncCommands.h"
 
 #include "check/Report.h"
+#include "cli/SyncDiagnostics.h"
 #include "commands/DryRun.h"
 #include "commands/Publishing.h"
-#include "render/Diagnostics.h"
 #include "render/Output.h"
 #include "render/Text.h"
 #include "tree/DeploymentTree.h"

@@ -2,7 +2,7 @@
 #include "commands/Publishing.h"
 
 #include "cli/FileBytes.h"
-#include "render/Diagnostics.h"
+#include "cli/SyncDiagnostics.h"
 #include "render/Output.h"
 #include "render/Text.h"
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/SyncCommands.h"
 
+#include "cli/SyncDiagnostics.h"
 #include "commands/Publishing.h"
-#include "render/Diagnostics.h"
 
 #include <fmt/format.h>
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/SyncCommands.h"
 
+#include "cli/SyncDiagnostics.h"
 #include "commands/Publishing.h"
 #include "render/Color.h"
-#include "render/Diagnostics.h"
 #include "render/Grid.h"
 #include "render/Json.h"
 #include "render/Output.h"
