@@ -218,6 +218,9 @@ TEST(ManPage, Variables_AreThoseOfTheTableAndOfTheSources) {
 
 TEST(SyncManPage, Variables_AreThoseOfTheSourcesAndOfTheOutput) {
     std::set<std::string> used = variablesReadIn({"tools/sysconfsync"});
+    for (const char* inEnvFiles : {"APP_CONF_FILE", "APP_ROOT", "TOLM_ROOT"}) {
+        EXPECT_EQ(used.erase(inEnvFiles), 1U);
+    }
     used.insert({"COLUMNS", "NO_COLOR"}); // the output is that of sysconfctl
     EXPECT_EQ(variablesOf(kSyncPage), used);
 }
