@@ -29,8 +29,8 @@ SOURCE = pathlib.Path(__file__).resolve().parent.parent
 WATCHES = 3000
 
 
-def free_ports(count):
-    sockets = [socket.create_server(("127.0.0.1", 0)) for _ in range(count)]
+def free_ports(number):
+    sockets = [socket.create_server(("127.0.0.1", 0)) for _ in range(number)]
     ports = [one.getsockname()[1] for one in sockets]
     for one in sockets:
         one.close()
@@ -92,7 +92,7 @@ def resident(pid):
     return values["Rss:"], values["Private_Clean:"] + values["Private_Dirty:"]
 
 
-def write_tree(tree, count):
+def write_tree(tree, number):
     """Node "nodeI" has its own app config file; all have the same lists."""
     app = json.loads((SOURCE / "samples/ha-pair/node-1/etc/app.json").read_text())
     nodes = {
@@ -109,10 +109,10 @@ def write_tree(tree, count):
                 {"IP": f"10.{i // 250}.{i % 250}.3", "usage": ["internal_service"]},
             ],
         }
-        for i in range(count)
+        for i in range(number)
     }
     process = next(iter(app["processes"].values()))
-    for i in range(count):
+    for i in range(number):
         node = tree / f"node{i}"
         (node / "etc/sysconf").mkdir(parents=True)
         process["nodeId"] = f"node{i}"
@@ -128,8 +128,8 @@ def write_tree(tree, count):
     (tree / "manager/etc/sysconf/nodelists.json").write_text(json.dumps({"nodeList": nodes}))
 
 
-def set_port(tree, count, port):
-    for i in range(count):
+def set_port(tree, nodes, port):
+    for i in range(nodes):
         path = tree / f"node{i}/etc/app.json"
         app = json.loads(path.read_text())
         app["processes"]["p"]["local"]["port"] = port
@@ -137,10 +137,10 @@ def set_port(tree, count, port):
 
 
 class Measurement:
-    def __init__(self, build, folder, count):
-        self.build, self.folder, self.count = build, folder, count
+    def __init__(self, build, folder, nodes):
+        self.build, self.folder, self.nodes = build, folder, nodes
         self.tree = folder / "tree"
-        write_tree(self.tree, count)
+        write_tree(self.tree, nodes)
         self.cluster = Cluster(folder)
         self.environment = dict(
             os.environ,
@@ -163,7 +163,7 @@ class Measurement:
 
     def start(self):
         program = self.build / "tools/sysconfsync/sysconfsync"
-        for i in range(self.count):
+        for i in range(self.nodes):
             self.followers.append(
                 subprocess.Popen(
                     [program, "follow", f"node{i}", "--folder", self.folder / f"n{i}"],
@@ -173,7 +173,7 @@ class Measurement:
             )
         if self.sync("status", "--wait", "1", "--timeout", "120").returncode:
             sys.exit("not all nodes run the version")
-        for i in range(self.count):
+        for i in range(self.nodes):
             current = self.folder / f"n{i}/current"
             watch = subprocess.Popen(
                 [self.build / "tools/sysconfctl/sysconfctl", "watch", "local-port", "-o", "json"]
@@ -204,7 +204,7 @@ class Measurement:
             process.wait()
 
 
-def watch_memory(endpoint, count):
+def watch_memory(endpoint, number):
     """Returns the memory that each of many idle watches takes in one member."""
 
     def memory():
@@ -216,24 +216,24 @@ def watch_memory(endpoint, count):
     body = json.dumps({"create_request": {"key": base64.b64encode(b"/sysconf/current").decode()}})
     request = f"POST /v3/watch HTTP/1.1\r\nHost: etcd\r\nContent-Length: {len(body)}\r\n\r\n{body}"
     before, connections = memory(), []
-    for _ in range(count):
+    for _ in range(number):
         connections.append(socket.create_connection((host, int(port))))
         connections[-1].sendall(request.encode())
         connections[-1].recv(1000)
     grown = memory() - before
     for connection in connections:
         connection.close()
-    return grown / count
+    return grown / number
 
 
 def difference(after, before):
     return {name: after[name] - before.get(name, 0) for name in after}
 
 
-def measure(build, folder, count, changes):
-    work = Measurement(build, folder, count)
+def measure(build, folder, nodes, changes):
+    work = Measurement(build, folder, nodes)
     try:
-        set_port(work.tree, count, 31000)
+        set_port(work.tree, nodes, 31000)
         work.publish()
         sent = loopback_bytes()
         time.sleep(20)
@@ -243,7 +243,7 @@ def measure(build, folder, count, changes):
         times, traffic, calls = [], [], []
         for change in range(changes):
             port = 31001 + change
-            set_port(work.tree, count, port)
+            set_port(work.tree, nodes, port)
             before, sent = work.cluster.counters()[0], loopback_bytes()
             begin = time.monotonic()
             work.publish()
@@ -265,13 +265,13 @@ def measure(build, folder, count, changes):
         work.end()
     return {
         "times": times,
-        "bytes": statistics.median(traffic) / count,
+        "bytes": statistics.median(traffic) / nodes,
         "calls": {
-            name: statistics.median(one.get(name, 0) for one in calls) / count for name in calls[0]
+            name: statistics.median(one.get(name, 0) for one in calls) / nodes for name in calls[0]
         },
-        "idle_bytes": (idle_bytes / idle * 60 - own_bytes) / count,
+        "idle_bytes": (idle_bytes / idle * 60 - own_bytes) / nodes,
         "watch": watch,
-        "idle_calls": idle_calls / count / idle * 60,
+        "idle_calls": idle_calls / nodes / idle * 60,
         "resident": statistics.median(one[0] for one in memory),
         "private": statistics.median(one[1] for one in memory),
         "members": members / 3,
@@ -279,7 +279,7 @@ def measure(build, folder, count, changes):
     }
 
 
-def page(result, count, changes, load):
+def page(result, nodes, changes, load):
     times = [1000 * one for one in result["times"]]
     calls = ", ".join(
         f"{name} {value:.1f}" for name, value in sorted(result["calls"].items()) if value >= 0.05
@@ -288,7 +288,7 @@ def page(result, count, changes, load):
     memory = pathlib.Path("/proc/meminfo").read_text().split()[1]
     rows = [
         (
-            f"`publish` until the last of {count} answers has changed",
+            f"`publish` until the last of {nodes} answers has changed",
             f"median {statistics.median(times):.0f} ms, maximum {max(times):.0f} ms",
         ),
         ("of that, the quiet time of the event library", "50 ms"),
@@ -322,7 +322,7 @@ page. [docs/cluster.md](../docs/cluster.md) is the page for users.
 ## Results of {datetime.date.today()}
 
 {machine}, {system}.
-Three members of etcd, {count} followers and {count} processes with the library share this machine.
+Three members of etcd, {nodes} followers and {nodes} processes with the library share this machine.
 {changes} changes; load average before: {load:.2f}.
 
 | | |
@@ -336,15 +336,15 @@ IP and TCP.
 
 def main():
     build = pathlib.Path(sys.argv[1]).resolve()
-    count = int(sys.argv[2]) if len(sys.argv) > 2 else 50
+    nodes = int(sys.argv[2]) if len(sys.argv) > 2 else 50
     changes = int(sys.argv[3]) if len(sys.argv) > 3 else 100
     load = os.getloadavg()[0]
     folder = pathlib.Path(tempfile.mkdtemp())
     try:
-        result = measure(build, folder, count, changes)
+        result = measure(build, folder, nodes, changes)
     finally:
         shutil.rmtree(folder)
-    text = page(result, count, changes, load)
+    text = page(result, nodes, changes, load)
     estimate = SOURCE / "benchmarks/report/distribution.md.in"
     (SOURCE / "benchmarks/distribution.md").write_text(text + "\n" + estimate.read_text())
 

@@ -125,12 +125,12 @@ bool FileText::readFrom(int descriptor, std::size_t size, const FileText* known)
     const std::size_t piece = std::min(m_capacity, kPiece);
     std::size_t equal = 0;
     while (equal != size) {
-        const ssize_t count = ::pread(descriptor, m_bytes.get(), std::min(size - equal, piece),
-                                      static_cast<off_t>(equal));
-        if (count < 0 && errno != EINTR) {
+        const ssize_t result = ::pread(descriptor, m_bytes.get(), std::min(size - equal, piece),
+                                       static_cast<off_t>(equal));
+        if (result < 0 && errno != EINTR) {
             return false;
         }
-        const auto bytes = static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+        const auto bytes = static_cast<std::size_t>(std::max<ssize_t>(result, 0));
         if (bytes == 0 || std::memcmp(m_bytes.get(), known->data() + equal, bytes) != 0) {
             // Another text, an interruption or the end: the rest is read without comparing.
             prepend(*known, equal, bytes);
@@ -148,12 +148,12 @@ bool FileText::readMore(int descriptor, std::size_t size) {
     for (;;) {
         reserveMore(size, most);
         char* const end = m_bytes.get() + m_length;
-        const ssize_t count = ::pread(descriptor, end, std::min(m_capacity, most) - m_length,
-                                      static_cast<off_t>(m_length));
-        if (count < 0 && errno != EINTR) {
+        const ssize_t result = ::pread(descriptor, end, std::min(m_capacity, most) - m_length,
+                                       static_cast<off_t>(m_length));
+        if (result < 0 && errno != EINTR) {
             return false;
         }
-        if (append(static_cast<std::size_t>(std::max<ssize_t>(count, 0)), size) || count == 0) {
+        if (append(static_cast<std::size_t>(std::max<ssize_t>(result, 0)), size) || result == 0) {
             return true;
         }
         if (m_length == most) {

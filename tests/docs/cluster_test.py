@@ -26,8 +26,8 @@ LIMIT = int(os.environ.get("LIMIT", "240"))
 MARK = "----8<----"
 
 
-def free_ports(count):
-    sockets = [socket.create_server(("127.0.0.1", 0)) for _ in range(count)]
+def free_ports(number):
+    sockets = [socket.create_server(("127.0.0.1", 0)) for _ in range(number)]
     ports = [str(one.getsockname()[1]) for one in sockets]
     for one in sockets:
         one.close()

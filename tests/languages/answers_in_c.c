@@ -13,15 +13,15 @@ enum { MOST_WORDS = 8 };
 static void print_answer(const char* question) {
     char words[256];
     const char* arguments[MOST_WORDS];
-    size_t count = 0;
+    size_t size = 0;
     snprintf(words, sizeof words, "%s", question);
-    for (char* word = strtok(words, " "); word != NULL && count < MOST_WORDS;
+    for (char* word = strtok(words, " "); word != NULL && size < MOST_WORDS;
          word = strtok(NULL, " ")) {
-        arguments[count++] = word;
+        arguments[size++] = word;
     }
     char* text = NULL;
     const int result =
-        sysconfreader_get(arguments[0], arguments + 1, count - 1, SYSCONFREADER_JSON, &text);
+        sysconfreader_get(arguments[0], arguments + 1, size - 1, SYSCONFREADER_JSON, &text);
     printf("\"%s\": ", question);
     if (result == SYSCONFREADER_OK) {
         printf("%s", text);

@@ -93,7 +93,7 @@ TEST_F(SyncStatusOutput, AllNodesRunIt_IsDone) {
 
 TEST_F(SyncStatusOutput, Wait_EndsWhenTheLastNodeRunsTheVersion) {
     RunningCommand waiting = waitFor("2");
-    // The member counts watchers; the command has read the statuses before it watches.
+    // The member has the number of watchers; the command has read the statuses before it watches.
     etcd->waitForMetric(0, "etcd_debugging_mvcc_watcher_total 1");
     store->writeStatus("node-2", {.version = 2, .since = kSince});
     const CommandResult done = waiting.finish();

@@ -61,7 +61,7 @@ std::map<std::string, std::string> environmentOf(const tool::View& view,
 }
 
 /// How often the text occurs.
-std::size_t count(const std::string& text, const std::string& part) {
+std::size_t occurrences(const std::string& text, const std::string& part) {
     std::size_t found = 0;
     for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; at += part.size()) {
         ++found;
@@ -101,7 +101,7 @@ TEST(Exec, EachSample_GetsTheAnswersOfGet) {
 
 TEST(Exec, Secret_IsThereOnlyIfRevealed) {
     support::setEnvironment("SYSCONF_ALL_DB_INFO", "inherited");
-    EXPECT_EQ(environmentOf(tool::kMaster).count("SYSCONF_ALL_DB_INFO"), 0U);
+    EXPECT_FALSE(environmentOf(tool::kMaster).contains("SYSCONF_ALL_DB_INFO"));
     const auto revealed = environmentOf(tool::kMaster, {"--reveal-secrets"});
     EXPECT_EQ(tool::parsed(revealed.at("SYSCONF_ALL_DB_INFO"))["alarms"][0U]["accessPort"], 5432);
     const auto refused = exec({"--only", "all-db-info"}, {"/bin/true"}).run();
@@ -113,7 +113,7 @@ TEST(Exec, NoAnswer_RemovesAnInheritedVariable) {
     support::setEnvironment("SYSCONF_LOCAL_SERVICE2_IP", "inherited");
     support::setEnvironment("SYSCONF_LOCAL_PORT", "inherited");
     const auto variables = environmentOf(tool::kMaster);
-    EXPECT_EQ(variables.count("SYSCONF_LOCAL_SERVICE2_IP"), 0U);
+    EXPECT_FALSE(variables.contains("SYSCONF_LOCAL_SERVICE2_IP"));
     EXPECT_NE(variables.at("SYSCONF_LOCAL_PORT"), "inherited");
 }
 
@@ -137,7 +137,7 @@ TEST(Exec, AnswersOfAnyBytes_ReachTheProgram) {
     const auto result = exec({}, {"/usr/bin/env", "-0"}).run();
     const auto variables = variablesIn(result.output);
     EXPECT_EQ(variables.at("SYSCONF_LOCAL_SERVICE_IP"), " it's\n=\"\033 ");
-    EXPECT_EQ(variables.count("SYSCONF_LOCALHOST_IP_ADDRESS"), 0U);
+    EXPECT_FALSE(variables.contains("SYSCONF_LOCALHOST_IP_ADDRESS"));
     EXPECT_THAT(result.errors, HasSubstr("localhost-ip-address contains a NUL byte"));
 }
 
@@ -253,7 +253,7 @@ TEST(Exec, Signals_ArePassedOnOnce) {
     running.signal(SIGTERM);
     const auto result = running.finish();
     EXPECT_EQ(result.exitStatus, 7);
-    EXPECT_EQ(count(result.output, "signal "), 8U) << result.output;
+    EXPECT_EQ(occurrences(result.output, "signal "), 8U) << result.output;
 }
 
 /// The number after "tool " in the output.
@@ -308,7 +308,7 @@ TEST(Exec, KeysOnTheTerminal_ReachTheProgramOnce) {
     const auto result = running.finish();
     ::close(keyboard);
     EXPECT_EQ(result.exitStatus, 3);
-    EXPECT_EQ(count(result.output, "signal "), 3U) << result.output;
+    EXPECT_EQ(occurrences(result.output, "signal "), 3U) << result.output;
 }
 
 /// Starts the reporter with the southbound addresses, which are read on every call.
@@ -343,7 +343,7 @@ TEST(Exec, OnChangeSignal_SendsItAndKeepsTheProgram) {
         support::writeGeneration(deployment, name[0] == 'U' ? 2 : 1);
         running.waitForOutput(std::string("signal ") + (name[0] == 'U' ? "USR2" : "HUP"));
         running.signal(SIGTERM);
-        EXPECT_EQ(count(running.finish().output, "started"), 1U);
+        EXPECT_EQ(occurrences(running.finish().output, "started"), 1U);
     }
 }
 
@@ -355,7 +355,7 @@ TEST(Exec, OnChangeNone_KeepsTheProgram) {
     support::writeGeneration(deployment, 2);
     restarting.waitForOutput("ended\nstarted ");
     running.signal(SIGTERM);
-    EXPECT_EQ(count(running.finish().output, "signal"), 1U);
+    EXPECT_EQ(occurrences(running.finish().output, "signal"), 1U);
     restarting.signal(SIGTERM);
     EXPECT_EQ(restarting.finish().exitStatus, 0);
 }

@@ -119,7 +119,7 @@ TEST(Supervisor, RequestToEndWhileStopping_SendsNoSecondSignalAndEnds) {
     supervisor.changed(kBegin);
     EXPECT_EQ(supervisor.signalled(SIGTERM, false), Action::None);
     EXPECT_EQ(supervisor.signalled(SIGINT, false), Action::Pass);
-    EXPECT_EQ(supervisor.deadline(), kBegin + 10s) << "it is killed all the same";
+    EXPECT_EQ(supervisor.deadline(), kBegin + 10s) << "it is still killed";
     EXPECT_EQ(supervisor.ended(0, kBegin + 1s), Action::End);
 }
 

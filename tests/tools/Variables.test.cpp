@@ -29,9 +29,9 @@ TEST(Variables, Names_DeriveFromTheQueriesWithoutArguments) {
         EXPECT_TRUE(takesArguments(*one, 0));
         EXPECT_TRUE(names.insert(variableName(*one)).second);
     }
-    EXPECT_EQ(names.count("SYSCONF_LOCAL_SERVICE2_IP"), 1U);
-    EXPECT_EQ(names.count("SYSCONF_LOCAL_NODE_IPS_BY_TAG"), 1U);
-    EXPECT_EQ(names.count("SYSCONF_DB_TYPE"), 0U);
+    EXPECT_TRUE(names.contains("SYSCONF_LOCAL_SERVICE2_IP"));
+    EXPECT_TRUE(names.contains("SYSCONF_LOCAL_NODE_IPS_BY_TAG"));
+    EXPECT_FALSE(names.contains("SYSCONF_DB_TYPE"));
 }
 
 TEST(Variables, QueriesThatHaveNone_AreUsageErrors) {

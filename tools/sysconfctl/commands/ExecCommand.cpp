@@ -220,8 +220,8 @@ private:
         if (!loaded && now < m_nextPoll) {
             return;
         }
-        std::uint64_t count = 0;
-        [[maybe_unused]] const ssize_t size = loaded ? ::read(m_loads, &count, sizeof count) : 0;
+        std::uint64_t loads = 0;
+        [[maybe_unused]] const ssize_t size = loaded ? ::read(m_loads, &loads, sizeof loads) : 0;
         m_nextPoll = now + kPollInterval;
         std::vector<AnswerVariable> variables = askVariables(m_asked, m_options.revealSecrets);
         reportTroubles(variables);

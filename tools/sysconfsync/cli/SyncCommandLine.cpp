@@ -172,7 +172,7 @@ private:
             ->check(CLI::NonNegativeNumber)
             ->type_name("VERSION");
         app.add_option("-m,--message", m_options.message, "What has changed")->type_name("TEXT");
-        addNumber(app, "--keep", m_options.keep, "COUNT",
+        addNumber(app, "--keep", m_options.keep, "NUMBER",
                   "How many versions are kept; default: 10");
     }
 

@@ -142,18 +142,18 @@ PostResult Transport::post(const Post& post) {
 
 bool Transport::wait(Clock::duration time, int wakeDescriptor) {
     std::array<curl_waitfd, 2> descriptors{};
-    unsigned int count = 0;
+    unsigned int used = 0;
     for (const int descriptor : {m_connection.stopDescriptor, wakeDescriptor}) {
         if (descriptor >= 0) {
-            descriptors.at(count++) = {descriptor, CURL_WAIT_POLLIN, 0};
+            descriptors.at(used++) = {descriptor, CURL_WAIT_POLLIN, 0};
         }
     }
     const auto limit = std::chrono::ceil<std::chrono::milliseconds>(
         std::min<Clock::duration>(time, std::chrono::minutes(1)));
-    require(curl_multi_poll(m_multi, descriptors.data(), count, static_cast<int>(limit.count()),
+    require(curl_multi_poll(m_multi, descriptors.data(), used, static_cast<int>(limit.count()),
                             nullptr));
     bool woken = false;
-    for (unsigned int i = 0; i < count; ++i) {
+    for (unsigned int i = 0; i < used; ++i) {
         const curl_waitfd& one = descriptors.at(i);
         if (one.revents != 0 && one.fd == m_connection.stopDescriptor) {
             throw Cancelled();
