@@ -364,7 +364,7 @@ TEST(Check, Output_IsNoWiderThanTheTerminalAndEscaped) {
     deployment.appConfig("{\"processes\": {\"p1\": {\"nodeId\": \"\x1b[31m\"}}}")
         .nodeList(replaced(kList, "\"192.0.2.3\"",
                            "\"\\u001b[2J\xc2\x9b\xe4\xb8\xad a long text that "
-                           "is far too long to stand in any line\""));
+                           "is far too long to fit into any line\""));
     for (const unsigned short columns : std::initializer_list<unsigned short>{40, 80}) {
         const auto result =
             tool::sysconfctl({"check", "--color", "never"}).outputToTerminal(columns).run();
