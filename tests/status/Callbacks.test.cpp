@@ -17,6 +17,7 @@
 #include <atomic>
 #include <cerrno>
 #include <functional>
+#include <mutex>
 #include <semaphore>
 #include <stdexcept>
 #include <string>
@@ -49,11 +50,16 @@ public:
 private:
     static void call(unsigned long long generation, void* userData) {
         auto& self = *static_cast<Subscribed*>(userData);
-        self.m_generations.push_back(generation);
+        {
+            const std::lock_guard<std::mutex> guard(self.m_mutex);
+            self.m_generations.push_back(generation);
+        }
         self.m_work();
     }
 
     std::function<void()> m_work;
+    /// Guards m_generations: threads may load at the same time.
+    std::mutex m_mutex;
     std::vector<unsigned long long> m_generations;
     unsigned long long m_id = 0;
 };

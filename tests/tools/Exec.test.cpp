@@ -267,11 +267,11 @@ char stateOf(pid_t process) {
 }
 
 TEST(Exec, StopSignal_IsPassedOnAndStopsTheToolUntilItContinues) {
-    // The job of a shell: a process group without a parent outside of it is not stopped.
+    // In a process group of its own, whose parent is in another one: other groups are not stopped.
     support::RunningCommand running =
-        support::Command("/bin/bash",
-                         {"-c", "set -m; " SYSCONFCTL " exec -- " SYSCONF_SIGNAL_REPORTER " X 0 & "
-                                "echo tool $!; wait -f $!"})
+        support::Command("/usr/bin/perl",
+                         {"-e", "$| = 1; print \"tool $$\\n\"; setpgrp; exec @ARGV", SYSCONFCTL,
+                          "exec", "--", SYSCONF_SIGNAL_REPORTER, "X", "0"})
             .variable("NO_EM_CLIENT", "1")
             .start();
     running.waitForOutput("tool ");
