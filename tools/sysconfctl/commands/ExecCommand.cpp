@@ -33,7 +33,7 @@ using Time = Supervisor::Time;
 
 /// Polling is necessary because answers that are read from the files on every call, and those that
 /// depend on the addresses of the host, change without a load.
-constexpr std::chrono::seconds kPollInterval{1};
+constexpr std::chrono::seconds kCompareInterval{1};
 constexpr int kNoLimit = -1;
 
 enum class OnChange { Restart, Signal, None };
@@ -222,7 +222,7 @@ private:
         }
         std::uint64_t loads = 0;
         [[maybe_unused]] const ssize_t size = loaded ? ::read(m_loads, &loads, sizeof loads) : 0;
-        m_nextPoll = now + kPollInterval;
+        m_nextPoll = now + kCompareInterval;
         std::vector<AnswerVariable> variables = askVariables(m_asked, m_options.revealSecrets);
         reportTroubles(variables);
         const std::vector<std::string> changed = changedNames(m_variables, variables);

@@ -139,7 +139,7 @@ Files Folder::appliedFiles() const {
 
 fs::path Folder::write(const VersionId& version, const Files& files) {
     removeUnfinished();
-    const fs::path folder = m_versions / fmt::format("{}{}", version.number, kUnfinished);
+    fs::path folder = m_versions / fmt::format("{}{}", version.number, kUnfinished);
     fs::create_directory(folder);
     for (const auto& [path, bytes] : files) {
         fs::create_directories((folder / path).parent_path());
