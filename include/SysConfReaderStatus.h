@@ -17,8 +17,8 @@ namespace Quarncommon {
 /// Threads. Any thread may call every operation, also while the process exits. Nothing throws.
 ///
 /// Forks. A forked child inherits the status, without the subscription, and the callbacks. A
-/// descriptor that it inherits is only notified by the parent: it closes it (closeDescriptor) and
-/// opens a new one.
+/// descriptor that it inherits is only notified by the parent: in the child, close it
+/// (closeDescriptor) and open a new one.
 class [[gnu::visibility("default")]] SysConfReaderStatus {
 public:
     /// @name Contents
