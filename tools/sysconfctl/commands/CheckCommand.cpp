@@ -5,6 +5,7 @@
 #include "cli/Suggestion.h"
 #include "cli/UsageError.h"
 #include "deployment/CallerDirectory.h"
+#include "deployment/KeepUntilExit.h"
 #include "render/Output.h"
 #include "render/Text.h"
 
@@ -33,8 +34,8 @@ void verifyIgnored(const std::vector<std::string>& ignored) {
 
 ExitStatus runCheck(const Options& options) {
     verifyIgnored(options.ignored);
-    Sources sources;
-    Inventory inventory;
+    auto& sources = makeUntilExit<Sources>();
+    auto& inventory = makeUntilExit<Inventory>();
     if (options.paths.empty()) {
         sources = readSources(options.localAddresses);
         inventory = inventoryOf(sources);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/Commands.h"
 
+#include "deployment/KeepUntilExit.h"
 #include "explain/Prediction.h"
 #include "explain/Reason.h"
 #include "explain/Screen.h"
@@ -231,11 +232,10 @@ ExitStatus runExplain(const Options& options) {
     }
     if (!options.localAddresses.empty()) {
         // The steps refer to the sources of the prediction.
-        const Prediction prediction(options.localAddresses);
+        const auto& prediction = makeUntilExit<Prediction>(options.localAddresses);
         return report(predicted(prediction, options), options);
     }
-    Sources sources;
-    return report(explainedAtOnce(options, sources), options);
+    return report(explainedAtOnce(options, makeUntilExit<Sources>()), options);
 }
 
 } // namespace sysconfctl

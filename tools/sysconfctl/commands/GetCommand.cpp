@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/Commands.h"
 
+#include "deployment/KeepUntilExit.h"
 #include "explain/Prediction.h"
 #include "query/Reply.h"
 #include "query/Variables.h"
@@ -73,7 +74,8 @@ std::string plainList() {
 /// The library's answer, or its predicted answer on a host with the given addresses.
 Reply answerTo(const Question& question, const Options& options) {
     if (!options.localAddresses.empty()) {
-        return Prediction(options.localAddresses).ask(question, options.revealSecrets);
+        return makeUntilExit<Prediction>(options.localAddresses)
+            .ask(question, options.revealSecrets);
     }
     const library::Session session;
     return ask(*question.query, question.arguments, options.revealSecrets);
@@ -98,7 +100,7 @@ std::vector<AnswerVariable> variablesFor(const Options& options) {
         const library::Session session;
         return askVariables(asked, options.revealSecrets);
     }
-    const Prediction prediction(options.localAddresses);
+    const auto& prediction = makeUntilExit<Prediction>(options.localAddresses);
     std::vector<AnswerVariable> variables;
     variables.reserve(asked.size());
     for (const Query* query : asked) {

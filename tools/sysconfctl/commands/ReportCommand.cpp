@@ -2,6 +2,7 @@
 #include "commands/Commands.h"
 
 #include "deployment/CallerDirectory.h"
+#include "deployment/KeepUntilExit.h"
 #include "deployment/ProcessAge.h"
 #include "map/Graphviz.h"
 #include "map/Picture.h"
@@ -38,7 +39,7 @@ void addPicture(PageContents& contents, const Cluster& cluster) {
 } // namespace
 
 ExitStatus runReport(const Options& options) {
-    const Prediction prediction(options.localAddresses);
+    const auto& prediction = makeUntilExit<Prediction>(options.localAddresses);
     const Cluster cluster = clusterOf(prediction.sources());
     const CheckResult checked = check(inventoryOf(prediction.sources()));
     PageContents contents{.prediction = prediction,

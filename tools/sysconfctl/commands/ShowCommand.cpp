@@ -2,6 +2,7 @@
 #include "commands/Commands.h"
 
 #include "cli/Environment.h"
+#include "deployment/KeepUntilExit.h"
 #include "deployment/OwnLoad.h"
 #include "explain/Prediction.h"
 #include "query/Questions.h"
@@ -81,7 +82,7 @@ std::vector<Reply> repliesTo(const std::vector<Question>& questions, Ask ask) {
 /// @param load Gets the load of the library, if it is to be shown and has answered.
 std::vector<Reply> allReplies(const Options& options, std::optional<OwnLoad>& load) {
     if (!options.localAddresses.empty()) {
-        const Prediction prediction(options.localAddresses);
+        const auto& prediction = makeUntilExit<Prediction>(options.localAddresses);
         return repliesTo(prediction.allQuestions(), [&](const Question& question) {
             return prediction.ask(question, options.revealSecrets);
         });

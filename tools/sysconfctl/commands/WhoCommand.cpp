@@ -2,6 +2,7 @@
 #include "commands/Commands.h"
 
 #include "cli/UsageError.h"
+#include "deployment/KeepUntilExit.h"
 #include "render/Color.h"
 #include "render/Diagnostics.h"
 #include "render/Output.h"
@@ -30,8 +31,8 @@ ExitStatus runWho(const Options& options) {
     if (options.word.empty()) {
         throw UsageError("who takes an address, the id of a node, or a tag");
     }
-    const Prediction prediction(options.localAddresses);
-    const Cluster cluster = clusterOf(prediction.sources());
+    const auto& prediction = makeUntilExit<Prediction>(options.localAddresses);
+    const Cluster& cluster = keepUntilExit(clusterOf(prediction.sources()));
     const Appearances found =
         appearancesOf(options.word, prediction, cluster, options.revealSecrets);
     writeOutput(written(found, options));

@@ -204,7 +204,7 @@ std::vector<std::string> wrapped(std::string_view text, std::size_t width) {
 
 std::vector<std::string> wrappedWords(std::string_view text, std::size_t width,
                                       std::string_view also) {
-    const std::string after = " " + std::string(also);
+    const std::string after = fmt::format(" {}", also);
     return brokenLines(text, width, {after, false});
 }
 
