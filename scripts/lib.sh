@@ -118,8 +118,9 @@ configure_for_tests() {
     -DSYSCONFREADER_BUILD_BENCHMARKS="$([[ -n $3 ]] && echo OFF || echo ON)"
 }
 
+# The copies are new: a file that changed while an older copy of it was compiled is compiled again.
 copy_sources() {
-  tar --exclude='./build*' --exclude=./.git --exclude=./.ccache -cf - . | tar -C "$1" -xf -
+  tar --exclude='./build*' --exclude=./.git --exclude=./.ccache -cf - . | tar -C "$1" --touch -xf -
 }
 
 # build FOLDER [TARGET...]: with JOBS jobs. Prints only warnings and errors.
