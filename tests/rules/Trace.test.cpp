@@ -52,8 +52,9 @@ TEST(Trace, CollectByNumber_ReportsKeptNumbersAndOverriddenServices) {
     EXPECT_THAT(only(traced(R"([{"IP":"A","usage":["n2","service","service"]},
                                 {"IP":"B","usage":["n2","service","service2"]}])",
                             rule),
-                     "/0 = A"),
-                ElementsAre("2 filled by /0 = A", "service filled by /0 = A"));
+                     "filled"),
+                ElementsAre("2 filled by /0 = A", "service filled by /0 = A",
+                            "service filled by /1 = B", "service2 filled by /1 = B"));
     EXPECT_THAT(
         traced(R"({"a":{"IP":"A","usage":{"x":"n3"}},"b":{"IP":"B","usage":["n3"]}})", rule),
         ElementsAre("entry /a", "read /a/IP = A", "read /a/usage/x = n3", "tag n3 at /a/usage/x",
