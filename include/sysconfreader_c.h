@@ -73,7 +73,8 @@ enum sysconfreader_format {
     /**
      * As `sysconfctl get` writes to a pipe: a text or a number alone; a line for each address of a
      * list; a line "key TAB address" for each key of a map; JSON for a JSON value. Each line of a
-     * list or map ends with a line feed. "" is an empty list or map.
+     * list or map ends with a line feed. "" is an empty list or map. Nothing is escaped: an address
+     * ends at its first NUL, and may contain line feeds. JSON keeps both.
      */
     SYSCONFREADER_TEXT = 0,
     /** A JSON value on one line: a string, a number, an array, or an object. */

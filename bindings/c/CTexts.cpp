@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "CTexts.h"
 
-#include <json/writer.h>
+#include <queries/JsonText.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -13,6 +13,7 @@ namespace sysconfreader_c {
 namespace {
 
 using Quarncommon::queries::Groups;
+using Quarncommon::queries::jsonText;
 using Quarncommon::queries::Map;
 using Quarncommon::queries::NoAnswer;
 using Quarncommon::queries::Overloaded;
@@ -28,16 +29,12 @@ void* allocated(std::size_t size) {
     return memory;
 }
 
-std::string written(const Json::Value& value) {
-    Json::StreamWriterBuilder builder;
-    builder["indentation"] = "";
-    return Json::writeString(builder, value);
-}
-
 std::string lines(const List& texts) {
     std::string all;
     for (const std::string& text : texts) {
-        all += text + '\n';
+        // Up to the first NUL, which would end the other lines too.
+        all += text.c_str();
+        all += '\n';
     }
     return all;
 }
@@ -45,9 +42,10 @@ std::string lines(const List& texts) {
 List keysWithTexts(const Groups& groups) {
     List rows;
     for (const auto& [key, texts] : groups) {
-        rows.push_back(key);
+        rows.emplace_back(key.c_str());
         for (const std::string& text : texts) {
-            rows.back() += '\t' + text;
+            rows.back() += '\t';
+            rows.back() += text.c_str();
         }
     }
     return rows;
@@ -116,7 +114,7 @@ char** copied(const List& texts) {
 
 std::string formatted(const Answer& answer, enum sysconfreader_format format) {
     if (format == SYSCONFREADER_JSON) {
-        return written(jsonOf(answer));
+        return jsonText(jsonOf(answer));
     }
     return std::visit(Overloaded{
                           [](const NoAnswer&) { return std::string(); },
@@ -126,12 +124,12 @@ std::string formatted(const Answer& answer, enum sysconfreader_format format) {
                           [](const Map& map) {
                               List rows;
                               for (const auto& [key, text] : map) {
-                                  rows.push_back(key + '\t' + text);
+                                  rows.push_back(key.c_str() + ('\t' + text));
                               }
                               return lines(rows);
                           },
                           [](const Groups& groups) { return lines(keysWithTexts(groups)); },
-                          [](const Json::Value& value) { return written(value); },
+                          [](const Json::Value& value) { return jsonText(value); },
                       },
                       answer.value);
 }

@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <mutex>
 #include <new>
+#include <utility>
 
 namespace Quarncommon::status {
 
@@ -148,6 +149,10 @@ void announceLoads() {
                 Call(subscriber).run();
             }
         }
+        // The callbacks' own loads during an event.
+        if (std::exchange(t_loadToAnnounce, false)) {
+            ringDescriptors();
+        }
     }
     errno = errnoBefore;
 }
@@ -198,6 +203,12 @@ int openNoticeDescriptor() noexcept {
     free->inherited = false;
     free->descriptor.forget();
     free->descriptor.openEvent();
+    // Its number is new, so another entry with it has lost its file. Marks repeat.
+    for (Notice& other : g_notices) {
+        if (&other != free && other.descriptor.number() == free->descriptor.number()) {
+            other.descriptor.forget();
+        }
+    }
     return free->descriptor.number();
 }
 

@@ -85,6 +85,8 @@ void countEvent(unsigned long long SysConfReaderStatus::*counter) noexcept {
 
 void resetBoardAfterFork() noexcept {
     g_board.resetAfterFork();
+    // The parent may have been between the two stores of `publish`.
+    g_board.update([](SysConfReaderStatus& status) { status.lastLoad = generation(); });
     setSubscription(SysConfReaderStatus::Subscription::None);
 }
 

@@ -280,6 +280,21 @@ TEST_F(CLibrary, AsJson_EachKindHasItsType) {
     EXPECT_EQ(json("db-info", {database()}), info);
 }
 
+TEST_F(CLibrary, BytesThatAreNotUtf8_AreReplacedInJsonOnly) {
+    m_files.appConfig(R"({"processes":{"p1":{"wss":{"ip":"caf)"
+                      "\xe9 12"
+                      R"("}}}})");
+    EXPECT_EQ(get("wss-ip-address", {}), (Got{SYSCONFREADER_OK, "caf\xe9 12"}));
+    EXPECT_EQ(get("wss-ip-address", {}, SYSCONFREADER_JSON),
+              (Got{SYSCONFREADER_OK, R"("caf\ufffd 12")"}));
+}
+
+TEST_F(CLibrary, AddressWithANul_EndsThereAndTheNextLineFollows) {
+    m_files.managerNodeList(R"({"nodeList":{
+        "a":{"assignedToTenancy":"t","IPAddresses":[{"IP":"1\u0000x"},{"IP":"2"}]}}})");
+    EXPECT_EQ(get("ip-addresses", {"assignedToTenancy", "t"}), (Got{SYSCONFREADER_OK, "1\n2\n"}));
+}
+
 TEST_F(CLibrary, EverythingElse_WorksFromC) {
     EXPECT_EQ(callTheRest(), 0);
 }

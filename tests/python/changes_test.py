@@ -8,6 +8,7 @@ import select
 import signal
 import subprocess
 import threading
+import unittest.mock
 
 import support
 import sysconfreader
@@ -124,6 +125,44 @@ class ChangesTest(support.MasterTest):
                 return [generation async for generation in changes]
 
             self.assertEqual(asyncio.run(collect()), [])
+
+    def test_Changes_ClosedByASignalHandler_End(self):
+        with sysconfreader.changes() as changes:
+            signal.signal(signal.SIGALRM, lambda *_: changes.close())
+            # Again, in case that the first one precedes the wait.
+            signal.setitimer(signal.ITIMER_REAL, 0.01, 0.01)
+            self.addCleanup(signal.setitimer, signal.ITIMER_REAL, 0)
+            self.assertEqual(list(changes), [])
+
+    def test_Changes_ClosedByASignalHandlerBeforeARead_End(self):
+        read = os.read
+        with sysconfreader.changes() as changes:
+
+            def close_and_read(descriptor, size):
+                changes.close()
+                return read(descriptor, size)
+
+            with unittest.mock.patch("os.read", close_and_read):
+                self.assertEqual(list(changes), [])
+
+    def test_AsyncChanges_ClosedWhileATaskWaits_EndAndLeaveNoReader(self):
+        async def close():
+            loop = asyncio.get_running_loop()
+            changes = sysconfreader.changes()
+            number = changes.fileno()
+            waiting = asyncio.create_task(anext(changes, "end"))
+            await asyncio.sleep(0)
+            changes.close()
+            self.assertFalse(loop.remove_reader(number))
+            # Gets the number of the closed file.
+            with sysconfreader.changes() as other:
+                self.assertEqual(other.fileno(), number)
+                loop.call_soon(sysconfreader.local_port)
+                # Waits before the task of the closed one ends.
+                self.assertEqual(await anext(other), 2)
+            self.assertEqual(await waiting, "end")
+
+        asyncio.run(close())
 
     def test_Descriptors_AreClosed(self):
         sysconfreader.reload()

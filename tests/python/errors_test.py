@@ -67,6 +67,7 @@ class ErrorsTest(support.MasterTest):
             (sysconfreader.db_type, ["alarms", -1]),
             (sysconfreader.all_float_ip, []),
             (sysconfreader.db_info, ["alarms\0"]),
+            (sysconfreader.db_info, ["alarms\ud800"]),
         ):
             with self.subTest(arguments=arguments):
                 with self.assertRaises(sysconfreader.BadArgument):

@@ -110,6 +110,12 @@ class QueriesTest(support.MasterTest):
             sysconfreader.db_info("Zürich"), [{"type": "\u2603 \0\U0001f600"}]
         )
 
+    def test_BytesThatAreNotUtf8_AreReplacedAndNothingElseIs(self):
+        text = self.app_config.read_bytes().replace(b"5432", b'"caf\xe9 12"')
+        self.app_config.write_bytes(text)
+        port = sysconfreader.db_info("alarms")[0]["accessPort"]
+        self.assertEqual(port, "caf\ufffd 12")
+
     def test_Answers_AreFreed(self):
         self.configure(lambda config: config["databases"].update(large="x" * (16 << 20)))
         self.assertEqual(len(sysconfreader.db_info("large")), 16 << 20)

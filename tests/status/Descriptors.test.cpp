@@ -71,8 +71,24 @@ TEST_F(ChangeDescriptor, OnceReadable_TheLoadIsVisible) {
 TEST_F(ChangeDescriptor, LoadsWithinACallback_AreNotified) {
     const auto id = Status::subscribe([](unsigned long long, void*) { reload(); }, nullptr);
     reload();
-    Status::unsubscribe(id);
     EXPECT_EQ(notifications(m_descriptor), 2U);
+    support::deliver();
+    EXPECT_EQ(notifications(m_descriptor), 2U) << "that of the event, that of the callback";
+    Status::unsubscribe(id);
+}
+
+TEST_F(ChangeDescriptor, UnderTheNumberOfOneThatTheProgramClosed_IsNotifiedOnce) {
+    const int number = Status::openDescriptor();
+    ::close(number);
+    ::close(m_descriptor);
+    ASSERT_EQ(::open("/dev/null", O_RDONLY | O_CLOEXEC), m_descriptor);
+    // More often than there are different marks.
+    for (int opened = 0; opened < 40; ++opened) {
+        ASSERT_EQ(Status::openDescriptor(), number);
+        reload();
+        EXPECT_EQ(notifications(number), 1U) << opened;
+        ::close(number);
+    }
 }
 
 TEST_F(ChangeDescriptor, Several_AreNotifiedEach) {

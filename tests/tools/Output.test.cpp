@@ -213,14 +213,15 @@ TEST(Output, ListsAndMapsToAPipe_KeepOneItemALine) {
                 HasSubstr("\nip-addresses assignedToTenancy $'t\\x1b[0m'\ta\\x1b\\nb\n"));
 }
 
-TEST(Output, InvalidUtf8_IsStillJson) {
+TEST(Output, BytesThatAreNotUtf8_AreReplacedInJsonAndNothingElseIs) {
     support::Deployment deployment;
-    deployment.appConfig("{\"processes\": {\"p1\": {\"wss\": {\"ip\": \"a\xff\xc3\"}}}}");
+    deployment.appConfig("{\"processes\": {\"p1\": {\"wss\": {\"ip\": \"caf\xe9 "
+                         "12\xc3|\xc3\xa9\xf0\x9f\x98\x80\"}}}}");
     const auto result = tool::run({"get", "wss-ip-address", "-o", "json"});
-    EXPECT_TRUE(tool::parsed(result.output)["answered"].asBool());
+    EXPECT_THAT(result.output, HasSubstr(R"("caf\ufffd 12\ufffd|\u00e9\ud83d\ude00")"));
     EXPECT_THAT(result.output, Each(AllOf(testing::Ge('\n'), Le('~'))));
     EXPECT_EQ(tool::sysconfctl({"get", "wss-ip-address"}).outputToTerminal(80).run().output,
-              "a\\xff\\xc3\n");
+              "caf\\xe9 12\\xc3|\xc3\xa9\xf0\x9f\x98\x80\n");
 }
 
 TEST(Output, Table_IsNoWiderThanTheTerminal) {

@@ -5,6 +5,7 @@ import asyncio
 import ctypes
 import os
 import select
+from collections.abc import Callable
 from typing import Self
 
 from ._library import library
@@ -24,6 +25,7 @@ class Changes:
 
     def __init__(self) -> None:
         self._descriptor = -1
+        self._wake: Callable[[], None] | None = None
         self._open()
 
     def _open(self) -> None:
@@ -36,23 +38,35 @@ class Changes:
     def close(self) -> None:
         """Closes the descriptor. Closing twice is harmless."""
         descriptor, self._descriptor = self._descriptor, -1
+        # The loop must not watch the number of a closed file: another file may get it.
+        if self._wake:
+            self._wake()
         library.sysconfreader_close_changes(descriptor)
+
+    def _current(self) -> int:
+        """Returns the descriptor, -1 after close()."""
+        # The inherited one is notified of loads of the parent, who reads from the same counter.
+        if self._descriptor >= 0 and self._process != os.getpid():
+            self.close()
+            self._open()
+        return self._descriptor
 
     def fileno(self) -> int:
         """Returns the descriptor, which is readable after a load."""
         if self._descriptor < 0:
             raise ValueError("the object is closed")
-        # The inherited one is notified of loads of the parent, who reads from the same counter.
-        if self._process != os.getpid():
-            self.close()
-            self._open()
-        return self._descriptor
+        return self._current()
 
-    def _take(self) -> bool:
+    def _take(self, descriptor: int) -> bool:
         """Resets the descriptor; whether there was a load."""
         try:
-            os.read(self.fileno(), 8)
+            os.read(descriptor, 8)
         except BlockingIOError:
+            return False
+        except OSError:
+            # A signal handler may call close() at any time.
+            if self._descriptor == descriptor:
+                raise
             return False
         return True
 
@@ -69,39 +83,43 @@ class Changes:
         return self
 
     def __next__(self) -> int:
-        if self._descriptor < 0:
-            raise StopIteration
-        while not self._take():
+        while (descriptor := self._current()) >= 0:
+            if self._take(descriptor):
+                return generation()
             poll = select.poll()
-            poll.register(self.fileno(), select.POLLIN)
+            poll.register(descriptor, select.POLLIN)
             poll.poll()
-        return generation()
+        raise StopIteration
 
     def __aiter__(self) -> Self:
         return self
 
     async def __anext__(self) -> int:
-        if self._descriptor < 0:
-            raise StopAsyncIteration
-        while not self._take():
-            await _readable(self.fileno())
-        return generation()
+        while (descriptor := self._current()) >= 0:
+            if self._take(descriptor):
+                return generation()
+            await self._readable(descriptor)
+        raise StopAsyncIteration
 
+    async def _readable(self, descriptor: int) -> None:
+        loop = asyncio.get_running_loop()
+        future: asyncio.Future[None] = loop.create_future()
 
-async def _readable(descriptor: int) -> None:
-    loop = asyncio.get_running_loop()
-    future: asyncio.Future[None] = loop.create_future()
+        def wake() -> None:
+            loop.remove_reader(descriptor)
+            # May run again before the task does.
+            if not future.done():
+                future.set_result(None)
 
-    def wake() -> None:
-        # May run again before the task does.
-        if not future.done():
-            future.set_result(None)
-
-    loop.add_reader(descriptor, wake)
-    try:
-        await future
-    finally:
-        loop.remove_reader(descriptor)
+        loop.add_reader(descriptor, wake)
+        self._wake = wake
+        try:
+            await future
+        finally:
+            self._wake = None
+            # After close(), the number may be another file's.
+            if self._descriptor == descriptor:
+                loop.remove_reader(descriptor)
 
 
 def changes() -> Changes:

@@ -17,7 +17,10 @@ _JSON = 1
 def _encoded(text: str | int) -> bytes:
     if not isinstance(text, (str, int)):
         raise TypeError(f"an argument is a str or an int, not {type(text).__name__}")
-    encoded = str(text).encode(errors="surrogateescape")
+    try:
+        encoded = str(text).encode(errors="surrogateescape")
+    except UnicodeEncodeError as error:
+        raise BadArgument("an argument contains a lone surrogate") from error
     if b"\0" in encoded:
         raise BadArgument("an argument contains a NUL")
     return encoded

@@ -1,23 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/Json.h"
 
-#include <json/writer.h>
+#include <queries/JsonText.h>
 
 namespace sysconfctl {
-namespace {
 
-std::string written(const Json::Value& value, const char* indentation) {
-    Json::StreamWriterBuilder builder;
-    builder["indentation"] = indentation;
-    // Writes "name": value, without a blank before the colon.
-    builder["enableYAMLCompatibility"] = *indentation != '\0';
-    std::string text = Json::writeString(builder, value);
-    // The only control character that jsoncpp does not escape; it can only be inside a string.
-    for (std::size_t at = 0; (at = text.find('\x7f', at)) != std::string::npos;) {
-        text.replace(at, 1, "\\u007f");
-    }
-    return text;
-}
+using Quarncommon::queries::jsonText;
+
+namespace {
 
 Json::Value toJson(const Parameter& parameter) {
     Json::Value value;
@@ -30,11 +20,11 @@ Json::Value toJson(const Parameter& parameter) {
 } // namespace
 
 std::string compactJson(const Json::Value& value) {
-    return written(value, "");
+    return jsonText(value);
 }
 
 std::string indentedJson(const Json::Value& value) {
-    return written(value, "  ") + '\n';
+    return jsonText(value, "  ") + '\n';
 }
 
 Json::Value toJson(const Reply& reply) {
