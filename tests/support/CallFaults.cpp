@@ -135,9 +135,6 @@ REPLACED(int, open64, const char* path, int flags, ...) {
     OPTIONAL_ARGUMENT(unsigned int, mode, flags);
     return openFile(path, flags, mode);
 }
-REPLACED(int, __open_2, const char* path, int flags) {
-    return openFile(path, flags, 0);
-}
 REPLACED(int, openat, int folder, const char* path, int flags, ...) {
     OPTIONAL_ARGUMENT(unsigned int, mode, flags);
     return openFileAt(folder, path, flags, mode);
@@ -147,9 +144,6 @@ REPLACED(int, openat64, int folder, const char* path, int flags, ...) {
     return openFileAt(folder, path, flags, mode);
 }
 REPLACED(ssize_t, read, int descriptor, void* buffer, std::size_t size) {
-    return kernelRead(descriptor, buffer, size);
-}
-REPLACED(ssize_t, __read_chk, int descriptor, void* buffer, std::size_t size, std::size_t) {
     return kernelRead(descriptor, buffer, size);
 }
 REPLACED(ssize_t, pread, int descriptor, void* buffer, std::size_t size, off_t offset) {
@@ -171,9 +165,6 @@ REPLACED(int, lstat64, const char* path, struct stat* status) {
     return kernel(Call::Lstat, SYS_lstat, path, status);
 }
 REPLACED(ssize_t, readlink, const char* path, char* buffer, std::size_t size) {
-    return kernelReadlink(path, buffer, size);
-}
-REPLACED(ssize_t, __readlink_chk, const char* path, char* buffer, std::size_t size, std::size_t) {
     return kernelReadlink(path, buffer, size);
 }
 REPLACED(int, inotify_init1, int flags) {
@@ -200,9 +191,6 @@ REPLACED(int, fcntl64, int descriptor, int command, ...) {
     return kernel(Call::Fcntl, SYS_fcntl, descriptor, command, argument);
 }
 REPLACED(int, poll, void* descriptors, unsigned long number, int timeout) {
-    return kernel(Call::Poll, SYS_poll, descriptors, number, timeout);
-}
-REPLACED(int, __poll_chk, void* descriptors, unsigned long number, int timeout, std::size_t) {
     return kernel(Call::Poll, SYS_poll, descriptors, number, timeout);
 }
 REPLACED(int, ioctl, int descriptor, unsigned long request, ...) {
