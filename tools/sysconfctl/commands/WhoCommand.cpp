@@ -32,7 +32,7 @@ ExitStatus runWho(const Options& options) {
         throw UsageError("who takes an address, the id of a node, or a tag");
     }
     const auto& prediction = makeUntilExit<Prediction>(options.localAddresses);
-    const Cluster& cluster = keepUntilExit(clusterOf(prediction.sources()));
+    Cluster& cluster = keepUntilExit(clusterOf(prediction.sources()));
     const Appearances found =
         appearancesOf(options.word, prediction, cluster, options.revealSecrets);
     writeOutput(written(found, options));
