@@ -178,7 +178,10 @@ Command::Ends Command::openOutput() const {
 
 void Command::becomeCommand(int output, int errors) const {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-    ::signal(SIGPIPE, SIG_DFL);
+    // Shells start background jobs with the last two ignored.
+    for (const int number : {SIGPIPE, SIGHUP, SIGINT, SIGQUIT}) {
+        ::signal(number, SIG_DFL);
+    }
     const int input = ::open("/dev/null", O_RDONLY);
     ::dup2(input, STDIN_FILENO);
     ::dup2(output, STDOUT_FILENO);

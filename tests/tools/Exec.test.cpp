@@ -335,6 +335,24 @@ TEST(Exec, Change_RestartsTheProgramWithTheNewAnswers) {
     EXPECT_THAT(result.errors, HasSubstr("sysconfctl: changed: SYSCONF_LOCAL_SOUTH_IP\n"));
 }
 
+TEST(Exec, SignalInheritedAsIgnored_IsNotPassedOnAndDoesNotEndRestarts) {
+    support::Deployment deployment;
+    support::writeGeneration(deployment, 1);
+    support::RunningCommand running =
+        support::Command("/bin/sh", {"-c", "trap '' INT; exec " SYSCONFCTL
+                                           " exec --only local-south-ip -- " SYSCONF_SIGNAL_REPORTER
+                                           " SYSCONF_LOCAL_SOUTH_IP 0"})
+            .variable("NO_EM_CLIENT", "1")
+            .start();
+    running.waitForOutput("started ");
+    running.signal(SIGINT);
+    support::writeGeneration(deployment, 2);
+    running.waitForOutput("ended\nstarted ");
+    running.signal(SIGTERM);
+    EXPECT_EQ(running.finish().output, "started 10.1.1.3\nsignal TERM\nended\n"
+                                       "started 10.2.1.3\nsignal TERM\nended\n");
+}
+
 TEST(Exec, OnChangeSignal_SendsItAndKeepsTheProgram) {
     support::Deployment deployment;
     support::writeGeneration(deployment, 1);

@@ -11,6 +11,18 @@ namespace {
 
 bool pipeSignalIgnored = false;
 
+/// The kernel queues a blocked signal even if it is ignored. It must not end `exec`, because the
+/// program, which ignores it too, continues.
+void removeIgnored(sigset_t& signals) {
+    for (int number = 1; number <= SIGRTMAX; ++number) {
+        struct sigaction inherited {};
+        if (number != SIGCHLD && ::sigaction(number, nullptr, &inherited) == 0 &&
+            inherited.sa_handler == SIG_IGN) {
+            ::sigdelset(&signals, number);
+        }
+    }
+}
+
 sigset_t setOf(std::initializer_list<int> numbers) {
     sigset_t signals;
     ::sigemptyset(&signals);
@@ -31,8 +43,9 @@ bool inheritedPipeSignalIgnored() {
 }
 
 PassedSignals::PassedSignals() {
-    const sigset_t signals = setOf(
+    sigset_t signals = setOf(
         {SIGCHLD, SIGTERM, SIGINT, SIGHUP, SIGQUIT, SIGUSR1, SIGUSR2, SIGWINCH, SIGTSTP, SIGCONT});
+    removeIgnored(signals);
     ::pthread_sigmask(SIG_BLOCK, &signals, &m_inherited);
     // While it is ignored, the kernel discards the statuses of children.
     std::signal(SIGCHLD, SIG_DFL);

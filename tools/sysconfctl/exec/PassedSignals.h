@@ -14,10 +14,10 @@ void ignorePipeSignal();
 /// Whether this process inherited an ignored SIGPIPE.
 bool inheritedPipeSignalIgnored();
 
-/// Makes SIGCHLD and the signals that `exec` passes on readable from a descriptor. They remain
-/// blocked, so that no time is left for a signal between the end of the program and that of this
-/// process. Must be created before there is a second thread, because threads inherit the blocked
-/// signals.
+/// Makes SIGCHLD and the signals that `exec` passes on readable from a descriptor, except those
+/// that this process inherited as ignored. They remain blocked, so that no time is left for a
+/// signal between the end of the program and that of this process. Must be created before there is
+/// a second thread, because threads inherit the blocked signals.
 class PassedSignals {
 public:
     /// @throws std::system_error if there is no free descriptor.
