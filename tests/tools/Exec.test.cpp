@@ -9,6 +9,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <map>
@@ -404,17 +405,64 @@ TEST(Exec, ProgramThatFailsAfterARestart_IsStartedAgainAfterAPause) {
     EXPECT_EQ(running.finish().exitStatus, 0);
 }
 
+support::Command execBesideEventLibrary(const std::vector<std::string>& program) {
+    const fs::path library = support::testDirectory() / "events";
+    fs::create_directories(library);
+    fs::copy_file(SYSCONF_LOGGING_EVENT_LIBRARY, library / "libeventcbutil.so",
+                  fs::copy_options::overwrite_existing);
+    return tool::sysconfctl(words({}, program)).variable("LD_LIBRARY_PATH", library.string());
+}
+
 TEST(Exec, LibraryThatThrows_StartsNothing) {
-    const fs::path library = support::testDirectory() / "throwing";
-    fs::create_directory(library);
-    fs::copy_file(SYSCONF_LOGGING_EVENT_LIBRARY, library / "libeventcbutil.so");
-    const auto result = tool::sysconfctl(words({}, {"/bin/echo", "started"}))
-                            .variable("LD_LIBRARY_PATH", library.string())
-                            .variable("EVENT_THROWS", "1")
-                            .run();
+    const auto result =
+        execBesideEventLibrary({"/bin/echo", "started"}).variable("EVENT_THROWS", "1").run();
     EXPECT_EQ(result.exitStatus, 3);
     EXPECT_EQ(result.output, "");
     EXPECT_THAT(result.errors, HasSubstr("local-port: the library threw: "));
+}
+
+TEST(Exec, EventLibraryThatHangs_DoesNotKeepItFromEnding) {
+    for (const int number : {SIGTERM, SIGINT, SIGQUIT}) {
+        support::RunningCommand running =
+            execBesideEventLibrary({"/bin/true"}).variable("EVENT_HANGS", "init").start();
+        running.waitForErrors("init hangs");
+        running.signal(number);
+        EXPECT_EQ(running.finish().signal, number);
+    }
+    const auto result =
+        execBesideEventLibrary({"/bin/sh", "-c", "exit 3"}).variable("EVENT_HANGS", "fini").run();
+    EXPECT_EQ(result.exitStatus, 3);
+    EXPECT_THAT(result.errors, HasSubstr("fini hangs"));
+}
+
+bool isLeased(const fs::path& file) {
+    const int descriptor = ::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    const bool leased = descriptor < 0 && errno == EWOULDBLOCK;
+    ::close(descriptor);
+    return leased;
+}
+
+/// The kernel delays whoever opens a leased file.
+TEST(Exec, FileThatHangs_DelaysNeitherSignalsNorTheEnd) {
+    support::Deployment deployment;
+    support::writeGeneration(deployment, 1);
+    sigset_t leaseBroken;
+    ::sigemptyset(&leaseBroken);
+    ::sigaddset(&leaseBroken, SIGIO);
+    ::pthread_sigmask(SIG_BLOCK, &leaseBroken, nullptr);
+    support::RunningCommand running = startedReporter({}, "5");
+    const int file = ::open(deployment.nodeListPath().c_str(), O_RDWR | O_CLOEXEC);
+    while (::fcntl(file, F_SETLEASE, F_WRLCK) != 0) {
+        ASSERT_EQ(errno, EAGAIN) << "the file is not open elsewhere";
+    }
+    int number = 0;
+    ::sigwait(&leaseBroken, &number);
+    running.signal(SIGUSR1);
+    running.waitForOutput("signal USR1\n");
+    running.signal(SIGTERM);
+    EXPECT_EQ(running.finish().exitStatus, 5);
+    EXPECT_TRUE(isLeased(deployment.nodeListPath()));
+    ::close(file);
 }
 
 /// The words that run a command as the first process of a namespace, empty if that is not allowed.

@@ -1,19 +1,30 @@
 // SPDX-License-Identifier: Apache-2.0
 // Logs its calls to the file EVENT_LOG. A subscription throws with EVENT_THROWS, fails with
-// EVENT_REFUSES, and with EVENT_CHANGES changes the environment, which violates the contract.
+// EVENT_REFUSES, and with EVENT_CHANGES changes the environment, which violates the contract. The
+// call that EVENT_HANGS names, "init" or "fini", does not return.
 
 #include <SysConfReaderEvent.h>
 
 #include <cstdlib>
 #include <fstream>
+#include <iostream>
 #include <stdexcept>
 #include <string>
+#include <string_view>
+#include <unistd.h>
 
 namespace {
 
 void log(const char* line) {
     if (const char* const file = std::getenv("EVENT_LOG")) {
         std::ofstream(file, std::ios::app) << line << '\n';
+    }
+    const char* const hanging = std::getenv("EVENT_HANGS");
+    if (hanging != nullptr && std::string_view(hanging) == line) {
+        std::cerr << line << " hangs\n";
+        for (;;) {
+            ::pause();
+        }
     }
 }
 

@@ -132,6 +132,13 @@ TEST(Supervisor, RequestToEndInAPause_EndsLikeByThatSignal) {
     EXPECT_EQ(supervisor.status(), SIGTERM);
 }
 
+TEST(Supervisor, RequestToEndBeforeTheFirstStart_EndsLikeByThatSignal) {
+    Supervisor supervisor;
+    EXPECT_EQ(supervisor.signalled(SIGUSR1, false), Action::None);
+    EXPECT_EQ(supervisor.signalled(SIGINT, false), Action::End);
+    EXPECT_EQ(supervisor.status(), SIGINT);
+}
+
 TEST(Supervisor, SignalsOfTheTerminal_AreNotSentASecondTime) {
     for (const int number : {SIGINT, SIGQUIT, SIGTSTP, SIGWINCH}) {
         Supervisor supervisor;

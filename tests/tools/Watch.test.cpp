@@ -104,6 +104,20 @@ TEST(Watch, OutputClosed_EndsBySigpipeAfterItHasUnsubscribed) {
     EXPECT_EQ(tool::readFile(logFile()), "init\ninit\nfini\nfini\n");
 }
 
+TEST(Watch, EventLibraryThatHangs_DoesNotKeepItFromEnding) {
+    for (const std::string call : {"init", "fini"}) {
+        support::RunningCommand running =
+            watchBesideEventLibrary({}).variable("EVENT_HANGS", call).start();
+        if (call == "init") {
+            running.waitForErrors("init hangs");
+        } else {
+            running.waitForOutput("db-lib");
+        }
+        running.signal(SIGTERM);
+        EXPECT_EQ(running.finish().exitStatus, 0) << call;
+    }
+}
+
 /// Answers that are read from a file on every call change without an event; loaded answers do not.
 TEST(Watch, NoSubscription_StillShowsChangesOfTheFiles) {
     support::Deployment deployment;

@@ -2,6 +2,8 @@
 #include "commands/Commands.h"
 
 #include "cli/UsageError.h"
+#include "deployment/KeepUntilExit.h"
+#include "exec/LibraryThread.h"
 #include "exec/PassedSignals.h"
 #include "exec/Program.h"
 #include "exec/Supervisor.h"
@@ -18,11 +20,13 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
+#include <cstdlib>
 #include <optional>
 #include <poll.h>
 #include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 
 namespace sysconfctl {
 namespace {
@@ -34,6 +38,8 @@ using Time = Supervisor::Time;
 /// Polling is necessary because answers that are read from the files on every call, and those that
 /// depend on the addresses of the host, change without a load.
 constexpr std::chrono::seconds kCompareInterval{1};
+/// How long the library may take to end its subscription.
+constexpr std::chrono::seconds kDestroyLimit{2};
 constexpr int kNoLimit = -1;
 
 enum class OnChange { Restart, Signal, None };
@@ -75,19 +81,15 @@ public:
 
     /// @return The status to end with, as from waitpid(2).
     int run() {
-        const library::Session session;
-        m_variables = askVariables(m_asked, m_options.revealSecrets);
-        reportTroubles(m_variables);
-        if (threw(m_variables)) {
-            return W_EXITCODE(static_cast<int>(ExitStatus::LibraryThrew), 0);
-        }
-        reportSubscription();
-        start();
+        m_library.ask(m_asked, m_options.revealSecrets);
         while (!m_ended) {
             waitForEvent();
         }
         return m_supervisor.status();
     }
+
+    /// @return False if the library hangs.
+    bool destroyLibrary() { return m_library.destroyInstances(kDestroyLimit); }
 
 private:
     static bool threw(const std::vector<AnswerVariable>& variables) {
@@ -175,25 +177,30 @@ private:
     }
 
     void waitForEvent() {
-        std::array<pollfd, 2> ready = {pollfd{m_signals.descriptor(), POLLIN, 0},
-                                       pollfd{m_loads, POLLIN, 0}};
+        std::array<pollfd, 3> ready = {pollfd{m_signals.descriptor(), POLLIN, 0},
+                                       pollfd{m_loads, POLLIN, 0},
+                                       pollfd{m_library.descriptor(), POLLIN, 0}};
         if (::poll(ready.data(), ready.size(), timeout()) < 0 && errno != EINTR) {
             throw std::system_error(errno, std::generic_category(), "poll");
         }
         takeSignals();
+        if (!m_ended) {
+            takeAnswers();
+        }
         const auto deadline = m_supervisor.deadline();
         if (!m_ended && deadline && *deadline <= Supervisor::Clock::now()) {
             act(m_supervisor.timeReached());
         }
         if (!m_ended && m_onChange != OnChange::None) {
-            compare(ready[1].revents != 0);
+            askAgain(ready[1].revents != 0);
         }
     }
 
     /// Milliseconds until something is to be done without an event.
     int timeout() const {
         std::optional<Time> next = m_supervisor.deadline();
-        if (m_onChange != OnChange::None && (!next || m_nextPoll < *next)) {
+        const bool polling = m_onChange != OnChange::None && !m_library.isAsking();
+        if (polling && (!next || m_nextPoll < *next)) {
             next = m_nextPoll;
         }
         return next ? static_cast<int>(remaining(*next).count()) : kNoLimit;
@@ -215,16 +222,37 @@ private:
         }
     }
 
-    void compare(bool loaded) {
-        const Time now = Supervisor::Clock::now();
-        if (!loaded && now < m_nextPoll) {
-            return;
-        }
+    /// Asks after each load and once a second.
+    void askAgain(bool loaded) {
         std::uint64_t loads = 0;
         [[maybe_unused]] const ssize_t size = loaded ? ::read(m_loads, &loads, sizeof loads) : 0;
-        m_nextPoll = now + kCompareInterval;
-        std::vector<AnswerVariable> variables = askVariables(m_asked, m_options.revealSecrets);
-        reportTroubles(variables);
+        m_loaded = m_loaded || loaded;
+        if (!m_library.isAsking() && (m_loaded || Supervisor::Clock::now() >= m_nextPoll)) {
+            m_loaded = false;
+            m_library.ask(m_asked, m_options.revealSecrets);
+        }
+    }
+
+    void takeAnswers() {
+        auto variables = m_library.answers();
+        if (!variables) {
+            return;
+        }
+        m_nextPoll = Supervisor::Clock::now() + kCompareInterval;
+        reportTroubles(*variables);
+        if (m_started) {
+            compare(std::move(*variables));
+        } else if (threw(*variables)) {
+            ended(W_EXITCODE(static_cast<int>(ExitStatus::LibraryThrew), 0));
+        } else {
+            m_started = true;
+            m_variables = std::move(*variables);
+            reportSubscription();
+            start();
+        }
+    }
+
+    void compare(std::vector<AnswerVariable> variables) {
         const std::vector<std::string> changed = changedNames(m_variables, variables);
         if (changed.empty() || threw(variables)) {
             return;
@@ -234,7 +262,7 @@ private:
         if (m_onChange == OnChange::Signal) {
             m_program.send(m_signal);
         } else {
-            act(m_supervisor.changed(now));
+            act(m_supervisor.changed(Supervisor::Clock::now()));
         }
     }
 
@@ -242,28 +270,38 @@ private:
     std::vector<const Query*> m_asked;
     OnChange m_onChange;
     int m_signal;
-    /// Before the library is used, which may start a thread.
+    /// Before the second thread, which blocks the same signals.
     PassedSignals m_signals;
+    LibraryThread& m_library = makeUntilExit<LibraryThread>();
     Program m_program;
     /// Readable after a load.
     int m_loads;
+    /// There was a load since the last request for answers.
+    bool m_loaded = false;
     Time m_nextPoll;
     std::vector<AnswerVariable> m_variables;
     std::vector<std::string> m_troubles;
     Supervisor m_supervisor;
+    bool m_started = false;
     bool m_ended = false;
 };
 
 } // namespace
 
 ExitStatus runExec(const Options& options) {
-    const int status = Execution(options).run();
-    if (WIFEXITED(status)) {
-        return static_cast<ExitStatus>(WEXITSTATUS(status));
+    Execution execution(options);
+    const int status = execution.run();
+    const bool destroyed = execution.destroyLibrary();
+    if (WIFSIGNALED(status)) {
+        endBySignal(WTERMSIG(status));
     }
-    endBySignal(WTERMSIG(status));
     constexpr int kStatusOfSignals = 128; // as in a shell
-    return static_cast<ExitStatus>(kStatusOfSignals + WTERMSIG(status));
+    const int number =
+        WIFEXITED(status) ? WEXITSTATUS(status) : kStatusOfSignals + WTERMSIG(status);
+    if (!destroyed) {
+        std::_Exit(number); // exit() waits for the library
+    }
+    return static_cast<ExitStatus>(number);
 }
 
 } // namespace sysconfctl

@@ -15,8 +15,11 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
+#include <cstdlib>
 #include <poll.h>
 #include <system_error>
+#include <thread>
 #include <unistd.h>
 
 namespace sysconfctl {
@@ -26,6 +29,21 @@ namespace {
 constexpr int kPollInterval = 1000; // milliseconds
 /// The library may apply a change shortly after the tool has received the event.
 constexpr int kPollIntervalAfterEvent = 100;
+
+/// How long the library may take to answer and to end its subscription.
+constexpr std::chrono::seconds kEndLimit{2};
+
+/// Ends the process in time after a termination signal, even if the library hangs in the file
+/// system or in the event library.
+void limitTimeToEnd(const EndSignals& signals) {
+    std::thread([descriptor = signals.descriptor()] {
+        pollfd signal{descriptor, POLLIN, 0};
+        while (::poll(&signal, 1, -1) < 0) {
+        }
+        std::this_thread::sleep_for(kEndLimit);
+        std::_Exit(static_cast<int>(ExitStatus::Answered));
+    }).detach();
+}
 
 /// The library subscribes on first use. Each reply reports an exception.
 void useLibrary() {
@@ -145,6 +163,7 @@ ExitStatus runWatch(const Options& options) {
         asked.push_back(askedQuery(word, "watch"));
     }
     const EndSignals signals;
+    limitTimeToEnd(signals);
     const library::Session session;
     Reporter reporter(options);
     useLibrary();

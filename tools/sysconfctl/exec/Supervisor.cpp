@@ -47,7 +47,7 @@ Supervisor::Action Supervisor::ended(int status, Time now) {
     if (!early || status == 0 || m_failures == kPauses) {
         return Action::End;
     }
-    m_state = State::Pausing;
+    m_state = State::NotRunning;
     m_deadline = now + std::chrono::seconds(1 << m_failures++);
     return Action::None;
 }
@@ -55,7 +55,7 @@ Supervisor::Action Supervisor::ended(int status, Time now) {
 Supervisor::Action Supervisor::signalled(int number, bool fromTerminal) {
     const bool end = asksForTheEnd(number, fromTerminal);
     m_ending = m_ending || end;
-    if (m_state == State::Pausing) {
+    if (m_state == State::NotRunning) {
         m_status = W_EXITCODE(0, number);
         return end ? Action::End : Action::None;
     }

@@ -54,9 +54,10 @@ public:
     int status() const { return m_status; }
 
 private:
-    enum class State { Running, Stopping, Pausing };
+    enum class State { Running, Stopping, NotRunning };
 
-    State m_state = State::Running;
+    /// Not running before the first start and in a pause.
+    State m_state = State::NotRunning;
     std::optional<Time> m_deadline;
     Time m_startedAt;
     /// The present program was started by a restart, or after its failure.
