@@ -7,7 +7,11 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
+#include <cerrno>
 #include <set>
+#include <spawn.h>
+#include <unistd.h>
 
 namespace {
 
@@ -67,6 +71,30 @@ TEST(Variables, AnswerWithNul_HasNoValueButAReason) {
     EXPECT_EQ(variable.value, std::nullopt);
     EXPECT_THAT(variable.trouble, HasSubstr("NUL"));
     EXPECT_FALSE(variable.threw);
+}
+
+TEST(Variables, LongestAnswer_IsTheLongestThatAProgramCanInherit) {
+    const auto variableWith = [](std::size_t size) {
+        return variableOf(reply("local-service-ip", {std::string(size, 'x')}), false);
+    };
+    const std::size_t longest = 131072 - sizeof "SYSCONF_LOCAL_SERVICE_IP=";
+    const std::string assignment =
+        variableWith(longest).name + '=' + variableWith(longest).value.value();
+    const auto startedWith = [](std::string entry) {
+        std::string program = "/bin/true";
+        std::array<char*, 2> words = {program.data(), nullptr};
+        std::array<char*, 2> environment = {entry.data(), nullptr};
+        return ::posix_spawn(nullptr, program.c_str(), nullptr, nullptr, words.data(),
+                             environment.data());
+    };
+    EXPECT_EQ(startedWith(assignment), 0);
+    if (::sysconf(_SC_PAGESIZE) == 4096) { // the limit is 32 pages
+        EXPECT_EQ(startedWith(assignment + 'x'), E2BIG);
+    }
+    EXPECT_FALSE(variableWith(longest + 1).value.has_value());
+    EXPECT_EQ(variableWith(longest + 1).trouble,
+              "the answer to local-service-ip is longer than a variable may be (128 KiB), so "
+              "SYSCONF_LOCAL_SERVICE_IP is unset");
 }
 
 TEST(Variables, Exception_HasNoValueButAReason) {

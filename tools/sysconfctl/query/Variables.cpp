@@ -12,6 +12,10 @@
 namespace sysconfctl {
 namespace {
 
+/// Linux starts no program with a longer string in its environment (MAX_ARG_STRLEN), the NUL
+/// included.
+constexpr std::size_t kLongestAssignment = 131072;
+
 std::optional<std::string> valueOf(const Answer& answer) {
     if (!answer.isAnswered()) {
         return std::nullopt;
@@ -34,6 +38,15 @@ std::string replaced(const std::string& text, std::string_view characters, Repla
         }
     }
     return result;
+}
+
+/// Why the value cannot be in an environment, or null.
+const char* unusable(const AnswerVariable& variable) {
+    if (variable.value->find('\0') != std::string::npos) {
+        return "contains a NUL byte";
+    }
+    const std::size_t size = variable.name.size() + variable.value->size() + sizeof "=";
+    return size > kLongestAssignment ? "is longer than a variable may be (128 KiB)" : nullptr;
 }
 
 std::string_view nameIn(std::string_view assignment) {
@@ -99,10 +112,10 @@ AnswerVariable variableOf(const Reply& reply, bool revealSecrets) {
         return variable;
     }
     variable.value = valueOf(reply.answer);
-    if (variable.value && variable.value->find('\0') != std::string::npos) {
+    if (const char* const why = variable.value ? unusable(variable) : nullptr) {
         variable.value.reset();
-        variable.trouble = fmt::format("the answer to {} contains a NUL byte, so {} is unset",
-                                       reply.label(), variable.name);
+        variable.trouble =
+            fmt::format("the answer to {} {}, so {} is unset", reply.label(), why, variable.name);
     }
     return variable;
 }
