@@ -354,6 +354,74 @@ TEST(Exec, SignalInheritedAsIgnored_IsNotPassedOnAndDoesNotEndRestarts) {
                                        "started 10.2.1.3\nsignal TERM\nended\n");
 }
 
+/// The kernel delays whoever opens the file until the lease ends.
+class Lease {
+public:
+    explicit Lease(const fs::path& file)
+        : m_file(file), m_descriptor(::open(file.c_str(), O_RDWR | O_CLOEXEC)) {
+        ::sigemptyset(&m_opened);
+        ::sigaddset(&m_opened, SIGIO);
+        ::pthread_sigmask(SIG_BLOCK, &m_opened, nullptr);
+        while (::fcntl(m_descriptor, F_SETLEASE, F_WRLCK) != 0) {
+            if (errno != EAGAIN) { // open elsewhere
+                throw std::system_error(errno, std::generic_category(), "F_SETLEASE");
+            }
+        }
+    }
+    ~Lease() { ::close(m_descriptor); }
+    Lease(const Lease&) = delete;
+    Lease& operator=(const Lease&) = delete;
+
+    void waitForOpen() const {
+        int number = 0;
+        ::sigwait(&m_opened, &number);
+    }
+    /// False if the kernel has ended it.
+    bool lasts() const {
+        const int descriptor = ::open(m_file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+        const bool opened = descriptor >= 0 || errno != EWOULDBLOCK;
+        ::close(descriptor);
+        return !opened;
+    }
+
+private:
+    fs::path m_file;
+    int m_descriptor;
+    sigset_t m_opened{};
+};
+
+TEST(Exec, FileThatHangs_DelaysNeitherSignalsNorTheEnd) {
+    support::Deployment deployment;
+    support::writeGeneration(deployment, 1);
+    support::RunningCommand running = startedReporter({}, "5");
+    const Lease lease(deployment.nodeListPath());
+    lease.waitForOpen();
+    running.signal(SIGUSR1);
+    running.waitForOutput("signal USR1\n");
+    running.signal(SIGTERM);
+    EXPECT_EQ(running.finish().exitStatus, 5);
+    EXPECT_TRUE(lease.lasts());
+}
+
+TEST(Exec, ListThatIsCutAtOneComparison_RestartsNothing) {
+    support::Deployment deployment;
+    support::writeGeneration(deployment, 1);
+    support::RunningCommand running = startedReporter({});
+    const fs::path list = deployment.nodeListPath();
+    const std::string whole = tool::readFile(list);
+    const fs::path cut = support::testDirectory() / "cut";
+    support::writeFile(cut, whole.substr(0, whole.size() / 2));
+    {
+        const Lease lease(cut);
+        fs::rename(cut, list);
+        lease.waitForOpen();
+        support::writeFile(list, whole);
+    }
+    Lease(list).waitForOpen();
+    running.signal(SIGTERM);
+    EXPECT_EQ(running.finish().output, "started 10.1.1.3\nsignal TERM\nended\n");
+}
+
 TEST(Exec, OnChangeSignal_SendsItAndKeepsTheProgram) {
     support::Deployment deployment;
     support::writeGeneration(deployment, 1);
@@ -433,36 +501,6 @@ TEST(Exec, EventLibraryThatHangs_DoesNotKeepItFromEnding) {
         execBesideEventLibrary({"/bin/sh", "-c", "exit 3"}).variable("EVENT_HANGS", "fini").run();
     EXPECT_EQ(result.exitStatus, 3);
     EXPECT_THAT(result.errors, HasSubstr("fini hangs"));
-}
-
-bool isLeased(const fs::path& file) {
-    const int descriptor = ::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    const bool leased = descriptor < 0 && errno == EWOULDBLOCK;
-    ::close(descriptor);
-    return leased;
-}
-
-/// The kernel delays whoever opens a leased file.
-TEST(Exec, FileThatHangs_DelaysNeitherSignalsNorTheEnd) {
-    support::Deployment deployment;
-    support::writeGeneration(deployment, 1);
-    sigset_t leaseBroken;
-    ::sigemptyset(&leaseBroken);
-    ::sigaddset(&leaseBroken, SIGIO);
-    ::pthread_sigmask(SIG_BLOCK, &leaseBroken, nullptr);
-    support::RunningCommand running = startedReporter({}, "5");
-    const int file = ::open(deployment.nodeListPath().c_str(), O_RDWR | O_CLOEXEC);
-    while (::fcntl(file, F_SETLEASE, F_WRLCK) != 0) {
-        ASSERT_EQ(errno, EAGAIN) << "the file is not open elsewhere";
-    }
-    int number = 0;
-    ::sigwait(&leaseBroken, &number);
-    running.signal(SIGUSR1);
-    running.waitForOutput("signal USR1\n");
-    running.signal(SIGTERM);
-    EXPECT_EQ(running.finish().exitStatus, 5);
-    EXPECT_TRUE(isLeased(deployment.nodeListPath()));
-    ::close(file);
 }
 
 /// The words that run a command as the first process of a namespace, empty if that is not allowed.

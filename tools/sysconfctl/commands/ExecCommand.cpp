@@ -228,7 +228,7 @@ private:
         [[maybe_unused]] const ssize_t size = loaded ? ::read(m_loads, &loads, sizeof loads) : 0;
         m_loaded = m_loaded || loaded;
         if (!m_library.isAsking() && (m_loaded || Supervisor::Clock::now() >= m_nextPoll)) {
-            m_loaded = false;
+            m_askedAfterLoad = std::exchange(m_loaded, false);
             m_library.ask(m_asked, m_options.revealSecrets);
         }
     }
@@ -241,23 +241,31 @@ private:
         m_nextPoll = Supervisor::Clock::now() + kCompareInterval;
         reportTroubles(*variables);
         if (m_started) {
-            compare(std::move(*variables));
+            compare(*variables);
         } else if (threw(*variables)) {
             ended(W_EXITCODE(static_cast<int>(ExitStatus::LibraryThrew), 0));
         } else {
             m_started = true;
             m_variables = std::move(*variables);
+            m_lastVariables = m_variables;
             reportSubscription();
             start();
         }
     }
 
-    void compare(std::vector<AnswerVariable> variables) {
-        const std::vector<std::string> changed = changedNames(m_variables, variables);
-        if (changed.empty() || threw(variables)) {
+    /// Without a load, a change takes effect if the next comparison finds the same: a file may have
+    /// been read while it was being replaced.
+    void compare(const std::vector<AnswerVariable>& variables) {
+        if (threw(variables)) {
             return;
         }
-        m_variables = std::move(variables);
+        const bool lasts = m_askedAfterLoad || changedNames(m_lastVariables, variables).empty();
+        m_lastVariables = variables;
+        const std::vector<std::string> changed = changedNames(m_variables, variables);
+        if (changed.empty() || !lasts) {
+            return;
+        }
+        m_variables = variables;
         reportNotice(diagnostic::kChanged, fmt::format("changed: {}", joined(changed, ", ")));
         if (m_onChange == OnChange::Signal) {
             m_program.send(m_signal);
@@ -278,8 +286,11 @@ private:
     int m_loads;
     /// There was a load since the last request for answers.
     bool m_loaded = false;
+    bool m_askedAfterLoad = false;
     Time m_nextPoll;
     std::vector<AnswerVariable> m_variables;
+    /// Of the last comparison.
+    std::vector<AnswerVariable> m_lastVariables;
     std::vector<std::string> m_troubles;
     Supervisor m_supervisor;
     bool m_started = false;

@@ -12,8 +12,8 @@
 namespace sysconfctl {
 namespace {
 
-/// Linux starts no program with a longer string in its environment (MAX_ARG_STRLEN), the NUL
-/// included.
+/// With pages of 4 KiB, Linux starts no program with a longer string in its environment (32 pages),
+/// the NUL included.
 constexpr std::size_t kLongestAssignment = 131072;
 
 std::optional<std::string> valueOf(const Answer& answer) {
