@@ -48,6 +48,22 @@ TEST(GetVariables, ForSystemd_HaveNoLineWithoutAnswer) {
     EXPECT_EQ(result.exitStatus, 1);
 }
 
+TEST(GetVariables, ForSystemd_HaveNoLineThatWouldSpoilTheFile) {
+    support::Deployment deployment;
+    deployment.appConfig(R"({"processes": {"p1": {"nodeId": "n"}}})");
+    deployment.nodeList("{\"nodeList\": {\"n\": {\"IPAddresses\": ["
+                        "{\"IP\": \"a\xff\", \"usage\": [\"service\"]},"
+                        "{\"IP\": \"b\", \"usage\": [\"service2\"]}]}}}");
+    const auto result = tool::run({"get", "--systemd", "local-service-ip", "local-service2-ip"});
+    EXPECT_EQ(result.output, "SYSCONF_LOCAL_SERVICE2_IP=\"b\"\n");
+    EXPECT_EQ(result.errors,
+              "sysconfctl: SYSCONF_LOCAL_SERVICE_IP is not UTF-8, so it has no line: "
+              "systemd would ignore the file\n");
+    EXPECT_EQ(result.exitStatus, 1);
+    EXPECT_EQ(tool::run({"get", "--shell", "local-service-ip"}).output,
+              "SYSCONF_LOCAL_SERVICE_IP='a\xff'\n");
+}
+
 TEST(GetVariables, WithoutNames_AreAllOfExec) {
     for (const char* form : {"--shell", "--systemd"}) {
         const auto result = tool::run(tool::kMaster, {"get", form});

@@ -41,6 +41,17 @@ TEST(Text, WhatATerminalWouldNotShow_IsEscaped) {
     }
 }
 
+TEST(Text, Utf8_IsWhatSystemdAccepts) {
+    for (const char* text :
+         {"", "a\t\n\033", "\xc3\xa9\xe4\xb8\xad\xf0\x9f\x98\x80", "\xf3\xb0\x80\x80"}) {
+        EXPECT_TRUE(isUtf8(text)) << escaped(text);
+    }
+    for (const char* text : {"a\xff", "a\xc3", "\xc0\xaf", "\xed\xa0\x80", "\xf4\x90\x80\x80",
+                             "\xef\xbf\xbe", "\xef\xb7\x90", "\xf0\x9f\xbf\xbf"}) {
+        EXPECT_FALSE(isUtf8(text)) << escaped(text);
+    }
+}
+
 TEST(Text, Width_IsWhatATerminalNeeds) {
     EXPECT_EQ(displayWidth(""), 0U);
     EXPECT_EQ(displayWidth("abc"), 3U);

@@ -16,6 +16,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace sysconfctl {
 namespace {
@@ -115,6 +116,9 @@ ExitStatus runGetVariables(const Options& options) {
     std::string text;
     ExitStatus status = ExitStatus::Answered;
     for (AnswerVariable& variable : variablesFor(options)) {
+        if (options.systemd) {
+            variable = forSystemd(std::move(variable));
+        }
         if (variable.value && outputIsTerminal()) {
             variable.value = escaped(*variable.value);
         }

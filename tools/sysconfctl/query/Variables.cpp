@@ -138,6 +138,15 @@ std::string shellLine(const AnswerVariable& variable) {
     return fmt::format("{}='{}'\n", variable.name, quoted);
 }
 
+AnswerVariable forSystemd(AnswerVariable variable) {
+    if (variable.value && !isUtf8(*variable.value)) {
+        variable.value.reset();
+        variable.trouble = fmt::format(
+            "{} is not UTF-8, so it has no line: systemd would ignore the file", variable.name);
+    }
+    return variable;
+}
+
 std::string systemdLine(const AnswerVariable& variable) {
     if (!variable.value) {
         return {};

@@ -50,6 +50,9 @@ std::vector<AnswerVariable> askVariables(const std::vector<const Query*>& asked,
 /// '\'', or "unset NAME". With a line end.
 std::string shellLine(const AnswerVariable& variable);
 
+/// The variable without a value that systemd does not accept; it would ignore the whole file.
+AnswerVariable forSystemd(AnswerVariable variable);
+
 /// The line of systemd's EnvironmentFile= that sets the variable: NAME="value", with a backslash
 /// before ", \, $ and `. Empty if it has no value. With a line end.
 std::string systemdLine(const AnswerVariable& variable);

@@ -52,6 +52,10 @@ bool within(const std::array<Range, Size>& ranges, char32_t code) {
                        [=](Range range) { return code >= range.first && code <= range.last; });
 }
 
+bool isNoncharacter(char32_t code) {
+    return (code & 0xfffeU) == 0xfffe || (code >= 0xfdd0 && code <= 0xfdef);
+}
+
 std::string escapedCode(char32_t code) {
     switch (code) {
     case '\t':
@@ -148,6 +152,17 @@ std::string escaped(std::string_view text) {
         text.remove_prefix(character.length);
     }
     return result;
+}
+
+bool isUtf8(std::string_view text) {
+    while (!text.empty()) {
+        const Character character = frontCharacter(text);
+        if (!character.valid || isNoncharacter(character.code)) {
+            return false;
+        }
+        text.remove_prefix(character.length);
+    }
+    return true;
 }
 
 std::size_t displayWidth(std::string_view text) {

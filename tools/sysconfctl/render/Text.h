@@ -13,6 +13,9 @@ namespace sysconfctl {
 /// $'...': \\ \t \n \r \xHH \uHHHH \UHHHHHHHH.
 std::string escaped(std::string_view text);
 
+/// Whether the text is valid UTF-8 without noncharacters such as U+FFFE: what systemd accepts.
+bool isUtf8(std::string_view text);
+
 /// Measures terminal columns: 0 for a combining mark, 2 for a wide character.
 std::size_t displayWidth(std::string_view text);
 
