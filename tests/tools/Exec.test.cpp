@@ -289,14 +289,16 @@ TEST(Exec, StopSignal_IsPassedOnAndStopsTheToolUntilItContinues) {
     EXPECT_EQ(running.finish().exitStatus, 0);
 }
 
-TEST(Exec, KeysOnTheTerminal_ReachTheProgramOnce) {
+/// Presses keys on the terminal of a tool that runs the reporter by these words.
+void expectKeysOnce(const std::string& program) {
     const std::string keys = support::testDirectory() / "keys";
     ASSERT_EQ(::mkfifo(keys.c_str(), 0600), 0);
     support::RunningCommand running =
-        support::Command("/bin/sh", {"-c",
-                                     "exec script -qec 'echo tool $$; exec " SYSCONFCTL
-                                     " exec -- " SYSCONF_SIGNAL_REPORTER " X 3' /dev/null <\"$0\"",
-                                     keys})
+        support::Command("/bin/sh",
+                         {"-c",
+                          "exec script -qec 'echo tool $$; exec " SYSCONFCTL " exec -- " + program +
+                              " X 3' /dev/null <\"$0\"",
+                          keys})
             .variable("NO_EM_CLIENT", "1")
             .start();
     const int keyboard = ::open(keys.c_str(), O_WRONLY | O_CLOEXEC);
@@ -310,6 +312,14 @@ TEST(Exec, KeysOnTheTerminal_ReachTheProgramOnce) {
     ::close(keyboard);
     EXPECT_EQ(result.exitStatus, 3);
     EXPECT_EQ(occurrences(result.output, "signal "), 3U) << result.output;
+}
+
+TEST(Exec, KeysOnTheTerminal_ReachTheProgramOnce) {
+    expectKeysOnce(kReporter);
+}
+
+TEST(Exec, KeysOnTheTerminal_ReachAProgramInAnotherSession) {
+    expectKeysOnce(std::string("setsid ") + kReporter);
 }
 
 /// Starts the reporter with the southbound addresses, which are read on every call.

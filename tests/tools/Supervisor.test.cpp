@@ -145,6 +145,9 @@ TEST(Supervisor, SignalsOfTheTerminal_AreNotSentASecondTime) {
         supervisor.started(kBegin);
         EXPECT_EQ(supervisor.signalled(number, true), Action::None) << number;
     }
+    Supervisor otherGroup;
+    otherGroup.started(kBegin);
+    EXPECT_EQ(otherGroup.signalled(SIGINT, true, false), Action::Pass);
     Supervisor supervisor = restarted();
     supervisor.signalled(SIGINT, true);
     EXPECT_EQ(supervisor.ended(SIGINT, kBegin + 1s), Action::End);

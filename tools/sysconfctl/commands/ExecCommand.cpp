@@ -210,7 +210,8 @@ private:
         while (const auto signal = m_signals.next()) {
             const int number = static_cast<int>(signal->ssi_signo);
             if (number != SIGCHLD) {
-                act(m_supervisor.signalled(number, fromTerminal(*signal)), number);
+                act(m_supervisor.signalled(number, fromTerminal(*signal), m_program.isInOwnGroup()),
+                    number);
             }
             if (number == SIGTSTP) {
                 stopUntilContinued();

@@ -5,6 +5,7 @@
 
 #include <spawn.h>
 #include <sys/wait.h>
+#include <unistd.h>
 #include <utility>
 
 namespace sysconfctl {
@@ -64,6 +65,10 @@ void Program::send(int signal) const {
     if (m_process > 0) {
         ::kill(m_process, signal);
     }
+}
+
+bool Program::isInOwnGroup() const {
+    return m_process > 0 && ::getpgid(m_process) == ::getpgrp();
 }
 
 std::optional<int> Program::reap() {

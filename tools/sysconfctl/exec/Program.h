@@ -9,8 +9,8 @@
 
 namespace sysconfctl {
 
-/// The program that `exec` runs, in the process group of this process: keys on the terminal reach
-/// both, and other programs of a pipeline remain in the foreground with them.
+/// The program that `exec` runs, started in the process group of this process: keys on the terminal
+/// reach both, and other programs of a pipeline remain in the foreground with them.
 class Program {
 public:
     /// @param words The program, which is searched for in `PATH`, and its arguments.
@@ -24,6 +24,9 @@ public:
     /// Sends the signal, if the program runs. It is not reaped elsewhere, so that the id cannot
     /// belong to another process.
     void send(int signal) const;
+
+    /// Whether it is in the process group of this process. A program can leave it.
+    bool isInOwnGroup() const;
 
     /// Reaps every child that has ended, for the init process of a namespace also orphans.
     /// @return The status of the program if it was among them.

@@ -52,7 +52,7 @@ Supervisor::Action Supervisor::ended(int status, Time now) {
     return Action::None;
 }
 
-Supervisor::Action Supervisor::signalled(int number, bool fromTerminal) {
+Supervisor::Action Supervisor::signalled(int number, bool fromTerminal, bool sameGroup) {
     const bool end = asksForTheEnd(number, fromTerminal);
     m_ending = m_ending || end;
     if (m_state == State::NotRunning) {
@@ -61,7 +61,7 @@ Supervisor::Action Supervisor::signalled(int number, bool fromTerminal) {
     }
     const bool sentAlready = m_state == State::Stopping && number == SIGTERM;
     // A hangup reaches only the leader of the session, which may be this process.
-    const bool received = fromTerminal && number != SIGHUP;
+    const bool received = fromTerminal && sameGroup && number != SIGHUP;
     return sentAlready || received ? Action::None : Action::Pass;
 }
 

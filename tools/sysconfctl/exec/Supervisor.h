@@ -44,7 +44,8 @@ public:
 
     /// A signal has arrived that ends or informs programs.
     /// @param fromTerminal The terminal has sent it to the whole process group.
-    Action signalled(int number, bool fromTerminal);
+    /// @param sameGroup The program is in the process group of this process.
+    Action signalled(int number, bool fromTerminal, bool sameGroup = true);
 
     /// When to call `timeReached`, if the program is stopping or there is a pause.
     std::optional<Time> deadline() const { return m_deadline; }
