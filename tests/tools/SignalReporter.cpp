@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <string_view>
 #include <sys/prctl.h>
 
@@ -22,7 +23,8 @@ int main(int argc, char** argv) {
         std::fflush(stdout);
         int number = 0;
         ::sigwait(&all, &number);
-        std::printf("signal %s\n", ::sigabbrev_np(number));
+        const char* const name = ::sigabbrev_np(number);
+        std::printf("signal %s\n", name != nullptr ? name : std::to_string(number).c_str());
         if (number == SIGTERM && std::string_view(argv[2]) != "never") {
             std::printf("ended\n");
             return std::atoi(argv[2]);

@@ -32,6 +32,17 @@ sigset_t setOf(std::initializer_list<int> numbers) {
     return signals;
 }
 
+/// All but those that report a fault, a limit or a closed pipe of this process.
+sigset_t passedSignals() {
+    sigset_t signals;
+    ::sigfillset(&signals);
+    for (const int own :
+         {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGSYS, SIGTRAP, SIGABRT, SIGXCPU, SIGXFSZ, SIGPIPE}) {
+        ::sigdelset(&signals, own);
+    }
+    return signals;
+}
+
 } // namespace
 
 void ignorePipeSignal() {
@@ -43,8 +54,7 @@ bool inheritedPipeSignalIgnored() {
 }
 
 PassedSignals::PassedSignals() {
-    sigset_t signals = setOf(
-        {SIGCHLD, SIGTERM, SIGINT, SIGHUP, SIGQUIT, SIGUSR1, SIGUSR2, SIGWINCH, SIGTSTP, SIGCONT});
+    sigset_t signals = passedSignals();
     removeIgnored(signals);
     ::pthread_sigmask(SIG_BLOCK, &signals, &m_inherited);
     // While it is ignored, the kernel discards the statuses of children.
