@@ -354,6 +354,21 @@ TEST(Exec, Change_RestartsTheProgramWithTheNewAnswers) {
     EXPECT_THAT(result.errors, HasSubstr("sysconfctl: changed: SYSCONF_LOCAL_SOUTH_IP\n"));
 }
 
+TEST(Exec, RestartThatCannotStart_IsReportedOnce) {
+    support::Deployment deployment;
+    support::writeGeneration(deployment, 1);
+    const fs::path program = support::testDirectory() / "program";
+    fs::copy_file(kReporter, program);
+    support::RunningCommand running =
+        exec({"--only", "local-south-ip"}, {program.string(), "X", "0"}).start();
+    running.waitForOutput("started ");
+    fs::remove(program);
+    support::writeGeneration(deployment, 2);
+    running.waitForErrors("it is started again in 2 s\n");
+    running.signal(SIGTERM);
+    EXPECT_EQ(occurrences(running.finish().errors, "it is started again in 1 s\n"), 1U);
+}
+
 TEST(Exec, SignalInheritedAsIgnored_IsNotPassedOnAndDoesNotEndRestarts) {
     support::Deployment deployment;
     support::writeGeneration(deployment, 1);

@@ -137,8 +137,8 @@ private:
     }
 
     void ended(int status) {
-        act(m_supervisor.ended(status, Supervisor::Clock::now()));
-        if (!m_ended && m_supervisor.deadline()) {
+        const Action action = m_supervisor.ended(status, Supervisor::Clock::now());
+        if (action == Action::None) {
             reportNotice(
                 diagnostic::kEndedEarly,
                 fmt::format(
@@ -147,6 +147,7 @@ private:
                     std::chrono::ceil<std::chrono::seconds>(remaining(*m_supervisor.deadline()))
                         .count()));
         }
+        act(action);
     }
 
     void act(Action action, int signal = 0) {
