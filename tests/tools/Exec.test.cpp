@@ -275,26 +275,46 @@ char stateOf(pid_t process) {
     return stat.at(stat.rfind(')') + 2);
 }
 
-TEST(Exec, StopSignal_IsPassedOnAndStopsTheToolUntilItContinues) {
-    // In a process group of its own, whose parent is in another one: other groups are not stopped.
+/// In a process group of its own, whose parent is in another one: other groups are not stopped.
+support::RunningCommand startedInAGroup(const std::vector<std::string>& program) {
+    std::vector<std::string> arguments = {"-e", "$| = 1; print \"tool $$\\n\"; setpgrp; exec @ARGV",
+                                          SYSCONFCTL};
+    for (const std::string& word : words({}, program)) {
+        arguments.push_back(word);
+    }
     support::RunningCommand running =
-        support::Command("/usr/bin/perl",
-                         {"-e", "$| = 1; print \"tool $$\\n\"; setpgrp; exec @ARGV", SYSCONFCTL,
-                          "exec", "--", SYSCONF_SIGNAL_REPORTER, "X", "0"})
-            .variable("NO_EM_CLIENT", "1")
-            .start();
+        support::Command("/usr/bin/perl", arguments).variable("NO_EM_CLIENT", "1").start();
     running.waitForOutput("tool ");
     running.waitForOutput("started");
+    return running;
+}
+
+TEST(Exec, StopSignal_IsPassedOnAndStopsTheToolUntilItContinues) {
+    support::RunningCommand running = startedInAGroup({kReporter, "X", "0"});
     const pid_t process = toolIn(running.output());
-    ::kill(process, SIGTSTP);
-    running.waitForOutput("signal TSTP\n");
-    while (stateOf(process) != 'T') {
-        std::this_thread::yield();
+    for (int round = 0; round < 2; ++round) {
+        ::kill(process, SIGTSTP);
+        while (stateOf(process) != 'T') {
+            std::this_thread::yield();
+        }
+        ::kill(process, SIGCONT);
+        running.waitForOutput("signal TSTP\nsignal CONT\n");
     }
-    ::kill(process, SIGCONT);
-    running.waitForOutput("signal CONT\n");
     ::kill(process, SIGTERM);
     EXPECT_EQ(running.finish().exitStatus, 0);
+}
+
+TEST(Exec, StopSignalThatTheProgramHandles_DoesNotStopTheTool) {
+    support::RunningCommand running =
+        startedInAGroup({"/bin/sh", "-c",
+                         "trap 'echo handled' TSTP; trap 'echo passed; exit 5' USR1; "
+                         "echo started; while :; do sleep 0.01; done"});
+    const pid_t process = toolIn(running.output());
+    ::kill(process, SIGTSTP);
+    running.waitForOutput("handled");
+    ::kill(process, SIGUSR1);
+    running.waitForOutput("passed");
+    EXPECT_EQ(running.finish().exitStatus, 5);
 }
 
 /// Presses keys on the terminal of a tool that runs the reporter by these words.

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// signal-reporter VARIABLE STATUS: prints the variable, then each signal that arrives. Ends with
-// the status on SIGTERM; with the status "never" it does not end.
+// signal-reporter VARIABLE STATUS: prints the variable, then each signal that arrives. Stops
+// itself on SIGTSTP. Ends with the status on SIGTERM; with the status "never" it does not end.
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -25,6 +25,10 @@ int main(int argc, char** argv) {
         ::sigwait(&all, &number);
         const char* const name = ::sigabbrev_np(number);
         std::printf("signal %s\n", name != nullptr ? name : std::to_string(number).c_str());
+        if (number == SIGTSTP) {
+            std::fflush(stdout);
+            std::raise(SIGSTOP);
+        }
         if (number == SIGTERM && std::string_view(argv[2]) != "never") {
             std::printf("ended\n");
             return std::atoi(argv[2]);

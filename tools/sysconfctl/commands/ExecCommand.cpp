@@ -58,6 +58,12 @@ int signalNamed(std::string_view name) {
                                  shellWord(name)));
 }
 
+/// The other two can mean anything to the program if a process sends them.
+bool asksToStop(const signalfd_siginfo& signal) {
+    return signal.ssi_signo == SIGTSTP ||
+           (fromTerminal(signal) && (signal.ssi_signo == SIGTTIN || signal.ssi_signo == SIGTTOU));
+}
+
 std::chrono::milliseconds remaining(Time until) {
     const auto left =
         std::chrono::ceil<std::chrono::milliseconds>(until - Supervisor::Clock::now());
@@ -214,13 +220,17 @@ private:
                 act(m_supervisor.signalled(number, fromTerminal(*signal), m_program.isInOwnGroup()),
                     number);
             }
-            if (number == SIGTSTP) {
-                stopUntilContinued();
-            }
+            m_toStop = asksToStop(*signal) || (m_toStop && number != SIGCONT);
         }
         // After the signals: one of them may be the reason for the end.
         if (const auto status = m_program.reap(); status && !m_ended) {
+            m_toStop = false;
             ended(*status);
+        }
+        // A program that ignores the signal continues to need this process.
+        if (m_toStop && !m_program.isActive()) {
+            m_toStop = false;
+            stopUntilContinued();
         }
     }
 
@@ -295,6 +305,8 @@ private:
     std::vector<AnswerVariable> m_lastVariables;
     std::vector<std::string> m_troubles;
     Supervisor m_supervisor;
+    /// A signal that stops processes has arrived, and the program has not stopped yet.
+    bool m_toStop = false;
     bool m_started = false;
     bool m_ended = false;
 };

@@ -58,6 +58,7 @@ int Program::start(std::vector<std::string> environment) {
     if (error != 0) {
         m_process = -1;
     }
+    m_stopped = false;
     return error;
 }
 
@@ -74,8 +75,13 @@ bool Program::isInOwnGroup() const {
 std::optional<int> Program::reap() {
     std::optional<int> ended;
     int status = 0;
-    for (pid_t child = 0; (child = ::waitpid(-1, &status, WNOHANG)) > 0;) {
-        if (child == m_process) {
+    constexpr int kChanges = WNOHANG | WUNTRACED | WCONTINUED;
+    for (pid_t child = 0; (child = ::waitpid(-1, &status, kChanges)) > 0;) {
+        if (child != m_process) {
+            continue;
+        }
+        m_stopped = WIFSTOPPED(status);
+        if (!m_stopped && !WIFCONTINUED(status)) {
             m_process = -1;
             ended = status;
         }

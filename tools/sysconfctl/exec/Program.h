@@ -25,10 +25,14 @@ public:
     /// belong to another process.
     void send(int signal) const;
 
+    /// Whether it runs and is not stopped.
+    bool isActive() const { return m_process > 0 && !m_stopped; }
+
     /// Whether it is in the process group of this process. A program can leave it.
     bool isInOwnGroup() const;
 
-    /// Reaps every child that has ended, for the init process of a namespace also orphans.
+    /// Notices stops, and reaps every child that has ended, for the init process of a namespace
+    /// also orphans.
     /// @return The status of the program if it was among them.
     std::optional<int> reap();
 
@@ -36,6 +40,7 @@ private:
     std::vector<std::string> m_words;
     sigset_t m_mask;
     pid_t m_process = -1;
+    bool m_stopped = false;
 };
 
 } // namespace sysconfctl
