@@ -56,6 +56,19 @@ TEST(Supervisor, ProgramThatDoesNotEnd_IsKilledOnceAfterTheGrace) {
     EXPECT_EQ(supervisor.ended(SIGKILL, kBegin + 11s), Action::Start);
 }
 
+TEST(Supervisor, GraceInWhichTheToolWasStopped_BeginsAgain) {
+    Supervisor supervisor;
+    supervisor.started(kBegin);
+    supervisor.continued(kBegin);
+    EXPECT_EQ(supervisor.deadline(), std::nullopt) << "it is not stopping";
+    supervisor.changed(kBegin);
+    supervisor.continued(kBegin + 1h);
+    EXPECT_EQ(supervisor.deadline(), kBegin + 1h + 10s);
+    supervisor.timeReached();
+    supervisor.continued(kBegin + 2h);
+    EXPECT_EQ(supervisor.deadline(), std::nullopt) << "it is killed once";
+}
+
 TEST(Supervisor, EarlyFailuresAfterARestart_GetFivePauses) {
     Supervisor supervisor = restarted();
     Supervisor::Time now = kBegin;

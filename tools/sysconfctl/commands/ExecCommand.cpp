@@ -220,6 +220,9 @@ private:
                 act(m_supervisor.signalled(number, fromTerminal(*signal), m_program.isInOwnGroup()),
                     number);
             }
+            if (number == SIGCONT) {
+                m_supervisor.continued(Supervisor::Clock::now());
+            }
             m_toStop = asksToStop(*signal) || (m_toStop && number != SIGCONT);
         }
         // After the signals: one of them may be the reason for the end.

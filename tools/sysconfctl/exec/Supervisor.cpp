@@ -65,6 +65,12 @@ Supervisor::Action Supervisor::signalled(int number, bool fromTerminal, bool sam
     return sentAlready || received ? Action::None : Action::Pass;
 }
 
+void Supervisor::continued(Time now) {
+    if (m_state == State::Stopping && m_deadline) {
+        m_deadline = now + kGrace;
+    }
+}
+
 Supervisor::Action Supervisor::timeReached() {
     m_deadline.reset();
     return m_state == State::Stopping ? Action::Kill : Action::Start;

@@ -47,6 +47,9 @@ public:
     /// @param sameGroup The program is in the process group of this process.
     Action signalled(int number, bool fromTerminal, bool sameGroup = true);
 
+    /// This process was stopped until now, so that the program may have been, too.
+    void continued(Time now);
+
     /// When to call `timeReached`, if the program is stopping or there is a pause.
     std::optional<Time> deadline() const { return m_deadline; }
     Action timeReached();
