@@ -110,7 +110,6 @@ std::vector<AnswerVariable> variablesFor(const Options& options) {
     return variables;
 }
 
-/// Prints the answers as variables, in the form of the option.
 ExitStatus runGetVariables(const Options& options) {
     std::string text;
     ExitStatus status = ExitStatus::Answered;

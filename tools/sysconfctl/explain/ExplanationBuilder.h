@@ -25,7 +25,6 @@ public:
     const std::string& argument(std::size_t i) const { return explanation.arguments.at(i); }
 
     void step(Step step) { explanation.steps.push_back(std::move(step)); }
-    /// Marks the last step as one of those that decide.
     void deciding() { weigh(Weight::Deciding); }
     /// Marks the last step as the one that decides, unless a cause is found.
     void decisive() { weigh(Weight::Decisive); }

@@ -76,7 +76,6 @@ std::vector<std::string> leaveOut(std::vector<Column>& columns,
     return titles;
 }
 
-/// The widest columns are narrowed.
 std::vector<std::size_t> columnWidths(const std::vector<Column>& columns,
                                       const std::vector<std::vector<Cell>>& rows,
                                       std::size_t width) {

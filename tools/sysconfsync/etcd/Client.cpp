@@ -71,7 +71,6 @@ std::string clusterOf(const Json::Value& answer) {
 
 } // namespace
 
-/// What one endpoint has answered.
 struct Client::Attempt {
     std::optional<Json::Value> answer = std::nullopt;
     /// How a watch ended.

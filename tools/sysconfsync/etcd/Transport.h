@@ -49,7 +49,6 @@ struct PostResult {
     bool sent = false;
     /// The HTTP status; 0 without an answer.
     long status = 0;
-    /// Why there is no complete answer.
     std::string trouble;
 };
 

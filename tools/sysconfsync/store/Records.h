@@ -50,7 +50,6 @@ struct NodeStatus {
 
 /// The bytes of each file, by its path relative to the folder of the node.
 using Files = std::map<std::string, std::string>;
-/// The files of each node, by its id.
 using Nodes = std::map<std::string, Files>;
 
 std::string toText(const Info& info);
@@ -75,7 +74,6 @@ std::map<std::string, std::string> sharedFiles(const Nodes& nodes);
 /// Whether a path is relative, normal and leads to a file in its folder.
 bool isPathInside(const std::string& path);
 
-/// The current time in UTC, as in the records.
 std::string timeText();
 
 } // namespace sysconfsync
