@@ -186,7 +186,6 @@ std::vector<std::string> variablesIn(const std::string& source) {
     return names;
 }
 
-/// The variables that a manual page describes.
 std::set<std::string> variablesOf(const std::string& page) {
     std::set<std::string> found;
     for (const std::string& line : linesWith("ENVIRONMENT", ".It Ev ", page)) {

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// When `exec` starts, signals and ends.
 
 #include "exec/Supervisor.h"
 
