@@ -53,7 +53,6 @@ public:
 
     /// @throws std::runtime_error if it fails.
     std::string control(const std::vector<std::string>& arguments) const;
-    /// Creates the user root with that password, and requires users from now on.
     void requireUsers(const std::string& password) const;
 
 private:

@@ -59,7 +59,6 @@ std::vector<std::string> linesWith(const std::string& title, const std::string& 
     return found;
 }
 
-/// Of the rows of a list with two columns, the first column.
 std::vector<std::string> firstColumn(const std::string& title, const std::string& page) {
     std::vector<std::string> rows = linesWith(title, ".It Cm ", page);
     for (std::string& row : rows) {

@@ -16,7 +16,6 @@ using Action = Supervisor::Action;
 const Supervisor::Time kBegin{};
 const int kFailure = W_EXITCODE(3, 0);
 
-/// A supervisor whose program was restarted at `kBegin`.
 Supervisor restarted() {
     Supervisor supervisor;
     supervisor.started(kBegin - 1h);

@@ -29,7 +29,6 @@ protected:
     std::optional<Store> m_store;
 
     void SetUp() override;
-    /// The store of the test, through that member first.
     void connect(std::size_t first);
     /// The member that the followers of the node begin with.
     std::size_t memberOfFollower() const;

@@ -92,7 +92,6 @@ std::string refusal(const Reply& reply) {
                              label);
 }
 
-/// The library's answers as variables, or the predicted ones.
 std::vector<AnswerVariable> variablesFor(const Options& options) {
     const std::vector<const Query*> asked =
         variableQueries(options.queries, options.revealSecrets, "get");

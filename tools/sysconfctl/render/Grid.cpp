@@ -56,7 +56,6 @@ std::size_t totalOf(const std::vector<std::size_t>& widths) {
     return std::accumulate(widths.begin(), widths.end(), kColumnGap * (widths.size() - 1));
 }
 
-/// Returns the titles of the columns left out.
 std::vector<std::string> leaveOut(std::vector<Column>& columns,
                                   std::vector<std::vector<Cell>>& rows, std::size_t width) {
     std::vector<std::string> titles;

@@ -73,7 +73,6 @@ std::string clusterOf(const Json::Value& answer) {
 
 struct Client::Attempt {
     std::optional<Json::Value> answer = std::nullopt;
-    /// How a watch ended.
     std::optional<WatchEnd> end = std::nullopt;
     /// Why there is no answer; another endpoint may have one.
     std::string trouble = {};

@@ -22,7 +22,6 @@ struct Connection {
     /// Empty: no user.
     std::string user;
     std::string password;
-    /// The time limit of each attempt of a call.
     std::chrono::milliseconds callLimit{5000};
     /// A call in progress throws Cancelled when this descriptor becomes readable; -1: none.
     int stopDescriptor = -1;

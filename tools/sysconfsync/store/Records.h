@@ -63,7 +63,6 @@ Json::Value toJson(const NodeStatus& status);
 
 /// The record of a node. A file whose sum is in `shared` is stored there.
 std::string nodeText(const Files& files, const std::map<std::string, std::string>& shared);
-/// The sums of the shared files of a node's record.
 std::set<std::string> sharedSums(std::string_view text);
 /// The files of a node's record, the shared ones from `shared`, by their sums.
 /// @throws EtcdError also for a path that does not lead into the folder of the node.

@@ -70,7 +70,6 @@ public:
 
     void deleteOld(std::size_t keep);
 
-    /// The id of the cluster in the last answer.
     const std::string& clusterId() const { return m_client.clusterId(); }
 
 private:
