@@ -50,11 +50,8 @@ namespace Quarncommon {
 /// within limits. If a lock call fails, its error number is left in `errno` and the operation
 /// continues without the lock.
 ///
-/// Shortages, forks, exit: docs/embed.md. After a load that lacked memory, descriptors or storage
-/// the library asks for another event; a program without change events should call Reload() or
-/// Destory() when it has recovered. A forked child may call exec, _exit and exit() at any time, and
-/// every operation after it has called Instance() again. Queries are answered until the process has
-/// ended; dlclose() never unloads the library.
+/// Shortages of memory, descriptors or storage, forks, exit: docs/embed.md. Queries are answered
+/// until the process has ended; dlclose() never unloads the library.
 ///
 /// Ownership. Results are copies. Output parameters belong to the caller; they are appended to or
 /// updated, never cleared, unless an operation says otherwise.

@@ -34,8 +34,8 @@
 /// not deliver the event itself.
 ///
 /// `NO_EM_CLIENT` or `NO_EM_CLIENT_CONSUMER`, set to any non-empty text, disables change events.
-/// Otherwise the library may call getenv() on the event library's thread at any time, so **the
-/// program must not call setenv(), putenv() or unsetenv()** after the first use of the library.
+/// Otherwise the library may call getenv() on the event library's thread at any time, see
+/// SysConfReader.
 ///
 /// A forked child has no subscription. It calls EventConsumerCBFini when it destroys an inherited
 /// role reader, and EventConsumerCBInit at its next first load. docs/events.md has the reasons.

@@ -46,7 +46,7 @@ public:
         /// the step of the role reader's load, ended there.
         WrongType,
         /// Memory, descriptors or the storage failed, or the file changed during each attempt to
-        /// read it. See "Shortages" in SysConfReader.
+        /// read it. See docs/embed.md.
         Shortage
     };
 

@@ -29,11 +29,11 @@ public:
     /// @throws std::bad_alloc
     static SysConfReader_i* Instance();
 
-    /// Destroys the facade and the role reader, creating that first if it does not exist, which
-    /// ends the subscription to change events. Does nothing if there is no facade. Holds the
-    /// facade's write lock, and inside it the role reader's. During a change event on this thread
-    /// it is postponed as SysConfReaderImpl::Destory() is. An exception from the role reader's
-    /// creation terminates the process.
+    /// Destroys the facade and, by SysConfReaderImpl::Destory(), the role reader, which is created
+    /// first if it does not exist. Does nothing if there is no facade. Holds the facade's write
+    /// lock during the call. If this thread is applying a change event, the facade is destroyed at
+    /// once and the role reader after the event. If creating the role reader throws, the process
+    /// is terminated.
     static void Destory();
 
     SysConfReader_i(const SysConfReader_i&) = delete;

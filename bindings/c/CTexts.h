@@ -56,7 +56,6 @@ char* copied(const std::string& text);
 /// One block: the pointers, ended by null, then the texts.
 char** copied(const List& texts);
 
-/// The answer in a format of sysconfreader_get.
 std::string formatted(const Answer& answer, enum sysconfreader_format format);
 
 /// All texts of a list or map in one list. Throws std::bad_variant_access for any other answer.

@@ -8,9 +8,8 @@
 namespace eventcbutil {
 
 /// A mutex that a thread holds while it forks, so that the data in the child is consistent.
-/// Handlers of the program (pthread_atfork) may call the library in the meantime: their guards
-/// share the hold.
-/// library: their guards share the hold and do not wait.
+/// Handlers of the program (pthread_atfork) may call the library: their guards share the hold and
+/// do not wait.
 class ForkMutex {
 public:
     /// Forks may be nested, because a handler may fork.

@@ -38,7 +38,6 @@ public:
 private:
     using Subscriptions = std::vector<std::shared_ptr<Subscription>>;
 
-    /// The state of one thread.
     struct Run {
         WakeUp wakeUp;
         Thread thread;

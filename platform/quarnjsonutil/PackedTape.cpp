@@ -5,7 +5,6 @@
 #include <array>
 #include <iterator>
 
-/// Walks over a tape and its source text in parallel.
 class Tape::Packer {
     /// The index in kPackedTypes for each type.
     static constexpr auto kCodes = [] {

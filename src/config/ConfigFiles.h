@@ -20,7 +20,6 @@ inline constexpr ConfigFile kManagerNodeList{"TOLM_ROOT", "/etc/sysconf/nodelist
 /// The variable that holds the key of this process under "processes".
 inline constexpr const char* kInstanceIdVariable = "PROCESS_INSTANCE_ID";
 
-/// Returns the value of a variable, "" if it is unset.
 std::string environment(const char* variable);
 
 std::string pathOf(const ConfigFile& file);

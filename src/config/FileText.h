@@ -50,7 +50,6 @@ public:
 
     bool operator==(const FileText& other) const;
 
-    /// Whether all allocated memory is used, as for a file that reports its size.
     bool isTight() const { return m_capacity == m_length; }
 
     /// Reads the first `size` bytes, or up to the end of the file if `size`, which is st_size, is

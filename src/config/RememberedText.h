@@ -39,7 +39,6 @@ struct ParsedText {
 
 using ParsedTextPointer = std::shared_ptr<const ParsedText>;
 
-/// The last text of a list, for all threads.
 class ListMemory {
 public:
     /// A longer text is not kept.

@@ -14,7 +14,9 @@ namespace Quarncommon {
 using Clock = std::chrono::steady_clock;
 inline constexpr Clock::duration kNoLimit = Clock::duration::max();
 
-/// Sleeps while `word` has `value`, until wakeAll or for `atMost`. May return early.
+/// Sleeps while `word` has `value`, until wakeAll or for `atMost`. May return early. A futex,
+/// because std::atomic::wait has no timeout, and a fork could leave the mutex of a condition
+/// variable locked.
 inline void waitWhile(std::atomic<unsigned int>& word, unsigned int value, Clock::duration atMost) {
     static_assert(sizeof word == sizeof(unsigned int) && sizeof word == 4);
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(atMost);

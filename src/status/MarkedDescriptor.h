@@ -21,7 +21,6 @@ public:
     /// The number, -1 for none. It may be lost, see `intact`.
     int number() const noexcept { return m_number.load(); }
 
-    /// Whether the number still refers to the file that was opened.
     bool intact() const noexcept;
 
     void ring() const noexcept;

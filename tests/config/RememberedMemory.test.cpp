@@ -81,7 +81,6 @@ TEST(RememberedMemory, AnyAllocationFails_NextAnswersAreRight) {
 
 std::size_t g_allocations = 0;
 
-/// The number of allocations in a query.
 std::size_t allocationsOfQuery() {
     g_allocations = 0;
     support::setAllocationHook([] {

@@ -67,8 +67,6 @@ class CheckerTest(unittest.TestCase):
         if line is not None:
             self.assertIn(f"page.md:{line}: ", found[0])
 
-    # Pages
-
     def test_a_block_of_a_language_without_a_rule(self):
         self.assert_wrong("# A\n\n" + fenced("python", "print()\n"), "no rule", line=4)
 
@@ -117,8 +115,6 @@ class CheckerTest(unittest.TestCase):
         self.assertEqual(
             [complaint.split("/")[-1] for complaint in found], ["lost.md: no link leads here"]
         )
-
-    # Commands
 
     def test_commands_with_different_output(self):
         self.assert_right(
@@ -184,8 +180,6 @@ class CheckerTest(unittest.TestCase):
         self.assert_right(fenced("json", "{}\n", "output echo {}"))
         self.assert_wrong(fenced("json", "{}\n", "output echo []"), "echo []\nprints")
 
-    # Files
-
     def test_json_that_is_malformed_or_not_valid_by_its_schema(self):
         self.assert_wrong(fenced("json", "{,}\n"), "not JSON")
         self.assert_right(fenced("json", '{"nodeList": {}}\n', "schema node-list"))
@@ -216,8 +210,6 @@ class CheckerTest(unittest.TestCase):
         self.assert_wrong(
             fenced("mermaid", "flowchart LR\n  subgraph a\n"), "1 parts start and 0 end"
         )
-
-    # Programs
 
     def test_errors_in_fragments_are_reported_at_their_lines(self):
         self.assert_right(

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// All singletons are destroyed and created again while events arrive and Instance() is called.
 
 #include "Rounds.h"
 #include "SysConfReader.h"

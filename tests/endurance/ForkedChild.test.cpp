@@ -82,7 +82,6 @@ protected:
     ForkedChild() { support::writeGeneration(m_deployment, 1); }
     ~ForkedChild() override { support::setLockHook(nullptr); }
 
-    /// Forks while other threads repeat one of `others` each.
     static void forkBeside(int rounds, const std::vector<std::function<void()>>& others) {
         SysConfReader::Instance();
         std::atomic<bool> done{false};

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Threads call every query while all three files are replaced and both singletons are reloaded.
 
 #include "History.h"
 #include "Rounds.h"

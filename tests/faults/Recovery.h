@@ -51,7 +51,6 @@ bool takesItsTime();
 std::vector<Failing> failingSystemCalls();
 std::vector<Failing> failingAllocations(std::size_t step);
 
-/// Tries each failing call in each scenario at each of its calls.
 void expectRecovery(const std::vector<Scenario>& scenarios, const std::vector<Failing>& failing,
                     std::size_t leastFaults);
 

@@ -145,7 +145,6 @@ Json::Value comparedAnswers(const fs::path& folder) {
     return answers;
 }
 
-/// Sets the environment to that of a file with paths relative to its folder.
 void setEnvironmentOf(const fs::path& file) {
     for (const char* name : {"APP_CONF_FILE", "PROCESS_INSTANCE_ID", "APP_ROOT", "TOLM_ROOT"}) {
         support::setEnvironment(name, nullptr);

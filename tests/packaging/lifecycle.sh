@@ -19,7 +19,6 @@ fail() {
   exit 1
 }
 
-# step TEXT: prints the next step and the time.
 step() {
   printf '%4d s  %s\n' "$SECONDS" "$*"
 }

@@ -133,7 +133,6 @@ TEST_F(Ending, CallbacksThatDoNotReturn_KeepAtMostTwoThreads) {
     EXPECT_EQ(resources(), before);
 }
 
-/// The thread is used again; no second one is started.
 TEST_F(Ending, InTheCallbackAndSubscribedAgain_KeepsOneThread) {
     const Resources before = resources();
     std::size_t most = 0;

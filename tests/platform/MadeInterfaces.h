@@ -12,8 +12,7 @@
 class MadeInterfaces {
 public:
     /// @param texts For each interface its IPv4 or IPv6 address, "none" for no address, or "link"
-    /// for
-    ///        an address of another family.
+    ///        for an address of another family.
     explicit MadeInterfaces(const std::vector<std::string>& texts);
     static MadeInterfaces refused() { return {}; }
     ~MadeInterfaces();

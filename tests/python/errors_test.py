@@ -1,5 +1,4 @@
 #!/usr/bin/python3
-"""Exceptions."""
 
 import json
 import os

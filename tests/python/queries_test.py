@@ -1,5 +1,4 @@
 #!/usr/bin/python3
-"""Queries."""
 
 import inspect
 import json

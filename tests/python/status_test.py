@@ -1,5 +1,4 @@
 #!/usr/bin/python3
-"""The status of loads."""
 
 import dataclasses
 import os

@@ -52,7 +52,6 @@ def programs(page):
 
 
 def run(program, **options):
-    """Starts a Python program."""
     return subprocess.Popen([sys.executable, "-u", "-c", program], text=True, **options)
 
 

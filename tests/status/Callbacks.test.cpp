@@ -305,7 +305,6 @@ TEST_F(Callback, OnManyThreadsBesideSubscriptions_IsCalledForEveryLoad) {
     EXPECT_EQ(Status::generation(), 2U + kThreads * kLoads);
 }
 
-/// Subscribes, opens, loads now and then, and ends both, so many times.
 void repeatSubscriptions(int rounds) {
     for (int i = 0; i < rounds; ++i) {
         const Subscribed subscribed;

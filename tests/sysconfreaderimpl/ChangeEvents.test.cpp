@@ -286,7 +286,6 @@ private:
     std::thread m_thread;
 };
 
-/// An event is delivered during the first load.
 template <typename Class>
 void expectAppliedAfterTheFirstLoad() {
     Deployment deployment;

@@ -27,7 +27,6 @@ using Quarncommon::SysConfReader;
 using Quarncommon::SysConfReader_i;
 using Quarncommon::SysConfReaderImpl;
 
-/// Records whether there was such a call.
 struct FailingCall {
     const char* name;
     std::function<void(const fs::path&, std::size_t which, bool& happened)> make;

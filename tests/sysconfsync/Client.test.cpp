@@ -18,7 +18,6 @@ using testing::ElementsAre;
 using SyncClient = EtcdTest;
 using SyncStore = EtcdTest;
 
-/// A descriptor that becomes readable.
 struct Signal {
     Signal() { EXPECT_EQ(::pipe(ends.data()), 0); }
     ~Signal() {

@@ -68,7 +68,6 @@ void makeCertificate() {
     }
 }
 
-/// Repeats a question to a server until the answer is yes.
 template <typename Question>
 void waitUntil(const Question& question) {
     const auto end = std::chrono::steady_clock::now() + kLimit;

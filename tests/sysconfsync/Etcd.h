@@ -17,7 +17,6 @@ struct EtcdSettings {
     std::size_t members = 1;
     /// Encrypted, with client certificates.
     bool tls = false;
-    /// More arguments of every member.
     std::vector<std::string> arguments = {};
 };
 
@@ -44,7 +43,6 @@ public:
     void kill(std::size_t member);
     void freeze(std::size_t member) const;
     void thaw(std::size_t member) const;
-    /// Starts a killed member again and waits until it answers.
     void restart(std::size_t member);
     /// Kills all members and starts them again, with their data or as a new cluster. Returns when
     /// all answer.
@@ -53,10 +51,8 @@ public:
     /// transaction is not committed yet.
     void waitForMetric(std::size_t member, const std::string& line) const;
 
-    /// Runs etcdctl and returns its output.
     /// @throws std::runtime_error if it fails.
     std::string control(const std::vector<std::string>& arguments) const;
-    /// Creates the user root with that password, and requires users from now on.
     void requireUsers(const std::string& password) const;
 
 private:

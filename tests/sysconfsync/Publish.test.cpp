@@ -25,14 +25,12 @@ const std::string kApp = "node-2/etc/app.json";
 using Publish = EtcdTest;
 using Rollback = EtcdTest;
 
-/// Publishes the tree and returns the result.
 CommandResult publish(const Etcd& etcd, const std::filesystem::path& tree,
                       std::vector<std::string> more = {}) {
     more.insert(more.begin(), {"publish", tree});
     return runSync(etcd, more);
 }
 
-/// Reads from the cluster in the process of the test.
 struct Reader {
     explicit Reader(const Etcd& etcd, std::size_t first = 0)
         : client(etcd.connection(first)), store(client, "/sysconf/") {}

@@ -14,7 +14,6 @@ namespace support {
 Command syncCommand(const Etcd& etcd, std::vector<std::string> arguments);
 CommandResult runSync(const Etcd& etcd, std::vector<std::string> arguments);
 
-/// A copy of a sample in the test's directory.
 std::filesystem::path copySample(const std::string& sample, const std::string& name);
 
 std::string readText(const std::filesystem::path& path);

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// `sysconfctl exec`: the environment of the program, its signals and its end.
 
 #include "Sysconfctl.h"
 
@@ -61,7 +60,6 @@ std::map<std::string, std::string> environmentOf(const tool::View& view,
     return variablesIn(result.output);
 }
 
-/// How often the text occurs.
 std::size_t occurrences(const std::string& text, const std::string& part) {
     std::size_t found = 0;
     for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; at += part.size()) {

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// `sysconfctl exec` with the event library that watches the files.
 
 #include "Sysconfctl.h"
 

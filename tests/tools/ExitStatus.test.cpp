@@ -35,7 +35,6 @@ struct Row {
     Found found;
     int status;
     std::vector<std::string> arguments;
-    /// "" for no message.
     std::string message;
 };
 

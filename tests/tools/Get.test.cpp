@@ -19,7 +19,6 @@ struct Row {
 };
 
 const std::vector<Row> kRows = {
-    // a text
     {tool::kEast, {"local-service-ip"}, "198.51.100.1\n", R"("198.51.100.1")"},
     {tool::kEast, {"local-ip-by-usage", "Maintenance"}, "192.0.2.1\n", R"("192.0.2.1")"},
     {tool::kEast, {"db-access-host", "metrics", "1"}, "2001:db8:1::31\n", R"("2001:db8:1::31")"},
@@ -64,7 +63,6 @@ const std::vector<Row> kRows = {
      {"all-float-ip", "northbound2"},
      "manager-1\nnode-1\t203.0.113.12\nnode-2\n",
      R"({"manager-1":[],"node-1":["203.0.113.12"],"node-2":[]})"},
-    // JSON
     {tool::kWestData, {"all-db-info"}, "{}\n", "{}"},
 };
 

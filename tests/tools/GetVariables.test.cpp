@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// `sysconfctl get --shell` and `--systemd`, read by shells and by systemd.
 
 #include "Sysconfctl.h"
 

@@ -30,10 +30,10 @@ std::string readFile(const std::filesystem::path& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
+constexpr const char* kToolPage = "sysconfctl.1";
 constexpr const char* kSyncPage = "sysconfsync.1";
 
-std::vector<std::string> section(const std::string& title,
-                                 const std::string& page = "sysconfctl.1") {
+std::vector<std::string> section(const std::string& title, const std::string& page = kToolPage) {
     std::istringstream text(readFile(sourceDirectory() / "docs/man" / page));
     std::vector<std::string> lines;
     bool inside = false;
@@ -49,7 +49,7 @@ std::vector<std::string> section(const std::string& title,
 }
 
 std::vector<std::string> linesWith(const std::string& title, const std::string& begin,
-                                   const std::string& page = "sysconfctl.1") {
+                                   const std::string& page = kToolPage) {
     std::vector<std::string> found;
     for (const std::string& line : section(title, page)) {
         if (line.starts_with(begin)) {
@@ -57,6 +57,14 @@ std::vector<std::string> linesWith(const std::string& title, const std::string& 
         }
     }
     return found;
+}
+
+std::vector<std::string> firstColumn(const std::string& title, const std::string& page) {
+    std::vector<std::string> rows = linesWith(title, ".It Cm ", page);
+    for (std::string& row : rows) {
+        row.resize(std::min(row.find(" Ta "), row.size()));
+    }
+    return rows;
 }
 
 std::vector<std::string> matches(const std::string& text, const std::string& pattern) {
@@ -78,9 +86,10 @@ std::string inPage(const OptionRow& row) {
 std::string inPage(const Query& query) {
     std::string text(query.name);
     for (const Parameter& parameter : query.parameters) {
-        text += parameter.occurs == Occurs::AnyTimes ? " Op Ar " : " Ar ";
+        text += parameter.occurs == Occurs::AnyTimes ? " Oo Ar " : " Ar ";
         text += parameter.name;
         text += parameter.occurs == Occurs::Once ? "" : " ...";
+        text += parameter.occurs == Occurs::AnyTimes ? " Oc" : "";
     }
     return text;
 }
@@ -107,14 +116,7 @@ TEST(ManPage, Commands_AreThoseOfTheTableWithTheirOptionsAndFormats) {
         formats.push_back(names);
     }
     EXPECT_THAT(linesWith("COMMANDS", ".It Ic "), ElementsAreArray(heads));
-    std::vector<std::string> found;
-    const std::vector<std::string> lines = section("COMMANDS");
-    for (std::size_t i = 0; i + 1 < lines.size(); ++i) {
-        if (lines[i] == "Formats:") {
-            found.push_back(lines[i + 1].substr(std::string(".Cm ").size()));
-        }
-    }
-    EXPECT_THAT(found, ElementsAreArray(formats));
+    EXPECT_THAT(linesWith("COMMANDS", ".No Formats : Cm "), ElementsAreArray(formats));
 }
 
 TEST(ManPage, Synopsis_HasEveryCommand) {
@@ -122,8 +124,11 @@ TEST(ManPage, Synopsis_HasEveryCommand) {
     for (const CommandRow& command : commandTable()) {
         names.emplace(command.name);
     }
-    const std::vector<std::string> found = linesWith("SYNOPSIS", ".Ic ");
-    EXPECT_EQ(std::set<std::string>(found.begin(), found.end()), names);
+    std::set<std::string> found;
+    for (const std::string& line : linesWith("SYNOPSIS", ".Ic ")) {
+        found.insert(line.substr(0, line.find(' ')));
+    }
+    EXPECT_EQ(found, names);
 }
 
 TEST(ManPage, Options_AreThoseOfTheTable) {
@@ -139,7 +144,7 @@ TEST(ManPage, Queries_AreThoseOfTheTableWithTheirArguments) {
     for (const Query& query : queries()) {
         names.push_back(inPage(query));
     }
-    EXPECT_THAT(linesWith("QUERIES", ".It Cm "), ElementsAreArray(names));
+    EXPECT_THAT(firstColumn("QUERIES", kToolPage), ElementsAreArray(names));
 }
 
 TEST(ManPage, ExitStatuses_AreThoseOfTheTableAndOfTheTool) {
@@ -159,12 +164,12 @@ std::vector<std::string> diagnosticsIn(const std::string& header) {
 }
 
 TEST(ManPage, Diagnostics_AreThoseOfTheTool) {
-    EXPECT_THAT(linesWith("OUTPUT", ".It Cm "),
+    EXPECT_THAT(firstColumn("OUTPUT", kToolPage),
                 ElementsAreArray(diagnosticsIn("tools/sysconfctl/render/Diagnostics.h")));
 }
 
 TEST(SyncManPage, Diagnostics_AreThoseOfTheProgram) {
-    EXPECT_THAT(linesWith("OUTPUT", ".It Cm ", kSyncPage),
+    EXPECT_THAT(firstColumn("OUTPUT", kSyncPage),
                 ElementsAreArray(diagnosticsIn("tools/sysconfsync/cli/SyncDiagnostics.h")));
 }
 
@@ -180,7 +185,6 @@ std::vector<std::string> variablesIn(const std::string& source) {
     return names;
 }
 
-/// The variables that a manual page describes.
 std::set<std::string> variablesOf(const std::string& page) {
     std::set<std::string> found;
     for (const std::string& line : linesWith("ENVIRONMENT", ".It Ev ", page)) {
@@ -212,7 +216,7 @@ TEST(ManPage, Variables_AreThoseOfTheTableAndOfTheSources) {
     for (const VariableRow& row : variableTable()) {
         table.emplace(row.name);
     }
-    EXPECT_EQ(variablesOf("sysconfctl.1"), table);
+    EXPECT_EQ(variablesOf(kToolPage), table);
     EXPECT_EQ(variablesReadIn({"src", "tools/sysconfctl", "platform/eventcbutil"}), table);
 }
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// `sysconfctl show -v`: the load of the library in the tool.
 
 #include "Sysconfctl.h"
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// When `exec` starts, signals and ends.
 
 #include "exec/Supervisor.h"
 
@@ -17,7 +16,6 @@ using Action = Supervisor::Action;
 const Supervisor::Time kBegin{};
 const int kFailure = W_EXITCODE(3, 0);
 
-/// A supervisor whose program was restarted at `kBegin`.
 Supervisor restarted() {
     Supervisor supervisor;
     supervisor.started(kBegin - 1h);

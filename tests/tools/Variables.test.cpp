@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Answers as variables: names, values, and the text for a shell and for systemd.
 
 #include "query/Variables.h"
 

@@ -64,7 +64,6 @@ TEST(WatchLive, Text_ShowsTheChangeBelowItsTime) {
     EXPECT_EQ(running.finish().exitStatus, 0);
 }
 
-/// The master of the sample pair fails, and its standby takes over its service address.
 TEST(WatchLive, FailoverOfTheSamplePair_StandbyAnswersForTheMaster) {
     const fs::path copy = support::testDirectory() / "ha-pair";
     fs::copy(tool::samplesDirectory() / "ha-pair", copy, fs::copy_options::recursive);

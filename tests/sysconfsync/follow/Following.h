@@ -29,7 +29,6 @@ protected:
     std::optional<Store> m_store;
 
     void SetUp() override;
-    /// The store of the test, through that member first.
     void connect(std::size_t first);
     /// The member that the followers of the node begin with.
     std::size_t memberOfFollower() const;
@@ -41,7 +40,6 @@ protected:
     /// Makes an older version the current one, as a restored backup does.
     void publishAgain(std::int64_t version);
     void put(const std::string& key, const std::string& value);
-    /// Deletes the history of all keys.
     void compact();
     /// The alarm "no space" of all members: they accept no writes until it is cleared.
     void setAlarm(bool on);
@@ -60,7 +58,6 @@ protected:
     /// `sysconfctl watch` of the port, with the event library, in the environment of the node.
     support::RunningCommand watchPort() const;
 
-    /// The version that the link leads to; 0 if there is none.
     int appliedVersion() const;
     /// Expects all files of the applied version, and no other ones, to be those with that port.
     void expectWhole(int port) const;

@@ -11,7 +11,6 @@ namespace sysconfctl {
 using Owners = std::map<std::pair<std::string, std::string>,
                         std::vector<std::pair<std::string, located::Path>>>;
 
-/// Checks the address entries of a node and adds them to `owners`.
 void checkAddresses(Checker& checker, const SourceFile& list, const located::Path& node,
                     Owners& owners);
 

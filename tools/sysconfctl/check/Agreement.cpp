@@ -341,7 +341,6 @@ private:
 
     Checker& m_checker;
     const ListGroup& m_group;
-    /// The manager node list is the last one.
     std::map<std::string, std::vector<const SourceFile*>> m_lists;
     std::map<std::string, std::size_t> m_tenancies;
     std::set<std::string> m_processAddresses;

@@ -61,7 +61,6 @@ void collectEntrySecrets(const located::Value& entry, const Range& range,
                 });
 }
 
-/// Members outside of databases whose names indicate a password.
 void collectNamedSecrets(const located::Value& value, const Range& range,
                          std::vector<Range>& secrets) {
     visitWithin(value.elements, range, std::identity(), [&](const located::Value& element) {
@@ -242,7 +241,6 @@ std::vector<std::string> excerpt(const Finding& finding, std::size_t width, bool
         }
         return secrets;
     };
-    // The whole secret is shown as one mask.
     std::size_t from = std::min(*finding.offset, end);
     std::size_t to = std::min(end, from + finding.length);
     for (const Range& secret : secretsWithin({from, from + 1})) {

@@ -18,7 +18,6 @@ enum class Severity { Error, Warning, Note };
 struct RelatedPlace {
     const SourceFile* file = nullptr;
     std::size_t offset = 0;
-    /// Unescaped.
     std::string sentence;
 };
 
@@ -28,7 +27,6 @@ struct Finding {
     std::string_view name;
     /// What is wrong and what follows from it; unescaped.
     std::string sentence;
-    /// What to do about it; may be empty.
     std::string hint;
     /// Null for the environment.
     const SourceFile* file = nullptr;

@@ -15,7 +15,6 @@ std::string placeOf(const RelatedPlace& place);
 /// An object of the JSON output. Passwords are masked unless `reveal` is true.
 Json::Value findingJson(const Finding& finding, bool reveal);
 
-/// In the format of the options.
 std::string report(const CheckResult& result, const Options& options);
 /// Each returns the whole output. JSON and SARIF contain the notes, others only on request.
 std::string tableReport(const CheckResult& result, const Options& options);

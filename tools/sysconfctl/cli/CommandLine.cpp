@@ -139,7 +139,6 @@ private:
         return wrapHelp(help, outputWidth());
     }
 
-    /// "sysconfctl", and the command of the user.
     std::string usedTool() const {
         const auto given = parsedCommand();
         return given == m_commands.end() ? "sysconfctl"
@@ -398,7 +397,6 @@ private:
         }
     }
 
-    /// Each operand is a query.
     void setQueriesOfVariables() {
         if (m_list || m_options.formatGiven || (m_options.shell && m_options.systemd)) {
             throw UsageError("--shell, --systemd, --list and --output exclude each other");

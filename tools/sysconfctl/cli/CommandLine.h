@@ -11,14 +11,12 @@
 
 namespace sysconfctl {
 
-/// A parsed command line.
 struct Options {
     Command command = Command::Show;
     Format format = Format::Table;
     bool formatGiven = false;
     std::optional<std::string> envFile;
     std::vector<std::string> sets;
-    /// The process whose environment is used.
     std::optional<std::string> pid;
     bool revealSecrets = false;
     bool noPager = false;
@@ -30,31 +28,24 @@ struct Options {
     std::vector<std::string> environments;
     /// The queries to watch or compare, each in one word with its arguments; empty: all.
     std::vector<std::string> queries;
-    /// What to look for: an address, the id of a node, a tag.
     std::string word;
     /// Ids of the nodes to list; empty: all.
     std::vector<std::string> nodes;
     NodeFilter filter;
     /// The field by which nodes are sorted; empty: the id.
     std::string sort;
-    /// Print answers as assignments for a shell, or as lines of systemd's EnvironmentFile=.
     bool shell = false;
     bool systemd = false;
     /// What to do when an answer changes: "restart", "none" or the name of a signal.
     std::string onChange = "restart";
     /// The queries whose answers the program gets; empty: all.
     std::vector<std::string> only;
-    /// The program to run and its arguments.
     std::vector<std::string> program;
-    /// Explain every query, not a single one.
     bool all = false;
-    /// Show every step of an explanation, or the load of the library.
     bool verbose = false;
-    /// Warnings also change the exit status.
     bool strict = false;
     /// Files and folders to check; empty: those of the environment.
     std::vector<std::string> paths;
-    /// Names of findings to leave out.
     std::vector<std::string> ignored;
     bool notes = false;
     /// The file to write to; unset: standard output.

@@ -67,7 +67,6 @@ struct OptionRow {
     bool repeatable = false;
 };
 
-/// The positional arguments of a command.
 enum class Operands { None, Query, Queries, Environments, Word, Nodes, Paths, Program, Command };
 
 struct CommandRow {
@@ -97,7 +96,6 @@ struct VariableRow {
 const std::vector<CommandRow>& commandTable();
 const std::vector<OptionRow>& optionTable();
 const std::vector<StatusRow>& statusTable();
-/// Environment variables that the tool or the library reads.
 const std::vector<VariableRow>& variableTable();
 
 const CommandRow* commandNamed(std::string_view name);

@@ -80,7 +80,6 @@ Candidates queryNames() {
     return candidates;
 }
 
-/// The queries that have a variable.
 Candidates variableNames() {
     Candidates candidates;
     for (const Query& query : queries()) {

@@ -29,7 +29,6 @@ Candidates addresses();
 Candidates words();
 Candidates databases();
 Candidates entriesOf(const std::string& database);
-/// The keys of the processes.
 Candidates instances();
 /// The names of the members of nodes in the manager node list whose values are texts.
 Candidates fields();

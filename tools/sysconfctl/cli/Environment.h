@@ -24,17 +24,12 @@ Assignment parseAssignment(std::string_view text);
 /// @throws UsageError that names the line, but never contains its value.
 std::vector<Assignment> parseEnvFile(const std::string& text, const std::string& name);
 
-/// Reads and parses an environment file.
 /// @throws UsageError if it cannot be read or is malformed.
 std::vector<Assignment> readEnvFile(const std::string& path);
 
-/// Sets the environment of this process to that of the process in question.
-///
-/// An environment file is the whole configuration of a process: `APP_CONF_FILE`,
-/// `PROCESS_INSTANCE_ID`, `APP_ROOT` and `TOLM_ROOT` are unset if it does not set them. A relative
-/// path in one of the three path variables is relative to the folder of the file; an empty value
-/// stays empty. `sets` are applied after the file, with their values verbatim; the last one for a
-/// variable wins.
+/// Sets the environment of this process to that of the process in question, as sysconfctl(1)
+/// describes for --env-file. An empty value stays empty. `sets` are applied after the file, with
+/// their values verbatim; the last one for a variable wins.
 /// @throws UsageError if the file cannot be read, or the file or an assignment is malformed.
 void applyEnvironment(const std::optional<std::string>& envFile,
                       const std::vector<std::string>& sets);

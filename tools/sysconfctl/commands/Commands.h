@@ -9,22 +9,18 @@ namespace sysconfctl {
 /// Shows all answers. Exceptions of the library are also reported on standard error.
 ExitStatus runShow(const Options& options);
 
-/// Prints one answer, or answers as variables.
 ExitStatus runGet(const Options& options);
 
-/// Shows all answers, then each change, until SIGINT, SIGTERM or SIGHUP. First reports on standard
-/// error whether change events are subscribed. Without a subscription, only answers that the
-/// library reads from the files on every call can change.
+/// First reports on standard error whether change events are subscribed. Without a subscription,
+/// only answers that the library reads from the files on every call can change.
 ExitStatus runWatch(const Options& options);
 
-/// Runs a program with the answers in its environment, and ends as it ends.
 ExitStatus runExec(const Options& options);
 
 ExitStatus runExplain(const Options& options);
 
 ExitStatus runDiff(const Options& options);
 
-/// Shows where a word appears: in the files and in the answers.
 /// @throws UsageError if there is none.
 ExitStatus runWho(const Options& options);
 

@@ -70,7 +70,6 @@ std::chrono::milliseconds remaining(Time until) {
     return std::max(left, std::chrono::milliseconds(0));
 }
 
-/// Runs the program, from its first start until its end.
 class Execution {
 public:
     explicit Execution(const Options& options)

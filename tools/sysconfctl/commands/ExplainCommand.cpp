@@ -21,7 +21,6 @@
 namespace sysconfctl {
 namespace {
 
-/// An explanation and the library's answer.
 struct Explained {
     Explanation explanation;
     Reply reply;

@@ -93,7 +93,6 @@ std::string refusal(const Reply& reply) {
                              label);
 }
 
-/// The library's answers as variables, or the predicted ones.
 std::vector<AnswerVariable> variablesFor(const Options& options) {
     const std::vector<const Query*> asked =
         variableQueries(options.queries, options.revealSecrets, "get");
@@ -111,7 +110,6 @@ std::vector<AnswerVariable> variablesFor(const Options& options) {
     return variables;
 }
 
-/// Prints the answers as variables, in the form of the option.
 ExitStatus runGetVariables(const Options& options) {
     std::string text;
     ExitStatus status = ExitStatus::Answered;

@@ -52,7 +52,6 @@ std::string tableOf(const OwnLoad& load, bool color) {
     return '\n' + table(rows, outputWidth(), color);
 }
 
-/// @param load The load of the library, if it is to be shown.
 std::string written(const std::vector<Reply>& replies, const std::optional<OwnLoad>& load,
                     const Options& options) {
     if (options.format == Format::Json) {

@@ -64,7 +64,6 @@ void reportSubscription(const Events& events) {
     }
 }
 
-/// Waits for an event or for the next poll.
 /// @return False if a termination signal has arrived.
 /// @throws OutputClosed if the reader of the output has closed it.
 bool waitForNextPoll(const EndSignals& signals, Events& events, bool& event) {

@@ -12,7 +12,6 @@ namespace sysconfctl {
 /// "an object", "a text".
 std::string kindOf(const Json::Value& value);
 
-/// Neither array nor object.
 bool isScalar(const Json::Value& value);
 
 const Json::Value& valueAt(const Json::Value& root, const located::Path& path);

@@ -19,7 +19,6 @@ struct Variable {
     std::string name;
     std::optional<std::string> value;
 
-    /// "" if unset.
     std::string text() const { return value.value_or(""); }
 };
 

@@ -21,7 +21,6 @@ struct ProcessFiles {
     std::string appRoot;
 };
 
-/// One of the two environments to compare.
 class Side {
 public:
     /// One process, whose files have been read.

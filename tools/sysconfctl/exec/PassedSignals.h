@@ -7,11 +7,9 @@
 
 namespace sysconfctl {
 
-/// Ignores SIGPIPE in this process; a program that `exec` starts has it as this process inherited
-/// it.
+/// A program that `exec` starts has SIGPIPE as this process inherited it.
 void ignorePipeSignal();
 
-/// Whether this process inherited an ignored SIGPIPE.
 bool inheritedPipeSignalIgnored();
 
 /// Makes SIGCHLD and the signals that `exec` passes on readable from a descriptor, except those
@@ -30,7 +28,6 @@ public:
     int descriptor() const { return m_descriptor; }
     /// Takes the next signal that has arrived, if there is one. Does not block.
     std::optional<signalfd_siginfo> next() const;
-    /// The blocked signals that this process inherited.
     const sigset_t& inherited() const { return m_inherited; }
 
 private:

@@ -21,8 +21,7 @@ public:
     /// @return 0 or the error number.
     int start(std::vector<std::string> environment);
 
-    /// Sends the signal, if the program runs. It is not reaped elsewhere, so that the id cannot
-    /// belong to another process.
+    /// If the program runs. It is not reaped elsewhere, so the id belongs to no other process.
     void send(int signal) const;
 
     /// Whether it runs and is not stopped.

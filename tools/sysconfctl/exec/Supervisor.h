@@ -6,18 +6,15 @@
 
 namespace sysconfctl {
 
-/// Decides when `exec` starts, signals and ends. Does nothing itself: each operation reports an
-/// event and returns what to do now. The first start is the caller's.
-///
-/// A program that ends by itself ends `exec`, with one exception: if it fails within 10 s of a
-/// restart, it is started again after pauses of 1, 2, 4, 8 and 16 s; what it needs may follow the
-/// change of answers with a delay. A program that has run for 10 s gets all of these pauses again.
+/// Decides when `exec` starts, signals and ends, as sysconfctl(1) describes. Does nothing itself:
+/// each operation reports an event and returns what to do now. The first start is the caller's.
+/// A program that fails soon after a restart is started again, because what it needs may follow the
+/// change of answers with a delay; one that has run for 10 s gets all pauses again.
 class Supervisor {
 public:
     using Clock = std::chrono::steady_clock;
     using Time = Clock::time_point;
 
-    /// How long a program may take to end after SIGTERM.
     static constexpr std::chrono::seconds kGrace{10};
     /// How soon after a restart a failure belongs to the restart.
     static constexpr std::chrono::seconds kEarly{10};
@@ -32,17 +29,14 @@ public:
         End        ///< end with `status`
     };
 
-    /// The program runs now.
     void started(Time now);
 
-    /// Answers have changed, and the program is to be restarted.
     Action changed(Time now);
 
     /// The program has ended and is reaped, or could not be started.
     /// @param status As from waitpid(2).
     Action ended(int status, Time now);
 
-    /// A signal has arrived that ends or informs programs.
     /// @param fromTerminal The terminal has sent it to the whole process group.
     /// @param sameGroup The program is in the process group of this process.
     Action signalled(int number, bool fromTerminal, bool sameGroup = true);

@@ -64,7 +64,6 @@ struct WalkedEntries {
     std::vector<AskedTag> asked;
     std::optional<Hint> hint;
 
-    /// The number of entries that lost a slot to another entry.
     std::size_t overridden() const;
 };
 

@@ -49,7 +49,6 @@ std::string entryText(const Json::Value& entry) {
     return entry["usage"].isArray() ? text + " [" + joined(tagsOf(entry), ", ") + "]" : text;
 }
 
-/// Whether a text, or a text in a list, is a tag that the rule looks for.
 bool isAskedFor(const Json::Value& usage, const std::vector<AskedTag>& asked) {
     if (usage.isArray()) {
         return std::any_of(usage.begin(), usage.end(),

@@ -17,7 +17,6 @@ namespace {
 
 constexpr const char* kEmptyProcess = "every value of the process is empty";
 
-/// Makes the first letter lower case, for use within a sentence.
 std::string uncapitalized(std::string text) {
     if (!text.empty()) {
         text[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[0])));

@@ -25,7 +25,6 @@ public:
     const std::string& argument(std::size_t i) const { return explanation.arguments.at(i); }
 
     void step(Step step) { explanation.steps.push_back(std::move(step)); }
-    /// Marks the last step as one of those that decide.
     void deciding() { weigh(Weight::Deciding); }
     /// Marks the last step as the one that decides, unless a cause is found.
     void decisive() { weigh(Weight::Decisive); }
@@ -51,12 +50,10 @@ public:
     /// Adds it as a rule reads it. Returns whether there is a value.
     bool value(const SourceFile& file, const located::Path& path, Weight weight = Weight::Decisive,
                bool secret = false);
-    /// Returns whether a value stopped the load step.
     bool stopped(LoadStep name);
     void mismatch(const SourceFile& file, const Quarncommon::rules::TypeMismatch& mismatch,
                   std::string_view kind);
     void process();
-    /// Returns whether the process has a node id.
     bool ownNode(LoadStep name);
     /// @param asked Whether the float node itself is the answer.
     void floatNode(bool asked);
@@ -70,7 +67,6 @@ public:
     /// Adds that no entry matches, which decides unless there is another cause.
     void notFound(const std::string& id, const std::string& what, const SourceFile& file);
     Spot processSpot(std::initializer_list<const char*> path) const;
-    /// "process alarm-1".
     std::string processName() const;
     /// "node-1", or "node-1, for which node-2 stands in".
     std::string floatName() const;

@@ -25,7 +25,6 @@ public:
     Prediction& operator=(const Prediction&) = delete;
 
     const Sources& sources() const { return m_sources; }
-    /// The prediction must not be used after this.
     Sources takeSources() && { return std::move(m_sources); }
     const Values& values() const { return m_loaded.values(); }
 
@@ -34,7 +33,6 @@ public:
         return sysconfctl::explain(*question.query, question.arguments, m_sources, m_loaded);
     }
 
-    /// @throws UsageError if the query does not accept the arguments.
     Reply ask(const Question& question, bool revealSecrets) const {
         return evaluated(explain(question), revealSecrets);
     }

@@ -33,7 +33,6 @@ std::optional<ReasonPlace> reasonPlaceOf(const Step& step);
 
 Reason reasonOf(const Explanation& explanation);
 
-/// Adds "file", "line", "column", "pointer".
 void addPlace(Json::Value& row, const ReasonPlace& place);
 /// Adds "verdict", "reason" and, where applicable, "advice", "file", "line", "column", "pointer".
 void addReason(Json::Value& row, const Reason& reason);

@@ -14,7 +14,6 @@ namespace sysconfctl {
 struct ScreenOptions {
     std::size_t width = 80;
     bool color = false;
-    /// Show all steps, with JSON pointers.
     bool verbose = false;
 };
 

@@ -63,7 +63,6 @@ struct Limits {
     std::size_t length = 0;
 };
 
-/// The limits of the JSON library of this build.
 Limits libraryLimits();
 
 /// Not thread-safe, not even for reading.

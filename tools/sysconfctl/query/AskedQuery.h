@@ -19,7 +19,6 @@ struct AskedQuery {
 /// @throws UsageError if there is no such query, or it takes other arguments.
 AskedQuery askedQuery(const std::string& word, std::string_view command);
 
-/// All questions if there are no queries.
 std::vector<Question> questionsOf(const std::vector<AskedQuery>& asked);
 
 } // namespace sysconfctl

@@ -26,7 +26,6 @@ std::optional<std::string> valueOf(const Answer& answer) {
     return compactJson(jsonOf(answer));
 }
 
-/// Replaces each of these characters.
 template <typename Replace>
 std::string replaced(const std::string& text, std::string_view characters, Replace replace) {
     std::string result;

@@ -10,17 +10,13 @@
 
 namespace sysconfctl {
 
-/// An answer as an environment variable.
 struct AnswerVariable {
     /// SYSCONF_LOCAL_SERVICE_IP for the query "local-service-ip".
     std::string name;
-    /// A text verbatim, a number in decimal, anything else as JSON on one line of ASCII. No value:
-    /// the variable is unset, and an inherited one of that name is removed.
+    /// No value: the variable is unset, and an inherited one of that name is removed.
     std::optional<std::string> value = std::nullopt;
-    /// Why there is no value although there may be an answer: a sentence, empty if it does not
-    /// apply.
+    /// Why there is no value although there may be an answer; may be empty.
     std::string trouble = {};
-    /// The library threw.
     bool threw = false;
 };
 
@@ -28,7 +24,6 @@ struct AnswerVariable {
 std::vector<std::string> changedNames(const std::vector<AnswerVariable>& before,
                                       const std::vector<AnswerVariable>& after);
 
-/// The name of the query's variable.
 std::string variableName(const Query& query);
 
 /// The queries that have a variable: those that need no arguments.
@@ -42,23 +37,19 @@ std::vector<const Query*> variableQueries(const std::vector<std::string>& words,
 /// The reply as a variable. A secret has no value unless it is revealed, whatever the answer is.
 AnswerVariable variableOf(const Reply& reply, bool revealSecrets);
 
-/// Asks the library each query.
 std::vector<AnswerVariable> askVariables(const std::vector<const Query*>& asked,
                                          bool revealSecrets);
 
-/// The command for a POSIX shell that sets or unsets the variable: NAME='value', with each ' as
-/// '\'', or "unset NAME". With a line end.
+/// NAME='value', with each ' as '\'', or "unset NAME". With a line end.
 std::string shellLine(const AnswerVariable& variable);
 
 /// The variable without a value that systemd does not accept; it would ignore the whole file.
 AnswerVariable forSystemd(AnswerVariable variable);
 
-/// The line of systemd's EnvironmentFile= that sets the variable: NAME="value", with a backslash
-/// before ", \, $ and `. Empty if it has no value. With a line end.
+/// NAME="value", with a backslash before ", \, $ and `. Empty if it has no value. With a line end.
 std::string systemdLine(const AnswerVariable& variable);
 
-/// The environment with these variables, as "NAME=VALUE", in place of inherited ones of their
-/// names.
+/// As "NAME=VALUE", in place of inherited ones of their names.
 std::vector<std::string> environmentWith(const std::vector<AnswerVariable>& variables,
                                          const char* const* inherited);
 

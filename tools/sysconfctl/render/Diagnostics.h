@@ -22,12 +22,9 @@ inline constexpr std::string_view kNowhere = "nowhere";
 inline constexpr std::string_view kNoGraphviz = "no-graphviz";
 inline constexpr std::string_view kOutput = "output";
 inline constexpr std::string_view kInternal = "internal";
-/// Notice of --pid.
 inline constexpr std::string_view kNewerThanProcess = "newer-than-process";
-/// Notices of `watch`; the second one also of `exec`.
 inline constexpr std::string_view kSubscribed = "subscribed";
 inline constexpr std::string_view kNotSubscribed = "not-subscribed";
-/// Errors and notices of `exec`; the first one also of `get`.
 inline constexpr std::string_view kNoVariable = "no-variable";
 inline constexpr std::string_view kCannotRun = "cannot-run";
 inline constexpr std::string_view kChanged = "changed";

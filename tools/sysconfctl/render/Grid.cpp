@@ -56,7 +56,6 @@ std::size_t totalOf(const std::vector<std::size_t>& widths) {
     return std::accumulate(widths.begin(), widths.end(), kColumnGap * (widths.size() - 1));
 }
 
-/// Returns the titles of the columns left out.
 std::vector<std::string> leaveOut(std::vector<Column>& columns,
                                   std::vector<std::vector<Cell>>& rows, std::size_t width) {
     std::vector<std::string> titles;
@@ -76,7 +75,6 @@ std::vector<std::string> leaveOut(std::vector<Column>& columns,
     return titles;
 }
 
-/// The widest columns are narrowed.
 std::vector<std::size_t> columnWidths(const std::vector<Column>& columns,
                                       const std::vector<std::vector<Cell>>& rows,
                                       std::size_t width) {

@@ -8,7 +8,6 @@
 
 namespace sysconfctl {
 
-/// The output cannot be written, for example because the disk is full.
 struct OutputError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };

@@ -11,7 +11,6 @@
 
 namespace sysconfctl {
 
-/// A change of a file or of the host's addresses.
 struct Cause {
     /// A word that scripts may rely on: "changed", "no-longer-loads", "loads-again",
     /// "host-addresses".

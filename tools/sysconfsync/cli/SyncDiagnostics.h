@@ -7,7 +7,6 @@
 
 namespace sysconfctl::diagnostic {
 
-/// etcd does not answer, or rejects the request.
 inline constexpr std::string_view kStore = "store";
 inline constexpr std::string_view kInterrupted = "interrupted";
 inline constexpr std::string_view kRefused = "refused";

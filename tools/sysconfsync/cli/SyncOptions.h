@@ -13,7 +13,6 @@
 
 namespace sysconfsync {
 
-/// A parsed command line. Members that a command does not use have their default values.
 struct SyncOptions {
     Connection connection;
     /// Ends with "/".
@@ -27,13 +26,10 @@ struct SyncOptions {
     std::optional<std::int64_t> basedOn;
     std::string message;
     bool dryRun = false;
-    /// How many versions are kept.
     std::size_t keep = 10;
     /// The version to publish again or to fetch; unset: the current one.
     std::optional<std::int64_t> version;
-    /// The version to wait for.
     std::optional<std::int64_t> wait;
-    /// The node to follow.
     std::string node;
     bool once = false;
     bool acceptOlder = false;

@@ -9,9 +9,7 @@ enum class SyncStatus {
     /// The tree has errors, another version has been published, or not all nodes run the version.
     Refused = 1,
     Usage = 2,
-    /// etcd does not answer or rejects the request.
     StoreFailed = 3,
-    /// A defect of the tool, or output that cannot be written.
     Internal = 70,
 };
 

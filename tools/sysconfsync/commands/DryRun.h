@@ -8,7 +8,6 @@
 
 namespace sysconfsync {
 
-/// What `publication` would change: the nodes, the answers of their processes, and its size.
 /// Writes both versions into a temporary folder, which is removed, and leaves the working
 /// directory.
 std::string dryRun(const Nodes& before, const Nodes& after, const Current& base,

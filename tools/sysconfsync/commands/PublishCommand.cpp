@@ -16,7 +16,6 @@ namespace {
 
 namespace diagnostic = sysconfctl::diagnostic;
 
-/// Checks and collects the tree; unset if it must not be published.
 std::optional<Nodes> checkedNodes(const SyncOptions& options) {
     const sysconfctl::Inventory inventory = sysconfctl::inventoryOf({options.directory}, {});
     const sysconfctl::CheckResult result = sysconfctl::check(inventory);

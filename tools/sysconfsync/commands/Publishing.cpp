@@ -41,7 +41,6 @@ std::string unknownText(const Info& info, const std::string& why) {
                        info.version, why);
 }
 
-/// The error as the user of `publish` needs it.
 EtcdError explained(const EtcdError& error, const Transaction& publication, const Info& info) {
     std::string sentence = fmt::format("nothing has been published: {}", error.what());
     if (error.mayBeApplied) {

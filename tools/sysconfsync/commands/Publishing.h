@@ -8,7 +8,6 @@
 
 namespace sysconfsync {
 
-/// The info of the version that would follow `base`.
 Info nextInfo(const Current& base, const std::string& message);
 
 /// "version 7 (alice@host, 2026-11-22T14:00:00Z, new addresses)"

@@ -71,10 +71,8 @@ std::string clusterOf(const Json::Value& answer) {
 
 } // namespace
 
-/// What one endpoint has answered.
 struct Client::Attempt {
     std::optional<Json::Value> answer = std::nullopt;
-    /// How a watch ended.
     std::optional<WatchEnd> end = std::nullopt;
     /// Why there is no answer; another endpoint may have one.
     std::string trouble = {};

@@ -28,7 +28,6 @@ struct Watch {
 enum class WatchEnd { Stopped, Expired, Woken };
 
 /// A client of etcd's JSON gateway. For one thread.
-///
 /// Every call is tried at the endpoint that answered last, then at the others, up to three rounds.
 /// It fails at once if an answer is definite, or if no endpoint accepts a connection.
 /// A transaction may therefore be applied although an attempt failed, and be sent again: its
@@ -48,7 +47,6 @@ public:
     /// its leader.
     WatchEnd watch(const Watch& watch, const OnEvents& onEvents);
 
-    /// Waits, for example before the next attempt.
     void sleep(std::chrono::milliseconds time) { m_transport.sleep(time); }
 
     /// The id of the cluster in the last answer; empty before the first one.

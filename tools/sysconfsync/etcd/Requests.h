@@ -29,7 +29,6 @@ struct Put {
     std::string key;
     std::string value;
 };
-/// Deletes one key or a range of keys.
 struct Delete {
     std::string key;
     std::string end = {};

@@ -22,7 +22,6 @@ struct Connection {
     /// Empty: no user.
     std::string user;
     std::string password;
-    /// The time limit of each attempt of a call.
     std::chrono::milliseconds callLimit{5000};
     /// A call in progress throws Cancelled when this descriptor becomes readable; -1: none.
     int stopDescriptor = -1;
@@ -49,7 +48,6 @@ struct PostResult {
     bool sent = false;
     /// The HTTP status; 0 without an answer.
     long status = 0;
-    /// Why there is no complete answer.
     std::string trouble;
 };
 

@@ -17,7 +17,6 @@ struct VersionId {
     bool operator==(const VersionId&) const = default;
 };
 
-/// A version that is not applied.
 struct Refused {
     VersionId version;
     /// Whether the reason can pass without a new version, such as a full disk.

@@ -31,7 +31,6 @@ int checked(int result, const char* call, const fs::path& path) {
     return result;
 }
 
-/// An open file, closed at the end of the scope.
 class OpenFile {
 public:
     OpenFile(const fs::path& path, int flags)

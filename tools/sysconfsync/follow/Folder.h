@@ -9,15 +9,8 @@
 
 namespace sysconfsync {
 
-/// The folder of a node:
-///
-///     current       link to the applied version, the only thing that changes; one rename does it
-///     versions/7    its files, and `.version`, the text of the key `current`
-///     versions/6    the version before
-///     versions/8.tmp  a version that is being written
-///
-/// What has a name without ".tmp" is complete and on disk, so a process that dies at any point
-/// leaves a whole version. All operations throw std::system_error.
+/// The folder of a node, as docs/cluster.md describes it. What has a name without ".tmp" is
+/// complete and on disk. All operations throw std::system_error.
 class Folder {
 public:
     /// The name of the file that identifies a version. No published file can have it.

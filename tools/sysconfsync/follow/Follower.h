@@ -39,7 +39,6 @@ private:
     bool report();
     void failed(const EtcdError& error);
 
-    /// Notifies the service manager; does nothing without one.
     void notify(const std::string& trouble) const;
     std::chrono::milliseconds untilNextRound(bool isSettled);
     double random() { return m_distribution(m_generator); }

@@ -26,8 +26,6 @@ struct CheckOutcome {
     bool dependsOnHost = false;
 };
 
-/// Checks the files of one node, as `sysconfctl check` does.
-/// @param hostAddresses The addresses of the host on which the node runs.
 CheckOutcome checkVersion(const std::filesystem::path& folder,
                           const std::list<std::string>& hostAddresses);
 

@@ -50,7 +50,6 @@ struct NodeStatus {
 
 /// The bytes of each file, by its path relative to the folder of the node.
 using Files = std::map<std::string, std::string>;
-/// The files of each node, by its id.
 using Nodes = std::map<std::string, Files>;
 
 std::string toText(const Info& info);
@@ -64,7 +63,6 @@ Json::Value toJson(const NodeStatus& status);
 
 /// The record of a node. A file whose sum is in `shared` is stored there.
 std::string nodeText(const Files& files, const std::map<std::string, std::string>& shared);
-/// The sums of the shared files of a node's record.
 std::set<std::string> sharedSums(std::string_view text);
 /// The files of a node's record, the shared ones from `shared`, by their sums.
 /// @throws EtcdError also for a path that does not lead into the folder of the node.
@@ -75,7 +73,6 @@ std::map<std::string, std::string> sharedFiles(const Nodes& nodes);
 /// Whether a path is relative, normal and leads to a file in its folder.
 bool isPathInside(const std::string& path);
 
-/// The current time in UTC, as in the records.
 std::string timeText();
 
 } // namespace sysconfsync

@@ -12,7 +12,6 @@
 
 namespace sysconfsync {
 
-/// The current version, as read at one revision of the store.
 struct Current {
     /// Unset: nothing has been published.
     std::optional<Info> info = std::nullopt;
@@ -24,7 +23,6 @@ struct Current {
     std::int64_t version() const { return info ? info->version : 0; }
 };
 
-/// The statuses of the nodes, as read at one revision of the store.
 struct Statuses {
     std::map<std::string, NodeStatus> nodes;
     std::int64_t revision = 0;
@@ -40,12 +38,11 @@ public:
     Current current();
     /// The info of a version; unset if it does not exist or has been deleted.
     std::optional<Info> info(std::int64_t version);
-    /// The files of one node; unset if the version does not exist or has no such node. Nothing else
-    /// writes the keys of a version, so all files belong together.
+    /// Unset if the version does not exist or has no such node. Nothing else writes the keys of a
+    /// version, so all files belong together.
     /// @param known Files that the caller has; shared files with the same bytes are not read again.
     std::optional<Files> node(std::int64_t version, const std::string& name,
                               const Files& known = {});
-    /// The files of all nodes, read at one revision; empty if the version does not exist.
     Nodes nodes(std::int64_t version);
     std::set<std::string> nodeNames(std::int64_t version);
 
@@ -71,10 +68,8 @@ public:
     /// @throws EtcdError with `mayBeApplied` if that remains unknown.
     std::optional<Current> publish(const Transaction& publication, const Info& info);
 
-    /// Deletes old versions, except the newest `keep` and those that a node runs.
     void deleteOld(std::size_t keep);
 
-    /// The id of the cluster in the last answer.
     const std::string& clusterId() const { return m_client.clusterId(); }
 
 private:

@@ -9,19 +9,8 @@
 #include <string>
 #include <vector>
 
-/// The tree of a deployment, as it is published:
-///
-///   DIR/*.env                                the environment of a process, in any folder of DIR
-///   DIR/node-1/etc/app.json                  the app config file that APP_CONF_FILE names
-///   DIR/node-1/etc/sysconf/nodelist.json     the node list below APP_ROOT
-///   DIR/manager/etc/sysconf/nodelists.json   the manager node list below TOLM_ROOT
-///   DIR/.sysconfsync                         the version that the tree is based on
-///
-/// The names of the folders are free: an env file belongs to the node of its process, which is
-/// `processes.<PROCESS_INSTANCE_ID>.nodeId` in its app config file. A node gets its env files and
-/// the files that they name, at the same paths relative to DIR. The paths in its env files are
-/// therefore relative to the env file, and valid in DIR and in the folder of the node. Files that
-/// no env file names are not published.
+/// The tree of a deployment, as it is published. sysconfsync(1) describes it. The paths in its env
+/// files are relative to the env file, so they are valid in DIR and in the folder of the node.
 namespace sysconfsync {
 
 struct CollectedTree {
