@@ -94,6 +94,19 @@ contents() {
     lib/systemd/system/sysconfsync@.service lib/sysusers.d/sysconfsync.conf
 }
 
+# file PACKAGE PATH: a file of the package.
+file() {
+  dpkg-deb --fsys-tarfile "$(package "$1")" | tar --extract --to-stdout --file - "./$2"
+}
+
+service() {
+  local unit
+  unit=$(file sysconfsync usr/lib/systemd/system/sysconfsync@.service)
+  grep -F 'sysconfsync follow "%i" --folder /var/lib/sysconfsync/%i' <<<"$unit"
+  grep '%I' <<<"$unit" && fail "the service turns \"-\" in the name of the node into \"/\""
+  true
+}
+
 # needs PACKAGE PATTERN...: each pattern matches one of its dependencies.
 needs() {
   local package=$1 other depends
