@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iterator>
 #include <set>
+#include <unistd.h>
 
 namespace {
 
@@ -97,6 +98,24 @@ TEST_F(NodeFolder, LinkToAMissingVersion_IsVersionZero) {
 
 TEST_F(NodeFolder, SecondFollower_IsRefused) {
     EXPECT_THROW(Folder(m_root.string()), std::runtime_error);
+}
+
+TEST_F(NodeFolder, FolderOfAnotherUser_IsRefusedAndNotChanged) {
+    const fs::path folder = support::testDirectory() / "other";
+    fs::create_directory(folder);
+    if (::chown(folder.c_str(), 12345, 12345) != 0) {
+        GTEST_SKIP() << "needs root";
+    }
+    EXPECT_THROW(Folder(folder.string()), std::runtime_error);
+    EXPECT_TRUE(fs::is_empty(folder));
+}
+
+TEST_F(NodeFolder, VersionThatCannotBeRead_IsAnErrorAndNotAnotherVersion) {
+    apply(kFive, {{"a", "5"}});
+    fs::remove(m_root / "current/.version");
+    EXPECT_EQ(m_folder.applied().number, 5);
+    fs::create_directory(m_root / "current/.version");
+    EXPECT_THROW(m_folder.applied(), std::system_error);
 }
 
 TEST_F(NodeFolder, LinkInTheWay_IsNotFollowed) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "follow/Folder.h"
 
+#include "cli/FileBytes.h"
+
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 
@@ -8,8 +10,6 @@
 #include <charconv>
 #include <cstdio>
 #include <fcntl.h>
-#include <fstream>
-#include <iterator>
 #include <string_view>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -71,8 +71,23 @@ void syncFolder(const fs::path& path) {
 }
 
 std::string readFile(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    try {
+        return sysconfctl::readBytes(path);
+    } catch (const std::system_error& error) {
+        throw std::system_error(error.code(), "read " + path.string());
+    }
+}
+
+/// What this process writes into the folder of another user, that user could neither read nor
+/// remove.
+void requireOwner(const fs::path& path) {
+    struct stat status {};
+    checked(::stat(path.c_str(), &status), "stat", path);
+    if (status.st_uid != ::geteuid()) {
+        throw std::runtime_error(
+            fmt::format("{}: the folder belongs to the user {}, and this process runs as {}",
+                        path.string(), status.st_uid, ::geteuid()));
+    }
 }
 
 /// The number in the name of a version's folder; 0 if it is none.
@@ -86,7 +101,9 @@ std::int64_t numberIn(const std::string& name) {
 
 Folder::Folder(const fs::path& root)
     : m_root(fs::absolute(root).lexically_normal()), m_versions(m_root / "versions") {
-    fs::create_directories(m_versions);
+    fs::create_directories(m_root);
+    requireOwner(m_root);
+    fs::create_directory(m_versions);
     m_lock = checked(::open(m_root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC), "open", m_root);
     if (::flock(m_lock, LOCK_EX | LOCK_NB) != 0) {
         const int error = errno;
@@ -111,7 +128,8 @@ VersionId Folder::applied() const {
         !fs::is_directory(m_root / target, none)) {
         return {};
     }
-    return {number, readFile(m_root / target / kVersionFile)};
+    const fs::path file = m_root / target / kVersionFile;
+    return {number, fs::exists(file) ? readFile(file) : ""};
 }
 
 std::string Folder::since() const {

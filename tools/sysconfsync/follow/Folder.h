@@ -24,7 +24,7 @@ public:
     static constexpr const char* kVersionFile = ".version";
 
     /// Creates the folder if it is missing, and locks it until the end of this object.
-    /// @throws std::runtime_error if another process has locked it.
+    /// @throws std::runtime_error if another process has locked it, or it belongs to another user.
     explicit Folder(const std::filesystem::path& root);
     ~Folder();
     Folder(const Folder&) = delete;
