@@ -2,6 +2,7 @@
 #include "follow/Folder.h"
 
 #include "cli/FileBytes.h"
+#include "etcd/EtcdError.h"
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
@@ -129,7 +130,14 @@ VersionId Folder::applied() const {
         return {};
     }
     const fs::path file = m_root / target / kVersionFile;
-    return {number, fs::exists(file) ? readFile(file) : ""};
+    if (!fs::exists(file)) {
+        return {number, ""};
+    }
+    try {
+        return {number, parseInfo(readFile(file)).id};
+    } catch (const EtcdError&) { // damaged
+        return {number, ""};
+    }
 }
 
 std::string Folder::since() const {
@@ -155,15 +163,15 @@ Files Folder::appliedFiles() const {
     return files;
 }
 
-fs::path Folder::write(const VersionId& version, const Files& files) {
+fs::path Folder::write(const Info& version, const Files& files) {
     removeUnfinished();
-    fs::path folder = m_versions / fmt::format("{}{}", version.number, kUnfinished);
+    fs::path folder = m_versions / fmt::format("{}{}", version.version, kUnfinished);
     fs::create_directory(folder);
     for (const auto& [path, bytes] : files) {
         fs::create_directories((folder / path).parent_path());
         writeFile(folder / path, bytes);
     }
-    writeFile(folder / kVersionFile, version.text);
+    writeFile(folder / kVersionFile, toText(version));
     for (const auto& entry : fs::recursive_directory_iterator(folder)) {
         if (entry.is_directory()) {
             syncFolder(entry.path());
@@ -173,8 +181,8 @@ fs::path Folder::write(const VersionId& version, const Files& files) {
     return folder;
 }
 
-void Folder::apply(const VersionId& version) {
-    const std::string name = std::to_string(version.number);
+void Folder::apply(std::int64_t version) {
+    const std::string name = std::to_string(version);
     const fs::path written = m_versions / (name + std::string(kUnfinished));
     const std::string before = std::to_string(applied().number);
     if (before == name) {

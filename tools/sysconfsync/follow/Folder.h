@@ -12,7 +12,7 @@ namespace sysconfsync {
 /// The folder of a node:
 ///
 ///     current       link to the applied version, the only thing that changes; one rename does it
-///     versions/7    its files, and `.version`, the text of the key `current`
+///     versions/7    its files, and `.version`, its info
 ///     versions/6    the version before
 ///     versions/8.tmp  a version that is being written
 ///
@@ -38,9 +38,9 @@ public:
     Files appliedFiles() const;
 
     /// Writes a version and waits until it is on disk. Returns the folder with its files.
-    std::filesystem::path write(const VersionId& version, const Files& files);
+    std::filesystem::path write(const Info& version, const Files& files);
     /// Makes the written version the applied one, and removes all but this and the one before.
-    void apply(const VersionId& version);
+    void apply(std::int64_t version);
     /// Removes versions that were not completely written or not applied.
     void removeUnfinished();
 

@@ -32,6 +32,10 @@ milliseconds watchdogShare() {
                : kLongestWatch;
 }
 
+VersionId idOf(const Info& info) {
+    return {info.version, info.id};
+}
+
 Json::Value only(const Json::Value& finding) {
     Json::Value findings(Json::arrayValue);
     findings.append(finding);
@@ -84,10 +88,10 @@ void Follower::settle(const Current& current) {
         say("nothing is published");
         return;
     }
-    const VersionId published{current.info->version, toText(*current.info)};
+    const VersionId published = idOf(*current.info);
     const Decision decision = decide(m_applied, m_refused, published, m_acceptOlder);
     if (decision.step == Step::Apply) {
-        apply(published);
+        apply(*current.info);
     } else if (decision.step == Step::Refuse) {
         refuse(published, only(findingOf("version", decision.reason)), false);
     } else if (published == m_applied) {
@@ -95,7 +99,8 @@ void Follower::settle(const Current& current) {
     }
 }
 
-void Follower::apply(const VersionId& published) {
+void Follower::apply(const Info& info) {
+    const VersionId published = idOf(info);
     try {
         const std::optional<Files> files =
             m_store.node(published.number, m_node, m_folder.appliedFiles());
@@ -112,13 +117,13 @@ void Follower::apply(const VersionId& published) {
             return;
         }
         CheckOutcome outcome =
-            checkVersion(m_folder.write(published, *files), sysconfctl::addressesOfHost({}));
+            checkVersion(m_folder.write(info, *files), sysconfctl::addressesOfHost({}));
         if (!outcome.errors.empty()) {
             m_folder.removeUnfinished();
             refuse(published, std::move(outcome.errors), outcome.dependsOnHost);
             return;
         }
-        m_folder.apply(published);
+        m_folder.apply(published.number);
         m_applied = published;
         m_refused.reset();
         say(fmt::format("version {} is applied", published.number));

@@ -33,7 +33,7 @@ private:
     /// Settles what is published, then watches until it changes or something has to be repeated.
     void round();
     void settle(const Current& current);
-    void apply(const VersionId& published);
+    void apply(const Info& info);
     void refuse(const VersionId& version, Json::Value findings, bool canPass);
     /// Writes the status unless it is already written. Returns false if that fails.
     bool report();
