@@ -23,7 +23,7 @@ const Info kSeven{.version = 7, .id = "seven"};
 class NodeFolder : public testing::Test {
 protected:
     const fs::path m_root = support::testDirectory() / "node";
-    Folder m_folder{m_root};
+    Folder m_folder{m_root, "node-1", "/sysconf/"};
 
     void apply(const Info& version, const Files& files) {
         m_folder.write(version, files);
@@ -97,7 +97,7 @@ TEST_F(NodeFolder, LinkToAMissingVersion_IsVersionZero) {
 }
 
 TEST_F(NodeFolder, SecondFollower_IsRefused) {
-    EXPECT_THROW(Folder(m_root.string()), std::runtime_error);
+    EXPECT_THROW(Folder(m_root, "node-1", "/sysconf/"), std::runtime_error);
 }
 
 TEST_F(NodeFolder, FolderOfAnotherUser_IsRefusedAndNotChanged) {
@@ -106,7 +106,7 @@ TEST_F(NodeFolder, FolderOfAnotherUser_IsRefusedAndNotChanged) {
     if (::chown(folder.c_str(), 12345, 12345) != 0) {
         GTEST_SKIP() << "needs root";
     }
-    EXPECT_THROW(Folder(folder.string()), std::runtime_error);
+    EXPECT_THROW(Folder(folder, "node-1", "/sysconf/"), std::runtime_error);
     EXPECT_TRUE(fs::is_empty(folder));
 }
 

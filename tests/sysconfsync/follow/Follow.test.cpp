@@ -143,6 +143,25 @@ TEST_F(Follow, SecondFollowerInTheFolder_EndsWithAnError) {
     EXPECT_THAT(second.errors, HasSubstr("another process follows in this folder"));
 }
 
+TEST_F(Follow, FolderOfAnotherNodeOrPrefix_IsRefused) {
+    publish(Nodes{{"node-1", filesOf(31002)}, {"node-2", filesOf(31001)}});
+    EXPECT_EQ(once().exitStatus, 0);
+    std::vector<std::string> another = followArguments({"--once"});
+    another[1] = "node-1";
+    for (const support::Command& command :
+         {support::Command(SYSCONFSYNC, another),
+          support::Command(SYSCONFSYNC, followArguments({"--once", "--prefix", "/other"}))}) {
+        const auto refused = command.run();
+        EXPECT_EQ(refused.exitStatus, 70);
+        EXPECT_THAT(refused.errors,
+                    HasSubstr("the folder has the files of node \"node-2\" with the "
+                              "prefix \"/sysconf/\""));
+    }
+    EXPECT_FALSE(m_store->statuses().nodes.contains("node-1"));
+    expectWhole(31001);
+    EXPECT_EQ(once().exitStatus, 0);
+}
+
 TEST_F(Follow, AnyHostileRecordOfTheNode_IsRefused) {
     publish(31001);
     EXPECT_EQ(once().exitStatus, 0);

@@ -13,7 +13,8 @@ namespace sysconfsync {
 SyncStatus runFollow(const SyncOptions& options) {
     // The files contain passwords: no access for others than the owner and the group.
     ::umask(::umask(0) | S_IRWXO);
-    Folder folder(options.directory.empty() ? "." : options.directory);
+    Folder folder(options.directory.empty() ? "." : options.directory, options.node,
+                  options.prefix);
     Connection connection = options.connection;
     connection.endpoints = endpointsOf(options.node, connection.endpoints);
     Client client(connection);

@@ -2,7 +2,9 @@
 #include "follow/Folder.h"
 
 #include "cli/FileBytes.h"
+#include "etcd/Encoding.h"
 #include "etcd/EtcdError.h"
+#include "render/Json.h"
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
@@ -100,10 +102,17 @@ std::int64_t numberIn(const std::string& name) {
 
 } // namespace
 
-Folder::Folder(const fs::path& root)
-    : m_root(fs::absolute(root).lexically_normal()), m_versions(m_root / "versions") {
+Folder::Folder(const fs::path& root, std::string node, std::string prefix)
+    : m_root(fs::absolute(root).lexically_normal()), m_versions(m_root / "versions"),
+      m_node(std::move(node)), m_prefix(std::move(prefix)) {
     fs::create_directories(m_root);
     requireOwner(m_root);
+    const Json::Value info = appliedInfo();
+    if (info.isMember("node") && (info["node"] != m_node || info["prefix"] != m_prefix)) {
+        throw std::runtime_error(fmt::format(
+            "{}: the folder has the files of node {} with the prefix {}", m_root.string(),
+            sysconfctl::compactJson(info["node"]), sysconfctl::compactJson(info["prefix"])));
+    }
     fs::create_directory(m_versions);
     m_lock = checked(::open(m_root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC), "open", m_root);
     if (::flock(m_lock, LOCK_EX | LOCK_NB) != 0) {
@@ -129,14 +138,16 @@ VersionId Folder::applied() const {
         !fs::is_directory(m_root / target, none)) {
         return {};
     }
-    const fs::path file = m_root / target / kVersionFile;
-    if (!fs::exists(file)) {
-        return {number, ""};
-    }
+    const Json::Value id = appliedInfo()["id"];
+    return {number, id.isString() ? id.asString() : ""};
+}
+
+Json::Value Folder::appliedInfo() const {
+    const fs::path file = m_root / "current" / kVersionFile;
     try {
-        return {number, parseInfo(readFile(file)).id};
-    } catch (const EtcdError&) { // damaged
-        return {number, ""};
+        return fs::exists(file) ? parsedObject(readFile(file)) : Json::objectValue;
+    } catch (const EtcdError&) {
+        return Json::objectValue;
     }
 }
 
@@ -171,7 +182,10 @@ fs::path Folder::write(const Info& version, const Files& files) {
         fs::create_directories((folder / path).parent_path());
         writeFile(folder / path, bytes);
     }
-    writeFile(folder / kVersionFile, toText(version));
+    Json::Value info = toJson(version);
+    info["node"] = m_node;
+    info["prefix"] = m_prefix;
+    writeFile(folder / kVersionFile, sysconfctl::compactJson(info));
     for (const auto& entry : fs::recursive_directory_iterator(folder)) {
         if (entry.is_directory()) {
             syncFolder(entry.path());

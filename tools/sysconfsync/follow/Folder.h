@@ -12,7 +12,7 @@ namespace sysconfsync {
 /// The folder of a node:
 ///
 ///     current       link to the applied version, the only thing that changes; one rename does it
-///     versions/7    its files, and `.version`, its info
+///     versions/7    its files, and `.version`, its info with the node and the prefix
 ///     versions/6    the version before
 ///     versions/8.tmp  a version that is being written
 ///
@@ -24,8 +24,9 @@ public:
     static constexpr const char* kVersionFile = ".version";
 
     /// Creates the folder if it is missing, and locks it until the end of this object.
-    /// @throws std::runtime_error if another process has locked it, or it belongs to another user.
-    explicit Folder(const std::filesystem::path& root);
+    /// @throws std::runtime_error if another process has locked it, it belongs to another user, or
+    /// it has a version of another node or prefix.
+    Folder(const std::filesystem::path& root, std::string node, std::string prefix);
     ~Folder();
     Folder(const Folder&) = delete;
     Folder& operator=(const Folder&) = delete;
@@ -45,8 +46,13 @@ public:
     void removeUnfinished();
 
 private:
+    /// The content of `.version`, an object; empty if it is missing or damaged.
+    Json::Value appliedInfo() const;
+
     std::filesystem::path m_root;
     std::filesystem::path m_versions;
+    const std::string m_node;
+    const std::string m_prefix;
     int m_lock = -1;
 };
 
