@@ -50,7 +50,12 @@ struct Transport::Transfer {
         set(CURLOPT_PROXY, ""); // the variables of the environment are for the web
         set(CURLOPT_PROTOCOLS_STR, "http,https");
         set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
-        setPath(CURLOPT_CAINFO, connection.caCertificate);
+        if (!connection.caCertificate.empty()) {
+            set(CURLOPT_CAINFO, connection.caCertificate.c_str());
+            // libcurl also trusts the system's folder of certificates, unless it is unset.
+            set(CURLOPT_CAPATH, static_cast<const char*>(nullptr));
+            set(CURLOPT_CA_CACHE_TIMEOUT, 0L); // the file may be replaced
+        }
         setPath(CURLOPT_SSLCERT, connection.certificate);
         setPath(CURLOPT_SSLKEY, connection.key);
         require(curl_multi_add_handle(multi, easy));
