@@ -64,6 +64,12 @@ TEST(SyncRecords, TextOfAnotherForm_IsRejected) {
     }
 }
 
+TEST(SyncRecords, NumberOfAnotherForm_IsZero) {
+    for (const char* number : {"18446744073709551615", "1e300", "-1e300", "{}", "null"}) {
+        EXPECT_EQ(parseInfo(std::string(R"({"version": )") + number + '}').version, 0) << number;
+    }
+}
+
 TEST(SyncCommandLine, Mistake_IsReportedWithStatus2) {
     const struct {
         std::vector<std::string> arguments;

@@ -203,7 +203,8 @@ TEST_F(Follow, AnyHostileRecordOfTheCurrentVersion_IsRefused) {
     publish(31001);
     support::RunningCommand follower = follow();
     waitForApplied(1);
-    for (const char* record : {"", "[]", R"({"version": 0})", R"({"version": {}})"}) {
+    for (const char* record : {"", "[]", R"({"version": 0})", R"({"version": {}})",
+                               R"({"version": 18446744073709551615})", R"({"version": 1e300})"}) {
         put("current", record);
         EXPECT_EQ(waitForRefusal(0).version, 0) << record;
         expectWhole(31001);
