@@ -143,6 +143,16 @@ TEST_F(Follow, SecondFollowerInTheFolder_EndsWithAnError) {
     EXPECT_THAT(second.errors, HasSubstr("another process follows in this folder"));
 }
 
+TEST_F(Follow, MessagesThatCannotBeWritten_DoNotMatter) {
+    publish(31001);
+    std::vector<std::string> arguments = {"-c", "exec \"$0\" \"$@\" 2>/dev/full", SYSCONFSYNC};
+    const std::vector<std::string> follow = followArguments({"--once"});
+    arguments.insert(arguments.end(), follow.begin(), follow.end());
+    EXPECT_EQ(support::Command("/bin/sh", arguments).run().exitStatus, 0);
+    EXPECT_FALSE(status().refused);
+    expectWhole(31001);
+}
+
 TEST_F(Follow, FolderOfAnotherNodeOrPrefix_IsRefused) {
     publish(Nodes{{"node-1", filesOf(31002)}, {"node-2", filesOf(31001)}});
     EXPECT_EQ(once().exitStatus, 0);

@@ -4,6 +4,7 @@
 #include "follow/VersionCheck.h"
 
 #include <deployment/Sources.h>
+#include <render/Output.h>
 #include <render/Text.h>
 
 #include <fmt/format.h>
@@ -204,7 +205,7 @@ void Follower::notify(const std::string& trouble) const {
 void Follower::say(const std::string& line) {
     if (line != m_said) {
         m_said = line;
-        fmt::print(stderr, "sysconfsync: {}\n", line);
+        sysconfctl::writeErrors(fmt::format("sysconfsync: {}\n", line));
     }
 }
 
