@@ -102,9 +102,10 @@ file() {
 service() {
   local unit
   unit=$(file sysconfsync usr/lib/systemd/system/sysconfsync@.service)
-  grep -F 'sysconfsync follow "%i" --folder /var/lib/sysconfsync/%i' <<<"$unit"
-  grep '%I' <<<"$unit" && fail "the service turns \"-\" in the name of the node into \"/\""
-  true
+  grep -F 'sysconfsync follow "%i" --folder /var/lib/sysconfsync/%i' <<<"$unit" ||
+    fail "the node is not the name of the instance"
+  # It turns "-" into "/".
+  ! grep '%I' <<<"$unit" || fail "the service uses the unescaped name"
 }
 
 # needs PACKAGE PATTERN...: each pattern matches one of its dependencies.
