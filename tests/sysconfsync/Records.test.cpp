@@ -59,7 +59,9 @@ TEST(SyncRecords, TextOfAnotherForm_IsRejected) {
     for (const char* text : {R"({"refused": []})", R"({"refused": {"findings": {}}})"}) {
         EXPECT_THROW(parseStatus(text), EtcdError) << text;
     }
-    for (const char* text : {R"({"files": []})", R"({"files": {"a": "text"}})"}) {
+    for (const char* text :
+         {R"({"files": []})", R"({"files": {"a": "text"}})", R"({"files": {"a": {}}})",
+          R"({"files": {"a": {"text": null}}})", R"({"files": {"a": {"chunks": []}}})"}) {
         EXPECT_THROW(parseNode(text, {}), EtcdError) << text;
     }
 }

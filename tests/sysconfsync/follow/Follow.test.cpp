@@ -188,6 +188,7 @@ TEST_F(Follow, AnyHostileRecordOfTheNode_IsRefused) {
                           {std::string("\0\xFF", 2), "malformed"},
                           {R"({"files": []})", "malformed"},
                           {R"({"files": {"a": 1}})", "malformed"},
+                          {R"({"files": {"a": {"chunks": []}}})", "malformed"},
                           {R"({"files": {"a": {"text": "***"}}})", "malformed"},
                           {R"({"files": {"a": {"text": []}}})", "malformed"},
                           {R"({"files": {"a": {"shared": "../info"}}})", "no-node"},
