@@ -53,6 +53,8 @@ Follower::Follower(Client& client, const std::string& prefix, Folder& folder, st
 }
 
 void Follower::run() {
+    // Services that need the files start although etcd does not answer.
+    notify("");
     try {
         while (true) {
             try {
