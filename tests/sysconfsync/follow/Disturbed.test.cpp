@@ -138,15 +138,17 @@ TEST_F(Follow, ServiceManager_IsNotifiedOfReadinessWorkAndEnd) {
     manager.waitFor("READY=1\nWATCHDOG=1\nSTATUS=version 1 is applied, etcd does not answer");
 }
 
-TEST_F(Follow, MembersThatHang_ServiceIsReadyFirst) {
+TEST_F(Follow, MembersThatHang_ServiceIsReadyAndAlive) {
     publish(31001);
     EXPECT_EQ(once().exitStatus, 0);
     for (std::size_t i = 0; i < m_etcd->size(); ++i) {
         m_etcd->freeze(i);
     }
     const ServiceManager manager;
-    const support::RunningCommand follower = manager.start(followCommand());
+    const support::RunningCommand follower =
+        manager.start(followCommand().variable("WATCHDOG_USEC", "300000"));
     EXPECT_EQ(manager.next(), "READY=1\nWATCHDOG=1\nSTATUS=version 1 is applied");
+    EXPECT_EQ(manager.next(), "WATCHDOG=1");
 }
 
 } // namespace

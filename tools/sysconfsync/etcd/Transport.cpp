@@ -154,9 +154,10 @@ bool Transport::wait(Clock::duration time, int wakeDescriptor) {
         }
     }
     const auto limit = std::chrono::ceil<std::chrono::milliseconds>(
-        std::min<Clock::duration>(time, std::chrono::minutes(1)));
+        std::min<Clock::duration>(time, m_connection.longestWait));
     require(curl_multi_poll(m_multi, descriptors.data(), used, static_cast<int>(limit.count()),
                             nullptr));
+    m_connection.onWait();
     bool woken = false;
     for (unsigned int i = 0; i < used; ++i) {
         const curl_waitfd& one = descriptors.at(i);

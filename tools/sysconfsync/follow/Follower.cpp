@@ -9,7 +9,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <system_error>
 #include <systemd/sd-daemon.h>
 
@@ -23,15 +22,6 @@ using std::chrono::milliseconds;
 constexpr milliseconds kLongestWatch{60'000};
 /// Findings in a status, which must stay below the largest value that etcd accepts.
 constexpr Json::ArrayIndex kMostFindings = 20;
-
-/// The longest time between two notifications of the watchdog, as set by the service manager.
-milliseconds watchdogShare() {
-    std::uint64_t microseconds = 0;
-    return ::sd_watchdog_enabled(0, &microseconds) > 0
-               ? std::chrono::duration_cast<milliseconds>(
-                     std::chrono::microseconds(microseconds / 3))
-               : kLongestWatch;
-}
 
 VersionId idOf(const Info& info) {
     return {info.version, info.id};
@@ -191,10 +181,9 @@ milliseconds Follower::untilNextRound(bool isSettled) {
         m_pause.reset();
     }
     // At random, so that followers that start together do not always read at the same moment.
-    const milliseconds time =
-        isSettled ? std::chrono::duration_cast<milliseconds>(kLongestWatch * (1.0 - random() / 4))
-                  : m_pause.next(random());
-    return std::min(time, watchdogShare());
+    return isSettled
+               ? std::chrono::duration_cast<milliseconds>(kLongestWatch * (1.0 - random() / 4))
+               : m_pause.next(random());
 }
 
 void Follower::notify(const std::string& trouble) const {

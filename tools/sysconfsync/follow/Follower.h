@@ -15,7 +15,7 @@ namespace sysconfsync {
 
 /// Keeps the folder of a node equal to the published version, and reports in etcd which version is
 /// applied and which one is refused. Notifies the service manager, if there is one: of readiness
-/// when the folder has a version, and as a watchdog in each round of the loop.
+/// when the folder has a version.
 class Follower {
 public:
     /// @param acceptOlder Whether an older version may replace the applied one.
