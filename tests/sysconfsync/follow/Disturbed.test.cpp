@@ -48,6 +48,19 @@ TEST_F(Follow, EtcdAway_LastVersionStaysAndTheNextOneArrives) {
     expectWhole(31002);
 }
 
+TEST_F(Follow, EtcdAwayAgain_EachOutageAndRecoveryIsLogged) {
+    publish(31001);
+    support::RunningCommand follower = follow();
+    waitForApplied(1);
+    m_client->transact({{}, {Delete{"/sysconf/status/node-2"}}, {}});
+    killAllMembers();
+    follower.waitForErrors("no etcd endpoint answers");
+    m_etcd->restartAll(false);
+    waitForApplied(1); // reported again
+    killAllMembers();
+    follower.waitForErrors("etcd answers again\nsysconfsync: no etcd endpoint answers");
+}
+
 TEST_F(Follow, EtcdReplacedByAnEmptyOne_VersionStaysAndIsReportedAgain) {
     connect(memberOfFollower() + 1);
     publish(31001);

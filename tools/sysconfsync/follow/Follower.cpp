@@ -69,6 +69,10 @@ bool Follower::once() {
 
 void Follower::round() {
     const Current current = m_store.current();
+    if (m_isAway) {
+        m_isAway = false;
+        say("etcd answers again");
+    }
     settle(current);
     const bool isSettled = report() && !(m_refused && m_refused->canPass);
     m_store.watchCurrent(
@@ -166,6 +170,7 @@ bool Follower::report() {
 
 void Follower::failed(const EtcdError& error) {
     say(error.what());
+    m_isAway = error.reason != Failure::Malformed;
     // A cluster that answers again may be another one, without the status.
     m_reported.clear();
     if (error.reason == Failure::Malformed) {

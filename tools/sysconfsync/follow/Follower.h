@@ -56,6 +56,8 @@ private:
     Refusal m_refusal;
     std::string m_reported;
     std::string m_said;
+    /// Whether the last call to etcd failed.
+    bool m_isAway = false;
     RetryPause m_pause;
     std::mt19937 m_generator{std::random_device{}()};
     std::uniform_real_distribution<double> m_distribution;
