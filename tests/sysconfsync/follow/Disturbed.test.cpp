@@ -90,6 +90,15 @@ TEST_F(Follow, HistoryDeletedWhileAway_CurrentVersionIsApplied) {
     expectWhole(31003);
 }
 
+TEST_F(Follow, StatusThatIsDeleted_IsWrittenAgain) {
+    publish(31001);
+    const support::RunningCommand follower = follow();
+    waitForApplied(1);
+    m_client->transact({{}, {Delete{"/sysconf/status/node-2"}}, {}});
+    publishAgain(1); // ends the pause of the follower
+    waitForApplied(1);
+}
+
 TEST_F(Follow, StatusThatCannotBeWritten_IsWrittenLater) {
     publish(31001);
     setAlarm(true);

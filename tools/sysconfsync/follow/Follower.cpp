@@ -155,10 +155,10 @@ bool Follower::report() {
                             m_refused ? std::optional(m_refusal) : std::nullopt};
     const std::string text = toText(status);
     notify(m_refused ? fmt::format(", version {} is refused", m_refusal.version) : "");
-    if (text == m_reported) {
-        return true;
-    }
     try {
+        if (text == m_reported && text == m_store.statusText(m_node)) {
+            return true;
+        }
         m_store.writeStatus(m_node, status);
         m_reported = text;
         return true;

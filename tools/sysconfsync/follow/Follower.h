@@ -35,7 +35,7 @@ private:
     void settle(const Current& current);
     void apply(const Info& info);
     void refuse(const VersionId& version, Json::Value findings, bool canPass);
-    /// Writes the status unless it is already written. Returns false if that fails.
+    /// Writes the status unless it is already written and still there. Returns false if that fails.
     bool report();
     void failed(const EtcdError& error);
 
