@@ -47,6 +47,8 @@ struct Transport::Transfer {
         set(CURLOPT_WRITEDATA, &data);
         set(CURLOPT_ERRORBUFFER, trouble.data());
         set(CURLOPT_NOSIGNAL, 1L);
+        // Do not wait for the thread that resolves a name. It frees its memory when it ends.
+        set(CURLOPT_QUICK_EXIT, 1L);
         set(CURLOPT_PROXY, ""); // the variables of the environment are for the web
         set(CURLOPT_PROTOCOLS_STR, "http,https");
         set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
