@@ -9,6 +9,7 @@
 #include <deployment/Sources.h>
 
 #include <csignal>
+#include <fstream>
 
 namespace {
 
@@ -141,6 +142,16 @@ TEST_F(Follow, SecondFollowerInTheFolder_EndsWithAnError) {
     const auto second = once();
     EXPECT_NE(second.exitStatus, 0);
     EXPECT_THAT(second.errors, HasSubstr("another process follows in this folder"));
+}
+
+TEST_F(Follow, FilesThatWereChanged_AreWrittenAgainAtTheNextStart) {
+    publish(31001);
+    EXPECT_EQ(once().exitStatus, 0);
+    std::ofstream(m_folder / "current/etc/app.json") << "{}";
+    std::filesystem::remove(m_folder / "current/etc/sysconf/nodelist.json");
+    EXPECT_THAT(once().errors, HasSubstr("version 1 is applied"));
+    expectWhole(31001);
+    EXPECT_EQ(once().errors, "");
 }
 
 TEST_F(Follow, MessagesThatCannotBeWritten_DoNotMatter) {

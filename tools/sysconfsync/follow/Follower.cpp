@@ -86,6 +86,10 @@ void Follower::settle(const Current& current) {
         return;
     }
     const VersionId published = idOf(*current.info);
+    if (!m_isCompared && published == m_applied && !isIntact()) {
+        m_applied.id.clear(); // as with a damaged info, the version is written again
+    }
+    m_isCompared = true;
     const Decision decision = decide(m_applied, m_refused, published, m_acceptOlder);
     if (decision.step == Step::Apply) {
         apply(*current.info);
@@ -93,6 +97,21 @@ void Follower::settle(const Current& current) {
         refuse(published, only(findingOf("version", decision.reason)), false);
     } else if (published == m_applied) {
         m_refused.reset();
+    }
+}
+
+bool Follower::isIntact() {
+    try {
+        const Files found = m_folder.appliedFiles();
+        const std::optional<Files> published = m_store.node(m_applied.number, m_node, found);
+        return !published || *published == found;
+    } catch (const EtcdError& error) {
+        if (error.reason != Failure::Malformed) {
+            throw;
+        }
+        return true; // it cannot be written again
+    } catch (const std::system_error&) {
+        return false;
     }
 }
 

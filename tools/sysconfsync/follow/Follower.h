@@ -33,6 +33,8 @@ private:
     /// Settles what is published, then watches until it changes or something has to be repeated.
     void round();
     void settle(const Current& current);
+    /// Whether the folder has the files of the applied version, unchanged.
+    bool isIntact();
     void apply(const Info& info);
     void refuse(const VersionId& version, Json::Value findings, bool canPass);
     /// Writes the status unless it is already written and still there. Returns false if that fails.
@@ -52,6 +54,8 @@ private:
     const std::string m_node;
     const bool m_acceptOlder;
     VersionId m_applied;
+    /// Whether the files have been compared with those in etcd, as at every start.
+    bool m_isCompared = false;
     std::optional<Refused> m_refused;
     Refusal m_refusal;
     std::string m_reported;
