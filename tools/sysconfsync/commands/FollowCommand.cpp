@@ -12,8 +12,8 @@
 namespace sysconfsync {
 namespace {
 
-/// Notifies the watchdog of the service manager, if there is one, also during calls: all attempts of
-/// a call together may take longer than the limit of the watchdog.
+/// Notifies the watchdog of the service manager, if there is one, also during calls: all attempts
+/// of a call together may take longer than the limit of the watchdog.
 void notifyWatchdog(Connection& connection) {
     std::uint64_t microseconds = 0;
     if (::sd_watchdog_enabled(0, &microseconds) > 0) {
