@@ -138,6 +138,7 @@ class Commands:
         "man",
         "sysctl",
         "systemctl",
+        "systemd-run",
         "ctest",
         "dpkg-buildpackage",
         "source",

@@ -172,6 +172,7 @@ apt remove "${all[@]}" $program
 step "install again, and purge"
 apt install "${current[@]}"
 are_installed "$version"
+install -D -m 640 /dev/null /var/lib/sysconfsync/node-1/versions/1/app.json
 apt purge "${all[@]}"
 apt autoremove --purge
 diff "$work/before" <(files) || fail "files are left after the purge, or gone with it"

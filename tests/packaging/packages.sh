@@ -94,6 +94,20 @@ contents() {
     lib/systemd/system/sysconfsync@.service lib/sysusers.d/sysconfsync.conf
 }
 
+# file PACKAGE PATH: a file of the package.
+file() {
+  dpkg-deb --fsys-tarfile "$(package "$1")" | tar --extract --to-stdout --file - "./$2"
+}
+
+service() {
+  local unit
+  unit=$(file sysconfsync usr/lib/systemd/system/sysconfsync@.service)
+  grep -F 'sysconfsync follow "%i" --folder /var/lib/sysconfsync/%i' <<<"$unit" ||
+    fail "the node is not the name of the instance"
+  # It turns "-" into "/".
+  ! grep '%I' <<<"$unit" || fail "the service uses the unescaped name"
+}
+
 # needs PACKAGE PATTERN...: each pattern matches one of its dependencies.
 needs() {
   local package=$1 other depends
@@ -171,16 +185,19 @@ python_answer() (
 )
 
 installation() {
-  local version dynamic packages
+  local version dynamic packages services
   version=$(field libsysconfreader Version)
   mkdir -p "$root"/var/lib/dpkg/{info,updates} "$work/bin"
   touch "$root/var/lib/dpkg/status"
   # The real one would write to /etc of the root.
   printf '#!/bin/sh\necho "$*" >>%q\n' "$work/users" >"$work/bin/systemd-sysusers"
-  chmod +x "$work/bin/systemd-sysusers"
+  printf '#!/bin/sh\necho "$*" >>%q\n' "$work/services" | tee "$work"/bin/{deb-systemd-invoke,systemctl} >/dev/null
+  chmod +x "$work"/bin/*
+  mkdir -p "$root/run/systemd/system"
 
   older
   own_dpkg --install "$work"/older/*.deb
+  [[ ! -e $work/services ]] || fail "an installation changes services: $(<"$work/services")"
   [[ $(in_root | grep -c '/old$') -eq ${#all[@]} ]] || fail "the older version is not installed"
 
   mapfile -t packages < <(for package in "${all[@]}"; do package "$package"; done)
@@ -190,6 +207,8 @@ installation() {
   [[ $(dpkg-query --admindir="$root/var/lib/dpkg" --show --showformat '${Version}\n' |
     sort | uniq -c) =~ ^\ *${#all[@]}\ $version$ ]] || fail "not all are upgraded to $version"
   grep -qx -- "--root=$root sysconfsync.conf" "$work/users" || fail "sysconfsync does not create its user"
+  services="$(printf '%s\n' '--system daemon-reload' '--system --no-block try-restart sysconfsync@*.service')"
+  [[ $(<"$work/services") == "$services" ]] || fail "the upgrade does not restart the followers that run"
   dpkg --root="$root" --force-not-root --verify | grep . && fail "files differ from the packages'"
 
   dynamic=$(readelf --dynamic "$root"/usr/bin/sysconf{ctl,sync} "$root/usr/$libdir"/lib*.so)
@@ -199,8 +218,17 @@ installation() {
     fail "the tool does not answer"
   [[ $(python_answer) == core ]] || fail "the Python package does not answer"
 
+  # What a follower writes, and `systemctl enable`.
+  mkdir -p "$root"/var/lib/sysconfsync/node-1/versions/1 "$root"/etc/systemd/system/multi-user.target.wants
+  touch "$root"/var/lib/sysconfsync/node-1/versions/1/{app.json,.version}
+  ln -s /lib/systemd/system/sysconfsync@.service \
+    "$root"/etc/systemd/system/multi-user.target.wants/sysconfsync@node-1.service
+  own_dpkg --remove "${all[@]}"
+  [[ $(tail -n 1 "$work/services") == "stop sysconfsync@*.service" ]] || fail "the removal does not stop the followers"
+  [[ $(in_root | grep -c node-1) -eq 3 ]] || fail "the removal deletes files of a node"
   own_dpkg --purge "${all[@]}"
   in_root | grep . && fail "left after removal"
+  rm -r "${root:?}"/{etc,run}
   [[ $(find "$root" -mindepth 1 -maxdepth 1 -printf '%f\n') == var ]] || fail "folders are left"
 }
 

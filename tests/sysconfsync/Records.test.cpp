@@ -59,8 +59,16 @@ TEST(SyncRecords, TextOfAnotherForm_IsRejected) {
     for (const char* text : {R"({"refused": []})", R"({"refused": {"findings": {}}})"}) {
         EXPECT_THROW(parseStatus(text), EtcdError) << text;
     }
-    for (const char* text : {R"({"files": []})", R"({"files": {"a": "text"}})"}) {
+    for (const char* text :
+         {R"({"files": []})", R"({"files": {"a": "text"}})", R"({"files": {"a": {}}})",
+          R"({"files": {"a": {"text": null}}})", R"({"files": {"a": {"chunks": []}}})"}) {
         EXPECT_THROW(parseNode(text, {}), EtcdError) << text;
+    }
+}
+
+TEST(SyncRecords, NumberOfAnotherForm_IsZero) {
+    for (const char* number : {"18446744073709551615", "1e300", "-1e300", "{}", "null"}) {
+        EXPECT_EQ(parseInfo(std::string(R"({"version": )") + number + '}').version, 0) << number;
     }
 }
 

@@ -6,6 +6,7 @@
 #include "support/TestDirectory.h"
 
 #include <algorithm>
+#include <array>
 #include <csignal>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -47,6 +48,19 @@ TEST_F(Follow, EtcdAway_LastVersionStaysAndTheNextOneArrives) {
     expectWhole(31002);
 }
 
+TEST_F(Follow, EtcdAwayAgain_EachOutageAndRecoveryIsLogged) {
+    publish(31001);
+    support::RunningCommand follower = follow();
+    waitForApplied(1);
+    m_client->transact({{}, {Delete{"/sysconf/status/node-2"}}, {}});
+    killAllMembers();
+    follower.waitForErrors("no etcd endpoint answers");
+    m_etcd->restartAll(false);
+    waitForApplied(1); // reported again
+    killAllMembers();
+    follower.waitForErrors("etcd answers again\nsysconfsync: no etcd endpoint answers");
+}
+
 TEST_F(Follow, EtcdReplacedByAnEmptyOne_VersionStaysAndIsReportedAgain) {
     connect(memberOfFollower() + 1);
     publish(31001);
@@ -76,6 +90,15 @@ TEST_F(Follow, HistoryDeletedWhileAway_CurrentVersionIsApplied) {
     expectWhole(31003);
 }
 
+TEST_F(Follow, StatusThatIsDeleted_IsWrittenAgain) {
+    publish(31001);
+    const support::RunningCommand follower = follow();
+    waitForApplied(1);
+    m_client->transact({{}, {Delete{"/sysconf/status/node-2"}}, {}});
+    publishAgain(1); // ends the pause of the follower
+    waitForApplied(1);
+}
+
 TEST_F(Follow, StatusThatCannotBeWritten_IsWrittenLater) {
     publish(31001);
     setAlarm(true);
@@ -86,36 +109,68 @@ TEST_F(Follow, StatusThatCannotBeWritten_IsWrittenLater) {
     waitForApplied(1);
 }
 
-TEST_F(Follow, ServiceManager_IsNotifiedOfReadinessWorkAndEnd) {
-    const std::string path = support::testDirectory() / "notify";
-    const int socket = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    path.copy(address.sun_path, sizeof(address.sun_path) - 1);
-    ASSERT_EQ(::bind(socket, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
-    std::string received;
-    const auto waitForMessage = [&](const std::string& text) {
-        while (received.find(text) == std::string::npos) {
-            char buffer[1000];
-            received.append(buffer, static_cast<std::size_t>(std::max<ssize_t>(
-                                        ::recv(socket, buffer, sizeof(buffer), 0), 0)));
-            received += '\n';
+/// The socket to which a service sends its notifications.
+class ServiceManager {
+public:
+    ServiceManager() {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        m_path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+        EXPECT_EQ(::bind(m_socket, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+    }
+    ~ServiceManager() { ::close(m_socket); }
+    ServiceManager(const ServiceManager&) = delete;
+    ServiceManager& operator=(const ServiceManager&) = delete;
+
+    support::RunningCommand start(support::Command command) const {
+        return command.variable("NOTIFY_SOCKET", m_path).start();
+    }
+    std::string next() const {
+        std::array<char, 1000> buffer{};
+        const ssize_t size = ::recv(m_socket, buffer.data(), buffer.size(), 0);
+        return {buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0))};
+    }
+    /// Returns the notifications before that one.
+    std::string waitFor(const std::string& expected) const {
+        std::string others;
+        for (std::string text; (text = next()) != expected;) {
+            others += text + '\n';
         }
-    };
-    support::RunningCommand follower = followCommand().variable("NOTIFY_SOCKET", path).start();
-    waitForMessage("WATCHDOG=1\nSTATUS=version 0 is applied");
-    EXPECT_THAT(received, Not(HasSubstr("READY=1")));
+        return others;
+    }
+
+private:
+    const std::string m_path = support::testDirectory() / "notify";
+    const int m_socket = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+};
+
+TEST_F(Follow, ServiceManager_IsNotifiedOfReadinessWorkAndEnd) {
+    const ServiceManager manager;
+    support::RunningCommand follower = manager.start(followCommand());
+    EXPECT_THAT(manager.waitFor("WATCHDOG=1\nSTATUS=version 0 is applied"),
+                Not(HasSubstr("READY=1")));
     publish(31001);
-    waitForMessage("READY=1\nWATCHDOG=1\nSTATUS=version 1 is applied");
+    manager.waitFor("READY=1\nWATCHDOG=1\nSTATUS=version 1 is applied");
     follower.signal(SIGTERM);
-    waitForMessage("STOPPING=1");
+    manager.waitFor("STOPPING=1");
     EXPECT_EQ(follower.finish().exitStatus, 0);
 
-    // Services that need the files start although etcd is away.
     killAllMembers();
-    const support::RunningCommand again = followCommand().variable("NOTIFY_SOCKET", path).start();
-    waitForMessage("READY=1\nWATCHDOG=1\nSTATUS=version 1 is applied, etcd does not answer");
-    ::close(socket);
+    const support::RunningCommand again = manager.start(followCommand());
+    manager.waitFor("READY=1\nWATCHDOG=1\nSTATUS=version 1 is applied, etcd does not answer");
+}
+
+TEST_F(Follow, MembersThatHang_ServiceIsReadyAndAlive) {
+    publish(31001);
+    EXPECT_EQ(once().exitStatus, 0);
+    for (std::size_t i = 0; i < m_etcd->size(); ++i) {
+        m_etcd->freeze(i);
+    }
+    const ServiceManager manager;
+    const support::RunningCommand follower =
+        manager.start(followCommand().variable("WATCHDOG_USEC", "300000"));
+    EXPECT_EQ(manager.next(), "READY=1\nWATCHDOG=1\nSTATUS=version 1 is applied");
+    EXPECT_EQ(manager.next(), "WATCHDOG=1");
 }
 
 } // namespace

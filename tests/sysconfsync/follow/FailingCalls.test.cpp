@@ -118,6 +118,18 @@ TEST_F(Follow, DiskFullForAWhile_IsRetriedWithoutANewVersion) {
     expectWhole(31001);
 }
 
+TEST(FollowWithoutNames, ResolverThatHangs_DelaysNeitherTheTimeLimitNorTheEnd) {
+    support::RunningCommand follower =
+        support::Command(SYSCONFSYNC,
+                         {"follow", "node-2", "--endpoints", "http://etcd.example:2379", "--folder",
+                          support::testDirectory() / "node", "--call-timeout", "1"})
+            .variable("LD_PRELOAD", SYSCONF_HANGING_RESOLVER)
+            .start();
+    follower.waitForErrors("no answer within 1000 ms");
+    follower.signal(SIGTERM);
+    EXPECT_EQ(follower.finish().exitStatus, 0);
+}
+
 TEST_F(Follow, WallClockThatJumps_ChangesNoDecision) {
     publish(31001);
     support::Command command = followCommand({});

@@ -9,6 +9,7 @@
 #include <deployment/Sources.h>
 
 #include <csignal>
+#include <fstream>
 
 namespace {
 
@@ -143,6 +144,45 @@ TEST_F(Follow, SecondFollowerInTheFolder_EndsWithAnError) {
     EXPECT_THAT(second.errors, HasSubstr("another process follows in this folder"));
 }
 
+TEST_F(Follow, FilesThatWereChanged_AreWrittenAgainAtTheNextStart) {
+    publish(31001);
+    EXPECT_EQ(once().exitStatus, 0);
+    std::ofstream(m_folder / "current/etc/app.json") << "{}";
+    std::filesystem::remove(m_folder / "current/etc/sysconf/nodelist.json");
+    EXPECT_THAT(once().errors, HasSubstr("version 1 is applied"));
+    expectWhole(31001);
+    EXPECT_EQ(once().errors, "");
+}
+
+TEST_F(Follow, MessagesThatCannotBeWritten_DoNotMatter) {
+    publish(31001);
+    std::vector<std::string> arguments = {"-c", "exec \"$0\" \"$@\" 2>/dev/full", SYSCONFSYNC};
+    const std::vector<std::string> follow = followArguments({"--once"});
+    arguments.insert(arguments.end(), follow.begin(), follow.end());
+    EXPECT_EQ(support::Command("/bin/sh", arguments).run().exitStatus, 0);
+    EXPECT_FALSE(status().refused);
+    expectWhole(31001);
+}
+
+TEST_F(Follow, FolderOfAnotherNodeOrPrefix_IsRefused) {
+    publish(Nodes{{"node-1", filesOf(31002)}, {"node-2", filesOf(31001)}});
+    EXPECT_EQ(once().exitStatus, 0);
+    std::vector<std::string> another = followArguments({"--once"});
+    another[1] = "node-1";
+    for (const support::Command& command :
+         {support::Command(SYSCONFSYNC, another),
+          support::Command(SYSCONFSYNC, followArguments({"--once", "--prefix", "/other"}))}) {
+        const auto refused = command.run();
+        EXPECT_EQ(refused.exitStatus, 70);
+        EXPECT_THAT(refused.errors,
+                    HasSubstr("the folder has the files of node \"node-2\" with the "
+                              "prefix \"/sysconf/\""));
+    }
+    EXPECT_FALSE(m_store->statuses().nodes.contains("node-1"));
+    expectWhole(31001);
+    EXPECT_EQ(once().exitStatus, 0);
+}
+
 TEST_F(Follow, AnyHostileRecordOfTheNode_IsRefused) {
     publish(31001);
     EXPECT_EQ(once().exitStatus, 0);
@@ -159,6 +199,7 @@ TEST_F(Follow, AnyHostileRecordOfTheNode_IsRefused) {
                           {std::string("\0\xFF", 2), "malformed"},
                           {R"({"files": []})", "malformed"},
                           {R"({"files": {"a": 1}})", "malformed"},
+                          {R"({"files": {"a": {"chunks": []}}})", "malformed"},
                           {R"({"files": {"a": {"text": "***"}}})", "malformed"},
                           {R"({"files": {"a": {"text": []}}})", "malformed"},
                           {R"({"files": {"a": {"shared": "../info"}}})", "no-node"},
@@ -184,7 +225,8 @@ TEST_F(Follow, AnyHostileRecordOfTheCurrentVersion_IsRefused) {
     publish(31001);
     support::RunningCommand follower = follow();
     waitForApplied(1);
-    for (const char* record : {"", "[]", R"({"version": 0})", R"({"version": {}})"}) {
+    for (const char* record : {"", "[]", R"({"version": 0})", R"({"version": {}})",
+                               R"({"version": 18446744073709551615})", R"({"version": 1e300})"}) {
         put("current", record);
         EXPECT_EQ(waitForRefusal(0).version, 0) << record;
         expectWhole(31001);

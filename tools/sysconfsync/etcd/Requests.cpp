@@ -104,7 +104,7 @@ std::size_t operationBytes(const Operation& operation) {
 
 std::int64_t integerAt(const Json::Value& object, const char* member) {
     const Json::Value& value = object.isObject() ? object[member] : Json::Value::nullSingleton();
-    if (value.isIntegral()) {
+    if (value.isInt64()) {
         return value.asInt64();
     }
     std::int64_t number = 0;

@@ -81,7 +81,7 @@ std::vector<WatchEvent> watchEvents(const Json::Value& answer);
 /// limit --max-request-bytes.
 std::size_t requestBytes(const Transaction& transaction);
 
-/// An integer; the gateway writes most of them as texts. 0 if it is absent.
+/// An integer; the gateway writes most of them as texts. 0 if it is absent or out of range.
 std::int64_t integerAt(const Json::Value& object, const char* member);
 
 } // namespace sysconfsync

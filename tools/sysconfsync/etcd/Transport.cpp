@@ -47,10 +47,17 @@ struct Transport::Transfer {
         set(CURLOPT_WRITEDATA, &data);
         set(CURLOPT_ERRORBUFFER, trouble.data());
         set(CURLOPT_NOSIGNAL, 1L);
+        // Do not wait for the thread that resolves a name. It frees its memory when it ends.
+        set(CURLOPT_QUICK_EXIT, 1L);
         set(CURLOPT_PROXY, ""); // the variables of the environment are for the web
         set(CURLOPT_PROTOCOLS_STR, "http,https");
         set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
-        setPath(CURLOPT_CAINFO, connection.caCertificate);
+        if (!connection.caCertificate.empty()) {
+            set(CURLOPT_CAINFO, connection.caCertificate.c_str());
+            // libcurl also trusts the system's folder of certificates, unless it is unset.
+            set(CURLOPT_CAPATH, static_cast<const char*>(nullptr));
+            set(CURLOPT_CA_CACHE_TIMEOUT, 0L); // the file may be replaced
+        }
         setPath(CURLOPT_SSLCERT, connection.certificate);
         setPath(CURLOPT_SSLKEY, connection.key);
         require(curl_multi_add_handle(multi, easy));
@@ -149,9 +156,10 @@ bool Transport::wait(Clock::duration time, int wakeDescriptor) {
         }
     }
     const auto limit = std::chrono::ceil<std::chrono::milliseconds>(
-        std::min<Clock::duration>(time, std::chrono::minutes(1)));
+        std::min<Clock::duration>(time, m_connection.longestWait));
     require(curl_multi_poll(m_multi, descriptors.data(), used, static_cast<int>(limit.count()),
                             nullptr));
+    m_connection.onWait();
     bool woken = false;
     for (unsigned int i = 0; i < used; ++i) {
         const curl_waitfd& one = descriptors.at(i);

@@ -23,6 +23,9 @@ struct Connection {
     std::string user;
     std::string password;
     std::chrono::milliseconds callLimit{5000};
+    /// Called while a call waits, at least every `longestWait`.
+    std::function<void()> onWait = [] {};
+    std::chrono::milliseconds longestWait{60'000};
     /// A call in progress throws Cancelled when this descriptor becomes readable; -1: none.
     int stopDescriptor = -1;
 };

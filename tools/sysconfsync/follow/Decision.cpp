@@ -18,7 +18,8 @@ Decision decide(const VersionId& applied, const std::optional<Refused>& refused,
     if (published.number < 1) {
         return {Step::Refuse, fmt::format("{} is no number of a version", published.number)};
     }
-    if (published.number > applied.number || acceptOlder) {
+    const bool isDamaged = published.number == applied.number && applied.id.empty();
+    if (published.number > applied.number || acceptOlder || isDamaged) {
         return {Step::Apply};
     }
     const char* const relation =

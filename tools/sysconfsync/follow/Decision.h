@@ -8,11 +8,12 @@
 
 namespace sysconfsync {
 
-/// A version and the text of its info, with who published it, when and why. After a backup of etcd
-/// has been restored, a number can be published again with other files and another info.
+/// A version. After a backup of etcd has been restored, a number can be published again with other
+/// files and another id.
 struct VersionId {
     std::int64_t number = 0;
-    std::string text;
+    /// That of the info; empty for a folder whose info is missing or damaged.
+    std::string id;
 
     bool operator==(const VersionId&) const = default;
 };

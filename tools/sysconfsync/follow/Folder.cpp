@@ -1,6 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "follow/Folder.h"
 
+#include "cli/FileBytes.h"
+#include "etcd/Encoding.h"
+#include "etcd/EtcdError.h"
+#include "render/Json.h"
+
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 
@@ -8,8 +13,6 @@
 #include <charconv>
 #include <cstdio>
 #include <fcntl.h>
-#include <fstream>
-#include <iterator>
 #include <string_view>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -70,8 +73,23 @@ void syncFolder(const fs::path& path) {
 }
 
 std::string readFile(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    try {
+        return sysconfctl::readBytes(path);
+    } catch (const std::system_error& error) {
+        throw std::system_error(error.code(), "read " + path.string());
+    }
+}
+
+/// What this process writes into the folder of another user, that user could neither read nor
+/// remove.
+void requireOwner(const fs::path& path) {
+    struct stat status {};
+    checked(::stat(path.c_str(), &status), "stat", path);
+    if (status.st_uid != ::geteuid()) {
+        throw std::runtime_error(
+            fmt::format("{}: the folder belongs to the user {}, and this process runs as {}",
+                        path.string(), status.st_uid, ::geteuid()));
+    }
 }
 
 /// The number in the name of a version's folder; 0 if it is none.
@@ -83,9 +101,18 @@ std::int64_t numberIn(const std::string& name) {
 
 } // namespace
 
-Folder::Folder(const fs::path& root)
-    : m_root(fs::absolute(root).lexically_normal()), m_versions(m_root / "versions") {
-    fs::create_directories(m_versions);
+Folder::Folder(const fs::path& root, std::string node, std::string prefix)
+    : m_root(fs::absolute(root).lexically_normal()), m_versions(m_root / "versions"),
+      m_node(std::move(node)), m_prefix(std::move(prefix)) {
+    fs::create_directories(m_root);
+    requireOwner(m_root);
+    const Json::Value info = appliedInfo();
+    if (info.isMember("node") && (info["node"] != m_node || info["prefix"] != m_prefix)) {
+        throw std::runtime_error(fmt::format(
+            "{}: the folder has the files of node {} with the prefix {}", m_root.string(),
+            sysconfctl::compactJson(info["node"]), sysconfctl::compactJson(info["prefix"])));
+    }
+    fs::create_directory(m_versions);
     m_lock = checked(::open(m_root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC), "open", m_root);
     if (::flock(m_lock, LOCK_EX | LOCK_NB) != 0) {
         const int error = errno;
@@ -110,7 +137,17 @@ VersionId Folder::applied() const {
         !fs::is_directory(m_root / target, none)) {
         return {};
     }
-    return {number, readFile(m_root / target / kVersionFile)};
+    const Json::Value id = appliedInfo()["id"];
+    return {number, id.isString() ? id.asString() : ""};
+}
+
+Json::Value Folder::appliedInfo() const {
+    const fs::path file = m_root / "current" / kVersionFile;
+    try {
+        return fs::exists(file) ? parsedObject(readFile(file)) : Json::objectValue;
+    } catch (const EtcdError&) {
+        return Json::objectValue;
+    }
 }
 
 std::string Folder::since() const {
@@ -136,15 +173,18 @@ Files Folder::appliedFiles() const {
     return files;
 }
 
-fs::path Folder::write(const VersionId& version, const Files& files) {
+fs::path Folder::write(const Info& version, const Files& files) {
     removeUnfinished();
-    fs::path folder = m_versions / fmt::format("{}{}", version.number, kUnfinished);
+    fs::path folder = m_versions / fmt::format("{}{}", version.version, kUnfinished);
     fs::create_directory(folder);
     for (const auto& [path, bytes] : files) {
         fs::create_directories((folder / path).parent_path());
         writeFile(folder / path, bytes);
     }
-    writeFile(folder / kVersionFile, version.text);
+    Json::Value info = toJson(version);
+    info["node"] = m_node;
+    info["prefix"] = m_prefix;
+    writeFile(folder / kVersionFile, sysconfctl::compactJson(info));
     for (const auto& entry : fs::recursive_directory_iterator(folder)) {
         if (entry.is_directory()) {
             syncFolder(entry.path());
@@ -154,8 +194,8 @@ fs::path Folder::write(const VersionId& version, const Files& files) {
     return folder;
 }
 
-void Folder::apply(const VersionId& version) {
-    const std::string name = std::to_string(version.number);
+void Folder::apply(std::int64_t version) {
+    const std::string name = std::to_string(version);
     const fs::path written = m_versions / (name + std::string(kUnfinished));
     const std::string before = std::to_string(applied().number);
     if (before == name) {

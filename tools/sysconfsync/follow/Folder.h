@@ -17,8 +17,9 @@ public:
     static constexpr const char* kVersionFile = ".version";
 
     /// Creates the folder if it is missing, and locks it until the end of this object.
-    /// @throws std::runtime_error if another process has locked it.
-    explicit Folder(const std::filesystem::path& root);
+    /// @throws std::runtime_error if another process has locked it, it belongs to another user, or
+    /// it has a version of another node or prefix.
+    Folder(const std::filesystem::path& root, std::string node, std::string prefix);
     ~Folder();
     Folder(const Folder&) = delete;
     Folder& operator=(const Folder&) = delete;
@@ -31,15 +32,20 @@ public:
     Files appliedFiles() const;
 
     /// Writes a version and waits until it is on disk. Returns the folder with its files.
-    std::filesystem::path write(const VersionId& version, const Files& files);
+    std::filesystem::path write(const Info& version, const Files& files);
     /// Makes the written version the applied one, and removes all but this and the one before.
-    void apply(const VersionId& version);
+    void apply(std::int64_t version);
     /// Removes versions that were not completely written or not applied.
     void removeUnfinished();
 
 private:
+    /// The content of `.version`, an object; empty if it is missing or damaged.
+    Json::Value appliedInfo() const;
+
     std::filesystem::path m_root;
     std::filesystem::path m_versions;
+    const std::string m_node;
+    const std::string m_prefix;
     int m_lock = -1;
 };
 

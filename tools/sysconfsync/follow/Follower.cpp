@@ -4,11 +4,11 @@
 #include "follow/VersionCheck.h"
 
 #include <deployment/Sources.h>
+#include <render/Output.h>
 #include <render/Text.h>
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <system_error>
 #include <systemd/sd-daemon.h>
 
@@ -23,13 +23,8 @@ constexpr milliseconds kLongestWatch{60'000};
 /// Findings in a status, which must stay below the largest value that etcd accepts.
 constexpr Json::ArrayIndex kMostFindings = 20;
 
-/// The longest time between two notifications of the watchdog, as set by the service manager.
-milliseconds watchdogShare() {
-    std::uint64_t microseconds = 0;
-    return ::sd_watchdog_enabled(0, &microseconds) > 0
-               ? std::chrono::duration_cast<milliseconds>(
-                     std::chrono::microseconds(microseconds / 3))
-               : kLongestWatch;
+VersionId idOf(const Info& info) {
+    return {info.version, info.id};
 }
 
 Json::Value only(const Json::Value& finding) {
@@ -48,6 +43,8 @@ Follower::Follower(Client& client, const std::string& prefix, Folder& folder, st
 }
 
 void Follower::run() {
+    // Services that need the files start although etcd does not answer.
+    notify("");
     try {
         while (true) {
             try {
@@ -72,6 +69,10 @@ bool Follower::once() {
 
 void Follower::round() {
     const Current current = m_store.current();
+    if (m_isAway) {
+        m_isAway = false;
+        say("etcd answers again");
+    }
     settle(current);
     const bool isSettled = report() && !(m_refused && m_refused->canPass);
     m_store.watchCurrent(
@@ -84,10 +85,14 @@ void Follower::settle(const Current& current) {
         say("nothing is published");
         return;
     }
-    const VersionId published{current.info->version, toText(*current.info)};
+    const VersionId published = idOf(*current.info);
+    if (!m_isCompared && published == m_applied && !isIntact()) {
+        m_applied.id.clear(); // as with a damaged info, the version is written again
+    }
+    m_isCompared = true;
     const Decision decision = decide(m_applied, m_refused, published, m_acceptOlder);
     if (decision.step == Step::Apply) {
-        apply(published);
+        apply(*current.info);
     } else if (decision.step == Step::Refuse) {
         refuse(published, only(findingOf("version", decision.reason)), false);
     } else if (published == m_applied) {
@@ -95,7 +100,23 @@ void Follower::settle(const Current& current) {
     }
 }
 
-void Follower::apply(const VersionId& published) {
+bool Follower::isIntact() {
+    try {
+        const Files found = m_folder.appliedFiles();
+        const std::optional<Files> published = m_store.node(m_applied.number, m_node, found);
+        return !published || *published == found;
+    } catch (const EtcdError& error) {
+        if (error.reason != Failure::Malformed) {
+            throw;
+        }
+        return true; // it cannot be written again
+    } catch (const std::system_error&) {
+        return false;
+    }
+}
+
+void Follower::apply(const Info& info) {
+    const VersionId published = idOf(info);
     try {
         const std::optional<Files> files =
             m_store.node(published.number, m_node, m_folder.appliedFiles());
@@ -112,13 +133,13 @@ void Follower::apply(const VersionId& published) {
             return;
         }
         CheckOutcome outcome =
-            checkVersion(m_folder.write(published, *files), sysconfctl::addressesOfHost({}));
+            checkVersion(m_folder.write(info, *files), sysconfctl::addressesOfHost({}));
         if (!outcome.errors.empty()) {
             m_folder.removeUnfinished();
             refuse(published, std::move(outcome.errors), outcome.dependsOnHost);
             return;
         }
-        m_folder.apply(published);
+        m_folder.apply(published.number);
         m_applied = published;
         m_refused.reset();
         say(fmt::format("version {} is applied", published.number));
@@ -153,10 +174,10 @@ bool Follower::report() {
                             m_refused ? std::optional(m_refusal) : std::nullopt};
     const std::string text = toText(status);
     notify(m_refused ? fmt::format(", version {} is refused", m_refusal.version) : "");
-    if (text == m_reported) {
-        return true;
-    }
     try {
+        if (text == m_reported && text == m_store.statusText(m_node)) {
+            return true;
+        }
         m_store.writeStatus(m_node, status);
         m_reported = text;
         return true;
@@ -168,6 +189,7 @@ bool Follower::report() {
 
 void Follower::failed(const EtcdError& error) {
     say(error.what());
+    m_isAway = error.reason != Failure::Malformed;
     // A cluster that answers again may be another one, without the status.
     m_reported.clear();
     if (error.reason == Failure::Malformed) {
@@ -183,10 +205,9 @@ milliseconds Follower::untilNextRound(bool isSettled) {
         m_pause.reset();
     }
     // At random, so that followers that start together do not always read at the same moment.
-    const milliseconds time =
-        isSettled ? std::chrono::duration_cast<milliseconds>(kLongestWatch * (1.0 - random() / 4))
-                  : m_pause.next(random());
-    return std::min(time, watchdogShare());
+    return isSettled
+               ? std::chrono::duration_cast<milliseconds>(kLongestWatch * (1.0 - random() / 4))
+               : m_pause.next(random());
 }
 
 void Follower::notify(const std::string& trouble) const {
@@ -199,7 +220,7 @@ void Follower::notify(const std::string& trouble) const {
 void Follower::say(const std::string& line) {
     if (line != m_said) {
         m_said = line;
-        fmt::print(stderr, "sysconfsync: {}\n", line);
+        sysconfctl::writeErrors(fmt::format("sysconfsync: {}\n", line));
     }
 }
 

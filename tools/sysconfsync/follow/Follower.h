@@ -15,7 +15,7 @@ namespace sysconfsync {
 
 /// Keeps the folder of a node equal to the published version, and reports in etcd which version is
 /// applied and which one is refused. Notifies the service manager, if there is one: of readiness
-/// when the folder has a version, and as a watchdog in each round of the loop.
+/// when the folder has a version.
 class Follower {
 public:
     /// @param acceptOlder Whether an older version may replace the applied one.
@@ -33,9 +33,11 @@ private:
     /// Settles what is published, then watches until it changes or something has to be repeated.
     void round();
     void settle(const Current& current);
-    void apply(const VersionId& published);
+    /// Whether the folder has the files of the applied version, unchanged.
+    bool isIntact();
+    void apply(const Info& info);
     void refuse(const VersionId& version, Json::Value findings, bool canPass);
-    /// Writes the status unless it is already written. Returns false if that fails.
+    /// Writes the status unless it is already written and still there. Returns false if that fails.
     bool report();
     void failed(const EtcdError& error);
 
@@ -51,10 +53,14 @@ private:
     const std::string m_node;
     const bool m_acceptOlder;
     VersionId m_applied;
+    /// Whether the files have been compared with those in etcd, as at every start.
+    bool m_isCompared = false;
     std::optional<Refused> m_refused;
     Refusal m_refusal;
     std::string m_reported;
     std::string m_said;
+    /// Whether the last call to etcd failed.
+    bool m_isAway = false;
     RetryPause m_pause;
     std::mt19937 m_generator{std::random_device{}()};
     std::uniform_real_distribution<double> m_distribution;

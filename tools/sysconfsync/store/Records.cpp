@@ -121,7 +121,11 @@ Files parseNode(std::string_view text, const std::map<std::string, std::string>&
                                                     sysconfctl::shellWord(path));
         }
         if (!file.isMember("shared")) {
-            files[path] = fromBase64(textAt(file, "text"));
+            if (!file["text"].isString()) {
+                throw EtcdError(Failure::Malformed, "a node in etcd has a file without content: " +
+                                                        sysconfctl::shellWord(path));
+            }
+            files[path] = fromBase64(file["text"].asString());
             continue;
         }
         const std::string sum = textAt(file, "shared");

@@ -106,6 +106,11 @@ Statuses Store::statuses() {
     return statuses;
 }
 
+std::string Store::statusText(const std::string& name) {
+    const RangeResult read = m_client.range({key("status/" + name)});
+    return read.keys.empty() ? "" : read.keys.front().value;
+}
+
 void Store::writeStatus(const std::string& name, const NodeStatus& status) {
     m_client.transact({{}, {Put{key("status/" + name), toText(status)}}, {}});
 }

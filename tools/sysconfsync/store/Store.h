@@ -47,6 +47,8 @@ public:
     std::set<std::string> nodeNames(std::int64_t version);
 
     Statuses statuses();
+    /// The text of a node's status; empty if there is none.
+    std::string statusText(const std::string& name);
     void writeStatus(const std::string& name, const NodeStatus& status);
 
     /// Calls `onCurrent` with each version that becomes current from that revision of the store on,
