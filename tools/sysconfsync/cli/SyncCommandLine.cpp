@@ -12,6 +12,7 @@
 #include <fmt/format.h>
 
 #include <cstdlib>
+#include <sstream>
 #include <system_error>
 #include <utility>
 
@@ -55,6 +56,20 @@ std::string readPassword(const std::string& file) {
         throw UsageError(fmt::format("cannot read the password file {}: {}",
                                      sysconfctl::shellWord(file), error.code().message()));
     }
+}
+
+/// Not a default of the option: the parser would apply it for the commands that are not called, too,
+/// and these have the same variable for the result.
+std::vector<std::string> defaultEndpoints() {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): the environment does not change.
+    const char* const variable = std::getenv("SYSCONFSYNC_ENDPOINTS");
+    const bool isSet = variable != nullptr && *variable != '\0';
+    std::istringstream text(isSet ? variable : "http://127.0.0.1:2379");
+    std::vector<std::string> endpoints;
+    for (std::string endpoint; std::getline(text, endpoint, ',');) {
+        endpoints.push_back(endpoint);
+    }
+    return endpoints;
 }
 
 class SyncParser {
@@ -127,10 +142,9 @@ private:
         app.callback([this, run] { m_run = run; });
         Connection& connection = m_options.connection;
         app.add_option("--endpoints", connection.endpoints,
-                       "URLs of members of etcd, tried one after the other; default: "
-                       "http://127.0.0.1:2379")
+                       "URLs of members of etcd, tried one after the other; default: the "
+                       "variable SYSCONFSYNC_ENDPOINTS, or http://127.0.0.1:2379")
             ->delimiter(',')
-            ->envname("SYSCONFSYNC_ENDPOINTS")
             ->type_name("URL,URL");
         app.add_option("--prefix", m_options.prefix, "The prefix of the keys; default: /sysconf/")
             ->type_name("PREFIX");
@@ -188,7 +202,7 @@ private:
     SyncOptions finished() {
         Connection& connection = m_options.connection;
         if (connection.endpoints.empty()) {
-            connection.endpoints = {"http://127.0.0.1:2379"};
+            connection.endpoints = defaultEndpoints();
         }
         for (std::string& endpoint : connection.endpoints) {
             if (!endpoint.starts_with("http://") && !endpoint.starts_with("https://")) {
