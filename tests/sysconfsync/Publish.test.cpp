@@ -18,6 +18,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Key;
+using testing::Not;
 
 constexpr const char* kPort = "31543";
 const std::string kApp = "node-2/etc/app.json";
@@ -98,6 +99,42 @@ TEST_F(Publish, TreeThatCannotBeDistributed_IsRefused) {
         EXPECT_THAT(refused.errors, HasSubstr(row.error));
     }
     EXPECT_THAT(keysOf(etcd), IsEmpty());
+}
+
+TEST_F(Publish, EnvFileThatCannotBeReadOrLinkedFolder_IsRefused) {
+    const Etcd etcd;
+    const auto tree = copySample("ha-pair", "tree");
+    writeFile(tree / "second.env", "APP_ROOTT=node-1\n");
+    writeFile(tree / "third.env", readText(tree / "master.env") + "garbage\n");
+    std::filesystem::create_symlink("nowhere.env", tree / "fourth.env");
+    std::filesystem::create_symlink(copySample("ha-pair", "other"), tree / "linked");
+    std::filesystem::create_symlink("node-1", tree / "inside");
+    const CommandResult refused = publish(etcd, tree);
+    EXPECT_EQ(refused.exitStatus, 1);
+    EXPECT_THAT(refused.errors, AllOf(HasSubstr("second.env:1: unknown variable APP_ROOTT"),
+                                      HasSubstr("third.env:7: expected KEY=VALUE"),
+                                      HasSubstr("fourth.env: No such file or directory"),
+                                      HasSubstr("linked is a link to a folder outside"),
+                                      Not(HasSubstr("inside is"))));
+    EXPECT_THAT(keysOf(etcd), IsEmpty());
+}
+
+TEST_F(Publish, NodeThatWouldBeRemoved_IsNamedAndNeedsAnOption) {
+    const Etcd etcd;
+    const auto tree = copySample("ha-pair", "tree");
+    ASSERT_EQ(publish(etcd, tree).exitStatus, 0);
+    std::filesystem::rename(tree / "standby.env", tree / "standby.off");
+    const CommandResult refused = publish(etcd, tree);
+    EXPECT_EQ(refused.exitStatus, 1);
+    EXPECT_THAT(refused.errors,
+                HasSubstr("version 1 has 1 node that would be removed: node-2; --remove-nodes"));
+    EXPECT_EQ(Reader(etcd).store.current().version(), 1);
+    EXPECT_EQ(publish(etcd, tree, {"--remove-nodes"}).output,
+              "version 2 is published for 1 node\n");
+    std::filesystem::rename(tree / "standby.off", tree / "standby.env");
+    ASSERT_EQ(publish(etcd, tree).exitStatus, 0);
+    EXPECT_THAT(runSync(etcd, {"rollback", "2"}).errors, HasSubstr("node-2; --remove-nodes"));
+    EXPECT_EQ(Reader(etcd).store.current().version(), 3);
 }
 
 TEST_F(Publish, TreeBasedOnAnOlderVersion_IsRefusedUntilTheNewerOneIsFetched) {

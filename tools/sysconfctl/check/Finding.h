@@ -61,6 +61,9 @@ struct View {
 struct Inventory {
     std::deque<SourceFile> files;
     std::vector<View> views;
+    /// What a tree has besides these: env files that cannot be read or parsed, and links to folders
+    /// outside, which are not entered. One sentence each; escaped.
+    std::vector<std::string> leftOut;
     /// Empty if the files are those of several hosts.
     std::list<std::string> hostAddresses;
 };

@@ -38,8 +38,11 @@ public:
         for (auto entry = fs::recursive_directory_iterator(
                  operand, fs::directory_options::skip_permission_denied, error);
              entry != fs::recursive_directory_iterator(); entry.increment(error)) {
+            const std::string path = entry->path().lexically_normal();
             if (!entry->is_directory(error)) {
-                paths.push_back(entry->path().lexically_normal());
+                paths.push_back(path);
+            } else if (entry->is_symlink(error) && *fs::relative(path, operand).begin() == "..") {
+                m_inventory.leftOut.push_back(shellWord(path) + " is a link to a folder outside");
             }
         }
         std::sort(paths.begin(), paths.end());
@@ -119,17 +122,18 @@ private:
         }
     }
 
-    /// A file that the user did not name may belong to another program.
+    /// A file that the user did not name may belong to another program, so it is no usage error.
     void addEnvFile(const std::string& path, bool named) {
         std::map<std::string, std::string> values;
         try {
             for (const Assignment& one : readEnvFile(path)) {
                 values[one.variable] = one.value;
             }
-        } catch (const UsageError&) {
+        } catch (const UsageError& error) {
             if (named) {
                 throw;
             }
+            m_inventory.leftOut.emplace_back(error.what());
             return;
         }
         if (!named && !values.contains("APP_CONF_FILE") && !values.contains("APP_ROOT")) {

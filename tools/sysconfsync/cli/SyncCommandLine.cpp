@@ -58,8 +58,8 @@ std::string readPassword(const std::string& file) {
     }
 }
 
-/// Not a default of the option: the parser would apply it for the commands that are not called, too,
-/// and these have the same variable for the result.
+/// Not a default of the option: the parser would apply it for the commands that are not called,
+/// too, and these have the same variable for the result.
 std::vector<std::string> defaultEndpoints() {
     // NOLINTNEXTLINE(concurrency-mt-unsafe): the environment does not change.
     const char* const variable = std::getenv("SYSCONFSYNC_ENDPOINTS");
@@ -185,6 +185,8 @@ private:
                        "The version that must be current, 0 for none")
             ->check(CLI::NonNegativeNumber)
             ->type_name("VERSION");
+        app.add_flag("--remove-nodes", m_options.removeNodes,
+                     "Publish also if the current version has more nodes");
         app.add_option("-m,--message", m_options.message, "What has changed")->type_name("TEXT");
         addNumber(app, "--keep", m_options.keep, "NUMBER",
                   "How many versions are kept; default: 10");

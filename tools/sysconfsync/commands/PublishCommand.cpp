@@ -79,7 +79,8 @@ SyncStatus runPublish(const SyncOptions& options) {
     Client client(options.connection);
     Store store(client, options.prefix);
     const Current current = store.current();
-    if (!verifyBase(options, current, store.clusterId())) {
+    if (!verifyBase(options, current, store.clusterId()) ||
+        !keepsNodes(store, *nodes, current, options)) {
         return SyncStatus::Refused;
     }
     const Info info = nextInfo(current, options.message);

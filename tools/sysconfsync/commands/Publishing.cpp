@@ -89,6 +89,27 @@ std::string sizeText(const Transaction& publication) {
                        counted(requestBytes(publication), "byte", "bytes"));
 }
 
+bool keepsNodes(Store& store, const Nodes& nodes, const Current& current,
+                const SyncOptions& options) {
+    if (!current.info || options.removeNodes) {
+        return true;
+    }
+    std::vector<std::string> removed;
+    for (const std::string& name : store.nodeNames(current.version())) {
+        if (!nodes.contains(name)) {
+            removed.push_back(escaped(name));
+        }
+    }
+    if (!removed.empty()) {
+        reportError(sysconfctl::diagnostic::kRefused,
+                    fmt::format("nothing has been published: version {} has {} that would be "
+                                "removed: {}; --remove-nodes removes them",
+                                current.version(), counted(removed.size(), "node", "nodes"),
+                                sysconfctl::joined(removed, ", ")));
+    }
+    return removed.empty();
+}
+
 bool publishNodes(Store& store, const Nodes& nodes, const Info& info, const Current& base,
                   const SyncOptions& options) {
     const Transaction publication = store.publication(nodes, info, base);

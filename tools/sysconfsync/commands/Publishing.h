@@ -16,6 +16,11 @@ std::string describe(const Info& info);
 /// "140 operations and 1600000 bytes"
 std::string sizeText(const Transaction& publication);
 
+/// Whether the nodes include all of the current version, or the options allow to remove some.
+/// Reports otherwise.
+bool keepsNodes(Store& store, const Nodes& nodes, const Current& current,
+                const SyncOptions& options);
+
 /// Publishes the nodes on top of `base`, deletes old versions and reports the result.
 /// @return Whether it is published; false if another version has been published since `base`.
 /// @throws EtcdError, Cancelled. The message says whether the version may be published.

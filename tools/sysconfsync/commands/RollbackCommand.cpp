@@ -31,7 +31,8 @@ SyncStatus runRollback(const SyncOptions& options) {
     const std::string message = options.message.empty()
                                     ? fmt::format("rollback to version {}", *options.version)
                                     : options.message;
-    return publishNodes(store, nodes, nextInfo(current, message), current, options)
+    return keepsNodes(store, nodes, current, options) &&
+                   publishNodes(store, nodes, nextInfo(current, message), current, options)
                ? SyncStatus::Done
                : SyncStatus::Refused;
 }

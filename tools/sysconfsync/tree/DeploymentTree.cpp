@@ -121,6 +121,9 @@ CollectedTree collectTree(const sysconfctl::Inventory& inventory, const std::str
         }
     }
     CollectedTree tree = std::move(collector.collected);
+    for (const std::string& sentence : inventory.leftOut) {
+        tree.problems.push_back(sentence + ": its processes would not be published");
+    }
     for (const SourceFile& file : inventory.files) {
         if (!named.contains(&file)) {
             tree.leftOut.push_back(file.path);
