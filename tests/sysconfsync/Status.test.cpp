@@ -85,6 +85,22 @@ TEST_F(SyncStatusOutput, NodeWithoutStatus_IsSilentAndNotDone) {
     EXPECT_EQ(plain.exitStatus, 1);
 }
 
+TEST_F(SyncStatusOutput, NodeThatRunsANewerVersionAndRefusesThisOne_HasRefused) {
+    const struct {
+        std::int64_t runs;
+        std::int64_t refused;
+        const char* state;
+    } rows[] = {{5, 2, "refused"}, {2, 2, "refused"}, {5, 6, "current"}, {2, 3, "current"}};
+    for (const auto& row : rows) {
+        store->writeStatus("node-2", {.version = row.runs,
+                                      .since = kSince,
+                                      .refused = Refusal{.version = row.refused, .when = kSince}});
+        const CommandResult plain = runSync(*etcd, {"status", "-o", "plain"});
+        EXPECT_THAT(plain.output, HasSubstr('\t' + std::string(row.state) + "\tversion"));
+        EXPECT_EQ(plain.exitStatus, row.state == std::string("current") ? 0 : 1);
+    }
+}
+
 TEST_F(SyncStatusOutput, AllNodesRunIt_IsDone) {
     store->writeStatus("node-2", {.version = 2, .since = kSince});
     EXPECT_EQ(runSync(*etcd, {"status"}).exitStatus, 0);

@@ -31,6 +31,11 @@ struct NodeRow {
 };
 
 std::string stateOf(const NodeStatus& status, std::int64_t version) {
+    // For example after a restore: the node runs a version that is lost, and refuses the current
+    // one.
+    if (status.refused && status.refused->version <= status.version) {
+        return kRefused;
+    }
     return status.version >= version                              ? kCurrent
            : status.refused && status.refused->version >= version ? kRefused
                                                                   : "older";
