@@ -97,8 +97,11 @@ TEST(SyncCommandLine, Endpoints_ComeFromTheOptionThenTheVariableThenTheDefault) 
     EXPECT_THAT(endpointsOf({"status"}), ElementsAre("http://127.0.0.1:2379"));
     ::setenv("SYSCONFSYNC_ENDPOINTS", "http://live:1,http://live:2/", 1);
     EXPECT_THAT(endpointsOf({"status"}), ElementsAre("http://live:1", "http://live:2"));
-    for (const auto& words : std::vector<std::vector<const char*>>{
-             {"publish", "tree"}, {"rollback", "1"}, {"fetch", "tree"}, {"status"}, {"follow", "n"}}) {
+    for (const auto& words : std::vector<std::vector<const char*>>{{"publish", "tree"},
+                                                                   {"rollback", "1"},
+                                                                   {"fetch", "tree"},
+                                                                   {"status"},
+                                                                   {"follow", "n"}}) {
         std::vector<const char*> all = words;
         all.insert(all.end(), {"--endpoints", "http://test:1,http://test:2"});
         EXPECT_THAT(endpointsOf(all), ElementsAre("http://test:1", "http://test:2")) << words[0];

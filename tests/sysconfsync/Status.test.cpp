@@ -142,6 +142,13 @@ TEST_F(SyncStatusOutput, Wait_EndsBySignal) {
     EXPECT_EQ(done.errors, "sysconfsync: interrupted\n");
 }
 
+TEST_F(SyncStatusOutput, VersionThatHasBeenDeleted_IsAnError) {
+    etcd->control({"del", "--prefix", "/sysconf/versions/1/"});
+    const CommandResult done = waitFor("1").finish();
+    EXPECT_EQ(done.exitStatus, 1);
+    EXPECT_THAT(done.errors, HasSubstr("there is no version 1, or it has been deleted"));
+}
+
 TEST_F(SyncStatusOutput, VersionThatDoesNotExist_IsAnError) {
     const CommandResult done = waitFor("3").finish();
     EXPECT_EQ(done.exitStatus, 1);

@@ -27,10 +27,9 @@ SyncStatus runFetch(const SyncOptions& options) {
     const std::int64_t version = options.version ? *options.version : store.current().version();
     const Nodes nodes = store.nodes(version);
     if (nodes.empty()) {
-        sysconfctl::reportError(
-            sysconfctl::diagnostic::kRefused,
-            version == 0 ? std::string("nothing has been published yet")
-                         : fmt::format("there is no version {}, or it has been deleted", version));
+        sysconfctl::reportError(sysconfctl::diagnostic::kRefused,
+                                version == 0 ? "nothing has been published yet"
+                                             : noVersionText(version));
         return SyncStatus::Refused;
     }
     ::umask(S_IRWXG | S_IRWXO); // app config files have passwords

@@ -84,6 +84,10 @@ std::string describe(const Info& info) {
                        info.message.empty() ? "" : ", " + escaped(info.message));
 }
 
+std::string noVersionText(std::int64_t version) {
+    return fmt::format("there is no version {}, or it has been deleted", version);
+}
+
 std::string sizeText(const Transaction& publication) {
     return fmt::format("{} and {}", counted(publication.success.size(), "operation", "operations"),
                        counted(requestBytes(publication), "byte", "bytes"));

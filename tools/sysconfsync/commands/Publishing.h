@@ -13,6 +13,9 @@ Info nextInfo(const Current& base, const std::string& message);
 /// "version 7 (alice@host, 2026-11-22T14:00:00Z, new addresses)"
 std::string describe(const Info& info);
 
+/// "there is no version 7, or it has been deleted"
+std::string noVersionText(std::int64_t version);
+
 /// "140 operations and 1600000 bytes"
 std::string sizeText(const Transaction& publication);
 

@@ -176,6 +176,10 @@ SyncStatus runStatus(const SyncOptions& options) {
         return SyncStatus::Refused;
     }
     const std::set<std::string> names = store.nodeNames(version);
+    if (names.empty()) {
+        sysconfctl::reportError(sysconfctl::diagnostic::kRefused, noVersionText(version));
+        return SyncStatus::Refused;
+    }
     Statuses statuses = store.statuses();
     std::vector<NodeRow> rows = rowsOf(names, statuses, version);
     const auto undecided = [&] { return !allRun(rows) && !anyRefused(rows); };
