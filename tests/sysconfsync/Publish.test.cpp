@@ -158,6 +158,16 @@ TEST_F(Publish, TreeBasedOnAnOlderVersion_IsRefusedUntilTheNewerOneIsFetched) {
               "version 3 is published for 2 nodes\n");
 }
 
+TEST_F(Publish, OutputThatCannotBeWritten_TheTreeIsBasedOnTheVersion) {
+    const Etcd etcd;
+    const auto tree = copySample("ha-pair", "tree");
+    const CommandResult done = syncCommand(etcd, {"publish", tree}).outputToFile("/dev/full").run();
+    EXPECT_EQ(done.exitStatus, 0);
+    EXPECT_THAT(done.errors, HasSubstr("version 1 is published, but this cannot be reported: "
+                                       "cannot write the output: No space left on device"));
+    EXPECT_EQ(publish(etcd, tree).output, "version 2 is published for 2 nodes\n");
+}
+
 TEST_F(Publish, TwoAtOnce_OneWinsAndTheOtherNamesIt) {
     const Etcd etcd;
     const auto a = copySample("ha-pair", "a");

@@ -90,17 +90,8 @@ SyncStatus runPublish(const SyncOptions& options) {
             dryRun(before, *nodes, current, store.publication(*nodes, info, current), options));
         return SyncStatus::Done;
     }
-    if (!publishNodes(store, *nodes, info, current, options)) {
-        return SyncStatus::Refused;
-    }
-    try {
-        writeState(options.directory, {store.clusterId(), options.prefix, info.version});
-    } catch (const sysconfctl::OutputError& error) {
-        sysconfctl::reportNotice(
-            diagnostic::kOutput,
-            fmt::format("the next publish needs --based-on {}: {}", info.version, error.what()));
-    }
-    return SyncStatus::Done;
+    return publishNodes(store, *nodes, info, current, options) ? SyncStatus::Done
+                                                               : SyncStatus::Refused;
 }
 
 } // namespace sysconfsync

@@ -5,11 +5,13 @@
 #include "cli/SyncDiagnostics.h"
 #include "render/Output.h"
 #include "render/Text.h"
+#include "tree/DeploymentTree.h"
 
 #include <fmt/format.h>
 
 #include <array>
 #include <climits>
+#include <functional>
 #include <pwd.h>
 #include <unistd.h>
 
@@ -54,6 +56,16 @@ EtcdError explained(const EtcdError& error, const Transaction& publication, cons
     EtcdError result(error.reason, sentence);
     result.mayBeApplied = error.mayBeApplied;
     return result;
+}
+
+/// After the version has been published, a failure is a notice.
+void tryStep(const std::string& consequence, const std::function<void()>& step) {
+    try {
+        step();
+    } catch (const std::exception& error) {
+        sysconfctl::reportNotice(sysconfctl::diagnostic::kIncomplete,
+                                 consequence + ": " + error.what());
+    }
 }
 
 std::optional<Current> publishExplained(Store& store, const Transaction& publication,
@@ -125,14 +137,16 @@ bool publishNodes(Store& store, const Nodes& nodes, const Info& info, const Curr
                                 base.version()));
         return false;
     }
-    sysconfctl::writeOutput(fmt::format("version {} is published for {}\n", info.version,
-                                        counted(nodes.size(), "node", "nodes")));
-    try {
-        store.deleteOld(options.keep);
-    } catch (const EtcdError& error) {
-        sysconfctl::reportNotice(sysconfctl::diagnostic::kStore,
-                                 fmt::format("old versions are not deleted: {}", error.what()));
+    if (!options.directory.empty()) {
+        tryStep(fmt::format("the next publish needs --based-on {}", info.version), [&] {
+            writeState(options.directory, {store.clusterId(), options.prefix, info.version});
+        });
     }
+    tryStep(fmt::format("version {} is published, but this cannot be reported", info.version), [&] {
+        sysconfctl::writeOutput(fmt::format("version {} is published for {}\n", info.version,
+                                            counted(nodes.size(), "node", "nodes")));
+    });
+    tryStep("old versions are not deleted", [&] { store.deleteOld(options.keep); });
     return true;
 }
 

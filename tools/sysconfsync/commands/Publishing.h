@@ -24,7 +24,8 @@ std::string sizeText(const Transaction& publication);
 bool keepsNodes(Store& store, const Nodes& nodes, const Current& current,
                 const SyncOptions& options);
 
-/// Publishes the nodes on top of `base`, deletes old versions and reports the result.
+/// Publishes the nodes on top of `base`, and writes the state of the tree, if there is one. Then
+/// reports the result and deletes old versions.
 /// @return Whether it is published; false if another version has been published since `base`.
 /// @throws EtcdError, Cancelled. The message says whether the version may be published.
 bool publishNodes(Store& store, const Nodes& nodes, const Info& info, const Current& base,
