@@ -168,6 +168,19 @@ TEST_F(Publish, OutputThatCannotBeWritten_TheTreeIsBasedOnTheVersion) {
     EXPECT_EQ(publish(etcd, tree).output, "version 2 is published for 2 nodes\n");
 }
 
+TEST_F(Publish, TreeBasedOnALostVersionWithTheSameNumber_IsRefused) {
+    Etcd etcd;
+    const auto mine = copySample("ha-pair", "mine");
+    ASSERT_EQ(publish(etcd, mine).exitStatus, 0);
+    etcd.restartAll(true); // has the same id, as a cluster after a restore
+    ASSERT_EQ(publish(etcd, copySample("ha-pair", "theirs")).exitStatus, 0);
+    EXPECT_THAT(publish(etcd, mine).errors,
+                HasSubstr(") is current, and this tree is based on another version 1"));
+    const auto fetched = testDirectory() / "fetched";
+    ASSERT_EQ(runSync(etcd, {"fetch", fetched}).exitStatus, 0);
+    EXPECT_EQ(publish(etcd, fetched).exitStatus, 0);
+}
+
 TEST_F(Publish, TwoAtOnce_OneWinsAndTheOtherNamesIt) {
     const Etcd etcd;
     const auto a = copySample("ha-pair", "a");

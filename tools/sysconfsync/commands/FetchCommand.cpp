@@ -32,9 +32,10 @@ SyncStatus runFetch(const SyncOptions& options) {
                                              : noVersionText(version));
         return SyncStatus::Refused;
     }
+    const Info info = store.info(version).value_or(Info());
     ::umask(S_IRWXG | S_IRWXO); // app config files have passwords
     writeTree(nodes, options.directory);
-    writeState(options.directory, {store.clusterId(), options.prefix, version});
+    writeState(options.directory, {store.clusterId(), options.prefix, version, info.id});
     sysconfctl::writeOutput(
         fmt::format("version {} is in {}\n", version, sysconfctl::shellWord(options.directory)));
     return SyncStatus::Done;

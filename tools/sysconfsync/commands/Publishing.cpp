@@ -139,7 +139,8 @@ bool publishNodes(Store& store, const Nodes& nodes, const Info& info, const Curr
     }
     if (!options.directory.empty()) {
         tryStep(fmt::format("the next publish needs --based-on {}", info.version), [&] {
-            writeState(options.directory, {store.clusterId(), options.prefix, info.version});
+            writeState(options.directory,
+                       {store.clusterId(), options.prefix, info.version, info.id});
         });
     }
     tryStep(fmt::format("version {} is published, but this cannot be reported", info.version), [&] {

@@ -151,7 +151,8 @@ std::optional<TreeState> readState(const std::string& directory) {
     try {
         const Json::Value value = parsedObject(sysconfctl::readBytes(path));
         return TreeState{sysconfctl::textAt(value, {"cluster"}),
-                         sysconfctl::textAt(value, {"prefix"}), integerAt(value, "version")};
+                         sysconfctl::textAt(value, {"prefix"}), integerAt(value, "version"),
+                         sysconfctl::textAt(value, {"id"})};
     } catch (const std::system_error& error) {
         if (error.code() == std::errc::no_such_file_or_directory) {
             return std::nullopt;
@@ -169,6 +170,7 @@ void writeState(const std::string& directory, const TreeState& state) {
     value["cluster"] = state.cluster;
     value["prefix"] = state.prefix;
     value["version"] = Json::Int64(state.version);
+    value["id"] = state.id;
     sysconfctl::writeOutputFile(statePath(directory), sysconfctl::indentedJson(value));
 }
 
