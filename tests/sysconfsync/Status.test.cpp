@@ -101,6 +101,25 @@ TEST_F(SyncStatusOutput, NodeThatRunsANewerVersionAndRefusesThisOne_HasRefused) 
     }
 }
 
+TEST_F(SyncStatusOutput, DamagedStatus_IsShownAndOldVersionsAreDeletedNevertheless) {
+    etcd->control({"put", "/sysconf/status/node-2", "x"});
+    const CommandResult plain = runSync(*etcd, {"status", "-o", "plain"});
+    EXPECT_EQ(plain.output,
+              std::string("node-1\t2\t") + kSince + "\tcurrent\t\t\nnode-2\t0\t\tdamaged\t\t\n");
+    EXPECT_EQ(plain.exitStatus, 1);
+
+    RunningCommand waiting = waitFor("2");
+    etcd->waitForMetric(0, "etcd_debugging_mvcc_watcher_total 1");
+    etcd->control({"put", "/sysconf/status/node-2", "y"});
+    store->writeStatus("node-2", {.version = 2, .since = kSince});
+    const CommandResult done = waiting.finish();
+    EXPECT_EQ(done.exitStatus, 0) << done.errors << done.output;
+
+    etcd->control({"put", "/sysconf/status/node-2", "x"});
+    ASSERT_EQ(runSync(*etcd, {"rollback", "2", "--keep", "1"}).errors, "");
+    EXPECT_FALSE(store->info(1));
+}
+
 TEST_F(SyncStatusOutput, AllNodesRunIt_IsDone) {
     store->writeStatus("node-2", {.version = 2, .since = kSince});
     EXPECT_EQ(runSync(*etcd, {"status"}).exitStatus, 0);

@@ -26,11 +26,14 @@ struct NodeRow {
     std::string node;
     NodeStatus status;
     /// "current": runs the version or a newer one; "older": an older one; "refused"; "silent":
-    /// has no status; "removed": not a node of the version.
+    /// has no status; "damaged": its status cannot be parsed; "removed": not a node of the version.
     std::string state;
 };
 
 std::string stateOf(const NodeStatus& status, std::int64_t version) {
+    if (status.damaged) {
+        return "damaged";
+    }
     // For example after a restore: the node runs a version that is lost, and refuses the current
     // one.
     if (status.refused && status.refused->version <= status.version) {
