@@ -7,6 +7,7 @@
 #include <json/json.h>
 
 #include <sstream>
+#include <sys/stat.h>
 #include <thread>
 
 namespace {
@@ -117,6 +118,17 @@ TEST_F(Publish, EnvFileThatCannotBeReadOrLinkedFolder_IsRefused) {
                                       HasSubstr("linked is a link to a folder outside"),
                                       Not(HasSubstr("inside is"))));
     EXPECT_THAT(keysOf(etcd), IsEmpty());
+}
+
+TEST_F(Publish, FilesThatAreNotRegular_AreRefused) {
+    const Etcd etcd;
+    const auto tree = copySample("ha-pair", "tree");
+    for (const char* name : {"pipe.env", "pipe.json"}) {
+        ASSERT_EQ(::mkfifo((tree / name).c_str(), 0600), 0);
+    }
+    const CommandResult refused = publish(etcd, tree);
+    EXPECT_EQ(refused.exitStatus, 1);
+    EXPECT_THAT(refused.errors, HasSubstr("pipe.env is not a regular file"));
 }
 
 TEST_F(Publish, NodeThatWouldBeRemoved_IsNamedAndNeedsAnOption) {

@@ -126,6 +126,9 @@ private:
     void addEnvFile(const std::string& path, bool named) {
         std::map<std::string, std::string> values;
         try {
+            if (!named && fs::is_other(path)) { // reading a pipe would block
+                throw UsageError(shellWord(path) + " is not a regular file");
+            }
             for (const Assignment& one : readEnvFile(path)) {
                 values[one.variable] = one.value;
             }
