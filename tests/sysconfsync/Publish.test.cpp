@@ -149,6 +149,20 @@ TEST_F(Publish, NodeThatWouldBeRemoved_IsNamedAndNeedsAnOption) {
     EXPECT_EQ(Reader(etcd).store.current().version(), 3);
 }
 
+TEST_F(Publish, PathThatANodeCannotHave_IsRefused) {
+    const Etcd etcd;
+    for (const char* name : {".version", "app-\xff.json"}) {
+        SCOPED_TRACE(name);
+        const auto tree = copySample("ha-pair", std::string("tree-") + name[0]);
+        std::filesystem::rename(tree / kApp, tree / name);
+        replaceText(tree / "standby.env", kApp, name);
+        const CommandResult refused = publish(etcd, tree);
+        EXPECT_EQ(refused.exitStatus, 1);
+        EXPECT_THAT(refused.errors, HasSubstr("node-2: "));
+    }
+    EXPECT_THAT(keysOf(etcd), IsEmpty());
+}
+
 TEST_F(Publish, TreeBasedOnAnOlderVersion_IsRefusedUntilTheNewerOneIsFetched) {
     const Etcd etcd;
     const auto mine = copySample("ha-pair", "mine");

@@ -9,6 +9,7 @@
 #include "etcd/Encoding.h"
 #include "etcd/EtcdError.h"
 #include "etcd/Requests.h"
+#include "follow/VersionCheck.h"
 #include "render/Json.h"
 #include "render/Output.h"
 #include "render/Text.h"
@@ -109,6 +110,27 @@ private:
     fs::path m_root;
 };
 
+/// Texts in records are JSON, which replaces other bytes.
+bool isUtf8(const std::string& text) {
+    Json::Value value;
+    value["text"] = text;
+    return parsedObject(sysconfctl::compactJson(value))["text"] == text;
+}
+
+/// Why the node could not have its files.
+std::vector<std::string> faultsOf(const std::string& node, const Files& files) {
+    std::vector<std::string> faults;
+    for (const Json::Value& fault : pathFaults(files)) {
+        faults.push_back(fault["text"].asString());
+    }
+    for (const auto& [path, text] : files) {
+        if (!isUtf8(node) || !isUtf8(path)) {
+            faults.push_back(shellWord(path) + ": the path or the name of the node is not UTF-8");
+        }
+    }
+    return faults;
+}
+
 } // namespace
 
 CollectedTree collectTree(const sysconfctl::Inventory& inventory, const std::string& directory) {
@@ -127,6 +149,11 @@ CollectedTree collectTree(const sysconfctl::Inventory& inventory, const std::str
     for (const SourceFile& file : inventory.files) {
         if (!named.contains(&file)) {
             tree.leftOut.push_back(file.path);
+        }
+    }
+    for (const auto& [node, files] : tree.nodes) {
+        for (const std::string& fault : faultsOf(node, files)) {
+            tree.problems.push_back(shellWord(node) + ": " + fault);
         }
     }
     if (tree.nodes.empty() && tree.problems.empty()) {
