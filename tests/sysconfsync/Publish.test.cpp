@@ -2,6 +2,7 @@
 #include "support/Deployment.h"
 #include "support/TestDirectory.h"
 #include "sysconfsync/Sync.h"
+#include "tree/DeploymentTree.h"
 
 #include <gmock/gmock.h>
 #include <json/json.h>
@@ -147,6 +148,14 @@ TEST_F(Publish, NodeThatWouldBeRemoved_IsNamedAndNeedsAnOption) {
     ASSERT_EQ(publish(etcd, tree).exitStatus, 0);
     EXPECT_THAT(runSync(etcd, {"rollback", "2"}).errors, HasSubstr("node-2; --remove-nodes"));
     EXPECT_EQ(Reader(etcd).store.current().version(), 3);
+}
+
+TEST(SyncTree, EnvFileThatChangesAfterTheCheck_IsPublishedAsItWasChecked) {
+    const auto tree = copySample("ha-pair", "tree");
+    const std::string checked = readText(tree / "standby.env");
+    const sysconfctl::Inventory inventory = sysconfctl::inventoryOf({tree}, {});
+    writeFile(tree / "standby.env", "changed");
+    EXPECT_EQ(collectTree(inventory, tree).nodes.at("node-2").at("standby.env"), checked);
 }
 
 TEST_F(Publish, PathThatANodeCannotHave_IsRefused) {

@@ -45,6 +45,8 @@ struct EnvFilePaths {
     std::string appConfig;
     std::string nodeList;
     std::string managerNodeList;
+    /// Of the environment file, as it was read for the check.
+    std::string text;
 };
 
 /// The files that a process reads; null for a file that is not checked.

@@ -125,11 +125,13 @@ private:
     /// A file that the user did not name may belong to another program, so it is no usage error.
     void addEnvFile(const std::string& path, bool named) {
         std::map<std::string, std::string> values;
+        std::string text;
         try {
             if (!named && fs::is_other(path)) { // reading a pipe would block
                 throw UsageError(shellWord(path) + " is not a regular file");
             }
-            for (const Assignment& one : readEnvFile(path)) {
+            text = readEnvFileText(path);
+            for (const Assignment& one : parseEnvFile(text, shellWord(path))) {
                 values[one.variable] = one.value;
             }
         } catch (const UsageError& error) {
@@ -161,7 +163,7 @@ private:
             }
         };
         view.paths = {path, at("APP_CONF_FILE", ""), at("APP_ROOT", kNodeListFile),
-                      at("TOLM_ROOT", kManagerNodeListFile)};
+                      at("TOLM_ROOT", kManagerNodeListFile), std::move(text)};
         set(&View::appConfig, view.paths->appConfig, readAppConfigAt, m_appConfigs);
         set(&View::nodeList, view.paths->nodeList, readNodeListAt, m_nodeLists);
         set(&View::managerNodeList, view.paths->managerNodeList, readManagerNodeListAt,

@@ -67,14 +67,13 @@ public:
                                    "in the app config file");
             return;
         }
-        const std::string text = sysconfctl::readBytes(paths.envFile);
-        for (const auto& [variable, value] : sysconfctl::parseEnvFile(text, paths.envFile)) {
+        for (const auto& [variable, value] : sysconfctl::parseEnvFile(paths.text, paths.envFile)) {
             if (fs::path(value).is_absolute() && isPathVariable(variable)) {
                 problem(paths.envFile, variable + " is an absolute path, which leads elsewhere on "
                                                   "the node; name it relative to this file");
             }
         }
-        addFile(node, paths.envFile, paths.envFile, text);
+        addFile(node, paths.envFile, paths.envFile, paths.text);
         addFile(node, paths, paths.appConfig, view.appConfig);
         addFile(node, paths, paths.nodeList, view.nodeList);
         addFile(node, paths, paths.managerNodeList, view.managerNodeList);
