@@ -108,6 +108,11 @@ TEST(SyncCommandLine, Endpoints_ComeFromTheOptionThenTheVariableThenTheDefault) 
     }
 }
 
+TEST(SyncCommandLine, OperandAfterTheEndpoints_IsNoEndpoint) {
+    EXPECT_THAT(endpointsOf({"publish", "--endpoints", "http://a:1,http://b:1", "tree", "-m", "x"}),
+                ElementsAre("http://a:1", "http://b:1"));
+}
+
 TEST(SyncManPage, EveryOptionOfTheHelp_IsInTheManualPage) {
     const std::string page = support::readText(SYSCONF_SOURCE_DIRECTORY "/docs/man/sysconfsync.1");
     const std::regex option("--([a-z-]+)");

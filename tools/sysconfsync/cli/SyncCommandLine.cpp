@@ -145,6 +145,7 @@ private:
                        "URLs of members of etcd, tried one after the other; default: the "
                        "variable SYSCONFSYNC_ENDPOINTS, or http://127.0.0.1:2379")
             ->delimiter(',')
+            ->allow_extra_args(false) // the next word may be an operand
             ->type_name("URL,URL");
         app.add_option("--prefix", m_options.prefix, "The prefix of the keys; default: /sysconf/")
             ->type_name("PREFIX");
