@@ -111,6 +111,12 @@ TEST_F(Follow, ServiceManager_IsNotifiedOfReadinessWorkAndEnd) {
     waitForMessage("STOPPING=1");
     EXPECT_EQ(follower.finish().exitStatus, 0);
 
+    m_etcd->requireUsers("right");
+    {
+        const support::RunningCommand denied =
+            followCommand().variable("NOTIFY_SOCKET", path).start();
+        waitForMessage("STATUS=version 1 is applied, etcd requires a user and a password");
+    }
     // Services that need the files start although etcd is away.
     killAllMembers();
     const support::RunningCommand again = followCommand().variable("NOTIFY_SOCKET", path).start();
