@@ -27,7 +27,6 @@ std::vector<Assignment> parseEnvFile(const std::string& text, const std::string&
 /// @throws UsageError if the environment file cannot be read.
 std::string readEnvFileText(const std::string& path);
 
-/// Reads and parses an environment file.
 /// @throws UsageError if it cannot be read or is malformed.
 std::vector<Assignment> readEnvFile(const std::string& path);
 

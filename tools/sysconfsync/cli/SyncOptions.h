@@ -27,7 +27,6 @@ struct SyncOptions {
     std::string message;
     bool dryRun = false;
     bool removeNodes = false;
-    /// How many versions are kept.
     std::size_t keep = 10;
     /// The version to publish again or to fetch; unset: the current one.
     std::optional<std::int64_t> version;
