@@ -6,7 +6,10 @@
 
 #include <gmock/gmock.h>
 
+#include <arpa/inet.h>
 #include <array>
+#include <sys/socket.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -128,6 +131,62 @@ TEST_F(SyncClient, Watch_EndsAtItsDeadlineAndByItsDescriptors) {
     stop.raise();
     EXPECT_THROW(client.watch({.key = "a"}, never), Cancelled);
     EXPECT_THROW(client.range({"a"}), Cancelled);
+}
+
+/// A member that sends the beginning of a message and ends.
+class DyingMember {
+public:
+    DyingMember() {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof(address);
+        auto* const general = reinterpret_cast<sockaddr*>(&address);
+        EXPECT_EQ(::bind(m_socket, general, size), 0);
+        EXPECT_EQ(::listen(m_socket, 1), 0);
+        EXPECT_EQ(::getsockname(m_socket, general, &size), 0);
+        endpoint = "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port));
+        m_thread = std::thread([this] { answer(); });
+    }
+    ~DyingMember() { m_thread.join(); }
+    DyingMember(const DyingMember&) = delete;
+    DyingMember& operator=(const DyingMember&) = delete;
+
+    std::string endpoint;
+
+private:
+    void answer() const {
+        const int connection = ::accept(m_socket, nullptr, nullptr);
+        ::close(m_socket);
+        std::array<char, 4096> request{};
+        EXPECT_GT(::read(connection, request.data(), request.size()), 0);
+        const std::string text = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n"
+                                 "b\r\n{\"result\":{\r\n";
+        EXPECT_EQ(::write(connection, text.data(), text.size()), ssize_t(text.size()));
+        ::shutdown(connection, SHUT_WR);
+        while (::read(connection, request.data(), request.size()) > 0) {
+        }
+        ::close(connection);
+    }
+
+    int m_socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    std::thread m_thread;
+};
+
+TEST_F(SyncClient, WatchMessageThatIsCutOff_ContinuesAtAnotherMember) {
+    const Etcd etcd;
+    const DyingMember dying;
+    Connection connection = etcd.connection();
+    Client writer(connection);
+    put(writer, "a", "1");
+    connection.endpoints.insert(connection.endpoints.begin(), dying.endpoint);
+    std::string seen;
+    Client(connection)
+        .watch({.key = "a", .startRevision = 1}, [&](const std::vector<WatchEvent>& events) {
+            seen = events.back().key.value;
+            return false;
+        });
+    EXPECT_EQ(seen, "1");
 }
 
 TEST_F(SyncClient, WatchOfDeletedHistory_NamesTheOldestRevision) {

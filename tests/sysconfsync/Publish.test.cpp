@@ -2,11 +2,13 @@
 #include "support/Deployment.h"
 #include "support/TestDirectory.h"
 #include "sysconfsync/Sync.h"
+#include "tree/DeploymentTree.h"
 
 #include <gmock/gmock.h>
 #include <json/json.h>
 
 #include <sstream>
+#include <sys/stat.h>
 #include <thread>
 
 namespace {
@@ -18,6 +20,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Key;
+using testing::Not;
 
 constexpr const char* kPort = "31543";
 const std::string kApp = "node-2/etc/app.json";
@@ -100,6 +103,75 @@ TEST_F(Publish, TreeThatCannotBeDistributed_IsRefused) {
     EXPECT_THAT(keysOf(etcd), IsEmpty());
 }
 
+TEST_F(Publish, EnvFileThatCannotBeReadOrLinkedFolder_IsRefused) {
+    const Etcd etcd;
+    const auto tree = copySample("ha-pair", "tree");
+    writeFile(tree / "second.env", "APP_ROOTT=node-1\n");
+    writeFile(tree / "third.env", readText(tree / "master.env") + "garbage\n");
+    std::filesystem::create_symlink("nowhere.env", tree / "fourth.env");
+    std::filesystem::create_symlink(copySample("ha-pair", "other"), tree / "linked");
+    std::filesystem::create_symlink("node-1", tree / "inside");
+    const CommandResult refused = publish(etcd, tree);
+    EXPECT_EQ(refused.exitStatus, 1);
+    EXPECT_THAT(refused.errors, AllOf(HasSubstr("second.env:1: unknown variable APP_ROOTT"),
+                                      HasSubstr("third.env:7: expected KEY=VALUE"),
+                                      HasSubstr("fourth.env: No such file or directory"),
+                                      HasSubstr("linked is a link to a folder outside"),
+                                      Not(HasSubstr("inside is"))));
+    EXPECT_THAT(keysOf(etcd), IsEmpty());
+}
+
+TEST_F(Publish, FilesThatAreNotRegular_AreRefused) {
+    const Etcd etcd;
+    const auto tree = copySample("ha-pair", "tree");
+    for (const char* name : {"pipe.env", "pipe.json"}) {
+        ASSERT_EQ(::mkfifo((tree / name).c_str(), 0600), 0);
+    }
+    const CommandResult refused = publish(etcd, tree);
+    EXPECT_EQ(refused.exitStatus, 1);
+    EXPECT_THAT(refused.errors, HasSubstr("pipe.env is not a regular file"));
+}
+
+TEST_F(Publish, NodeThatWouldBeRemoved_IsNamedAndNeedsAnOption) {
+    const Etcd etcd;
+    const auto tree = copySample("ha-pair", "tree");
+    ASSERT_EQ(publish(etcd, tree).exitStatus, 0);
+    std::filesystem::rename(tree / "standby.env", tree / "standby.off");
+    const CommandResult refused = publish(etcd, tree);
+    EXPECT_EQ(refused.exitStatus, 1);
+    EXPECT_THAT(refused.errors,
+                HasSubstr("version 1 has 1 node that would be removed: node-2; --remove-nodes"));
+    EXPECT_EQ(Reader(etcd).store.current().version(), 1);
+    EXPECT_EQ(publish(etcd, tree, {"--remove-nodes"}).output,
+              "version 2 is published for 1 node\n");
+    std::filesystem::rename(tree / "standby.off", tree / "standby.env");
+    ASSERT_EQ(publish(etcd, tree).exitStatus, 0);
+    EXPECT_THAT(runSync(etcd, {"rollback", "2"}).errors, HasSubstr("node-2; --remove-nodes"));
+    EXPECT_EQ(Reader(etcd).store.current().version(), 3);
+}
+
+TEST(SyncTree, EnvFileThatChangesAfterTheCheck_IsPublishedAsItWasChecked) {
+    const auto tree = copySample("ha-pair", "tree");
+    const std::string checked = readText(tree / "standby.env");
+    const sysconfctl::Inventory inventory = sysconfctl::inventoryOf({tree}, {});
+    writeFile(tree / "standby.env", "changed");
+    EXPECT_EQ(collectTree(inventory, tree).nodes.at("node-2").at("standby.env"), checked);
+}
+
+TEST_F(Publish, PathThatANodeCannotHave_IsRefused) {
+    const Etcd etcd;
+    for (const char* name : {".version", "app-\xff.json"}) {
+        SCOPED_TRACE(name);
+        const auto tree = copySample("ha-pair", std::string("tree-") + name[0]);
+        std::filesystem::rename(tree / kApp, tree / name);
+        replaceText(tree / "standby.env", kApp, name);
+        const CommandResult refused = publish(etcd, tree);
+        EXPECT_EQ(refused.exitStatus, 1);
+        EXPECT_THAT(refused.errors, HasSubstr("node-2: "));
+    }
+    EXPECT_THAT(keysOf(etcd), IsEmpty());
+}
+
 TEST_F(Publish, TreeBasedOnAnOlderVersion_IsRefusedUntilTheNewerOneIsFetched) {
     const Etcd etcd;
     const auto mine = copySample("ha-pair", "mine");
@@ -119,6 +191,29 @@ TEST_F(Publish, TreeBasedOnAnOlderVersion_IsRefusedUntilTheNewerOneIsFetched) {
     EXPECT_EQ(runSync(etcd, {"fetch", mine}).exitStatus, 2);
     EXPECT_EQ(publish(etcd, mine, {"--based-on", "2"}).output,
               "version 3 is published for 2 nodes\n");
+}
+
+TEST_F(Publish, OutputThatCannotBeWritten_TheTreeIsBasedOnTheVersion) {
+    const Etcd etcd;
+    const auto tree = copySample("ha-pair", "tree");
+    const CommandResult done = syncCommand(etcd, {"publish", tree}).outputToFile("/dev/full").run();
+    EXPECT_EQ(done.exitStatus, 0);
+    EXPECT_THAT(done.errors, HasSubstr("version 1 is published, but this cannot be reported: "
+                                       "cannot write the output: No space left on device"));
+    EXPECT_EQ(publish(etcd, tree).output, "version 2 is published for 2 nodes\n");
+}
+
+TEST_F(Publish, TreeBasedOnALostVersionWithTheSameNumber_IsRefused) {
+    Etcd etcd;
+    const auto mine = copySample("ha-pair", "mine");
+    ASSERT_EQ(publish(etcd, mine).exitStatus, 0);
+    etcd.restartAll(true); // has the same id, as a cluster after a restore
+    ASSERT_EQ(publish(etcd, copySample("ha-pair", "theirs")).exitStatus, 0);
+    EXPECT_THAT(publish(etcd, mine).errors,
+                HasSubstr(") is current, and this tree is based on another version 1"));
+    const auto fetched = testDirectory() / "fetched";
+    ASSERT_EQ(runSync(etcd, {"fetch", fetched}).exitStatus, 0);
+    EXPECT_EQ(publish(etcd, fetched).exitStatus, 0);
 }
 
 TEST_F(Publish, TwoAtOnce_OneWinsAndTheOtherNamesIt) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "store/Records.h"
 
+#include "cli/SyncCommandLine.h"
 #include "etcd/Encoding.h"
 #include "etcd/EtcdError.h"
 #include "etcd/Requests.h"
@@ -91,6 +92,33 @@ TEST(SyncCommandLine, Mistake_IsReportedWithStatus2) {
         EXPECT_EQ(result.exitStatus, 2) << row.error;
         EXPECT_THAT(result.errors, HasSubstr(row.error));
     }
+}
+
+/// The endpoints of a command line.
+std::vector<std::string> endpointsOf(std::vector<const char*> words) {
+    words.insert(words.begin(), "sysconfsync");
+    return parseSyncCommandLine(static_cast<int>(words.size()), words.data())
+        .options.connection.endpoints;
+}
+
+TEST(SyncCommandLine, Endpoints_ComeFromTheOptionThenTheVariableThenTheDefault) {
+    EXPECT_THAT(endpointsOf({"status"}), ElementsAre("http://127.0.0.1:2379"));
+    ::setenv("SYSCONFSYNC_ENDPOINTS", "http://live:1,http://live:2/", 1);
+    EXPECT_THAT(endpointsOf({"status"}), ElementsAre("http://live:1", "http://live:2"));
+    for (const auto& words : std::vector<std::vector<const char*>>{{"publish", "tree"},
+                                                                   {"rollback", "1"},
+                                                                   {"fetch", "tree"},
+                                                                   {"status"},
+                                                                   {"follow", "n"}}) {
+        std::vector<const char*> all = words;
+        all.insert(all.end(), {"--endpoints", "http://test:1,http://test:2"});
+        EXPECT_THAT(endpointsOf(all), ElementsAre("http://test:1", "http://test:2")) << words[0];
+    }
+}
+
+TEST(SyncCommandLine, OperandAfterTheEndpoints_IsNoEndpoint) {
+    EXPECT_THAT(endpointsOf({"publish", "--endpoints", "http://a:1,http://b:1", "tree", "-m", "x"}),
+                ElementsAre("http://a:1", "http://b:1"));
 }
 
 TEST(SyncManPage, EveryOptionOfTheHelp_IsInTheManualPage) {

@@ -85,6 +85,41 @@ TEST_F(SyncStatusOutput, NodeWithoutStatus_IsSilentAndNotDone) {
     EXPECT_EQ(plain.exitStatus, 1);
 }
 
+TEST_F(SyncStatusOutput, NodeThatRunsANewerVersionAndRefusesThisOne_HasRefused) {
+    const struct {
+        std::int64_t runs;
+        std::int64_t refused;
+        const char* state;
+    } rows[] = {{5, 2, "refused"}, {2, 2, "refused"}, {5, 6, "current"}, {2, 3, "current"}};
+    for (const auto& row : rows) {
+        store->writeStatus("node-2", {.version = row.runs,
+                                      .since = kSince,
+                                      .refused = Refusal{.version = row.refused, .when = kSince}});
+        const CommandResult plain = runSync(*etcd, {"status", "-o", "plain"});
+        EXPECT_THAT(plain.output, HasSubstr('\t' + std::string(row.state) + "\tversion"));
+        EXPECT_EQ(plain.exitStatus, row.state == std::string("current") ? 0 : 1);
+    }
+}
+
+TEST_F(SyncStatusOutput, DamagedStatus_IsShownAndOldVersionsAreDeletedNevertheless) {
+    etcd->control({"put", "/sysconf/status/node-2", "x"});
+    const CommandResult plain = runSync(*etcd, {"status", "-o", "plain"});
+    EXPECT_EQ(plain.output,
+              std::string("node-1\t2\t") + kSince + "\tcurrent\t\t\nnode-2\t0\t\tdamaged\t\t\n");
+    EXPECT_EQ(plain.exitStatus, 1);
+
+    RunningCommand waiting = waitFor("2");
+    etcd->waitForMetric(0, "etcd_debugging_mvcc_watcher_total 1");
+    etcd->control({"put", "/sysconf/status/node-2", "y"});
+    store->writeStatus("node-2", {.version = 2, .since = kSince});
+    const CommandResult done = waiting.finish();
+    EXPECT_EQ(done.exitStatus, 0) << done.errors << done.output;
+
+    etcd->control({"put", "/sysconf/status/node-2", "x"});
+    ASSERT_EQ(runSync(*etcd, {"rollback", "2", "--keep", "1"}).errors, "");
+    EXPECT_FALSE(store->info(1));
+}
+
 TEST_F(SyncStatusOutput, AllNodesRunIt_IsDone) {
     store->writeStatus("node-2", {.version = 2, .since = kSince});
     EXPECT_EQ(runSync(*etcd, {"status"}).exitStatus, 0);
@@ -124,6 +159,13 @@ TEST_F(SyncStatusOutput, Wait_EndsBySignal) {
     const CommandResult done = waiting.finish();
     EXPECT_EQ(done.exitStatus, 1);
     EXPECT_EQ(done.errors, "sysconfsync: interrupted\n");
+}
+
+TEST_F(SyncStatusOutput, VersionThatHasBeenDeleted_IsAnError) {
+    etcd->control({"del", "--prefix", "/sysconf/versions/1/"});
+    const CommandResult done = waitFor("1").finish();
+    EXPECT_EQ(done.exitStatus, 1);
+    EXPECT_THAT(done.errors, HasSubstr("there is no version 1, or it has been deleted"));
 }
 
 TEST_F(SyncStatusOutput, VersionThatDoesNotExist_IsAnError) {

@@ -118,6 +118,22 @@ TEST(CheckTrees, OtherFiles_AreIgnored) {
     EXPECT_EQ(checked(copy)["checked"]["files"], 12);
 }
 
+TEST(CheckTrees, EnvFileThatIsLeftOut_IsAWarning) {
+    const fs::path copy = copyOfSamples();
+    support::writeFile(copy / "odd.env", "APP_ROOT=ha-pair/node-1\nnot an assignment\n");
+    fs::create_symlink(tool::samplesDirectory(), copy / "linked");
+    fs::create_symlink("ha-pair", copy / "inside");
+    const Json::Value report = checked(copy);
+    EXPECT_EQ(report["checked"]["files"], 12);
+    ASSERT_GE(report["findings"].size(), 2U) << report;
+    const std::string texts =
+        report["findings"][0]["text"].asString() + '\n' + report["findings"][1]["text"].asString();
+    EXPECT_THAT(texts, AllOf(HasSubstr("odd.env:2: expected KEY=VALUE"),
+                             HasSubstr("linked is a link to a folder outside")));
+    EXPECT_EQ(report["findings"][0]["name"], "left-out");
+    EXPECT_EQ(report["warnings"], 2);
+}
+
 TEST(CheckTrees, NamedFiles_AreCheckedTogether) {
     const fs::path pair = tool::samplesDirectory() / "ha-pair";
     const auto result = tool::run({"check", "--strict", (pair / "node-1/etc/app.json").string(),

@@ -155,6 +155,12 @@ TEST_F(Follow, ServiceManager_IsNotifiedOfReadinessWorkAndEnd) {
     manager.waitFor("STOPPING=1");
     EXPECT_EQ(follower.finish().exitStatus, 0);
 
+    m_etcd->requireUsers("right");
+    {
+        const support::RunningCommand denied = manager.start(followCommand());
+        manager.waitFor("READY=1\nWATCHDOG=1\nSTATUS=version 1 is applied, "
+                        "etcd requires a user and a password");
+    }
     killAllMembers();
     const support::RunningCommand again = manager.start(followCommand());
     manager.waitFor("READY=1\nWATCHDOG=1\nSTATUS=version 1 is applied, etcd does not answer");

@@ -95,6 +95,10 @@ void checkRepeated(Checker& checker, const SourceFile& file, const located::Valu
 } // namespace
 
 void checkFiles(Checker& checker) {
+    for (const std::string& sentence : checker.inventory.leftOut) {
+        checker.environment(Severity::Warning, "left-out",
+                            sentence + ": its processes are not checked", "");
+    }
     std::set<const SourceFile*> seen;
     for (const View& view : checker.inventory.views) {
         for (const SourceFile* file : {view.appConfig, view.nodeList, view.managerNodeList}) {

@@ -45,6 +45,8 @@ struct EnvFilePaths {
     std::string appConfig;
     std::string nodeList;
     std::string managerNodeList;
+    /// Of the environment file, as it was read for the check.
+    std::string text;
 };
 
 /// The files that a process reads; null for a file that is not checked.
@@ -61,6 +63,9 @@ struct View {
 struct Inventory {
     std::deque<SourceFile> files;
     std::vector<View> views;
+    /// What a tree has besides these: env files that cannot be read or parsed, and links to folders
+    /// outside, which are not entered. One sentence each; escaped.
+    std::vector<std::string> leftOut;
     /// Empty if the files are those of several hosts.
     std::list<std::string> hostAddresses;
 };

@@ -14,6 +14,7 @@ const std::vector<FindingName>& findingNames() {
         {"foreign-address", "An address of a process is not an address of its node"},
         {"foreign-node", "An address of a process belongs to another node"},
         {"hidden-character", "A leading or trailing blank, or an invisible character"},
+        {"left-out", "An env file or a linked folder of a tree is not read"},
         {"list-mismatch", "Node lists describe a node differently"},
         {"no-address", "An address entry has no address"},
         {"no-addresses", "A node has no addresses"},

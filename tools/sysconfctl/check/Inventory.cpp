@@ -38,8 +38,11 @@ public:
         for (auto entry = fs::recursive_directory_iterator(
                  operand, fs::directory_options::skip_permission_denied, error);
              entry != fs::recursive_directory_iterator(); entry.increment(error)) {
+            const std::string path = entry->path().lexically_normal();
             if (!entry->is_directory(error)) {
-                paths.push_back(entry->path().lexically_normal());
+                paths.push_back(path);
+            } else if (entry->is_symlink(error) && *fs::relative(path, operand).begin() == "..") {
+                m_inventory.leftOut.push_back(shellWord(path) + " is a link to a folder outside");
             }
         }
         std::sort(paths.begin(), paths.end());
@@ -119,17 +122,23 @@ private:
         }
     }
 
-    /// A file that the user did not name may belong to another program.
+    /// A file that the user did not name may belong to another program, so it is no usage error.
     void addEnvFile(const std::string& path, bool named) {
         std::map<std::string, std::string> values;
+        std::string text;
         try {
-            for (const Assignment& one : readEnvFile(path)) {
+            if (!named && fs::is_other(path)) { // reading a pipe would block
+                throw UsageError(shellWord(path) + " is not a regular file");
+            }
+            text = readEnvFileText(path);
+            for (const Assignment& one : parseEnvFile(text, shellWord(path))) {
                 values[one.variable] = one.value;
             }
-        } catch (const UsageError&) {
+        } catch (const UsageError& error) {
             if (named) {
                 throw;
             }
+            m_inventory.leftOut.emplace_back(error.what());
             return;
         }
         if (!named && !values.contains("APP_CONF_FILE") && !values.contains("APP_ROOT")) {
@@ -154,7 +163,7 @@ private:
             }
         };
         view.paths = {path, at("APP_CONF_FILE", ""), at("APP_ROOT", kNodeListFile),
-                      at("TOLM_ROOT", kManagerNodeListFile)};
+                      at("TOLM_ROOT", kManagerNodeListFile), std::move(text)};
         set(&View::appConfig, view.paths->appConfig, readAppConfigAt, m_appConfigs);
         set(&View::nodeList, view.paths->nodeList, readNodeListAt, m_nodeLists);
         set(&View::managerNodeList, view.paths->managerNodeList, readManagerNodeListAt,

@@ -55,15 +55,6 @@ const char* fault(std::string_view key, std::size_t equals, std::string_view val
     return value.find('\0') == std::string_view::npos ? nullptr : "the value contains a NUL byte";
 }
 
-std::string readFile(const std::string& path) {
-    try {
-        return readBytes(path);
-    } catch (const std::system_error& error) {
-        throw UsageError(fmt::format("cannot read the environment file {}: {}", shellWord(path),
-                                     error.code().message()));
-    }
-}
-
 std::vector<std::string_view> knownVariables(bool ofLibraryOnly) {
     std::vector<std::string_view> names;
     for (const VariableRow& row : variableTable()) {
@@ -167,8 +158,17 @@ std::vector<Assignment> parseEnvFile(const std::string& text, const std::string&
     return assignments;
 }
 
+std::string readEnvFileText(const std::string& path) {
+    try {
+        return readBytes(path);
+    } catch (const std::system_error& error) {
+        throw UsageError(fmt::format("cannot read the environment file {}: {}", shellWord(path),
+                                     error.code().message()));
+    }
+}
+
 std::vector<Assignment> readEnvFile(const std::string& path) {
-    return parseEnvFile(readFile(path), shellWord(path));
+    return parseEnvFile(readEnvFileText(path), shellWord(path));
 }
 
 void applyEnvironment(const std::optional<std::string>& envFile,

@@ -24,6 +24,9 @@ Assignment parseAssignment(std::string_view text);
 /// @throws UsageError that names the line, but never contains its value.
 std::vector<Assignment> parseEnvFile(const std::string& text, const std::string& name);
 
+/// @throws UsageError if the environment file cannot be read.
+std::string readEnvFileText(const std::string& path);
+
 /// @throws UsageError if it cannot be read or is malformed.
 std::vector<Assignment> readEnvFile(const std::string& path);
 

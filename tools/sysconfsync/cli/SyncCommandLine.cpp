@@ -12,6 +12,7 @@
 #include <fmt/format.h>
 
 #include <cstdlib>
+#include <sstream>
 #include <system_error>
 #include <utility>
 
@@ -55,6 +56,20 @@ std::string readPassword(const std::string& file) {
         throw UsageError(fmt::format("cannot read the password file {}: {}",
                                      sysconfctl::shellWord(file), error.code().message()));
     }
+}
+
+/// Not a default of the option: the parser would apply it for the commands that are not called,
+/// too, and these have the same variable for the result.
+std::vector<std::string> defaultEndpoints() {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): the environment does not change.
+    const char* const variable = std::getenv("SYSCONFSYNC_ENDPOINTS");
+    const bool isSet = variable != nullptr && *variable != '\0';
+    std::istringstream text(isSet ? variable : "http://127.0.0.1:2379");
+    std::vector<std::string> endpoints;
+    for (std::string endpoint; std::getline(text, endpoint, ',');) {
+        endpoints.push_back(endpoint);
+    }
+    return endpoints;
 }
 
 class SyncParser {
@@ -127,10 +142,10 @@ private:
         app.callback([this, run] { m_run = run; });
         Connection& connection = m_options.connection;
         app.add_option("--endpoints", connection.endpoints,
-                       "URLs of members of etcd, tried one after the other; default: "
-                       "http://127.0.0.1:2379")
+                       "URLs of members of etcd, tried one after the other; default: the "
+                       "variable SYSCONFSYNC_ENDPOINTS, or http://127.0.0.1:2379")
             ->delimiter(',')
-            ->envname("SYSCONFSYNC_ENDPOINTS")
+            ->allow_extra_args(false) // the next word may be an operand
             ->type_name("URL,URL");
         app.add_option("--prefix", m_options.prefix, "The prefix of the keys; default: /sysconf/")
             ->type_name("PREFIX");
@@ -171,6 +186,8 @@ private:
                        "The version that must be current, 0 for none")
             ->check(CLI::NonNegativeNumber)
             ->type_name("VERSION");
+        app.add_flag("--remove-nodes", m_options.removeNodes,
+                     "Publish also if the current version has more nodes");
         app.add_option("-m,--message", m_options.message, "What has changed")->type_name("TEXT");
         addNumber(app, "--keep", m_options.keep, "NUMBER",
                   "How many versions are kept; default: 10");
@@ -188,7 +205,7 @@ private:
     SyncOptions finished() {
         Connection& connection = m_options.connection;
         if (connection.endpoints.empty()) {
-            connection.endpoints = {"http://127.0.0.1:2379"};
+            connection.endpoints = defaultEndpoints();
         }
         for (std::string& endpoint : connection.endpoints) {
             if (!endpoint.starts_with("http://") && !endpoint.starts_with("https://")) {

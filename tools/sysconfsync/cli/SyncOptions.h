@@ -26,6 +26,7 @@ struct SyncOptions {
     std::optional<std::int64_t> basedOn;
     std::string message;
     bool dryRun = false;
+    bool removeNodes = false;
     std::size_t keep = 10;
     /// The version to publish again or to fetch; unset: the current one.
     std::optional<std::int64_t> version;

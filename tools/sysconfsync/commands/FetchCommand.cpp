@@ -27,15 +27,15 @@ SyncStatus runFetch(const SyncOptions& options) {
     const std::int64_t version = options.version ? *options.version : store.current().version();
     const Nodes nodes = store.nodes(version);
     if (nodes.empty()) {
-        sysconfctl::reportError(
-            sysconfctl::diagnostic::kRefused,
-            version == 0 ? std::string("nothing has been published yet")
-                         : fmt::format("there is no version {}, or it has been deleted", version));
+        sysconfctl::reportError(sysconfctl::diagnostic::kRefused,
+                                version == 0 ? "nothing has been published yet"
+                                             : noVersionText(version));
         return SyncStatus::Refused;
     }
+    const Info info = store.info(version).value_or(Info());
     ::umask(S_IRWXG | S_IRWXO); // app config files have passwords
     writeTree(nodes, options.directory);
-    writeState(options.directory, {store.clusterId(), options.prefix, version});
+    writeState(options.directory, {store.clusterId(), options.prefix, version, info.id});
     sysconfctl::writeOutput(
         fmt::format("version {} is in {}\n", version, sysconfctl::shellWord(options.directory)));
     return SyncStatus::Done;

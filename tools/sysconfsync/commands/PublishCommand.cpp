@@ -40,23 +40,27 @@ std::optional<Nodes> checkedNodes(const SyncOptions& options) {
     return tree.problems.empty() ? std::optional(std::move(tree.nodes)) : std::nullopt;
 }
 
-std::int64_t baseOf(const SyncOptions& options, const std::string& clusterId) {
+/// The version that the tree is based on; 0: none of this cluster and prefix.
+TreeState baseOf(const SyncOptions& options, const std::string& clusterId) {
     if (options.basedOn) {
-        return *options.basedOn;
+        return {.version = *options.basedOn};
     }
     const std::optional<TreeState> state = readState(options.directory);
     const bool sameStore = state && state->cluster == clusterId && state->prefix == options.prefix;
-    return sameStore ? state->version : 0;
+    return sameStore ? *state : TreeState();
 }
 
 /// Whether the tree is based on the current version. Reports otherwise.
 bool verifyBase(const SyncOptions& options, const Current& current, const std::string& clusterId) {
-    const std::int64_t base = baseOf(options, clusterId);
-    if (base == current.version()) {
+    const TreeState base = baseOf(options, clusterId);
+    const bool sameNumber = base.version == current.version();
+    if (sameNumber && (!current.info || base.id.empty() || base.id == current.info->id)) {
         return true;
     }
-    const std::string have = base == 0 ? "this tree is not based on a version"
-                                       : fmt::format("this tree is based on version {}", base);
+    const std::string have = base.version == 0
+                                 ? "this tree is not based on a version"
+                                 : fmt::format("this tree is based on {}version {}",
+                                               sameNumber ? "another " : "", base.version);
     sysconfctl::reportError(
         diagnostic::kRefused,
         current.info
@@ -79,7 +83,8 @@ SyncStatus runPublish(const SyncOptions& options) {
     Client client(options.connection);
     Store store(client, options.prefix);
     const Current current = store.current();
-    if (!verifyBase(options, current, store.clusterId())) {
+    if (!verifyBase(options, current, store.clusterId()) ||
+        !keepsNodes(store, *nodes, current, options)) {
         return SyncStatus::Refused;
     }
     const Info info = nextInfo(current, options.message);
@@ -89,17 +94,8 @@ SyncStatus runPublish(const SyncOptions& options) {
             dryRun(before, *nodes, current, store.publication(*nodes, info, current), options));
         return SyncStatus::Done;
     }
-    if (!publishNodes(store, *nodes, info, current, options)) {
-        return SyncStatus::Refused;
-    }
-    try {
-        writeState(options.directory, {store.clusterId(), options.prefix, info.version});
-    } catch (const sysconfctl::OutputError& error) {
-        sysconfctl::reportNotice(
-            diagnostic::kOutput,
-            fmt::format("the next publish needs --based-on {}: {}", info.version, error.what()));
-    }
-    return SyncStatus::Done;
+    return publishNodes(store, *nodes, info, current, options) ? SyncStatus::Done
+                                                               : SyncStatus::Refused;
 }
 
 } // namespace sysconfsync

@@ -5,11 +5,13 @@
 #include "cli/SyncDiagnostics.h"
 #include "render/Output.h"
 #include "render/Text.h"
+#include "tree/DeploymentTree.h"
 
 #include <fmt/format.h>
 
 #include <array>
 #include <climits>
+#include <functional>
 #include <pwd.h>
 #include <unistd.h>
 
@@ -56,6 +58,16 @@ EtcdError explained(const EtcdError& error, const Transaction& publication, cons
     return result;
 }
 
+/// After the version has been published, a failure is a notice.
+void tryStep(const std::string& consequence, const std::function<void()>& step) {
+    try {
+        step();
+    } catch (const std::exception& error) {
+        sysconfctl::reportNotice(sysconfctl::diagnostic::kIncomplete,
+                                 consequence + ": " + error.what());
+    }
+}
+
 std::optional<Current> publishExplained(Store& store, const Transaction& publication,
                                         const Info& info) {
     try {
@@ -84,9 +96,34 @@ std::string describe(const Info& info) {
                        info.message.empty() ? "" : ", " + escaped(info.message));
 }
 
+std::string noVersionText(std::int64_t version) {
+    return fmt::format("there is no version {}, or it has been deleted", version);
+}
+
 std::string sizeText(const Transaction& publication) {
     return fmt::format("{} and {}", counted(publication.success.size(), "operation", "operations"),
                        counted(requestBytes(publication), "byte", "bytes"));
+}
+
+bool keepsNodes(Store& store, const Nodes& nodes, const Current& current,
+                const SyncOptions& options) {
+    if (!current.info || options.removeNodes) {
+        return true;
+    }
+    std::vector<std::string> removed;
+    for (const std::string& name : store.nodeNames(current.version())) {
+        if (!nodes.contains(name)) {
+            removed.push_back(escaped(name));
+        }
+    }
+    if (!removed.empty()) {
+        reportError(sysconfctl::diagnostic::kRefused,
+                    fmt::format("nothing has been published: version {} has {} that would be "
+                                "removed: {}; --remove-nodes removes them",
+                                current.version(), counted(removed.size(), "node", "nodes"),
+                                sysconfctl::joined(removed, ", ")));
+    }
+    return removed.empty();
 }
 
 bool publishNodes(Store& store, const Nodes& nodes, const Info& info, const Current& base,
@@ -100,14 +137,17 @@ bool publishNodes(Store& store, const Nodes& nodes, const Info& info, const Curr
                                 base.version()));
         return false;
     }
-    sysconfctl::writeOutput(fmt::format("version {} is published for {}\n", info.version,
-                                        counted(nodes.size(), "node", "nodes")));
-    try {
-        store.deleteOld(options.keep);
-    } catch (const EtcdError& error) {
-        sysconfctl::reportNotice(sysconfctl::diagnostic::kStore,
-                                 fmt::format("old versions are not deleted: {}", error.what()));
+    if (!options.directory.empty()) {
+        tryStep(fmt::format("the next publish needs --based-on {}", info.version), [&] {
+            writeState(options.directory,
+                       {store.clusterId(), options.prefix, info.version, info.id});
+        });
     }
+    tryStep(fmt::format("version {} is published, but this cannot be reported", info.version), [&] {
+        sysconfctl::writeOutput(fmt::format("version {} is published for {}\n", info.version,
+                                            counted(nodes.size(), "node", "nodes")));
+    });
+    tryStep("old versions are not deleted", [&] { store.deleteOld(options.keep); });
     return true;
 }
 

@@ -21,17 +21,15 @@ SyncStatus runRollback(const SyncOptions& options) {
     }
     const Nodes nodes = store.nodes(*options.version);
     if (nodes.empty()) {
-        sysconfctl::reportError(
-            diagnostic::kRefused,
-            fmt::format("nothing has been published: there is no version {}, or it has been "
-                        "deleted",
-                        *options.version));
+        sysconfctl::reportError(diagnostic::kRefused,
+                                "nothing has been published: " + noVersionText(*options.version));
         return SyncStatus::Refused;
     }
     const std::string message = options.message.empty()
                                     ? fmt::format("rollback to version {}", *options.version)
                                     : options.message;
-    return publishNodes(store, nodes, nextInfo(current, message), current, options)
+    return keepsNodes(store, nodes, current, options) &&
+                   publishNodes(store, nodes, nextInfo(current, message), current, options)
                ? SyncStatus::Done
                : SyncStatus::Refused;
 }

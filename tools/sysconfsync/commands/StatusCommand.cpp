@@ -26,11 +26,19 @@ struct NodeRow {
     std::string node;
     NodeStatus status;
     /// "current": runs the version or a newer one; "older": an older one; "refused"; "silent":
-    /// has no status; "removed": not a node of the version.
+    /// has no status; "damaged": its status cannot be parsed; "removed": not a node of the version.
     std::string state;
 };
 
 std::string stateOf(const NodeStatus& status, std::int64_t version) {
+    if (status.damaged) {
+        return "damaged";
+    }
+    // For example after a restore: the node runs a version that is lost, and refuses the current
+    // one.
+    if (status.refused && status.refused->version <= status.version) {
+        return kRefused;
+    }
     return status.version >= version                              ? kCurrent
            : status.refused && status.refused->version >= version ? kRefused
                                                                   : "older";
@@ -171,6 +179,10 @@ SyncStatus runStatus(const SyncOptions& options) {
         return SyncStatus::Refused;
     }
     const std::set<std::string> names = store.nodeNames(version);
+    if (names.empty()) {
+        sysconfctl::reportError(sysconfctl::diagnostic::kRefused, noVersionText(version));
+        return SyncStatus::Refused;
+    }
     Statuses statuses = store.statuses();
     std::vector<NodeRow> rows = rowsOf(names, statuses, version);
     const auto undecided = [&] { return !allRun(rows) && !anyRefused(rows); };

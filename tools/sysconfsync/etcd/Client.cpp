@@ -221,7 +221,7 @@ public:
         }
         m_text.erase(0, begin);
     }
-    /// Takes the last line, which may have no line end.
+    /// Takes the last line of a complete answer, which may have no line end.
     void finish() {
         if (!m_text.empty()) {
             take(std::exchange(m_text, {}));
@@ -306,7 +306,9 @@ Client::Attempt Client::watchOnce(const Watch& watch, Messages& messages) {
                           .wakeDescriptor = watch.wakeDescriptor,
                           .onData = [&](std::string_view data) { messages.add(data); },
                           .remaining = [&] { return messages.remaining(m_connection.callLimit); }});
-    messages.finish();
+    if (result.end == PostEnd::Answered) {
+        messages.finish();
+    }
     Attempt done = std::move(messages.attempt);
     if (!messages.clusterId.empty()) {
         m_clusterId = messages.clusterId;

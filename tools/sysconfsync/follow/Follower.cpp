@@ -196,7 +196,8 @@ void Follower::failed(const EtcdError& error) {
         refuse({}, only(findingOf("malformed", error.what())), true);
         report();
     }
-    notify(", etcd does not answer");
+    notify(error.reason == Failure::Unreachable ? ", etcd does not answer"
+                                                : std::string(", ") + error.what());
     m_client.sleep(untilNextRound(false));
 }
 

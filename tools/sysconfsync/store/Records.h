@@ -46,6 +46,8 @@ struct NodeStatus {
     std::int64_t version = 0;
     std::string since = {};
     std::optional<Refusal> refused = std::nullopt;
+    /// Whether the record cannot be parsed. Never stored.
+    bool damaged = false;
 };
 
 /// The bytes of each file, by its path relative to the folder of the node.

@@ -34,6 +34,15 @@ std::map<std::string, std::string> named(const std::vector<KeyValue>& keys,
     return values;
 }
 
+/// Each node writes its own status: a damaged one does not hide the others.
+NodeStatus statusOf(const std::string& text) {
+    try {
+        return parseStatus(text);
+    } catch (const EtcdError&) {
+        return {.damaged = true};
+    }
+}
+
 } // namespace
 
 Store::Store(Client& client, std::string prefix) : m_client(client), m_prefix(std::move(prefix)) {}
@@ -101,7 +110,7 @@ Statuses Store::statuses() {
     const RangeResult read = m_client.range(allBelow(key("status/")));
     Statuses statuses{{}, read.revision};
     for (const auto& [name, text] : named(read.keys, key("status/"))) {
-        statuses.nodes[name] = parseStatus(text);
+        statuses.nodes[name] = statusOf(text);
     }
     return statuses;
 }
@@ -157,7 +166,7 @@ WatchEnd Store::watchStatuses(Statuses& statuses, const std::function<bool()>& o
                                           if (event.deleted) {
                                               statuses.nodes.erase(name);
                                           } else {
-                                              statuses.nodes[name] = parseStatus(event.key.value);
+                                              statuses.nodes[name] = statusOf(event.key.value);
                                           }
                                       }
                                       return onChange();

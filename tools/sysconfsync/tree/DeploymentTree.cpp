@@ -9,6 +9,7 @@
 #include "etcd/Encoding.h"
 #include "etcd/EtcdError.h"
 #include "etcd/Requests.h"
+#include "follow/VersionCheck.h"
 #include "render/Json.h"
 #include "render/Output.h"
 #include "render/Text.h"
@@ -66,14 +67,13 @@ public:
                                    "in the app config file");
             return;
         }
-        const std::string text = sysconfctl::readBytes(paths.envFile);
-        for (const auto& [variable, value] : sysconfctl::parseEnvFile(text, paths.envFile)) {
+        for (const auto& [variable, value] : sysconfctl::parseEnvFile(paths.text, paths.envFile)) {
             if (fs::path(value).is_absolute() && isPathVariable(variable)) {
                 problem(paths.envFile, variable + " is an absolute path, which leads elsewhere on "
                                                   "the node; name it relative to this file");
             }
         }
-        addFile(node, paths.envFile, paths.envFile, text);
+        addFile(node, paths.envFile, paths.envFile, paths.text);
         addFile(node, paths, paths.appConfig, view.appConfig);
         addFile(node, paths, paths.nodeList, view.nodeList);
         addFile(node, paths, paths.managerNodeList, view.managerNodeList);
@@ -109,6 +109,27 @@ private:
     fs::path m_root;
 };
 
+/// Texts in records are JSON, which replaces other bytes.
+bool isUtf8(const std::string& text) {
+    Json::Value value;
+    value["text"] = text;
+    return parsedObject(sysconfctl::compactJson(value))["text"] == text;
+}
+
+/// Why the node could not have its files.
+std::vector<std::string> faultsOf(const std::string& node, const Files& files) {
+    std::vector<std::string> faults;
+    for (const Json::Value& fault : pathFaults(files)) {
+        faults.push_back(fault["text"].asString());
+    }
+    for (const auto& [path, text] : files) {
+        if (!isUtf8(node) || !isUtf8(path)) {
+            faults.push_back(shellWord(path) + ": the path or the name of the node is not UTF-8");
+        }
+    }
+    return faults;
+}
+
 } // namespace
 
 CollectedTree collectTree(const sysconfctl::Inventory& inventory, const std::string& directory) {
@@ -121,9 +142,17 @@ CollectedTree collectTree(const sysconfctl::Inventory& inventory, const std::str
         }
     }
     CollectedTree tree = std::move(collector.collected);
+    for (const std::string& sentence : inventory.leftOut) {
+        tree.problems.push_back(sentence + ": its processes would not be published");
+    }
     for (const SourceFile& file : inventory.files) {
         if (!named.contains(&file)) {
             tree.leftOut.push_back(file.path);
+        }
+    }
+    for (const auto& [node, files] : tree.nodes) {
+        for (const std::string& fault : faultsOf(node, files)) {
+            tree.problems.push_back(shellWord(node) + ": " + fault);
         }
     }
     if (tree.nodes.empty() && tree.problems.empty()) {
@@ -148,7 +177,8 @@ std::optional<TreeState> readState(const std::string& directory) {
     try {
         const Json::Value value = parsedObject(sysconfctl::readBytes(path));
         return TreeState{sysconfctl::textAt(value, {"cluster"}),
-                         sysconfctl::textAt(value, {"prefix"}), integerAt(value, "version")};
+                         sysconfctl::textAt(value, {"prefix"}), integerAt(value, "version"),
+                         sysconfctl::textAt(value, {"id"})};
     } catch (const std::system_error& error) {
         if (error.code() == std::errc::no_such_file_or_directory) {
             return std::nullopt;
@@ -166,6 +196,7 @@ void writeState(const std::string& directory, const TreeState& state) {
     value["cluster"] = state.cluster;
     value["prefix"] = state.prefix;
     value["version"] = Json::Int64(state.version);
+    value["id"] = state.id;
     sysconfctl::writeOutputFile(statePath(directory), sysconfctl::indentedJson(value));
 }
 

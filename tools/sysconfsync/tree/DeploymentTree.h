@@ -31,9 +31,11 @@ void writeTree(const Nodes& nodes, const std::string& directory);
 
 /// The version that a tree is based on. Another cluster or prefix has other versions.
 struct TreeState {
-    std::string cluster;
-    std::string prefix;
+    std::string cluster = {};
+    std::string prefix = {};
     std::int64_t version = 0;
+    /// Info::id. After a restore of etcd, another version may get the same number. Empty: unknown.
+    std::string id = {};
 };
 
 /// Unset if the tree has no state file.
