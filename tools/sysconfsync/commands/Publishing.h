@@ -19,7 +19,7 @@ std::string noVersionText(std::int64_t version);
 /// "140 operations and 1600000 bytes"
 std::string sizeText(const Transaction& publication);
 
-/// Whether the nodes include all of the current version, or the options allow to remove some.
+/// Whether the nodes include all of the current version, or the options allow the removal of some.
 /// Reports otherwise.
 bool keepsNodes(Store& store, const Nodes& nodes, const Current& current,
                 const SyncOptions& options);
