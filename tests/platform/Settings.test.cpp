@@ -41,13 +41,14 @@ TEST(Settings, RelativePaths_StartAtTheWorkingDirectory) {
 }
 
 TEST(Settings, QuietTime_Is50MillisecondsUnlessANumberUpTo1000IsSet) {
-    EXPECT_EQ(settingsFromEnvironment().quietTime.count(), 50);
+    EXPECT_EQ(settingsFromEnvironment().quietTime, std::chrono::milliseconds(50));
     const std::pair<const char*, int> rows[] = {{"0", 0},     {"7", 7},   {"1000", 1000},
                                                 {"1001", 50}, {"-1", 50}, {"", 50},
                                                 {"7ms", 50},  {" 7", 50}, {"99999999999", 50}};
     for (const auto& [text, expected] : rows) {
         setEnvironment("SYSCONF_EVENT_QUIET_MS", text);
-        EXPECT_EQ(settingsFromEnvironment().quietTime.count(), expected) << '"' << text << '"';
+        EXPECT_EQ(settingsFromEnvironment().quietTime, std::chrono::milliseconds(expected))
+            << '"' << text << '"';
     }
 }
 

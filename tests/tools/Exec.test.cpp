@@ -273,7 +273,7 @@ char stateOf(pid_t process) {
     return stat.at(stat.rfind(')') + 2);
 }
 
-/// In a process group of its own, whose parent is in another one: other groups are not stopped.
+/// Starts the tool in a new process group. A group without a parent in another one is not stopped.
 support::RunningCommand startedInAGroup(const std::vector<std::string>& program) {
     std::vector<std::string> arguments = {"-e", "$| = 1; print \"tool $$\\n\"; setpgrp; exec @ARGV",
                                           SYSCONFCTL};
@@ -405,7 +405,7 @@ TEST(Exec, SignalInheritedAsIgnored_IsNotPassedOnAndDoesNotEndRestarts) {
                                        "started 10.2.1.3\nsignal TERM\nended\n");
 }
 
-/// The kernel delays whoever opens the file until the lease ends.
+/// Until the lease ends, the kernel delays other processes that open the file.
 class Lease {
 public:
     explicit Lease(const fs::path& file)

@@ -33,7 +33,7 @@ class Browser:
             raise AssertionError("chromium is not installed; scripts/test installs it")
         commands, self.write_to = os.pipe()
         self.read_from, events = os.pipe()
-        descriptors = [fcntl.fcntl(end, fcntl.F_DUPFD, FIRST_FREE) for end in (commands, events)]
+        descriptors = [fcntl.fcntl(one, fcntl.F_DUPFD, FIRST_FREE) for one in (commands, events)]
 
         def connect():
             os.dup2(descriptors[0], 3)
@@ -45,8 +45,8 @@ class Browser:
              f"--user-data-dir={folder}", "--remote-debugging-pipe", "about:blank"],
             preexec_fn=connect, pass_fds=(3, 4), stdin=subprocess.DEVNULL,
             stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        for end in (commands, events, *descriptors):
-            os.close(end)
+        for one in (commands, events, *descriptors):
+            os.close(one)
         self.pending = b""
         self.events = []
         self.number = 0

@@ -36,7 +36,7 @@ struct ClusterNode {
     std::string standsInFor;
 
     const Listed& listing() const { return nodeList.present ? nodeList : managerNodeList; }
-    /// "this", "master", "standby", "stands in for n1".
+    /// For people: "this", "master", "standby".
     std::vector<std::string> marks() const;
     /// "local" for the node list, "manager" for the manager node list.
     std::vector<std::string> lists() const;

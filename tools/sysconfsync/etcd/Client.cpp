@@ -13,6 +13,10 @@
 namespace sysconfsync {
 namespace {
 
+std::string noAnswerText(std::chrono::milliseconds limit) {
+    return fmt::format("no answer within {} ms", limit.count());
+}
+
 using sysconfctl::compactJson;
 using sysconfctl::escaped;
 
@@ -179,7 +183,7 @@ Client::Attempt Client::exchange(const char* path, const std::string& body) {
                           .remaining = [&] { return deadline - Clock::now(); }});
     Attempt done{.trouble = result.trouble, .sent = result.sent};
     if (result.end == PostEnd::TimedOut) {
-        done.trouble = fmt::format("no answer within {} ms", m_connection.callLimit.count());
+        done.trouble = noAnswerText(m_connection.callLimit);
     }
     if (result.end != PostEnd::Answered) {
         return done;
@@ -323,7 +327,7 @@ Client::Attempt Client::watchOnce(const Watch& watch, Messages& messages) {
     } else if (result.end != PostEnd::TimedOut) {
         done.trouble = result.end == PostEnd::Failed ? result.trouble : "the watch has ended";
     } else if (!messages.created) {
-        done.trouble = fmt::format("no answer within {} ms", m_connection.callLimit.count());
+        done.trouble = noAnswerText(m_connection.callLimit);
     }
     return done;
 }
