@@ -137,6 +137,21 @@ TEST(Watch, NoSubscription_StillShowsChangesOfTheFiles) {
     }
 }
 
+TEST(Watch, SignalInheritedAsIgnored_DoesNotEndIt) {
+    support::Deployment deployment;
+    support::writeGeneration(deployment, 1);
+    support::RunningCommand running =
+        support::Command("/bin/sh", {"-c", "trap '' HUP; exec " SYSCONFCTL " watch local-south-ip"})
+            .variable("NO_EM_CLIENT", "1")
+            .start();
+    running.waitForOutput("10.1.1.3");
+    running.signal(SIGHUP);
+    support::writeGeneration(deployment, 2);
+    running.waitForOutput("10.2.1.3");
+    running.signal(SIGTERM);
+    EXPECT_EQ(running.finish().exitStatus, 0);
+}
+
 TEST(Watch, Queries_AreTheOnlyOnesShown) {
     support::RunningCommand running =
         watch({"-o", "plain", "db-type", "db-user-name alarms 0", "getLocalPort"}).start();

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "exec/PassedSignals.h"
 
+#include "watch/EndSignals.h"
+
 #include <cerrno>
 #include <sys/prctl.h>
 #include <system_error>
@@ -10,18 +12,6 @@ namespace sysconfctl {
 namespace {
 
 bool pipeSignalIgnored = false;
-
-/// The kernel queues a blocked signal even if it is ignored. It must not end `exec`, because the
-/// program, which ignores it too, continues.
-void removeIgnored(sigset_t& signals) {
-    for (int number = 1; number <= SIGRTMAX; ++number) {
-        struct sigaction inherited {};
-        if (number != SIGCHLD && ::sigaction(number, nullptr, &inherited) == 0 &&
-            inherited.sa_handler == SIG_IGN) {
-            ::sigdelset(&signals, number);
-        }
-    }
-}
 
 sigset_t setOf(std::initializer_list<int> numbers) {
     sigset_t signals;
@@ -54,6 +44,7 @@ bool inheritedPipeSignalIgnored() {
 }
 
 PassedSignals::PassedSignals() {
+    // One that is ignored must not end `exec`: the program, which ignores it too, continues.
     sigset_t signals = passedSignals();
     removeIgnored(signals);
     ::pthread_sigmask(SIG_BLOCK, &signals, &m_inherited);

@@ -16,11 +16,22 @@ sigset_t blockedEndSignals() {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         ::sigaddset(&signals, signal);
     }
+    removeIgnored(signals);
     ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     return signals;
 }
 
 } // namespace
+
+void removeIgnored(sigset_t& signals) {
+    for (int number = 1; number <= SIGRTMAX; ++number) {
+        struct sigaction inherited {};
+        if (number != SIGCHLD && ::sigaction(number, nullptr, &inherited) == 0 &&
+            inherited.sa_handler == SIG_IGN) {
+            ::sigdelset(&signals, number);
+        }
+    }
+}
 
 EndSignals::EndSignals() {
     const sigset_t signals = blockedEndSignals();
