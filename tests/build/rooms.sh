@@ -48,7 +48,7 @@ if ((checked < 50)); then
 fi
 
 # "FOLDER/NAME" without ending, once per pair of header and source; then the repeated names.
-repeated=$(find src platform tools bindings -type f ! -name CMakeLists.txt |
+repeated=$(find src platform tools bindings -type f ! -name CMakeLists.txt ! -path '*/.*' |
   sed -E 's,\.[^./]*$,,' | sort -u | sed 's,.*/,,' | sort | uniq -d)
 for name in $repeated; do
   echo "more than one file of the product is named $name:" >&2
