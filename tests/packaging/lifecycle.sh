@@ -121,9 +121,10 @@ incompatible=$((${version%%.*} + 1)).0.0
 
 step "apt-get update"
 apt update
-step "install what debian/tests needs, and dpkg-dev"
+step "install what debian/tests needs, dpkg-dev, and systemd"
 read -ra needed < <(sed -n 's/^Depends: //p' debian/tests/control | sed 's/libsysconfreader-dev//; s/,/ /g')
-apt install "${needed[@]}" dpkg-dev
+# Removing systemd, which makes the user of sysconfsync, leaves files.
+apt install "${needed[@]}" dpkg-dev systemd
 files >"$work/before"
 
 step "install $version"
