@@ -13,12 +13,12 @@
 namespace sysconfsync {
 namespace {
 
+using sysconfctl::compactJson;
+using sysconfctl::escaped;
+
 std::string noAnswerText(std::chrono::milliseconds limit) {
     return fmt::format("no answer within {} ms", limit.count());
 }
-
-using sysconfctl::compactJson;
-using sysconfctl::escaped;
 
 constexpr std::size_t kRounds = 3;
 constexpr std::chrono::seconds kPause{1};
