@@ -2,6 +2,7 @@
 #include "cli/CommandWords.h"
 
 #include "cli/CommandTable.h"
+#include "cli/HelpText.h"
 #include "cli/Suggestion.h"
 #include "cli/UsageError.h"
 #include "query/QueryUsage.h"
@@ -11,6 +12,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 namespace sysconfctl {
 namespace {
@@ -34,8 +36,7 @@ bool isOneOf(const std::string& word, Option option) {
     return word == row.name || word == row.letter;
 }
 
-} // namespace
-
+/// CLI11 expects that. Only --version stays, if it is given before the command.
 std::vector<std::string> commandFirst(std::vector<std::string> words) {
     auto word = words.begin();
     while (word != words.end() && word->size() > 1 && word->starts_with('-') && *word != "--") {
@@ -49,6 +50,51 @@ std::vector<std::string> commandFirst(std::vector<std::string> words) {
         std::rotate(words.begin(), word, word + 1);
     }
     return words;
+}
+
+/// CLI11 parses a positional in brackets as a list. A NUL byte after the bracket prevents that: no
+/// argument of a process can contain one.
+constexpr char kBracketGuard = '\0';
+
+std::string guarded(std::string word) {
+    const bool bracketed = word.size() >= 2 && word.front() == '[' && word.back() == ']';
+    return bracketed ? std::move(word) + kBracketGuard : word;
+}
+
+/// Moves the words after "--" to the program, if the first one is a command that runs one. They are
+/// not parsed: each one reaches the program verbatim.
+void takeProgram(std::vector<std::string>& words, std::vector<std::string>& program) {
+    const CommandRow* const row = commandNamed(words.front());
+    const auto end = std::find(words.begin(), words.end(), "--");
+    if (row != nullptr && row->operands == Operands::Program && end != words.end()) {
+        program.assign(end + 1, words.end());
+        words.erase(end, words.end());
+    }
+}
+
+} // namespace
+
+CommandWords commandWords(int argc, const char* const* argv) {
+    if (argc < 2) {
+        throw UsageError(overview());
+    }
+    CommandWords result;
+    result.reversed = commandFirst({argv + 1, argv + argc});
+    if (!result.reversed.front().starts_with('-') &&
+        commandNamed(result.reversed.front()) == nullptr) {
+        rejectCommand(result.reversed.front());
+    }
+    takeProgram(result.reversed, result.program);
+    for (std::string& word : result.reversed) {
+        word = guarded(std::move(word));
+    }
+    std::reverse(result.reversed.begin(), result.reversed.end());
+    return result;
+}
+
+std::string unguarded(std::string text) {
+    std::erase(text, kBracketGuard);
+    return text;
 }
 
 void rejectCommand(const std::string& word) {
