@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // With _FORTIFY_SOURCE a compiler may call these functions of glibc instead of the plain ones;
 // which, depends on the compiler and glibc. Here they call the plain ones, which tests replace.
+#undef _FORTIFY_SOURCE // otherwise they would call themselves
 
 #include <cstddef>
 #include <fcntl.h>
