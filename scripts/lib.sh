@@ -11,7 +11,7 @@ build_packages=(g++ cmake ninja-build pkgconf libjsoncpp-dev libace-dev rapidjso
 package_packages=(binutils build-essential chrpath debhelper doxygen dpkg-dev file lintian)
 # shellcheck disable=SC2034
 test_packages=("${package_packages[@]}" abigail-tools xz-utils
-  clang libclang-rt-dev lld meson libgtest-dev libgmock-dev
+  clang libclang-rt-dev lld llvm meson libgtest-dev libgmock-dev
   libbenchmark-dev nlohmann-json3-dev locales graphviz strace python3 python3-jsonschema
   python3-pip python3-setuptools python3-wheel etcd-client etcd-server openssl
   zsh fish mandoc groff-base chromium)

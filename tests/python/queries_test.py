@@ -116,9 +116,9 @@ class QueriesTest(support.MasterTest):
         self.assertEqual(port, "caf\ufffd 12")
 
     def test_Answers_AreFreed(self):
-        self.configure(lambda config: config["databases"].update(large="x" * (16 << 20)))
-        self.assertEqual(len(sysconfreader.db_info("large")), 16 << 20)
-        support.limit_memory(256 << 20)
+        self.configure(lambda config: config["databases"].update(large="x" * (4 << 20)))
+        self.assertEqual(len(sysconfreader.db_info("large")), 4 << 20)
+        support.limit_memory(64 << 20)
         for _ in range(50):
             sysconfreader.db_info("large")
 
