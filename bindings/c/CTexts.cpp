@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <cxxabi.h>
 
 namespace sysconfreader_c {
 
@@ -15,7 +16,6 @@ namespace {
 using Quarncommon::queries::Groups;
 using Quarncommon::queries::jsonText;
 using Quarncommon::queries::Map;
-using Quarncommon::queries::NoAnswer;
 using Quarncommon::queries::Overloaded;
 
 /// Fixed, so that storing an error needs no memory.
@@ -117,7 +117,6 @@ std::string formatted(const Answer& answer, enum sysconfreader_format format) {
         return jsonText(jsonOf(answer));
     }
     return std::visit(Overloaded{
-                          [](const NoAnswer&) { return std::string(); },
                           [](const std::string& text) { return text; },
                           [](int number) { return std::to_string(number); },
                           [](const List& list) { return lines(list); },
@@ -129,7 +128,7 @@ std::string formatted(const Answer& answer, enum sysconfreader_format format) {
                               return lines(rows);
                           },
                           [](const Groups& groups) { return lines(keysWithTexts(groups)); },
-                          [](const Json::Value& value) { return jsonText(value); },
+                          [&](const auto& /*value*/) { return jsonText(jsonOf(answer)); },
                       },
                       answer.value);
 }

@@ -6,7 +6,6 @@
 #include <SysConfReaderStatus.h>
 #include <queries/Queries.h>
 
-#include <cxxabi.h>
 #include <exception>
 #include <new>
 #include <string>
@@ -43,8 +42,6 @@ template <typename Work>
 int guarded(Work work) {
     try {
         return succeeded(work());
-    } catch (abi::__forced_unwind&) {
-        throw;
     } catch (...) {
         return resultOfException();
     }

@@ -59,10 +59,6 @@ Descriptor::Descriptor(int descriptor, const char* call) {
     m_descriptor = moved;
 }
 
-Descriptor::Descriptor(Descriptor&& other) noexcept
-    : m_descriptor(std::exchange(other.m_descriptor, -1)), m_mark(other.m_mark),
-      m_device(other.m_device), m_inode(other.m_inode) {}
-
 Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
     if (this != &other) {
         close();

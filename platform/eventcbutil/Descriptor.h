@@ -15,7 +15,6 @@ public:
     /// @param descriptor The result of the call that opened it.
     /// @throws std::system_error if there is no descriptor or it cannot be marked; it is closed.
     Descriptor(int descriptor, const char* call);
-    Descriptor(Descriptor&& other) noexcept;
     Descriptor& operator=(Descriptor&& other) noexcept;
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;

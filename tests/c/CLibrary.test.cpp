@@ -6,6 +6,7 @@
 #include "SysConfReader.h"
 #include "SysConfReaderStatus.h"
 #include "SysConfReader_i.h"
+#include "support/Cancellation.h"
 #include "support/EventLibrary.h"
 #include "support/HostAddresses.h"
 #include "support/Operations.h"
@@ -354,6 +355,25 @@ TEST_F(CLibrary, EventLibraryThatThrows_IsAnInternalFailure) {
     EXPECT_EQ(get("local-port", {}), (Got{SYSCONFREADER_INTERNAL, ""}));
     EXPECT_STREQ(sysconfreader_error(), "no event service");
     support::setInitThrows(false);
+    EXPECT_EQ(get("local-port", {}).result, SYSCONFREADER_OK);
+}
+
+TEST_F(CLibrary, EventLibraryThatThrowsAnyObject_IsAnInternalFailure) {
+    support::setInitHook([] { throw 1; });
+    EXPECT_EQ(get("local-port", {}), (Got{SYSCONFREADER_INTERNAL, ""}));
+    EXPECT_STREQ(sysconfreader_error(), "an exception of unknown type");
+    support::setInitHook(nullptr);
+}
+
+TEST_F(CLibrary, ThreadCancelledInACall_EndsAndTheNextCallAnswers) {
+    bool returned = false;
+    support::setInitHook(support::cancelThisThread);
+    std::thread([&] {
+        get("local-port", {});
+        returned = true;
+    }).join();
+    support::setInitHook(nullptr);
+    EXPECT_FALSE(returned);
     EXPECT_EQ(get("local-port", {}).result, SYSCONFREADER_OK);
 }
 

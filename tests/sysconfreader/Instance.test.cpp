@@ -4,6 +4,7 @@
 #include "SysConfReaderEvent.h"
 #include "SysConfReaderImpl.h"
 #include "support/Answers.h"
+#include "support/Cancellation.h"
 #include "support/EventLibrary.h"
 #include "support/FileCalls.h"
 #include "support/LockFaults.h"
@@ -19,8 +20,6 @@
 #include <pthread.h>
 #include <stdexcept>
 #include <thread>
-
-extern "C" [[gnu::weak]] void __asan_handle_no_return();
 
 namespace {
 
@@ -177,15 +176,6 @@ TEST(Destory, EarlierAnswers_BelongToTheCaller) {
     EXPECT_EQ(tag, "host1-1");
 }
 
-/// The address sanitizer does not notice this kind of unwinding, so it is notified.
-void cancelHere() {
-    if (&__asan_handle_no_return != nullptr) {
-        __asan_handle_no_return();
-    }
-    ::pthread_cancel(::pthread_self());
-    ::pthread_testcancel();
-}
-
 TEST(CancelledThread, DuringALoad_FinishesTheLoad) {
     SampleDeployment deployment;
     SysConfReader& reader = *SysConfReader::Instance();
@@ -197,7 +187,7 @@ TEST(CancelledThread, DuringALoad_FinishesTheLoad) {
         support::setOpenHook(nullptr);
         finished = true;
         expectLocksFree();
-        cancelHere();
+        support::cancelThisThread();
     }).join();
     EXPECT_TRUE(finished);
     EXPECT_EQ(support::loadedValues(deployment), support::sampleLoadedValues(2));
@@ -205,7 +195,7 @@ TEST(CancelledThread, DuringALoad_FinishesTheLoad) {
 
 TEST(CancelledThread, InTheEventLibrary_ReleasesTheLocksAndTheNextCallWorks) {
     SampleDeployment deployment("recording");
-    support::setInitHook(cancelHere);
+    support::setInitHook(support::cancelThisThread);
     for (int attempt = 1; attempt <= 3; ++attempt) {
         std::thread([] { SysConfReader::Instance(); }).join();
         EXPECT_EQ(support::eventLibraryCalls().inits, attempt);
@@ -220,7 +210,7 @@ TEST(CancelledThread, DuringAnEvent_ReleasesTheLocksAndTheNextEventIsApplied) {
     SampleDeployment deployment("recording");
     support::setInitResult(-1);
     SysConfReaderImpl* roles = SysConfReaderImpl::Instance();
-    support::setInitHook(cancelHere);
+    support::setInitHook(support::cancelThisThread);
     bool returned = false;
     std::thread([&] {
         SysConfReaderEventProcessCB("SysConfigEvent", "", "", roles);

@@ -469,6 +469,7 @@ TEST(Exec, ListThatIsCutAtOneComparison_RestartsNothing) {
         support::writeFile(list, whole);
     }
     Lease(list).waitForOpen();
+    Lease(list).waitForOpen(); // the comparison before is over
     running.signal(SIGTERM);
     EXPECT_EQ(running.finish().output, "started 10.1.1.3\nsignal TERM\nended\n");
 }

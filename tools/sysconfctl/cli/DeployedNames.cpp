@@ -61,16 +61,44 @@ std::set<std::string> textsOfNodes(std::initializer_list<std::string Listed::*> 
     return texts;
 }
 
+using ListPointers = std::initializer_list<const SourceFile*>;
+
 template <typename Visit>
-void forEachAddress(Visit visit) {
-    for (const auto read : {readNodeList, readManagerNodeList}) {
-        const Json::Value* const nodes = member(&keepUntilExit(read()).tree, "nodeList");
+void forEachAddress(ListPointers lists, Visit visit) {
+    for (const SourceFile* const list : lists) {
+        const Json::Value* const nodes = member(&list->tree, "nodeList");
         for (const std::string& id : membersOf(nodes)) {
             for (const Address& address : addressesOf((*nodes)[id])) {
                 visit(address);
             }
         }
     }
+}
+
+Candidates nodesIn(const Sources& sources) {
+    Candidates candidates;
+    for (const ClusterNode& node : keepUntilExit(clusterOf(sources)).nodes) {
+        std::vector<std::string> about = node.marks();
+        if (!node.listing().tenancy.empty()) {
+            about.push_back("of " + node.listing().tenancy);
+        }
+        candidates.push_back({node.id, joined(about, ", ")});
+    }
+    return candidates;
+}
+
+Candidates tagsIn(ListPointers lists) {
+    std::set<std::string> tags;
+    forEachAddress(lists, [&](const Address& address) {
+        tags.insert(address.tags.begin(), address.tags.end());
+    });
+    return candidatesOf(tags);
+}
+
+Candidates addressesIn(ListPointers lists) {
+    std::set<std::string> addresses;
+    forEachAddress(lists, [&](const Address& address) { addresses.insert(address.ip); });
+    return candidatesOf(addresses);
 }
 
 template <typename Visit>
@@ -98,15 +126,7 @@ void applyEnvironmentOf(const PartialCommandLine& line) {
 }
 
 Candidates nodes() {
-    Candidates candidates;
-    for (const ClusterNode& node : keepUntilExit(clusterOf(keepUntilExit(readSources()))).nodes) {
-        std::vector<std::string> about = node.marks();
-        if (!node.listing().tenancy.empty()) {
-            about.push_back("of " + node.listing().tenancy);
-        }
-        candidates.push_back({node.id, joined(about, ", ")});
-    }
-    return candidates;
+    return nodesIn(keepUntilExit(readSources()));
 }
 
 Candidates tenancies() {
@@ -118,10 +138,8 @@ Candidates roles() {
 }
 
 Candidates tags() {
-    std::set<std::string> tags;
-    forEachAddress(
-        [&](const Address& address) { tags.insert(address.tags.begin(), address.tags.end()); });
-    return candidatesOf(tags);
+    Lists& lists = keepUntilExit(readLists());
+    return tagsIn({&lists.nodeList, &lists.managerNodeList});
 }
 
 Candidates tagPrefixes() {
@@ -133,14 +151,15 @@ Candidates tagPrefixes() {
 }
 
 Candidates addresses() {
-    std::set<std::string> addresses;
-    forEachAddress([&](const Address& address) { addresses.insert(address.ip); });
-    return candidatesOf(addresses);
+    Lists& lists = keepUntilExit(readLists());
+    return addressesIn({&lists.nodeList, &lists.managerNodeList});
 }
 
 Candidates words() {
-    Candidates candidates = nodes();
-    for (const Candidates& more : {tags(), addresses()}) {
+    Sources& sources = keepUntilExit(readSources());
+    const ListPointers lists = {&sources.nodeList, &sources.managerNodeList};
+    Candidates candidates = nodesIn(sources);
+    for (const Candidates& more : {tagsIn(lists), addressesIn(lists)}) {
         candidates.insert(candidates.end(), more.begin(), more.end());
     }
     return candidates;

@@ -268,12 +268,15 @@ private:
     }
 
     /// Without a load, a change takes effect if the next comparison finds the same: a file may have
-    /// been read while it was being replaced.
+    /// been read while it was being replaced. The loads before the first comparison are those of
+    /// the first use.
     void compare(const std::vector<AnswerVariable>& variables) {
         if (threw(variables)) {
             return;
         }
-        const bool lasts = m_askedAfterLoad || changedNames(m_lastVariables, variables).empty();
+        const bool loaded = m_askedAfterLoad && m_compared;
+        m_compared = true;
+        const bool lasts = loaded || changedNames(m_lastVariables, variables).empty();
         m_lastVariables = variables;
         const std::vector<std::string> changed = changedNames(m_variables, variables);
         if (changed.empty() || !lasts) {
@@ -301,6 +304,7 @@ private:
     /// There was a load since the last request for answers.
     bool m_loaded = false;
     bool m_askedAfterLoad = false;
+    bool m_compared = false;
     Time m_nextPoll;
     std::vector<AnswerVariable> m_variables;
     /// Of the last comparison.

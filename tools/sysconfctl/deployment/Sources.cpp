@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
+#include <future>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -135,9 +136,16 @@ std::list<std::string> addressesOfHost(const std::vector<std::string>& localAddr
     return addresses;
 }
 
+Lists readLists() {
+    std::future<SourceFile> managerNodeList = std::async(readManagerNodeList);
+    SourceFile nodeList = readNodeList();
+    return {std::move(nodeList), managerNodeList.get()};
+}
+
 Sources readSources(const std::vector<std::string>& localAddresses) {
-    return {variable(config::kInstanceIdVariable), readAppConfig(), readNodeList(),
-            readManagerNodeList(), addressesOfHost(localAddresses)};
+    Lists lists = readLists();
+    return {variable(config::kInstanceIdVariable), readAppConfig(), std::move(lists.nodeList),
+            std::move(lists.managerNodeList), addressesOfHost(localAddresses)};
 }
 
 } // namespace sysconfctl

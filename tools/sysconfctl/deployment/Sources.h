@@ -41,6 +41,11 @@ struct SourceFile {
     std::string trouble() const;
 };
 
+struct Lists {
+    SourceFile nodeList;
+    SourceFile managerNodeList;
+};
+
 struct Sources {
     Variable instance;
     SourceFile appConfig;
@@ -52,6 +57,8 @@ struct Sources {
 SourceFile readAppConfig();
 SourceFile readNodeList();
 SourceFile readManagerNodeList();
+/// On two threads, if there is a second one.
+Lists readLists();
 
 SourceFile readAppConfigAt(const std::string& path);
 SourceFile readNodeListAt(const std::string& path);
