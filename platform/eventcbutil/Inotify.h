@@ -24,7 +24,6 @@ public:
 
     int descriptor() const { return m_descriptor.get(); }
     bool intact() const { return m_descriptor.intact(); }
-    void close() { m_descriptor.close(); }
 
     /// @return The number of the watch, the same for all paths of a folder; or the negative errno.
     int watch(const std::string& folder, std::uint32_t mask);

@@ -14,7 +14,6 @@ public:
     MountTable();
 
     bool intact() const { return m_descriptor.intact(); }
-    void close() { m_descriptor.close(); }
 
     /// poll(2) reports each change only once, so the result must be passed to `woken`.
     pollfd wait() const { return {m_descriptor.get(), POLLPRI, 0}; }

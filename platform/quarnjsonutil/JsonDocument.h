@@ -120,7 +120,7 @@ public:
             return *this;
         }
         bool operator==(const Iterator& other) const { return m_place == other.m_place; }
-        bool operator!=(const Iterator& other) const { return m_place != other.m_place; }
+        bool operator!=(const Iterator& other) const { return !(*this == other); }
 
     private:
         friend class Range;

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <limits>
 #include <random>
 #include <string>
 #include <thread>
@@ -339,6 +340,19 @@ TEST(JsonDocument, OneDocumentOnSeveralThreads_AnswersAll) {
     for (std::thread& thread : threads) {
         thread.join();
     }
+}
+
+TEST(JsonDocument, Unread_TakesNoMemoryForAText) {
+    JsonDocument document;
+    const std::size_t unread = document.memory();
+    EXPECT_LT(unread, 1024U);
+    ASSERT_TRUE(document.read("[0]", 3));
+    EXPECT_GT(document.memory(), unread);
+}
+
+TEST(JsonDocument, ErrorInATextThatIsTooLong_HasNoKnownPlace) {
+    EXPECT_EQ(JsonDocument::errorOffset("", std::size_t{JsonReader::kTextLimit} + 1),
+              std::numeric_limits<std::size_t>::max());
 }
 
 } // namespace
