@@ -86,3 +86,15 @@ function(sysconf_compile_options target)
   target_compile_definitions(${target} PRIVATE _GLIBCXX_ASSERTIONS)
   target_link_options(${target} PRIVATE -Wl,-z,defs -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
 endfunction()
+
+# sysconf_unity_by_folder(TARGET): a unity build compiles the sources of one folder as one. Folders use the
+# same names in their unnamed namespaces. To be called when TARGET has all its sources.
+function(sysconf_unity_by_folder target)
+  set_target_properties(${target} PROPERTIES UNITY_BUILD_MODE GROUP)
+  get_target_property(sources ${target} SOURCES)
+  foreach(source IN LISTS sources)
+    cmake_path(GET source PARENT_PATH folder)
+    cmake_path(GET folder FILENAME name)
+    set_source_files_properties("${source}" PROPERTIES UNITY_GROUP "${name}")
+  endforeach()
+endfunction()

@@ -12,7 +12,7 @@ trap 'rm -rf "$work"' EXIT
 
 configure() {
   "$cmake" -S "$source" -B "$work/build" -G Ninja -DSYSCONFREADER_PLATFORM=system \
-    -DSYSCONFREADER_BUILD_TOOLS=ON \
+    -DSYSCONFREADER_BUILD_TOOLS=ON -DCMAKE_UNITY_BUILD=ON \
     -DCMAKE_CXX_COMPILER="$CXX" -DCMAKE_CXX_COMPILER_LAUNCHER="${LAUNCHER:-}" "$@"
 }
 

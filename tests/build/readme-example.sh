@@ -15,7 +15,7 @@ block() {
 block cpp >"$work/main.cpp"
 block cmake >"$work/CMakeLists.txt"
 ln -s "$source" "$work/libsysconfreader"
-"${CMAKE:-cmake}" -S "$work" -B "$work/build" -G Ninja \
+"${CMAKE:-cmake}" -S "$work" -B "$work/build" -G Ninja -DCMAKE_UNITY_BUILD=ON \
   -DCMAKE_CXX_COMPILER="$CXX" -DCMAKE_CXX_COMPILER_LAUNCHER="${LAUNCHER:-}" >/dev/null
 "${CMAKE:-cmake}" --build "$work/build" --parallel 2 >/dev/null
 
