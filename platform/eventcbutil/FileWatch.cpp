@@ -203,9 +203,6 @@ Found FileWatch::watchAndLook(const Place& place, Walk& walk) {
         walk.watches[watch].insert(place.name);
     } else if (leadsNowhere(-watch, place.folder)) {
         return {};
-    } else if (watch == -ENAMETOOLONG) {
-        walk.complete = false;
-        return {};
     }
     const bool look = watch >= 0 || (watch == -EACCES && !place.last);
     const std::optional<Found> found = look ? eventcbutil::look(place) : std::nullopt;

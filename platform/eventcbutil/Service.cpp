@@ -31,7 +31,7 @@ bool Service::subscribe(std::shared_ptr<Subscription> subscription) {
         ~AtExit() { instance().exit(); }
     } atExit;
     if (m_exiting) {
-        return false; // GCOVR_EXCL_LINE: in a process that ends before it reports what it has run
+        return false;
     }
     const std::shared_ptr<Run> run = m_run ? m_run : std::make_shared<Run>();
     auto subscriptions = run->subscriptions ? std::make_shared<Subscriptions>(*run->subscriptions)

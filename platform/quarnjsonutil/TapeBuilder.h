@@ -25,8 +25,6 @@ public:
     bool EndObject(Length /*length*/) { return close(Tape::kObjectEnd); }
     bool StartArray() { return open(Tape::kArray); }
     bool EndArray(Length /*length*/) { return close(Tape::kArrayEnd); }
-    /// Events that RapidJSON does not send with kParseNumbersAsStringsFlag.
-    static bool Default() { return false; }
 
     /// Complete after RapidJSON has reported success.
     Tape& tape() { return m_tape; }

@@ -14,12 +14,12 @@ namespace {
 
 /// A ListMemory that is never destroyed: threads may still query while the process exits.
 union LastingMemory {
-    constexpr LastingMemory() : memory() {}
+    constexpr LastingMemory() = default;
     LastingMemory(const LastingMemory&) = delete;
     LastingMemory& operator=(const LastingMemory&) = delete;
     ~LastingMemory() {} // NOLINT(modernize-use-equals-default): that would be deleted
 
-    ListMemory memory;
+    ListMemory memory{};
 };
 
 constinit LastingMemory g_nodeList;

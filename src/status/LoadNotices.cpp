@@ -72,15 +72,9 @@ public:
     Call& operator=(const Call&) = delete;
     ~Call() {
         s_running = nullptr;
-        if (m_callback == nullptr) {
-            return;
+        if (m_callback != nullptr) {
+            countEnd();
         }
-        {
-            const Lock lock;
-            --m_subscriber.calls;
-        }
-        ++g_callsEnded;
-        wakeAll(g_callsEnded);
     }
 
     void run() const {
@@ -100,6 +94,15 @@ public:
     }
 
 private:
+    void countEnd() {
+        {
+            const Lock lock;
+            --m_subscriber.calls;
+        }
+        ++g_callsEnded;
+        wakeAll(g_callsEnded);
+    }
+
     static inline constinit thread_local Call* s_running = nullptr;
 
     Subscriber& m_subscriber;

@@ -5,6 +5,7 @@
 
 #include <fcntl.h>
 #include <sys/inotify.h>
+#include <sys/resource.h>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
@@ -75,6 +76,18 @@ TEST(Descriptor, OfAStandardStream_IsMovedAboveThem) {
     EXPECT_NE(::fcntl(descriptor.get(), F_GETFD) & FD_CLOEXEC, 0);
     EXPECT_FALSE(isOpen(0));
     ::dup2(saved, 0);
+}
+
+TEST(Descriptor, OfAStandardStreamThatCannotBeMoved_ThrowsAndIsClosed) {
+    ::close(0);
+    ASSERT_EQ(newInotify(), 0);
+    rlimit numbers{};
+    ::getrlimit(RLIMIT_NOFILE, &numbers);
+    const rlimit standardStreamsOnly{3, numbers.rlim_max};
+    ::setrlimit(RLIMIT_NOFILE, &standardStreamsOnly);
+    EXPECT_THROW(Descriptor(0, "inotify_init1"), std::system_error);
+    EXPECT_FALSE(isOpen(0));
+    ::setrlimit(RLIMIT_NOFILE, &numbers);
 }
 
 TEST(Descriptor, Moved_HasOneOwner) {

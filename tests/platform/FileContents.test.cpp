@@ -69,6 +69,15 @@ TEST_F(FileContentsOf, FileThatCannotBeRead_EqualsNothing) {
     EXPECT_FALSE(unread.equals(unread));
 }
 
+TEST_F(FileContentsOf, DescriptorLostMeanwhile_IsNotReadAndEqualsNothing) {
+    support::writeFile(m_one, "text");
+    const int reads = callCount(Call::Read);
+    failCalls(Call::Fcntl, EBADF, 1, 1); // after that of its construction
+    const FileContents lost = now();
+    EXPECT_EQ(callCount(Call::Read), reads);
+    EXPECT_FALSE(lost.equals(lost));
+}
+
 TEST_F(FileContentsOf, InterruptedReads_AreRepeated) {
     support::writeFile(m_one, "text");
     const FileContents before = now();

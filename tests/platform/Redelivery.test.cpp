@@ -3,12 +3,15 @@
 #include "EventConsumerCB.h"
 #include "Recorder.h"
 #include "SubscribedProcess.h"
+#include "WatchFaults.h"
 #include "support/Deployment.h"
+#include "support/Sanitizers.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cerrno>
 #include <mutex>
 #include <stdexcept>
 
@@ -48,6 +51,18 @@ TEST_F(Redelivery, Requested_IsDeliveredWithoutAChange) {
     endService();
     EXPECT_THAT(m_recorder.texts(), ElementsAre("before"));
 }
+
+#ifndef SANITIZED
+TEST_F(Redelivery, RequestedButThereIsNoService_IsIgnored) {
+    failCalls(Call::RegisterFork, ENOMEM, 1);
+    EXPECT_NO_THROW(m_recorder.requestDelivery());
+    EXPECT_EQ(callCount(Call::RegisterFork), 1);
+    ASSERT_EQ(m_recorder.subscribe(), 0);
+    seeAChange("after");
+    endService();
+    EXPECT_THAT(m_recorder.texts(), ElementsAre("after"));
+}
+#endif
 
 TEST_F(Redelivery, RequestedInTheCallback_IsDeliveredAgainAlthoughItReturns0) {
     std::atomic<int> calls{0};

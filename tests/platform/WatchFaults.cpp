@@ -25,6 +25,7 @@ namespace {
 
 struct Fault {
     std::atomic<int> error{0};
+    std::atomic<int> passed{0};
     std::atomic<int> left{0};
     std::atomic<int> calls{0};
 };
@@ -76,26 +77,34 @@ Fault& fault(Call call) {
     return g_faults[static_cast<std::size_t>(call)];
 }
 
-bool refused(Call call, const void* caller) {
-    Fault& its = fault(call);
-    if (!ofTheEventLibrary(caller)) {
-        return false;
-    }
-    ++its.calls;
-    int left = its.left;
+bool takeOne(std::atomic<int>& counter) {
+    int left = counter;
     while (left > 0) {
-        if (its.left.compare_exchange_weak(left, left - 1)) {
-            errno = its.error;
+        if (counter.compare_exchange_weak(left, left - 1)) {
             return true;
         }
     }
     return false;
 }
 
+bool refused(Call call, const void* caller) {
+    Fault& its = fault(call);
+    if (!ofTheEventLibrary(caller)) {
+        return false;
+    }
+    ++its.calls;
+    if (takeOne(its.passed) || !takeOne(its.left)) {
+        return false;
+    }
+    errno = its.error;
+    return true;
+}
+
 } // namespace
 
-void failCalls(Call call, int error, int times) {
+void failCalls(Call call, int error, int times, int passed) {
     fault(call).left = 0;
+    fault(call).passed = passed;
     fault(call).error = error;
     fault(call).left = error != 0 ? times : 0;
 }

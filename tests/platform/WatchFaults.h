@@ -26,8 +26,8 @@ enum class Call {
     Write,
 };
 
-/// With `error` 0, none fails.
-void failCalls(Call call, int error, int times = INT_MAX);
+/// The next `times` calls after `passed` ones fail. With `error` 0, none fails.
+void failCalls(Call call, int error, int times = INT_MAX, int passed = 0);
 int callCount(Call call);
 
 /// If there is a path, only calls for it hang (Lstat, Open).
