@@ -110,7 +110,7 @@ void checkTag(Checker& checker, const SourceFile& list, const Path& path, const 
 void checkUsage(Checker& checker, const SourceFile& list, const Path& entry,
                 const std::string& address, Slots& slots) {
     const Path path = with(entry, {"usage"});
-    const Json::Value& usage = valueAt(list.tree, path);
+    const Json::Value& usage = valueAt(list.tree(), path);
     if (usage.isArray() && !usage.empty()) {
         for (Json::ArrayIndex i = 0; i < usage.size(); ++i) {
             const Path place = with(path, {std::to_string(i)});
@@ -143,7 +143,7 @@ void checkUsage(Checker& checker, const SourceFile& list, const Path& entry,
 
 std::string checkAddress(Checker& checker, const SourceFile& list, const Path& entry) {
     const Path path = with(entry, {"IP"});
-    const Json::Value& value = valueAt(list.tree, path);
+    const Json::Value& value = valueAt(list.tree(), path);
     if (!isScalar(value) || checker.cause(list, path) != nullptr) {
         return {};
     }
@@ -184,7 +184,7 @@ bool isPair(const SourceFile& list, const std::string& one, const std::string& o
 
 void checkAddresses(Checker& checker, const SourceFile& list, const Path& node, Owners& owners) {
     const Path path = with(node, {"IPAddresses"});
-    const Json::Value& entries = valueAt(list.tree, path);
+    const Json::Value& entries = valueAt(list.tree(), path);
     if (isScalar(entries) || entries.empty()) {
         if (checker.cause(list, path) == nullptr) {
             const bool absent = list.document.find(path) == nullptr;
@@ -221,7 +221,7 @@ void checkAddresses(Checker& checker, const SourceFile& list, const Path& node, 
     }
     const bool internal = slots.contains(std::string(rules::kInternalServiceTag)) ||
                           slots.contains(std::string(rules::kMaintenanceTag));
-    const std::string domain = textAt(list.tree, with(node, {"extAttr", "domain_node_type"}));
+    const std::string domain = textAt(list.tree(), with(node, {"extAttr", "domain_node_type"}));
     if (!internal && checker.cause(list, path) == nullptr) {
         checker.member(list, path, domain.starts_with("ACCESS_") ? Severity::Error : Severity::Note,
                        "no-internal",

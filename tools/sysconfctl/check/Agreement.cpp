@@ -80,7 +80,7 @@ public:
         }
         for (const View& view : checker.inventory.views) {
             if (view.appConfig != nullptr && view.appConfig->loads) {
-                collectProcessAddresses(valueAt(view.appConfig->tree, {"processes"}));
+                collectProcessAddresses(valueAt(view.appConfig->tree(), {"processes"}));
             }
         }
     }
@@ -204,8 +204,8 @@ private:
         }
         const Path path = with({"nodeList", id}, rest);
         for (const SourceFile* odd : result.odd) {
-            const std::string here = textAt(odd->tree, path);
-            const std::string there = textAt(result.reference->tree, path);
+            const std::string here = textAt(odd->tree(), path);
+            const std::string there = textAt(result.reference->tree(), path);
             report(m_checker, *odd, path, *result.reference, path,
                    tenancy ? "tenancy-mismatch" : "list-mismatch",
                    fmt::format("\"{}\" of node \"{}\" is \"{}\" in the {}, but \"{}\" in the {}",
@@ -222,7 +222,7 @@ private:
     static std::vector<Entry> entriesOf(const SourceFile& list, const std::string& id) {
         std::vector<Entry> entries;
         const Path path = {"nodeList", id, "IPAddresses"};
-        const Json::Value& values = valueAt(list.tree, path);
+        const Json::Value& values = valueAt(list.tree(), path);
         for (Json::ArrayIndex i = 0; values.isArray() && i < values.size(); ++i) {
             Entry entry{textAt(values[i], {"IP"}), {}, with(path, {std::to_string(i)})};
             const Path tags = {"usage"};

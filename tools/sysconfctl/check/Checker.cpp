@@ -213,7 +213,7 @@ std::set<std::string> ownNodes(const Inventory& inventory, const SourceFile& lis
             continue;
         }
         const Path processes = {"processes"};
-        for (const Json::Value& process : valueAt(view.appConfig->tree, processes)) {
+        for (const Json::Value& process : valueAt(view.appConfig->tree(), processes)) {
             ids.insert(textAt(process, {"nodeId"}));
         }
     }
@@ -222,7 +222,7 @@ std::set<std::string> ownNodes(const Inventory& inventory, const SourceFile& lis
 
 const Json::Value& nodesOf(const SourceFile& list) {
     const Path nodeList = {"nodeList"};
-    const Json::Value& nodes = valueAt(list.tree, nodeList);
+    const Json::Value& nodes = valueAt(list.tree(), nodeList);
     return nodes.isObject() ? nodes : Json::Value::nullSingleton();
 }
 
@@ -280,7 +280,7 @@ void checkContents(Checker& checker, const Inventory& inventory, CheckResult& re
         } else {
             checkProcesses(checker, *file);
             checkDatabases(checker, *file);
-            result.processes += valueAt(file->tree, {"processes"}).size();
+            result.processes += valueAt(file->tree(), {"processes"}).size();
         }
     }
 }

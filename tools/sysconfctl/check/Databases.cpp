@@ -31,7 +31,7 @@ void checkAbsent(Checker& checker, const SourceFile& file, const Path& path,
 
 void checkText(Checker& checker, const SourceFile& file, const Path& path, const Json::Value& entry,
                bool needed) {
-    const Json::Value& value = valueAt(file.tree, path);
+    const Json::Value& value = valueAt(file.tree(), path);
     const std::string& name = path.back();
     if (file.document.find(path) == nullptr) {
         checkAbsent(checker, file, path, entry, needed);
@@ -73,7 +73,7 @@ void checkText(Checker& checker, const SourceFile& file, const Path& path, const
 
 void checkPort(Checker& checker, const SourceFile& file, const Path& path,
                const Json::Value& entry) {
-    const Json::Value& value = valueAt(file.tree, path);
+    const Json::Value& value = valueAt(file.tree(), path);
     if (file.document.find(path) == nullptr) {
         checkAbsent(checker, file, path, entry, true);
     } else if (!value.isNull() && (value.isString() || !value.isConvertibleTo(Json::intValue))) {
@@ -94,7 +94,7 @@ void checkPort(Checker& checker, const SourceFile& file, const Path& path,
 }
 
 void checkEntry(Checker& checker, const SourceFile& file, const Path& path) {
-    const Json::Value& entry = valueAt(file.tree, path);
+    const Json::Value& entry = valueAt(file.tree(), path);
     if (!entry.isObject()) {
         checker.at(file, path, Severity::Error, entry.isNull() ? "null" : "wrong-type",
                    entry.isNull() ? "this entry is null: its fields are empty"
@@ -119,7 +119,7 @@ void checkEntry(Checker& checker, const SourceFile& file, const Path& path) {
         checkText(checker, file, with(path, {field}), entry, false);
     }
     const Path extension = with(path, {"instanceExt"});
-    const Json::Value& more = valueAt(file.tree, extension);
+    const Json::Value& more = valueAt(file.tree(), extension);
     if (file.document.find(extension) == nullptr) {
         checkAbsent(checker, file, extension, entry, false);
     } else if (!more.isObject()) {
@@ -136,7 +136,7 @@ void checkEntry(Checker& checker, const SourceFile& file, const Path& path) {
 
 void checkDatabase(Checker& checker, const SourceFile& file, const std::string& name) {
     const Path path = {"databases", name};
-    const Json::Value& database = valueAt(file.tree, path);
+    const Json::Value& database = valueAt(file.tree(), path);
     if (name.empty()) {
         checker.member(file, path, Severity::Error, "empty-id", "this database has no name");
     }
@@ -161,7 +161,7 @@ void checkDatabase(Checker& checker, const SourceFile& file, const std::string& 
 
 void checkDatabases(Checker& checker, const SourceFile& file) {
     const Path path = {"databases"};
-    const Json::Value& databases = valueAt(file.tree, path);
+    const Json::Value& databases = valueAt(file.tree(), path);
     if (databases.isObject() && !databases.empty()) {
         for (const std::string& name : databases.getMemberNames()) {
             checkDatabase(checker, file, name);
@@ -169,7 +169,7 @@ void checkDatabases(Checker& checker, const SourceFile& file) {
     } else if (databases.isNull() && file.document.find(path) != nullptr) {
         checker.at(file, path, Severity::Error, "null", "\"databases\" is null: there is none",
                    "write {}, or remove it");
-    } else if ((databases.isNull() || databases.isObject()) && file.tree.isObject() &&
+    } else if ((databases.isNull() || databases.isObject()) && file.tree().isObject() &&
                checker.cause(file, path) == nullptr) {
         checker.at(file, path, Severity::Note, "no-databases", "there is no database");
     }

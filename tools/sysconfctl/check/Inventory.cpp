@@ -114,8 +114,8 @@ private:
     void addAppConfig(const std::string& path, bool named) {
         SourceFile file = readAppConfigAt(path);
         const bool isOne =
-            !file.loads || (file.tree.isObject() &&
-                            (file.tree.isMember("processes") || file.tree.isMember("databases")));
+            !file.loads || (file.tree().isObject() && (file.tree().isMember("processes") ||
+                                                       file.tree().isMember("databases")));
         if (named || (isOne && file.unreadable.empty())) {
             m_inventory.files.push_back(std::move(file));
             m_appConfigs[path] = m_files[fs::weakly_canonical(path)] = &m_inventory.files.back();

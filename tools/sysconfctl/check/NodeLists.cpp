@@ -67,7 +67,7 @@ void checkTypes(Checker& checker, const SourceFile& list) {
     const bool manager = isManager(checker, list);
     const std::set<std::string> own = ownNodes(checker.inventory, list);
     const bool standby = hasStandby(list, own);
-    for (const TypeMismatch& mismatch : nodeListMismatches(list.tree)) {
+    for (const TypeMismatch& mismatch : nodeListMismatches(list.tree())) {
         const Path& path = mismatch.path;
         const bool whole = path.size() < 2;
         const bool isRead = whole || manager || standby || own.contains(path[1]);
@@ -81,14 +81,14 @@ void checkTypes(Checker& checker, const SourceFile& list) {
                                : list.document.findMember(path) == nullptr
                                    ? "this value"
                                    : '"' + path.back() + '"',
-                               describe(mismatch, list.tree), effect),
+                               describe(mismatch, list.tree()), effect),
                    "correct its type");
     }
 }
 
 /// Returns whether the string can be compared with other values.
 bool checkText(Checker& checker, const SourceFile& list, const Path& path) {
-    const Json::Value& value = valueAt(list.tree, path);
+    const Json::Value& value = valueAt(list.tree(), path);
     if (value.isArray() || value.isObject() || list.document.find(path) == nullptr) {
         return false;
     }
@@ -122,7 +122,7 @@ std::string nearRole(const std::string& text, const std::vector<std::string_view
 }
 
 void checkHostType(Checker& checker, const SourceFile& list, const Path& path) {
-    const std::string text = textAt(list.tree, path);
+    const std::string text = textAt(list.tree(), path);
     if (!checkText(checker, list, path) || text.empty() ||
         isOneOf(text, {rules::kMaster, rules::kStandby})) {
         return;
@@ -139,7 +139,7 @@ void checkHostType(Checker& checker, const SourceFile& list, const Path& path) {
 void checkDomainType(Checker& checker, const SourceFile& list, const Path& path) {
     const std::vector<std::string_view> known = {"ACCESS_Master", "ACCESS_Backup", "DATA_Master",
                                                  "DATA_Backup"};
-    const std::string text = textAt(list.tree, path);
+    const std::string text = textAt(list.tree(), path);
     if (!checkText(checker, list, path) || text.empty() || isOneOf(text, known)) {
         return;
     }
@@ -156,8 +156,8 @@ void checkRole(Checker& checker, const SourceFile& list, const Path& attributes)
     const Path domainType = with(attributes, {"domain_node_type"});
     checkHostType(checker, list, hostType);
     checkDomainType(checker, list, domainType);
-    const std::string host = textAt(list.tree, hostType);
-    const std::string domain = textAt(list.tree, domainType);
+    const std::string host = textAt(list.tree(), hostType);
+    const std::string domain = textAt(list.tree(), domainType);
     const std::string_view wanted = domain.ends_with("_Master")   ? rules::kMaster
                                     : domain.ends_with("_Backup") ? rules::kStandby
                                                                   : std::string_view();
@@ -223,14 +223,14 @@ void checkNode(Checker& checker, const SourceFile& list, const std::string& id, 
 
 void checkNodeList(Checker& checker, const SourceFile& list) {
     const Json::Value& nodes = nodesOf(list);
-    if (list.tree.isObject()) {
+    if (list.tree().isObject()) {
         checker.unknownMembers(list, {}, {"nodeList"});
     }
     const bool hasNodes = nodes.isObject() && !nodes.empty();
     const Path nodeList = {"nodeList"};
-    const Json::Value& given = valueAt(list.tree, nodeList);
+    const Json::Value& given = valueAt(list.tree(), nodeList);
     // The search for wrong types is slow, so it is skipped if there are none.
-    if (!list.tree.isObject() || !(given.isNull() || given.isObject()) ||
+    if (!list.tree().isObject() || !(given.isNull() || given.isObject()) ||
         !std::all_of(nodes.begin(), nodes.end(), isRegular)) {
         checkTypes(checker, list);
     }

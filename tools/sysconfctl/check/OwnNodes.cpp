@@ -24,7 +24,7 @@ public:
     OwnNode(Checker& checker, const View& view, std::string process)
         : m_checker(checker), m_view(view), m_app(*view.appConfig), m_list(*view.nodeList),
           m_process({"processes", std::move(process)}),
-          m_id(textAt(m_app.tree, with(m_process, {"nodeId"}))), m_node({"nodeList", m_id}) {}
+          m_id(textAt(m_app.tree(), with(m_process, {"nodeId"}))), m_node({"nodeList", m_id}) {}
 
     void run() {
         const Path nodeId = with(m_process, {"nodeId"});
@@ -36,7 +36,7 @@ public:
             return;
         }
         checkAddresses(nodeId);
-        if (textAt(m_list.tree, with(m_node, {"extAttr", "hostType"})) == rules::kStandby) {
+        if (textAt(m_list.tree(), with(m_node, {"extAttr", "hostType"})) == rules::kStandby) {
             checkStandby();
         }
         checkAttributes();
@@ -99,7 +99,7 @@ private:
         bool reported = false;
         for (const char* group : {"IR", "wss"}) {
             const Path path = with(m_process, {group, "ip"});
-            const std::string address = textAt(m_app.tree, path);
+            const std::string address = textAt(m_app.tree(), path);
             if (address.empty() || own.contains(address) || !isAddress(address) ||
                 address.starts_with("127.") || address == "::1" ||
                 m_checker.cause(m_app, path) != nullptr) {
@@ -190,9 +190,9 @@ private:
         const auto family = [](const std::string& domain) {
             return domain.substr(0, domain.find('_'));
         };
-        const std::string tenancy = textAt(m_list.tree, with(m_node, {"assignedToTenancy"}));
+        const std::string tenancy = textAt(m_list.tree(), with(m_node, {"assignedToTenancy"}));
         const std::string domain =
-            textAt(m_list.tree, with(m_node, {"extAttr", "domain_node_type"}));
+            textAt(m_list.tree(), with(m_node, {"extAttr", "domain_node_type"}));
         for (const std::string& id : nodesOf(*manager).getMemberNames()) {
             const Json::Value& node = nodesOf(*manager)[id];
             if (textAt(node, {"assignedToTenancy"}) == tenancy &&
@@ -207,7 +207,7 @@ private:
     void checkAttributes() {
         const auto absent = [&](const Path& rest, const char* sentence) {
             const Path path = with(m_node, rest);
-            if (textAt(m_list.tree, path).empty() && m_checker.cause(m_list, path) == nullptr) {
+            if (textAt(m_list.tree(), path).empty() && m_checker.cause(m_list, path) == nullptr) {
                 m_checker.at(m_list, path, Severity::Note, "absent",
                              fmt::format(fmt::runtime(sentence), m_id));
             }
@@ -233,7 +233,7 @@ void checkOwnNodes(Checker& checker, const View& view) {
         return;
     }
     const Path member = {"processes"};
-    const Json::Value& processes = valueAt(view.appConfig->tree, member);
+    const Json::Value& processes = valueAt(view.appConfig->tree(), member);
     if (!processes.isObject()) {
         return;
     }

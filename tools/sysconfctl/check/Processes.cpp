@@ -40,7 +40,7 @@ bool isIrregular(const Json::Value& process) {
 /// Reports them in the order of a load, which stops at the first one.
 void checkStops(Checker& checker, const SourceFile& file, const std::string& id) {
     Finding* first = nullptr;
-    for (const TypeMismatch& mismatch : appConfigMismatches(file.tree, id)) {
+    for (const TypeMismatch& mismatch : appConfigMismatches(file.tree(), id)) {
         if (Finding* const cause = checker.cause(file, mismatch.path)) {
             first = first == nullptr ? cause : first;
             continue;
@@ -49,7 +49,7 @@ void checkStops(Checker& checker, const SourceFile& file, const std::string& id)
             mismatch.path.empty() ? "the root" : '"' + mismatch.path.back() + '"';
         Finding& finding = checker.at(
             file, mismatch.path, Severity::Error, "wrong-type",
-            fmt::format("{} {}: the load stops here", what, describe(mismatch, file.tree)),
+            fmt::format("{} {}: the load stops here", what, describe(mismatch, file.tree())),
             "correct its type");
         if (first == nullptr) {
             first = &finding;
@@ -62,8 +62,8 @@ void checkStops(Checker& checker, const SourceFile& file, const std::string& id)
 /// The whole object that contains the address may be absent.
 void checkProcessAddress(Checker& checker, const SourceFile& file, const Path& group) {
     const Path path = with(group, {"ip"});
-    const Json::Value& value = valueAt(file.tree, path);
-    const std::string text = textAt(valueAt(file.tree, group), {"ip"});
+    const Json::Value& value = valueAt(file.tree(), path);
+    const std::string text = textAt(valueAt(file.tree(), group), {"ip"});
     if (checker.cause(file, path) != nullptr || value.isArray() || value.isObject()) {
         return;
     }
@@ -92,7 +92,7 @@ void checkProcessAddress(Checker& checker, const SourceFile& file, const Path& g
 void checkPort(Checker& checker, const SourceFile& file, const Path& group,
                std::map<std::pair<int, std::string>, Path>& ports) {
     const Path path = with(group, {"port"});
-    const Json::Value& value = valueAt(file.tree, path);
+    const Json::Value& value = valueAt(file.tree(), path);
     if (checker.cause(file, path) != nullptr) {
         return;
     }
@@ -113,7 +113,7 @@ void checkPort(Checker& checker, const SourceFile& file, const Path& group,
                    fmt::format("port {} is out of range", port), "ports go from 1 to 65535");
         return;
     }
-    const std::string address = textAt(valueAt(file.tree, group), {"ip"});
+    const std::string address = textAt(valueAt(file.tree(), group), {"ip"});
     const auto [same, isNew] = ports.emplace(std::make_pair(port, address), path);
     if (!isNew) {
         Finding& finding =
@@ -127,7 +127,7 @@ void checkPort(Checker& checker, const SourceFile& file, const Path& group,
 
 void checkNodeId(Checker& checker, const SourceFile& file, const Path& process) {
     const Path path = with(process, {"nodeId"});
-    const Json::Value& value = valueAt(file.tree, path);
+    const Json::Value& value = valueAt(file.tree(), path);
     if (checker.cause(file, path) != nullptr || value.isArray() || value.isObject()) {
         return;
     }
@@ -144,7 +144,7 @@ void checkNodeId(Checker& checker, const SourceFile& file, const Path& process) 
 
 void checkProcess(Checker& checker, const SourceFile& file, const std::string& id) {
     const Path path = {"processes", id};
-    const Json::Value& process = valueAt(file.tree, path);
+    const Json::Value& process = valueAt(file.tree(), path);
     checker.hidden(file, path, id, true);
     if (process.isNull()) {
         checker
@@ -164,7 +164,7 @@ void checkProcess(Checker& checker, const SourceFile& file, const std::string& i
     std::map<std::pair<int, std::string>, Path> ports;
     for (const char* name : {"IR", "local", "wss", "CORBA", "CORBA_SSL"}) {
         const Path group = with(path, {name});
-        const Json::Value& value = valueAt(file.tree, group);
+        const Json::Value& value = valueAt(file.tree(), group);
         const bool named = file.document.find(group) != nullptr;
         const bool hasAddress = std::string_view(name).find("CORBA") == std::string_view::npos;
         if (!named) {
@@ -195,14 +195,14 @@ void checkProcess(Checker& checker, const SourceFile& file, const std::string& i
 void checkProcesses(Checker& checker, const SourceFile& file) {
     checker.unknownMembers(file, {}, {"databases", "processes"});
     const Path member = {"processes"};
-    const Json::Value& processes = valueAt(file.tree, member);
-    if ((!file.tree.isNull() && !file.tree.isObject()) ||
+    const Json::Value& processes = valueAt(file.tree(), member);
+    if ((!file.tree().isNull() && !file.tree().isObject()) ||
         (!processes.isNull() && !processes.isObject())) {
         checkStops(checker, file, "");
         return;
     }
-    if (!valueAt(file.tree, {"databases"}).isNull() &&
-        !valueAt(file.tree, {"databases"}).isObject()) {
+    if (!valueAt(file.tree(), {"databases"}).isNull() &&
+        !valueAt(file.tree(), {"databases"}).isObject()) {
         checkStops(checker, file, "");
     }
     if (processes.empty()) {
@@ -224,7 +224,7 @@ void checkInstance(Checker& checker, const View& view) {
     }
     const SourceFile& file = *view.appConfig;
     const Path member = {"processes"};
-    const Json::Value& processes = valueAt(file.tree, member);
+    const Json::Value& processes = valueAt(file.tree(), member);
     if (!processes.isObject() || processes.empty()) {
         return;
     }

@@ -45,7 +45,7 @@ std::vector<std::string> membersOf(const Json::Value* value) {
 
 Candidates memberCandidates(const SourceFile& file, const char* name) {
     Candidates candidates;
-    for (const std::string& text : membersOf(member(&file.tree, name))) {
+    for (const std::string& text : membersOf(member(&file.tree(), name))) {
         candidates.push_back({text, ""});
     }
     return candidates;
@@ -53,7 +53,8 @@ Candidates memberCandidates(const SourceFile& file, const char* name) {
 
 std::set<std::string> textsOfNodes(std::initializer_list<std::string Listed::*> fields) {
     std::set<std::string> texts;
-    for (const ClusterNode& node : keepUntilExit(clusterOf(keepUntilExit(readSources()))).nodes) {
+    for (const ClusterNode& node :
+         keepUntilExit(clusterOf(keepUntilExit(readSources({}, Form::Document)))).nodes) {
         for (const auto field : fields) {
             texts.insert(node.listing().*field);
         }
@@ -66,9 +67,8 @@ using ListPointers = std::initializer_list<const SourceFile*>;
 template <typename Visit>
 void forEachAddress(ListPointers lists, Visit visit) {
     for (const SourceFile* const list : lists) {
-        const Json::Value* const nodes = member(&list->tree, "nodeList");
-        for (const std::string& id : membersOf(nodes)) {
-            for (const Address& address : addressesOf((*nodes)[id])) {
+        for (const auto& node : nodesOf(*list)) {
+            for (const Address& address : addressesOf(node.second)) {
                 visit(address);
             }
         }
@@ -103,7 +103,7 @@ Candidates addressesIn(ListPointers lists) {
 
 template <typename Visit>
 void forEachField(const SourceFile& list, Visit visit) {
-    const Json::Value* const nodes = member(&list.tree, "nodeList");
+    const Json::Value* const nodes = member(&list.tree(), "nodeList");
     for (const std::string& id : membersOf(nodes)) {
         const Json::Value& node = (*nodes)[id];
         for (const std::string& name : membersOf(&node)) {
@@ -126,7 +126,7 @@ void applyEnvironmentOf(const PartialCommandLine& line) {
 }
 
 Candidates nodes() {
-    return nodesIn(keepUntilExit(readSources()));
+    return nodesIn(keepUntilExit(readSources({}, Form::Document)));
 }
 
 Candidates tenancies() {
@@ -138,7 +138,7 @@ Candidates roles() {
 }
 
 Candidates tags() {
-    Lists& lists = keepUntilExit(readLists());
+    Lists& lists = keepUntilExit(readLists(Form::Document));
     return tagsIn({&lists.nodeList, &lists.managerNodeList});
 }
 
@@ -151,12 +151,12 @@ Candidates tagPrefixes() {
 }
 
 Candidates addresses() {
-    Lists& lists = keepUntilExit(readLists());
+    Lists& lists = keepUntilExit(readLists(Form::Document));
     return addressesIn({&lists.nodeList, &lists.managerNodeList});
 }
 
 Candidates words() {
-    Sources& sources = keepUntilExit(readSources());
+    Sources& sources = keepUntilExit(readSources({}, Form::Document));
     const ListPointers lists = {&sources.nodeList, &sources.managerNodeList};
     Candidates candidates = nodesIn(sources);
     for (const Candidates& more : {tagsIn(lists), addressesIn(lists)}) {
@@ -171,7 +171,7 @@ Candidates databases() {
 
 Candidates entriesOf(const std::string& database) {
     const SourceFile appConfig = readAppConfig();
-    const Json::Value* const entries = member(member(&appConfig.tree, "databases"), database);
+    const Json::Value* const entries = member(member(&appConfig.tree(), "databases"), database);
     Candidates candidates;
     for (Json::ArrayIndex i = 0; entries != nullptr && entries->isArray() && i < entries->size();
          ++i) {

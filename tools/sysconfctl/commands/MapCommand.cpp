@@ -20,7 +20,8 @@ constexpr const char* kHowToDraw =
 } // namespace
 
 ExitStatus runMap(const Options& options) {
-    Cluster& cluster = keepUntilExit(clusterOf(keepUntilExit(readSources(options.localAddresses))));
+    Cluster& cluster = keepUntilExit(
+        clusterOf(keepUntilExit(readSources(options.localAddresses, Form::Document))));
     const std::vector<std::string> unmatched = unknownValues(cluster, options.filter);
     const std::vector<std::string> unused = unknownMissingTags(cluster, options.filter);
     keepAccepted(cluster, options.filter);

@@ -206,7 +206,8 @@ std::string written(const Cluster& cluster, const Options& options) {
 } // namespace
 
 ExitStatus runNodes(const Options& options) {
-    Cluster& cluster = keepUntilExit(clusterOf(keepUntilExit(readSources(options.localAddresses))));
+    Cluster& cluster = keepUntilExit(
+        clusterOf(keepUntilExit(readSources(options.localAddresses, Form::Document))));
     const std::vector<std::string> unmatched = unknownValues(cluster, options.filter);
     const std::vector<std::string> unused = unknownMissingTags(cluster, options.filter);
     const std::vector<std::string> unknown = keepNamed(cluster, options.nodes);

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "deployment/Cluster.h"
 
-#include <base/Exceptions.h>
 #include <rules/LocalIPByUsage.h>
 #include <rules/NodeList.h>
 #include <rules/Roles.h>
@@ -25,74 +24,76 @@ std::string orNothing(Rule rule) {
     }
 }
 
-Listed listed(const Json::Value& node) {
+Listed listed(const rules::Node& node) {
     Listed result;
     result.present = true;
-    const rules::Node place(node);
-    result.role = orNothing([&] { return rules::hostType(place); });
-    result.domainType = orNothing([&] { return place["extAttr"]["domain_node_type"].asString(); });
-    result.tenancy = orNothing([&] { return rules::tenancy(place); });
-    result.hostTag = orNothing([&] { return place["extAttr"]["HOSTID"].asString(); });
+    result.role = orNothing([&] { return rules::hostType(node); });
+    result.domainType = orNothing([&] { return node["extAttr"]["domain_node_type"].asString(); });
+    result.tenancy = orNothing([&] { return rules::tenancy(node); });
+    result.hostTag = orNothing([&] { return node["extAttr"]["HOSTID"].asString(); });
     result.addresses = addressesOf(node);
     const auto byTag = [&](std::string_view tag) {
         return orNothing(
-            [&] { return rules::addressByTag(rules::addressEntries(place), std::string(tag)); });
+            [&] { return rules::addressByTag(rules::addressEntries(node), std::string(tag)); });
     };
     result.maintenance = byTag(rules::kMaintenanceTag);
     result.service = byTag(rules::kServiceTag);
     result.internalService =
-        orNothing([&] { return rules::internalServiceAddress(rules::addressEntries(place)); });
+        orNothing([&] { return rules::internalServiceAddress(rules::addressEntries(node)); });
     return result;
+}
+
+/// Ends at a value of the wrong type.
+template <typename Read>
+void readWhatFits(Read read) {
+    try {
+        read();
+    } catch (const Json::LogicError&) {
+        return;
+    }
+}
+
+bool isObject(const rules::Node& node) {
+    bool object = false;
+    readWhatFits([&] { object = !node.members().empty() || node.value().isObject(); });
+    return object;
 }
 
 void addList(std::map<std::string, ClusterNode>& nodes, const SourceFile& file,
              Listed ClusterNode::*list) {
-    if (!file.tree.isObject() || !file.tree["nodeList"].isObject()) {
-        return;
-    }
-    const Json::Value& entries = file.tree["nodeList"];
-    for (auto entry = entries.begin(); entry != entries.end(); ++entry) {
-        ClusterNode& node = nodes[entry.name()];
-        node.id = entry.name();
-        node.*list = listed(*entry);
+    for (const auto& [id, entry] : nodesOf(file)) {
+        ClusterNode& node = nodes[id];
+        node.id = id;
+        node.*list = listed(entry);
     }
 }
 
-/// The addresses are most of a node's size.
-Json::Value withoutAddresses(const Json::Value& node) {
-    if (!node.isObject()) {
-        return node;
-    }
-    Json::Value copy(Json::objectValue);
-    for (auto member = node.begin(); member != node.end(); ++member) {
-        if (member.name() != "IPAddresses") {
-            copy[member.name()] = *member;
-        }
-    }
-    return copy;
-}
+/// A list with some of the nodes, for the rules.
+struct PartOfList {
+    NodesById nodes;
+
+    const PartOfList& operator[](const char* /*nodeList*/) const { return *this; }
+    const NodesById& members() const { return nodes; }
+};
 
 /// Finding the roles of all tenancies then visits each node once. Stops at the first node whose
 /// tenancy has the wrong type, as the rule does.
-std::map<std::string, Json::Value> listsByTenancy(const Json::Value& list) {
-    std::map<std::string, Json::Value> lists;
-    Quarncommon::runDroppingExceptions([&] {
-        const Json::Value& nodes = list["nodeList"];
-        for (auto node = nodes.begin(); nodes.isObject() && node != nodes.end(); ++node) {
-            lists[rules::tenancy(*node)]["nodeList"][node.name()] = withoutAddresses(*node);
+std::map<std::string, PartOfList> listsByTenancy(const SourceFile& list) {
+    std::map<std::string, PartOfList> lists;
+    readWhatFits([&] {
+        for (const auto& node : nodesOf(list)) {
+            lists[rules::tenancy(node.second)].nodes.push_back(node);
         }
     });
     return lists;
 }
 
 void markRoles(std::map<std::string, ClusterNode>& nodes, const SourceFile& manager) {
-    for (const auto& list : listsByTenancy(manager.tree)) {
+    for (const auto& [tenancy, list] : listsByTenancy(manager)) {
         std::string master;
         std::string standby;
         // The rule throws at a value of the wrong type. Ids that it found before are used.
-        Quarncommon::runDroppingExceptions([&] {
-            rules::findMasterAndStandby(rules::Node(list.second), list.first, master, standby);
-        });
+        readWhatFits([&] { rules::findMasterAndStandby(list, tenancy, master, standby); });
         const auto mark = [&](const std::string& id, bool ClusterNode::*role) {
             const auto node = nodes.find(id);
             if (!id.empty() && node != nodes.end()) {
@@ -141,26 +142,31 @@ const ClusterNode* Cluster::node(const std::string& id) const {
     return found != nodes.end() && found->id == id ? &*found : nullptr;
 }
 
-Address addressOf(const Json::Value& entry) {
+NodesById nodesOf(const SourceFile& list) {
+    NodesById nodes;
+    readWhatFits([&] { nodes = list.root()["nodeList"].members(); });
+    return nodes;
+}
+
+Address addressOf(const rules::Node& entry) {
     Address address{orNothing([&] { return entry["IP"].asString(); }), {}};
-    if (entry["usage"].isArray()) {
-        for (const Json::Value& tag : entry["usage"]) {
+    readWhatFits([&] {
+        for (const rules::Node& tag : entry["usage"].elements()) {
             address.tags.push_back(orNothing([&] { return rules::lowerCased(tag.asString()); }));
         }
-    }
+    });
     return address;
 }
 
-std::vector<Address> addressesOf(const Json::Value& node) {
+std::vector<Address> addressesOf(const rules::Node& node) {
     std::vector<Address> addresses;
-    if (!node.isObject() || !node["IPAddresses"].isArray()) {
-        return addresses;
-    }
-    for (const Json::Value& entry : node["IPAddresses"]) {
-        if (entry.isObject()) {
-            addresses.push_back(addressOf(entry));
+    readWhatFits([&] {
+        for (const rules::Node& entry : node["IPAddresses"].elements()) {
+            if (isObject(entry)) {
+                addresses.push_back(addressOf(entry));
+            }
         }
-    }
+    });
     return addresses;
 }
 

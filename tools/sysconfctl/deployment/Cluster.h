@@ -4,6 +4,7 @@
 #include "deployment/Loaded.h"
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace sysconfctl {
@@ -56,10 +57,14 @@ struct Cluster {
     const ClusterNode* node(const std::string& id) const;
 };
 
+using NodesById = std::vector<std::pair<std::string, Quarncommon::rules::Node>>;
+
+/// In ascending order of ids. Valid as long as the list's root.
+NodesById nodesOf(const SourceFile& list);
 /// The entry must be an object.
-Address addressOf(const Json::Value& entry);
+Address addressOf(const Quarncommon::rules::Node& entry);
 /// Entries that are not objects are skipped.
-std::vector<Address> addressesOf(const Json::Value& node);
+std::vector<Address> addressesOf(const Quarncommon::rules::Node& node);
 
 Cluster clusterOf(const Sources& sources);
 

@@ -32,7 +32,7 @@ std::map<std::string, std::string> serviceAddressesOf(const SourceFile& list) {
     // The rule throws at a value of the wrong type. Addresses that it found before are used.
     if (list.loads) {
         Quarncommon::runDroppingExceptions(
-            [&] { rules::collectServiceAddresses(rules::Node(list.tree), services); });
+            [&] { rules::collectServiceAddresses(list.root(), services); });
     }
     return services;
 }
@@ -59,12 +59,12 @@ void Loaded::load(const Sources& sources) {
 template <typename Load>
 bool Loaded::run(LoadStep step, const SourceFile& file, Load load) {
     LoadRecorder recorder(m_reads[step]);
-    if (!file.loads ||
-        Quarncommon::runDroppingExceptions([&] { load(rules::TracedNode(file.tree, recorder)); })) {
+    if (!file.loads || Quarncommon::runDroppingExceptions(
+                           [&] { load(rules::TracedNode(file.root(), recorder)); })) {
         return true;
     }
     if (const auto& mismatch = recorder.mismatch) {
-        m_stops[step] = Stop{&file, mismatch->path, describe(*mismatch, file.tree), *mismatch};
+        m_stops[step] = Stop{&file, mismatch->path, describe(*mismatch, file.tree()), *mismatch};
     }
     return false;
 }

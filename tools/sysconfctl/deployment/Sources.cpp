@@ -24,6 +24,7 @@ namespace sysconfctl {
 namespace {
 
 namespace config = Quarncommon::config;
+namespace rules = Quarncommon::rules;
 
 Variable variable(const char* name) {
     // NOLINTNEXTLINE(concurrency-mt-unsafe): the environment no longer changes.
@@ -54,7 +55,7 @@ void explainUnreadable(SourceFile& source) {
     source.unreadable = "It changes while it is read";
 }
 
-SourceFile read(std::string_view title, Variable variable, std::string path) {
+SourceFile read(std::string_view title, Variable variable, std::string path, Form form) {
     SourceFile source;
     source.title = title;
     source.variable = std::move(variable);
@@ -67,7 +68,7 @@ SourceFile read(std::string_view title, Variable variable, std::string path) {
     if (!text) {
         return source;
     }
-    source.loads = JsonReader(false).parse(*text, source.tree);
+    source.parse(*text, form);
     source.document = located::Document(std::move(*text));
     return source;
 }
@@ -76,15 +77,37 @@ constexpr std::string_view kAppConfigTitle = "application configuration file";
 constexpr std::string_view kNodeListTitle = "node list";
 constexpr std::string_view kManagerNodeListTitle = "manager node list";
 
-SourceFile read(std::string_view title, const config::ConfigFile& file) {
-    return read(title, variable(file.variable), config::pathOf(file));
+SourceFile read(std::string_view title, const config::ConfigFile& file, Form form = Form::Tree) {
+    return read(title, variable(file.variable), config::pathOf(file), form);
 }
 
 SourceFile readAt(std::string_view title, const config::ConfigFile& file, const std::string& path) {
-    return read(title, {file.variable, path}, path);
+    return read(title, {file.variable, path}, path, Form::Tree);
 }
 
 } // namespace
+
+void SourceFile::parse(std::string& text, Form form) {
+    if (form == Form::Tree) {
+        loads = JsonReader(false).parse(text, m_tree.emplace());
+        return;
+    }
+    text.reserve(text.size() + config::Document::kPadding);
+    auto parsed = std::make_shared<config::Document>();
+    loads = parsed->read(text.data(), text.size());
+    m_parsed = std::move(parsed);
+}
+
+rules::Node SourceFile::root() const {
+    return m_parsed != nullptr ? m_parsed->root() : tree();
+}
+
+const Json::Value& SourceFile::tree() const {
+    if (!m_tree) {
+        m_tree = m_parsed != nullptr ? m_parsed->root().value() : Json::Value();
+    }
+    return *m_tree;
+}
 
 std::string SourceFile::where(std::size_t offset) const {
     const located::Place place = document.place(offset);
@@ -108,12 +131,12 @@ SourceFile readAppConfig() {
     return read(kAppConfigTitle, config::kAppConfig);
 }
 
-SourceFile readNodeList() {
-    return read(kNodeListTitle, config::kNodeList);
+SourceFile readNodeList(Form form) {
+    return read(kNodeListTitle, config::kNodeList, form);
 }
 
-SourceFile readManagerNodeList() {
-    return read(kManagerNodeListTitle, config::kManagerNodeList);
+SourceFile readManagerNodeList(Form form) {
+    return read(kManagerNodeListTitle, config::kManagerNodeList, form);
 }
 
 SourceFile readAppConfigAt(const std::string& path) {
@@ -136,14 +159,14 @@ std::list<std::string> addressesOfHost(const std::vector<std::string>& localAddr
     return addresses;
 }
 
-Lists readLists() {
-    std::future<SourceFile> managerNodeList = std::async(readManagerNodeList);
-    SourceFile nodeList = readNodeList();
+Lists readLists(Form form) {
+    std::future<SourceFile> managerNodeList = std::async(readManagerNodeList, form);
+    SourceFile nodeList = readNodeList(form);
     return {std::move(nodeList), managerNodeList.get()};
 }
 
-Sources readSources(const std::vector<std::string>& localAddresses) {
-    Lists lists = readLists();
+Sources readSources(const std::vector<std::string>& localAddresses, Form form) {
+    Lists lists = readLists(form);
     return {variable(config::kInstanceIdVariable), readAppConfig(), std::move(lists.nodeList),
             std::move(lists.managerNodeList), addressesOfHost(localAddresses)};
 }

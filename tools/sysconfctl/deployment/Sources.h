@@ -3,11 +3,14 @@
 
 #include "located/Document.h"
 
+#include <config/ConfigDocument.h>
 #include <config/ConfigFiles.h>
+#include <rules/Node.h>
 
 #include <json/value.h>
 
 #include <list>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -22,7 +25,10 @@ struct Variable {
     std::string text() const { return value.value_or(""); }
 };
 
-/// Read once, so that `tree` and `document` are of the same text.
+/// How a list is parsed. A document takes a fraction of the time of a tree.
+enum class Form { Tree, Document };
+
+/// Read once, so that `tree()` and `document` are of the same text.
 struct SourceFile {
     std::string_view title;
     Variable variable;
@@ -31,14 +37,23 @@ struct SourceFile {
     std::string unreadable;
     int errorNumber = 0;
     located::Document document{""};
-    /// If not, `tree` is null.
+    /// If not, its root is null.
     bool loads = false;
-    Json::Value tree;
+
+    void parse(std::string& text, Form form);
+    /// Valid until this file is moved, copied or destroyed.
+    Quarncommon::rules::Node root() const;
+    /// Built by the first call if the file was parsed without a tree.
+    const Json::Value& tree() const;
 
     /// "path:line:column".
     std::string where(std::size_t offset) const;
     /// Why and where the file does not load; empty if it loads.
     std::string trouble() const;
+
+private:
+    std::shared_ptr<const Quarncommon::config::Document> m_parsed;
+    mutable std::optional<Json::Value> m_tree;
 };
 
 struct Lists {
@@ -55,10 +70,10 @@ struct Sources {
 };
 
 SourceFile readAppConfig();
-SourceFile readNodeList();
-SourceFile readManagerNodeList();
+SourceFile readNodeList(Form form = Form::Tree);
+SourceFile readManagerNodeList(Form form = Form::Tree);
 /// On two threads, if there is a second one.
-Lists readLists();
+Lists readLists(Form form);
 
 SourceFile readAppConfigAt(const std::string& path);
 SourceFile readNodeListAt(const std::string& path);
@@ -67,6 +82,6 @@ SourceFile readManagerNodeListAt(const std::string& path);
 std::list<std::string> addressesOfHost(const std::vector<std::string>& localAddresses);
 
 /// @param localAddresses Used instead of the host's addresses unless empty.
-Sources readSources(const std::vector<std::string>& localAddresses = {});
+Sources readSources(const std::vector<std::string>& localAddresses = {}, Form lists = Form::Tree);
 
 } // namespace sysconfctl

@@ -27,7 +27,7 @@ std::vector<std::string> instancesOf(const View& view) {
         return {*view.instance};
     }
     const located::Path path = {"processes"};
-    const Json::Value& processes = valueAt(view.appConfig->tree, path);
+    const Json::Value& processes = valueAt(view.appConfig->tree(), path);
     return processes.isObject() ? processes.getMemberNames() : std::vector<std::string>();
 }
 

@@ -26,7 +26,7 @@ using rules::kSouthboundFamily;
 /// If a value of the wrong type stops the rule, its results up to there are kept.
 template <typename Rule>
 void traced(const ExplanationBuilder& builder, Recorder& trace, Rule rule) {
-    runDroppingExceptions([&] { rule(rules::TracedNode(builder.sources.nodeList.tree, trace)); });
+    runDroppingExceptions([&] { rule(rules::TracedNode(builder.sources.nodeList.tree(), trace)); });
 }
 
 std::string sameLabel(const std::string& slot) {

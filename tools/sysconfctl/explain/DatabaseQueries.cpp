@@ -132,7 +132,7 @@ Answer entryField(ExplanationBuilder& builder, const Column& column) {
         return answer;
     } catch (const std::exception& exception) {
         builder.explanation.error = exception.what();
-        wrongType(builder, path, valueAt(builder.sources.appConfig.tree, path), expected);
+        wrongType(builder, path, valueAt(builder.sources.appConfig.tree(), path), expected);
         builder.conclude({}, {}, "the library throws");
         return {NoAnswer{}};
     }

@@ -137,7 +137,7 @@ bool ExplanationBuilder::node(const SourceFile& file, const std::string& id,
         return true;
     }
     const located::Path nodeList = {"nodeList"};
-    const Json::Value& nodes = valueAt(file.tree, nodeList);
+    const Json::Value& nodes = valueAt(file.tree(), nodeList);
     const std::vector<std::string> ids =
         nodes.isObject() ? nodes.getMemberNames() : std::vector<std::string>();
     const std::string near = nearestName(id, ids);
@@ -172,7 +172,7 @@ void ExplanationBuilder::entry(const SourceFile& file, const located::Path& list
                                const EntryFate& entry, WalkedEntries& found) {
     located::Path path = list;
     path.push_back(entry.step);
-    const Json::Value& value = valueAt(file.tree, path);
+    const Json::Value& value = valueAt(file.tree(), path);
     const FateWords words = fateWords(entry, found, value);
     std::string sentence = fmt::format("{}: {}", entryText(value), words.text);
     const Weight weight = entry.fate == Fate::Taken ? Weight::Decisive
@@ -181,7 +181,7 @@ void ExplanationBuilder::entry(const SourceFile& file, const located::Path& list
                               : Weight::Detail;
     if (entry.fate == Fate::Ends && entry.mismatch) {
         sentence = fmt::format("{} {}: the search ends here", valueName(entry.mismatch->path),
-                               describe(*entry.mismatch, file.tree));
+                               describe(*entry.mismatch, file.tree()));
         path = entry.mismatch->path;
     } else if (entry.fate == Fate::NotLookedAt && found.endedBy) {
         sentence = fmt::format("{}: not reached, because the search ends at entry {}",
@@ -199,13 +199,14 @@ void ExplanationBuilder::entry(const SourceFile& file, const located::Path& list
                     .address = addressOf(value),
                     .tags = tagsOf(value),
                     .expected = entry.mismatch ? expectedText(entry.mismatch->expected) : "",
-                    .found = entry.mismatch ? kindOf(valueAt(file.tree, entry.mismatch->path)) : "",
+                    .found =
+                        entry.mismatch ? kindOf(valueAt(file.tree(), entry.mismatch->path)) : "",
                     .by = words.by},
           .weight = weight});
     if (entry.fate == Fate::Ends && entry.mismatch) {
         because("wrong-type",
                 fmt::format("{} {}, and the search ends there", valueName(entry.mismatch->path),
-                            describe(*entry.mismatch, file.tree)),
+                            describe(*entry.mismatch, file.tree())),
                 fmt::format("make it {}", expectedText(entry.mismatch->expected)));
     }
     entryMistakes(file, path, entry, found);
@@ -235,7 +236,7 @@ void ExplanationBuilder::entryMistakes(const SourceFile& file, const located::Pa
                             tagFamily(entry.meantTag), named(entry.meantTag)),
                 "correct the tag", entry.meantTag, entry.nearTag);
     }
-    const Json::Value& value = valueAt(file.tree, path);
+    const Json::Value& value = valueAt(file.tree(), path);
     if (entry.fate == Fate::NoList && isAskedFor(value["usage"], found.asked)) {
         located::Path usage = path;
         usage.emplace_back("usage");
@@ -285,7 +286,7 @@ WalkedEntries ExplanationBuilder::walk(const SourceFile& file, const std::string
         return {};
     }
     const located::Path path = {"nodeList", id, "IPAddresses"};
-    const Json::Value& list = valueAt(file.tree, path);
+    const Json::Value& list = valueAt(file.tree(), path);
     WalkedEntries found = walkedEntries(list, path, trace.events, label, asked);
     if (found.refused) {
         mismatch(file, *found.refused, "entry");

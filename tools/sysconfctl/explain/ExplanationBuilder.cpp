@@ -209,7 +209,7 @@ bool ExplanationBuilder::file(const SourceFile& file) {
 
 void ExplanationBuilder::absent(const SourceFile& file, const located::Path& path) {
     const std::string name = valueName(path);
-    const auto miss = misspeltMember(file.tree, path);
+    const auto miss = misspeltMember(file.tree(), path);
     if (!miss) {
         located::Path around = path;
         while (!around.empty() && file.document.find(around) == nullptr) {
@@ -243,7 +243,7 @@ bool ExplanationBuilder::value(const SourceFile& file, const located::Path& path
         absent(file, path);
         return false;
     }
-    const Json::Value& found = valueAt(file.tree, path);
+    const Json::Value& found = valueAt(file.tree(), path);
     const std::string name = valueName(path);
     if (found.isArray() || found.isObject()) {
         step({.kind = "value",
@@ -271,13 +271,13 @@ void ExplanationBuilder::mismatch(const SourceFile& file,
                                   const Quarncommon::rules::TypeMismatch& mismatch,
                                   std::string_view kind) {
     const std::string sentence =
-        fmt::format("{} {}", valueName(mismatch.path), describe(mismatch, file.tree));
+        fmt::format("{} {}", valueName(mismatch.path), describe(mismatch, file.tree()));
     step({.kind = kind,
           .outcome = "wrong-type",
           .sentence = sentence,
           .at = Spot{&file, mismatch.path},
           .facts = {.expected = expectedText(mismatch.expected),
-                    .found = kindOf(valueAt(file.tree, mismatch.path))}});
+                    .found = kindOf(valueAt(file.tree(), mismatch.path))}});
     because("wrong-type", sentence, fmt::format("make it {}", expectedText(mismatch.expected)));
 }
 
@@ -292,7 +292,7 @@ bool ExplanationBuilder::stopped(LoadStep name) {
               fmt::format("the load ends here: {} {}", valueName(stop->path), stop->sentence),
           .at = Spot{stop->file, stop->path},
           .facts = {.expected = expectedText(stop->mismatch.expected),
-                    .found = kindOf(valueAt(stop->file->tree, stop->path))}});
+                    .found = kindOf(valueAt(stop->file->tree(), stop->path))}});
     because("load-stopped", fmt::format("{} {}", valueName(stop->path), stop->sentence),
             fmt::format("make it {}", expectedText(stop->mismatch.expected)),
             "the load ends there");
@@ -333,7 +333,7 @@ void ExplanationBuilder::process() {
         return;
     }
     const located::Path path = {"processes"};
-    const Json::Value& processes = valueAt(sources.appConfig.tree, path);
+    const Json::Value& processes = valueAt(sources.appConfig.tree(), path);
     const std::string near = didYouMean(id, processes);
     const std::string sentence =
         sources.instance.value

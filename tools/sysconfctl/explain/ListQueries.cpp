@@ -138,7 +138,7 @@ Answer byField(ExplanationBuilder& builder) {
     Recorder trace;
     std::list<std::string> addresses;
     const bool complete = runDroppingExceptions([&] {
-        rules::appendAddresses(rules::TracedNode(list.tree, trace), field, prefix, addresses);
+        rules::appendAddresses(rules::TracedNode(list.tree(), trace), field, prefix, addresses);
     });
     const std::vector<NodeOutcome> nodes = NodeOutcomes(trace, field).nodes;
     nodeSteps(builder, list, nodes, [&](const NodeOutcome& node) {
@@ -185,7 +185,7 @@ Answer byTags(ExplanationBuilder& builder) {
     Recorder trace;
     std::map<std::string, std::set<std::string>> nodes;
     const bool complete = runDroppingExceptions(
-        [&] { rules::collectTaggedAddresses(rules::TracedNode(list.tree, trace), tags, nodes); });
+        [&] { rules::collectTaggedAddresses(rules::TracedNode(list.tree(), trace), tags, nodes); });
     const std::vector<NodeOutcome> outcomes = NodeOutcomes(trace, {}).nodes;
     nodeSteps(builder, list, outcomes, [&](const NodeOutcome& node) {
         const std::set<std::string>& found = nodes[node.id];

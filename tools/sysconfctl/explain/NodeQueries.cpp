@@ -96,7 +96,7 @@ void internalService(ExplanationBuilder& builder, const SourceFile& file, const 
                      const std::string& also = {}) {
     Recorder trace;
     Quarncommon::runDroppingExceptions([&] {
-        const rules::TracedNode list(file.tree, trace);
+        const rules::TracedNode list(file.tree(), trace);
         rules::internalServiceAddress(rules::addressEntries(rules::nodeEntry(list, id)));
     });
     const WalkedEntries walked =
@@ -286,7 +286,7 @@ std::string candidates(ExplanationBuilder& builder, std::string_view role) {
     Quarncommon::runDroppingExceptions([&] {
         std::string masterId;
         std::string standbyId;
-        rules::findMasterAndStandby(rules::TracedNode(list.tree, trace), values.tenancy, masterId,
+        rules::findMasterAndStandby(rules::TracedNode(list.tree(), trace), values.tenancy, masterId,
                                     standbyId);
     });
     Candidates verdicts(role, values);
@@ -296,7 +296,7 @@ std::string candidates(ExplanationBuilder& builder, std::string_view role) {
     const bool found =
         !(role == rules::kMaster ? values.masterNodeId : values.standbyNodeId).empty();
     const located::Path nodeList = {"nodeList"};
-    const Json::Value& nodes = valueAt(list.tree, nodeList);
+    const Json::Value& nodes = valueAt(list.tree(), nodeList);
     std::size_t inTenancy = 0;
     std::vector<std::string> others;
     std::vector<std::string> tenancies;

@@ -39,7 +39,7 @@ void ExplanationBuilder::sourceSearch(Weight weight) {
     Recorder trace;
     std::map<std::string, std::string> services;
     Quarncommon::runDroppingExceptions(
-        [&] { rules::collectServiceAddresses(rules::TracedNode(list.tree, trace), services); });
+        [&] { rules::collectServiceAddresses(rules::TracedNode(list.tree(), trace), services); });
     const std::map<std::string, located::Path> paths = servicePaths(trace);
     rules::sourceNode(services, sources.hostAddresses, &trace);
     for (const rules::TraceEvent& event : trace.events) {

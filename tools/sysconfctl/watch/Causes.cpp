@@ -79,8 +79,9 @@ std::vector<Cause> addressCauses(const std::list<std::string>& addressesBefore,
 
 std::vector<Cause> Causes::update() {
     std::vector<Cause> causes = updated(m_sources.appConfig, readAppConfig);
-    for (std::vector<Cause> more : {updated(m_sources.nodeList, readNodeList),
-                                    updated(m_sources.managerNodeList, readManagerNodeList)}) {
+    for (std::vector<Cause> more :
+         {updated(m_sources.nodeList, [] { return readNodeList(); }),
+          updated(m_sources.managerNodeList, [] { return readManagerNodeList(); })}) {
         std::move(more.begin(), more.end(), std::back_inserter(causes));
     }
     std::list<std::string> addresses;

@@ -59,7 +59,7 @@ public:
            std::vector<Appearance>& found, std::set<std::string>& names)
         : m_word(word), m_file(file), m_cluster(cluster), m_found(found), m_names(names) {}
 
-    void run() { visit(m_file.tree); }
+    void run() { visit(m_file.tree()); }
 
 private:
     void visit(const Json::Value& value) {

@@ -38,7 +38,7 @@ std::string nodeOf(const View& view) {
         return {};
     }
     const sysconfctl::located::Path path = {"processes"};
-    const Json::Value& processes = sysconfctl::valueAt(view.appConfig->tree, path);
+    const Json::Value& processes = sysconfctl::valueAt(view.appConfig->tree(), path);
     std::set<std::string> ids;
     if (view.instance) {
         ids.insert(sysconfctl::textAt(processes, {*view.instance, "nodeId"}));
