@@ -3,8 +3,8 @@
 
 usage: cluster_test.py SOURCE-DIRECTORY BUILD-DIRECTORY
 
-Ports are replaced by free ones. Times and the publisher are those of the page in what is compared, and
-reports of killed jobs are left out, which bash writes at the end of this command or of a later one.
+Ports are replaced by free ones. Times and the publisher are those of the page in what is compared.
+Reports of killed jobs are left out: bash writes them at the end of the command or of a later one.
 """
 
 import os
