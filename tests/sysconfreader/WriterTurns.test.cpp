@@ -14,7 +14,9 @@
 
 #include <atomic>
 #include <functional>
+#include <latch>
 #include <memory>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -148,6 +150,23 @@ TEST(WriterHandoff, Claim_IsTheFirstSecondOfEveryTen) {
     for (const auto& [waited, remaining] : kRows) {
         EXPECT_EQ(WriterHandoff::remainingClaim(waited), remaining) << waited.count();
     }
+}
+
+TEST(WriterHandoff, FirstWriterWaits_AReaderWaitsForItDuringTheClaim) {
+    WriterHandoff handoff;
+    const auto begin = Quarncommon::Clock::now();
+    std::optional<WriterHandoff::Wait> writer(handoff);
+    std::atomic<bool> writerWaits{true};
+    std::latch readerIsHere(1);
+    const std::jthread reader([&] {
+        readerIsHere.count_down();
+        handoff.letOneWriterPass();
+        EXPECT_TRUE(!writerWaits || Quarncommon::Clock::now() - begin >= WriterHandoff::kClaim);
+    });
+    readerIsHere.wait();
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    writerWaits = false;
+    writer.reset();
 }
 
 TEST(WriterHandoff, WritersWithoutPause_AReaderLetsOnePass) {

@@ -7,13 +7,17 @@
 #include "support/Deployment.h"
 #include "support/EventLibrary.h"
 #include "support/LibraryCalls.h"
+#include "support/RealFunction.h"
 #include "support/SampleTexts.h"
+#include "support/Sanitizers.h"
 #include "support/TestDirectory.h"
+#include "support/Threads.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <array>
+#include <barrier>
 #include <dlfcn.h>
 #include <elf.h>
 #include <filesystem>
@@ -22,8 +26,17 @@
 #include <limits>
 #include <ostream>
 #include <stdexcept>
+#include <string_view>
 
 namespace {
+
+#ifndef SANITIZED
+/// Runs when the second of the variables that turn events off has been looked up.
+std::function<void()>& afterLookup() {
+    static auto& hook = *new std::function<void()>;
+    return hook;
+}
+#endif
 
 namespace fs = std::filesystem;
 using Quarncommon::SysConfReader;
@@ -372,6 +385,23 @@ TEST(EventLibrary, CannotBeClosed_SubscriptionEndsAndTheNextOneIsMade) {
     EXPECT_EQ(calls(), (Calls{4, 2, 2, 2}));
 }
 
+#ifndef SANITIZED
+TEST(EventLibrary, TwoThreadsSubscribeAtTheSameTime_OneSubscriptionIsMade) {
+    const Deployment deployment;
+    support::installEventLibrary("recording");
+    support::setInitResult(kRefused);
+    SysConfReaderImpl& roles = *SysConfReaderImpl::Instance();
+    support::setInitResult(0);
+    // Both threads have found that events are on before either goes on.
+    std::barrier both(2);
+    afterLookup() = [&] { both.arrive_and_wait(); };
+    support::runTogether(2, [&](std::size_t) { roles.InitConsumer(); });
+    afterLookup() = nullptr;
+    EXPECT_EQ(support::eventLibraryCalls().inits, 2); // the refused one and another
+    EXPECT_TRUE(support::subscribed());
+}
+#endif
+
 TEST(EventLibrary, WhileItSubscribes_NoSecondSubscriptionIsMade) {
     const Deployment deployment;
     support::installEventLibrary("recording");
@@ -470,3 +500,14 @@ TEST(GetDLLName, AnyName_GetsPrefixAndSuffix) {
 }
 
 } // namespace
+
+#ifndef SANITIZED
+extern "C" [[gnu::visibility("default")]] char* getenv(const char* name) noexcept {
+    static auto* const real = support::realFunction<char*(const char*)>(nullptr, "getenv");
+    char* const value = real(name);
+    if (afterLookup() && name == std::string_view("NO_EM_CLIENT_CONSUMER")) {
+        afterLookup()();
+    }
+    return value;
+}
+#endif
