@@ -28,14 +28,14 @@ constinit LastingMemory g_managerNodeList;
 enum class Comparison { None, WhileReading, AfterReading };
 
 /// When a text is compared with the kept one: while it is read, so that an equal text is not
-/// stored. But if the list changed at each of the last two reads, it probably changes again, and
-/// comparing costs more than it saves: then every fourth text is compared, after it has been read.
+/// stored. If the list probably changes again, comparing costs more than it saves: then every
+/// fourth text is compared, after it has been read.
 Comparison comparisonWith(const ParsedTextPointer& known) {
     if (known == nullptr) {
         return Comparison::None;
     }
     const unsigned int unused = known->unusedNow();
-    if (unused < 2) {
+    if (!keepsChanging(unused)) {
         return Comparison::WhileReading;
     }
     return unused % 4 == 0 ? Comparison::AfterReading : Comparison::None;

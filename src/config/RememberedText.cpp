@@ -79,8 +79,9 @@ ParsedTextPointer parseNew(FileText& text, const ParsedTextPointer& former, List
     ParsedTextPointer kept;
     try {
         if (result->text->length() <= ListMemory::kLargest && result->text->isTight()) {
-            // A large parse is not kept. If the text is used again, it is parsed again and packed.
-            kept = isSmall(*result->parse, *result->text)
+            // A large parse is not kept, nor one that is probably not used again. If the text is
+            // used again, it is parsed again.
+            kept = !keepsChanging(unused) && isSmall(*result->parse, *result->text)
                        ? result
                        : std::make_shared<const ParsedText>(result->text, false, unused);
         }

@@ -62,6 +62,11 @@ private:
     ParsedTextPointer m_text;
 };
 
+/// Whether the list changed at each of the last two reads or more, and so probably changes again.
+inline bool keepsChanging(unsigned int unused) {
+    return unused >= 2;
+}
+
 /// Parses a text that was read after `former`, which may be null, moves it away and keeps it. Null
 /// if it is not valid; then the text is unchanged.
 /// @throws std::bad_alloc if memory runs out.

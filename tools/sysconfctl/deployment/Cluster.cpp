@@ -89,11 +89,12 @@ std::map<std::string, PartOfList> listsByTenancy(const SourceFile& list) {
 }
 
 void markRoles(std::map<std::string, ClusterNode>& nodes, const SourceFile& manager) {
-    for (const auto& [tenancy, list] : listsByTenancy(manager)) {
+    for (const auto& part : listsByTenancy(manager)) {
         std::string master;
         std::string standby;
         // The rule throws at a value of the wrong type. Ids that it found before are used.
-        readWhatFits([&] { rules::findMasterAndStandby(list, tenancy, master, standby); });
+        readWhatFits(
+            [&] { rules::findMasterAndStandby(part.second, part.first, master, standby); });
         const auto mark = [&](const std::string& id, bool ClusterNode::*role) {
             const auto node = nodes.find(id);
             if (!id.empty() && node != nodes.end()) {
