@@ -112,7 +112,8 @@ public:
     char eventLibrary[1024] = "";
     /// Events that reloaded both readers.
     unsigned long long eventsApplied = 0;
-    /// Events whose reload met a shortage or an exception; an event library delivers them again.
+    /// Events whose reload, or the load of a callback, met a shortage or an exception; an event
+    /// library delivers them again.
     unsigned long long eventsFailed = 0;
     /// Events that reloaded nothing: refused, or during a subscription or a destruction.
     unsigned long long eventsDropped = 0;

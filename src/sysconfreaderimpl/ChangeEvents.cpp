@@ -256,13 +256,16 @@ void SysConfReaderImpl::applyChange(const void* subscriber) {
         status::countEvent(&SysConfReaderStatus::eventsDropped);
         return;
     }
-    const bool reloaded = runDroppingExceptions([&] { reader->Reload(); });
+    const bool applied =
+        runDroppingExceptions([&] { reader->Reload(); }) && !takeUnreportedShortage();
+    if (applied) { // before anybody is told
+        status::countEvent(&SysConfReaderStatus::eventsApplied);
+    }
     // Inside the gate: see docs/concurrency.md.
     status::announceLoads();
-    if (!reloaded || takeUnreportedShortage()) {
+    if (!applied || takeUnreportedShortage()) { // the second one of a callback
         throw NotApplied();
     }
-    status::countEvent(&SysConfReaderStatus::eventsApplied);
 }
 
 void SysConfReaderImpl::finishLoad() {

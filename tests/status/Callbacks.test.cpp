@@ -101,18 +101,21 @@ TEST_F(Callback, DestructionThatLoadsFirst_CallsIt) {
     EXPECT_THAT(subscribed.generations(), ElementsAre(1, 2));
 }
 
-TEST_F(Callback, AfterAnEvent_SeesBothReadersChanged) {
+TEST_F(Callback, AfterAnEvent_SeesBothReadersChangedAndTheEventCounted) {
     SysConfReader::Instance();
     writeGeneration(m_files, 2);
     int port = 0;
     std::string tenancy;
+    unsigned long long applied = 0;
     const Subscribed subscribed([&] {
         port = SysConfReader::Instance()->getLocalPort();
         tenancy = SysConfReader_i::Instance()->GetProductName();
+        applied = Status::read().eventsApplied;
     });
     support::deliver();
     EXPECT_EQ(port, 4002);
     EXPECT_EQ(tenancy, "tenancy2");
+    EXPECT_EQ(applied, 1U);
 }
 
 TEST_F(Callback, OfAnyLoad_HoldsNoLockAndMayCallEveryOperation) {
