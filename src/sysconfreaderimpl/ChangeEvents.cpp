@@ -258,7 +258,7 @@ void SysConfReaderImpl::applyChange(const void* subscriber) {
     }
     const bool applied =
         runDroppingExceptions([&] { reader->Reload(); }) && !takeUnreportedShortage();
-    if (applied) { // before anybody is told
+    if (applied) { // before the announcement
         status::countEvent(&SysConfReaderStatus::eventsApplied);
     }
     // Inside the gate: see docs/concurrency.md.
