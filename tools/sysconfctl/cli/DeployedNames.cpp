@@ -67,7 +67,7 @@ using ListPointers = std::initializer_list<const SourceFile*>;
 template <typename Visit>
 void forEachAddress(ListPointers lists, Visit visit) {
     for (const SourceFile* const list : lists) {
-        for (const auto& node : nodesOf(*list)) {
+        for (const auto& node : listedNodes(*list)) {
             for (const Address& address : addressesOf(node.second)) {
                 visit(address);
             }

@@ -61,7 +61,7 @@ bool isObject(const rules::Node& node) {
 
 void addList(std::map<std::string, ClusterNode>& nodes, const SourceFile& file,
              Listed ClusterNode::*list) {
-    for (const auto& [id, entry] : nodesOf(file)) {
+    for (const auto& [id, entry] : listedNodes(file)) {
         ClusterNode& node = nodes[id];
         node.id = id;
         node.*list = listed(entry);
@@ -81,7 +81,7 @@ struct PartOfList {
 std::map<std::string, PartOfList> listsByTenancy(const SourceFile& list) {
     std::map<std::string, PartOfList> lists;
     readWhatFits([&] {
-        for (const auto& node : nodesOf(list)) {
+        for (const auto& node : listedNodes(list)) {
             lists[rules::tenancy(node.second)].nodes.push_back(node);
         }
     });
@@ -143,7 +143,7 @@ const ClusterNode* Cluster::node(const std::string& id) const {
     return found != nodes.end() && found->id == id ? &*found : nullptr;
 }
 
-NodesById nodesOf(const SourceFile& list) {
+NodesById listedNodes(const SourceFile& list) {
     NodesById nodes;
     readWhatFits([&] { nodes = list.root()["nodeList"].members(); });
     return nodes;

@@ -60,7 +60,7 @@ struct Cluster {
 using NodesById = std::vector<std::pair<std::string, Quarncommon::rules::Node>>;
 
 /// In ascending order of ids. Valid as long as the list's root.
-NodesById nodesOf(const SourceFile& list);
+NodesById listedNodes(const SourceFile& list);
 /// The entry must be an object.
 Address addressOf(const Quarncommon::rules::Node& entry);
 /// Entries that are not objects are skipped.

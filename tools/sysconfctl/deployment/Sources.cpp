@@ -165,10 +165,10 @@ Lists readLists(Form form) {
     return {std::move(nodeList), managerNodeList.get()};
 }
 
-Sources readSources(const std::vector<std::string>& localAddresses, Form form) {
-    Lists lists = readLists(form);
-    return {variable(config::kInstanceIdVariable), readAppConfig(), std::move(lists.nodeList),
-            std::move(lists.managerNodeList), addressesOfHost(localAddresses)};
+Sources readSources(const std::vector<std::string>& localAddresses, Form lists) {
+    Lists read = readLists(lists);
+    return {variable(config::kInstanceIdVariable), readAppConfig(), std::move(read.nodeList),
+            std::move(read.managerNodeList), addressesOfHost(localAddresses)};
 }
 
 } // namespace sysconfctl
