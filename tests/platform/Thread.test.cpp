@@ -4,23 +4,28 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <future>
+#include <latch>
+#include <memory>
 
 namespace {
 
 using eventcbutil::Thread;
 
+struct Signals {
+    std::latch mayEnd{1};
+    std::latch ends{1};
+};
+
 TEST(Thread, JoinedBeforeItEnds_IsLeftToItselfAfterTheLongestTime) {
-    std::promise<void> mayEnd;
-    std::promise<void> ends;
-    Thread thread("slow", [&] {
-        mayEnd.get_future().wait();
-        ends.set_value_at_thread_exit();
+    const auto signals = std::make_shared<Signals>();
+    Thread thread("slow", [signals] {
+        signals->mayEnd.wait();
+        signals->ends.count_down();
     });
     thread.join(std::chrono::seconds(0));
     EXPECT_FALSE(thread.joinable());
-    mayEnd.set_value();
-    ends.get_future().wait();
+    signals->mayEnd.count_down();
+    signals->ends.wait();
 }
 
 } // namespace
