@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Descriptor.h"
 
+#include "WatchFaults.h"
+#include "support/Sanitizers.h"
+
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <fcntl.h>
 #include <sys/inotify.h>
-#include <sys/resource.h>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
@@ -78,17 +81,15 @@ TEST(Descriptor, OfAStandardStream_IsMovedAboveThem) {
     ::dup2(saved, 0);
 }
 
+#ifndef SANITIZED
 TEST(Descriptor, OfAStandardStreamThatCannotBeMoved_ThrowsAndIsClosed) {
     ::close(0);
     ASSERT_EQ(newInotify(), 0);
-    rlimit numbers{};
-    ::getrlimit(RLIMIT_NOFILE, &numbers);
-    const rlimit standardStreamsOnly{3, numbers.rlim_max};
-    ::setrlimit(RLIMIT_NOFILE, &standardStreamsOnly);
+    failCalls(Call::Fcntl, EMFILE, 1);
     EXPECT_THROW(Descriptor(0, "inotify_init1"), std::system_error);
     EXPECT_FALSE(isOpen(0));
-    ::setrlimit(RLIMIT_NOFILE, &numbers);
 }
+#endif
 
 TEST(Descriptor, Moved_HasOneOwner) {
     Descriptor first(newInotify(), "inotify_init1");
