@@ -12,6 +12,8 @@
 #include <string_view>
 
 struct JsonDocument::Contents {
+    std::size_t memory() const { return sizeof *this + tape.memory(); }
+
     Tape tape;
 };
 
@@ -31,19 +33,23 @@ std::size_t JsonDocument::errorOffset(const char* text, std::size_t length) {
     return ::errorOffset(std::string_view(text, length));
 }
 
-bool JsonDocument::pack(const JsonDocument& document, const char* text, std::size_t length) {
+bool JsonDocument::pack(const JsonDocument& document, const char* text, std::size_t length,
+                        std::size_t limit) {
     const Tape& tape = document.m_contents->tape;
-    if (length > Tape::kLargestPacked || tape.empty()) {
+    if (length > Tape::kLargestPacked || tape.empty() || tape.leastPackedMemory() > limit) {
         return false;
     }
     auto contents = std::make_unique<Contents>();
     contents->tape = tape.packed(std::string_view(text, length));
+    if (contents->memory() > limit) {
+        return false;
+    }
     m_contents = std::move(contents);
     return true;
 }
 
 std::size_t JsonDocument::memory() const {
-    return sizeof(Contents) + m_contents->tape.memory();
+    return m_contents->memory();
 }
 
 JsonDocument::Node JsonDocument::root() const {

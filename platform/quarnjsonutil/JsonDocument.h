@@ -41,9 +41,12 @@ public:
     /// Becomes a packed copy of a document: smaller, with binary search for the members of large
     /// objects. It refers to the text, which must not change as long as this is used.
     /// @param text The text that `document` has read.
-    /// @return Whether there is a copy: not of an unread document, nor of a text of 64 MiB or more.
+    /// @return Whether there is a copy: not of an unread document, nor of a text of 64 MiB or more,
+    ///   nor if the copy would take more than `limit` bytes. Without one this document is
+    ///   unchanged.
     /// @throws std::bad_alloc if memory runs out; this document is then unchanged.
-    bool pack(const JsonDocument& document, const char* text, std::size_t length);
+    bool pack(const JsonDocument& document, const char* text, std::size_t length,
+              std::size_t limit);
 
     /// The bytes in use, without the text: exact for a packed document, else approximate.
     std::size_t memory() const;

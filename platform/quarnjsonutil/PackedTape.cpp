@@ -132,6 +132,17 @@ private:
     std::vector<std::size_t> m_open;
 };
 
+std::size_t Tape::leastPackedMemory() const {
+    std::size_t memory = 0;
+    for (std::size_t index = kRoot, end = next(kRoot); index != end;) {
+        const bool isNumber =
+            type(index) == kSigned || type(index) == kUnsigned || type(index) == kDouble;
+        memory += sizeof m_packed[0] + (isNumber ? sizeof m_numbers[0] : 0);
+        index += isNumber ? 2 : 1;
+    }
+    return memory;
+}
+
 Tape Tape::packed(std::string_view text) const {
     Tape packed;
     Packer(*this, text, packed).pack();

@@ -99,6 +99,10 @@ public:
     /// Offsets in a longer text do not fit into a packed word.
     static constexpr std::size_t kLargestPacked = (std::size_t{1} << 26U) - 1;
 
+    /// What the packed form takes at least: without respelled texts and the index of members. Not
+    /// for a packed tape.
+    std::size_t leastPackedMemory() const;
+
     /// The text must not change as long as the packed tape is used.
     /// @throws std::bad_alloc if memory runs out.
     Tape packed(std::string_view text) const;

@@ -3,6 +3,7 @@
 
 #include "base/ForkCheck.h"
 
+#include <cstddef>
 #include <new>
 
 #ifdef SYSCONFREADER_WITH_DOCUMENT
@@ -13,12 +14,9 @@ namespace {
 
 using Text = std::shared_ptr<const FileText>;
 
-/// A parse that takes more than this many times the memory of its text is not kept.
-constexpr double kLargestParse = 1.5;
-
-bool isSmall(const Document& parse, const FileText& text) {
-    return static_cast<double>(parse.memory()) <=
-           kLargestParse * static_cast<double>(text.length());
+/// A parse that takes more memory is not kept.
+std::size_t largestParse(const FileText& text) {
+    return text.length() + text.length() / 2;
 }
 
 std::shared_ptr<ParsedText> parsed(Text text, unsigned int unused = 0) {
@@ -30,8 +28,8 @@ std::shared_ptr<ParsedText> parsed(Text text, unsigned int unused = 0) {
 ParsedTextPointer packed(const ParsedText& parsed) {
     auto result = std::make_shared<ParsedText>(parsed.text, true);
     const FileText& text = *parsed.text;
-    Document& packed = result->parse.emplace();
-    if (!packed.pack(*parsed.parse, text.data(), text.length()) || !isSmall(packed, text)) {
+    const std::size_t limit = largestParse(text);
+    if (!result->parse.emplace().pack(*parsed.parse, text.data(), text.length(), limit)) {
         result->parse.reset();
     }
     return result;
@@ -81,7 +79,7 @@ ParsedTextPointer parseNew(FileText& text, const ParsedTextPointer& former, List
         if (result->text->length() <= ListMemory::kLargest && result->text->isTight()) {
             // A large parse is not kept, nor one that is probably not used again. If the text is
             // used again, it is parsed again.
-            kept = !keepsChanging(unused) && isSmall(*result->parse, *result->text)
+            kept = !keepsChanging(unused) && result->parse->memory() <= largestParse(*result->text)
                        ? result
                        : std::make_shared<const ParsedText>(result->text, false, unused);
         }

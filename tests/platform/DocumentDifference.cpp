@@ -4,6 +4,7 @@
 #include "JsonDocument.h"
 #include "JsonReader.h"
 
+#include <cstdint>
 #include <cstring>
 #include <optional>
 #include <vector>
@@ -141,7 +142,7 @@ std::string documentDifference(std::string_view text) {
         return difference;
     }
     JsonDocument packed;
-    if (!packed.pack(document, padded.data(), text.size())) {
+    if (!packed.pack(document, padded.data(), text.size(), SIZE_MAX)) {
         return "not packed";
     }
     const std::string difference = Comparison().compare(tree, packed.root());

@@ -3,9 +3,11 @@
 
 #include "DocumentDifference.h"
 #include "JsonReader.h"
+#include "support/AllocationFaults.h"
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <random>
@@ -16,6 +18,8 @@
 namespace {
 
 using namespace std::string_literals;
+
+constexpr std::size_t kNoLimit = SIZE_MAX;
 
 class Read {
 public:
@@ -281,7 +285,7 @@ TEST(JsonDocument, PackedObject_NameWithQuotesDoesNotMatchTheTextAroundAName) {
     JsonDocument document;
     JsonDocument packed;
     ASSERT_TRUE(document.read(padded.data(), text.size()));
-    ASSERT_TRUE(packed.pack(document, padded.data(), text.size()));
+    ASSERT_TRUE(packed.pack(document, padded.data(), text.size(), kNoLimit));
     EXPECT_TRUE(packed.root()["a\":\"x"].value().isNull());
     EXPECT_EQ(packed.root()["b\"c"].asString(), "1");
     EXPECT_EQ(packed.root()["a"].asString(), "x");
@@ -309,19 +313,49 @@ TEST(JsonDocument, PackedMinifiedList_TakesLessThanTheText) {
     JsonDocument document;
     JsonDocument packed;
     ASSERT_TRUE(document.read(text.data(), length));
-    ASSERT_TRUE(packed.pack(document, text.data(), length));
+    ASSERT_TRUE(packed.pack(document, text.data(), length, kNoLimit));
     EXPECT_LT(packed.memory(), length);
     EXPECT_GT(packed.memory(), length / 2);
     EXPECT_GT(document.memory(), 2 * length);
+}
+
+TEST(JsonDocument, PackedFormOfTheLimit_IsMadeAndNoLargerOne) {
+    const std::string text = R"({"a":["b","c\"",1]})";
+    const std::string padded = text + std::string(JsonDocument::kPadding, ' ');
+    JsonDocument document;
+    JsonDocument packed;
+    ASSERT_TRUE(document.read(padded.data(), text.size()));
+    ASSERT_TRUE(packed.pack(document, padded.data(), text.size(), kNoLimit));
+    JsonDocument other;
+    EXPECT_FALSE(other.pack(document, padded.data(), text.size(), packed.memory() - 1));
+    EXPECT_TRUE(other.root().value().isNull());
+    EXPECT_TRUE(other.pack(document, padded.data(), text.size(), packed.memory()));
+    EXPECT_EQ(other.root()["a"].value().size(), 3U);
+}
+
+TEST(JsonDocument, PackedFormOfManyShortMembers_IsRefusedBeforeItIsMade) {
+    std::string text = "{";
+    for (int i = 0; i < 1000; ++i) {
+        text += R"("y":0,"x":"",)";
+    }
+    text += R"("z":null})";
+    const std::size_t length = text.size();
+    text.append(JsonDocument::kPadding, ' ');
+    JsonDocument document;
+    JsonDocument packed;
+    ASSERT_TRUE(document.read(text.data(), length));
+    const support::AllocationFault fault(1);
+    EXPECT_FALSE(packed.pack(document, text.data(), length, length + length / 2));
+    EXPECT_FALSE(fault.happened());
 }
 
 TEST(JsonDocument, NothingRead_NotPacked) {
     JsonDocument document;
     JsonDocument packed;
     const std::string text = "[1" + std::string(JsonDocument::kPadding, ' ');
-    EXPECT_FALSE(packed.pack(document, text.data(), 0));
+    EXPECT_FALSE(packed.pack(document, text.data(), 0, kNoLimit));
     ASSERT_FALSE(document.read(text.data(), 2));
-    EXPECT_FALSE(packed.pack(document, text.data(), 2));
+    EXPECT_FALSE(packed.pack(document, text.data(), 2, kNoLimit));
     EXPECT_TRUE(packed.root().value().isNull());
 }
 
