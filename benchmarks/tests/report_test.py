@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""The report on results with known figures.
+"""The reports on results with known figures.
 
 usage: report_test.py REPORT-DIRECTORY
 """
@@ -14,6 +14,7 @@ import unittest
 REPORT = pathlib.Path(sys.argv[1])
 sys.path.insert(0, str(REPORT))
 
+import before  # noqa: E402
 import report  # noqa: E402
 
 # Nanoseconds per node of the list. The factor of 100 meets every target against the baseline; the
@@ -87,6 +88,29 @@ class ReportTest(unittest.TestCase):
     def test_plots_are_drawn(self):
         for plot in self.plots:
             self.assertIn("<polyline", plot.read_text())
+
+
+class BeforeTest(unittest.TestCase):
+    def test_factors_with_and_without_the_kernels_time(self):
+        with tempfile.TemporaryDirectory() as folder:
+            results = pathlib.Path(folder)
+            (results / "load").write_text("0.5\n")
+            for nodes in SIZES:
+                (results / f"{nodes}-indented.bytes").write_text("1")
+                for variant, time in (("before", 90), ("after", 60), ("limit", 5)):
+                    operations = [name for name, _, _ in before.OPERATIONS]
+                    names = ["read"] if variant == "limit" else operations
+                    runs = [{"name": name, "cpu_time": time, "time_unit": "us"} for name in names]
+                    text = json.dumps({"benchmarks": runs})
+                    (results / f"{nodes}-indented-{variant}-1.json").write_text(text)
+            tables = subprocess.run([sys.executable, REPORT / "before.py", folder], check=True,
+                                    stdout=subprocess.PIPE, text=True).stdout
+        self.assertIn("| operation | 2 nodes | 10 nodes |", tables)
+        self.assertEqual(tables.count("| 1.50 | 1.50 |\n"), len(before.OPERATIONS))
+        # 85 of 55 µs; 50 of 20 for a load, which reads eight files.
+        self.assertIn("| getLocalServiceIP | **1.55** (1.6) | **1.55** (3) |", tables)
+        self.assertIn("| getAllFloatIP | 1.55 (1.2) | 1.55 (1.4) |", tables)
+        self.assertIn("| reload of both singletons | 2.50 (2.5) | **2.50** (3) |", tables)
 
 
 if __name__ == "__main__":
