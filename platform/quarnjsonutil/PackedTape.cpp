@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <iterator>
 
 class Tape::Packer {
@@ -199,18 +200,24 @@ std::string_view Tape::packedText(std::size_t index) const {
 std::size_t Tape::packedMember(std::size_t object, std::string_view name) const {
     // A string that is stored verbatim contains no quote.
     const bool maybeVerbatim = name.find('"') == std::string_view::npos;
+    // Local copies, because the compiler would read the members again after each comparison.
+    const std::uint32_t* const packed = m_packed.data();
+    const std::string_view source = m_source;
     const auto hasName = [&](std::size_t index) {
-        if (m_packed[index] >> kPackedShift != kVerbatim) {
+        if (packed[index] >> kPackedShift != kVerbatim) {
             return text(index) == name;
         }
         // The closing quote is compared first: most other names have another length.
-        const std::string_view start = m_source.substr(payload(index) + 1);
-        return maybeVerbatim && start.size() > name.size() && start[name.size()] == '"' &&
-               start.starts_with(name);
+        const std::size_t start = (packed[index] & kPayload) + 1;
+        return maybeVerbatim && source.size() - start > name.size() &&
+               source[start + name.size()] == '"' &&
+               std::memcmp(source.data() + start, name.data(), name.size()) == 0;
     };
     std::size_t found = 0;
-    for (std::size_t at = object + 1; !isEnd(at); at = next(at + 1)) {
+    for (std::size_t at = object + 1, end = payload(object) - 1; at != end;) {
         found = hasName(at) ? at + 1 : found;
+        const Type type = kPackedTypes[packed[at + 1] >> kPackedShift];
+        at = type == kArray || type == kObject ? packed[at + 1] & kPayload : at + 2;
     }
     return found;
 }
