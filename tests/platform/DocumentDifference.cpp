@@ -42,7 +42,7 @@ bool same(const Json::Value& one, const Json::Value& other) {
 class Comparison {
 public:
     std::string compare(const Json::Value& tree, const Node& node) {
-        check("value", same(tree, node.value()));
+        check("value", sameValue(tree, node));
         check("asString",
               answer([&] { return tree.asString(); }) == answer([&] { return node.asString(); }));
         check("asInt",
@@ -61,6 +61,15 @@ private:
         if (!equal && m_difference.empty()) {
             m_difference = what + " differs at " + (m_path.empty() ? "the root" : m_path);
         }
+    }
+
+    /// Far from the root, arrays and objects are compared by what is in them only: comparing the
+    /// whole value at each level would take quadratic time.
+    bool sameValue(const Json::Value& tree, const Node& node) const {
+        constexpr std::size_t kFar = 100;
+        const bool isContainer =
+            tree.type() == Json::arrayValue || tree.type() == Json::objectValue;
+        return (isContainer && m_path.size() > kFar) || same(tree, node.value());
     }
 
     void descend(const std::string& step, const Json::Value& tree, const Node& node) {
@@ -85,7 +94,7 @@ private:
             const std::string& name = (*names)[i];
             const auto& [ownName, member] = (*members)[i];
             check("name of member " + name, name == ownName);
-            check("member " + name, same(node[name].value(), tree[name]));
+            check("member " + name, sameValue(tree[name], node[name]));
             descend(name, tree[name], member);
         }
     }
@@ -114,7 +123,7 @@ private:
         std::size_t index = 0;
         for (const Json::Value& child : tree) {
             if (index < children.size()) {
-                check("child", same(child, children[index].value()));
+                check("child", sameValue(child, children[index]));
             }
             ++index;
         }
