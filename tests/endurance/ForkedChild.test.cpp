@@ -264,7 +264,8 @@ TEST_F(ForkedChild, WhileAnotherThreadWaitsForOrHoldsEachLock_AnswersExecsAndExi
     }
 }
 
-TEST_F(ForkedChild, DuringALoad_HasNoPartlyLoadedValues) {
+/// Calls `work` while another thread is loading.
+void duringALoad(const std::function<void()>& work) {
     support::installEventLibrary("recording");
     // Each load tries to subscribe after it has cleared the databases.
     support::setInitResult(-1);
@@ -278,13 +279,30 @@ TEST_F(ForkedChild, DuringALoad_HasNoPartlyLoadedValues) {
     {
         const std::jthread other(reloadReader);
         stopped.acquire();
-        for (std::size_t life = 0; life < lives().size(); ++life) {
-            EXPECT_EQ(inChild(lives()[life]), 0) << "life " << life;
-        }
+        work();
         goOn.release();
     }
     support::setInitHook(nullptr);
+}
+
+TEST_F(ForkedChild, DuringALoad_HasNoPartlyLoadedValues) {
+    duringALoad([] {
+        for (std::size_t life = 0; life < lives().size(); ++life) {
+            EXPECT_EQ(inChild(lives()[life]), 0) << "life " << life;
+        }
+    });
     EXPECT_EQ(ask(), 0);
+}
+
+TEST_F(ForkedChild, DuringALoad_ItsOwnChildUsesItsPointers) {
+    duringALoad([] {
+        EXPECT_EQ(inChild([] {
+                      support::setInitHook(nullptr);
+                      const SysConfReader* const own = SysConfReader::Instance();
+                      return inChild([&] { return SysConfReader::Instance() == own ? 0 : 1; });
+                  }),
+                  0);
+    });
 }
 
 TEST_F(ForkedChild, OfAProcessAtRest_UsesThePointersOfItsParent) {
