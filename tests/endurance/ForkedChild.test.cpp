@@ -171,6 +171,30 @@ TEST_F(ForkedChild, OfAnEventLibraryThatSubscribes_ExecsOrEndsAtOnce) {
     EXPECT_EQ(ask(), 0);
 }
 
+TEST_F(ForkedChild, OfAnEventLibraryThatSubscribes_FinishesTheLoadAndAnswers) {
+    support::installEventLibrary("recording");
+    const pid_t parent = ::getpid();
+    int status = -1;
+    support::setInitHook([&] {
+        if (status != -1 || ::getpid() != parent) {
+            return;
+        }
+        const pid_t child = ::fork();
+        if (child == 0) {
+            ::alarm(support::kPatience);
+        } else {
+            ::waitpid(child, &status, 0);
+        }
+    });
+    SysConfReaderImpl::Instance();
+    const int answered = ask();
+    if (::getpid() != parent) {
+        ::_exit(answered);
+    }
+    EXPECT_EQ(answered, 0);
+    EXPECT_EQ(status, 0);
+}
+
 TEST_F(ForkedChild, WithTheEventLibraryOfTheFiles_AnswersExecsAndExits) {
     std::filesystem::create_symlink(SYSCONF_EVENT_LIBRARY,
                                     support::testDirectory() / "libeventcbutil.so");
