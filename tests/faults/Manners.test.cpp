@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cerrno>
 #include <clocale>
 #include <csignal>
 #include <fcntl.h>
@@ -183,6 +184,16 @@ TEST_F(Manners, EveryOperationWithAndWithoutFaults_LeavesTheProcessUnchanged) {
     ASSERT_GT(before.size(), 70U);
     callEverythingWellAndBadly();
     EXPECT_EQ(possessions(), before);
+}
+
+TEST_F(Manners, EveryOperation_DoesNotSetErrnoToZero) {
+    for (const operations::Operation& operation : operations::all()) {
+        operations::prepare(operation);
+        operations::Outputs outputs = operations::outputs();
+        errno = ENOTTY;
+        operation.call(outputs);
+        EXPECT_NE(errno, 0) << operation.name;
+    }
 }
 
 TEST_F(Manners, EveryOpenedFile_IsCloseOnExec) {

@@ -213,10 +213,12 @@ TEST_F(Shortage, WithoutTheEntryPoint_EventStillReturnsMinusOne) {
     EXPECT_EQ(requests(), 0);
 }
 
+const char* const kStandby = R"({"nodeList": {
+    "node1": {"extAttr": {"hostType": "standby"}},
+    "node9": {"IPAddresses": [{"IP": "10.9.9.9", "usage": ["service"]}]}}})";
+
 TEST_F(Shortage, OfTheHostsAddresses_RequestsADelivery) {
-    m_files.nodeList(R"({"nodeList": {
-        "node1": {"extAttr": {"hostType": "standby"}},
-        "node9": {"IPAddresses": [{"IP": "10.9.9.9", "usage": ["service"]}]}}})");
+    m_files.nodeList(kStandby);
     support::setHostAddresses({"10.9.9.9"});
     for (const int error : {EMFILE, ENFILE, ENOMEM, ENOBUFS}) {
         SysConfReader::Destory();
@@ -237,6 +239,14 @@ TEST_F(Shortage, OfTheHostsAddresses_RequestsADelivery) {
     EXPECT_EQ(support::deliver(), 0);
     support::failHostAddresses(0);
     EXPECT_EQ(requests(), before);
+}
+
+TEST_F(Shortage, BeforeALoadOnAHostWithoutAddresses_IsNotOneOfTheLoad) {
+    m_files.nodeList(kStandby);
+    support::setHostAddresses({});
+    SysConfReader::Instance();
+    errno = EMFILE;
+    EXPECT_EQ(support::deliver(), 0);
 }
 
 TEST_F(Shortage, MissingMalformedOrMistypedFile_IsNoShortage) {
