@@ -177,6 +177,21 @@ TEST(LockFaults, WriteLockOfTwoCreations_FirstPublishedInstanceIsKeptAndSubscrib
     EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(3));
 }
 
+TEST(LockFaults, WriteLockOfTwoCreations_ReaderIsReloadedWithWhatChangedBetweenTheSubscriptions) {
+    SampleDeployment deployment("recording");
+    SysConfReader& reader = *SysConfReader::Instance();
+    SysConfReaderImpl::Destory();
+    support::failLockCalls(LockCall::Write, EAGAIN);
+    support::setInitHook([&] {
+        support::setInitHook(nullptr);
+        SysConfReaderImpl::Instance();
+        writeGeneration(deployment, 2);
+    });
+    EXPECT_EQ(reader.getLocalPort(), 4001);
+    SysConfReaderImpl::Instance();
+    EXPECT_EQ(reader.getLocalPort(), 4002);
+}
+
 TEST(LockFaults, ReleaseThatLeavesTheReadLockHeld_SetsErrnoAndReadersContinue) {
     SampleDeployment deployment;
     SysConfReader& reader = *SysConfReader::Instance();
