@@ -3,8 +3,9 @@
 
 usage: cluster_test.py SOURCE-DIRECTORY BUILD-DIRECTORY
 
-Ports are replaced by free ones. Times and the publisher are those of the page in what is compared.
-Reports of killed jobs are left out: bash writes them at the end of the command or of a later one.
+The members get addresses and ports that no other process has. Times and the publisher are those
+of the page in what is compared. Reports of killed jobs are left out: bash writes them at the end
+of the command or of a later one.
 """
 
 import os
@@ -12,7 +13,6 @@ import pathlib
 import re
 import shutil
 import signal
-import socket
 import subprocess
 import sys
 import tempfile
@@ -27,12 +27,11 @@ LIMIT = int(os.environ.get("LIMIT", "240"))
 MARK = "----8<----"
 
 
-def free_ports(number):
-    sockets = [socket.create_server(("127.0.0.1", 0)) for _ in range(number)]
-    ports = [str(one.getsockname()[1]) for one in sockets]
-    for one in sockets:
-        one.close()
-    return ports
+def with_own_addresses(script):
+    """Returns the script with loopback addresses and ports that no other process has."""
+    process = os.getpid()
+    network = f"127.{64 + process // 256 % 128}.{process % 256}"
+    return re.sub(r"127\.0\.0\.([^:/,]+):23(79|80)\b", rf"{network}.\1:238\2", script)
 
 
 def steps_of(page):
@@ -60,8 +59,7 @@ def comparable(text):
 
 def run(source, build, steps):
     script = "".join(f"echo '{MARK}'\n{command}" for command, _ in steps)
-    for known, free in zip(("2379", "2380"), free_ports(2)):
-        script = re.sub(rf"\b{known}\b", free, script)
+    script = with_own_addresses(script)
     work = pathlib.Path(tempfile.mkdtemp())
     (work / "samples").symlink_to(source / "samples")
     environment = dict(

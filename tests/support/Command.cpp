@@ -212,6 +212,9 @@ struct RunningCommand::State {
     Descriptor output;
     Descriptor errors;
     CommandResult result;
+    /// The ends of the texts that were waited for.
+    std::size_t afterOutput = 0;
+    std::size_t afterErrors = 0;
 
     bool read() { return readEither(output, result.output, errors, result.errors); }
     void end() { support::waitFor(std::exchange(child, -1), result); }
@@ -233,20 +236,22 @@ void RunningCommand::signal(int number) const {
 }
 
 void RunningCommand::waitForOutput(const std::string& text) {
-    waitFor(text, m_state->result.output);
+    waitFor(text, m_state->result.output, m_state->afterOutput);
 }
 
 void RunningCommand::waitForErrors(const std::string& text) {
-    waitFor(text, m_state->result.errors);
+    waitFor(text, m_state->result.errors, m_state->afterErrors);
 }
 
-void RunningCommand::waitFor(const std::string& text, const std::string& in) {
-    while (in.find(text) == std::string::npos) {
+void RunningCommand::waitFor(const std::string& text, const std::string& in, std::size_t& after) {
+    std::size_t found = 0;
+    while ((found = in.find(text, after)) == std::string::npos) {
         if (!m_state->read()) {
             throw std::runtime_error("no \"" + text + "\" in:\n" + m_state->result.output +
                                      m_state->result.errors);
         }
     }
+    after = found + text.size();
 }
 
 const std::string& RunningCommand::output() const {

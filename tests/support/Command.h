@@ -26,6 +26,7 @@ public:
 
     void signal(int number) const;
 
+    /// Waits for the text to follow that of the last wait.
     /// @throws std::runtime_error with the output, if the command ends without it.
     void waitForOutput(const std::string& text);
     void waitForErrors(const std::string& text);
@@ -37,7 +38,7 @@ private:
     friend class Command;
     struct State;
     explicit RunningCommand(std::unique_ptr<State> state);
-    void waitFor(const std::string& text, const std::string& in);
+    void waitFor(const std::string& text, const std::string& in, std::size_t& after);
 
     std::unique_ptr<State> m_state;
 };

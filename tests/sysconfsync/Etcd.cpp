@@ -1,20 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "sysconfsync/Etcd.h"
 
+#include "cli/FileBytes.h"
 #include "etcd/Client.h"
 #include "support/Command.h"
 #include "support/TestDirectory.h"
 
+#include <fmt/format.h>
 #include <json/json.h>
 
-#include <arpa/inet.h>
 #include <chrono>
 #include <csignal>
 #include <fcntl.h>
 #include <sstream>
 #include <stdexcept>
 #include <sys/prctl.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -28,25 +28,16 @@ constexpr const char* kEtcd = "/usr/bin/etcd";
 constexpr const char* kEtcdctl = "/usr/bin/etcdctl";
 constexpr std::chrono::seconds kLimit{120};
 
-/// A port that is free now. Another process may take it before the member does.
-int freePort() {
-    const int descriptor = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof(address);
-    auto* const general = reinterpret_cast<sockaddr*>(&address);
-    const bool bound =
-        ::bind(descriptor, general, size) == 0 && ::getsockname(descriptor, general, &size) == 0;
-    ::close(descriptor);
-    if (!bound) {
-        throw std::runtime_error("no free port");
-    }
-    return ntohs(address.sin_port);
+/// An address of the loopback interface that no other test has, so that no client of one test
+/// reaches a member of another. The number of a process has at most 22 bits.
+std::string ownAddress() {
+    const pid_t process = ::getpid();
+    return fmt::format("127.{}.{}.{}", 64 + (process >> 16), process >> 8 & 255, process & 255);
 }
 
-std::string url(bool tls) {
-    return (tls ? "https://127.0.0.1:" : "http://127.0.0.1:") + std::to_string(freePort());
+/// Below the ports that the kernel gives to outgoing connections.
+std::string url(bool tls, std::size_t port) {
+    return fmt::format("{}://{}:{}", tls ? "https" : "http", ownAddress(), 23790 + port);
 }
 
 fs::path tlsFile(const char* name) {
@@ -60,7 +51,7 @@ void makeCertificate() {
         Command("/usr/bin/openssl",
                 {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "2", "-keyout",
                  tlsFile("key.pem"), "-out", tlsFile("cert.pem"), "-subj", "/CN=localhost",
-                 "-addext", "subjectAltName=IP:127.0.0.1", "-addext",
+                 "-addext", "subjectAltName=IP:" + ownAddress(), "-addext",
                  "extendedKeyUsage=serverAuth,clientAuth"})
             .run();
     if (made.exitStatus != 0) {
@@ -85,12 +76,13 @@ Etcd::Etcd(EtcdSettings settings) : m_settings(std::move(settings)) {
     if (m_settings.tls) {
         makeCertificate();
     }
-    for (int attempt = 0; attempt < 5; ++attempt) {
-        if (start()) {
-            return;
-        }
+    for (std::size_t i = 0; i < m_settings.members; ++i) {
+        m_members.push_back({-1, url(m_settings.tls, 2 * i), url(false, 2 * i + 1),
+                             testDirectory() / ("etcd-" + std::to_string(i))});
+        fs::remove_all(m_members.back().folder);
+        fs::create_directories(m_members.back().folder);
     }
-    throw std::runtime_error("etcd does not start; its logs are in the test's directory");
+    startAll();
 }
 
 Etcd::~Etcd() {
@@ -103,26 +95,13 @@ bool Etcd::isInstalled() {
     return ::access(kEtcd, X_OK) == 0 && ::access(kEtcdctl, X_OK) == 0;
 }
 
-bool Etcd::start() {
-    for (std::size_t i = 0; i < m_members.size(); ++i) {
-        kill(i);
-    }
-    m_members.assign(m_settings.members, {});
-    for (std::size_t i = 0; i < m_members.size(); ++i) {
-        m_members[i] = {-1, url(m_settings.tls), url(false),
-                        testDirectory() / ("etcd-" + std::to_string(i))};
-        fs::remove_all(m_members[i].folder);
-        fs::create_directories(m_members[i].folder);
-    }
+void Etcd::startAll() {
     for (Member& member : m_members) {
         startMember(member);
     }
-    for (const Member& member : m_members) {
-        if (!waitUntilHealthy(member)) {
-            return false;
-        }
+    for (Member& member : m_members) {
+        waitUntilHealthy(member);
     }
-    return true;
 }
 
 void Etcd::startMember(Member& member) const {
@@ -170,23 +149,22 @@ void Etcd::startMember(Member& member) const {
     }
 }
 
-bool Etcd::waitUntilHealthy(const Member& member) const {
+void Etcd::waitUntilHealthy(Member& member) const {
     sysconfsync::Connection only = connection();
     only.endpoints = {member.endpoint};
-    bool ended = false;
     waitUntil([&] {
-        int status = 0;
-        ended = ::waitpid(member.process, &status, WNOHANG) == member.process;
+        if (::waitpid(member.process, nullptr, WNOHANG) == member.process) {
+            member.process = -1;
+            throw std::runtime_error("etcd has ended:\n" +
+                                     sysconfctl::readBytes(member.folder / "log"));
+        }
         try {
-            if (!ended) {
-                sysconfsync::Client(only).range({"health"});
-            }
+            sysconfsync::Client(only).range({"health"});
             return true;
         } catch (const sysconfsync::EtcdError& error) {
             return error.reason == sysconfsync::Failure::Denied;
         }
     });
-    return !ended;
 }
 
 std::string Etcd::endpoints(std::size_t first) const {
@@ -245,9 +223,7 @@ void Etcd::thaw(std::size_t member) const {
 
 void Etcd::restart(std::size_t member) {
     startMember(m_members[member]);
-    if (!waitUntilHealthy(m_members[member])) {
-        throw std::runtime_error("a member does not start again");
-    }
+    waitUntilHealthy(m_members[member]);
 }
 
 void Etcd::restartAll(bool empty) {
@@ -257,14 +233,7 @@ void Etcd::restartAll(bool empty) {
             fs::remove_all(m_members[i].folder / "data");
         }
     }
-    for (Member& member : m_members) {
-        startMember(member);
-    }
-    for (const Member& member : m_members) {
-        if (!waitUntilHealthy(member)) {
-            throw std::runtime_error("a member does not start again");
-        }
-    }
+    startAll();
 }
 
 void Etcd::waitForMetric(std::size_t member, const std::string& line) const {

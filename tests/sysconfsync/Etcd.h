@@ -20,8 +20,9 @@ struct EtcdSettings {
     std::vector<std::string> arguments = {};
 };
 
-/// A cluster of etcd members on free ports of the loopback interface, with its data in the test's
-/// directory. The members end with the test process, however that ends.
+/// A cluster of etcd members on a loopback address of the test, with its data in the test's
+/// directory. A test has one cluster at a time. The members end with the test process, however that
+/// ends.
 class Etcd {
 public:
     /// Returns when all members answer.
@@ -63,10 +64,10 @@ private:
         std::filesystem::path folder;
     };
 
-    bool start();
+    void startAll();
     void startMember(Member& member) const;
-    /// Returns whether it answers; false if it ended.
-    bool waitUntilHealthy(const Member& member) const;
+    /// @throws std::runtime_error if it ends.
+    void waitUntilHealthy(Member& member) const;
 
     EtcdSettings m_settings;
     std::vector<Member> m_members;
