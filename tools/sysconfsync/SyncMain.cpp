@@ -5,7 +5,6 @@
 #include "etcd/EtcdError.h"
 #include "render/Output.h"
 #include "render/Text.h"
-#include "watch/EndSignals.h"
 
 #include <csignal>
 #include <exception>
@@ -17,7 +16,7 @@ using sysconfctl::reportError;
 namespace diagnostic = sysconfctl::diagnostic;
 
 SyncStatus start(int argc, const char* const* argv) {
-    SyncRequest request = parseSyncCommandLine(argc, argv);
+    const SyncRequest request = parseSyncCommandLine(argc, argv);
     if (request.run == nullptr) {
         sysconfctl::writeOutput(request.text);
         return SyncStatus::Done;
@@ -25,8 +24,6 @@ SyncStatus start(int argc, const char* const* argv) {
     if (request.options.format == sysconfctl::Format::Json) {
         sysconfctl::useJsonDiagnostics();
     }
-    const sysconfctl::EndSignals signals;
-    request.options.connection.stopDescriptor = signals.descriptor();
     return request.run(request.options);
 }
 

@@ -4,6 +4,7 @@
 #include "cli/SyncDiagnostics.h"
 #include "cli/UsageError.h"
 #include "commands/Publishing.h"
+#include "commands/StoppableClient.h"
 #include "render/Output.h"
 #include "render/Text.h"
 #include "tree/DeploymentTree.h"
@@ -22,7 +23,7 @@ SyncStatus runFetch(const SyncOptions& options) {
                                      " is not empty: its files could be mixed up with the fetched "
                                      "ones");
     }
-    Client client(options.connection);
+    StoppableClient client(options.connection);
     Store store(client, options.prefix);
     const std::int64_t version = options.version ? *options.version : store.current().version();
     const Nodes nodes = store.nodes(version);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/SyncCommands.h"
 
-#include "etcd/Client.h"
+#include "commands/StoppableClient.h"
 #include "follow/Decision.h"
 #include "follow/Folder.h"
 #include "follow/Follower.h"
@@ -33,7 +33,7 @@ SyncStatus runFollow(const SyncOptions& options) {
     Connection connection = options.connection;
     connection.endpoints = endpointsOf(options.node, connection.endpoints);
     notifyWatchdog(connection);
-    Client client(connection);
+    StoppableClient client(connection);
     Follower follower(client, options.prefix, folder, options.node, options.acceptOlder);
     if (options.once) {
         return follower.once() ? SyncStatus::Done : SyncStatus::Refused;

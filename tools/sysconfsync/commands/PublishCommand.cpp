@@ -5,6 +5,7 @@
 #include "cli/SyncDiagnostics.h"
 #include "commands/DryRun.h"
 #include "commands/Publishing.h"
+#include "commands/StoppableClient.h"
 #include "render/Output.h"
 #include "render/Text.h"
 #include "tree/DeploymentTree.h"
@@ -80,7 +81,7 @@ SyncStatus runPublish(const SyncOptions& options) {
     if (!nodes) {
         return SyncStatus::Refused;
     }
-    Client client(options.connection);
+    StoppableClient client(options.connection);
     Store store(client, options.prefix);
     const Current current = store.current();
     if (!verifyBase(options, current, store.clusterId()) ||

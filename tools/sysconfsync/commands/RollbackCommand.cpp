@@ -3,6 +3,7 @@
 
 #include "cli/SyncDiagnostics.h"
 #include "commands/Publishing.h"
+#include "commands/StoppableClient.h"
 
 #include <fmt/format.h>
 
@@ -10,7 +11,7 @@ namespace sysconfsync {
 
 SyncStatus runRollback(const SyncOptions& options) {
     namespace diagnostic = sysconfctl::diagnostic;
-    Client client(options.connection);
+    StoppableClient client(options.connection);
     Store store(client, options.prefix);
     const Current current = store.current();
     if (options.basedOn && *options.basedOn != current.version()) {

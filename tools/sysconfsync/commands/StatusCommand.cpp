@@ -3,6 +3,7 @@
 
 #include "cli/SyncDiagnostics.h"
 #include "commands/Publishing.h"
+#include "commands/StoppableClient.h"
 #include "render/Color.h"
 #include "render/Grid.h"
 #include "render/Json.h"
@@ -167,7 +168,7 @@ std::string outputText(const std::vector<NodeRow>& rows, const Current& current,
 } // namespace
 
 SyncStatus runStatus(const SyncOptions& options) {
-    Client client(options.connection);
+    StoppableClient client(options.connection);
     Store store(client, options.prefix);
     const Current current = store.current();
     const std::int64_t version = options.wait.value_or(current.version());

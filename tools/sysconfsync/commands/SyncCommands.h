@@ -6,8 +6,6 @@
 
 namespace sysconfsync {
 
-/// Each command runs with SIGINT, SIGTERM and SIGHUP blocked; they make the stop descriptor of the
-/// connection readable.
 /// @throws EtcdError, Cancelled, UsageError
 
 SyncStatus runPublish(const SyncOptions& options);
