@@ -5,6 +5,7 @@
 
 #include <simdjson.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -74,6 +75,36 @@ void allocate(dom::document& document, std::size_t length, std::size_t structura
     preferLargePages(document.string_buf.get(), bytes);
 }
 
+/// It may have more than 19 digits.
+bool isLongNumber(const std::uint8_t* scalar, std::size_t distanceToNext) {
+    constexpr std::size_t kLong = 20;
+    return distanceToNext > kLong && (*scalar == '-' || (*scalar >= '0' && *scalar <= '9')) &&
+           scalar[kLong] > ' ';
+}
+
+/// To round a number of more than 19 digits with a large exponent, simdjson may take 10
+/// microseconds, a hundred times as long as readStrictly takes. If a text has enough of them to
+/// delay a reader, some are among those that are looked at, which no text can predict. Looking at
+/// all structural characters and scalars would delay the reading of every text.
+bool hasManyLongNumbers(const std::uint8_t* text, const std::uint32_t* structurals,
+                        std::size_t number) {
+    // The addresses of a process are random.
+    auto random = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(structurals) >> 4U);
+    const auto stepFrom = [&](std::size_t at) {
+        random = random * 1664525 + 1013904223; // whose upper bits are more random
+        constexpr std::size_t kFirst = 16;
+        constexpr std::size_t kLongest = 1024;
+        return 1 + (random * std::uint64_t{std::min(kFirst + at / kFirst, kLongest)} >> 32U);
+    };
+    // simdjson adds the end of the text to the structurals.
+    for (std::size_t at = stepFrom(0); at < number; at += stepFrom(at)) {
+        if (isLongNumber(text + structurals[at], structurals[at + 1] - structurals[at])) {
+            return true;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 // As dom::parser does, but in memory that belongs to the tape and is no larger than necessary.
@@ -86,7 +117,8 @@ bool readFast(const char* text, std::size_t length, Tape& tape) {
     }
     preferLargePages(parser->structural_indexes.get(), length * sizeof(std::uint32_t));
     const auto* const bytes = reinterpret_cast<const std::uint8_t*>(text);
-    if (!succeeded(parser->stage1(bytes, length, simdjson::stage1_mode::regular))) {
+    if (!succeeded(parser->stage1(bytes, length, simdjson::stage1_mode::regular)) ||
+        hasManyLongNumbers(bytes, parser->structural_indexes.get(), parser->n_structural_indexes)) {
         return false;
     }
     dom::document document;

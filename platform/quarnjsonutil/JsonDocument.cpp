@@ -2,10 +2,12 @@
 #include "JsonDocument.h"
 
 #include "FastReader.h"
+#include "Numbers.h"
 #include "StrictReader.h"
 #include "Tape.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <limits>
 #include <new>
@@ -21,16 +23,12 @@ JsonDocument::JsonDocument() : m_contents(new Contents) {}
 
 JsonDocument::~JsonDocument() = default;
 
-bool JsonDocument::read(const char* text, std::size_t length) {
+bool JsonDocument::read(const char* text, std::size_t length, std::size_t* errorOffset) {
     auto contents = std::make_unique<Contents>();
     const bool accepted = readFast(text, length, contents->tape) ||
-                          readStrictly(std::string_view(text, length), contents->tape);
+                          readStrictly(std::string_view(text, length), contents->tape, errorOffset);
     m_contents = std::move(contents);
     return accepted;
-}
-
-std::size_t JsonDocument::errorOffset(const char* text, std::size_t length) {
-    return ::errorOffset(std::string_view(text, length));
 }
 
 bool JsonDocument::pack(const JsonDocument& document, const char* text, std::size_t length,
@@ -177,6 +175,8 @@ std::string JsonDocument::Node::asString() const {
         return std::to_string(static_cast<std::int64_t>(tape.number(m_index)));
     case Tape::kUnsigned:
         return std::to_string(tape.number(m_index));
+    case Tape::kDouble:
+        return textOf(std::bit_cast<double>(tape.number(m_index)));
     default:
         return Places::shallowValue(*this).asString();
     }

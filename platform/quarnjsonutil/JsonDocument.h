@@ -29,14 +29,12 @@ public:
 
     /// Reads the text of that length. kPadding more bytes, of any value, must be readable after it.
     /// The document does not need the text afterwards.
+    /// @param errorOffset If not null and the text is refused, gets the offset of the first
+    ///   character that no valid text can have there, or the length if the text ends too early; the
+    ///   greatest std::size_t if it is not known.
     /// @return Whether the text was accepted; if not, the root is null.
     /// @throws std::bad_alloc if memory runs out; the root is then unchanged.
-    bool read(const char* text, std::size_t length);
-
-    /// Returns the offset of the first character that no valid text can have there, or the length
-    /// if the text ends too early; the greatest std::size_t if it is not known.
-    /// @throws std::bad_alloc if memory runs out.
-    static std::size_t errorOffset(const char* text, std::size_t length);
+    bool read(const char* text, std::size_t length, std::size_t* errorOffset = nullptr);
 
     /// Becomes a packed copy of a document: smaller, with binary search for the members of large
     /// objects. It refers to the text, which must not change as long as this is used.

@@ -2,10 +2,12 @@
 #include "Numbers.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cerrno>
 #include <charconv>
 #include <clocale>
+#include <cmath>
 #include <cstddef>
 #include <cstdlib>
 #include <limits>
@@ -59,4 +61,19 @@ Number numberOf(const char* first, const char* last) {
         return {Tape::kUnsigned, large};
     }
     return {Tape::kDouble, std::bit_cast<Tape::Word>(nearestDouble(first, last))};
+}
+
+std::string textOf(double value) {
+    if (!std::isfinite(value)) {
+        return Json::Value(value).asString();
+    }
+    constexpr int kDigits = 17;
+    std::array<char, 32> buffer{};
+    const auto written = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value,
+                                       std::chars_format::general, kDigits);
+    std::string text(buffer.data(), written.ptr);
+    if (text.find_first_of(".e") == std::string::npos) {
+        text += ".0";
+    }
+    return text;
 }

@@ -56,23 +56,19 @@ bool needsRespelling(rapidjson::ParseErrorCode error) {
 
 } // namespace
 
-bool readStrictly(std::string_view text, Tape& tape) {
+bool readStrictly(std::string_view text, Tape& tape, std::size_t* errorOffset) {
+    std::size_t unused = 0;
+    if (errorOffset == nullptr) {
+        errorOffset = &unused;
+    }
+    *errorOffset = std::string_view::npos;
     if (text.size() > JsonReader::kTextLimit) {
         return false;
     }
-    rapidjson::ParseErrorCode error = read(text, tape).Code();
-    if (needsRespelling(error)) {
-        error = read(respelled(text), tape).Code();
-    }
-    return error == rapidjson::kParseErrorNone;
-}
-
-std::size_t errorOffset(std::string_view text) {
-    if (text.size() > JsonReader::kTextLimit) {
-        return std::string_view::npos;
-    }
-    Tape tape;
     const rapidjson::ParseResult result = read(text, tape);
-    const bool known = result.IsError() && !needsRespelling(result.Code());
-    return known ? result.Offset() : std::string_view::npos;
+    if (needsRespelling(result.Code())) {
+        return !read(respelled(text), tape).IsError();
+    }
+    *errorOffset = result.Offset();
+    return !result.IsError();
 }

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <tuple>
 
 Json::Value Tape::shallowValue(std::size_t index) const {
     switch (type(index)) {
@@ -66,7 +67,7 @@ std::size_t Tape::member(std::size_t object, std::string_view name) const {
         const auto found =
             std::lower_bound(index->begin(), index->end(), name,
                              [this](std::uint32_t candidate, std::string_view wanted) {
-                                 return text(candidate) < wanted;
+                                 return partOfText(candidate, 0, wanted.size() + 1) < wanted;
                              });
         return found != index->end() && text(*found) == name ? *found + 1 : 0;
     }
@@ -82,20 +83,94 @@ std::size_t Tape::member(std::size_t object, std::string_view name) const {
     return found;
 }
 
+std::string_view Tape::partOfText(std::size_t index, std::size_t offset, std::size_t size) const {
+    if (m_packed.empty() || m_packed[index] >> kPackedShift != kVerbatim) {
+        return text(index).substr(offset, size);
+    }
+    const std::string_view part = m_source.substr(payload(index) + 1 + offset, size);
+    return part.substr(0, part.find('"'));
+}
+
+struct Tape::Piece {
+    static constexpr std::size_t kSize = sizeof(std::uint64_t);
+
+    /// The first one is the most significant. Zeros follow the end of the name.
+    std::uint64_t bytes;
+    /// The number of bytes of the name in the piece; kSize + 1 if the name continues after it.
+    std::uint32_t length;
+    /// 0 for a name that is repeated later.
+    std::uint32_t name;
+
+    bool operator<(const Piece& other) const {
+        return std::tie(bytes, length, name) < std::tie(other.bytes, other.length, other.name);
+    }
+    bool hasSameBytes(const Piece& other) const {
+        return bytes == other.bytes && length == other.length;
+    }
+};
+
+Tape::Piece Tape::pieceOf(std::uint32_t name, std::size_t offset) const {
+    const std::string_view rest = partOfText(name, offset, Piece::kSize + 1);
+    Piece piece{0, static_cast<std::uint32_t>(rest.size()), name};
+    for (std::size_t i = 0; i != Piece::kSize; ++i) {
+        const unsigned byte = i < rest.size() ? static_cast<std::uint8_t>(rest[i]) : 0;
+        piece.bytes = piece.bytes << 8U | byte;
+    }
+    return piece;
+}
+
+void Tape::sortPieces(std::vector<Piece>& pieces) const {
+    // Names that are equal up to the offset.
+    struct Run {
+        std::size_t first;
+        std::size_t last;
+        std::size_t offset;
+    };
+    std::vector<Run> runs{{0, pieces.size(), 0}};
+    while (!runs.empty()) {
+        const Run run = runs.back();
+        runs.pop_back();
+        const auto end = pieces.begin() + static_cast<std::ptrdiff_t>(run.last);
+        auto first = pieces.begin() + static_cast<std::ptrdiff_t>(run.first);
+        std::transform(first, end, first,
+                       [&](const Piece& piece) { return pieceOf(piece.name, run.offset); });
+        std::sort(first, end);
+        while (first != end) {
+            const auto last = std::find_if_not(
+                first, end, [&](const Piece& piece) { return piece.hasSameBytes(*first); });
+            if (first->length <= Piece::kSize) {
+                std::for_each(first, last - 1, [](Piece& repeated) { repeated.name = 0; });
+            } else if (last - first > 1) {
+                runs.push_back({static_cast<std::size_t>(first - pieces.begin()),
+                                static_cast<std::size_t>(last - pieces.begin()),
+                                run.offset + Piece::kSize});
+            }
+            first = last;
+        }
+    }
+}
+
 std::vector<std::uint32_t> Tape::sortNames(std::size_t object) const {
     std::vector<std::uint32_t> names;
     for (std::size_t name = object + 1; !isEnd(name); name = next(name + 1)) {
         names.push_back(static_cast<std::uint32_t>(name));
     }
-    const auto ascending = [&](std::uint32_t a, std::uint32_t b) { return text(a) < text(b); };
-    const auto notAscending = [&](std::uint32_t a, std::uint32_t b) { return !ascending(a, b); };
+    const auto notAscending = [&](std::uint32_t a, std::uint32_t b) { return text(a) >= text(b); };
     if (std::adjacent_find(names.begin(), names.end(), notAscending) != names.end()) {
-        std::sort(names.begin(), names.end(), [&](std::uint32_t a, std::uint32_t b) {
-            const int order = text(a).compare(text(b));
-            return order != 0 ? order < 0 : a > b; // of equal names the last one comes first
-        });
-        const auto same = [&](std::uint32_t a, std::uint32_t b) { return text(a) == text(b); };
-        names.erase(std::unique(names.begin(), names.end(), same), names.end());
+        // Comparing whole names would take much longer: they are scattered over the memory, and
+        // the end of a packed one has to be searched for.
+        std::vector<Piece> pieces;
+        pieces.reserve(names.size());
+        for (const std::uint32_t name : names) {
+            pieces.push_back({0, 0, name});
+        }
+        sortPieces(pieces);
+        names.clear();
+        for (const Piece& piece : pieces) {
+            if (piece.name != 0) {
+                names.push_back(piece.name);
+            }
+        }
     }
     return names;
 }

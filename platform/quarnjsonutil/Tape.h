@@ -127,10 +127,17 @@ private:
     std::uint32_t payload(std::size_t index) const { return m_packed[index] & kPayload; }
     std::string_view lastText() const;
     std::string_view packedText(std::size_t index) const;
+    /// At most `size` bytes of a text, from an offset up to its length. For a packed tape, which
+    /// does not store the lengths of verbatim texts, this is faster than a part of text().
+    std::string_view partOfText(std::size_t index, std::size_t offset, std::size_t size) const;
     std::size_t packedMember(std::size_t object, std::string_view name) const;
     /// Null for an object that is not large.
     const std::vector<std::uint32_t>* indexOf(std::size_t object) const;
     std::vector<std::uint32_t> sortNames(std::size_t object) const;
+    /// Eight bytes of a name.
+    struct Piece;
+    Piece pieceOf(std::uint32_t name, std::size_t offset) const;
+    void sortPieces(std::vector<Piece>& pieces) const;
 
     std::vector<std::uint32_t> m_packed;
     std::string_view m_source;

@@ -16,7 +16,8 @@ using Document = JsonDocument;
 class Document {
 public:
     static constexpr std::size_t kPadding = 0;
-    bool read(const char* text, std::size_t length);
+    /// The JSON library does not report where it refuses a text.
+    bool read(const char* text, std::size_t length, std::size_t* errorOffset = nullptr);
     rules::Node root() const { return m_tree; }
 
 private:

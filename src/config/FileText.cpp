@@ -11,6 +11,7 @@
 #include <ctime>
 #include <fcntl.h>
 #include <new>
+#include <optional>
 #include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -22,10 +23,13 @@ namespace {
 
 using Outcome = ReadResult::Outcome;
 
-/// Some errors are properties of the path, others are temporary.
+/// Some errors are properties of the path, others are temporary. Those of connections come from
+/// network file systems and from file systems in user space.
 ReadResult resultOf(int error) {
-    constexpr std::array kTransient = {ENOMEM, EMFILE, ENFILE, EIO,       ESTALE,
-                                       EINTR,  EAGAIN, EBUSY,  ETIMEDOUT, ENOBUFS};
+    constexpr std::array kTransient = {
+        ENOMEM,   EMFILE,       ENFILE,     ENOBUFS,      EINTR,     EAGAIN,
+        EBUSY,    EBADF,        EIO,        EREMOTEIO,    ESTALE,    ETIMEDOUT,
+        ENOTCONN, ECONNABORTED, ECONNRESET, ECONNREFUSED, EHOSTDOWN, EHOSTUNREACH};
     const bool transient =
         std::find(kTransient.begin(), kTransient.end(), error) != kTransient.end();
     const Outcome permanent = error == EFBIG ? Outcome::TooLarge : Outcome::Unreadable;
@@ -41,8 +45,9 @@ int openUninterrupted(const std::string& path, int flags) {
     return descriptor;
 }
 
-/// An open file. Cancellation is disabled while the file is open: close() is a cancellation point,
-/// and unwinding out of a destructor terminates the process.
+/// An open file. The program may close all descriptors and use their numbers again: what is not
+/// this file is not closed. Cancellation is disabled while the file is open: close() is a
+/// cancellation point, and unwinding out of a destructor terminates the process.
 class Descriptor {
 public:
     explicit Descriptor(const std::string& path) {
@@ -58,16 +63,43 @@ public:
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
     ~Descriptor() {
-        if (m_descriptor >= 0) {
+        if (m_descriptor >= 0 && isIntact()) {
             ::close(m_descriptor);
         }
         ::pthread_setcancelstate(m_cancelState, nullptr);
     }
-    int get() const { return m_descriptor; }
+    bool isOpen() const { return m_descriptor >= 0; }
+    int toRead() {
+        m_isVerified = false;
+        return m_descriptor;
+    }
+    /// As fstat(). The error is EBADF, too, if the number is now that of another file.
+    bool getStatus(struct stat& status) {
+        const bool done = ::fstat(m_descriptor, &status) == 0;
+        if (done && !m_identity) {
+            m_identity = {status.st_dev, status.st_ino};
+        }
+        m_isIntact = done ? m_identity == std::pair(status.st_dev, status.st_ino) : errno != EBADF;
+        m_isVerified = true;
+        if (done && !m_isIntact) {
+            errno = EBADF;
+        }
+        return done && m_isIntact;
+    }
+    bool isIntact() {
+        if (!m_isVerified) {
+            struct stat status {};
+            getStatus(status);
+        }
+        return m_isIntact;
+    }
 
 private:
     int m_cancelState = PTHREAD_CANCEL_ENABLE;
     int m_descriptor = -1;
+    std::optional<std::pair<dev_t, ino_t>> m_identity;
+    bool m_isIntact = true;
+    bool m_isVerified = true;
 };
 
 bool sameTime(const timespec& a, const timespec& b) {
@@ -207,8 +239,8 @@ bool FileText::append(std::size_t bytes, std::size_t size) {
 // compared.
 ReadResult readWhole(const std::string& path, FileText& text, const FileText* known) {
     constexpr int kReads = 8;
-    const Descriptor file(path);
-    if (file.get() < 0) {
+    Descriptor file(path);
+    if (!file.isOpen()) {
         return resultOf(errno);
     }
     FileText former;
@@ -216,7 +248,7 @@ ReadResult readWhole(const std::string& path, FileText& text, const FileText* kn
         pauseBefore(read);
         struct stat before {};
         struct stat after {};
-        if (::fstat(file.get(), &before) != 0) {
+        if (!file.getStatus(before)) {
             return resultOf(errno);
         }
         const auto size = static_cast<std::size_t>(before.st_size);
@@ -226,7 +258,11 @@ ReadResult readWhole(const std::string& path, FileText& text, const FileText* kn
         if (size > FileText::kLargest) {
             return Outcome::TooLarge;
         }
-        if (!text.readFrom(file.get(), size, known) || ::fstat(file.get(), &after) != 0) {
+        if (!text.readFrom(file.toRead(), size, known)) {
+            const int error = errno;
+            return resultOf(file.isIntact() ? error : EBADF);
+        }
+        if (!file.getStatus(after)) {
             return resultOf(errno);
         }
         const bool still = sameState(before, after);

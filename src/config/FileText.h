@@ -46,7 +46,6 @@ public:
 
     const char* data() const { return m_same != nullptr ? m_same->data() : m_bytes.get(); }
     std::size_t length() const { return m_length; }
-    bool endsWithNul() const { return m_length != 0 && data()[m_length - 1] == '\0'; }
 
     bool operator==(const FileText& other) const;
 
@@ -80,8 +79,8 @@ private:
 
 /// Reads the file until its content is known, up to eight times within a few milliseconds. A file
 /// that is replaced by rename() gives the complete old or new text. One that is written in place
-/// must not change during a read, or the last two reads must be equal; if the writer pauses, the
-/// bytes can be of both texts.
+/// must not change during a read, or the last two reads must be equal; if the writer pauses, or
+/// writes through a memory mapping, the bytes can be of both texts.
 /// @throws std::bad_alloc if memory runs out.
 ReadResult readWhole(const std::string& path, FileText& text, const FileText* known = nullptr);
 

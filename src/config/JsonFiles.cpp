@@ -4,31 +4,37 @@
 #include <JsonReader.h>
 
 #include <algorithm>
+#include <limits>
 #include <string_view>
 
 namespace Quarncommon::config {
 
 namespace {
 
-/// A text with a NUL byte is incomplete.
+constexpr std::size_t kUnknown = std::numeric_limits<std::size_t>::max();
+
 template <typename Parse>
 ReadResult readAndParse(const std::string& path, TextPlace* fault, Parse parse) {
     FileText text;
     const ReadResult read = readWhole(path, text);
-    if (read && (text.endsWithNul() || !parse(text))) {
+    std::size_t errorOffset = kUnknown;
+    if (read && !parse(text, errorOffset)) {
         if (fault != nullptr) {
-            *fault = faultIn(text);
+            *fault = placeOf(errorOffset, text);
         }
         return ReadResult::Outcome::Malformed;
     }
     return read;
 }
 
+/// A text with a NUL byte is incomplete, but the platform's JsonReader may accept it.
+bool parseTree(std::string_view text, Json::Value& value) {
+    return !text.ends_with('\0') && JsonReader(false).parse(std::string(text), value);
+}
+
 } // namespace
 
-#ifdef SYSCONFREADER_WITH_DOCUMENT
-TextPlace faultIn(const FileText& text) {
-    const std::size_t offset = Document::errorOffset(text.data(), text.length());
+TextPlace placeOf(std::size_t offset, const FileText& text) {
     if (offset > text.length()) {
         return {};
     }
@@ -41,27 +47,22 @@ TextPlace faultIn(const FileText& text) {
             static_cast<unsigned int>(
                 1 + std::count_if(before.begin() + lineStart, before.end(), isCharacter))};
 }
-#else
-TextPlace faultIn(const FileText& /*text*/) {
-    return {};
-}
-#endif
 
 ReadResult readJsonFile(const std::string& path, Json::Value& value) {
-    return readAndParse(path, nullptr, [&](const FileText& text) {
-        return JsonReader(false).parse(std::string(text.data(), text.length()), value);
+    return readAndParse(path, nullptr, [&](const FileText& text, std::size_t& /*errorOffset*/) {
+        return parseTree({text.data(), text.length()}, value);
     });
 }
 
 ReadResult readJsonFile(const std::string& path, Document& document, TextPlace* fault) {
-    return readAndParse(path, fault, [&](const FileText& text) {
-        return document.read(text.data(), text.length());
+    return readAndParse(path, fault, [&](const FileText& text, std::size_t& errorOffset) {
+        return document.read(text.data(), text.length(), &errorOffset);
     });
 }
 
 #ifndef SYSCONFREADER_WITH_DOCUMENT
-bool Document::read(const char* text, std::size_t length) {
-    return JsonReader(false).parse(std::string(text, length), m_tree);
+bool Document::read(const char* text, std::size_t length, std::size_t* /*errorOffset*/) {
+    return parseTree({text, length}, m_tree);
 }
 #endif
 

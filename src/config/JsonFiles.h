@@ -6,6 +6,7 @@
 
 #include <json/value.h>
 
+#include <cstddef>
 #include <string>
 
 namespace Quarncommon::config {
@@ -17,16 +18,16 @@ struct TextPlace {
     unsigned int column = 0;
 };
 
-/// Returns where the JSON library stops reading a malformed text. Unknown if it does not report it.
-/// @throws std::bad_alloc if memory runs out.
-TextPlace faultIn(const FileText& text);
+/// Unknown for an offset beyond the end of the text.
+TextPlace placeOf(std::size_t offset, const FileText& text);
 
 /// Reads the whole regular file and parses it into `value`, which is changed only if the result is
 /// true. docs/security-model.md has the limits.
 /// @throws std::bad_alloc if memory runs out, and what a JsonReader of the platform throws.
 ReadResult readJsonFile(const std::string& path, Json::Value& value);
 
-/// The same without building values. Finding the `fault`, if not null, takes longer than parsing.
+/// The same without building values. `fault`, if not null, gets the place where the JSON library
+/// refuses a malformed text, if it reports it.
 ReadResult readJsonFile(const std::string& path, Document& document, TextPlace* fault = nullptr);
 
 } // namespace Quarncommon::config

@@ -50,15 +50,14 @@ ReadResult readList(const std::string& path, ListMemory& memory, List& list, Tex
     if (!result) {
         return result;
     }
-    if (!text.endsWithNul()) {
-        const bool same = comparison != Comparison::None && text == *known->text;
-        list.parsed = same ? parseAgain(known, memory) : parseNew(text, known, memory);
-        if (list.parsed != nullptr) {
-            return result;
-        }
+    const bool same = comparison != Comparison::None && text == *known->text;
+    list.parsed = same ? parseAgain(known, memory) : parseNew(text, known, memory);
+    const ParsedText& parsed = *list.parsed;
+    if (!parsed.errorOffset) {
+        return result;
     }
     if (fault != nullptr) {
-        *fault = faultIn(text);
+        *fault = placeOf(*parsed.errorOffset, *parsed.text);
     }
     return ReadResult::Outcome::Malformed;
 }

@@ -21,8 +21,12 @@ std::size_t largestParse(const FileText& text) {
 
 std::shared_ptr<ParsedText> parsed(Text text, unsigned int unused = 0) {
     auto result = std::make_shared<ParsedText>(std::move(text), false, unused);
-    const bool valid = result->parse.emplace().read(result->text->data(), result->text->length());
-    return valid ? result : nullptr;
+    std::size_t errorOffset = 0;
+    if (!result->parse.emplace().read(result->text->data(), result->text->length(), &errorOffset)) {
+        result->parse.reset();
+        result->errorOffset = errorOffset;
+    }
+    return result;
 }
 
 ParsedTextPointer packed(const ParsedText& parsed) {
@@ -67,21 +71,18 @@ void ListMemory::resetAfterFork() {
 }
 
 ParsedTextPointer parseNew(FileText& text, const ParsedTextPointer& former, ListMemory& memory) {
-    const auto moved = std::make_shared<FileText>(std::move(text));
     const unsigned int unused = former != nullptr ? former->unusedNow() : 0;
-    ParsedTextPointer result = parsed(moved, unused);
-    if (result == nullptr) {
-        text = std::move(*moved);
-        return nullptr;
-    }
+    ParsedTextPointer result = parsed(std::make_shared<FileText>(std::move(text)), unused);
     ParsedTextPointer kept;
     try {
         if (result->text->length() <= ListMemory::kLargest && result->text->isTight()) {
             // A large parse is not kept, nor one that is probably not used again. If the text is
             // used again, it is parsed again.
-            kept = !keepsChanging(unused) && result->parse->memory() <= largestParse(*result->text)
-                       ? result
-                       : std::make_shared<const ParsedText>(result->text, false, unused);
+            const bool worthKeeping =
+                result->errorOffset ||
+                (!keepsChanging(unused) && result->parse->memory() <= largestParse(*result->text));
+            kept = worthKeeping ? result
+                                : std::make_shared<const ParsedText>(result->text, false, unused);
         }
     } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch): then nothing is kept
     }
@@ -92,6 +93,10 @@ ParsedTextPointer parseNew(FileText& text, const ParsedTextPointer& former, List
 ParsedTextPointer parseAgain(const ParsedTextPointer& known, ListMemory& memory) {
     // A load reads each list up to four times: packing costs more than that saves.
     constexpr unsigned int kUsesUnpacked = 4;
+    if (known->errorOffset) {
+        ++known->uses;
+        return known;
+    }
     const bool usable = known->parse.has_value();
     if (usable && (known->final || known->uses.fetch_add(1) < kUsesUnpacked)) {
         return known;

@@ -22,8 +22,11 @@ struct ParsedText {
 
     const std::shared_ptr<const FileText> text;
 
-    /// None if it would take too much memory.
+    /// None if it would take too much memory, or if the text is malformed.
     std::optional<Document> parse;
+
+    /// Of a malformed text, see JsonDocument::read.
+    std::optional<std::size_t> errorOffset;
 
     /// Whether the parse was packed, or is not worth it.
     const bool final;
@@ -67,8 +70,7 @@ inline bool keepsChanging(unsigned int unused) {
     return unused >= 2;
 }
 
-/// Parses a text that was read after `former`, which may be null, moves it away and keeps it. Null
-/// if it is not valid; then the text is unchanged.
+/// Parses a text that was read after `former`, which may be null, moves it away and keeps it.
 /// @throws std::bad_alloc if memory runs out.
 ParsedTextPointer parseNew(FileText& text, const ParsedTextPointer& former, ListMemory& memory);
 

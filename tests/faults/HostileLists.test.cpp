@@ -9,7 +9,10 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstddef>
+#include <cstdint>
+#include <cstdio>
 #include <string>
 
 namespace {
@@ -71,6 +74,29 @@ TEST_F(HostileLists, LongAddressWithManyTags_AnswersLikeForEachTagOnce) {
     const operations::Answers once = answersOver(listOf(entry(address, 0, kTags)));
     const std::string many = listOf(entry(address, 0, times(kMany / 7, kTags)));
     EXPECT_TRUE(operations::differences(answersOver(many), once).empty());
+}
+
+/// The long name is the first pivot of a sort that takes the median of the second name, the middle
+/// one and the last one.
+std::string manyNamesAndALongOne(std::size_t number, std::size_t length) {
+    std::string members = R"("0":0,"1":0,)";
+    const std::size_t middle = (number + 3) / 2 - 2;
+    for (std::size_t i = 0; i < number; ++i) {
+        std::array<char, 16> name{};
+        const auto mixed = static_cast<std::uint32_t>(i) * 0x9E3779B1U;
+        std::snprintf(name.data(), name.size(), "\"%08x\":0,", static_cast<unsigned>(mixed));
+        members += i == middle ? "\"8" + std::string(length, 'x') + "\":0," : name.data();
+    }
+    return members + R"("e":0)";
+}
+
+TEST_F(HostileLists, LongNameAmongManyOutOfOrder_AnswersLikeWithoutThem) {
+    const std::string list = listOf(entry("A", 0, kTags));
+    const operations::Answers without = answersOver(list);
+    const std::string names = manyNamesAndALongOne(12 * kMany, 16U << 20U);
+    EXPECT_EQ(operations::differences(answersOver("{\"ignored\":{" + names + "}," + list.substr(1)),
+                                      without),
+              "");
 }
 
 } // namespace

@@ -2,13 +2,20 @@
 #include "JsonDocument.h"
 
 #include "DocumentDifference.h"
+#include "FastReader.h"
 #include "JsonReader.h"
+#include "Tape.h"
 #include "support/AllocationFaults.h"
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <bit>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
 #include <limits>
 #include <random>
 #include <string>
@@ -158,6 +165,86 @@ TEST(JsonDocument, NumbersAtTheirLimits_AnswerLikeATree) {
     });
 }
 
+std::vector<double> manyDoubles() {
+    std::vector<double> doubles{0.0, -0.0, 0.5, 1e16, 1e17, 1e18, 123456789012345678.0};
+    std::mt19937_64 random(1);
+    for (int exponent = -325; exponent <= 308; ++exponent) {
+        const double power = std::strtod(("1e" + std::to_string(exponent)).c_str(), nullptr);
+        for (const double factor : {1.0, -1.0, 1.5, 9.0 / 7}) {
+            doubles.push_back(power * factor);
+            doubles.push_back(std::nextafter(power * factor, 0.0));
+        }
+    }
+    for (int i = 0; i < 100000; ++i) {
+        doubles.push_back(std::bit_cast<double>(static_cast<std::uint64_t>(random())));
+        doubles.push_back(static_cast<double>(random() >> (random() % 64)));
+        doubles.push_back(static_cast<double>(random() % 100000) / 1000);
+    }
+    doubles.push_back(std::numeric_limits<double>::max());
+    doubles.push_back(std::numeric_limits<double>::min());
+    doubles.push_back(std::numeric_limits<double>::denorm_min());
+    std::erase_if(doubles, [](double value) { return !std::isfinite(value); });
+    return doubles;
+}
+
+TEST(JsonDocument, TextsOfDoubles_AreThoseOfJsoncpp) {
+    const std::vector<double> doubles = manyDoubles();
+    std::string text;
+    for (const double value : doubles) {
+        std::array<char, 32> digits{};
+        std::snprintf(digits.data(), digits.size(), "%c%.16e", text.empty() ? '[' : ',', value);
+        text += digits.data();
+    }
+    text += ",1e999,-1e999]";
+    const Read read(text);
+    const std::vector<JsonDocument::Node> nodes = listed((*read).elements());
+    ASSERT_EQ(nodes.size(), doubles.size() + 2);
+    for (std::size_t i = 0; i < doubles.size(); ++i) {
+        ASSERT_EQ(nodes[i].asString(), Json::Value(doubles[i]).asString());
+    }
+    constexpr double kInfinity = std::numeric_limits<double>::infinity();
+    EXPECT_EQ(nodes[doubles.size()].asString(), Json::Value(kInfinity).asString());
+    EXPECT_EQ(nodes[doubles.size() + 1].asString(), Json::Value(-kInfinity).asString());
+}
+
+TEST(JsonDocument, TextOfAShortDouble_TakesNoAllocation) {
+    const Read read("[1.5]");
+    const JsonDocument::Node node = listed((*read).elements()).at(0);
+    const support::AllocationFault fault(1);
+    EXPECT_EQ(node.asString(), "1.5");
+    EXPECT_FALSE(fault.happened());
+}
+
+std::string arrayOf(const std::string& element) {
+    std::string text = "[0";
+    for (int i = 0; i < 1000; ++i) {
+        text.append(",").append(element);
+    }
+    return text + "]";
+}
+
+bool isReadFast(const std::string& text) {
+    Tape tape;
+    const std::string padded = text + std::string(JsonDocument::kPadding, ' ');
+    return readFast(padded.data(), text.size(), tape);
+}
+
+TEST(JsonDocument, ManyLongNumbers_AreReadByTheStrictReader) {
+    for (const char* number :
+         {"12345678901234567891e9", "-1.7976931348623158079e308", "2.4703282292062327208e-324",
+          "9.0071992547409930000000000000000000001e300"}) {
+        EXPECT_FALSE(isReadFast(arrayOf(number))) << number;
+        expectNoDifference({arrayOf(number)});
+    }
+}
+
+TEST(JsonDocument, ManyShortNumbersOrLongTexts_AreReadByTheFastReader) {
+    for (const char* element : {"1.2345678901234e-300", "-0.125                 ",
+                                "\"12345678901234567890123\"", "true                     "}) {
+        EXPECT_TRUE(isReadFast(arrayOf(element))) << element;
+    }
+}
+
 TEST(JsonDocument, ValidTextsOutsideUnicode_AnswerLikeATree) {
     expectNoDifference({"[\"\xff\xfe\"]", "{\"\xc3\":\"\x80\"}", R"(["\ud800"])", R"(["\udc00x"])",
                         R"({"\ud800":1,"a":"\ud83d\u0041"})", "[\"\xed\xa0\x80\"]",
@@ -302,6 +389,28 @@ TEST(JsonDocument, PackedObjectWithManyMembers_FindsEachAndTheLastOfOneName) {
     }
 }
 
+TEST(JsonDocument, NamesWithEqualBeginningsInAnyOrder_AnswerLikeATree) {
+    std::vector<std::string> names{"", "\\u0000", "\\u0000\\u0000"};
+    for (const std::size_t length : {1U, 7U, 8U, 9U, 15U, 16U, 17U, 40U}) {
+        const std::string beginning(length, 'n');
+        for (const char* const end :
+             {"", "\\u0000", "\\u0000\\u0000", "m", "o", "\xc3\xa4", "\\\""}) {
+            names.push_back(beginning + end);
+        }
+    }
+    std::mt19937 random(1);
+    for (const std::size_t members : {5U, 12U, 60U, 200U}) {
+        for (int round = 0; round < 50; ++round) {
+            std::string text = "{";
+            for (std::size_t i = 0; i < members; ++i) {
+                const std::string& name = names[random() % names.size()];
+                text += (i == 0 ? "\"" : ",\"") + name + "\":" + std::to_string(i);
+            }
+            expectNoDifference({text + "}"});
+        }
+    }
+}
+
 TEST(JsonDocument, PackedMinifiedList_TakesLessThanTheText) {
     std::string text = "[";
     for (int i = 0; i < 1000; ++i) {
@@ -385,8 +494,9 @@ TEST(JsonDocument, Unread_TakesNoMemoryForAText) {
 }
 
 TEST(JsonDocument, ErrorInATextThatIsTooLong_HasNoKnownPlace) {
-    EXPECT_EQ(JsonDocument::errorOffset("", std::size_t{JsonReader::kTextLimit} + 1),
-              std::numeric_limits<std::size_t>::max());
+    std::size_t offset = 0;
+    EXPECT_FALSE(JsonDocument().read("", std::size_t{JsonReader::kTextLimit} + 1, &offset));
+    EXPECT_EQ(offset, std::numeric_limits<std::size_t>::max());
 }
 
 } // namespace

@@ -13,13 +13,16 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <stdexcept>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -382,6 +385,49 @@ TEST(ReadJsonFile, TouchedDuringEachRead_IsParsed) {
     Json::Value value;
     EXPECT_TRUE(config::readJsonFile(path(), value));
     EXPECT_EQ(value, expectedTree());
+}
+
+/// Of the file at path().
+int openDescriptor() {
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code closed;
+        if (std::filesystem::read_symlink(entry, closed) == path()) {
+            return std::stoi(entry.path().filename());
+        }
+    }
+    throw std::runtime_error("the file is not open");
+}
+
+/// A daemon that closes all descriptors, and uses the numbers again.
+TEST(ReadJsonFile, NumberReusedDuringTheRead_IsUnavailableAndTheOtherFileStaysOpen) {
+    writeFile(path(), kText);
+    writeFile(path("other.json"), kText);
+    int ends[2]{};
+    ASSERT_EQ(::pipe(ends), 0);
+    for (const int other : {ends[0], ::open(path("other.json").c_str(), O_RDONLY)}) {
+        int number = -1;
+        support::disturbReads(path(), [&](std::size_t) {
+            number = openDescriptor();
+            ::dup2(other, number);
+            return support::ReadStep{};
+        });
+        Json::Value value = "before";
+        const config::ReadResult result = config::readJsonFile(path(), value);
+        EXPECT_TRUE(result.unavailable());
+        EXPECT_EQ(result.error(), EBADF);
+        EXPECT_EQ(value, Json::Value("before"));
+        EXPECT_EQ(::close(number), 0);
+    }
+}
+
+TEST(ReadJsonFile, DescriptorClosedDuringTheRead_IsUnavailable) {
+    writeFile(path(), kText);
+    support::disturbReads(path(), [&](std::size_t) {
+        ::close(openDescriptor());
+        return support::ReadStep{};
+    });
+    Json::Value value;
+    EXPECT_TRUE(config::readJsonFile(path(), value).unavailable());
 }
 
 TEST(ReadJsonFile, AnyOutcome_DescriptorIsCloseOnExecFromCreation) {
