@@ -3,29 +3,37 @@
 
 #include "rules/Trace.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <utility>
 
 namespace Quarncommon::rules {
 
 /// A node that knows its path, for a rule that runs again after a value of the wrong type has ended
-/// it, to store the path of that value. Unlike a TracedNode it builds no trees and no lists.
+/// it, to store the path of that value. Unlike a TracedNode it builds no trees and no lists. Nodes
+/// share the steps of their path: a copy for each child would take quadratic time for a long id.
 class LocatedNode {
+    struct Step {
+        std::shared_ptr<const Step> parent;
+        std::string name;
+    };
+    using LastStep = std::shared_ptr<const Step>;
+
     // First, because its return type is deduced.
     template <typename Access>
     auto located(Access access) const {
         try {
             return access();
         } catch (const Json::LogicError&) {
-            *m_failure = m_path;
+            *m_failure = pathTo(m_step);
             throw;
         }
     }
 
 public:
-    LocatedNode(const Node& node, Path& failure, Path path = {})
-        : m_node(node), m_failure(&failure), m_path(std::move(path)) {}
+    LocatedNode(const Node& root, Path& failure) : LocatedNode(root, failure, nullptr) {}
 
     LocatedNode operator[](const std::string& name) const {
         return at(name, located([&] { return m_node[name]; }));
@@ -90,15 +98,25 @@ private:
         Convert m_convert;
     };
 
-    LocatedNode at(const std::string& step, const Node& node) const {
-        Path path = m_path;
-        path.push_back(step);
-        return {node, *m_failure, std::move(path)};
+    LocatedNode(const Node& node, Path& failure, LastStep step)
+        : m_node(node), m_failure(&failure), m_step(std::move(step)) {}
+
+    LocatedNode at(const std::string& name, const Node& node) const {
+        return {node, *m_failure, std::make_shared<const Step>(Step{m_step, name})};
+    }
+
+    static Path pathTo(const LastStep& last) {
+        Path path;
+        for (const Step* step = last.get(); step != nullptr; step = step->parent.get()) {
+            path.push_back(step->name);
+        }
+        std::reverse(path.begin(), path.end());
+        return path;
     }
 
     Node m_node;
     Path* m_failure;
-    Path m_path;
+    LastStep m_step; // null at the root
 };
 
 template <typename MakeEvent>

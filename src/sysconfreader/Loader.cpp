@@ -101,8 +101,24 @@ void SysConfReader::loadFiles(const std::string& appConfigPath, const std::strin
 
 SysConfReader::Identity SysConfReader::identity() {
     noticeFork();
-    const std::lock_guard<std::mutex> guard(m_identityMutex);
-    return {m_floatNodeId, m_maintenanceIP};
+    for (Identity copy;;) {
+        std::size_t nodeIdLength = 0;
+        std::size_t addressLength = 0;
+        {
+            const std::lock_guard<std::mutex> guard(m_identityMutex);
+            nodeIdLength = m_floatNodeId.length();
+            addressLength = m_maintenanceIP.length();
+            if (nodeIdLength <= copy.floatNodeId.capacity() &&
+                addressLength <= copy.maintenanceIP.capacity()) {
+                copy.floatNodeId = m_floatNodeId;
+                copy.maintenanceIP = m_maintenanceIP;
+                return copy;
+            }
+        }
+        // Without the mutex: a new_handler may call exit(), and a static destructor may query.
+        copy.floatNodeId.reserve(nodeIdLength);
+        copy.maintenanceIP.reserve(addressLength);
+    }
 }
 
 void SysConfReader::getSourceNodeId(std::string& sourceNodeId) {

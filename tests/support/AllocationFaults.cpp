@@ -15,9 +15,11 @@ thread_local bool t_armed = false;
 thread_local bool t_persistent = false;
 thread_local bool t_happened = false;
 thread_local std::size_t t_left = 0;
+thread_local std::size_t t_requested = 0;
 constinit std::atomic<bool (*)()> g_hook{nullptr};
 
-bool failsNow() {
+bool failsNow(std::size_t size) {
+    t_requested += size;
     if (const auto hook = g_hook.load(); hook != nullptr && hook()) {
         return true;
     }
@@ -49,6 +51,10 @@ bool AllocationFault::happened() const {
     return t_happened;
 }
 
+std::size_t requestedBytes() {
+    return t_requested;
+}
+
 void setAllocationHook(bool (*fails)()) {
     g_hook = fails;
 }
@@ -59,15 +65,20 @@ void setAllocationHook(bool (*fails)()) {
 
 extern "C" {
 [[gnu::visibility("default")]] void* failingNewNoThrow(std::size_t size) noexcept {
-    return failsNow() ? nullptr : std::malloc(size != 0 ? size : 1);
+    return failsNow(size) ? nullptr : std::malloc(size != 0 ? size : 1);
 }
 
 [[gnu::visibility("default")]] void* failingNew(std::size_t size) {
-    void* memory = failingNewNoThrow(size);
-    if (memory == nullptr) {
-        throw std::bad_alloc();
+    for (;;) {
+        if (void* memory = failingNewNoThrow(size)) {
+            return memory;
+        }
+        const std::new_handler handler = std::get_new_handler();
+        if (handler == nullptr) {
+            throw std::bad_alloc();
+        }
+        handler();
     }
-    return memory;
 }
 }
 
@@ -116,7 +127,7 @@ void* __libc_calloc(std::size_t number, std::size_t size); // NOLINT(bugprone-re
 void* __libc_realloc(void* memory, std::size_t size);      // NOLINT(bugprone-reserved-identifier)
 
 [[gnu::visibility("default")]] void* malloc(std::size_t size) {
-    if (failsNow()) {
+    if (failsNow(size)) {
         errno = ENOMEM;
         return nullptr;
     }
@@ -124,7 +135,7 @@ void* __libc_realloc(void* memory, std::size_t size);      // NOLINT(bugprone-re
 }
 
 [[gnu::visibility("default")]] void* calloc(std::size_t number, std::size_t size) {
-    if (failsNow()) {
+    if (failsNow(number * size)) {
         errno = ENOMEM;
         return nullptr;
     }
@@ -132,7 +143,7 @@ void* __libc_realloc(void* memory, std::size_t size);      // NOLINT(bugprone-re
 }
 
 [[gnu::visibility("default")]] void* realloc(void* memory, std::size_t size) {
-    if (failsNow()) {
+    if (failsNow(size)) {
         errno = ENOMEM;
         return nullptr;
     }

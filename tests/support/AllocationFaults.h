@@ -20,6 +20,9 @@ public:
     bool happened() const;
 };
 
+/// The bytes that this thread has requested so far, those of freed memory included.
+std::size_t requestedBytes();
+
 /// Is called on every thread; true makes the allocation fail. It must not allocate.
 void setAllocationHook(bool (*fails)());
 
