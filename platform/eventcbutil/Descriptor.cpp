@@ -5,12 +5,35 @@
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
+#include <new>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
 
 namespace eventcbutil {
+
+/// Part of a list that a forked child reads. Without locks, because threads that the child does not
+/// have may have been changing it. Entries are reused, never freed.
+struct Descriptor::Entry {
+    /// Stored after the other members; -1 while there is no file.
+    std::atomic<int> number{-1};
+    int mark = 0;
+    dev_t device = 0;
+    ino_t inode = 0;
+    std::atomic<bool> owned{true};
+    Entry* next = nullptr;
+
+    static constinit std::atomic<Entry*> s_first;
+
+    /// Null if there is no memory.
+    static Entry* take();
+    bool intact() const;
+    void close();
+};
+
+constinit std::atomic<Descriptor::Entry*> Descriptor::Entry::s_first{nullptr};
+
 namespace {
 
 constexpr int kFirstNumber = 3;
@@ -43,6 +66,44 @@ int aboveStandardStreams(int descriptor) {
 
 } // namespace
 
+Descriptor::Entry* Descriptor::Entry::take() {
+    for (Entry* entry = s_first; entry != nullptr; entry = entry->next) {
+        if (!entry->owned.exchange(true)) {
+            return entry;
+        }
+    }
+    auto* const added = new (std::nothrow) Entry;
+    if (added != nullptr) {
+        added->next = s_first;
+        while (!s_first.compare_exchange_weak(added->next, added)) {
+        }
+    }
+    return added;
+}
+
+bool Descriptor::Entry::intact() const {
+    if (number < 0) {
+        return false;
+    }
+    const int now = ::fcntl(number, F_GETSIG);
+    if (now >= 0 ? now != mark : errno == EBADF) {
+        return false;
+    }
+    struct stat status {};
+    if (::fstat(number, &status) != 0) {
+        // On a network file system this may fail although the descriptor is intact.
+        return now >= 0 && errno != EBADF;
+    }
+    return status.st_dev == device && status.st_ino == inode;
+}
+
+void Descriptor::Entry::close() {
+    if (intact()) {
+        ::close(number);
+    }
+    number = -1;
+}
+
 Descriptor::Descriptor(int descriptor, const char* call) {
     if (descriptor < 0) {
         throw std::system_error(errno, std::generic_category(), call);
@@ -53,44 +114,44 @@ Descriptor::Descriptor(int descriptor, const char* call) {
     if (::fstat(moved, &status) != 0 || ::fcntl(moved, F_SETSIG, mark) != 0) {
         closeAndThrow(moved, "fcntl");
     }
-    m_mark = mark;
-    m_device = status.st_dev;
-    m_inode = status.st_ino;
-    m_descriptor = moved;
+    m_entry = Entry::take();
+    if (m_entry == nullptr) {
+        errno = ENOMEM;
+        closeAndThrow(moved, call);
+    }
+    m_entry->mark = mark;
+    m_entry->device = status.st_dev;
+    m_entry->inode = status.st_ino;
+    m_entry->number = moved;
 }
 
 Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
     if (this != &other) {
         close();
-        m_mark = other.m_mark;
-        m_device = other.m_device;
-        m_inode = other.m_inode;
-        m_descriptor = std::exchange(other.m_descriptor, -1);
+        m_entry = std::exchange(other.m_entry, nullptr);
     }
     return *this;
 }
 
+int Descriptor::get() const {
+    return m_entry != nullptr ? m_entry->number.load() : -1;
+}
+
 bool Descriptor::intact() const {
-    if (m_descriptor < 0) {
-        return false;
-    }
-    const int mark = ::fcntl(m_descriptor, F_GETSIG);
-    if (mark >= 0 ? mark != m_mark : errno == EBADF) {
-        return false;
-    }
-    struct stat status {};
-    if (::fstat(m_descriptor, &status) != 0) {
-        // On a network file system this may fail although the descriptor is intact.
-        return mark >= 0 && errno != EBADF;
-    }
-    return status.st_dev == m_device && status.st_ino == m_inode;
+    return m_entry != nullptr && m_entry->intact();
 }
 
 void Descriptor::close() {
-    if (intact()) {
-        ::close(m_descriptor);
+    if (Entry* const entry = std::exchange(m_entry, nullptr)) {
+        entry->close();
+        entry->owned = false;
     }
-    m_descriptor = -1;
+}
+
+void Descriptor::closeInherited() {
+    for (Entry* entry = Entry::s_first; entry != nullptr; entry = entry->next) {
+        entry->close();
+    }
 }
 
 } // namespace eventcbutil

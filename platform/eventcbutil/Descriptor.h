@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <sys/types.h>
-
 namespace eventcbutil {
 
 /// Owns a file descriptor, numbered 3 or higher, and can verify it: the program may close any
@@ -20,18 +18,21 @@ public:
     Descriptor& operator=(const Descriptor&) = delete;
     ~Descriptor() { close(); }
 
-    int get() const { return m_descriptor; }
+    /// -1 if it is closed.
+    int get() const;
 
     bool intact() const;
 
-    /// Closes the file unless it is lost. Async-signal-safe, for forked children.
+    /// Closes the file unless it is lost.
     void close();
 
+    /// For a forked child: closes all that exist. Async-signal-safe.
+    static void closeInherited();
+
 private:
-    int m_descriptor = -1;
-    int m_mark = 0;
-    dev_t m_device = 0;
-    ino_t m_inode = 0;
+    struct Entry;
+
+    Entry* m_entry = nullptr;
 };
 
 } // namespace eventcbutil

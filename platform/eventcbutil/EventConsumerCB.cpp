@@ -5,6 +5,7 @@
 #include "Settings.h"
 #include "Subscription.h"
 
+#include <atomic>
 #include <dlfcn.h>
 #include <memory>
 
@@ -14,16 +15,27 @@ using namespace eventcbutil;
 
 constexpr const char* kEventName = "SysConfigEvent";
 
-/// A callback may run longer than Fini waits, so dlclose() must not unload its library.
-void keepLoaded(EventProcessCallback* callback) {
+/// Keeps the shared library that contains the address loaded until the process ends.
+/// @return False if there is none, or no memory.
+bool keepLoaded(const void* address) {
     Dl_info place{};
-    if (::dladdr(reinterpret_cast<void*>(callback), &place) == 0 || place.dli_fname == nullptr) {
-        return;
+    if (::dladdr(address, &place) == 0 || place.dli_fname == nullptr) {
+        return false;
     }
     void* library = ::dlopen(place.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
-    if (library != nullptr) {
-        ::dlclose(library);
+    return library != nullptr && ::dlclose(library) == 0;
+}
+
+constinit std::atomic<bool> g_thisKeptLoaded{false};
+
+/// The thread may run code of the library until the process ends. Not by `-z nodelete`: a dlopen()
+/// that fails for lack of memory would keep a library that is half registered, and an exception in
+/// it would end the process.
+bool keepThisLoaded() {
+    if (!g_thisKeptLoaded) {
+        g_thisKeptLoaded = keepLoaded(&g_thisKeptLoaded);
     }
+    return g_thisKeptLoaded;
 }
 
 } // namespace
@@ -34,10 +46,16 @@ int EventConsumerCBInit(const std::string& eventName, const std::string& /*secon
         return -1;
     }
     try {
-        keepLoaded(callback->callback);
+        if (!keepThisLoaded()) {
+            return -1;
+        }
+        // A callback may run longer than Fini waits. It may be part of no library.
+        keepLoaded(reinterpret_cast<const void*>(callback->callback));
+        // Before the first descriptor, so that no forked child keeps one.
+        Service& service = Service::instance();
         auto subscription =
             std::make_shared<Subscription>(eventName, *callback, settingsFromEnvironment());
-        return Service::instance().subscribe(std::move(subscription)) ? 0 : -1;
+        return service.subscribe(std::move(subscription)) ? 0 : -1;
     } catch (...) {
         return -1;
     }
@@ -45,9 +63,11 @@ int EventConsumerCBInit(const std::string& eventName, const std::string& /*secon
 
 void EventConsumerCBFini() {
     try {
-        Service::instance().unsubscribeAll();
+        if (Service* const service = Service::existing()) {
+            service->unsubscribeAll();
+        }
     } catch (...) {
-        // No service, or its mutex reports misuse; the caller is a destructor.
+        // Called by a std::new_handler inside the service.
         return;
     }
 }
@@ -57,7 +77,9 @@ void EventConsumerCBRedeliver(const EventConsumerCallback* callback) {
         return;
     }
     try {
-        Service::instance().redeliver(*callback);
+        if (Service* const service = Service::existing()) {
+            service->redeliver(*callback);
+        }
     } catch (...) {
         return;
     }

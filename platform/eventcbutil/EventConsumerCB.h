@@ -21,6 +21,9 @@
 /// of the service, which holds no lock during a callback and blocks all signals except those for
 /// its own faults. A forked child has no subscription and can make new ones.
 ///
+/// A std::new_handler that runs in one of these functions may call exit(3). If it calls one of them
+/// while the service's mutex is held, that call fails or has no effect.
+///
 /// Descriptors are close-on-exec and numbered 3 or higher. A program may close them
 /// (`closefrom(3)`): the service verifies them before each use, replaces lost ones, and then
 /// announces a change.
@@ -30,8 +33,9 @@
 /// @param eventName "SysConfigEvent"; the service has no other event.
 /// @param second Not used.
 /// @param callback Copied. It is called with the event's name, two empty strings and the user data.
-///        The library that contains the function stays loaded from now on. Subscribing the same
-///        function and user data again replaces that subscription; others are independent.
+///        The library that contains the function stays loaded from now on, and so does this one.
+///        Subscribing the same function and user data again replaces that subscription; others are
+///        independent.
 /// @return 0 if subscribed: a change after the return is delivered. -1 otherwise: another event, no
 ///         function, a folder of a file that this process may not list, a relative path in a
 ///         working directory that was deleted, the kernel's limits for watches, descriptors or
@@ -54,8 +58,8 @@ extern "C" [[gnu::visibility("default")]] void EventConsumerCBFini();
 ///
 /// @param callback The function and user data of the subscription. Without such a subscription, and
 ///         if null, nothing happens.
-/// Never throws. Waits only for the service's mutex, which is held briefly, or for the duration of
-/// a fork. If it is called in the callback, the delivery is repeated for any result.
+/// Never throws. Waits only for the service's mutex, which is held briefly. If it is called in the
+/// callback, the delivery is repeated for any result.
 extern "C" [[gnu::visibility("default")]] void
 EventConsumerCBRedeliver(const EventConsumerCallback* callback);
 

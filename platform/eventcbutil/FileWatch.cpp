@@ -101,11 +101,6 @@ bool FileWatch::readNotices(Meaning& all) {
         [&](const Inotify::Notice& notice) { all = std::max(all, meaning(notice)); });
 }
 
-void FileWatch::close() {
-    m_closed = true;
-    closeDescriptors();
-}
-
 void FileWatch::closeDescriptors() {
     m_inotify.reset();
     m_mounts.reset();
@@ -113,9 +108,6 @@ void FileWatch::closeDescriptors() {
 
 void FileWatch::followAgain() {
     m_complete = false;
-    if (m_closed) {
-        return;
-    }
     try {
         renewDescriptors();
         follow();

@@ -43,9 +43,6 @@ public:
     /// Follows the paths again as far as possible, with new descriptors for lost ones.
     void followAgain();
 
-    /// For a forked child.
-    void close();
-
     std::size_t folderCount() const { return m_watches.size(); }
 
 private:
@@ -73,7 +70,6 @@ private:
     /// For each watch, the names in that folder that are on the way to a file.
     Watches m_watches;
     bool m_complete = false;
-    bool m_closed = false;
 };
 
 } // namespace eventcbutil

@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Service.h"
 
+#include "Descriptor.h"
+
 #include <algorithm>
+#include <cerrno>
+#include <cstdlib>
 #include <pthread.h>
 #include <system_error>
 #include <unistd.h>
@@ -9,28 +13,67 @@
 
 namespace eventcbutil {
 
+constinit std::atomic<bool> Service::s_exiting{false};
+constinit std::atomic<Service*> Service::s_service{nullptr};
+constinit std::atomic<Service*> Service::s_parents{nullptr};
+constinit std::atomic<pid_t> Service::s_process{0};
+
+/// Without a local static object, for whose construction a forked child might wait.
 Service& Service::instance() {
-    static Service& service = *new Service;
-    return service;
+    if (Service* const service = existing()) {
+        return *service;
+    }
+    registerHandlers();
+    auto made = std::make_unique<Service>();
+    Service* others = nullptr;
+    return s_service.compare_exchange_strong(others, made.get()) ? *made.release() : *others;
 }
 
-Service::Service() {
-    const int error = ::pthread_atfork([] { instance().m_mutex.holdForFork(); },
-                                       [] { instance().endFork(); }, [] { instance().endFork(); });
-    if (error != 0) {
+/// Handlers of the program may run before the one that is registered here.
+Service* Service::existing() {
+    leaveParents();
+    return s_service;
+}
+
+void Service::registerHandlers() {
+    static constinit std::atomic<bool> registered{false};
+    if (registered) {
+        return;
+    }
+    // Two threads may both register them, which is harmless.
+    if (const int error = ::pthread_atfork(nullptr, nullptr, [] { leaveParents(); })) {
         throw std::system_error(error, std::generic_category(), "pthread_atfork");
+    }
+    if (std::atexit([] { exit(); }) != 0) {
+        throw std::system_error(ENOMEM, std::generic_category(), "atexit");
+    }
+    registered = true;
+}
+
+/// In a forked child, leaks the service of the parent: threads that the child does not have may
+/// hold its mutex and may have been changing it. Closes its descriptors, so that the child does not
+/// keep its watches. No mutex is held during a fork, because handlers of the program may wait for
+/// threads that use the service.
+void Service::leaveParents() {
+    const pid_t process = ::getpid();
+    if (s_process == process) {
+        return;
+    }
+    const bool forked = s_process.exchange(process) != 0;
+    Service* const parents = forked ? s_service.exchange(nullptr) : nullptr;
+    if (forked) {
+        Descriptor::closeInherited();
+    }
+    if (parents != nullptr) {
+        parents->m_parents = s_parents.exchange(parents);
     }
 }
 
 bool Service::subscribe(std::shared_ptr<Subscription> subscription) {
     // Destroyed after the mutex is released: closing descriptors takes time.
     std::shared_ptr<const Subscriptions> before;
-    const Access access(*this);
-    // With the mutex, so that no child of fork() gets a static object under construction.
-    static const struct AtExit {
-        ~AtExit() { instance().exit(); }
-    } atExit;
-    if (m_exiting) {
+    const Access access(m_mutex);
+    if (s_exiting) {
         return false;
     }
     const std::shared_ptr<Run> run = m_run ? m_run : std::make_shared<Run>();
@@ -55,7 +98,7 @@ bool Service::subscribe(std::shared_ptr<Subscription> subscription) {
 }
 
 void Service::redeliver(const EventConsumerCallback& callback) {
-    const Access access(*this);
+    const Access access(m_mutex);
     if (!m_run || !m_run->subscriptions) {
         return;
     }
@@ -69,7 +112,7 @@ void Service::redeliver(const EventConsumerCallback& callback) {
 
 void Service::unsubscribeAll() {
     std::shared_ptr<const Subscriptions> ended;
-    Access access(*this);
+    Access access(m_mutex);
     const std::shared_ptr<Run> run = m_run;
     if (!run) {
         return;
@@ -105,45 +148,15 @@ void Service::waitForEnd(Access& access, const std::shared_ptr<Run>& run) {
 }
 
 void Service::exit() {
-    {
-        const Access access(*this);
-        m_exiting = true;
-    }
-    unsubscribeAll();
-}
-
-void Service::endFork() {
-    abandonIfForked();
-    m_mutex.releaseAfterFork();
-}
-
-/// Requires the mutex. A forked child has only this thread.
-void Service::abandonIfForked() {
-    const pid_t process = ::getpid();
-    if (std::exchange(m_process, process) == process) {
-        return;
-    }
-    abandon(std::move(m_run));
-    abandon(std::move(m_left));
-}
-
-/// Closes the descriptors, so that the child does not keep its parent's watches; leaks the rest.
-void Service::abandon(std::shared_ptr<Run> run) {
-    if (!run) {
-        return;
-    }
-    for (const auto& subscriptions : {run->subscriptions, run->serving.lock()}) {
-        if (subscriptions) {
-            for (const auto& subscription : *subscriptions) {
-                subscription->close();
-            }
+    s_exiting = true;
+    try {
+        if (Service* const service = existing()) {
+            service->unsubscribeAll();
         }
+    } catch (const CheckedMutex::HeldHere&) {
+        // A std::new_handler exits inside the service. No delivery begins any more.
+        return;
     }
-    run->wakeUp.close();
-    // If a callback forked, the service's thread continues here; its subscriptions have ended.
-    run->abandoned = std::move(run->subscriptions);
-    run->abandonedBefore = std::move(m_abandoned);
-    m_abandoned = std::move(run);
 }
 
 } // namespace eventcbutil

@@ -1,14 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "ForkMutex.h"
+#include "CheckedMutex.h"
 #include "Subscription.h"
 #include "Thread.h"
 #include "WakeUp.h"
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <memory>
+#include <mutex>
 #include <sys/types.h>
 #include <vector>
 
@@ -19,9 +21,15 @@ class Service {
 public:
     static constexpr std::chrono::seconds kLongestEnd{1};
 
-    /// Never destroyed, because its thread may run until the process ends.
+    /// The service of this process, created if there is none. Never destroyed, because its thread
+    /// may run until the process ends.
+    /// @throws std::system_error if the handlers for forks and the exit cannot be registered.
     static Service& instance();
 
+    /// Null if there is none. A forked child does not have its parent's.
+    static Service* existing();
+
+    Service() = default;
     Service(const Service&) = delete;
     Service& operator=(const Service&) = delete;
 
@@ -43,45 +51,40 @@ private:
         Thread thread;
         /// Null if all have ended. Replaced, never changed, so that the thread can work on it.
         std::shared_ptr<const Subscriptions> subscriptions;
-        std::weak_ptr<const Subscriptions> serving;
         bool calling = false;
         /// The thread uses nothing here any more.
         bool finished = false;
         int waiting = 0;
         std::condition_variable_any changed;
-        /// In a forked child: keeps what cannot be destroyed there.
-        std::shared_ptr<const Subscriptions> abandoned;
-        std::shared_ptr<Run> abandonedBefore;
     };
 
-    /// Holds the mutex. In a forked child it first does the work of the service's fork handler.
-    struct Access : ForkMutex::Guard {
-        explicit Access(Service& service) : Guard(service.m_mutex) { service.abandonIfForked(); }
-    };
-
-    Service();
+    using Access = std::unique_lock<CheckedMutex>;
 
     void waitForEnd(Access& access, const std::shared_ptr<Run>& run);
-    void exit();
-    void endFork();
-    void abandonIfForked();
-    void abandon(std::shared_ptr<Run> run);
+    static void registerHandlers();
+    static void exit();
+    static void leaveParents();
 
     void startThread(const std::shared_ptr<Run>& run);
     void serve(Run& run);
+    bool serveOnce(Run& run);
     std::shared_ptr<const Subscriptions> next(Run& run);
     void finish(Run& run);
-    void attend(Run& run, const std::shared_ptr<Subscription>& subscription);
+    bool attend(Run& run, const std::shared_ptr<Subscription>& subscription);
     bool beginCall(Run& run, const std::shared_ptr<Subscription>& subscription);
     void endCall(Run& run) noexcept;
 
     /// Protects all below and the contents of every run. Held briefly, never during a callback.
-    ForkMutex m_mutex;
+    CheckedMutex m_mutex;
     std::shared_ptr<Run> m_run;
     std::shared_ptr<Run> m_left;
-    std::shared_ptr<Run> m_abandoned;
-    pid_t m_process = 0;
-    bool m_exiting = false;
+    /// The parent's service.
+    Service* m_parents = nullptr;
+
+    static constinit std::atomic<bool> s_exiting;
+    static constinit std::atomic<Service*> s_service;
+    static constinit std::atomic<Service*> s_parents;
+    static constinit std::atomic<pid_t> s_process;
 };
 
 } // namespace eventcbutil

@@ -56,12 +56,9 @@ void Service::startThread(const std::shared_ptr<Run>& run) {
 }
 
 void Service::serve(Run& run) {
-    while (const std::shared_ptr<const Subscriptions> subscriptions = next(run)) {
+    for (bool ended = false; !ended;) {
         try {
-            for (const auto& subscription : *subscriptions) {
-                attend(run, subscription);
-            }
-            waitForWork(run.wakeUp.descriptor(), *subscriptions);
+            ended = !serveOnce(run);
         } catch (const std::exception&) {
             // Out of memory. Due deliveries remain due.
             std::this_thread::sleep_for(kPause);
@@ -69,21 +66,34 @@ void Service::serve(Run& run) {
     }
 }
 
+/// Returns false if the thread must end.
+bool Service::serveOnce(Run& run) {
+    const std::shared_ptr<const Subscriptions> subscriptions = next(run);
+    if (!subscriptions) {
+        return false;
+    }
+    for (const auto& subscription : *subscriptions) {
+        if (!attend(run, subscription)) {
+            return false;
+        }
+    }
+    waitForWork(run.wakeUp.descriptor(), *subscriptions);
+    return true;
+}
+
 /// The subscriptions to serve; null if the thread must end.
 std::shared_ptr<const Service::Subscriptions> Service::next(Run& run) {
-    const Access access(*this);
+    const Access access(m_mutex);
     run.wakeUp.clear();
     if (!run.subscriptions) {
         finish(run);
     }
-    run.serving = run.subscriptions;
     return run.subscriptions;
 }
 
 void Service::finish(Run& run) {
     run.wakeUp.close();
     run.finished = true;
-    // In a forked child the run is neither of them, and no thread waits for it.
     if (m_run.get() == &run) {
         if (run.waiting == 0) {
             run.thread.detach();
@@ -95,7 +105,8 @@ void Service::finish(Run& run) {
     run.changed.notify_all();
 }
 
-void Service::attend(Run& run, const std::shared_ptr<Subscription>& subscription) {
+/// Returns false in a child that the callback forked: the service is not the child's.
+bool Service::attend(Run& run, const std::shared_ptr<Subscription>& subscription) {
     subscription->gather(Clock::now());
     if (subscription->ready(Clock::now()) && beginCall(run, subscription)) {
         const struct Call {
@@ -104,21 +115,29 @@ void Service::attend(Run& run, const std::shared_ptr<Subscription>& subscription
             ~Call() { service.endCall(run); }
         } call{*this, run};
         subscription->call();
+        if (existing() != this) {
+            return false;
+        }
         subscription->settle(Clock::now());
     }
+    return true;
 }
 
-/// Returns false if the subscription has been ended or replaced.
+/// Returns false if the subscription has been ended or replaced, or the process is exiting.
 bool Service::beginCall(Run& run, const std::shared_ptr<Subscription>& subscription) {
-    const Access access(*this);
-    run.calling = run.subscriptions &&
+    const Access access(m_mutex);
+    run.calling = !s_exiting && run.subscriptions &&
                   std::find(run.subscriptions->begin(), run.subscriptions->end(), subscription) !=
                       run.subscriptions->end();
     return run.calling;
 }
 
 void Service::endCall(Run& run) noexcept {
-    const Access access(*this);
+    if (existing() != this) {
+        return;
+    }
+    m_mutex.lockUnheld();
+    const Access access(m_mutex, std::adopt_lock);
     run.calling = false;
     run.changed.notify_all();
 }

@@ -34,7 +34,6 @@ public:
 
     std::array<pollfd, 2> waits() const { return m_watch.waits(); }
     void woken(const pollfd* results) { m_watch.woken(results); }
-    void close() { m_watch.close(); }
 
     void gather(Time now);
 

@@ -44,7 +44,8 @@ void WakeUp::clear() {
     close();
     try {
         open();
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
+        // No descriptor, or no memory to report that.
         close();
     }
 }

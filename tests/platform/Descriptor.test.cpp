@@ -91,6 +91,28 @@ TEST(Descriptor, OfAStandardStreamThatCannotBeMoved_ThrowsAndIsClosed) {
 }
 #endif
 
+TEST(Descriptor, Inherited_IsClosedAndItsOwnerClosesNoOther) {
+    Descriptor inherited(newInotify(), "inotify_init1");
+    const int number = inherited.get();
+    Descriptor::closeInherited();
+    EXPECT_FALSE(isOpen(number));
+    EXPECT_EQ(inherited.get(), -1);
+    const Descriptor own(newInotify(), "inotify_init1");
+    ASSERT_EQ(own.get(), number);
+    inherited.close();
+    EXPECT_TRUE(own.intact());
+}
+
+TEST(Descriptor, InheritedWithANumberReusedByTheProgram_RemainsOpen) {
+    const Descriptor inherited(newInotify(), "inotify_init1");
+    const int number = inherited.get();
+    ::close(number);
+    ASSERT_EQ(newInotify(), number);
+    Descriptor::closeInherited();
+    EXPECT_TRUE(isOpen(number));
+    ::close(number);
+}
+
 TEST(Descriptor, Moved_HasOneOwner) {
     Descriptor first(newInotify(), "inotify_init1");
     const int number = first.get();

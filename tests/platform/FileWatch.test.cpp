@@ -92,16 +92,6 @@ TEST_F(FileWatchOf, LinkDeletedBeforeItIsRead_IsTreatedAsMissingUntilItIsBack) {
 }
 #endif
 
-TEST_F(FileWatchOf, Closed_WatchesNothingAndIsNotOpenedAgain) {
-    FileWatch watch({m_file.string()});
-    watch.close();
-    watch.followAgain();
-    EXPECT_EQ(watch.waits()[0].fd, -1);
-    EXPECT_EQ(watch.waits()[1].fd, -1);
-    writeInPlace(m_file, "other");
-    EXPECT_FALSE(changed(watch));
-}
-
 TEST_F(FileWatchOf, ReadingTheFile_NoChange) {
     FileWatch watch({m_file.string()});
     std::string text;

@@ -11,8 +11,10 @@
 #include <array>
 #include <atomic>
 #include <functional>
+#include <mutex>
 #include <ostream>
 #include <pthread.h>
+#include <thread>
 
 namespace {
 
@@ -123,6 +125,35 @@ TEST_F(ForkHandler, EndsTheSubscriptionWhileACallbackUsesTheService_BothReturn) 
     };
     EXPECT_EQ(inChild([] { return 0; }), 0);
     EXPECT_TRUE(returned);
+    endService();
+}
+
+/// The usual handlers of a program with a lock. Another thread uses the service under that lock.
+TEST_F(ForkHandler, WaitsForALockUnderWhichTheServiceIsUsed_BothReturn) {
+    registerHandlers();
+    subscribeAndSeeAChange();
+    std::mutex lock;
+    Barrier forking;
+    std::thread user([&] {
+        const std::lock_guard<std::mutex> guard(lock);
+        forking.arrive();
+        EventConsumerCBFini();
+        EXPECT_EQ(m_recorder.subscribe(), 0);
+        m_recorder.requestDelivery();
+    });
+    forking.waitForArrival();
+    handlers()[Prepare] = [&] {
+        forking.letGo();
+        lock.lock();
+    };
+    handlers()[Parent] = handlers()[Child] = [&] { lock.unlock(); };
+    EXPECT_EQ(inChild([] {
+                  EventConsumerCBFini();
+                  return 0;
+              }),
+              0);
+    user.join();
+    seeAChange("parent's");
     endService();
 }
 

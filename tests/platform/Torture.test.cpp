@@ -3,6 +3,7 @@
 // subscription fails, or the next change is delivered. Nothing is leaked.
 
 #include "EventConsumerCB.h"
+#include "OpenDescriptors.h"
 #include "Recorder.h"
 #include "ServiceAllocations.h"
 #include "SubscribedProcess.h"
@@ -14,10 +15,14 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstdlib>
 #include <filesystem>
+#include <new>
 #include <ostream>
+#include <set>
 #include <string>
 #include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -216,6 +221,29 @@ TEST_P(TortureByAllocations, Delivery_TheNextChangeIsDelivered) {
     expectThatItEndsWithoutALeak();
 }
 
+/// A program that calls closefrom(3) when neither descriptors nor memory are left.
+TEST_P(TortureByAllocations, LostDescriptorsThatCannotBeReplaced_TheNextChangeIsDelivered) {
+    const std::set<int> before = openDescriptors();
+    subscribeAndSeeAChange();
+    for (int skip = 0; skip < 4; ++skip) {
+        SCOPED_TRACE(skip);
+        const std::set<int> own = openedSince(before);
+        const int attempts = callCount(Call::Pipe);
+        failCalls(Call::Pipe, EMFILE);
+        failAllocations(Threads::Others, skip, GetParam());
+        for (const int number : own) {
+            ::close(number);
+        }
+        while (callCount(Call::Pipe) < attempts + 3) {
+            std::this_thread::yield();
+        }
+        stopFailingAllocations();
+        failCalls(Call::Pipe, 0);
+        expectThatItWorks();
+    }
+    expectThatItEndsWithoutALeak();
+}
+
 TEST_P(TortureByAllocations, RequestAndEnd_SucceedWithoutMemory) {
     for (const Threads threads : {Threads::First, Threads::Others}) {
         ASSERT_EQ(m_recorder.subscribe(), 0);
@@ -232,6 +260,60 @@ TEST_P(TortureByAllocations, RequestAndEnd_SucceedWithoutMemory) {
         EventConsumerCBFini();
         stopFailingAllocations();
         expectThatItEndsWithoutALeak();
+    }
+}
+
+class NewHandler : public SubscribedProcess {
+protected:
+    static constexpr int kWithoutFailure = 1;
+    static constexpr int kRefused = 2;
+
+    /// Runs the handler at each allocation of a subscription, in a child. Returns its exit
+    /// statuses.
+    std::set<int> subscribeWith(std::new_handler handler, bool subscribedBefore) {
+        std::set<int> statuses;
+        int status = -1;
+        for (int skip = 0; status != kWithoutFailure; ++skip) {
+            status = inChild([&] {
+                Recorder other(m_file);
+                if (subscribedBefore && other.subscribe() != 0) {
+                    return kRefused;
+                }
+                std::set_new_handler(handler);
+                failAllocations(Threads::First, skip, 1);
+                m_recorder.subscribe();
+                return stopFailingAllocations() ? kRefused : kWithoutFailure;
+            });
+            statuses.insert(status);
+        }
+        return statuses;
+    }
+};
+
+TEST_F(NewHandler, ExitsInASubscription_TheProcessEnds) {
+    const std::new_handler exit = [] { std::exit(42); };
+    for (const bool subscribedBefore : {false, true}) {
+        const std::set<int> statuses = subscribeWith(exit, subscribedBefore);
+        EXPECT_TRUE(statuses.contains(42));
+        EXPECT_FALSE(statuses.contains(-1));
+    }
+}
+
+/// Their calls have no effect if the subscription holds the service's mutex.
+TEST_F(NewHandler, UsesTheServiceInASubscription_Returns) {
+    const std::new_handler use = [] {
+        stopFailingAllocations();
+        const EventConsumerCallback callback{
+            [](const auto&, const auto&, const auto&, void*) { return 0; }, nullptr};
+        EventConsumerCBInit("SysConfigEvent", "", &callback);
+        EventConsumerCBRedeliver(&callback);
+        EventConsumerCBFini();
+        ::_exit(42);
+    };
+    for (const bool subscribedBefore : {false, true}) {
+        const std::set<int> statuses = subscribeWith(use, subscribedBefore);
+        EXPECT_TRUE(statuses.contains(42));
+        EXPECT_FALSE(statuses.contains(-1));
     }
 }
 
