@@ -69,8 +69,8 @@ using EventConsumerCBRedeliverFunction = void(const EventConsumerCallback* callb
 /// @param second,third Ignored.
 /// @param userData The role reader that subscribed. Null is refused. One that is being or has been
 ///        destroyed, or was never published, is not accessed: the event is dropped and the result
-///        is 0. The next role reader loads the changed files; an existing SysConfReader keeps its
-///        values until the next event or Reload().
+///        is 0. The next role reader loads the changed files; an existing SysConfReader may keep
+///        its values until the next event or Reload().
 /// @return 0 if handled. -1 if refused, if the reload met a shortage, or if it ended with an
 ///         exception (which does not reach the caller).
 ///

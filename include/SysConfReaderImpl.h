@@ -155,6 +155,7 @@ private:
     /// The end of an operation that has loaded, if the thread holds no lock any more: applies an
     /// event that the load could not apply, and requests one if a load met a shortage.
     [[gnu::visibility("hidden")]] static void finishLoad();
+    [[gnu::visibility("hidden")]] static void applyMissedEvents();
     [[gnu::visibility("hidden")]] static void requestRedelivery();
     /// Reloads both if `subscriber` is still the role reader. Throws if a load met a shortage.
     static void applyChange(const void* subscriber);

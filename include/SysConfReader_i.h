@@ -61,6 +61,9 @@ private:
     SysConfReader_i() = default;
     ~SysConfReader_i();
 
+    /// For a destruction: creates a missing role reader and applies an event of its subscription.
+    [[gnu::visibility("hidden")]] static void createRoleReader() noexcept;
+
     /// Null until the facade has been built.
     static std::atomic<SysConfReader_i*> m_pInstance;
     /// Guards creation and destruction of the facade.

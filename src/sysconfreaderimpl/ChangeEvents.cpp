@@ -97,6 +97,14 @@ bool takeUnreportedShortage() {
     return unreportedShortage<SysConfReaderImpl>.exchange(false) || reader;
 }
 
+/// The event has returned 0. If the reload throws, another delivery is requested.
+template <typename Class>
+void reloadIfMissed(void (*reloadExisting)()) {
+    if (missedEvent<Class> && !runDroppingExceptions(reloadExisting)) {
+        unreportedShortage<Class> = true;
+    }
+}
+
 } // namespace
 
 void resetEventsAfterFork() {
@@ -229,7 +237,6 @@ void SysConfReaderImpl::Destory() {
     const WriteGuard<SysConfReaderImpl> guard;
     // Unpublished first: Instance() reads the pointer without the lock.
     delete m_pInstance.exchange(nullptr);
-    unreportedShortage<SysConfReaderImpl> = false;
     config::forgetLists();
     // Still under the lock: an instance that another thread creates next must miss no event.
     closed.end();
@@ -248,9 +255,12 @@ void SysConfReaderImpl::applyChange(const void* subscriber) {
         const ReadGuard<SysConfReaderImpl> guard;
         reader = m_pInstance.load(std::memory_order_acquire);
     }
-    if (reader == nullptr && WriterHandoff::lockHeldHere()) {
-        // Delivered inside the subscription of a role reader, which loads its files after that.
+    if (reader == nullptr) {
+        // Inside a subscription, or because a lock call failed, a first load may still be running.
+        // Looks again after setting the flags: that load reads them after publishing its instance.
         missedEvent<SysConfReader> = true;
+        missedEvent<SysConfReaderImpl> = true;
+        reader = m_pInstance.load();
     }
     if (reader == nullptr || reader != subscriber) {
         status::countEvent(&SysConfReaderStatus::eventsDropped);
@@ -268,16 +278,16 @@ void SysConfReaderImpl::applyChange(const void* subscriber) {
     }
 }
 
+void SysConfReaderImpl::applyMissedEvents() {
+    reloadIfMissed<SysConfReader>(&SysConfReader::reloadExisting);
+    reloadIfMissed<SysConfReaderImpl>(&reloadExisting);
+}
+
 void SysConfReaderImpl::finishLoad() {
     if (WriterHandoff::lockHeldHere() || t_applying != 0) {
         return; // The operation that this load is part of calls again.
     }
-    if (missedEvent<SysConfReader>.exchange(false)) {
-        runDroppingExceptions([] { SysConfReader::reloadExisting(); });
-    }
-    if (missedEvent<SysConfReaderImpl>.exchange(false)) {
-        runDroppingExceptions([] { reloadExisting(); });
-    }
+    applyMissedEvents();
     requestRedelivery();
     status::announceLoads();
 }

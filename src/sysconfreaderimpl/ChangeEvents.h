@@ -9,7 +9,8 @@ namespace Quarncommon {
 /// Not a std::string, because an event may be delivered while the process exits.
 inline constexpr std::string_view kChangeEvent = "SysConfigEvent";
 
-/// Set by an event inside a subscription, cleared by the next load of the class.
+/// Set by an event that finds no role reader, cleared by the next load of the class. Not cleared by
+/// other threads: they would lose the event of an instance that is not published yet.
 template <typename Class>
 inline constinit std::atomic<bool> missedEvent{false};
 

@@ -75,7 +75,7 @@ SysConfReaderImpl* SysConfReaderImpl::create() {
     std::unique_ptr<SysConfReaderImpl, Discard> created(new SysConfReaderImpl);
     created->Init_i();
     SysConfReaderImpl* published = nullptr;
-    if (m_pInstance.compare_exchange_strong(published, created.get(), std::memory_order_acq_rel)) {
+    if (m_pInstance.compare_exchange_strong(published, created.get())) {
         return created.release();
     }
     // Its subscription may have replaced that of the published instance.

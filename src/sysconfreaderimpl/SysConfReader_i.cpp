@@ -32,11 +32,22 @@ SysConfReader_i* SysConfReader_i::Instance() {
     return facade;
 }
 
+void SysConfReader_i::createRoleReader() noexcept {
+    SysConfReaderImpl::Instance();
+    // Not after the destruction: a reload of the main reader creates a role reader.
+    SysConfReaderImpl::applyMissedEvents();
+}
+
 void SysConfReader_i::Destory() {
+    const bool insideALoad = WriterHandoff::lockHeldHere();
     {
         const WriteGuard<SysConfReader_i> guard;
         // Unpublished first: Instance() reads the pointer without the lock.
-        delete m_pInstance.exchange(nullptr);
+        const SysConfReader_i* facade = m_pInstance.exchange(nullptr);
+        if (facade != nullptr && !insideALoad) {
+            createRoleReader();
+        }
+        delete facade;
     }
     status::announceLoads();
 }

@@ -7,6 +7,7 @@
 #include "support/Deployment.h"
 #include "support/EventLibrary.h"
 #include "support/HostAddresses.h"
+#include "support/InChild.h"
 #include "support/LocksFree.h"
 #include "support/Operations.h"
 #include "support/SampleTexts.h"
@@ -15,7 +16,9 @@
 #include <json/reader.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <fstream>
+#include <map>
 #include <new>
 #include <sstream>
 
@@ -307,6 +310,83 @@ TEST_F(AllocationFaults, EachOfEveryLoadAndDestruction_IsReportedAndTheNextLoadI
         });
     }
     EXPECT_GT(m_failed, operations::all().size());
+}
+
+TEST_F(AllocationFaults, EachAfterAnEventInsideASubscription_IsReportedOrTheEventIsApplied) {
+    int answer = -3;
+    const auto requests = [] { return support::eventLibraryCalls().redeliveries; };
+    int repeated = 0;
+    for (const Shortage shortage : {Shortage::OneAllocation, Shortage::FromThereOn}) {
+        bool happened = true;
+        for (std::size_t which = 1; happened && !HasFailure(); ++which) {
+            SCOPED_TRACE(which);
+            SysConfReader::Destory();
+            operations::writeFiles(m_files, "b");
+            SysConfReader::Instance();
+            SysConfReaderImpl::Destory();
+            operations::writeFiles(m_files, kMark);
+            support::setSubscribedHook([&] { answer = support::deliver(); });
+            const int before = requests();
+            bool threw = false;
+            {
+                const AllocationFault fault(which, shortage);
+                try {
+                    SysConfReaderImpl::Instance();
+                } catch (const std::bad_alloc&) {
+                    threw = true;
+                }
+                happened = fault.happened();
+            }
+            support::setSubscribedHook(nullptr);
+            if (threw) {
+                EXPECT_TRUE(happened);
+                continue;
+            }
+            EXPECT_EQ(answer, 0);
+            if (requests() != before) {
+                ++repeated;
+                EXPECT_EQ(support::deliver(), 0);
+            }
+            EXPECT_EQ(operations::differences(operations::answers(), m_answers), "");
+        }
+    }
+    EXPECT_GT(repeated, 0);
+}
+
+/// Exit statuses of the children below.
+constexpr int kAnswered = 10;
+constexpr int kContinued = 11; // an allocation of malloc, which has no new_handler
+constexpr int kNothingFailed = 12;
+
+/// Never destroyed.
+const std::string* g_northAnswer = nullptr;
+
+void answerDuringExit() {
+    SysConfReader& reader = *SysConfReader::Instance();
+    const bool answered =
+        reader.getLocalNorthIP() == *g_northAnswer && reader.getLocalPort() == 4000;
+    std::_Exit(answered ? kAnswered : EXIT_FAILURE);
+}
+
+TEST_F(AllocationFaults, EachWhoseNewHandlerExits_QueriesAreAnsweredDuringExit) {
+    g_northAnswer = new std::string(SysConfReader::Instance()->getLocalNorthIP());
+    void (*const operations[])() = {[] { SysConfReader::Instance()->getLocalNorthIP(); },
+                                    [] { SysConfReaderImpl::Instance()->Reload(); }};
+    for (void (*operation)() : operations) {
+        std::map<int, int> statuses;
+        for (std::size_t which = 1; statuses[kNothingFailed] == 0 && !HasFailure(); ++which) {
+            const int status = support::inChild([&] {
+                std::atexit(&answerDuringExit);
+                std::set_new_handler([] { std::exit(EXIT_FAILURE); });
+                const AllocationFault fault(which);
+                operation();
+                return fault.happened() ? kContinued : kNothingFailed;
+            });
+            EXPECT_GE(status, kAnswered) << "allocation " << which;
+            ++statuses[status];
+        }
+        EXPECT_GT(statuses[kAnswered], 3);
+    }
 }
 
 TEST_F(AllocationFaults, EachOfAReloadOfNewFiles_KeepsOrReplacesEachValue) {

@@ -330,6 +330,27 @@ TEST(ChangeEvent, AfterALoadHasReadTheFiles_ReadsThemAgain) {
     EXPECT_EQ(support::loadedValues(deployment), support::sampleLoadedValues(2));
 }
 
+TEST(ChangeEvent, DuringAFirstLoadWhoseLockCallFailed_IsAppliedAfterIt) {
+    SampleDeployment deployment("recording");
+    SysConfReader& reader = *SysConfReader::Instance();
+    SysConfReaderImpl::Destory();
+    int answer = -3;
+    int opens = 0;
+    support::setOpenHook([&](const std::string&) {
+        if (++opens == 5) {
+            support::setOpenHook(nullptr);
+            writeGeneration(deployment, 2);
+            std::thread([&] { answer = support::deliver(kEvent); }).join();
+        }
+    });
+    support::failLockCalls(support::LockCall::Write, EAGAIN);
+    SysConfReaderImpl::Instance();
+    support::failLockCalls(support::LockCall::Write, 0);
+    EXPECT_EQ(answer, 0);
+    EXPECT_EQ(support::roleAnswers(), support::sampleRoleAnswers(2));
+    EXPECT_EQ(reader.getLocalPort(), 4002);
+}
+
 TEST(ChangeEvent, DuringInit_NeitherHangsNorCreatesASecondReader) {
     SampleDeployment deployment("recording");
     int answer = -3;

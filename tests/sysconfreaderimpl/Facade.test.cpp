@@ -7,6 +7,7 @@
 #include "support/EventLibrary.h"
 #include "support/FileCalls.h"
 #include "support/LockFaults.h"
+#include "support/LocksFree.h"
 #include "support/SampleTexts.h"
 
 #include <gmock/gmock.h>
@@ -153,6 +154,22 @@ TEST(FacadeDestory, Reader_RemainsUnchanged) {
     EXPECT_EQ(SysConfReader::Instance(), reader);
     EXPECT_THAT(support::openCalls(), testing::IsEmpty());
     EXPECT_EQ(SysConfReader::Instance()->getLocalPort(), 4001);
+}
+
+TEST(FacadeDestory, EventInsideTheSubscription_ReloadsTheReaderAndLeavesNoRoleReader) {
+    SampleDeployment deployment("recording");
+    SysConfReader& reader = *SysConfReader::Instance();
+    SysConfReader_i::Instance();
+    SysConfReaderImpl::Destory();
+    writeGeneration(deployment, 2);
+    int answer = -3;
+    support::setSubscribedHook([&] { answer = support::deliver(); });
+    SysConfReader_i::Destory();
+    EXPECT_EQ(answer, 0);
+    EXPECT_EQ(reader.getLocalPort(), 4002);
+    EXPECT_EQ(support::eventLibraryCalls().finis, 2);
+    EXPECT_FALSE(support::subscribed());
+    support::expectLocksFree();
 }
 
 TEST(FacadeDestory, Repeated_CreatesANewFacadeEachTime) {

@@ -114,6 +114,18 @@ TEST_F(Shortage, AtAnEvent_ReturnsMinusOneAndTheNextDeliveryIsApplied) {
     EXPECT_EQ(requests(), 0) << "the answer is the request";
 }
 
+TEST_F(Shortage, OfAnyKind_ReturnsMinusOne) {
+    SysConfReader::Instance();
+    int generation = 1;
+    for (const int error :
+         {ENOMEM, EMFILE, ENFILE, ENOBUFS, EAGAIN, EBUSY, EBADF, EIO, EREMOTEIO, ESTALE, ETIMEDOUT,
+          ENOTCONN, ECONNABORTED, ECONNRESET, ECONNREFUSED, EHOSTDOWN, EHOSTUNREACH}) {
+        writeOld(++generation);
+        failAllOpens(m_files.appConfigPath(), error);
+        EXPECT_EQ(support::deliver(), -1) << error;
+    }
+}
+
 TEST_F(Shortage, AtAnyCallOfTheFirstUse_RequestsADeliveryIfSomethingIsMissing) {
     int incomplete = 0;
     for (const FailingCall& failing : kFailingCalls) {
@@ -186,6 +198,17 @@ TEST_F(Shortage, BeforeThereIsASubscription_RequestsADeliveryWhenThereIs) {
     EXPECT_EQ(requests(), 1) << "the role reader is still incomplete";
     EXPECT_EQ(support::deliver(), 0);
     EXPECT_TRUE(whole(1));
+}
+
+TEST_F(Shortage, OfADestroyedReader_RequestsNothingForTheNextRoleReader) {
+    support::setInitResult(-1);
+    failAllOpens(m_files.appConfigPath(), EMFILE);
+    SysConfReader::Instance();
+    support::failOpens(m_files.appConfigPath(), nullptr);
+    SysConfReader::Destory();
+    support::setInitResult(0);
+    SysConfReaderImpl::Instance();
+    EXPECT_EQ(requests(), 0);
 }
 
 TEST_F(Shortage, InAForkedChild_RequestsNothingBeforeItSubscribes) {
