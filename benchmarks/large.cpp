@@ -9,6 +9,7 @@
 #include <SysConfReader.h>
 #include <SysConfReaderImpl.h>
 
+#include <array>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -128,10 +129,13 @@ const std::string kAddresses = R"({"nodeList":{"":{"IPAddresses":[)";
 const List kLists[] = {
     {"numbers of one digit", R"({"nodeList":{"n":{"numbers":[0)", ",0", "]}}}"},
     {"tags of one digit", kAddresses + R"({"usage":[0)", ",0", "]}]}}}"},
+    {"tags that are doubles", kAddresses + R"({"usage":[0)", ",1e300", "]}]}}}"},
     {"members without a name", R"({"nodeList":{"":0)", R"(,"":0)", "}}"},
     {"members out of order", R"({"nodeList":{"n":{"z":0)", R"(,"y":0,"x":0)", "}}}"},
     {"numbers that are hard to round", R"({"nodeList":{"n":{"numbers":[0)",
      ",7.2057594037927933e+16,9007199254740993.0000000000000000001", "]}}}"},
+    {"numbers of 20 digits", R"({"nodeList":{"n":{"numbers":[0)", ",1.7976931348623158079e308",
+     "]}}}"},
     {"texts that are not UTF-8", R"({"nodeList":{"n":{"texts":[0)", ",\"a\xff\"", "]}}}"},
     {"numbers out of range", R"({"nodeList":{"n":{"numbers":[0)", ",1e400", "]}}}"},
     {"halves of surrogate pairs", R"({"nodeList":{"n":{"texts":[0)", R"(,"\ud800")", "]}}}"},
@@ -143,6 +147,22 @@ void measureLists(const fs::path& directory, std::size_t size) {
         for (const Call& call : kQueries) {
             measure(list.name, call, directory);
         }
+    }
+}
+
+/// A list with as many nodes as possible, whose ids are in no order.
+void measureShuffledNodes(const fs::path& directory, std::size_t size) {
+    constexpr std::size_t kBytesOfANode = 12;
+    constexpr unsigned int kIds = 1U << 24U;
+    std::string nodes = R"({"nodeList":{)";
+    for (unsigned int i = 0; nodes.size() + kBytesOfANode < size; ++i) {
+        std::array<char, kBytesOfANode + 2> node{};
+        std::snprintf(node.data(), node.size(), "\"%06x\":{},", i * 2654435761U % kIds);
+        nodes += node.data();
+    }
+    writeLists(directory, nodes + R"("n":{}}})", "", 0, "");
+    for (const Call& call : kQueries) {
+        measure("nodes out of order", call, directory);
     }
 }
 
@@ -193,6 +213,7 @@ int main(int argc, char** argv) {
         const std::size_t size = std::stoul(argv[2]) << 20U;
         measureNodes(argv[1], size);
         measureLists(argv[1], size);
+        measureShuffledNodes(argv[1], size);
         measureTags(argv[1], size);
         measureAppConfig(argv[1], size);
     } catch (const std::exception& error) {

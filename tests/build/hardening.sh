@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# hardening.sh CMAKE BUILD LIBDIR CRTI: installs what is built and checks every program and library.
-# CRTI is the C library's start file that all of them are linked with.
+# hardening.sh CMAKE BUILD LIBDIR CRTI NAME...: installs what is built and checks every program and library,
+# at least those with these names. CRTI is the C library's start file that all of them are linked with.
 set -euo pipefail
 export LC_ALL=C
 
@@ -8,6 +8,7 @@ cmake=$1
 build=$2
 libdir=$3
 crti=$4
+shift 4
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 failures=0
@@ -91,7 +92,7 @@ check_branches() {
   [[ -z $targets ]] || fail "branch targets without a mark: $targets"
 }
 
-for component in library eventcbutil tools; do
+for component in library eventcbutil tools sync; do
   "$cmake" --install "$build" --component "$component" --prefix "$work" >/dev/null
 done
 checked=
@@ -112,4 +113,8 @@ while read -r file; do
 done < <(find "$work" -type f)
 
 echo "checked$checked"
-[[ $checked == *" libsysconfreader.so"* && $failures -eq 0 ]]
+for name; do
+  file=$name
+  [[ " $checked " == *" $name "* ]] || fail "not installed"
+done
+[[ -n $checked && $failures -eq 0 ]]
