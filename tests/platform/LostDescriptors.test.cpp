@@ -40,21 +40,26 @@ void closeEach(const Numbers& numbers) {
 
 class LostDescriptors : public SubscribedProcess {
 protected:
-    std::vector<int> subscribeAndFindDescriptors() {
-        const std::set<int> before = openDescriptors();
-        subscribeAndSeeAChange();
-        std::set<int> own = openedSince(before);
-        // While it reads a file, the service has one more.
-        while (own.size() > kDescriptors) {
-            own = openedSince(before);
-        }
-        EXPECT_EQ(own.size(), kDescriptors);
-        return {own.begin(), own.end()};
+    std::set<int> m_others;
+
+    void SetUp() override {
+        SubscribedProcess::SetUp();
+        m_others = openDescriptors();
+    }
+
+    std::vector<int> own(const HeldInPoll& /*service*/) const {
+        const std::set<int> numbers = openedSince(m_others);
+        EXPECT_EQ(numbers.size(), kDescriptors);
+        return {numbers.begin(), numbers.end()};
     }
 };
 
 TEST_F(LostDescriptors, All_ChangesAreDelivered) {
-    closeEach(subscribeAndFindDescriptors());
+    subscribeAndSeeAChange();
+    {
+        const HeldInPoll service;
+        closeEach(own(service));
+    }
     seeAChange("one");
     seeAChange("two");
     endService();
@@ -65,11 +70,11 @@ TEST_F(LostDescriptors, AnyOne_ChangesAreDelivered) {
     for (std::size_t i = 0; i < kDescriptors; ++i) {
         const std::string round = std::to_string(i);
         Recorder recorder(m_file);
-        const std::set<int> others = openDescriptors();
         ASSERT_EQ(recorder.subscribe(), 0);
-        const std::set<int> own = openedSince(others);
-        ASSERT_EQ(own.size(), kDescriptors);
-        closeEach(std::array{*std::next(own.begin(), static_cast<std::ptrdiff_t>(i))});
+        {
+            const HeldInPoll service;
+            closeEach(std::array{own(service).at(i)});
+        }
         for (const std::string& text : {"one" + round, "two" + round}) {
             writeFile(m_file, text);
             recorder.waitForText(text);
@@ -80,15 +85,14 @@ TEST_F(LostDescriptors, AnyOne_ChangesAreDelivered) {
 }
 
 TEST_F(LostDescriptors, ClosedInTheCallback_ChangesAreDelivered) {
-    std::set<int> own;
+    std::set<int> numbers;
     m_recorder.setHook([&] {
-        closeEach(own);
-        own.clear();
+        closeEach(numbers);
+        numbers.clear();
         return 0;
     });
-    const std::set<int> before = openDescriptors();
     ASSERT_EQ(m_recorder.subscribe(), 0);
-    own = openedSince(before);
+    numbers = openedSince(m_others);
     seeAChange("one");
     seeAChange("two");
     seeAChange("three");
@@ -104,7 +108,9 @@ protected:
 
     void SetUp() override {
         LostDescriptors::SetUp();
-        m_numbers = subscribeAndFindDescriptors();
+        subscribeAndSeeAChange();
+        const HeldInPoll service;
+        m_numbers = own(service);
         ASSERT_EQ(m_numbers.size(), kDescriptors);
         const std::string folder = support::testDirectory() / "program";
         writeFile(folder + "/file", m_text);
@@ -183,9 +189,12 @@ TEST_F(NumbersReused, ForkedChild_LeavesTheProgramsFilesUntouched) {
 
 TEST_F(LostDescriptors, NoDescriptorsForAWhile_PausesAndRecovers) {
     for (const Call refused : {Call::Pipe, Call::InotifyInit}) {
-        const std::vector<int> own = subscribeAndFindDescriptors();
-        failCalls(refused, EMFILE);
-        closeEach(own);
+        subscribeAndSeeAChange();
+        {
+            const HeldInPoll service;
+            failCalls(refused, EMFILE);
+            closeEach(own(service));
+        }
         const int attemptsBefore = callCount(refused);
         const int waitsBefore = callCount(Call::Poll);
         while (callCount(refused) < attemptsBefore + 3) {

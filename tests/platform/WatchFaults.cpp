@@ -6,6 +6,7 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
@@ -19,6 +20,7 @@
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -32,6 +34,8 @@ struct Fault {
 
 constinit std::array<Fault, 16> g_faults{};
 
+constinit std::atomic<int> g_threadsInPoll{0};
+constinit std::atomic<bool> g_heldInPoll{false};
 constinit std::atomic<int> g_hangingCall{-1};
 constinit std::atomic<int> g_hanging{0};
 constinit std::atomic<bool> g_unlocksDelayed{false};
@@ -113,6 +117,18 @@ int callCount(Call call) {
     return fault(call).calls;
 }
 
+HeldInPoll::HeldInPoll() {
+    g_heldInPoll = true;
+    while (g_threadsInPoll == 0) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+}
+
+HeldInPoll::~HeldInPoll() {
+    g_heldInPoll = false;
+    g_heldInPoll.notify_all();
+}
+
 void hangCalls(Call call, const std::string& path) {
     const std::lock_guard<std::mutex> guard(g_pathMutex);
     hangingPath() = path;
@@ -152,9 +168,23 @@ FAULTY int pipe2(int* ends, int flags) noexcept {
 }
 
 FAULTY int poll(pollfd* descriptors, nfds_t number, int timeout) {
-    return refused(Call::Poll, CALLER)
-               ? -1
-               : static_cast<int>(::syscall(SYS_poll, descriptors, number, timeout));
+    if (refused(Call::Poll, CALLER)) {
+        return -1;
+    }
+    if (!ofTheEventLibrary(CALLER)) {
+        return static_cast<int>(::syscall(SYS_poll, descriptors, number, timeout));
+    }
+    ++g_threadsInPoll;
+    const auto result = static_cast<int>(::syscall(SYS_poll, descriptors, number, timeout));
+    const int error = errno;
+    g_heldInPoll.wait(true);
+    // A HeldInPoll may begin here, and still find this thread.
+    while (--g_threadsInPoll, g_heldInPoll) {
+        ++g_threadsInPoll;
+        g_heldInPoll.wait(true);
+    }
+    errno = error;
+    return result;
 }
 
 // Sanitizers call these before they can run instrumented code.

@@ -30,6 +30,16 @@ enum class Call {
 void failCalls(Call call, int error, int times = INT_MAX, int passed = 0);
 int callCount(Call call);
 
+/// While it exists, the thread of the event library stays in poll(), if need be after the end of
+/// the call: it is not between the check of a descriptor and its use. There must be a subscription.
+class HeldInPoll {
+public:
+    HeldInPoll();
+    HeldInPoll(const HeldInPoll&) = delete;
+    HeldInPoll& operator=(const HeldInPoll&) = delete;
+    ~HeldInPoll();
+};
+
 /// If there is a path, only calls for it hang (Lstat, Open).
 void hangCalls(Call call, const std::string& path = "");
 int hangingCalls();
