@@ -87,6 +87,13 @@ function(sysconf_compile_options target)
   target_link_options(${target} PRIVATE -Wl,-z,defs -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
 endfunction()
 
+# sysconf_static_thread_variables(TARGET): without this, the first use on each thread of a library that was
+# loaded by dlopen() allocates the memory of its thread_local variables, and the C library ends the process if
+# there is none. All loaded libraries share little memory of this kind, so the variables must be small.
+function(sysconf_static_thread_variables target)
+  target_compile_options(${target} PRIVATE -ftls-model=initial-exec)
+endfunction()
+
 # sysconf_unity_by_folder(TARGET): a unity build compiles the sources of one folder as one. Folders use the
 # same names in their unnamed namespaces. To be called when TARGET has all its sources.
 function(sysconf_unity_by_folder target)

@@ -19,7 +19,7 @@ using Quarncommon::queries::Map;
 using Quarncommon::queries::Overloaded;
 
 /// Fixed, so that storing an error needs no memory.
-constinit thread_local char t_error[512] = "";
+constinit thread_local char t_error[256] = "";
 
 void* allocated(std::size_t size) {
     void* memory = std::malloc(size);
