@@ -53,7 +53,7 @@ units)
   needs systemd-analyze
   # systemd checks that the programs exist.
   sed -i "s,/usr/bin/sysconfctl,$tool,; s,/usr/local/bin,$work," ./*.service
-  messages=$(systemd-analyze verify "$work/where.service" "$work/where-once.service" 2>&1)
+  messages=$(systemd-analyze verify "$work/where.service" "$work/where-once.service" 2>&1) || true
   # It also reports other units of the machine.
   if grep where <<<"$messages"; then
     exit 1

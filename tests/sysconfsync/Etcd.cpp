@@ -237,21 +237,28 @@ void Etcd::restartAll(bool empty) {
 }
 
 void Etcd::waitForMetric(std::size_t member, const std::string& line) const {
-    const sysconfsync::Connection client = connection();
-    waitUntil([&] {
-        std::string metrics;
-        sysconfsync::Transport(client).post(
-            {.url = endpoint(member) + "/metrics",
-             .body = {},
-             .token = {},
-             .onData = [&](std::string_view data) { metrics += data; },
-             .remaining = [] { return sysconfsync::Clock::duration(kLimit); }});
-        return metrics.find('\n' + line + '\n') != std::string::npos;
-    });
+    waitUntil([&] { return hasMetric(member, line); });
+}
+
+void Etcd::waitForMetricOfAny(const std::string& line) const {
+    std::size_t member = 0;
+    waitUntil([&] { return hasMetric(member++ % size(), line); });
+}
+
+bool Etcd::hasMetric(std::size_t member, const std::string& line) const {
+    std::string metrics;
+    sysconfsync::Transport(connection())
+        .post({.url = endpoint(member) + "/metrics",
+               .body = {},
+               .token = {},
+               .onData = [&](std::string_view data) { metrics += data; },
+               .remaining = [] { return sysconfsync::Clock::duration(kLimit); }});
+    return metrics.find('\n' + line + '\n') != std::string::npos;
 }
 
 std::string Etcd::control(const std::vector<std::string>& arguments) const {
-    std::vector<std::string> words = {"--endpoints", endpoints()};
+    std::vector<std::string> words = {"--endpoints", endpoints(),      "--command-timeout",
+                                      "60s",         "--dial-timeout", "60s"};
     if (m_settings.tls) {
         words.insert(words.end(), {"--cacert", tlsFile("cert.pem"), "--cert", tlsFile("cert.pem"),
                                    "--key", tlsFile("key.pem")});

@@ -51,6 +51,7 @@ public:
     /// Waits until the metrics of the member have that line. "etcd_server_proposals_pending 1": a
     /// transaction is not committed yet.
     void waitForMetric(std::size_t member, const std::string& line) const;
+    void waitForMetricOfAny(const std::string& line) const;
 
     /// @throws std::runtime_error if it fails.
     std::string control(const std::vector<std::string>& arguments) const;
@@ -66,6 +67,7 @@ private:
 
     void startAll();
     void startMember(Member& member) const;
+    bool hasMetric(std::size_t member, const std::string& line) const;
     /// @throws std::runtime_error if it ends.
     void waitUntilHealthy(Member& member) const;
 

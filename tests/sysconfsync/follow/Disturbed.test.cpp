@@ -61,12 +61,11 @@ TEST_F(Follow, EtcdAwayAgain_EachOutageAndRecoveryIsLogged) {
 }
 
 TEST_F(Follow, EtcdReplacedByAnEmptyOne_VersionStaysAndIsReportedAgain) {
-    connect(memberOfFollower() + 1);
     publish(31001);
     support::RunningCommand follower = follow();
     waitForApplied(1);
-    // The status is written.
-    m_etcd->waitForMetric(memberOfFollower(), "etcd_debugging_mvcc_watcher_total 1");
+    // The status is written. After a call that took too long, the follower uses another member.
+    m_etcd->waitForMetricOfAny("etcd_debugging_mvcc_watcher_total 1");
     killAllMembers();
     follower.waitForErrors("no etcd endpoint answers");
     m_etcd->restartAll(true);

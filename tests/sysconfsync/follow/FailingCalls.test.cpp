@@ -107,8 +107,13 @@ INSTANTIATE_TEST_SUITE_P(Disturbed, FullDisk,
 
 TEST_F(Follow, DiskFullForAWhile_IsRetriedWithoutANewVersion) {
     publish(31001);
-    std::vector<std::string> arguments = {"-o", support::testDirectory() / "trace", "-e",
-                                          "inject=fsync:error=ENOSPC:when=1..3", SYSCONFSYNC};
+    // -D: the follower is the child instead of strace, so that the end of the test ends it.
+    std::vector<std::string> arguments = {"-D",
+                                          "-o",
+                                          support::testDirectory() / "trace",
+                                          "-e",
+                                          "inject=fsync:error=ENOSPC:when=1..3",
+                                          SYSCONFSYNC};
     const std::vector<std::string> follow = followArguments({});
     arguments.insert(arguments.end(), follow.begin(), follow.end());
     support::RunningCommand follower = support::Command("/usr/bin/strace", arguments).start();
