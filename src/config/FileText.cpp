@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "config/FileText.h"
 
+#include "base/CancellationDisabled.h"
 #include "base/Exceptions.h"
 #include "config/ConfigDocument.h"
 
@@ -12,7 +13,6 @@
 #include <fcntl.h>
 #include <new>
 #include <optional>
-#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -46,12 +46,10 @@ int openUninterrupted(const std::string& path, int flags) {
 }
 
 /// An open file. The program may close all descriptors and use their numbers again: what is not
-/// this file is not closed. Cancellation is disabled while the file is open: close() is a
-/// cancellation point, and unwinding out of a destructor terminates the process.
+/// this file is not closed.
 class Descriptor {
 public:
     explicit Descriptor(const std::string& path) {
-        ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_cancelState);
         // O_NONBLOCK, because callers hold locks and the path may be a pipe. The call blocks only
         // for a file that another process has leased.
         constexpr int kFlags = O_RDONLY | O_CLOEXEC | O_NOCTTY;
@@ -66,7 +64,6 @@ public:
         if (m_descriptor >= 0 && isIntact()) {
             ::close(m_descriptor);
         }
-        ::pthread_setcancelstate(m_cancelState, nullptr);
     }
     bool isOpen() const { return m_descriptor >= 0; }
     int toRead() {
@@ -95,7 +92,7 @@ public:
     }
 
 private:
-    int m_cancelState = PTHREAD_CANCEL_ENABLE;
+    const CancellationDisabled m_disabled;
     int m_descriptor = -1;
     std::optional<std::pair<dev_t, ino_t>> m_identity;
     bool m_isIntact = true;

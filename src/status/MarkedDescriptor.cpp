@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "status/MarkedDescriptor.h"
 
+#include "base/CancellationDisabled.h"
+
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
 #include <fcntl.h>
 #include <sys/eventfd.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace Quarncommon::status {
@@ -27,10 +28,10 @@ private:
     int m_errno = errno;
 };
 
-/// close(2) without the cancellation point of the C library's function.
 void closeNumber(int number) {
     const ErrnoKept kept;
-    ::syscall(SYS_close, number);
+    const CancellationDisabled disabled;
+    ::close(number);
 }
 
 /// Rotates through the real-time signals, so that a reused number gets a different mark.
@@ -88,9 +89,10 @@ void MarkedDescriptor::ring() const noexcept {
         return;
     }
     const ErrnoKept kept;
+    const CancellationDisabled disabled;
     const std::uint64_t one = 1;
     // Fails only if the counter is saturated; the descriptor is readable then anyway.
-    ::syscall(SYS_write, m_number.load(), &one, sizeof one);
+    [[maybe_unused]] const ssize_t written = ::write(m_number.load(), &one, sizeof one);
 }
 
 void MarkedDescriptor::close() noexcept {

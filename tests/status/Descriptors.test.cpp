@@ -11,9 +11,11 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <poll.h>
+#include <pthread.h>
 #include <string>
 #include <sys/eventfd.h>
 #include <sys/resource.h>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -157,6 +159,21 @@ TEST_F(ChangeDescriptor, OfTheProgram_IsNotClosed) {
     Status::closeDescriptor(own);
     Status::closeDescriptor(-1);
     EXPECT_EQ(::close(own), 0);
+}
+
+TEST_F(ChangeDescriptor, OnACancelledThread_IsNotifiedAndClosed) {
+    bool notified = false;
+    bool closed = false;
+    std::thread([&] {
+        ::pthread_cancel(::pthread_self());
+        reload();
+        notified = true;
+        Status::closeDescriptor(m_descriptor);
+        closed = true;
+    }).join();
+    EXPECT_TRUE(notified);
+    EXPECT_TRUE(closed);
+    EXPECT_EQ(::fcntl(m_descriptor, F_GETFD), -1);
 }
 
 TEST_F(ChangeDescriptor, MoreThan64_AreRefusedUntilOneIsClosed) {
