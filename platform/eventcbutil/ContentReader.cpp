@@ -50,7 +50,7 @@ std::optional<FileContents> ContentReader::read(const std::vector<std::string>& 
         return std::nullopt;
     }
     std::unique_lock<std::mutex> guard(m_task->mutex);
-    if (!m_task->changed.wait_for(guard, kLongest, [&] { return m_task->done; })) {
+    if (!m_task->changed.wait_for(guard, m_longest, [&] { return m_task->done; })) {
         return std::nullopt;
     }
     return std::exchange(m_task->contents, std::nullopt);

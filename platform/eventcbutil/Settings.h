@@ -13,6 +13,8 @@ struct Settings {
     /// Absolute, not normalised.
     std::vector<std::string> files;
     std::chrono::milliseconds quietTime;
+    /// How long a comparison may read the files.
+    std::chrono::milliseconds longestRead{500};
 };
 
 /// Ignores an unset APP_CONF_FILE, and a quiet time that is not a number from 0 to 1000.

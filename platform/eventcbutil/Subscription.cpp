@@ -26,7 +26,8 @@ OptionalTime earlier(const OptionalTime& one, const OptionalTime& other) {
 Subscription::Subscription(std::string eventName, const EventConsumerCallback& callback,
                            const Settings& settings)
     : m_callback(callback), m_eventName(std::move(eventName)), m_files(settings.files),
-      m_watch(settings.files), m_debouncer(settings.quietTime, kLongestWait) {}
+      m_watch(settings.files), m_debouncer(settings.quietTime, kLongestWait),
+      m_reader(settings.longestRead) {}
 
 bool Subscription::sameCallback(const EventConsumerCallback& callback) const {
     return m_callback.callback == callback.callback && m_callback.userData == callback.userData;

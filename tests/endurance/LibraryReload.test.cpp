@@ -67,8 +67,9 @@ protected:
     /// Expects that resources and heap do not grow.
     template <typename Closed>
     void run(bool destroy, Closed closed) {
-        // malloc reports the blocks in the caches of threads as used.
-        ASSERT_STREQ(std::getenv("GLIBC_TUNABLES"), "glibc.malloc.tcache_count=0")
+        // malloc reports the blocks in the caches of threads, and what arenas need, as used.
+        ASSERT_STREQ(std::getenv("GLIBC_TUNABLES"),
+                     "glibc.malloc.tcache_count=0:glibc.malloc.arena_max=1")
             << "to be run by ctest, which sets this";
         endurance::Watchdog watchdog;
         const int rounds = endurance::rounds(kRounds);

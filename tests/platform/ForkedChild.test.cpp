@@ -50,8 +50,10 @@ TEST_F(ForkedChild, HasNoThreadAndNoWatchesAndCanSubscribe) {
 
 TEST_F(ForkedChild, WithoutFini_CanSubscribeAndSoCanItsChild) {
     subscribeAndSeeAChange();
+    // The child cannot use m_recorder: the parent's thread may have held its lock.
+    Recorder childs(m_file);
     const int status = inChild([&] {
-        if (!follows(m_recorder, "child's")) {
+        if (!follows(childs, "child's")) {
             return 1;
         }
         return inChild([&] {

@@ -29,6 +29,12 @@ protected:
 
     void hang() { hangCalls(Call::Open, m_deployment.managerNodeListPath().string()); }
 
+    static void waitForHang() {
+        while (hangingCalls() == 0) {
+            std::this_thread::yield();
+        }
+    }
+
     static void waitForRelease() {
         releaseCalls();
         while (hangingCalls() != 0) {
@@ -43,6 +49,7 @@ TEST_F(HungComparison, ChangesInOtherFiles_AreAnnouncedWithoutIt) {
     for (const std::string text : {"one", "two", "three"}) {
         writeFile(m_file, text);
         m_recorder.waitForText(text);
+        waitForHang();
         EXPECT_EQ(hangingCalls(), 1);
     }
     waitForRelease();
@@ -59,6 +66,7 @@ TEST_F(HungComparison, EndOfTheSubscriptions_DoesNotWaitForIt) {
     while (serviceThreads() != 0) {
         std::this_thread::yield();
     }
+    waitForHang();
     EXPECT_EQ(hangingCalls(), 1);
     waitForRelease();
     waitForServiceToEnd();

@@ -379,6 +379,10 @@ TEST_F(EventService, SubscribedAndEndedByManyThreadsDuringChanges_LeaksNothing) 
     stop = true;
     writer.join();
     endService();
+    // The kernel may still list the joined threads.
+    while (resources().threads > before.threads) {
+        std::this_thread::yield();
+    }
     EXPECT_EQ(resources(), before);
 }
 

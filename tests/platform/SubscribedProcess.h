@@ -3,11 +3,13 @@
 
 #include "Recorder.h"
 #include "support/Deployment.h"
+#include "support/Resources.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <mutex>
+#include <pthread.h>
 #include <string>
 #include <sys/wait.h>
 #include <thread>
@@ -23,7 +25,8 @@ protected:
         support::setEnvironment("SYSCONF_EVENT_QUIET_MS", "0");
         support::writeFile(m_file, "before");
         // A sanitizer starts its own thread together with the first one.
-        std::thread([] {}).join();
+        std::thread([] { ::pthread_setname_np(::pthread_self(), "sysconf-first"); }).join();
+        waitForServiceToEnd();
     }
 
     void seeAChange(const std::string& text) {

@@ -31,7 +31,7 @@ protected:
 
     Subscription subscription() {
         support::writeFile(m_file, "text");
-        return {"SysConfigEvent", {answer, &m_answer}, {{m_file.string()}, 50ms}};
+        return {"SysConfigEvent", {answer, &m_answer}, {{m_file.string()}, 50ms, 1h}};
     }
 
     void deliver() {

@@ -227,12 +227,20 @@ TEST_P(TortureByAllocations, LostDescriptorsThatCannotBeReplaced_TheNextChangeIs
     subscribeAndSeeAChange();
     for (int skip = 0; skip < 4; ++skip) {
         SCOPED_TRACE(skip);
-        const std::set<int> own = openedSince(before);
-        const int attempts = callCount(Call::Pipe);
-        failCalls(Call::Pipe, EMFILE);
-        failAllocations(Threads::Others, skip, GetParam());
-        for (const int number : own) {
-            ::close(number);
+        while (openedSince(before).size() < 4) {
+            std::this_thread::yield();
+        }
+        int attempts = 0;
+        {
+            const HeldInPoll service;
+            attempts = callCount(Call::Pipe);
+            failCalls(Call::Pipe, EMFILE);
+            const std::set<int> own = openedSince(before);
+            EXPECT_EQ(own.size(), 4U);
+            failAllocations(Threads::Others, skip, GetParam());
+            for (const int number : own) {
+                ::close(number);
+            }
         }
         while (callCount(Call::Pipe) < attempts + 3) {
             std::this_thread::yield();
