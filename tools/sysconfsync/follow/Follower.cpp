@@ -175,11 +175,10 @@ bool Follower::report() {
     const std::string text = toText(status);
     notify(m_refused ? fmt::format(", version {} is refused", m_refusal.version) : "");
     try {
-        if (text == m_reported && text == m_store.statusText(m_node)) {
-            return true;
+        // Somebody may have deleted it, or the cluster may be another one.
+        if (text != m_store.statusText(m_node)) {
+            m_store.writeStatus(m_node, status);
         }
-        m_store.writeStatus(m_node, status);
-        m_reported = text;
         return true;
     } catch (const EtcdError& error) {
         say(fmt::format("the status cannot be written: {}", error.what()));
@@ -190,8 +189,6 @@ bool Follower::report() {
 void Follower::failed(const EtcdError& error) {
     say(error.what());
     m_isAway = error.reason != Failure::Malformed;
-    // A cluster that answers again may be another one, without the status.
-    m_reported.clear();
     if (error.reason == Failure::Malformed) {
         refuse({}, only(findingOf("malformed", error.what())), true);
         report();

@@ -57,7 +57,6 @@ private:
     bool m_isCompared = false;
     std::optional<Refused> m_refused;
     Refusal m_refusal;
-    std::string m_reported;
     std::string m_said;
     /// Whether the last call to etcd failed.
     bool m_isAway = false;
