@@ -53,10 +53,14 @@ units)
   needs systemd-analyze
   # systemd checks that the programs exist.
   sed -i "s,/usr/bin/sysconfctl,$tool,; s,/usr/local/bin,$work," ./*.service
-  messages=$(systemd-analyze verify "$work/where.service" "$work/where-once.service" 2>&1) || true
   # It also reports other units of the machine.
-  if grep where <<<"$messages"; then
+  messages_of() { systemd-analyze verify "$@" 2>&1 | grep where || true; }
+  # Proof that it checks units on this machine.
+  sed 's/^ExecStart=/&relative-path/' where.service >where-wrong.service
+  if [[ -z $(messages_of ./where-wrong.service) ]]; then
+    echo "systemd-analyze reports no error in where-wrong.service"
     exit 1
   fi
+  diff /dev/null <(messages_of ./where.service ./where-once.service)
   ;;
 esac

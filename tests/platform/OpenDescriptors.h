@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "WatchFaults.h"
+
+#include <cstddef>
 #include <fcntl.h>
 #include <filesystem>
 #include <set>
 #include <string>
+#include <thread>
 
 inline std::set<int> openDescriptors() {
     std::set<int> numbers;
@@ -19,5 +23,18 @@ inline std::set<int> openDescriptors() {
 inline std::set<int> openedSince(const std::set<int>& before) {
     std::set<int> numbers = openDescriptors();
     std::erase_if(numbers, [&](int number) { return before.contains(number); });
+    return numbers;
+}
+
+/// The event library's: a pipe, an inotify instance, the table of mounts.
+constexpr std::size_t kOwnDescriptors = 4;
+
+/// Waits until the event library has closed the file that a comparison reads.
+inline std::set<int> ownDescriptors(const HeldInPoll& /*service*/, const std::set<int>& others) {
+    std::set<int> numbers = openedSince(others);
+    while (numbers.size() > kOwnDescriptors) {
+        std::this_thread::yield();
+        numbers = openedSince(others);
+    }
     return numbers;
 }

@@ -340,7 +340,7 @@ TEST_F(EventService, AllDescriptors_AreCloseOnExecAndAboveTheStandardStreams) {
         own.erase(100 + stream);
     }
     ASSERT_EQ(subscribed, 0);
-    EXPECT_EQ(own.size(), 4U);
+    EXPECT_EQ(own.size(), kOwnDescriptors);
     for (const int number : own) {
         EXPECT_NE(::fcntl(number, F_GETFD) & FD_CLOEXEC, 0) << number;
     }

@@ -227,7 +227,7 @@ TEST_P(TortureByAllocations, LostDescriptorsThatCannotBeReplaced_TheNextChangeIs
     subscribeAndSeeAChange();
     for (int skip = 0; skip < 4; ++skip) {
         SCOPED_TRACE(skip);
-        while (openedSince(before).size() < 4) {
+        while (openedSince(before).size() < kOwnDescriptors) {
             std::this_thread::yield();
         }
         int attempts = 0;
@@ -235,8 +235,8 @@ TEST_P(TortureByAllocations, LostDescriptorsThatCannotBeReplaced_TheNextChangeIs
             const HeldInPoll service;
             attempts = callCount(Call::Pipe);
             failCalls(Call::Pipe, EMFILE);
-            const std::set<int> own = openedSince(before);
-            EXPECT_EQ(own.size(), 4U);
+            const std::set<int> own = ownDescriptors(service, before);
+            EXPECT_EQ(own.size(), kOwnDescriptors);
             failAllocations(Threads::Others, skip, GetParam());
             for (const int number : own) {
                 ::close(number);
